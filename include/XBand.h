@@ -1,0 +1,188 @@
+#pragma once
+
+#include "tagXArr2.h"
+#include "XDataType.h"
+#include "XObject.h"
+#include "XString.h"
+
+#include <array>
+#include <cstdint>
+
+class ZRMBand;
+
+/// The generic image plane: one channel of one image, addressed in full-resolution pixels whatever the level.
+///
+/// **Windows** are inclusive and come as x0, x1, y0, y1 with 0 <= x0 <= x1 < width and 0 <= y0 <= y1 < height;
+/// x is the column, y the row, row 0 at the top. **Level** n means a reduction of 2^n; level 0 is full resolution.
+/// **Results** are 1 for success and 0 for failure, and a failed read leaves its outputs as they were.
+///
+/// Several threads may read one band at once. Fields are set before the band is shared, or by one thread alone.
+class ZRKIO_API XBand : public XObject {
+  X_DECLARE_RUNTIME_CLASS
+  XBand();
+
+  // The virtual table, in the order that every band class has it.
+
+  virtual int GetDataType() const;
+
+  // Lines and pixels. A horizontal line at level n stands for 2^n rows from `y` down, a vertical one for 2^n columns
+  // from `x` to the right, and both are read by `ReadSubset`, whose result they answer. The short forms read
+  // the whole width or height.
+
+  virtual int ReadLineH(tagXArr2*& out, int level, int x0, int x1, int y);
+  virtual int ReadLineH(tagXArr2*& out, int level, int y);
+  virtual int ReadLineV(tagXArr2*& out, int level, int x, int y0, int y1);
+  virtual int ReadLineV(tagXArr2*& out, int level, int x);
+  /// One sample, at level 0.
+  virtual int ReadPixel(tagXArr2*& out, int x, int y);
+
+  // Writes at level 0. `data` holds the samples of the line or window, row by row. With `keepNull`, samples equal to
+  // `nullValue` leave what is there. The base forms all end in the last `WriteSubset`, which answers 0: a band is
+  // read-only unless its class says otherwise.
+
+  virtual int WriteLineH(void* data, int x0, int x1, int y, bool keepNull, double nullValue);
+  virtual int WriteLineH(void* data, int y, bool keepNull, double nullValue);
+  virtual int WriteLineH(tagXArr2* data, int x0, int x1, int y, bool keepNull, double nullValue);
+  virtual int WriteLineH(tagXArr2* data, int y, bool keepNull, double nullValue);
+  virtual int WriteLineV(void* data, int x, int y0, int y1, bool keepNull, double nullValue);
+  virtual int WriteLineV(void* data, int x, bool keepNull, double nullValue);
+  virtual int WriteLineV(tagXArr2* data, int x, int y0, int y1, bool keepNull, double nullValue);
+  virtual int WriteLineV(tagXArr2* data, int x, bool keepNull, double nullValue);
+  virtual int WritePixel(void* data, int x, int y, bool keepNull, double nullValue);
+  virtual int WritePixel(tagXArr2* data, int x, int y, bool keepNull, double nullValue);
+
+  /// The level that suits a target of `width` by `height` pixels onto which the four-cornered area given by its corners
+  /// (world coordinates) is drawn. 0 for a band without such coordinates.
+  virtual int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1,
+                                       double cornerX2, double cornerY2, double cornerX3, double cornerY3, int width,
+                                       int height);
+  /// The level that suits a target of `width` by `height` pixels onto which the window is drawn: the highest that
+  /// still has a pixel for each.
+  virtual int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height);
+
+  /// Bytes that a processing step may allow for one row: width times sample size times 10.
+  virtual int CalcProcessWidthBytes();
+
+  /// As the form below; answers the samples and their shape in place of the buffer.
+  virtual int ReadSubset(void*& data, int& width, int& height, int level, int x0, int x1, int y0, int y1, int* cancel);
+  /// Reads a window. `out` receives a buffer that belongs to the band and lives until the calling thread's next read of
+  /// that band. It has ((x1 - x0 + 1) >> level) columns and ((y1 - y0 + 1) >> level) rows, and where either is 0 the
+  /// read fails; some bands hold full resolution only and say so, so take the shape from the buffer. A read stops and
+  /// fails when the word behind `cancel`, which may be null, holds 1.
+  virtual int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel);
+
+  /// Writes what the band holds itself; 0 in every band here.
+  virtual int WriteSubset(int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
+  virtual int WriteSubset(void* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
+  virtual int WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
+
+  /// The number of levels the band can serve.
+  virtual int GetLevel();
+  /// The place of a window on its level and the size that a read returns: `left` is x0 >> level, `top` is y0 >> level.
+  /// 0 where the level leaves no column or no row of the window.
+  virtual int GetSubsetInfo(int level, int x0, int x1, int y0, int y1, int& left, int& top, int& width, int& height);
+  /// The edges of a window on its level, inclusive: x0, x1, y0 and y1, each >> level.
+  virtual int GetSubsetPos(int level, int x0, int x1, int y0, int y1, int& left, int& right, int& top, int& bottom);
+
+  /// Estimates minimum, maximum, mean and deviation from the coarsest level, and with a nonzero argument the histogram.
+  /// Samples equal to the null value and samples that are not finite are left out.
+  virtual int CalcStatistics(int withHistogram);
+  /// With `freeBuffers` nonzero, frees the calling thread's buffers, where free physical memory is at or below 20.0
+  /// percent or `force` is nonzero. 1; the base form has nothing to free.
+  virtual int CleanupMemory(int freeBuffers, int force);
+  /// Completes the lower levels of a pyramid store after its top level is written; only such stores do something.
+  virtual int BuildLowerLevelsForTIP(double nullValue, int first, int last, int firstRow, int lastRow, bool thematic);
+  /// Takes over the fields of another band, all but its owner; pixels stay where they are. 0 for null.
+  virtual int CloneBand(ZRMBand* source);
+
+  // Fields.
+
+  int GetDataSize() const { return XfnGetDataSize(dataType_); }
+
+  int GetID() const { return id_; }
+  void SetID(int id) { id_ = id; }
+  const XString& GetBandName() const { return name_; }
+  void SetBandName(const XString& name) { name_ = name; }
+  /// Byte offset of the band's data in its file.
+  std::int64_t GetOffsetInFile() const { return offsetInFile_; }
+  void SetOffsetInFile(std::int64_t offset) { offsetInFile_ = offset; }
+  /// A code of `XDataType`.
+  void SetDataType(int dataType) { dataType_ = dataType; }
+
+  int GetXSize() const { return xSize_; }
+  int GetYSize() const { return ySize_; }
+  void GetSize(int& xSize, int& ySize) const {
+    xSize = xSize_;
+    ySize = ySize_;
+  }
+  void SetXSize(int xSize) { xSize_ = xSize; }
+  void SetYSize(int ySize) { ySize_ = ySize; }
+  void SetSize(int xSize, int ySize) {
+    xSize_ = xSize;
+    ySize_ = ySize;
+  }
+
+  /// The tile size that the level count is computed from, in pixels.
+  int GetXTileSize() const { return xTileSize_; }
+  int GetYTileSize() const { return yTileSize_; }
+  void GetTileSize(int& xTileSize, int& yTileSize) const {
+    xTileSize = xTileSize_;
+    yTileSize = yTileSize_;
+  }
+  void SetXTileSize(int xTileSize) { xTileSize_ = xTileSize; }
+  void SetYTileSize(int yTileSize) { yTileSize_ = yTileSize; }
+  void SetTileSize(int xTileSize, int yTileSize) {
+    xTileSize_ = xTileSize;
+    yTileSize_ = yTileSize;
+  }
+
+  int GetCompressionInfo() const { return compressionInfo_; }
+  void SetCompressionInfo(int compressionInfo) { compressionInfo_ = compressionInfo; }
+
+  double GetBandMin() const { return bandMin_; }
+  double GetBandMax() const { return bandMax_; }
+  double GetBandMean() const { return bandMean_; }
+  double GetBandStdDev() const { return bandStdDev_; }
+  void SetBandMin(double bandMin) { bandMin_ = bandMin; }
+  void SetBandMax(double bandMax) { bandMax_ = bandMax; }
+  void SetBandMean(double bandMean) { bandMean_ = bandMean; }
+  void SetBandStdDev(double bandStdDev) { bandStdDev_ = bandStdDev; }
+
+  /// 256 counts over the range from the band's minimum to its maximum; the array belongs to the band.
+  std::int64_t* GetHistogram() { return histogram_.data(); }
+  const std::int64_t* GetHistogram() const { return histogram_.data(); }
+  /// Copies 256 counts; null is ignored.
+  void SetHistogram(const std::int64_t* histogram);
+
+  double GetNullValue() const { return nullValue_; }
+  void SetNullValue(double nullValue) { nullValue_ = nullValue; }
+
+ protected:
+  /// Whether the window is a valid one of this band.
+  bool IsInside(int x0, int x1, int y0, int y1) const {
+    return 0 <= x0 && x0 <= x1 && x1 < xSize_ && 0 <= y0 && y0 <= y1 && y1 < ySize_;
+  }
+  /// Whether an image of int sizes can have a pixel at the level.
+  static bool IsLevel(int level) { return 0 <= level && level <= 30; }
+
+  // Copying is for `CloneBand`; from outside it would cut a band down to this part of it.
+  XBand(const XBand&) = default;
+  XBand& operator=(const XBand&) = default;
+
+ private:
+  int id_ = 0;
+  XString name_;
+  std::int64_t offsetInFile_ = 0;
+  int dataType_ = kPint08;
+  int xSize_ = 0;
+  int ySize_ = 0;
+  int xTileSize_ = 256;
+  int yTileSize_ = 256;
+  int compressionInfo_ = 0;
+  double bandMin_ = kNotSet;
+  double bandMax_ = kNotSet;
+  double bandMean_ = kNotSet;
+  double bandStdDev_ = kNotSet;
+  std::array<std::int64_t, 256> histogram_{};
+  double nullValue_ = kNotSet;
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "XExport.h"
+
+#include <cstdint>
+
+namespace zrk {
+
+/// What a file may ask for before it is refused. The defaults fit real data on a desktop machine; a program
+/// that opens files of strangers can lower them.
+struct Limits {
+  std::int64_t imagePixels = std::int64_t{1} << 40;  ///< width times height of one image
+  std::int64_t decodedTileBytes = std::int64_t{1}
+                                  << 30;              ///< one decoded tile or strip, or a decoder's own working memory
+  std::int64_t tableBytes = std::int64_t{256} << 20;  ///< one table or text of a header
+  int nestingDepth = 64;                              ///< of XML elements and of linked records
+  int jpegScans = 500;                                ///< scans of one progressive JPEG
+};
+
+/// The limits in force for the process.
+ZRKIO_API Limits GetLimits();
+/// Takes effect for files opened from now on; may be called from any thread.
+ZRKIO_API void SetLimits(const Limits& limits);
+
+}  // namespace zrk

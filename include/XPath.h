@@ -1,0 +1,16 @@
+#pragma once
+
+#include "XExport.h"
+#include "XString.h"
+
+// Both '/' and '\' separate folders when a path is taken apart. A dot counts as the beginning of an extension
+// only within the last part of the path.
+
+/// What follows the last separator.
+ZRKIO_API XString XfnGetFileName(const XString& path);
+/// The file name without its extension and dot.
+ZRKIO_API XString XfnGetFileTitle(const XString& path);
+/// What follows the last dot of the file name, without the dot; empty where there is none.
+ZRKIO_API XString XfnGetFileExt(const XString& path);
+/// What stands before the file name, its separator included; empty where there is none.
+ZRKIO_API XString XfnGetFileFolder(const XString& path);

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "tagGCPSets.h"
+#include "tagXRadarScene.h"
+#include "XFile.h"
+#include "XObject.h"
+#include "XROI.h"
+#include "XRSSIG.h"
+#include "XSpatialReference.h"
+#include "XString.h"
+#include "ZRMBand.h"
+#include "ZRMVand.h"
+
+#include <memory>
+#include <vector>
+
+class XThread;
+
+/// One opened dataset: its bands, vector sets and all that is stored about it as a whole.
+///
+/// The dataset owns what is added to it and deletes it with itself, followers before their master. Getters hand out
+/// pointers that stay its own. It is filled by one thread; afterwards many may read its bands.
+class ZRKIO_API XRSFile : public XObject {
+  X_DECLARE_RUNTIME_CLASS
+  XRSFile();
+  ~XRSFile() override;
+  XRSFile(const XRSFile&) = delete;
+  XRSFile& operator=(const XRSFile&) = delete;
+
+  /// The open file, or null.
+  XFile* GetFilePtr() const { return file_; }
+  /// Attaches an open file; with a nonzero `owns` the dataset closes and deletes it.
+  void SetFile(XFile* file, int owns);
+
+  tagXRadarScene* GetRadarScene() const { return radarScene_.get(); }
+  /// Takes the record over.
+  void SetRadarScene(tagXRadarScene* radarScene) { radarScene_.reset(radarScene); }
+
+  /// Loaders store the full path in both.
+  const XString& GetName() const { return name_; }
+  void SetName(const XString& name) { name_ = name; }
+  /// The path of the open file if there is one, otherwise the path stored; the name and the title are parts of that.
+  XString GetFilePath() const;
+  void SetFilePath(const XString& filePath) { filePath_ = filePath; }
+  XString GetFileName() const;
+  XString GetFileTitle() const;
+
+  int GetVersion() const { return version_; }
+  void SetVersion(int version) { version_ = version; }
+
+  /// Takes the band over and becomes its owner; null is ignored.
+  void AddBand(ZRMBand* band);
+  int GetNumOfBands() const { return static_cast<int>(bands_.size()); }
+  /// Null outside the list.
+  ZRMBand* GetBandAt(int index) const;
+
+  void AddVand(ZRMVand* vand);
+  int GetNumOfVands() const { return static_cast<int>(vands_.size()); }
+  ZRMVand* GetVandAt(int index) const;
+
+  void AddROISet(XROI* roi);
+  int GetNumOfROI() const { return static_cast<int>(rois_.size()); }
+  XROI* GetROIAt(int index) const;
+  void AddGCPSet(tagGCPSets* gcps);
+  int GetNumOfGCPSet() const { return static_cast<int>(gcpSets_.size()); }
+  tagGCPSets* GetGCPSetAt(int index) const;
+  void AddSIGSet(XRSSIG* sig);
+  int GetNumOfSIG() const { return static_cast<int>(sigs_.size()); }
+  XRSSIG* GetSIGAt(int index) const;
+
+  int GetThreshold1() const { return threshold1_; }
+  void SetThreshold1(int threshold1) { threshold1_ = threshold1; }
+
+  /// Square matrices of the number of bands at the time they were set, row by row; null where not set.
+  double* GetCorrelationMatrix() { return correlationMatrix_.empty() ? nullptr : correlationMatrix_.data(); }
+  double* GetCovarianceMatrix() { return covarianceMatrix_.empty() ? nullptr : covarianceMatrix_.data(); }
+  /// Copies `numBands` * `numBands` values; null removes the matrix.
+  void SetCorrelationMatrix(const double* values, int numBands);
+  void SetCovarianceMatrix(const double* values, int numBands);
+  /// Whether the correlation matrix is there and its first element is not `kNotSet`.
+  bool HasValidStatistics() const;
+
+  const XString& GetDescription() const { return description_; }
+  void SetDescription(const XString& description) { description_ = description; }
+  int GetAttatchFlag() const { return attatchFlag_; }
+  void SetAttatchFlag(int attatchFlag) { attatchFlag_ = attatchFlag; }
+  const XString& GetCryptoVaildationInfo() const { return cryptoVaildationInfo_; }
+  void SetCryptoVaildationInfo(const XString& info) { cryptoVaildationInfo_ = info; }
+
+  // Of the first band. Without bands the rectangle is left as it was, pixel sizes are 1.0 and the system is null.
+
+  void GetBoundRect(double& west, double& east, double& south, double& north) const;
+  double GetXPixelSize() const;
+  double GetYPixelSize() const;
+  XSpatialReference* GetSR() const;
+
+  /// Reads a native raster file.
+  int LoadFileZRM(XString path, XString& err, XThread* thread);
+
+ private:
+  XFile* file_ = nullptr;
+  std::unique_ptr<XFile> ownedFile_;
+  std::unique_ptr<tagXRadarScene> radarScene_;
+  XString name_;
+  XString filePath_;
+  int version_ = 0;
+  std::vector<std::unique_ptr<ZRMBand>> bands_;
+  std::vector<std::unique_ptr<ZRMVand>> vands_;
+  std::vector<std::unique_ptr<XROI>> rois_;
+  std::vector<std::unique_ptr<tagGCPSets>> gcpSets_;
+  std::vector<std::unique_ptr<XRSSIG>> sigs_;
+  int threshold1_ = 0;
+  std::vector<double> correlationMatrix_;
+  std::vector<double> covarianceMatrix_;
+  XString description_;
+  int attatchFlag_ = 0;
+  XString cryptoVaildationInfo_;
+};

@@ -1,0 +1,138 @@
+#pragma once
+
+#include "XExport.h"
+#include "XObList.h"
+#include "XString.h"
+
+class XRSFile;
+class XSpatialReference;
+class XThread;
+
+/// What a file is, by its extension or by the caller's word.
+enum XFormatId {
+  kFormatNone = -1,
+  kFormatZRM = 0x65,
+  kFormatTIF = 0x66,
+  kFormatJPG = 0x67,
+  kFormatBMP = 0x68,
+  kFormatDTED = 0x69,
+  kFormatSID = 0x6A,
+  kFormatJP2 = 0x6B,
+  kFormatCIB = 0x6C,
+  kFormatCADRG = 0x6D,
+  kFormatHAWK = 0x6E,
+  kFormatNITFIMG = 0x6F,
+  kFormatHFA = 0x70,
+  kFormatHDF4 = 0x71,
+  kFormatECW = 0x72,
+  kFormatPBI = 0x73,
+  kFormatPBE = 0x74,
+  kFormatTXID = 0x75,
+  kFormatXVC = 0x3E9,
+  kFormatSHP = 0x3EA,
+  kFormatDGN = 0x3EB,
+  kFormatDLG = 0x3EC,
+  kFormatDXF = 0x3ED,
+  kFormatNITF = 0x3EE,
+  kFormatKML = 0x3EF,
+};
+
+/// What to do about level data where a raster has none that can be used.
+enum XLevelMode { kLevelNone = 0, kLevelStatistics = 1, kLevelAsk = 2, kLevelBuild = 3 };
+
+/// The door of the library: from a file name to a format id, from the id to a loader, from a dataset to a file.
+///
+/// All operations are static. Unless stated they answer 1 for success and 0 for failure with the reason in `err`. A
+/// loader runs on the caller's thread and fills `file`, which must not be in use elsewhere; different datasets may be
+/// loaded on different threads. `thread` carries progress and cancel and may be null. Level data and statistics never
+/// fail a load, so `err` may hold their message beside a result of 1.
+///
+/// Every operation that takes a dataset answers a null one with 0 and "Not Valid XRSFile", unless it says otherwise.
+/// A loader or save of a format that this build can't handle answers 0 with a sentence that names the format;
+/// `XfnGetFormats` tells beforehand which can be read. A load that fails leaves the dataset as it was.
+class ZRKIO_API XRSFileIO {
+ public:
+  virtual ~XRSFileIO();
+
+  /// The id for an extension without its dot, in any letter case, or `kFormatNone`.
+  static int GetIDFromExt(XString ext);
+
+  /// Loads a raster by the id's loader. With `calcStatistics` nonzero, statistics with histogram are computed where no
+  /// level data brought them. `levelMode` is a value of `XLevelMode`. An id that is no raster format's gives 0 with
+  /// "Not Supported Type".
+  static int LoadFileRaster(XRSFile* file, int id, XString path, XString& err, int calcStatistics, int levelMode,
+                            XThread* thread);
+  /// Loads a vector file. `sr` is the system of a DGN, DLG or DXF file, which has none of its own; it may be null. NITF
+  /// and KML are not routed: call their loaders. Any other id gives 0 with "Not Supported Type".
+  static int LoadFileVector(XRSFile* file, int id, XString path, XSpatialReference* sr, XString& err, XThread* thread);
+
+  /// Raw imports are not supported: always 0 with "Not Supported Type".
+  static int LoadFileGeneral(XRSFile* file, int id, XString path, int, int, int, int, int, XString& err,
+                             XThread* thread);
+  /// These three add nothing and answer 1, for a null dataset too.
+  static int LoadFileBIL(XRSFile* file, int id, XString path, int, int, int, int, int, XString& err, XThread* thread);
+  static int LoadFileBIP(XRSFile* file, int id, XString path, int, int, int, int, int, XString& err, XThread* thread);
+  static int LoadFileBSQ(XRSFile* file, int id, XString path, int, int, int, int, int, XString& err, XThread* thread);
+
+  // Raster loaders. On success the dataset has one band a channel, the first of them the master of the others, and its
+  // name and path are `path`. BMP and JPEG take their place from a world file named as the image with its last four
+  // characters replaced by ".bmw" or ".jpw": all bands of the dataset get its pixel sizes, corner and kind 2. Without
+  // one they get pixel size 1.0, the corner (0.0, height) and kind 1.
+
+  static int LoadFileZRM(XRSFile* file, XString path, XString& err, XThread* thread);
+  static int LoadFileTIF(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  static int LoadFileJPG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  static int LoadFileBMP(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  static int LoadFileDTED(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                          XThread* thread);
+  static int LoadFileSID(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  static int LoadFileJP2(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  static int LoadFileCIB(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
+  static int LoadFileCADRG(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
+  static int LoadFileHAWK(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                          XThread* thread);
+  static int LoadFileNITFIMG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                             XThread* thread);
+  static int LoadFileHFA(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  static int LoadFileHDF4(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                          XThread* thread);
+  static int LoadFileECW(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  static int LoadFilePBI(XRSFile* file, XString path, XString& err, XThread* thread);
+  static int LoadFilePBE(XRSFile* file, XString path, XString& err, XThread* thread);
+  static int LoadFileTXID(XRSFile* file, XString path, XString& err, XThread* thread);
+
+  // Vector loaders. On success the dataset has one more `ZRMVand`, and its name and path are `path`. `sr` may be null;
+  // otherwise it becomes the set's system: after the load for DXF, DGN and DLG, before it for NITF. A KML file sets the
+  // dataset's own system, where there is one, to "WGS84" and takes that.
+
+  static int LoadFileXVC(XRSFile* file, XString path, XString& err, XThread* thread);
+  static int LoadFileSHP(XRSFile* file, XString path, XString& err, XThread* thread);
+  static int LoadFileKML(XRSFile* file, XString path, XString& err, XThread* thread);
+  static int LoadFileDXF(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread);
+  static int LoadFileDGN(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread);
+  static int LoadFileDLG(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread);
+  static int LoadFileNITF(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread);
+  /// As `LoadFileNITF`; see `ZRMVand::LoadFileEx` for the list and the number.
+  static int LoadFileNITFEx(XRSFile* file, XString path, XSpatialReference* sr, XObList& objects, int* numObjects,
+                            XString& err, XThread* thread);
+
+  static int SaveFileTiff(XRSFile* file, XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
+  /// The last two ints are handed to the writer as they are.
+  static int SaveFileZRM(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, XString& err,
+                         XThread* thread, int compressionMode, int writerFlag1, int writerFlag2);
+  /// `quality` is the largest error allowed in a sample; 0.0 is lossless.
+  static int SaveFileZRMComp(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, double quality,
+                             XString& err, XThread* thread, int writerFlag1);
+
+  /// The corners of a file in its own system, without its bands being loaded. `x` and `y` have room for four values
+  /// each, which are `kNotSet` where nothing else is known. 0 for files whose corners can't be told, which in this
+  /// build are all, and for null arrays.
+  static int GetGeoBounding(XString path, double* const x, double* const y);
+
+  /// The name of the level file that belongs to a raster: its extension replaced by "xld". The path itself where that
+  /// is its extension, in any letter case.
+  static XString GetFileNameXLD(XString path);
+  /// Attaches the level data of a raster, or builds it first as `levelMode` says. 0 without a sentence for a null
+  /// dataset. This build can't use level data: 0 where some is there or would be built, too.
+  static int LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "XExport.h"
+#include "XStringList.h"
+
+#include <cstdint>
+
+/// The physical memory that programs could still take, in percent of all there is; 100.0 where it can't be told.
+ZRKIO_API double XfnGetAvailablePhysicalMemoryInPercent();
+
+/// A name in the system's folder for temporary files that begins with `prefix` and that no file has yet. The
+/// empty file is created, so that nobody else gets the name; empty text where that fails.
+ZRKIO_API XString XfnGetTempFileName(const XString& prefix);
+
+/// How saved native rasters are tied to a machine: 0 not at all, 2 to its network address.
+ZRKIO_API int XfnGetCryptoMethod();
+ZRKIO_API void XfnSetCryptoMethod(int method);
+
+/// Appends the hardware addresses of the machine's network interfaces, as "00-11-22-33-44-55", loopback left
+/// out; answers how many.
+ZRKIO_API int XfnGetMacAddress(XStringList& addresses);
+
+/// Hands the library worker threads: operations that can share their work use up to `count` threads, the
+/// caller's included. 1 at first. Results are the same bytes for every count.
+ZRKIO_API void XfnSetWorkerCount(int count);
+ZRKIO_API int XfnGetWorkerCount();
+
+/// The rows of a processing block of an image `width` samples wide and `height` high: `wantedRows`, or fewer where
+/// that would pass the image or take more than some 32 MB. At least 1.
+ZRKIO_API int XfnCalcBlockHeight(long width, long height, long bytesPerSample, long wantedRows);

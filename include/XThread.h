@@ -1,0 +1,79 @@
+#pragma once
+
+#include "XExport.h"
+#include "XString.h"
+
+#include <memory>
+
+class XThread;
+
+/// The window message that every callback of an `XThread` posts.
+inline constexpr unsigned kXThreadMessage = 0x7E8;
+
+/// Takes the messages that a window took in the family's desktop programs. The call comes on the working
+/// thread, and must return soon.
+class ZRKIO_API XMessageTarget {
+ public:
+  virtual ~XMessageTarget();
+  virtual void PostMessage(unsigned message, XThread* sender, long value) = 0;
+};
+
+/// Carries progress and cancel down a long operation. It starts no thread: the operation runs where it was
+/// called, reports here, and looks at the state word to learn that it shall stop.
+///
+/// The state word may be set from any thread. Callbacks come from the working thread; texts and codes are
+/// read by others after it is done, or on its own thread within `PostMessage`.
+class ZRKIO_API XThread {
+ public:
+  enum State { kStateRun = 0, kStateStop = 1 };
+  enum ResultCode { kResultNone = 0, kResultSuccess = 1, kResultFailure = 2, kResultCancel = 3, kResultText = 5 };
+
+  /// `target` takes the messages; it may be null and must outlive this object.
+  explicit XThread(XMessageTarget* target = nullptr);
+  virtual ~XThread();
+  XThread(const XThread&) = delete;
+  XThread& operator=(const XThread&) = delete;
+
+  int GetState() const;
+  void SetState(int state);
+  /// The state word, for the `cancel` argument of reads. It is read and written through `std::atomic_ref`.
+  int* GetStatePtr() { return &state_; }
+
+  int GetResultCode() const { return resultCode_; }
+  XString GetMessageText() const { return messageText_; }
+
+  /// Maps `percent` (0 to 100) into the range set, posts it as a whole number, and waits while suspended.
+  void CallbackPercent(double percent);
+  /// The share of the whole that the next operation fills, in percent; 0 to 100 at first.
+  void SetPercentRange(int first, int last);
+  /// Stores `code` as the result and posts `value`.
+  void Callback(int code, long value);
+  void CallbackSuccess();
+  void CallbackFail(const XString& text);
+  void CallbackCancel();
+  void CallbackText(const XString& text);
+
+  /// Asks the operation to stop, and lets a suspended one go on to see it.
+  void Terminate();
+  /// Whether the operation has not yet reported success, failure or cancel.
+  bool IsValid() const;
+  /// The operation pauses at its next `CallbackPercent`.
+  void Suspend();
+  void Resume();
+
+ private:
+  void Post(long value);
+  void WaitWhileSuspended();
+
+  alignas(4) mutable int state_ = kStateRun;
+  int resultCode_ = kResultNone;
+  XString messageText_;
+  XMessageTarget* target_;
+  int firstPercent_ = 0;
+  int lastPercent_ = 100;
+  struct Pause;
+  std::unique_ptr<Pause> pause_;
+};
+
+/// Whether the state word asks to stop, that is holds 1. A null pointer never does.
+ZRKIO_API bool XfnIsStopRequested(const int* cancel);

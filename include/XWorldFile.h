@@ -1,0 +1,37 @@
+#pragma once
+
+#include "XDataType.h"
+#include "XExport.h"
+#include "XString.h"
+
+/// Reader of a world file: six lines of text beside an image that place it in the world. Line 1 is the pixel
+/// size in x, line 4 that in y, lines 5 and 6 are the origin; lines 2 and 3 (rotation) are passed over.
+/// Each number is `kNotSet` until read; a line that is missing leaves its number unset.
+class ZRKIO_API XWorldFile {
+ public:
+  virtual ~XWorldFile();
+
+  /// Whether the file could be opened. Only its first bytes are looked at, as many as six lines can need.
+  bool Read(const XString& path);
+
+  double GetOriginX() const { return originX_; }
+  double GetOriginY() const { return originY_; }
+
+  // The edges of an image of that many pixels, in world units.
+
+  double Left(int width) const;
+  double Bottom(int height) const;
+  double Right(int width) const;
+  /// Whether it is set is asked of the x numbers here, unlike in its neighbours.
+  double Top(int height) const;
+
+  /// Absolute pixel sizes in world units.
+  double XPixelSize() const;
+  double YPixelSize() const;
+
+ private:
+  double originX_ = kNotSet;
+  double originY_ = kNotSet;
+  double xSize_ = kNotSet;
+  double ySize_ = kNotSet;
+};

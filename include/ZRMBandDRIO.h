@@ -1,0 +1,34 @@
+#pragma once
+
+#include "ZRMBand.h"
+
+#include <memory>
+
+class ZRMBandXLD;
+
+/// The frame of all bands that read their pixels on demand from the source file.
+///
+/// One band object stands for one channel. The first band of a file is the master: it owns the file, the decoder and
+/// the per-thread results. Each further channel is a follower, which keeps a pointer to the master and must not outlive
+/// it. One read of the master decodes all channels of a window; the followers then take theirs without touching the
+/// file. A read asks the level-data band first, if there is one, and the source where that declines.
+class ZRKIO_API ZRMBandDRIO : public ZRMBand {
+  X_DECLARE_RUNTIME_CLASS
+  ZRMBandDRIO();
+  ~ZRMBandDRIO() override;
+
+  int CalcStatistics(int withHistogram) override = 0;
+  int CleanupMemory(int freeBuffers, int force) override = 0;
+
+  /// The level-data band, or null; it belongs to this band.
+  ZRMBandXLD* GetBandXLD() const { return bandXLD_.get(); }
+  /// Takes the band over and destroys the one before; null takes it away.
+  void SetBandXLD(ZRMBandXLD* bandXLD);
+
+ protected:
+  /// Asks the level-data band for the window; 0 where there is none or it declines.
+  int ReadFromLevelData(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) const;
+
+ private:
+  std::unique_ptr<ZRMBandXLD> bandXLD_;
+};

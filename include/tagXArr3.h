@@ -1,0 +1,16 @@
+#pragma once
+
+#include "tagXArr2.h"
+#include "XExport.h"
+
+/// Three planes of one shape, as of a colour image.
+struct ZRKIO_API tagXArr3 {
+  tagXArr3() = default;
+  tagXArr3(int width, int height, int sampleBytes) { Alloc(width, height, sampleBytes); }
+
+  /// As `tagXArr2::Alloc` for each plane; all three or none.
+  int Alloc(int width, int height, int sampleBytes);
+  void Free();
+
+  tagXArr2 planes[3];
+};

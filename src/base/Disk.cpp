@@ -1,0 +1,28 @@
+#include "base/Disk.h"
+
+#include <atomic>
+
+namespace zrk {
+
+namespace {
+
+std::atomic<Disk*> current = nullptr;
+
+}  // namespace
+
+DiskMap::~DiskMap() = default;
+DiskFile::~DiskFile() = default;
+Disk::~Disk() = default;
+
+Disk& CurrentDisk() {
+  Disk* disk = current.load(std::memory_order_acquire);
+  return disk ? *disk : SystemDisk();
+}
+
+ScopedDisk::ScopedDisk(Disk& disk) : previous_(current.exchange(&disk)) {}
+
+ScopedDisk::~ScopedDisk() {
+  current.store(previous_);
+}
+
+}  // namespace zrk

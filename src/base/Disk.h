@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+// The one door to the disk. Everything in the library that opens, reads, writes, maps, renames or removes a file
+// does it through a `Disk`, so that tests can put one in its place that fails at a chosen call.
+
+namespace zrk {
+
+/// A read-only view of a whole file as it was when mapped. Where the file shrinks afterwards, bytes past its new
+/// end must not be touched: ask `DiskFile::Size` before.
+class DiskMap {
+ public:
+  virtual ~DiskMap();
+  virtual const unsigned char* Data() const = 0;
+  virtual std::int64_t Size() const = 0;
+};
+
+/// An open file. All operations may be called from many threads at once. Those that answer an int answer 0 for
+/// success and an errno otherwise.
+class DiskFile {
+ public:
+  virtual ~DiskFile();
+  /// Reads until `count` bytes or the end; answers the bytes read, or a negative errno.
+  virtual std::int64_t ReadAt(std::int64_t offset, void* buffer, std::int64_t count) = 0;
+  /// Writes all of it.
+  virtual int WriteAt(std::int64_t offset, const void* buffer, std::int64_t count) = 0;
+  /// The length in bytes now, or a negative errno.
+  virtual std::int64_t Size() = 0;
+  virtual int SetSize(std::int64_t size) = 0;
+  virtual int Preallocate(std::int64_t size) = 0;
+  virtual int Sync() = 0;
+  /// Maps the whole file for reading; null where that fails, as for an empty file.
+  virtual std::unique_ptr<DiskMap> Map() = 0;
+};
+
+struct DiskOpen {
+  bool read = true;
+  bool write = false;
+  bool create = false;     ///< an empty file, in place of one that is there
+  bool exclusive = false;  ///< nobody else may have it open with a lock
+  bool denyWrite = false;  ///< nobody else may have it locked for writing
+};
+
+class Disk {
+ public:
+  virtual ~Disk();
+  /// Opens a regular file. A folder, a pipe or a device is refused.
+  virtual int Open(const std::string& path, const DiskOpen& how, std::shared_ptr<DiskFile>& file) = 0;
+  virtual int Rename(const std::string& from, const std::string& to) = 0;
+  virtual int Remove(const std::string& path) = 0;
+  virtual int SyncFolder(const std::string& folder) = 0;
+  virtual bool Exists(const std::string& path) = 0;
+};
+
+/// The disk in use: that of the operating system unless a test has put another in its place.
+Disk& CurrentDisk();
+Disk& SystemDisk();
+
+/// Puts another disk in place for its own lifetime. For tests; not to be nested across threads.
+class ScopedDisk {
+ public:
+  explicit ScopedDisk(Disk& disk);
+  ~ScopedDisk();
+  ScopedDisk(const ScopedDisk&) = delete;
+  ScopedDisk& operator=(const ScopedDisk&) = delete;
+
+ private:
+  Disk* previous_;
+};
+
+}  // namespace zrk

@@ -1,0 +1,150 @@
+// The disk of the operating system.
+
+#include "base/Disk.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+namespace zrk {
+
+namespace {
+
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor() {
+    if (number_ >= 0) ::close(number_);
+  }
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&&) = delete;
+  int Number() const { return number_; }
+  bool IsOpen() const { return number_ >= 0; }
+
+ private:
+  int number_;
+};
+
+class SystemMap : public DiskMap {
+ public:
+  SystemMap(void* data, std::size_t size) : data_(data), size_(size) {}
+  ~SystemMap() override { ::munmap(data_, size_); }
+  const unsigned char* Data() const override { return static_cast<const unsigned char*>(data_); }
+  std::int64_t Size() const override { return static_cast<std::int64_t>(size_); }
+
+ private:
+  void* data_;
+  std::size_t size_;
+};
+
+class SystemFile : public DiskFile {
+ public:
+  explicit SystemFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
+
+  std::int64_t ReadAt(std::int64_t offset, void* buffer, std::int64_t count) override {
+    if (offset < 0 || count < 0) return -EINVAL;
+    std::int64_t done = 0;
+    while (done < count) {
+      const ssize_t got = ::pread(descriptor_.Number(), static_cast<char*>(buffer) + done,
+                                  static_cast<std::size_t>(count - done), offset + done);
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) return -errno;
+      if (got == 0) break;
+      done += got;
+    }
+    return done;
+  }
+
+  int WriteAt(std::int64_t offset, const void* buffer, std::int64_t count) override {
+    if (offset < 0 || count < 0) return EINVAL;
+    for (std::int64_t done = 0; done < count;) {
+      const ssize_t put = ::pwrite(descriptor_.Number(), static_cast<const char*>(buffer) + done,
+                                   static_cast<std::size_t>(count - done), offset + done);
+      if (put < 0 && errno == EINTR) continue;
+      if (put < 0) return errno;
+      if (put == 0) return EIO;
+      done += put;
+    }
+    return 0;
+  }
+
+  std::int64_t Size() override {
+    struct stat status;
+    return ::fstat(descriptor_.Number(), &status) == 0 ? static_cast<std::int64_t>(status.st_size) : -errno;
+  }
+
+  int SetSize(std::int64_t size) override { return ::ftruncate(descriptor_.Number(), size) == 0 ? 0 : errno; }
+  int Preallocate(std::int64_t size) override { return ::posix_fallocate(descriptor_.Number(), 0, size); }
+  int Sync() override { return ::fsync(descriptor_.Number()) == 0 ? 0 : errno; }
+
+  std::unique_ptr<DiskMap> Map() override {
+    const std::int64_t size = Size();
+    if (size <= 0) return nullptr;
+    void* data = ::mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_SHARED, descriptor_.Number(), 0);
+    if (data == MAP_FAILED) return nullptr;
+    return std::make_unique<SystemMap>(data, static_cast<std::size_t>(size));
+  }
+
+ private:
+  Descriptor descriptor_;
+};
+
+int OpenModeBits(const DiskOpen& how) {
+  const int access = how.read && how.write ? O_RDWR : how.write ? O_WRONLY : O_RDONLY;
+  // Without waiting, so that a pipe in the place of a file is found and refused. An existing file is emptied only once
+  // it is known to be one and locked.
+  return access | O_CLOEXEC | O_NONBLOCK | (how.create ? O_CREAT : 0);
+}
+
+/// Locks hold between those who ask for one; denying writers is a shared lock for a reader and an exclusive one for a
+/// writer.
+int LockBits(const DiskOpen& how) {
+  if (how.exclusive) return LOCK_EX;
+  if (how.denyWrite) return how.write ? LOCK_EX : LOCK_SH;
+  return 0;
+}
+
+class SystemDiskImpl : public Disk {
+ public:
+  int Open(const std::string& path, const DiskOpen& how, std::shared_ptr<DiskFile>& file) override {
+    Descriptor descriptor(::open(path.c_str(), OpenModeBits(how), 0666));
+    if (!descriptor.IsOpen()) return errno;
+    struct stat status;
+    if (::fstat(descriptor.Number(), &status) != 0) return errno;
+    if (S_ISDIR(status.st_mode)) return EISDIR;
+    if (!S_ISREG(status.st_mode)) return EINVAL;
+    const int lock = LockBits(how);
+    if (lock && ::flock(descriptor.Number(), lock | LOCK_NB) != 0) return errno;
+    if (how.create && ::ftruncate(descriptor.Number(), 0) != 0) return errno;
+    file = std::make_shared<SystemFile>(std::move(descriptor));
+    return 0;
+  }
+
+  int Rename(const std::string& from, const std::string& to) override {
+    return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+  }
+  int Remove(const std::string& path) override { return ::unlink(path.c_str()) == 0 ? 0 : errno; }
+
+  int SyncFolder(const std::string& folder) override {
+    const Descriptor descriptor(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor.IsOpen()) return errno;
+    return ::fsync(descriptor.Number()) == 0 ? 0 : errno;
+  }
+
+  bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }
+};
+
+}  // namespace
+
+Disk& SystemDisk() {
+  static SystemDiskImpl disk;
+  return disk;
+}
+
+}  // namespace zrk

@@ -1,0 +1,31 @@
+#include "XBits.h"
+
+#include <bit>
+#include <cstdint>
+
+namespace {
+
+unsigned char MaskOf(int bit) {
+  return static_cast<unsigned char>(0x80 >> (bit % 8));
+}
+
+}  // namespace
+
+int XfnGetBitBuffer(unsigned char* buf, int bit) {
+  return (buf[bit >> 3] & MaskOf(bit)) != 0;
+}
+
+void XfnSetBitBuffer(unsigned char* buf, int bit, int value) {
+  unsigned char& byte = buf[bit >> 3];
+  byte = static_cast<unsigned char>(value ? byte | MaskOf(bit) : byte & ~MaskOf(bit));
+}
+
+int XfnGetNearest2nValue(int n) {
+  if (n <= 0) return 0;
+  const int exponent = static_cast<int>(std::bit_cast<std::uint32_t>(static_cast<float>(n)) >> 23) - 127;
+  return static_cast<int>(std::uint32_t{1} << exponent);
+}
+
+int XfnGetPowerOf2nValue(int n) {
+  return n > 0 ? std::bit_width(static_cast<unsigned>(n)) - 1 : -1;
+}

@@ -1,0 +1,32 @@
+#include "XPath.h"
+
+#include <algorithm>
+
+namespace {
+
+/// The place behind the last separator of either kind.
+int NameBegin(const XString& path) {
+  return std::max(path.ReverseFind('/'), path.ReverseFind('\\')) + 1;
+}
+
+}  // namespace
+
+XString XfnGetFileName(const XString& path) {
+  return path.Mid(NameBegin(path));
+}
+
+XString XfnGetFileTitle(const XString& path) {
+  const XString name = XfnGetFileName(path);
+  const int dot = name.ReverseFind('.');
+  return dot < 0 ? name : name.Left(dot);
+}
+
+XString XfnGetFileExt(const XString& path) {
+  const XString name = XfnGetFileName(path);
+  const int dot = name.ReverseFind('.');
+  return dot < 0 ? XString() : name.Mid(dot + 1);
+}
+
+XString XfnGetFileFolder(const XString& path) {
+  return path.Left(NameBegin(path));
+}

@@ -1,0 +1,98 @@
+#include "XThread.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+
+XMessageTarget::~XMessageTarget() = default;
+
+/// Where a suspended operation waits.
+struct XThread::Pause {
+  std::mutex mutex;
+  std::condition_variable resumed;
+  bool isSuspended = false;
+};
+
+XThread::XThread(XMessageTarget* target) : target_(target), pause_(std::make_unique<Pause>()) {}
+
+XThread::~XThread() = default;
+
+int XThread::GetState() const {
+  return std::atomic_ref<int>(state_).load();
+}
+
+void XThread::SetState(int state) {
+  std::atomic_ref<int>(state_).store(state);
+}
+
+void XThread::CallbackPercent(double percent) {
+  // Written so that a percentage that is no number counts as none.
+  const double share = percent > 0.0 ? std::min(percent, 100.0) / 100.0 : 0.0;
+  Post(static_cast<long>(firstPercent_ + share * (lastPercent_ - firstPercent_)));
+  WaitWhileSuspended();
+}
+
+void XThread::SetPercentRange(int first, int last) {
+  firstPercent_ = first;
+  lastPercent_ = last;
+}
+
+void XThread::Callback(int code, long value) {
+  resultCode_ = code;
+  Post(value);
+}
+
+void XThread::CallbackSuccess() {
+  Callback(kResultSuccess, 0);
+}
+
+void XThread::CallbackFail(const XString& text) {
+  messageText_ = text;
+  Callback(kResultFailure, 0);
+}
+
+void XThread::CallbackCancel() {
+  Callback(kResultCancel, 0);
+}
+
+void XThread::CallbackText(const XString& text) {
+  messageText_ = text;
+  Callback(kResultText, 0);
+}
+
+void XThread::Terminate() {
+  SetState(kStateStop);
+  Resume();
+}
+
+bool XThread::IsValid() const {
+  return resultCode_ != kResultSuccess && resultCode_ != kResultFailure && resultCode_ != kResultCancel;
+}
+
+void XThread::Suspend() {
+  const std::lock_guard lock(pause_->mutex);
+  pause_->isSuspended = true;
+}
+
+void XThread::Resume() {
+  {
+    const std::lock_guard lock(pause_->mutex);
+    pause_->isSuspended = false;
+  }
+  pause_->resumed.notify_all();
+}
+
+void XThread::Post(long value) {
+  if (target_) target_->PostMessage(kXThreadMessage, this, value);
+}
+
+void XThread::WaitWhileSuspended() {
+  std::unique_lock lock(pause_->mutex);
+  pause_->resumed.wait(lock, [this] { return !pause_->isSuspended; });
+}
+
+bool XfnIsStopRequested(const int* cancel) {
+  // The word belongs to an XThread or its like, and is never a constant one.
+  return cancel && std::atomic_ref<int>(*const_cast<int*>(cancel)).load() == XThread::kStateStop;
+}
