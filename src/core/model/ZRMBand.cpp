@@ -1,0 +1,193 @@
+#include "ZRMBand.h"
+
+#include "XStatistics.h"
+#include "XSystem.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+X_IMPLEMENT_RUNTIME_CLASS(ZRMBand, XBand);
+
+namespace {
+
+/// Truncates toward zero, cut to the range of an int; 0 for what is not a number.
+int TruncateToInt(double value) {
+  if (std::isnan(value)) return 0;
+  return static_cast<int>(std::clamp(value, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
+}
+
+/// The whole pixels in an extent. World coordinates are seldom exact in binary, so that an extent of ten pixels may
+/// come out a hair below ten; a millionth of a pixel makes up for that.
+int WholePixels(double extent, double pixelSize) {
+  return TruncateToInt(extent / pixelSize + 1e-6);
+}
+
+}  // namespace
+
+ZRMBand::ZRMBand() = default;
+ZRMBand::~ZRMBand() = default;
+
+int ZRMBand::GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1,
+                                      double cornerX2, double cornerY2, double cornerX3, double cornerY3, int width,
+                                      int height) {
+  const auto [minX, maxX] = std::minmax({cornerX0, cornerX1, cornerX2, cornerX3});
+  const auto [minY, maxY] = std::minmax({cornerY0, cornerY1, cornerY2, cornerY3});
+  // Only the size of the window matters, and it is not cut to the image: an area that reaches beyond it is drawn at
+  // the same scale.
+  const int columns = WholePixels(maxX - minX, std::abs(xPixelSize_));
+  const int rows = WholePixels(maxY - minY, std::abs(yPixelSize_));
+  if (columns <= 0 || rows <= 0) return 0;
+  return GetHighestLevelForTarget(0, columns - 1, 0, rows - 1, width, height);
+}
+
+int ZRMBand::CalcStatistics(int withHistogram) {
+  return CalcStatisticsAtLevel(std::max(GetLevel() - 1, 0), withHistogram);
+}
+
+int ZRMBand::CalcStatisticsAtLevel(int level, int withHistogram) {
+  if (!IsLevel(level)) return 0;
+  int width = GetXSize();
+  int height = GetYSize();
+  if (level > 0) {
+    double minX = 0.0, maxX = 0.0, minY = 0.0, maxY = 0.0;
+    ConvPixelToWorldRange(0, width - 1, 0, height - 1, minX, maxX, minY, maxY);
+    const double scale = std::ldexp(1.0, level);
+    width = WholePixels(maxX - minX, xPixelSize_ * scale);
+    height = WholePixels(maxY - minY, yPixelSize_ * scale);
+  }
+  if (width <= 0 || height <= 0) return 0;
+
+  // Most bands answer a buffer of their own; the local one is for those that fill what they are given.
+  tagXArr2 local;
+  if (!local.Alloc(width, height, GetDataSize())) return 0;
+  tagXArr2* pixels = &local;
+  if (!ReadSubset(pixels, level, 0, GetXSize() - 1, 0, GetYSize() - 1, nullptr)) return 0;
+
+  double minValue = 0.0, maxValue = 0.0, mean = 0.0, stdDev = 0.0;
+  if (!XfnXARR2CalcStatistics(pixels, GetDataType(), minValue, maxValue, mean, stdDev,
+                              withHistogram ? GetHistogram() : nullptr, GetNullValue())) {
+    return 0;
+  }
+  SetBandMin(minValue);
+  SetBandMax(maxValue);
+  SetBandMean(mean);
+  SetBandStdDev(stdDev);
+  return 1;
+}
+
+int ZRMBand::CloneBand(ZRMBand* source) {
+  if (!source) return 0;
+  if (source == this) return 1;
+  XBand::CloneBand(source);
+  CopyGeometry(*source);
+  bandType_ = source->bandType_;
+  normalizedWorld_ = source->normalizedWorld_;
+  centerX_ = source->centerX_;
+  centerY_ = source->centerY_;
+  CopyAcquisition(*source);
+  offsetX_ = source->offsetX_;
+  offsetY_ = source->offsetY_;
+  scaleX_ = source->scaleX_;
+  scaleY_ = source->scaleY_;
+  gis_.clear();
+  for (const auto& gis : source->gis_) gis_.push_back(std::make_unique<tagXRSGIS>(*gis));
+  sarParam_ = source->sarParam_;
+  orbitInterpolater_ = source->orbitInterpolater_;
+  sarBeam_ = source->sarBeam_;
+  std::copy(std::begin(source->sarSubset_), std::end(source->sarSubset_), std::begin(sarSubset_));
+  return 1;
+}
+
+void ZRMBand::CopyGeometry(const ZRMBand& master) {
+  SetSize(master.GetXSize(), master.GetYSize());
+  SetPixelSize(master.xPixelSize_, master.yPixelSize_);
+  SetUpperLeft(master.ulx_, master.uly_);
+  coordinateKind_ = master.coordinateKind_;
+  sr_ = master.sr_;
+}
+
+void ZRMBand::CopyAcquisition(const ZRMBand& source) {
+  sceneOrient_ = source.sceneOrient_;
+  altitude_ = source.altitude_;
+  incidenceAngle_ = source.incidenceAngle_;
+  bandDate_ = source.bandDate_;
+  bandSensor_ = source.bandSensor_;
+  waveLength_ = source.waveLength_;
+  bandSensorName_ = source.bandSensorName_;
+  useSensorModel_ = source.useSensorModel_;
+  focalLength_ = source.focalLength_;
+  cellSize_ = source.cellSize_;
+  SetScanSensorParam(source.GetScanSensorParam());
+  originCorner_ = source.originCorner_;
+  sunAzimuth_ = source.sunAzimuth_;
+  sunElevation_ = source.sunElevation_;
+  gain_ = source.gain_;
+  bias_ = source.bias_;
+}
+
+void ZRMBand::ConvPixelToWorldCoord(double& x, double& y) const {
+  x = ulx_ + x * xPixelSize_;
+  y = uly_ - y * yPixelSize_;
+}
+
+void ZRMBand::ConvWorldToPixelCoord(double& x, double& y) const {
+  x = (x - ulx_) / xPixelSize_;
+  y = (uly_ - y) / yPixelSize_;
+}
+
+void ZRMBand::ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y) const {
+  ConvWorldToPixelCoord(worldX, worldY);
+  x = TruncateToInt(worldX);
+  y = TruncateToInt(worldY);
+}
+
+void ZRMBand::ConvPixelToWorldRange(int x0, int x1, int y0, int y1, double& minX, double& maxX, double& minY,
+                                    double& maxY) const {
+  minX = x0;
+  maxX = x1 + 1.0;
+  minY = y1 + 1.0;
+  maxY = y0;
+  ConvPixelToWorldCoord(minX, minY);
+  ConvPixelToWorldCoord(maxX, maxY);
+}
+
+void ZRMBand::GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const {
+  ConvPixelToWorldRange(0, GetXSize() - 1, 0, GetYSize() - 1, minX, maxX, minY, maxY);
+}
+
+void ZRMBand::SetBoundRect(double minX, double maxX, double minY, double maxY) {
+  SetUpperLeft(minX, maxY);
+  if (xPixelSize_ != 0.0) SetXSize(std::max(WholePixels(maxX - minX, xPixelSize_), 0));
+  if (yPixelSize_ != 0.0) SetYSize(std::max(WholePixels(maxY - minY, yPixelSize_), 0));
+}
+
+void ZRMBand::SetScanSensorParam(const XRSScanSensorParam* scanSensorParam) {
+  scanSensorParam_ = scanSensorParam ? std::make_unique<XRSScanSensorParam>(*scanSensorParam) : nullptr;
+}
+
+tagXRSGIS* ZRMBand::GetGISAt(int index) const {
+  return 0 <= index && index < GetNumOfGIS() ? gis_[static_cast<std::size_t>(index)].get() : nullptr;
+}
+
+void ZRMBand::AddGIS(tagXRSGIS* gis) {
+  if (gis) gis_.emplace_back(gis);
+}
+
+void ZRMBand::GetSarsubset(int& x0, int& x1, int& y0, int& y1) const {
+  x0 = sarSubset_[0];
+  x1 = sarSubset_[1];
+  y0 = sarSubset_[2];
+  y1 = sarSubset_[3];
+}
+
+void ZRMBand::SetSarsubset(int x0, int x1, int y0, int y1) {
+  sarSubset_[0] = x0;
+  sarSubset_[1] = x1;
+  sarSubset_[2] = y0;
+  sarSubset_[3] = y1;
+}
+
+int XfnCalcBlockHeight(ZRMBand* band, long wantedRows) {
+  return band ? XfnCalcBlockHeight(band->GetXSize(), band->GetYSize(), band->GetDataSize(), wantedRows) : 1;
+}

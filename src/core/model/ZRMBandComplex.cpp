@@ -1,0 +1,17 @@
+#include "ZRMBandComplex.h"
+
+X_IMPLEMENT_RUNTIME_CLASS(ZRMBandComplex, ZRMBand);
+
+ZRMBandComplex::ZRMBandComplex(ZRMBand* inner) : inner_(inner) {
+  ZRMBand::CloneBand(inner);
+}
+
+ZRMBandComplex::~ZRMBandComplex() = default;
+
+int ZRMBandComplex::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
+  return inner_ ? inner_->ReadSubset(out, level, x0, x1, y0, y1, cancel) : 0;
+}
+
+int ZRMBandComplex::CleanupMemory(int freeBuffers, int force) {
+  return inner_ ? inner_->CleanupMemory(freeBuffers, force) : ZRMBand::CleanupMemory(freeBuffers, force);
+}
