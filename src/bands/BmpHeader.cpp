@@ -1,0 +1,92 @@
+// A bitmap file is a file header of 14 bytes, of which only the magic counts, an info header of 40 bytes, a palette of
+// 4 bytes an entry, and the rows. Longer info headers are read as if they were of 40 bytes, and the offset of the
+// pixels that the file header names is not used: the rows begin right behind the palette.
+
+#include "bands/BmpHeader.h"
+
+#include "base/Checked.h"
+#include "base/Cursor.h"
+
+#include <optional>
+
+namespace zrk {
+
+namespace {
+
+constexpr std::uint16_t kMagic = 0x4D42;  // "BM"
+constexpr int kFileHeaderBytes = 14;
+constexpr int kInfoHeaderBytes = 40;
+constexpr int kMinBits = 8;
+constexpr int kMaxBits = 39;  // four whole bytes at the most
+
+BITMAPINFOHEADER ReadInfoHeader(Cursor& cursor) {
+  BITMAPINFOHEADER header{};
+  header.biSize = cursor.U32LE();
+  header.biWidth = cursor.I32LE();
+  header.biHeight = cursor.I32LE();
+  header.biPlanes = cursor.U16LE();
+  header.biBitCount = cursor.U16LE();
+  header.biCompression = cursor.U32LE();
+  header.biSizeImage = cursor.U32LE();
+  header.biXPelsPerMeter = cursor.I32LE();
+  header.biYPelsPerMeter = cursor.I32LE();
+  header.biClrUsed = cursor.U32LE();
+  header.biClrImportant = cursor.U32LE();
+  return header;
+}
+
+std::optional<std::int64_t> CalcImageBytes(const BITMAPINFOHEADER& header) {
+  if (header.biWidth < 0 || header.biHeight < 0) return std::nullopt;
+  return CheckedMultiply(XfnCalcDIBWidthBytes(header.biWidth, header.biBitCount), header.biHeight);
+}
+
+}  // namespace
+
+bool IsServableDib(const BITMAPINFOHEADER& header, std::int64_t offset) {
+  if (header.biBitCount < kMinBits || header.biBitCount > kMaxBits || offset < 0) return false;
+  const std::optional<std::int64_t> imageBytes = CalcImageBytes(header);
+  return imageBytes && CheckedAdd(*imageBytes, offset).has_value();
+}
+
+int ParseBmpHeader(std::span<const unsigned char> bytes, BmpHeader& header, XString& err) {
+  if (bytes.size() < kFileHeaderBytes) {
+    err = "Can't read bitmap file header.";
+    return 0;
+  }
+  Cursor cursor(bytes);
+  if (cursor.U16LE() != kMagic) {
+    err = "Not a valid BMP format";
+    return 0;
+  }
+  if (bytes.size() < kFileHeaderBytes + kInfoHeaderBytes) {
+    err = "Can't read bitmap info header";
+    return 0;
+  }
+  cursor.Seek(kFileHeaderBytes);
+  BITMAPINFOHEADER& info = header.info.bmiHeader;
+  info = ReadInfoHeader(cursor);
+  if (info.biBitCount < kMinBits || info.biBitCount > kMaxBits) {
+    err.Format("Not supported bit count: %d", info.biBitCount);
+    return 0;
+  }
+  const int paletteSize = XfnGetDIBPaletteSize(info);
+  for (int i = 0; i < paletteSize; ++i) {
+    RGBQUAD& colour = header.info.bmiColors[i];
+    colour = {cursor.U8(), cursor.U8(), cursor.U8(), cursor.U8()};
+  }
+  if (cursor.HasFailed()) {
+    err = "Can't read palette";
+    return 0;
+  }
+  const std::optional<std::int64_t> imageBytes = CalcImageBytes(info);
+  if (!imageBytes) {
+    err = "Can't allocate memory";
+    return 0;
+  }
+  header.pixelOffset = kFileHeaderBytes + kInfoHeaderBytes + 4 * paletteSize;
+  header.rowBytes = XfnCalcDIBWidthBytes(info.biWidth, info.biBitCount);
+  header.imageBytes = *imageBytes;
+  return 1;
+}
+
+}  // namespace zrk

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "tagXArr2.h"
+#include "XChannelReads.h"
+
+namespace zrk {
+
+/// The read of a follower: its channel of the master's last read on this thread if that was the same request, otherwise
+/// of a new one, in which the master decodes all channels at once.
+template <class Band>
+int ReadThroughMaster(Band& master, int channel, tagXArr2*& out, const ReadRequest& request) {
+  ReadRequest last;
+  master.GetPrevReadSubsetParam(last.level, last.x0, last.x1, last.y0, last.y1);
+  tagXArr2* result = last == request ? master.GetResult(channel) : nullptr;
+  if (!result) {
+    tagXArr2* ofMaster = nullptr;
+    if (!master.ReadSubset(ofMaster, request.level, request.x0, request.x1, request.y0, request.y1, nullptr)) return 0;
+    result = master.GetResult(channel);
+    if (!result) return 0;
+  }
+  out = result;
+  return 1;
+}
+
+}  // namespace zrk

@@ -1,0 +1,143 @@
+#include "codec/JpegDecoder.h"
+
+#include "base/Disk.h"
+#include "codec/JpegSession.h"
+#include "math/Interleave.h"
+#include "XLimits.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace zrk {
+
+namespace {
+
+/// Product over 255, rounded: two values of a byte taken as fractions.
+unsigned char MultiplyFractions(unsigned a, unsigned b) {
+  return static_cast<unsigned char>((a * b + 127) / 255);
+}
+
+/// Cyan, magenta, yellow and black to red, green and blue. Writers that leave an Adobe marker store the inks inverted.
+void SplitCmyk(const JSAMPLE* source, std::size_t count, bool inverted, unsigned char* const target[3]) {
+  const unsigned flip = inverted ? 0 : 255;
+  for (std::size_t i = 0; i < count; ++i, source += 4) {
+    const unsigned black = source[3] ^ flip;
+    for (int c = 0; c < 3; ++c) target[c][i] = MultiplyFractions(source[c] ^ flip, black);
+  }
+}
+
+/// Whether the file is long enough for what its header promises. A coded block takes one bit at the least, unless the
+/// coding is arithmetic, for which no such bound holds.
+bool CanHoldImage(const jpeg_decompress_struct& decoder, std::int64_t fileBytes) {
+  if (decoder.arith_code) return true;
+  const auto unitsAcross = [](JDIMENSION samples, int factor) {
+    const std::int64_t unit = std::int64_t{DCTSIZE} * std::max(factor, 1);
+    return (std::int64_t{samples} + unit - 1) / unit;
+  };
+  const std::int64_t units = unitsAcross(decoder.image_width, decoder.max_h_samp_factor) *
+                             unitsAcross(decoder.image_height, decoder.max_v_samp_factor);
+  return units / 8 <= fileBytes;
+}
+
+bool IsSupported(const jpeg_decompress_struct& decoder) {
+  return decoder.num_components == 1 || decoder.num_components == 3 || decoder.num_components == 4;
+}
+
+XString HeaderFailure(const JpegSession& session) {
+  XString text;
+  text.Format("Can't read JPEG header : %s", session.GetError().GetText());
+  return text;
+}
+
+/// Reads all scanlines. Rows of grey go straight to their plane; colour comes in as whole pixels and is split.
+void ReadRows(jpeg_decompress_struct& decoder, const JpegWatch& watch, std::array<tagXArr2, 3>& planes) {
+  const std::size_t width = decoder.output_width;
+  const JDIMENSION samples = decoder.output_width * static_cast<JDIMENSION>(decoder.output_components);
+  JSAMPARRAY row = (*decoder.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&decoder), JPOOL_IMAGE, samples, 1);
+  while (decoder.output_scanline < decoder.output_height) {
+    const int y = static_cast<int>(decoder.output_scanline);
+    if (watch.reportRow) watch.reportRow(y);
+    if (decoder.output_components == 1) {
+      JSAMPROW target = planes[0].Row(y);
+      jpeg_read_scanlines(&decoder, &target, 1);
+      continue;
+    }
+    jpeg_read_scanlines(&decoder, row, 1);
+    unsigned char* const target[3] = {planes[0].Row(y), planes[1].Row(y), planes[2].Row(y)};
+    if (decoder.output_components == 3) {
+      SplitPixels3(row[0], width, target[0], target[1], target[2]);
+    } else {
+      SplitCmyk(row[0], width, decoder.saw_Adobe_marker, target);
+    }
+  }
+}
+
+bool AllocatePlanes(const jpeg_decompress_struct& decoder, std::array<tagXArr2, 3>& planes) {
+  const int numPlanes = decoder.num_components == 1 ? 1 : 3;
+  for (int i = 0; i < numPlanes; ++i) {
+    const int width = static_cast<int>(decoder.image_width);
+    const int height = static_cast<int>(decoder.image_height);
+    if (!planes[static_cast<std::size_t>(i)].Alloc(width, height, 1)) return false;
+  }
+  return true;
+}
+
+void ChooseOutput(jpeg_decompress_struct& decoder) {
+  decoder.out_color_space = decoder.num_components == 1   ? JCS_GRAYSCALE
+                            : decoder.num_components == 3 ? JCS_RGB
+                                                          : JCS_CMYK;
+}
+
+}  // namespace
+
+int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err) {
+  const auto session = std::make_unique<JpegSession>(file);
+  if (!session->Run([](jpeg_decompress_struct& decoder) { jpeg_read_header(&decoder, TRUE); })) {
+    err = HeaderFailure(*session);
+    return 0;
+  }
+  const jpeg_decompress_struct& decoder = session->GetDecoder();
+  if (!IsSupported(decoder)) {
+    err.Format("Not supported number of components: %d", decoder.num_components);
+    return 0;
+  }
+  if (std::int64_t{decoder.image_width} * std::int64_t{decoder.image_height} > GetLimits().imagePixels) {
+    err = "Image is too large";
+    return 0;
+  }
+  header.width = static_cast<int>(decoder.image_width);
+  header.height = static_cast<int>(decoder.image_height);
+  header.numChannels = decoder.num_components == 1 ? 1 : 3;
+  return 1;
+}
+
+int DecodeJpeg(DiskFile& file, const JpegWatch& watch, std::array<tagXArr2, 3>& planes, XString& err) {
+  const auto session = std::make_unique<JpegSession>(file);
+  jpeg_decompress_struct& decoder = session->GetDecoder();
+  if (watch.keepGoing) session->SetKeepGoing(&watch.keepGoing);
+
+  const bool hasHeader = session->Run([](jpeg_decompress_struct& d) { jpeg_read_header(&d, TRUE); });
+  if (!hasHeader || !IsSupported(decoder)) {
+    err = HeaderFailure(*session);
+    return 0;
+  }
+  if (!CanHoldImage(decoder, file.Size())) {
+    err = "File is too short for its image";
+    return 0;
+  }
+  if (!AllocatePlanes(decoder, planes)) {
+    err = "Can't allocate memory";
+    return 0;
+  }
+  const bool isWhole = session->Run([&](jpeg_decompress_struct& d) {
+    ChooseOutput(d);
+    jpeg_start_decompress(&d);
+    ReadRows(d, watch, planes);
+    jpeg_finish_decompress(&d);
+  });
+  if (isWhole) return 1;
+  err = session->WasStopped() ? XString() : session->GetError();
+  return 0;
+}
+
+}  // namespace zrk

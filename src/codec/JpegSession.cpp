@@ -1,0 +1,107 @@
+#include "codec/JpegSession.h"
+
+#include "base/Disk.h"
+#include "XLimits.h"
+
+#include <algorithm>
+
+#include <jerror.h>
+
+namespace zrk {
+
+namespace {
+
+/// Whether a warning means that pixels come out wrong. The others are about bytes between segments or odd version
+/// numbers, which sound files of many cameras and scanners have.
+bool DamagesPixels(int warning) {
+  switch (warning) {
+    case JWRN_ARITH_BAD_CODE:
+    case JWRN_BOGUS_PROGRESSION:
+    case JWRN_HIT_MARKER:
+    case JWRN_HUFF_BAD_CODE:
+    case JWRN_JPEG_EOF:
+    case JWRN_MUST_RESYNC:
+    case JWRN_NOT_SEQUENTIAL:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+JpegSession::JpegSession(DiskFile& file) : file_(file), scanLimit_(GetLimits().jpegScans) {
+  decoder_.err = jpeg_std_error(&errors_);
+  errors_.error_exit = &OnError;
+  errors_.emit_message = &OnMessage;
+  errors_.output_message = [](j_common_ptr) {};
+  decoder_.client_data = this;
+
+  source_.init_source = [](j_decompress_ptr) {};
+  source_.fill_input_buffer = &FillBuffer;
+  source_.skip_input_data = &SkipBytes;
+  source_.resync_to_restart = &jpeg_resync_to_restart;
+  source_.term_source = [](j_decompress_ptr) {};
+  progress_.progress_monitor = &OnProgress;
+
+  Run([this](jpeg_decompress_struct& decoder) {
+    jpeg_create_decompress(&decoder);
+    decoder.client_data = this;
+    decoder.src = &source_;
+    decoder.progress = &progress_;
+    decoder.mem->max_memory_to_use = static_cast<long>(GetLimits().decodedTileBytes);
+  });
+}
+
+JpegSession::~JpegSession() {
+  jpeg_destroy_decompress(&decoder_);
+}
+
+JpegSession& JpegSession::Of(j_common_ptr common) {
+  return *static_cast<JpegSession*>(common->client_data);
+}
+
+void JpegSession::GiveUp(const char* why) {
+  std::snprintf(error_, sizeof error_, "%s", why);
+  std::longjmp(escape_, 1);
+}
+
+void JpegSession::OnError(j_common_ptr common) {
+  char text[JMSG_LENGTH_MAX];
+  common->err->format_message(common, text);
+  Of(common).GiveUp(text);
+}
+
+void JpegSession::OnMessage(j_common_ptr common, int level) {
+  if (level < 0 && DamagesPixels(common->err->msg_code)) OnError(common);
+}
+
+void JpegSession::OnProgress(j_common_ptr common) {
+  JpegSession& session = Of(common);
+  if (session.decoder_.input_scan_number > session.scanLimit_) session.GiveUp("Too many scans");
+  if (session.keepGoing_ && !(*session.keepGoing_)()) {
+    session.stopped_ = true;
+    session.GiveUp("Stopped");
+  }
+}
+
+boolean JpegSession::FillBuffer(j_decompress_ptr decoder) {
+  JpegSession& session = Of(reinterpret_cast<j_common_ptr>(decoder));
+  const std::int64_t count = session.file_.ReadAt(session.position_, session.buffer_, kBufferBytes);
+  if (count <= 0) session.GiveUp("Premature end of file");
+  session.position_ += count;
+  session.source_.next_input_byte = session.buffer_;
+  session.source_.bytes_in_buffer = static_cast<std::size_t>(count);
+  return TRUE;
+}
+
+void JpegSession::SkipBytes(j_decompress_ptr decoder, long count) {
+  if (count <= 0) return;
+  JpegSession& session = Of(reinterpret_cast<j_common_ptr>(decoder));
+  const std::size_t within = std::min(session.source_.bytes_in_buffer, static_cast<std::size_t>(count));
+  session.source_.next_input_byte += within;
+  session.source_.bytes_in_buffer -= within;
+  session.position_ += count - static_cast<long>(within);
+}
+
+}  // namespace zrk

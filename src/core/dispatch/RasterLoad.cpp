@@ -1,0 +1,63 @@
+#include "core/dispatch/RasterLoad.h"
+
+#include "XPath.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
+#include "XWorldFile.h"
+
+namespace zrk {
+namespace {
+
+void PlaceAsPixels(ZRMBand& band) {
+  band.SetPixelSize(1.0, 1.0);
+  band.SetUpperLeft(0.0, band.GetYSize());
+  band.SetCoordinateKind(kCoordinatePixel);
+  band.GetSR()->SetCoordinateKind(kReferenceNone);
+}
+
+void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile) {
+  band.SetPixelSize(worldFile.XPixelSize(), worldFile.YPixelSize());
+  band.SetUpperLeft(worldFile.Left(band.GetXSize()), worldFile.Top(band.GetYSize()));
+  band.SetCoordinateKind(kCoordinateWorld);
+  band.GetSR()->SetCoordinateKind(kReferenceUnknown);
+}
+
+}  // namespace
+
+XString MakeChannelName(ChannelNames names, const XString& path, int number) {
+  XString name;
+  if (names == ChannelNames::kWithFileName) {
+    name.Format("%s : Channel %d", XfnGetFileName(path).GetText(), number);
+  } else {
+    name.Format("Channel %d", number);
+  }
+  return name;
+}
+
+void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension) {
+  XWorldFile worldFile;
+  const bool isPlaced = worldFile.Read(path.Left(path.GetLength() - 4) + extension);
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    ZRMBand& band = *file.GetBandAt(i);
+    if (isPlaced) {
+      PlaceInWorld(band, worldFile);
+    } else {
+      PlaceAsPixels(band);
+    }
+  }
+}
+
+void AddChannels(XRSFile& file, Channels channels) {
+  for (std::unique_ptr<ZRMBand>& channel : channels) file.AddBand(channel.release());
+}
+
+void FinishRaster(const RasterCall& call) {
+  XRSFile& file = *call.file;
+  file.SetName(call.path);
+  file.SetFilePath(call.path);
+  const int hasLevelData = XRSFileIO::LoadFileXLD(&file, call.path, call.err, call.levelMode, call.thread);
+  if (hasLevelData || !call.calcStatistics) return;
+  for (int i = 0; i < file.GetNumOfBands(); ++i) file.GetBandAt(i)->CalcStatistics(1);
+}
+
+}  // namespace zrk

@@ -1,0 +1,108 @@
+#include "core/dispatch/RasterLoad.h"
+#include "XFormatTable.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
+#include "ZRMBandBMP.h"
+#include "ZRMBandJPG.h"
+
+// The raster loaders by name. Those of formats that this build can't read say so.
+
+namespace {
+
+using zrk::ChannelNames;
+using zrk::RefuseToRead;
+
+struct Bitmap {
+  using Band = ZRMBandBMP;
+  static constexpr ChannelNames kNames = ChannelNames::kPlain;
+  static constexpr const char* kWorldFile = ".bmw";
+};
+
+struct Jpeg {
+  using Band = ZRMBandJPG;
+  static constexpr ChannelNames kNames = ChannelNames::kPlain;
+  static constexpr const char* kWorldFile = ".jpw";
+};
+
+}  // namespace
+
+int zrk::RefuseToRead(int id, XRSFile* file, XString& err) {
+  if (file) {
+    err.Format("%s files can't be read by this build", XfnFindFormat(id)->name);
+  } else {
+    err = kNotValidFile;
+  }
+  return 0;
+}
+
+int XRSFileIO::LoadFileBMP(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return zrk::LoadRaster<Bitmap>({file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileJPG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return zrk::LoadRaster<Jpeg>({file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileZRM(XRSFile* file, XString path, XString& err, XThread* thread) {
+  if (file) return zrk::Fenced(err, [&] { return file->LoadFileZRM(path, err, thread); });
+  err = zrk::kNotValidFile;
+  return 0;
+}
+
+int XRSFileIO::LoadFileTIF(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatTIF, file, err);
+}
+
+int XRSFileIO::LoadFileDTED(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatDTED, file, err);
+}
+
+int XRSFileIO::LoadFileSID(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatSID, file, err);
+}
+
+int XRSFileIO::LoadFileJP2(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatJP2, file, err);
+}
+
+int XRSFileIO::LoadFileCIB(XRSFile* file, XString, XString& err, int, XThread*) {
+  return RefuseToRead(kFormatCIB, file, err);
+}
+
+int XRSFileIO::LoadFileCADRG(XRSFile* file, XString, XString& err, int, XThread*) {
+  return RefuseToRead(kFormatCADRG, file, err);
+}
+
+int XRSFileIO::LoadFileHAWK(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatHAWK, file, err);
+}
+
+int XRSFileIO::LoadFileNITFIMG(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatNITFIMG, file, err);
+}
+
+int XRSFileIO::LoadFileHFA(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatHFA, file, err);
+}
+
+int XRSFileIO::LoadFileHDF4(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatHDF4, file, err);
+}
+
+int XRSFileIO::LoadFileECW(XRSFile* file, XString, XString& err, int, int, XThread*) {
+  return RefuseToRead(kFormatECW, file, err);
+}
+
+int XRSFileIO::LoadFilePBI(XRSFile* file, XString, XString& err, XThread*) {
+  return RefuseToRead(kFormatPBI, file, err);
+}
+
+int XRSFileIO::LoadFilePBE(XRSFile* file, XString, XString& err, XThread*) {
+  return RefuseToRead(kFormatPBE, file, err);
+}
+
+int XRSFileIO::LoadFileTXID(XRSFile* file, XString, XString& err, XThread*) {
+  return RefuseToRead(kFormatTXID, file, err);
+}

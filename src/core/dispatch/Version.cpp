@@ -1,0 +1,49 @@
+#include "ZRKVersion.h"
+
+#include <cstdio>
+
+#include <gdal.h>
+#include <hwy/highway.h>
+#include <jpeglib.h>
+#include <ogr_srs_api.h>
+
+namespace {
+
+XString WithNumbers(const char* name, int major, int minor, int patch) {
+  XString text;
+  text.Format("%s %d.%d.%d", name, major, minor, patch);
+  return text;
+}
+
+XString DescribeGdal() {
+  return XString("GDAL ") + GDALVersionInfo("RELEASE_NAME");
+}
+
+XString DescribeProj() {
+  int major = 0;
+  int minor = 0;
+  int patch = 0;
+  OSRGetPROJVersion(&major, &minor, &patch);
+  return WithNumbers("PROJ", major, minor, patch);
+}
+
+XString DescribeJpeg() {
+  // Millions, thousands and ones: 2001005 is 2.1.5.
+  constexpr int kNumber = LIBJPEG_TURBO_VERSION_NUMBER;
+  return WithNumbers("libjpeg-turbo", kNumber / 1000000, kNumber / 1000 % 1000, kNumber % 1000);
+}
+
+}  // namespace
+
+const char* XfnGetVersion() {
+  return ZRK_VERSION;
+}
+
+XStringList XfnGetLibraryVersions() {
+  XStringList versions;
+  versions.AddTail(DescribeGdal());
+  versions.AddTail(DescribeProj());
+  versions.AddTail(DescribeJpeg());
+  versions.AddTail(WithNumbers("Highway", HWY_MAJOR, HWY_MINOR, HWY_PATCH));
+  return versions;
+}
