@@ -1,0 +1,31 @@
+#pragma once
+
+#include "MemoryDisk.h"
+#include "XPath.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
+
+#include <cstdint>
+
+/// Opens the bytes as a raster through the dispatch and reads a few windows of every channel at a few levels. Images
+/// that are large for a fuzz run are opened but read at their corners only.
+inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path) {
+  MemoryDisk disk;
+  disk.Add(path, {data, size});
+  const zrk::ScopedDisk scope(disk);
+
+  XRSFile file;
+  XString err;
+  const int id = XRSFileIO::GetIDFromExt(XfnGetFileExt(path));
+  if (!XRSFileIO::LoadFileRaster(&file, id, path, err, 0, kLevelNone, nullptr)) return;
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    ZRMBand& band = *file.GetBandAt(i);
+    const int right = band.GetXSize() - 1, bottom = band.GetYSize() - 1;
+    tagXArr2* out = nullptr;
+    for (const int level : {0, 1, 3}) {
+      band.ReadSubset(out, level, 0, std::min(right, 31), 0, std::min(bottom, 31), nullptr);
+      band.ReadSubset(out, level, std::max(right - 31, 0), right, std::max(bottom - 31, 0), bottom, nullptr);
+    }
+    if (std::int64_t{right} * bottom < 1 << 20) band.CalcStatistics(1);
+  }
+}

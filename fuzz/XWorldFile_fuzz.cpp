@@ -1,0 +1,18 @@
+#include "MemoryDisk.h"
+#include "XWorldFile.h"
+
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  MemoryDisk disk;
+  disk.Add("/fuzz.bmw", {data, size});
+  const zrk::ScopedDisk scope(disk);
+  XWorldFile worldFile;
+  if (!worldFile.Read("/fuzz.bmw")) return 0;
+  volatile double sum = 0.0;
+  for (const int n : {0, 1, 1 << 30}) {
+    sum = sum + worldFile.Left(n) + worldFile.Right(n) + worldFile.Top(n) + worldFile.Bottom(n);
+  }
+  sum = sum + worldFile.XPixelSize() + worldFile.YPixelSize();
+  return 0;
+}

@@ -1,0 +1,57 @@
+#include "House.h"
+
+#include <algorithm>
+#include <fstream>
+#include <initializer_list>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool ExistsInAny(const fs::path& root, std::initializer_list<const char*> folders, const std::string& name) {
+  return std::ranges::any_of(folders, [&](const char* folder) { return fs::is_regular_file(root / folder / name); });
+}
+
+bool HoldsFiles(const fs::path& folder) {
+  return fs::is_directory(folder) && fs::directory_iterator(folder) != fs::directory_iterator();
+}
+
+bool HasPage(const fs::path& folder, const std::string& title) {
+  if (!fs::is_directory(folder)) return false;
+  return std::ranges::any_of(fs::directory_iterator(folder), [&title](const fs::directory_entry& entry) {
+    std::ifstream page(entry.path());
+    std::string heading;
+    std::getline(page, heading);
+    return heading == "# " + title;
+  });
+}
+
+bool HasTableLine(const fs::path& readme, const std::string& name) {
+  std::ifstream stream(readme);
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with("|") && line.find("| " + name + " ") != std::string::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Violations FindGapsOfFormats(const fs::path& root, std::span<const tagXFormat> formats) {
+  Violations gaps;
+  for (const tagXFormat& format : formats) {
+    if (!format.canRead) continue;
+    const auto want = [&](bool isThere, const std::string& what) {
+      if (!isThere) gaps.push_back(std::string(format.name) + " has no " + what);
+    };
+    want(HasTableLine(root / "README.md", format.name), "line in the table of README.md");
+    if (!format.isRaster) continue;
+    const std::string band = format.bandClass;
+    want(fs::exists(root / "include" / (band + ".h")), "public header");
+    want(ExistsInAny(root, {"src/bands", "src/rpf", "src/tiles", "src/hawk"}, band + ".cpp"), "band source");
+    want(ExistsInAny(root, {"tests/bands", "tests/rpf", "tests/tiles", "tests/hawk"}, band + "_test.cpp"), "test file");
+    want(fs::exists(root / "fuzz" / (band + "_fuzz.cpp")), "fuzz target");
+    want(HoldsFiles(root / "fuzz/seeds" / band) || fs::exists(root / "fuzz" / (band + "_seeds.cpp")), "fuzz seeds");
+    want(HasPage(root / "docs/formats", format.name), "page in docs/formats headed by its name");
+  }
+  return gaps;
+}

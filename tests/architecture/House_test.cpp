@@ -1,0 +1,165 @@
+#include "House.h"
+
+#include "TempFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// The rules, tried on small trees that keep or break them.
+
+namespace {
+
+class SmallTree : public testing::Test {
+ protected:
+  void Write(const std::string& path, const std::string& text) {
+    const fs::path file = Root() / path;
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << text;
+  }
+  fs::path Root() const { return folder_.Path("tree"); }
+  House Read() const { return House(Root(), {"ZRMBandOne", "ZRMBandTwo"}); }
+
+  TempFolder folder_;
+};
+
+using HouseArrows = SmallTree;
+using HouseBands = SmallTree;
+using HouseHeaders = SmallTree;
+using HouseFormats = SmallTree;
+
+TEST_F(HouseArrows, PointDownOrWithinTheRoom) {
+  Write("src/base/Low.h", "");
+  Write("src/core/model/Row.h", "#include \"base/Low.h\"\n");
+  Write("src/core/level/Store.cpp", "#include \"core/model/Row.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(), IsEmpty());
+}
+
+TEST_F(HouseArrows, DoNotPointUp) {
+  Write("src/core/model/Row.h", "");
+  Write("src/base/Low.cpp", "\n#include \"core/model/Row.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:2 includes core/model/Row.h: from base to core"));
+}
+
+TEST_F(HouseArrows, DoNotPointAcrossAFloor) {
+  Write("src/geo/Place.h", "");
+  Write("src/math/Spline.cpp", "#include \"geo/Place.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/math/Spline.cpp:1 includes geo/Place.h: from math to geo"));
+}
+
+TEST_F(HouseArrows, DoNotPointFromTheModelToTheDispatch) {
+  Write("src/core/dispatch/Table.h", "");
+  Write("src/core/model/Row.cpp", "#include \"core/dispatch/Table.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(),
+              ElementsAre("src/core/model/Row.cpp:1 includes core/dispatch/Table.h: from core to dispatch"));
+}
+
+TEST_F(HouseArrows, AreSeenThroughPublicHeaders) {
+  Write("include/XRow.h", "");
+  Write("src/core/model/XRow.cpp", "#include \"XRow.h\"\n");
+  Write("src/base/Low.cpp", "#include \"XRow.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:1 includes XRow.h: from base to core"));
+}
+
+TEST_F(HouseArrows, AreSeenThroughHeadersWithoutASource) {
+  Write("include/XRow.h", "");
+  Write("include/XRowList.h", "#include \"XRow.h\"\n");
+  Write("src/core/model/XRow.cpp", "");
+  Write("src/base/Low.cpp", "#include \"XRowList.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:1 includes XRowList.h: from base to core"));
+}
+
+TEST_F(HouseArrows, LeadToFilesOfTheTree) {
+  Write("src/math/Spline.cpp", "#include \"gdal.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/math/Spline.cpp:1 includes gdal.h, which is not in the tree"));
+}
+
+TEST_F(HouseArrows, StartInARoom) {
+  Write("src/attic/Old.cpp", "");
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/attic/Old.cpp lies in no room"));
+}
+
+TEST_F(HouseArrows, AreFreeForToolsWithinTheirOwnRoom) {
+  Write("tools/zrkio/Args.h", "");
+  Write("tools/zrkio/Info.cpp", "#include \"Args.h\"\n#include \"ZRKio.h\"\n");
+  Write("include/ZRKio.h", "");
+  EXPECT_THAT(Read().FindWrongArrows(), IsEmpty());
+}
+
+TEST_F(HouseBands, AreBlindToEachOther) {
+  Write("include/ZRMBandOne.h", "");
+  Write("include/ZRMBandTwo.h", "");
+  Write("src/bands/ZRMBandOne.cpp", "#include \"ZRMBandOne.h\"\n");
+  Write("src/bands/ZRMBandTwo.cpp", "#include \"ZRMBandTwo.h\"\n#include \"ZRMBandOne.h\"\n");
+  EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/bands/ZRMBandTwo.cpp:2 knows ZRMBandOne"));
+}
+
+TEST_F(HouseBands, AreKnownToTheDispatchAlone) {
+  Write("include/ZRMBandOne.h", "");
+  Write("src/bands/ZRMBandOne.cpp", "");
+  Write("src/core/dispatch/Loaders.cpp", "#include \"ZRMBandOne.h\"\n");
+  Write("src/writers/Tiff.cpp", "#include \"ZRMBandOne.h\"\n");
+  EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/writers/Tiff.cpp:1 knows ZRMBandOne"));
+}
+
+TEST_F(HouseBands, OfOneProductFamilyKnowEachOther) {
+  Write("include/ZRMBandOne.h", "");
+  Write("src/rpf/ZRMBandOne.cpp", "");
+  Write("src/rpf/Frame.cpp", "#include \"ZRMBandOne.h\"\n");
+  EXPECT_THAT(Read().FindBandsThatAreSeen(), IsEmpty());
+}
+
+TEST_F(HouseHeaders, OfOtherProjectsStayOutOfPublicHeadersAndTheGroundFloor) {
+  Write("include/XRow.h", "#include <vector>\n#include <gdal.h>\n#include <unistd.h>\n");
+  Write("src/base/Low.cpp", "#include <unistd.h>\n#include <hwy/highway.h>\n");
+  Write("src/math/Spline.cpp", "#include <hwy/highway.h>\n");
+  EXPECT_THAT(Read().FindForeignHeaders(),
+              ElementsAre("include/XRow.h:2 includes gdal.h", "include/XRow.h:3 includes unistd.h",
+                          "src/base/Low.cpp:2 includes hwy/highway.h"));
+}
+
+TEST_F(HouseHeaders, AreAllInTheOneThatIncludesThemAll) {
+  Write("include/ZRKio.h", "#include \"XRow.h\"\n");
+  Write("include/XRow.h", "");
+  Write("include/XRowList.h", "");
+  EXPECT_THAT(Read().FindHeadersMissingFrom("ZRKio.h"), ElementsAre("ZRKio.h does not include XRowList.h"));
+}
+
+TEST_F(HouseHeaders, AndSourcesHaveALengthThatCanBeRead) {
+  Write("src/base/Long.cpp", std::string(11, '\n'));
+  Write("src/base/Short.cpp", std::string(10, '\n'));
+  EXPECT_THAT(Read().FindLongFiles(10), ElementsAre("src/base/Long.cpp has 11 lines"));
+}
+
+constexpr tagXFormat kToy = {1, "Toy image", "toy", true, true, "ZRMBandToy"};
+
+TEST_F(HouseFormats, MissEverythingInAnEmptyTree) {
+  EXPECT_THAT(FindGapsOfFormats(Root(), {&kToy, 1}),
+              ElementsAre("Toy image has no line in the table of README.md", "Toy image has no public header",
+                          "Toy image has no band source", "Toy image has no test file", "Toy image has no fuzz target",
+                          "Toy image has no fuzz seeds", "Toy image has no page in docs/formats headed by its name"));
+}
+
+TEST_F(HouseFormats, AreCompleteWithSixFilesAndALine) {
+  Write("README.md", "# Toys\n\n| Toy image | .toy |\n");
+  Write("include/ZRMBandToy.h", "");
+  Write("src/bands/ZRMBandToy.cpp", "");
+  Write("tests/bands/ZRMBandToy_test.cpp", "");
+  Write("fuzz/ZRMBandToy_fuzz.cpp", "");
+  Write("fuzz/seeds/ZRMBandToy/a.toy", "");
+  Write("docs/formats/toy.md", "# Toy image\n");
+  EXPECT_THAT(FindGapsOfFormats(Root(), {&kToy, 1}), IsEmpty());
+}
+
+TEST_F(HouseFormats, NeedNothingWhileTheyCannotBeRead) {
+  tagXFormat unread = kToy;
+  unread.canRead = false;
+  EXPECT_THAT(FindGapsOfFormats(Root(), {&unread, 1}), IsEmpty());
+}
+
+}  // namespace

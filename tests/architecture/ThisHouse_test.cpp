@@ -1,0 +1,57 @@
+#include "House.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using testing::IsEmpty;
+
+// The rules, held against this tree.
+
+namespace {
+
+std::vector<std::string> BandClasses() {
+  std::vector<std::string> classes;
+  for (const tagXFormat& format : XfnGetFormats()) {
+    if (format.bandClass[0] != '\0') classes.push_back(format.bandClass);
+  }
+  return classes;
+}
+
+const House& ThisTree() {
+  static const House house(ZRK_SOURCE_DIR, BandClasses());
+  return house;
+}
+
+TEST(ThisHouse, IsRead) {
+  EXPECT_GT(ThisTree().GetFiles().size(), 100u);
+  EXPECT_EQ("base", ThisTree().RoomOf("include/XFile.h"));
+  EXPECT_EQ("core", ThisTree().RoomOf("include/XBand.h"));
+  EXPECT_EQ("bands", ThisTree().RoomOf("include/ZRMBandBMP.h"));
+  EXPECT_EQ("dispatch", ThisTree().RoomOf("include/XFormatTable.h"));
+}
+
+TEST(ThisHouse, HasIncludesThatPointDown) {
+  EXPECT_THAT(ThisTree().FindWrongArrows(), IsEmpty());
+}
+
+TEST(ThisHouse, HasBandsThatAreBlindToEachOther) {
+  EXPECT_THAT(ThisTree().FindBandsThatAreSeen(), IsEmpty());
+}
+
+TEST(ThisHouse, HasNoForeignHeadersInPublicOnesAndOnTheGroundFloor) {
+  EXPECT_THAT(ThisTree().FindForeignHeaders(), IsEmpty());
+}
+
+TEST(ThisHouse, HasNoSourceOfMoreThanSixHundredLines) {
+  EXPECT_THAT(ThisTree().FindLongFiles(600), IsEmpty());
+}
+
+TEST(ThisHouse, HasOneHeaderThatIncludesThemAll) {
+  EXPECT_THAT(ThisTree().FindHeadersMissingFrom("ZRKio.h"), IsEmpty());
+}
+
+TEST(ThisHouse, HasAllThatBelongsToAFormatThatCanBeRead) {
+  EXPECT_THAT(FindGapsOfFormats(ZRK_SOURCE_DIR, XfnGetFormats()), IsEmpty());
+}
+
+}  // namespace

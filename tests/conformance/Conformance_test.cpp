@@ -1,0 +1,240 @@
+#include "Samples.h"
+#include "XFormatTable.h"
+#include "XRSFileIO.h"
+#include "ZRMBandBMP.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::string NameOf(const testing::TestParamInfo<Sample>& sample) {
+  return sample.param.name;
+}
+
+class Conformance : public testing::TestWithParam<Sample> {
+ protected:
+  Conformance() : image_(GetParam()) {}
+  void SetUp() override { ASSERT_TRUE(image_.IsOpen()) << image_.GetError().GetText(); }
+
+  OpenSample image_;
+};
+
+/// The windows that a test reads: corners, a row, a column, the middle, and the whole of a small image.
+std::vector<Window> WindowsOf(const ZRMBand& band) {
+  const int right = band.GetXSize() - 1;
+  const int bottom = band.GetYSize() - 1;
+  return {{0, 0, 0, 0},
+          {right, right, bottom, bottom},
+          {0, right, bottom / 2, bottom / 2},
+          {right / 2, right / 2, 0, bottom},
+          {right / 3, right / 2 + 1, bottom / 4, bottom / 2},
+          {0, std::min(right, 700), 0, std::min(bottom, 600)}};
+}
+
+/// The samples of a window, taken out of a larger read; `step` apart in both directions.
+Pixels CutOut(const Pixels& whole, const Window& window, int level) {
+  const int width = window.Width() >> level;
+  const int height = window.Height() >> level;
+  if (width < 1 || height < 1) return {};
+  Pixels cut{width, height, {}};
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const std::ptrdiff_t row = window.y0 + (y << level);
+      cut.bytes.push_back(whole.bytes[static_cast<std::size_t>(row * whole.width + window.x0 + (x << level))]);
+    }
+  }
+  return cut;
+}
+
+TEST_P(Conformance, HasBandsOfOneSize) {
+  ASSERT_GT(image_.GetNumBands(), 0);
+  for (int i = 1; i < image_.GetNumBands(); ++i) {
+    EXPECT_EQ(image_.Band(0).GetXSize(), image_.Band(i).GetXSize());
+    EXPECT_EQ(image_.Band(0).GetYSize(), image_.Band(i).GetYSize());
+    EXPECT_EQ(image_.Band(0).GetDataType(), image_.Band(i).GetDataType());
+  }
+}
+
+TEST_P(Conformance, RefusesWindowsThatAreNotInside) {
+  const int width = image_.Band(0).GetXSize();
+  const int height = image_.Band(0).GetYSize();
+  const Window outside[] = {{0, width, 0, 0},     {0, 0, 0, height},   {-1, 0, 0, 0},
+                            {0, 0, -1, 0},        {2, 1, 0, 0},        {0, 0, 2, 1},
+                            {width, width, 0, 0}, {0, INT_MAX, 0, 0},  {INT_MIN, INT_MAX, 0, 0},
+                            {0, 0, 0, INT_MAX},   {0, 0, INT_MIN, -1}, {INT_MAX, INT_MIN, 0, 0}};
+  for (int i = 0; i < image_.GetNumBands(); ++i) {
+    for (const Window& w : outside) {
+      tagXArr2 untouched;
+      tagXArr2* out = &untouched;
+      EXPECT_EQ(0, image_.Band(i).ReadSubset(out, 0, w.x0, w.x1, w.y0, w.y1, nullptr)) << w;
+      EXPECT_EQ(&untouched, out);
+    }
+  }
+}
+
+TEST_P(Conformance, ReadsAfterARefusalAsBefore) {
+  ZRMBand& band = image_.Band(0);
+  const Pixels before = ReadPixels(band, 0, {0, 3, 0, 3});
+  EXPECT_EQ(Pixels(), ReadPixels(band, 0, {0, band.GetXSize(), 0, 3}));
+  EXPECT_EQ(before, ReadPixels(band, 0, {0, 3, 0, 3}));
+}
+
+TEST_P(Conformance, GivesWindowsTheirOwnShape) {
+  for (int i = 0; i < image_.GetNumBands(); ++i) {
+    for (const Window& window : WindowsOf(image_.Band(i))) {
+      const Pixels pixels = ReadPixels(image_.Band(i), 0, window);
+      EXPECT_EQ(window.Width(), pixels.width) << window;
+      EXPECT_EQ(window.Height(), pixels.height) << window;
+    }
+  }
+}
+
+TEST_P(Conformance, CutsWindowsOutOfTheWhole) {
+  for (int i = 0; i < image_.GetNumBands(); ++i) {
+    const Pixels whole = ReadPixels(image_.Band(i), 0, WholeOf(image_.Band(i)));
+    for (const Window& window : WindowsOf(image_.Band(i))) {
+      EXPECT_EQ(CutOut(whole, window, 0), ReadPixels(image_.Band(i), 0, window)) << window;
+    }
+  }
+}
+
+TEST_P(Conformance, StitchesToTheWhole) {
+  ZRMBand& band = image_.Band(image_.GetNumBands() - 1);
+  const Pixels whole = ReadPixels(band, 0, WholeOf(band));
+  const int xStep = std::max(band.GetXSize() / 3, 1);
+  const int yStep = std::max(band.GetYSize() / 4, 1);
+  for (int y = 0; y < band.GetYSize(); y += yStep) {
+    for (int x = 0; x < band.GetXSize(); x += xStep) {
+      const Window tile{x, std::min(x + xStep, band.GetXSize()) - 1, y, std::min(y + yStep, band.GetYSize()) - 1};
+      ASSERT_EQ(CutOut(whole, tile, 0), ReadPixels(band, 0, tile)) << tile;
+    }
+  }
+}
+
+TEST_P(Conformance, AnswersEveryLevelAsItsRuleSays) {
+  ZRMBand& band = image_.Band(0);
+  const Pixels whole = ReadPixels(band, 0, WholeOf(band));
+  for (int level = 1; level <= 13; ++level) {
+    const int taken = GetParam().levels == LevelRule::kDecimated ? level : 0;
+    for (const Window& window : WindowsOf(band)) {
+      EXPECT_EQ(CutOut(whole, window, taken), ReadPixels(band, level, window)) << level << ": " << window;
+    }
+  }
+}
+
+TEST_P(Conformance, SurvivesLevelsThatCannotBe) {
+  ZRMBand& band = image_.Band(0);
+  const Pixels whole = ReadPixels(band, 0, {0, 3, 0, 3});
+  const Pixels expected = GetParam().levels == LevelRule::kDecimated ? Pixels() : whole;
+  for (const int level : {-1, 31, 32, 64, INT_MAX, INT_MIN}) {
+    EXPECT_EQ(expected, ReadPixels(band, level, {0, 3, 0, 3})) << level;
+  }
+}
+
+TEST_P(Conformance, GivesFollowersTheMastersResult) {
+  for (const Window& window : WindowsOf(image_.Band(0))) {
+    tagXArr2* ofMaster = nullptr;
+    ASSERT_TRUE(image_.Band(0).ReadSubset(ofMaster, 0, window.x0, window.x1, window.y0, window.y1, nullptr));
+    for (int c = 0; c < image_.GetNumBands(); ++c) {
+      tagXArr2* out = nullptr;
+      ASSERT_TRUE(image_.Band(c).ReadSubset(out, 0, window.x0, window.x1, window.y0, window.y1, nullptr));
+      EXPECT_EQ(GetParam().resultOfMaster(image_.Band(0), c), out) << c;
+    }
+  }
+}
+
+TEST_P(Conformance, GivesFollowersThatReadFirstWhatTheyGetSecond) {
+  const Window window{1, 8, 2, 6};
+  std::vector<Pixels> afterMaster;
+  for (int c = 0; c < image_.GetNumBands(); ++c) afterMaster.push_back(ReadPixels(image_.Band(c), 0, window));
+  OpenSample again(GetParam());
+  for (int c = image_.GetNumBands() - 1; c >= 0; --c) {
+    EXPECT_EQ(afterMaster[static_cast<std::size_t>(c)], ReadPixels(again.Band(c), 0, window)) << c;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, Conformance, testing::ValuesIn(AllSamples()), NameOf);
+
+constexpr int kNumThreads = 8;
+constexpr int kNumReads = 24;
+
+/// Window `i` of a series in which neighbours overlap.
+Window OverlappingWindow(const ZRMBand& band, int i) {
+  const int width = std::clamp(band.GetXSize() / 3, 1, 300);
+  const int height = std::clamp(band.GetYSize() / 3, 1, 200);
+  const int x0 = i * 11 % (band.GetXSize() - width + 1);
+  const int y0 = i * 7 % (band.GetYSize() - height + 1);
+  return {x0, x0 + width - 1, y0, y0 + height - 1};
+}
+
+class ConformanceThreads : public Conformance {};
+
+TEST_P(ConformanceThreads, GetWhatOneThreadGets) {
+  const int numBands = image_.GetNumBands();
+  OpenSample alone(GetParam());
+  std::vector<Pixels> expected;
+  for (int i = 0; i < kNumReads; ++i) {
+    expected.push_back(ReadPixels(alone.Band(i % numBands), 0, OverlappingWindow(alone.Band(0), i)));
+    ASSERT_FALSE(expected.back().bytes.empty());
+  }
+  std::atomic<int> numDifferent = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kNumThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int k = 0; k < kNumReads; ++k) {
+        const int i = (k + 3 * t) % kNumReads;
+        const Pixels pixels = ReadPixels(image_.Band(i % numBands), 0, OverlappingWindow(image_.Band(0), i));
+        if (pixels != expected[static_cast<std::size_t>(i)]) ++numDifferent;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, numDifferent);
+}
+
+TEST_P(ConformanceThreads, MayOpenTheSameFileAtOnce) {
+  const Pixels expected = ReadPixels(image_.Band(0), 0, {0, 5, 0, 5});
+  if (GetParam().disk != SampleDisk::kPlain) GTEST_SKIP() << "a disk put in place is for one thread";
+  std::atomic<int> numDifferent = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kNumThreads; ++t) {
+    threads.emplace_back([&] {
+      XRSFile file;
+      XString err;
+      const int isOpen = XRSFileIO::LoadFileRaster(&file, GetParam().formatId, PathOf(GetParam()), err, 0, 0, nullptr);
+      if (!isOpen || ReadPixels(*file.GetBandAt(0), 0, {0, 5, 0, 5}) != expected) ++numDifferent;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, numDifferent);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, ConformanceThreads, testing::ValuesIn(AllSamples()), NameOf);
+
+TEST(Samples, CoverEveryRasterFormatThatCanBeRead) {
+  for (const tagXFormat& format : XfnGetFormats()) {
+    if (!format.isRaster || !format.canRead) continue;
+    EXPECT_TRUE(std::ranges::any_of(AllSamples(), [&](const Sample& s) { return s.formatId == format.id; }))
+        << format.name;
+  }
+}
+
+TEST(Samples, ReachEverySourceOfABitmap) {
+  std::vector<int> sources;
+  for (const Sample& sample : AllSamples()) {
+    OpenSample image(sample);
+    ASSERT_TRUE(image.IsOpen()) << sample;
+    if (const auto* band = dynamic_cast<ZRMBandBMP*>(&image.Band(0))) sources.push_back(band->GetSourceType());
+  }
+  for (const int source : {ZRMBandBMP::kSourceMemory, ZRMBandBMP::kSourceView, ZRMBandBMP::kSourceFile}) {
+    EXPECT_TRUE(std::ranges::find(sources, source) != sources.end()) << source;
+  }
+}
+
+}  // namespace

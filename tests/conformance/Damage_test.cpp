@@ -1,0 +1,97 @@
+#include "Samples.h"
+#include "TempFolder.h"
+#include "XRSFileIO.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+
+// Damaged files are opened and read, or refused with a sentence, and nothing else happens.
+
+namespace {
+
+class Damage : public testing::TestWithParam<Sample> {
+ protected:
+  /// Whether the bytes open; everything about the outcome is checked on the way.
+  bool Try(const std::vector<unsigned char>& bytes) {
+    folder_.Write("damaged", bytes);
+    XRSFile file;
+    XString err;
+    const int id = GetParam().formatId;
+    const int isOpen = XRSFileIO::LoadFileRaster(&file, id, folder_.Path("damaged"), err, 0, kLevelNone, nullptr);
+    if (isOpen) {
+      EXPECT_GT(file.GetNumOfBands(), 0);
+      for (int i = 0; i < file.GetNumOfBands(); ++i) ReadSomeOf(*file.GetBandAt(i));
+    } else {
+      EXPECT_FALSE(err.IsEmpty());
+      EXPECT_EQ(0, file.GetNumOfBands());
+    }
+    return isOpen != 0;
+  }
+
+  static void ReadSomeOf(ZRMBand& band) {
+    const Window whole = WholeOf(band);
+    const Window corner{0, std::min(whole.x1, 99), 0, std::min(whole.y1, 99)};
+    const Window opposite{std::max(whole.x1 - 99, 0), whole.x1, std::max(whole.y1 - 99, 0), whole.y1};
+    for (const Window& window : {corner, opposite}) {
+      const Pixels pixels = ReadPixels(band, 0, window);
+      if (pixels.bytes.empty()) continue;
+      EXPECT_EQ(window.Width(), pixels.width);
+      EXPECT_EQ(window.Height(), pixels.height);
+    }
+  }
+
+  TempFolder folder_;
+};
+
+/// Every place of the header, then evenly spread to the end.
+std::vector<std::size_t> TruncationPlaces(std::size_t numBytes) {
+  constexpr std::size_t kAtHeader = 100;
+  constexpr std::size_t kSpread = 100;
+  std::vector<std::size_t> places;
+  for (std::size_t i = 0; i < kAtHeader; ++i) places.push_back(i);
+  for (std::size_t i = 0; i < kSpread; ++i) places.push_back(kAtHeader + (numBytes - kAtHeader) * i / kSpread);
+  return places;
+}
+
+TEST_P(Damage, ByTruncationEndsInARefusalOrAReadableFile) {
+  const std::vector<unsigned char> sound = ReadBytes(PathOf(GetParam()));
+  ASSERT_GT(sound.size(), 200u);
+  for (const std::size_t place : TruncationPlaces(sound.size())) {
+    SCOPED_TRACE(place);
+    Try({sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(place)});
+    if (HasFailure()) break;
+  }
+}
+
+TEST_P(Damage, ToTheFirstByteRefusesTheFile) {
+  std::vector<unsigned char> bytes = ReadBytes(PathOf(GetParam()));
+  bytes[0] ^= 0xFF;
+  EXPECT_FALSE(Try(bytes));
+}
+
+TEST_P(Damage, ToOneByteEndsInARefusalOrAReadableFile) {
+  std::vector<unsigned char> bytes = ReadBytes(PathOf(GetParam()));
+  std::mt19937 random(20240229);
+  for (int i = 0; i < 2000; ++i) {
+    // Every other flip hits the first bytes, where the headers are.
+    const std::size_t place = random() % (i % 2 ? bytes.size() : std::min<std::size_t>(bytes.size(), 200));
+    const auto flip = static_cast<unsigned char>(1 + random() % 255);
+    bytes[place] ^= flip;
+    SCOPED_TRACE(testing::Message() << "byte " << place << " xor " << int{flip});
+    Try(bytes);
+    bytes[place] ^= flip;
+    if (HasFailure()) break;
+  }
+}
+
+TEST_P(Damage, IsNotSeenInASoundFile) {
+  EXPECT_TRUE(Try(ReadBytes(PathOf(GetParam()))));
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, Damage, testing::ValuesIn(SmallSamples()),
+                         [](const auto& sample) { return std::string(sample.param.name); });
+
+}  // namespace

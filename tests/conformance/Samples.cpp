@@ -1,0 +1,110 @@
+#include "Samples.h"
+
+#include "BmpBuilder.h"
+#include "JpegBuilder.h"
+#include "TempFolder.h"
+#include "XRSFileIO.h"
+#include "ZRMBandBMP.h"
+#include "ZRMBandJPG.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+
+namespace {
+
+template <class Band>
+tagXArr2* ResultOf(ZRMBand& master, int channel) {
+  return static_cast<Band&>(master).GetResult(channel);
+}
+
+constexpr auto kFull = LevelRule::kFullResolution;
+constexpr auto kPlain = SampleDisk::kPlain;
+
+Sample SmallBmp(const char* name, std::vector<unsigned char> (*build)()) {
+  return {name, kFormatBMP, build, kFull, kPlain, true, 0, &ResultOf<ZRMBandBMP>};
+}
+
+Sample SmallJpeg(const char* name, std::vector<unsigned char> (*build)(), int tolerance) {
+  return {name, kFormatJPG, build, kFull, kPlain, true, tolerance, &ResultOf<ZRMBandJPG>};
+}
+
+/// 4000 x 2700 pixels of 3 bytes are 32,400,000 bytes, and so are mapped.
+std::vector<unsigned char> BuildLargeBmp() {
+  return BmpBuilder().Size(4000, 2700).Build();
+}
+
+std::vector<Sample> MakeSamples() {
+  return {
+      SmallBmp("Bmp8", [] { return BmpBuilder().Size(41, 30).Bits(8).Build(); }),
+      SmallBmp("Bmp8ShortPalette",
+               [] {
+                 const auto index = [](int x, int y) { return static_cast<std::uint32_t>((x + y) % 6); };
+                 return BmpBuilder().Size(41, 30).Bits(8).Palette(6).ClrUsed(6).Pixel(index).Build();
+               }),
+      SmallBmp("Bmp24", [] { return BmpBuilder().Size(41, 30).Build(); }),
+      SmallBmp("Bmp32", [] { return BmpBuilder().Size(41, 30).Bits(32).Build(); }),
+      {"Bmp24OverTwoTiles", kFormatBMP, [] { return BmpBuilder().Size(601, 522).Build(); }, kFull, kPlain, false, 0,
+       &ResultOf<ZRMBandBMP>},
+      {"Bmp24Mapped", kFormatBMP, &BuildLargeBmp, kFull, kPlain, false, 0, &ResultOf<ZRMBandBMP>},
+      {"Bmp24ThroughFile", kFormatBMP, &BuildLargeBmp, LevelRule::kDecimated, SampleDisk::kWithoutMaps, false, 0,
+       &ResultOf<ZRMBandBMP>},
+      SmallJpeg(
+          "JpegGrey", [] { return JpegBuilder().Size(45, 37).Grey().Build(); }, 0),
+      SmallJpeg(
+          "JpegColour", [] { return JpegBuilder().Size(45, 37).Build(); }, 0),
+      SmallJpeg(
+          "JpegProgressive", [] { return JpegBuilder().Size(45, 37).Progressive().Build(); }, 0),
+      // GDAL cuts the product of an ink and black where we round it.
+      SmallJpeg(
+          "JpegCmyk", [] { return JpegBuilder().Size(45, 37).Cmyk().Build(); }, 1),
+      {"JpegOverTwoTiles", kFormatJPG, [] { return JpegBuilder().Size(601, 522).Build(); }, kFull, kPlain, false, 0,
+       &ResultOf<ZRMBandJPG>},
+  };
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& stream, const Sample& sample) {
+  return stream << sample.name;
+}
+
+std::ostream& operator<<(std::ostream& stream, const Window& window) {
+  return stream << window.x0 << ".." << window.x1 << " by " << window.y0 << ".." << window.y1;
+}
+
+const std::vector<Sample>& AllSamples() {
+  static const std::vector<Sample> samples = MakeSamples();
+  return samples;
+}
+
+std::vector<Sample> SmallSamples() {
+  std::vector<Sample> samples;
+  std::ranges::copy_if(AllSamples(), std::back_inserter(samples), &Sample::isSmall);
+  return samples;
+}
+
+std::string PathOf(const Sample& sample) {
+  static const TempFolder folder;
+  const std::string path = folder.Path(sample.name);
+  if (!std::filesystem::exists(path)) folder.Write(sample.name, sample.build());
+  return path;
+}
+
+Pixels ReadPixels(ZRMBand& band, int level, const Window& window) {
+  tagXArr2* out = nullptr;
+  if (!band.ReadSubset(out, level, window.x0, window.x1, window.y0, window.y1, nullptr)) return {};
+  const std::ptrdiff_t numBytes = std::ptrdiff_t{out->xSize} * out->ySize * out->elementSize;
+  return {out->xSize, out->ySize, {out->data, out->data + numBytes}};
+}
+
+Window WholeOf(const ZRMBand& band) {
+  return {0, band.GetXSize() - 1, 0, band.GetYSize() - 1};
+}
+
+OpenSample::OpenSample(const Sample& sample, int calcStatistics) {
+  const std::string path = PathOf(sample);
+  if (sample.disk == SampleDisk::kWithoutMaps) disk_.FailMap(1);
+  const zrk::ScopedDisk scoped(disk_);
+  isOpen_ = XRSFileIO::LoadFileRaster(&file_, sample.formatId, path, err_, calcStatistics, kLevelNone, nullptr);
+}

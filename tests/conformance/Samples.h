@@ -1,0 +1,74 @@
+#pragma once
+
+#include "FaultyDisk.h"
+#include "tagXArr2.h"
+#include "XRSFile.h"
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+// The files over which the conformance suite runs: one row a kind of file that the library reads. A format joins by
+// adding its rows.
+
+/// What a read at level n gives: full resolution whatever the level, or every 2^n-th sample of every 2^n-th row.
+enum class LevelRule { kFullResolution, kDecimated };
+
+/// The disk under a sample while it is opened.
+enum class SampleDisk { kPlain, kWithoutMaps };
+
+struct Sample {
+  const char* name;
+  int formatId;
+  std::vector<unsigned char> (*build)();
+  LevelRule levels;
+  SampleDisk disk;
+  bool isSmall;         ///< so that it can be opened thousands of times
+  int oracleTolerance;  ///< by which samples may differ from GDAL's
+  tagXArr2* (*resultOfMaster)(ZRMBand& master, int channel);
+};
+
+std::ostream& operator<<(std::ostream& stream, const Sample& sample);
+
+const std::vector<Sample>& AllSamples();
+std::vector<Sample> SmallSamples();
+
+/// The sample on disk; written at the first call, kept until the program ends.
+std::string PathOf(const Sample& sample);
+
+/// An inclusive window, in full-resolution pixels.
+struct Window {
+  int x0, x1, y0, y1;
+  int Width() const { return x1 - x0 + 1; }
+  int Height() const { return y1 - y0 + 1; }
+};
+std::ostream& operator<<(std::ostream& stream, const Window& window);
+
+/// What a read gave: its samples, row by row, and their shape. All empty where the read failed.
+struct Pixels {
+  int width = 0;
+  int height = 0;
+  std::vector<unsigned char> bytes;
+  friend bool operator==(const Pixels&, const Pixels&) = default;
+};
+
+Pixels ReadPixels(ZRMBand& band, int level, const Window& window);
+Window WholeOf(const ZRMBand& band);
+
+/// A sample opened through the router.
+class OpenSample {
+ public:
+  explicit OpenSample(const Sample& sample, int calcStatistics = 0);
+
+  int IsOpen() const { return isOpen_; }
+  const XString& GetError() const { return err_; }
+  int GetNumBands() const { return file_.GetNumOfBands(); }
+  ZRMBand& Band(int index) { return *file_.GetBandAt(index); }
+
+ private:
+  FaultyDisk disk_;  // outlives the file that it opened
+  XRSFile file_;
+  XString err_;
+  int isOpen_;
+};

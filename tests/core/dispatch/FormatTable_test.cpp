@@ -1,0 +1,188 @@
+#include "XFormatTable.h"
+
+#include "core/dispatch/FormatTable.h"
+#include "XSpatialReference.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <sstream>
+#include <string>
+
+namespace {
+
+int IdOf(const char* ext) {
+  return XRSFileIO::GetIDFromExt(ext);
+}
+
+struct Known {
+  const char* ext;
+  int id;
+};
+
+class GetIDFromExtWords : public testing::TestWithParam<Known> {};
+
+TEST_P(GetIDFromExtWords, GiveTheirFormatInUpperCase) {
+  EXPECT_EQ(GetParam().id, IdOf(GetParam().ext));
+}
+
+TEST_P(GetIDFromExtWords, GiveTheirFormatInLowerCase) {
+  XString lower = GetParam().ext;
+  lower.MakeLower();
+  EXPECT_EQ(GetParam().id, XRSFileIO::GetIDFromExt(lower));
+}
+
+TEST_P(GetIDFromExtWords, AreComparedWhole) {
+  EXPECT_NE(GetParam().id, XRSFileIO::GetIDFromExt(XString(GetParam().ext) + "Z"));
+  EXPECT_NE(GetParam().id, XRSFileIO::GetIDFromExt(XString("Z") + GetParam().ext));
+}
+
+INSTANTIATE_TEST_SUITE_P(AllOfThem, GetIDFromExtWords,
+                         testing::Values(Known{"DXF", 0x3ED}, Known{"DGN", 0x3EB}, Known{"DLG", 0x3EC},
+                                         Known{"SHP", 0x3EA}, Known{"XVC", 0x3E9}, Known{"NTF", 0x3EE},
+                                         Known{"KML", 0x3EF}, Known{"ZRM", 0x65}, Known{"BMP", 0x68},
+                                         Known{"JPG", 0x67}, Known{"TIF", 0x66}, Known{"TIFF", 0x66},
+                                         Known{"SID", 0x6A}, Known{"JP2", 0x6B}, Known{"IMG", 0x70}, Known{"ECW", 0x72},
+                                         Known{"DT0", 0x69}, Known{"DT1", 0x69}, Known{"DT2", 0x69}, Known{"PBI", 0x73},
+                                         Known{"PEI", 0x73}, Known{"PBE", 0x74}, Known{"TXI", 0x75}),
+                         [](const auto& known) { return std::string(known.param.ext); });
+
+TEST(GetIDFromExt, TakesMixedCase) {
+  EXPECT_EQ(kFormatTIF, IdOf("Tif"));
+}
+
+TEST(GetIDFromExt, GivesNoneForWhatItDoesNotKnow) {
+  for (const char* ext : {"", " ", "JPEG", "HDF", "TIF TIFF", "TIF ", "XLD"}) EXPECT_EQ(kFormatNone, IdOf(ext)) << ext;
+}
+
+TEST(GetIDFromExt, TakesMapProductsByTheirZoneInThirdPlace) {
+  for (const char* ext : {"GN1", "GN8", "GNA", "GNH", "JN3", "ON1", "TP5", "JA2", "TC1", "TL8", "gn1", "tlc"}) {
+    EXPECT_EQ(kFormatCADRG, IdOf(ext)) << ext;
+  }
+}
+
+TEST(GetIDFromExt, RefusesMapProductsOfOtherZones) {
+  for (const char* ext : {"GN9", "GN0", "GNI", "GNZ"}) EXPECT_EQ(kFormatNone, IdOf(ext)) << ext;
+}
+
+TEST(GetIDFromExt, TakesTheZoneFromTheThirdPlaceWhereverTheProductStands) {
+  EXPECT_EQ(kFormatNone, IdOf("XGN"));
+  EXPECT_EQ(kFormatNone, IdOf("XGN3"));
+  EXPECT_EQ(kFormatCADRG, IdOf("XXAGN"));
+  EXPECT_EQ(kFormatCADRG, IdOf("GN1TAIL"));
+}
+
+TEST(GetIDFromExt, RefusesMapProductsThatEndBeforeTheirZone) {
+  EXPECT_EQ(kFormatNone, IdOf("GN"));
+}
+
+TEST(GetIDFromExt, TakesControlledImageBasesByTheirResolution) {
+  for (const char* ext : {"I1", "I5", "I5A", "IV", "I42", "i3", "iv9"}) EXPECT_EQ(kFormatCIB, IdOf(ext)) << ext;
+}
+
+TEST(GetIDFromExt, RefusesOtherExtensionsInI) {
+  for (const char* ext : {"I", "I0", "I6", "IX", "1I"}) EXPECT_EQ(kFormatNone, IdOf(ext)) << ext;
+}
+
+TEST(GetIDFromExt, DoesNotTryImageBasesOnceAMapProductIsFound) {
+  EXPECT_EQ(kFormatNone, IdOf("ION"));
+  EXPECT_EQ(kFormatNone, IdOf("I1ON"));
+}
+
+std::vector<std::string> WordsOf(const zrk::FormatEntry& entry) {
+  std::istringstream stream(entry.foundBy == zrk::FoundBy::kWords ? entry.format.extensions : "");
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+TEST(FormatTable, HasEveryIdOnce) {
+  std::vector<int> ids;
+  for (const tagXFormat& format : XfnGetFormats()) ids.push_back(format.id);
+  std::vector<int> wanted;
+  for (int id = 0x65; id <= 0x75; ++id) wanted.push_back(id);
+  for (int id = 0x3E9; id <= 0x3EF; ++id) wanted.push_back(id);
+  EXPECT_EQ(wanted, ids);
+}
+
+TEST(FormatTable, HasNoExtensionTwice) {
+  std::set<std::string> seen;
+  for (const zrk::FormatEntry& entry : zrk::GetFormatEntries()) {
+    for (const std::string& word : WordsOf(entry)) EXPECT_TRUE(seen.insert(word).second) << word;
+  }
+}
+
+TEST(FormatTable, LeadsFromEveryExtensionToItsRow) {
+  for (const zrk::FormatEntry& entry : zrk::GetFormatEntries()) {
+    for (const std::string& word : WordsOf(entry)) EXPECT_EQ(entry.format.id, XRSFileIO::GetIDFromExt(word)) << word;
+  }
+}
+
+TEST(FormatTable, NamesABandClassExactlyForRastersThatCanBeRead) {
+  for (const tagXFormat& format : XfnGetFormats()) {
+    EXPECT_EQ(format.isRaster && format.canRead, format.bandClass[0] != '\0') << format.name;
+  }
+}
+
+TEST(FormatTable, RoutesEveryRasterAndNoVectorToARasterLoader) {
+  for (const zrk::FormatEntry& entry : zrk::GetFormatEntries()) {
+    EXPECT_EQ(entry.format.isRaster, entry.loadRaster != nullptr) << entry.format.name;
+    EXPECT_FALSE(entry.format.isRaster && entry.loadVector) << entry.format.name;
+  }
+}
+
+TEST(FormatTable, IsFoundById) {
+  const tagXFormat* const format = XfnFindFormat(kFormatBMP);
+  ASSERT_NE(nullptr, format);
+  EXPECT_STREQ("Windows bitmap", format->name);
+  EXPECT_STREQ("bmp", format->extensions);
+  EXPECT_STREQ("ZRMBandBMP", format->bandClass);
+  EXPECT_TRUE(format->isRaster && format->canRead);
+}
+
+TEST(FormatTable, HasNoRowForOtherIds) {
+  for (const int id : {-1, 0, 0x64, 0x76, 0x3E8, 0x3F0}) EXPECT_EQ(nullptr, XfnFindFormat(id)) << id;
+}
+
+// Loaders of the three raster and the two vector forms, which tell what the route handed them.
+
+int sum = 0;
+XSpatialReference* lastSystem = nullptr;
+
+int TakesBothInts(XRSFile*, XString, XString&, int calcStatistics, int levelMode, XThread*) {
+  sum = 10 * calcStatistics + levelMode;
+  return 1;
+}
+int TakesOneInt(XRSFile*, XString, XString&, int calcStatistics, XThread*) {
+  sum = 100 * calcStatistics;
+  return 2;
+}
+int TakesNoInt(XRSFile*, XString path, XString& err, XThread*) {
+  err = path;
+  return 3;
+}
+int TakesSystem(XRSFile*, XString, XSpatialReference* sr, XString&, XThread*) {
+  lastSystem = sr;
+  return 4;
+}
+
+TEST(FormatRoute, HandsARasterLoaderTheIntsOfItsSignature) {
+  XString err;
+  EXPECT_EQ(1, zrk::RouteRaster<TakesBothInts>(nullptr, "p", err, 4, 2, nullptr));
+  EXPECT_EQ(42, sum);
+  EXPECT_EQ(2, zrk::RouteRaster<TakesOneInt>(nullptr, "p", err, 4, 2, nullptr));
+  EXPECT_EQ(400, sum);
+  EXPECT_EQ(3, zrk::RouteRaster<TakesNoInt>(nullptr, "p", err, 4, 2, nullptr));
+  EXPECT_EQ(XString("p"), err);
+}
+
+TEST(FormatRoute, HandsAVectorLoaderTheSystemWhereItTakesOne) {
+  XString err;
+  XSpatialReference wgs84;
+  XSpatialReference* const system = &wgs84;
+  EXPECT_EQ(4, zrk::RouteVector<TakesSystem>(nullptr, "p", system, err, nullptr));
+  EXPECT_EQ(system, lastSystem);
+  EXPECT_EQ(3, zrk::RouteVector<TakesNoInt>(nullptr, "q", system, err, nullptr));
+  EXPECT_EQ(XString("q"), err);
+}
+
+}  // namespace

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs a build into a folder of its own, then builds and runs the consumer against it twice: by find_package and
+# by pkg-config. The example of the README is compiled and run as it stands there.
+
+set -euo pipefail
+cmake=$1 compiler=$2 build=$3 source=$4
+consumer=$source/tests/install/consumer
+
+work=$(mktemp -d)
+trap 'rm -rf -- "$work"' EXIT
+prefix="$work/a prefix"
+"$cmake" --install "$build" --prefix "$prefix" > /dev/null
+
+awk '/^```cpp$/ { inside = 1; next } /^```$/ { inside = 0 } inside' "$source/README.md" > "$work/example.cpp"
+grep -q 'int main' "$work/example.cpp" || { echo "README.md has no example program."; exit 1; }
+
+echo "== find_package"
+"$cmake" -S "$consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" \
+  -DEXAMPLE="$work/example.cpp" > /dev/null
+"$cmake" --build "$work/build" > "$work/log" || { cat "$work/log"; exit 1; }
+"$work/build/consumer" "$work/picture.bmp"
+
+echo "== pkg-config"
+PKG_CONFIG_PATH=$(dirname -- "$(find "$prefix" -name zrkio.pc)")
+export PKG_CONFIG_PATH
+eval "flags=($(pkg-config --cflags --libs zrkio))"
+"$compiler" "$consumer/main.cpp" "${flags[@]}" -o "$work/by_pkg_config"
+LD_LIBRARY_PATH=$(eval "echo $(pkg-config --variable=libdir zrkio)")
+export LD_LIBRARY_PATH
+"$work/by_pkg_config" "$work/picture.bmp"
+
+echo "== the example of the README"
+"$work/build/example" "$work/picture.bmp" > "$work/said"
+cat "$work/said"
+diff "$work/said" "$consumer/example.expected"
+
+if [[ -d $prefix/bin ]]; then
+  echo "== the installed program"
+  "$prefix/bin/zrkio" --version
+fi

@@ -1,0 +1,57 @@
+#include "math/Interleave.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <vector>
+
+namespace {
+
+using Planes = std::array<std::vector<unsigned char>, 4>;
+
+constexpr unsigned char kGuard = 0xA5;
+
+std::vector<unsigned char> RandomBytes(std::size_t count) {
+  std::mt19937 generator(7);
+  std::vector<unsigned char> bytes(count);
+  for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(generator());
+  return bytes;
+}
+
+/// Planes with a guard byte behind the last sample.
+Planes MakePlanes(std::size_t count) {
+  Planes planes;
+  for (auto& plane : planes) plane.assign(count + 1, kGuard);
+  return planes;
+}
+
+TEST(Interleave, SplittingThreeBytesEqualsItsScalarTwinAtEveryLength) {
+  for (std::size_t count = 0; count < 200; ++count) {
+    const std::vector<unsigned char> source = RandomBytes(3 * count);
+    Planes split = MakePlanes(count), twin = MakePlanes(count);
+    zrk::SplitPixels3(source.data(), count, split[0].data(), split[1].data(), split[2].data());
+    for (int c = 0; c < 3; ++c) zrk::TakeByte(source.data(), count, 3, 1, c, twin[static_cast<std::size_t>(c)].data());
+    ASSERT_EQ(twin, split) << count;
+  }
+}
+
+TEST(Interleave, SplittingFourBytesEqualsItsScalarTwinAtEveryLength) {
+  for (std::size_t count = 0; count < 200; ++count) {
+    const std::vector<unsigned char> source = RandomBytes(4 * count);
+    Planes split = MakePlanes(count), twin = MakePlanes(count);
+    zrk::SplitPixels4(source.data(), count, split[0].data(), split[1].data(), split[2].data(), split[3].data());
+    for (int c = 0; c < 4; ++c) zrk::TakeByte(source.data(), count, 4, 1, c, twin[static_cast<std::size_t>(c)].data());
+    ASSERT_EQ(twin, split) << count;
+  }
+}
+
+TEST(Interleave, TakesOneByteOfEverySecondPixel) {
+  const unsigned char source[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  unsigned char plane[2] = {};
+  zrk::TakeByte(source, 2, 3, 2, 1, plane);
+  EXPECT_EQ(2, plane[0]);
+  EXPECT_EQ(8, plane[1]);
+}
+
+}  // namespace

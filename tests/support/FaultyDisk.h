@@ -1,0 +1,48 @@
+#pragma once
+
+#include "base/Disk.h"
+
+#include <atomic>
+#include <cerrno>
+
+/// The system's disk with calls counted, and made to fail on request. Calls are counted from 1 over all files.
+class FaultyDisk : public zrk::Disk {
+ public:
+  /// The N-th read from now on's count fails with EIO; with `shortBy` above 0 it succeeds but answers that many bytes
+  /// fewer.
+  void FailRead(int nth, std::int64_t shortBy = 0);
+  void FailWrite(int nth, int error = ENOSPC) { writes_.Set(nth, error); }
+  void FailMap(int nth) { maps_.Set(nth, EIO); }
+  void FailOpen(int nth, int error = EACCES) { opens_.Set(nth, error); }
+  void FailSync(int nth) { syncs_.Set(nth, EIO); }
+  void FailSetSize(int nth) { setSizes_.Set(nth, ENOSPC); }
+  void FailRename(int nth) { renames_.Set(nth, EIO); }
+
+  int GetReadCount() const { return reads_.count; }
+  int GetOpenCount() const { return opens_.count; }
+
+  int Open(const std::string& path, const zrk::DiskOpen& how, std::shared_ptr<zrk::DiskFile>& file) override;
+  int Rename(const std::string& from, const std::string& to) override;
+  int Remove(const std::string& path) override { return zrk::SystemDisk().Remove(path); }
+  int SyncFolder(const std::string& folder) override { return zrk::SystemDisk().SyncFolder(folder); }
+  bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
+
+ private:
+  friend class FaultyFile;
+
+  /// Calls of one kind, and which of them fails.
+  struct Calls {
+    /// The error of this call, or 0.
+    int Next() { return ++count == failing ? error.load() : 0; }
+    void Set(int nth, int errorNumber) {
+      error = errorNumber;
+      failing = nth;
+    }
+    std::atomic<int> count = 0;
+    std::atomic<int> failing = 0;
+    std::atomic<int> error = 0;
+  };
+
+  Calls reads_, writes_, maps_, opens_, syncs_, setSizes_, renames_;
+  std::atomic<std::int64_t> shortBy_ = 0;
+};
