@@ -1,0 +1,201 @@
+// zrkio info: what files are, for people or for machines.
+
+#include "Commands.h"
+#include "Dataset.h"
+#include "Progress.h"
+#include "XFormatTable.h"
+#include "XPath.h"
+#include "XRSFileIO.h"
+
+#include <cmath>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct Options {
+  std::vector<std::string> files;
+  bool json = false;
+  bool stats = false;
+};
+
+/// A number of a file may be anything; JSON knows finite ones only.
+Json Number(double value) {
+  return std::isfinite(value) ? Json(value) : Json();
+}
+
+/// Text of a file may be any bytes; what is no UTF-8 is replaced when it is printed.
+std::string Print(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+Json DescribeSystem(const XSpatialReference& sr) {
+  if (sr.IsEmpty()) return nullptr;
+  XString wkt;
+  sr.exportToWkt(wkt);
+  Json json = {{"name", sr.GetName().GetText()}};
+  if (const int code = sr.GetEPSG()) json["epsg"] = code;
+  json["wkt"] = wkt.GetText();
+  return json;
+}
+
+Json DescribePlace(const ZRMBand& band) {
+  if (band.GetCoordinateKind() != kCoordinateWorld) return nullptr;
+  double minX, maxX, minY, maxY;
+  band.GetBoundRect(minX, maxX, minY, maxY);
+  return {{"upperLeft", {Number(band.GetULX()), Number(band.GetULY())}},
+          {"pixelSize", {Number(band.GetXPixelSize()), Number(band.GetYPixelSize())}},
+          {"west", Number(minX)},
+          {"east", Number(maxX)},
+          {"south", Number(minY)},
+          {"north", Number(maxY)},
+          {"system", DescribeSystem(*band.GetSR())}};
+}
+
+Json DescribeStatistics(const ZRMBand& band) {
+  if (band.GetBandMean() == kNotSet) return nullptr;
+  return {{"min", Number(band.GetBandMin())},
+          {"max", Number(band.GetBandMax())},
+          {"mean", Number(band.GetBandMean())},
+          {"stdDev", Number(band.GetBandStdDev())}};
+}
+
+Json DescribeBand(ZRMBand& band) {
+  Json json = {{"name", band.GetBandName().GetText()},
+               {"width", band.GetXSize()},
+               {"height", band.GetYSize()},
+               {"dataType", XfnGetDataTypeString(band.GetDataType())},
+               {"levels", band.GetLevel()},
+               {"statistics", DescribeStatistics(band)}};
+  if (band.GetNullValue() != kNotSet) json["nullValue"] = Number(band.GetNullValue());
+  return json;
+}
+
+Json DescribeLayer(const tagXVectorLayer& layer) {
+  Json json = {{"name", layer.name.GetText()}, {"features", layer.numFeatures}, {"extent", nullptr}};
+  if (layer.hasExtent) {
+    json["extent"] = {{"west", Number(layer.minX)},
+                      {"east", Number(layer.maxX)},
+                      {"south", Number(layer.minY)},
+                      {"north", Number(layer.maxY)}};
+  }
+  XSpatialReference sr;
+  json["system"] = sr.importFromWkt(layer.wkt) ? DescribeSystem(sr) : Json();
+  return json;
+}
+
+Json Describe(XRSFile& file, const std::string& path) {
+  const tagXFormat* format = XfnFindFormat(XRSFileIO::GetIDFromExt(XfnGetFileExt(path)));
+  Json json = {{"file", path}, {"format", format->name}, {"id", format->id}};
+  if (ZRMBand* first = file.GetBandAt(0)) {
+    json["width"] = first->GetXSize();
+    json["height"] = first->GetYSize();
+    json["georeference"] = DescribePlace(*first);
+    for (int i = 0; i < file.GetNumOfBands(); ++i) json["channels"].push_back(DescribeBand(*file.GetBandAt(i)));
+  }
+  for (int v = 0; v < file.GetNumOfVands(); ++v) {
+    const ZRMVand& vand = *file.GetVandAt(v);
+    for (int i = 0; i < vand.GetNumOfLayers(); ++i) json["layers"].push_back(DescribeLayer(*vand.GetLayerAt(i)));
+  }
+  return json;
+}
+
+// The text form is made of the same description, so that both always say the same.
+
+double Get(const Json& json) {
+  return json.is_null() ? NAN : json.get<double>();
+}
+
+void PrintSystem(const Json& system, const char* indent) {
+  if (system.is_null()) {
+    std::printf("%ssystem      unknown\n", indent);
+    return;
+  }
+  std::printf("%ssystem      %s", indent, system["name"].get<std::string>().c_str());
+  if (system.contains("epsg")) std::printf(" (EPSG:%d)", system["epsg"].get<int>());
+  std::printf("\n");
+}
+
+void PrintExtent(const Json& extent, const char* indent) {
+  std::printf("%sextent      %.10g to %.10g, %.10g to %.10g\n", indent, Get(extent["west"]), Get(extent["east"]),
+              Get(extent["south"]), Get(extent["north"]));
+}
+
+void PrintPlace(const Json& place) {
+  if (place.is_null()) {
+    std::printf("  place       none, pixel coordinates only\n");
+    return;
+  }
+  std::printf("  corner      %.10g, %.10g\n", Get(place["upperLeft"][0]), Get(place["upperLeft"][1]));
+  std::printf("  pixel size  %.10g x %.10g\n", Get(place["pixelSize"][0]), Get(place["pixelSize"][1]));
+  PrintExtent(place, "  ");
+  PrintSystem(place["system"], "  ");
+}
+
+void PrintChannel(const Json& channel) {
+  std::printf("  %s\n", channel["name"].get<std::string>().c_str());
+  std::printf("    data type %s, %d levels\n", channel["dataType"].get<std::string>().c_str(),
+              channel["levels"].get<int>());
+  const Json& statistics = channel["statistics"];
+  if (statistics.is_null()) return;
+  std::printf("    minimum %.6g, maximum %.6g, mean %.6g, deviation %.6g\n", Get(statistics["min"]),
+              Get(statistics["max"]), Get(statistics["mean"]), Get(statistics["stdDev"]));
+}
+
+void PrintText(const Json& json) {
+  std::printf("%s\n  format      %s (0x%X)\n", json["file"].get<std::string>().c_str(),
+              json["format"].get<std::string>().c_str(), json["id"].get<int>());
+  if (json.contains("channels")) {
+    std::printf("  size        %d x %d pixels, %zu channel%s\n", json["width"].get<int>(), json["height"].get<int>(),
+                json["channels"].size(), json["channels"].size() == 1 ? "" : "s");
+    PrintPlace(json["georeference"]);
+    for (const Json& channel : json["channels"]) PrintChannel(channel);
+  }
+  if (!json.contains("layers")) return;
+  for (const Json& layer : json["layers"]) {
+    std::printf("  layer %s\n    features    %lld\n", layer["name"].get<std::string>().c_str(),
+                static_cast<long long>(layer["features"].get<std::int64_t>()));
+    if (!layer["extent"].is_null()) PrintExtent(layer["extent"], "    ");
+    PrintSystem(layer["system"], "    ");
+  }
+}
+
+int Run(const Options& options) {
+  int status = 0;
+  Json all = Json::array();
+  for (const std::string& path : options.files) {
+    std::string err;
+    Json json;
+    {
+      Job job(path);
+      const std::unique_ptr<XRSFile> file = OpenDataset(path, options.stats, job.GetThread(), err);
+      if (file && !job.WasStopped()) json = Describe(*file, path);
+      if (job.WasStopped()) err = "stopped";
+    }
+    if (json.is_null()) {
+      PrintFailure(path, err);
+      status = 1;
+      json = {{"file", path}, {"error", err}};
+    } else if (!options.json) {
+      PrintText(json);
+    }
+    all.push_back(std::move(json));
+    if (err == "stopped") break;
+  }
+  if (options.json) std::printf("%s\n", Print(all).c_str());
+  return status;
+}
+
+}  // namespace
+
+void AddInfoCommand(CLI::App& program, int& status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = program.add_subcommand("info", "Tell what files are");
+  command->add_option("FILE", options->files, "Raster or vector files")->required();
+  command->add_flag("--json", options->json, "Print an array of objects for machines");
+  command->add_flag("--stats", options->stats, "Compute statistics of every channel");
+  command->callback([options, &status] { status = Run(*options); });
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "XThread.h"
+
+#include <string>
+
+/// From now on SIGINT and SIGTERM ask the job that runs to stop; a second one ends the program at once.
+void InstallInterruptHandlers();
+
+/// Makes a job stoppable for its own lifetime.
+class StoppableJob {
+ public:
+  explicit StoppableJob(XThread& thread);
+  ~StoppableJob();
+  StoppableJob(const StoppableJob&) = delete;
+  StoppableJob& operator=(const StoppableJob&) = delete;
+};
+
+/// The unfinished file that the program removes even where a second signal ends it; an empty path for none.
+void SetUnfinishedFile(const std::string& path);
