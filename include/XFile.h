@@ -85,6 +85,6 @@ class ZRKIO_API XFile {
  private:
   std::shared_ptr<zrk::DiskFile> file_;
   XString path_;
-  mutable XString lastError_;
+  XString lastError_;
   std::int64_t position_ = 0;
 };

@@ -16,8 +16,8 @@ ZRKIO_API XString XfnGetTempFileName(const XString& prefix);
 ZRKIO_API int XfnGetCryptoMethod();
 ZRKIO_API void XfnSetCryptoMethod(int method);
 
-/// Appends the hardware addresses of the machine's network interfaces, as "00-11-22-33-44-55", loopback left
-/// out; answers how many.
+/// Appends the six-byte hardware addresses of the machine's network interfaces, as "00-11-22-33-44-55", loopback
+/// left out; answers how many.
 ZRKIO_API int XfnGetMacAddress(XStringList& addresses);
 
 /// Hands the library worker threads: operations that can share their work use up to `count` threads, the

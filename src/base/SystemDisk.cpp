@@ -80,7 +80,11 @@ class SystemFile : public DiskFile {
   }
 
   int SetSize(std::int64_t size) override { return ::ftruncate(descriptor_.Number(), size) == 0 ? 0 : errno; }
-  int Preallocate(std::int64_t size) override { return ::posix_fallocate(descriptor_.Number(), 0, size); }
+  int Preallocate(std::int64_t size) override {
+    int error = EINTR;
+    while (error == EINTR) error = ::posix_fallocate(descriptor_.Number(), 0, size);
+    return error;
+  }
   int Sync() override { return ::fsync(descriptor_.Number()) == 0 ? 0 : errno; }
 
   std::unique_ptr<DiskMap> Map() override {

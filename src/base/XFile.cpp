@@ -3,8 +3,8 @@
 #include "base/Disk.h"
 #include "XPath.h"
 
+#include <cerrno>
 #include <cstring>
-#include <limits>
 
 namespace {
 

@@ -1,27 +1,52 @@
-// Each pool has a number that is never used again, and each thread a table from pool numbers to its records. A record
-// is held by the pool, so that it goes with it; the thread's table holds the pool weakly, so that a thread that ends
-// can take its records out of pools that still live. In front of the table stands a small direct-mapped cache.
+// Each pool has a number that is never used again, and so has each thread. A thread has a table from the numbers of
+// pools to its records. A record is held by the pool, so that it goes with it; the thread's table holds the pool weakly,
+// so that a thread that ends can take its records out of pools that still live. In front of the table stands a small
+// direct-mapped cache.
 //
 // A number found in the cache belongs to the very pool that asks, since the pool that asks is alive and numbers are not
 // used twice. So the repeated request takes no lock.
 
 #include "XPerThread.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 
 namespace zrk {
+
+namespace {
+
+/// Never 0, and to be had until the very end of the thread.
+std::uint64_t NumberOfThisThread() {
+  static std::atomic<std::uint64_t> last = 0;
+  thread_local const std::uint64_t number = ++last;
+  return number;
+}
+
+}  // namespace
 
 struct PerThreadRecords::Shared {
   explicit Shared(Maker makeRecord) : make(makeRecord) {}
 
-  /// The record of a thread is known by the address of that thread's table.
-  std::shared_ptr<void> Take(const void* table) {
+  void* Find(std::uint64_t thread) {
     const std::lock_guard lock(mutex);
-    const auto hit = records.find(table);
+    const auto hit = records.find(thread);
+    return hit == records.end() ? nullptr : hit->second.get();
+  }
+
+  void* Put(std::uint64_t thread, std::shared_ptr<void> record) {
+    const std::lock_guard lock(mutex);
+    return (records[thread] = std::move(record)).get();
+  }
+
+  /// The caller lets the record go, after the lock has been given back.
+  std::shared_ptr<void> Take(std::uint64_t thread) {
+    const std::lock_guard lock(mutex);
+    const auto hit = records.find(thread);
     if (hit == records.end()) return nullptr;
     std::shared_ptr<void> record = std::move(hit->second);
     records.erase(hit);
@@ -33,7 +58,7 @@ struct PerThreadRecords::Shared {
   const std::uint64_t number = ++lastNumber;
   const Maker make;
   std::mutex mutex;
-  std::unordered_map<const void*, std::shared_ptr<void>> records;
+  std::unordered_map<std::uint64_t, std::shared_ptr<void>> records;
 };
 
 class PerThreadTable {
@@ -43,8 +68,7 @@ class PerThreadTable {
   ~PerThreadTable() {
     isGone_ = true;
     for (auto& [number, entry] : entries_) {
-      // The record is destroyed after the pool's lock is given back.
-      if (const std::shared_ptr<Shared> pool = entry.pool.lock()) pool->Take(this);
+      if (const std::shared_ptr<Shared> pool = entry.pool.lock()) pool->Take(NumberOfThisThread());
     }
   }
 
@@ -65,15 +89,17 @@ class PerThreadTable {
   void* Make(const std::shared_ptr<Shared>& pool) {
     std::shared_ptr<void> record = pool->make();
     PruneNowAndThen();
-    entries_[pool->number] = {pool, record.get()};
-    const std::lock_guard lock(pool->mutex);
-    return Remember(pool->number, (pool->records[this] = std::move(record)).get());
+    // The entry comes first: one without a record does no harm, a record without an entry would outlive its thread.
+    Entry& entry = entries_[pool->number];
+    entry.pool = pool;
+    entry.record = pool->Put(NumberOfThisThread(), std::move(record));
+    return Remember(pool->number, entry.record);
   }
 
   void Release(Shared& pool) {
     cache_[pool.number % cache_.size()] = {};
     entries_.erase(pool.number);
-    pool.Take(this);
+    pool.Take(NumberOfThisThread());
   }
 
  private:
@@ -86,8 +112,9 @@ class PerThreadTable {
     void* record = nullptr;
   };
 
+  /// A record that could not be put away is not remembered, so that the next request makes it.
   void* Remember(std::uint64_t number, void* record) {
-    cache_[number % cache_.size()] = {number, record};
+    if (record) cache_[number % cache_.size()] = {number, record};
     return record;
   }
 
@@ -110,26 +137,26 @@ PerThreadRecords::PerThreadRecords(Maker make) : shared_(std::make_shared<Shared
 
 PerThreadRecords::~PerThreadRecords() = default;
 
+// A thread that ends may still read after its table has gone. It then goes to the pool itself, and its record stays
+// there for as long as the pool.
+
 void* PerThreadRecords::Find() const {
   PerThreadTable* table = PerThreadTable::OfThisThread();
-  return table ? table->Find(shared_->number) : nullptr;
+  return table ? table->Find(shared_->number) : shared_->Find(NumberOfThisThread());
 }
 
 void* PerThreadRecords::Get() {
+  if (void* record = Find()) return record;
   PerThreadTable* table = PerThreadTable::OfThisThread();
-  if (table) {
-    if (void* record = table->Find(shared_->number)) return record;
-    return table->Make(shared_);
-  }
-  // A read within the end of its thread: the record then lives as long as the pool.
-  const std::lock_guard lock(shared_->mutex);
-  std::shared_ptr<void>& record = shared_->records[nullptr];
-  if (!record) record = shared_->make();
-  return record.get();
+  return table ? table->Make(shared_) : shared_->Put(NumberOfThisThread(), shared_->make());
 }
 
 void PerThreadRecords::Release() {
-  if (PerThreadTable* table = PerThreadTable::OfThisThread()) table->Release(*shared_);
+  if (PerThreadTable* table = PerThreadTable::OfThisThread()) {
+    table->Release(*shared_);
+  } else {
+    shared_->Take(NumberOfThisThread());
+  }
 }
 
 }  // namespace zrk

@@ -15,7 +15,7 @@ void PixelStorage::Release::operator()(unsigned char* bytes) const {
 }
 
 bool PixelStorage::Reserve(std::size_t bytes) {
-  if (bytes <= capacity_) return true;
+  if (bytes_ && bytes <= capacity_) return true;
   auto* fresh = static_cast<unsigned char*>(::operator new(bytes, kAlignment, std::nothrow));
   if (!fresh) return false;
   bytes_.reset(fresh);

@@ -1,7 +1,8 @@
 #include "XSystem.h"
 
-#include "base/Disk.h"
+#include "XFile.h"
 
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
@@ -9,42 +10,52 @@
 #include <unistd.h>
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
+#include <charconv>
 #include <cstdlib>
-#include <fstream>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace {
 
 std::atomic<int> cryptoMethod = 0;
 std::atomic<int> workerCount = 1;
 
+constexpr int kMacBytes = 6;
+
 XString FormatAddress(const sockaddr_ll& address) {
-  XString text, octet;
-  for (int i = 0; i < address.sll_halen; ++i) {
-    octet.Format(i == 0 ? "%02X" : "-%02X", address.sll_addr[i]);
-    text += octet;
-  }
+  XString text;
+  const unsigned char* octets = address.sll_addr;
+  text.Format("%02X-%02X-%02X-%02X-%02X-%02X", octets[0], octets[1], octets[2], octets[3], octets[4], octets[5]);
   return text;
+}
+
+/// The number behind a key in the kernel's table of memory, which has a line "Key:   number kB" for each.
+std::optional<double> FindMemoryFigure(std::string_view table, std::string_view key) {
+  const std::size_t hit = table.find(key);
+  if (hit == std::string_view::npos) return std::nullopt;
+  const std::string_view text = table.substr(std::min(table.find_first_not_of(" :\t", hit + key.size()), table.size()));
+  double figure = 0.0;
+  if (std::from_chars(text.data(), text.data() + text.size(), figure).ec != std::errc()) return std::nullopt;
+  return figure;
 }
 
 }  // namespace
 
 double XfnGetAvailablePhysicalMemoryInPercent() {
-  std::ifstream file("/proc/meminfo");
-  double total = 0.0, available = -1.0;
-  std::string key, rest;
-  for (double value; file >> key >> value && std::getline(file, rest);) {
-    if (key == "MemTotal:") total = value;
-    if (key == "MemAvailable:") available = value;
-  }
-  return total > 0.0 && available >= 0.0 ? 100.0 * available / total : 100.0;
+  XFile file;
+  if (!file.Open("/proc/meminfo", XFile::kRead)) return 100.0;
+  char text[4096];
+  const std::string_view table(text, static_cast<std::size_t>(file.Read(text, sizeof(text))));
+  const std::optional<double> total = FindMemoryFigure(table, "MemTotal:");
+  const std::optional<double> available = FindMemoryFigure(table, "MemAvailable:");
+  return total && available && *total > 0.0 ? 100.0 * *available / *total : 100.0;
 }
 
 XString XfnGetTempFileName(const XString& prefix) {
   const char* folder = std::getenv("TMPDIR");
   std::string name = std::string(folder && *folder ? folder : "/tmp") + "/" + prefix.AsStdString() + "XXXXXX";
-  const int descriptor = ::mkstemp(name.data());
+  const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
   if (descriptor < 0) return {};
   ::close(descriptor);
   return XString(name);
@@ -64,7 +75,8 @@ int XfnGetMacAddress(XStringList& addresses) {
   for (const ifaddrs* each = interfaces; each; each = each->ifa_next) {
     if (!each->ifa_addr || each->ifa_addr->sa_family != AF_PACKET || (each->ifa_flags & IFF_LOOPBACK)) continue;
     const auto& address = *reinterpret_cast<const sockaddr_ll*>(each->ifa_addr);
-    if (address.sll_halen == 0) continue;
+    // Tunnels and some fabrics have addresses of other lengths, which name no machine in this form.
+    if (address.sll_halen != kMacBytes) continue;
     addresses.AddTail(FormatAddress(address));
     ++numFound;
   }

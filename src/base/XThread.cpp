@@ -24,12 +24,16 @@ int XThread::GetState() const {
 
 void XThread::SetState(int state) {
   std::atomic_ref<int>(state_).store(state);
+  // Whoever is about to wait holds the lock, and so sees the new state or the notice of it.
+  { const std::lock_guard lock(pause_->mutex); }
+  pause_->resumed.notify_all();
 }
 
 void XThread::CallbackPercent(double percent) {
-  // Written so that a percentage that is no number counts as none.
-  const double share = percent > 0.0 ? std::min(percent, 100.0) / 100.0 : 0.0;
-  Post(static_cast<long>(firstPercent_ + share * (lastPercent_ - firstPercent_)));
+  // Written so that a percentage that is no number counts as none. Divided last: 29 of 0 to 100 is then 29, not 28.
+  const double done = percent > 0.0 ? std::min(percent, 100.0) : 0.0;
+  const double range = static_cast<double>(lastPercent_) - firstPercent_;
+  Post(static_cast<long>(firstPercent_ + done * range / 100.0));
   WaitWhileSuspended();
 }
 
@@ -89,7 +93,7 @@ void XThread::Post(long value) {
 
 void XThread::WaitWhileSuspended() {
   std::unique_lock lock(pause_->mutex);
-  pause_->resumed.wait(lock, [this] { return !pause_->isSuspended; });
+  pause_->resumed.wait(lock, [this] { return !pause_->isSuspended || GetState() == kStateStop; });
 }
 
 bool XfnIsStopRequested(const int* cancel) {

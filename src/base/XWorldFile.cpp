@@ -2,7 +2,8 @@
 
 #include "XFile.h"
 
-#include <charconv>
+#include <locale.h>
+#include <stdlib.h>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -16,26 +17,24 @@ std::string_view TakeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   std::string_view line = text.substr(0, end);
   text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
   return line;
 }
 
-/// The number that a line begins with, after blanks and a sign; 0 where it begins with none.
-double ParseNumber(std::string_view line) {
-  const std::size_t begin = line.find_first_not_of(" \t\v\f");
-  if (begin == std::string_view::npos) return 0.0;
-  line.remove_prefix(begin);
-  if (line.size() > 1 && line[0] == '+' && line[1] != '-') line.remove_prefix(1);
-  double value = 0.0;
-  const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), value);
-  if (error == std::errc::result_out_of_range) {
-    const std::string number(line.data(), end);
-    const bool isSmall = number.find("e-") != std::string::npos || number.find("E-") != std::string::npos;
-    value = isSmall ? 0.0 : HUGE_VAL;
-    if (number[0] == '-') value = -value;
+/// Numbers have a point whatever language the program speaks.
+class PlainLocale {
+ public:
+  PlainLocale() : locale_(::newlocale(LC_ALL_MASK, "C", nullptr)) {}
+  ~PlainLocale() {
+    if (locale_) ::freelocale(locale_);
   }
-  return value;
-}
+  PlainLocale(const PlainLocale&) = delete;
+  PlainLocale& operator=(const PlainLocale&) = delete;
+
+  double Parse(const char* text) const { return locale_ ? ::strtod_l(text, nullptr, locale_) : 0.0; }
+
+ private:
+  locale_t locale_;
+};
 
 }  // namespace
 
@@ -47,12 +46,14 @@ bool XWorldFile::Read(const XString& path) {
   std::string bytes(static_cast<std::size_t>(kMostBytes), '\0');
   bytes.resize(static_cast<std::size_t>(file.Read(bytes.data(), kMostBytes)));
 
+  *this = XWorldFile();
+  const PlainLocale locale;
   std::string_view rest = bytes;
   double* const fields[] = {&xSize_, nullptr, nullptr, &ySize_, &originX_, &originY_};
   for (double* field : fields) {
     if (rest.empty()) break;
-    const std::string_view line = TakeLine(rest);
-    if (field) *field = ParseNumber(line);
+    const std::string line(TakeLine(rest));
+    if (field) *field = locale.Parse(line.c_str());
   }
   return true;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <initializer_list>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -26,10 +27,16 @@ bool HasPage(const fs::path& folder, const std::string& title) {
   });
 }
 
-bool HasTableLine(const fs::path& readme, const std::string& name) {
+/// Whether a cell of a table in the text is exactly the name.
+bool HasCell(const fs::path& readme, const std::string& name) {
   std::ifstream stream(readme);
   for (std::string line; std::getline(stream, line);) {
-    if (line.starts_with("|") && line.find("| " + name + " ") != std::string::npos) return true;
+    if (!line.starts_with("|")) continue;
+    std::istringstream cells(line);
+    for (std::string cell; std::getline(cells, cell, '|');) {
+      const std::size_t first = cell.find_first_not_of(' ');
+      if (first != std::string::npos && cell.substr(first, cell.find_last_not_of(' ') + 1 - first) == name) return true;
+    }
   }
   return false;
 }
@@ -43,7 +50,7 @@ Violations FindGapsOfFormats(const fs::path& root, std::span<const tagXFormat> f
     const auto want = [&](bool isThere, const std::string& what) {
       if (!isThere) gaps.push_back(std::string(format.name) + " has no " + what);
     };
-    want(HasTableLine(root / "README.md", format.name), "line in the table of README.md");
+    want(HasCell(root / "README.md", format.name), "line in the table of README.md");
     if (!format.isRaster) continue;
     const std::string band = format.bandClass;
     want(fs::exists(root / "include" / (band + ".h")), "public header");

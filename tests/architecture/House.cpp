@@ -190,7 +190,7 @@ Violations House::FindHeadersMissingFrom(const std::string& umbrella) const {
     if (!StartsWith(file.path, "include/") || file.path == found->first) continue;
     const std::string name = file.path.substr(std::string("include/").size());
     if (std::ranges::find(found->second->includes, name, &IncludeLine::name) == found->second->includes.end()) {
-      violations.push_back(umbrella + " does not include " + name);
+      violations.push_back(name + " is missing");
     }
   }
   return violations;

@@ -127,7 +127,7 @@ TEST_F(HouseHeaders, AreAllInTheOneThatIncludesThemAll) {
   Write("include/ZRKio.h", "#include \"XRow.h\"\n");
   Write("include/XRow.h", "");
   Write("include/XRowList.h", "");
-  EXPECT_THAT(Read().FindHeadersMissingFrom("ZRKio.h"), ElementsAre("ZRKio.h does not include XRowList.h"));
+  EXPECT_THAT(Read().FindHeadersMissingFrom("ZRKio.h"), ElementsAre("XRowList.h is missing"));
 }
 
 TEST_F(HouseHeaders, AndSourcesHaveALengthThatCanBeRead) {
@@ -154,6 +154,11 @@ TEST_F(HouseFormats, AreCompleteWithSixFilesAndALine) {
   Write("fuzz/seeds/ZRMBandToy/a.toy", "");
   Write("docs/formats/toy.md", "# Toy image\n");
   EXPECT_THAT(FindGapsOfFormats(Root(), {&kToy, 1}), IsEmpty());
+}
+
+TEST_F(HouseFormats, AreNotTakenForOthersWhoseNameIsLonger) {
+  Write("README.md", "| Toy image 2000 | .toy |\n| x | about Toy image |\n");
+  EXPECT_EQ("Toy image has no line in the table of README.md", FindGapsOfFormats(Root(), {&kToy, 1}).front());
 }
 
 TEST_F(HouseFormats, NeedNothingWhileTheyCannotBeRead) {

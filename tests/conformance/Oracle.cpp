@@ -1,6 +1,8 @@
 #include "Oracle.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 
 #include <cpl_error.h>
@@ -62,4 +64,11 @@ OracleImage ReadWithGdal(const std::string& path) {
   }
   CPLPopErrorHandler();
   return image;
+}
+
+int LargestDifference(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b) {
+  if (a.size() != b.size()) return 256;
+  int largest = 0;
+  for (std::size_t i = 0; i < a.size(); ++i) largest = std::max(largest, std::abs(a[i] - b[i]));
+  return largest;
 }

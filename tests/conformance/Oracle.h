@@ -21,3 +21,6 @@ struct OracleImage {
 
 /// Reads a BMP or JPEG file of 8 bits a sample.
 OracleImage ReadWithGdal(const std::string& path);
+
+/// Of samples in the same place; 256 where the planes have different sizes.
+int LargestDifference(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b);

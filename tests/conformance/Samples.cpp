@@ -86,7 +86,7 @@ std::vector<Sample> SmallSamples() {
 
 std::string PathOf(const Sample& sample) {
   static const TempFolder folder;
-  const std::string path = folder.Path(sample.name);
+  std::string path = folder.Path(sample.name);
   if (!std::filesystem::exists(path)) folder.Write(sample.name, sample.build());
   return path;
 }

@@ -205,6 +205,12 @@ TEST(XStatistics, ASmallDeviationSurvivesALargeMean) {
   EXPECT_EQ(ofFloats.stdDev, 2.0);
 }
 
+TEST(XStatistics, TheMeanDoesNotDriftOverManySamples) {
+  const Outcome outcome = Calc(std::vector<double>(800000, 0.1));
+  EXPECT_EQ(outcome.mean, 0.1);
+  EXPECT_LT(outcome.stdDev, 1e-18);
+}
+
 TEST(XStatistics, DoublesNearTheEndsOfTheirRangeStayFinite) {
   const Outcome large = Calc<double>({1e308, 1.6e308, 1.6e308, 1e308});
   EXPECT_DOUBLE_EQ(large.mean, 1.3e308);

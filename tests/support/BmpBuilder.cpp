@@ -4,7 +4,7 @@
 
 namespace {
 
-void Put(std::vector<unsigned char>& bytes, std::uint32_t value, int numBytes) {
+void Put(std::vector<unsigned char>& bytes, std::uint64_t value, int numBytes) {
   for (int i = 0; i < numBytes; ++i) bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
 }
 

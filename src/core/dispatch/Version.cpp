@@ -27,6 +27,7 @@ XString DescribeProj() {
   return WithNumbers("PROJ", major, minor, patch);
 }
 
+/// The library tells its interface version at run time but not its own.
 XString DescribeJpeg() {
   // Millions, thousands and ones: 2001005 is 2.1.5.
   constexpr int kNumber = LIBJPEG_TURBO_VERSION_NUMBER;

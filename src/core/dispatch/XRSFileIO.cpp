@@ -1,3 +1,6 @@
+// The routers and the way from an extension to a format. Both look into the one table, so that nothing here changes
+// with a new format; only the map products are found by rules, since their extensions spell series, zone and scale.
+
 #include "XRSFileIO.h"
 
 #include "core/dispatch/FormatTable.h"

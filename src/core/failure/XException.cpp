@@ -4,6 +4,7 @@
 #include "XMessageBox.h"
 
 #include <cstring>
+#include <utility>
 
 X_IMPLEMENT_RUNTIME_CLASS(XException, XObject);
 X_IMPLEMENT_RUNTIME_CLASS(XFileException, XException);
@@ -35,5 +36,5 @@ void XFileException::ReportError() {
 }
 
 void XFileException::ThrowError(unsigned long cause, XString fileName) {
-  throw XFileException(cause, fileName);
+  throw XFileException(cause, std::move(fileName));
 }
