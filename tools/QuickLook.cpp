@@ -108,30 +108,61 @@ class AreaMeans {
   double mean_ = 0.0;
 };
 
-bool FillChannel(ZRMBand& band, int channel, double firstPercent, double percentSpan, XThread* thread, PngImage& image,
-                 std::string& err) {
-  const WidenRow widen = WidenerOf(band.GetDataType());
+/// A band on its way into a channel of the picture.
+struct Channel {
+  Channel(ZRMBand& source, const PngImage& image)
+      : band(source),
+        widen(WidenerOf(source.GetDataType())),
+        means(image.width, image.height),
+        strips(source, FindLevel(source, image), {0, source.GetXSize() - 1, 0, source.GetYSize() - 1}) {}
+
+  static int FindLevel(ZRMBand& source, const PngImage& image) {
+    return source.GetHighestLevelForTarget(0, source.GetXSize() - 1, 0, source.GetYSize() - 1, image.width,
+                                           image.height);
+  }
+
+  ZRMBand& band;
+  WidenRow widen;
   Range range;
-  if (!widen || !FindRange(band, range, err)) {
-    if (err.empty()) err = "samples of this data type can't be shown";
-    return false;
-  }
-  const Window whole{0, band.GetXSize() - 1, 0, band.GetYSize() - 1};
-  const int level = band.GetHighestLevelForTarget(0, whole.x1, 0, whole.y1, image.width, image.height);
-  AreaMeans means(image.width, image.height);
-  for (StripReader reader(band, level, whole); reader.HasMore();) {
-    StripReader::Strip strip;
-    if (!reader.ReadNext(strip, thread, err)) return false;
-    means.Add(band, strip, widen);
-    if (thread) thread->CallbackPercent(firstPercent + percentSpan * reader.GetShareDone());
-  }
-  const std::size_t numPixels = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height);
-  for (std::size_t i = 0; i < numPixels; ++i) {
-    const double* mean = means.MeanAt(i);
-    image.samples[i * static_cast<std::size_t>(image.channels) + static_cast<std::size_t>(channel)] =
-        mean ? range.Apply(*mean) : 0;
-  }
+  AreaMeans means;
+  StripReader strips;
+};
+
+bool ReadStrip(Channel& channel, XThread* thread, std::string& err) {
+  StripReader::Strip strip;
+  if (!channel.strips.ReadNext(strip, thread, err)) return false;
+  channel.means.Add(channel.band, strip, channel.widen);
   return true;
+}
+
+/// Strip by strip over all channels, so that bands of one file share one decode of each.
+bool ReadStrips(std::vector<Channel>& channels, XThread* thread, std::string& err) {
+  while (channels.front().strips.HasMore()) {
+    for (Channel& channel : channels) {
+      if (channel.strips.HasMore() && !ReadStrip(channel, thread, err)) return false;
+    }
+    if (thread) thread->CallbackPercent(100.0 * channels.front().strips.GetShareDone());
+  }
+  return std::all_of(channels.begin() + 1, channels.end(), [&](Channel& channel) {
+    while (channel.strips.HasMore()) {
+      if (!ReadStrip(channel, thread, err)) return false;
+    }
+    return true;
+  });
+}
+
+bool IsShowable(Channel& channel, std::string& err) {
+  if (channel.widen) return FindRange(channel.band, channel.range, err);
+  err = "samples of this data type can't be shown";
+  return false;
+}
+
+void Paint(Channel& channel, std::size_t c, PngImage& image) {
+  const auto numChannels = static_cast<std::size_t>(image.channels);
+  for (std::size_t pixel = 0; pixel * numChannels < image.samples.size(); ++pixel) {
+    const double* mean = channel.means.MeanAt(pixel);
+    image.samples[pixel * numChannels + c] = mean ? channel.range.Apply(*mean) : 0;
+  }
 }
 
 }  // namespace
@@ -150,10 +181,13 @@ bool MakeQuickLook(const std::vector<ZRMBand*>& bands, int maxSize, XThread* thr
   image.channels = static_cast<int>(bands.size());
   image.bits = 8;
   image.samples.assign(image.RowBytes() * static_cast<std::size_t>(image.height), 0);
-  for (std::size_t c = 0; c < bands.size(); ++c) {
-    const double share = 100.0 / static_cast<double>(bands.size());
-    if (!FillChannel(*bands[c], static_cast<int>(c), share * static_cast<double>(c), share, thread, image, err))
-      return false;
+  std::vector<Channel> channels;
+  channels.reserve(bands.size());
+  for (ZRMBand* band : bands) {
+    channels.emplace_back(*band, image);
+    if (!IsShowable(channels.back(), err)) return false;
   }
+  if (!ReadStrips(channels, thread, err)) return false;
+  for (std::size_t c = 0; c < channels.size(); ++c) Paint(channels[c], c, image);
   return true;
 }

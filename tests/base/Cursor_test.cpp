@@ -1,61 +1,131 @@
 #include "base/Cursor.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <cstdint>
+#include <vector>
 
-namespace {
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Bytes = std::vector<unsigned char>;
 
-using zrk::Cursor;
-
-constexpr unsigned char kBytes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0xF8};
-
-TEST(Cursor, TakesNumbersOfBothByteOrders) {
-  EXPECT_EQ(0x0201, Cursor(kBytes).U16LE());
-  EXPECT_EQ(0x0102, Cursor(kBytes).U16BE());
-  EXPECT_EQ(0x04030201u, Cursor(kBytes).U32LE());
-  EXPECT_EQ(0x01020304u, Cursor(kBytes).U32BE());
-  EXPECT_EQ(0xF807060504030201u, Cursor(kBytes).U64LE());
-  EXPECT_EQ(0x01020304050607F8u, Cursor(kBytes).U64BE());
-}
-
-TEST(Cursor, TakesSignedAndRealNumbers) {
-  constexpr unsigned char minusTwo[] = {0xFE, 0xFF, 0xFF, 0xFF};
-  EXPECT_EQ(-2, Cursor(minusTwo).I32LE());
-  EXPECT_EQ(-2, Cursor(minusTwo).I16LE());
-  constexpr unsigned char one[] = {0x3F, 0xF0, 0, 0, 0, 0, 0, 0};
-  EXPECT_EQ(1.0, Cursor(one).F64BE());
-  constexpr unsigned char half[] = {0, 0, 0, 0x3F};
-  EXPECT_EQ(0.5f, Cursor(half).F32LE());
-}
-
-TEST(Cursor, ANumberThatDoesNotFitIsZeroAndTheFailureStays) {
-  Cursor cursor(kBytes);
-  cursor.Seek(6);
-  EXPECT_EQ(0u, cursor.U32LE());
-  EXPECT_TRUE(cursor.HasFailed());
-  EXPECT_EQ(0, cursor.U8());
-  cursor.Seek(0);
-  EXPECT_EQ(1, cursor.U8());
-  EXPECT_TRUE(cursor.HasFailed());
-}
-
-TEST(Cursor, SeeksUpToTheEnd) {
-  Cursor cursor(kBytes);
-  cursor.Seek(8);
-  EXPECT_EQ(0u, cursor.Remaining());
+TEST(Cursor, ReadsLittleEndianIntegers) {
+  const Bytes bytes = {0x01, 0x02, 0x01, 0x04, 0x03, 0x02, 0x01, 0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0xF1};
+  zrk::Cursor cursor(bytes);
+  EXPECT_EQ(cursor.U8(), 0x01);
+  EXPECT_EQ(cursor.U16LE(), 0x0102);
+  EXPECT_EQ(cursor.U32LE(), 0x01020304u);
+  EXPECT_EQ(cursor.U64LE(), 0xF122334455667788u);
+  EXPECT_EQ(cursor.Remaining(), 0u);
   EXPECT_FALSE(cursor.HasFailed());
-  cursor.Seek(9);
+}
+
+TEST(Cursor, ReadsBigEndianIntegers) {
+  const Bytes bytes = {0x01, 0x02, 0xF1, 0x02, 0x03, 0x04, 0xF1, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
+  zrk::Cursor cursor(bytes);
+  EXPECT_EQ(cursor.U16BE(), 0x0102);
+  EXPECT_EQ(cursor.U32BE(), 0xF1020304u);
+  EXPECT_EQ(cursor.U64BE(), 0xF122334455667788u);
+  EXPECT_FALSE(cursor.HasFailed());
+}
+
+TEST(Cursor, ReadsSignedIntegers) {
+  const Bytes ones(14, 0xFF);
+  zrk::Cursor little(ones);
+  EXPECT_EQ(little.I16LE(), -1);
+  EXPECT_EQ(little.I32LE(), -1);
+  EXPECT_EQ(little.I64LE(), -1);
+  zrk::Cursor big(ones);
+  EXPECT_EQ(big.I16BE(), -1);
+  EXPECT_EQ(big.I32BE(), -1);
+  EXPECT_EQ(big.I64BE(), -1);
+  const Bytes minusTwo = {0xFE, 0xFF, 0xFF, 0xFE};
+  zrk::Cursor cursor(minusTwo);
+  EXPECT_EQ(cursor.I16LE(), -2);
+  EXPECT_EQ(cursor.I16BE(), -2);
+}
+
+TEST(Cursor, ReadsIeeeNumbers) {
+  // 1.5 is 3FC00000 in 32 bits, -2 is C000000000000000 in 64.
+  const Bytes bytes = {0, 0, 0xC0, 0x3F, 0x3F, 0xC0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xC0, 0xC0, 0, 0, 0, 0, 0, 0, 0};
+  zrk::Cursor cursor(bytes);
+  EXPECT_EQ(cursor.F32LE(), 1.5f);
+  EXPECT_EQ(cursor.F32BE(), 1.5f);
+  EXPECT_EQ(cursor.F64LE(), -2.0);
+  EXPECT_EQ(cursor.F64BE(), -2.0);
+}
+
+TEST(Cursor, BytesAreAViewAndMoveItOn) {
+  const Bytes bytes = {1, 2, 3, 4, 5};
+  zrk::Cursor cursor(bytes);
+  cursor.Skip(1);
+  const auto taken = cursor.Bytes(3);
+  EXPECT_THAT(taken, ElementsAre(2, 3, 4));
+  EXPECT_EQ(taken.data(), bytes.data() + 1);
+  EXPECT_EQ(cursor.Position(), 4u);
+  EXPECT_EQ(cursor.Remaining(), 1u);
+  EXPECT_THAT(cursor.Bytes(0), IsEmpty());
+  EXPECT_FALSE(cursor.HasFailed());
+}
+
+TEST(Cursor, SeekGoesAnywhereUpToTheEnd) {
+  const Bytes bytes = {1, 2, 3};
+  zrk::Cursor cursor(bytes);
+  cursor.Seek(2);
+  EXPECT_EQ(cursor.U8(), 3);
+  cursor.Seek(0);
+  EXPECT_EQ(cursor.U8(), 1);
+  cursor.Seek(3);
+  EXPECT_EQ(cursor.Remaining(), 0u);
+  EXPECT_FALSE(cursor.HasFailed());
+}
+
+TEST(Cursor, ANumberThatIsNotAllThereIsZeroAndFails) {
+  const Bytes bytes = {0xFF, 0xFF, 0xFF};
+  zrk::Cursor little(bytes);
+  EXPECT_EQ(little.U32LE(), 0u);
+  EXPECT_TRUE(little.HasFailed());
+  zrk::Cursor big(bytes);
+  EXPECT_EQ(big.F64BE(), 0.0);
+  EXPECT_TRUE(big.HasFailed());
+}
+
+TEST(Cursor, NothingMoreComesAfterAFailure) {
+  const Bytes bytes = {1, 2, 3};
+  zrk::Cursor cursor(bytes);
+  EXPECT_THAT(cursor.Bytes(4), IsEmpty());
+  EXPECT_EQ(cursor.U8(), 0);
+  EXPECT_EQ(cursor.Remaining(), 0u);
+}
+
+TEST(Cursor, TheFailureStaysAlsoWhereALaterRequestFits) {
+  const Bytes bytes = {1, 2, 3};
+  zrk::Cursor cursor(bytes);
+  cursor.Skip(4);
+  cursor.Seek(1);
+  EXPECT_EQ(cursor.U8(), 2);
   EXPECT_TRUE(cursor.HasFailed());
 }
 
-TEST(Cursor, HandsOutRangesAndSkipsThem) {
-  Cursor cursor(kBytes);
-  cursor.Skip(2);
-  const auto range = cursor.Bytes(3);
-  ASSERT_EQ(3u, range.size());
-  EXPECT_EQ(3, range[0]);
-  EXPECT_EQ(5u, cursor.Position());
-  EXPECT_TRUE(cursor.Bytes(4).empty());
+TEST(Cursor, SeekPastTheEndFails) {
+  const Bytes bytes = {1, 2, 3};
+  zrk::Cursor cursor(bytes);
+  cursor.Seek(4);
+  EXPECT_TRUE(cursor.HasFailed());
+  EXPECT_EQ(cursor.Remaining(), 0u);
+}
+
+TEST(Cursor, CountsAtTheEdgeOfTheirTypeFail) {
+  const Bytes bytes = {1, 2, 3};
+  zrk::Cursor cursor(bytes);
+  cursor.Skip(1);
+  cursor.Skip(SIZE_MAX);
   EXPECT_TRUE(cursor.HasFailed());
 }
 
-}  // namespace
+TEST(Cursor, NoBytesAtAllFailAtTheFirstRequest) {
+  zrk::Cursor cursor({});
+  EXPECT_FALSE(cursor.HasFailed());
+  EXPECT_EQ(cursor.U8(), 0);
+  EXPECT_TRUE(cursor.HasFailed());
+}

@@ -1,44 +1,74 @@
 #include "XDib.h"
 
 #include <gtest/gtest.h>
+#include <climits>
 
 namespace {
 
-BITMAPINFOHEADER Header(int bits, std::uint32_t clrUsed) {
-  BITMAPINFOHEADER header{};
-  header.biBitCount = static_cast<std::uint16_t>(bits);
-  header.biClrUsed = clrUsed;
-  return header;
+BITMAPINFO MakeInfo(int width, std::uint16_t bitCount, std::uint32_t numColours) {
+  BITMAPINFO info = {};
+  info.bmiHeader.biWidth = width;
+  info.bmiHeader.biBitCount = bitCount;
+  info.bmiHeader.biClrUsed = numColours;
+  return info;
 }
 
-TEST(XDib, ThePaletteFollowsFromTheBitsUnlessTheHeaderSays) {
-  EXPECT_EQ(2, XfnGetDIBPaletteSize(Header(1, 0)));
-  EXPECT_EQ(16, XfnGetDIBPaletteSize(Header(4, 0)));
-  EXPECT_EQ(256, XfnGetDIBPaletteSize(Header(8, 0)));
-  EXPECT_EQ(0, XfnGetDIBPaletteSize(Header(24, 0)));
-  EXPECT_EQ(0, XfnGetDIBPaletteSize(Header(32, 0)));
-  EXPECT_EQ(10, XfnGetDIBPaletteSize(Header(8, 10)));
-  EXPECT_EQ(5, XfnGetDIBPaletteSize(Header(24, 5)));
-}
-
-TEST(XDib, ThePaletteHasAtMost256Entries) {
-  EXPECT_EQ(256, XfnGetDIBPaletteSize(Header(8, 257)));
-  EXPECT_EQ(256, XfnGetDIBPaletteSize(Header(8, 0xFFFFFFFFu)));
-  EXPECT_EQ(0, XfnGetDIBPaletteSize(static_cast<const BITMAPINFO*>(nullptr)));
-}
-
-TEST(XDib, RowsAreRoundedUpToFourBytes) {
-  EXPECT_EQ(4, XfnCalcDIBWidthBytes(1, 8));
-  EXPECT_EQ(4, XfnCalcDIBWidthBytes(1, 24));
-  EXPECT_EQ(24, XfnCalcDIBWidthBytes(7, 24));
-  EXPECT_EQ(4, XfnCalcDIBWidthBytes(32, 1));
-  EXPECT_EQ(8, XfnCalcDIBWidthBytes(33, 1));
-}
-
-TEST(XDib, RowsOfTheWidestImageDoNotOverflow) {
-  EXPECT_EQ(8589934588, XfnCalcDIBWidthBytes(0x7FFFFFFF, 32));
-  EXPECT_EQ(0, XfnCalcDIBWidthBytes(-7, 24));
-  EXPECT_EQ(0, XfnCalcDIBWidthBytes(0, 24));
+int PaletteSize(std::uint16_t bitCount, std::uint32_t numColours) {
+  const BITMAPINFO info = MakeInfo(1, bitCount, numColours);
+  EXPECT_EQ(XfnGetDIBPaletteSize(&info), XfnGetDIBPaletteSize(info.bmiHeader));
+  return XfnGetDIBPaletteSize(&info);
 }
 
 }  // namespace
+
+TEST(XDib, ThePaletteIsAsLongAsTheBitsNeedWhereTheHeaderIsSilent) {
+  EXPECT_EQ(PaletteSize(1, 0), 2);
+  EXPECT_EQ(PaletteSize(4, 0), 16);
+  EXPECT_EQ(PaletteSize(8, 0), 256);
+}
+
+TEST(XDib, MoreThanEightBitsNeedNoPalette) {
+  for (const std::uint16_t bitCount : {16, 24, 32}) EXPECT_EQ(PaletteSize(bitCount, 0), 0) << bitCount;
+}
+
+TEST(XDib, OddBitCountsNeedNoPalette) {
+  for (const std::uint16_t bitCount : {0, 2, 3, 31, 65535}) EXPECT_EQ(PaletteSize(bitCount, 0), 0) << bitCount;
+}
+
+TEST(XDib, TheHeaderSaysHowLongThePaletteIs) {
+  EXPECT_EQ(PaletteSize(8, 3), 3);
+  EXPECT_EQ(PaletteSize(24, 7), 7);
+}
+
+TEST(XDib, APaletteHasAtMost256Colours) {
+  EXPECT_EQ(PaletteSize(8, 256), 256);
+  EXPECT_EQ(PaletteSize(8, 257), 256);
+  EXPECT_EQ(PaletteSize(24, 0xFFFFFFFF), 256);
+}
+
+TEST(XDib, RowsAreRoundedUpToFourBytes) {
+  EXPECT_EQ(XfnCalcDIBWidthBytes(1, 1), 4);
+  EXPECT_EQ(XfnCalcDIBWidthBytes(32, 1), 4);
+  EXPECT_EQ(XfnCalcDIBWidthBytes(33, 1), 8);
+  EXPECT_EQ(XfnCalcDIBWidthBytes(7, 24), 24);  // 21 bytes
+  EXPECT_EQ(XfnCalcDIBWidthBytes(8, 24), 24);
+  EXPECT_EQ(XfnCalcDIBWidthBytes(3, 16), 8);
+}
+
+TEST(XDib, RowsMayBeLongerThanAnIntCanSay) {
+  EXPECT_EQ(XfnCalcDIBWidthBytes(INT_MAX, 32), 8589934588);  // 4 * (2^31 - 1)
+  const BITMAPINFO info = MakeInfo(INT_MAX, 32, 0);
+  EXPECT_EQ(XfnCalcDIBWidthBytes(&info), 8589934588);
+}
+
+TEST(XDib, AWidthThatIsNotPositiveGivesNoBytes) {
+  EXPECT_LE(XfnCalcDIBWidthBytes(0, 24), 0);
+  EXPECT_LE(XfnCalcDIBWidthBytes(-5, 24), 0);
+  EXPECT_LE(XfnCalcDIBWidthBytes(INT_MIN, INT_MAX), 0);
+  EXPECT_LE(XfnCalcDIBWidthBytes(5, INT_MIN), 0);
+}
+
+TEST(XDib, NoHeaderHasNothing) {
+  EXPECT_EQ(XfnGetDIBPaletteSize(nullptr), 0);
+  EXPECT_EQ(XfnCalcDIBWidthBytes(nullptr), 0);
+}

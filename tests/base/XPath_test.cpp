@@ -2,32 +2,53 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-TEST(XPath, SplitsAtSeparatorsOfBothKinds) {
-  EXPECT_EQ("c.tif", XfnGetFileName("/a/b/c.tif").AsStdString());
-  EXPECT_EQ("c.tif", XfnGetFileName("D:\\a\\b\\c.tif").AsStdString());
-  EXPECT_EQ("c.tif", XfnGetFileName("/a\\b/c.tif").AsStdString());
-  EXPECT_EQ("c.tif", XfnGetFileName("c.tif").AsStdString());
-  EXPECT_EQ("", XfnGetFileName("/a/").AsStdString());
+TEST(XPath, BothSlashesSeparate) {
+  EXPECT_EQ(XfnGetFileName("/a/b.c/name.tif"), "name.tif");
+  EXPECT_EQ(XfnGetFileName("C:\\a\\name.tif"), "name.tif");
+  EXPECT_EQ(XfnGetFileName("/a\\b/name.tif"), "name.tif");
+  EXPECT_EQ(XfnGetFileName("/a/b\\name.tif"), "name.tif");
 }
 
-TEST(XPath, TheTitleHasNoExtension) {
-  EXPECT_EQ("c", XfnGetFileTitle("/a/c.tif").AsStdString());
-  EXPECT_EQ("c.d", XfnGetFileTitle("/a/c.d.tif").AsStdString());
-  EXPECT_EQ("c", XfnGetFileTitle("/a.b/c").AsStdString());
+TEST(XPath, APathWithoutFolderIsTheName) {
+  EXPECT_EQ(XfnGetFileName("name.tif"), "name.tif");
+  EXPECT_EQ(XfnGetFileFolder("name.tif"), "");
 }
 
-TEST(XPath, TheExtensionIsOfTheFileNameOnly) {
-  EXPECT_EQ("tif", XfnGetFileExt("/a/c.d.tif").AsStdString());
-  EXPECT_EQ("", XfnGetFileExt("/a.b/c").AsStdString());
-  EXPECT_EQ("", XfnGetFileExt("c.").AsStdString());
+TEST(XPath, AFolderHasNoName) {
+  EXPECT_EQ(XfnGetFileName("/a/b/"), "");
+  EXPECT_EQ(XfnGetFileTitle("/a/b/"), "");
+  EXPECT_EQ(XfnGetFileExt("/a/b.c/"), "");
+  EXPECT_EQ(XfnGetFileFolder("/a/b/"), "/a/b/");
+}
+
+TEST(XPath, TheTitleLacksTheExtension) {
+  EXPECT_EQ(XfnGetFileTitle("/a/name.tif"), "name");
+  EXPECT_EQ(XfnGetFileTitle("/a/name"), "name");
+  EXPECT_EQ(XfnGetFileTitle("/a/b.c.d"), "b.c");
+  EXPECT_EQ(XfnGetFileTitle("/a/.hidden"), "");
+}
+
+TEST(XPath, TheExtensionFollowsTheLastDot) {
+  EXPECT_EQ(XfnGetFileExt("/a/name.tif"), "tif");
+  EXPECT_EQ(XfnGetFileExt("/a/b.c.Tiff"), "Tiff");
+  EXPECT_EQ(XfnGetFileExt("/a/name."), "");
+  EXPECT_EQ(XfnGetFileExt("/a/name"), "");
+}
+
+TEST(XPath, ADotInAFolderBeginsNoExtension) {
+  EXPECT_EQ(XfnGetFileExt("/a.tif/name"), "");
+  EXPECT_EQ(XfnGetFileTitle("\\a.tif\\name"), "name");
 }
 
 TEST(XPath, TheFolderKeepsItsSeparator) {
-  EXPECT_EQ("/a/b/", XfnGetFileFolder("/a/b/c.tif").AsStdString());
-  EXPECT_EQ("a\\", XfnGetFileFolder("a\\c.tif").AsStdString());
-  EXPECT_EQ("", XfnGetFileFolder("c.tif").AsStdString());
+  EXPECT_EQ(XfnGetFileFolder("/a/b/name.tif"), "/a/b/");
+  EXPECT_EQ(XfnGetFileFolder("C:\\a\\name.tif"), "C:\\a\\");
+  EXPECT_EQ(XfnGetFileFolder("/name.tif"), "/");
 }
 
-}  // namespace
+TEST(XPath, NothingHasNoParts) {
+  EXPECT_EQ(XfnGetFileName(""), "");
+  EXPECT_EQ(XfnGetFileTitle(""), "");
+  EXPECT_EQ(XfnGetFileExt(""), "");
+  EXPECT_EQ(XfnGetFileFolder(""), "");
+}

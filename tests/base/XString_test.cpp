@@ -1,103 +1,188 @@
 #include "XString.h"
 
 #include <gtest/gtest.h>
+#include <climits>
+#include <string>
+#include <string_view>
 
-namespace {
-
-TEST(XString, StartsEmptyAndTakesNullAsEmpty) {
-  EXPECT_TRUE(XString().IsEmpty());
-  EXPECT_TRUE(XString(static_cast<const char*>(nullptr)).IsEmpty());
+TEST(XString, IsMadeOfAnyKindOfText) {
+  EXPECT_EQ(XString("abc"), "abc");
+  EXPECT_EQ(XString(std::string("abc")), "abc");
+  EXPECT_EQ(XString(std::string_view("abcd").substr(0, 3)), "abc");
+  EXPECT_EQ(XString(), "");
 }
 
-TEST(XString, ConvertsToBothFormsOfText) {
+TEST(XString, ANullPointerIsTheEmptyText) {
+  const char* none = nullptr;
+  EXPECT_TRUE(XString(none).IsEmpty());
+  EXPECT_TRUE(XString() == none);
+  EXPECT_EQ(XString("a") + none, "a");
+}
+
+TEST(XString, GoesWhereCharactersAreTaken) {
   const XString text("abc");
-  EXPECT_STREQ("abc", static_cast<const char*>(text));
-  EXPECT_EQ("abc", static_cast<std::string_view>(text));
-  EXPECT_EQ(3, text.GetLength());
+  const char* characters = text;
+  const std::string_view view = text;
+  EXPECT_STREQ(characters, "abc");
+  EXPECT_EQ(view, "abc");
+  EXPECT_STREQ(text.GetText(), "abc");
+  EXPECT_EQ(text.AsStdString(), "abc");
+}
+
+TEST(XString, KnowsItsLength) {
+  XString text("abc");
+  EXPECT_EQ(text.GetLength(), 3);
+  EXPECT_FALSE(text.IsEmpty());
+  text.Empty();
+  EXPECT_EQ(text.GetLength(), 0);
+  EXPECT_TRUE(text.IsEmpty());
+}
+
+TEST(XString, CharactersOutsideAreTerminators) {
+  const XString text("abc");
+  EXPECT_EQ(text.GetAt(0), 'a');
+  EXPECT_EQ(text.GetAt(2), 'c');
+  EXPECT_EQ(text.GetAt(3), '\0');
+  EXPECT_EQ(text.GetAt(-1), '\0');
+}
+
+TEST(XString, CopiesAreTheirOwn) {
+  XString a("abc");
+  const XString b = a;
+  a.MakeUpper();
+  EXPECT_EQ(a, "ABC");
+  EXPECT_EQ(b, "abc");
 }
 
 TEST(XString, FormatsLikePrintf) {
+  XString text("before");
+  text.Format("Channel %d of %s, %05.2f%%", 3, "map", 1.5);
+  EXPECT_EQ(text, "Channel 3 of map, 01.50%");
+  text.Format("%s", "");
+  EXPECT_EQ(text, "");
+}
+
+TEST(XString, FormatsTextsOfAnyLength) {
+  const std::string part(100000, 'x');
   XString text;
-  text.Format("%s : Channel %d, %.2f", "a.tif", 2, 0.5);
-  EXPECT_EQ("a.tif : Channel 2, 0.50", text.AsStdString());
+  text.Format("<%s>", part.c_str());
+  EXPECT_EQ(text.AsStdString(), "<" + part + ">");
 }
 
-TEST(XString, FormatsItself) {
-  XString text("ab");
-  text.Format("<%s>", text.GetText());
-  EXPECT_EQ("<ab>", text.AsStdString());
+TEST(XString, FormatsFromItsOwnCharacters) {
+  XString text("abc");
+  text.Format("%s-%s", text.GetText(), text.GetText());
+  EXPECT_EQ(text, "abc-abc");
 }
 
-TEST(XString, FormatsLongTexts) {
-  XString text;
-  text.Format("%s!", std::string(100000, 'x').c_str());
-  EXPECT_EQ(100001, text.GetLength());
-}
-
-TEST(XString, ChangesTheCaseOfAsciiLettersOnly) {
-  XString text("aZ9_\xE4");
+TEST(XString, CaseIsThatOfAsciiLettersOnly) {
+  XString text("aZ@[`{09 \xE4\xC4");
   text.MakeUpper();
-  EXPECT_EQ("AZ9_\xE4", text.AsStdString());
+  EXPECT_EQ(text, "AZ@[`{09 \xE4\xC4");
   text.MakeLower();
-  EXPECT_EQ("az9_\xE4", text.AsStdString());
+  EXPECT_EQ(text, "az@[`{09 \xE4\xC4");
 }
 
-TEST(XString, CutsPartsBackToWhatThereIs) {
+TEST(XString, PartsAreCutOut) {
   const XString text("abcdef");
-  EXPECT_EQ("ab", text.Left(2).AsStdString());
-  EXPECT_EQ("abcdef", text.Left(99).AsStdString());
-  EXPECT_EQ("", text.Left(-1).AsStdString());
-  EXPECT_EQ("ef", text.Right(2).AsStdString());
-  EXPECT_EQ("abcdef", text.Right(99).AsStdString());
-  EXPECT_EQ("cd", text.Mid(2, 2).AsStdString());
-  EXPECT_EQ("cdef", text.Mid(2).AsStdString());
-  EXPECT_EQ("", text.Mid(9, 2).AsStdString());
-  EXPECT_EQ("ab", text.Mid(-5, 2).AsStdString());
+  EXPECT_EQ(text.Left(2), "ab");
+  EXPECT_EQ(text.Right(2), "ef");
+  EXPECT_EQ(text.Mid(2), "cdef");
+  EXPECT_EQ(text.Mid(2, 3), "cde");
 }
 
-TEST(XString, AnswersItsTerminatorOutsideTheText) {
-  const XString text("ab");
-  EXPECT_EQ('b', text.GetAt(1));
-  EXPECT_EQ('\0', text.GetAt(2));
-  EXPECT_EQ('\0', text.GetAt(-1));
+TEST(XString, PartsAreCutBackToWhatThereIs) {
+  const XString text("abc");
+  EXPECT_EQ(text.Left(INT_MAX), "abc");
+  EXPECT_EQ(text.Left(-1), "");
+  EXPECT_EQ(text.Right(4), "abc");
+  EXPECT_EQ(text.Right(INT_MIN), "");
+  EXPECT_EQ(text.Mid(-1), "abc");
+  EXPECT_EQ(text.Mid(3), "");
+  EXPECT_EQ(text.Mid(INT_MAX, INT_MAX), "");
+  EXPECT_EQ(text.Mid(1, INT_MAX), "bc");
+  EXPECT_EQ(text.Mid(1, -1), "");
 }
 
-TEST(XString, FindsFromBothEnds) {
+TEST(XString, FindsTheFirstFromAPlaceOn) {
   const XString text("abcabc");
-  EXPECT_EQ(1, text.Find("bc"));
-  EXPECT_EQ(4, text.Find("bc", 2));
-  EXPECT_EQ(2, text.Find('c', -3));
-  EXPECT_EQ(-1, text.Find("x"));
-  EXPECT_EQ(-1, text.Find("a", 99));
-  EXPECT_EQ(5, text.ReverseFind('c'));
-  EXPECT_EQ(-1, text.ReverseFind('x'));
+  EXPECT_EQ(text.Find("bc"), 1);
+  EXPECT_EQ(text.Find("bc", 1), 1);
+  EXPECT_EQ(text.Find("bc", 2), 4);
+  EXPECT_EQ(text.Find('c', 3), 5);
+  EXPECT_EQ(text.Find('a', -7), 0);
 }
 
-TEST(XString, DeletesWithinTheText) {
+TEST(XString, WhatIsNotThereIsMinusOne) {
+  const XString text("abc");
+  EXPECT_EQ(text.Find("bcd"), -1);
+  EXPECT_EQ(text.Find('a', 1), -1);
+  EXPECT_EQ(text.Find("a", 100), -1);
+  EXPECT_EQ(text.ReverseFind('x'), -1);
+  EXPECT_EQ(XString().ReverseFind('x'), -1);
+}
+
+TEST(XString, FindsTheLast) {
+  EXPECT_EQ(XString("a.b.c").ReverseFind('.'), 3);
+  EXPECT_EQ(XString(".a").ReverseFind('.'), 0);
+}
+
+TEST(XString, DeletesAndTellsTheNewLength) {
   XString text("abcdef");
-  EXPECT_EQ(4, text.Delete(1, 2));
-  EXPECT_EQ("adef", text.AsStdString());
-  EXPECT_EQ(1, text.Delete(1, 99));
-  EXPECT_EQ(1, text.Delete(7));
+  EXPECT_EQ(text.Delete(1, 2), 4);
+  EXPECT_EQ(text, "adef");
+  EXPECT_EQ(text.Delete(0), 3);
+  EXPECT_EQ(text, "def");
 }
 
-TEST(XString, ReplacesEveryHitOnce) {
-  XString text("a.b.c");
-  EXPECT_EQ(2, text.Replace(".", ".."));
-  EXPECT_EQ("a..b..c", text.AsStdString());
-  EXPECT_EQ(0, text.Replace("", "x"));
-  EXPECT_EQ(0, text.Replace("z", "x"));
+TEST(XString, DeletesNoMoreThanThereIs) {
+  XString text("abc");
+  EXPECT_EQ(text.Delete(3, 5), 3);
+  EXPECT_EQ(text.Delete(0, -1), 3);
+  EXPECT_EQ(text.Delete(1, INT_MAX), 1);
+  EXPECT_EQ(text, "a");
 }
 
-TEST(XString, JoinsAndCompares) {
-  XString text = XString("a") + "b" + XString("c");
+TEST(XString, ReplacesEveryHitFromLeftToRight) {
+  XString text("aaa.aa");
+  EXPECT_EQ(text.Replace("aa", "b"), 2);
+  EXPECT_EQ(text, "ba.b");
+  EXPECT_EQ(text.Replace(".", ""), 1);
+  EXPECT_EQ(text, "bab");
+}
+
+TEST(XString, WhatIsPutInIsNotReplacedAgain) {
+  XString text("a");
+  EXPECT_EQ(text.Replace("a", "aa"), 1);
+  EXPECT_EQ(text, "aa");
+}
+
+TEST(XString, NothingIsFoundToReplace) {
+  XString text("abc");
+  EXPECT_EQ(text.Replace("x", "y"), 0);
+  EXPECT_EQ(text.Replace("", "y"), 0);
+  EXPECT_EQ(text, "abc");
+}
+
+TEST(XString, AddsTextsAndCharacters) {
+  XString text = XString("a") + XString("b") + "c";
+  EXPECT_EQ("<" + text, "<abc");
   text += "d";
   text += 'e';
-  EXPECT_TRUE(text == "abcde");
-  EXPECT_TRUE(text != "abcd");
-  EXPECT_TRUE(XString("a") < XString("b"));
-  EXPECT_EQ("xa", ("x" + XString("a")).AsStdString());
-  EXPECT_TRUE(XString("") == static_cast<const char*>(nullptr));
+  text += text;
+  EXPECT_EQ(text, "abcdeabcde");
 }
 
-}  // namespace
+TEST(XString, ComparesByBytes) {
+  EXPECT_TRUE(XString("abc") == XString("abc"));
+  EXPECT_TRUE(XString("abc") != XString("Abc"));
+  EXPECT_TRUE(XString("abc") != "abd");
+  EXPECT_TRUE(XString("Z") < XString("a"));
+  EXPECT_TRUE(XString("ab") < XString("abc"));
+  EXPECT_FALSE(XString("abc") < XString("abc"));
+}
+
+TEST(XString, TakesItsPathBytesAsTheyAre) {
+  const std::string bytes("\xFF\x01\xC3\x28", 4);
+  EXPECT_EQ(XString(bytes).AsStdString(), bytes);
+}

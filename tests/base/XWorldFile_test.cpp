@@ -1,99 +1,225 @@
 #include "XWorldFile.h"
 
+#include "FaultyDisk.h"
 #include "TempFolder.h"
 
 #include <gtest/gtest.h>
-
 #include <clocale>
 #include <cmath>
 #include <limits>
+#include <string>
+#include <utility>
 
 namespace {
 
-class XWorldFileText : public testing::Test {
- protected:
-  XWorldFile Read(const std::string& text) {
-    folder_.Write("a.bmw", text);
-    XWorldFile worldFile;
-    EXPECT_TRUE(worldFile.Read(folder_.Path("a.bmw")));
-    return worldFile;
+XWorldFile ReadText(const std::string& text) {
+  const TempFolder folder;
+  folder.Write("a.bpw", text);
+  XWorldFile file;
+  EXPECT_TRUE(file.Read(folder.Path("a.bpw")));
+  return file;
+}
+
+/// A file whose pixel size in x is `text`.
+double ParseFirstLine(const std::string& text) {
+  // The edges tell the sign: an origin of 0 moves by one pixel to the left where the size is negative.
+  const XWorldFile file = ReadText(text + "\n0\n0\n-1\n0\n0\n");
+  return file.Left(1) < 0.0 ? -file.XPixelSize() : file.XPixelSize();
+}
+
+/// Puts a locale in place that has a comma for a point; false where the machine has none.
+class CommaLocale {
+ public:
+  CommaLocale() {
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE"}) {
+      if (!isSet_ && std::setlocale(LC_ALL, name)) isSet_ = std::localeconv()->decimal_point[0] == ',';
+    }
   }
-  TempFolder folder_;
+  ~CommaLocale() { std::setlocale(LC_ALL, "C"); }
+  bool IsSet() const { return isSet_; }
+
+ private:
+  bool isSet_ = false;
 };
 
-TEST_F(XWorldFileText, TakesSizesAndOriginFromTheirLines) {
-  const XWorldFile worldFile = Read("0.5\n9\n9\n-0.25\n100\n200\n");
-  EXPECT_EQ(0.5, worldFile.XPixelSize());
-  EXPECT_EQ(0.25, worldFile.YPixelSize());
-  EXPECT_EQ(100.0, worldFile.GetOriginX());
-  EXPECT_EQ(200.0, worldFile.GetOriginY());
-}
-
-TEST_F(XWorldFileText, NorthUpImagesBeginAtTheOrigin) {
-  const XWorldFile worldFile = Read("0.5\n0\n0\n-0.25\n100\n200\n");
-  EXPECT_EQ(100.0, worldFile.Left(10));
-  EXPECT_EQ(105.0, worldFile.Right(10));
-  EXPECT_EQ(200.0, worldFile.Top(20));
-  EXPECT_EQ(195.0, worldFile.Bottom(20));
-}
-
-TEST_F(XWorldFileText, FlippedImagesEndAtTheOrigin) {
-  const XWorldFile worldFile = Read("-0.5\n0\n0\n0.25\n100\n200\n");
-  EXPECT_EQ(95.0, worldFile.Left(10));
-  EXPECT_EQ(100.0, worldFile.Right(10));
-  EXPECT_EQ(205.0, worldFile.Top(20));
-  EXPECT_EQ(200.0, worldFile.Bottom(20));
-}
-
-TEST(XWorldFile, AMissingFileLeavesPixelCoordinates) {
-  XWorldFile worldFile;
-  EXPECT_FALSE(worldFile.Read("/no/such/file.bmw"));
-  EXPECT_EQ(0.0, worldFile.Left(10));
-  EXPECT_EQ(0.0, worldFile.Bottom(20));
-  EXPECT_EQ(9.0, worldFile.Right(10));
-  EXPECT_EQ(19.0, worldFile.Top(20));
-  EXPECT_EQ(kNotSet, worldFile.XPixelSize());
-}
-
-TEST_F(XWorldFileText, MissingLinesLeaveTheirNumberUnset) {
-  const XWorldFile worldFile = Read("0.5\n0\n0\n-0.25\n");
-  EXPECT_EQ(0.25, worldFile.YPixelSize());
-  EXPECT_EQ(kNotSet, worldFile.GetOriginX());
-  EXPECT_EQ(0.0, worldFile.Left(10));
-}
-
-TEST_F(XWorldFileText, TheTopAsksWhetherTheXNumbersAreSet) {
-  // Line 6 is missing, but line 5 is there: the top is worked out from a number that is not set.
-  const XWorldFile worldFile = Read("0.5\n0\n0\n-0.25\n100\n");
-  EXPECT_EQ(kNotSet, worldFile.Top(20));
-  EXPECT_EQ(0.0, worldFile.Bottom(20));
-}
-
-TEST_F(XWorldFileText, ReadsNumbersAsAtofDoes) {
-  const XWorldFile worldFile = Read("  +1.5e1 metres\r\n\r\n\r\nnonsense\r\n-1e-400\r\n1e400");
-  EXPECT_EQ(15.0, worldFile.XPixelSize());
-  EXPECT_EQ(0.0, worldFile.YPixelSize());
-  EXPECT_EQ(0.0, worldFile.GetOriginX());
-  EXPECT_EQ(std::numeric_limits<double>::infinity(), worldFile.GetOriginY());
-}
-
-TEST_F(XWorldFileText, ABlankLineIsALine) {
-  const XWorldFile worldFile = Read("1\n\n\n2\n3\n4\n");
-  EXPECT_EQ(2.0, worldFile.YPixelSize());
-  EXPECT_EQ(4.0, worldFile.GetOriginY());
-}
-
-TEST_F(XWorldFileText, LooksAtTheBeginningOfALongFileOnly) {
-  const XWorldFile worldFile = Read("1\n2\n3\n4\n5\n" + std::string(1 << 20, ' ') + "6\n");
-  EXPECT_EQ(5.0, worldFile.GetOriginX());
-  EXPECT_EQ(0.0, worldFile.GetOriginY());
-}
-
-TEST_F(XWorldFileText, TheDecimalPointIsAPointInEveryLocale) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
-  std::setlocale(LC_ALL, "de_DE.UTF-8");
-  EXPECT_EQ(0.5, Read("0.5\n").XPixelSize());
-  std::setlocale(LC_ALL, before.c_str());
-}
+constexpr char kNorthUp[] = "2.5\n0\n0\n-0.5\n1000\n2000\n";
 
 }  // namespace
+
+TEST(XWorldFile, IsNotSetBeforeItIsRead) {
+  const XWorldFile file;
+  EXPECT_EQ(file.GetOriginX(), kNotSet);
+  EXPECT_EQ(file.GetOriginY(), kNotSet);
+  EXPECT_EQ(file.XPixelSize(), kNotSet);
+  EXPECT_EQ(file.YPixelSize(), kNotSet);
+}
+
+TEST(XWorldFile, LinesOneFourFiveAndSixCount) {
+  const XWorldFile file = ReadText("2.5\n77\n88\n-0.5\n1000.25\n2000.75\n99\n");
+  EXPECT_EQ(file.XPixelSize(), 2.5);
+  EXPECT_EQ(file.YPixelSize(), 0.5);
+  EXPECT_EQ(file.GetOriginX(), 1000.25);
+  EXPECT_EQ(file.GetOriginY(), 2000.75);
+}
+
+TEST(XWorldFile, EdgesOfANorthUpImageGoRightAndDownFromTheOrigin) {
+  const XWorldFile file = ReadText(kNorthUp);
+  EXPECT_EQ(file.Left(100), 1000.0);
+  EXPECT_EQ(file.Right(100), 1250.0);
+  EXPECT_EQ(file.Top(40), 2000.0);
+  EXPECT_EQ(file.Bottom(40), 1980.0);
+}
+
+TEST(XWorldFile, EdgesOfAMirroredImageGoLeftAndUpFromTheOrigin) {
+  const XWorldFile file = ReadText("-2.5\n0\n0\n0.5\n1000\n2000\n");
+  EXPECT_EQ(file.Left(100), 750.0);
+  EXPECT_EQ(file.Right(100), 1000.0);
+  EXPECT_EQ(file.Top(40), 2020.0);
+  EXPECT_EQ(file.Bottom(40), 2000.0);
+  EXPECT_EQ(file.XPixelSize(), 2.5);
+  EXPECT_EQ(file.YPixelSize(), 0.5);
+}
+
+TEST(XWorldFile, EdgesThatAreNotSetAreThoseOfThePixels) {
+  const XWorldFile file;
+  EXPECT_EQ(file.Left(100), 0.0);
+  EXPECT_EQ(file.Right(100), 99.0);
+  EXPECT_EQ(file.Top(40), 39.0);
+  EXPECT_EQ(file.Bottom(40), 0.0);
+}
+
+TEST(XWorldFile, WithoutTheLastLineBottomIsOfPixelsAndTopIsNot) {
+  const XWorldFile file = ReadText("2.5\n0\n0\n-0.5\n1000\n");
+  EXPECT_EQ(file.GetOriginY(), kNotSet);
+  EXPECT_EQ(file.Left(100), 1000.0);
+  EXPECT_EQ(file.Bottom(40), 0.0);
+  EXPECT_EQ(file.Top(40), kNotSet);  // asked of the x numbers
+}
+
+TEST(XWorldFile, WithoutTheOriginsEverythingIsOfPixels) {
+  const XWorldFile file = ReadText("2.5\n0\n0\n-0.5\n");
+  EXPECT_EQ(file.XPixelSize(), 2.5);
+  EXPECT_EQ(file.YPixelSize(), 0.5);
+  EXPECT_EQ(file.Left(100), 0.0);
+  EXPECT_EQ(file.Right(100), 99.0);
+  EXPECT_EQ(file.Top(40), 39.0);
+  EXPECT_EQ(file.Bottom(40), 0.0);
+}
+
+TEST(XWorldFile, ATextThatIsNotSetIsNotSet) {
+  const XWorldFile file = ReadText("1.7e+308\n0\n0\n1\n1000\n2000\n");
+  EXPECT_EQ(file.Left(100), 0.0);
+  EXPECT_EQ(file.Right(100), 99.0);
+  EXPECT_EQ(file.Top(40), 39.0);
+  EXPECT_EQ(file.Bottom(40), 2000.0);
+}
+
+TEST(XWorldFile, AnEmptyFileOpensAndSetsNothing) {
+  const XWorldFile file = ReadText("");
+  EXPECT_EQ(file.XPixelSize(), kNotSet);
+  EXPECT_EQ(file.GetOriginY(), kNotSet);
+}
+
+TEST(XWorldFile, AFileThatIsNotThereLeavesTheNumbers) {
+  XWorldFile file = ReadText(kNorthUp);
+  const TempFolder folder;
+  EXPECT_FALSE(file.Read(folder.Path("none.bpw")));
+  EXPECT_FALSE(file.Read(folder.Path()));
+  EXPECT_EQ(file.GetOriginX(), 1000.0);
+}
+
+TEST(XWorldFile, AShorterFileReadLaterLeavesItsMissingLinesUnset) {
+  const TempFolder folder;
+  folder.Write("long.bpw", kNorthUp);
+  folder.Write("short.bpw", "7\n");
+  XWorldFile file;
+  EXPECT_TRUE(file.Read(folder.Path("long.bpw")));
+  EXPECT_TRUE(file.Read(folder.Path("short.bpw")));
+  EXPECT_EQ(file.XPixelSize(), 7.0);
+  EXPECT_EQ(file.GetOriginX(), kNotSet);
+}
+
+TEST(XWorldFile, LinesEndInEitherWayAndTheLastMayLackItsEnd) {
+  const XWorldFile file = ReadText("2.5\r\n0\r\n0\r\n-0.5\r\n1000\r\n2000");
+  EXPECT_EQ(file.XPixelSize(), 2.5);
+  EXPECT_EQ(file.Top(40), 2000.0);
+  EXPECT_EQ(file.GetOriginX(), 1000.0);
+}
+
+TEST(XWorldFile, ANumberIsWhatTheLineBeginsWith) {
+  EXPECT_EQ(ParseFirstLine("  \t3.5"), 3.5);
+  EXPECT_EQ(ParseFirstLine("+3.5"), 3.5);
+  EXPECT_EQ(ParseFirstLine("-3.5"), -3.5);
+  EXPECT_EQ(ParseFirstLine("3.5 metres"), 3.5);
+  EXPECT_EQ(ParseFirstLine("3,5"), 3.0);
+  EXPECT_EQ(ParseFirstLine(".5"), 0.5);
+  EXPECT_EQ(ParseFirstLine("1e2"), 100.0);
+  EXPECT_EQ(ParseFirstLine("1.25E-2x"), 0.0125);
+}
+
+TEST(XWorldFile, ALineThatBeginsWithNoNumberIsZero) {
+  for (const char* text : {"", "   ", "metres", "+", "-", "+-3", "++3", ".", "\r"}) {
+    EXPECT_EQ(ParseFirstLine(text), 0.0) << '"' << text << '"';
+  }
+}
+
+TEST(XWorldFile, NumbersTooLargeOrTooSmallAreInfiniteOrZero) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(ParseFirstLine("1e999"), kInfinity);
+  EXPECT_EQ(ParseFirstLine("1e-999"), 0.0);
+  EXPECT_EQ(ParseFirstLine("1" + std::string(400, '0')), kInfinity);
+  EXPECT_EQ(ParseFirstLine("0." + std::string(400, '0') + "1"), 0.0);
+  EXPECT_EQ(ParseFirstLine("1" + std::string(400, '0') + "e-400"), 1.0);
+}
+
+TEST(XWorldFile, TextsOfNoNumberAndInfinityAreNumbersLikeOthers) {
+  EXPECT_TRUE(std::isnan(ParseFirstLine("nan")));
+  EXPECT_TRUE(std::isinf(ParseFirstLine("inf")));
+  const XWorldFile file = ReadText("nan\n0\n0\n-1\n5\n6\n");
+  EXPECT_EQ(file.Left(10), 5.0);
+  EXPECT_TRUE(std::isnan(file.Right(10)));
+}
+
+TEST(XWorldFile, NumbersHaveAPointInEveryLocale) {
+  const CommaLocale locale;
+  if (!locale.IsSet()) GTEST_SKIP() << "no locale with a comma is installed";
+  EXPECT_EQ(ParseFirstLine("3.5"), 3.5);
+  EXPECT_EQ(ParseFirstLine("3,5"), 3.0);
+}
+
+TEST(XWorldFile, OnlyTheBeginningOfALargeFileIsRead) {
+  const TempFolder folder;
+  folder.Write("a.bpw", kNorthUp + std::string(1000000, '\n'));
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  XWorldFile file;
+  EXPECT_TRUE(file.Read(folder.Path("a.bpw")));
+  EXPECT_EQ(disk.GetReadCount(), 1);
+  EXPECT_EQ(file.GetOriginX(), 1000.0);
+}
+
+TEST(XWorldFile, LinesBeyondTheBeginningAreMissing) {
+  const XWorldFile file = ReadText("2.5\n" + std::string(100000, ' ') + "\n0\n-1\n5\n6\n");
+  EXPECT_EQ(file.XPixelSize(), 2.5);
+  EXPECT_EQ(file.YPixelSize(), kNotSet);
+}
+
+TEST(XWorldFile, AFileThatOpensButDoesNotReadSetsNothing) {
+  const TempFolder folder;
+  folder.Write("a.bpw", std::string_view(kNorthUp));
+  FaultyDisk disk;
+  disk.FailRead(1);
+  const zrk::ScopedDisk scope(disk);
+  XWorldFile file;
+  EXPECT_TRUE(file.Read(folder.Path("a.bpw")));
+  EXPECT_EQ(file.XPixelSize(), kNotSet);
+}
+
+TEST(XWorldFile, AFileThatDoesNotOpenIsToldSo) {
+  const TempFolder folder;
+  folder.Write("a.bpw", std::string_view(kNorthUp));
+  FaultyDisk disk;
+  disk.FailOpen(1);
+  const zrk::ScopedDisk scope(disk);
+  EXPECT_FALSE(XWorldFile().Read(folder.Path("a.bpw")));
+}

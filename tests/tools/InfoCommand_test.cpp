@@ -1,0 +1,115 @@
+#include "BmpBuilder.h"
+#include "Program.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using ZrkioInfo = Zrkio;
+using Json = nlohmann::json;
+
+TEST_F(ZrkioInfo, TellsFormatSizeAndChannels) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(7, 5).Build());
+  const ProgramResult result = Run({"info", path});
+  EXPECT_EQ(0, result.exitStatus);
+  EXPECT_EQ("", result.err);
+  EXPECT_NE(std::string::npos, result.out.find(path));
+  EXPECT_NE(std::string::npos, result.out.find("Windows bitmap (0x68)"));
+  EXPECT_NE(std::string::npos, result.out.find("7 x 5 pixels, 3 channels"));
+  EXPECT_NE(std::string::npos, result.out.find("PINT08, 0 levels"));
+  EXPECT_NE(std::string::npos, result.out.find("none, pixel coordinates only"));
+}
+
+TEST_F(ZrkioInfo, TellsThePlaceOfAWorldFile) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(10, 20).Build());
+  folder_.Write("a.bmw", "0.5\n0\n0\n-0.25\n100\n200\n");
+  const Json json = Json::parse(Run({"info", "--json", path}).out);
+  const Json& place = json[0]["georeference"];
+  EXPECT_EQ((std::vector<double>{100.0, 200.0}), place["upperLeft"]);
+  EXPECT_EQ((std::vector<double>{0.5, 0.25}), place["pixelSize"]);
+  EXPECT_EQ(105.0, place["east"]);
+  EXPECT_EQ(195.0, place["south"]);
+  EXPECT_TRUE(place["system"].is_null());
+}
+
+TEST_F(ZrkioInfo, ComputesStatisticsOnRequestOnly) {
+  const std::string path =
+      Write("a.bmp", BmpBuilder().Size(2, 2).Pixel([](int x, int y) { return 10u * (2 * y + x) + 10; }).Build());
+  EXPECT_TRUE(Json::parse(Run({"info", "--json", path}).out)[0]["channels"][2]["statistics"].is_null());
+  const Json blue = Json::parse(Run({"info", "--json", "--stats", path}).out)[0]["channels"][2]["statistics"];
+  EXPECT_EQ(10.0, blue["min"]);
+  EXPECT_EQ(40.0, blue["max"]);
+  EXPECT_EQ(25.0, blue["mean"]);
+  EXPECT_NEAR(12.909944, blue["stdDev"].get<double>(), 1e-6);
+}
+
+TEST_F(ZrkioInfo, GoesOnAfterAFileThatFails) {
+  const std::string good = Write("good.bmp", BmpBuilder().Build());
+  const std::string bad = Write("bad.bmp", {'x', 'y'});
+  const ProgramResult result = Run({"info", bad, good});
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_EQ("zrkio: " + bad + ": Can't read bitmap file header.\n", result.err);
+  EXPECT_NE(std::string::npos, result.out.find(good));
+}
+
+TEST_F(ZrkioInfo, FailuresStandInTheJsonToo) {
+  const std::string none = folder_.Path("none.bmp");
+  const ProgramResult result = Run({"info", "--json", none});
+  EXPECT_EQ(1, result.exitStatus);
+  const Json json = Json::parse(result.out);
+  EXPECT_EQ(none, json[0]["file"]);
+  EXPECT_EQ("no such file", json[0]["error"]);
+}
+
+TEST_F(ZrkioInfo, NamesWhatThisBuildCannotRead) {
+  const std::string tif = Write("a.tif", {1});
+  EXPECT_EQ("zrkio: " + tif + ": TIFF, GeoTIFF files can't be read by this build\n", Run({"info", tif}).err);
+  const std::string odd = Write("a.odd", {1});
+  EXPECT_EQ("zrkio: " + odd + ": the format can't be told from the file's extension\n", Run({"info", odd}).err);
+}
+
+TEST_F(ZrkioInfo, TellsTheLayersOfVectorFiles) {
+  const std::string path = SharedDataDir() + "/vector/nc.shp";
+  if (!std::filesystem::exists(path)) GTEST_SKIP() << "no sample data";
+  const Json layer = Json::parse(Run({"info", "--json", path}).out)[0]["layers"][0];
+  EXPECT_EQ("nc", layer["name"]);
+  EXPECT_EQ(100, layer["features"]);
+  EXPECT_EQ(4267, layer["system"]["epsg"]);
+  EXPECT_NEAR(-84.3238525390625, layer["extent"]["west"].get<double>(), 1e-9);
+}
+
+TEST_F(ZrkioInfo, BadUsageEndsWithTwo) {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{}, {"info"}, {"nonsense"}, {"info", "--nonsense", "a"}}) {
+    const ProgramResult result = Run(arguments);
+    EXPECT_EQ(2, result.exitStatus);
+    EXPECT_EQ(0u, result.err.find("zrkio: "));
+    EXPECT_EQ("", result.out);
+  }
+}
+
+TEST_F(ZrkioInfo, HelpAndVersionGoToStandardOutput) {
+  const ProgramResult version = Run({"--version"});
+  EXPECT_EQ(0, version.exitStatus);
+  EXPECT_EQ(0u, version.out.find("zrkio "));
+  EXPECT_NE(std::string::npos, version.out.find("GDAL"));
+  const ProgramResult help = Run({"view", "--help"});
+  EXPECT_EQ(0, help.exitStatus);
+  EXPECT_NE(std::string::npos, help.out.find("--max-size"));
+}
+
+TEST_F(ZrkioInfo, ListsEveryFormat) {
+  const ProgramResult text = Run({"formats"});
+  EXPECT_EQ(0, text.exitStatus);
+  EXPECT_NE(std::string::npos, text.out.find("0x3EF"));
+  const Json json = Json::parse(Run({"formats", "--json"}).out);
+  EXPECT_EQ(24u, json.size());
+  const auto find = [&](int id) {
+    return *std::find_if(json.begin(), json.end(), [id](const Json& format) { return format["id"] == id; });
+  };
+  EXPECT_EQ(true, find(0x68)["canRead"]);
+  EXPECT_EQ("", find(0x6E)["extensions"]);
+}
+
+}  // namespace

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <sys/types.h>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// What a program has left behind.
+struct ProgramResult {
+  int exitStatus = -1;  ///< -1 where a signal ended it
+  int signal = 0;       ///< that signal, or 0
+  std::string out;
+  std::string err;
+};
+
+struct ProgramOptions {
+  std::function<void()> inChild;            ///< run in the child just before the program
+  std::function<void(pid_t)> whileRunning;  ///< run in the test once the program has begun
+};
+
+/// Runs a program to its end, with empty standard input.
+ProgramResult RunProgram(const std::vector<std::string>& command, const ProgramOptions& options = {});
+
+/// Runs a program on a terminal of its own; `out` is all that the terminal received, `err` stays empty.
+ProgramResult RunOnTerminal(const std::vector<std::string>& command);
