@@ -45,6 +45,7 @@ TEST(XBits, NearestPowerIsTheLargestNotAbove) {
 TEST(XBits, NearestPowerIsTheNextWhereAFloatRoundsUpToIt) {
   // A float has 24 bits: 2^24 - 1 is exact; 2^25 - 1 and 2^30 - 1 round up.
   EXPECT_EQ(XfnGetNearest2nValue((1 << 24) - 1), 1 << 23);
+  EXPECT_EQ(XfnGetNearest2nValue((1 << 25) - 2), 1 << 24);
   EXPECT_EQ(XfnGetNearest2nValue((1 << 25) - 1), 1 << 25);
   EXPECT_EQ(XfnGetNearest2nValue((1 << 30) - 1), 1 << 30);
   EXPECT_EQ(XfnGetNearest2nValue((1 << 30) - 33), 1 << 29);

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 TEST(XDataType, EachOfThirtyCodesHasItsSize) {
-  const int sizes[] = {0, 1, 1, 2, 2, 4, 4, 4, 8,                                              // none, scalars
+  const int sizes[] = {0, 1, 1, 2, 2, 4, 4, 4,  8,                                       // none, scalars
                        2, 2, 4, 4, 8, 8, 8, 16, 1, 3, 3, 4, 4, 4, 4, 2, 2, 2, 2, 2, 2};  // for sizing only
   static_assert(std::size(sizes) == kNumDataTypes);
   for (int code = 0; code < kNumDataTypes; ++code) EXPECT_EQ(XfnGetDataSize(code), sizes[code]) << code;

@@ -52,7 +52,8 @@ TEST(XRuntimeClass, AClassIsItsRecordNotItsName) {
 }
 
 TEST(XRuntimeClass, ACreationFunctionIsKept) {
-  const XRuntimeClass record("Car", sizeof(Car), 7, +[]() -> XObject* { return nullptr; }, nullptr);
+  const XRuntimeClass record(
+      "Car", sizeof(Car), 7, +[]() -> XObject* { return nullptr; }, nullptr);
   EXPECT_NE(record.createObject, nullptr);
   EXPECT_EQ(record.schema, 7u);
 }

@@ -1,11 +1,14 @@
 #include "XThreadSafeArr.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <climits>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -112,6 +115,130 @@ TEST(PerThreadThreads, ThreadsEndWhilePoolsDie) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(0, Counted::numAlive);
   }
+}
+
+/// Asks a pool at the very end of its thread: made before the thread first asks a pool, it goes last.
+struct AsksAtTheEnd {
+  ~AsksAtTheEnd() {
+    if (!pool) return;
+    pool->Get();
+    answer = pool->Find();
+  }
+  zrk::PerThread<Counted>* pool = nullptr;
+  std::atomic<Counted*>& answer;
+};
+
+TEST(PerThreadThreads, AThreadThatEndsGetsARecordOfItsOwn) {
+  zrk::PerThread<Counted> pool;
+  std::atomic<Counted*> answers[2] = {nullptr, nullptr};
+  for (std::atomic<Counted*>& answer : answers) {
+    std::thread([&] {
+      thread_local AsksAtTheEnd last{nullptr, answer};
+      last.pool = &pool;
+      pool.Get();
+    }).join();
+  }
+  EXPECT_NE(nullptr, answers[0]);
+  EXPECT_NE(nullptr, answers[1]);
+  EXPECT_NE(answers[0], answers[1]);
+  EXPECT_EQ(2, Counted::numAlive);  // both live as long as the pool
+}
+
+struct ReleasesAtTheEnd {
+  ~ReleasesAtTheEnd() {
+    if (!pool) return;
+    pool->Get();
+    pool->Release();
+  }
+  zrk::PerThread<Counted>* pool = nullptr;
+};
+
+TEST(PerThreadThreads, AThreadThatEndsCanReleaseItsRecord) {
+  zrk::PerThread<Counted> pool;
+  std::thread([&] {
+    thread_local ReleasesAtTheEnd last;
+    last.pool = &pool;
+    pool.Get();
+  }).join();
+  EXPECT_EQ(0, Counted::numAlive);
+}
+
+/// A record that asks another pool as it goes.
+struct AsksAsItGoes {
+  ~AsksAsItGoes() {
+    if (other) other->Get();
+  }
+  zrk::PerThread<Counted>* other = nullptr;
+};
+
+TEST(PerThreadThreads, ARecordMayAskAnotherPoolAsItGoes) {
+  zrk::PerThread<Counted> other;
+  {
+    zrk::PerThread<AsksAsItGoes> pool;
+    std::thread([&] { pool.Get().other = &other; }).join();
+    EXPECT_EQ(1, Counted::numAlive);
+    pool.Get().other = &other;
+    pool.Release();
+  }
+  EXPECT_EQ(2, Counted::numAlive);
+}
+
+TEST(PerThreadThreads, ManyThreadsComeAndGoOnOnePool) {
+  zrk::PerThread<Counted> pool;
+  for (int round = 0; round < 20; ++round) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+      threads.emplace_back([&] {
+        for (int i = 0; i < 50; ++i) {
+          Counted* record = &pool.Get();
+          if (pool.Find() != record) ADD_FAILURE();
+          if (i % 10 == 9) pool.Release();
+        }
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  }
+  EXPECT_EQ(0, Counted::numAlive);
+}
+
+/// Throws when made for the first time.
+struct ThrowsOnce {
+  ThrowsOnce() {
+    if (numMade++ == 0) throw std::runtime_error("not yet");
+  }
+  static inline int numMade = 0;
+};
+
+TEST(PerThread, ARecordThatCouldNotBeMadeIsMadeTheNextTime) {
+  zrk::PerThread<ThrowsOnce> pool;
+  EXPECT_THROW(pool.Get(), std::runtime_error);
+  EXPECT_EQ(nullptr, pool.Find());
+  EXPECT_EQ(&pool.Get(), pool.Find());
+  EXPECT_EQ(2, ThrowsOnce::numMade);
+}
+
+TEST(PerThread, AThreadThatOutlivesManyPoolsForgetsThem) {
+  const auto usePools = [](int count) {
+    for (int i = 0; i < count; ++i) zrk::PerThread<int>().Get() = i;
+  };
+  usePools(1000);
+  const std::size_t before = mallinfo2().uordblks;
+  usePools(20000);
+  EXPECT_LT(mallinfo2().uordblks, before + 200000);
+}
+
+zrk::PerThread<int>& PoolOfTheProgram() {
+  static zrk::PerThread<int> pool;
+  return pool;
+}
+
+TEST(PerThreadDeathTest, APoolServesUntilTheProgramHasEnded) {
+  const auto end = [] {
+    PoolOfTheProgram().Get() = 1;
+    std::atexit([] { _exit(PoolOfTheProgram().Get() == 0 ? 5 : 6); });  // the first record went with the table
+    std::exit(1);
+  };
+  EXPECT_EXIT(end(), testing::ExitedWithCode(5), "");
 }
 
 TEST(PerThread, FindsNothingBeforeTheFirstRequestAndAfterRelease) {

@@ -67,6 +67,34 @@ TEST(XThread, MapsPercentIntoTheRangeSet) {
   EXPECT_EQ((std::vector<long>{33, 40, 50, 60}), recorder.values);
 }
 
+TEST(XThread, PostsEachWholePercentAsItself) {
+  Recorder recorder;
+  XThread thread(&recorder);
+  for (int percent = 0; percent <= 100; ++percent) thread.CallbackPercent(percent);
+  ASSERT_EQ(101u, recorder.values.size());
+  for (int percent = 0; percent <= 100; ++percent) {
+    EXPECT_EQ(percent, recorder.values[static_cast<std::size_t>(percent)]);
+  }
+}
+
+TEST(XThread, TakesRangesOfAnyWidthAndDirection) {
+  Recorder recorder;
+  XThread thread(&recorder);
+  thread.SetPercentRange(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
+  thread.CallbackPercent(0.0);
+  thread.CallbackPercent(100.0);
+  thread.SetPercentRange(80, 20);
+  thread.CallbackPercent(50.0);
+  EXPECT_EQ((std::vector<long>{-2147483648, 2147483647, 50}), recorder.values);
+}
+
+TEST(XThread, APercentageIsNoResult) {
+  XThread thread;
+  thread.CallbackPercent(100.0);
+  EXPECT_EQ(XThread::kResultNone, thread.GetResultCode());
+  EXPECT_TRUE(thread.IsValid());
+}
+
 TEST(XThread, CutsPercentTo0And100) {
   Recorder recorder;
   XThread thread(&recorder);
@@ -107,6 +135,47 @@ TEST(XThreadThreads, ASuspendedOperationWaitsForResume) {
   thread.Resume();
   worker.join();
   EXPECT_TRUE(isThrough);
+}
+
+TEST(XThreadThreads, ASuspendedOperationPostsBeforeItWaits) {
+  Recorder recorder;
+  XThread thread(&recorder);
+  thread.Suspend();
+  std::thread worker([&] { thread.CallbackPercent(10.0); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  thread.Resume();
+  worker.join();
+  EXPECT_EQ(std::vector<long>{10}, recorder.values);
+}
+
+TEST(XThreadThreads, AStopEndsTheWaitWhoeverSetIt) {
+  XThread thread;
+  thread.Suspend();
+  std::thread worker([&] {
+    while (!XfnIsStopRequested(thread.GetStatePtr())) thread.CallbackPercent(10.0);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  thread.SetState(XThread::kStateStop);
+  worker.join();
+  EXPECT_EQ(XThread::kStateStop, thread.GetState());
+}
+
+TEST(XThreadThreads, AnOperationThatShallStopIsNotSuspended) {
+  XThread thread;
+  thread.Terminate();
+  thread.Suspend();
+  thread.CallbackPercent(10.0);
+  EXPECT_EQ(XThread::kStateStop, thread.GetState());
+}
+
+TEST(XThreadThreads, AStopArrivesThroughTheStateWord) {
+  XThread thread;
+  std::thread worker([cancel = thread.GetStatePtr()] {
+    while (!XfnIsStopRequested(cancel)) std::this_thread::yield();
+  });
+  std::atomic_ref<int>(*thread.GetStatePtr()).store(XThread::kStateStop);
+  worker.join();
+  EXPECT_EQ(XThread::kStateStop, thread.GetState());
 }
 
 TEST(XThreadThreads, TerminateLetsASuspendedOperationSeeTheStop) {

@@ -146,6 +146,13 @@ TEST(XWorldFile, LinesEndInEitherWayAndTheLastMayLackItsEnd) {
   EXPECT_EQ(file.GetOriginX(), 1000.0);
 }
 
+TEST(XWorldFile, ABlankLineIsALine) {
+  const XWorldFile file = ReadText("1\n\n\n2\n3\n\n");
+  EXPECT_EQ(file.YPixelSize(), 2.0);
+  EXPECT_EQ(file.GetOriginX(), 3.0);
+  EXPECT_EQ(file.GetOriginY(), 0.0);
+}
+
 TEST(XWorldFile, ANumberIsWhatTheLineBeginsWith) {
   EXPECT_EQ(ParseFirstLine("  \t3.5"), 3.5);
   EXPECT_EQ(ParseFirstLine("+3.5"), 3.5);

@@ -23,10 +23,10 @@ echo "== find_package"
 echo "== pkg-config"
 PKG_CONFIG_PATH=$(dirname -- "$(find "$prefix" -name zrkio.pc)")
 export PKG_CONFIG_PATH
-# It escapes what a shell would take apart, as xargs understands.
+# It escapes what a shell would take apart, in a way that xargs understands.
 mapfile -d '' -t flags < <(pkg-config --cflags --libs zrkio | xargs printf '%s\0')
 "$compiler" "$consumer/main.cpp" "${flags[@]}" -o "$work/by_pkg_config"
-LD_LIBRARY_PATH=$(pkg-config --variable=libdir zrkio)
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir zrkio | xargs printf '%s')
 export LD_LIBRARY_PATH
 "$work/by_pkg_config" "$work/picture.bmp"
 

@@ -146,7 +146,7 @@ TEST_F(ZrkioRead, AKilledProgramLeavesNothingUnderTheFinalName) {
 }
 
 TEST_F(ZrkioRead, ATerminalShowsProgressAndWipesItAway) {
-  const std::string path = WriteHuge(folder_, 40000);
+  const std::string path = WriteHuge(folder_, 24000);
   const ProgramResult result =
       RunAtTerminal({"view", path, "--bands", "1", "--max-size", "64", "-o", folder_.Path("o.png")});
   EXPECT_EQ(0, result.exitStatus);

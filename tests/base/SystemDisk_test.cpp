@@ -1,0 +1,153 @@
+#include "base/Disk.h"
+
+#include "FaultyDisk.h"
+#include "TempFolder.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr zrk::DiskOpen kToRead;
+constexpr zrk::DiskOpen kToCreate{.read = true, .write = true, .create = true};
+
+class SystemDisk : public testing::Test {
+ protected:
+  std::shared_ptr<zrk::DiskFile> Open(const zrk::DiskOpen& how) {
+    std::shared_ptr<zrk::DiskFile> file;
+    EXPECT_EQ(0, zrk::SystemDisk().Open(path_, how, file));
+    return file;
+  }
+  int ErrorOfOpen(const std::string& path, const zrk::DiskOpen& how) {
+    std::shared_ptr<zrk::DiskFile> file;
+    const int error = zrk::SystemDisk().Open(path, how, file);
+    EXPECT_EQ(error == 0, file != nullptr);
+    return error;
+  }
+
+  TempFolder folder_;
+  std::string path_ = folder_.Path("a.bin");
+};
+
+}  // namespace
+
+TEST_F(SystemDisk, ReadsUpToTheEnd) {
+  folder_.Write("a.bin", "0123456789");
+  const auto file = Open(kToRead);
+  char bytes[8] = {};
+  EXPECT_EQ(4, file->ReadAt(3, bytes, 4));
+  EXPECT_EQ("3456", std::string_view(bytes));
+  EXPECT_EQ(2, file->ReadAt(8, bytes, 8));
+  EXPECT_EQ(0, file->ReadAt(10, bytes, 1));
+  EXPECT_EQ(0, file->ReadAt(std::int64_t{1} << 40, bytes, 1));
+}
+
+TEST_F(SystemDisk, NegativePlacesAreErrors) {
+  const auto file = Open(kToCreate);
+  char byte = 'x';
+  EXPECT_EQ(-EINVAL, file->ReadAt(-1, &byte, 1));
+  EXPECT_EQ(-EINVAL, file->ReadAt(0, &byte, -1));
+  EXPECT_EQ(EINVAL, file->WriteAt(-1, &byte, 1));
+  EXPECT_EQ(EINVAL, file->WriteAt(0, &byte, -1));
+  EXPECT_EQ(EINVAL, file->SetSize(-1));
+  EXPECT_EQ(EINVAL, file->Preallocate(-1));
+  EXPECT_NE(0, file->WriteAt(INT64_MAX, &byte, 1));
+  EXPECT_EQ(0, file->Size());
+}
+
+TEST_F(SystemDisk, WritingPastTheEndLeavesZerosBetween) {
+  const auto file = Open(kToCreate);
+  EXPECT_EQ(0, file->WriteAt(3, "ab", 2));
+  EXPECT_EQ(5, file->Size());
+  EXPECT_EQ((std::vector<unsigned char>{0, 0, 0, 'a', 'b'}), ReadBytes(path_));
+}
+
+TEST_F(SystemDisk, PreallocatedRoomIsTakenOnTheMedium) {
+  const auto file = Open(kToCreate);
+  EXPECT_EQ(0, file->Preallocate(1 << 20));
+  struct stat status;
+  ASSERT_EQ(0, stat(path_.c_str(), &status));
+  EXPECT_EQ(1 << 20, status.st_size);
+  EXPECT_GE(status.st_blocks * 512, 1 << 20);
+}
+
+TEST_F(SystemDisk, MapsTheWholeFileAndOutlivesIt) {
+  folder_.Write("a.bin", "0123456789");
+  auto file = Open(kToRead);
+  const auto map = file->Map();
+  file.reset();
+  unlink(path_.c_str());
+  ASSERT_NE(nullptr, map);
+  EXPECT_EQ(10, map->Size());
+  EXPECT_EQ("0123456789", std::string_view(reinterpret_cast<const char*>(map->Data()), 10));
+}
+
+TEST_F(SystemDisk, AnEmptyFileIsNotMapped) {
+  EXPECT_EQ(nullptr, Open(kToCreate)->Map());
+}
+
+TEST_F(SystemDisk, WhatIsNoRegularFileIsRefusedWithoutWaiting) {
+  ASSERT_EQ(0, mkfifo(path_.c_str(), 0600));
+  EXPECT_EQ(EINVAL, ErrorOfOpen(path_, kToRead));
+  EXPECT_NE(0, ErrorOfOpen(path_, {.read = false, .write = true}));
+  EXPECT_EQ(EINVAL, ErrorOfOpen(path_, kToCreate));
+  EXPECT_EQ(EINVAL, ErrorOfOpen("/dev/null", kToRead));
+  EXPECT_EQ(EISDIR, ErrorOfOpen(folder_.Path(), kToRead));
+  EXPECT_EQ(EISDIR, ErrorOfOpen(folder_.Path(), kToCreate));
+}
+
+TEST_F(SystemDisk, WhatIsNotThereIsNotOpened) {
+  EXPECT_EQ(ENOENT, ErrorOfOpen(path_, kToRead));
+  EXPECT_EQ(ENOENT, ErrorOfOpen("", kToRead));
+  EXPECT_EQ(ENOENT, ErrorOfOpen(folder_.Path("none/a.bin"), kToCreate));
+  EXPECT_FALSE(zrk::SystemDisk().Exists(path_));
+}
+
+TEST_F(SystemDisk, AFileLockedByAnotherIsBusy) {
+  folder_.Write("a.bin", "x");
+  const auto first = Open({.exclusive = true});
+  EXPECT_EQ(EWOULDBLOCK, ErrorOfOpen(path_, {.exclusive = true}));
+  EXPECT_EQ(EWOULDBLOCK, ErrorOfOpen(path_, {.denyWrite = true}));
+  EXPECT_EQ(0, ErrorOfOpen(path_, kToRead));
+}
+
+TEST_F(SystemDisk, DescriptorsAreNotPassedOnToOtherPrograms) {
+  folder_.Write("a.bin", "x");
+  const auto file = Open(kToRead);
+  const std::string command = "ls -l /proc/self/fd | grep -q " + path_;
+  EXPECT_NE(0, std::system(command.c_str()));
+}
+
+TEST_F(SystemDisk, SyncsFilesAndFolders) {
+  EXPECT_EQ(0, Open(kToCreate)->Sync());
+  EXPECT_EQ(0, zrk::SystemDisk().SyncFolder(folder_.Path()));
+  EXPECT_EQ(0, zrk::SystemDisk().SyncFolder(""));  // the folder one is in
+  EXPECT_EQ(ENOENT, zrk::SystemDisk().SyncFolder(folder_.Path("none")));
+  EXPECT_EQ(ENOTDIR, zrk::SystemDisk().SyncFolder(path_));
+}
+
+TEST_F(SystemDisk, FoldersAreNotRemoved) {
+  EXPECT_NE(0, zrk::SystemDisk().Remove(folder_.Path()));
+  EXPECT_TRUE(zrk::SystemDisk().Exists(folder_.Path()));
+}
+
+TEST(ScopedDisk, StandsInTheDisksPlaceForItsLifetime) {
+  EXPECT_EQ(&zrk::SystemDisk(), &zrk::CurrentDisk());
+  FaultyDisk outer, inner;
+  {
+    const zrk::ScopedDisk outerScope(outer);
+    {
+      const zrk::ScopedDisk innerScope(inner);
+      EXPECT_EQ(&inner, &zrk::CurrentDisk());
+    }
+    EXPECT_EQ(&outer, &zrk::CurrentDisk());
+  }
+  EXPECT_EQ(&zrk::SystemDisk(), &zrk::CurrentDisk());
+}
