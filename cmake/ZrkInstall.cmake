@@ -18,5 +18,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ZRKioConfigVersion.cmake 
 install(FILES ${PROJECT_BINARY_DIR}/ZRKioConfig.cmake ${PROJECT_BINARY_DIR}/ZRKioConfigVersion.cmake
   DESTINATION ${package_dir})
 
+# Found from the place of the file itself, so that an installed tree can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+  OUTPUT_VARIABLE pc_to_prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zrkio.pc.in ${PROJECT_BINARY_DIR}/zrkio.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zrkio.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -8,7 +8,7 @@ struct ZRKIO_API tagXArr3 {
   tagXArr3() = default;
   tagXArr3(int width, int height, int sampleBytes) { Alloc(width, height, sampleBytes); }
 
-  /// As `tagXArr2::Alloc` for each plane; all three or none.
+  /// As `tagXArr2::Alloc` for each plane, all three or none; storage is kept for the same shape only.
   int Alloc(int width, int height, int sampleBytes);
   void Free();
 

@@ -2,9 +2,9 @@
 
 #include "XFile.h"
 
-#include <locale.h>
-#include <stdlib.h>
+#include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 

@@ -8,10 +8,19 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
+
+namespace {
+
+template <class Container>
+auto Walk(const Container& container) {
+  return std::vector(container.begin(), container.end());
+}
+
+}  // namespace
 
 TEST(XArray, GrowsAtItsEnd) {
   XArray<int> array;
@@ -20,7 +29,7 @@ TEST(XArray, GrowsAtItsEnd) {
   EXPECT_EQ(array.Add(8), 1);
   EXPECT_EQ(array.GetSize(), 2);
   EXPECT_EQ(array.GetCount(), 2);
-  EXPECT_THAT(array, ElementsAre(7, 8));
+  EXPECT_THAT(Walk(array), ElementsAre(7, 8));
 }
 
 TEST(XArray, ElementsAreSetAndGotByPlace) {
@@ -29,7 +38,7 @@ TEST(XArray, ElementsAreSetAndGotByPlace) {
   array.SetAt(1, 5);
   array[2] = 6;
   array.ElementAt(0) = 4;
-  EXPECT_THAT(array, ElementsAre(4, 5, 6));
+  EXPECT_THAT(Walk(array), ElementsAre(4, 5, 6));
   EXPECT_EQ(std::as_const(array)[1], 5);
 }
 
@@ -37,18 +46,18 @@ TEST(XArray, ANewSizeCutsOrExtendsWithDefaults) {
   XArray<int> array;
   array.Add(1);
   array.SetSize(3);
-  EXPECT_THAT(array, ElementsAre(1, 0, 0));
+  EXPECT_THAT(Walk(array), ElementsAre(1, 0, 0));
   array.SetSize(1);
-  EXPECT_THAT(array, ElementsAre(1));
+  EXPECT_THAT(Walk(array), ElementsAre(1));
   array.SetSize(-1);
-  EXPECT_THAT(array, IsEmpty());
+  EXPECT_TRUE(array.IsEmpty());
 }
 
 TEST(XArray, ElementsAreRemoved) {
   XArray<int> array;
   for (const int each : {1, 2, 3}) array.Add(each);
   array.RemoveAt(1);
-  EXPECT_THAT(array, ElementsAre(1, 3));
+  EXPECT_THAT(Walk(array), ElementsAre(1, 3));
   array.RemoveAll();
   EXPECT_TRUE(array.IsEmpty());
 }
@@ -61,7 +70,7 @@ TEST(XArray, PlacesOutsideAreRefused) {
   EXPECT_THROW(array[1] = 2, std::invalid_argument);
   EXPECT_THROW(array.SetAt(-1, 2), std::invalid_argument);
   EXPECT_THROW(array.RemoveAt(1), std::invalid_argument);
-  EXPECT_THAT(array, ElementsAre(1));
+  EXPECT_THAT(Walk(array), ElementsAre(1));
 }
 
 TEST(XList, GrowsAtBothEnds) {
@@ -70,7 +79,7 @@ TEST(XList, GrowsAtBothEnds) {
   list.AddTail(2);
   list.AddTail(3);
   list.AddHead(1);
-  EXPECT_THAT(list, ElementsAre(1, 2, 3));
+  EXPECT_THAT(Walk(list), ElementsAre(1, 2, 3));
   EXPECT_EQ(list.GetCount(), 3);
   EXPECT_EQ(list.GetHead(), 1);
   EXPECT_EQ(list.GetTail(), 3);
@@ -83,7 +92,7 @@ TEST(XList, ElementsAreTakenFromBothEnds) {
   EXPECT_EQ(list.RemoveHead(), 1);
   EXPECT_EQ(list.RemoveTail(), 4);
   list.RemoveAt(1);
-  EXPECT_THAT(list, ElementsAre(2));
+  EXPECT_THAT(Walk(list), ElementsAre(2));
   list.RemoveAll();
   EXPECT_TRUE(list.IsEmpty());
 }
@@ -115,7 +124,7 @@ TEST(XMap, KeepsTheLastValueOfAKeyInOrderOfKeys) {
   map.SetAt(1, "a");
   map.SetAt(2, "c");
   EXPECT_EQ(map.GetCount(), 2);
-  EXPECT_THAT(map, ElementsAre(Pair(1, XString("a")), Pair(2, XString("c"))));
+  EXPECT_THAT(Walk(map), ElementsAre(Pair(1, XString("a")), Pair(2, XString("c"))));
 }
 
 TEST(XMap, ALookupThatFailsLeavesTheValueAlone) {

@@ -316,6 +316,7 @@ TEST_F(XFilesThreads, ManyReadOneFileAtPlacesOfTheirOwn) {
   ASSERT_EQ(1, file.Open(path_, XFile::kRead));
   std::atomic<int> numWrong = 0;
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int t = 0; t < 8; ++t) {
     threads.emplace_back([&, t] {
       std::vector<unsigned char> page(4096);

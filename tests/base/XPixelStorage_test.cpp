@@ -34,6 +34,9 @@ TEST(PixelStorage, KeepsWhatIsEnough) {
 }
 
 TEST(PixelStorage, IsAsItWasWhereMemoryRanOut) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer ends the program where memory runs out";
+#endif
   zrk::PixelStorage storage;
   ASSERT_TRUE(storage.Reserve(10));
   unsigned char* const first = storage.Get();
@@ -58,6 +61,6 @@ TEST(PixelStorage, CanBeUsedAgainAfterItsBytesWereMovedAway) {
   const unsigned char* const bytes = from.Get();
   const zrk::PixelStorage to = std::move(from);
   EXPECT_EQ(to.Get(), bytes);
-  ASSERT_TRUE(from.Reserve(10));
+  ASSERT_TRUE(from.Reserve(10));  // NOLINT(bugprone-use-after-move): what is left must work
   EXPECT_NE(from.Get(), nullptr);
 }

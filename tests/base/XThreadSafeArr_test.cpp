@@ -50,6 +50,7 @@ TEST(XThreadSafeArrThreads, EveryThreadHasABufferOfItsOwn) {
   std::atomic<int> numReady = 0;
   std::vector<tagXArr2*> buffers(kNumThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kNumThreads);
   for (int t = 0; t < kNumThreads; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 1; i < 200; ++i) {
@@ -104,6 +105,7 @@ TEST(PerThreadThreads, ThreadsEndWhilePoolsDie) {
     auto pool = std::make_unique<zrk::PerThread<Counted>>();
     std::vector<std::thread> threads;
     std::atomic<int> numHave = 0;
+    threads.reserve(4);
     for (int t = 0; t < 4; ++t) {
       threads.emplace_back([&] {
         pool->Get();
@@ -187,6 +189,7 @@ TEST(PerThreadThreads, ManyThreadsComeAndGoOnOnePool) {
   zrk::PerThread<Counted> pool;
   for (int round = 0; round < 20; ++round) {
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int t = 0; t < 8; ++t) {
       threads.emplace_back([&] {
         for (int i = 0; i < 50; ++i) {
@@ -213,7 +216,8 @@ TEST(PerThread, ARecordThatCouldNotBeMadeIsMadeTheNextTime) {
   zrk::PerThread<ThrowsOnce> pool;
   EXPECT_THROW(pool.Get(), std::runtime_error);
   EXPECT_EQ(nullptr, pool.Find());
-  EXPECT_EQ(&pool.Get(), pool.Find());
+  const ThrowsOnce* record = &pool.Get();
+  EXPECT_EQ(record, pool.Find());
   EXPECT_EQ(2, ThrowsOnce::numMade);
 }
 

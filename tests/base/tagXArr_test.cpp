@@ -53,7 +53,7 @@ TEST(tagXArr1, MovesAndFrees) {
   const unsigned char* const data = from.data;
   tagXArr1 to(std::move(from));
   EXPECT_EQ(to.data, data);
-  EXPECT_EQ(from.data, nullptr);
+  EXPECT_EQ(from.data, nullptr);  // NOLINT(bugprone-use-after-move): what is left is empty
   EXPECT_EQ(from.size, 0);
   to.Free();
   EXPECT_EQ(to.data, nullptr);
@@ -135,7 +135,7 @@ TEST(tagXArr2, MovesWithItsOffsets) {
   EXPECT_EQ(to.data, data);
   EXPECT_EQ(to.xSize, 4);
   EXPECT_EQ(to.Row(3), data + 12);
-  EXPECT_EQ(from.data, nullptr);
+  EXPECT_EQ(from.data, nullptr);  // NOLINT(bugprone-use-after-move): what is left is empty
   EXPECT_EQ(from.rowOffsets, nullptr);
   EXPECT_EQ(from.colOffsets, nullptr);
 }
