@@ -66,9 +66,10 @@ class ZRKIO_API XBand : public XObject {
   /// As the form below; answers the samples and their shape in place of the buffer.
   virtual int ReadSubset(void*& data, int& width, int& height, int level, int x0, int x1, int y0, int y1, int* cancel);
   /// Reads a window. `out` receives a buffer that belongs to the band and lives until the calling thread's next read of
-  /// that band. It has ((x1 - x0 + 1) >> level) columns and ((y1 - y0 + 1) >> level) rows, and where either is 0 the
-  /// read fails; some bands hold full resolution only and say so, so take the shape from the buffer. A read stops and
-  /// fails when the word behind `cancel`, which may be null, holds 1.
+  /// any band of the same file, since one read serves all its channels. It has ((x1 - x0 + 1) >> level) columns and
+  /// ((y1 - y0 + 1) >> level) rows, and where either is 0 the read fails; some bands hold full resolution only and say
+  /// so, so take the shape from the buffer. A read stops and fails when the word behind `cancel`, which may be null,
+  /// holds 1.
   virtual int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel);
 
   /// Writes what the band holds itself; 0 in every band here.
@@ -92,7 +93,7 @@ class ZRKIO_API XBand : public XObject {
   virtual int CleanupMemory(int freeBuffers, int force);
   /// Completes the lower levels of a pyramid store after its top level is written; only such stores do something.
   virtual int BuildLowerLevelsForTIP(double nullValue, int first, int last, int firstRow, int lastRow, bool thematic);
-  /// Takes over the fields of another band, all but its owner; pixels stay where they are. 0 for null.
+  /// Takes over the fields of another band, all but its owner and output store; pixels stay where they are. 0 for null.
   virtual int CloneBand(ZRMBand* source);
 
   // Fields.
@@ -158,6 +159,8 @@ class ZRKIO_API XBand : public XObject {
   void SetNullValue(double nullValue) { nullValue_ = nullValue; }
 
  protected:
+  /// Whether buffers are to be freed: where `force` is nonzero, or free physical memory is at or below 20.0 percent.
+  static bool IsMemoryWanted(int force);
   /// Whether the window is a valid one of this band.
   bool IsInside(int x0, int x1, int y0, int y1) const {
     return 0 <= x0 && x0 <= x1 && x1 < xSize_ && 0 <= y0 && y0 <= y1 && y1 < ySize_;

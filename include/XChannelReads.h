@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 
 namespace zrk {
 
@@ -39,6 +40,7 @@ class ZRKIO_API ChannelReads {
   struct Record {
     ReadRequest request;
     bool isFilled = false;
+    unsigned image = 0;  ///< which image of the band it was read from
     std::array<tagXArr2, kMaxChannels> channels;
   };
 
@@ -47,26 +49,35 @@ class ZRKIO_API ChannelReads {
     Record& record = records_.Get();
     record.request = request;
     record.isFilled = false;
+    record.image = image_;
     return record;
   }
   /// The calling thread's last request; all -1 before its first.
   ReadRequest GetLastRequest() const {
-    const Record* record = records_.Find();
+    const Record* record = FindCurrent();
     return record ? record->request : ReadRequest{};
   }
   /// The calling thread's result of a channel; null before a read has filled it, and outside the channels.
   tagXArr2* GetResult(int channel, int numChannels) const {
     if (channel < 0 || channel >= std::min(numChannels, kMaxChannels)) return nullptr;
-    Record* record = records_.Find();
+    Record* record = FindCurrent();
     if (!record || !record->isFilled) return nullptr;
     tagXArr2& result = record->channels[static_cast<std::size_t>(channel)];
     return result.data ? &result : nullptr;
   }
+  /// Gives up the results of all threads, because the band has another image now. No read may be under way.
+  void Forget() { ++image_; }
   /// Frees the calling thread's buffers.
   void Release() { records_.Release(); }
 
  private:
+  Record* FindCurrent() const {
+    Record* record = records_.Find();
+    return record && record->image == image_ ? record : nullptr;
+  }
+
   PerThread<Record> records_;
+  std::atomic<unsigned> image_ = 1;
 };
 
 }  // namespace zrk

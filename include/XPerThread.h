@@ -3,6 +3,7 @@
 #include "XExport.h"
 
 #include <memory>
+#include <new>
 
 namespace zrk {
 
@@ -39,6 +40,14 @@ class PerThread {
   PerThread() : records_([]() -> std::shared_ptr<void> { return std::make_shared<Record>(); }) {}
 
   Record& Get() { return *static_cast<Record*>(records_.Get()); }
+  /// As `Get`; null where memory ran out.
+  Record* TryGet() noexcept {
+    try {
+      return &Get();
+    } catch (const std::bad_alloc&) {
+      return nullptr;
+    }
+  }
   /// Null where the calling thread has none.
   Record* Find() const { return static_cast<Record*>(records_.Find()); }
   void Release() { records_.Release(); }

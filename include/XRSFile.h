@@ -34,7 +34,9 @@ class ZRKIO_API XRSFile : public XObject {
 
   tagXRadarScene* GetRadarScene() const { return radarScene_.get(); }
   /// Takes the record over.
-  void SetRadarScene(tagXRadarScene* radarScene) { radarScene_.reset(radarScene); }
+  void SetRadarScene(tagXRadarScene* radarScene) {
+    if (radarScene_.get() != radarScene) radarScene_.reset(radarScene);
+  }
 
   /// Loaders store the full path in both.
   const XString& GetName() const { return name_; }
@@ -96,6 +98,8 @@ class ZRKIO_API XRSFile : public XObject {
 
   /// Reads a native raster file.
   int LoadFileZRM(XString path, XString& err, XThread* thread);
+  /// Fills the dataset from the XML text that native and level files end in.
+  int LoadStringZRM(XString xml, XString& err, XThread* thread);
 
  private:
   XFile* file_ = nullptr;

@@ -3,6 +3,7 @@
 #include "XExport.h"
 #include "XString.h"
 
+#include <atomic>
 #include <memory>
 
 class XThread;
@@ -66,7 +67,7 @@ class ZRKIO_API XThread {
   void WaitWhileSuspended();
 
   alignas(4) mutable int state_ = kStateRun;
-  int resultCode_ = kResultNone;
+  std::atomic<int> resultCode_ = kResultNone;
   XString messageText_;
   XMessageTarget* target_;
   int firstPercent_ = 0;

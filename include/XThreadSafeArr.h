@@ -12,13 +12,13 @@
 
 class ZRKIO_API XThreadSafeArr1 {
  public:
-  /// The calling thread's line, sized to the request; null if memory ran out.
+  /// The calling thread's line, sized to the request; null if memory ran out or the shape can't be.
   tagXArr1* GetBuffer(int size, int elementSize) {
-    tagXArr1& line = lines_.Get();
-    return line.Alloc(size, elementSize) ? &line : nullptr;
+    tagXArr1* line = lines_.TryGet();
+    return line && line->Alloc(size, elementSize) ? line : nullptr;
   }
   /// The calling thread's line as it stands; its `data` is null before the first sized request.
-  tagXArr1* GetBuffer() { return &lines_.Get(); }
+  tagXArr1* GetBuffer() { return lines_.TryGet(); }
   void FreeCurrentThreadsBuffer() { lines_.Release(); }
 
  private:
@@ -27,13 +27,13 @@ class ZRKIO_API XThreadSafeArr1 {
 
 class ZRKIO_API XThreadSafeArr2 {
  public:
-  /// The calling thread's buffer, sized to the request; null if memory ran out.
+  /// The calling thread's buffer, sized to the request; null if memory ran out or the shape can't be.
   tagXArr2* GetBuffer(int width, int height, int elementSize) {
-    tagXArr2& buffer = buffers_.Get();
-    return buffer.Alloc(width, height, elementSize) ? &buffer : nullptr;
+    tagXArr2* buffer = buffers_.TryGet();
+    return buffer && buffer->Alloc(width, height, elementSize) ? buffer : nullptr;
   }
   /// The calling thread's buffer as it stands; its `data` is null before the first sized request.
-  tagXArr2* GetBuffer() { return &buffers_.Get(); }
+  tagXArr2* GetBuffer() { return buffers_.TryGet(); }
   void FreeCurrentThreadsBuffer() { buffers_.Release(); }
 
  private:
@@ -42,13 +42,13 @@ class ZRKIO_API XThreadSafeArr2 {
 
 class ZRKIO_API XThreadSafeArr3 {
  public:
-  /// The calling thread's planes, sized to the request; null if memory ran out.
+  /// The calling thread's planes, sized to the request; null if memory ran out or the shape can't be.
   tagXArr3* GetBuffer(int width, int height, int elementSize) {
-    tagXArr3& planes = planes_.Get();
-    return planes.Alloc(width, height, elementSize) ? &planes : nullptr;
+    tagXArr3* planes = planes_.TryGet();
+    return planes && planes->Alloc(width, height, elementSize) ? planes : nullptr;
   }
   /// The calling thread's planes as they stand.
-  tagXArr3* GetBuffer() { return &planes_.Get(); }
+  tagXArr3* GetBuffer() { return planes_.TryGet(); }
   void FreeCurrentThreadsBuffer() { planes_.Release(); }
 
  private:

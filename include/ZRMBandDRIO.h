@@ -10,8 +10,9 @@ class ZRMBandXLD;
 ///
 /// One band object stands for one channel. The first band of a file is the master: it owns the file, the decoder and
 /// the per-thread results. Each further channel is a follower, which keeps a pointer to the master and must not outlive
-/// it. One read of the master decodes all channels of a window; the followers then take theirs without touching the
-/// file. A read asks the level-data band first, if there is one, and the source where that declines.
+/// it. One read of the master decodes all channels of a window, and gives up those of the window before; the followers
+/// then take theirs without touching the file. Most ask the level-data band first, if there is one, and the source
+/// where that declines.
 class ZRKIO_API ZRMBandDRIO : public ZRMBand {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandDRIO();

@@ -55,7 +55,7 @@ class ZRKIO_API ZRMBandJPG : public ZRMBandDRIO {
   std::shared_ptr<const Planes> GetWholePlanes();
   std::shared_ptr<const Planes> ObtainPlanes(XThread* thread, const int* cancel);
   std::shared_ptr<const Planes> Decode(XThread* thread, const int* cancel) const;
-  bool HasExpectedShape(const tagXArr2& plane) const { return plane.xSize == GetXSize() && plane.ySize == GetYSize(); }
+  bool IsOfThisImage(const Planes& planes) const;
   int ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel);
   void CopyWindow(const tagXArr2& plane, const zrk::ReadRequest& request, const std::array<unsigned char, 256>& table,
                   tagXArr2& result) const;

@@ -11,6 +11,7 @@
 #include "bands/BmpHeader.h"
 #include "bands/FollowerRead.h"
 #include "base/Disk.h"
+#include "base/Fence.h"
 #include "math/Interleave.h"
 #include "Xepot.h"
 
@@ -152,22 +153,25 @@ void ZRMBandBMP::Close() {
   file_.reset();
   copy_.reset();
   info_.reset();
+  reads_.Forget();
 }
 
 void ZRMBandBMP::AdoptHeader(const BITMAPINFO& info, int sourceType, std::int64_t offset) {
+  // A caller's record may end where its palette does, and may be the one that is replaced here.
+  auto copy = std::make_unique<BITMAPINFO>();
+  std::memcpy(copy.get(), &info, sizeof(BITMAPINFOHEADER) + 4 * static_cast<std::size_t>(XfnGetDIBPaletteSize(&info)));
   Close();
-  info_ = std::make_unique<BITMAPINFO>();
-  // A caller's record may end where its palette does.
-  std::memcpy(info_.get(), &info, sizeof(BITMAPINFOHEADER) + 4 * static_cast<std::size_t>(XfnGetDIBPaletteSize(&info)));
+  info_ = std::move(copy);
   sourceType_ = sourceType;
   offset_ = offset;
-  SetSize(info.bmiHeader.biWidth, info.bmiHeader.biHeight);
+  SetSize(info_->bmiHeader.biWidth, info_->bmiHeader.biHeight);
   SetPixelSize(1.0, 1.0);
-  SetUpperLeft(0.0, info.bmiHeader.biHeight - 1);
+  SetUpperLeft(0.0, info_->bmiHeader.biHeight - 1);
 }
 
 int ZRMBandBMP::SetImage(XFile* file, std::int64_t offset, const BITMAPINFO* info) {
   if (!file || !info || !zrk::IsServableDib(info->bmiHeader, offset)) return 0;
+  if (file_.get() == file) static_cast<void>(file_.release());
   AdoptHeader(*info, kSourceFile, offset);
   file_.reset(file);
   return 1;
@@ -217,12 +221,13 @@ int ZRMBandBMP::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, in
   if (!IsInside(x0, x1, y0, y1)) return 0;
   if (ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
   const zrk::ReadRequest request{level, x0, x1, y0, y1};
-  if (master_) return zrk::ReadThroughMaster(*master_, channel_, out, request);
-  return ReadAsMaster(out, request);
+  return zrk::FencedRead(
+      [&] { return master_ ? zrk::ReadThroughMaster(*master_, channel_, out, request) : ReadAsMaster(out, request); });
 }
 
 int ZRMBandBMP::ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request) {
-  if (sourceType_ == kSourceNone) return 0;
+  // The band's size can be set to another than the image's, which is the one that bounds the pixels.
+  if (!info_ || request.x1 >= info_->bmiHeader.biWidth || request.y1 >= info_->bmiHeader.biHeight) return 0;
   zrk::ChannelReads::Record& record = reads_.Begin(request);
   record.isFilled = sourceType_ == kSourceFile ? DecodeFromFile(request, record) : DecodeFromMemory(request, record);
   tagXArr2* result = GetResult(channel_);
@@ -233,7 +238,7 @@ int ZRMBandBMP::ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request) {
 }
 
 std::int64_t ZRMBandBMP::CalcRowOffset(int y) const {
-  return offset_ + (std::int64_t{GetYSize()} - 1 - y) * XfnCalcDIBWidthBytes(info_.get());
+  return offset_ + (std::int64_t{info_->bmiHeader.biHeight} - 1 - y) * XfnCalcDIBWidthBytes(info_.get());
 }
 
 /// Whether the file, as it is now, holds the rows of a window. Pixels that a caller keeps in memory are taken to be

@@ -6,6 +6,7 @@
 
 #include "bands/FollowerRead.h"
 #include "base/Disk.h"
+#include "base/Fence.h"
 #include "codec/JpegDecoder.h"
 #include "XFile.h"
 #include "XThread.h"
@@ -33,15 +34,17 @@ int ZRMBandJPG::ReadFile(XString path, XString& err, XThread*) {
     const std::lock_guard lock(planesMutex_);
     planes_.reset();
   }
+  reads_.Forget();
+  numChannels_ = 0;
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) {
     err = "Can't open file";
     return 0;
   }
-  path_ = path;
   zrk::JpegHeader header;
   if (!zrk::ReadJpegHeader(*file.GetDiskFile(), header, err)) return 0;
 
+  path_ = path;
   numChannels_ = header.numChannels;
   paletteSize_ = numChannels_ == 1 ? 256 : 0;
   for (auto& table : palette_) std::iota(table.begin(), table.end(), static_cast<unsigned char>(0));
@@ -53,7 +56,7 @@ int ZRMBandJPG::ReadFile(XString path, XString& err, XThread*) {
 
 int ZRMBandJPG::ExtractDataFromFile(XThread* thread) {
   if (master_) return master_->ExtractDataFromFile(thread);
-  return ObtainPlanes(thread, nullptr) ? 1 : 0;
+  return zrk::FencedRead([&] { return ObtainPlanes(thread, nullptr) ? 1 : 0; });
 }
 
 std::shared_ptr<const ZRMBandJPG::Planes> ZRMBandJPG::GetWholePlanes() {
@@ -63,11 +66,12 @@ std::shared_ptr<const ZRMBandJPG::Planes> ZRMBandJPG::GetWholePlanes() {
 }
 
 /// The planes are whole when all three hold data. A grey file never fills the second and third, and so is decoded again
-/// for every read.
+/// for every read. Threads that all want a colour file wait for one of them to decode it; a thread that reports
+/// progress does not make others wait, since a report may pause it or read the band itself.
 std::shared_ptr<const ZRMBandJPG::Planes> ZRMBandJPG::ObtainPlanes(XThread* thread, const int* cancel) {
   if (auto planes = GetWholePlanes()) return planes;
   std::unique_lock decoding(decodeMutex_, std::defer_lock);
-  if (numChannels_ == 3) {
+  if (numChannels_ == 3 && !thread) {
     decoding.lock();
     if (auto planes = GetWholePlanes()) return planes;
   }
@@ -93,7 +97,14 @@ std::shared_ptr<const ZRMBandJPG::Planes> ZRMBandJPG::Decode(XThread* thread, co
   auto planes = std::make_shared<Planes>();
   XString reason;
   if (!zrk::DecodeJpeg(*file.GetDiskFile(), watch, *planes, reason)) return nullptr;
-  return HasExpectedShape((*planes)[0]) ? planes : nullptr;
+  return IsOfThisImage(*planes) ? planes : nullptr;
+}
+
+/// Whether the file is still the one whose header was read.
+bool ZRMBandJPG::IsOfThisImage(const Planes& planes) const {
+  const int numFilled = static_cast<int>(
+      std::count_if(planes.begin(), planes.end(), [](const tagXArr2& plane) { return plane.data != nullptr; }));
+  return numFilled == numChannels_ && planes[0].xSize == GetXSize() && planes[0].ySize == GetYSize();
 }
 
 tagXArr2* ZRMBandJPG::GetResult(int channel) const {
@@ -111,13 +122,15 @@ int ZRMBandJPG::GetHighestLevelForTarget(int, int, int, int, int, int) {
 int ZRMBandJPG::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
   if (!IsInside(x0, x1, y0, y1)) return 0;
   const zrk::ReadRequest request{level, x0, x1, y0, y1};
-  if (master_) return zrk::ReadThroughMaster(*master_, channel_, out, request);
-  return ReadAsMaster(out, request, cancel);
+  return zrk::FencedRead([&] {
+    return master_ ? zrk::ReadThroughMaster(*master_, channel_, out, request) : ReadAsMaster(out, request, cancel);
+  });
 }
 
 int ZRMBandJPG::ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel) {
   const std::shared_ptr<const Planes> planes = ObtainPlanes(nullptr, cancel);
-  if (!planes) return 0;
+  // The band's size can be set to another than the image's, which is the one that bounds the pixels.
+  if (!planes || request.x1 >= (*planes)[0].xSize || request.y1 >= (*planes)[0].ySize) return 0;
   zrk::ChannelReads::Record& record = reads_.Begin(request);
   for (std::size_t c = 0; c < static_cast<std::size_t>(numChannels_); ++c) {
     tagXArr2& result = record.channels[c];

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -71,7 +72,8 @@ void XThread::Terminate() {
 }
 
 bool XThread::IsValid() const {
-  return resultCode_ != kResultSuccess && resultCode_ != kResultFailure && resultCode_ != kResultCancel;
+  const int code = resultCode_;
+  return code != kResultSuccess && code != kResultFailure && code != kResultCancel;
 }
 
 void XThread::Suspend() {
@@ -93,7 +95,9 @@ void XThread::Post(long value) {
 
 void XThread::WaitWhileSuspended() {
   std::unique_lock lock(pause_->mutex);
-  pause_->resumed.wait(lock, [this] { return !pause_->isSuspended || GetState() == kStateStop; });
+  // The state word may be set from outside, by whoever was given its address, and then nobody wakes this wait.
+  constexpr std::chrono::milliseconds kLookAgain(20);
+  while (pause_->isSuspended && GetState() != kStateStop) pause_->resumed.wait_for(lock, kLookAgain);
 }
 
 bool XfnIsStopRequested(const int* cancel) {

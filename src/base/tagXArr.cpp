@@ -1,4 +1,4 @@
-// The three buffer records. Their offsets are ints, so a buffer is refused from INT_MAX bytes on.
+// The three buffer records. Their offsets are ints, so a buffer is refused beyond INT_MAX bytes.
 
 #include "base/Checked.h"
 #include "tagXArr1.h"

@@ -447,6 +447,43 @@ TEST_F(ZRMBandBMPFiles, OpeningAgainReplacesTheImage) {
   EXPECT_EQ(3, band.GetXSize());
 }
 
+TEST_F(ZRMBandBMPFiles, ASizeSetByOthersDoesNotLeadOutOfTheImage) {
+  BmpChannels image(Write(BmpBuilder().Size(8, 6)));
+  image.master.SetSize(400, 400);
+  EXPECT_EQ(nullptr, Read(image.master, 0, 0, 399, 0, 399));
+  EXPECT_EQ(nullptr, Read(image.master, 0, 0, 7, 0, 6));
+  const tagXArr2* out = Read(image.master, 0, 0, 7, 0, 5);
+  ASSERT_NE(nullptr, out);
+  EXPECT_EQ(BmpBuilder::Red(7, 5), Sample(out, 7, 5));
+}
+
+TEST_F(ZRMBandBMPFiles, AFollowerDoesNotTakeResultsOfTheImageBefore) {
+  BmpChannels image(Write(BmpBuilder().Size(8, 6)));
+  ASSERT_NE(nullptr, Read(image.At(1), 0, 0, 7, 0, 5));
+  XString err;
+  ASSERT_EQ(
+      1, image.master.ReadFile(Write(BmpBuilder().Size(8, 6).Pixel([](int, int) { return 0x4D4D4Du; })), err, nullptr));
+  EXPECT_EQ(nullptr, image.master.GetResult(1));
+  EXPECT_EQ(0x4D, Sample(Read(image.At(1), 0, 0, 7, 0, 5), 3, 3));
+}
+
+TEST_F(ZRMBandBMPFiles, AFollowerTakesNoResultOfAnotherRequest) {
+  BmpChannels image(Write(BmpBuilder().Size(8, 6)));
+  ASSERT_NE(nullptr, Read(image.master, 0, 0, 1, 0, 1));
+  image.master.SetBandXLD(new OnePixelLevels);  // the band takes it over
+  EXPECT_EQ(nullptr, Read(image.At(1), 1, 0, 7, 0, 5));
+  EXPECT_NE(nullptr, Read(image.At(1), 0, 0, 7, 0, 5));
+}
+
+TEST_F(ZRMBandBMPFiles, TakesItsOwnHeaderForAnotherImage) {
+  ZRMBandBMP band(nullptr);
+  XString err;
+  ASSERT_EQ(1, band.ReadFile(Write(BmpBuilder().Size(8, 6)), err, nullptr));
+  std::vector<unsigned char> rows(24 * 6, 9);
+  ASSERT_EQ(1, band.SetImage(rows.data(), 0, band.GetBitmapInfo(), 1));
+  EXPECT_EQ(9, Sample(Read(band, 0, 0, 7, 0, 5), 7, 5));
+}
+
 TEST(ZRMBandBMP, TakesACopyOfPixelsFromWhereTheyBegin) {
   std::vector<unsigned char> rows = {1, 2, 3, 0, 4, 5, 6, 0};  // bottom row first
   BITMAPINFO info{};

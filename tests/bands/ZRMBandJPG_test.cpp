@@ -234,6 +234,44 @@ TEST_F(ZRMBandJPGFiles, OpeningAgainDropsThePlanes) {
   EXPECT_EQ(16, out->xSize);
 }
 
+TEST_F(ZRMBandJPGFiles, ASizeSetByOthersDoesNotLeadOutOfThePlanes) {
+  JpegChannels image(Write(JpegBuilder().Size(32, 24)));
+  ASSERT_NE(nullptr, ReadWhole(image.master));
+  image.master.SetSize(500, 500);
+  EXPECT_EQ(nullptr, Read(image.master, 0, 0, 499, 0, 499));
+}
+
+TEST_F(ZRMBandJPGFiles, AFileThatChangedItsColoursFails) {
+  JpegChannels image(Write(JpegBuilder().Size(32, 24)));
+  Write(JpegBuilder().Size(32, 24).Grey());
+  EXPECT_EQ(nullptr, Read(image.master, 0, 0, 31, 0, 23));
+}
+
+TEST_F(ZRMBandJPGFiles, AFailedOpenLeavesNothingToRead) {
+  JpegChannels image(Write(JpegBuilder().Size(32, 24)));
+  ASSERT_NE(nullptr, ReadWhole(image.At(1)));
+  XString err;
+  EXPECT_EQ(0, image.master.ReadFile(Write(std::vector<unsigned char>{1, 2, 3}), err, nullptr));
+  EXPECT_EQ(0, image.master.GetNumChannels());
+  EXPECT_EQ(nullptr, Read(image.At(1), 0, 0, 31, 0, 23));
+}
+
+TEST_F(ZRMBandJPGFiles, AReportMayReadTheBandItself) {
+  JpegChannels image(Write(JpegBuilder().Size(32, 24)));
+  class Reader : public XMessageTarget {
+   public:
+    explicit Reader(ZRMBandJPG& band) : band_(band) {}
+    void PostMessage(unsigned, XThread*, long) override { numRead += Read(band_, 0, 0, 3, 0, 3) ? 1 : 0; }
+    int numRead = 0;
+
+   private:
+    ZRMBandJPG& band_;
+  } reader(image.master);
+  XThread thread(&reader);
+  ASSERT_EQ(1, image.master.ExtractDataFromFile(&thread));
+  EXPECT_EQ(24, reader.numRead);
+}
+
 TEST_F(ZRMBandJPGFiles, AFileThatChangedItsShapeFails) {
   JpegChannels image(Write(JpegBuilder().Size(32, 24)));
   Write(JpegBuilder().Size(16, 8));

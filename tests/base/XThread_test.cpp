@@ -189,4 +189,13 @@ TEST(XThreadThreads, TerminateLetsASuspendedOperationSeeTheStop) {
   EXPECT_EQ(1, thread.GetState());
 }
 
+TEST(XThreadThreads, AStopThroughTheAddressOfTheStateWordEndsTheWait) {
+  XThread thread;
+  thread.Suspend();
+  std::thread worker([&] { thread.CallbackPercent(10.0); });
+  std::atomic_ref<int>(*thread.GetStatePtr()).store(1);
+  worker.join();
+  EXPECT_EQ(1, thread.GetState());
+}
+
 }  // namespace

@@ -12,14 +12,14 @@ void PlaceAsPixels(ZRMBand& band) {
   band.SetPixelSize(1.0, 1.0);
   band.SetUpperLeft(0.0, band.GetYSize());
   band.SetCoordinateKind(kCoordinatePixel);
-  band.GetSR()->SetCoordinateKind(kReferenceNone);
+  if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceNone);
 }
 
 void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile) {
   band.SetPixelSize(worldFile.XPixelSize(), worldFile.YPixelSize());
   band.SetUpperLeft(worldFile.Left(band.GetXSize()), worldFile.Top(band.GetYSize()));
   band.SetCoordinateKind(kCoordinateWorld);
-  band.GetSR()->SetCoordinateKind(kReferenceUnknown);
+  if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceUnknown);
 }
 
 }  // namespace
@@ -55,9 +55,13 @@ void FinishRaster(const RasterCall& call) {
   XRSFile& file = *call.file;
   file.SetName(call.path);
   file.SetFilePath(call.path);
-  const int hasLevelData = XRSFileIO::LoadFileXLD(&file, call.path, call.err, call.levelMode, call.thread);
-  if (hasLevelData || !call.calcStatistics) return;
-  for (int i = 0; i < file.GetNumOfBands(); ++i) file.GetBandAt(i)->CalcStatistics(1);
+  // Memory that runs out here is a failure of level data or statistics, and not of the load.
+  Fenced(call.err, [&] {
+    if (XRSFileIO::LoadFileXLD(&file, call.path, call.err, call.levelMode, call.thread)) return 1;
+    if (!call.calcStatistics) return 1;
+    for (int i = 0; i < file.GetNumOfBands(); ++i) file.GetBandAt(i)->CalcStatistics(1);
+    return 1;
+  });
 }
 
 }  // namespace zrk

@@ -3,6 +3,7 @@
 #include "XFileException.h"
 #include "XMessageBox.h"
 
+#include <climits>
 #include <cstring>
 #include <utility>
 
@@ -11,7 +12,7 @@ X_IMPLEMENT_RUNTIME_CLASS(XFileException, XException);
 
 void XException::GetErrorText(XString& title, XString& text, XString& advice) {
   title = "Error";
-  if (cause_ == 0) {
+  if (cause_ == 0 || cause_ > INT_MAX) {
     text = "The operation failed";
   } else {
     text = std::strerror(static_cast<int>(cause_));

@@ -1,6 +1,7 @@
 #include "XBand.h"
 
 #include "Xepot.h"
+#include "XSystem.h"
 #include "ZRMBand.h"
 
 #include <algorithm>
@@ -189,6 +190,11 @@ int XBand::CalcStatistics(int) {
 
 int XBand::CleanupMemory(int, int) {
   return 1;
+}
+
+bool XBand::IsMemoryWanted(int force) {
+  constexpr double kEnoughInPercent = 20.0;
+  return force || XfnGetAvailablePhysicalMemoryInPercent() <= kEnoughInPercent;
 }
 
 int XBand::BuildLowerLevelsForTIP(double, int, int, int, int, bool) {

@@ -14,7 +14,9 @@ Element* At(const std::vector<std::unique_ptr<Element>>& elements, int index) {
 
 template <class Element>
 void Add(std::vector<std::unique_ptr<Element>>& elements, Element* element) {
-  if (element) elements.emplace_back(element);
+  // Owned before the list grows, so that it is not lost where the list can't.
+  std::unique_ptr<Element> owned(element);
+  if (owned) elements.push_back(std::move(owned));
 }
 
 void SetMatrix(std::vector<double>& matrix, const double* values, int numBands) {
@@ -129,5 +131,10 @@ XSpatialReference* XRSFile::GetSR() const {
 
 int XRSFile::LoadFileZRM(XString, XString& err, XThread*) {
   err = "Native raster files can't be read by this build";
+  return 0;
+}
+
+int XRSFile::LoadStringZRM(XString, XString& err, XThread*) {
+  err = "Native raster texts can't be read by this build";
   return 0;
 }

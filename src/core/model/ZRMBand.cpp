@@ -18,9 +18,10 @@ int TruncateToInt(double value) {
 }
 
 /// The whole pixels in an extent. World coordinates are seldom exact in binary, so that an extent of ten pixels may
-/// come out a hair below ten; a millionth of a pixel makes up for that.
-int WholePixels(double extent, double pixelSize) {
-  return TruncateToInt(extent / pixelSize + 1e-6);
+/// come out a hair below ten; a millionth of a pixel, full-resolution where the pixels are of a level, makes up for
+/// that.
+int WholePixels(double extent, double pixelSize, int level = 0) {
+  return TruncateToInt(extent / pixelSize + std::ldexp(1e-6, -level));
 }
 
 }  // namespace
@@ -53,8 +54,8 @@ int ZRMBand::CalcStatisticsAtLevel(int level, int withHistogram) {
     double minX = 0.0, maxX = 0.0, minY = 0.0, maxY = 0.0;
     ConvPixelToWorldRange(0, width - 1, 0, height - 1, minX, maxX, minY, maxY);
     const double scale = std::ldexp(1.0, level);
-    width = WholePixels(maxX - minX, xPixelSize_ * scale);
-    height = WholePixels(maxY - minY, yPixelSize_ * scale);
+    width = WholePixels(maxX - minX, xPixelSize_ * scale, level);
+    height = WholePixels(maxY - minY, yPixelSize_ * scale, level);
   }
   if (width <= 0 || height <= 0) return 0;
 
@@ -171,7 +172,8 @@ tagXRSGIS* ZRMBand::GetGISAt(int index) const {
 }
 
 void ZRMBand::AddGIS(tagXRSGIS* gis) {
-  if (gis) gis_.emplace_back(gis);
+  std::unique_ptr<tagXRSGIS> owned(gis);
+  if (owned) gis_.push_back(std::move(owned));
 }
 
 void ZRMBand::GetSarsubset(int& x0, int& x1, int& y0, int& y1) const {

@@ -13,5 +13,6 @@ int ZRMBandComplex::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0
 }
 
 int ZRMBandComplex::CleanupMemory(int freeBuffers, int force) {
-  return inner_ ? inner_->CleanupMemory(freeBuffers, force) : ZRMBand::CleanupMemory(freeBuffers, force);
+  if (inner_ && freeBuffers && IsMemoryWanted(force)) inner_->CleanupMemory(1, 1);
+  return 1;
 }

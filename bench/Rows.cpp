@@ -1,0 +1,136 @@
+#include "Rows.h"
+
+#include "Inputs.h"
+#include "Rivals.h"
+#include "XPath.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
+
+#include <memory>
+#include <span>
+#include <thread>
+
+namespace {
+
+using Windows = std::span<const Window>;
+
+/// A file opened by this library.
+class OurReader {
+ public:
+  explicit OurReader(const std::string& path) {
+    XString err;
+    const int id = XRSFileIO::GetIDFromExt(XfnGetFileExt(path));
+    Must(XRSFileIO::LoadFileRaster(&file_, id, path, err, 0, kLevelNone, nullptr), path + ": " + err.AsStdString());
+    Must(file_.GetNumOfBands() == 3, path + " has other than three channels");
+  }
+
+  ZRMBand& GetBand(int channel) const { return *file_.GetBandAt(channel); }
+
+  tagXArr2& Read(int channel, const Window& window) const {
+    tagXArr2* out = nullptr;
+    Must(GetBand(channel).ReadSubset(out, 0, window.x0, window.x1, window.y0, window.y1, nullptr),
+         "a window could not be read");
+    return *out;
+  }
+  void Read(Windows windows) const {
+    for (const Window& window : windows) {
+      for (int channel = 0; channel < 3; ++channel) Read(channel, window);
+    }
+  }
+
+ private:
+  XRSFile file_;
+};
+
+void OnTwoThreads(Windows windows, const std::function<void(Windows)>& read) {
+  const std::size_t half = windows.size() / 2;
+  std::thread other([&] { read(windows.subspan(half)); });
+  read(windows.first(half));
+  other.join();
+}
+
+void MustAgreeWithGdal(const std::string& path, Windows windows) {
+  const OurReader ours(path);
+  GdalReader theirs(path);
+  Pixels pixels;
+  for (const Window& window : windows) {
+    theirs.Read(window, pixels);
+    const unsigned char* expected = pixels.data();
+    for (int channel = 0; channel < 3; ++channel) {
+      const tagXArr2& result = ours.Read(channel, window);
+      for (int i = 0; i < result.xSize * result.ySize; ++i, ++expected) {
+        Must(result.data[i] == *expected, "this library and GDAL differ in " + path);
+      }
+    }
+  }
+}
+
+void AddBitmapRows(const BenchOptions& options, const std::string& path, std::vector<Row>& rows) {
+  const auto windows = std::make_shared<std::vector<Window>>(PickWindows(options.side, options.numWindows));
+  MustAgreeWithGdal(path, Windows(*windows).first(8));
+  const std::string count = std::to_string(options.numWindows) + " windows of a bitmap, ";
+  rows.push_back({"bmp_fresh", count + "just opened", "GDAL", [=] { OurReader(path).Read(*windows); },
+                  [=] { GdalReader(path).Read(*windows); }, 1, 0.25});
+  rows.push_back({"bmp_threads", count + "2 threads", "GDAL",
+                  [=] {
+                    const OurReader reader(path);
+                    OnTwoThreads(*windows, [&](Windows part) { reader.Read(part); });
+                  },
+                  [=] { OnTwoThreads(*windows, [&](Windows part) { GdalReader(path).Read(part); }); }, 1, 0.25});
+  const auto ours = std::make_shared<OurReader>(path);
+  rows.push_back({"bmp_scaling", count + "2 threads, again", "itself on 1 thread",
+                  [=] { OnTwoThreads(*windows, [&](Windows part) { ours->Read(part); }); },
+                  [=] { ours->Read(*windows); }, 1, 1 / 1.8});
+  const auto theirs = std::make_shared<GdalReader>(path);
+  theirs->Read(*windows);
+  rows.push_back({"bmp_warm", count + "all blocks cached", "GDAL", [=] { ours->Read(*windows); },
+                  [=] { theirs->Read(*windows); }, 1, 0.33});
+
+  constexpr int kRepeats = 100000;
+  const Window window = windows->front();
+  rows.push_back({"sibling", "a window that the master has read, by its follower", "",
+                  [=] {
+                    ours->Read(0, window);
+                    for (int i = 0; i < kRepeats; ++i) ours->Read(1, window);
+                  },
+                  nullptr, kRepeats, 1e-6});
+}
+
+void AddJpegRows(const BenchOptions& options, const std::string& path, std::vector<Row>& rows) {
+  const int side = options.side / 2;
+  const auto windows = std::make_shared<std::vector<Window>>(PickWindows(side, options.numWindows));
+  MustAgreeWithGdal(path, Windows(*windows).first(8));
+  const Window first = windows->front(), whole = {0, side - 1, 0, side - 1};
+  rows.push_back({"jpeg_first", "the first window of a JPEG", "libjpeg-turbo and a copy",
+                  [=] {
+                    OurReader(path).Read({&first, 1});
+                  },
+                  [=] { DecodeByLibjpeg(path); }, 1, 1.0});
+  rows.push_back({"jpeg_whole", "all pixels of a JPEG, just opened", "GDAL",
+                  [=] {
+                    OurReader(path).Read({&whole, 1});
+                  },
+                  [=] {
+                    GdalReader(path).Read({&whole, 1});
+                  },
+                  1, 1.0});
+  const auto ours = std::make_shared<OurReader>(path);
+  const auto theirs = std::make_shared<GdalReader>(path);
+  ours->Read({&first, 1});
+  theirs->Read({&whole, 1});
+  rows.push_back({"jpeg_next", std::to_string(options.numWindows) + " further windows, all blocks cached", "GDAL",
+                  [=] { ours->Read(*windows); }, [=] { theirs->Read(*windows); }, 1, 0.33});
+}
+
+}  // namespace
+
+std::vector<Row> MakeRows(const BenchOptions& options) {
+  SetUpGdal();
+  const std::string stem = options.folder + "/bench" + std::to_string(options.side);
+  MakeBitmap(stem + ".bmp", options.side);
+  MakeJpeg(stem + ".jpg", options.side / 2);
+  std::vector<Row> rows;
+  AddBitmapRows(options, stem + ".bmp", rows);
+  AddJpegRows(options, stem + ".jpg", rows);
+  return rows;
+}

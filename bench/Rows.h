@@ -1,0 +1,26 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// One comparison: this library's work, and a rival's that gives the same pixels.
+struct Row {
+  std::string key;    ///< one word, for the timing framework
+  std::string title;  ///< what is done
+  std::string rival;  ///< by whom; empty where nobody else does it
+  std::function<void()> ours;
+  std::function<void()> theirs;
+  int times = 1;        ///< how often one call does it
+  double target = 0.0;  ///< the largest ratio of ours to the rival's, or seconds where there is no rival
+};
+
+struct BenchOptions {
+  std::string folder;
+  int side = 8192;  ///< of the bitmap; the JPEG has half of it
+  int numWindows = 1024;
+  int rounds = 7;
+};
+
+/// Makes the inputs, ends the program where the readers do not agree on pixels, and answers the rows.
+std::vector<Row> MakeRows(const BenchOptions& options);

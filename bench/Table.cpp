@@ -1,0 +1,80 @@
+#include "Table.h"
+
+#include <benchmark/benchmark.h>
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+namespace {
+
+/// Collects the seconds of each run by the benchmark's name, and prints nothing.
+class Collector : public benchmark::BenchmarkReporter {
+ public:
+  bool ReportContext(const Context&) override { return true; }
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+      seconds_[run.run_name.function_name].push_back(seconds);
+    }
+  }
+
+  double GetMedian(const std::string& name) {
+    std::vector<double>& seconds = seconds_.at(name);
+    std::ranges::sort(seconds);
+    return seconds[seconds.size() / 2];
+  }
+
+ private:
+  std::map<std::string, std::vector<double>> seconds_;
+};
+
+void Register(const std::string& name, const std::function<void()>& work) {
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [&work](benchmark::State& state) {
+                                 for ([[maybe_unused]] auto _ : state) work();
+                               })
+      ->Iterations(1)
+      ->UseRealTime();
+}
+
+std::string FormatTime(double seconds) {
+  char text[32];
+  if (seconds < 1e-5) {
+    std::snprintf(text, sizeof text, "%.0f ns", seconds * 1e9);
+  } else {
+    std::snprintf(text, sizeof text, "%.1f ms", seconds * 1e3);
+  }
+  return text;
+}
+
+void PrintRow(const Row& row, double ours, double theirs) {
+  char ratio[32] = "-", target[32];
+  const bool hasRival = !row.rival.empty();
+  if (hasRival) std::snprintf(ratio, sizeof ratio, "%.2f", ours / theirs);
+  std::snprintf(target, sizeof target, hasRival ? "%.2f" : "%.0f ns", hasRival ? row.target : row.target * 1e9);
+  const bool isMet = hasRival ? ours <= theirs * row.target : ours <= row.target;
+  std::printf("%-52s %10s  %-24s %10s %6s %8s %s\n", row.title.c_str(), FormatTime(ours).c_str(),
+              hasRival ? row.rival.c_str() : "-", hasRival ? FormatTime(theirs).c_str() : "-", ratio, target,
+              isMet ? "met" : "missed");
+}
+
+}  // namespace
+
+void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
+  for (const Row& row : rows) {
+    Register(row.key + "_ours", row.ours);
+    if (row.theirs) Register(row.key + "_theirs", row.theirs);
+  }
+  Collector collector;
+  for (const Row& row : rows) {
+    for (int round = 0; round < rounds; ++round) {
+      benchmark::RunSpecifiedBenchmarks(&collector, "^" + row.key + "_(ours|theirs)/");
+    }
+  }
+  std::printf("%-52s %10s  %-24s %10s %6s %8s\n", "windows of 256 x 256 x 3, median", "zrkio", "beside", "", "ratio",
+              "target");
+  for (const Row& row : rows) {
+    const double ours = collector.GetMedian(row.key + "_ours") / row.times;
+    PrintRow(row, ours, row.theirs ? collector.GetMedian(row.key + "_theirs") / row.times : 0.0);
+  }
+}

@@ -1,0 +1,44 @@
+#include "Inputs.h"
+#include "Table.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr const char* kUsage =
+    "Usage: zrkio_bench --data=FOLDER [--size=PIXELS] [--windows=N] [--rounds=N]\n"
+    "FOLDER takes the inputs, which are kept; PIXELS (8192) is the side of the bitmap, N windows (1024) of 256 x 256\n"
+    "are read at random places, and each figure is the median of N rounds (7).\n";
+
+bool TakeNumber(const char* argument, const char* name, int least, int& value) {
+  const std::size_t length = std::strlen(name);
+  if (std::strncmp(argument, name, length) != 0) return false;
+  value = std::max(std::atoi(argument + length), least);
+  return true;
+}
+
+bool TakeArgument(const char* argument, BenchOptions& options) {
+  if (std::strncmp(argument, "--data=", 7) == 0) {
+    options.folder = argument + 7;
+    return true;
+  }
+  return TakeNumber(argument, "--size=", 4 * kWindowSide, options.side) ||
+         TakeNumber(argument, "--windows=", 8, options.numWindows) ||
+         TakeNumber(argument, "--rounds=", 1, options.rounds);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  BenchOptions options;
+  const bool isUnderstood =
+      std::all_of(argv + 1, argv + argc, [&](const char* argument) { return TakeArgument(argument, options); });
+  if (!isUnderstood || options.folder.empty()) {
+    std::fputs(kUsage, stderr);
+    return 2;
+  }
+  TimeAndPrint(MakeRows(options), options.rounds);
+}
