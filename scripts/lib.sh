@@ -1,0 +1,77 @@
+# shellcheck shell=bash
+# What the scripts of this folder share; they source it. It can be called from any folder, and reads no input.
+
+set -euo pipefail
+exec < /dev/null
+
+zrk_root=$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+zrk_build=${ZRK_BUILD_DIR:-$zrk_root/build}
+[[ $zrk_build == /* ]] || zrk_build=$PWD/$zrk_build
+
+say() { printf '%s\n' "$*"; }
+
+fail() {
+  printf '%s\n' "$*" >&2
+  exit 1
+}
+
+# zrk_missing GROUP...: the packages of these groups that are not installed.
+zrk_missing() {
+  local group package
+  while read -r group package _; do
+    [[ " $* " == *" $group "* ]] || continue
+    [[ $(dpkg-query -W -f '${db:Status-Status} ' "$package" 2> /dev/null) == *installed\ * ]] || say "$package"
+  done < "$zrk_root/scripts/packages.txt"
+}
+
+# zrk_install GROUP...: installs what is missing of these groups.
+zrk_install() {
+  if ! command -v dpkg-query > /dev/null; then
+    say "No Debian packages here; going on with what is installed. scripts/packages.txt names what is needed."
+    return
+  fi
+  local missing
+  mapfile -t missing < <(zrk_missing "$@")
+  [[ ${#missing[@]} -gt 0 ]] || return 0
+
+  local apt=(env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300)
+  if [[ $EUID -ne 0 ]]; then
+    command -v sudo > /dev/null || fail "These packages are missing, and only root can install them: ${missing[*]}"
+    apt=(sudo "${apt[@]}")
+  fi
+  say "Installing ${missing[*]}"
+  "${apt[@]}" update > /dev/null
+  "${apt[@]}" install --no-install-recommends "${missing[@]}" > /dev/null
+}
+
+# zrk_configure PRESET [OPTION...]: configures a preset in its folder under the build folder.
+zrk_configure() {
+  local preset=$1
+  shift
+  if command -v ccache > /dev/null; then set -- -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@"; fi
+  cmake -S "$zrk_root" --preset "$preset" -B "$zrk_build/$preset" --log-level=NOTICE "$@" > /dev/null
+}
+
+# zrk_make PRESET [TARGET...]: builds targets of a configured preset, all of them where none is named.
+zrk_make() {
+  local preset=$1
+  shift
+  if [[ $# -gt 0 ]]; then set -- --target "$@"; fi
+  cmake --build "$zrk_build/$preset" "$@" -- --quiet
+}
+
+# zrk_fuzz_targets: the names of the fuzz targets.
+zrk_fuzz_targets() {
+  local source
+  for source in "$zrk_root"/fuzz/*_fuzz.cpp; do basename "$source" _fuzz.cpp; done
+}
+
+# zrk_run_fuzz NAME OPTION...: runs a built fuzz target from its seeds. What it finds that is new goes to a corpus
+# under the build folder, and an input that fails to the folder beside it.
+zrk_run_fuzz() {
+  local name=$1 place=$zrk_build/fuzz
+  shift
+  mkdir -p "$place/corpus/$name" "$place/failures"
+  "$place/fuzz/${name}_fuzz" -rss_limit_mb=1024 -timeout=10 -artifact_prefix="$place/failures/${name}-" "$@" \
+    "$place/corpus/$name" "$zrk_root/fuzz/seeds/$name"
+}
