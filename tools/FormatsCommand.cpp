@@ -35,6 +35,7 @@ void PrintJson() {
 void AddFormatsCommand(CLI::App& program, int& status) {
   auto json = std::make_shared<bool>(false);
   CLI::App* command = program.add_subcommand("formats", "List the formats and what this build can do with each");
+  command->footer("");
   command->add_flag("--json", *json, "Print an array of objects for machines");
   command->callback([json, &status] {
     *json ? PrintJson() : PrintText();

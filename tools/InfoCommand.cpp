@@ -2,7 +2,8 @@
 
 #include "Commands.h"
 #include "Dataset.h"
-#include "Progress.h"
+#include "Job.h"
+#include "Text.h"
 #include "XFormatTable.h"
 #include "XPath.h"
 #include "XRSFileIO.h"
@@ -109,12 +110,16 @@ double Get(const Json& json) {
   return json.is_null() ? NAN : json.get<double>();
 }
 
+std::string GetText(const Json& json) {
+  return Printable(json.get<std::string>());
+}
+
 void PrintSystem(const Json& system, const char* indent) {
   if (system.is_null()) {
     std::printf("%ssystem      unknown\n", indent);
     return;
   }
-  std::printf("%ssystem      %s", indent, system["name"].get<std::string>().c_str());
+  std::printf("%ssystem      %s", indent, GetText(system["name"]).c_str());
   if (system.contains("epsg")) std::printf(" (EPSG:%d)", system["epsg"].get<int>());
   std::printf("\n");
 }
@@ -136,9 +141,8 @@ void PrintPlace(const Json& place) {
 }
 
 void PrintChannel(const Json& channel) {
-  std::printf("  %s\n", channel["name"].get<std::string>().c_str());
-  std::printf("    data type %s, %d levels\n", channel["dataType"].get<std::string>().c_str(),
-              channel["levels"].get<int>());
+  std::printf("  %s\n", GetText(channel["name"]).c_str());
+  std::printf("    data type %s, %d levels\n", GetText(channel["dataType"]).c_str(), channel["levels"].get<int>());
   const Json& statistics = channel["statistics"];
   if (statistics.is_null()) return;
   std::printf("    minimum %.6g, maximum %.6g, mean %.6g, deviation %.6g\n", Get(statistics["min"]),
@@ -146,8 +150,8 @@ void PrintChannel(const Json& channel) {
 }
 
 void PrintText(const Json& json) {
-  std::printf("%s\n  format      %s (0x%X)\n", json["file"].get<std::string>().c_str(),
-              json["format"].get<std::string>().c_str(), json["id"].get<int>());
+  std::printf("%s\n  format      %s (0x%X)\n", GetText(json["file"]).c_str(), GetText(json["format"]).c_str(),
+              json["id"].get<int>());
   if (json.contains("channels")) {
     std::printf("  size        %d x %d pixels, %zu channel%s\n", json["width"].get<int>(), json["height"].get<int>(),
                 json["channels"].size(), json["channels"].size() == 1 ? "" : "s");
@@ -156,45 +160,71 @@ void PrintText(const Json& json) {
   }
   if (!json.contains("layers")) return;
   for (const Json& layer : json["layers"]) {
-    std::printf("  layer %s\n    features    %lld\n", layer["name"].get<std::string>().c_str(),
+    std::printf("  layer %s\n    features    %lld\n", GetText(layer["name"]).c_str(),
                 static_cast<long long>(layer["features"].get<std::int64_t>()));
     if (!layer["extent"].is_null()) PrintExtent(layer["extent"], "    ");
     PrintSystem(layer["system"], "    ");
   }
 }
 
+/// From the coarsest level, for those channels whose statistics are not known yet.
+bool ComputeStatistics(XRSFile& file, XThread& thread, std::string& err) {
+  if (!DecodeAhead(file, thread, err)) return false;
+  const int numBands = file.GetNumOfBands();
+  for (int i = 0; i < numBands; ++i) {
+    ZRMBand& band = *file.GetBandAt(i);
+    if (thread.GetState() != XThread::kStateRun) return false;
+    if (band.GetBandMean() == kNotSet && !band.CalcStatistics(1)) {
+      err = "the statistics can't be computed";
+      return false;
+    }
+    thread.CallbackPercent(100.0 * (i + 1) / numBands);
+  }
+  return true;
+}
+
+/// What can be told of a file is told also where its statistics failed; null where nothing can.
+Json DescribeFile(const Options& options, const std::string& path, JobResult& result) {
+  Json json;
+  result = RunJob(path, [&](XThread& thread, std::string& err) {
+    const std::unique_ptr<XRSFile> file = OpenDataset(path, thread, err);
+    if (!file) return false;
+    const bool isDone = !options.stats || ComputeStatistics(*file, thread, err);
+    json = Describe(*file, path);
+    return isDone;
+  });
+  return json;
+}
+
 int Run(const Options& options) {
   int status = 0;
   Json all = Json::array();
   for (const std::string& path : options.files) {
-    std::string err;
-    Json json;
-    {
-      Job job(path);
-      const std::unique_ptr<XRSFile> file = OpenDataset(path, options.stats, job.GetThread(), err);
-      if (file && !job.WasStopped()) json = Describe(*file, path);
-      if (job.WasStopped()) err = "stopped";
-    }
-    if (json.is_null()) {
-      PrintFailure(path, err);
-      status = 1;
-      json = {{"file", path}, {"error", err}};
-    } else if (!options.json) {
-      PrintText(json);
-    }
+    JobResult result;
+    Json json = DescribeFile(options, path, result);
+    if (!result.isDone) status = 1;
+    if (result.wasStopped) break;
+    if (!json.is_null() && !options.json) PrintText(json);
+    if (json.is_null()) json = {{"file", path}};
+    if (!result.isDone) json["error"] = result.reason;
     all.push_back(std::move(json));
-    if (err == "stopped") break;
   }
   if (options.json) std::printf("%s\n", Print(all).c_str());
   return status;
 }
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio info earth.jpg roads.shp\n"
+    "  zrkio info --stats --json earth.jpg\n";
 
 }  // namespace
 
 void AddInfoCommand(CLI::App& program, int& status) {
   auto options = std::make_shared<Options>();
   CLI::App* command = program.add_subcommand("info", "Tell what files are");
-  command->add_option("FILE", options->files, "Raster or vector files")->required();
+  command->footer(kExamples);
+  command->add_option("FILE", options->files, "Raster or vector files")->required()->type_name("");
   command->add_flag("--json", options->json, "Print an array of objects for machines");
   command->add_flag("--stats", options->stats, "Compute statistics of every channel");
   command->callback([options, &status] { status = Run(*options); });

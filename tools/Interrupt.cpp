@@ -38,7 +38,12 @@ void InstallInterruptHandlers() {
   struct sigaction action {};
   action.sa_handler = &OnSignal;
   sigemptyset(&action.sa_mask);
-  for (const int signalNumber : {SIGINT, SIGTERM}) sigaction(signalNumber, &action, nullptr);
+  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before {};
+    // What the starter of the program ignores, as nohup does, stays ignored.
+    const bool isIgnored = sigaction(signalNumber, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
+    if (!isIgnored) sigaction(signalNumber, &action, nullptr);
+  }
 }
 
 StoppableJob::StoppableJob(XThread& thread) {

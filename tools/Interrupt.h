@@ -4,7 +4,8 @@
 
 #include <string>
 
-/// From now on SIGINT and SIGTERM ask the job that runs to stop; a second one ends the program at once.
+/// From now on SIGINT, SIGTERM and SIGHUP ask the job that runs to stop; a second one, or one between jobs, ends the
+/// program at once.
 void InstallInterruptHandlers();
 
 /// Makes a job stoppable for its own lifetime.

@@ -11,9 +11,13 @@
 
 namespace {
 
-bool IsSpecial(const std::string& path) {
-  struct stat status;
-  return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+bool IsSpecial(const struct stat& status) {
+  return !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+bool IsSameFile(const struct stat& status, const std::string& path) {
+  struct stat other;
+  return ::stat(path.c_str(), &other) == 0 && status.st_dev == other.st_dev && status.st_ino == other.st_ino;
 }
 
 }  // namespace
@@ -30,25 +34,42 @@ bool OutputFile::Fail(std::string& err) const {
   return false;
 }
 
-bool OutputFile::Open(const std::string& path, std::string& err) {
+/// Never an existing file, whoever has put it there.
+bool OutputFile::OpenTemporary() {
+  const std::string stem = path_ + ".part" + std::to_string(::getpid());
+  std::string name = stem;
+  for (int i = 1;; ++i) {
+    descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor_ >= 0 || errno != EEXIST) break;
+    name = stem + "-" + std::to_string(i);
+  }
+  if (descriptor_ < 0) return false;
+  temporary_ = name;
+  SetUnfinishedFile(name);
+  return true;
+}
+
+bool OutputFile::Open(const std::string& path, const std::string& input, std::string& err) {
   path_ = path;
   if (path == "-") {
+    path_ = "standard output";
     descriptor_ = STDOUT_FILENO;
     return true;
   }
   struct stat status;
-  if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+  const bool exists = ::stat(path.c_str(), &status) == 0;
+  if (exists && IsSameFile(status, input)) {
+    err = "the output would take the place of this file";
+    return false;
+  }
+  if (exists && S_ISDIR(status.st_mode)) {
     errno = EISDIR;
     return Fail(err);
   }
-  const bool isDirect = IsSpecial(path);
-  const std::string name = isDirect ? path : path + ".part" + std::to_string(::getpid());
-  descriptor_ = ::open(name.c_str(), O_WRONLY | O_CLOEXEC | (isDirect ? 0 : O_CREAT | O_TRUNC), 0666);
-  if (descriptor_ < 0) return Fail(err);
+  const bool isDirect = exists && IsSpecial(status);
+  if (isDirect) descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (isDirect ? descriptor_ < 0 : !OpenTemporary()) return Fail(err);
   ownsDescriptor_ = true;
-  if (isDirect) return true;
-  temporary_ = name;
-  SetUnfinishedFile(name);
   return true;
 }
 

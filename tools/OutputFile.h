@@ -15,13 +15,15 @@ class OutputFile {
 
   // Each answers false with the reason in `err`.
 
-  bool Open(const std::string& path, std::string& err);
+  /// A path that leads to `input`, the file that the output is made of, is refused.
+  bool Open(const std::string& path, const std::string& input, std::string& err);
   bool Write(const void* data, std::size_t count, std::string& err);
   /// Brings the file to the disk and gives it its name.
   bool Commit(std::string& err);
 
  private:
   bool Fail(std::string& err) const;
+  bool OpenTemporary();
   bool SyncFolder() const;
 
   std::string path_;

@@ -2,56 +2,57 @@
 
 #include <csetjmp>
 
-#include <png.h>
-
-namespace {
-
-struct Sink {
-  OutputFile& output;
-  std::string& err;
-};
-
-void OnWrite(png_structp png, png_bytep data, std::size_t count) {
-  auto* sink = static_cast<Sink*>(png_get_io_ptr(png));
-  if (!sink->output.Write(data, count, sink->err)) png_error(png, "");
+PngWriter::~PngWriter() {
+  png_destroy_write_struct(&png_, &info_);
 }
 
-void OnError(png_structp png, png_const_charp text) {
-  auto* sink = static_cast<Sink*>(png_get_error_ptr(png));
-  if (sink->err.empty()) sink->err = text;
+void PngWriter::OnWrite(png_structp png, png_bytep data, std::size_t count) {
+  auto* writer = static_cast<PngWriter*>(png_get_io_ptr(png));
+  if (!writer->output_.Write(data, count, writer->error_)) png_error(png, "");
+}
+
+void PngWriter::OnError(png_structp png, png_const_charp text) {
+  auto* writer = static_cast<PngWriter*>(png_get_error_ptr(png));
+  if (writer->error_.empty()) writer->error_ = text;
   png_longjmp(png, 1);
 }
 
-void OnWarning(png_structp, png_const_charp) {}
-
-/// The part that libpng may jump out of; it owns nothing.
-bool Encode(png_structp png, png_infop info, const PngImage& image) {
-  if (setjmp(png_jmpbuf(png))) return false;
-  png_set_IHDR(png, info, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height), image.bits,
-               image.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
-               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  png_write_info(png, info);
-  if (image.bits == 16) png_set_swap(png);
-  for (int y = 0; y < image.height; ++y) {
-    png_write_row(png, image.samples.data() + static_cast<std::size_t>(y) * image.RowBytes());
+/// Runs calls of libpng, which jump back here where they fail. The step must own nothing.
+template <class Step>
+bool PngWriter::Run(Step step, std::string& err) {
+  if (setjmp(png_jmpbuf(png_))) {
+    err = error_;
+    return false;
   }
-  png_write_end(png, info);
+  step();
   return true;
 }
 
-}  // namespace
-
-bool WritePng(const PngImage& image, OutputFile& output, std::string& err) {
-  Sink sink{output, err};
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &sink, &OnError, &OnWarning);
-  png_infop info = png ? png_create_info_struct(png) : nullptr;
-  if (!info) {
-    png_destroy_write_struct(&png, nullptr);
+bool PngWriter::Begin(const PngShape& shape, std::string& err) {
+  png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, &OnError, [](png_structp, png_const_charp) {});
+  info_ = png_ ? png_create_info_struct(png_) : nullptr;
+  if (!info_) {
     err = "out of memory";
     return false;
   }
-  png_set_write_fn(png, &sink, &OnWrite, nullptr);
-  const bool isDone = Encode(png, info, image);
-  png_destroy_write_struct(&png, &info);
-  return isDone;
+  png_set_write_fn(png_, this, &OnWrite, nullptr);
+  return Run(
+      [&] {
+        // The limits of libpng guard readers; images of this family are wider at times.
+        png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+        png_set_IHDR(png_, info_, static_cast<png_uint_32>(shape.width), static_cast<png_uint_32>(shape.height),
+                     shape.bits, shape.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        png_write_info(png_, info_);
+        if (shape.bits == 16) png_set_swap(png_);
+      },
+      err);
+}
+
+bool PngWriter::WriteRow(const unsigned char* row, std::string& err) {
+  return Run([&] { png_write_row(png_, row); }, err);
+}
+
+bool PngWriter::End(std::string& err) {
+  return Run([&] { png_write_end(png_, info_); }, err);
 }

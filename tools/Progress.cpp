@@ -1,5 +1,7 @@
 #include "Progress.h"
 
+#include "Text.h"
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <algorithm>
@@ -8,7 +10,7 @@
 namespace {
 
 constexpr double kSecondsBeforeShown = 0.5;
-constexpr int kBarCells = 30;
+constexpr long kBarCells = 30;
 
 std::size_t TerminalWidth() {
   winsize size{};
@@ -22,6 +24,15 @@ std::string FormatSeconds(double seconds) {
   return text;
 }
 
+std::string FormatBar(long percent, double seconds) {
+  const auto cells = static_cast<std::size_t>(percent * kBarCells / 100);
+  std::string bar = " [";
+  bar.append(cells, '#').append(kBarCells - cells, '.').append("] ").append(std::to_string(percent)).append(" %");
+  if (percent == 0) return bar;
+  const double left = seconds * static_cast<double>(100 - percent) / static_cast<double>(percent);
+  return bar.append(", ").append(FormatSeconds(left)).append(" left");
+}
+
 }  // namespace
 
 ProgressBar::ProgressBar(std::string title) : title_(std::move(title)), isTerminal_(isatty(STDERR_FILENO)) {}
@@ -32,21 +43,17 @@ ProgressBar::~ProgressBar() {
 
 void ProgressBar::PostMessage(unsigned message, XThread*, long value) {
   if (message != kXThreadMessage || !isTerminal_ || value == lastPercent_) return;
-  lastPercent_ = value;
-  Draw(std::clamp(value, 0L, 100L));
-}
-
-void ProgressBar::Draw(long percent) {
   const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
   if (seconds < kSecondsBeforeShown) return;
-  const auto cells = static_cast<std::size_t>(percent * kBarCells / 100);
-  std::string line = title_ + " [";
-  line.append(cells, '#').append(kBarCells - cells, '.').append("] ").append(std::to_string(percent)).append(" %");
-  if (percent > 0) {
-    const double left = seconds * static_cast<double>(100 - percent) / static_cast<double>(percent);
-    line.append(", ").append(FormatSeconds(left)).append(" left");
-  }
-  line.resize(std::min(line.size(), TerminalWidth() - 1));
-  std::fprintf(stderr, "\r%s\033[K", line.c_str());
+  lastPercent_ = value;
+  Draw(std::clamp(value, 0L, 100L), seconds);
+}
+
+/// A line that is too long would wrap and could not be wiped away, so the title gives way to the bar.
+void ProgressBar::Draw(long percent, double seconds) {
+  const std::size_t room = TerminalWidth() - 1;
+  const std::string bar = Shortened(FormatBar(percent, seconds), room);
+  const std::string title = Shortened(title_, room - bar.size());
+  std::fprintf(stderr, "\r%s%s\033[K", title.c_str(), bar.c_str());
   isShown_ = true;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Interrupt.h"
 #include "XThread.h"
 
 #include <chrono>
@@ -12,29 +11,18 @@ class ProgressBar : public XMessageTarget {
  public:
   explicit ProgressBar(std::string title);
   ~ProgressBar() override;
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
   void PostMessage(unsigned message, XThread* sender, long value) override;
 
  private:
-  void Draw(long percent);
-
   using Clock = std::chrono::steady_clock;
+
+  void Draw(long percent, double seconds);
 
   std::string title_;
   bool isTerminal_;
   bool isShown_ = false;
   long lastPercent_ = -1;
   Clock::time_point start_ = Clock::now();
-};
-
-/// One job of the program: its progress on the terminal, and its ear for signals.
-class Job {
- public:
-  explicit Job(const std::string& title) : bar_(title), thread_(&bar_), stoppable_(thread_) {}
-  XThread* GetThread() { return &thread_; }
-  bool WasStopped() const { return thread_.GetState() != XThread::kStateRun; }
-
- private:
-  ProgressBar bar_;
-  XThread thread_;
-  StoppableJob stoppable_;
 };

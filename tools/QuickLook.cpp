@@ -1,10 +1,11 @@
 #include "QuickLook.h"
 
+#include "AreaMeans.h"
 #include "Strips.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <optional>
 
 namespace {
 
@@ -14,8 +15,8 @@ struct Range {
   double high = 255.0;
 
   unsigned char Apply(double sample) const {
-    const double scaled = high > low ? (sample - low) * 255.0 / (high - low) : 0.0;
-    return static_cast<unsigned char>(std::clamp(scaled + 0.5, 0.0, 255.0));
+    if (!(high > low) || std::isnan(sample)) return 0;
+    return static_cast<unsigned char>(std::clamp((sample - low) * 255.0 / (high - low) + 0.5, 0.0, 255.0));
   }
 };
 
@@ -30,164 +31,113 @@ bool FindRange(ZRMBand& band, Range& range, std::string& err) {
   return true;
 }
 
-template <class Sample>
-void Widen(const unsigned char* row, int count, double* widened) {
-  for (int x = 0; x < count; ++x) {
-    Sample sample;
-    std::memcpy(&sample, row + static_cast<std::size_t>(x) * sizeof sample, sizeof sample);
-    widened[x] = static_cast<double>(sample);
-  }
-}
-
-using WidenRow = void (*)(const unsigned char*, int, double*);
-
-WidenRow WidenerOf(int dataType) {
-  constexpr WidenRow kWideners[] = {nullptr,
-                                    &Widen<std::uint8_t>,
-                                    &Widen<std::int8_t>,
-                                    &Widen<std::uint16_t>,
-                                    &Widen<std::int16_t>,
-                                    &Widen<std::uint32_t>,
-                                    &Widen<std::int32_t>,
-                                    &Widen<float>,
-                                    &Widen<double>};
-  return dataType >= kPint08 && dataType <= kReal64 ? kWideners[dataType] : nullptr;
-}
-
-/// Collects the samples of a band into the pixels of the picture that they fall into.
-class AreaMeans {
+/// A band on its way into a channel of the picture.
+class Channel {
  public:
-  AreaMeans(int width, int height)
-      : width_(width),
-        height_(height),
-        sums_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)),
-        counts_(sums_.size()) {}
+  Channel(ZRMBand& band, const PngShape& shape)
+      : band_(band), shape_(shape), strips_(band, FindLevel(band, shape), WholeOf(band)) {}
 
-  void Add(const ZRMBand& band, const StripReader::Strip& strip, WidenRow widen) {
-    const tagXArr2& samples = *strip.samples;
-    SpreadColumns(samples.xSize);
-    row_.resize(static_cast<std::size_t>(samples.xSize));
-    for (int j = 0; j < samples.ySize; ++j) {
-      const double fullRow = strip.firstRow + (j + 0.5) * strip.numRows / samples.ySize;
-      const auto y = static_cast<std::size_t>(std::min(fullRow * height_ / band.GetYSize(), height_ - 1.0));
-      widen(samples.Row(j), samples.xSize, row_.data());
-      AddRow(y * static_cast<std::size_t>(width_), band.GetNullValue());
-    }
+  bool Prepare(std::string& err) {
+    if (AreaMeans::IsSupported(band_.GetDataType())) return FindRange(band_, range_, err);
+    err = "samples of this data type can't be shown";
+    return false;
   }
 
-  /// The picture's pixel, null where nothing fell into it.
-  const double* MeanAt(std::size_t pixel) {
-    if (counts_[pixel] == 0) return nullptr;
-    mean_ = sums_[pixel] / counts_[pixel];
-    return &mean_;
+  bool HasMore() const { return strips_.HasMore(); }
+  double GetShareDone() const { return strips_.GetShareDone(); }
+  /// Reads a strip and turns it into those rows of the picture that are whole with it.
+  bool ReadStrip(XThread& thread, std::string& err);
+
+  int CountRows() const { return static_cast<int>(rows_.size() / static_cast<std::size_t>(shape_.width)); }
+  /// Of the rows that were not dropped yet.
+  const unsigned char* RowAt(int row) const {
+    return rows_.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(shape_.width);
   }
+  void DropRows(int count) { rows_.erase(rows_.begin(), rows_.begin() + std::int64_t{count} * shape_.width); }
 
  private:
-  void SpreadColumns(int numSamples) {
-    if (static_cast<int>(columns_.size()) == numSamples) return;
-    columns_.resize(static_cast<std::size_t>(numSamples));
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      columns_[i] = static_cast<std::size_t>((static_cast<double>(i) + 0.5) * width_ / numSamples);
-    }
+  static int FindLevel(ZRMBand& band, const PngShape& shape) {
+    return band.GetHighestLevelForTarget(0, band.GetXSize() - 1, 0, band.GetYSize() - 1, shape.width, shape.height);
   }
+  bool BeginMeans(std::string& err);
 
-  void AddRow(std::size_t begin, double nullValue) {
-    for (std::size_t i = 0; i < row_.size(); ++i) {
-      if (row_[i] == nullValue || !std::isfinite(row_[i])) continue;
-      sums_[begin + columns_[i]] += row_[i];
-      ++counts_[begin + columns_[i]];
-    }
-  }
-
-  int width_;
-  int height_;
-  std::vector<double> sums_;
-  std::vector<int> counts_;
-  std::vector<std::size_t> columns_;
-  std::vector<double> row_;
-  double mean_ = 0.0;
+  ZRMBand& band_;
+  PngShape shape_;
+  Range range_;
+  StripReader strips_;
+  std::optional<AreaMeans> means_;
+  std::vector<unsigned char> rows_;
 };
 
-/// A band on its way into a channel of the picture.
-struct Channel {
-  Channel(ZRMBand& source, const PngImage& image)
-      : band(source),
-        widen(WidenerOf(source.GetDataType())),
-        means(image.width, image.height),
-        strips(source, FindLevel(source, image), {0, source.GetXSize() - 1, 0, source.GetYSize() - 1}) {}
-
-  static int FindLevel(ZRMBand& source, const PngImage& image) {
-    return source.GetHighestLevelForTarget(0, source.GetXSize() - 1, 0, source.GetYSize() - 1, image.width,
-                                           image.height);
+bool Channel::BeginMeans(std::string& err) {
+  const int width = strips_.GetWidth(), height = strips_.GetHeight();
+  if (width < shape_.width || height < shape_.height) {
+    err = "the pixels can't be read";
+    return false;
   }
-
-  ZRMBand& band;
-  WidenRow widen;
-  Range range;
-  AreaMeans means;
-  StripReader strips;
-};
-
-bool ReadStrip(Channel& channel, XThread* thread, std::string& err) {
-  StripReader::Strip strip;
-  if (!channel.strips.ReadNext(strip, thread, err)) return false;
-  channel.means.Add(channel.band, strip, channel.widen);
+  means_.emplace(width, height, shape_.width, shape_.height, band_.GetDataType(), band_.GetNullValue());
   return true;
 }
 
-/// Strip by strip over all channels, so that bands of one file share one decode of each.
-bool ReadStrips(std::vector<Channel>& channels, XThread* thread, std::string& err) {
-  while (channels.front().strips.HasMore()) {
+bool Channel::ReadStrip(XThread& thread, std::string& err) {
+  const tagXArr2* strip = strips_.ReadNext(thread, err);
+  if (!strip || (!means_ && !BeginMeans(err))) return false;
+  for (int y = 0; y < strip->ySize; ++y) {
+    const std::vector<double>* means = means_->Add(strip->Row(y));
+    if (!means) continue;
+    for (const double mean : *means) rows_.push_back(range_.Apply(mean));
+  }
+  return true;
+}
+
+/// Writes the rows that all channels have.
+bool WriteRows(std::vector<Channel>& channels, const PngShape& shape, PngWriter& png, std::string& err) {
+  int numRows = shape.height;
+  for (const Channel& channel : channels) numRows = std::min(numRows, channel.CountRows());
+  const std::size_t numChannels = channels.size();
+  std::vector<unsigned char> row(static_cast<std::size_t>(shape.width) * numChannels);
+  for (int y = 0; y < numRows; ++y) {
+    for (std::size_t c = 0; c < numChannels; ++c) {
+      const unsigned char* source = channels[c].RowAt(y);
+      for (std::size_t i = c; i < row.size(); i += numChannels) row[i] = *source++;
+    }
+    if (!png.WriteRow(row.data(), err)) return false;
+  }
+  for (Channel& channel : channels) channel.DropRows(numRows);
+  return true;
+}
+
+/// One strip of each channel at a time, so that bands of one file share its decoding.
+bool ReadStrips(std::vector<Channel>& channels, const PngShape& shape, PngWriter& png, XThread& thread,
+                std::string& err) {
+  const auto hasMore = [](const Channel& channel) { return channel.HasMore(); };
+  while (std::any_of(channels.begin(), channels.end(), hasMore)) {
     for (Channel& channel : channels) {
-      if (channel.strips.HasMore() && !ReadStrip(channel, thread, err)) return false;
+      if (channel.HasMore() && !channel.ReadStrip(thread, err)) return false;
     }
-    if (thread) thread->CallbackPercent(100.0 * channels.front().strips.GetShareDone());
+    if (!WriteRows(channels, shape, png, err)) return false;
+    thread.CallbackPercent(100.0 * channels.front().GetShareDone());
   }
-  return std::all_of(channels.begin() + 1, channels.end(), [&](Channel& channel) {
-    while (channel.strips.HasMore()) {
-      if (!ReadStrip(channel, thread, err)) return false;
-    }
-    return true;
-  });
-}
-
-bool IsShowable(Channel& channel, std::string& err) {
-  if (channel.widen) return FindRange(channel.band, channel.range, err);
-  err = "samples of this data type can't be shown";
-  return false;
-}
-
-void Paint(Channel& channel, std::size_t c, PngImage& image) {
-  const auto numChannels = static_cast<std::size_t>(image.channels);
-  for (std::size_t pixel = 0; pixel * numChannels < image.samples.size(); ++pixel) {
-    const double* mean = channel.means.MeanAt(pixel);
-    image.samples[pixel * numChannels + c] = mean ? channel.range.Apply(*mean) : 0;
-  }
+  return true;
 }
 
 }  // namespace
 
-bool MakeQuickLook(const std::vector<ZRMBand*>& bands, int maxSize, XThread* thread, PngImage& image,
-                   std::string& err) {
-  const int width = bands.front()->GetXSize(), height = bands.front()->GetYSize();
-  for (const ZRMBand* band : bands) {
-    if (band->GetXSize() == width && band->GetYSize() == height && width > 0 && height > 0) continue;
-    err = width > 0 && height > 0 ? "the bands are not of one size" : "the image has no pixels";
-    return false;
-  }
+PngShape FitPicture(int width, int height, int maxSize) {
   const double scale = std::min(1.0, static_cast<double>(maxSize) / std::max(width, height));
-  image.width = std::max(1, static_cast<int>(std::lround(width * scale)));
-  image.height = std::max(1, static_cast<int>(std::lround(height * scale)));
-  image.channels = static_cast<int>(bands.size());
-  image.bits = 8;
-  image.samples.assign(image.RowBytes() * static_cast<std::size_t>(image.height), 0);
+  PngShape shape;
+  shape.width = std::max(1, static_cast<int>(std::lround(width * scale)));
+  shape.height = std::max(1, static_cast<int>(std::lround(height * scale)));
+  return shape;
+}
+
+bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, PngWriter& png, XThread& thread,
+                    std::string& err) {
   std::vector<Channel> channels;
   channels.reserve(bands.size());
   for (ZRMBand* band : bands) {
-    channels.emplace_back(*band, image);
-    if (!IsShowable(channels.back(), err)) return false;
+    channels.emplace_back(*band, shape);
+    if (!channels.back().Prepare(err)) return false;
   }
-  if (!ReadStrips(channels, thread, err)) return false;
-  for (std::size_t c = 0; c < channels.size(); ++c) Paint(channels[c], c, image);
-  return true;
+  return png.Begin(shape, err) && ReadStrips(channels, shape, png, thread, err) && png.End(err);
 }

@@ -7,8 +7,12 @@
 #include <string>
 #include <vector>
 
-/// A picture of one band (grey) or three (red, green, blue) of one size, no longer than `maxSize` either way and never
-/// enlarged. Pixels are means over the area that they stand for, taken at the level that has enough of them. Bands
-/// wider than 8 bits, and signed ones, are stretched: mean minus and plus two deviations, cut to minimum and maximum,
-/// become 0 and 255. Where there are null samples only, the picture is black. False with the reason in `err`.
-bool MakeQuickLook(const std::vector<ZRMBand*>& bands, int maxSize, XThread* thread, PngImage& image, std::string& err);
+/// The shape of the picture of an image: no side longer than `maxSize`, never enlarged, at least one pixel each way.
+PngShape FitPicture(int width, int height, int maxSize);
+
+/// Writes a picture of one band (grey) or three (red, green, blue) into `png`, from its beginning to its end. The bands
+/// are of one size. Pixels are means over the area that they stand for, taken at the level that has enough of them.
+/// Bands of other than unsigned 8-bit samples are stretched: the mean less and plus two deviations, cut to minimum and
+/// maximum, become 0 and 255. What has null samples only is black. False with the reason in `err`.
+bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, PngWriter& png, XThread& thread,
+                    std::string& err);

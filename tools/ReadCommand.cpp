@@ -2,16 +2,15 @@
 
 #include "Commands.h"
 #include "Dataset.h"
+#include "Job.h"
 #include "OutputFile.h"
-#include "PngWriter.h"
-#include "Progress.h"
+#include "SampleSink.h"
 #include "Strips.h"
+#include "Text.h"
 #include "XPath.h"
 
-#include <charconv>
+#include <climits>
 #include <cstdio>
-#include <cstring>
-#include <functional>
 
 namespace {
 
@@ -25,130 +24,15 @@ struct Options {
   std::string output;
 };
 
-/// What has come out of the band: rows put together from strips.
+/// What has come out of the band.
 struct Shape {
   int width = 0;
   int height = 0;
+  const char* dataType = "";
 };
 
-using TakeStrip = std::function<bool(const tagXArr2& samples, std::string& err)>;
-
-bool ReadStrips(ZRMBand& band, int level, const Window& window, Job& job, const TakeStrip& take, Shape& shape,
-                std::string& err) {
-  StripReader reader(band, level, window);
-  while (reader.HasMore()) {
-    StripReader::Strip strip;
-    if (!reader.ReadNext(strip, job.GetThread(), err) || !take(*strip.samples, err)) return false;
-    shape.width = strip.samples->xSize;
-    shape.height += strip.samples->ySize;
-    job.GetThread()->CallbackPercent(100.0 * reader.GetShareDone());
-  }
-  return true;
-}
-
-std::size_t SizeInBytes(const tagXArr2& samples) {
-  return static_cast<std::size_t>(samples.xSize) * static_cast<std::size_t>(samples.ySize) *
-         static_cast<std::size_t>(samples.elementSize);
-}
-
-template <class Sample>
-std::string FormatSample(const unsigned char* bytes) {
-  Sample sample;
-  std::memcpy(&sample, bytes, sizeof sample);
-  char text[40];
-  const auto [end, error] = std::to_chars(text, text + sizeof text, sample);
-  return std::string(text, end);
-}
-
-std::string FormatSample(const unsigned char* bytes, int dataType) {
-  switch (dataType) {
-    case kPint08:
-      return std::to_string(*bytes);
-    case kSint08:
-      return std::to_string(static_cast<signed char>(*bytes));
-    case kPint16:
-      return FormatSample<std::uint16_t>(bytes);
-    case kSint16:
-      return FormatSample<std::int16_t>(bytes);
-    case kPint32:
-      return FormatSample<std::uint32_t>(bytes);
-    case kSint32:
-      return FormatSample<std::int32_t>(bytes);
-    case kReal32:
-      return FormatSample<float>(bytes);
-    case kReal64:
-      return FormatSample<double>(bytes);
-    default:
-      return "?";
-  }
-}
-
-bool PrintTable(ZRMBand& band, const Options& options, const Window& window, Job& job, std::string& err) {
-  if (window.Width() > kMostTableSamples || window.Height() > kMostTableSamples) {
-    err = "a table on the terminal is for windows of up to 32 x 32 pixels; give -o to write a file";
-    return false;
-  }
-  Shape shape;
-  return ReadStrips(
-      band, options.level, window, job,
-      [&](const tagXArr2& samples, std::string&) {
-        for (int y = 0; y < samples.ySize; ++y) {
-          for (int x = 0; x < samples.xSize; ++x) {
-            const unsigned char* sample = samples.data + samples.rowOffsets[y] + samples.colOffsets[x];
-            std::printf("%s%5s", x == 0 ? "" : " ", FormatSample(sample, band.GetDataType()).c_str());
-          }
-          std::printf("\n");
-        }
-        return true;
-      },
-      shape, err);
-}
-
-bool WriteRaw(ZRMBand& band, const Options& options, const Window& window, Job& job, OutputFile& output, Shape& shape,
-              std::string& err) {
-  return ReadStrips(
-      band, options.level, window, job,
-      [&](const tagXArr2& samples, std::string& why) { return output.Write(samples.data, SizeInBytes(samples), why); },
-      shape, err);
-}
-
-bool WriteAsPng(ZRMBand& band, const Options& options, const Window& window, Job& job, OutputFile& output, Shape& shape,
-                std::string& err) {
-  PngImage image;
-  image.bits = 8 * band.GetDataSize();
-  const bool isRead = ReadStrips(
-      band, options.level, window, job,
-      [&](const tagXArr2& samples, std::string&) {
-        image.samples.insert(image.samples.end(), samples.data, samples.data + SizeInBytes(samples));
-        return true;
-      },
-      shape, err);
-  image.width = shape.width;
-  image.height = shape.height;
-  return isRead && WritePng(image, output, err);
-}
-
-bool HasPngExtension(const std::string& path) {
-  XString extension = XfnGetFileExt(path);
-  extension.MakeLower();
-  return extension == "png";
-}
-
-bool WriteFile(ZRMBand& band, const Options& options, const Window& window, Job& job, Shape& shape, std::string& err) {
-  const bool asPng = HasPngExtension(options.output);
-  if (asPng && band.GetDataType() != kPint08 && band.GetDataType() != kPint16) {
-    err = std::string("samples of type ") + XfnGetDataTypeString(band.GetDataType()) +
-          " don't go into a PNG as they are; write them raw, or make a picture with zrkio view";
-    return false;
-  }
-  OutputFile output;
-  if (!output.Open(options.output, err)) return false;
-  const auto write = asPng ? &WriteAsPng : &WriteRaw;
-  return write(band, options, window, job, output, shape, err) && output.Commit(err);
-}
-
 bool FindWindow(const ZRMBand& band, const std::vector<int>& wanted, Window& window, std::string& err) {
-  window = {0, band.GetXSize() - 1, 0, band.GetYSize() - 1};
+  window = WholeOf(band);
   if (wanted.empty()) return true;
   const bool isInside = 0 <= wanted[0] && wanted[0] <= wanted[1] && wanted[1] <= window.x1 && 0 <= wanted[2] &&
                         wanted[2] <= wanted[3] && wanted[3] <= window.y1;
@@ -161,58 +45,103 @@ bool FindWindow(const ZRMBand& band, const std::vector<int>& wanted, Window& win
   return true;
 }
 
-bool ReadBand(const Options& options, Job& job, Shape& shape, std::string& err) {
-  const std::unique_ptr<XRSFile> file = OpenRaster(options.file, job.GetThread(), err);
-  if (!file) return false;
-  ZRMBand* band = file->GetBandAt(options.band - 1);
-  if (!band) {
-    err = "there is no band " + std::to_string(options.band) + ", only 1 to " + std::to_string(file->GetNumOfBands());
-    return false;
+bool HasPngExtension(const std::string& path) {
+  XString extension = XfnGetFileExt(path);
+  extension.MakeLower();
+  return extension == "png";
+}
+
+std::unique_ptr<SampleSink> MakeTable(const ZRMBand& band, const Window& window, std::string& err) {
+  if (window.Width() <= kMostTableSamples && window.Height() <= kMostTableSamples) {
+    return MakeTableSink(band.GetDataType(), stdout);
   }
+  err = "a table on the terminal is for windows of up to 32 x 32 pixels; give -o to write a file";
+  return nullptr;
+}
+
+std::unique_ptr<SampleSink> MakeFileSink(const ZRMBand& band, const Options& options, OutputFile& output,
+                                         std::string& err) {
+  const bool isPng = HasPngExtension(options.output);
+  if (isPng && band.GetDataType() != kPint08 && band.GetDataType() != kPint16) {
+    err = std::string("samples of type ") + XfnGetDataTypeString(band.GetDataType()) +
+          " don't go into a PNG as they are; write them raw, or make a picture with zrkio view";
+    return nullptr;
+  }
+  if (!output.Open(options.output, options.file, err)) return nullptr;
+  return isPng ? MakePngSink(output, 8 * band.GetDataSize()) : MakeRawSink(output);
+}
+
+bool ReadStrips(StripReader& strips, SampleSink& sink, XThread& thread, std::string& err) {
+  for (bool isFirst = true; strips.HasMore(); isFirst = false) {
+    const tagXArr2* strip = strips.ReadNext(thread, err);
+    if (!strip || (isFirst && !sink.Begin(strips.GetWidth(), strips.GetHeight(), err))) return false;
+    if (!sink.Take(*strip, err)) return false;
+    thread.CallbackPercent(100.0 * strips.GetShareDone());
+  }
+  return sink.End(err);
+}
+
+bool Read(const Options& options, XThread& thread, Shape& shape, std::string& err) {
+  const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
+  ZRMBand* band = file ? FindBand(*file, options.band, err) : nullptr;
   Window window;
-  if (!FindWindow(*band, options.window, window, err)) return false;
-  if (options.output.empty()) return PrintTable(*band, options, window, job, err);
-  return WriteFile(*band, options, window, job, shape, err);
+  if (!band || !FindWindow(*band, options.window, window, err)) return false;
+  OutputFile output;
+  const std::unique_ptr<SampleSink> sink =
+      options.output.empty() ? MakeTable(*band, window, err) : MakeFileSink(*band, options, output, err);
+  if (!sink || !DecodeAhead(*file, thread, err)) return false;
+  StripReader strips(*band, options.level, window);
+  if (!ReadStrips(strips, *sink, thread, err)) return false;
+  shape = {strips.GetWidth(), strips.GetHeight(), XfnGetDataTypeString(band->GetDataType())};
+  return options.output.empty() || output.Commit(err);
 }
 
 int Run(const Options& options) {
-  std::string err;
   Shape shape;
-  bool isDone = false;
-  {
-    Job job(options.file);
-    isDone = ReadBand(options, job, shape, err);
-  }
-  if (!isDone) {
-    PrintFailure(options.file, err);
-    return 1;
-  }
-  if (!options.output.empty() && options.output != "-") {
-    std::fprintf(stderr, "%s: %d x %d samples\n", options.output.c_str(), shape.width, shape.height);
+  const JobResult result =
+      RunJob(options.file, [&](XThread& thread, std::string& err) { return Read(options, thread, shape, err); });
+  if (!result.isDone) return 1;
+  if (!options.output.empty()) {
+    const std::string name = options.output == "-" ? "standard output" : Printable(options.output);
+    std::fprintf(stderr, "%s: %d x %d samples %s\n", name.c_str(), shape.width, shape.height, shape.dataType);
   }
   return 0;
 }
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio read earth.jpg --window 100,107,200,203\n"
+    "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
+    "  zrkio read earth.jpg --band 3 -o blue.raw\n";
 
 }  // namespace
 
 void AddReadCommand(CLI::App& program, int& status) {
   auto options = std::make_shared<Options>();
   CLI::App* command = program.add_subcommand("read", "Read samples of one channel");
-  command->add_option("FILE", options->file, "A raster file")->required();
-  command->add_option("--band", options->band, "The channel, from 1")
-      ->capture_default_str()
-      ->check(CLI::PositiveNumber);
+  command->footer(kExamples);
+  command->add_option("FILE", options->file, "A raster file")->required()->type_name("");
+  command->add_option("--band", options->band, "The channel, counted from 1; the first unless given")
+      ->check(CLI::Range(1, INT_MAX).description(""))
+      ->type_name("N");
   command
-      ->add_option("--level", options->level, "Level n is a reduction of 2^n; some formats hold full resolution only")
-      ->capture_default_str()
-      ->check(CLI::Range(0, 30));
+      ->add_option("--level", options->level,
+                   "A reduction of 2^L, 0 to 30; 0 unless given.\n"
+                   "Some formats answer full resolution at any level.")
+      ->check(CLI::Range(0, 30).description(""))
+      ->type_name("L");
   command
       ->add_option("--window", options->window,
-                   "x0,x1,y0,y1: inclusive, in full-resolution pixels; the whole unless given")
+                   "Columns and rows, inclusive, in full-resolution pixels, as\n"
+                   "x0,x1,y0,y1; the whole image unless given")
       ->delimiter(',')
-      ->expected(4);
-  command->add_option(
-      "-o,--output", options->output,
-      "Raw samples, or a PNG by its extension; - for standard output; a small table on the terminal unless given");
+      ->expected(4)
+      ->type_name("WINDOW");
+  command
+      ->add_option("-o,--output", options->output,
+                   "A PNG by its extension, otherwise raw samples; - for raw\n"
+                   "samples on standard output. Unless given, a small window\n"
+                   "is printed as a table.")
+      ->type_name("OUT");
   command->callback([options, &status] { status = Run(*options); });
 }

@@ -1,5 +1,6 @@
 #include "Strips.h"
 
+#include "Dataset.h"
 #include "XSystem.h"
 
 #include <algorithm>
@@ -10,29 +11,47 @@ constexpr int kWantedRows = 512;
 
 }  // namespace
 
-StripReader::StripReader(ZRMBand& band, int level, const Window& window) : band_(band), level_(level), window_(window) {
-  const int unit = level >= 0 && level < 30 ? 1 << level : 1;
-  const int rows = XfnCalcBlockHeight(window.Width(), window.Height(), std::max(band.GetDataSize(), 1), kWantedRows);
-  stripRows_ = std::max(rows / unit, 1) * unit;
+Window WholeOf(const ZRMBand& band) {
+  return {0, band.GetXSize() - 1, 0, band.GetYSize() - 1};
 }
 
-bool StripReader::ReadNext(Strip& strip, XThread* thread, std::string& err) {
-  strip.firstRow = next_;
-  // What is left behind the last whole strip is too small for a row of its own, and belongs to that strip.
+StripReader::StripReader(ZRMBand& band, int level, const Window& window) : band_(band), level_(level), window_(window) {
+  const int rows = XfnCalcBlockHeight(window.Width(), window.Height(), std::max(band.GetDataSize(), 1), kWantedRows);
+  stripRows_ = IsDecodedByEachRead(band) ? window.Height() : std::max(rows >> level, 1) << level;
+}
+
+/// What is left behind the last whole strip may be too little for a row of its own, and belongs to that strip.
+int StripReader::CountNextRows() const {
   const int left = window_.Height() - next_;
-  const bool isLast = left < stripRows_ + (level_ > 0 && level_ < 30 ? 1 << level_ : 1);
-  strip.numRows = isLast ? left : stripRows_;
-  int* state = thread ? thread->GetStatePtr() : nullptr;
+  return left - stripRows_ < (1 << level_) ? left : stripRows_;
+}
+
+/// Whether the strip has the shape that the ones before promised.
+bool StripReader::TakeShape(const tagXArr2& strip, int numRows) {
+  if (next_ == 0) {
+    const bool isFull = strip.ySize == numRows;
+    width_ = strip.xSize;
+    height_ = isFull ? window_.Height() : window_.Height() >> level_;
+  }
+  const bool isFull = height_ == window_.Height();
+  return strip.xSize == width_ && strip.ySize == (isFull ? numRows : numRows >> level_);
+}
+
+const tagXArr2* StripReader::ReadNext(XThread& thread, std::string& err) {
+  const int numRows = CountNextRows();
   const int y0 = window_.y0 + next_;
-  const int isRead = band_.ReadSubset(strip.samples, level_, window_.x0, window_.x1, y0, y0 + strip.numRows - 1, state);
-  if (XfnIsStopRequested(state)) {
+  tagXArr2* strip = nullptr;
+  const int isRead =
+      band_.ReadSubset(strip, level_, window_.x0, window_.x1, y0, y0 + numRows - 1, thread.GetStatePtr());
+  if (XfnIsStopRequested(thread.GetStatePtr())) {
     err = "stopped";
-    return false;
+    return nullptr;
   }
-  if (!isRead) {
-    err = "the pixels can't be read";
-    return false;
+  if (isRead && TakeShape(*strip, numRows)) {
+    next_ += numRows;
+    return strip;
   }
-  next_ += strip.numRows;
-  return true;
+  const bool isTooSmall = (window_.Width() >> level_) == 0 || (window_.Height() >> level_) == 0;
+  err = isTooSmall ? "level " + std::to_string(level_) + " leaves no pixel of the window" : "the pixels can't be read";
+  return nullptr;
 }

@@ -15,28 +15,35 @@ struct Window {
   int Height() const { return y1 - y0 + 1; }
 };
 
+/// The whole of a band.
+Window WholeOf(const ZRMBand& band);
+
 /// Reads a window at a level from top to bottom, in strips of a few megabytes, so that memory stays small and a stop is
-/// heard between them. Strips begin on multiples of 2^level rows, so that they put together what one read would give.
+/// heard between them. Strips begin on multiples of 2^level rows, so that together they are what one read would give.
+/// A band that decodes its whole file for each read is read at once.
 class StripReader {
  public:
   StripReader(ZRMBand& band, int level, const Window& window);
 
-  struct Strip {
-    tagXArr2* samples = nullptr;  ///< of the band, until its next read
-    int firstRow = 0;             ///< in full-resolution rows from the top of the window
-    int numRows = 0;              ///< in full-resolution rows
-  };
-
   bool HasMore() const { return next_ < window_.Height(); }
-  /// False with the reason in `err`, "stopped" where the thread was asked to stop.
-  bool ReadNext(Strip& strip, XThread* thread, std::string& err);
-  /// Share of the window that is read, 0 to 1.
+  /// The next strip, which belongs to the band until its next read; null with the reason in `err`.
+  const tagXArr2* ReadNext(XThread& thread, std::string& err);
+
+  /// The size of all strips together, known once the first is read: some bands answer every level at full resolution.
+  int GetWidth() const { return width_; }
+  int GetHeight() const { return height_; }
+  /// The share of the window that is read, 0 to 1.
   double GetShareDone() const { return static_cast<double>(next_) / window_.Height(); }
 
  private:
+  int CountNextRows() const;
+  bool TakeShape(const tagXArr2& strip, int numRows);
+
   ZRMBand& band_;
   int level_;
   Window window_;
   int stripRows_;
-  int next_ = 0;
+  int next_ = 0;  // in rows of full resolution from the top of the window
+  int width_ = 0;
+  int height_ = 0;
 };

@@ -2,10 +2,12 @@
 
 #include "Commands.h"
 #include "Dataset.h"
+#include "Job.h"
 #include "OutputFile.h"
-#include "Progress.h"
 #include "QuickLook.h"
+#include "Text.h"
 
+#include <climits>
 #include <cstdio>
 
 namespace {
@@ -21,58 +23,74 @@ struct Options {
 bool ChooseBands(const XRSFile& file, std::vector<int> wanted, std::vector<ZRMBand*>& bands, std::string& err) {
   if (wanted.empty()) wanted = file.GetNumOfBands() >= 3 ? std::vector<int>{1, 2, 3} : std::vector<int>{1};
   for (const int number : wanted) {
-    ZRMBand* band = file.GetBandAt(number - 1);
-    if (!band) {
-      err = "there is no band " + std::to_string(number) + ", only 1 to " + std::to_string(file.GetNumOfBands());
-      return false;
-    }
+    ZRMBand* band = FindBand(file, number, err);
+    if (!band) return false;
     bands.push_back(band);
   }
-  return true;
+  const int width = bands.front()->GetXSize(), height = bands.front()->GetYSize();
+  for (const ZRMBand* band : bands) {
+    if (band->GetXSize() == width && band->GetYSize() == height) continue;
+    err = "the bands are not of one size";
+    return false;
+  }
+  if (width > 0 && height > 0) return true;
+  err = "the image has no pixels";
+  return false;
 }
 
-bool View(const Options& options, Job& job, PngImage& image, std::string& err) {
-  const std::unique_ptr<XRSFile> file = OpenRaster(options.file, job.GetThread(), err);
+bool View(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+  const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   std::vector<ZRMBand*> bands;
+  if (!file || !ChooseBands(*file, options.bands, bands, err)) return false;
+  shape = FitPicture(bands.front()->GetXSize(), bands.front()->GetYSize(), options.maxSize);
+  shape.channels = static_cast<int>(bands.size());
   OutputFile output;
-  return file && ChooseBands(*file, options.bands, bands, err) && output.Open(options.output, err) &&
-         MakeQuickLook(bands, options.maxSize, job.GetThread(), image, err) && WritePng(image, output, err) &&
-         output.Commit(err);
+  if (!output.Open(options.output, options.file, err)) return false;
+  PngWriter png(output);
+  return DecodeAhead(*file, thread, err) && WriteQuickLook(bands, shape, png, thread, err) && output.Commit(err);
 }
 
 int Run(const Options& options) {
-  std::string err;
-  PngImage image;
-  bool isDone = false;
-  {
-    Job job(options.file);
-    isDone = View(options, job, image, err);
-  }
-  if (!isDone) {
-    PrintFailure(options.file, err);
-    return 1;
-  }
+  PngShape shape;
+  const JobResult result =
+      RunJob(options.file, [&](XThread& thread, std::string& err) { return View(options, thread, shape, err); });
+  if (!result.isDone) return 1;
   if (options.output != "-") {
-    std::fprintf(stderr, "%s: %d x %d pixels\n", options.output.c_str(), image.width, image.height);
+    std::fprintf(stderr, "%s: %d x %d pixels\n", Printable(options.output).c_str(), shape.width, shape.height);
   }
   return 0;
 }
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio view earth.jpg -o earth.png\n"
+    "  zrkio view earth.jpg -o small.png --max-size 300\n"
+    "  zrkio view earth.jpg -o blue.png --bands 3\n";
 
 }  // namespace
 
 void AddViewCommand(CLI::App& program, int& status) {
   auto options = std::make_shared<Options>();
   CLI::App* command = program.add_subcommand("view", "Make a quick-look picture");
-  command->add_option("FILE", options->file, "A raster file")->required();
-  command->add_option("-o,--output", options->output, "The PNG file to write; - for standard output")->required();
-  command->add_option("--max-size", options->maxSize, "The longer side of the picture at most; it is never enlarged")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 16384));
+  command->footer(kExamples);
+  command->add_option("FILE", options->file, "A raster file")->required()->type_name("");
+  command->add_option("-o,--output", options->output, "The PNG file to write; - for standard output")
+      ->required()
+      ->type_name("OUT.png");
+  command
+      ->add_option("--max-size", options->maxSize,
+                   "The longer side of the picture at most, 1024 unless given;\n"
+                   "the image is never enlarged")
+      ->check(CLI::Range(1, 100000).description(""))
+      ->type_name("PIXELS");
   command
       ->add_option("--bands", options->bands,
-                   "r,g,b or one number, from 1; the first three unless given, or the first where there are fewer")
+                   "Three channels for red, green and blue, or one for a grey\n"
+                   "picture, counted from 1; unless given the first three, or\n"
+                   "the first where there are fewer")
       ->delimiter(',')
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(1, INT_MAX).description(""))
+      ->type_name("R,G,B");
   command->callback([options, &status] {
     if (!options->bands.empty() && options->bands.size() != 1 && options->bands.size() != 3) {
       throw CLI::ValidationError("--bands", "takes one number or three");

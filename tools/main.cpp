@@ -3,7 +3,6 @@
 #include "ZRKVersion.h"
 
 #include <cstdio>
-#include <exception>
 #include <string>
 
 namespace {
@@ -17,12 +16,31 @@ std::string VersionText() {
   return text;
 }
 
+/// Output that is held back until the end may fail as late as that.
+bool FlushOutput() {
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
+  std::fputs("zrkio: can't write to standard output\n", stderr);
+  return false;
+}
+
+int Parse(CLI::App& program, int argc, char** argv, const int& status) {
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return program.exit(error) == 0 ? 0 : kBadUsage;
+  }
+  return status;
+}
+
 const char* const kExamples =
     "Examples:\n"
     "  zrkio info --stats earth.jpg\n"
     "  zrkio view earth.jpg -o earth.png --max-size 800\n"
     "  zrkio read earth.jpg --band 1 --window 100,107,200,203\n"
-    "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n";
+    "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
+    "\n"
+    "The exit status is 0 where all went well, 1 where a file could not be handled,\n"
+    "and 2 for a command that makes no sense.\n";
 
 }  // namespace
 
@@ -41,13 +59,6 @@ int main(int argc, char** argv) {
   AddViewCommand(program, status);
   AddFormatsCommand(program, status);
   InstallInterruptHandlers();
-  try {
-    program.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return program.exit(error) == 0 ? 0 : kBadUsage;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "zrkio: %s\n", error.what());
-    return kFailedJob;
-  }
-  return status;
+  const int result = Parse(program, argc, argv, status);
+  return FlushOutput() ? result : kFailedJob;
 }

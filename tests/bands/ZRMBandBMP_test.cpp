@@ -6,6 +6,7 @@
 #include "Xepot.h"
 #include "ZRMBandXLD.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>

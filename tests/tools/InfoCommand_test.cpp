@@ -1,6 +1,7 @@
-#include "BmpBuilder.h"
 #include "Program.h"
 
+#include <fcntl.h>
+#include <unistd.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
@@ -44,6 +45,33 @@ TEST_F(ZrkioInfo, ComputesStatisticsOnRequestOnly) {
   EXPECT_NEAR(12.909944, blue["stdDev"].get<double>(), 1e-6);
 }
 
+TEST_F(ZrkioInfo, StatisticsThatFailLeaveTheRestToBeTold) {
+  const std::string path = WriteHuge("a.bmp", 4000);
+  std::filesystem::resize_file(path, 54);  // no row is there
+  const ProgramResult result = Run({"info", "--json", "--stats", path});
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_EQ("zrkio: " + path + ": the statistics can't be computed\n", result.err);
+  const Json json = Json::parse(result.out)[0];
+  EXPECT_EQ("the statistics can't be computed", json["error"]);
+  EXPECT_EQ(4000, json["width"]);
+  EXPECT_TRUE(json["channels"][0]["statistics"].is_null());
+}
+
+TEST_F(ZrkioInfo, AFullStandardOutputFails) {
+  const std::string path = Write("a.bmp", BmpBuilder().Build());
+  ProgramOptions options;
+  options.inChild = [] { ::dup2(::open("/dev/full", O_WRONLY), STDOUT_FILENO); };
+  const ProgramResult result = Run({"info", path}, options);
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_EQ("zrkio: can't write to standard output\n", result.err);
+}
+
+TEST_F(ZrkioInfo, NamesCannotControlTheTerminal) {
+  const std::string path = Write("a\x1B[2J.bmp", BmpBuilder().Build());
+  EXPECT_EQ(0u, Run({"info", path}).out.find(folder_.Path("a?[2J.bmp\n")));
+  EXPECT_EQ(std::string::npos, Run({"info", path + "\x1B.bmp"}).err.find('\x1B'));
+}
+
 TEST_F(ZrkioInfo, GoesOnAfterAFileThatFails) {
   const std::string good = Write("good.bmp", BmpBuilder().Build());
   const std::string bad = Write("bad.bmp", {'x', 'y'});
@@ -66,7 +94,9 @@ TEST_F(ZrkioInfo, NamesWhatThisBuildCannotRead) {
   const std::string tif = Write("a.tif", {1});
   EXPECT_EQ("zrkio: " + tif + ": TIFF, GeoTIFF files can't be read by this build\n", Run({"info", tif}).err);
   const std::string odd = Write("a.odd", {1});
-  EXPECT_EQ("zrkio: " + odd + ": the format can't be told from the file's extension\n", Run({"info", odd}).err);
+  EXPECT_EQ("zrkio: " + odd +
+                ": the format can't be told from the file's extension; zrkio formats lists those that are known\n",
+            Run({"info", odd}).err);
 }
 
 TEST_F(ZrkioInfo, TellsTheLayersOfVectorFiles) {

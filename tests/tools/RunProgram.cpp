@@ -4,10 +4,13 @@
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <csignal>
 #include <stdexcept>
 #include <thread>
 
 namespace {
+
+constexpr unsigned kMostSeconds = 120;
 
 std::string Drain(int descriptor) {
   std::string text;
@@ -18,7 +21,13 @@ std::string Drain(int descriptor) {
   return text;
 }
 
+/// A test that is run in the background would hand down that it ignores interrupts.
+void TakeSignalsAsUsual() {
+  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) std::signal(signalNumber, SIG_DFL);
+}
+
 [[noreturn]] void Become(const std::vector<std::string>& command) {
+  ::alarm(kMostSeconds);
   std::vector<char*> arguments;
   for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
@@ -43,6 +52,7 @@ ProgramResult RunProgram(const std::vector<std::string>& command, const ProgramO
     ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
     ::dup2(out[1], STDOUT_FILENO);
     ::dup2(err[1], STDERR_FILENO);
+    TakeSignalsAsUsual();
     if (options.inChild) options.inChild();
     Become(command);
   }
@@ -57,13 +67,23 @@ ProgramResult RunProgram(const std::vector<std::string>& command, const ProgramO
   return result;
 }
 
-ProgramResult RunOnTerminal(const std::vector<std::string>& command) {
+ProgramResult RunOnTerminal(const std::vector<std::string>& command, const Typist& typist) {
   int terminal = -1;
-  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+  const winsize size{24, 80, 0, 0};
+  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
   if (child < 0) throw std::runtime_error("no terminal");
-  if (child == 0) Become(command);
+  if (child == 0) {
+    TakeSignalsAsUsual();
+    Become(command);
+  }
   ProgramResult result;
-  result.out = Drain(terminal);
+  char buffer[4096];
+  for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;) {
+    result.out.append(buffer, static_cast<std::size_t>(got));
+    const std::string keys = typist ? typist(result.out) : "";
+    if (!keys.empty() && ::write(terminal, keys.data(), keys.size()) < 0) break;
+  }
+  ::close(terminal);
   WaitFor(child, result);
   return result;
 }

@@ -18,8 +18,11 @@ struct ProgramOptions {
   std::function<void(pid_t)> whileRunning;  ///< run in the test once the program has begun
 };
 
-/// Runs a program to its end, with empty standard input.
+/// Runs a program to its end, with empty standard input. One that hangs is ended by SIGALRM.
 ProgramResult RunProgram(const std::vector<std::string>& command, const ProgramOptions& options = {});
 
-/// Runs a program on a terminal of its own; `out` is all that the terminal received, `err` stays empty.
-ProgramResult RunOnTerminal(const std::vector<std::string>& command);
+/// Given all that the terminal has shown so far, answers what is typed now.
+using Typist = std::function<std::string(const std::string& shown)>;
+
+/// Runs a program on a terminal of its own, of 80 columns; `out` is all that it was shown, `err` stays empty.
+ProgramResult RunOnTerminal(const std::vector<std::string>& command, const Typist& typist = {});

@@ -1,4 +1,3 @@
-#include "BmpBuilder.h"
 #include "JpegBuilder.h"
 #include "PngReader.h"
 #include "Program.h"
@@ -58,6 +57,16 @@ TEST_F(ZrkioView, ThinImagesKeepOnePixel) {
   const DecodedPng image = DecodePng(folder_.Path("a.png"));
   EXPECT_EQ(10, image.width);
   EXPECT_EQ(1, image.height);
+}
+
+TEST_F(ZrkioView, ThePictureIsNeverPutInPlaceOfTheImage) {
+  const std::vector<unsigned char> bytes = BmpBuilder().Build();
+  const std::string path = Write("a.bmp", bytes);
+  std::filesystem::create_symlink(path, folder_.Path("link.bmp"));
+  const ProgramResult result = Run({"view", path, "-o", folder_.Path("link.bmp")});
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_EQ("zrkio: " + path + ": the output would take the place of this file\n", result.err);
+  EXPECT_EQ(bytes, ReadBytes(path));
 }
 
 TEST_F(ZrkioView, BadChoicesOfBandsFail) {

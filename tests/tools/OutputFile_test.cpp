@@ -1,0 +1,71 @@
+#include "Program.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+#include <csignal>
+
+namespace {
+
+using ZrkioOutput = Zrkio;
+
+TEST_F(ZrkioOutput, AFolderThatIsNoneIsAPlainError) {
+  const std::string path = Write("a.bmp", BmpBuilder().Build());
+  const ProgramResult result = Run({"read", path, "-o", path + "/out.raw"});
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_EQ("zrkio: " + path + ": can't write " + path + "/out.raw (Not a directory)\n", result.err);
+  EXPECT_EQ(1, Run({"read", path, "-o", folder_.Path()}).exitStatus);
+}
+
+TEST_F(ZrkioOutput, AFullDeviceIsAPlainError) {
+  const std::string path = Write("a.bmp", BmpBuilder().Build());
+  for (const char* command : {"read", "view"}) {
+    const ProgramResult result = Run({command, path, "-o", "/dev/full"});
+    EXPECT_EQ(1, result.exitStatus);
+    EXPECT_EQ("zrkio: " + path + ": can't write /dev/full (No space left on device)\n", result.err);
+  }
+}
+
+TEST_F(ZrkioOutput, AFullStandardOutputIsAPlainError) {
+  const std::string path = Write("a.bmp", BmpBuilder().Build());
+  ProgramOptions options;
+  options.inChild = [] { ::dup2(::open("/dev/full", O_WRONLY), STDOUT_FILENO); };
+  const ProgramResult result = Run({"read", path, "-o", "-"}, options);
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_EQ("zrkio: " + path + ": can't write standard output (No space left on device)\n", result.err);
+}
+
+TEST_F(ZrkioOutput, AFileSizeLimitLeavesNothingBehind) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(200, 200).Build());
+  ProgramOptions options;
+  options.inChild = [] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{10000, 10000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  const ProgramResult result = Run({"read", path, "-o", folder_.Path("out.raw")}, options);
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_NE(std::string::npos, result.err.find("can't write " + folder_.Path("out.raw") + " (File too large)"));
+  EXPECT_EQ(1, CountFiles());
+}
+
+TEST_F(ZrkioOutput, AFailureKeepsTheFileThatWasThere) {
+  const std::string path = WriteHuge("a.bmp", 4000);
+  std::filesystem::resize_file(path, 54);  // no row is there
+  folder_.Write("out.raw", "precious");
+  const ProgramResult result = Run({"read", path, "-o", folder_.Path("out.raw")});
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_EQ("zrkio: " + path + ": the pixels can't be read\n", result.err);
+  EXPECT_EQ(8u, ReadBytes(folder_.Path("out.raw")).size());
+  EXPECT_EQ(2, CountFiles());
+}
+
+TEST_F(ZrkioOutput, SuccessReplacesTheFileThatWasThere) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(7, 5).Build());
+  folder_.Write("out.raw", "old");
+  EXPECT_EQ(0, Run({"read", path, "-o", folder_.Path("out.raw")}).exitStatus);
+  EXPECT_EQ(35u, ReadBytes(folder_.Path("out.raw")).size());
+  EXPECT_EQ(2, CountFiles());
+}
+
+}  // namespace
