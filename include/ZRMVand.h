@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <vector>
 
-class GDALDataset;
 class XRSFile;
 class XThread;
 
@@ -55,8 +54,6 @@ class ZRKIO_API ZRMVand : public XObject {
   void SetSR(const XSpatialReference& sr) { sr_ = sr; }
 
  private:
-  int TakeLayers(GDALDataset& dataset, const XString& path, XString& err, XThread* thread);
-
   XRSFile* owner_ = nullptr;  // not owned
   XString name_;
   XSpatialReference sr_;

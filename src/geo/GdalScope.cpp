@@ -1,13 +1,13 @@
 #include "geo/GdalScope.h"
 
-#include <cpl_error.h>
+#include <exception>
 
 namespace zrk {
 
 namespace {
 
-void Collect(CPLErr, CPLErrorNum, const char* message) {
-  static_cast<QuietGdal*>(CPLGetErrorHandlerUserData())->Note(message);
+void Collect(CPLErr severity, CPLErrorNum, const char* message) {
+  static_cast<QuietGdal*>(CPLGetErrorHandlerUserData())->Note(severity, message);
 }
 
 }  // namespace
@@ -18,7 +18,17 @@ QuietGdal::QuietGdal() {
 
 QuietGdal::~QuietGdal() {
   CPLPopErrorHandler();
-  CPLErrorReset();
+}
+
+void QuietGdal::Note(CPLErr severity, const char* message) noexcept {
+  if (severity < CE_Warning || severity < severity_) return;
+  try {
+    lastError_ = message;
+    severity_ = severity;
+  } catch (const std::exception&) {
+    // Without memory for the sentence the failure is told without it.
+    lastError_.Empty();
+  }
 }
 
 }  // namespace zrk

@@ -1,33 +1,33 @@
 #include "XSpatialReference.h"
 
 #include "geo/GdalScope.h"
+#include "geo/Wkt.h"
 
 #include <ogr_spatialref.h>
 #include <ogr_srs_api.h>
-#include <cstdlib>
-#include <cstring>
+#include <charconv>
+#include <exception>
 #include <mutex>
+#include <string_view>
+#include <utility>
 
 namespace {
-
-/// Texts beyond this are no system that anybody wrote.
-constexpr int kMostWktBytes = 1 << 20;
-constexpr int kMostWktDepth = 64;
-
-bool IsPlausibleWkt(const XString& wkt) {
-  if (wkt.IsEmpty() || wkt.GetLength() > kMostWktBytes) return false;
-  int depth = 0;
-  for (const char c : wkt.AsStdString()) {
-    if (c == '[' || c == '(') ++depth;
-    if (c == ']' || c == ')') --depth;
-    if (depth > kMostWktDepth) return false;
-  }
-  return true;
-}
 
 void SwitchNetworkOff() {
   static std::once_flag once;
   std::call_once(once, [] { OSRSetPROJEnableNetwork(0); });
+}
+
+/// The code of a system that carries or deserves one; 0 where it has none.
+int FindEPSG(OGRSpatialReference& system) {
+  system.AutoIdentifyEPSG();
+  const char* authority = system.GetAuthorityName(nullptr);
+  const char* text = system.GetAuthorityCode(nullptr);
+  if (!authority || !text || std::string_view(authority) != "EPSG") return 0;
+  const std::string_view digits = text;
+  int code = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code);
+  return error == std::errc() && end == digits.data() + digits.size() ? code : 0;
 }
 
 }  // namespace
@@ -39,25 +39,40 @@ class XSpatialReference::Impl {
   Impl(const Impl& other) : system_(other.Copy()) {}
   Impl& operator=(const Impl&) = delete;
 
-  /// Runs `use` with the system, alone and without a word on stderr.
-  template <class Use>
-  auto With(Use use) const {
+  OGRSpatialReference Copy() const {
     const std::lock_guard lock(mutex_);
     const zrk::QuietGdal quiet;
-    return use(static_cast<const OGRSpatialReference&>(system_));
-  }
-  template <class Use>
-  auto With(Use use) {
-    const std::lock_guard lock(mutex_);
-    const zrk::QuietGdal quiet;
-    return use(system_);
+    return system_;
   }
 
-  OGRSpatialReference Copy() const {
-    return With([](const OGRSpatialReference& system) { return system; });
+  /// What `use` makes of the system, alone and without a word on stderr; nothing where it throws.
+  template <class Use>
+  auto With(Use use) const -> decltype(use(std::declval<const OGRSpatialReference&>())) {
+    const std::lock_guard lock(mutex_);
+    return Fenced([&] { return use(system_); });
+  }
+  template <class Use>
+  auto With(Use use) -> decltype(use(std::declval<OGRSpatialReference&>())) {
+    const std::lock_guard lock(mutex_);
+    return Fenced([&] { return use(system_); });
+  }
+
+  bool IsSame(const Impl& other) const {
+    const std::scoped_lock lock(mutex_, other.mutex_);
+    return Fenced([&] { return system_.IsSame(&other.system_) != 0; });
   }
 
  private:
+  template <class Use>
+  static auto Fenced(Use use) -> decltype(use()) {
+    const zrk::QuietGdal quiet;
+    try {
+      return use();
+    } catch (const std::exception&) {
+      return {};
+    }
+  }
+
   mutable std::mutex mutex_;
   OGRSpatialReference system_;
 };
@@ -90,7 +105,7 @@ int XSpatialReference::Import(Set set) {
 
 int XSpatialReference::importFromWkt(const XString& wkt) {
   return Import([&](OGRSpatialReference& system) {
-    return IsPlausibleWkt(wkt) ? system.importFromWkt(wkt.GetText()) : OGRERR_CORRUPT_DATA;
+    return zrk::IsPlausibleWkt(wkt) ? system.importFromWkt(wkt.GetText()) : OGRERR_CORRUPT_DATA;
   });
 }
 
@@ -119,12 +134,7 @@ int XSpatialReference::exportToWkt(XString& wkt) const {
     wkt.Empty();
     return 1;
   }
-  char* text = nullptr;
-  const bool isDone =
-      impl_->With([&](const OGRSpatialReference& system) { return system.exportToWkt(&text) == OGRERR_NONE; });
-  if (isDone) wkt = text;
-  CPLFree(text);
-  return isDone ? 1 : 0;
+  return impl_->With([&](const OGRSpatialReference& system) { return zrk::ExportWkt(system, wkt); });
 }
 
 int XSpatialReference::IsGeographic() const {
@@ -133,10 +143,7 @@ int XSpatialReference::IsGeographic() const {
 
 int XSpatialReference::IsSame(const XSpatialReference& other) const {
   if (!impl_ || !other.impl_) return !impl_ && !other.impl_;
-  if (this == &other) return 1;
-  // A copy, so that two locks are never held at once.
-  const OGRSpatialReference copy = other.impl_->Copy();
-  return impl_->With([&](const OGRSpatialReference& system) { return system.IsSame(&copy); });
+  return this == &other || impl_->IsSame(*other.impl_);
 }
 
 int XSpatialReference::IsEmpty() const {
@@ -155,10 +162,9 @@ XString XSpatialReference::GetName() const {
 
 int XSpatialReference::GetEPSG() const {
   if (!impl_) return 0;
-  OGRSpatialReference copy = impl_->Copy();
-  const zrk::QuietGdal quiet;
-  copy.AutoIdentifyEPSG();
-  const char* authority = copy.GetAuthorityName(nullptr);
-  const char* code = copy.GetAuthorityCode(nullptr);
-  return authority && code && std::strcmp(authority, "EPSG") == 0 ? std::atoi(code) : 0;
+  return impl_->With([](const OGRSpatialReference& system) {
+    // A code that is found is written into the system, so a copy is asked.
+    OGRSpatialReference copy = system;
+    return FindEPSG(copy);
+  });
 }

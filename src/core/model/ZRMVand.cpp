@@ -1,47 +1,89 @@
-// Vector files through OGR. Each kind is opened by exactly the driver that is meant, registered by itself, so that neither
-// the environment nor another format's reader has a say.
+// Vector files through OGR. Each kind is opened by exactly the driver that is meant, registered by itself, and the
+// files come to it through the library's own door to the disk, so that neither the environment nor another format's
+// reader has a say.
 
 #include "ZRMVand.h"
 
-#include "base/Disk.h"
+#include "base/XmlGate.h"
+#include "geo/DxfGate.h"
+#include "geo/GdalDisk.h"
 #include "geo/GdalScope.h"
+#include "geo/Wkt.h"
 #include "XFile.h"
 #include "XLimits.h"
 #include "XThread.h"
 
+#include <ogrsf_frmts.h>
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <exception>
 #include <memory>
 #include <mutex>
-#include <ogrsf_frmts.h>
 #include <string>
-#include <string_view>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMVand, XObject);
 
 namespace {
+
+/// An empty sentence lets the file pass.
+using Gate = XString (*)(const XFile& file);
+
+struct Reader {
+  int kind;
+  const char* driver;
+  void (*registerDriver)();
+  Gate gate;
+};
+
+/// How the reading of a file ended.
+enum class End { kDone, kStopped, kFailed };
 
 struct DatasetClose {
   void operator()(GDALDataset* dataset) const { GDALClose(dataset); }
 };
 using Dataset = std::unique_ptr<GDALDataset, DatasetClose>;
 
-/// The driver of a kind, or null where there is none.
-const char* DriverOf(int kind) {
-  switch (kind) {
-    case ZRMVand::kKindDXF:
-      return "DXF";
-    case ZRMVand::kKindDGN:
-      return "DGN";
-    case ZRMVand::kKindSHP:
-      return "ESRI Shapefile";
-    case ZRMVand::kKindKML:
-      return "LIBKML";
-    default:
-      return nullptr;
-  }
+/// Features between two looks at the state word.
+constexpr int kFeaturesPerLook = 256;
+
+XString PassKml(const XFile& file) {
+  const std::int64_t length = file.GetLength();
+  if (length < 0 || length > zrk::GetLimits().tableBytes) return "file is too large";
+  std::string text(static_cast<std::size_t>(length), '\0');
+  if (file.ReadAt(0, text.data(), length) != length) return "file can't be read to its end";
+  return zrk::FindXmlDanger(text, zrk::GetLimits().nestingDepth);
 }
 
-const char* NameOf(int kind) {
+XString PassDxf(const XFile& file) {
+  return zrk::FindDxfDanger(file, zrk::GetLimits().nestingDepth);
+}
+
+/// The driver also takes tables and archives, which are other kinds of file.
+XString PassShapefile(const XFile& file) {
+  constexpr std::array<unsigned char, 4> kFileCode = {0x00, 0x00, 0x27, 0x0A};
+  std::array<unsigned char, 4> start = {};
+  return file.ReadAt(0, start.data(), 4) == 4 && start == kFileCode ? "" : "not a shapefile";
+}
+
+XString PassAny(const XFile&) {
+  return {};
+}
+
+constexpr Reader kReaders[] = {
+    {ZRMVand::kKindDXF, "DXF", &RegisterOGRDXF, &PassDxf},
+    {ZRMVand::kKindDGN, "DGN", &RegisterOGRDGN, &PassAny},
+    {ZRMVand::kKindSHP, "ESRI Shapefile", &RegisterOGRShape, &PassShapefile},
+    {ZRMVand::kKindKML, "LIBKML", &RegisterOGRLIBKML, &PassKml},
+};
+
+const Reader* FindReader(int kind) {
+  const auto reader =
+      std::find_if(std::begin(kReaders), std::end(kReaders), [&](const Reader& r) { return r.kind == kind; });
+  return reader == std::end(kReaders) ? nullptr : reader;
+}
+
+const char* NameOfUnreadable(int kind) {
   switch (kind) {
     case ZRMVand::kKindXVC:
       return "Native vector files";
@@ -54,82 +96,93 @@ const char* NameOf(int kind) {
   }
 }
 
-void RegisterDrivers() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    RegisterOGRShape();
-    RegisterOGRDXF();
-    RegisterOGRDGN();
-    RegisterOGRLIBKML();
-  });
-}
-
-/// Whether an XML text declares a document type, which can make a small file unfold without bound.
-bool DeclaresDocumentType(std::string_view text) {
-  constexpr std::string_view kDeclaration = "<!DOCTYPE";
-  const auto sameLetter = [](char a, char b) { return (a & ~0x20) == (b & ~0x20); };
-  return std::search(text.begin(), text.end(), kDeclaration.begin(), kDeclaration.end(), sameLetter) != text.end();
-}
-
-/// The reason against handing an XML file to a parser; empty where there is none.
-XString RefuseXml(const XFile& file) {
-  const std::int64_t length = file.GetLength();
-  if (length > zrk::GetLimits().tableBytes) return "file is too large";
-  std::string text(static_cast<std::size_t>(std::max<std::int64_t>(length, 0)), '\0');
-  text.resize(static_cast<std::size_t>(file.ReadAt(0, text.data(), length)));
-  // Wide characters would hide the declaration from the search, and an archive its text.
-  if (text.find('\0') != std::string::npos) return "file is not plain text";
-  return DeclaresDocumentType(text) ? "document type declarations are not allowed" : "";
-}
-
-XString RefuseFile(const XString& path, int kind) {
+XString RefuseFile(const XString& path, Gate gate) {
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return file.GetLastErrorText();
-  return kind == ZRMVand::kKindKML ? RefuseXml(file) : XString();
+  return gate(file);
 }
 
-XString SystemOf(const OGRLayer& layer) {
-  const OGRSpatialReference* system = const_cast<OGRLayer&>(layer).GetSpatialRef();
-  if (!system) return {};
-  char* text = nullptr;
-  XString wkt;
-  if (system->exportToWkt(&text) == OGRERR_NONE) wkt = text;
-  CPLFree(text);
-  return wkt;
+Dataset OpenWith(const Reader& reader, const XString& path) {
+  // The KML parser makes its tables when it is first used, and a driver may be registered only once.
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  reader.registerDriver();
+  const char* const drivers[] = {reader.driver, nullptr};
+  const XString name = zrk::PathForGdal(path);
+  return Dataset(GDALDataset::Open(name.GetText(), GDAL_OF_VECTOR | GDAL_OF_READONLY, drivers, nullptr, nullptr));
 }
 
-tagXVectorLayer Describe(OGRLayer& layer) {
-  tagXVectorLayer record;
-  record.name = layer.GetName();
+bool IsStopped(XThread* thread) {
+  return thread && XfnIsStopRequested(thread->GetStatePtr());
+}
+
+/// Widens the extent; one that is no range of finite numbers says nothing.
+void Widen(tagXVectorLayer& layer, const OGREnvelope& by) {
+  const bool isFinite =
+      std::isfinite(by.MinX) && std::isfinite(by.MaxX) && std::isfinite(by.MinY) && std::isfinite(by.MaxY);
+  if (!isFinite || by.MinX > by.MaxX || by.MinY > by.MaxY) return;
+  layer.minX = layer.hasExtent ? std::min(layer.minX, by.MinX) : by.MinX;
+  layer.maxX = layer.hasExtent ? std::max(layer.maxX, by.MaxX) : by.MaxX;
+  layer.minY = layer.hasExtent ? std::min(layer.minY, by.MinY) : by.MinY;
+  layer.maxY = layer.hasExtent ? std::max(layer.maxY, by.MaxY) : by.MaxY;
+  layer.hasExtent = true;
+}
+
+/// Looks at every feature; false where the thread was stopped.
+bool Measure(OGRLayer& layer, tagXVectorLayer& record, XThread* thread) {
+  for (const OGRFeatureUniquePtr& feature : layer) {
+    if (record.numFeatures++ % kFeaturesPerLook == 0 && IsStopped(thread)) return false;
+    const OGRGeometry* geometry = feature->GetGeometryRef();
+    if (!geometry || geometry->IsEmpty()) continue;
+    OGREnvelope extent;
+    geometry->getEnvelope(&extent);
+    Widen(record, extent);
+  }
+  return true;
+}
+
+/// Takes what the headers of a shapefile tell, so that a large one is described at once.
+void TakeSummary(OGRLayer& layer, tagXVectorLayer& record) {
   record.numFeatures = std::max<GIntBig>(layer.GetFeatureCount(TRUE), 0);
   OGREnvelope extent;
-  if (record.numFeatures > 0 && layer.GetExtent(&extent, TRUE) == OGRERR_NONE) {
-    record.hasExtent = true;
-    record.minX = extent.MinX;
-    record.maxX = extent.MaxX;
-    record.minY = extent.MinY;
-    record.maxY = extent.MaxY;
-  }
-  record.wkt = SystemOf(layer);
-  return record;
-}
-
-Dataset OpenWith(const char* driver, const XString& path) {
-  const char* const drivers[] = {driver, nullptr};
-  return Dataset(GDALDataset::Open(path.GetText(), GDAL_OF_VECTOR | GDAL_OF_READONLY, drivers, nullptr, nullptr));
+  if (record.numFeatures > 0 && layer.GetExtent(&extent, TRUE) == OGRERR_NONE) Widen(record, extent);
 }
 
 /// Describes all layers; false where the thread was stopped before the end.
-bool DescribeLayers(GDALDataset& dataset, XThread* thread, std::vector<tagXVectorLayer>& layers) {
+bool DescribeLayers(GDALDataset& dataset, int kind, std::vector<tagXVectorLayer>& layers, XThread* thread) {
   const int numLayers = dataset.GetLayerCount();
   for (int i = 0; i < numLayers; ++i) {
-    if (thread) {
-      thread->CallbackPercent(static_cast<int>(i * 100.0 / numLayers));
-      if (XfnIsStopRequested(thread->GetStatePtr())) return false;
+    if (thread) thread->CallbackPercent(i * 100.0 / numLayers);
+    if (IsStopped(thread)) return false;
+    OGRLayer& layer = *dataset.GetLayer(i);
+    tagXVectorLayer& record = layers.emplace_back();
+    record.name = layer.GetName();
+    if (const OGRSpatialReference* system = layer.GetSpatialRef()) zrk::ExportWkt(*system, record.wkt);
+    if (kind == ZRMVand::kKindSHP) {
+      TakeSummary(layer, record);
+    } else if (!Measure(layer, record, thread)) {
+      return false;
     }
-    layers.push_back(Describe(*dataset.GetLayer(i)));
   }
+  if (thread) thread->CallbackPercent(100.0);
   return true;
+}
+
+/// Reads the file's layers, or gives the reason why they can't be read.
+End ReadLayers(const XString& path, const Reader& reader, std::vector<tagXVectorLayer>& layers, XString& reason,
+               XThread* thread) {
+  const zrk::QuietGdal quiet;
+  const zrk::FixedGdalSwitches switches;
+  try {
+    reason = RefuseFile(path, reader.gate);
+    if (!reason.IsEmpty()) return End::kFailed;
+    const Dataset dataset = OpenWith(reader, path);
+    if (dataset) return DescribeLayers(*dataset, reader.kind, layers, thread) ? End::kDone : End::kStopped;
+    reason = quiet.GetLastError().IsEmpty() ? "not a file of this kind" : zrk::WithPathsOfDisk(quiet.GetLastError());
+  } catch (const std::exception& exception) {
+    reason = exception.what();
+  }
+  return End::kFailed;
 }
 
 }  // namespace
@@ -141,29 +194,17 @@ int ZRMVand::LoadFile(XString path, int kind, XString& err, XThread* thread) {
   layers_.clear();
   name_.Empty();
   sr_.Clear();
-  const char* driver = DriverOf(kind);
-  if (!driver) {
-    err.Format("%s can't be read by this build", NameOf(kind));
+  const Reader* reader = FindReader(kind);
+  if (!reader) {
+    err.Format("%s can't be read by this build", NameOfUnreadable(kind));
     return 0;
   }
-  XString reason = RefuseFile(path, kind);
-  if (reason.IsEmpty()) {
-    RegisterDrivers();
-    const zrk::QuietGdal quiet;
-    const Dataset dataset = OpenWith(driver, path);
-    if (dataset) return TakeLayers(*dataset, path, err, thread);
-    reason = quiet.GetLastError().IsEmpty() ? XString("not a file of this kind") : quiet.GetLastError();
-  }
-  err.Format("Can't read vector file : %s (%s)", path.GetText(), reason.GetText());
-  return 0;
-}
-
-int ZRMVand::TakeLayers(GDALDataset& dataset, const XString& path, XString& err, XThread* thread) {
   std::vector<tagXVectorLayer> layers;
-  if (!DescribeLayers(dataset, thread, layers)) {
-    err.Empty();
-    return 0;
-  }
+  XString reason;
+  const End end = ReadLayers(path, *reader, layers, reason, thread);
+  if (end == End::kStopped) err.Empty();
+  if (end == End::kFailed) err.Format("Can't read vector file : %s (%s)", path.GetText(), reason.GetText());
+  if (end != End::kDone) return 0;
   layers_ = std::move(layers);
   name_ = path;
   if (!layers_.empty() && !layers_.front().wkt.IsEmpty()) sr_.importFromWkt(layers_.front().wkt);
@@ -180,16 +221,18 @@ const tagXVectorLayer* ZRMVand::GetLayerAt(int index) const {
 }
 
 int ZRMVand::GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const {
-  OGREnvelope all;
+  tagXVectorLayer all;
   for (const tagXVectorLayer& layer : layers_) {
     if (!layer.hasExtent) continue;
-    all.Merge(layer.minX, layer.minY);
-    all.Merge(layer.maxX, layer.maxY);
+    OGREnvelope extent;
+    extent.Merge(layer.minX, layer.minY);
+    extent.Merge(layer.maxX, layer.maxY);
+    Widen(all, extent);
   }
-  if (!all.IsInit()) return 0;
-  minX = all.MinX;
-  maxX = all.MaxX;
-  minY = all.MinY;
-  maxY = all.MaxY;
+  if (!all.hasExtent) return 0;
+  minX = all.minX;
+  maxX = all.maxX;
+  minY = all.minY;
+  maxY = all.maxY;
   return 1;
 }

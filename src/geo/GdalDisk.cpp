@@ -1,0 +1,154 @@
+#include "geo/GdalDisk.h"
+
+#include "base/Checked.h"
+#include "base/Disk.h"
+
+#include <cpl_vsi.h>
+#include <sys/stat.h>
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace zrk {
+
+namespace {
+
+// Absolute and relative paths have a folder each, so that what follows needs no guessing: the first keeps its leading
+// separator.
+constexpr const char kPrefix[] = "/vsizrkio/";
+constexpr std::string_view kAbsolute = "absolute";
+constexpr std::string_view kRelative = "relative/";
+
+struct OpenFile {
+  std::shared_ptr<DiskFile> file;
+  std::int64_t position = 0;
+  bool isAtEnd = false;
+};
+
+OpenFile* AsOpenFile(void* handle) {
+  return static_cast<OpenFile*>(handle);
+}
+
+std::shared_ptr<DiskFile> OpenOnDisk(std::string_view name) {
+  std::shared_ptr<DiskFile> file;
+  if (name.starts_with(kRelative)) {
+    name.remove_prefix(kRelative.size());
+  } else if (name.starts_with(kAbsolute)) {
+    name.remove_prefix(kAbsolute.size());
+  } else {
+    errno = ENOENT;
+    return nullptr;
+  }
+  if (const int error = CurrentDisk().Open(std::string(name), {}, file)) {
+    errno = error;
+    return nullptr;
+  }
+  return file;
+}
+
+// GDAL calls these, so nothing may be thrown out of them.
+
+void* Open(void*, const char* name, const char* access) noexcept {
+  if (std::string_view(access).find_first_of("wa+") != std::string_view::npos) {
+    errno = EACCES;
+    return nullptr;
+  }
+  try {
+    auto opened = std::make_unique<OpenFile>(OpenOnDisk(name));
+    return opened->file ? opened.release() : nullptr;
+  } catch (const std::exception&) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+}
+
+int Close(void* handle) noexcept {
+  const std::unique_ptr<OpenFile> closing(AsOpenFile(handle));
+  return 0;
+}
+
+int Stat(void*, const char* name, VSIStatBufL* stat, int) noexcept {
+  try {
+    const std::shared_ptr<DiskFile> file = OpenOnDisk(name);
+    const std::int64_t size = file ? file->Size() : -1;
+    if (size < 0) return -1;
+    *stat = {};
+    stat->st_mode = S_IFREG;
+    stat->st_size = size;
+    return 0;
+  } catch (const std::exception&) {
+    return -1;
+  }
+}
+
+vsi_l_offset Tell(void* handle) noexcept {
+  return static_cast<vsi_l_offset>(AsOpenFile(handle)->position);
+}
+
+int Seek(void* handle, vsi_l_offset offset, int origin) noexcept {
+  OpenFile& opened = *AsOpenFile(handle);
+  const std::int64_t base = origin == SEEK_SET ? 0 : origin == SEEK_CUR ? opened.position : opened.file->Size();
+  const auto target = CheckedAdd(base, static_cast<std::int64_t>(offset));
+  if (base < 0 || !target || *target < 0) return -1;
+  opened.position = *target;
+  opened.isAtEnd = false;
+  return 0;
+}
+
+std::size_t Read(void* handle, void* buffer, std::size_t size, std::size_t count) noexcept {
+  OpenFile& opened = *AsOpenFile(handle);
+  const auto wanted = CheckedMultiply(static_cast<std::int64_t>(size), static_cast<std::int64_t>(count));
+  if (!wanted || *wanted <= 0) return 0;
+  const std::int64_t got = opened.file->ReadAt(opened.position, buffer, *wanted);
+  if (got < *wanted) opened.isAtEnd = true;
+  if (got <= 0) return 0;
+  opened.position += got;
+  return static_cast<std::size_t>(got) / size;
+}
+
+int IsAtEnd(void* handle) noexcept {
+  return AsOpenFile(handle)->isAtEnd ? 1 : 0;
+}
+
+struct CallbacksFree {
+  void operator()(VSIFilesystemPluginCallbacksStruct* callbacks) const {
+    VSIFreeFilesystemPluginCallbacksStruct(callbacks);
+  }
+};
+
+void Install() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    const std::unique_ptr<VSIFilesystemPluginCallbacksStruct, CallbacksFree> callbacks(
+        VSIAllocFilesystemPluginCallbacksStruct());
+    callbacks->open = &Open;
+    callbacks->close = &Close;
+    callbacks->stat = &Stat;
+    callbacks->tell = &Tell;
+    callbacks->seek = &Seek;
+    callbacks->read = &Read;
+    callbacks->eof = &IsAtEnd;
+    VSIInstallPluginHandler(kPrefix, callbacks.get());
+  });
+}
+
+}  // namespace
+
+XString PathForGdal(const XString& path) {
+  Install();
+  std::string name = kPrefix;
+  name += path.GetAt(0) == '/' ? kAbsolute : kRelative;
+  return XString(name + path.AsStdString());
+}
+
+XString WithPathsOfDisk(XString sentence) {
+  sentence.Replace(std::string(kPrefix).append(kRelative), "");
+  sentence.Replace(std::string(kPrefix).append(kAbsolute), "");
+  return sentence;
+}
+
+}  // namespace zrk

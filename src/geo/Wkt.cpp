@@ -1,0 +1,47 @@
+#include "geo/Wkt.h"
+
+#include <cpl_conv.h>
+#include <ogr_spatialref.h>
+#include <algorithm>
+#include <memory>
+
+namespace zrk {
+
+namespace {
+
+/// Texts beyond this are no system that anybody wrote.
+constexpr int kMostBytes = 1 << 20;
+constexpr int kMostDepth = 64;
+
+struct TextFree {
+  void operator()(char* text) const { CPLFree(text); }
+};
+
+}  // namespace
+
+bool IsPlausibleWkt(const XString& wkt) {
+  if (wkt.IsEmpty() || wkt.GetLength() > kMostBytes) return false;
+  int depth = 0;
+  bool isQuoted = false;
+  for (const char c : wkt.AsStdString()) {
+    if (c == '"') isQuoted = !isQuoted;
+    if (isQuoted) continue;
+    if (c == '[' || c == '(') ++depth;
+    if (c == ']' || c == ')') depth = std::max(depth - 1, 0);
+    if (depth > kMostDepth) return false;
+  }
+  return true;
+}
+
+int ExportWkt(const OGRSpatialReference& system, XString& wkt) {
+  // The second option writes a geographic system with heights as a compound one, for which alone WKT 1 has words.
+  const char* const options[] = {"FORMAT=WKT1", "ALLOW_ELLIPSOIDAL_HEIGHT_AS_VERTICAL_CRS=YES", nullptr};
+  char* text = nullptr;
+  const bool isDone = system.exportToWkt(&text, options) == OGRERR_NONE;
+  const std::unique_ptr<char, TextFree> owned(text);
+  if (!isDone || !text) return 0;
+  wkt = text;
+  return 1;
+}
+
+}  // namespace zrk
