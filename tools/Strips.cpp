@@ -43,10 +43,7 @@ const tagXArr2* StripReader::ReadNext(XThread& thread, std::string& err) {
   tagXArr2* strip = nullptr;
   const int isRead =
       band_.ReadSubset(strip, level_, window_.x0, window_.x1, y0, y0 + numRows - 1, thread.GetStatePtr());
-  if (XfnIsStopRequested(thread.GetStatePtr())) {
-    err = "stopped";
-    return nullptr;
-  }
+  if (XfnIsStopRequested(thread.GetStatePtr())) return nullptr;
   if (isRead && TakeShape(*strip, numRows)) {
     next_ += numRows;
     return strip;

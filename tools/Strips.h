@@ -26,7 +26,8 @@ class StripReader {
   StripReader(ZRMBand& band, int level, const Window& window);
 
   bool HasMore() const { return next_ < window_.Height(); }
-  /// The next strip, which belongs to the band until its next read; null with the reason in `err`.
+  /// The next strip, which belongs to the band and lives until its next read. Null where the thread was asked to stop,
+  /// and otherwise with the reason in `err`.
   const tagXArr2* ReadNext(XThread& thread, std::string& err);
 
   /// The size of all strips together, known once the first is read: some bands answer every level at full resolution.

@@ -3,6 +3,7 @@
 #include "ZRKVersion.h"
 
 #include <cstdio>
+#include <exception>
 #include <string>
 
 namespace {
@@ -42,9 +43,8 @@ const char* const kExamples =
     "The exit status is 0 where all went well, 1 where a file could not be handled,\n"
     "and 2 for a command that makes no sense.\n";
 
-}  // namespace
-
-int main(int argc, char** argv) {
+/// Builds the command line's grammar and runs the subcommand that was chosen.
+int Run(int argc, char** argv) {
   CLI::App program("Looks into raster and vector files of remote sensing and mapping.", "zrkio");
   program.set_version_flag("--version", VersionText(), "Print the version and those of the libraries used");
   program.footer(kExamples);
@@ -61,4 +61,15 @@ int main(int argc, char** argv) {
   InstallInterruptHandlers();
   const int result = Parse(program, argc, argv, status);
   return FlushOutput() ? result : kFailedJob;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "zrkio: %s\n", error.what());
+    return kFailedJob;
+  }
 }

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cpl_conv.h>
 #include <ogr_spatialref.h>
+#include <ogr_srs_api.h>
 #include <atomic>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -126,18 +129,90 @@ TEST(XSpatialReference, TextsWithoutBoundAreRefused) {
   EXPECT_EQ(0, sr.importFromWkt(XString(deep)));
 }
 
+TEST(XSpatialReference, WritesWkt1WhateverTheEnvironmentPrefers) {
+  const CPLConfigOptionSetter preference("OSR_WKT_FORMAT", "WKT2_2018", false);
+  XSpatialReference sr;
+  ASSERT_EQ(1, sr.importFromEPSG(32633));
+  EXPECT_EQ(0, WktOf(sr).Find("PROJCS[\"WGS 84 / UTM zone 33N\""));
+}
+
+TEST(XSpatialReference, WritesGeographicHeightsAsACompoundSystem) {
+  XSpatialReference sr, again;
+  ASSERT_EQ(1, sr.importFromEPSG(4979));
+  const XString wkt = WktOf(sr);
+  EXPECT_EQ(0, wkt.Find("COMPD_CS["));
+  ASSERT_EQ(1, again.importFromWkt(wkt));
+  EXPECT_EQ(1, again.IsSame(sr));
+}
+
+TEST(XSpatialReference, LeavesTheTextAloneWhereThereIsNoWkt1) {
+  // A system of time has no words in WKT 1.
+  XSpatialReference sr;
+  ASSERT_EQ(1, sr.importFromWkt("TIMECRS[\"t\",TDATUM[\"d\",TIMEORIGIN[2000-01-01]],CS[TemporalDateTime,1],"
+                                "AXIS[\"time\",future]]"));
+  XString wkt = "as it was";
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, sr.exportToWkt(wkt));
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+  EXPECT_EQ("as it was", wkt.AsStdString());
+}
+
+TEST(XSpatialReference, TakesNoCodeThatIsNoNumber) {
+  for (const char* code : {"99999999999999999999", "12x", "", "-"}) {
+    XString wkt;
+    wkt.Format(
+        "GEOGCS[\"a\",DATUM[\"b\",SPHEROID[\"c\",6000000,290]],PRIMEM[\"Greenwich\",0],"
+        "UNIT[\"degree\",0.0174532925199433],AUTHORITY[\"EPSG\",\"%s\"]]",
+        code);
+    XSpatialReference sr;
+    ASSERT_EQ(1, sr.importFromWkt(wkt)) << code;
+    EXPECT_EQ(0, sr.GetEPSG()) << code;
+  }
+}
+
+TEST(XSpatialReference, FindsTheCodeOfASystemWithoutOne) {
+  XSpatialReference sr;
+  ASSERT_EQ(1, sr.SetWellKnownGeogCS("NAD27"));
+  ASSERT_EQ(1, sr.SetUTM(18));
+  EXPECT_EQ(26718, sr.GetEPSG());
+  EXPECT_EQ(0, sr.IsGeographic());
+}
+
+TEST(XSpatialReference, AsksNoNetworkForGrids) {
+  XSpatialReference sr;
+  ASSERT_EQ(1, sr.importFromEPSG(4326));
+  EXPECT_EQ(0, OSRGetPROJEnableNetwork());
+}
+
+TEST(XSpatialReference, OutlivesTheThreadThatMadeIt) {
+  auto sr = std::make_unique<XSpatialReference>();
+  XString before;
+  std::thread([&] {
+    sr->importFromEPSG(32633);
+    before = WktOf(*sr);
+  }).join();
+  EXPECT_EQ(before, WktOf(*sr));
+  XSpatialReference again;
+  again.importFromEPSG(32633);
+  EXPECT_EQ(1, sr->IsSame(again));
+  EXPECT_EQ(32633, sr->GetEPSG());
+  std::thread([&] { sr.reset(); }).join();
+}
+
 TEST(XSpatialReferenceThreads, IsReadByManyAtOnce) {
   XSpatialReference sr, other;
   sr.importFromEPSG(32633);
   other.importFromEPSG(32733);
-  const std::string expected = WktOf(sr).AsStdString();
+  const XString expected = WktOf(sr);
   std::atomic<int> numWrong = 0;
   std::vector<std::thread> threads;
   for (int t = 0; t < 8; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < 20; ++i) {
         const XSpatialReference copy = sr;
-        if (WktOf(copy).AsStdString() != expected || !copy.IsSame(sr)) ++numWrong;
+        if (WktOf(sr) != expected || WktOf(copy) != expected) ++numWrong;
+        if (!copy.IsSame(sr) || sr.IsGeographic() || sr.GetEPSG() != 32633) ++numWrong;
+        // In both orders, so that two locks would meet.
         if (t % 2 == 0 ? sr.IsSame(other) : other.IsSame(sr)) ++numWrong;
       }
     });

@@ -88,7 +88,7 @@ TEST(StripReader, HearsAStopBetweenStrips) {
   EXPECT_NE(nullptr, strips.ReadNext(thread, err));
   thread.SetState(XThread::kStateStop);
   EXPECT_EQ(nullptr, strips.ReadNext(thread, err));
-  EXPECT_EQ("stopped", err);
+  EXPECT_EQ("", err);
 }
 
 TEST(StripReader, ReadsAGreyJpegAtOnceBecauseEachReadDecodesIt) {

@@ -1,0 +1,121 @@
+#include "geo/GdalDisk.h"
+
+#include "FaultyDisk.h"
+#include "TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cpl_vsi.h>
+#include <sys/stat.h>
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <memory>
+
+namespace {
+
+struct Close {
+  void operator()(VSILFILE* file) const { VSIFCloseL(file); }
+};
+using File = std::unique_ptr<VSILFILE, Close>;
+
+class GdalDisk : public testing::Test {
+ protected:
+  void SetUp() override { folder_.Write("a.txt", "0123456789"); }
+  File Open(const char* access = "rb") { return File(VSIFOpenL(Name("a.txt").GetText(), access)); }
+  XString Name(const char* file) const { return zrk::PathForGdal(folder_.Path(file)); }
+
+  TempFolder folder_;
+};
+
+TEST_F(GdalDisk, ReadsAFile) {
+  const File file = Open();
+  ASSERT_TRUE(file);
+  char text[5] = {};
+  EXPECT_EQ(4u, VSIFReadL(text, 1, 4, file.get()));
+  EXPECT_STREQ("0123", text);
+  EXPECT_EQ(4u, VSIFTellL(file.get()));
+  EXPECT_FALSE(VSIFEofL(file.get()));
+}
+
+TEST_F(GdalDisk, AnswersWholeItemsAtTheEnd) {
+  const File file = Open();
+  char text[12] = {};
+  EXPECT_EQ(2u, VSIFReadL(text, 4, 3, file.get()));
+  EXPECT_STREQ("0123456789", text);
+  EXPECT_TRUE(VSIFEofL(file.get()));
+  EXPECT_EQ(0, VSIFSeekL(file.get(), 0, SEEK_SET));
+  EXPECT_FALSE(VSIFEofL(file.get()));
+}
+
+TEST_F(GdalDisk, SeeksFromAllOriginsAndNowhereElse) {
+  const File file = Open();
+  EXPECT_EQ(0, VSIFSeekL(file.get(), 0, SEEK_END));
+  EXPECT_EQ(10u, VSIFTellL(file.get()));
+  EXPECT_EQ(0, VSIFSeekL(file.get(), 3, SEEK_SET));
+  EXPECT_EQ(0, VSIFSeekL(file.get(), 2, SEEK_CUR));
+  EXPECT_EQ(5u, VSIFTellL(file.get()));
+  EXPECT_EQ(-1, VSIFSeekL(file.get(), std::numeric_limits<vsi_l_offset>::max(), SEEK_SET));
+  EXPECT_EQ(-1, VSIFSeekL(file.get(), std::numeric_limits<std::int64_t>::max(), SEEK_CUR));
+  EXPECT_EQ(5u, VSIFTellL(file.get()));
+}
+
+TEST_F(GdalDisk, RefusesRequestsBeyondAllSizes) {
+  const File file = Open();
+  char text[1];
+  EXPECT_EQ(0u, VSIFReadL(text, std::numeric_limits<std::size_t>::max() / 2, 4, file.get()));
+  EXPECT_EQ(0u, VSIFReadL(text, 0, 4, file.get()));
+}
+
+TEST_F(GdalDisk, OpensNothingForWriting) {
+  EXPECT_FALSE(Open("r+b"));
+  EXPECT_FALSE(Open("wb"));
+  EXPECT_FALSE(Open("ab"));
+  EXPECT_EQ(10u, ReadBytes(folder_.Path("a.txt")).size());
+}
+
+TEST_F(GdalDisk, KnowsRegularFilesOnly) {
+  VSIStatBufL stat;
+  ASSERT_EQ(0, VSIStatL(Name("a.txt").GetText(), &stat));
+  EXPECT_EQ(10, stat.st_size);
+  EXPECT_TRUE(VSI_ISREG(stat.st_mode));
+  EXPECT_EQ(-1, VSIStatL(Name("none.txt").GetText(), &stat));
+  EXPECT_EQ(-1, VSIStatL(Name(".").GetText(), &stat));
+  ASSERT_EQ(0, ::mkfifo(folder_.Path("pipe").c_str(), 0600));
+  EXPECT_EQ(-1, VSIStatL(Name("pipe").GetText(), &stat));
+  EXPECT_EQ(nullptr, VSIFOpenL(Name("pipe").GetText(), "rb"));
+}
+
+TEST_F(GdalDisk, ListsNoFolder) {
+  EXPECT_EQ(nullptr, VSIReadDir(Name(".").GetText()));
+}
+
+TEST_F(GdalDisk, GoesThroughTheDiskInPlace) {
+  FaultyDisk disk;
+  const zrk::ScopedDisk inPlace(disk);
+  const File file = Open();
+  ASSERT_TRUE(file);
+  EXPECT_EQ(1, disk.GetOpenCount());
+  disk.FailRead(1);
+  char text[4];
+  EXPECT_EQ(0u, VSIFReadL(text, 1, 4, file.get()));
+  EXPECT_TRUE(VSIFEofL(file.get()));
+}
+
+TEST_F(GdalDisk, TellsAbsoluteFromRelativePaths) {
+  VSIStatBufL stat;
+  const std::string relative = std::filesystem::relative(folder_.Path("a.txt")).string();
+  EXPECT_EQ(0, VSIStatL(zrk::PathForGdal(relative).GetText(), &stat));
+  EXPECT_EQ(-1, VSIStatL(zrk::PathForGdal(folder_.Path("a.txt").substr(1)).GetText(), &stat));
+  EXPECT_EQ(-1, VSIStatL("/vsizrkio/a.txt", &stat));
+}
+
+TEST_F(GdalDisk, TurnsItsNamesBackIntoPaths) {
+  for (const char* path : {"/a/b.shp", "a/b.shp", "b.shp", "../b.shp"}) {
+    const XString sentence = "Unable to open " + zrk::PathForGdal(path) + " or " + zrk::PathForGdal(path) + ".";
+    EXPECT_EQ(std::string("Unable to open ") + path + " or " + path + ".",
+              zrk::WithPathsOfDisk(sentence).AsStdString());
+  }
+}
+
+}  // namespace
