@@ -58,7 +58,8 @@ void* Open(void*, const char* name, const char* access) noexcept {
     return nullptr;
   }
   try {
-    auto opened = std::make_unique<OpenFile>(OpenOnDisk(name));
+    auto opened = std::make_unique<OpenFile>();
+    opened->file = OpenOnDisk(name);
     return opened->file ? opened.release() : nullptr;
   } catch (const std::exception&) {
     errno = ENOMEM;
