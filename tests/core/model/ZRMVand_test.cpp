@@ -16,14 +16,6 @@
 #include <thread>
 #include <vector>
 
-#if defined(__SANITIZE_THREAD__)
-/// GDAL makes a mutex and takes it while it holds the lock on the making of mutexes, and makes others while it holds
-/// that one. Nobody else can hold what has just been made, so the order does no harm.
-extern "C" const char* __tsan_default_suppressions() {
-  return "deadlock:libgdal.so";
-}
-#endif
-
 namespace {
 
 const std::string kPlacemark =
