@@ -155,10 +155,15 @@ class ZRKIO_API XBand : public XObject {
   /// Copies 256 counts; null is ignored.
   void SetHistogram(const std::int64_t* histogram);
 
+  /// The rows of the source that are decoded together, 1 where any read costs the same: reads that begin with a
+  /// multiple of this number and take a multiple of it decode nothing twice.
+  int GetDecodeRows() const { return decodeRows_; }
+
   double GetNullValue() const { return nullValue_; }
   void SetNullValue(double nullValue) { nullValue_ = nullValue; }
 
  protected:
+  void SetDecodeRows(int decodeRows) { decodeRows_ = decodeRows; }
   /// Whether buffers are to be freed: where `force` is nonzero, or free physical memory is at or below 20.0 percent.
   static bool IsMemoryWanted(int force);
   /// Whether the window is a valid one of this band.
@@ -188,4 +193,5 @@ class ZRKIO_API XBand : public XObject {
   double bandStdDev_ = kNotSet;
   std::array<std::int64_t, 256> histogram_{};
   double nullValue_ = kNotSet;
+  int decodeRows_ = 1;
 };

@@ -50,6 +50,7 @@ class ZRKIO_API ChannelReads {
     record.request = request;
     record.isFilled = false;
     record.image = image_;
+    for (tagXArr2& channel : record.channels) channel.isLent = true;
     return record;
   }
   /// The calling thread's last request; all -1 before its first.

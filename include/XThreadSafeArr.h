@@ -30,7 +30,9 @@ class ZRKIO_API XThreadSafeArr2 {
   /// The calling thread's buffer, sized to the request; null if memory ran out or the shape can't be.
   tagXArr2* GetBuffer(int width, int height, int elementSize) {
     tagXArr2* buffer = buffers_.TryGet();
-    return buffer && buffer->Alloc(width, height, elementSize) ? buffer : nullptr;
+    if (!buffer || !buffer->Alloc(width, height, elementSize)) return nullptr;
+    buffer->isLent = true;
+    return buffer;
   }
   /// The calling thread's buffer as it stands; its `data` is null before the first sized request.
   tagXArr2* GetBuffer() { return buffers_.TryGet(); }

@@ -30,6 +30,7 @@ struct ZRKIO_API tagXArr2 {
   int elementSize = 0;            ///< bytes of one sample
   int* rowOffsets = nullptr;      ///< `ySize` byte offsets of the rows from `data`
   int* colOffsets = nullptr;      ///< `xSize` byte offsets of the columns within a row
+  bool isLent = false;            ///< it belongs to a band, which hands it out as a result
 
  private:
   zrk::PixelStorage storage_;

@@ -47,6 +47,7 @@ int ZRMBandJPG::ReadFile(XString path, XString& err, XThread*) {
   path_ = path;
   numChannels_ = header.numChannels;
   paletteSize_ = numChannels_ == 1 ? 256 : 0;
+  SetDecodeRows(numChannels_ == 1 ? header.height : 1);
   for (auto& table : palette_) std::iota(table.begin(), table.end(), static_cast<unsigned char>(0));
   SetSize(header.width, header.height);
   SetPixelSize(1.0, 1.0);

@@ -57,6 +57,7 @@ tagXArr2& tagXArr2::operator=(tagXArr2&& other) noexcept {
   elementSize = std::exchange(other.elementSize, 0);
   rowOffsets = std::exchange(other.rowOffsets, nullptr);
   colOffsets = std::exchange(other.colOffsets, nullptr);
+  isLent = std::exchange(other.isLent, false);
   return *this;
 }
 

@@ -12,8 +12,8 @@ namespace {
 
 // Rooms of one floor do not see each other.
 const std::map<std::string, int> kFloors = {
-    {"base", 0},  {"geo", 1},  {"math", 1},     {"core", 2},    {"codec", 3},   {"bands", 4}, {"rpf", 4},
-    {"tiles", 4}, {"hawk", 4}, {"dispatch", 5}, {"writers", 6}, {"display", 6}, {"tools", 7},
+    {"base", 0},  {"geo", 1},  {"math", 1},    {"codec", 2},    {"core", 3},    {"bands", 4}, {"rpf", 4},
+    {"tiles", 4}, {"hawk", 4}, {"writers", 4}, {"dispatch", 5}, {"display", 6}, {"tools", 7},
 };
 
 // Headers of the operating system that the ground floor stands on.

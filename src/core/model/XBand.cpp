@@ -203,7 +203,9 @@ int XBand::BuildLowerLevelsForTIP(double, int, int, int, int, bool) {
 
 int XBand::CloneBand(ZRMBand* source) {
   if (!source) return 0;
+  const int decodeRows = decodeRows_;  // of this band's own pixels
   *this = static_cast<const XBand&>(*source);
+  decodeRows_ = decodeRows;
   return 1;
 }
 

@@ -1,0 +1,101 @@
+#include "core/level/BlobStore.h"
+
+#include "base/Checked.h"
+#include "base/Cursor.h"
+#include "XLimits.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace zrk {
+namespace {
+
+constexpr std::array<unsigned char, 4> kMark = {'C', 'M', '3', '.'};
+
+void Append(std::vector<unsigned char>& bytes, std::uint64_t value, int numBytes) {
+  for (int i = 0; i < numBytes; ++i) bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
+}
+
+bool IsPossible(const BlobPlace& place, std::int64_t storeBytes) {
+  return place.size > 0 && place.coding <= TileCoding::kRawZstd && FitsWithin(place.offset, place.size, storeBytes);
+}
+
+}  // namespace
+
+std::vector<unsigned char> FormatBlobTable(const BlobTable& table) {
+  std::vector<unsigned char> bytes(kMark.begin(), kMark.end());
+  Append(bytes, table.places.size(), 4);
+  Append(bytes, static_cast<std::uint64_t>(table.storeBytes), 8);
+  for (const BlobPlace& place : table.places) {
+    Append(bytes, static_cast<std::uint64_t>(place.offset), 8);
+    Append(bytes, place.size, 4);
+    Append(bytes, static_cast<std::uint32_t>(place.coding), 4);
+  }
+  return bytes;
+}
+
+bool ParseBlobTable(std::span<const unsigned char> bytes, std::int64_t numTiles, BlobTable& table) {
+  Cursor cursor(bytes);
+  if (!std::ranges::equal(cursor.Bytes(kMark.size()), kMark) || cursor.U32LE() != numTiles) return false;
+  table.storeBytes = cursor.I64LE();
+  if (static_cast<std::int64_t>(cursor.Remaining()) < numTiles * BlobTable::kEntryBytes) return false;
+  table.places.resize(static_cast<std::size_t>(numTiles));
+  for (BlobPlace& place : table.places) {
+    place.offset = cursor.I64LE();
+    place.size = cursor.U32LE();
+    place.coding = static_cast<TileCoding>(cursor.U32LE());
+    if (!IsPossible(place, table.storeBytes)) return false;
+  }
+  return true;
+}
+
+std::shared_ptr<BlobStore> BlobStore::Open(const PyramidLayout& layout, std::shared_ptr<DiskFile> file,
+                                           std::int64_t offset) {
+  const std::int64_t fileBytes = file->Size();
+  if (layout.NumTiles() > (GetLimits().tableBytes - BlobTable::kHeadBytes) / BlobTable::kEntryBytes) return nullptr;
+  const std::int64_t tableBytes = BlobTable::Bytes(layout.NumTiles());
+  if (!FitsWithin(offset, tableBytes, fileBytes)) return nullptr;
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(tableBytes));
+  if (file->ReadAt(offset, bytes.data(), tableBytes) != tableBytes) return nullptr;
+  BlobTable table;
+  if (!ParseBlobTable(bytes, layout.NumTiles(), table)) return nullptr;
+  if (!FitsWithin(offset, table.storeBytes, fileBytes)) return nullptr;
+  return std::make_shared<BlobStore>(layout, std::move(file), offset, std::move(table));
+}
+
+bool BlobStore::Decode(std::int64_t tileNumber, int width, int height, Desk& desk, void* out) const {
+  const BlobPlace& place = table_.places[static_cast<std::size_t>(tileNumber)];
+  // No tile needs a larger blob, and so no file can ask for more memory than its tiles take.
+  if (place.size > 2 * Layout().TileBytes() + 8192) return false;
+  desk.blob.resize(place.size);
+  if (file_->ReadAt(offset_ + place.offset, desk.blob.data(), place.size) != place.size) return false;
+  return DecodeTile(desk.blob, place.coding, Layout().Shape().dataType, width, height, out, desk.room);
+}
+
+bool BlobStore::ReadPiece(const TilePiece& piece, unsigned char* out, std::int64_t stride) const {
+  const PyramidLayout& layout = Layout();
+  const int xTile = layout.Shape().xTile, yTile = layout.Shape().yTile, sampleBytes = layout.SampleBytes();
+  const int width = std::min(xTile, layout.Width(piece.level) - piece.column * xTile);
+  const int height = std::min(yTile, layout.Height(piece.level) - piece.row * yTile);
+  const std::int64_t rowBytes = std::int64_t{width} * sampleBytes;
+  const std::int64_t number = layout.TileNumber(piece.level, piece.column, piece.row);
+  Desk& desk = desks_.Get();
+  if (piece.width == width && piece.height == height && stride == rowBytes) {
+    return Decode(number, width, height, desk, out);
+  }
+  if (desk.tileNumber != number) {
+    desk.tileNumber = -1;
+    desk.samples.resize(static_cast<std::size_t>(rowBytes * height));
+    if (!Decode(number, width, height, desk, desk.samples.data())) return false;
+    desk.tileNumber = number;
+  }
+  const unsigned char* from = desk.samples.data() + piece.y * rowBytes + std::int64_t{piece.x} * sampleBytes;
+  for (int y = 0; y < piece.height; ++y) {
+    std::memcpy(out + y * stride, from + y * rowBytes,
+                static_cast<std::size_t>(piece.width) * static_cast<std::size_t>(sampleBytes));
+  }
+  return true;
+}
+
+}  // namespace zrk

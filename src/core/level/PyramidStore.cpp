@@ -1,0 +1,178 @@
+#include "core/level/PyramidStore.h"
+
+#include "base/DataTypeVisit.h"
+#include "math/SampleFilter.h"
+#include "XThread.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <vector>
+
+namespace zrk {
+namespace {
+
+/// Tiles are read and changed through a room of this size on the stack, so that neither needs memory of its own.
+constexpr std::int64_t kRoomBytes = 64 << 10;
+using Room = std::array<unsigned char, kRoomBytes>;
+
+void CopyRows(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
+              std::int64_t rowBytes, int rows) {
+  for (int y = 0; y < rows; ++y) {
+    std::memcpy(to + y * toStride, from + y * fromStride, static_cast<std::size_t>(rowBytes));
+  }
+}
+
+/// As `CopyRows`, but samples equal to the null value leave what is there.
+template <class Sample>
+void CopyKeptRows(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
+                  int width, int rows, Sample nullSample) {
+  for (int y = 0; y < rows; ++y) {
+    const auto* source = reinterpret_cast<const Sample*>(from + y * fromStride);
+    for (int x = 0; x < width; ++x) {
+      Sample sample;
+      std::memcpy(&sample, source + x, sizeof(Sample));
+      if (sample != nullSample)
+        std::memcpy(to + y * toStride + x * std::int64_t{sizeof(Sample)}, &sample, sizeof(Sample));
+    }
+  }
+}
+
+}  // namespace
+
+PyramidStore::~PyramidStore() = default;
+
+bool PyramidStore::HasWindow(const tagXArr2& buffer, int level, int left, int top) const {
+  if (level < 0 || level > layout_.Shape().levels || left < 0 || top < 0) return false;
+  return buffer.data && buffer.elementSize == layout_.SampleBytes() && buffer.xSize <= layout_.Width(level) - left &&
+         buffer.ySize <= layout_.Height(level) - top;
+}
+
+bool PyramidStore::Read(tagXArr2& buffer, int level, int left, int top, const int* cancel) const {
+  if (!HasWindow(buffer, level, left, top)) return false;
+  const std::int64_t sampleBytes = layout_.SampleBytes(), stride = buffer.xSize * sampleBytes;
+  return ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, [&](const TilePiece& piece, int x, int y) {
+    if (XfnIsStopRequested(cancel)) return false;
+    return ReadPiece(piece, buffer.data + y * stride + x * sampleBytes, stride);
+  });
+}
+
+bool PyramidStore::Write(const tagXArr2&, int, int, int, bool, double) {
+  return false;
+}
+
+std::int64_t PlainStore::Place(const TilePiece& piece) const {
+  const PyramidLayout& layout = Layout();
+  return offset_ + layout.TileNumber(piece.level, piece.column, piece.row) * layout.TileBytes() +
+         piece.y * layout.TileRowBytes() + std::int64_t{piece.x} * layout.SampleBytes();
+}
+
+// Rows of a tile lie together, so that a few of them come with one read even where only some of their columns are
+// wanted.
+
+bool PlainStore::ReadPiece(const TilePiece& piece, unsigned char* out, std::int64_t stride) const {
+  const std::int64_t rowBytes = std::int64_t{piece.width} * Layout().SampleBytes(), tileRow = Layout().TileRowBytes();
+  const bool isOneRange = rowBytes == tileRow && stride == rowBytes;
+  const auto roomRows = static_cast<int>(std::min<std::int64_t>((kRoomBytes - rowBytes) / tileRow + 1, piece.height));
+  const int step = isOneRange ? piece.height : kRoomBytes < rowBytes ? 1 : roomRows;
+  std::int64_t place = Place(piece);
+  for (int y = 0; y < piece.height; y += step, place += step * tileRow) {
+    const int rows = std::min(step, piece.height - y);
+    const std::int64_t count = (rows - 1) * tileRow + rowBytes;
+    unsigned char* const target = out + y * stride;
+    if (isOneRange || rows == 1) {
+      if (file_->ReadAt(place, target, count) != count) return false;
+      continue;
+    }
+    Room room;
+    if (file_->ReadAt(place, room.data(), count) != count) return false;
+    CopyRows(room.data(), tileRow, target, stride, rowBytes, rows);
+  }
+  return true;
+}
+
+bool PlainStore::Write(const tagXArr2& buffer, int level, int left, int top, bool keepNull, double nullValue) {
+  if (!HasWindow(buffer, level, left, top)) return false;
+  const std::int64_t sampleBytes = Layout().SampleBytes(), stride = buffer.xSize * sampleBytes;
+  bool canBeNull = false;
+  VisitDataType(Layout().Shape().dataType, [&](auto zero) { canBeNull = CanEqual<decltype(zero)>(nullValue); });
+  return ForEachPiece(Layout(), level, left, top, buffer.xSize, buffer.ySize,
+                      [&](const TilePiece& piece, int x, int y) {
+                        return WritePiece(piece, buffer.data + y * stride + x * sampleBytes, stride,
+                                          keepNull && canBeNull ? &nullValue : nullptr);
+                      });
+}
+
+// What lies between the samples in the file is read, and written back with them.
+
+bool PlainStore::WritePiece(const TilePiece& piece, const unsigned char* from, std::int64_t stride,
+                            const double* keptNull) {
+  const std::int64_t sampleBytes = Layout().SampleBytes(), tileRow = Layout().TileRowBytes();
+  const int partWidth = std::min(piece.width, static_cast<int>(kRoomBytes / sampleBytes));
+  const auto partHeight = static_cast<int>((kRoomBytes - partWidth * sampleBytes) / tileRow) + 1;
+  for (int y = 0; y < piece.height; y += partHeight) {
+    for (int x = 0; x < piece.width; x += partWidth) {
+      const TilePiece part{piece.level,
+                           piece.column,
+                           piece.row,
+                           piece.x + x,
+                           piece.y + y,
+                           std::min(partWidth, piece.width - x),
+                           std::min(partHeight, piece.height - y)};
+      if (!WritePart(part, from + y * stride + x * sampleBytes, stride, keptNull)) return false;
+    }
+  }
+  return true;
+}
+
+bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std::int64_t stride,
+                           const double* keptNull) {
+  const std::int64_t rowBytes = std::int64_t{part.width} * Layout().SampleBytes(), tileRow = Layout().TileRowBytes();
+  const std::int64_t count = (part.height - 1) * tileRow + rowBytes, place = Place(part);
+  const bool coversAll = !keptNull && (part.height == 1 || rowBytes == tileRow);
+  Room room;
+  const std::int64_t got = coversAll ? count : file_->ReadAt(place, room.data(), count);
+  if (got < 0) return false;
+  std::fill(room.begin() + got, room.begin() + count, 0);  // beyond the end of the file
+  if (keptNull) {
+    VisitDataType(Layout().Shape().dataType, [&](auto zero) {
+      using Sample = decltype(zero);
+      CopyKeptRows(from, stride, room.data(), tileRow, part.width, part.height, static_cast<Sample>(*keptNull));
+    });
+  } else {
+    CopyRows(from, stride, room.data(), tileRow, rowBytes, part.height);
+  }
+  return file_->WriteAt(place, room.data(), count) == 0;
+}
+
+void PlainStore::LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const {
+  const std::int64_t tileRowBytes = Layout().TileRowBytes();
+  const std::int64_t imageRowBytes = std::int64_t{Layout().Width(part.level)} * Layout().SampleBytes();
+  const std::int64_t from = column * tileRowBytes, rowBytes = std::min(tileRowBytes, imageRowBytes - from);
+  for (int r = 0; r < part.numRows; ++r, tile += tileRowBytes) {
+    std::memcpy(tile, rows + r * imageRowBytes + from, static_cast<std::size_t>(rowBytes));
+    std::memset(tile + rowBytes, 0, static_cast<std::size_t>(tileRowBytes - rowBytes));
+  }
+}
+
+bool PlainStore::WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging) {
+  const PyramidLayout& layout = Layout();
+  // The last row of tiles is filled up with zeros. Whole tiles lie next to each other and are written some at a time;
+  // of parts of tiles each is a write of its own.
+  const bool isLast = part.row == layout.Rows(part.level) - 1;
+  const bool isWhole = part.y == 0 && (part.numRows == layout.Shape().yTile || isLast);
+  const std::int64_t stepBytes = isWhole ? layout.TileBytes() : part.numRows * layout.TileRowBytes();
+  constexpr std::int64_t kWriteBytes = 1 << 20;
+  const auto perWrite = static_cast<int>(isWhole ? std::max<std::int64_t>(kWriteBytes / stepBytes, 1) : 1);
+  staging.assign(static_cast<std::size_t>(perWrite * stepBytes), 0);
+  const int numColumns = layout.Columns(part.level);
+  for (int column = 0; column < numColumns; column += perWrite) {
+    const int count = std::min(perWrite, numColumns - column);
+    for (int i = 0; i < count; ++i) LayOutTile(part, column + i, rows, staging.data() + i * stepBytes);
+    const std::int64_t place = Place({part.level, column, part.row, 0, part.y, 0, 0});
+    if (file_->WriteAt(place, staging.data(), count * stepBytes) != 0) return false;
+  }
+  return true;
+}
+
+}  // namespace zrk

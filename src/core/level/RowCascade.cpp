@@ -1,0 +1,121 @@
+#include "core/level/RowCascade.h"
+
+#include "math/HalfMean.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace zrk {
+
+void ReduceRows(const PyramidLayout& layout, int level, const Reduction& how, const unsigned char* upper,
+                const unsigned char* lower, unsigned char* out) {
+  const int dataType = layout.Shape().dataType;
+  unsigned char doubled[2][2 * sizeof(double)];
+  if (layout.Width(level) == 1) {
+    const auto size = static_cast<std::size_t>(layout.SampleBytes());
+    for (int i = 0; i < 2; ++i) {
+      std::memcpy(doubled[0] + i * size, upper, size);
+      std::memcpy(doubled[1] + i * size, lower, size);
+    }
+    upper = doubled[0];
+    lower = doubled[1];
+  }
+  if (how.thematic) {
+    MostFrequentOfFour(dataType, upper, lower, layout.Width(level + 1), out);
+  } else {
+    MeanOfFourKept(dataType, upper, lower, layout.Width(level + 1), out, how.nullValue);
+  }
+}
+
+RowCascade::RowCascade(const PyramidLayout& layout, int lastLevel, const Reduction& how, RowTaker& taker)
+    : layout_(layout),
+      lastLevel_(lastLevel),
+      how_(how),
+      taker_(taker),
+      images_(static_cast<std::size_t>(lastLevel) + 1) {
+  for (int level = 0; level <= lastLevel; ++level) {
+    Image& image = images_[static_cast<std::size_t>(level)];
+    image.rowBytes = std::int64_t{layout.Width(level)} * layout.SampleBytes();
+    const int mostRows = std::min(layout.Shape().yTile, layout.Height(level));
+    image.rows.resize(static_cast<std::size_t>(image.rowBytes * mostRows));
+  }
+}
+
+void RowCascade::Start(int firstRow) {
+  for (std::size_t level = 0; level < images_.size(); ++level) {
+    Image& image = images_[level];
+    image.firstRow = firstRow >> level;
+    image.numRows = image.numPaired = 0;
+    image.hasPending = false;
+  }
+}
+
+int RowCascade::GetRoom() const {
+  const Image& image = images_.front();
+  const int yTile = layout_.Shape().yTile;
+  const int next = image.firstRow + image.numRows;
+  return std::min(yTile - next % yTile, layout_.Height(0) - next);
+}
+
+unsigned char* RowCascade::GetPlace() {
+  return Row(images_.front(), images_.front().numRows);
+}
+
+bool RowCascade::Put(int numRows) {
+  return PutRows(0, numRows);
+}
+
+bool RowCascade::PutRows(int level, int numRows) {
+  Image& image = images_[static_cast<std::size_t>(level)];
+  image.numRows += numRows;
+  if (level < lastLevel_ && !PairRows(level)) return false;
+  const bool isTileFull = (image.firstRow + image.numRows) % layout_.Shape().yTile == 0;
+  return !isTileFull || Flush(level);
+}
+
+bool RowCascade::PairRows(int level) {
+  Image& image = images_[static_cast<std::size_t>(level)];
+  if (image.hasPending && image.numPaired < image.numRows) {
+    image.hasPending = false;
+    if (!Reduce(level, image.pending.data(), Row(image, image.numPaired++))) return false;
+  }
+  while (image.numPaired + 2 <= image.numRows) {
+    const unsigned char* upper = Row(image, image.numPaired);
+    image.numPaired += 2;
+    if (!Reduce(level, upper, upper + image.rowBytes)) return false;
+  }
+  return true;
+}
+
+bool RowCascade::Reduce(int level, const unsigned char* upper, const unsigned char* lower) {
+  Image& next = images_[static_cast<std::size_t>(level) + 1];
+  ReduceRows(layout_, level, how_, upper, lower, Row(next, next.numRows));
+  return PutRows(level + 1, 1);
+}
+
+bool RowCascade::Flush(int level) {
+  Image& image = images_[static_cast<std::size_t>(level)];
+  if (image.numRows == 0) return true;
+  if (!taker_.TakeRows(level, image.firstRow, image.numRows, image.rows.data())) return false;
+  if (level < lastLevel_ && image.numPaired < image.numRows) {
+    const unsigned char* last = Row(image, image.numPaired);
+    image.pending.assign(last, last + image.rowBytes);
+    image.hasPending = true;
+  }
+  image.firstRow += image.numRows;
+  image.numRows = image.numPaired = 0;
+  return true;
+}
+
+bool RowCascade::Finish() {
+  for (int level = 0; level <= lastLevel_; ++level) {
+    if (!Flush(level)) return false;
+    // An image of one row is the mean of that row with itself below.
+    Image& image = images_[static_cast<std::size_t>(level)];
+    const bool isOneRow = level < lastLevel_ && layout_.Height(level) == 1;
+    if (isOneRow && image.hasPending && !Reduce(level, image.pending.data(), image.pending.data())) return false;
+  }
+  return true;
+}
+
+}  // namespace zrk

@@ -1,0 +1,54 @@
+#include "ZRMBandEPOT.h"
+
+#include "base/Fence.h"
+
+X_IMPLEMENT_RUNTIME_CLASS(ZRMBandEPOT, ZRMBand);
+
+ZRMBandEPOT::ZRMBandEPOT() = default;
+ZRMBandEPOT::~ZRMBandEPOT() = default;
+
+int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, int dataType, int xTileSize,
+                          int yTileSize, int levels, int compression) {
+  SetSize(xSize, ySize);
+  SetDataType(dataType);
+  SetTileSize(xTileSize, yTileSize);
+  SetCompressionInfo(compression);
+  SetOffsetInFile(offset);
+  levels_ = levels;
+  const int isSet = zrk::FencedRead(
+      [&] { return epot_.SetImage(file, offset, xSize, ySize, dataType, xTileSize, yTileSize, levels, compression); });
+  SetDecodeRows(isSet && compression == kCompressionTiles ? yTileSize : 1);
+  return isSet;
+}
+
+int ZRMBandEPOT::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
+  int left = 0, top = 0, width = 0, height = 0;
+  if (!GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) return 0;
+  return zrk::FencedRead([&] {
+    const bool isCallers = out && out->data && !out->isLent;
+    tagXArr2* const buffer = isCallers ? out : buffers_.GetBuffer(width, height, GetDataSize());
+    if (!buffer || !epot_.Read(*buffer, level, left, top, cancel)) return 0;
+    out = buffer;
+    CleanupMemory(0, 0);
+    return 1;
+  });
+}
+
+int ZRMBandEPOT::WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue) {
+  if (!data || !IsInside(x0, x1, y0, y1) || data->xSize != x1 - x0 + 1 || data->ySize != y1 - y0 + 1) return 0;
+  return zrk::FencedRead([&] { return epot_.Write(*data, 0, x0, y0, keepNull, nullValue); });
+}
+
+int ZRMBandEPOT::GetLevel() {
+  return levels_;
+}
+
+int ZRMBandEPOT::BuildLowerLevelsForTIP(double nullValue, int first, int last, int firstRow, int lastRow,
+                                        bool thematic) {
+  return zrk::FencedRead([&] { return epot_.BuildLowerLevels(nullValue, first, last, firstRow, lastRow, thematic); });
+}
+
+int ZRMBandEPOT::CleanupMemory(int freeBuffers, int force) {
+  if (freeBuffers && IsMemoryWanted(force)) buffers_.FreeCurrentThreadsBuffer();
+  return 1;
+}

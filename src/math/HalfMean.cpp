@@ -1,0 +1,216 @@
+// Compiled once for every instruction set that the machine may have; Highway includes this file again for each. Sums
+// are kept in lanes of twice the width. Signed integers are rounded by their absolute value.
+
+#include "math/HalfMean.h"
+
+#include "base/DataTypeVisit.h"
+#include "math/MeanOfFour.h"
+#include "math/SampleFilter.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "math/HalfMean.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace zrk {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class Sample>
+void PlainMeans(const Sample* upper, const Sample* lower, std::size_t first, std::size_t count, Sample* out) {
+  for (std::size_t i = first; i < count; ++i) {
+    out[i] = MeanOfFour(upper[2 * i], upper[2 * i + 1], lower[2 * i], lower[2 * i + 1]);
+  }
+}
+
+#if HWY_TARGET != HWY_SCALAR
+/// Sums of neighbours in lanes of twice the width: unsigned ones by mask and shift, signed ones by two shifts.
+template <class Wide, class V>
+hn::Vec<Wide> PairSums(Wide wide, V samples) {
+  using Lane = hn::TFromD<Wide>;
+  constexpr int kHalf = sizeof(Lane) * 4;
+  const auto pairs = hn::BitCast(wide, samples);
+  if constexpr (static_cast<Lane>(-1) < Lane{0}) {
+    return hn::Add(hn::ShiftRight<kHalf>(hn::ShiftLeft<kHalf>(pairs)), hn::ShiftRight<kHalf>(pairs));
+  } else {
+    const auto mask = hn::Set(wide, static_cast<Lane>((Lane{1} << kHalf) - 1));
+    return hn::Add(hn::And(pairs, mask), hn::ShiftRight<kHalf>(pairs));
+  }
+}
+
+template <class Wide, class V>
+V RoundedQuarters(Wide wide, V sums) {
+  using Lane = hn::TFromD<Wide>;
+  const auto two = hn::Set(wide, Lane{2});
+  if constexpr (static_cast<Lane>(-1) < Lane{0}) {
+    const auto sign = hn::ShiftRight<static_cast<int>(sizeof(Lane) * 8 - 1)>(sums);
+    const auto size = hn::ShiftRight<2>(hn::Add(hn::Abs(sums), two));
+    return hn::Sub(hn::Xor(size, sign), sign);
+  } else {
+    return hn::ShiftRight<2>(hn::Add(sums, two));
+  }
+}
+
+/// Samples of 8 and 16 bits; `Lane` is the type of twice the width and of the same sign.
+template <class Lane, class Sample>
+void NarrowMeans(const Sample* upper, const Sample* lower, std::size_t count, Sample* out) {
+  const hn::ScalableTag<Sample> narrow;
+  const hn::Repartition<Lane, decltype(narrow)> wide;
+  const hn::RebindToSigned<decltype(wide)> demoted;  // a mean fits in it, and is demoted from there
+  const hn::Rebind<Sample, decltype(wide)> half;
+  const std::size_t lanes = hn::Lanes(wide);
+  std::size_t i = 0;
+  for (; i + lanes <= count; i += lanes) {
+    const auto sums =
+        hn::Add(PairSums(wide, hn::LoadU(narrow, upper + 2 * i)), PairSums(wide, hn::LoadU(narrow, lower + 2 * i)));
+    hn::StoreU(hn::DemoteTo(half, hn::BitCast(demoted, RoundedQuarters(wide, sums))), half, out + i);
+  }
+  PlainMeans(upper, lower, i, count, out);
+}
+
+void Means(const std::uint8_t* upper, const std::uint8_t* lower, std::size_t count, std::uint8_t* out) {
+  NarrowMeans<std::uint16_t>(upper, lower, count, out);
+}
+void Means(const std::int8_t* upper, const std::int8_t* lower, std::size_t count, std::int8_t* out) {
+  NarrowMeans<std::int16_t>(upper, lower, count, out);
+}
+void Means(const std::uint16_t* upper, const std::uint16_t* lower, std::size_t count, std::uint16_t* out) {
+  NarrowMeans<std::uint32_t>(upper, lower, count, out);
+}
+void Means(const std::int16_t* upper, const std::int16_t* lower, std::size_t count, std::int16_t* out) {
+  NarrowMeans<std::int32_t>(upper, lower, count, out);
+}
+
+/// The sums of neighbours of two vectors of floats, as doubles: those of the lower half and those of the upper half.
+template <class D>
+void PairSumsInDoubles(D floats, const float* from, hn::Vec<hn::Repartition<double, D>>& low,
+                       hn::Vec<hn::Repartition<double, D>>& high) {
+  const hn::Repartition<double, D> doubles;
+  const hn::Half<D> half;
+  const auto first = hn::LoadU(floats, from), second = hn::LoadU(floats, from + hn::Lanes(floats));
+  const auto even = hn::ConcatEven(floats, second, first), odd = hn::ConcatOdd(floats, second, first);
+  low = hn::Add(hn::PromoteTo(doubles, hn::LowerHalf(half, even)), hn::PromoteTo(doubles, hn::LowerHalf(half, odd)));
+  high = hn::Add(hn::PromoteTo(doubles, hn::UpperHalf(half, even)), hn::PromoteTo(doubles, hn::UpperHalf(half, odd)));
+}
+
+void Means(const float* upper, const float* lower, std::size_t count, float* out) {
+  const hn::ScalableTag<float> floats;
+  const hn::Repartition<double, decltype(floats)> doubles;
+  const hn::Half<decltype(floats)> half;
+  const auto quarter = hn::Set(doubles, 0.25);
+  const std::size_t lanes = hn::Lanes(floats);
+  std::size_t i = 0;
+  for (; i + lanes <= count; i += lanes) {
+    hn::Vec<decltype(doubles)> low0, high0, low1, high1;
+    PairSumsInDoubles(floats, upper + 2 * i, low0, high0);
+    PairSumsInDoubles(floats, lower + 2 * i, low1, high1);
+    hn::StoreU(hn::DemoteTo(half, hn::Mul(hn::Add(low0, low1), quarter)), half, out + i);
+    hn::StoreU(hn::DemoteTo(half, hn::Mul(hn::Add(high0, high1), quarter)), half, out + i + lanes / 2);
+  }
+  PlainMeans(upper, lower, i, count, out);
+}
+#endif
+
+template <class Sample>
+void Means(const Sample* upper, const Sample* lower, std::size_t count, Sample* out) {
+  PlainMeans(upper, lower, 0, count, out);
+}
+
+void MeansOfType(int dataType, const void* upper, const void* lower, std::size_t count, void* out) {
+  VisitDataType(dataType, [&](auto zero) {
+    using Sample = decltype(zero);
+    Means(static_cast<const Sample*>(upper), static_cast<const Sample*>(lower), count, static_cast<Sample*>(out));
+  });
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zrk
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+#include <type_traits>
+
+namespace zrk {
+namespace {
+
+HWY_EXPORT(MeansOfType);
+
+template <class Sample>
+using SumOf = std::conditional_t<std::is_integral_v<Sample>, std::int64_t, double>;
+
+template <class Sample>
+Sample RoundedMean(SumOf<Sample> sum, int count) {
+  if constexpr (std::is_integral_v<Sample>) {
+    const std::int64_t mean = (2 * (sum < 0 ? -sum : sum) + count) / (2 * count);
+    return static_cast<Sample>(sum < 0 ? -mean : mean);
+  } else {
+    return static_cast<Sample>(sum / (0.25 * count));
+  }
+}
+
+template <class Sample>
+Sample MeanOfKept(const Sample (&four)[4], Sample nullSample) {
+  SumOf<Sample> sum = 0;  // of quarters for reals, which can't overflow
+  int count = 0;
+  for (const Sample sample : four) {
+    if (sample == nullSample) continue;
+    sum += std::is_integral_v<Sample> ? static_cast<SumOf<Sample>>(sample)
+                                      : static_cast<SumOf<Sample>>(0.25 * static_cast<double>(sample));
+    ++count;
+  }
+  if (count == 4) return MeanOfFour(four[0], four[1], four[2], four[3]);
+  return count == 0 ? nullSample : RoundedMean<Sample>(sum, count);
+}
+
+template <class Sample>
+Sample MostFrequent(const Sample (&four)[4]) {
+  const auto [a, b, c, d] = four;
+  if (a == b || a == c || a == d) return a;
+  if (b == c || b == d) return b;
+  return c == d ? c : a;
+}
+
+template <class Sample, class Choose>
+void ReduceRow(const void* upper, const void* lower, int count, void* out, Choose choose) {
+  const auto* u = static_cast<const Sample*>(upper);
+  const auto* l = static_cast<const Sample*>(lower);
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+    const Sample four[4] = {u[2 * i], u[2 * i + 1], l[2 * i], l[2 * i + 1]};
+    static_cast<Sample*>(out)[i] = choose(four);
+  }
+}
+
+}  // namespace
+
+void MeanOfFour(int dataType, const void* upper, const void* lower, int count, void* out) {
+  HWY_DYNAMIC_DISPATCH(MeansOfType)(dataType, upper, lower, static_cast<std::size_t>(count), out);
+}
+
+void MeanOfFourKept(int dataType, const void* upper, const void* lower, int count, void* out, double nullValue) {
+  VisitDataType(dataType, [&](auto zero) {
+    using Sample = decltype(zero);
+    if (!CanEqual<Sample>(nullValue)) {
+      MeanOfFour(dataType, upper, lower, count, out);
+      return;
+    }
+    const auto nullSample = static_cast<Sample>(nullValue);
+    ReduceRow<Sample>(upper, lower, count, out,
+                      [nullSample](const Sample(&four)[4]) { return MeanOfKept(four, nullSample); });
+  });
+}
+
+void MostFrequentOfFour(int dataType, const void* upper, const void* lower, int count, void* out) {
+  VisitDataType(dataType, [&](auto zero) {
+    using Sample = decltype(zero);
+    ReduceRow<Sample>(upper, lower, count, out, [](const Sample(&four)[4]) { return MostFrequent(four); });
+  });
+}
+
+}  // namespace zrk
+#endif
