@@ -46,6 +46,9 @@ struct PyramidJob {
 
 enum class PyramidResult { kDone, kStopped, kReadFailed, kWriteFailed };
 
+/// What the caller is told of a build that failed.
+const char* GetSentence(PyramidResult result);
+
 /// Fills the stores of all bands, level by level in one pass over the sources, and takes the statistics of their tops.
 ///
 /// The work is shared by as many threads as `XfnGetWorkerCount` tells, each of which reads the sources; the bytes that
