@@ -16,6 +16,10 @@
 
 class XThread;
 
+namespace zrk {
+struct FieldAccess;
+}
+
 /// One opened dataset: its bands, vector sets and all that is stored about it as a whole.
 ///
 /// The dataset owns what is added to it and deletes it with itself, followers before their master. Getters hand out
@@ -96,12 +100,24 @@ class ZRKIO_API XRSFile : public XObject {
   double GetYPixelSize() const;
   XSpatialReference* GetSR() const;
 
-  /// Reads a native raster file.
+  // Both answer 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is
+  // beyond the limits of `XLimits.h`, or does not hold together.
+
+  /// Reads a native raster file into a dataset without bands, which then owns the open file; name and path become
+  /// `path`.
   int LoadFileZRM(XString path, XString& err, XThread* thread);
   /// Fills the dataset from the XML text that native and level files end in.
+  ///
+  /// A dataset without bands gets them from the text; they read from the file that is attached, and without one they
+  /// serve no read. A dataset that has bands keeps them, and the text has to fit them: as many, each of the size of the
+  /// first and the type of the last. It sets their statistics, their system, and what is known of how they were taken,
+  /// and never what reading them stands on: name, type, size, tiles, place in the world. Lists and records of the
+  /// dataset are replaced where the text has some.
   int LoadStringZRM(XString xml, XString& err, XThread* thread);
 
  private:
+  friend struct zrk::FieldAccess;
+
   XFile* file_ = nullptr;
   std::unique_ptr<XFile> ownedFile_;
   std::unique_ptr<tagXRadarScene> radarScene_;

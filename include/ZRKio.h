@@ -36,6 +36,7 @@
 #include "XROI.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
+#include "XRSFileSaver.h"
 #include "XRSScanSensorParam.h"
 #include "XRSSIG.h"
 #include "XSarParam.h"

@@ -13,6 +13,10 @@
 class XEPOT2D;
 class XRSFile;
 
+namespace zrk {
+struct FieldAccess;
+}
+
 /// The kind of a band that holds class numbers, whose GIS list has one colour for each.
 inline constexpr int kBandTypeThematic = 8;
 
@@ -240,6 +244,8 @@ class ZRKIO_API ZRMBand : public XBand {
   void CopyGeometry(const ZRMBand& master);
 
  private:
+  friend struct zrk::FieldAccess;
+
   void CopyAcquisition(const ZRMBand& source);
 
   XRSFile* owner_ = nullptr;

@@ -128,13 +128,3 @@ XSpatialReference* XRSFile::GetSR() const {
   ZRMBand* first = GetBandAt(0);
   return first ? first->GetSR() : nullptr;
 }
-
-int XRSFile::LoadFileZRM(XString, XString& err, XThread*) {
-  err = "Native raster files can't be read by this build";
-  return 0;
-}
-
-int XRSFile::LoadStringZRM(XString, XString& err, XThread*) {
-  err = "Native raster texts can't be read by this build";
-  return 0;
-}

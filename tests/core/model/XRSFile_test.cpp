@@ -209,11 +209,3 @@ TEST(XRSFile, WithoutBandsYieldsNoPlace) {
   EXPECT_EQ(dataset.GetYPixelSize(), 1.0);
   EXPECT_EQ(dataset.GetSR(), nullptr);
 }
-
-TEST(XRSFile, SaysThatNativeFilesCantBeRead) {
-  XRSFile dataset;
-  XString err;
-  EXPECT_EQ(dataset.LoadFileZRM("any.zrm", err, nullptr), 0);
-  EXPECT_EQ(err, "Native raster files can't be read by this build");
-  EXPECT_EQ(dataset.GetNumOfBands(), 0);
-}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "core/native/BandFields.h"
+#include "core/native/XmlArchive.h"
+#include "XRSFile.h"
+#include "XSpatialReference.h"
+
+#include <pugixml.hpp>
+#include <string>
+
+namespace zrk {
+
+/// Reads projections. The bands of a dataset mostly share one system, and importing takes long, so the last one is
+/// kept.
+class ProjectionReader {
+ public:
+  /// Sets the band's system, where the text has one that can be understood.
+  void Read(XmlReader& reader, ZRMBand& band);
+
+ private:
+  XString wkt_;
+  XSpatialReference sr_;
+};
+
+/// The sentence for an element that holds no valid value.
+XString InvalidValue(const std::string& name);
+
+/// Statistics and what is known of how the band was taken.
+void ReadDescription(XmlReader& reader, ZRMBand& band);
+/// What makes a band itself: names, kinds, null value, place in the world. The projection has to be read before.
+void ReadIdentity(XmlReader& reader, ZRMBand& band);
+
+/// The fields of a dataset as its text has them, apart from the dataset until all is known to be valid.
+class DatasetText {
+ public:
+  explicit DatasetText(const XRSFile& dataset);
+
+  /// `invalidName` gets the name of an element that holds no valid value.
+  void Read(pugi::xml_node element, int numBands, std::string& invalidName);
+  /// Hands over what was read: single values as they are, lists and records where there are some.
+  void MoveTo(XRSFile& dataset);
+
+ private:
+  XRSFile text_;
+};
+
+}  // namespace zrk

@@ -1,0 +1,97 @@
+// A level file belongs to an image that is already open. Its text is read into copies of the image's bands, so that
+// nothing of the image changes until all of it is known to be valid.
+
+#include "core/native/FieldLoad.h"
+#include "core/native/NativeLoad.h"
+#include "core/native/NativeXml.h"
+#include "ZRMBandComplex.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zrk {
+
+namespace {
+
+constexpr char kNotOfTheImage[] = "The level data does not belong to the image";
+
+int CountOf(const pugi::xml_object_range<pugi::xml_named_node_iterator>& elements) {
+  return static_cast<int>(std::distance(elements.begin(), elements.end()));
+}
+
+/// Whether the text was written for these bands. Level files record the size of the first band and the type of the last
+/// for all of them.
+bool IsOfTheImage(const XRSFile& dataset, pugi::xml_node root, std::string& invalidName) {
+  const auto elements = root.children(kTagBand);
+  if (CountOf(elements) != dataset.GetNumOfBands()) return false;
+  const ZRMBand& first = *dataset.GetBandAt(0);
+  const ZRMBand& last = *dataset.GetBandAt(dataset.GetNumOfBands() - 1);
+  return std::all_of(elements.begin(), elements.end(), [&](pugi::xml_node element) {
+    XmlReader reader(element, invalidName);
+    BandLayout layout;
+    VisitLayout(reader, layout);
+    return layout.xSize == first.GetXSize() && layout.ySize == first.GetYSize() &&
+           layout.dataType == last.GetDataType();
+  });
+}
+
+using Bands = std::vector<std::unique_ptr<ZRMBand>>;
+
+/// Copies of the dataset's bands with what the text says of each.
+Bands ReadBands(const XRSFile& dataset, pugi::xml_node root, std::string& invalidName) {
+  Bands bands;
+  ProjectionReader projections;
+  for (const pugi::xml_node element : root.children(kTagBand)) {
+    auto band = std::make_unique<ZRMBand>();
+    band->CloneBand(dataset.GetBandAt(static_cast<int>(bands.size())));
+    XmlReader reader(element, invalidName);
+    projections.Read(reader, *band);
+    ReadDescription(reader, *band);
+    bands.push_back(std::move(band));
+  }
+  return bands;
+}
+
+/// The inner band of a complex one is the one that statistics are asked of.
+void CopyStatistics(const ZRMBand& source, ZRMBand* target) {
+  if (!target) return;
+  target->SetBandMin(source.GetBandMin());
+  target->SetBandMax(source.GetBandMax());
+  target->SetBandMean(source.GetBandMean());
+  target->SetBandStdDev(source.GetBandStdDev());
+  target->SetHistogram(source.GetHistogram());
+}
+
+void TakeOver(ZRMBand& band, ZRMBand& text) {
+  // Only the fields: a band's own way of cloning may take pixels over.
+  band.ZRMBand::CloneBand(&text);
+  if (band.IsKindOf(ZRMBandComplex::GetRuntimeClassStatic())) {
+    CopyStatistics(text, static_cast<ZRMBandComplex&>(band).GetInnerBand());
+  }
+}
+
+}  // namespace
+
+int LoadLevelFields(XRSFile& dataset, const pugi::xml_document& document, XString& err) {
+  const pugi::xml_node root = document.document_element();
+  std::string invalidName;
+  if (!IsOfTheImage(dataset, root, invalidName)) {
+    err = kNotOfTheImage;
+    return 0;
+  }
+  const Bands bands = ReadBands(dataset, root, invalidName);
+  DatasetText text(dataset);
+  text.Read(root, dataset.GetNumOfBands(), invalidName);
+  if (!invalidName.empty()) {
+    err = InvalidValue(invalidName);
+    return 0;
+  }
+  for (int i = 0; i < dataset.GetNumOfBands(); ++i)
+    TakeOver(*dataset.GetBandAt(i), *bands[static_cast<std::size_t>(i)]);
+  text.MoveTo(dataset);
+  return 1;
+}
+
+}  // namespace zrk

@@ -1,0 +1,99 @@
+// A native raster file is a header, the bodies of the bands, and the XML that describes them; the header says where the
+// XML begins. The text alone also ends a level file, for which the bands are there already.
+
+#include "base/Cursor.h"
+#include "core/native/NativeHeader.h"
+#include "core/native/NativeLoad.h"
+#include "core/native/NativeXml.h"
+#include "XFile.h"
+#include "XLimits.h"
+#include "XRSFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace {
+
+constexpr char kNotComplete[] = "The native raster file is not complete";
+
+/// Where the XML begins; -1, and a sentence, where the header does not tell.
+std::int64_t ReadHeader(const XFile& file, XString& err) {
+  std::array<unsigned char, zrk::kNativeHeaderSize> bytes{};
+  const std::int64_t count = file.ReadAt(0, bytes.data(), zrk::kNativeHeaderSize);
+  if (count < 4 || std::memcmp(bytes.data(), zrk::kNativeMagic, 4) != 0) {
+    err = "Invalid ZRM Magic string";
+    return -1;
+  }
+  zrk::Cursor cursor(bytes);
+  cursor.Skip(4);
+  const std::uint32_t version = cursor.U32LE();
+  const std::int64_t offset = cursor.I64LE();
+  if (count < zrk::kNativeHeaderSize) {
+    err = kNotComplete;
+  } else if (version != zrk::kNativeVersion) {
+    err.Format("Native raster files of version %u can't be read", version);
+  } else if (offset < zrk::kNativeHeaderSize || offset >= file.GetLength()) {
+    err = kNotComplete;
+  } else {
+    return offset;
+  }
+  return -1;
+}
+
+/// The text from `offset` to the end of the file; empty, and a sentence, where it can't be had.
+std::string ReadText(const XFile& file, std::int64_t offset, XString& err) {
+  const std::int64_t bytes = file.GetLength() - offset;
+  if (bytes > zrk::GetLimits().xmlBytes) {
+    err = "The raster metadata is refused: the text is too long";
+    return {};
+  }
+  // The file may have been cut since its header was read.
+  std::string text(static_cast<std::size_t>(std::max<std::int64_t>(bytes, 0)), '\0');
+  if (bytes > 0 && file.ReadAt(offset, text.data(), bytes) == bytes) return text;
+  err = kNotComplete;
+  return {};
+}
+
+int LoadFile(XRSFile& dataset, const XString& path, XString& err) {
+  if (dataset.GetNumOfBands() > 0) {
+    err = "The dataset has bands already";
+    return 0;
+  }
+  auto file = std::make_unique<XFile>();
+  if (!file->Open(path, XFile::kRead | XFile::kShareDenyNone)) {
+    err = "Fail to open ZRM file";
+    return 0;
+  }
+  const std::int64_t offset = ReadHeader(*file, err);
+  if (offset < 0) return 0;
+  const std::string text = ReadText(*file, offset, err);
+  pugi::xml_document document;
+  if (text.empty() || !zrk::ParseNativeXml(text, document, err)) return 0;
+  if (!zrk::LoadNewBands(dataset, document, {file.get(), offset}, err)) return 0;
+  dataset.SetFile(file.release(), 1);
+  dataset.SetName(path);
+  dataset.SetFilePath(path);
+  return 1;
+}
+
+int LoadText(XRSFile& dataset, const XString& xml, XString& err) {
+  pugi::xml_document document;
+  if (!zrk::ParseNativeXml(xml.AsStdString(), document, err)) return 0;
+  if (dataset.GetNumOfBands() > 0) return zrk::LoadLevelFields(dataset, document, err);
+  XFile* file = dataset.GetFilePtr();
+  return zrk::LoadNewBands(dataset, document, {file, file ? file->GetLength() : 0}, err);
+}
+
+}  // namespace
+
+int XRSFile::LoadFileZRM(XString path, XString& err, XThread*) {
+  return zrk::FencedLoad(err, [&] { return LoadFile(*this, path, err); });
+}
+
+int XRSFile::LoadStringZRM(XString xml, XString& err, XThread*) {
+  return zrk::FencedLoad(err, [&] { return LoadText(*this, xml, err); });
+}

@@ -1,0 +1,75 @@
+#include "core/native/NativeXml.h"
+
+#include "base/XmlGate.h"
+#include "core/native/XmlArchive.h"
+#include "XLimits.h"
+
+#include <cstdint>
+#include <new>
+#include <string>
+
+namespace zrk {
+
+namespace {
+
+// What a document has beside its elements is kept, so that it can be written back.
+constexpr unsigned kParseFlags = pugi::parse_default | pugi::parse_declaration | pugi::parse_comments | pugi::parse_pi;
+
+/// Whether more elements begin in the text than are allowed; comments and the like count as well.
+bool HasTooManyElements(std::string_view text, int maxElements) {
+  std::int64_t count = 0;
+  for (std::size_t place = text.find('<'); place != std::string_view::npos; place = text.find('<', place + 1)) {
+    if (text.substr(place + 1, 1) != "/" && ++count > maxElements) return true;
+  }
+  return false;
+}
+
+XString FindDanger(std::string_view text) {
+  const Limits limits = GetLimits();
+  if (static_cast<std::int64_t>(text.size()) > limits.xmlBytes) return "the text is too long";
+  if (HasTooManyElements(text, limits.xmlElements)) return "it has too many elements";
+  return FindXmlDanger(text, limits.nestingDepth);
+}
+
+class StringWriter : public pugi::xml_writer {
+ public:
+  void write(const void* data, std::size_t size) override { text_.append(static_cast<const char*>(data), size); }
+  std::string& GetText() { return text_; }
+
+ private:
+  std::string text_;
+};
+
+}  // namespace
+
+bool ParseNativeXml(std::string_view text, pugi::xml_document& document, XString& err) {
+  if (const XString danger = FindDanger(text); !danger.IsEmpty()) {
+    err = "The raster metadata is refused: " + danger;
+    return false;
+  }
+  const pugi::xml_parse_result result =
+      document.load_buffer(text.data(), text.size(), kParseFlags, pugi::encoding_utf8);
+  if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
+  if (result && document.document_element()) return true;
+  err = "The raster metadata is not well formed";
+  return false;
+}
+
+XString FormatNativeXml(const pugi::xml_document& document) {
+  StringWriter writer;
+  document.save(writer, " ", pugi::format_default | pugi::format_no_declaration, pugi::encoding_utf8);
+  return XString(std::move(writer.GetText()));
+}
+
+bool ReplaceProjections(XString& xml, const XString& wkt) {
+  pugi::xml_document document;
+  XString err;
+  if (!ParseNativeXml(xml.AsStdString(), document, err)) return false;
+  for (const pugi::xml_node band : document.document_element().children(kTagBand)) {
+    if (band.child(kTagProjection)) XmlWriter(band).Field(kTagProjection, wkt);
+  }
+  xml = FormatNativeXml(document);
+  return true;
+}
+
+}  // namespace zrk

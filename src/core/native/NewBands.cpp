@@ -1,0 +1,159 @@
+// Every number of the text is checked before a band is made of it: sizes and tiles against the limits, and the places
+// of the bodies against the file and against each other.
+
+#include "base/Checked.h"
+#include "core/native/FieldLoad.h"
+#include "core/native/NativeHeader.h"
+#include "core/native/NativeLoad.h"
+#include "core/native/NativeXml.h"
+#include "XEPOT2D.h"
+#include "XLimits.h"
+#include "ZRMBandEPOT.h"
+
+#include <algorithm>
+#include <climits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zrk {
+
+namespace {
+
+// Far more than any sensor has, and few enough that the records of the bands stay small beside a machine's memory.
+constexpr std::size_t kMaxBands = 1 << 14;
+
+/// A band as the text describes it.
+struct BandText {
+  pugi::xml_node element;
+  BandLayout layout;
+  BandPlace place;
+};
+
+bool IsPositiveInt(long value) {
+  return 0 < value && value <= INT_MAX;
+}
+
+/// Whether such an image can be, within the limits.
+bool IsPossible(const BandLayout& layout) {
+  const Limits limits = GetLimits();
+  if (!IsPositiveInt(layout.xSize) || !IsPositiveInt(layout.ySize)) return false;
+  if (!IsPositiveInt(layout.xTileSize) || !IsPositiveInt(layout.yTileSize)) return false;
+  if (layout.levels < 0 || layout.levels > 30 || layout.dataType < 0 || layout.dataType > INT_MAX) return false;
+  const int dataSize = XfnGetDataSize(static_cast<int>(layout.dataType));
+  if (dataSize <= 0 || layout.xSize > limits.imagePixels / layout.ySize) return false;
+  const std::optional<std::int64_t> tileBytes = CheckedMultiply(layout.xTileSize * layout.yTileSize, dataSize);
+  return tileBytes && *tileBytes <= limits.decodedTileBytes;
+}
+
+/// The bytes of an uncompressed body; 0 where there can't be one.
+std::int64_t StoreSize(const BandLayout& layout) {
+  return XEPOT2D::CalcSize(static_cast<int>(layout.xSize), static_cast<int>(layout.ySize),
+                           static_cast<int>(layout.dataType), static_cast<int>(layout.xTileSize),
+                           static_cast<int>(layout.yTileSize), static_cast<int>(layout.levels));
+}
+
+XString FindFault(const BandText& band, const BodyFile& body) {
+  const int compression = band.layout.compression;
+  if (!IsPossible(band.layout)) return "The layout of a band is not possible";
+  const bool isPlain = compression == kCompressionNone || compression == kCompressionPlain;
+  if (!isPlain && compression != kCompressionTiles) return "The compression of a band is not known";
+  const std::int64_t storeSize = isPlain ? StoreSize(band.layout) : band.place.size;
+  if (isPlain && storeSize <= 0) return "The layout of a band is not possible";
+  if (!body.file) return {};
+  const bool isInside = band.place.offset >= kNativeHeaderSize && band.place.size > 0 &&
+                        FitsWithin(band.place.offset, band.place.size, body.bodyEnd);
+  return isInside && band.place.size == storeSize ? XString() : XString("The data of a band are not in the file");
+}
+
+bool HasOverlap(const std::vector<BandText>& bands) {
+  std::vector<BandPlace> places;
+  places.reserve(bands.size());
+  for (const BandText& band : bands) places.push_back(band.place);
+  std::ranges::sort(places, {}, &BandPlace::offset);
+  for (std::size_t i = 1; i < places.size(); ++i) {
+    if (places[i].offset - places[i - 1].offset < places[i - 1].size) return true;
+  }
+  return false;
+}
+
+/// The bands as the text lists them, checked; empty, and a sentence, where one of them can't be.
+std::vector<BandText> ListBands(pugi::xml_node root, const BodyFile& body, XString& err) {
+  std::vector<BandText> bands;
+  std::string invalidName;
+  for (const pugi::xml_node element : root.children(kTagBand)) {
+    BandText& band = bands.emplace_back(BandText{element, {}, {}});
+    XmlReader reader(element, invalidName);
+    VisitLayout(reader, band.layout);
+    VisitPlace(reader, band.place);
+    err = invalidName.empty() ? FindFault(band, body) : InvalidValue(invalidName);
+    if (bands.size() > kMaxBands) err = "The raster has too many bands";
+    if (!err.IsEmpty()) return {};
+  }
+  if (bands.empty()) err = "No Band found";
+  if (body.file && HasOverlap(bands)) {
+    err = "The data of two bands overlap";
+    return {};
+  }
+  return bands;
+}
+
+/// Null where the store can't be set up in the file.
+std::unique_ptr<ZRMBandEPOT> MakeBand(const BandText& text, const BodyFile& body, ProjectionReader& projections,
+                                      std::string& invalidName) {
+  auto band = std::make_unique<ZRMBandEPOT>();
+  const BandLayout& layout = text.layout;
+  const int isSet = band->SetImage(
+      body.file, std::max<std::int64_t>(text.place.offset, 0), static_cast<int>(layout.xSize),
+      static_cast<int>(layout.ySize), static_cast<int>(layout.dataType), static_cast<int>(layout.xTileSize),
+      static_cast<int>(layout.yTileSize), static_cast<int>(layout.levels), layout.compression);
+  if (!isSet && body.file) return nullptr;
+  XmlReader reader(text.element, invalidName);
+  projections.Read(reader, *band);
+  ReadIdentity(reader, *band);
+  ReadDescription(reader, *band);
+  return band;
+}
+
+using Bands = std::vector<std::unique_ptr<ZRMBandEPOT>>;
+
+/// None, and a sentence, where one can't be made.
+Bands MakeBands(const std::vector<BandText>& texts, const BodyFile& body, XString& err) {
+  Bands bands;
+  ProjectionReader projections;
+  for (const BandText& text : texts) {
+    std::string invalidName;
+    auto band = MakeBand(text, body, projections, invalidName);
+    if (!band || !invalidName.empty()) {
+      err = band ? InvalidValue(invalidName) : XString("The data of a band can't be read");
+      return {};
+    }
+    bands.push_back(std::move(band));
+  }
+  return bands;
+}
+
+}  // namespace
+
+int LoadNewBands(XRSFile& dataset, const pugi::xml_document& document, const BodyFile& body, XString& err) {
+  const pugi::xml_node root = document.document_element();
+  XString fault;
+  Bands bands = MakeBands(ListBands(root, body, fault), body, fault);
+  DatasetText text(dataset);
+  std::string invalidName;
+  text.Read(root, static_cast<int>(bands.size()), invalidName);
+  if (fault.IsEmpty() && !invalidName.empty()) fault = InvalidValue(invalidName);
+  if (!fault.IsEmpty()) {
+    err = fault;
+    return 0;
+  }
+  // Room first, so that no band is lost on the way.
+  FieldAccess::Bands(dataset).reserve(bands.size());
+  for (auto& band : bands) dataset.AddBand(band.release());
+  text.MoveTo(dataset);
+  return 1;
+}
+
+}  // namespace zrk

@@ -1,0 +1,268 @@
+// The document is built as a tree and becomes text in the end. Every band element has its projection from the start, so
+// that the projection of a written file can be replaced later without moving anything else.
+
+#include "XRSFileSaver.h"
+
+#include "core/native/BandFields.h"
+#include "core/native/DatasetFields.h"
+#include "core/native/NativeHeader.h"
+#include "core/native/NativeXml.h"
+#include "XFile.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+
+using zrk::XmlWriter;
+
+struct XRSFileSaver::Document {
+  pugi::xml_document xml;
+  pugi::xml_node root;
+  pugi::xml_node band;
+  std::optional<zrk::WriterInfo> writerInfo;  // what a writer does not tell is not recorded
+  XFile* file = nullptr;
+  bool hasHeader = false;
+  std::int64_t dataEnd = zrk::kNativeHeaderSize;
+
+  void Open();
+  void RecordWriterInfo();
+  zrk::WriterInfo& TouchWriterInfo();
+  /// Lets a group write to the current band, where there is one.
+  template <class Write>
+  void ToBand(Write write) {
+    if (!band) return;
+    XmlWriter writer(band);
+    write(writer);
+  }
+  /// Lets a group write to the dataset.
+  template <class Write>
+  void ToDataset(Write write) {
+    if (!root) Open();
+    XmlWriter writer(root);
+    write(writer);
+  }
+  int WriteHeader() const;
+};
+
+void XRSFileSaver::Document::Open() {
+  xml.reset();
+  band = {};
+  pugi::xml_node declaration = xml.append_child(pugi::node_declaration);
+  XmlWriter head(declaration);
+  head.Attribute("version", XString("1.0"));
+  head.Attribute("encoding", XString("ISO-8859-1"));
+  root = XmlWriter(xml).Append(zrk::kTagDataset);
+  RecordWriterInfo();
+}
+
+void XRSFileSaver::Document::RecordWriterInfo() {
+  if (writerInfo) ToDataset([this](XmlWriter& writer) { VisitWriterInfo(writer, *writerInfo); });
+}
+
+zrk::WriterInfo& XRSFileSaver::Document::TouchWriterInfo() {
+  if (!writerInfo) writerInfo.emplace();
+  return *writerInfo;
+}
+
+int XRSFileSaver::Document::WriteHeader() const {
+  const auto version = zrk::LittleEndian(zrk::kNativeVersion);
+  const auto offset = zrk::LittleEndian(std::int64_t{-1});
+  std::string header = zrk::kNativeMagic;
+  header.append(version.begin(), version.end());
+  header.append(offset.begin(), offset.end());
+  return file->WriteAt(0, header.data(), static_cast<std::int64_t>(header.size()));
+}
+
+XRSFileSaver::XRSFileSaver() : document_(std::make_unique<Document>()) {}
+
+XRSFileSaver::~XRSFileSaver() = default;
+
+void XRSFileSaver::SetFileOutputData(XFile* file) {
+  document_->file = file;
+  document_->dataEnd = zrk::kNativeHeaderSize;
+  // The failure is told by `Save`, since nothing written after it would help.
+  document_->hasHeader = file && document_->WriteHeader();
+}
+
+XFile* XRSFileSaver::GetOutputFile() const {
+  return document_->file;
+}
+
+std::int64_t XRSFileSaver::GetDataEnd() const {
+  return document_->dataEnd;
+}
+
+void XRSFileSaver::SetDataEnd(std::int64_t offset) {
+  document_->dataEnd = offset;
+}
+
+void XRSFileSaver::SetCryptoVaildationInfo(const XString& info) {
+  document_->TouchWriterInfo().cryptoVaildationInfo = info;
+  document_->RecordWriterInfo();
+}
+
+void XRSFileSaver::SetWriterFlags(int first, int second) {
+  document_->TouchWriterInfo().flags = {first, second};
+  document_->RecordWriterInfo();
+}
+
+void XRSFileSaver::WriteInitTags() {
+  document_->Open();
+}
+
+void XRSFileSaver::WriteBandTag() {
+  document_->ToDataset([this](XmlWriter& writer) { document_->band = writer.Append(zrk::kTagBand); });
+  document_->ToBand([](XmlWriter& writer) { writer.Field(zrk::kTagProjection, XString()); });
+}
+
+void XRSFileSaver::WriteBandDataPlace(std::int64_t offset, std::int64_t size) {
+  zrk::BandPlace place{offset, size};
+  document_->ToBand([&](XmlWriter& writer) { VisitPlace(writer, place); });
+}
+
+void XRSFileSaver::CopyBandInfo(ZRMBand*, long levels, long xTile, long yTile, long width, long height, long dataType,
+                                int compression, double min, double max, double mean, double stdDev,
+                                const std::int64_t* histogram) {
+  zrk::BandLayout layout{levels, xTile, yTile, width, height, dataType, compression};
+  document_->ToBand([&](XmlWriter& writer) { VisitLayout(writer, layout); });
+  zrk::BandStatistics statistics{min, max, mean, stdDev};
+  document_->ToBand([&](XmlWriter& writer) { VisitStatistics(writer, statistics); });
+  if (!histogram) return;
+  zrk::BandHistogram counts{};
+  std::copy_n(histogram, counts.size(), counts.begin());
+  document_->ToBand([&](XmlWriter& writer) { VisitHistogram(writer, counts); });
+}
+
+void XRSFileSaver::CopyBandBasicInfo(ZRMBand* band) {
+  if (band) document_->ToBand([band](XmlWriter& writer) { VisitBasicInfo(writer, *band); });
+}
+
+void XRSFileSaver::CopyBandCoord(ZRMBand* band, int x0, int, int y0, int) {
+  if (!band) return;
+  double ulx = x0;
+  double uly = y0;
+  band->ConvPixelToWorldCoord(ulx, uly);
+  WriteBandCoordInfo(ulx, uly, band->GetXPixelSize(), band->GetYPixelSize());
+}
+
+void XRSFileSaver::WriteBandCoordInfo(double ULX, double ULY, double xPixelSize, double yPixelSize) {
+  zrk::BandCorner corner{ULX, ULY};
+  zrk::BandPixelSize size{xPixelSize, yPixelSize};
+  document_->ToBand([&](XmlWriter& writer) {
+    VisitCorner(writer, corner);
+    VisitPixelSize(writer, size);
+  });
+}
+
+void XRSFileSaver::CopyBandMapInfo(ZRMBand* band) {
+  if (!band) return;
+  XString wkt;
+  if (!band->GetSR()->exportToWkt(wkt)) wkt.Empty();
+  zrk::BandMapInfo info{band->GetCoordinateKind(), band->GetSR()->GetCoordinateKind(), band->IsNormalizedWorld()};
+  document_->ToBand([&](XmlWriter& writer) {
+    writer.Field(zrk::kTagProjection, wkt);
+    VisitMapInfo(writer, info);
+  });
+}
+
+void XRSFileSaver::CopyBandPixelSize(ZRMBand* band) {
+  if (!band) return;
+  zrk::BandPixelSize size{band->GetXPixelSize(), band->GetYPixelSize()};
+  document_->ToBand([&](XmlWriter& writer) {
+    // The sizes that came with the coordinates are those of the image written.
+    if (!writer.Has(zrk::kTagXPixelSize)) VisitPixelSize(writer, size);
+  });
+}
+
+void XRSFileSaver::CopyBandSceneOrient(ZRMBand* band) {
+  if (band) document_->ToBand([band](XmlWriter& writer) { VisitSceneOrient(writer, *band); });
+}
+
+void XRSFileSaver::CopyBasicSensorParams(ZRMBand* band) {
+  if (!band) return;
+  zrk::SensorModel model = zrk::SensorModelOf(*band);
+  document_->ToBand([&](XmlWriter& writer) {
+    VisitBasicSensorParams(writer, *band);
+    VisitSensorModel(writer, model);
+  });
+  WriteScanSensorParams(band->GetScanSensorParam());
+}
+
+void XRSFileSaver::CopyGainBias(ZRMBand* band) {
+  if (band) document_->ToBand([band](XmlWriter& writer) { VisitGainBias(writer, *band); });
+}
+
+void XRSFileSaver::CopySunParams(ZRMBand* band) {
+  if (band) document_->ToBand([band](XmlWriter& writer) { VisitSunParams(writer, *band); });
+}
+
+void XRSFileSaver::CopyGISDataSet(ZRMBand* band) {
+  if (band) document_->ToBand([band](XmlWriter& writer) { VisitGISDataSet(writer, *band); });
+}
+
+void XRSFileSaver::CopyImageCenter(ZRMBand* band) {
+  if (band) document_->ToBand([band](XmlWriter& writer) { VisitImageCenter(writer, *band); });
+}
+
+void XRSFileSaver::CopyBandSarParam(ZRMBand* band) {
+  if (!band) return;
+  zrk::SarSubset subset = zrk::SarSubsetOf(*band);
+  document_->ToBand([&](XmlWriter& writer) { VisitSarParam(writer, *band, subset); });
+}
+
+void XRSFileSaver::WriteAdditionalSensorParams(int useSensorModel, double focalLength, double cellSize,
+                                               XString originCorner, double offsetX, double offsetY, double scaleX,
+                                               double scaleY) {
+  zrk::SensorModel model{useSensorModel, focalLength, cellSize, std::move(originCorner),
+                         offsetX,        offsetY,     scaleX,   scaleY};
+  document_->ToBand([&](XmlWriter& writer) { VisitSensorModel(writer, model); });
+}
+
+void XRSFileSaver::WriteScanSensorParams(XRSScanSensorParam* param) {
+  if (!param) return;
+  document_->ToBand([param](XmlWriter& writer) {
+    writer.Group(zrk::kTagScanSensor, [param](XmlWriter& inner) { VisitScanSensor(inner, *param); });
+  });
+}
+
+void XRSFileSaver::CopyFileDescription(XRSFile* dataset) {
+  if (!dataset) return;
+  const auto numBands = static_cast<std::size_t>(dataset->GetNumOfBands());
+  document_->ToDataset([&](XmlWriter& writer) {
+    VisitFileDescription(writer, *dataset);
+    if (zrk::FieldAccess::CorrelationMatrix(*dataset).size() == numBands * numBands) {
+      VisitCorrelationMatrix(writer, *dataset);
+    }
+    if (zrk::FieldAccess::CovarianceMatrix(*dataset).size() == numBands * numBands) {
+      VisitCovarianceMatrix(writer, *dataset);
+    }
+  });
+}
+
+void XRSFileSaver::CopyGCPDataSet(XRSFile* dataset) {
+  if (dataset) document_->ToDataset([dataset](XmlWriter& writer) { VisitGCPDataSet(writer, *dataset); });
+}
+
+void XRSFileSaver::CopyROIDataSetAll(XRSFile* dataset) {
+  if (dataset) document_->ToDataset([dataset](XmlWriter& writer) { VisitROIDataSet(writer, *dataset); });
+}
+
+void XRSFileSaver::CopySIGDataSetAll(XRSFile* dataset) {
+  if (dataset) document_->ToDataset([dataset](XmlWriter& writer) { VisitSIGDataSet(writer, *dataset); });
+}
+
+XString XRSFileSaver::GetXML() const {
+  return zrk::FormatNativeXml(document_->xml);
+}
+
+int XRSFileSaver::Save() {
+  XFile* file = document_->file;
+  if (!file || !document_->hasHeader || document_->dataEnd < zrk::kNativeHeaderSize) return 0;
+  const std::int64_t offset = document_->dataEnd;
+  const std::string text = GetXML().AsStdString();
+  const auto bytes = static_cast<std::int64_t>(text.size());
+  if (!file->WriteAt(offset, text.data(), bytes) || !file->SetLength(offset + bytes) || !file->Flush()) return 0;
+  const auto place = zrk::LittleEndian(offset);
+  return file->WriteAt(zrk::kNativeOffsetPlace, place.data(), place.size());
+}
