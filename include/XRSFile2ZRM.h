@@ -46,8 +46,8 @@ class ZRKIO_API XRSFile2ZRM {
   int SaveZRMBandGeneralComp(XString path, int level, int x0, int x1, int y0, int y1, double quality, XString& err,
                              XThread* thread);
   /// All outputs of an image sharpening, which are computed together; needs three bands or more, all of that class.
-  int SaveZRMBandImageSharpen(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, XString& err,
-                              XThread* thread);
+  int SaveZRMBandImageSharpen(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode,
+                              XString& err, XThread* thread);
 
   /// What compressing took, as "%.8lf sec"; empty before.
   const XString& GetCompressionTime() const { return compressionTime_; }

@@ -35,6 +35,8 @@
 #include "XPtrList.h"
 #include "XROI.h"
 #include "XRSFile.h"
+#include "XRSFile2XLD.h"
+#include "XRSFile2ZRM.h"
 #include "XRSFileIO.h"
 #include "XRSFileSaver.h"
 #include "XRSScanSensorParam.h"

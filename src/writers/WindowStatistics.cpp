@@ -28,9 +28,9 @@ bool ForEachBlock(ZRMBand& band, const SourceWindow& window, XThread* thread, XS
 bool MeasureWindow(ZRMBand& band, const SourceWindow& window, XThread* thread, Summary& summary, Histogram& histogram,
                    XString& err) {
   SampleStatistics statistics(band.GetDataType(), band.GetNullValue());
-  const bool isMeasured = ForEachBlock(
-      band, window, thread, err,
-      [&](int block, const void* samples, std::size_t count) { statistics.Add(block, samples, count); });
+  const bool isMeasured =
+      ForEachBlock(band, window, thread, err,
+                   [&](int block, const void* samples, std::size_t count) { statistics.Add(block, samples, count); });
   if (!isMeasured) return false;
   summary = statistics.Summarize();
   histogram = {};
@@ -41,8 +41,7 @@ bool MeasureWindow(ZRMBand& band, const SourceWindow& window, XThread* thread, S
   }
   HistogramCounter counter(band.GetDataType(), band.GetNullValue(), summary);
   const bool isCounted = ForEachBlock(
-      band, window, thread, err,
-      [&](int, const void* samples, std::size_t count) { counter.Add(samples, count); });
+      band, window, thread, err, [&](int, const void* samples, std::size_t count) { counter.Add(samples, count); });
   histogram = counter.Get();
   return isCounted;
 }

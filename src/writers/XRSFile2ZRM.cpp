@@ -3,6 +3,7 @@
 #include "core/native/BandBodies.h"
 #include "writers/WindowStatistics.h"
 #include "Xepot.h"
+#include "XEPOT2D.h"
 #include "XFile.h"
 #include "XRSFile.h"
 #include "XRSFileSaver.h"

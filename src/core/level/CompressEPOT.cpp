@@ -108,14 +108,15 @@ bool Pump(ZRMBand& band, int x0, int x1, int y0, int y1, RowCascade& cascade, st
 std::int64_t Xepot::CompressEPOT_CM3(ZRMBand* band, XFile* file, std::int64_t offset, int tileSize, int level,
                                      double quality, XThread* thread) {
   if (!band) return 0;
-  return CompressEPOT_CM3(band, file, offset, 0, band->GetXSize() - 1, 0, band->GetYSize() - 1, tileSize, level, quality,
-                          thread);
+  return CompressEPOT_CM3(band, file, offset, 0, band->GetXSize() - 1, 0, band->GetYSize() - 1, tileSize, level,
+                          quality, thread);
 }
 
 std::int64_t Xepot::CompressEPOT_CM3(ZRMBand* band, XFile* file, std::int64_t offset, int x0, int x1, int y0, int y1,
                                      int tileSize, int level, double quality, XThread* thread) {
   if (!band || !file || offset < 0 || x0 < 0 || x0 > x1 || y0 < 0 || y0 > y1) return 0;
-  const auto layout = zrk::PyramidLayout::Make({x1 - x0 + 1, y1 - y0 + 1, band->GetDataType(), tileSize, tileSize, level});
+  const auto layout =
+      zrk::PyramidLayout::Make({x1 - x0 + 1, y1 - y0 + 1, band->GetDataType(), tileSize, tileSize, level});
   if (!layout) return 0;
   try {
     zrk::BlobWriter writer(*layout, *file, offset, quality > 0.0 ? quality : 0.0);
