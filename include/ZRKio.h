@@ -52,5 +52,6 @@
 #include "ZRMBandComplex.h"
 #include "ZRMBandDRIO.h"
 #include "ZRMBandJPG.h"
+#include "ZRMBandResize.h"
 #include "ZRMBandXLD.h"
 #include "ZRMVand.h"
