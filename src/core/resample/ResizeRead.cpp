@@ -1,6 +1,7 @@
 #include "core/resample/ResizeRead.h"
 
 #include "base/DataTypeVisit.h"
+#include "core/resample/SourceStrips.h"
 #include "XThread.h"
 #include "ZRMBand.h"
 
@@ -10,9 +11,6 @@ namespace zrk {
 
 namespace {
 
-constexpr std::int64_t kStripBytes = 4 << 20;
-/// Rows that are read though nothing needs them, since reads cost something each.
-constexpr int kRowsBridged = 15;
 /// So many rows under one output row are read in one piece, whatever they take.
 constexpr int kRowsInOnePiece = 16;
 
@@ -30,8 +28,7 @@ ResizeRead::ResizeRead(const RowSampler& sampler, ZRMBand& source, int left, int
       lastColumn_(request.x0 + (((request.Width() >> request.level) - 1) << request.level)),
       columns_(sampler.ColumnsFor(request.x0, lastColumn_)),
       sampleBytes_(XfnGetDataSize(sampler.GetShape().dataType)),
-      rowsAtATime_(
-          static_cast<int>(std::max<std::int64_t>(kStripBytes / (std::int64_t{columns_.Count()} * sampleBytes_), 1))) {}
+      rowsAtATime_(RowsAtATime(columns_.Count(), sampleBytes_)) {}
 
 bool ResizeRead::Fill(tagXArr2& out) {
   for (int j = 0; j < out.ySize;) {
