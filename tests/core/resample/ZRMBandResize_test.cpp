@@ -158,6 +158,8 @@ TYPED_TEST(ZRMBandResizeOf, ReadsEveryWindowAsThePartOfTheWhole) {
       for (std::size_t i = 0; i < this->samples_.size(); i += 3) this->samples_[i] = 7;
       this->source_.SetSamples(13, 9, this->samples_);
       ExpectWindowsOfTheWhole<TypeParam>(this->band_);
+      ASSERT_EQ(1, this->band_.SetResizeInfo(1, 12, 1, 8, 6, 4));
+      ExpectWindowsOfTheWhole<TypeParam>(this->band_);
       ASSERT_EQ(1, this->band_.SetResizeInfo(1, 4, 2, 5, 8, 4));
       ExpectWindowsOfTheWhole<TypeParam>(this->band_);
     }
