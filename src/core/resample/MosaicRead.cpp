@@ -79,15 +79,22 @@ bool MosaicRead::LayDown(const MosaicSource& source) {
              scratch_.columns);
   FindPixels(source.y, request_.y0, request_.level, band.GetYSize(), static_cast<std::size_t>(out_.ySize),
              scratch_.rows);
-  // What is covered is one stretch, since the pixels go one way.
+  return !FindCoveredColumns() || LayRows(band);
+}
+
+/// False where the source lies beside all of them. What is covered is one stretch, since the pixels go one way.
+bool MosaicRead::FindCoveredColumns() {
   const auto& columns = scratch_.columns;
   const auto begin = std::find_if_not(columns.begin(), columns.end(), IsBeside);
-  if (begin == columns.end()) return true;
+  if (begin == columns.end()) return false;
   const auto end = std::find_if_not(columns.rbegin(), columns.rend(), IsBeside).base();
   firstOut_ = static_cast<int>(begin - columns.begin());
   lastOut_ = static_cast<int>(end - columns.begin()) - 1;
   columns_ = {std::min(*begin, *(end - 1)), std::max(*begin, *(end - 1))};
+  return true;
+}
 
+bool MosaicRead::LayRows(ZRMBand& band) {
   const int rowsAtATime = RowsAtATime(columns_.Count(), band.GetDataSize());
   for (int j = 0; j < out_.ySize && !IsComplete();) {
     if (IsBeside(scratch_.rows[static_cast<std::size_t>(j)])) {

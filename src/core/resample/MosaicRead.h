@@ -44,6 +44,8 @@ class MosaicRead {
   bool IsComplete() const { return numLeft_ == 0; }
 
  private:
+  bool FindCoveredColumns();
+  bool LayRows(ZRMBand& band);
   int LastOfStrip(int j, int rowsAtATime) const;
   bool LayStrip(ZRMBand& band, int first, int last);
   void LayRow(const ZRMBand& band, const unsigned char* source, int j);

@@ -76,42 +76,54 @@ int SampleAt(const std::vector<Source*>& sources, double x, double y) {
   return -1;
 }
 
-TEST(ZRMBandMosaic, TakesTheSourcePixelUnderEachCentreInEveryWindow) {
-  Source fine, coarse, apart;
-  fine.SetRamp<std::int16_t>(9, 7);
-  fine.SetUpperLeft(100.25, 50.5);
-  fine.SetPixelSize(0.25, 0.5);
-  fine.SetNullValue(203);
-  coarse.SetRamp<std::int16_t>(3, 4);
-  coarse.SetUpperLeft(100.5, 51);
-  coarse.SetPixelSize(1.5, 1.25);
-  coarse.SetNullValue(-1);
-  apart.SetRamp<std::int16_t>(3, 4);
-  apart.SetUpperLeft(500, 51);
-  ZRMBandMosaic mosaic;
-  for (Source* source : {&apart, &fine, &coarse}) mosaic.AddBand(source);
-  mosaic.SetNullValue(-1);
-  ASSERT_EQ(1, mosaic.SetBandInfo(99.5, 52, 0.75, 0.75, 9, 8, kSint32));
-  ASSERT_EQ(1, mosaic.CalcWarpCoeff());
+class ZRMBandMosaicOfThree : public testing::Test {
+ protected:
+  void SetUp() override {
+    fine_.SetRamp<std::int16_t>(9, 7);
+    fine_.SetUpperLeft(100.25, 50.5);
+    fine_.SetPixelSize(0.25, 0.5);
+    fine_.SetNullValue(203);
+    coarse_.SetRamp<std::int16_t>(3, 4);
+    coarse_.SetUpperLeft(100.5, 51);
+    coarse_.SetPixelSize(1.5, 1.25);
+    coarse_.SetNullValue(-1);
+    apart_.SetRamp<std::int16_t>(3, 4);
+    apart_.SetUpperLeft(500, 51);
+    for (Source* source : {&apart_, &fine_, &coarse_}) mosaic_.AddBand(source);
+    mosaic_.SetNullValue(-1);
+    ASSERT_EQ(1, mosaic_.SetBandInfo(99.5, 52, 0.75, 0.75, 9, 8, kSint32));
+    ASSERT_EQ(1, mosaic_.CalcWarpCoeff());
+  }
+
+  std::vector<std::int32_t> ExpectedOf(int level, int x0, int x1, int y0, int y1) {
+    std::vector<std::int32_t> expected;
+    for (int j = 0; j < (y1 - y0 + 1) >> level; ++j) {
+      for (int i = 0; i < (x1 - x0 + 1) >> level; ++i) {
+        const double x = 99.5 + 0.75 * (x0 + (i << level) + 0.5);
+        const double y = 52 - 0.75 * (y0 + (j << level) + 0.5);
+        expected.push_back(SampleAt({&fine_, &coarse_}, x, y));
+      }
+    }
+    return expected;
+  }
+
+  Source fine_, coarse_, apart_;
+  ZRMBandMosaic mosaic_;
+};
+
+TEST_F(ZRMBandMosaicOfThree, TakesTheSourcePixelUnderEachCentreInEveryWindow) {
   for (int level = 0; level <= 1; ++level) {
     for (int y0 = 0; y0 < 7; ++y0) {
       for (int y1 = y0 + 1; y1 < 8; ++y1) {
         for (int x0 = 0; x0 < 8; ++x0) {
           for (int x1 = x0 + 1; x1 < 9; ++x1) {
-            std::vector<std::int32_t> expected;
-            for (int j = 0; j < (y1 - y0 + 1) >> level; ++j) {
-              for (int i = 0; i < (x1 - x0 + 1) >> level; ++i) {
-                expected.push_back(SampleAt({&fine, &coarse}, 99.5 + 0.75 * (x0 + (i << level) + 0.5),
-                                            52 - 0.75 * (y0 + (j << level) + 0.5)));
-              }
-            }
-            ASSERT_EQ(expected, Read<std::int32_t>(mosaic, level, x0, x1, y0, y1));
+            ASSERT_EQ(ExpectedOf(level, x0, x1, y0, y1), Read<std::int32_t>(mosaic_, level, x0, x1, y0, y1));
           }
         }
       }
     }
   }
-  EXPECT_EQ(0, apart.GetNumReads());
+  EXPECT_EQ(0, apart_.GetNumReads());
 }
 
 TEST(ZRMBandMosaic, GivesACentreOnAnEdgeToTheNextPixel) {
