@@ -35,6 +35,10 @@ double UnitFor(std::int64_t units) {
   return std::ldexp(1.0, -static_cast<int>(std::bit_width(static_cast<std::uint64_t>(units))));
 }
 
+std::size_t CountOf(int first, int last) {
+  return static_cast<std::size_t>(last) - static_cast<std::size_t>(first) + 1;
+}
+
 }  // namespace
 
 AreaAxis::AreaAxis(int sourceSize, int outSize) : outSize_(outSize) {
@@ -112,18 +116,19 @@ void AreaMean::MakeStridedWeights() {
 
 AreaMean::Columns AreaMean::ColumnsOf(int x0, int x1) const {
   const int first = FirstSourceColumn(x0);
-  return {x0, x1, first, static_cast<std::size_t>(LastSourceColumn(x1) - first + 1)};
+  return {x0, x1, first, CountOf(first, LastSourceColumn(x1))};
 }
 
 void AreaMean::Row(int outRow, int x0, int x1, const void* const* sourceRows, void* out, Scratch& scratch) const {
   const Columns all = ColumnsOf(x0, x1);
   const int firstRow = FirstSourceRow(outRow);
-  const auto numRows = static_cast<std::size_t>(LastSourceRow(outRow) - firstRow + 1);
+  const std::size_t numRows = CountOf(firstRow, LastSourceRow(outRow));
   const bool hasNulls = HasNulls(sourceRows, numRows, all.numSources);
   if (isHalving_) {
-    const auto count = static_cast<std::size_t>(x1 - x0 + 1);
-    if (hasNulls) return HalveAreaRowWithNulls(dataType_, nullValue_, sourceRows[0], sourceRows[1], out, count);
-    return HalveAreaRow(dataType_, sourceRows[0], sourceRows[1], out, count);
+    if (hasNulls) {
+      return HalveAreaRowWithNulls(dataType_, nullValue_, sourceRows[0], sourceRows[1], out, CountOf(x0, x1));
+    }
+    return HalveAreaRow(dataType_, sourceRows[0], sourceRows[1], out, CountOf(x0, x1));
   }
   scratch.rowWeights.resize(numRows);
   for (std::size_t r = 0; r < numRows; ++r) {
@@ -175,7 +180,7 @@ void AreaMean::Finish(const Columns& columns, const AreaSums& sums, void* out) c
   const auto first = static_cast<std::size_t>(columns.x0);
   const double xTotal = xUnit_ * static_cast<double>(horizontal_.UnitsPerOut());
   const double yTotal = yUnit_ * static_cast<double>(vertical_.UnitsPerOut());
-  AreaColumns job{static_cast<std::size_t>(columns.x1 - columns.x0 + 1),
+  AreaColumns job{CountOf(columns.x0, columns.x1),
                   firstColumns_.data() + first,
                   columns.firstSource,
                   starts_.data() + first,
