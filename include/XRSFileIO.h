@@ -132,7 +132,23 @@ class ZRKIO_API XRSFileIO {
   /// The name of the level file that belongs to a raster: its extension replaced by "xld". The path itself where that
   /// is its extension, in any letter case.
   static XString GetFileNameXLD(XString path);
-  /// Attaches the level data of a raster, or builds it first as `levelMode` says. 0 without a sentence for a null
-  /// dataset. This build can't use level data: 0 where some is there or would be built, too.
+  // Level data. All answer 0 without a sentence for a null dataset.
+
+  /// Whether the raster's level file is there and belongs to the dataset, whose bands get their statistics and
+  /// descriptive fields from it then.
+  static int CheckFileXLD(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// Builds the level file of the raster, in place of one that is there: with `kLevelStatistics` the short form, with
+  /// `kLevelAsk` and `kLevelBuild` the full one. 0 without a sentence for `kLevelNone`. See `XRSFile2XLD`.
+  static int CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
+  /// Attaches the level data of a raster, which is built first where there is none that can be used, as `levelMode`
+  /// says; `kLevelAsk` asks the operator by a message box. The bands that can have level data then have a `ZRMBandXLD`.
+  /// 0, with nothing attached, where no level data was found or made, where its file is damaged, where it is of
+  /// another image, and for a dataset that goes by another file name than `path`.
   static int LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
+  /// Gives the projection in the level file of the dataset another one; pyramids and all else stay.
+  static int UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err);
 };
+
+/// Whether every band of the dataset has level data, be it of its own: a native raster's bands pass, and bands with a
+/// `ZRMBandXLD`, also one that holds statistics only. A dataset without bands passes; null does not.
+ZRKIO_API bool XfnIsValidZRMLevelData(XRSFile* file);

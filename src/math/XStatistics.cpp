@@ -1,303 +1,10 @@
-// Samples of eight bits are counted, and all else follows from 256 counts. Wider ones are gone over twice: for range
-// and mean, then for the deviations from the mean, since the difference of two large sums would lose the digits of a
-// small deviation. Sums of integers of up to 32 bits and squares of 16-bit ones are exact in 64 bits; the others are
-// kept in eight lanes of doubles, which a compiler can hold in vectors without changing the order of a sum.
-
 #include "XStatistics.h"
 
 #include "base/DataTypeVisit.h"
-#include "math/SampleFilter.h"
+#include "math/SampleSums.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstring>
-
-namespace zrk {
-namespace {
-
-constexpr int kNumBins = 256;
-constexpr std::size_t kLanes = 8;
-
-template <class Sample>
-struct Samples {
-  const Sample* first;
-  std::size_t count;
-};
-
-struct Summary {
-  std::int64_t count = 0;
-  double minValue = 0.0;
-  double maxValue = 0.0;
-  double mean = 0.0;
-  double stdDev = 0.0;
-};
-
-/// Maps values of a range to bins; a range of one value has it as its maximum.
-class BinScale {
- public:
-  explicit BinScale(const Summary& summary)
-      : shrink_(std::isfinite(summary.maxValue - summary.minValue) ? 1.0 : 0.5),
-        first_(summary.minValue * shrink_),
-        range_(summary.maxValue * shrink_ - first_) {}
-
-  std::size_t BinOf(double value) const {
-    if (range_ == 0.0) return kNumBins - 1;
-    const auto bin = static_cast<int>((value * shrink_ - first_) / range_ * kNumBins);
-    return static_cast<std::size_t>(std::min(bin, kNumBins - 1));
-  }
-
- private:
-  double shrink_;  // keeps a range of more than the largest double finite
-  double first_;
-  double range_;
-};
-
-double StdDevOf(double squares, std::int64_t count) {
-  return count > 1 ? std::sqrt(squares / static_cast<double>(count - 1)) : 0.0;
-}
-
-/// How often each 8-bit pattern occurs.
-using ByteCounts = std::array<std::int64_t, 256>;
-
-/// Counts in four tables by turns, because an increment of a count has to wait for the one before it of the same count.
-ByteCounts CountBytes(const unsigned char* bytes, std::size_t count) {
-  std::array<std::array<std::uint32_t, 256>, 4> tables{};
-  std::size_t i = 0;
-  for (; i + sizeof(std::uint64_t) <= count; i += sizeof(std::uint64_t)) {
-    std::uint64_t word;
-    std::memcpy(&word, bytes + i, sizeof(word));
-    for (std::size_t k = 0; k < sizeof(word); ++k) ++tables[k % 4][(word >> (8 * k)) & 0xFF];
-  }
-  for (; i < count; ++i) ++tables[0][bytes[i]];
-
-  ByteCounts counts{};
-  for (const auto& table : tables) {
-    for (std::size_t value = 0; value < table.size(); ++value) counts[value] += table[value];
-  }
-  return counts;
-}
-
-/// Calls `visit(value, count)` for all values that occur and are kept.
-template <class Sample, class Keep, class Visit>
-void ForEachValue(const ByteCounts& counts, Keep keep, Visit&& visit) {
-  for (std::size_t i = 0; i < counts.size(); ++i) {
-    const auto value = static_cast<Sample>(i);
-    if (counts[i] != 0 && keep(value)) visit(static_cast<int>(value), counts[i]);
-  }
-}
-
-template <class Sample, class Keep>
-Summary SummarizeCounts(const ByteCounts& counts, Keep keep) {
-  Summary summary;
-  int minValue = 255, maxValue = -128;
-  std::int64_t sum = 0;
-  ForEachValue<Sample>(counts, keep, [&](int value, std::int64_t count) {
-    minValue = std::min(minValue, value);
-    maxValue = std::max(maxValue, value);
-    sum += value * count;
-    summary.count += count;
-  });
-  if (summary.count == 0) return summary;
-  summary.minValue = minValue;
-  summary.maxValue = maxValue;
-  summary.mean = static_cast<double>(sum) / static_cast<double>(summary.count);
-  double squares = 0.0;
-  ForEachValue<Sample>(counts, keep, [&](int value, std::int64_t count) {
-    const double deviation = value - summary.mean;
-    squares += deviation * deviation * static_cast<double>(count);
-  });
-  summary.stdDev = StdDevOf(squares, summary.count);
-  return summary;
-}
-
-template <class Sample>
-struct Totals {
-  std::int64_t count = 0;
-  std::int64_t sum = 0;
-  Sample minValue = std::numeric_limits<Sample>::max();
-  Sample maxValue = std::numeric_limits<Sample>::lowest();
-};
-
-template <class Sample, class Keep>
-Totals<Sample> AddUp(const Samples<Sample>& samples, Keep keep) {
-  Totals<Sample> totals;
-  for (std::size_t i = 0; i < samples.count; ++i) {
-    const Sample sample = samples.first[i];
-    const bool isKept = keep(sample);
-    totals.count += isKept;
-    totals.sum += isKept ? sample : Sample{};
-    totals.minValue = std::min(totals.minValue, isKept ? sample : std::numeric_limits<Sample>::max());
-    totals.maxValue = std::max(totals.maxValue, isKept ? sample : std::numeric_limits<Sample>::lowest());
-  }
-  return totals;
-}
-
-/// The sum of the squared distances to an integer, exact for samples of 16 bits.
-template <class Sample, class Keep>
-std::uint64_t AddSquares(const Samples<Sample>& samples, Keep keep, std::int32_t center) {
-  std::uint64_t squares = 0;
-  for (std::size_t i = 0; i < samples.count; ++i) {
-    const Sample sample = samples.first[i];
-    const auto distance = static_cast<std::uint32_t>(keep(sample) ? sample - center : 0);
-    squares += distance * distance;  // wraps to the right square, which is below 2^32
-  }
-  return squares;
-}
-
-struct Deviations {
-  double sum = 0.0;
-  double squares = 0.0;
-};
-
-/// Sums over sample * scale - mean.
-template <class Sample, class Keep>
-Deviations AddDeviations(const Samples<Sample>& samples, Keep keep, double mean, double scale) {
-  double sums[kLanes] = {}, squares[kLanes] = {};
-  const auto add = [&](std::size_t i, std::size_t lane) {
-    const Sample sample = samples.first[i];
-    const double deviation = keep(sample) ? static_cast<double>(sample) * scale - mean : 0.0;
-    sums[lane] += deviation;
-    squares[lane] += deviation * deviation;
-  };
-  std::size_t i = 0;
-  for (; i + kLanes <= samples.count; i += kLanes) {
-    for (std::size_t lane = 0; lane < kLanes; ++lane) add(i + lane, lane);
-  }
-  for (; i < samples.count; ++i) add(i, 0);
-
-  Deviations total;
-  for (std::size_t lane = 0; lane < kLanes; ++lane) {
-    total.sum += sums[lane];
-    total.squares += squares[lane];
-  }
-  return total;
-}
-
-template <class Sample, class Keep>
-Summary SummarizeIntegers(const Samples<Sample>& samples, Keep keep) {
-  const Totals<Sample> totals = AddUp(samples, keep);
-  Summary summary;
-  summary.count = totals.count;
-  if (totals.count == 0) return summary;
-  const auto count = static_cast<double>(totals.count);
-  summary.minValue = totals.minValue;
-  summary.maxValue = totals.maxValue;
-  summary.mean = static_cast<double>(totals.sum) / count;
-  if constexpr (sizeof(Sample) == 2) {
-    const auto center = static_cast<std::int32_t>(std::lround(summary.mean));
-    const auto squares = static_cast<double>(AddSquares(samples, keep, center));
-    const double offset = summary.mean - center;
-    summary.stdDev = StdDevOf(std::max(squares - offset * offset * count, 0.0), totals.count);
-  } else {
-    summary.stdDev = StdDevOf(AddDeviations(samples, keep, summary.mean, 1.0).squares, totals.count);
-  }
-  return summary;
-}
-
-template <class Sample>
-struct Range {
-  std::int64_t count = 0;
-  double sum = 0.0;
-  Sample minValue = std::numeric_limits<Sample>::max();
-  Sample maxValue = std::numeric_limits<Sample>::lowest();
-};
-
-template <class Sample, class Keep>
-Range<Sample> FindRange(const Samples<Sample>& samples, Keep keep) {
-  std::int64_t counts[kLanes] = {};
-  double sums[kLanes] = {};
-  Sample minValues[kLanes], maxValues[kLanes];
-  std::fill_n(minValues, kLanes, Range<Sample>().minValue);
-  std::fill_n(maxValues, kLanes, Range<Sample>().maxValue);
-  const auto add = [&](std::size_t i, std::size_t lane) {
-    const Sample sample = samples.first[i];
-    const bool isKept = keep(sample);
-    counts[lane] += isKept;
-    sums[lane] += isKept ? static_cast<double>(sample) : 0.0;
-    const Sample low = isKept ? sample : minValues[lane];
-    const Sample high = isKept ? sample : maxValues[lane];
-    minValues[lane] = low < minValues[lane] ? low : minValues[lane];
-    maxValues[lane] = high > maxValues[lane] ? high : maxValues[lane];
-  };
-  std::size_t i = 0;
-  for (; i + kLanes <= samples.count; i += kLanes) {
-    for (std::size_t lane = 0; lane < kLanes; ++lane) add(i + lane, lane);
-  }
-  for (; i < samples.count; ++i) add(i, 0);
-
-  Range<Sample> total;
-  for (std::size_t lane = 0; lane < kLanes; ++lane) {
-    total.count += counts[lane];
-    total.sum += sums[lane];
-    total.minValue = std::min(total.minValue, minValues[lane]);
-    total.maxValue = std::max(total.maxValue, maxValues[lane]);
-  }
-  return total;
-}
-
-/// A power of two that brings samples whose squares would leave the range of a double back into it; 1 for all others.
-double ScaleFor(double minValue, double maxValue) {
-  const double largest = std::max(std::abs(minValue), std::abs(maxValue));
-  if (largest == 0.0) return 1.0;
-  const int exponent = std::ilogb(largest);
-  return std::abs(exponent) < 400 ? 1.0 : std::ldexp(1.0, -std::clamp(exponent, -1000, 1000));
-}
-
-template <class Sample, class Keep>
-Summary SummarizeReals(const Samples<Sample>& samples, Keep keep) {
-  const Range<Sample> range = FindRange(samples, keep);
-  Summary summary;
-  summary.count = range.count;
-  if (range.count == 0) return summary;
-  const auto count = static_cast<double>(range.count);
-  summary.minValue = static_cast<double>(range.minValue);
-  summary.maxValue = static_cast<double>(range.maxValue);
-  const double scale = ScaleFor(summary.minValue, summary.maxValue);
-  const double sum = scale == 1.0 ? range.sum : AddDeviations(samples, keep, 0.0, scale).sum;
-  // The sum of the deviations, zero in exact arithmetic, tells what the mean lacks through rounding.
-  const double mean = sum / count;
-  const Deviations deviations = AddDeviations(samples, keep, mean, scale);
-  const double correction = deviations.sum / count;
-  summary.mean = (mean + correction) / scale;
-  summary.stdDev = StdDevOf(std::max(deviations.squares - deviations.sum * correction, 0.0), range.count) / scale;
-  return summary;
-}
-
-template <class Sample, class Keep>
-void CountBins(const Samples<Sample>& samples, Keep keep, const BinScale& bins, std::int64_t* histogram) {
-  for (std::size_t i = 0; i < samples.count; ++i) {
-    const Sample sample = samples.first[i];
-    if (keep(sample)) ++histogram[bins.BinOf(static_cast<double>(sample))];
-  }
-}
-
-template <class Sample, class Keep>
-Summary Summarize(const Samples<Sample>& samples, Keep keep, std::int64_t* histogram) {
-  if constexpr (sizeof(Sample) == 1) {
-    const ByteCounts counts = CountBytes(reinterpret_cast<const unsigned char*>(samples.first), samples.count);
-    const Summary summary = SummarizeCounts<Sample>(counts, keep);
-    if (summary.count == 0 || !histogram) return summary;
-    std::fill_n(histogram, kNumBins, 0);
-    const BinScale bins(summary);
-    ForEachValue<Sample>(counts, keep, [&](int value, std::int64_t count) { histogram[bins.BinOf(value)] += count; });
-    return summary;
-  } else {
-    Summary summary;
-    if constexpr (std::is_integral_v<Sample>) {
-      summary = SummarizeIntegers(samples, keep);
-    } else {
-      summary = SummarizeReals(samples, keep);
-    }
-    if (summary.count == 0 || !histogram) return summary;
-    std::fill_n(histogram, kNumBins, 0);
-    CountBins(samples, keep, BinScale(summary), histogram);
-    return summary;
-  }
-}
-
-}  // namespace
-}  // namespace zrk
 
 int XfnXARR2CalcStatistics(const tagXArr2* buffer, int dataType, double& minValue, double& maxValue, double& mean,
                            double& stdDev, std::int64_t* histogram, double nullValue) {
@@ -317,4 +24,86 @@ int XfnXARR2CalcStatistics(const tagXArr2* buffer, int dataType, double& minValu
   mean = summary.mean;
   stdDev = summary.stdDev;
   return 1;
+}
+
+namespace {
+
+/// The part of a block that counts.
+struct Block {
+  int dataType;
+  int xSize;
+  int x0, x1, y0, y1;
+
+  Block(int width, int height, int type, int left, int right, int top, int bottom)
+      : dataType(type),
+        xSize(width),
+        x0(std::max(left, 0)),
+        x1(std::min(right, width - 1)),
+        y0(std::max(top, 0)),
+        y1(std::min(bottom, height - 1)) {}
+
+  /// Calls `visit(Samples, keep)` for the part of each row. False for a data type that has no samples.
+  template <class Visit>
+  bool ForEachRow(const void* data, double nullValue, Visit&& visit) const {
+    return zrk::VisitDataType(dataType, [&](auto zero) {
+      using Sample = decltype(zero);
+      zrk::WithFilter<Sample>(nullValue, [&](auto keep) {
+        for (int y = y0; y <= y1 && x0 <= x1; ++y) {
+          const Sample* row = static_cast<const Sample*>(data) + std::int64_t{y} * xSize;
+          visit(zrk::Samples<Sample>{row + x0, static_cast<std::size_t>(x1 - x0 + 1)}, keep);
+        }
+      });
+    });
+  }
+};
+
+/// Moves counts to the bins of a range that has grown.
+void Regroup(std::int64_t* histogram, const zrk::Summary& before, const zrk::BinScale& bins) {
+  if (before.minValue > before.maxValue) return;
+  std::array<std::int64_t, zrk::kNumBins> counts{};
+  std::copy_n(histogram, counts.size(), counts.begin());
+  std::fill_n(histogram, counts.size(), 0);
+  const double range = before.maxValue - before.minValue;
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    const double middle = before.minValue + range * ((static_cast<double>(i) + 0.5) / zrk::kNumBins);
+    if (counts[i] != 0) histogram[bins.BinOf(middle)] += counts[i];
+  }
+}
+
+zrk::Summary RangeOf(double minValue, double maxValue) {
+  zrk::Summary summary;
+  summary.minValue = minValue;
+  summary.maxValue = maxValue;
+  return summary;
+}
+
+}  // namespace
+
+int XfnGetSubsetStatElem1(const void* data, int xSize, int ySize, int dataType, double& sum, double& sumOfSquares,
+                          double& minValue, double& maxValue, std::int64_t& count, int x0, int x1, int y0, int y1,
+                          double nullValue) {
+  if (!data || xSize <= 0 || ySize <= 0) return 0;
+  const Block block(xSize, ySize, dataType, x0, x1, y0, y1);
+  return block.ForEachRow(data, nullValue, [&](const auto& samples, auto keep) {
+    const auto range = zrk::FindRange(samples, keep);
+    if (range.count == 0) return;
+    count += range.count;
+    sum += range.sum;
+    sumOfSquares += zrk::AddDeviations(samples, keep, 0.0, 1.0).squares;
+    minValue = std::min(minValue, static_cast<double>(range.minValue));
+    maxValue = std::max(maxValue, static_cast<double>(range.maxValue));
+  });
+}
+
+int XfnGetSubsetStatElem3(const void* data, int xSize, int ySize, int dataType, double previousMin, double previousMax,
+                          double minValue, double maxValue, std::int64_t* histogram, int x0, int x1, int y0, int y1,
+                          double nullValue) {
+  if (!data || !histogram || xSize <= 0 || ySize <= 0 || XfnGetDataSize(dataType) == 0) return 0;
+  if (minValue > maxValue) return 1;  // nothing has counted so far
+  const Block block(xSize, ySize, dataType, x0, x1, y0, y1);
+  const zrk::Summary before = RangeOf(previousMin, previousMax);
+  const zrk::BinScale bins(RangeOf(minValue, maxValue));
+  if (previousMin != minValue || previousMax != maxValue) Regroup(histogram, before, bins);
+  return block.ForEachRow(data, nullValue,
+                          [&](const auto& samples, auto keep) { zrk::CountBins(samples, keep, bins, histogram); });
 }

@@ -54,8 +54,8 @@ Violations FindGapsOfFormats(const fs::path& root, std::span<const tagXFormat> f
     if (!format.isRaster) continue;
     const std::string band = format.bandClass;
     want(fs::exists(root / "include" / (band + ".h")), "public header");
-    want(ExistsInAny(root, {"src/bands", "src/rpf", "src/tiles", "src/hawk"}, band + ".cpp"), "band source");
-    want(ExistsInAny(root, {"tests/bands", "tests/rpf", "tests/tiles", "tests/hawk"}, band + "_test.cpp"), "test file");
+    want(ExistsInAny(root, {"src/bands", "src/rpf", "src/tiles", "src/hawk", "src/core/level"}, band + ".cpp"), "band source");
+    want(ExistsInAny(root, {"tests/bands", "tests/rpf", "tests/tiles", "tests/hawk", "tests/core"}, band + "_test.cpp"), "test file");
     want(fs::exists(root / "fuzz" / (band + "_fuzz.cpp")), "fuzz target");
     want(HoldsFiles(root / "fuzz/seeds" / band) || fs::exists(root / "fuzz" / (band + "_seeds.cpp")), "fuzz seeds");
     want(HasPage(root / "docs/formats", format.name), "page in docs/formats headed by its name");

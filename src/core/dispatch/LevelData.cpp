@@ -1,8 +1,128 @@
-// The seam to level data. A load asks here once its bands are in the dataset, and goes on without it on a 0.
+// Level data: the companion file of a raster. A load asks here once its bands are in the dataset, and goes on without
+// it on a 0.
 
+#include "core/level/LevelFile.h"
+#include "core/native/NativeXml.h"
 #include "XFile.h"
+#include "XMessageBox.h"
 #include "XPath.h"
+#include "XRSFile.h"
+#include "XRSFile2XLD.h"
 #include "XRSFileIO.h"
+#include "ZRMBandComplex.h"
+#include "ZRMBandDRIO.h"
+#include "ZRMBandXLD.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr unsigned kReadShared = XFile::kRead | XFile::kShareDenyNone;
+
+int FailWith(XString& err, const char* sentence) {
+  err = sentence;
+  return 0;
+}
+
+/// The band behind a complex one, where the band is that.
+ZRMBand* Unwrap(ZRMBand* band) {
+  if (!band || !band->IsKindOf(ZRMBandComplex::GetRuntimeClassStatic())) return band;
+  return static_cast<ZRMBandComplex*>(band)->GetInnerBand();
+}
+
+ZRMBandDRIO* AsDirectBand(ZRMBand* band) {
+  ZRMBand* inner = Unwrap(band);
+  if (!inner || !inner->IsKindOf(ZRMBandDRIO::GetRuntimeClassStatic())) return nullptr;
+  return static_cast<ZRMBandDRIO*>(inner);
+}
+
+/// The level bands that a file makes, until it is known that all of it fits.
+struct LevelBands {
+  std::vector<std::pair<ZRMBandDRIO*, std::unique_ptr<ZRMBandXLD>>> bands;
+
+  void Attach() {
+    for (auto& [source, level] : bands) source->SetBandXLD(level.release());
+  }
+};
+
+/// Level bands that serve nothing, as a level file without stores gives them.
+LevelBands MakeEmptyBands(XRSFile& dataset) {
+  LevelBands made;
+  for (int i = 0; i < dataset.GetNumOfBands(); ++i) {
+    ZRMBandDRIO* source = AsDirectBand(dataset.GetBandAt(i));
+    if (source) made.bands.emplace_back(source, std::make_unique<ZRMBandXLD>());
+  }
+  return made;
+}
+
+/// Level bands over the stores of the file, which lie between its head and its text. The first band takes the file
+/// over. Empty where the stores that the dataset wants are not just those that are there.
+LevelBands MakeStoreBands(XRSFile& dataset, std::unique_ptr<XFile> file, std::int64_t textOffset) {
+  LevelBands made;
+  XFile* const shared = file.get();
+  std::int64_t offset = zrk::kLevelHeadBytes;
+  for (int i = 0; i < dataset.GetNumOfBands(); ++i) {
+    ZRMBandDRIO* source = AsDirectBand(dataset.GetBandAt(i));
+    if (!source) continue;
+    auto band = std::make_unique<ZRMBandXLD>();
+    if (file) {
+      band->SetFile(file.release(), 1);
+    } else {
+      band->SetFile(shared, 0);
+    }
+    band->SetOffset(offset);
+    band->Init(source, source->GetXSize(), source->GetYSize(), source->GetDataType(), source->GetXTileSize(),
+               source->GetYTileSize());
+    const std::int64_t size = band->CalcBandSize(0, 0, 0, 0, 0);
+    if (size <= 0 || size > textOffset - offset) return {};
+    offset += size;
+    made.bands.emplace_back(source, std::move(band));
+  }
+  return offset == textOffset ? std::move(made) : LevelBands();
+}
+
+/// Whether the operator wants the level data to be built.
+bool AskToCreate() {
+  constexpr unsigned kStyle = kMessageYesNo | kMessageIconQuestion;
+  return XfnMessageBox("Do you want to create level data?", "Create Level Data[XLD]", kStyle) != kAnswerNo;
+}
+
+int AttachLevelData(XRSFile& dataset, const XString& path, XString& err) {
+  auto file = std::make_unique<XFile>();
+  if (!file->Open(XRSFileIO::GetFileNameXLD(path), kReadShared)) return 0;
+  std::int64_t textOffset = 0;
+  if (zrk::ReadLevelHead(*file, textOffset) != zrk::LevelHead::kGood) return 0;
+  // A dataset that goes by another name has level data of its own.
+  if (XfnGetFileName(dataset.GetFilePath()) != XfnGetFileName(path)) return 0;
+  if (!dataset.LoadStringZRM(zrk::ReadLevelText(*file, textOffset), err, nullptr)) return 0;
+  if (textOffset == zrk::kLevelHeadBytes) {
+    MakeEmptyBands(dataset).Attach();
+    return 1;
+  }
+  LevelBands made = MakeStoreBands(dataset, std::move(file), textOffset);
+  if (made.bands.empty()) return 0;
+  made.Attach();
+  return 1;
+}
+
+/// Puts the text in the place of the old one, which ends the file. A text that has become shorter is filled up with
+/// blanks until the file is cut, so that a reader finds a whole one at every moment.
+bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& text) {
+  const std::int64_t oldLength = file.GetLength(), newLength = textOffset + text.GetLength();
+  if (newLength > oldLength && !file.Preallocate(newLength)) {
+    file.SetLength(oldLength);
+    return false;
+  }
+  std::string padded = text.AsStdString();
+  padded.resize(static_cast<std::size_t>(std::max(oldLength, newLength) - textOffset), ' ');
+  return file.WriteAt(textOffset, padded.data(), static_cast<std::int64_t>(padded.size())) &&
+         file.SetLength(newLength) && file.Flush();
+}
+
+}  // namespace
 
 XString XRSFileIO::GetFileNameXLD(XString path) {
   XString extension = XfnGetFileExt(path);
@@ -11,10 +131,68 @@ XString XRSFileIO::GetFileNameXLD(XString path) {
   return XfnGetFileFolder(path) + XfnGetFileTitle(path) + ".xld";
 }
 
-int XRSFileIO::LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread*) {
+int XRSFileIO::CheckFileXLD(XRSFile* file, XString path, XString& err, XThread*) {
   if (!file) return 0;
-  // The operator is not asked whether to build what could not be used.
-  const bool wouldBeUsed = levelMode != kLevelNone || XFile::Exists(GetFileNameXLD(path));
-  err = wouldBeUsed ? "Level data can't be used by this build" : "There is not a corresponding XLD file";
-  return 0;
+  const XString name = GetFileNameXLD(path);
+  if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
+  XFile levelFile;
+  if (!levelFile.Open(name, kReadShared)) return FailWith(err, "Fail to open XLD file");
+  std::int64_t textOffset = 0;
+  switch (zrk::ReadLevelHead(levelFile, textOffset)) {
+    case zrk::LevelHead::kShort:
+      return 0;
+    case zrk::LevelHead::kForeign:
+      return FailWith(err, "Invalid XLD Magic string");
+    case zrk::LevelHead::kGood:
+      break;
+  }
+  XString reason;
+  if (file->LoadStringZRM(zrk::ReadLevelText(levelFile, textOffset), reason, nullptr)) return 1;
+  return FailWith(err, "Fail to load XLD information");
+}
+
+int XRSFileIO::CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread) {
+  if (!file || levelMode == kLevelNone) return 0;
+  XRSFile2XLD builder;
+  builder.SetXRSFile(file);
+  return builder.Save(GetFileNameXLD(path), err, levelMode, thread);
+}
+
+int XRSFileIO::LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread) {
+  if (!file) return 0;
+  if (!CheckFileXLD(file, path, err, thread) && levelMode != kLevelNone) {
+    if (levelMode == kLevelAsk && !AskToCreate()) return 0;
+    err.Empty();
+    const int isCreated = CreateFileXLD(file, path, err, levelMode, thread);
+    if (!isCreated && (levelMode == kLevelAsk || levelMode == kLevelBuild)) return 0;
+  }
+  return AttachLevelData(*file, path, err);
+}
+
+int XRSFileIO::UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err) {
+  if (!file || !sr) return 0;
+  const XString path = file->GetFilePath().IsEmpty() ? file->GetName() : file->GetFilePath();
+  const XString name = GetFileNameXLD(path);
+  if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
+  XFile levelFile;
+  if (!levelFile.Open(name, XFile::kReadWrite | XFile::kShareDenyNone)) return FailWith(err, "Fail to open XLD file");
+  std::int64_t textOffset = 0;
+  const zrk::LevelHead head = zrk::ReadLevelHead(levelFile, textOffset);
+  if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
+  if (head != zrk::LevelHead::kGood) return 0;
+  XString text = zrk::ReadLevelText(levelFile, textOffset), wkt;
+  sr->exportToWkt(wkt);
+  if (!zrk::ReplaceProjections(text, wkt)) return 0;
+  return ReplaceText(levelFile, textOffset, text) ? 1 : FailWith(err, "Fail to write Data");
+}
+
+bool XfnIsValidZRMLevelData(XRSFile* file) {
+  if (!file) return false;
+  for (int i = 0; i < file->GetNumOfBands(); ++i) {
+    ZRMBand* band = file->GetBandAt(i);
+    if (!band || band->IsKindOf(ZRMBandEPOT::GetRuntimeClassStatic())) continue;
+    const bool isDirect = band->IsKindOf(ZRMBandDRIO::GetRuntimeClassStatic());
+    if (!isDirect || !static_cast<ZRMBandDRIO*>(band)->GetBandXLD()) return false;
+  }
+  return true;
 }

@@ -1,27 +1,48 @@
 #include "core/dispatch/Outcome.h"
+#include "XRSFile2ZRM.h"
 #include "XRSFileIO.h"
+#include "XSystem.h"
 
 namespace {
 
-int RefuseToWrite(const char* what, const XRSFile* file, XString& err) {
-  if (file) {
-    err.Format("%s files can't be written by this build", what);
-  } else {
-    err = zrk::kNotValidFile;
-  }
-  return 0;
+/// What ties a file to the machine that wrote it, where that is asked for.
+XString MakeValidationInfo() {
+  constexpr int kByNetworkAddress = 2;
+  if (XfnGetCryptoMethod() != kByNetworkAddress) return "";
+  XStringList addresses(10);
+  return XfnGetMacAddress(addresses) > 0 ? addresses.GetHead() : XString();
 }
 
 }  // namespace
 
 int XRSFileIO::SaveFileTiff(XRSFile* file, XString, int, int, int, int, XString& err, XThread*) {
-  return RefuseToWrite("TIFF", file, err);
+  err = file ? "TIFF files can't be written by this build" : zrk::kNotValidFile;
+  return 0;
 }
 
-int XRSFileIO::SaveFileZRM(XRSFile* file, XString, int, int, int, int, int, XString& err, XThread*, int, int, int) {
-  return RefuseToWrite("Native raster", file, err);
+int XRSFileIO::SaveFileZRM(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, XString& err,
+                           XThread* thread, int compressionMode, int writerFlag1, int writerFlag2) {
+  if (!file) {
+    err = zrk::kNotValidFile;
+    return 0;
+  }
+  XRSFile2ZRM writer;
+  writer.SetXRSFile(file);
+  writer.SetCryptoVaildationInfo(MakeValidationInfo());
+  writer.SetWriterFlags(writerFlag1, writerFlag2);
+  return writer.Save(path, level, x0, x1, y0, y1, compressionMode, 0.0, err, thread);
 }
 
-int XRSFileIO::SaveFileZRMComp(XRSFile* file, XString, int, int, int, int, int, double, XString& err, XThread*, int) {
-  return RefuseToWrite("Native raster", file, err);
+int XRSFileIO::SaveFileZRMComp(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, double quality,
+                               XString& err, XThread* thread, int writerFlag1) {
+  if (!file) {
+    err = zrk::kNotValidFile;
+    return 0;
+  }
+  constexpr int kCompressed = 3, kSecondFlag = 1;
+  XRSFile2ZRM writer;
+  writer.SetXRSFile(file);
+  writer.SetCryptoVaildationInfo(MakeValidationInfo());
+  writer.SetWriterFlags(writerFlag1, kSecondFlag);
+  return writer.Save(path, level, x0, x1, y0, y1, kCompressed, quality, err, thread);
 }

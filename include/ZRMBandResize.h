@@ -1,0 +1,85 @@
+#pragma once
+
+#include "XPerThread.h"
+#include "XThreadSafeArr.h"
+#include "ZRMBand.h"
+
+#include <memory>
+
+namespace zrk {
+class RowSampler;
+struct ResizeScratch;
+}  // namespace zrk
+
+/// How a resized pixel is made.
+enum XResampleMethod {
+  /// The source pixel that holds the centre of the output pixel; where the centre lies on an edge, the right or lower
+  /// one.
+  kResampleNearest = 0,
+  /// The mean of the source pixels under the output pixel, each weighted by the part of it that is covered; at exactly
+  /// half the size the mean of four. Integers are rounded half away from zero.
+  kResampleMean = 1,
+  /// Cubic convolution with a = -0.5 over the four by four source pixels around the centre of the output pixel, also
+  /// where the image becomes smaller. Pixels beyond the window are those at its edge. Integers are rounded half away
+  /// from
+  /// zero and cut to their range. An infinity reaches as not a number as far as the four by four pixels do.
+  kResampleCubic = 2,
+};
+
+/// A window of another band at other pixel sizes, larger or smaller.
+///
+///     ZRMBandResize half;
+///     half.SetSourceBand(band);
+///     half.SetResampleMethod(kResampleMean);
+///     if (!half.SetResizeInfo(0, width - 1, 0, height - 1, width / 2, height / 2)) ...
+///
+/// The source is always read at level 0, in strips of some megabytes and only where the output needs it. Source, method
+/// and null value take effect with the next `SetResizeInfo`; until the first that succeeds, reads fail. Several threads
+/// may read at once if they may read the source.
+///
+/// Samples equal to the null value of this band, not of the source, are left out of means; a pixel with no other
+/// samples under it is null. Among the four by four of the cubic method a null makes the pixel the bilinear mean of
+/// those of the middle four that are not null, or null where there are none. Samples that are not numbers take part.
+class ZRKIO_API ZRMBandResize : public ZRMBand {
+  X_DECLARE_RUNTIME_CLASS
+  ZRMBandResize();
+  ~ZRMBandResize() override;
+
+  /// The band that is shown; not owned, and it has to outlive this one's reads.
+  ZRMBand* GetSourceBand() const { return source_; }
+  void SetSourceBand(ZRMBand* source) { source_ = source; }
+  /// A value of `XResampleMethod`, at first `kResampleMean`.
+  int GetResampleMethod() const { return method_; }
+  /// 0, with nothing changed, for any other value.
+  int SetResampleMethod(int method);
+
+  /// Lays `xSize` by `ySize` pixels over a window of the source, inclusive and in its full-resolution pixels. This band
+  /// takes that size, the source's data type, band type, tile sizes, coordinate kind and system, the corner of the
+  /// window, and as pixel sizes the extent of the window over the size. 0, with the band as it was, without a source,
+  /// for a window that is not inside it, sizes that are not positive, a data type that is not scalar, or where memory
+  /// ran out.
+  int SetResizeInfo(int x0, int x1, int y0, int y1, int xSize, int ySize);
+  /// As above, with the size that brings the pixel sizes nearest to those given, in world units: the extent of the
+  /// window over them, rounded, at least 1. Only the magnitudes count; 0 also for a pixel size of 0 or not finite.
+  int SetResizeInfo(int x0, int x1, int y0, int y1, double xPixelSize, double yPixelSize);
+
+  /// Windows are in pixels of this band. Level n takes every 2^n-th pixel and row of the resized image, from the
+  /// upper left of the window.
+  using ZRMBand::ReadSubset;
+  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
+  /// Frees what is this band's; the source's buffers stay.
+  int CleanupMemory(int freeBuffers, int force) override;
+
+ private:
+  bool IsResizable(int x0, int x1, int y0, int y1) const;
+
+  ZRMBand* source_ = nullptr;
+  int method_ = kResampleMean;
+
+  ZRMBand* shown_ = nullptr;  ///< the source, and the corner of the window in it, as of the last `SetResizeInfo`
+  int left_ = 0;
+  int top_ = 0;
+  std::unique_ptr<const zrk::RowSampler> sampler_;
+  XThreadSafeArr2 results_;
+  zrk::PerThread<zrk::ResizeScratch> scratch_;
+};

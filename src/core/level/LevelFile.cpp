@@ -1,0 +1,45 @@
+#include "core/level/LevelFile.h"
+
+#include "base/Cursor.h"
+#include "XLimits.h"
+
+#include <algorithm>
+#include <string>
+
+namespace zrk {
+namespace {
+
+constexpr std::array<unsigned char, 4> kMark = {'X', 'L', 'D', '.'};
+
+}  // namespace
+
+std::array<unsigned char, 12> FormatLevelHead(std::int64_t textOffset) {
+  std::array<unsigned char, 12> head{};
+  std::ranges::copy(kMark, head.begin());
+  for (int i = 0; i < 8; ++i) {
+    head[static_cast<std::size_t>(4 + i)] =
+        static_cast<unsigned char>(static_cast<std::uint64_t>(textOffset) >> (8 * i));
+  }
+  return head;
+}
+
+LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset) {
+  std::array<unsigned char, 12> head{};
+  const std::int64_t got = file.ReadAt(0, head.data(), kLevelHeadBytes);
+  if (got < 4) return LevelHead::kShort;
+  Cursor cursor(head);
+  if (!std::ranges::equal(cursor.Bytes(kMark.size()), kMark)) return LevelHead::kForeign;
+  if (got < kLevelHeadBytes) return LevelHead::kShort;
+  textOffset = cursor.I64LE();
+  return LevelHead::kGood;
+}
+
+XString ReadLevelText(XFile& file, std::int64_t textOffset) {
+  const std::int64_t size = file.GetLength() - textOffset;
+  if (textOffset < kLevelHeadBytes || size <= 0 || size > GetLimits().xmlBytes) return "";
+  std::string text(static_cast<std::size_t>(size), '\0');
+  if (file.ReadAt(textOffset, text.data(), size) != size) return "";
+  return text;
+}
+
+}  // namespace zrk

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "XFile.h"
+#include "XString.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+namespace zrk {
+
+// The head of a level file: "XLD.", and the offset of the XML text, signed and little-endian, which is -1 until the
+// file is whole. Stores follow back to back; where there are none the text follows the head.
+
+inline constexpr std::int64_t kLevelHeadBytes = 12;
+
+std::array<unsigned char, 12> FormatLevelHead(std::int64_t textOffset);
+
+enum class LevelHead { kGood, kShort, kForeign };
+
+/// Reads the head of an open file.
+LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset);
+
+/// The text of a level file; empty where the offset lies outside the file, the text is larger than `zrk::Limits`
+/// allows, or it can't be read.
+XString ReadLevelText(XFile& file, std::int64_t textOffset);
+
+}  // namespace zrk

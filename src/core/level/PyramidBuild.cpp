@@ -1,0 +1,284 @@
+// The top is cut into stripes of whole rows of tiles. A stripe's rows are carried down through all levels on which the
+// stripe still begins and ends with a whole row, so that stripes have nothing to do with each other and any thread may
+// take any of them. The few small levels below are made from the store at the end.
+
+#include "core/level/PyramidBuild.h"
+
+#include "base/Parallel.h"
+#include "core/level/BuildProgress.h"
+#include "core/level/LowerLevels.h"
+#include "core/level/PyramidStore.h"
+#include "core/level/TopMaker.h"
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <climits>
+#include <memory>
+#include <span>
+
+namespace zrk {
+namespace {
+
+/// What is read of a source at once: little enough to be still in the cache of a core when it is made smaller.
+constexpr std::int64_t kReadBytes = 512 << 10;
+/// What the stripes of the bands that are built together may take, for each worker.
+constexpr std::int64_t kStripeBytes = 64 << 20;
+/// Bands of one file come with one decoding where they are read together.
+constexpr int kMostBandsTogether = 4;
+
+using Bands = std::span<PyramidBand>;
+
+/// How the top of some bands, which have the same shape, is cut into stripes.
+struct StripePlan {
+  StripePlan(const PyramidJob& job, const PyramidBand& band);
+
+  int FirstRow(int stripe) const { return stripe * stripeRows; }
+  int LastRow(int stripe) const { return std::min(FirstRow(stripe) + stripeRows, height) - 1; }
+
+  int height;
+  int decodeRows;  ///< rows of the top that come with one decoding of the source
+  int stripeRows;
+  int numStripes;
+  int carriedLevel;  ///< the last one that a stripe makes
+};
+
+StripePlan::StripePlan(const PyramidJob& job, const PyramidBand& band) {
+  const PyramidLayout& layout = band.store->Layout();
+  const int yTile = layout.Shape().yTile;
+  const int rowsPerRow = job.top == PyramidTop::kCopy ? 1 : 2;
+  height = layout.Height(0);
+  const std::int64_t sourceRowBytes = std::int64_t{job.window.Width()} * layout.SampleBytes();
+  const auto mostReadRows = static_cast<int>(std::max<std::int64_t>(INT_MAX / sourceRowBytes / rowsPerRow - 1, 1));
+  decodeRows = std::clamp((band.source->GetDecodeRows() - 1) / rowsPerRow + 1, 1, std::min(height, mostReadRows));
+  const std::int64_t tileRowBytes = std::int64_t{layout.Width(0)} * yTile * layout.SampleBytes();
+  const auto mostTileRows = std::max<std::int64_t>(kStripeBytes / tileRowBytes, 1);
+  stripeRows = yTile * static_cast<int>(std::min<std::int64_t>((decodeRows - 1) / yTile + 1, mostTileRows));
+  numStripes = (height - 1) / stripeRows + 1;
+  const int smallest = std::min(layout.Width(0), height);
+  const int evenLevels = std::countr_zero(static_cast<unsigned>(stripeRows));
+  const int realLevels = std::bit_width(static_cast<unsigned>(smallest)) - 1;
+  carriedLevel = std::min({layout.Shape().levels, evenLevels, realLevels});
+}
+
+/// One band's part of what a worker does.
+class BandStripe : public RowTaker {
+ public:
+  BandStripe(PyramidBand& band, const StripePlan& plan)
+      : statistics(band.store->Layout().Shape().dataType, band.reduction.nullValue),
+        band_(band),
+        cascade_(band.store->Layout(), plan.carriedLevel, band.reduction, *this) {}
+
+  bool TakeRows(int level, int firstRow, int numRows, const unsigned char* rows) override {
+    const int yTile = band_.store->Layout().Shape().yTile;
+    return band_.store->WriteTileRows({level, firstRow / yTile, firstRow % yTile, numRows}, rows, staging_);
+  }
+
+  RowCascade& Cascade() { return cascade_; }
+  ZRMBand& Source() { return *band_.source; }
+
+  SampleStatistics statistics;
+
+ private:
+  PyramidBand& band_;
+  RowCascade cascade_;
+  std::vector<unsigned char> staging_;
+};
+
+/// Bands of one shape that are read together.
+class GroupBuild {
+ public:
+  GroupBuild(const PyramidJob& job, Bands bands, BuildProgress& progress)
+      : job_(job),
+        bands_(bands),
+        progress_(progress),
+        plan_(job, bands.front()),
+        topMaker_(job.top, job.window, bands.front().store->Layout()),
+        crews_(static_cast<std::size_t>(CountWorkers(plan_.numStripes))) {}
+
+  PyramidResult Run();
+
+ private:
+  struct Crew {
+    std::vector<std::unique_ptr<BandStripe>> stripes;
+    TopMaker::Scratch scratch;
+  };
+
+  bool BuildStripe(int stripe, int worker);
+  bool BuildChunk(Crew& crew, int stripe, int first, int last);
+  bool TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last, const tagXArr2& source);
+  int CountChunkRows() const;
+  bool Fail(PyramidResult result);
+  void Summarize();
+  bool CountHistogram(PyramidBand& band);
+  bool CountStripe(const PyramidBand& band, int stripe, HistogramCounter& counter) const;
+
+  const PyramidJob& job_;
+  Bands bands_;
+  BuildProgress& progress_;
+  StripePlan plan_;
+  TopMaker topMaker_;
+  std::vector<Crew> crews_;
+  std::atomic<PyramidResult> result_ = PyramidResult::kDone;
+};
+
+bool GroupBuild::Fail(PyramidResult result) {
+  result_ = result;
+  return false;
+}
+
+/// As many rows of the top as make a read of the wanted size, in whole decodings.
+int GroupBuild::CountChunkRows() const {
+  const std::int64_t rowBytes = std::int64_t{job_.window.Width()} * bands_.front().store->Layout().SampleBytes();
+  const std::int64_t sourceRows = std::max<std::int64_t>(kReadBytes / rowBytes, 2);
+  const auto rows = static_cast<int>(job_.top == PyramidTop::kCopy ? sourceRows : sourceRows / 2);
+  return std::max(rows / plan_.decodeRows, 1) * plan_.decodeRows;
+}
+
+/// Carries the rows `first` to `last` of the top down, made of what was read for them.
+bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last,
+                           const tagXArr2& source) {
+  const auto width = static_cast<std::size_t>(bands_.front().store->Layout().Width(0));
+  for (int row = first, rows = 0; row <= last; row += rows) {
+    rows = std::min(band.Cascade().GetRoom(), last - row + 1);
+    unsigned char* const place = band.Cascade().GetPlace();
+    topMaker_.Make(row, row + rows - 1, source, topMaker_.FirstSourceRow(first), place, scratch);
+    band.statistics.Add(stripe, place, width * static_cast<std::size_t>(rows));
+    if (!band.Cascade().Put(rows)) return false;
+  }
+  return true;
+}
+
+bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
+  const SourceWindow& window = job_.window;
+  const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
+  for (const auto& band : crew.stripes) {
+    tagXArr2* source = nullptr;
+    const bool isRead = band->Source().ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr) &&
+                        source->xSize == window.Width() && source->ySize == y1 - y0 + 1;
+    if (!isRead) return Fail(PyramidResult::kReadFailed);
+    if (!TakeChunk(*band, crew.scratch, stripe, first, last, *source)) return Fail(PyramidResult::kWriteFailed);
+    progress_.Add(last - first + 1);
+  }
+  return true;
+}
+
+bool GroupBuild::BuildStripe(int stripe, int worker) {
+  Crew& crew = crews_[static_cast<std::size_t>(worker)];
+  if (crew.stripes.empty()) {
+    for (PyramidBand& band : bands_) crew.stripes.push_back(std::make_unique<BandStripe>(band, plan_));
+  }
+  for (const auto& band : crew.stripes) band->Cascade().Start(plan_.FirstRow(stripe));
+  const int mostRows = CountChunkRows();
+  for (int row = plan_.FirstRow(stripe), rows = 0; row <= plan_.LastRow(stripe); row += rows) {
+    const bool goesOn = worker == 0 ? progress_.Report() : !progress_.IsStopped();
+    if (!goesOn) return Fail(PyramidResult::kStopped);
+    rows = std::min(mostRows, plan_.LastRow(stripe) - row + 1);
+    if (!BuildChunk(crew, stripe, row, row + rows - 1)) return false;
+  }
+  for (const auto& band : crew.stripes) {
+    if (!band->Cascade().Finish()) return Fail(PyramidResult::kWriteFailed);
+  }
+  return true;
+}
+
+void GroupBuild::Summarize() {
+  for (std::size_t i = 0; i < bands_.size(); ++i) {
+    SampleStatistics* all = nullptr;
+    for (Crew& crew : crews_) {
+      if (crew.stripes.empty()) continue;
+      SampleStatistics& part = crew.stripes[i]->statistics;
+      if (all) all->Merge(part);
+      if (!all) all = &part;
+    }
+    bands_[i].summary = all->Summarize();
+    if (all->HasHistogram()) bands_[i].histogram = all->GetHistogram();
+  }
+}
+
+bool GroupBuild::CountStripe(const PyramidBand& band, int stripe, HistogramCounter& counter) const {
+  const PyramidLayout& layout = band.store->Layout();
+  const std::int64_t rowBytes = std::int64_t{layout.Width(0)} * layout.SampleBytes();
+  const auto mostRows = static_cast<int>(std::max<std::int64_t>(kReadBytes / rowBytes, 1));
+  tagXArr2 rows;
+  for (int row = plan_.FirstRow(stripe); row <= plan_.LastRow(stripe); row += rows.ySize) {
+    const int numRows = std::min(mostRows, plan_.LastRow(stripe) - row + 1);
+    if (!rows.Alloc(layout.Width(0), numRows, layout.SampleBytes())) throw std::bad_alloc();
+    if (!band.store->Read(rows, 0, 0, row, nullptr)) return false;
+    counter.Add(rows.data, static_cast<std::size_t>(rows.xSize) * static_cast<std::size_t>(rows.ySize));
+  }
+  return true;
+}
+
+/// The bins of wide samples are known only with the range of all, so that the top is read once more.
+bool GroupBuild::CountHistogram(PyramidBand& band) {
+  if (band.summary.count == 0) return true;
+  const HistogramCounter empty(band.store->Layout().Shape().dataType, band.reduction.nullValue, band.summary);
+  std::vector<HistogramCounter> counters(crews_.size(), empty);
+  const bool isCounted = ForEachInParallel(plan_.numStripes, [&](int stripe, int worker) {
+    return !progress_.IsStopped() && CountStripe(band, stripe, counters[static_cast<std::size_t>(worker)]);
+  });
+  HistogramCounter all = empty;
+  for (const HistogramCounter& counter : counters) all.Merge(counter);
+  band.histogram = all.Get();
+  return isCounted;
+}
+
+PyramidResult GroupBuild::Run() {
+  if (!ForEachInParallel(plan_.numStripes, [&](int stripe, int worker) { return BuildStripe(stripe, worker); })) {
+    return result_;
+  }
+  Summarize();
+  for (PyramidBand& band : bands_) {
+    const bool isWide = band.store->Layout().SampleBytes() > 2;
+    if (isWide && !CountHistogram(band)) {
+      return progress_.IsStopped() ? PyramidResult::kStopped : PyramidResult::kWriteFailed;
+    }
+    const PyramidLayout& layout = band.store->Layout();
+    const LevelWindow whole = {0, layout.Width(0) - 1, 0, layout.Height(0) - 1};
+    if (!MakeLowerLevels(*band.store, plan_.carriedLevel + 1, whole, band.reduction)) {
+      return PyramidResult::kWriteFailed;
+    }
+  }
+  return PyramidResult::kDone;
+}
+
+/// How many bands from one on are built together: those of the same shape, as far as memory allows.
+std::size_t CountTogether(const PyramidJob& job, std::size_t first) {
+  const PyramidBand& band = job.bands[first];
+  const StripePlan plan(job, band);
+  const PyramidLayout& layout = band.store->Layout();
+  const std::int64_t tileRowBytes = std::int64_t{layout.Width(0)} * layout.Shape().yTile * layout.SampleBytes();
+  const auto most =
+      static_cast<std::size_t>(std::clamp<std::int64_t>(kStripeBytes / tileRowBytes, 1, kMostBandsTogether));
+  std::size_t count = 1;
+  while (count < most && first + count < job.bands.size()) {
+    const PyramidBand& next = job.bands[first + count];
+    const bool isAlike =
+        next.store->Layout().Shape() == layout.Shape() && StripePlan(job, next).decodeRows == plan.decodeRows;
+    if (!isAlike) break;
+    ++count;
+  }
+  return count;
+}
+
+}  // namespace
+
+const char* GetSentence(PyramidResult result) {
+  return result == PyramidResult::kReadFailed ? "Fail to read data" : "Fail to write Data";
+}
+
+PyramidResult BuildPyramids(PyramidJob& job) {
+  const auto numBands = static_cast<int>(job.bands.size());
+  BuildProgress progress(job.thread, job.percentStart, job.percentSpan, numBands,
+                         job.bands.front().store->Layout().Height(0));
+  for (std::size_t first = 0, count = 0; first < job.bands.size(); first += count) {
+    count = CountTogether(job, first);
+    GroupBuild build(job, Bands(job.bands).subspan(first, count), progress);
+    const PyramidResult result = build.Run();
+    if (result != PyramidResult::kDone) return result;
+  }
+  return progress.Report() ? PyramidResult::kDone : PyramidResult::kStopped;
+}
+
+}  // namespace zrk

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/level/RowCascade.h"
+#include "math/SampleStatistics.h"
+#include "XThread.h"
+#include "ZRMBand.h"
+
+#include <memory>
+#include <vector>
+
+namespace zrk {
+
+class PlainStore;
+
+/// What the top of a pyramid is: the pixels of a window of the source, or their means at half its size each way, in
+/// whole numbers.
+enum class PyramidTop { kCopy, kHalfMean };
+
+/// An inclusive window of the sources, in full-resolution pixels.
+struct SourceWindow {
+  int x0 = 0;
+  int x1 = 0;
+  int y0 = 0;
+  int y1 = 0;
+  int Width() const { return x1 - x0 + 1; }
+  int Height() const { return y1 - y0 + 1; }
+};
+
+/// One band of a build. The store is uncompressed and open for writing, its top as large as `PyramidTop` makes it.
+struct PyramidBand {
+  ZRMBand* source = nullptr;
+  std::shared_ptr<PlainStore> store;
+  Reduction reduction;
+  Summary summary;  ///< of the top; filled by the build, as is the histogram
+  Histogram histogram{};
+};
+
+struct PyramidJob {
+  std::vector<PyramidBand> bands;
+  SourceWindow window;
+  PyramidTop top = PyramidTop::kCopy;
+  XThread* thread = nullptr;  ///< may be null
+  int percentStart = 0;
+  int percentSpan = 100;
+};
+
+enum class PyramidResult { kDone, kStopped, kReadFailed, kWriteFailed };
+
+/// What the caller is told of a build that failed.
+const char* GetSentence(PyramidResult result);
+
+/// Fills the stores of all bands, level by level in one pass over the sources, and takes the statistics of their tops.
+///
+/// The work is shared by as many threads as `XfnGetWorkerCount` tells, each of which reads the sources; the bytes that
+/// come out and the statistics do not depend on their number. Progress is posted on the calling thread, one step for
+/// every 200 rows of each band's top. Throws std::bad_alloc.
+PyramidResult BuildPyramids(PyramidJob& job);
+
+}  // namespace zrk

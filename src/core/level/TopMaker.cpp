@@ -1,0 +1,49 @@
+#include "core/level/TopMaker.h"
+
+#include "math/HalfMean.h"
+
+#include <cstring>
+
+namespace zrk {
+
+TopMaker::TopMaker(PyramidTop top, const SourceWindow& window, const PyramidLayout& layout)
+    : kind_(Kind::kCopy),
+      dataType_(layout.Shape().dataType),
+      width_(layout.Width(0)),
+      rowBytes_(std::int64_t{width_} * layout.SampleBytes()) {
+  if (top == PyramidTop::kCopy) return;
+  const bool isExactHalf = window.Width() == 2 * width_ && window.Height() == 2 * layout.Height(0);
+  kind_ = isExactHalf ? Kind::kHalf : Kind::kArea;
+  if (isExactHalf) return;
+  area_.emplace(window.Width(), window.Height(), width_, layout.Height(0), dataType_, kNotSet);
+}
+
+int TopMaker::FirstSourceRow(int row) const {
+  if (kind_ == Kind::kCopy) return row;
+  return kind_ == Kind::kHalf ? 2 * row : area_->FirstSourceRow(row);
+}
+
+int TopMaker::LastSourceRow(int row) const {
+  if (kind_ == Kind::kCopy) return row;
+  return kind_ == Kind::kHalf ? 2 * row + 1 : area_->LastSourceRow(row);
+}
+
+void TopMaker::Make(int first, int last, const tagXArr2& source, int sourceTop, unsigned char* out,
+                    Scratch& scratch) const {
+  if (kind_ == Kind::kCopy) {
+    std::memcpy(out, source.Row(first - sourceTop), static_cast<std::size_t>((last - first + 1) * rowBytes_));
+    return;
+  }
+  for (int row = first; row <= last; ++row, out += rowBytes_) {
+    const int upper = FirstSourceRow(row) - sourceTop;
+    if (kind_ == Kind::kHalf) {
+      MeanOfFour(dataType_, source.Row(upper), source.Row(upper + 1), width_, out);
+      continue;
+    }
+    scratch.rows.clear();
+    for (int y = upper; y <= LastSourceRow(row) - sourceTop; ++y) scratch.rows.push_back(source.Row(y));
+    area_->Row(row, scratch.rows.data(), out, scratch.area);
+  }
+}
+
+}  // namespace zrk

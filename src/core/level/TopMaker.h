@@ -1,0 +1,36 @@
+#pragma once
+
+#include "core/level/PyramidBuild.h"
+#include "core/resample/AreaMean.h"
+
+#include <optional>
+
+namespace zrk {
+
+/// How rows of the top of a pyramid come from rows of the source window. Immutable; several threads may use one.
+class TopMaker {
+ public:
+  TopMaker(PyramidTop top, const SourceWindow& window, const PyramidLayout& layout);
+
+  /// The source rows, counted from the top of the window, that make a row of the top.
+  int FirstSourceRow(int row) const;
+  int LastSourceRow(int row) const;
+
+  struct Scratch {
+    AreaMean::Scratch area;
+    std::vector<const void*> rows;
+  };
+  /// Makes rows `first` to `last`, one after the other at `out`. `source` holds source rows from `sourceTop` on.
+  void Make(int first, int last, const tagXArr2& source, int sourceTop, unsigned char* out, Scratch& scratch) const;
+
+ private:
+  enum class Kind { kCopy, kHalf, kArea };
+
+  Kind kind_;
+  int dataType_;
+  int width_;
+  std::int64_t rowBytes_;
+  std::optional<AreaMean> area_;
+};
+
+}  // namespace zrk

@@ -1,0 +1,84 @@
+#include "ZRMBandXLD.h"
+
+#include "base/Fence.h"
+#include "Xepot.h"
+#include "XFile.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+X_IMPLEMENT_RUNTIME_CLASS(ZRMBandXLD, ZRMBand);
+
+namespace {
+
+/// Pixels are counted in whole numbers, but world coordinates between them are seldom exact in binary: what lacks less
+/// than a millionth to the next pixel is that pixel.
+int TruncateToPixel(double place) {
+  const double whole = std::trunc(place + 1e-6);
+  return whole >= 0.0 && whole <= INT_MAX ? static_cast<int>(whole) : -1;
+}
+
+}  // namespace
+
+ZRMBandXLD::ZRMBandXLD() = default;
+ZRMBandXLD::~ZRMBandXLD() = default;
+
+void ZRMBandXLD::SetFile(XFile* file, int owns) {
+  if (file == ownedFile_.get()) static_cast<void>(ownedFile_.release());
+  ownedFile_.reset(owns ? file : nullptr);
+  file_ = file;
+}
+
+bool ZRMBandXLD::Init(ZRMBand* source, int xSize, int ySize, int dataType, int xTileSize, int yTileSize) {
+  if (!file_ || !source || source->GetLevel() <= 0) return false;
+  CopyGeometry(*source);
+  SetDataType(source->GetDataType());
+  SetTileSize(source->GetXTileSize(), source->GetYTileSize());
+  SetCompressionInfo(source->GetCompressionInfo());
+
+  const int width = xSize >> 1, height = ySize >> 1;
+  double minX = 0.0, maxX = 0.0, minY = 0.0, maxY = 0.0;
+  source->GetBoundRect(minX, maxX, minY, maxY);
+  epot_.SetUpperLeft(source->GetULX(), source->GetULY());
+  epot_.SetPixelSize((maxX - minX) / width, (maxY - minY) / height);
+  // Whatever the source's own compression is, the stores of level files have none.
+  return epot_.SetImage(file_, offset_, width, height, dataType, xTileSize, yTileSize, source->GetLevel() - 1,
+                        kCompressionPlain);
+}
+
+std::int64_t ZRMBandXLD::CalcBandSize(int, int, int, int, int) const {
+  return epot_.GetEPOT()->GetSize();
+}
+
+int ZRMBandXLD::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int*) {
+  if (!file_ || level <= 0 || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
+  double left = x0, bottom = y1, right = x1, top = y0;
+  for (auto [x, y] : {std::pair<double&, double&>(left, bottom), std::pair<double&, double&>(right, top)}) {
+    ConvPixelToWorldCoord(x, y);
+    epot_.ConvWorldToPixelCoord(x, y);
+  }
+  const int epotX = TruncateToPixel(left), epotY = TruncateToPixel(top);
+  if (epotX < 0 || epotY < 0) return 0;
+  return zrk::FencedRead([&] {
+    tagXArr2* const buffer = buffers_.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
+    const int storeLevel = level - 1;
+    if (!buffer || !epot_.GetEPOT()->Read(*buffer, storeLevel, epotX >> storeLevel, epotY >> storeLevel, nullptr)) {
+      return 0;
+    }
+    out = buffer;
+    CleanupMemory(0, 0);
+    return 1;
+  });
+}
+
+int ZRMBandXLD::CalcStatistics(int withHistogram) {
+  const int levels = Xepot::CalcProperLevel(GetXSize(), GetYSize(), GetXTileSize(), GetYTileSize());
+  return CalcStatisticsAtLevel(std::max(levels - 1, 0), withHistogram);
+}
+
+int ZRMBandXLD::CleanupMemory(int freeBuffers, int force) {
+  if (!freeBuffers || !IsMemoryWanted(force)) return 1;
+  buffers_.FreeCurrentThreadsBuffer();
+  return epot_.CleanupMemory(1, 1);
+}

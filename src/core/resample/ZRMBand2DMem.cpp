@@ -1,0 +1,100 @@
+#include "ZRMBand2DMem.h"
+
+#include "base/DataTypeVisit.h"
+#include "base/Fence.h"
+#include "math/SampleFilter.h"
+#include "XThread.h"
+
+#include <cstring>
+#include <utility>
+
+X_IMPLEMENT_RUNTIME_CLASS(ZRMBand2DMem, ZRMBand);
+
+namespace {
+
+bool IsScalar(int dataType) {
+  return zrk::VisitDataType(dataType, [](auto) {});
+}
+
+template <class Sample>
+void TakeEvery(const Sample* source, int step, int count, Sample* out) {
+  for (int i = 0; i < count; ++i) out[i] = source[static_cast<std::ptrdiff_t>(i) * step];
+}
+
+template <class Sample>
+void WriteUnequal(const Sample* source, Sample null, int count, Sample* target) {
+  for (int i = 0; i < count; ++i) target[i] = source[i] == null ? target[i] : source[i];
+}
+
+}  // namespace
+
+ZRMBand2DMem::ZRMBand2DMem() = default;
+ZRMBand2DMem::~ZRMBand2DMem() = default;
+
+int ZRMBand2DMem::SetSourceMemory(tagXArr2* source, int dataType) {
+  if (!source || !source->data || !IsScalar(dataType) || source->elementSize != XfnGetDataSize(dataType)) return 0;
+  if (source != &own_) own_.Free();
+  source_ = source;
+  sourceType_ = dataType;
+  SetDataType(dataType);
+  SetSize(source->xSize, source->ySize);
+  return 1;
+}
+
+int ZRMBand2DMem::SetSourceMemory(int xSize, int ySize, int dataType) {
+  tagXArr2 fresh;
+  if (!IsScalar(dataType) || !fresh.Alloc(xSize, ySize, XfnGetDataSize(dataType))) return 0;
+  const auto numSamples = static_cast<std::size_t>(xSize) * static_cast<std::size_t>(ySize);
+  std::memset(fresh.data, 0, numSamples * static_cast<std::size_t>(fresh.elementSize));
+  own_ = std::move(fresh);
+  return SetSourceMemory(&own_, dataType);
+}
+
+bool ZRMBand2DMem::IsInMemory(int x0, int x1, int y0, int y1) const {
+  return source_ && GetDataType() == sourceType_ && IsInside(x0, x1, y0, y1) && x1 < source_->xSize &&
+         y1 < source_->ySize;
+}
+
+int ZRMBand2DMem::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
+  if (!IsLevel(level) || !IsInMemory(x0, x1, y0, y1) || XfnIsStopRequested(cancel)) return 0;
+  return zrk::FencedRead([&] {
+    tagXArr2* result = results_.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, XfnGetDataSize(sourceType_));
+    if (!result) return 0;
+    zrk::VisitDataType(sourceType_, [&](auto zero) {
+      using Sample = decltype(zero);
+      for (int j = 0; j < result->ySize; ++j) {
+        const auto* row = reinterpret_cast<const Sample*>(source_->Row(y0 + (j << level))) + x0;
+        TakeEvery(row, 1 << level, result->xSize, reinterpret_cast<Sample*>(result->Row(j)));
+      }
+    });
+    out = result;
+    CleanupMemory(0, 0);
+    return 1;
+  });
+}
+
+int ZRMBand2DMem::WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue) {
+  if (!IsInMemory(x0, x1, y0, y1) || !data || !data->data || data->xSize != x1 - x0 + 1 || data->ySize != y1 - y0 + 1 ||
+      data->elementSize != source_->elementSize) {
+    return 0;
+  }
+  zrk::VisitDataType(sourceType_, [&](auto zero) {
+    using Sample = decltype(zero);
+    const bool skipsNulls = keepNull && zrk::CanEqual<Sample>(nullValue);
+    for (int y = y0; y <= y1; ++y) {
+      const auto* row = reinterpret_cast<const Sample*>(data->Row(y - y0));
+      auto* target = reinterpret_cast<Sample*>(source_->Row(y)) + x0;
+      if (skipsNulls) {
+        WriteUnequal(row, static_cast<Sample>(nullValue), data->xSize, target);
+      } else {
+        std::memmove(target, row, sizeof(Sample) * static_cast<std::size_t>(data->xSize));
+      }
+    }
+  });
+  return 1;
+}
+
+int ZRMBand2DMem::CleanupMemory(int freeBuffers, int force) {
+  if (freeBuffers && IsMemoryWanted(force)) results_.FreeCurrentThreadsBuffer();
+  return 1;
+}

@@ -1,0 +1,133 @@
+#include "math/SampleStatistics.h"
+
+#include "base/DataTypeVisit.h"
+
+namespace zrk {
+namespace {
+
+std::size_t CountPatterns(int dataType) {
+  const int bytes = XfnGetDataSize(dataType);
+  return bytes == 1 || bytes == 2 ? std::size_t{1} << (8 * bytes) : 0;
+}
+
+/// The summary of values with their counts, exact up to the last division.
+class CountedSums {
+ public:
+  void Add(int value, std::int64_t count) {
+    if (summary_.count == 0) first_ = value;
+    last_ = value;
+    summary_.count += count;
+    sum_ += value * count;
+  }
+  /// After all were added once, in ascending order, they are added a second time here.
+  void AddDeviation(int value, std::int64_t count) {
+    const double deviation = value - GetMean();
+    squares_ += deviation * deviation * static_cast<double>(count);
+  }
+  double GetMean() const { return static_cast<double>(sum_) / static_cast<double>(summary_.count); }
+  Summary Finish() {
+    if (summary_.count == 0) return summary_;
+    summary_.minValue = first_;
+    summary_.maxValue = last_;
+    summary_.mean = GetMean();
+    summary_.stdDev = StdDevOf(squares_, summary_.count);
+    return summary_;
+  }
+
+ private:
+  Summary summary_;
+  int first_ = 0;
+  int last_ = 0;
+  std::int64_t sum_ = 0;
+  double squares_ = 0.0;
+};
+
+}  // namespace
+
+// The three spreads are legs at right angles, so that no square is taken of a number that may be as large as a double
+// can be.
+
+Summary MergeSummaries(const Summary& first, const Summary& second) {
+  if (first.count == 0) return second;
+  if (second.count == 0) return first;
+  Summary both;
+  both.count = first.count + second.count;
+  both.minValue = std::min(first.minValue, second.minValue);
+  both.maxValue = std::max(first.maxValue, second.maxValue);
+  const auto n1 = static_cast<double>(first.count), n2 = static_cast<double>(second.count), n = n1 + n2;
+  const double distance = second.mean - first.mean;
+  both.mean = first.mean + distance * (n2 / n);
+  both.stdDev =
+      std::hypot(first.stdDev * std::sqrt((n1 - 1.0) / (n - 1.0)), second.stdDev * std::sqrt((n2 - 1.0) / (n - 1.0)),
+                 distance * std::sqrt(n1 / n * (n2 / (n - 1.0))));
+  return both;
+}
+
+SampleStatistics::SampleStatistics(int dataType, double nullValue)
+    : dataType_(dataType), nullValue_(nullValue), counts_(CountPatterns(dataType)) {}
+
+void SampleStatistics::Add(int part, const void* samples, std::size_t count) {
+  if (counts_.size() == 256) {
+    const ByteCounts counts = CountBytes(static_cast<const unsigned char*>(samples), count);
+    for (std::size_t i = 0; i < counts.size(); ++i) counts_[i] += counts[i];
+  } else if (!counts_.empty()) {
+    const auto* patterns = static_cast<const std::uint16_t*>(samples);
+    for (std::size_t i = 0; i < count; ++i) ++counts_[patterns[i]];
+  } else {
+    VisitDataType(dataType_, [&](auto zero) {
+      using Sample = decltype(zero);
+      const Samples<Sample> all{static_cast<const Sample*>(samples), count};
+      Summary& summary = parts_[part];
+      WithFilter<Sample>(nullValue_,
+                         [&](auto keep) { summary = MergeSummaries(summary, zrk::Summarize(all, keep, nullptr)); });
+    });
+  }
+}
+
+void SampleStatistics::Merge(const SampleStatistics& other) {
+  for (std::size_t i = 0; i < counts_.size(); ++i) counts_[i] += other.counts_[i];
+  for (const auto& [part, summary] : other.parts_) parts_[part] = MergeSummaries(parts_[part], summary);
+}
+
+template <class Visit>
+void SampleStatistics::ForEachCount(Visit&& visit) const {
+  const bool isSigned = dataType_ == kSint08 || dataType_ == kSint16;
+  const int numValues = static_cast<int>(counts_.size()), first = isSigned ? -numValues / 2 : 0;
+  for (int value = first; value < first + numValues; ++value) {
+    const std::int64_t count = counts_[static_cast<std::size_t>(value & (numValues - 1))];
+    if (count != 0 && value != nullValue_) visit(value, count);
+  }
+}
+
+Summary SampleStatistics::Summarize() const {
+  if (HasHistogram()) {
+    CountedSums sums;
+    ForEachCount([&](int value, std::int64_t count) { sums.Add(value, count); });
+    ForEachCount([&](int value, std::int64_t count) { sums.AddDeviation(value, count); });
+    return sums.Finish();
+  }
+  Summary all;
+  for (const auto& [part, summary] : parts_) all = MergeSummaries(all, summary);
+  return all;
+}
+
+Histogram SampleStatistics::GetHistogram() const {
+  Histogram histogram{};
+  const BinScale bins(Summarize());
+  ForEachCount([&](int value, std::int64_t count) { histogram[bins.BinOf(value)] += count; });
+  return histogram;
+}
+
+void HistogramCounter::Add(const void* samples, std::size_t count) {
+  VisitDataType(dataType_, [&](auto zero) {
+    using Sample = decltype(zero);
+    const Samples<Sample> all{static_cast<const Sample*>(samples), count};
+    WithFilter<Sample>(nullValue_, [&](auto keep) { CountBins(all, keep, bins_, histogram_.data()); });
+  });
+}
+
+void HistogramCounter::Merge(const HistogramCounter& other) {
+  for (std::size_t i = 0; i < histogram_.size(); ++i) histogram_[i] += other.histogram_[i];
+}
+
+}  // namespace zrk
