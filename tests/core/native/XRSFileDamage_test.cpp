@@ -1,6 +1,7 @@
 // Texts and files that are cut, bent or made to do harm: each is refused with a sentence, and the dataset stays as it
 // was.
 
+#include "FaultyDisk.h"
 #include "NativeSamples.h"
 #include "TempFolder.h"
 #include "XEPOT2D.h"
@@ -244,5 +245,40 @@ TEST(NativeDamage, FlippedBitsNeverDoHarm) {
     ASSERT_EQ(result, err.IsEmpty() ? 1 : 0);
     ReadAll(dataset);
     ASSERT_TRUE(file.WriteAt(static_cast<std::int64_t>(place), &bytes[place], 1));
+  }
+}
+
+TEST(NativeDamage, AReadThatFailsOnTheDiskIsTold) {
+  const TempFolder folder;
+  WriteNativeFile(folder.Path("a.zrm"), 1, false);
+  for (int nth = 1; nth <= 2; ++nth) {
+    FaultyDisk disk;
+    disk.FailRead(nth);
+    const zrk::ScopedDisk scope(disk);
+    XRSFile dataset;
+    XString err;
+    EXPECT_EQ(dataset.LoadFileZRM(folder.Path("a.zrm"), err, nullptr), 0);
+    EXPECT_EQ(err, nth == 1 ? "Invalid ZRM Magic string" : kNotComplete);
+  }
+}
+
+TEST(NativeDamage, ASaveThatFailsOnTheDiskLeavesAFileThatIsNotComplete) {
+  for (int fault = 1; fault <= 3; ++fault) {
+    const TempFolder folder;
+    FaultyDisk disk;
+    const zrk::ScopedDisk scope(disk);
+    XFile file;
+    ASSERT_TRUE(file.Open(folder.Path("a.zrm"), XFile::kReadWrite | XFile::kCreate));
+    XRSFileSaver saver;
+    saver.SetFileOutputData(&file);
+    saver.WriteInitTags();
+    if (fault == 1) disk.FailSync(1);
+    if (fault > 1) disk.FailWrite(fault);
+    EXPECT_EQ(saver.Save(), 0);
+    file.Close();
+    XRSFile dataset;
+    XString err;
+    EXPECT_EQ(dataset.LoadFileZRM(folder.Path("a.zrm"), err, nullptr), 0);
+    EXPECT_EQ(err, kNotComplete);
   }
 }
