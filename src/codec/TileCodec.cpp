@@ -103,6 +103,48 @@ bool DecodeLerc(std::span<const unsigned char> blob, int dataType, int width, in
                      LercType(dataType), out) == 0;
 }
 
+template <class Sample>
+bool AreWithin(const Sample* samples, const Sample* decoded, std::size_t count, double maxError) {
+  if (maxError == 0.0) return std::memcmp(samples, decoded, count * sizeof(Sample)) == 0;
+  bool areWithin = true;
+  for (std::size_t i = 0; i < count; ++i) {
+    areWithin &= std::abs(static_cast<double>(samples[i]) - static_cast<double>(decoded[i])) <= maxError;
+  }
+  return areWithin;
+}
+
+/// Whether a blob keeps the bound. Integers always do. Reals are rounded once more where they are coarser than the
+/// steps of the bound, and zeros of both signs are taken for one.
+bool KeepsBound(std::span<const unsigned char> blob, const void* samples, int dataType, int width, int height,
+                double maxError) {
+  bool keeps = true;
+  VisitDataType(dataType, [&](auto zero) {
+    using Sample = decltype(zero);
+    if constexpr (std::is_floating_point_v<Sample>) {
+      std::vector<Sample> decoded(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+      keeps = DecodeLerc(blob, dataType, width, height, decoded.data()) &&
+              AreWithin(static_cast<const Sample*>(samples), decoded.data(), decoded.size(), maxError);
+    }
+  });
+  return keeps;
+}
+
+/// A LERC blob that keeps the bound; false where there is none.
+bool EncodeBounded(const void* samples, int dataType, int width, int height, double maxError,
+                   std::vector<unsigned char>& blob) {
+  for (const double bound : {maxError, 0.0}) {
+    const bool isCoded = EncodeLerc(samples, dataType, width, height, bound, blob);
+    if (isCoded && KeepsBound(blob, samples, dataType, width, height, bound)) return true;
+    if (maxError == 0.0) break;
+  }
+  return false;
+}
+
+bool EncodeRaw(const void* samples, std::size_t numBytes, TileBlob& blob) {
+  blob.coding = TileCoding::kRawZstd;
+  return Deflate({static_cast<const unsigned char*>(samples), numBytes}, blob.bytes);
+}
+
 }  // namespace
 
 bool EncodeTile(const void* samples, int dataType, int width, int height, double maxError, TileBlob& blob) {
@@ -111,12 +153,9 @@ bool EncodeTile(const void* samples, int dataType, int width, int height, double
   VisitDataType(dataType, [&](auto zero) {
     areFinite = AreFinite(static_cast<const decltype(zero)*>(samples), numBytes / sizeof(zero));
   });
-  if (!areFinite) {
-    blob.coding = TileCoding::kRawZstd;
-    return Deflate({static_cast<const unsigned char*>(samples), numBytes}, blob.bytes);
-  }
+  if (!areFinite) return EncodeRaw(samples, numBytes, blob);
   blob.coding = TileCoding::kLerc;
-  if (!EncodeLerc(samples, dataType, width, height, maxError, blob.bytes)) return false;
+  if (!EncodeBounded(samples, dataType, width, height, maxError, blob.bytes)) return EncodeRaw(samples, numBytes, blob);
   std::vector<unsigned char> frame;
   if (!Deflate(blob.bytes, frame)) return false;
   if (frame.size() < blob.bytes.size()) {
