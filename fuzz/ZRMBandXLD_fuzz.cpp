@@ -3,6 +3,7 @@
 // some.
 
 #include "MemoryDisk.h"
+#include "Xepot.h"
 #include "XLimits.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
@@ -15,7 +16,7 @@
 
 namespace {
 
-/// A band of 41 x 30 samples that has three levels and no pixels.
+/// A band of 41 x 30 samples that has levels and no pixels.
 class LevelledBand : public ZRMBandDRIO {
  public:
   explicit LevelledBand(int dataType) {
@@ -24,7 +25,7 @@ class LevelledBand : public ZRMBandDRIO {
     SetTileSize(16, 16);
     SetUpperLeft(0.0, 30.0);
   }
-  int GetLevel() override { return 3; }
+  int GetLevel() override { return Xepot::CalcProperLevel(GetXSize(), GetYSize(), GetXTileSize(), GetYTileSize()); }
   using ZRMBandDRIO::ReadSubset;
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override {
     return ReadFromLevelData(out, level, x0, x1, y0, y1, cancel);

@@ -12,11 +12,15 @@
 // The files over which the conformance suite runs: one row a kind of file that the library reads. A format joins by
 // adding its rows.
 
-/// What a read at level n gives: full resolution whatever the level, or every 2^n-th sample of every 2^n-th row.
-enum class LevelRule { kFullResolution, kDecimated };
+/// What a read at level n gives: full resolution whatever the level, every 2^n-th sample of every 2^n-th row, or means
+/// of four samples of the level above as far as the file has levels.
+enum class LevelRule { kFullResolution, kDecimated, kMeans };
 
 /// The disk under a sample while it is opened.
 enum class SampleDisk { kPlain, kWithoutMaps };
+
+/// The tolerance of a file that GDAL does not read.
+inline constexpr int kNoOracle = -1;
 
 struct Sample {
   const char* name;
@@ -25,8 +29,8 @@ struct Sample {
   LevelRule levels;
   SampleDisk disk;
   bool isSmall;         ///< so that it can be opened thousands of times
-  int oracleTolerance;  ///< by which samples may differ from GDAL's
-  tagXArr2* (*resultOfMaster)(ZRMBand& master, int channel);
+  int oracleTolerance;  ///< by which samples may differ from GDAL's, or `kNoOracle`
+  tagXArr2* (*resultOfMaster)(ZRMBand& master, int channel);  ///< null where bands have nothing to do with each other
 };
 
 std::ostream& operator<<(std::ostream& stream, const Sample& sample);

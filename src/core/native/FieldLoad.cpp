@@ -50,14 +50,16 @@ void Replace(Whole& target, Whole& fresh) {
 
 }  // namespace
 
-void ProjectionReader::Read(XmlReader& reader, ZRMBand& band) {
+bool ProjectionReader::Read(XmlReader& reader, ZRMBand& band) {
   XString wkt;
-  if (!reader.Field(kTagProjection, wkt) || wkt.IsEmpty()) return;
+  if (!reader.Field(kTagProjection, wkt) || wkt.IsEmpty()) return true;
   if (wkt != wkt_) {
+    if (++numImports_ > kMostImports) return false;
     sr_.importFromWkt(wkt);
     wkt_ = wkt;
   }
   if (!sr_.IsEmpty()) band.SetSR(sr_);
+  return true;
 }
 
 XString InvalidValue(const std::string& name) {

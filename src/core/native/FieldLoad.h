@@ -14,10 +14,14 @@ namespace zrk {
 /// kept.
 class ProjectionReader {
  public:
-  /// Sets the band's system, where the text has one that can be understood.
-  void Read(XmlReader& reader, ZRMBand& band);
+  /// Sets the band's system, where the text has one that can be understood. False where the bands have had more systems
+  /// than any dataset has: importing would take seconds and fill the memory.
+  bool Read(XmlReader& reader, ZRMBand& band);
 
  private:
+  static constexpr int kMostImports = 256;
+
+  int numImports_ = 0;
   XString wkt_;
   XSpatialReference sr_;
 };
