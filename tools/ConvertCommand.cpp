@@ -11,6 +11,7 @@
 #include "XPath.h"
 #include "XRSFileIO.h"
 
+#include <cmath>
 #include <cstdio>
 #include <optional>
 
@@ -114,8 +115,12 @@ void AddConvertCommand(CLI::App& program, int& status) {
       ->add_option("--max-error", options->maxError,
                    "Compress, no sample being off by more than this; 0 is\n"
                    "lossless. Unless given, samples are kept as they are.")
-      ->check(CLI::Range(0.0, 1e300).description(""))
       ->type_name("E");
   AddWorkersOption(*command, options->workers);
-  command->callback([options, &status] { status = Run(*options); });
+  command->callback([options, &status] {
+    if (options->maxError && !(*options->maxError >= 0.0 && std::isfinite(*options->maxError))) {
+      throw CLI::ValidationError("--max-error", "takes a number from 0 on");
+    }
+    status = Run(*options);
+  });
 }
