@@ -127,10 +127,19 @@ void AddJpegRows(const BenchOptions& options, const std::string& path, std::vect
 std::vector<Row> MakeRows(const BenchOptions& options) {
   SetUpGdal();
   const std::string stem = options.folder + "/bench" + std::to_string(options.side);
-  MakeBitmap(stem + ".bmp", options.side);
-  MakeJpeg(stem + ".jpg", options.side / 2);
   std::vector<Row> rows;
-  AddBitmapRows(options, stem + ".bmp", rows);
-  AddJpegRows(options, stem + ".jpg", rows);
+  // Inputs are large, so those of rows that nobody wants are not made.
+  const auto wants = [&](const std::string& group) { return options.only.empty() || options.only.starts_with(group); };
+  if (wants("bmp") || wants("sibling")) {
+    MakeBitmap(stem + ".bmp", options.side);
+    AddBitmapRows(options, stem + ".bmp", rows);
+  }
+  if (wants("jpeg")) {
+    MakeJpeg(stem + ".jpg", options.side / 2);
+    AddJpegRows(options, stem + ".jpg", rows);
+  }
+  if (wants("level")) AddLevelRows(options, rows);
+  if (wants("comp")) AddCompressedRows(options, rows);
+  std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }

@@ -20,7 +20,12 @@ struct BenchOptions {
   int side = 8192;  ///< of the bitmap; the JPEG has half of it
   int numWindows = 1024;
   int rounds = 7;
+  std::string only;  ///< the beginning of the keys of the rows that are wanted
 };
 
 /// Makes the inputs, ends the program where the readers do not agree on pixels, and answers the rows.
 std::vector<Row> MakeRows(const BenchOptions& options);
+
+/// The rows about level files, and those about compressed native rasters.
+void AddLevelRows(const BenchOptions& options, std::vector<Row>& rows);
+void AddCompressedRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -9,9 +9,10 @@
 namespace {
 
 constexpr const char* kUsage =
-    "Usage: zrkio_bench --data=FOLDER [--size=PIXELS] [--windows=N] [--rounds=N]\n"
+    "Usage: zrkio_bench --data=FOLDER [--size=PIXELS] [--windows=N] [--rounds=N] [--only=KEY]\n"
     "FOLDER takes the inputs, which are kept; PIXELS (8192) is the side of the bitmap, N windows (1024) of 256 x 256\n"
-    "are read at random places, and each figure is the median of N rounds (7).\n";
+    "are read at random places, and each figure is the median of N rounds (7). KEY is the beginning of\n"
+    "the keys of the rows that are wanted: bmp, sibling, jpeg, level, comp.\n";
 
 bool TakeNumber(const char* argument, const char* name, int least, int& value) {
   const std::size_t length = std::strlen(name);
@@ -23,6 +24,10 @@ bool TakeNumber(const char* argument, const char* name, int least, int& value) {
 bool TakeArgument(const char* argument, BenchOptions& options) {
   if (std::strncmp(argument, "--data=", 7) == 0) {
     options.folder = argument + 7;
+    return true;
+  }
+  if (std::strncmp(argument, "--only=", 7) == 0) {
+    options.only = argument + 7;
     return true;
   }
   return TakeNumber(argument, "--size=", 4 * kWindowSide, options.side) ||

@@ -97,7 +97,8 @@ class ZRKIO_API XRSFileSaver {
   /// The text so far.
   XString GetXML() const;
   /// Writes the text behind the last body and then, once all is on the medium, its offset into the header: the file is
-  /// complete from that moment on. 1, or 0 without an output file or where it can't be written.
+  /// complete from that moment on. 1, or 0 without an output file, before `WriteInitTags`, and where it can't be
+  /// written.
   int Save();
 
  private:

@@ -277,7 +277,14 @@ bool ZRMBandBMP::DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelR
     unpacker.Unpack(data_ + CalcRowOffset(y) + firstByte, static_cast<std::size_t>(request.Width()),
                     RowsOf(record, numChannels, y - request.y0).data());
   }
+  ReleaseRows(request);
   return true;
+}
+
+void ZRMBandBMP::ReleaseRows(const zrk::ReadRequest& request) const {
+  const std::int64_t start = CalcRowOffset(request.y1);
+  const std::int64_t numBytes = CalcRowOffset(request.y0) - start;
+  if (map_ && numBytes >= zrk::kReleasedRead) map_->Release(start, numBytes);
 }
 
 bool ZRMBandBMP::DecodeFromFile(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {

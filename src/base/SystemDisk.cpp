@@ -37,6 +37,11 @@ class SystemMap : public DiskMap {
   ~SystemMap() override { ::munmap(data_, size_); }
   const unsigned char* Data() const override { return static_cast<const unsigned char*>(data_); }
   std::int64_t Size() const override { return static_cast<std::int64_t>(size_); }
+  void Release(std::int64_t offset, std::int64_t count) const override {
+    static const std::int64_t page = ::sysconf(_SC_PAGESIZE);
+    const std::int64_t first = offset / page * page;
+    ::madvise(static_cast<char*>(data_) + first, static_cast<std::size_t>(offset + count - first), MADV_DONTNEED);
+  }
 
  private:
   void* data_;
@@ -86,6 +91,10 @@ class SystemFile : public DiskFile {
     return error;
   }
   int Sync() override { return ::fsync(descriptor_.Number()) == 0 ? 0 : errno; }
+
+  void StartSync(std::int64_t offset, std::int64_t count) override {
+    ::sync_file_range(descriptor_.Number(), offset, count, SYNC_FILE_RANGE_WRITE);
+  }
 
   std::unique_ptr<DiskMap> Map() override {
     const std::int64_t size = Size();

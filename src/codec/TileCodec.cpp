@@ -9,6 +9,7 @@
 #include <zstd.h>
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -18,7 +19,7 @@
 namespace zrk {
 namespace {
 
-constexpr int kZstdLevel = 3;
+constexpr int kZstdLevel = 1;
 
 /// What a blob may be larger than its samples: headers, and data that don't compress.
 constexpr std::size_t kBlobSlack = 4096;
@@ -34,60 +35,98 @@ std::size_t TileBytes(int dataType, int width, int height) {
 }
 
 template <class Sample>
-bool AreFinite(const Sample* samples, std::size_t count) {
-  if constexpr (std::is_floating_point_v<Sample>) {
-    bool areFinite = true;
-    for (std::size_t i = 0; i < count; ++i) {
-      areFinite &= std::abs(samples[i]) <= std::numeric_limits<Sample>::max();
-    }
-    return areFinite;
-  } else {
-    return true;
+using BitsOf = std::conditional_t<sizeof(Sample) == 4, std::uint32_t, std::uint64_t>;
+
+/// The largest of the samples without their signs; an infinity or a NaN where one of them is. Without the sign, reals
+/// are ordered as their bits are.
+template <class Sample>
+Sample FindLargest(const Sample* samples, std::size_t count) {
+  BitsOf<Sample> largest = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto bits = static_cast<BitsOf<Sample>>(std::bit_cast<BitsOf<Sample>>(samples[i]) << 1);
+    largest = bits > largest ? bits : largest;
   }
+  return std::bit_cast<Sample>(static_cast<BitsOf<Sample>>(largest >> 1));
 }
 
-/// Contexts are large, and one a thread serves all its tiles.
-struct ZstdContexts {
-  std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)> coder{ZSTD_createCCtx(), &ZSTD_freeCCtx};
-  std::unique_ptr<ZSTD_DCtx, decltype(&ZSTD_freeDCtx)> decoder{ZSTD_createDCtx(), &ZSTD_freeDCtx};
+/// The bound that LERC is told so that a tile keeps `maxError`: its result is rounded once more, to a sample, which may
+/// add half a step between the largest ones. Where that is not small beside the bound, or nothing may be lost, the
+/// answer is 0. Less than 0 for a tile that LERC can't have, since it knows no infinities.
+double BoundFor(const void* samples, int dataType, std::size_t numBytes, double maxError) {
+  double bound = maxError;
+  VisitDataType(dataType, [&](auto zero) {
+    using Sample = decltype(zero);
+    if constexpr (std::is_floating_point_v<Sample>) {
+      const Sample largest = FindLargest(static_cast<const Sample*>(samples), numBytes / sizeof(Sample));
+      const double step = static_cast<double>(std::nextafter(largest, std::numeric_limits<Sample>::infinity())) -
+                          static_cast<double>(largest);
+      bound = !std::isfinite(largest) ? -1.0 : maxError >= 4.0 * step ? maxError - step : 0.0;
+    }
+  });
+  return bound;
+}
+
+/// Room that only grows, since a vector would fill with zeros what is about to be written over.
+class Room {
+ public:
+  unsigned char* Reserve(std::size_t numBytes) {
+    if (numBytes > size_) {
+      bytes_ = std::make_unique_for_overwrite<unsigned char[]>(numBytes);
+      size_ = numBytes;
+    }
+    return bytes_.get();
+  }
+
+ private:
+  std::unique_ptr<unsigned char[]> bytes_;
+  std::size_t size_ = 0;
 };
 
-ZstdContexts& ThreadsZstd() {
-  thread_local ZstdContexts contexts;
-  return contexts;
+using Bytes = std::span<const unsigned char>;
+
+/// What a thread keeps from tile to tile: contexts are large, and so is room.
+struct Desk {
+  std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)> coder{ZSTD_createCCtx(), &ZSTD_freeCCtx};
+  std::unique_ptr<ZSTD_DCtx, decltype(&ZSTD_freeDCtx)> decoder{ZSTD_createDCtx(), &ZSTD_freeDCtx};
+  Room lerc;
+  Room frame;
+  Room decoded;
+};
+
+Desk& ThreadsDesk() {
+  thread_local Desk desk;
+  return desk;
 }
 
-bool Deflate(std::span<const unsigned char> bytes, std::vector<unsigned char>& frame) {
-  frame.resize(ZSTD_compressBound(bytes.size()));
-  ZSTD_CCtx* const coder = ThreadsZstd().coder.get();
-  if (!coder) return false;
-  const std::size_t size = ZSTD_compressCCtx(coder, frame.data(), frame.size(), bytes.data(), bytes.size(), kZstdLevel);
-  if (ZSTD_isError(size)) return false;
-  frame.resize(size);
-  return true;
+/// A frame in the desk's room; empty where zstd fails.
+Bytes Deflate(Bytes bytes, Desk& desk) {
+  const std::size_t bound = ZSTD_compressBound(bytes.size());
+  unsigned char* const frame = desk.frame.Reserve(bound);
+  if (!desk.coder) return {};
+  const std::size_t size = ZSTD_compressCCtx(desk.coder.get(), frame, bound, bytes.data(), bytes.size(), kZstdLevel);
+  return ZSTD_isError(size) ? Bytes() : Bytes(frame, size);
 }
 
 /// The bytes of a frame, which must tell that they are no more than `mostBytes`, behind each other in `out`.
-bool Inflate(std::span<const unsigned char> frame, std::size_t mostBytes, std::vector<unsigned char>& out) {
+bool Inflate(Bytes frame, std::size_t mostBytes, std::vector<unsigned char>& out) {
   const unsigned long long size = ZSTD_getFrameContentSize(frame.data(), frame.size());
   if (size > mostBytes) return false;  // the two values that mean failure are the largest there are
   out.resize(static_cast<std::size_t>(size));
-  ZSTD_DCtx* const decoder = ThreadsZstd().decoder.get();
+  ZSTD_DCtx* const decoder = ThreadsDesk().decoder.get();
   return decoder && ZSTD_decompressDCtx(decoder, out.data(), out.size(), frame.data(), frame.size()) == size;
 }
 
-bool EncodeLerc(const void* samples, int dataType, int width, int height, double maxError,
-                std::vector<unsigned char>& blob) {
-  blob.resize(2 * TileBytes(dataType, width, height) + kBlobSlack);
+/// A LERC blob in the desk's room; empty where LERC fails.
+Bytes EncodeLerc(const void* samples, int dataType, int width, int height, double maxError, Desk& desk) {
+  const std::size_t room = 2 * TileBytes(dataType, width, height) + kBlobSlack;
+  unsigned char* const blob = desk.lerc.Reserve(room);
   unsigned numBytes = 0;
-  const lerc_status status = lerc_encode(samples, LercType(dataType), 1, width, height, 1, 0, nullptr, maxError,
-                                         blob.data(), static_cast<unsigned>(blob.size()), &numBytes);
-  if (status != 0) return false;
-  blob.resize(numBytes);
-  return true;
+  const lerc_status status = lerc_encode(samples, LercType(dataType), 1, width, height, 1, 0, nullptr, maxError, blob,
+                                         static_cast<unsigned>(room), &numBytes);
+  return status == 0 ? Bytes(blob, numBytes) : Bytes();
 }
 
-bool IsBlobOf(std::span<const unsigned char> blob, int dataType, int width, int height) {
+bool IsBlobOf(Bytes blob, int dataType, int width, int height) {
   enum { kVersion, kType, kDepth, kCols, kRows, kBands, kValid, kSize, kMasks, kNumInfos };
   std::array<unsigned, kNumInfos> info{};
   const auto size = static_cast<unsigned>(blob.size());
@@ -97,33 +136,46 @@ bool IsBlobOf(std::span<const unsigned char> blob, int dataType, int width, int 
          info[kValid] == info[kCols] * info[kRows] && info[kSize] <= size;
 }
 
-bool DecodeLerc(std::span<const unsigned char> blob, int dataType, int width, int height, void* out) {
+bool DecodeLerc(Bytes blob, int dataType, int width, int height, void* out) {
   if (!IsBlobOf(blob, dataType, width, height)) return false;
   return lerc_decode(blob.data(), static_cast<unsigned>(blob.size()), 0, nullptr, 1, width, height, 1,
                      LercType(dataType), out) == 0;
+}
+
+/// Whether a blob that shall lose nothing does not: LERC takes zeros of both signs for one.
+bool IsExact(Bytes blob, const void* samples, int dataType, int width, int height, Desk& desk) {
+  if (dataType != kReal32 && dataType != kReal64) return true;
+  const std::size_t numBytes = TileBytes(dataType, width, height);
+  unsigned char* const decoded = desk.decoded.Reserve(numBytes);
+  return DecodeLerc(blob, dataType, width, height, decoded) && std::memcmp(decoded, samples, numBytes) == 0;
+}
+
+/// A LERC blob that keeps the bound; empty where there is none.
+Bytes EncodeBounded(const void* samples, int dataType, int width, int height, double maxError, Desk& desk) {
+  const double bound = BoundFor(samples, dataType, TileBytes(dataType, width, height), maxError);
+  if (bound < 0.0) return {};
+  const Bytes blob = EncodeLerc(samples, dataType, width, height, bound, desk);
+  return bound > 0.0 || IsExact(blob, samples, dataType, width, height, desk) ? blob : Bytes();
+}
+
+bool Keep(TileCoding coding, Bytes bytes, TileBlob& blob) {
+  blob.coding = coding;
+  blob.bytes.assign(bytes.begin(), bytes.end());
+  return !bytes.empty();
 }
 
 }  // namespace
 
 bool EncodeTile(const void* samples, int dataType, int width, int height, double maxError, TileBlob& blob) {
   const std::size_t numBytes = TileBytes(dataType, width, height);
-  bool areFinite = false;
-  VisitDataType(dataType, [&](auto zero) {
-    areFinite = AreFinite(static_cast<const decltype(zero)*>(samples), numBytes / sizeof(zero));
-  });
-  if (!areFinite) {
-    blob.coding = TileCoding::kRawZstd;
-    return Deflate({static_cast<const unsigned char*>(samples), numBytes}, blob.bytes);
+  Desk& desk = ThreadsDesk();
+  const Bytes lerc = EncodeBounded(samples, dataType, width, height, maxError, desk);
+  if (lerc.empty()) {
+    return Keep(TileCoding::kRawZstd, Deflate({static_cast<const unsigned char*>(samples), numBytes}, desk), blob);
   }
-  blob.coding = TileCoding::kLerc;
-  if (!EncodeLerc(samples, dataType, width, height, maxError, blob.bytes)) return false;
-  std::vector<unsigned char> frame;
-  if (!Deflate(blob.bytes, frame)) return false;
-  if (frame.size() < blob.bytes.size()) {
-    blob.coding = TileCoding::kLercZstd;
-    blob.bytes.swap(frame);
-  }
-  return true;
+  const Bytes frame = Deflate(lerc, desk);
+  const bool isSmaller = !frame.empty() && frame.size() < lerc.size();
+  return Keep(isSmaller ? TileCoding::kLercZstd : TileCoding::kLerc, isSmaller ? frame : lerc, blob);
 }
 
 bool DecodeTile(std::span<const unsigned char> blob, TileCoding coding, int dataType, int width, int height, void* out,

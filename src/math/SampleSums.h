@@ -44,10 +44,12 @@ class BinScale {
         first_(summary.minValue * shrink_),
         range_(summary.maxValue * shrink_ - first_) {}
 
+  /// Values beyond the range go to the bins at its ends.
   std::size_t BinOf(double value) const {
     if (range_ == 0.0) return kNumBins - 1;
     const double bin = (value * shrink_ - first_) / range_ * kNumBins;
-    return static_cast<std::size_t>(std::clamp(bin, 0.0, kNumBins - 1.0));
+    const double atLeast = bin > 0.0 ? bin : 0.0;
+    return static_cast<std::size_t>(atLeast < kNumBins - 1.0 ? atLeast : kNumBins - 1.0);
   }
 
  private:

@@ -43,7 +43,8 @@ class BlobStore : public PyramidStore {
   std::int64_t Size() const override { return table_.storeBytes; }
 
  protected:
-  bool ReadPiece(const TilePiece& piece, unsigned char* out, std::int64_t stride) const override;
+  bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+                 std::int64_t stride) const override;
 
  private:
   /// What a thread needs to decode a tile, and the last tile that it decoded.

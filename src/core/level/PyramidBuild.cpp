@@ -20,8 +20,9 @@
 namespace zrk {
 namespace {
 
-/// What is read of a source at once: little enough to be still in the cache of a core when it is made smaller.
-constexpr std::int64_t kReadBytes = 512 << 10;
+/// What is read of a source at once, some: enough to make calls cheap, and little enough to be still near the core when
+/// it is made smaller.
+constexpr std::int64_t kReadBytes = 4 << 20;
 /// What the stripes of the bands that are built together may take, for each worker.
 constexpr std::int64_t kStripeBytes = 64 << 20;
 /// Bands of one file come with one decoding where they are read together.
@@ -127,11 +128,15 @@ bool GroupBuild::Fail(PyramidResult result) {
   return false;
 }
 
-/// As many rows of the top as make a read of the wanted size, in whole decodings.
+/// As many rows of the top as make a read of the wanted size, in whole decodings, and in whole tiles of the source
+/// where they are not much larger.
 int GroupBuild::CountChunkRows() const {
+  const ZRMBand& source = *bands_.front().source;
   const std::int64_t rowBytes = std::int64_t{job_.window.Width()} * bands_.front().store->Layout().SampleBytes();
-  const std::int64_t sourceRows = std::max<std::int64_t>(kReadBytes / rowBytes, 2);
-  const auto rows = static_cast<int>(job_.top == PyramidTop::kCopy ? sourceRows : sourceRows / 2);
+  auto sourceRows = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / rowBytes, 2, INT_MAX / 2));
+  const int yTile = std::max(source.GetYTileSize(), 1);
+  if (sourceRows >= yTile / 2) sourceRows = std::max(sourceRows / yTile, 1) * yTile;
+  const int rows = job_.top == PyramidTop::kCopy ? sourceRows : std::max(sourceRows / 2, 1);
   return std::max(rows / plan_.decodeRows, 1) * plan_.decodeRows;
 }
 

@@ -1,6 +1,7 @@
 #include "core/level/PyramidStore.h"
 
 #include "base/DataTypeVisit.h"
+#include "math/CopyBlock.h"
 #include "math/SampleFilter.h"
 #include "XThread.h"
 
@@ -16,14 +17,7 @@ namespace {
 constexpr std::int64_t kRoomBytes = 64 << 10;
 using Room = std::array<unsigned char, kRoomBytes>;
 
-void CopyRows(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
-              std::int64_t rowBytes, int rows) {
-  for (int y = 0; y < rows; ++y) {
-    std::memcpy(to + y * toStride, from + y * fromStride, static_cast<std::size_t>(rowBytes));
-  }
-}
-
-/// As `CopyRows`, but samples equal to the null value leave what is there.
+/// As `CopyBlock`, but samples equal to the null value leave what is there.
 template <class Sample>
 void CopyKeptRows(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
                   int width, int rows, Sample nullSample) {
@@ -51,10 +45,17 @@ bool PyramidStore::HasWindow(const tagXArr2& buffer, int level, int left, int to
 bool PyramidStore::Read(tagXArr2& buffer, int level, int left, int top, const int* cancel) const {
   if (!HasWindow(buffer, level, left, top)) return false;
   const std::int64_t sampleBytes = layout_.SampleBytes(), stride = buffer.xSize * sampleBytes;
-  return ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, [&](const TilePiece& piece, int x, int y) {
+  const unsigned char* const view = BeginRead();
+  TilePiece last{};
+  const auto read = [&](const TilePiece& piece, int x, int y) {
     if (XfnIsStopRequested(cancel)) return false;
-    return ReadPiece(piece, buffer.data + y * stride + x * sampleBytes, stride);
-  });
+    last = piece;
+    return ReadPiece(piece, view, buffer.data + y * stride + x * sampleBytes, stride);
+  };
+  const bool isRead = ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, read);
+  const TilePiece first{level, left / layout_.Shape().xTile, top / layout_.Shape().yTile, 0, 0, 0, 0};
+  if (isRead) EndRead(first, last, stride * buffer.ySize);
+  return isRead;
 }
 
 bool PyramidStore::Write(const tagXArr2&, int, int, int, bool, double) {
@@ -67,10 +68,32 @@ std::int64_t PlainStore::Place(const TilePiece& piece) const {
          piece.y * layout.TileRowBytes() + std::int64_t{piece.x} * layout.SampleBytes();
 }
 
+const unsigned char* PlainStore::BeginRead() const {
+  std::call_once(isMapped_, [this] { map_ = file_->Map(); });
+  const std::int64_t end = offset_ + Size();
+  return map_ && end <= map_->Size() && end <= file_->Size() ? map_->Data() + offset_ : nullptr;
+}
+
+void PlainStore::EndRead(const TilePiece& first, const TilePiece& last, std::int64_t numBytes) const {
+  if (!map_ || numBytes < kReleasedRead) return;
+  const std::int64_t start = Place(first);
+  const std::int64_t end =
+      std::min(Place({last.level, last.column, last.row, 0, 0, 0, 0}) + Layout().TileBytes(), map_->Size());
+  if (start < end) map_->Release(start, end - start);
+}
+
+bool PlainStore::ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+                           std::int64_t stride) const {
+  if (!view) return ReadFromFile(piece, out, stride);
+  const std::int64_t tileRow = Layout().TileRowBytes(), rowBytes = std::int64_t{piece.width} * Layout().SampleBytes();
+  CopyBlock(view + (Place(piece) - offset_), tileRow, out, stride, rowBytes, piece.height);
+  return true;
+}
+
 // Rows of a tile lie together, so that a few of them come with one read even where only some of their columns are
 // wanted.
 
-bool PlainStore::ReadPiece(const TilePiece& piece, unsigned char* out, std::int64_t stride) const {
+bool PlainStore::ReadFromFile(const TilePiece& piece, unsigned char* out, std::int64_t stride) const {
   const std::int64_t rowBytes = std::int64_t{piece.width} * Layout().SampleBytes(), tileRow = Layout().TileRowBytes();
   const bool isOneRange = rowBytes == tileRow && stride == rowBytes;
   const auto roomRows = static_cast<int>(std::min<std::int64_t>((kRoomBytes - rowBytes) / tileRow + 1, piece.height));
@@ -86,7 +109,7 @@ bool PlainStore::ReadPiece(const TilePiece& piece, unsigned char* out, std::int6
     }
     Room room;
     if (file_->ReadAt(place, room.data(), count) != count) return false;
-    CopyRows(room.data(), tileRow, target, stride, rowBytes, rows);
+    CopyBlock(room.data(), tileRow, target, stride, rowBytes, rows);
   }
   return true;
 }
@@ -140,7 +163,7 @@ bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std
       CopyKeptRows(from, stride, room.data(), tileRow, part.width, part.height, static_cast<Sample>(*keptNull));
     });
   } else {
-    CopyRows(from, stride, room.data(), tileRow, rowBytes, part.height);
+    CopyBlock(from, stride, room.data(), tileRow, rowBytes, part.height);
   }
   return file_->WriteAt(place, room.data(), count) == 0;
 }
@@ -171,6 +194,7 @@ bool PlainStore::WriteTileRows(const TileRows& part, const unsigned char* rows, 
     for (int i = 0; i < count; ++i) LayOutTile(part, column + i, rows, staging.data() + i * stepBytes);
     const std::int64_t place = Place({part.level, column, part.row, 0, part.y, 0, 0});
     if (file_->WriteAt(place, staging.data(), count * stepBytes) != 0) return false;
+    if (isWhole) file_->StartSync(place, count * stepBytes);
   }
   return true;
 }

@@ -5,6 +5,7 @@
 #include "tagXArr2.h"
 
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace zrk {
@@ -45,8 +46,13 @@ class PyramidStore {
   virtual bool Write(const tagXArr2& buffer, int level, int left, int top, bool keepNull, double nullValue);
 
  protected:
+  /// Called once for each read, before its pieces. What it answers is handed to them.
+  virtual const unsigned char* BeginRead() const { return nullptr; }
+  /// Called after the pieces with the first and the last of them and the bytes that were read.
+  virtual void EndRead(const TilePiece&, const TilePiece&, std::int64_t) const {}
   /// Copies a part of a tile to `out`, whose rows are `stride` bytes apart.
-  virtual bool ReadPiece(const TilePiece& piece, unsigned char* out, std::int64_t stride) const = 0;
+  virtual bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+                         std::int64_t stride) const = 0;
 
   /// Whether the buffer's shape lies within an image from a place on.
   bool HasWindow(const tagXArr2& buffer, int level, int left, int top) const;
@@ -74,6 +80,9 @@ bool ForEachPiece(const PyramidLayout& layout, int level, int left, int top, int
 }
 
 /// An uncompressed store: every tile whole, all of one size.
+///
+/// It is read through a mapping of the file. The file's length is asked once for each read, and where it is not as long
+/// as the store any more, or can't be mapped, the pieces are read one by one.
 class PlainStore : public PyramidStore {
  public:
   /// The store begins at a byte of the file and its end is no larger than a file can be.
@@ -88,9 +97,14 @@ class PlainStore : public PyramidStore {
   bool WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging);
 
  protected:
-  bool ReadPiece(const TilePiece& piece, unsigned char* out, std::int64_t stride) const override;
+  /// The store's bytes, as far as the file is mapped and holds all of them now; null where it must be read.
+  const unsigned char* BeginRead() const override;
+  void EndRead(const TilePiece& first, const TilePiece& last, std::int64_t numBytes) const override;
+  bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+                 std::int64_t stride) const override;
 
  private:
+  bool ReadFromFile(const TilePiece& piece, unsigned char* out, std::int64_t stride) const;
   std::int64_t Place(const TilePiece& piece) const;
   void LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const;
   /// Samples equal to `keptNull`, where it is not null, leave what is there.
@@ -99,6 +113,8 @@ class PlainStore : public PyramidStore {
 
   std::shared_ptr<DiskFile> file_;
   std::int64_t offset_;
+  mutable std::once_flag isMapped_;
+  mutable std::unique_ptr<DiskMap> map_;  ///< made by the first read; null where that failed
 };
 
 }  // namespace zrk

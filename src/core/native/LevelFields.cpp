@@ -7,6 +7,7 @@
 #include "ZRMBandComplex.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>

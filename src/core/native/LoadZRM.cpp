@@ -32,11 +32,10 @@ std::int64_t ReadHeader(const XFile& file, XString& err) {
   cursor.Skip(4);
   const std::uint32_t version = cursor.U32LE();
   const std::int64_t offset = cursor.I64LE();
-  if (count < zrk::kNativeHeaderSize) {
-    err = kNotComplete;
-  } else if (version != zrk::kNativeVersion) {
+  const bool isWhole = count == zrk::kNativeHeaderSize;
+  if (isWhole && version != zrk::kNativeVersion) {
     err.Format("Native raster files of version %u can't be read", version);
-  } else if (offset < zrk::kNativeHeaderSize || offset >= file.GetLength()) {
+  } else if (!isWhole || offset < zrk::kNativeHeaderSize || offset >= file.GetLength()) {
     err = kNotComplete;
   } else {
     return offset;

@@ -4,6 +4,7 @@
 #include "core/native/XmlArchive.h"
 #include "XLimits.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <new>
 #include <string>

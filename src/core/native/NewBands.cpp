@@ -79,25 +79,25 @@ bool HasOverlap(const std::vector<BandText>& bands) {
   return false;
 }
 
-/// The bands as the text lists them, checked; empty, and a sentence, where one of them can't be.
+/// The bands as the text lists them, checked; none, and a sentence, where one of them can't be.
 std::vector<BandText> ListBands(pugi::xml_node root, const BodyFile& body, XString& err) {
   std::vector<BandText> bands;
   std::string invalidName;
+  XString fault;
   for (const pugi::xml_node element : root.children(kTagBand)) {
     BandText& band = bands.emplace_back(BandText{element, {}, {}});
     XmlReader reader(element, invalidName);
     VisitLayout(reader, band.layout);
     VisitPlace(reader, band.place);
-    err = invalidName.empty() ? FindFault(band, body) : InvalidValue(invalidName);
-    if (bands.size() > kMaxBands) err = "The raster has too many bands";
-    if (!err.IsEmpty()) return {};
+    fault = invalidName.empty() ? FindFault(band, body) : InvalidValue(invalidName);
+    if (bands.size() > kMaxBands) fault = "The raster has too many bands";
+    if (!fault.IsEmpty()) break;
   }
-  if (bands.empty()) err = "No Band found";
-  if (body.file && HasOverlap(bands)) {
-    err = "The data of two bands overlap";
-    return {};
-  }
-  return bands;
+  if (bands.empty()) fault = "No Band found";
+  if (fault.IsEmpty() && body.file && HasOverlap(bands)) fault = "The data of two bands overlap";
+  if (fault.IsEmpty()) return bands;
+  err = fault;
+  return {};
 }
 
 /// Null where the store can't be set up in the file.
@@ -139,14 +139,15 @@ Bands MakeBands(const std::vector<BandText>& texts, const BodyFile& body, XStrin
 
 int LoadNewBands(XRSFile& dataset, const pugi::xml_document& document, const BodyFile& body, XString& err) {
   const pugi::xml_node root = document.document_element();
-  XString fault;
-  Bands bands = MakeBands(ListBands(root, body, fault), body, fault);
+  const std::vector<BandText> texts = ListBands(root, body, err);
+  if (texts.empty()) return 0;
+  Bands bands = MakeBands(texts, body, err);
+  if (bands.empty()) return 0;
   DatasetText text(dataset);
   std::string invalidName;
   text.Read(root, static_cast<int>(bands.size()), invalidName);
-  if (fault.IsEmpty() && !invalidName.empty()) fault = InvalidValue(invalidName);
-  if (!fault.IsEmpty()) {
-    err = fault;
+  if (!invalidName.empty()) {
+    err = InvalidValue(invalidName);
     return 0;
   }
   // Room first, so that no band is lost on the way.

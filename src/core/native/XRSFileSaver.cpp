@@ -258,7 +258,7 @@ XString XRSFileSaver::GetXML() const {
 
 int XRSFileSaver::Save() {
   XFile* file = document_->file;
-  if (!file || !document_->hasHeader || document_->dataEnd < zrk::kNativeHeaderSize) return 0;
+  if (!file || !document_->root || !document_->hasHeader || document_->dataEnd < zrk::kNativeHeaderSize) return 0;
   const std::int64_t offset = document_->dataEnd;
   const std::string text = GetXML().AsStdString();
   const auto bytes = static_cast<std::int64_t>(text.size());

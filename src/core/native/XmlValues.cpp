@@ -1,5 +1,6 @@
 #include "core/native/XmlValues.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>

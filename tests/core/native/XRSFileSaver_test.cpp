@@ -166,3 +166,12 @@ TEST(XRSFileSaver, FailsToSaveToAFileThatCantBeWritten) {
   saver.WriteInitTags();
   EXPECT_EQ(saver.Save(), 0);
 }
+
+TEST(XRSFileSaver, WithoutADocumentSavesNothing) {
+  const TempFolder folder;
+  XFile file;
+  ASSERT_TRUE(file.Open(folder.Path("a.zrm"), XFile::kReadWrite | XFile::kCreate));
+  XRSFileSaver saver;
+  saver.SetFileOutputData(&file);
+  EXPECT_EQ(saver.Save(), 0);
+}

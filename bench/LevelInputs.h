@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Inputs.h"
+#include "XThreadSafeArr.h"
+#include "ZRMBand.h"
+
+#include <string>
+
+/// A picture that is computed where it is read: waves with noise on them, in samples of 8 bits or 32-bit reals.
+class PaintedBand : public ZRMBand {
+ public:
+  PaintedBand(int side, int dataType, int channel);
+  using ZRMBand::ReadSubset;
+  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
+
+ private:
+  double Paint(int x, int y) const;
+
+  int channel_;
+  XThreadSafeArr2 buffers_;
+};
+
+/// The picture of `side` by `side` pixels as a native raster, uncompressed and with one level beside the pixels, and as
+/// a tiled TIFF; both in tiles of 256 x 256, and both only where they are not there yet.
+void MakeNative(const std::string& path, int side, int dataType, int numBands);
+void MakeTiledTiff(const std::string& path, int side, int dataType, int numBands);

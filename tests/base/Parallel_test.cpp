@@ -1,0 +1,76 @@
+#include "base/Parallel.h"
+
+#include "XSystem.h"
+
+#include <gtest/gtest.h>
+#include <atomic>
+#include <mutex>
+#include <set>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+/// Puts the number of workers back.
+class ParallelThreads : public testing::Test {
+ protected:
+  void TearDown() override { XfnSetWorkerCount(1); }
+};
+
+TEST_F(ParallelThreads, DoEveryIndexOnce) {
+  for (const int workers : {1, 2, 8}) {
+    XfnSetWorkerCount(workers);
+    std::vector<int> done(1000, 0);
+    EXPECT_TRUE(zrk::ForEachInParallel(1000, [&](int index, int) {
+      ++done[static_cast<std::size_t>(index)];
+      return true;
+    }));
+    EXPECT_EQ(std::vector<int>(1000, 1), done);
+  }
+}
+
+TEST_F(ParallelThreads, AreNotStartedForOneWorker) {
+  const std::thread::id caller = std::this_thread::get_id();
+  EXPECT_TRUE(
+      zrk::ForEachInParallel(10, [&](int, int worker) { return worker == 0 && std::this_thread::get_id() == caller; }));
+}
+
+TEST_F(ParallelThreads, AreNoMoreThanThereIsWork) {
+  XfnSetWorkerCount(8);
+  EXPECT_EQ(3, zrk::CountWorkers(3));
+  std::mutex mutex;
+  std::set<std::thread::id> threads;
+  EXPECT_TRUE(zrk::ForEachInParallel(3, [&](int, int worker) {
+    const std::lock_guard lock(mutex);
+    threads.insert(std::this_thread::get_id());
+    return worker < 3;
+  }));
+  EXPECT_LE(threads.size(), 3u);
+}
+
+TEST_F(ParallelThreads, TakeNothingMoreAfterAFailure) {
+  XfnSetWorkerCount(2);
+  std::atomic<int> numDone = 0;
+  EXPECT_FALSE(zrk::ForEachInParallel(100000, [&](int index, int) {
+    ++numDone;
+    return index != 5;
+  }));
+  EXPECT_LT(numDone, 100000);
+}
+
+TEST_F(ParallelThreads, HandTheCallerWhatOneThrows) {
+  XfnSetWorkerCount(2);
+  EXPECT_THROW(zrk::ForEachInParallel(100,
+                                      [](int index, int) -> bool {
+                                        if (index == 50) throw std::runtime_error("fifty");
+                                        return true;
+                                      }),
+               std::runtime_error);
+}
+
+TEST_F(ParallelThreads, HaveNothingToDoForNoWork) {
+  EXPECT_TRUE(zrk::ForEachInParallel(0, [](int, int) { return false; }));
+}
+
+}  // namespace
