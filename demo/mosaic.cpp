@@ -45,7 +45,8 @@ bool MakeRow(const Plan& plan, int y, std::vector<unsigned char>& row) {
   for (int channel = 0; channel < 3; ++channel) {
     tagXArr2* samples = nullptr;  // belongs to the band
     if (!plan.picture.GetBandAt(2 - channel)->ReadSubset(samples, 0, 0, width - 1, y, y, nullptr)) return false;
-    for (int x = 0; x < plan.Width(); ++x) row[static_cast<std::size_t>(3 * x + channel)] = samples->data[x % width];
+    unsigned char* place = row.data() + channel;
+    for (int x = 0; x < plan.Width(); ++x, place += 3) *place = samples->data[x % width];
   }
   return true;
 }

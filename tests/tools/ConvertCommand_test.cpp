@@ -6,7 +6,6 @@
 
 namespace {
 
-using testing::HasSubstr;
 using testing::MatchesRegex;
 using Bytes = std::vector<unsigned char>;
 using Names = std::set<std::string>;

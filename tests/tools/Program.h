@@ -42,7 +42,7 @@ class Zrkio : public testing::Test {
   std::string WriteLarge(const std::string& name, int width, int height) {
     std::vector<unsigned char> bytes = BmpBuilder().Size(1, 1).Claim(width, height).Build();
     bytes.resize(54);
-    const std::size_t numBytes = 54 + std::size_t{3} * static_cast<std::size_t>(width * height);
+    const std::size_t numBytes = 54 + static_cast<std::size_t>(3LL * width * height);
     bytes.reserve(numBytes);
     while (bytes.size() < numBytes) bytes.push_back(static_cast<unsigned char>(bytes.size() * 7 ^ bytes.size() >> 9));
     return Write(name, bytes);
