@@ -14,7 +14,7 @@ using Json = nlohmann::json;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kNumKills = 8, kKillSize = 1000;
 #else
-constexpr int kNumKills = 50, kKillSize = 2400;
+constexpr int kNumKills = 50, kKillSize = 2000;
 #endif
 
 class ZrkioConvert : public Zrkio {
