@@ -5,9 +5,15 @@
 #include "TempFolder.h"
 
 #include <gtest/gtest.h>
+#include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <random>
+#include <set>
 #include <thread>
+
+#include <sys/resource.h>
 
 /// Runs zrkio in a folder of the test's own.
 class Zrkio : public testing::Test {
@@ -31,6 +37,51 @@ class Zrkio : public testing::Test {
     Write(name, bytes);
     std::filesystem::resize_file(folder_.Path(name), 54 + 3LL * size * size);
     return folder_.Path(name);
+  }
+  /// A bitmap of 24 bits with pixels of many kinds; the width is a multiple of 4.
+  std::string WriteLarge(const std::string& name, int width, int height) {
+    std::vector<unsigned char> bytes = BmpBuilder().Size(1, 1).Claim(width, height).Build();
+    bytes.resize(54);
+    const std::size_t numBytes = 54 + static_cast<std::size_t>(3LL * width * height);
+    bytes.reserve(numBytes);
+    while (bytes.size() < numBytes) bytes.push_back(static_cast<unsigned char>(bytes.size() * 7 ^ bytes.size() >> 9));
+    return Write(name, bytes);
+  }
+  /// The names of all files in the folder.
+  std::set<std::string> ListFiles() const {
+    std::set<std::string> names;
+    for (const auto& each : std::filesystem::directory_iterator(folder_.Path())) names.insert(each.path().filename());
+    return names;
+  }
+  /// For a child: writes beyond some bytes of a file fail.
+  static void LimitFileSize() {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{10000, 10000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  /// All come before the program goes on.
+  static void SendTogether(pid_t child, const std::vector<int>& signalNumbers) {
+    kill(child, SIGSTOP);
+    for (const int signalNumber : signalNumbers) kill(child, signalNumber);
+    kill(child, SIGCONT);
+  }
+  /// Runs a command many times, each killed at another moment of the time that it needs, and calls `inspect` after each
+  /// with whether it was alive until then.
+  static void KillAtManyMoments(const std::vector<std::string>& arguments, int numKills,
+                                const std::function<void(bool wasAlive)>& inspect) {
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(0, Run(arguments).exitStatus);
+    const std::chrono::duration<double> whole = std::chrono::steady_clock::now() - start;
+    std::minstd_rand random(20);
+    for (int i = 0; i < numKills; ++i) {
+      const double share = (i + static_cast<double>(random() % 1000) / 1000.0) / numKills;
+      ProgramOptions options;
+      options.whileRunning = [&](pid_t child) {
+        std::this_thread::sleep_for(share * whole);
+        kill(child, SIGKILL);
+      };
+      inspect(Run(arguments, options).signal == SIGKILL);
+    }
   }
   int CountFiles() const {
     int count = 0;
