@@ -73,7 +73,7 @@ TEST_F(ZrkioView, AJpegWithALevelFileIsNotDecodedForASmallPicture) {
 TEST_F(ZrkioView, LevelsShowWhatTheImageDoes) {
   const auto pixel = [](int x, int y) { return static_cast<std::uint32_t>(x / 4 + 256 * (y / 3) + 65536 * (x / 9)); };
   const std::string path = Write("a.bmp", BmpBuilder().Size(801, 703).Pixel(pixel).Build());
-  Run({"levels", "--workers", "1", path});
+  Run({"levels", path});
   Run({"view", path, "--max-size", "150", "-o", folder_.Path("levels.png")});
   Run({"view", path, "--max-size", "150", "--no-levels", "-o", folder_.Path("image.png")});
   const DecodedPng levels = DecodePng(folder_.Path("levels.png")), image = DecodePng(folder_.Path("image.png"));
