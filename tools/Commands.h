@@ -8,4 +8,6 @@
 void AddInfoCommand(CLI::App& program, int& status);
 void AddReadCommand(CLI::App& program, int& status);
 void AddViewCommand(CLI::App& program, int& status);
+void AddLevelsCommand(CLI::App& program, int& status);
+void AddConvertCommand(CLI::App& program, int& status);
 void AddFormatsCommand(CLI::App& program, int& status);

@@ -4,9 +4,6 @@
 
 namespace {
 
-/// The share of decoding in what is done with a file that was decoded ahead, in percent.
-constexpr int kDecodePercent = 70;
-
 int LoadAny(XRSFile& file, int id, const XString& path, XString& err, XThread& thread) {
   const tagXFormat* format = XfnFindFormat(id);
   if (format->isRaster) return XRSFileIO::LoadFileRaster(&file, id, path, err, 0, kLevelNone, &thread);
@@ -51,19 +48,14 @@ ZRMBand* FindBand(const XRSFile& file, int number, std::string& err) {
 
 // A colour JPEG is decoded once and kept; a grey one is decoded again by every read.
 
-bool DecodeAhead(XRSFile& file, XThread& thread, std::string& err) {
-  auto* jpeg = dynamic_cast<ZRMBandJPG*>(file.GetBandAt(0));
-  if (!jpeg || IsDecodedByEachRead(*jpeg)) return true;
-  thread.SetPercentRange(0, kDecodePercent);
+bool DecodeAhead(ZRMBand& band, int lastPercent, XThread& thread, std::string& err) {
+  auto* jpeg = dynamic_cast<ZRMBandJPG*>(&band);
+  if (!jpeg || jpeg->GetDecodeRows() > 1) return true;
+  thread.SetPercentRange(0, lastPercent);
   if (!jpeg->ExtractDataFromFile(&thread)) {
     err = "the pixels can't be read";
     return false;
   }
-  thread.SetPercentRange(kDecodePercent, 100);
+  thread.SetPercentRange(lastPercent, 100);
   return true;
-}
-
-bool IsDecodedByEachRead(ZRMBand& band) {
-  const auto* jpeg = dynamic_cast<ZRMBandJPG*>(&band);
-  return jpeg && jpeg->GetPaletteSize() > 0;
 }

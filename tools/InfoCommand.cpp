@@ -3,10 +3,12 @@
 #include "Commands.h"
 #include "Dataset.h"
 #include "Job.h"
+#include "LevelFile.h"
 #include "Text.h"
 #include "XFormatTable.h"
 #include "XPath.h"
 #include "XRSFileIO.h"
+#include "ZRMBandEPOT.h"
 
 #include <cmath>
 #include <cstdio>
@@ -16,6 +18,9 @@
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+/// The share of decoding in computing statistics.
+constexpr int kDecodePercent = 70;
 
 struct Options {
   std::vector<std::string> files;
@@ -71,8 +76,16 @@ Json DescribeBand(ZRMBand& band) {
                {"dataType", XfnGetDataTypeString(band.GetDataType())},
                {"levels", band.GetLevel()},
                {"statistics", DescribeStatistics(band)}};
+  const auto* native = dynamic_cast<ZRMBandEPOT*>(&band);
+  if (native) json["compressed"] = native->GetCompressionInfo() == kCompressionTiles;
   if (band.GetNullValue() != kNotSet) json["nullValue"] = Number(band.GetNullValue());
   return json;
+}
+
+Json DescribeLevelFile(const XRSFile& file, const std::string& path) {
+  const LevelFileKind kind = GetLevelFileKind(file);
+  if (kind == LevelFileKind::kNone) return nullptr;
+  return {{"file", LevelFileName(path)}, {"kind", kind == LevelFileKind::kFull ? "full" : "short"}};
 }
 
 Json DescribeLayer(const tagXVectorLayer& layer) {
@@ -95,6 +108,7 @@ Json Describe(XRSFile& file, const std::string& path) {
     json["width"] = first->GetXSize();
     json["height"] = first->GetYSize();
     json["georeference"] = DescribePlace(*first);
+    json["levelFile"] = DescribeLevelFile(file, path);
     for (int i = 0; i < file.GetNumOfBands(); ++i) json["channels"].push_back(DescribeBand(*file.GetBandAt(i)));
   }
   for (int v = 0; v < file.GetNumOfVands(); ++v) {
@@ -140,9 +154,20 @@ void PrintPlace(const Json& place) {
   PrintSystem(place["system"], "  ");
 }
 
+void PrintLevelFile(const Json& levelFile) {
+  if (levelFile.is_null()) return;
+  const bool isFull = levelFile["kind"] == "full";
+  const std::string name = XfnGetFileName(levelFile["file"].get<std::string>()).AsStdString();
+  std::printf("  %-12sin %s\n", isFull ? "levels" : "statistics", Printable(name).c_str());
+}
+
 void PrintChannel(const Json& channel) {
   std::printf("  %s\n", GetText(channel["name"]).c_str());
-  std::printf("    data type %s, %d levels\n", GetText(channel["dataType"]).c_str(), channel["levels"].get<int>());
+  const int levels = channel["levels"].get<int>();
+  std::printf("    data type %s, %d level%s", GetText(channel["dataType"]).c_str(), levels, levels == 1 ? "" : "s");
+  if (channel.contains("compressed"))
+    std::printf(channel["compressed"].get<bool>() ? ", compressed" : ", not compressed");
+  std::printf("\n");
   const Json& statistics = channel["statistics"];
   if (statistics.is_null()) return;
   std::printf("    minimum %.6g, maximum %.6g, mean %.6g, deviation %.6g\n", Get(statistics["min"]),
@@ -156,6 +181,7 @@ void PrintText(const Json& json) {
     std::printf("  size        %d x %d pixels, %zu channel%s\n", json["width"].get<int>(), json["height"].get<int>(),
                 json["channels"].size(), json["channels"].size() == 1 ? "" : "s");
     PrintPlace(json["georeference"]);
+    PrintLevelFile(json["levelFile"]);
     for (const Json& channel : json["channels"]) PrintChannel(channel);
   }
   if (!json.contains("layers")) return;
@@ -169,12 +195,13 @@ void PrintText(const Json& json) {
 
 /// From the coarsest level, for those channels whose statistics are not known yet.
 bool ComputeStatistics(XRSFile& file, XThread& thread, std::string& err) {
-  if (!DecodeAhead(file, thread, err)) return false;
   const int numBands = file.GetNumOfBands();
   for (int i = 0; i < numBands; ++i) {
     ZRMBand& band = *file.GetBandAt(i);
     if (thread.GetState() != XThread::kStateRun) return false;
-    if (band.GetBandMean() == kNotSet && !band.CalcStatistics(1)) {
+    if (band.GetBandMean() != kNotSet) continue;
+    if (!DecodeAhead(band, kDecodePercent, thread, err)) return false;
+    if (!band.CalcStatistics(1)) {
       err = "the statistics can't be computed";
       return false;
     }

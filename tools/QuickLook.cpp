@@ -1,6 +1,8 @@
 #include "QuickLook.h"
 
 #include "AreaMeans.h"
+#include "Dataset.h"
+#include "LevelFile.h"
 #include "Strips.h"
 
 #include <algorithm>
@@ -8,6 +10,9 @@
 #include <optional>
 
 namespace {
+
+/// The share of decoding in what is done with an image that is decoded as a whole.
+constexpr int kDecodePercent = 70;
 
 /// What samples become 0 and 255.
 struct Range {
@@ -35,12 +40,15 @@ bool FindRange(ZRMBand& band, Range& range, std::string& err) {
 class Channel {
  public:
   Channel(ZRMBand& band, const PngShape& shape)
-      : band_(band), shape_(shape), strips_(band, FindLevel(band, shape), WholeOf(band)) {}
+      : band_(band), shape_(shape), strips_(band, FindLevelFor(band, shape.width, shape.height), WholeOf(band)) {}
 
-  bool Prepare(std::string& err) {
-    if (AreaMeans::IsSupported(band_.GetDataType())) return FindRange(band_, range_, err);
-    err = "samples of this data type can't be shown";
-    return false;
+  bool Prepare(XThread& thread, std::string& err) {
+    if (!AreaMeans::IsSupported(band_.GetDataType())) {
+      err = "samples of this data type can't be shown";
+      return false;
+    }
+    if (strips_.ReadsImage() && !DecodeAhead(band_, kDecodePercent, thread, err)) return false;
+    return FindRange(band_, range_, err);
   }
 
   bool HasMore() const { return strips_.HasMore(); }
@@ -56,9 +64,6 @@ class Channel {
   void DropRows(int count) { rows_.erase(rows_.begin(), rows_.begin() + std::int64_t{count} * shape_.width); }
 
  private:
-  static int FindLevel(ZRMBand& band, const PngShape& shape) {
-    return band.GetHighestLevelForTarget(0, band.GetXSize() - 1, 0, band.GetYSize() - 1, shape.width, shape.height);
-  }
   bool BeginMeans(std::string& err);
 
   ZRMBand& band_;
@@ -137,7 +142,7 @@ bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, P
   channels.reserve(bands.size());
   for (ZRMBand* band : bands) {
     channels.emplace_back(*band, shape);
-    if (!channels.back().Prepare(err)) return false;
+    if (!channels.back().Prepare(thread, err)) return false;
   }
   return png.Begin(shape, err) && ReadStrips(channels, shape, png, thread, err) && png.End(err);
 }

@@ -3,8 +3,10 @@
 #include "Commands.h"
 #include "Dataset.h"
 #include "Job.h"
+#include "LevelFile.h"
 #include "OutputFile.h"
 #include "SampleSink.h"
+#include "SharedOptions.h"
 #include "Strips.h"
 #include "Text.h"
 #include "XPath.h"
@@ -15,6 +17,7 @@
 namespace {
 
 constexpr int kMostTableSamples = 32;  // each way
+constexpr int kDecodePercent = 70;
 
 struct Options {
   std::string file;
@@ -22,6 +25,7 @@ struct Options {
   int level = 0;
   std::vector<int> window;
   std::string output;
+  bool noLevels = false;
 };
 
 /// What has come out of the band.
@@ -30,20 +34,6 @@ struct Shape {
   int height = 0;
   const char* dataType = "";
 };
-
-bool FindWindow(const ZRMBand& band, const std::vector<int>& wanted, Window& window, std::string& err) {
-  window = WholeOf(band);
-  if (wanted.empty()) return true;
-  const bool isInside = 0 <= wanted[0] && wanted[0] <= wanted[1] && wanted[1] <= window.x1 && 0 <= wanted[2] &&
-                        wanted[2] <= wanted[3] && wanted[3] <= window.y1;
-  if (!isInside) {
-    err = "the window is not within columns 0 to " + std::to_string(window.x1) + " and rows 0 to " +
-          std::to_string(window.y1);
-    return false;
-  }
-  window = {wanted[0], wanted[1], wanted[2], wanted[3]};
-  return true;
-}
 
 bool HasPngExtension(const std::string& path) {
   XString extension = XfnGetFileExt(path);
@@ -86,11 +76,13 @@ bool Read(const Options& options, XThread& thread, Shape& shape, std::string& er
   ZRMBand* band = file ? FindBand(*file, options.band, err) : nullptr;
   Window window;
   if (!band || !FindWindow(*band, options.window, window, err)) return false;
+  if (options.noLevels) DetachLevelFile(*file);
   OutputFile output;
   const std::unique_ptr<SampleSink> sink =
       options.output.empty() ? MakeTable(*band, window, err) : MakeFileSink(*band, options, output, err);
-  if (!sink || !DecodeAhead(*file, thread, err)) return false;
+  if (!sink) return false;
   StripReader strips(*band, options.level, window);
+  if (strips.ReadsImage() && !DecodeAhead(*band, kDecodePercent, thread, err)) return false;
   if (!ReadStrips(strips, *sink, thread, err)) return false;
   shape = {strips.GetWidth(), strips.GetHeight(), XfnGetDataTypeString(band->GetDataType())};
   return options.output.empty() || output.Commit(err);
@@ -127,21 +119,17 @@ void AddReadCommand(CLI::App& program, int& status) {
   command
       ->add_option("--level", options->level,
                    "A reduction of 2^L, 0 to 30; 0 unless given.\n"
-                   "Some formats answer full resolution at any level.")
+                   "Some formats answer full resolution at any level, unless\n"
+                   "there is a level file.")
       ->check(CLI::Range(0, 30).description(""))
       ->type_name("L");
-  command
-      ->add_option("--window", options->window,
-                   "Columns and rows, inclusive, in full-resolution pixels, as\n"
-                   "x0,x1,y0,y1; the whole image unless given")
-      ->delimiter(',')
-      ->expected(4)
-      ->type_name("WINDOW");
+  AddWindowOption(*command, options->window);
   command
       ->add_option("-o,--output", options->output,
                    "A PNG by its extension, otherwise raw samples; - for raw\n"
                    "samples on standard output. Unless given, a small window\n"
                    "is printed as a table.")
       ->type_name("OUT");
+  AddNoLevelsOption(*command, options->noLevels);
   command->callback([options, &status] { status = Run(*options); });
 }

@@ -1,30 +1,21 @@
 #pragma once
 
+#include "Window.h"
 #include "XThread.h"
-#include "ZRMBand.h"
+#include "ZRMBandXLD.h"
 
 #include <string>
 
-/// An inclusive window of a band in full-resolution pixels.
-struct Window {
-  int x0 = 0;
-  int x1 = 0;
-  int y0 = 0;
-  int y1 = 0;
-  int Width() const { return x1 - x0 + 1; }
-  int Height() const { return y1 - y0 + 1; }
-};
-
-/// The whole of a band.
-Window WholeOf(const ZRMBand& band);
-
 /// Reads a window at a level from top to bottom, in strips of a few megabytes, so that memory stays small and a stop is
-/// heard between them. Strips begin on multiples of 2^level rows, so that together they are what one read would give.
-/// A band that decodes its whole file for each read is read at once.
+/// heard between them. Strips begin on multiples of 2^level rows, so that together they are what one read would give,
+/// and end where the source's decoding does, so that nothing is decoded twice. Levels above 0 come from the level data
+/// where the band has some, also where its format answers every level at full resolution.
 class StripReader {
  public:
   StripReader(ZRMBand& band, int level, const Window& window);
 
+  /// Whether the pixels of the image itself are read.
+  bool ReadsImage() const { return levelBand_ == nullptr; }
   bool HasMore() const { return next_ < window_.Height(); }
   /// The next strip, which belongs to the band and lives until its next read. Null where the thread was asked to stop,
   /// and otherwise with the reason in `err`.
@@ -37,13 +28,16 @@ class StripReader {
   double GetShareDone() const { return static_cast<double>(next_) / window_.Height(); }
 
  private:
+  int CountStripRows() const;
   int CountNextRows() const;
+  bool ReadRows(int* cancel, tagXArr2*& strip);
+  int ReadLevelData(int numRows, tagXArr2*& strip) const;
   bool TakeShape(const tagXArr2& strip, int numRows);
 
   ZRMBand& band_;
+  ZRMBandXLD* levelBand_;  // null where the band itself is read
   int level_;
   Window window_;
-  int stripRows_;
   int next_ = 0;  // in rows of full resolution from the top of the window
   int width_ = 0;
   int height_ = 0;

@@ -3,8 +3,10 @@
 #include "Commands.h"
 #include "Dataset.h"
 #include "Job.h"
+#include "LevelFile.h"
 #include "OutputFile.h"
 #include "QuickLook.h"
+#include "SharedOptions.h"
 #include "Text.h"
 
 #include <climits>
@@ -17,6 +19,7 @@ struct Options {
   std::string output;
   int maxSize = 1024;
   std::vector<int> bands;
+  bool noLevels = false;
 };
 
 /// The bands asked for; unless any are, the first three of an image that has them, otherwise the first.
@@ -42,12 +45,13 @@ bool View(const Options& options, XThread& thread, PngShape& shape, std::string&
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   std::vector<ZRMBand*> bands;
   if (!file || !ChooseBands(*file, options.bands, bands, err)) return false;
+  if (options.noLevels) DetachLevelFile(*file);
   shape = FitPicture(bands.front()->GetXSize(), bands.front()->GetYSize(), options.maxSize);
   shape.channels = static_cast<int>(bands.size());
   OutputFile output;
   if (!output.Open(options.output, options.file, err)) return false;
   PngWriter png(output);
-  return DecodeAhead(*file, thread, err) && WriteQuickLook(bands, shape, png, thread, err) && output.Commit(err);
+  return WriteQuickLook(bands, shape, png, thread, err) && output.Commit(err);
 }
 
 int Run(const Options& options) {
@@ -91,6 +95,7 @@ void AddViewCommand(CLI::App& program, int& status) {
       ->delimiter(',')
       ->check(CLI::Range(1, INT_MAX).description(""))
       ->type_name("R,G,B");
+  AddNoLevelsOption(*command, options->noLevels);
   command->callback([options, &status] {
     if (!options->bands.empty() && options->bands.size() != 1 && options->bands.size() != 3) {
       throw CLI::ValidationError("--bands", "takes one number or three");

@@ -37,6 +37,8 @@ const char* const kExamples =
     "Examples:\n"
     "  zrkio info --stats earth.jpg\n"
     "  zrkio view earth.jpg -o earth.png --max-size 800\n"
+    "  zrkio levels earth.jpg\n"
+    "  zrkio convert earth.jpg earth.zrm\n"
     "  zrkio read earth.jpg --band 1 --window 100,107,200,203\n"
     "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
     "\n"
@@ -57,6 +59,8 @@ int Run(int argc, char** argv) {
   AddInfoCommand(program, status);
   AddReadCommand(program, status);
   AddViewCommand(program, status);
+  AddLevelsCommand(program, status);
+  AddConvertCommand(program, status);
   AddFormatsCommand(program, status);
   InstallInterruptHandlers();
   const int result = Parse(program, argc, argv, status);

@@ -1,5 +1,6 @@
 // LERC bounds the error of every sample but codes no bytes by their frequency, which zstd then does where that is worth
-// it. A tile with an infinity or a NaN goes to zstd alone, since LERC has no such samples.
+// it. Reals that lose nothing go to zstd alone: LERC knows no infinity and no NaN, and takes zeros of both signs for
+// one.
 
 #include "codec/TileCodec.h"
 
@@ -20,6 +21,9 @@ namespace zrk {
 namespace {
 
 constexpr int kZstdLevel = 1;
+
+/// 2.5. The next one differs in reals that lose nothing, which don't go to LERC here.
+constexpr int kLercVersion = 5;
 
 /// What a blob may be larger than its samples: headers, and data that don't compress.
 constexpr std::size_t kBlobSlack = 4096;
@@ -50,8 +54,8 @@ Sample FindLargest(const Sample* samples, std::size_t count) {
 }
 
 /// The bound that LERC is told so that a tile keeps `maxError`: its result is rounded once more, to a sample, which may
-/// add half a step between the largest ones. Where that is not small beside the bound, or nothing may be lost, the
-/// answer is 0. Less than 0 for a tile that LERC can't have, since it knows no infinities.
+/// add half a step between the largest ones. Less than 0 for a tile that is not for LERC, because it holds an infinity
+/// or a NaN, which LERC has not, or because such a step is not small beside the bound.
 double BoundFor(const void* samples, int dataType, std::size_t numBytes, double maxError) {
   double bound = maxError;
   VisitDataType(dataType, [&](auto zero) {
@@ -60,7 +64,7 @@ double BoundFor(const void* samples, int dataType, std::size_t numBytes, double 
       const Sample largest = FindLargest(static_cast<const Sample*>(samples), numBytes / sizeof(Sample));
       const double step = static_cast<double>(std::nextafter(largest, std::numeric_limits<Sample>::infinity())) -
                           static_cast<double>(largest);
-      bound = !std::isfinite(largest) ? -1.0 : maxError >= 4.0 * step ? maxError - step : 0.0;
+      bound = std::isfinite(largest) && maxError >= 4.0 * step ? maxError - step : -1.0;
     }
   });
   return bound;
@@ -90,7 +94,7 @@ struct Desk {
   std::unique_ptr<ZSTD_DCtx, decltype(&ZSTD_freeDCtx)> decoder{ZSTD_createDCtx(), &ZSTD_freeDCtx};
   Room lerc;
   Room frame;
-  Room decoded;
+  Room planes;
 };
 
 Desk& ThreadsDesk() {
@@ -120,9 +124,10 @@ bool Inflate(Bytes frame, std::size_t mostBytes, std::vector<unsigned char>& out
 Bytes EncodeLerc(const void* samples, int dataType, int width, int height, double maxError, Desk& desk) {
   const std::size_t room = 2 * TileBytes(dataType, width, height) + kBlobSlack;
   unsigned char* const blob = desk.lerc.Reserve(room);
+  std::memset(blob, 0, room);  // LERC leaves some bytes of a blob as they are
   unsigned numBytes = 0;
-  const lerc_status status = lerc_encode(samples, LercType(dataType), 1, width, height, 1, 0, nullptr, maxError, blob,
-                                         static_cast<unsigned>(room), &numBytes);
+  const lerc_status status = lerc_encodeForVersion(samples, kLercVersion, LercType(dataType), 1, width, height, 1, 0,
+                                                   nullptr, maxError, blob, static_cast<unsigned>(room), &numBytes);
   return status == 0 ? Bytes(blob, numBytes) : Bytes();
 }
 
@@ -142,20 +147,19 @@ bool DecodeLerc(Bytes blob, int dataType, int width, int height, void* out) {
                      LercType(dataType), out) == 0;
 }
 
-/// Whether a blob that shall lose nothing does not: LERC takes zeros of both signs for one.
-bool IsExact(Bytes blob, const void* samples, int dataType, int width, int height, Desk& desk) {
-  if (dataType != kReal32 && dataType != kReal64) return true;
-  const std::size_t numBytes = TileBytes(dataType, width, height);
-  unsigned char* const decoded = desk.decoded.Reserve(numBytes);
-  return DecodeLerc(blob, dataType, width, height, decoded) && std::memcmp(decoded, samples, numBytes) == 0;
+/// Brings bytes of equal weight together, which are alike in neighbouring samples.
+template <class Sample>
+void SplitPlanes(const unsigned char* samples, std::size_t count, unsigned char* planes) {
+  for (std::size_t k = 0; k < sizeof(Sample); ++k, planes += count) {
+    for (std::size_t i = 0; i < count; ++i) planes[i] = samples[i * sizeof(Sample) + k];
+  }
 }
 
-/// A LERC blob that keeps the bound; empty where there is none.
-Bytes EncodeBounded(const void* samples, int dataType, int width, int height, double maxError, Desk& desk) {
-  const double bound = BoundFor(samples, dataType, TileBytes(dataType, width, height), maxError);
-  if (bound < 0.0) return {};
-  const Bytes blob = EncodeLerc(samples, dataType, width, height, bound, desk);
-  return bound > 0.0 || IsExact(blob, samples, dataType, width, height, desk) ? blob : Bytes();
+template <class Sample>
+void JoinPlanes(const unsigned char* planes, std::size_t count, unsigned char* samples) {
+  for (std::size_t k = 0; k < sizeof(Sample); ++k, planes += count) {
+    for (std::size_t i = 0; i < count; ++i) samples[i * sizeof(Sample) + k] = planes[i];
+  }
 }
 
 bool Keep(TileCoding coding, Bytes bytes, TileBlob& blob) {
@@ -169,10 +173,17 @@ bool Keep(TileCoding coding, Bytes bytes, TileBlob& blob) {
 bool EncodeTile(const void* samples, int dataType, int width, int height, double maxError, TileBlob& blob) {
   const std::size_t numBytes = TileBytes(dataType, width, height);
   Desk& desk = ThreadsDesk();
-  const Bytes lerc = EncodeBounded(samples, dataType, width, height, maxError, desk);
-  if (lerc.empty()) {
-    return Keep(TileCoding::kRawZstd, Deflate({static_cast<const unsigned char*>(samples), numBytes}, desk), blob);
+  const double bound = BoundFor(samples, dataType, numBytes, maxError);
+  if (bound < 0.0) {
+    unsigned char* const planes = desk.planes.Reserve(numBytes);
+    VisitDataType(dataType, [&](auto zero) {
+      using Sample = decltype(zero);
+      SplitPlanes<Sample>(static_cast<const unsigned char*>(samples), numBytes / sizeof(Sample), planes);
+    });
+    return Keep(TileCoding::kPlanesZstd, Deflate({planes, numBytes}, desk), blob);
   }
+  const Bytes lerc = EncodeLerc(samples, dataType, width, height, bound, desk);
+  if (lerc.empty()) return false;
   const Bytes frame = Deflate(lerc, desk);
   const bool isSmaller = !frame.empty() && frame.size() < lerc.size();
   return Keep(isSmaller ? TileCoding::kLercZstd : TileCoding::kLerc, isSmaller ? frame : lerc, blob);
@@ -186,10 +197,12 @@ bool DecodeTile(std::span<const unsigned char> blob, TileCoding coding, int data
       return DecodeLerc(blob, dataType, width, height, out);
     case TileCoding::kLercZstd:
       return Inflate(blob, 2 * numBytes + kBlobSlack, room) && DecodeLerc(room, dataType, width, height, out);
-    case TileCoding::kRawZstd:
+    case TileCoding::kPlanesZstd:
       if (!Inflate(blob, numBytes, room) || room.size() != numBytes) return false;
-      std::memcpy(out, room.data(), numBytes);
-      return true;
+      return VisitDataType(dataType, [&](auto zero) {
+        using Sample = decltype(zero);
+        JoinPlanes<Sample>(room.data(), numBytes / sizeof(Sample), static_cast<unsigned char*>(out));
+      });
   }
   return false;
 }

@@ -11,9 +11,9 @@ namespace zrk {
 
 /// How a blob holds its samples.
 enum class TileCoding : std::uint32_t {
-  kLerc = 0,      ///< a LERC blob
-  kLercZstd = 1,  ///< a LERC blob in a zstd frame
-  kRawZstd = 2,   ///< the samples themselves, little-endian, in a zstd frame
+  kLerc = 0,        ///< a LERC blob
+  kLercZstd = 1,    ///< a LERC blob in a zstd frame
+  kPlanesZstd = 2,  ///< the lowest bytes of all samples, then the next ones, and so on, in a zstd frame
 };
 
 struct TileBlob {
@@ -22,7 +22,7 @@ struct TileBlob {
 };
 
 /// Codes a tile so that no sample is off by more than `maxError`; 0 keeps every bit. Samples that are not finite are
-/// kept bit for bit, with all others of their tile. False where a library fails.
+/// kept bit for bit, with all others of their tile. The same samples give the same bytes. False where a library fails.
 bool EncodeTile(const void* samples, int dataType, int width, int height, double maxError, TileBlob& blob);
 
 /// Room that a decoder keeps from tile to tile.

@@ -87,7 +87,7 @@ TEST(TileCodec, KeepsInfinitiesAndEveryBitOfNaN) {
   std::memcpy(&samples[3], &bits, sizeof(bits));
   TileBlob blob;
   const auto decoded = ThereAndBack(samples, 2, 2, 10.0, blob);
-  EXPECT_EQ(TileCoding::kRawZstd, blob.coding);
+  EXPECT_EQ(TileCoding::kPlanesZstd, blob.coding);
   EXPECT_EQ(0, std::memcmp(samples.data(), decoded.data(), 32));
 }
 
@@ -110,6 +110,17 @@ TEST(TileCodec, KeepsTheSignOfZeroWithoutAnError) {
   TileBlob blob;
   const auto decoded = ThereAndBack(samples, 2, 2, 0.0, blob);
   EXPECT_EQ(0, std::memcmp(samples.data(), decoded.data(), 16));
+}
+
+TEST(TileCodec, GivesTheSameBytesForTheSameSamples) {
+  const auto samples = Terrain<std::uint8_t>(37, 29);
+  TileBlob first, other, second;
+  for (TileBlob* blob : {&first, &second}) {
+    EXPECT_TRUE(zrk::EncodeTile(samples.data(), kPint08, 37, 29, 0.0, *blob));
+    const auto noise = Terrain<double>(64, 64);
+    EXPECT_TRUE(zrk::EncodeTile(noise.data(), kReal64, 64, 64, 0.0, other));
+  }
+  EXPECT_EQ(first.bytes, second.bytes);
 }
 
 TEST(TileCodec, RefusesBlobsOfAnotherShape) {

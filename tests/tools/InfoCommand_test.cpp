@@ -1,3 +1,4 @@
+#include "JpegBuilder.h"
 #include "Program.h"
 
 #include <fcntl.h>
@@ -55,6 +56,39 @@ TEST_F(ZrkioInfo, StatisticsThatFailLeaveTheRestToBeTold) {
   EXPECT_EQ("the statistics can't be computed", json["error"]);
   EXPECT_EQ(4000, json["width"]);
   EXPECT_TRUE(json["channels"][0]["statistics"].is_null());
+}
+
+TEST_F(ZrkioInfo, TellsWhetherThereIsALevelFileAndOfWhichKind) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(600, 500).Build());
+  EXPECT_TRUE(Json::parse(Run({"info", "--json", path}).out)[0]["levelFile"].is_null());
+  EXPECT_EQ(std::string::npos, Run({"info", path}).out.find("a.xld"));
+  Run({"levels", "--stats-only", path});
+  EXPECT_EQ((Json{{"file", folder_.Path("a.xld")}, {"kind", "short"}}),
+            Json::parse(Run({"info", "--json", path}).out)[0]["levelFile"]);
+  EXPECT_NE(std::string::npos, Run({"info", path}).out.find("  statistics  in a.xld\n"));
+  Run({"levels", path});
+  EXPECT_EQ("full", Json::parse(Run({"info", "--json", path}).out)[0]["levelFile"]["kind"]);
+  EXPECT_NE(std::string::npos, Run({"info", path}).out.find("  levels      in a.xld\n"));
+}
+
+TEST_F(ZrkioInfo, TakesStatisticsFromTheLevelFile) {
+  std::vector<unsigned char> bytes = JpegBuilder().Size(600, 500).Build();
+  const std::string path = Write("a.jpg", bytes);
+  Run({"levels", path});
+  bytes.resize(bytes.size() / 2);
+  Write("a.jpg", bytes);
+  const ProgramResult result = Run({"info", "--stats", path});
+  EXPECT_EQ(0, result.exitStatus);
+  EXPECT_NE(std::string::npos, result.out.find("minimum "));
+}
+
+TEST_F(ZrkioInfo, TellsTheLevelsOfNativeRastersAndWhetherTheyAreCompressed) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(600, 500).Build()), native = folder_.Path("a.zrm");
+  Run({"convert", path, native, "--levels", "1"});
+  EXPECT_NE(std::string::npos, Run({"info", native}).out.find("PINT08, 1 level, not compressed\n"));
+  Run({"convert", path, native, "--max-error", "0"});
+  EXPECT_NE(std::string::npos, Run({"info", native}).out.find("PINT08, 2 levels, compressed\n"));
+  EXPECT_FALSE(Json::parse(Run({"info", "--json", path}).out)[0]["channels"][0].contains("compressed"));
 }
 
 TEST_F(ZrkioInfo, AFullStandardOutputFails) {

@@ -1,7 +1,5 @@
 #include "Program.h"
 
-#include <csignal>
-
 namespace {
 
 class ZrkioInterrupt : public Zrkio {
@@ -16,12 +14,6 @@ class ZrkioInterrupt : public Zrkio {
       act(child);
     };
     return Run({"view", path_, "-o", folder_.Path("out.png")}, options);
-  }
-  /// All come before the program goes on.
-  static void SendTogether(pid_t child, const std::vector<int>& signalNumbers) {
-    kill(child, SIGSTOP);
-    for (const int signalNumber : signalNumbers) kill(child, signalNumber);
-    kill(child, SIGCONT);
   }
   std::string path_;
 };

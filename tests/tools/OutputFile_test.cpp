@@ -1,9 +1,7 @@
 #include "Program.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
-#include <csignal>
 
 namespace {
 
@@ -38,11 +36,7 @@ TEST_F(ZrkioOutput, AFullStandardOutputIsAPlainError) {
 TEST_F(ZrkioOutput, AFileSizeLimitLeavesNothingBehind) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(200, 200).Build());
   ProgramOptions options;
-  options.inChild = [] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{10000, 10000};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  };
+  options.inChild = &LimitFileSize;
   const ProgramResult result = Run({"read", path, "-o", folder_.Path("out.raw")}, options);
   EXPECT_EQ(1, result.exitStatus);
   EXPECT_NE(std::string::npos, result.err.find("can't write " + folder_.Path("out.raw") + " (File too large)"));

@@ -70,6 +70,17 @@ TEST_F(ZrkioRead, StripsOfAColourJpegPutTogetherItsChannel) {
   for (int y = 0; y < 1200; ++y) ASSERT_EQ(reference.At(5, y, 1), samples[static_cast<std::size_t>(16 * y + 5)]);
 }
 
+TEST_F(ZrkioRead, TakesALevelFromTheLevelFileUnlessToldNotTo) {
+  const auto pixel = [](int x, int y) { return static_cast<std::uint32_t>(10 * (x % 2) + 20 * (y % 2)); };
+  const std::string path = Write("a.bmp", BmpBuilder().Size(600, 500).Pixel(pixel).Build());
+  ASSERT_EQ(0, Run({"levels", path}).exitStatus);
+  const std::vector<std::string> arguments = {"read", path, "--band", "3", "--level", "1", "--window", "8,11,6,7"};
+  EXPECT_EQ("15 15\n", Run(arguments).out);
+  std::vector<std::string> withoutLevels = arguments;
+  withoutLevels.emplace_back("--no-levels");
+  EXPECT_EQ(" 0 10  0 10\n20 30 20 30\n", Run(withoutLevels).out);
+}
+
 TEST_F(ZrkioRead, NamesWhatIsNotThere) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(7, 5).Build());
   EXPECT_EQ("zrkio: " + path + ": there is no band 4, only 1 to 3\n", Run({"read", path, "--band", "4"}).err);

@@ -1,10 +1,14 @@
 #include "Strips.h"
+#include "BmpBuilder.h"
 #include "JpegBuilder.h"
 #include "MemoryBand.h"
 #include "TempFolder.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
 #include "ZRMBandJPG.h"
 
 #include <gtest/gtest.h>
+#include <filesystem>
 
 namespace {
 
@@ -89,6 +93,73 @@ TEST(StripReader, HearsAStopBetweenStrips) {
   thread.SetState(XThread::kStateStop);
   EXPECT_EQ(nullptr, strips.ReadNext(thread, err));
   EXPECT_EQ("", err);
+}
+
+/// Tells which rows were asked for.
+class TiledBand : public MemoryBand {
+ public:
+  explicit TiledBand(int tileRows) { SetDecodeRows(tileRows); }
+  using MemoryBand::ReadSubset;
+  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override {
+    firstRows.push_back(y0);
+    return MemoryBand::ReadSubset(out, level, x0, x1, y0, y1, cancel);
+  }
+  std::vector<int> firstRows;
+};
+
+TEST(StripReader, EndsWhereRowsThatAreDecodedTogetherDo) {
+  TiledBand band(100);
+  band.SetRamp<std::int32_t>(3, 2500);
+  int numStrips = 0;
+  ReadAll<std::int32_t>(band, 0, {0, 2, 130, 1499}, numStrips);
+  // 512 rows are wanted, and 500 are the hundreds in them.
+  EXPECT_EQ((std::vector<int>{130, 600, 1100}), band.firstRows);
+  band.firstRows.clear();
+  // Rows of the level are decoded together: its row 0 stands for 0 to 1, its row 200 for 400 to 401.
+  ReadAll<std::int32_t>(band, 1, {0, 2, 30, 2499}, numStrips);
+  EXPECT_EQ((std::vector<int>{30, 400, 800, 1200, 1600, 2000, 2400}), band.firstRows);
+}
+
+class LevelStrips : public testing::Test {
+ protected:
+  /// Odd sizes, so that pixels of the level data are a little more than twice as large.
+  LevelStrips() {
+    const auto pixel = [](int x, int y) { return static_cast<std::uint32_t>((7 * x + 13 * y) ^ (y << 8) ^ (x * y)); };
+    folder_.Write("a.bmp", BmpBuilder().Size(261, 4003).Pixel(pixel).Build());
+    XRSFileIO::LoadFileBMP(&file_, folder_.Path("a.bmp"), err_, 0, kLevelBuild, nullptr);
+  }
+  /// One read of the level data.
+  static std::vector<unsigned char> ReadAtOnce(ZRMBandDRIO& band, int level, const Window& window) {
+    tagXArr2* out = nullptr;
+    const int isRead = band.GetBandXLD()->ReadSubset(out, level, window.x0, window.x1, window.y0, window.y1, nullptr);
+    return isRead ? SamplesOf<unsigned char>(*out) : std::vector<unsigned char>();
+  }
+  TempFolder folder_;
+  XRSFile file_;
+  XString err_;
+};
+
+TEST_F(LevelStrips, TogetherAreWhatOneReadOfTheLevelDataGives) {
+  auto& band = dynamic_cast<ZRMBandDRIO&>(*file_.GetBandAt(1));
+  ASSERT_NE(nullptr, band.GetBandXLD());
+  for (const Window& window : {WholeOf(band), Window{3, 257, 1, 4001}, Window{6, 259, 501, 4002}}) {
+    for (const int level : {1, 2}) {
+      int numStrips = 0;
+      const std::vector<unsigned char> expected = ReadAtOnce(band, level, window);
+      ASSERT_FALSE(expected.empty());
+      EXPECT_EQ(expected, ReadAll<unsigned char>(band, level, window, numStrips)) << level;
+      EXPECT_GT(numStrips, 1);
+    }
+  }
+}
+
+TEST_F(LevelStrips, TheImageIsReadWhereTheLevelDataCannotBe) {
+  auto& band = dynamic_cast<ZRMBandDRIO&>(*file_.GetBandAt(1));
+  int numStrips = 0;
+  const Window window = WholeOf(band);
+  ASSERT_FALSE(StripReader(band, 1, window).ReadsImage());
+  std::filesystem::resize_file(folder_.Path("a.xld"), 100);
+  EXPECT_EQ(261u * 4003u, ReadAll<unsigned char>(band, 1, window, numStrips).size());
 }
 
 TEST(StripReader, ReadsAGreyJpegAtOnceBecauseEachReadDecodesIt) {

@@ -59,6 +59,28 @@ TEST_F(ZrkioView, ThinImagesKeepOnePixel) {
   EXPECT_EQ(1, image.height);
 }
 
+TEST_F(ZrkioView, AJpegWithALevelFileIsNotDecodedForASmallPicture) {
+  std::vector<unsigned char> bytes = JpegBuilder().Size(601, 499).Build();
+  const std::string path = Write("a.jpg", bytes), out = folder_.Path("a.png");
+  ASSERT_EQ(0, Run({"levels", path}).exitStatus);
+  bytes.resize(bytes.size() / 2);
+  Write("a.jpg", bytes);
+  EXPECT_EQ(0, Run({"view", path, "--max-size", "200", "-o", out}).exitStatus);
+  EXPECT_EQ(1, Run({"view", path, "--max-size", "200", "--no-levels", "-o", out}).exitStatus);
+  EXPECT_EQ(1, Run({"view", path, "--max-size", "400", "-o", out}).exitStatus);
+}
+
+TEST_F(ZrkioView, LevelsShowWhatTheImageDoes) {
+  const auto pixel = [](int x, int y) { return static_cast<std::uint32_t>(x / 4 + 256 * (y / 3) + 65536 * (x / 9)); };
+  const std::string path = Write("a.bmp", BmpBuilder().Size(801, 703).Pixel(pixel).Build());
+  Run({"levels", path});
+  Run({"view", path, "--max-size", "150", "-o", folder_.Path("levels.png")});
+  Run({"view", path, "--max-size", "150", "--no-levels", "-o", folder_.Path("image.png")});
+  const DecodedPng levels = DecodePng(folder_.Path("levels.png")), image = DecodePng(folder_.Path("image.png"));
+  ASSERT_EQ(image.samples.size(), levels.samples.size());
+  for (std::size_t i = 0; i < image.samples.size(); ++i) ASSERT_NEAR(image.samples[i], levels.samples[i], 3) << i;
+}
+
 TEST_F(ZrkioView, ThePictureIsNeverPutInPlaceOfTheImage) {
   const std::vector<unsigned char> bytes = BmpBuilder().Build();
   const std::string path = Write("a.bmp", bytes);

@@ -18,7 +18,7 @@ void Append(std::vector<unsigned char>& bytes, std::uint64_t value, int numBytes
 }
 
 bool IsPossible(const BlobPlace& place, std::int64_t storeBytes) {
-  return place.size > 0 && place.coding <= TileCoding::kRawZstd && FitsWithin(place.offset, place.size, storeBytes);
+  return place.size > 0 && place.coding <= TileCoding::kPlanesZstd && FitsWithin(place.offset, place.size, storeBytes);
 }
 
 }  // namespace

@@ -91,7 +91,8 @@ bool Pump(ZRMBand& band, int x0, int x1, int y0, int y1, RowCascade& cascade, st
     if (thread && thread->GetState() == XThread::kStateStop) return false;
     rows = std::min(std::max(mostRows, cascade.GetRoom()), height - y);
     tagXArr2* source = nullptr;
-    if (!band.ReadSubset(source, 0, x0, x1, y0 + y, y0 + y + rows - 1, nullptr)) return false;
+    int* const cancel = thread ? thread->GetStatePtr() : nullptr;
+    if (!band.ReadSubset(source, 0, x0, x1, y0 + y, y0 + y + rows - 1, cancel)) return false;
     if (source->xSize != x1 - x0 + 1 || source->ySize != rows) return false;
     for (int done = 0, part = 0; done < rows; done += part) {
       part = std::min(cascade.GetRoom(), rows - done);

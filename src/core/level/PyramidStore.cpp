@@ -180,10 +180,10 @@ void PlainStore::LayOutTile(const TileRows& part, int column, const unsigned cha
 
 bool PlainStore::WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging) {
   const PyramidLayout& layout = Layout();
-  // The last row of tiles is filled up with zeros. Whole tiles lie next to each other and are written some at a time;
-  // of parts of tiles each is a write of its own.
-  const bool isLast = part.row == layout.Rows(part.level) - 1;
-  const bool isWhole = part.y == 0 && (part.numRows == layout.Shape().yTile || isLast);
+  // Whole tiles lie next to each other and are written some at a time, those of the last row filled up with zeros. Of
+  // parts of tiles each is a write of its own.
+  const int yTile = layout.Shape().yTile;
+  const bool isWhole = part.y == 0 && part.numRows == std::min(yTile, layout.Height(part.level) - part.row * yTile);
   const std::int64_t stepBytes = isWhole ? layout.TileBytes() : part.numRows * layout.TileRowBytes();
   constexpr std::int64_t kWriteBytes = 1 << 20;
   const auto perWrite = static_cast<int>(isWhole ? std::max<std::int64_t>(kWriteBytes / stepBytes, 1) : 1);

@@ -146,10 +146,6 @@ TEST(SaveFile, SaysWhichFilesThisBuildCannotWrite) {
   XRSFile file;
   EXPECT_EQ("TIFF files can't be written by this build",
             Refusal([&](XString& e) { return IO::SaveFileTiff(&file, "x", 0, 1, 0, 1, e, nullptr); }));
-  EXPECT_EQ("Native raster files can't be written by this build",
-            Refusal([&](XString& e) { return IO::SaveFileZRM(&file, "x", 0, 0, 1, 0, 1, e, nullptr, 0, 0, 0); }));
-  EXPECT_EQ("Native raster files can't be written by this build",
-            Refusal([&](XString& e) { return IO::SaveFileZRMComp(&file, "x", 0, 0, 1, 0, 1, 0.0, e, nullptr, 0); }));
 }
 
 TEST(GetGeoBounding, AnswersZeroAndLeavesAllEightCornersUnset) {

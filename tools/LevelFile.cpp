@@ -1,0 +1,41 @@
+#include "LevelFile.h"
+
+#include "Window.h"
+#include "XRSFileIO.h"
+#include "ZRMBandDRIO.h"
+
+namespace {
+
+ZRMBandXLD* AttachedTo(ZRMBand* band) {
+  const auto* source = dynamic_cast<ZRMBandDRIO*>(band);
+  return source ? source->GetBandXLD() : nullptr;
+}
+
+}  // namespace
+
+LevelFileKind GetLevelFileKind(const XRSFile& file) {
+  const ZRMBandXLD* levels = AttachedTo(file.GetBandAt(0));
+  if (!levels) return LevelFileKind::kNone;
+  return levels->GetFile() ? LevelFileKind::kFull : LevelFileKind::kShort;
+}
+
+std::string LevelFileName(const std::string& path) {
+  return XRSFileIO::GetFileNameXLD(path).AsStdString();
+}
+
+ZRMBandXLD* FindLevelBand(ZRMBand& band) {
+  ZRMBandXLD* levels = AttachedTo(&band);
+  return levels && levels->GetFile() ? levels : nullptr;
+}
+
+void DetachLevelFile(XRSFile& file) {
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    if (auto* source = dynamic_cast<ZRMBandDRIO*>(file.GetBandAt(i))) source->SetBandXLD(nullptr);
+  }
+}
+
+int FindLevelFor(ZRMBand& band, int width, int height) {
+  ZRMBand* levels = FindLevelBand(band);
+  const Window window = WholeOf(band);
+  return (levels ? *levels : band).GetHighestLevelForTarget(window.x0, window.x1, window.y0, window.y1, width, height);
+}

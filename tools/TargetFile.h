@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+/// A file that comes to be under its name only when it is whole. Until `Commit` it stands beside the target under a
+/// name of its own, and goes away where that does not come, also where a second signal ends the program.
+class TargetFile {
+ public:
+  TargetFile() = default;
+  ~TargetFile();
+  TargetFile(const TargetFile&) = delete;
+  TargetFile& operator=(const TargetFile&) = delete;
+
+  // Both answer false with the reason in `err`.
+
+  /// Creates the unfinished file, empty. A path that leads to `input`, the file that the target is made of, is refused,
+  /// and so is one that leads to anything but a regular file.
+  bool Begin(const std::string& path, const std::string& input, std::string& err);
+  /// Brings the file to the disk and gives it its name.
+  bool Commit(std::string& err);
+
+  /// Either way leads to the unfinished file. The descriptor is open for writing and belongs to this object.
+  const std::string& GetUnfinishedPath() const { return unfinished_; }
+  int GetDescriptor() const { return descriptor_; }
+
+ private:
+  bool Fail(std::string& err) const;
+  bool Create();
+
+  std::string path_;
+  std::string unfinished_;  // empty where there is none
+  int descriptor_ = -1;
+};
+
+/// Whether the path leads to a device, a pipe or the like, which can be written but not replaced.
+bool IsSpecialFile(const std::string& path);
+
+/// "can't write out.png (No space left on device)", by `errno`.
+std::string CannotWrite(const std::string& name);
