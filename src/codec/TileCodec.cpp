@@ -5,6 +5,7 @@
 #include "codec/TileCodec.h"
 
 #include "base/DataTypeVisit.h"
+#include "codec/LercGate.h"
 
 #include <Lerc_c_api.h>
 #include <zstd.h>
@@ -111,8 +112,17 @@ Bytes Deflate(Bytes bytes, Desk& desk) {
   return ZSTD_isError(size) ? Bytes() : Bytes(frame, size);
 }
 
+/// Whether the bytes are one frame of today's form. Those of old forms, which zstd still reads, go to decoders that
+/// few look after.
+bool IsOneFrame(Bytes bytes) {
+  constexpr std::array<unsigned char, 4> kMark = {0x28, 0xB5, 0x2F, 0xFD};
+  return bytes.size() > kMark.size() && std::ranges::equal(bytes.first(kMark.size()), kMark) &&
+         ZSTD_findFrameCompressedSize(bytes.data(), bytes.size()) == bytes.size();
+}
+
 /// The bytes of a frame, which must tell that they are no more than `mostBytes`, behind each other in `out`.
 bool Inflate(Bytes frame, std::size_t mostBytes, std::vector<unsigned char>& out) {
+  if (!IsOneFrame(frame)) return false;
   const unsigned long long size = ZSTD_getFrameContentSize(frame.data(), frame.size());
   if (size > mostBytes) return false;  // the two values that mean failure are the largest there are
   out.resize(static_cast<std::size_t>(size));
@@ -142,7 +152,7 @@ bool IsBlobOf(Bytes blob, int dataType, int width, int height) {
 }
 
 bool DecodeLerc(Bytes blob, int dataType, int width, int height, void* out) {
-  if (!IsBlobOf(blob, dataType, width, height)) return false;
+  if (!IsSoundLerc(blob, kLercVersion) || !IsBlobOf(blob, dataType, width, height)) return false;
   return lerc_decode(blob.data(), static_cast<unsigned>(blob.size()), 0, nullptr, 1, width, height, 1,
                      LercType(dataType), out) == 0;
 }

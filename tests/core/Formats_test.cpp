@@ -72,7 +72,7 @@ Bytes MakeCompressedFile(const std::string& path) {
   XRSFile dataset;
   AddBand<MemoryBand>(dataset, 5, 3, 4, kReals);
   XString err;
-  EXPECT_TRUE(XRSFileIO::SaveFileZRMComp(&dataset, path, 1, 0, 4, 0, 2, 0.0, err, nullptr, 0)) << err.GetText();
+  EXPECT_TRUE(XRSFileIO::SaveFileZRMComp(&dataset, path, 1, 0, 4, 0, 2, 0.25, err, nullptr, 0)) << err.GetText();
   return ReadBytes(path);
 }
 

@@ -48,7 +48,7 @@ Bands ReadBands(const XRSFile& dataset, pugi::xml_node root, std::string& invali
     auto band = std::make_unique<ZRMBand>();
     band->CloneBand(dataset.GetBandAt(static_cast<int>(bands.size())));
     XmlReader reader(element, invalidName);
-    projections.Read(reader, *band);
+    if (!projections.Read(reader, *band)) invalidName = kTagProjection;
     ReadDescription(reader, *band);
     bands.push_back(std::move(band));
   }

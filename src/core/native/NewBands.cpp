@@ -110,8 +110,10 @@ std::unique_ptr<ZRMBandEPOT> MakeBand(const BandText& text, const BodyFile& body
       static_cast<int>(layout.ySize), static_cast<int>(layout.dataType), static_cast<int>(layout.xTileSize),
       static_cast<int>(layout.yTileSize), static_cast<int>(layout.levels), layout.compression);
   if (!isSet && body.file) return nullptr;
+  // A compressed store tells its size itself, which has to be the one that was checked against the others.
+  if (body.file && band->GetEPOT()->GetSize() != text.place.size) return nullptr;
   XmlReader reader(text.element, invalidName);
-  projections.Read(reader, *band);
+  if (!projections.Read(reader, *band)) invalidName = kTagProjection;
   ReadIdentity(reader, *band);
   ReadDescription(reader, *band);
   return band;
