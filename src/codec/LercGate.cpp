@@ -144,7 +144,7 @@ bool IsSoundLerc(std::span<const unsigned char> blob, unsigned version) {
   if (head.least == head.largest) return true;
   const std::size_t sampleBytes = kTypeBytes[static_cast<std::size_t>(head.type)];
   const auto least = cursor.Bytes(sampleBytes), largest = cursor.Bytes(sampleBytes);
-  if (std::ranges::equal(least, largest)) return true;
+  if (std::ranges::equal(least, largest)) return !cursor.HasFailed();
   if (cursor.U8() != 0) return true;  // samples as they are
   const bool hasMode = sampleBytes == 1 && head.maxError == 0.5;
   return hasMode && cursor.U8() != 0 ? PassCodeTable(cursor) : PassBlocks(cursor, head);

@@ -206,7 +206,7 @@ bool DecodeTile(std::span<const unsigned char> blob, TileCoding coding, int data
     case TileCoding::kLerc:
       return DecodeLerc(blob, dataType, width, height, out);
     case TileCoding::kLercZstd:
-      return Inflate(blob, 2 * numBytes + kBlobSlack, room) && DecodeLerc(room, dataType, width, height, out);
+      return Inflate(blob, numBytes + kBlobSlack, room) && DecodeLerc(room, dataType, width, height, out);
     case TileCoding::kPlanesZstd:
       if (!Inflate(blob, numBytes, room) || room.size() != numBytes) return false;
       return VisitDataType(dataType, [&](auto zero) {

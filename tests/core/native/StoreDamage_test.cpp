@@ -210,7 +210,7 @@ TEST_P(StoreDamage, RefusesDeepNesting) {
 
 TEST_P(StoreDamage, RefusesAnotherNumberOfBytesThanTheLayoutNeeds) {
   for (const char* tag : {"XRS_TAG_BAND_XSIZE", "XRS_TAG_BAND_YSIZE", "XRS_TAG_BAND_DATATYPE"}) {
-    for (const char* value : {"0", "-1", "5", "2147483647", "2147483648", "9223372036854775807"}) {
+    for (const char* value : {"0", "-1", "31", "2147483647", "2147483648", "9223372036854775807"}) {
       std::string text = Text();
       const std::size_t place = text.find('>', text.find(tag)) + 1;
       text.replace(place, text.find('<', place) - place, value);
@@ -237,9 +237,9 @@ TEST_P(StoreDamage, DoesNotReadATextOf100Megabytes) {
 INSTANTIATE_TEST_SUITE_P(Kinds, StoreDamage, testing::ValuesIn(kKinds),
                          [](const auto& kind) { return std::string(kind.param.name); });
 
-/// The plain file with a field of its second band set otherwise.
-bool TryPlace(const std::string& tag, const std::string& value) {
-  Bytes bytes = MakePlain(TempFolder().Path("sound"));
+/// A file with a field of its second band set otherwise.
+bool TryPlace(const std::string& tag, const std::string& value, Bytes (*make)(const std::string& path) = &MakePlain) {
+  const Bytes bytes = make(TempFolder().Path("sound"));
   std::string text(bytes.begin(), bytes.end());
   const std::size_t place = text.find('>', text.rfind("<" + tag)) + 1;
   text.replace(place, text.find('<', place) - place, value);
@@ -254,6 +254,35 @@ TEST(NativeBodies, MustLieWithinTheFileAndApart) {
   for (const char* other : {"-352", "0", "351", "353", "9223372036854775807", "9223372036854775808"}) {
     EXPECT_FALSE(TryPlace("XRS_TAG_BAND_DATASIZE", other)) << other;
   }
+}
+
+TEST(NativeBodies, OfTilesAreAsLargeAsTheirTablesSay) {
+  for (const char* size : {"1", "16", "100", "-1", "0"}) {
+    EXPECT_FALSE(TryPlace("XRS_TAG_BAND_DATASIZE", size, &MakeCompressed)) << size;
+  }
+}
+
+/// A text of bands of one sample, each of which names a system of its own.
+std::string TextOfSystems(int numBands) {
+  std::string text = "<XRS_TAG_DATASET>";
+  for (int i = 0; i < numBands; ++i) {
+    text += "<XRS_TAG_BAND>";
+    for (const char* name : {"XTILESIZE", "YTILESIZE", "XSIZE", "YSIZE", "DATATYPE"}) {
+      text += std::string("<XRS_TAG_BAND_") + name + ">1</XRS_TAG_BAND_" + name + ">";
+    }
+    text += "<XRS_TAG_BAND_LEVELS>0</XRS_TAG_BAND_LEVELS><XRS_TAG_BAND_COMPRESSION>0</XRS_TAG_BAND_COMPRESSION>";
+    text += "<XRS_TAG_BAND_PROJECTIONWKT>" + std::to_string(i) + "</XRS_TAG_BAND_PROJECTIONWKT></XRS_TAG_BAND>";
+  }
+  return text + "</XRS_TAG_DATASET>";
+}
+
+TEST(NativeText, HasNoMoreSystemsThanADatasetMayNeed) {
+  XString err;
+  XRSFile few, many;
+  EXPECT_EQ(1, few.LoadStringZRM(TextOfSystems(256), err, nullptr)) << err.GetText();
+  EXPECT_EQ(0, many.LoadStringZRM(TextOfSystems(257), err, nullptr));
+  EXPECT_EQ("The raster metadata holds no valid value in XRS_TAG_BAND_PROJECTIONWKT", err);
+  EXPECT_EQ(0, many.GetNumOfBands());
 }
 
 }  // namespace
