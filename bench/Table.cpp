@@ -71,7 +71,7 @@ void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
       benchmark::RunSpecifiedBenchmarks(&collector, "^" + row.key + "_(ours|theirs)/");
     }
   }
-  std::printf("%-52s %10s  %-24s %10s %6s %8s\n", "windows of 256 x 256 x 3, median", "zrkio", "beside", "", "ratio",
+  std::printf("%-52s %10s  %-24s %10s %6s %8s\n", "median times", "zrkio", "beside", "", "ratio",
               "target");
   for (const Row& row : rows) {
     const double ours = collector.GetMedian(row.key + "_ours") / row.times;

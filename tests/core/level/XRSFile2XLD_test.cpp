@@ -128,7 +128,7 @@ TEST_F(XRSFile2XLDTest, SkipsABandThatCannotBeReadInTheShortForm) {
 }
 
 TEST_F(XRSFile2XLDTest, CannotTakeStatisticsOfUnknownSamples) {
-  Add(8, 8).SetDataType(10);
+  Add(8, 8).SetDataType(17);  // of one byte, but no number
   EXPECT_EQ(0, Save(kLevelStatistics));
   EXPECT_EQ(XString("Fail to calculate statistics"), err_);
   EXPECT_TRUE(HasLeftNothing());
