@@ -16,7 +16,7 @@ struct Limits {
   int nestingDepth = 64;                              ///< of XML elements and of linked records
   int jpegScans = 500;                                ///< scans of one progressive JPEG
   std::int64_t xmlBytes = std::int64_t{32} << 20;     ///< the XML text of a native raster file or a level file
-  int xmlElements = 1 << 20;                          ///< elements of that text, comments and the like included
+  int xmlElements = 1 << 20;  ///< elements of that text, comments and the like included; half its attributes
 };
 
 /// The limits in force for the process.

@@ -39,7 +39,7 @@ class ZRKIO_API XRSFile2ZRM {
   int Save(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, double quality, XString& err,
            XThread* thread);
 
-  // The ways that `Save` goes.
+  // The ways that `Save` goes. Called directly, they throw std::bad_alloc where memory runs out.
 
   int SaveZRMBandGeneral(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, XString& err,
                          XThread* thread);

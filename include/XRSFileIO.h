@@ -143,7 +143,8 @@ class ZRKIO_API XRSFileIO {
   /// Attaches the level data of a raster, which is built first where there is none that can be used, as `levelMode`
   /// says; `kLevelAsk` asks the operator by a message box. The bands that can have level data then have a `ZRMBandXLD`.
   /// 0, with nothing attached, where no level data was found or made, where its file is damaged, where it is of
-  /// another image, and for a dataset that goes by another file name than `path`.
+  /// another image, and for a dataset that goes by another file name than `path`; what the text of such a file brought
+  /// into the dataset stays there.
   static int LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
   /// Gives the projection in the level file of the dataset another one; pyramids and all else stay.
   static int UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err);

@@ -64,6 +64,8 @@ class Disk {
   virtual int Remove(const std::string& path) = 0;
   virtual int SyncFolder(const std::string& folder) = 0;
   virtual bool Exists(const std::string& path) = 0;
+  /// Whether both names lead to one file that exists.
+  virtual bool AreSame(const std::string& one, const std::string& other) { return one == other && Exists(one); }
 };
 
 /// The disk in use: that of the operating system unless a test has put another in its place.

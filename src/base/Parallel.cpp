@@ -48,13 +48,12 @@ int CountWorkers(int count) {
   return std::clamp(XfnGetWorkerCount(), 1, std::max(count, 1));
 }
 
-bool ForEachInParallel(int count, const std::function<bool(int, int)>& work) {
+bool ForEachInParallel(int numWorkers, int count, const std::function<bool(int, int)>& work) {
   Crew crew(count, work);
   {
     std::vector<std::jthread> others;
-    const int numWorkers = CountWorkers(count);
     try {
-      for (int worker = 1; worker < numWorkers; ++worker) {
+      for (int worker = 1; worker < std::min(numWorkers, count); ++worker) {
         others.emplace_back([&crew, worker] { crew.Work(worker); });
       }
     } catch (const std::system_error&) {

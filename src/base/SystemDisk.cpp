@@ -123,6 +123,12 @@ int LockBits(const DiskOpen& how) {
   return 0;
 }
 
+/// Whether the file goes by the name.
+bool IsNamed(const std::string& path, const struct stat& file) {
+  struct stat named;
+  return ::stat(path.c_str(), &named) == 0 && named.st_dev == file.st_dev && named.st_ino == file.st_ino;
+}
+
 class SystemDiskImpl : public Disk {
  public:
   int Open(const std::string& path, const DiskOpen& how, std::shared_ptr<DiskFile>& file) override {
@@ -134,6 +140,8 @@ class SystemDiskImpl : public Disk {
     if (!S_ISREG(status.st_mode)) return EINVAL;
     const int lock = LockBits(how);
     if (lock && ::flock(descriptor.Number(), lock | LOCK_NB) != 0) return errno;
+    // Who held the lock before may have given the file another name since it was opened here.
+    if (how.create && !IsNamed(path, status)) return EBUSY;
     if (how.create && ::ftruncate(descriptor.Number(), 0) != 0) return errno;
     file = std::make_shared<SystemFile>(std::move(descriptor));
     return 0;
@@ -151,6 +159,10 @@ class SystemDiskImpl : public Disk {
   }
 
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }
+  bool AreSame(const std::string& one, const std::string& other) override {
+    struct stat status;
+    return ::stat(one.c_str(), &status) == 0 && IsNamed(other, status);
+  }
 };
 
 }  // namespace

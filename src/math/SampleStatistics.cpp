@@ -55,11 +55,10 @@ Summary MergeSummaries(const Summary& first, const Summary& second) {
   both.minValue = std::min(first.minValue, second.minValue);
   both.maxValue = std::max(first.maxValue, second.maxValue);
   const auto n1 = static_cast<double>(first.count), n2 = static_cast<double>(second.count), n = n1 + n2;
-  const double distance = second.mean - first.mean;
-  both.mean = first.mean + distance * (n2 / n);
-  both.stdDev =
-      std::hypot(first.stdDev * std::sqrt((n1 - 1.0) / (n - 1.0)), second.stdDev * std::sqrt((n2 - 1.0) / (n - 1.0)),
-                 distance * std::sqrt(n1 / n * (n2 / (n - 1.0))));
+  both.mean = first.mean * (n1 / n) + second.mean * (n2 / n);
+  const double share = std::sqrt(n1 / n * (n2 / (n - 1.0)));
+  both.stdDev = std::hypot(first.stdDev * std::sqrt((n1 - 1.0) / (n - 1.0)),
+                           second.stdDev * std::sqrt((n2 - 1.0) / (n - 1.0)), second.mean * share - first.mean * share);
   return both;
 }
 

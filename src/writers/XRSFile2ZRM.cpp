@@ -1,6 +1,9 @@
 #include "XRSFile2ZRM.h"
 
+#include "base/Disk.h"
+#include "core/level/CompressPyramid.h"
 #include "core/native/BandBodies.h"
+#include "core/native/SaverGroups.h"
 #include "writers/WindowStatistics.h"
 #include "Xepot.h"
 #include "XEPOT2D.h"
@@ -47,15 +50,7 @@ void CopySensorModel(XRSFileSaver& saver, ZRMBand& band, const Window& window) {
 void CopyBandFields(XRSFileSaver& saver, ZRMBand& band, const Window& window) {
   saver.CopyBandBasicInfo(&band);
   saver.CopyBandCoord(&band, window.x0, window.x1, window.y0, window.y1);
-  saver.CopyBandMapInfo(&band);
-  saver.CopyBandPixelSize(&band);
-  saver.CopyBandSceneOrient(&band);
-  saver.CopyBasicSensorParams(&band);
-  saver.CopyGainBias(&band);
-  saver.CopySunParams(&band);
-  saver.CopyGISDataSet(&band);
-  saver.CopyImageCenter(&band);
-  if (band.IsSarBand()) saver.CopyBandSarParam(&band);
+  zrk::CopyDescription(saver, band);
   CopySensorModel(saver, band, window);
   band.CleanupMemory(1, 0);
 }
@@ -105,11 +100,11 @@ bool CompressBand(ZRMBand& band, XRSFileSaver& saver, const Window& window, int 
   body.compression = kCompressionTiles;
   body.offset = saver.GetDataEnd();
   const std::clock_t start = std::clock();
-  body.size = Xepot::CompressEPOT_CM3(&band, saver.GetOutputFile(), body.offset, window.x0, window.x1, window.y0,
-                                      window.y1, tile, level, quality, thread);
+  const zrk::PyramidResult result = zrk::CompressPyramid(band, *saver.GetOutputFile(), body.offset,
+                                                         {window, tile, level, quality, thread}, body.size);
   ticks += std::clock() - start;
-  if (body.size <= 0) {
-    if (!thread || thread->GetState() != XThread::kStateStop) err = "Fail to write Data";
+  if (result != zrk::PyramidResult::kDone) {
+    if (result != zrk::PyramidResult::kStopped) err = zrk::GetSentence(result);
     return false;
   }
   saver.SetDataEnd(body.offset + body.size);
@@ -141,8 +136,13 @@ int XRSFile2ZRM::Save(XString path, int level, int x0, int x1, int y0, int y1, i
 }
 
 int XRSFile2ZRM::Begin(const XString& path, XFile& out, XRSFileSaver& saver, XString& err) const {
-  // The bands read from the file that they came from, which therefore can't be replaced under them.
-  const bool isOwnFile = !file_->GetFilePath().IsEmpty() && file_->GetFilePath() == path;
+  if (path.IsEmpty() || !file_) return 0;
+  if (!file_->GetBandAt(0)) return FailWith(err, "No Band found");
+  // The file that the dataset came from is not given up for one that may not come to be. Other files of the name may be
+  // open as well, be it behind a band of a mosaic: a new one takes the place of those, and they are not emptied.
+  const std::string target = path.AsStdString();
+  const bool isOwnFile = zrk::CurrentDisk().AreSame(file_->GetFilePath().AsStdString(), target);
+  if (!isOwnFile) zrk::CurrentDisk().Remove(target);
   if (isOwnFile || !out.Open(path, XFile::kReadWrite | XFile::kCreate)) {
     return FailWith(err, "Cannot open file to write");
   }
@@ -154,10 +154,7 @@ int XRSFile2ZRM::Begin(const XString& path, XFile& out, XRSFileSaver& saver, XSt
 }
 
 int XRSFile2ZRM::Finish(XRSFileSaver& saver, XFile& out, XString& err) const {
-  saver.CopyFileDescription(file_);
-  saver.CopyGCPDataSet(file_);
-  saver.CopyROIDataSetAll(file_);
-  saver.CopySIGDataSetAll(file_);
+  zrk::CopyDataset(saver, *file_);
   if (!saver.Save()) return FailWith(err, "Fail to write Data");
   out.Close();
   return 1;
@@ -205,6 +202,7 @@ int XRSFile2ZRM::SaveZRMBandGeneralComp(XString path, int level, int x0, int x1,
 
 int XRSFile2ZRM::SaveZRMBandImageSharpen(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode,
                                          XString& err, XThread* thread) {
+  if (!file_) return 0;
   const std::vector<ZRMBand*> bands = BandsOf(*file_);
   if (bands.size() < 3) return FailWith(err, "Number of selected bands must be more than 3");
   for (const ZRMBand* band : bands) {

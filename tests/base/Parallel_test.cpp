@@ -20,9 +20,8 @@ class ParallelThreads : public testing::Test {
 
 TEST_F(ParallelThreads, DoEveryIndexOnce) {
   for (const int workers : {1, 2, 8}) {
-    XfnSetWorkerCount(workers);
     std::vector<int> done(1000, 0);
-    EXPECT_TRUE(zrk::ForEachInParallel(1000, [&](int index, int) {
+    EXPECT_TRUE(zrk::ForEachInParallel(workers, 1000, [&](int index, int) {
       ++done[static_cast<std::size_t>(index)];
       return true;
     }));
@@ -32,8 +31,8 @@ TEST_F(ParallelThreads, DoEveryIndexOnce) {
 
 TEST_F(ParallelThreads, AreNotStartedForOneWorker) {
   const std::thread::id caller = std::this_thread::get_id();
-  EXPECT_TRUE(
-      zrk::ForEachInParallel(10, [&](int, int worker) { return worker == 0 && std::this_thread::get_id() == caller; }));
+  EXPECT_TRUE(zrk::ForEachInParallel(
+      1, 10, [&](int, int worker) { return worker == 0 && std::this_thread::get_id() == caller; }));
 }
 
 TEST_F(ParallelThreads, AreNoMoreThanThereIsWork) {
@@ -41,7 +40,7 @@ TEST_F(ParallelThreads, AreNoMoreThanThereIsWork) {
   EXPECT_EQ(3, zrk::CountWorkers(3));
   std::mutex mutex;
   std::set<std::thread::id> threads;
-  EXPECT_TRUE(zrk::ForEachInParallel(3, [&](int, int worker) {
+  EXPECT_TRUE(zrk::ForEachInParallel(8, 3, [&](int, int worker) {
     const std::lock_guard lock(mutex);
     threads.insert(std::this_thread::get_id());
     return worker < 3;
@@ -50,9 +49,8 @@ TEST_F(ParallelThreads, AreNoMoreThanThereIsWork) {
 }
 
 TEST_F(ParallelThreads, TakeNothingMoreAfterAFailure) {
-  XfnSetWorkerCount(2);
   std::atomic<int> numDone = 0;
-  EXPECT_FALSE(zrk::ForEachInParallel(100000, [&](int index, int) {
+  EXPECT_FALSE(zrk::ForEachInParallel(2, 100000, [&](int index, int) {
     ++numDone;
     return index != 5;
   }));
@@ -60,8 +58,7 @@ TEST_F(ParallelThreads, TakeNothingMoreAfterAFailure) {
 }
 
 TEST_F(ParallelThreads, HandTheCallerWhatOneThrows) {
-  XfnSetWorkerCount(2);
-  EXPECT_THROW(zrk::ForEachInParallel(100,
+  EXPECT_THROW(zrk::ForEachInParallel(2, 100,
                                       [](int index, int) -> bool {
                                         if (index == 50) throw std::runtime_error("fifty");
                                         return true;
@@ -70,7 +67,7 @@ TEST_F(ParallelThreads, HandTheCallerWhatOneThrows) {
 }
 
 TEST_F(ParallelThreads, HaveNothingToDoForNoWork) {
-  EXPECT_TRUE(zrk::ForEachInParallel(0, [](int, int) { return false; }));
+  EXPECT_TRUE(zrk::ForEachInParallel(2, 0, [](int, int) { return false; }));
 }
 
 }  // namespace

@@ -26,6 +26,9 @@ class FaultyDisk : public zrk::Disk {
   int Remove(const std::string& path) override { return zrk::SystemDisk().Remove(path); }
   int SyncFolder(const std::string& folder) override { return zrk::SystemDisk().SyncFolder(folder); }
   bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
+  bool AreSame(const std::string& one, const std::string& other) override {
+    return zrk::SystemDisk().AreSame(one, other);
+  }
 
  private:
   friend class FaultyFile;

@@ -8,9 +8,12 @@
 #include "XRSFileIO.h"
 #include "XSystem.h"
 #include "ZRMBandEPOT.h"
+#include "ZRMBandMosaic.h"
+#include "ZRMBandResize.h"
 
 #include <gmock/gmock.h>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <memory>
 #include <string>
@@ -202,6 +205,77 @@ TEST_F(XRSFile2ZRMTest, DoesNotWriteOverTheFileThatItReads) {
   EXPECT_EQ(before, ReadBytes(Path()));
 }
 
+TEST_F(XRSFile2ZRMTest, KnowsTheFileThatItReadsByAnyOfItsNames) {
+  Add<std::uint8_t>(20, 20);
+  ASSERT_EQ(1, SaveAll());
+  Open();
+  const auto before = ReadBytes(Path());
+  std::filesystem::create_symlink(Path(), folder_.Path("soft.zrm"));
+  std::filesystem::create_hard_link(Path(), folder_.Path("hard.zrm"));
+  for (const char* name : {"./a.zrm", "soft.zrm", "hard.zrm"}) {
+    XRSFile2ZRM writer;
+    writer.SetXRSFile(opened_.get());
+    EXPECT_EQ(0, writer.Save(folder_.Path(name), 0, 0, 19, 0, 19, 0, 0.0, err_, nullptr)) << name;
+    EXPECT_EQ(before, ReadBytes(Path())) << name;
+  }
+}
+
+TEST_F(XRSFile2ZRMTest, ReadsAFileOnThatItTakesTheNameOf) {
+  Add<std::uint8_t>(200, 100);
+  ASSERT_EQ(1, SaveAll());
+  Open();
+  ZRMBandMosaic mosaic;
+  mosaic.AddBand(opened_->GetBandAt(0));
+  ASSERT_TRUE(mosaic.SetBandInfo(0.0, 0.0, 1.0, 1.0, 200, 100, kPint08));
+  ASSERT_TRUE(mosaic.CalcWarpCoeff());
+  NewDataset();
+  auto band = std::make_unique<ZRMBandResize>();
+  band->SetSourceBand(&mosaic);
+  ASSERT_TRUE(band->SetResizeInfo(0, 199, 0, 99, 200, 100));
+  file_->AddBand(band.release());
+  ASSERT_EQ(1, SaveAll()) << err_.GetText();
+  file_->GetBandAt(0);
+  NewDataset();
+  Open();
+  EXPECT_EQ(RandomSamples<std::uint8_t>(200, 100), Read<std::uint8_t>(0, 0));
+}
+
+TEST_F(XRSFile2ZRMTest, WantsADatasetAndABandOnEveryWay) {
+  XRSFile2ZRM writer;
+  const auto ways = [&] {
+    return writer.SaveZRMBandGeneral(Path(), 0, 0, 1, 0, 1, 0, err_, nullptr) +
+           writer.SaveZRMBandGeneralComp(Path(), 0, 0, 1, 0, 1, 0.0, err_, nullptr) +
+           writer.SaveZRMBandImageSharpen(Path(), 0, 0, 1, 0, 1, 0, err_, nullptr);
+  };
+  EXPECT_EQ(0, ways());
+  writer.SetXRSFile(file_.get());
+  EXPECT_EQ(0, ways());
+  EXPECT_FALSE(XFile::Exists(Path()));
+}
+
+TEST_F(XRSFile2ZRMTest, TakesAnyBound) {
+  Add<float>(40, 30);
+  for (const double bound : {1e308, std::numeric_limits<double>::infinity(), -1.0, std::nan("")}) {
+    ASSERT_EQ(1, Save(0, 0, 39, 0, 29, 3, bound)) << err_.GetText();
+    Open();
+    const auto given = Read<float>(0, 0), samples = RandomSamples<float>(40, 30);
+    ASSERT_EQ(samples.size(), given.size());
+    const double allowed = bound > 0.0 ? bound : 0.0;
+    for (std::size_t i = 0; i < given.size(); ++i) {
+      ASSERT_LE(std::abs(static_cast<double>(samples[i]) - static_cast<double>(given[i])), allowed) << bound;
+    }
+  }
+}
+
+TEST_F(XRSFile2ZRMTest, ReadsOnAfterItsMemoryWasFreed) {
+  Add<float>(40, 30);
+  ASSERT_EQ(1, SaveAll(3));
+  Open();
+  EXPECT_FALSE(Read<float>(0, 0).empty());
+  opened_->GetBandAt(0)->CleanupMemory(1, 1);
+  EXPECT_EQ(RandomSamples<float>(40, 30), Read<float>(0, 0));
+}
+
 TEST_F(XRSFile2ZRMTest, LeavesWhatThereIsWhereABandCannotBeRead) {
   Add<std::uint8_t>(20, 20);
   Add<std::uint8_t>(20, 20).FailReads();
@@ -220,6 +294,12 @@ TEST_F(XRSFile2ZRMTest, RefusesAWindowBeyondABand) {
     EXPECT_EQ(XString("Fail to read data"), err_);
     EXPECT_EQ(0, Save(0, 5, 4, 0, 19, mode));
   }
+}
+
+TEST_F(XRSFile2ZRMTest, TellsAReadFromAWriteThatFailsWhereItCompresses) {
+  Add<std::uint8_t>(20, 20).FailReads();
+  EXPECT_EQ(0, SaveAll(3));
+  EXPECT_EQ(XString("Fail to read data"), err_);
 }
 
 TEST_F(XRSFile2ZRMTest, SaysThatTheDiskIsFull) {

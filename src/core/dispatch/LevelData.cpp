@@ -1,9 +1,11 @@
 // Level data: the companion file of a raster. A load asks here once its bands are in the dataset, and goes on without
 // it on a 0.
 
+#include "core/dispatch/Outcome.h"
 #include "core/level/LevelFile.h"
 #include "core/native/NativeXml.h"
 #include "XFile.h"
+#include "XLimits.h"
 #include "XMessageBox.h"
 #include "XPath.h"
 #include "XRSFile.h"
@@ -108,18 +110,54 @@ int AttachLevelData(XRSFile& dataset, const XString& path, XString& err) {
   return 1;
 }
 
-/// Puts the text in the place of the old one, which ends the file. A text that has become shorter is filled up with
-/// blanks until the file is cut, so that a reader finds a whole one at every moment.
-bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& text) {
+/// Puts the text in the place of the old one, which ends the file. One that has become shorter is filled up with blanks
+/// until the file is cut, so that it can be read at every moment. For one that has become longer room is made first, so
+/// that a full disk leaves the old one as it was; a machine that stops just then leaves a text that is refused.
+bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& oldText, const XString& text) {
   const std::int64_t oldLength = file.GetLength(), newLength = textOffset + text.GetLength();
+  if (text.GetLength() > zrk::GetLimits().xmlBytes) return false;
   if (newLength > oldLength && !file.Preallocate(newLength)) {
     file.SetLength(oldLength);
     return false;
   }
   std::string padded = text.AsStdString();
   padded.resize(static_cast<std::size_t>(std::max(oldLength, newLength) - textOffset), ' ');
-  return file.WriteAt(textOffset, padded.data(), static_cast<std::int64_t>(padded.size())) &&
-         file.SetLength(newLength) && file.Flush();
+  if (file.WriteAt(textOffset, padded.data(), static_cast<std::int64_t>(padded.size()))) {
+    return file.SetLength(newLength) && file.Flush();
+  }
+  file.WriteAt(textOffset, oldText.GetText(), oldText.GetLength());
+  file.SetLength(oldLength);
+  return false;
+}
+
+int CheckLevelFile(XRSFile& dataset, const XString& name, XString& err) {
+  if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
+  XFile file;
+  if (!file.Open(name, kReadShared)) return FailWith(err, "Fail to open XLD file");
+  std::int64_t textOffset = 0;
+  const zrk::LevelHead head = zrk::ReadLevelHead(file, textOffset);
+  if (head == zrk::LevelHead::kShort) return 0;
+  if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
+  // A text makes the bands of a dataset that has none, but those of a level file are no bands to read.
+  XString reason;
+  const bool isLoaded =
+      dataset.GetNumOfBands() > 0 && dataset.LoadStringZRM(zrk::ReadLevelText(file, textOffset), reason, nullptr);
+  return isLoaded ? 1 : FailWith(err, "Fail to load XLD information");
+}
+
+int UpdateProjections(const XString& name, const XSpatialReference& sr, XString& err) {
+  if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
+  XFile file;
+  if (!file.Open(name, XFile::kReadWrite | XFile::kShareDenyNone)) return FailWith(err, "Fail to open XLD file");
+  std::int64_t textOffset = 0;
+  const zrk::LevelHead head = zrk::ReadLevelHead(file, textOffset);
+  if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
+  if (head != zrk::LevelHead::kGood) return 0;
+  const XString oldText = zrk::ReadLevelText(file, textOffset);
+  XString text = oldText, wkt;
+  sr.exportToWkt(wkt);
+  if (!zrk::ReplaceProjections(text, wkt)) return 0;
+  return ReplaceText(file, textOffset, oldText, text) ? 1 : FailWith(err, "Fail to write Data");
 }
 
 }  // namespace
@@ -133,22 +171,7 @@ XString XRSFileIO::GetFileNameXLD(XString path) {
 
 int XRSFileIO::CheckFileXLD(XRSFile* file, XString path, XString& err, XThread*) {
   if (!file) return 0;
-  const XString name = GetFileNameXLD(path);
-  if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
-  XFile levelFile;
-  if (!levelFile.Open(name, kReadShared)) return FailWith(err, "Fail to open XLD file");
-  std::int64_t textOffset = 0;
-  switch (zrk::ReadLevelHead(levelFile, textOffset)) {
-    case zrk::LevelHead::kShort:
-      return 0;
-    case zrk::LevelHead::kForeign:
-      return FailWith(err, "Invalid XLD Magic string");
-    case zrk::LevelHead::kGood:
-      break;
-  }
-  XString reason;
-  if (file->LoadStringZRM(zrk::ReadLevelText(levelFile, textOffset), reason, nullptr)) return 1;
-  return FailWith(err, "Fail to load XLD information");
+  return zrk::Fenced(err, [&] { return CheckLevelFile(*file, GetFileNameXLD(path), err); });
 }
 
 int XRSFileIO::CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread) {
@@ -166,24 +189,13 @@ int XRSFileIO::LoadFileXLD(XRSFile* file, XString path, XString& err, int levelM
     const int isCreated = CreateFileXLD(file, path, err, levelMode, thread);
     if (!isCreated && (levelMode == kLevelAsk || levelMode == kLevelBuild)) return 0;
   }
-  return AttachLevelData(*file, path, err);
+  return zrk::Fenced(err, [&] { return AttachLevelData(*file, path, err); });
 }
 
 int XRSFileIO::UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err) {
   if (!file || !sr) return 0;
   const XString path = file->GetFilePath().IsEmpty() ? file->GetName() : file->GetFilePath();
-  const XString name = GetFileNameXLD(path);
-  if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
-  XFile levelFile;
-  if (!levelFile.Open(name, XFile::kReadWrite | XFile::kShareDenyNone)) return FailWith(err, "Fail to open XLD file");
-  std::int64_t textOffset = 0;
-  const zrk::LevelHead head = zrk::ReadLevelHead(levelFile, textOffset);
-  if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
-  if (head != zrk::LevelHead::kGood) return 0;
-  XString text = zrk::ReadLevelText(levelFile, textOffset), wkt;
-  sr->exportToWkt(wkt);
-  if (!zrk::ReplaceProjections(text, wkt)) return 0;
-  return ReplaceText(levelFile, textOffset, text) ? 1 : FailWith(err, "Fail to write Data");
+  return zrk::Fenced(err, [&] { return UpdateProjections(GetFileNameXLD(path), *sr, err); });
 }
 
 bool XfnIsValidZRMLevelData(XRSFile* file) {

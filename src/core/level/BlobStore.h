@@ -41,6 +41,7 @@ class BlobStore : public PyramidStore {
       : PyramidStore(layout), file_(std::move(file)), offset_(offset), table_(std::move(table)) {}
 
   std::int64_t Size() const override { return table_.storeBytes; }
+  void ReleaseThread() override { desks_.Release(); }
 
  protected:
   bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,

@@ -1,10 +1,9 @@
 // A band is read once from the top down, its rows are carried down through all levels, and each row of tiles that is
 // complete is coded by all workers and appended to the file. The table of offsets comes last.
 
-#include "base/Disk.h"
-#include "base/Fence.h"
 #include "base/Parallel.h"
 #include "core/level/BlobStore.h"
+#include "core/level/CompressPyramid.h"
 #include "core/level/RowCascade.h"
 #include "Xepot.h"
 #include "XFile.h"
@@ -12,6 +11,7 @@
 #include "ZRMBand.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 namespace zrk {
@@ -57,7 +57,7 @@ bool BlobWriter::Encode(int level, int column, int numRows, const unsigned char*
 bool BlobWriter::TakeRows(int level, int firstRow, int numRows, const unsigned char* rows) {
   const int numColumns = layout_.Columns(level), row = firstRow / layout_.Shape().yTile;
   blobs_.resize(static_cast<std::size_t>(numColumns));
-  const bool areCoded = ForEachInParallel(numColumns, [&](int column, int) {
+  const bool areCoded = ForEachInParallel(CountWorkers(numColumns), numColumns, [&](int column, int) {
     return Encode(level, column, numRows, rows, blobs_[static_cast<std::size_t>(column)]);
   });
   if (!areCoded) return false;
@@ -80,30 +80,47 @@ std::int64_t BlobWriter::Finish() {
   return file_.WriteAt(offset_, table.data(), static_cast<std::int64_t>(table.size())) ? table_.storeBytes : 0;
 }
 
-/// Reads the window's rows into the cascade, a row of tiles at a time.
-bool Pump(ZRMBand& band, int x0, int x1, int y0, int y1, RowCascade& cascade, std::int64_t rowBytes,
-          const PyramidLayout& layout, XThread* thread) {
-  const int height = y1 - y0 + 1;
-  const std::int64_t perRead = INT_MAX / rowBytes / layout.Shape().yTile * layout.Shape().yTile;
-  const auto mostRows = static_cast<int>(std::clamp<std::int64_t>(perRead, 1, std::max(band.GetDecodeRows(), 1)));
-  for (int y = 0, rows = 0; y < height; y += rows) {
-    if (thread) thread->CallbackPercent(static_cast<int>(100.0 * y / height));
-    if (thread && thread->GetState() == XThread::kStateStop) return false;
-    rows = std::min(std::max(mostRows, cascade.GetRoom()), height - y);
+/// Reads the window's rows into the cascade, some rows of tiles at a time.
+PyramidResult Pump(ZRMBand& band, const CompressRequest& request, const PyramidLayout& layout, RowCascade& cascade) {
+  const SourceWindow& window = request.window;
+  const std::int64_t rowBytes = std::int64_t{layout.Width(0)} * layout.SampleBytes();
+  const auto mostRows = static_cast<int>(std::max<std::int64_t>(INT_MAX / rowBytes, 1));
+  int* const cancel = request.thread ? request.thread->GetStatePtr() : nullptr;
+  for (int y = 0, rows = 0; y < window.Height(); y += rows) {
+    if (request.thread) request.thread->CallbackPercent(static_cast<int>(100.0 * y / window.Height()));
+    if (XfnIsStopRequested(cancel)) return PyramidResult::kStopped;
+    rows = std::min({std::max(band.GetDecodeRows(), cascade.GetRoom()), mostRows, window.Height() - y});
     tagXArr2* source = nullptr;
-    int* const cancel = thread ? thread->GetStatePtr() : nullptr;
-    if (!band.ReadSubset(source, 0, x0, x1, y0 + y, y0 + y + rows - 1, cancel)) return false;
-    if (source->xSize != x1 - x0 + 1 || source->ySize != rows) return false;
+    const int y0 = window.y0 + y;
+    const bool isRead = band.ReadSubset(source, 0, window.x0, window.x1, y0, y0 + rows - 1, cancel) &&
+                        source->xSize == window.Width() && source->ySize == rows;
+    if (!isRead) return XfnIsStopRequested(cancel) ? PyramidResult::kStopped : PyramidResult::kReadFailed;
     for (int done = 0, part = 0; done < rows; done += part) {
       part = std::min(cascade.GetRoom(), rows - done);
       std::memcpy(cascade.GetPlace(), source->Row(done), static_cast<std::size_t>(part * rowBytes));
-      if (!cascade.Put(part)) return false;
+      if (!cascade.Put(part)) return PyramidResult::kWriteFailed;
     }
   }
-  return cascade.Finish();
+  return cascade.Finish() ? PyramidResult::kDone : PyramidResult::kWriteFailed;
 }
 
 }  // namespace
+
+PyramidResult CompressPyramid(ZRMBand& band, XFile& file, std::int64_t offset, const CompressRequest& request,
+                              std::int64_t& storeBytes) {
+  const auto layout = PyramidLayout::Make({request.window.Width(), request.window.Height(), band.GetDataType(),
+                                           request.tileSize, request.tileSize, request.level});
+  if (!layout || offset < 0) return PyramidResult::kWriteFailed;
+  BlobWriter writer(*layout, file, offset, request.maxError > 0.0 ? request.maxError : 0.0);
+  const Reduction how = {band.GetBandType() == kBandTypeThematic, band.GetNullValue()};
+  RowCascade cascade(*layout, request.level, how, writer);
+  cascade.Start(0);
+  const PyramidResult result = Pump(band, request, *layout, cascade);
+  if (result != PyramidResult::kDone) return result;
+  storeBytes = writer.Finish();
+  return storeBytes > 0 ? PyramidResult::kDone : PyramidResult::kWriteFailed;
+}
+
 }  // namespace zrk
 
 std::int64_t Xepot::CompressEPOT_CM3(ZRMBand* band, XFile* file, std::int64_t offset, int tileSize, int level,
@@ -115,17 +132,12 @@ std::int64_t Xepot::CompressEPOT_CM3(ZRMBand* band, XFile* file, std::int64_t of
 
 std::int64_t Xepot::CompressEPOT_CM3(ZRMBand* band, XFile* file, std::int64_t offset, int x0, int x1, int y0, int y1,
                                      int tileSize, int level, double quality, XThread* thread) {
-  if (!band || !file || offset < 0 || x0 < 0 || x0 > x1 || y0 < 0 || y0 > y1) return 0;
-  const auto layout =
-      zrk::PyramidLayout::Make({x1 - x0 + 1, y1 - y0 + 1, band->GetDataType(), tileSize, tileSize, level});
-  if (!layout) return 0;
+  if (!band || !file || x0 < 0 || x0 > x1 || y0 < 0 || y0 > y1) return 0;
   try {
-    zrk::BlobWriter writer(*layout, *file, offset, quality > 0.0 ? quality : 0.0);
-    const zrk::Reduction how = {band->GetBandType() == kBandTypeThematic, band->GetNullValue()};
-    zrk::RowCascade cascade(*layout, level, how, writer);
-    cascade.Start(0);
-    const std::int64_t rowBytes = std::int64_t{layout->Width(0)} * layout->SampleBytes();
-    return zrk::Pump(*band, x0, x1, y0, y1, cascade, rowBytes, *layout, thread) ? writer.Finish() : 0;
+    std::int64_t storeBytes = 0;
+    const zrk::CompressRequest request = {{x0, x1, y0, y1}, tileSize, level, quality, thread};
+    zrk::CompressPyramid(*band, *file, offset, request, storeBytes);
+    return storeBytes;
   } catch (const std::bad_alloc&) {
     return 0;
   }

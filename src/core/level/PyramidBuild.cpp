@@ -42,6 +42,9 @@ struct StripePlan {
   int stripeRows;
   int numStripes;
   int carriedLevel;  ///< the last one that a stripe makes
+
+  /// One where a source is decoded as a whole, which each worker would do, and keep, for itself.
+  int CountWorkers() const { return decodeRows > stripeRows || numStripes == 1 ? 1 : zrk::CountWorkers(numStripes); }
 };
 
 StripePlan::StripePlan(const PyramidJob& job, const PyramidBand& band) {
@@ -95,7 +98,7 @@ class GroupBuild {
         progress_(progress),
         plan_(job, bands.front()),
         topMaker_(job.top, job.window, bands.front().store->Layout()),
-        crews_(static_cast<std::size_t>(CountWorkers(plan_.numStripes))) {}
+        crews_(static_cast<std::size_t>(plan_.CountWorkers())) {}
 
   PyramidResult Run();
 
@@ -220,9 +223,10 @@ bool GroupBuild::CountHistogram(PyramidBand& band) {
   if (band.summary.count == 0) return true;
   const HistogramCounter empty(band.store->Layout().Shape().dataType, band.reduction.nullValue, band.summary);
   std::vector<HistogramCounter> counters(crews_.size(), empty);
-  const bool isCounted = ForEachInParallel(plan_.numStripes, [&](int stripe, int worker) {
-    return !progress_.IsStopped() && CountStripe(band, stripe, counters[static_cast<std::size_t>(worker)]);
-  });
+  const bool isCounted =
+      ForEachInParallel(static_cast<int>(crews_.size()), plan_.numStripes, [&](int stripe, int worker) {
+        return !progress_.IsStopped() && CountStripe(band, stripe, counters[static_cast<std::size_t>(worker)]);
+      });
   HistogramCounter all = empty;
   for (const HistogramCounter& counter : counters) all.Merge(counter);
   band.histogram = all.Get();
@@ -230,7 +234,8 @@ bool GroupBuild::CountHistogram(PyramidBand& band) {
 }
 
 PyramidResult GroupBuild::Run() {
-  if (!ForEachInParallel(plan_.numStripes, [&](int stripe, int worker) { return BuildStripe(stripe, worker); })) {
+  if (!ForEachInParallel(static_cast<int>(crews_.size()), plan_.numStripes,
+                         [&](int stripe, int worker) { return BuildStripe(stripe, worker); })) {
     return result_;
   }
   Summarize();

@@ -45,17 +45,12 @@ bool PyramidStore::HasWindow(const tagXArr2& buffer, int level, int left, int to
 bool PyramidStore::Read(tagXArr2& buffer, int level, int left, int top, const int* cancel) const {
   if (!HasWindow(buffer, level, left, top)) return false;
   const std::int64_t sampleBytes = layout_.SampleBytes(), stride = buffer.xSize * sampleBytes;
-  const unsigned char* const view = BeginRead();
-  TilePiece last{};
+  const unsigned char* const view = BeginRead(stride * buffer.ySize);
   const auto read = [&](const TilePiece& piece, int x, int y) {
     if (XfnIsStopRequested(cancel)) return false;
-    last = piece;
     return ReadPiece(piece, view, buffer.data + y * stride + x * sampleBytes, stride);
   };
-  const bool isRead = ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, read);
-  const TilePiece first{level, left / layout_.Shape().xTile, top / layout_.Shape().yTile, 0, 0, 0, 0};
-  if (isRead) EndRead(first, last, stride * buffer.ySize);
-  return isRead;
+  return ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, read);
 }
 
 bool PyramidStore::Write(const tagXArr2&, int, int, int, bool, double) {
@@ -68,18 +63,15 @@ std::int64_t PlainStore::Place(const TilePiece& piece) const {
          piece.y * layout.TileRowBytes() + std::int64_t{piece.x} * layout.SampleBytes();
 }
 
-const unsigned char* PlainStore::BeginRead() const {
+// Calls for a large window cost little beside its bytes, which then don't stay in the process, and no signal is raised
+// where the file is cut meanwhile.
+
+const unsigned char* PlainStore::BeginRead(std::int64_t numBytes) const {
+  constexpr std::int64_t kLargeRead = 1 << 20;
+  if (numBytes >= kLargeRead) return nullptr;
   std::call_once(isMapped_, [this] { map_ = file_->Map(); });
   const std::int64_t end = offset_ + Size();
   return map_ && end <= map_->Size() && end <= file_->Size() ? map_->Data() + offset_ : nullptr;
-}
-
-void PlainStore::EndRead(const TilePiece& first, const TilePiece& last, std::int64_t numBytes) const {
-  if (!map_ || numBytes < kReleasedRead) return;
-  const std::int64_t start = Place(first);
-  const std::int64_t end =
-      std::min(Place({last.level, last.column, last.row, 0, 0, 0, 0}) + Layout().TileBytes(), map_->Size());
-  if (start < end) map_->Release(start, end - start);
 }
 
 bool PlainStore::ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,

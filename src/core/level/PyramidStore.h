@@ -38,18 +38,16 @@ class PyramidStore {
   const PyramidLayout& Layout() const { return layout_; }
   /// Bytes of the store in its file.
   virtual std::int64_t Size() const = 0;
-  /// Whether a tile is decoded as a whole whatever part of it is read.
-  virtual bool DecodesWholeTiles() const { return false; }
+  /// Frees what reads of the calling thread keep.
+  virtual void ReleaseThread() {}
 
   /// See `XEPOT2D::Read` and `XEPOT2D::Write`.
   bool Read(tagXArr2& buffer, int level, int left, int top, const int* cancel) const;
   virtual bool Write(const tagXArr2& buffer, int level, int left, int top, bool keepNull, double nullValue);
 
  protected:
-  /// Called once for each read, before its pieces. What it answers is handed to them.
-  virtual const unsigned char* BeginRead() const { return nullptr; }
-  /// Called after the pieces with the first and the last of them and the bytes that were read.
-  virtual void EndRead(const TilePiece&, const TilePiece&, std::int64_t) const {}
+  /// Called once for each read of so many bytes, before its pieces. What it answers is handed to them.
+  virtual const unsigned char* BeginRead(std::int64_t) const { return nullptr; }
   /// Copies a part of a tile to `out`, whose rows are `stride` bytes apart.
   virtual bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
                          std::int64_t stride) const = 0;
@@ -81,8 +79,8 @@ bool ForEachPiece(const PyramidLayout& layout, int level, int left, int top, int
 
 /// An uncompressed store: every tile whole, all of one size.
 ///
-/// It is read through a mapping of the file. The file's length is asked once for each read, and where it is not as long
-/// as the store any more, or can't be mapped, the pieces are read one by one.
+/// Small windows are read through a mapping of the file, whose length is asked once for each read. Where it is not as
+/// long as the store any more, or can't be mapped, and for large windows, the pieces are read one by one.
 class PlainStore : public PyramidStore {
  public:
   /// The store begins at a byte of the file and its end is no larger than a file can be.
@@ -97,9 +95,8 @@ class PlainStore : public PyramidStore {
   bool WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging);
 
  protected:
-  /// The store's bytes, as far as the file is mapped and holds all of them now; null where it must be read.
-  const unsigned char* BeginRead() const override;
-  void EndRead(const TilePiece& first, const TilePiece& last, std::int64_t numBytes) const override;
+  /// The store's bytes, as far as the file is mapped and holds all of them now; null where it is to be read.
+  const unsigned char* BeginRead(std::int64_t numBytes) const override;
   bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
                  std::int64_t stride) const override;
 

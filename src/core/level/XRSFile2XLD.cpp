@@ -4,6 +4,7 @@
 #include "core/level/LevelFile.h"
 #include "core/level/PyramidBuild.h"
 #include "core/level/PyramidStore.h"
+#include "core/native/SaverGroups.h"
 #include "Xepot.h"
 #include "XFile.h"
 #include "XPath.h"
@@ -13,6 +14,7 @@
 #include "XThread.h"
 #include "ZRMBandEPOT.h"
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cmath>
@@ -65,24 +67,9 @@ bool ReportStep(XThread* thread, int step, int numSteps) {
   return thread->GetState() != XThread::kStateStop;
 }
 
-/// Whether a band of the size of the first can be halved within this one.
+/// Whether level data of a band has the shape that a level file tells for all: that of the first.
 bool CanBeHalvedLike(const ZRMBand& first, const ZRMBand& band) {
-  return first.GetXSize() <= band.GetXSize() && first.GetYSize() <= band.GetYSize();
-}
-
-int WriteBandFields(XRSFileSaver& saver, ZRMBand& record) {
-  saver.CopyBandBasicInfo(&record);
-  saver.WriteBandCoordInfo(record.GetULX(), record.GetULY(), record.GetXPixelSize(), record.GetYPixelSize());
-  saver.CopyBandMapInfo(&record);
-  saver.CopyBandPixelSize(&record);
-  saver.CopyBandSceneOrient(&record);
-  saver.CopyBasicSensorParams(&record);
-  saver.CopyGainBias(&record);
-  saver.CopySunParams(&record);
-  saver.CopyGISDataSet(&record);
-  saver.CopyImageCenter(&record);
-  if (record.IsSarBand()) saver.CopyBandSarParam(&record);
-  return 1;
+  return first.GetXSize() == band.GetXSize() && first.GetYSize() == band.GetYSize();
 }
 
 }  // namespace
@@ -115,7 +102,7 @@ int XRSFile2XLD::Save(XString path, XString& err, int mode, XThread* thread) {
   } catch (const std::bad_alloc&) {
     err = "Out of memory";
   }
-  out.Close();
+  // While the file is held nobody else has begun one of that name.
   if (!isDone) XFile::Remove(unfinished);
   return isDone;
 }
@@ -226,11 +213,10 @@ XString XRSFile2XLD::MakeText(const Records& records, int compression, int dataT
     saver.CopyBandInfo(record.get(), first.GetLevel(), first.GetXTileSize(), first.GetYTileSize(), first.GetXSize(),
                        first.GetYSize(), dataType, compression, record->GetBandMin(), record->GetBandMax(),
                        record->GetBandMean(), record->GetBandStdDev(), record->GetHistogram());
-    WriteBandFields(saver, *record);
+    saver.CopyBandBasicInfo(record.get());
+    saver.WriteBandCoordInfo(record->GetULX(), record->GetULY(), record->GetXPixelSize(), record->GetYPixelSize());
+    zrk::CopyDescription(saver, *record);
   }
-  saver.CopyFileDescription(file_);
-  saver.CopyGCPDataSet(file_);
-  saver.CopyROIDataSetAll(file_);
-  saver.CopySIGDataSetAll(file_);
+  zrk::CopyDataset(saver, *file_);
   return saver.GetXML();
 }

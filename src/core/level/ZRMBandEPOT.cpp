@@ -1,6 +1,7 @@
 #include "ZRMBandEPOT.h"
 
 #include "base/Fence.h"
+#include "core/level/PyramidStore.h"
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandEPOT, ZRMBand);
 
@@ -49,6 +50,8 @@ int ZRMBandEPOT::BuildLowerLevelsForTIP(double nullValue, int first, int last, i
 }
 
 int ZRMBandEPOT::CleanupMemory(int freeBuffers, int force) {
-  if (freeBuffers && IsMemoryWanted(force)) buffers_.FreeCurrentThreadsBuffer();
+  if (!freeBuffers || !IsMemoryWanted(force)) return 1;
+  buffers_.FreeCurrentThreadsBuffer();
+  if (epot_.GetStore()) epot_.GetStore()->ReleaseThread();
   return 1;
 }

@@ -42,9 +42,10 @@ bool ZRMBandXLD::Init(ZRMBand* source, int xSize, int ySize, int dataType, int x
   source->GetBoundRect(minX, maxX, minY, maxY);
   epot_.SetUpperLeft(source->GetULX(), source->GetULY());
   epot_.SetPixelSize((maxX - minX) / width, (maxY - minY) / height);
-  // Whatever the source's own compression is, the stores of level files have none.
-  return epot_.SetImage(file_, offset_, width, height, dataType, xTileSize, yTileSize, source->GetLevel() - 1,
-                        kCompressionPlain);
+  // The store is what the builder makes of these sizes: some bands count levels of their own, and the stores of level
+  // files are never compressed, whatever the source is.
+  const int levels = Xepot::CalcProperLevel(width, height, xTileSize, yTileSize);
+  return epot_.SetImage(file_, offset_, width, height, dataType, xTileSize, yTileSize, levels, kCompressionPlain);
 }
 
 std::int64_t ZRMBandXLD::CalcBandSize(int, int, int, int, int) const {

@@ -1,5 +1,6 @@
 #include "core/native/BandBodies.h"
 
+#include "base/Checked.h"
 #include "core/level/PyramidStore.h"
 #include "Xepot.h"
 #include "XFile.h"
@@ -41,7 +42,9 @@ bool PlanBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& ban
     body.offset = end;
     body.size = layout->Size();
     body.compression = request.compression;
-    end += body.size;
+    const auto bodyEnd = CheckedAdd(end, body.size);
+    if (!bodyEnd) return FailWith(err, "Fail to write Data");
+    end = *bodyEnd;
     PyramidBand part;
     part.source = band;
     part.store = std::make_shared<PlainStore>(*layout, file.GetDiskFile(), body.offset);

@@ -212,6 +212,15 @@ TEST_F(LevelData, IsRefusedWhereItsStoresAreNotThoseOfTheImage) {
   EXPECT_EQ(nullptr, band.GetBandXLD());
 }
 
+TEST_F(LevelData, IsOfNoUseToADatasetWithoutBands) {
+  Add();
+  ASSERT_EQ(1, Create(kLevelBuild));
+  XRSFile empty;
+  EXPECT_EQ(0, XRSFileIO::CheckFileXLD(&empty, Path(), err_, nullptr));
+  EXPECT_EQ(XString("Fail to load XLD information"), err_);
+  EXPECT_EQ(0, empty.GetNumOfBands());
+}
+
 TEST_F(LevelData, IsCheckedStepByStep) {
   Add();
   EXPECT_EQ(0, Check());
@@ -352,17 +361,18 @@ TEST_F(UpdateFileXLD_SR, SaysWhatStandsAgainstIt) {
   EXPECT_EQ(XString("Fail to open XLD file"), err_);
 }
 
-TEST_F(UpdateFileXLD_SR, KeepsTheOldTextWhereThereIsNoRoomForTheNew) {
+TEST_F(UpdateFileXLD_SR, KeepsTheOldTextWhereTheNewOneCannotBeWritten) {
   Add();
   ASSERT_EQ(1, Create(kLevelBuild));
   const auto before = ReadBytes(LevelPath());
-  {
+  for (const auto& fail :
+       {+[](FaultyDisk& disk) { disk.FailSetSize(1); }, +[](FaultyDisk& disk) { disk.FailWrite(1); }}) {
     FaultyDisk disk;
-    disk.FailSetSize(1);
+    fail(disk);
     const zrk::ScopedDisk scoped(disk);
     EXPECT_EQ(0, Update());
+    EXPECT_EQ(before, ReadBytes(LevelPath()));
   }
-  EXPECT_EQ(before, ReadBytes(LevelPath()));
 }
 
 }  // namespace

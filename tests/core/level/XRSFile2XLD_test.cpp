@@ -5,6 +5,7 @@
 #include "TempFolder.h"
 #include "XFile.h"
 #include "XRSFileIO.h"
+#include "XSystem.h"
 
 #include <gmock/gmock.h>
 #include <filesystem>
@@ -142,9 +143,21 @@ TEST_F(XRSFile2XLDTest, SaysThatABandCannotBeRead) {
   EXPECT_TRUE(HasLeftNothing());
 }
 
-TEST_F(XRSFile2XLDTest, SaysNothingOfABandThatIsSmallerThanTheFirst) {
-  Add(64, 64);
-  Add(64, 63);
+TEST_F(XRSFile2XLDTest, SaysNothingOfABandOfAnotherSizeThanTheFirst) {
+  for (const int height : {63, 65}) {
+    XRSFile file;
+    AddDirectBand(file, 64, 64, RandomSamples<std::uint8_t>(64, 64));
+    AddDirectBand(file, 64, height, RandomSamples<std::uint8_t>(64, height));
+    XRSFile2XLD builder;
+    builder.SetXRSFile(&file);
+    EXPECT_EQ(0, builder.Save(Path(), err_, 3, nullptr));
+    EXPECT_TRUE(err_.IsEmpty());
+    EXPECT_TRUE(HasLeftNothing());
+  }
+}
+
+TEST_F(XRSFile2XLDTest, SaysNothingOfAnImageThatIsTooNarrowToBeHalved) {
+  Add(1, 1000);
   EXPECT_EQ(0, Save(3));
   EXPECT_TRUE(err_.IsEmpty());
   EXPECT_TRUE(HasLeftNothing());
@@ -257,6 +270,27 @@ TEST_F(XRSFile2XLDTest, FreesTheBuffersOfItsBands) {
   const int before = band.GetNumCleanups();
   ASSERT_EQ(1, Save(3));
   EXPECT_GT(band.GetNumCleanups(), before);
+}
+
+/// Grants the library more workers at each message.
+class GenerousTarget : public XMessageTarget {
+ public:
+  void PostMessage(unsigned, XThread*, long) override { XfnSetWorkerCount(++numWorkers_ % 16 + 1); }
+
+ private:
+  int numWorkers_ = 1;
+};
+
+TEST_F(XRSFile2XLDTest, TakesNoHarmFromThreadsThatAreGrantedMeanwhile) {
+  AddDirectBand(file_, 64, 4000, RandomSamples<float>(64, 4000));
+  ASSERT_EQ(1, Save(3));
+  const auto expected = Bytes();
+  GenerousTarget target;
+  XThread thread(&target);
+  XfnSetWorkerCount(2);
+  EXPECT_EQ(1, Save(3, &thread));
+  XfnSetWorkerCount(1);
+  EXPECT_TRUE(expected == Bytes());
 }
 
 TEST_F(XRSFile2XLDTest, IsOneBuildAtATime) {

@@ -50,6 +50,12 @@ TEST(NativeXml, CountsTheElementsBeforeItParses) {
   EXPECT_EQ(Refusal("<a><b></b><c/><!-- --></a>"), "The raster metadata is refused: it has too many elements");
 }
 
+TEST(NativeXml, CountsTheAttributesBeforeItParses) {
+  const LowerLimits lower([](zrk::Limits& limits) { limits.xmlElements = 1; });
+  EXPECT_EQ(Refusal("<a b='1' c = '2'/>"), "");
+  EXPECT_EQ(Refusal("<a b='1' c = '2' d=\"\"/>"), "The raster metadata is refused: it has too many elements");
+}
+
 TEST(NativeXml, RefusesDocumentTypesAndDeepNesting) {
   EXPECT_EQ(Refusal("<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>"),
             "The raster metadata is refused: document type declarations are not allowed");
