@@ -282,9 +282,10 @@ bool ZRMBandBMP::DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelR
 }
 
 void ZRMBandBMP::ReleaseRows(const zrk::ReadRequest& request) const {
+  const std::int64_t pixelBytes = info_->bmiHeader.biBitCount >> 3;
+  if (!map_ || std::int64_t{request.Width()} * request.Height() * pixelBytes < zrk::kReleasedRead) return;
   const std::int64_t start = CalcRowOffset(request.y1);
-  const std::int64_t numBytes = CalcRowOffset(request.y0) - start;
-  if (map_ && numBytes >= zrk::kReleasedRead) map_->Release(start, numBytes);
+  map_->Release(start, std::min(CalcRowOffset(request.y0 - 1), map_->Size()) - start);
 }
 
 bool ZRMBandBMP::DecodeFromFile(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {
