@@ -2,6 +2,7 @@
 
 #include "base/Checked.h"
 #include "base/Cursor.h"
+#include "base/LittleEndian.h"
 #include "XLimits.h"
 
 #include <algorithm>
@@ -13,8 +14,9 @@ namespace {
 
 constexpr std::array<unsigned char, 4> kMark = {'C', 'M', '3', '.'};
 
-void Append(std::vector<unsigned char>& bytes, std::uint64_t value, int numBytes) {
-  for (int i = 0; i < numBytes; ++i) bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
+template <class Value>
+void Append(std::vector<unsigned char>& bytes, Value value) {
+  for (const unsigned char byte : LittleEndian(value)) bytes.push_back(byte);
 }
 
 bool IsPossible(const BlobPlace& place, std::int64_t storeBytes) {
@@ -25,12 +27,12 @@ bool IsPossible(const BlobPlace& place, std::int64_t storeBytes) {
 
 std::vector<unsigned char> FormatBlobTable(const BlobTable& table) {
   std::vector<unsigned char> bytes(kMark.begin(), kMark.end());
-  Append(bytes, table.places.size(), 4);
-  Append(bytes, static_cast<std::uint64_t>(table.storeBytes), 8);
+  Append(bytes, static_cast<std::uint32_t>(table.places.size()));
+  Append(bytes, table.storeBytes);
   for (const BlobPlace& place : table.places) {
-    Append(bytes, static_cast<std::uint64_t>(place.offset), 8);
-    Append(bytes, place.size, 4);
-    Append(bytes, static_cast<std::uint32_t>(place.coding), 4);
+    Append(bytes, place.offset);
+    Append(bytes, place.size);
+    Append(bytes, static_cast<std::uint32_t>(place.coding));
   }
   return bytes;
 }

@@ -1,6 +1,7 @@
 #include "core/level/LevelFile.h"
 
 #include "base/Cursor.h"
+#include "base/LittleEndian.h"
 #include "XLimits.h"
 
 #include <algorithm>
@@ -16,10 +17,7 @@ constexpr std::array<unsigned char, 4> kMark = {'X', 'L', 'D', '.'};
 std::array<unsigned char, 12> FormatLevelHead(std::int64_t textOffset) {
   std::array<unsigned char, 12> head{};
   std::ranges::copy(kMark, head.begin());
-  for (int i = 0; i < 8; ++i) {
-    head[static_cast<std::size_t>(4 + i)] =
-        static_cast<unsigned char>(static_cast<std::uint64_t>(textOffset) >> (8 * i));
-  }
+  std::ranges::copy(LittleEndian(textOffset), head.begin() + kMark.size());
   return head;
 }
 

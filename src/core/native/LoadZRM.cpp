@@ -2,6 +2,7 @@
 // XML begins. The text alone also ends a level file, for which the bands are there already.
 
 #include "base/Cursor.h"
+#include "base/Fence.h"
 #include "core/native/NativeHeader.h"
 #include "core/native/NativeLoad.h"
 #include "core/native/NativeXml.h"
@@ -90,9 +91,9 @@ int LoadText(XRSFile& dataset, const XString& xml, XString& err) {
 }  // namespace
 
 int XRSFile::LoadFileZRM(XString path, XString& err, XThread*) {
-  return zrk::FencedLoad(err, [&] { return LoadFile(*this, path, err); });
+  return zrk::Fenced(err, [&] { return LoadFile(*this, path, err); });
 }
 
 int XRSFile::LoadStringZRM(XString xml, XString& err, XThread*) {
-  return zrk::FencedLoad(err, [&] { return LoadText(*this, xml, err); });
+  return zrk::Fenced(err, [&] { return LoadText(*this, xml, err); });
 }

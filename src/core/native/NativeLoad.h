@@ -3,7 +3,6 @@
 #include "XString.h"
 
 #include <cstdint>
-#include <new>
 #include <pugixml.hpp>
 
 class XFile;
@@ -24,16 +23,5 @@ int LoadNewBands(XRSFile& dataset, const pugi::xml_document& document, const Bod
 /// Sets what the document says of the dataset's own bands, and fills it. As above, and 0 where the document is not of
 /// these bands.
 int LoadLevelFields(XRSFile& dataset, const pugi::xml_document& document, XString& err);
-
-/// Runs a load, and turns memory that ran out on the way into a result.
-template <class Load>
-int FencedLoad(XString& err, Load&& load) {
-  try {
-    return load();
-  } catch (const std::bad_alloc&) {
-    err = "Out of memory";
-    return 0;
-  }
-}
 
 }  // namespace zrk

@@ -3,6 +3,7 @@
 
 #include "XRSFileSaver.h"
 
+#include "base/LittleEndian.h"
 #include "core/native/BandFields.h"
 #include "core/native/DatasetFields.h"
 #include "core/native/NativeHeader.h"
