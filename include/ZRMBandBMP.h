@@ -78,7 +78,7 @@ class ZRKIO_API ZRMBandBMP : public ZRMBandDRIO {
   int ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request);
   std::int64_t CalcRowOffset(int y) const;
   bool HoldsRows(const zrk::ReadRequest& request) const;
-  void ReleaseRows(const zrk::ReadRequest& request) const;
+  bool Decode(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record);
   bool DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) const;
   bool DecodeFromFile(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record);
 

@@ -229,12 +229,24 @@ int ZRMBandBMP::ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request) {
   // The band's size can be set to another than the image's, which is the one that bounds the pixels.
   if (!info_ || request.x1 >= info_->bmiHeader.biWidth || request.y1 >= info_->bmiHeader.biHeight) return 0;
   zrk::ChannelReads::Record& record = reads_.Begin(request);
-  record.isFilled = sourceType_ == kSourceFile ? DecodeFromFile(request, record) : DecodeFromMemory(request, record);
+  record.isFilled = Decode(request, record);
   tagXArr2* result = GetResult(channel_);
   if (!result) return 0;
   out = result;
   CleanupMemory(0, 0);
   return 1;
+}
+
+/// Small windows of a view are copied out of it. Large ones are read row by row, at full resolution as well: that costs
+/// little beside their bytes, which then don't stay in the process, and is no signal where the file is cut meanwhile.
+bool ZRMBandBMP::Decode(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {
+  constexpr std::int64_t kLargeWindow = 1 << 20;
+  if (sourceType_ == kSourceFile) return DecodeFromFile(request, record);
+  const std::int64_t numBytes = std::int64_t{request.Width()} * request.Height() * (info_->bmiHeader.biBitCount >> 3);
+  if (!map_ || numBytes < kLargeWindow) return DecodeFromMemory(request, record);
+  zrk::ReadRequest full = request;
+  full.level = 0;
+  return DecodeFromFile(full, record);
 }
 
 std::int64_t ZRMBandBMP::CalcRowOffset(int y) const {
@@ -277,15 +289,7 @@ bool ZRMBandBMP::DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelR
     unpacker.Unpack(data_ + CalcRowOffset(y) + firstByte, static_cast<std::size_t>(request.Width()),
                     RowsOf(record, numChannels, y - request.y0).data());
   }
-  ReleaseRows(request);
   return true;
-}
-
-void ZRMBandBMP::ReleaseRows(const zrk::ReadRequest& request) const {
-  const std::int64_t pixelBytes = info_->bmiHeader.biBitCount >> 3;
-  if (!map_ || std::int64_t{request.Width()} * request.Height() * pixelBytes < zrk::kReleasedRead) return;
-  const std::int64_t start = CalcRowOffset(request.y1);
-  map_->Release(start, std::min(CalcRowOffset(request.y0 - 1), map_->Size()) - start);
 }
 
 bool ZRMBandBMP::DecodeFromFile(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {

@@ -17,14 +17,7 @@ class DiskMap {
   virtual ~DiskMap();
   virtual const unsigned char* Data() const = 0;
   virtual std::int64_t Size() const = 0;
-  /// Hints that a range was read through and is not wanted again soon, so that it need not stay in the process. Its
-  /// bytes can be read as before.
-  virtual void Release(std::int64_t, std::int64_t) const {}
 };
-
-/// Reads of a map that are at least this large are released after them: whoever goes through a whole file would
-/// otherwise have all of it in the process.
-inline constexpr std::int64_t kReleasedRead = 1 << 20;
 
 /// An open file. All operations may be called from many threads at once. Those that answer an int answer 0 for
 /// success and an errno otherwise.

@@ -37,11 +37,6 @@ class SystemMap : public DiskMap {
   ~SystemMap() override { ::munmap(data_, size_); }
   const unsigned char* Data() const override { return static_cast<const unsigned char*>(data_); }
   std::int64_t Size() const override { return static_cast<std::int64_t>(size_); }
-  void Release(std::int64_t offset, std::int64_t count) const override {
-    static const std::int64_t page = ::sysconf(_SC_PAGESIZE);
-    const std::int64_t first = offset / page * page;
-    ::madvise(static_cast<char*>(data_) + first, static_cast<std::size_t>(offset + count - first), MADV_DONTNEED);
-  }
 
  private:
   void* data_;
