@@ -74,6 +74,13 @@ struct Share {
   int end;
 };
 
+/// Whoever has a file of the name open, be it behind a band of a mosaic, keeps it: a new one takes its place, and it is
+/// not emptied. One that is empty has nothing to lose, and may be held for this very file.
+void MakeWay(const XString& path) {
+  XFile present;
+  if (present.Open(path, XFile::kRead | XFile::kShareDenyNone) && present.GetLength() > 0) XFile::Remove(path);
+}
+
 /// Gives a thread back its whole range at the end.
 class PercentRange {
  public:
@@ -138,11 +145,9 @@ int XRSFile2ZRM::Save(XString path, int level, int x0, int x1, int y0, int y1, i
 int XRSFile2ZRM::Begin(const XString& path, XFile& out, XRSFileSaver& saver, XString& err) const {
   if (path.IsEmpty() || !file_) return 0;
   if (!file_->GetBandAt(0)) return FailWith(err, "No Band found");
-  // The file that the dataset came from is not given up for one that may not come to be. Other files of the name may be
-  // open as well, be it behind a band of a mosaic: a new one takes the place of those, and they are not emptied.
-  const std::string target = path.AsStdString();
-  const bool isOwnFile = zrk::CurrentDisk().AreSame(file_->GetFilePath().AsStdString(), target);
-  if (!isOwnFile) zrk::CurrentDisk().Remove(target);
+  // The file that the dataset came from is not given up for one that may not come to be.
+  const bool isOwnFile = zrk::CurrentDisk().AreSame(file_->GetFilePath().AsStdString(), path.AsStdString());
+  if (!isOwnFile) MakeWay(path);
   if (isOwnFile || !out.Open(path, XFile::kReadWrite | XFile::kCreate)) {
     return FailWith(err, "Cannot open file to write");
   }
