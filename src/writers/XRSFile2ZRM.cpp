@@ -75,10 +75,10 @@ struct Share {
 };
 
 /// Whoever has a file of the name open, be it behind a band of a mosaic, keeps it: a new one takes its place, and it is
-/// not emptied. One that is empty has nothing to lose, and may be held for this very file.
+/// not emptied. One that is empty has nothing to lose, and may be held for this very file; one that is protected stays.
 void MakeWay(const XString& path) {
   XFile present;
-  if (present.Open(path, XFile::kRead | XFile::kShareDenyNone) && present.GetLength() > 0) XFile::Remove(path);
+  if (present.Open(path, XFile::kReadWrite | XFile::kShareDenyNone) && present.GetLength() > 0) XFile::Remove(path);
 }
 
 /// Gives a thread back its whole range at the end.

@@ -38,6 +38,8 @@ class MemoryBandOf : public Base {
 
   int GetNumReads() const { return numReads_; }
   int GetNumCleanups() const { return numCleanups_; }
+  /// How often its buffers were freed by force.
+  int GetNumFreed() const { return numFreed_; }
   /// From now on every read fails.
   void FailReads() { isFailing_ = true; }
 
@@ -67,7 +69,10 @@ class MemoryBandOf : public Base {
   int CalcStatistics(int withHistogram) override { return ZRMBand::CalcStatistics(withHistogram); }
   int CleanupMemory(int freeBuffers, int force) override {
     ++numCleanups_;
-    if (freeBuffers && force) results_.FreeCurrentThreadsBuffer();
+    if (freeBuffers && force) {
+      ++numFreed_;
+      results_.FreeCurrentThreadsBuffer();
+    }
     return 1;
   }
 
@@ -76,6 +81,7 @@ class MemoryBandOf : public Base {
   XThreadSafeArr2 results_;
   std::atomic<int> numReads_{0};
   std::atomic<int> numCleanups_{0};
+  std::atomic<int> numFreed_{0};
   bool isFailing_ = false;
 };
 

@@ -35,7 +35,7 @@ struct StripePlan {
   StripePlan(const PyramidJob& job, const PyramidBand& band);
 
   int FirstRow(int stripe) const { return stripe * stripeRows; }
-  int LastRow(int stripe) const { return std::min(FirstRow(stripe) + stripeRows, height) - 1; }
+  int LastRow(int stripe) const { return FirstRow(stripe) + (std::min(stripeRows, height - FirstRow(stripe)) - 1); }
 
   int height;
   int decodeRows;  ///< rows of the top that come with one decoding of the source

@@ -266,10 +266,16 @@ TEST_F(XRSFile2XLDTest, LeavesStatisticsUnsetWhereNoSampleCounts) {
 }
 
 TEST_F(XRSFile2XLDTest, FreesTheBuffersOfItsBands) {
-  DirectMemoryBand& band = Add(64, 64);
-  const int before = band.GetNumCleanups();
-  ASSERT_EQ(1, Save(3));
-  EXPECT_GT(band.GetNumCleanups(), before);
+  for (const int mode : {1, 3}) {
+    XRSFile file;
+    const auto& first = AddDirectBand(file, 64, 64, RandomSamples<std::uint8_t>(64, 64));
+    const auto& second = AddDirectBand(file, 64, 64, RandomSamples<std::uint8_t>(64, 64));
+    XRSFile2XLD builder;
+    builder.SetXRSFile(&file);
+    ASSERT_EQ(1, builder.Save(Path(), err_, mode, nullptr));
+    EXPECT_EQ(1, first.GetNumFreed());
+    EXPECT_EQ(1, second.GetNumFreed());
+  }
 }
 
 /// Grants the library more workers at each message.
