@@ -13,6 +13,10 @@ enum XDataType {
   kSint32 = 6,         ///< signed 32-bit integer
   kReal32 = 7,         ///< IEEE 754 single
   kReal64 = 8,         ///< IEEE 754 double
+  kCint16 = 12,        ///< complex, of two signed 16-bit integers
+  kCint32 = 14,        ///< complex, of two signed 32-bit integers
+  kCreal32 = 15,       ///< complex, of two singles
+  kCreal64 = 16,       ///< complex, of two doubles
   kNumDataTypes = 30,  ///< codes 9 to 29 are carried for sizing only
 };
 

@@ -1,0 +1,133 @@
+#pragma once
+
+#include "XThreadSafeArr.h"
+#include "ZRMBandDRIO.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+struct gtiff;
+struct tiff;
+class XSpatialReference;
+class XThread;
+
+namespace zrk {
+class TiffImage;
+}
+
+/// One image of a TIFF file, as `ZRMBandGTIFF::GetDirectories` lists them.
+struct tagXTiffDirectory {
+  int width = 0;  ///< in pixels
+  int height = 0;
+  int samplesPerPixel = 1;
+  int bitsPerSample = 1;
+  int compression = 1;   ///< the number of the tag Compression
+  unsigned subfile = 0;  ///< the tag NewSubfileType: 1 a reduced image, 2 a page, 4 a mask, and sums of them
+  int blockWidth = 0;    ///< of a tile, or of a strip
+  int blockHeight = 0;
+  bool isTiled = false;
+};
+
+/// One channel of the first image of a TIFF or BigTIFF file.
+///
+/// A file gives one band for each sample of a pixel. Pixels of a coloured palette give three, and so does JPEG in
+/// YCbCr; CIE Lab, LogLuv, CMYK and YCbCr without JPEG, of up to 8 bits, come as red, green, blue and alpha. Samples of
+/// other than 8, 16, 32, 64 or 128 bits are widened to the next data type. Pixels that lie in a block which can't be
+/// read are 0. Nothing is decoded ahead and no decoded block is kept; at level n every 2^n-th pixel of a block is
+/// taken, from its own first pixel on.
+///
+/// Bands of one file may be read from many threads at once: each reading thread uses a decoder of its own.
+class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO {
+  X_DECLARE_RUNTIME_CLASS
+  /// Null makes a master; with a master this is a follower that shares its file, size and place. Not owned.
+  explicit ZRMBandGTIFF(ZRMBandGTIFF* master);
+  ~ZRMBandGTIFF() override;
+
+  /// Opens a file and places it. `err` is emptied first and has the reason where the result is 0, except where the file
+  /// needs a decoder that isn't there: the operator is told so through `XfnMessageBox`, and `err` stays empty. `thread`
+  /// is not used.
+  int ReadFile(XString path, XString& err, XThread* thread);
+  /// Counts the blocks across and down; 0, with both 0, where the sizes of image and blocks make no sense together.
+  int InitBlockInfo();
+
+  // Blocks. They are numbered row by row, and where each sample has a plane of its own, plane by plane. The readers
+  // below write block width times block height samples, of the band's data type where nothing else is said; 1, or 0
+  // with the reason in `err` where there is one. A block that the file leaves out can't be read.
+
+  /// The decoded bytes of a block as the file packs them, whole also where the block overhangs the image, whose missing
+  /// rows are 0; null where it can't be read. They are the calling thread's until its next call. The last two are set
+  /// to -1, and `size` to the number of bytes where there are any.
+  void* LoadBlockBuf(int block, int& reserved, int& size);
+  /// Samples of whole bytes.
+  int ReadBlockRaster(int blockX, int blockY, int channel, void* out, XString& err);
+  /// Samples of other widths, and reals of 16 and 24 bits, in samples of `dataType`.
+  int ReadBlockOddBits(int blockX, int blockY, int channel, int dataType, void* out, XString& err);
+  /// A byte of red, green, blue or alpha.
+  int ReadBlockRGBA(int blockX, int blockY, int channel, void* out, XString& err);
+  /// The first row of a bilevel image that is one tall strip; the others are 0.
+  int ReadBlockSplitBitmap(int blockX, int blockY, void* out, XString& err);
+
+  /// libtiff's handle, or null. It belongs to the master, and is for asking tags while no other thread uses it.
+  tiff* GetFileTIFF() const;
+  /// Entries of the palette, 0 without one. An image in which 0 is white has one that falls.
+  int GetNumOfPalette() const;
+  /// The master's palette, a value from 0 to 255 for each sample value; null without one.
+  void GetPalette(short*& red, short*& green, short*& blue) const;
+  int GetChannel() const { return channel_; }
+  void SetChannel(int channel) { channel_ = channel; }
+  /// 1 before `ReadFile`.
+  int GetNumChannels() const { return numChannels_; }
+
+  // What the file's tags say. All 0 before `ReadFile`.
+
+  /// The number of the tag Compression: 1 none, 5 LZW, 7 JPEG, 8 Deflate and others.
+  int GetCompreType() const;
+  int GetSamplesPerPixel() const;
+  int GetBitsPerSample() const;
+  /// 1 where the samples of a pixel lie together, 2 where each has a plane of its own.
+  int GetPlanarConfiguration() const;
+  /// The tag PhotometricInterpretation, as the pixels come out: 3 where a palette stands in for an image in which 0 is
+  /// white.
+  int GetPhotometric() const;
+  int GetSampleFormat() const;
+  /// Whether blocks are tiles; otherwise they are strips.
+  bool IsTiled() const;
+  int GetBlockWidth() const;
+  int GetBlockHeight() const;
+  int GetBlocksAcross() const { return blocksAcross_; }
+  int GetBlocksDown() const { return blocksDown_; }
+
+  /// The images that follow the first one in the file, up to `most` of them.
+  std::vector<tagXTiffDirectory> GetDirectories(int most) const;
+  /// What libtiff last had to warn of or to complain about in this file; empty where it had nothing.
+  XString GetLastMessage() const;
+
+  /// Places the band by its geokeys, by a world file beside the image, or as plain pixels, whichever is found first.
+  void ReadCoordinateInfo(XString& err);
+  /// Reads the coordinate system out of libgeotiff's key handle: coordinate kind 3 with a system, 2 without. 1, or -1
+  /// for a null handle.
+  int ExtractProjection(gtiff* gtif, XSpatialReference* sr);
+  /// The upper left corner and the pixel sizes by the world file beside the image; 0, with all as they were, where
+  /// there is none.
+  int ReadWorldFile(double& ulx, double& uly, double& xSize, double& ySize);
+
+  using ZRMBandDRIO::GetHighestLevelForTarget;
+  using ZRMBandDRIO::ReadSubset;
+  int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) override;
+  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
+  int CalcStatistics(int withHistogram) override;
+  /// Frees the calling thread's result and the decoders' buffers, and the master's too.
+  int CleanupMemory(int freeBuffers, int force) override;
+  int CloneBand(ZRMBand* source) override;
+
+ private:
+  ZRMBandGTIFF* master_;
+  std::shared_ptr<zrk::TiffImage> image_;  // shared with the followers
+  int channel_ = 0;
+  int numChannels_ = 1;
+  int blocksAcross_ = 0;
+  int blocksDown_ = 0;
+  XThreadSafeArr2 results_;
+  XThreadSafeArr1 blocks_;
+};

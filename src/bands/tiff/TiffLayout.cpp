@@ -1,0 +1,166 @@
+#include "bands/tiff/TiffLayout.h"
+
+#include "XDataType.h"
+
+#include <algorithm>
+#include <new>
+
+namespace zrk {
+namespace {
+
+constexpr int kPhotometricWhiteIsZero = 0;
+constexpr int kPhotometricPalette = 3;
+constexpr int kPhotometricSeparated = 5;
+constexpr int kPhotometricYCbCr = 6;
+constexpr int kPhotometricCieLab = 8;
+constexpr int kPhotometricLogL = 32844;
+constexpr int kPhotometricLogLuv = 32845;
+
+constexpr int kCompressionJpeg = 7;
+
+constexpr int kFormatSigned = 2;
+constexpr int kFormatReal = 3;
+constexpr int kFormatComplexInteger = 5;
+constexpr int kFormatComplexReal = 6;
+
+/// Colour spaces that are left to libtiff.
+bool IsForeignColour(const TiffTags& tags) {
+  switch (tags.photometric) {
+    case kPhotometricCieLab:
+    case kPhotometricLogL:
+    case kPhotometricLogLuv:
+    case kPhotometricSeparated:
+      return true;
+    case kPhotometricYCbCr:
+      return tags.compression != kCompressionJpeg;
+    default:
+      return false;
+  }
+}
+
+bool IsWholeWidth(int bits) {
+  return bits == 8 || bits == 16 || bits == 32 || bits == 64 || bits == 128;
+}
+
+void ChooseReader(TiffLayout& layout, bool rgbaIsOk) {
+  constexpr std::uint32_t kTallRows = 2000;
+  const TiffTags& tags = layout.tags;
+  if (tags.bitsPerSample == 1 && tags.samplesPerPixel == 1) {
+    layout.isBilevel = true;
+    layout.isSplitBitmap = !tags.isTiled && tags.blockHeight == tags.height && tags.height > kTallRows;
+  } else {
+    layout.isRgba = tags.bitsPerSample < 9 && IsForeignColour(tags) && rgbaIsOk;
+  }
+  if (tags.sampleFormat == kFormatReal) {
+    layout.isOddBits = tags.bitsPerSample == 16 || tags.bitsPerSample == 24;
+  } else {
+    layout.isOddBits = !layout.isRgba && !layout.isBilevel && !IsWholeWidth(tags.bitsPerSample);
+  }
+}
+
+int TypeOfOddBits(const TiffTags& tags) {
+  if (tags.sampleFormat == kFormatReal) return kReal32;
+  if (tags.bitsPerSample >= 9 && tags.bitsPerSample <= 15) return kPint16;
+  return tags.bitsPerSample > 16 ? kPint32 : kPint08;
+}
+
+int TypeOfWholeWidth(const TiffTags& tags) {
+  const int bits = tags.bitsPerSample, format = tags.sampleFormat;
+  if (bits >= 9 && bits <= 16) return format == kFormatSigned ? kSint16 : kPint16;
+  if (bits == 32) {
+    if (format == kFormatComplexInteger) return kCint16;
+    if (format == kFormatReal) return kReal32;
+    return format == kFormatSigned ? kSint32 : kPint32;
+  }
+  if (bits == 64) {
+    if (format == kFormatReal) return kReal64;
+    if (format == kFormatComplexReal) return kCreal32;
+    if (format == kFormatComplexInteger) return kCint32;
+  }
+  if (bits == 128 && format == kFormatComplexReal) return kCreal64;
+  return kPint08;
+}
+
+int ChooseDataType(const TiffLayout& layout) {
+  if (layout.isRgba || layout.isSplitBitmap || layout.isBilevel) return kPint08;
+  return layout.isOddBits ? TypeOfOddBits(layout.tags) : TypeOfWholeWidth(layout.tags);
+}
+
+/// An image is shown without its palette where there is no memory for it.
+void FindPalette(TiffLayout& layout, const TiffColourMap& map) {
+  if (layout.isRgba) return;
+  try {
+    if (!map.red.empty()) {
+      layout.palette = MakeTiffPalette(map);
+    } else if (layout.tags.bitsPerSample <= 16 && layout.tags.photometric == kPhotometricWhiteIsZero) {
+      layout.palette = MakeFallingRamp(layout.tags.bitsPerSample);
+      layout.tags.photometric = kPhotometricPalette;
+    }
+  } catch (const std::bad_alloc&) {
+    layout.palette = {};
+  }
+}
+
+}  // namespace
+
+TiffPalette MakeTiffPalette(const TiffColourMap& map) {
+  std::uint16_t largest = 0;
+  for (const auto* components : {&map.red, &map.green, &map.blue}) {
+    for (const std::uint16_t component : *components) largest = std::max(largest, component);
+  }
+  // Some writers put 8-bit values into the words.
+  const int shift = largest >= 1 && largest <= 255 ? 0 : 8;
+  const auto convert = [shift](const std::vector<std::uint16_t>& components) {
+    std::vector<short> values(components.size());
+    std::ranges::transform(components, values.begin(),
+                           [shift](std::uint16_t component) { return static_cast<short>(component >> shift); });
+    return values;
+  };
+  return {convert(map.red), convert(map.green), convert(map.blue)};
+}
+
+TiffPalette MakeFallingRamp(int bitsPerSample) {
+  const int numEntries = 1 << bitsPerSample;
+  std::vector<short> ramp(static_cast<std::size_t>(numEntries));
+  for (int i = 0; i < numEntries; ++i) {
+    ramp[static_cast<std::size_t>(i)] = static_cast<short>((numEntries - 1 - i) * 255 / (numEntries - 1));
+  }
+  return {ramp, ramp, ramp};
+}
+
+TiffReader TiffLayout::GetReader() const {
+  if (isRgba) return TiffReader::kRgba;
+  if (isSplitBitmap) return TiffReader::kSplitBitmap;
+  return isOddBits || isBilevel ? TiffReader::kOddBits : TiffReader::kRaster;
+}
+
+int TiffLayout::SampleOf(int channel) const {
+  return palette.IsGrey() ? channel : channel / 3;
+}
+
+TiffLayout PlanTiff(const TiffTags& tags, const TiffColourMap& map, bool rgbaIsOk) {
+  TiffLayout layout;
+  layout.tags = tags;
+  ChooseReader(layout, rgbaIsOk);
+  FindPalette(layout, map);
+  layout.numChannels = layout.isRgba ? 4 : tags.samplesPerPixel;
+  if (!layout.palette.IsGrey()) layout.numChannels *= 3;
+  layout.dataType = ChooseDataType(layout);
+  return layout;
+}
+
+TiffGrid CountTiffBlocks(const TiffTags& tags, int dataType) {
+  constexpr std::int64_t kMostPixels = std::int64_t{1} << 31;
+  constexpr std::uint32_t kLongSide = 9999;
+  const std::int64_t blockWidth = tags.blockWidth, blockHeight = tags.blockHeight;
+  if (blockWidth == 0 || blockHeight == 0 || tags.width == 0 || tags.height == 0) return {};
+  if (tags.blockWidth > kLongSide || tags.blockHeight > kLongSide) {
+    const std::int64_t sampleBytes = XfnGetDataSize(std::max(dataType, int{kPint08}));
+    if (blockWidth > UINT32_MAX / sampleBytes / blockHeight) return {};
+  }
+  if (tags.width > kMostPixels - blockWidth || tags.height > kMostPixels - blockHeight) return {};
+  return {static_cast<int>((tags.width + blockWidth - 1) / blockWidth),
+          static_cast<int>((tags.height + blockHeight - 1) / blockHeight)};
+}
+
+}  // namespace zrk

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "codec/TiffTags.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace zrk {
+
+/// Colours of sample values, 0 to 255 each.
+struct TiffPalette {
+  int GetSize() const { return static_cast<int>(red.size()); }
+  /// Whether red, green and blue are the same in every entry, as in an empty palette.
+  bool IsGrey() const { return red == green && green == blue; }
+
+  std::vector<short> red;
+  std::vector<short> green;
+  std::vector<short> blue;
+};
+
+/// The palette of a colour map: the high bytes of its components, or the components where all are below 256.
+TiffPalette MakeTiffPalette(const TiffColourMap& map);
+/// A grey ramp that falls from 255 to 0 over all sample values, for an image in which 0 is white.
+TiffPalette MakeFallingRamp(int bitsPerSample);
+
+/// Who makes samples of a block's bytes.
+enum class TiffReader { kRaster, kOddBits, kRgba, kSplitBitmap };
+
+/// How the pixels of a file become bands.
+struct TiffLayout {
+  TiffTags tags;  ///< as in the file, but photometric 3 where a ramp is the palette
+  bool isBilevel = false;
+  bool isOddBits = false;
+  bool isSplitBitmap = false;
+  bool isRgba = false;
+  TiffPalette palette;
+  int numChannels = 1;
+  int dataType = 1;
+
+  TiffReader GetReader() const;
+  /// The sample behind a channel: of a coloured palette each sample makes three channels.
+  int SampleOf(int channel) const;
+};
+
+/// `map` is empty where the file has none; `rgbaIsOk` tells whether libtiff can make red, green, blue and alpha of it.
+TiffLayout PlanTiff(const TiffTags& tags, const TiffColourMap& map, bool rgbaIsOk);
+
+/// Blocks across and down an image, both 0 where the sizes make no sense together.
+struct TiffGrid {
+  int across = 0;
+  int down = 0;
+};
+TiffGrid CountTiffBlocks(const TiffTags& tags, int dataType);
+
+}  // namespace zrk

@@ -1,0 +1,110 @@
+#include "codec/TiffHandle.h"
+
+#include "base/Checked.h"
+#include "base/Disk.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <utility>
+
+#include <xtiffio.h>
+
+namespace zrk {
+namespace {
+
+/// r: for reading; O: entries of the block tables as they are asked for; c: strips are not cut; m: nothing is mapped.
+constexpr const char* kMode = "rOcm";
+
+void KnowGeoTags() {
+  static std::once_flag once;
+  std::call_once(once, [] { XTIFFInitialize(); });
+}
+
+struct OptionsFree {
+  void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
+};
+
+}  // namespace
+
+void TiffMessages::Note(const char* format, std::va_list arguments) noexcept {
+  char text[512];
+  std::vsnprintf(text, sizeof text, format, arguments);
+  const std::lock_guard lock(mutex_);
+  try {
+    last_ = text;
+  } catch (const std::exception&) {
+    // Without memory for the sentence the one before stays.
+  }
+}
+
+XString TiffMessages::GetLast() const {
+  const std::lock_guard lock(mutex_);
+  return last_;
+}
+
+TiffHandle::TiffHandle(std::shared_ptr<DiskFile> file, std::shared_ptr<TiffMessages> messages)
+    : file_(std::move(file)), messages_(std::move(messages)) {}
+
+TiffHandle::~TiffHandle() {
+  if (tiff_) XTIFFClose(tiff_);
+}
+
+std::unique_ptr<TiffHandle> TiffHandle::Open(std::shared_ptr<DiskFile> file, const XString& name,
+                                             std::shared_ptr<TiffMessages> messages, std::int64_t mostBytes) {
+  KnowGeoTags();
+  const std::unique_ptr<TIFFOpenOptions, OptionsFree> options(TIFFOpenOptionsAlloc());
+  if (!options) return nullptr;
+  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), mostBytes);
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &OnMessage, messages.get());
+  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &OnMessage, messages.get());
+  std::unique_ptr<TiffHandle> handle(new TiffHandle(std::move(file), std::move(messages)));
+  handle->tiff_ = TIFFClientOpenExt(name.GetText(), kMode, handle.get(), &Read, &Write, &Seek, &Close, &Size, &Map,
+                                    &Unmap, options.get());
+  return handle->tiff_ ? std::move(handle) : nullptr;
+}
+
+// libtiff calls these, so nothing may be thrown out of them.
+
+/// An answer other than 0 keeps the message from going any further.
+int TiffHandle::OnMessage(TIFF*, void* messages, const char*, const char* format, std::va_list arguments) {
+  static_cast<TiffMessages*>(messages)->Note(format, arguments);
+  return 1;
+}
+
+tmsize_t TiffHandle::Read(thandle_t self, void* buffer, tmsize_t count) {
+  TiffHandle& handle = *static_cast<TiffHandle*>(self);
+  if (count <= 0) return 0;
+  const std::int64_t got = handle.file_->ReadAt(handle.position_, buffer, count);
+  if (got > 0) handle.position_ += got;
+  return static_cast<tmsize_t>(std::max<std::int64_t>(got, 0));
+}
+
+tmsize_t TiffHandle::Write(thandle_t, void*, tmsize_t) {
+  return 0;
+}
+
+toff_t TiffHandle::Seek(thandle_t self, toff_t offset, int origin) {
+  TiffHandle& handle = *static_cast<TiffHandle*>(self);
+  const std::int64_t base = origin == SEEK_SET ? 0 : origin == SEEK_CUR ? handle.position_ : handle.file_->Size();
+  const auto target = CheckedAdd(base, static_cast<std::int64_t>(offset));
+  if (base < 0 || !target || *target < 0) return static_cast<toff_t>(-1);
+  handle.position_ = *target;
+  return static_cast<toff_t>(*target);
+}
+
+int TiffHandle::Close(thandle_t) {
+  return 0;
+}
+
+toff_t TiffHandle::Size(thandle_t self) {
+  return static_cast<toff_t>(std::max<std::int64_t>(static_cast<TiffHandle*>(self)->file_->Size(), 0));
+}
+
+int TiffHandle::Map(thandle_t, void**, toff_t*) {
+  return 0;
+}
+
+void TiffHandle::Unmap(thandle_t, void*, toff_t) {}
+
+}  // namespace zrk

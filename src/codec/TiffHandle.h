@@ -1,0 +1,62 @@
+#pragma once
+
+#include "XString.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include <tiffio.h>
+
+namespace zrk {
+
+class DiskFile;
+
+/// What libtiff had to say of a file, in place of stderr. Handles of one file share it, on any thread.
+class TiffMessages {
+ public:
+  void Note(const char* format, std::va_list arguments) noexcept;
+  XString GetLast() const;
+
+ private:
+  mutable std::mutex mutex_;
+  XString last_;
+};
+
+/// A handle of libtiff over an open file, for reading. Tags of GeoTIFF are known to it. For one thread at a time.
+///
+/// Strips are those of the file and are never cut into smaller ones, tables of blocks are read as they are needed, and
+/// nothing is mapped.
+class TiffHandle {
+ public:
+  /// Opens the first directory; null, with a note of the reason, where that can't be. `name` is what `TIFFFileName`
+  /// answers. No piece of memory that libtiff asks for is larger than `mostBytes`.
+  static std::unique_ptr<TiffHandle> Open(std::shared_ptr<DiskFile> file, const XString& name,
+                                          std::shared_ptr<TiffMessages> messages, std::int64_t mostBytes);
+  ~TiffHandle();
+  TiffHandle(const TiffHandle&) = delete;
+  TiffHandle& operator=(const TiffHandle&) = delete;
+
+  TIFF* Get() const { return tiff_; }
+  DiskFile& GetFile() const { return *file_; }
+
+ private:
+  TiffHandle(std::shared_ptr<DiskFile> file, std::shared_ptr<TiffMessages> messages);
+
+  static int OnMessage(TIFF*, void* messages, const char* module, const char* format, std::va_list arguments);
+  static tmsize_t Read(thandle_t self, void* buffer, tmsize_t count);
+  static tmsize_t Write(thandle_t self, void* buffer, tmsize_t count);
+  static toff_t Seek(thandle_t self, toff_t offset, int origin);
+  static int Close(thandle_t self);
+  static toff_t Size(thandle_t self);
+  static int Map(thandle_t self, void** base, toff_t* size);
+  static void Unmap(thandle_t self, void* base, toff_t size);
+
+  std::shared_ptr<DiskFile> file_;
+  std::shared_ptr<TiffMessages> messages_;
+  std::int64_t position_ = 0;
+  TIFF* tiff_ = nullptr;
+};
+
+}  // namespace zrk
