@@ -14,6 +14,7 @@ struct Limits {
                                   << 30;              ///< one decoded tile or strip, or a decoder's own working memory
   std::int64_t tableBytes = std::int64_t{256} << 20;  ///< one table or text of a header
   int nestingDepth = 64;                              ///< of XML elements and of linked records
+  int channels = 1 << 14;                             ///< of one image
   int jpegScans = 500;                                ///< scans of one progressive JPEG
   std::int64_t xmlBytes = std::int64_t{32} << 20;     ///< the XML text of a native raster file or a level file
   int xmlElements = 1 << 20;  ///< elements of that text, comments and the like included; half its attributes

@@ -2,6 +2,8 @@
 
 #include "math/CopyBlock.h"
 
+#include "math/Prefetch.h"
+
 #include <cstddef>
 #include <cstring>
 
@@ -22,6 +24,7 @@ void CopyVectors(const unsigned char* from, std::int64_t fromStride, unsigned ch
   const hn::ScalableTag<unsigned char> bytes;
   const std::size_t lanes = hn::Lanes(bytes);
   for (int y = 0; y < rows; ++y, from += fromStride, to += toStride) {
+    if (y + kPrefetchRows < rows) PrefetchBytes(from + kPrefetchRows * fromStride, static_cast<std::int64_t>(rowBytes));
     for (std::size_t i = 0; i + lanes <= rowBytes; i += lanes) hn::StoreU(hn::LoadU(bytes, from + i), bytes, to + i);
     hn::StoreU(hn::LoadU(bytes, from + rowBytes - lanes), bytes, to + rowBytes - lanes);
   }

@@ -2,6 +2,9 @@
 
 #include "math/Interleave.h"
 
+#include <cstdint>
+#include <cstring>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "math/Interleave.cpp"
 #include <hwy/foreach_target.h>
@@ -48,6 +51,42 @@ std::size_t Split4(const unsigned char* source, std::size_t count, unsigned char
   });
 }
 
+template <class Lane, int kSamples>
+std::size_t TakeOne(const unsigned char* source, std::size_t count, int index, unsigned char* plane) {
+  const hn::ScalableTag<Lane> lanes;
+  using Vector = hn::Vec<decltype(lanes)>;
+  const auto* from = reinterpret_cast<const Lane*>(source);
+  auto* to = reinterpret_cast<Lane*>(plane);
+  return ForWholeVectors(count, hn::Lanes(lanes), [&](std::size_t i) {
+    Vector v0, v1, v2, v3;
+    if constexpr (kSamples == 2) {
+      hn::LoadInterleaved2(lanes, from + 2 * i, v0, v1);
+      v2 = v3 = v1;
+    } else if constexpr (kSamples == 3) {
+      hn::LoadInterleaved3(lanes, from + 3 * i, v0, v1, v2);
+      v3 = v2;
+    } else {
+      hn::LoadInterleaved4(lanes, from + 4 * i, v0, v1, v2, v3);
+    }
+    hn::StoreU(index == 0 ? v0 : index == 1 ? v1 : index == 2 ? v2 : v3, lanes, to + i);
+  });
+}
+
+template <class Lane>
+std::size_t TakeLanes(const unsigned char* source, std::size_t count, int numSamples, int index, unsigned char* plane) {
+  if (numSamples == 2) return TakeOne<Lane, 2>(source, count, index, plane);
+  if (numSamples == 3) return TakeOne<Lane, 3>(source, count, index, plane);
+  return TakeOne<Lane, 4>(source, count, index, plane);
+}
+
+/// Answers how many it took: all of them, or none of a row that is shorter than a vector.
+std::size_t TakeVectors(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes, int index,
+                        unsigned char* plane) {
+  if (sampleBytes == 1) return TakeLanes<std::uint8_t>(source, count, numSamples, index, plane);
+  if (sampleBytes == 2) return TakeLanes<std::uint16_t>(source, count, numSamples, index, plane);
+  return TakeLanes<std::uint32_t>(source, count, numSamples, index, plane);
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace zrk
 HWY_AFTER_NAMESPACE();
@@ -57,6 +96,41 @@ namespace zrk {
 
 HWY_EXPORT(Split3);
 HWY_EXPORT(Split4);
+HWY_EXPORT(TakeVectors);
+
+namespace {
+
+template <int kBytes>
+void Gather(const unsigned char* source, std::size_t count, std::ptrdiff_t stride, unsigned char* plane) {
+  for (std::size_t i = 0; i < count; ++i, source += stride, plane += kBytes) std::memcpy(plane, source, kBytes);
+}
+
+}  // namespace
+
+void GatherSamples(const unsigned char* source, std::size_t count, std::ptrdiff_t stride, int sampleBytes,
+                   unsigned char* plane) {
+  switch (sampleBytes) {
+    case 1:
+      return Gather<1>(source, count, stride, plane);
+    case 2:
+      return Gather<2>(source, count, stride, plane);
+    case 4:
+      return Gather<4>(source, count, stride, plane);
+    case 8:
+      return Gather<8>(source, count, stride, plane);
+    default:
+      return Gather<16>(source, count, stride, plane);
+  }
+}
+
+void TakeSample(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes, int index,
+                unsigned char* plane) {
+  const bool hasVectors = numSamples >= 2 && numSamples <= 4 && sampleBytes <= 4;
+  if (hasVectors && HWY_DYNAMIC_DISPATCH(TakeVectors)(source, count, numSamples, sampleBytes, index, plane) == count)
+    return;
+  GatherSamples(source + std::ptrdiff_t{index} * sampleBytes, count, std::ptrdiff_t{numSamples} * sampleBytes,
+                sampleBytes, plane);
+}
 
 void TakeByte(const unsigned char* source, std::size_t count, int pixelBytes, int step, int byteIndex,
               unsigned char* plane) {

@@ -12,7 +12,17 @@ void SplitPixels3(const unsigned char* source, std::size_t count, unsigned char*
 void SplitPixels4(const unsigned char* source, std::size_t count, unsigned char* plane0, unsigned char* plane1,
                   unsigned char* plane2, unsigned char* plane3);
 
-/// The twin of the two above without vector instructions, for pixels of any size: byte `byteIndex` of every `step`-th
+/// Sample `index` of each of `count` pixels that lie one behind the other, each of `numSamples` samples of
+/// `sampleBytes` bytes; nothing beyond the last of these pixels is read. Vector instructions are for 2 to 4 samples of
+/// 1, 2 or 4 bytes.
+void TakeSample(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes, int index,
+                unsigned char* plane);
+
+/// As above for every place: one sample of `sampleBytes` bytes at each of `count` places that are `stride` bytes apart.
+void GatherSamples(const unsigned char* source, std::size_t count, std::ptrdiff_t stride, int sampleBytes,
+                   unsigned char* plane);
+
+/// The twin of the first two without vector instructions, for pixels of any size: byte `byteIndex` of every `step`-th
 /// pixel of `pixelBytes` bytes.
 void TakeByte(const unsigned char* source, std::size_t count, int pixelBytes, int step, int byteIndex,
               unsigned char* plane);

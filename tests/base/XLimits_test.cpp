@@ -22,6 +22,7 @@ TEST(Limits, DefaultsFitRealData) {
   EXPECT_EQ(limits.decodedTileBytes, 1073741824);
   EXPECT_EQ(limits.tableBytes, 268435456);
   EXPECT_EQ(limits.nestingDepth, 64);
+  EXPECT_EQ(limits.channels, 16384);
   EXPECT_EQ(limits.jpegScans, 500);
   EXPECT_EQ(limits.xmlBytes, 33554432);    // 32 MiB
   EXPECT_EQ(limits.xmlElements, 1048576);  // 2^20

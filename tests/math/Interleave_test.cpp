@@ -46,6 +46,45 @@ TEST(Interleave, SplittingFourBytesEqualsItsScalarTwinAtEveryLength) {
   }
 }
 
+/// As the pixels lie, sample by sample.
+std::vector<unsigned char> TakeSlowly(const unsigned char* source, std::size_t count, std::size_t stride,
+                                      std::size_t sampleBytes) {
+  std::vector<unsigned char> plane;
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t b = 0; b < sampleBytes; ++b) plane.push_back(source[i * stride + b]);
+  }
+  plane.push_back(kGuard);
+  return plane;
+}
+
+TEST(Interleave, TakesASampleOfPixelsOfEveryShapeAndLength) {
+  for (const std::size_t sampleBytes : {1, 2, 4, 8, 16}) {
+    for (const std::size_t numSamples : {1, 2, 3, 4, 5}) {
+      const std::size_t pixelBytes = numSamples * sampleBytes;
+      for (std::size_t count = 1; count < 140; count += 3) {
+        // The pixels begin at an odd place, and are all that there is.
+        const std::vector<unsigned char> source = RandomBytes(1 + pixelBytes * count);
+        for (std::size_t index = 0; index < numSamples; ++index) {
+          std::vector<unsigned char> plane(count * sampleBytes + 1, kGuard);
+          zrk::TakeSample(source.data() + 1, count, static_cast<int>(numSamples), static_cast<int>(sampleBytes),
+                          static_cast<int>(index), plane.data());
+          ASSERT_EQ(TakeSlowly(source.data() + 1 + index * sampleBytes, count, pixelBytes, sampleBytes), plane)
+              << numSamples << " of " << sampleBytes << " bytes, " << count << " pixels";
+        }
+      }
+    }
+  }
+}
+
+TEST(Interleave, GathersSamplesFromPlacesFarApart) {
+  const std::vector<unsigned char> source = RandomBytes(500);
+  for (const std::size_t sampleBytes : {1, 2, 4, 8, 16}) {
+    std::vector<unsigned char> plane(9 * sampleBytes + 1, kGuard);
+    zrk::GatherSamples(source.data() + 3, 9, 53, static_cast<int>(sampleBytes), plane.data());
+    EXPECT_EQ(TakeSlowly(source.data() + 3, 9, 53, sampleBytes), plane);
+  }
+}
+
 TEST(Interleave, TakesOneByteOfEverySecondPixel) {
   const unsigned char source[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
   unsigned char plane[2] = {};

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
+#include <span>
 #include <vector>
 
 namespace zrk {
@@ -63,15 +65,9 @@ std::int64_t PlainStore::Place(const TilePiece& piece) const {
          piece.y * layout.TileRowBytes() + std::int64_t{piece.x} * layout.SampleBytes();
 }
 
-// Calls for a large window cost little beside its bytes, which then don't stay in the process, and no signal is raised
-// where the file is cut meanwhile.
-
 const unsigned char* PlainStore::BeginRead(std::int64_t numBytes) const {
-  constexpr std::int64_t kLargeRead = 1 << 20;
-  if (numBytes >= kLargeRead) return nullptr;
-  std::call_once(isMapped_, [this] { map_ = file_->Map(); });
-  const std::int64_t end = offset_ + Size();
-  return map_ && end <= map_->Size() && end <= file_->Size() ? map_->Data() + offset_ : nullptr;
+  const std::span<const unsigned char> bytes = file_.View(numBytes);
+  return offset_ + Size() <= std::ssize(bytes) ? bytes.data() + offset_ : nullptr;
 }
 
 bool PlainStore::ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
@@ -96,11 +92,11 @@ bool PlainStore::ReadFromFile(const TilePiece& piece, unsigned char* out, std::i
     const std::int64_t count = (rows - 1) * tileRow + rowBytes;
     unsigned char* const target = out + y * stride;
     if (isOneRange || rows == 1) {
-      if (file_->ReadAt(place, target, count) != count) return false;
+      if (file_.File().ReadAt(place, target, count) != count) return false;
       continue;
     }
     Room room;
-    if (file_->ReadAt(place, room.data(), count) != count) return false;
+    if (file_.File().ReadAt(place, room.data(), count) != count) return false;
     CopyBlock(room.data(), tileRow, target, stride, rowBytes, rows);
   }
   return true;
@@ -146,7 +142,7 @@ bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std
   const std::int64_t count = (part.height - 1) * tileRow + rowBytes, place = Place(part);
   const bool coversAll = !keptNull && (part.height == 1 || rowBytes == tileRow);
   Room room;
-  const std::int64_t got = coversAll ? count : file_->ReadAt(place, room.data(), count);
+  const std::int64_t got = coversAll ? count : file_.File().ReadAt(place, room.data(), count);
   if (got < 0) return false;
   std::fill(room.begin() + got, room.begin() + count, 0);  // beyond the end of the file
   if (keptNull) {
@@ -157,7 +153,7 @@ bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std
   } else {
     CopyBlock(from, stride, room.data(), tileRow, rowBytes, part.height);
   }
-  return file_->WriteAt(place, room.data(), count) == 0;
+  return file_.File().WriteAt(place, room.data(), count) == 0;
 }
 
 void PlainStore::LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const {
@@ -185,8 +181,8 @@ bool PlainStore::WriteTileRows(const TileRows& part, const unsigned char* rows, 
     const int count = std::min(perWrite, numColumns - column);
     for (int i = 0; i < count; ++i) LayOutTile(part, column + i, rows, staging.data() + i * stepBytes);
     const std::int64_t place = Place({part.level, column, part.row, 0, part.y, 0, 0});
-    if (file_->WriteAt(place, staging.data(), count * stepBytes) != 0) return false;
-    if (isWhole) file_->StartSync(place, count * stepBytes);
+    if (file_.File().WriteAt(place, staging.data(), count * stepBytes) != 0) return false;
+    if (isWhole) file_.File().StartSync(place, count * stepBytes);
   }
   return true;
 }

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "base/Disk.h"
+#include "base/ViewedFile.h"
 #include "core/level/PyramidLayout.h"
 #include "tagXArr2.h"
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace zrk {
@@ -108,10 +107,8 @@ class PlainStore : public PyramidStore {
   bool WritePiece(const TilePiece& piece, const unsigned char* from, std::int64_t stride, const double* keptNull);
   bool WritePart(const TilePiece& part, const unsigned char* from, std::int64_t stride, const double* keptNull);
 
-  std::shared_ptr<DiskFile> file_;
+  ViewedFile file_;
   std::int64_t offset_;
-  mutable std::once_flag isMapped_;
-  mutable std::unique_ptr<DiskMap> map_;  ///< made by the first read; null where that failed
 };
 
 }  // namespace zrk
