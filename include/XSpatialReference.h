@@ -8,8 +8,8 @@
 /// What a spatial reference knows.
 enum XReferenceKind { kReferenceNone = 1, kReferenceUnknown = 2, kReferenceKnown = 3 };
 
-/// A coordinate reference system. Axis order is always x (longitude, easting) before y. Copies are independent.
-/// Operations answer 1 for success and 0 for failure; a failed import leaves the reference empty.
+/// A coordinate reference system. Axis order is always x (longitude, easting) before y. Copies are independent and cost
+/// nothing. Operations answer 1 for success and 0 for failure; a failed import leaves the reference empty.
 ///
 /// One object may be read from several threads at once.
 class ZRKIO_API XSpatialReference {
@@ -48,6 +48,6 @@ class ZRKIO_API XSpatialReference {
   template <class Set>
   int Import(Set set);
 
-  std::unique_ptr<Impl> impl_;  // null while empty
+  std::shared_ptr<const Impl> impl_;  // null while empty; never changed, so that copies share it
   int coordinateKind_ = kReferenceNone;
 };

@@ -22,6 +22,7 @@
 #include "XFile.h"
 #include "XFileException.h"
 #include "XFormatTable.h"
+#include "XGeoKeys.h"
 #include "XLimits.h"
 #include "XList.h"
 #include "XMap.h"

@@ -1,6 +1,8 @@
 #include "geo/GdalScope.h"
 
+#include <ogr_srs_api.h>
 #include <exception>
+#include <mutex>
 
 namespace zrk {
 
@@ -29,6 +31,11 @@ void QuietGdal::Note(CPLErr severity, const char* message) noexcept {
     // Without memory for the sentence the failure is told without it.
     lastError_.Empty();
   }
+}
+
+void SwitchNetworkOff() {
+  static std::once_flag once;
+  std::call_once(once, [] { OSRSetPROJEnableNetwork(0); });
 }
 
 }  // namespace zrk

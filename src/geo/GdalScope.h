@@ -26,6 +26,9 @@ class QuietGdal {
   XString lastError_;
 };
 
+/// Keeps PROJ from fetching grids, for the whole process.
+void SwitchNetworkOff();
+
 /// Holds those switches of GDAL on the calling thread that would let the environment decide what a file contains, what
 /// is fetched or what is written.
 class FixedGdalSwitches {

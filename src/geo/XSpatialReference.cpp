@@ -4,7 +4,6 @@
 #include "geo/Wkt.h"
 
 #include <ogr_spatialref.h>
-#include <ogr_srs_api.h>
 #include <charconv>
 #include <exception>
 #include <mutex>
@@ -12,11 +11,6 @@
 #include <utility>
 
 namespace {
-
-void SwitchNetworkOff() {
-  static std::once_flag once;
-  std::call_once(once, [] { OSRSetPROJEnableNetwork(0); });
-}
 
 /// The code of a system that carries or deserves one; 0 where it has none.
 int FindEPSG(OGRSpatialReference& system) {
@@ -36,14 +30,6 @@ int FindEPSG(OGRSpatialReference& system) {
 class XSpatialReference::Impl {
  public:
   Impl() { system_.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER); }
-  Impl(const Impl& other) : system_(other.Copy()) {}
-  Impl& operator=(const Impl&) = delete;
-
-  OGRSpatialReference Copy() const {
-    const std::lock_guard lock(mutex_);
-    const zrk::QuietGdal quiet;
-    return system_;
-  }
 
   /// What `use` makes of the system, alone and without a word on stderr; nothing where it throws.
   template <class Use>
@@ -80,20 +66,13 @@ class XSpatialReference::Impl {
 XSpatialReference::XSpatialReference() = default;
 XSpatialReference::~XSpatialReference() = default;
 
-XSpatialReference::XSpatialReference(const XSpatialReference& other)
-    : impl_(other.impl_ ? std::make_unique<Impl>(*other.impl_) : nullptr), coordinateKind_(other.coordinateKind_) {}
-
-XSpatialReference& XSpatialReference::operator=(const XSpatialReference& other) {
-  if (this == &other) return *this;
-  impl_ = other.impl_ ? std::make_unique<Impl>(*other.impl_) : nullptr;
-  coordinateKind_ = other.coordinateKind_;
-  return *this;
-}
+XSpatialReference::XSpatialReference(const XSpatialReference& other) = default;
+XSpatialReference& XSpatialReference::operator=(const XSpatialReference& other) = default;
 
 template <class Set>
 int XSpatialReference::Import(Set set) {
-  SwitchNetworkOff();
-  auto fresh = std::make_unique<Impl>();
+  zrk::SwitchNetworkOff();
+  auto fresh = std::make_shared<Impl>();
   const bool isSet =
       fresh->With([&](OGRSpatialReference& system) { return set(system) == OGRERR_NONE && !system.IsEmpty(); });
   Clear();
@@ -118,7 +97,7 @@ int XSpatialReference::SetWellKnownGeogCS(const XString& name) {
 }
 
 int XSpatialReference::SetUTM(int zone, bool north) {
-  const std::unique_ptr<Impl> base = impl_ ? std::make_unique<Impl>(*impl_) : nullptr;
+  const std::shared_ptr<const Impl> base = impl_;
   return Import([&](OGRSpatialReference& system) {
     if (zone < 1 || zone > 60) return OGRERR_FAILURE;
     const bool keepsBase = base && base->With([&](const OGRSpatialReference& other) {
@@ -143,7 +122,7 @@ int XSpatialReference::IsGeographic() const {
 
 int XSpatialReference::IsSame(const XSpatialReference& other) const {
   if (!impl_ || !other.impl_) return !impl_ && !other.impl_;
-  return this == &other || impl_->IsSame(*other.impl_);
+  return impl_ == other.impl_ || impl_->IsSame(*other.impl_);
 }
 
 int XSpatialReference::IsEmpty() const {

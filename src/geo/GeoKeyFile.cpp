@@ -1,0 +1,149 @@
+// Geokeys lie in three tags: a directory of 16-bit words, four a key, in order of the keys; the reals; and the texts,
+// each of which ends in a bar. A key's words are its id, the tag that has its values or 0, how many there are, and
+// where they begin, or the value itself.
+
+#include "geo/GeoKeyFile.h"
+
+#include "base/LittleEndian.h"
+
+#include <bit>
+#include <cstddef>
+
+namespace zrk {
+namespace {
+
+constexpr std::uint16_t kTypeAscii = 2;
+constexpr std::uint16_t kTypeShort = 3;
+constexpr std::uint16_t kTypeLong = 4;
+constexpr std::uint16_t kTypeDouble = 12;
+
+constexpr std::uint16_t kTagDirectory = 34735;
+constexpr std::uint16_t kTagDoubles = 34736;
+constexpr std::uint16_t kTagTexts = 34737;
+
+using Bytes = std::vector<unsigned char>;
+
+template <class Value>
+void Append(Bytes& bytes, Value value) {
+  const auto encoded = LittleEndian(value);
+  bytes.insert(bytes.end(), encoded.begin(), encoded.end());
+}
+
+/// The contents of the three tags.
+class KeyTables {
+ public:
+  explicit KeyTables(const GeoKeySet& set) {
+    for (const GeoKey& key : set.keys) {
+      std::visit([&](const auto& value) { Add(key.id, value); }, key.value);
+    }
+    for (const std::uint16_t word : {set.version, set.majorRevision, set.minorRevision, numKeys_}) {
+      Append(directory_, word);
+    }
+    directory_.insert(directory_.end(), entries_.begin(), entries_.end());
+    if (!texts_.empty()) texts_.push_back('\0');
+  }
+
+  const Bytes& GetDirectory() const { return directory_; }
+  const Bytes& GetDoubles() const { return doubles_; }
+  const Bytes& GetTexts() const { return texts_; }
+
+ private:
+  void Add(std::uint16_t id, std::uint16_t value) { AddEntry(id, 0, 1, value); }
+  void Add(std::uint16_t id, const std::vector<double>& values) {
+    if (!AddEntry(id, kTagDoubles, values.size(), doubles_.size() / sizeof(double))) return;
+    for (const double value : values) Append(doubles_, std::bit_cast<std::uint64_t>(value));
+  }
+  void Add(std::uint16_t id, const std::string& text) {
+    if (!AddEntry(id, kTagTexts, text.size() + 1, texts_.size())) return;
+    texts_.insert(texts_.end(), text.begin(), text.end());
+    texts_.push_back('|');
+  }
+
+  bool AddEntry(std::uint16_t id, std::uint16_t tag, std::size_t count, std::size_t place) {
+    if (count > UINT16_MAX || place + count > UINT16_MAX + std::size_t{1}) return false;
+    const auto place16 = static_cast<std::uint16_t>(place), count16 = static_cast<std::uint16_t>(count);
+    for (const std::uint16_t word : {id, tag, count16, place16}) Append(entries_, word);
+    ++numKeys_;
+    return true;
+  }
+
+  std::uint16_t numKeys_ = 0;
+  Bytes entries_;
+  Bytes directory_;
+  Bytes doubles_;
+  Bytes texts_;
+};
+
+/// A file of one directory, whose longer values follow it. Tags are added in ascending order.
+class OneDirectory {
+ public:
+  template <class Value>
+  void Add(std::uint16_t tag, std::uint16_t type, Value value) {
+    Bytes bytes;
+    Append(bytes, value);
+    AddBytes(tag, type, sizeof(Value), bytes);
+  }
+  /// A tag without values is left out.
+  void AddBytes(std::uint16_t tag, std::uint16_t type, std::size_t valueSize, const Bytes& bytes) {
+    if (!bytes.empty()) fields_.push_back({tag, type, static_cast<std::uint32_t>(bytes.size() / valueSize), bytes});
+  }
+
+  Bytes Build() const {
+    constexpr std::uint32_t kPlace = 8;
+    Bytes file = {'I', 'I', 42, 0};
+    Append(file, kPlace);
+    Append(file, static_cast<std::uint16_t>(fields_.size()));
+    const std::size_t end = kPlace + 2 + 12 * fields_.size() + 4;
+    Bytes values;
+    for (const Field& field : fields_) {
+      Append(file, field.tag);
+      Append(file, field.type);
+      Append(file, field.count);
+      Bytes slot = field.bytes;
+      if (slot.size() > 4) {
+        slot.clear();
+        Append(slot, static_cast<std::uint32_t>(end + values.size()));
+        values.insert(values.end(), field.bytes.begin(), field.bytes.end());
+        values.resize((values.size() + 1) / 2 * 2);
+      }
+      slot.resize(4);
+      file.insert(file.end(), slot.begin(), slot.end());
+    }
+    Append(file, std::uint32_t{0});
+    file.insert(file.end(), values.begin(), values.end());
+    return file;
+  }
+
+ private:
+  struct Field {
+    std::uint16_t tag;
+    std::uint16_t type;
+    std::uint32_t count;
+    Bytes bytes;
+  };
+  std::vector<Field> fields_;
+};
+
+}  // namespace
+
+std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set) {
+  constexpr std::uint16_t kOne = 1, kBits = 8, kBlackIsZero = 1;
+  constexpr std::uint32_t kPixelAt = 0, kPixelBytes = 1;  // any byte will do
+  OneDirectory file;
+  file.Add(256, kTypeShort, kOne);
+  file.Add(257, kTypeShort, kOne);
+  file.Add(258, kTypeShort, kBits);
+  file.Add(259, kTypeShort, kOne);
+  file.Add(262, kTypeShort, kBlackIsZero);
+  file.Add(273, kTypeLong, kPixelAt);
+  file.Add(277, kTypeShort, kOne);
+  file.Add(278, kTypeShort, kOne);
+  file.Add(279, kTypeLong, kPixelBytes);
+  const KeyTables tables(set);
+  file.AddBytes(kTagDirectory, kTypeShort, sizeof(std::uint16_t), tables.GetDirectory());
+  file.AddBytes(kTagDoubles, kTypeDouble, sizeof(double), tables.GetDoubles());
+  file.AddBytes(kTagTexts, kTypeAscii, 1, tables.GetTexts());
+  return file.Build();
+}
+
+}  // namespace zrk
