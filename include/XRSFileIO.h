@@ -124,10 +124,21 @@ class ZRKIO_API XRSFileIO {
   static int SaveFileZRMComp(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, double quality,
                              XString& err, XThread* thread, int writerFlag1);
 
-  /// The corners of a file in its own system, without its bands being loaded. `x` and `y` have room for four values
-  /// each, which are `kNotSet` where nothing else is known. 0 for files whose corners can't be told, which in this
-  /// build are all, and for null arrays.
+  /// The corners of a file, without its pixels being looked at. `x` and `y` have room for four values each, which are
+  /// `kNotSet` where nothing else is known. 1 for a native raster, and for a TIFF file with geokeys; 0 for other files,
+  /// for what can't be opened, and for null arrays.
+  ///
+  /// Of a native raster with a spatial reference they are the lower left, lower right, upper right and upper left
+  /// corner in its own system. One without is asked for its sets of control points named "BOUNDING_GCP": each has as
+  /// many corners set as it has points, up to four, all of them to the map coordinates of the point whose number is
+  /// that of the set in the list. Raises `std::invalid_argument` where a set that has points lacks this one.
+  ///
+  /// Of a TIFF file they are its first four tie points, or as many as there are, in longitude and latitude on WGS 84
+  /// where its system is known. A file that has a pixel scale lists no corners that way, so none is set.
   static int GetGeoBounding(XString path, double* const x, double* const y);
+  /// As above, and tells whether the corners are longitude and latitude on WGS 84; otherwise they are as the file has
+  /// them.
+  static int GetGeoBounding(XString path, double* const x, double* const y, bool& isLonLat);
 
   /// The name of the level file that belongs to a raster: its extension replaced by "xld". The path itself where that
   /// is its extension, in any letter case.

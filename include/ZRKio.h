@@ -8,6 +8,7 @@
 #include "tagXArr3.h"
 #include "tagXRadarScene.h"
 #include "tagXRSGIS.h"
+#include "tagXTiffDirectory.h"
 #include "XArray.h"
 #include "XBand.h"
 #include "XBits.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tagXTiffDirectory.h"
 #include "XThreadSafeArr.h"
 #include "ZRMBandDRIO.h"
 
@@ -14,20 +15,9 @@ class XThread;
 
 namespace zrk {
 class TiffImage;
-}
-
-/// One image of a TIFF file, as `ZRMBandGTIFF::GetDirectories` lists them.
-struct tagXTiffDirectory {
-  int width = 0;  ///< in pixels
-  int height = 0;
-  int samplesPerPixel = 1;
-  int bitsPerSample = 1;
-  int compression = 1;   ///< the number of the tag Compression
-  unsigned subfile = 0;  ///< the tag NewSubfileType: 1 a reduced image, 2 a page, 4 a mask, and sums of them
-  int blockWidth = 0;    ///< of a tile, or of a strip
-  int blockHeight = 0;
-  bool isTiled = false;
-};
+struct ReadRequest;
+struct TiffLayout;
+}  // namespace zrk
 
 /// One channel of the first image of a TIFF or BigTIFF file.
 ///
@@ -61,7 +51,9 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO {
   void* LoadBlockBuf(int block, int& reserved, int& size);
   /// Samples of whole bytes.
   int ReadBlockRaster(int blockX, int blockY, int channel, void* out, XString& err);
-  /// Samples of other widths, and reals of 16 and 24 bits, in samples of `dataType`.
+  /// Samples of other widths in samples of `dataType`, which is 1, 3 or 5, or 7 for reals of 16 and 24 bits; nothing is
+  /// written for other types. Single bits, and integers of 12 and of 24 bits, come as types 1, 3 and 5 whatever is
+  /// asked.
   int ReadBlockOddBits(int blockX, int blockY, int channel, int dataType, void* out, XString& err);
   /// A byte of red, green, blue or alpha.
   int ReadBlockRGBA(int blockX, int blockY, int channel, void* out, XString& err);
@@ -122,6 +114,10 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO {
   int CloneBand(ZRMBand* source) override;
 
  private:
+  int ReadFromImage(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel);
+  bool IsBlock(int blockX, int blockY, int channel, const void* out) const;
+  int ReadStoredBlock(int blockX, int blockY, int channel, const zrk::TiffLayout& layout, void* out);
+
   ZRMBandGTIFF* master_;
   std::shared_ptr<zrk::TiffImage> image_;  // shared with the followers
   int channel_ = 0;

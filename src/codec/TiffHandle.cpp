@@ -13,7 +13,8 @@
 namespace zrk {
 namespace {
 
-/// r: for reading; O: entries of the block tables as they are asked for; c: strips are not cut; m: nothing is mapped.
+/// r: for reading; O: entries of the block tables as they are asked for; c: strips are not cut; m: nothing is
+/// mapped.
 constexpr const char* kMode = "rOcm";
 
 void KnowGeoTags() {

@@ -27,7 +27,7 @@ class TiffMessages {
 /// A handle of libtiff over an open file, for reading. Tags of GeoTIFF are known to it. For one thread at a time.
 ///
 /// Strips are those of the file and are never cut into smaller ones, tables of blocks are read as they are needed, and
-/// nothing is mapped.
+/// nothing is mapped: a file that is cut while it is read is an error and not a signal.
 class TiffHandle {
  public:
   /// Opens the first directory; null, with a note of the reason, where that can't be. `name` is what `TIFFFileName`
@@ -39,7 +39,6 @@ class TiffHandle {
   TiffHandle& operator=(const TiffHandle&) = delete;
 
   TIFF* Get() const { return tiff_; }
-  DiskFile& GetFile() const { return *file_; }
 
  private:
   TiffHandle(std::shared_ptr<DiskFile> file, std::shared_ptr<TiffMessages> messages);

@@ -1,6 +1,7 @@
 #include "codec/TiffTags.h"
 
 #include <algorithm>
+#include <new>
 
 namespace zrk {
 namespace {
@@ -37,7 +38,11 @@ TiffTags ReadTiffTags(TIFF* tiff) {
   return tags;
 }
 
-TiffColourMap ReadTiffColourMap(TIFF* tiff, int bitsPerSample) {
+int ToSide(std::uint32_t numPixels) {
+  return static_cast<int>(std::min<std::uint32_t>(numPixels, INT32_MAX));
+}
+
+TiffColourMap ReadTiffColourMap(TIFF* tiff, int bitsPerSample) try {
   TiffColourMap map;
   std::uint16_t *red = nullptr, *green = nullptr, *blue = nullptr;
   // libtiff takes maps of up to 24 bits only.
@@ -48,6 +53,8 @@ TiffColourMap ReadTiffColourMap(TIFF* tiff, int bitsPerSample) {
   map.green.assign(green, green + count);
   map.blue.assign(blue, blue + count);
   return map;
+} catch (const std::bad_alloc&) {
+  return {};
 }
 
 }  // namespace zrk

@@ -22,10 +22,15 @@ struct TiffTags {
   std::uint32_t blockWidth = 0;   ///< of a tile, or the image's
   std::uint32_t blockHeight = 0;  ///< of a tile, or the rows of a strip, which are not more than the image's
   bool isSwapped = false;         ///< whether the bytes of the file are in the other order than the machine's
+
+  bool IsPlanar() const { return planarConfiguration == PLANARCONFIG_SEPARATE; }
   friend bool operator==(const TiffTags&, const TiffTags&) = default;
 };
 
 TiffTags ReadTiffTags(TIFF* tiff);
+
+/// The side of an image or of a block, cut to what an int holds. Nothing that has a longer one can be read.
+int ToSide(std::uint32_t numPixels);
 
 /// The colour map as it is stored: one component of 16 bits for each sample value. All empty where there is none.
 struct TiffColourMap {
@@ -34,7 +39,7 @@ struct TiffColourMap {
   std::vector<std::uint16_t> blue;
 };
 
-/// 2 to the power of the bits of a sample entries each.
+/// 2 to the power of the bits of a sample entries each; empty also where there is no memory for them.
 TiffColourMap ReadTiffColourMap(TIFF* tiff, int bitsPerSample);
 
 }  // namespace zrk

@@ -97,7 +97,14 @@ TEST_P(Damage, IsNotSeenInASoundFile) {
   EXPECT_GT(Try(ReadBytes(PathOf(GetParam()))).numReads, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, Damage, testing::ValuesIn(SmallSamples()),
+/// Of a TIFF file what is left is read, see `TiffDamage`.
+std::vector<Sample> SamplesOtherThanTiff() {
+  std::vector<Sample> samples = SmallSamples();
+  std::erase_if(samples, [](const Sample& sample) { return sample.formatId == kFormatTIF; });
+  return samples;
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, Damage, testing::ValuesIn(SamplesOtherThanTiff()),
                          [](const auto& sample) { return std::string(sample.param.name); });
 
 }  // namespace

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <array>
+#include <set>
 #include <string>
 #include <vector>
 
-/// An image as GDAL reads it, palettes applied: one plane of bytes a channel.
+/// An image as GDAL reads it, palettes of bytes applied: one plane of samples in their own type a channel.
 struct OracleImage {
   struct Statistics {
     double min = 0.0;
@@ -19,8 +21,31 @@ struct OracleImage {
   std::vector<Statistics> statistics;
 };
 
-/// Reads a BMP or JPEG file of 8 bits a sample.
+/// Reads a BMP, JPEG or TIFF file.
 OracleImage ReadWithGdal(const std::string& path);
+
+/// A TIFF file as GDAL reads it, palettes left aside.
+struct StoredImage {
+  struct Plane {
+    int dataType = 0;  ///< GDAL's
+    int numBits = 0;   ///< of a sample as it is stored
+    int sampleBytes = 0;
+    std::vector<unsigned char> bytes;
+  };
+
+  bool isOpen = false;
+  int width = 0;
+  int height = 0;
+  int blockWidth = 0;
+  int blockHeight = 0;
+  std::vector<Plane> planes;
+  std::set<int> missingBlocks;  ///< of the first plane, counted row by row
+  bool isPlaced = false;
+  std::array<double, 6> transform{};  ///< corner x, pixel width, row shear, corner y, column shear, pixel height
+  int epsg = 0;                       ///< 0 where GDAL finds no code
+};
+
+StoredImage ReadStoredWithGdal(const std::string& path);
 
 /// Of samples in the same place; 256 where the planes have different sizes.
 int LargestDifference(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b);

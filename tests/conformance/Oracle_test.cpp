@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace {
@@ -40,7 +41,7 @@ TEST_P(StatisticsAgainstGdal, AreTheSame) {
     const OracleImage::Statistics& wanted = oracle_.statistics[c];
     EXPECT_NEAR(wanted.min, band.GetBandMin(), tolerance);
     EXPECT_NEAR(wanted.max, band.GetBandMax(), tolerance);
-    EXPECT_NEAR(wanted.mean, band.GetBandMean(), tolerance + 1e-9 * wanted.mean);
+    EXPECT_NEAR(wanted.mean, band.GetBandMean(), tolerance + 1e-9 * std::abs(wanted.mean));
     EXPECT_NEAR(wanted.stdDev, band.GetBandStdDev(), tolerance + 1e-9 * wanted.stdDev);
   }
 }
@@ -52,11 +53,11 @@ std::vector<Sample> SamplesThatGdalReads() {
   return samples;
 }
 
-/// Where levels are decimated, statistics are those of the coarsest one and not of the image.
+/// Where levels are decimated, statistics of an image of many tiles are those of the coarsest level.
 std::vector<Sample> SamplesOfFullResolution() {
   std::vector<Sample> samples;
-  for (const Sample& sample : AllSamples()) {
-    if (sample.levels == LevelRule::kFullResolution) samples.push_back(sample);
+  for (const Sample& sample : SamplesThatGdalReads()) {
+    if (sample.levels == LevelRule::kFullResolution || sample.isSmall) samples.push_back(sample);
   }
   return samples;
 }

@@ -12,9 +12,10 @@
 // The files over which the conformance suite runs: one row a kind of file that the library reads. A format joins by
 // adding its rows.
 
-/// What a read at level n gives: full resolution whatever the level, every 2^n-th sample of every 2^n-th row, or means
-/// of four samples of the level above as far as the file has levels.
-enum class LevelRule { kFullResolution, kDecimated, kMeans };
+/// What a read at level n gives: full resolution whatever the level, every 2^n-th sample of every 2^n-th row, such
+/// samples of each block counted from its own first one, or means of four samples of the level above as far as the file
+/// has levels.
+enum class LevelRule { kFullResolution, kDecimated, kDecimatedByBlock, kMeans };
 
 /// The disk under a sample while it is opened.
 enum class SampleDisk { kPlain, kWithoutMaps };
@@ -31,6 +32,8 @@ struct Sample {
   bool isSmall;         ///< so that it can be opened thousands of times
   int oracleTolerance;  ///< by which samples may differ from GDAL's, or `kNoOracle`
   tagXArr2* (*resultOfMaster)(ZRMBand& master, int channel);  ///< null where bands have nothing to do with each other
+  int blockWidth = 0;                                         ///< where levels are decimated by block
+  int blockHeight = 0;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Sample& sample);
@@ -54,6 +57,7 @@ struct Pixels {
   int width = 0;
   int height = 0;
   std::vector<unsigned char> bytes;
+  int sampleBytes = 1;
   friend bool operator==(const Pixels&, const Pixels&) = default;
 };
 

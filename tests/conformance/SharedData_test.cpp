@@ -1,3 +1,4 @@
+#include "ForeignFiles.h"
 #include "Oracle.h"
 #include "Samples.h"
 #include "TempFolder.h"
@@ -6,10 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstring>
 #include <filesystem>
-#include <set>
 
 // Files that other programs wrote, read as GDAL reads them or otherwise for the reason that stands beside each.
 
@@ -106,7 +105,7 @@ std::ostream& operator<<(std::ostream& stream, const Foreign& foreign) {
 class ForeignFile : public testing::TestWithParam<Foreign> {
  protected:
   void Check(const std::string& folder, int id) {
-    const std::string path = SharedDataDir() + "/" + folder + "/" + GetParam().name;
+    const std::string path = PathOfForeign(folder, GetParam().name);
     if (!std::filesystem::exists(path)) GTEST_SKIP() << "no shared data";
     const int isOpen = XRSFileIO::LoadFileRaster(&file_, id, path, err_, 0, kLevelNone, nullptr);
     ASSERT_EQ(GetParam().outcome != Outcome::kRefused, isOpen) << err_.GetText() << "; " << GetParam().reason;
@@ -182,31 +181,15 @@ TEST_P(ForeignJpegs, ComeOutAsListed) {
 }
 
 std::string NameOf(const testing::TestParamInfo<Foreign>& foreign) {
-  std::string name;
-  for (const char* c = foreign.param.name; *c; ++c) {
-    if (std::isalnum(static_cast<unsigned char>(*c))) name += *c;
-  }
-  return name;
+  return TestNameOf(foreign.param.name);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, ForeignBitmaps, testing::ValuesIn(kBitmaps), NameOf);
 INSTANTIATE_TEST_SUITE_P(Files, ForeignJpegs, testing::ValuesIn(kJpegs), NameOf);
 
-template <std::size_t kCount>
-void ExpectAllListed(const std::string& folder, const std::string& extension, const Foreign (&listed)[kCount]) {
-  const std::filesystem::path path = SharedDataDir() + "/" + folder;
-  if (!std::filesystem::is_directory(path)) GTEST_SKIP() << "no shared data";
-  std::set<std::string> names;
-  for (const Foreign& foreign : listed) names.insert(foreign.name);
-  for (const auto& entry : std::filesystem::directory_iterator(path)) {
-    if (entry.path().extension() != extension) continue;
-    EXPECT_TRUE(names.contains(entry.path().filename().string())) << entry;
-  }
-}
-
 TEST(ForeignFolders, HoldNoFileThatIsNotListed) {
-  ExpectAllListed("bmp", ".bmp", kBitmaps);
-  ExpectAllListed("jpeg", ".jpg", kJpegs);
+  ExpectAllListed("bmp", {".bmp"}, NamesOf(kBitmaps));
+  ExpectAllListed("jpeg", {".jpg"}, NamesOf(kJpegs));
 }
 
 }  // namespace

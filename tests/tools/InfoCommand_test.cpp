@@ -125,8 +125,8 @@ TEST_F(ZrkioInfo, FailuresStandInTheJsonToo) {
 }
 
 TEST_F(ZrkioInfo, NamesWhatThisBuildCannotRead) {
-  const std::string tif = Write("a.tif", {1});
-  EXPECT_EQ("zrkio: " + tif + ": TIFF, GeoTIFF files can't be read by this build\n", Run({"info", tif}).err);
+  const std::string sid = Write("a.sid", {1});
+  EXPECT_EQ("zrkio: " + sid + ": MrSID files can't be read by this build\n", Run({"info", sid}).err);
   const std::string odd = Write("a.odd", {1});
   EXPECT_EQ("zrkio: " + odd +
                 ": the format can't be told from the file's extension; zrkio formats lists those that are known\n",

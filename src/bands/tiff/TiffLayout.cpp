@@ -8,31 +8,16 @@
 namespace zrk {
 namespace {
 
-constexpr int kPhotometricWhiteIsZero = 0;
-constexpr int kPhotometricPalette = 3;
-constexpr int kPhotometricSeparated = 5;
-constexpr int kPhotometricYCbCr = 6;
-constexpr int kPhotometricCieLab = 8;
-constexpr int kPhotometricLogL = 32844;
-constexpr int kPhotometricLogLuv = 32845;
-
-constexpr int kCompressionJpeg = 7;
-
-constexpr int kFormatSigned = 2;
-constexpr int kFormatReal = 3;
-constexpr int kFormatComplexInteger = 5;
-constexpr int kFormatComplexReal = 6;
-
 /// Colour spaces that are left to libtiff.
 bool IsForeignColour(const TiffTags& tags) {
   switch (tags.photometric) {
-    case kPhotometricCieLab:
-    case kPhotometricLogL:
-    case kPhotometricLogLuv:
-    case kPhotometricSeparated:
+    case PHOTOMETRIC_CIELAB:
+    case PHOTOMETRIC_LOGL:
+    case PHOTOMETRIC_LOGLUV:
+    case PHOTOMETRIC_SEPARATED:
       return true;
-    case kPhotometricYCbCr:
-      return tags.compression != kCompressionJpeg;
+    case PHOTOMETRIC_YCBCR:
+      return tags.compression != COMPRESSION_JPEG;
     default:
       return false;
   }
@@ -51,7 +36,7 @@ void ChooseReader(TiffLayout& layout, bool rgbaIsOk) {
   } else {
     layout.isRgba = tags.bitsPerSample < 9 && IsForeignColour(tags) && rgbaIsOk;
   }
-  if (tags.sampleFormat == kFormatReal) {
+  if (tags.sampleFormat == SAMPLEFORMAT_IEEEFP) {
     layout.isOddBits = tags.bitsPerSample == 16 || tags.bitsPerSample == 24;
   } else {
     layout.isOddBits = !layout.isRgba && !layout.isBilevel && !IsWholeWidth(tags.bitsPerSample);
@@ -59,25 +44,25 @@ void ChooseReader(TiffLayout& layout, bool rgbaIsOk) {
 }
 
 int TypeOfOddBits(const TiffTags& tags) {
-  if (tags.sampleFormat == kFormatReal) return kReal32;
+  if (tags.sampleFormat == SAMPLEFORMAT_IEEEFP) return kReal32;
   if (tags.bitsPerSample >= 9 && tags.bitsPerSample <= 15) return kPint16;
   return tags.bitsPerSample > 16 ? kPint32 : kPint08;
 }
 
 int TypeOfWholeWidth(const TiffTags& tags) {
   const int bits = tags.bitsPerSample, format = tags.sampleFormat;
-  if (bits >= 9 && bits <= 16) return format == kFormatSigned ? kSint16 : kPint16;
+  if (bits >= 9 && bits <= 16) return format == SAMPLEFORMAT_INT ? kSint16 : kPint16;
   if (bits == 32) {
-    if (format == kFormatComplexInteger) return kCint16;
-    if (format == kFormatReal) return kReal32;
-    return format == kFormatSigned ? kSint32 : kPint32;
+    if (format == SAMPLEFORMAT_COMPLEXINT) return kCint16;
+    if (format == SAMPLEFORMAT_IEEEFP) return kReal32;
+    return format == SAMPLEFORMAT_INT ? kSint32 : kPint32;
   }
   if (bits == 64) {
-    if (format == kFormatReal) return kReal64;
-    if (format == kFormatComplexReal) return kCreal32;
-    if (format == kFormatComplexInteger) return kCint32;
+    if (format == SAMPLEFORMAT_IEEEFP) return kReal64;
+    if (format == SAMPLEFORMAT_COMPLEXIEEEFP) return kCreal32;
+    if (format == SAMPLEFORMAT_COMPLEXINT) return kCint32;
   }
-  if (bits == 128 && format == kFormatComplexReal) return kCreal64;
+  if (bits == 128 && format == SAMPLEFORMAT_COMPLEXIEEEFP) return kCreal64;
   return kPint08;
 }
 
@@ -86,15 +71,19 @@ int ChooseDataType(const TiffLayout& layout) {
   return layout.isOddBits ? TypeOfOddBits(layout.tags) : TypeOfWholeWidth(layout.tags);
 }
 
+bool CanHaveRamp(const TiffTags& tags) {
+  return tags.photometric == PHOTOMETRIC_MINISWHITE && tags.bitsPerSample >= 1 && tags.bitsPerSample <= 16;
+}
+
 /// An image is shown without its palette where there is no memory for it.
 void FindPalette(TiffLayout& layout, const TiffColourMap& map) {
   if (layout.isRgba) return;
   try {
     if (!map.red.empty()) {
       layout.palette = MakeTiffPalette(map);
-    } else if (layout.tags.bitsPerSample <= 16 && layout.tags.photometric == kPhotometricWhiteIsZero) {
+    } else if (CanHaveRamp(layout.tags)) {
       layout.palette = MakeFallingRamp(layout.tags.bitsPerSample);
-      layout.tags.photometric = kPhotometricPalette;
+      layout.tags.photometric = PHOTOMETRIC_PALETTE;
     }
   } catch (const std::bad_alloc&) {
     layout.palette = {};
@@ -155,7 +144,7 @@ TiffGrid CountTiffBlocks(const TiffTags& tags, int dataType) {
   const std::int64_t blockWidth = tags.blockWidth, blockHeight = tags.blockHeight;
   if (blockWidth == 0 || blockHeight == 0 || tags.width == 0 || tags.height == 0) return {};
   if (tags.blockWidth > kLongSide || tags.blockHeight > kLongSide) {
-    const std::int64_t sampleBytes = XfnGetDataSize(std::max(dataType, int{kPint08}));
+    const std::int64_t sampleBytes = std::max(XfnGetDataSize(std::max(dataType, int{kPint08})), 1);
     if (blockWidth > UINT32_MAX / sampleBytes / blockHeight) return {};
   }
   if (tags.width > kMostPixels - blockWidth || tags.height > kMostPixels - blockHeight) return {};

@@ -30,7 +30,7 @@ constexpr const char* kCadrgRule = "one of gn jn on tp ja tc tl in it, and 1 to 
 // No word stands in two rows, so that the order of rows does not matter to an extension.
 constexpr std::array kEntries = {
     Raster<IO::LoadFileZRM>(kFormatZRM, "Native raster", FoundBy::kWords, "zrm", "ZRMBandEPOT"),
-    Raster<IO::LoadFileTIF>(kFormatTIF, "TIFF, GeoTIFF", FoundBy::kWords, "tif tiff", kNoBand),
+    Raster<IO::LoadFileTIF>(kFormatTIF, "TIFF, GeoTIFF", FoundBy::kWords, "tif tiff", "ZRMBandGTIFF"),
     Raster<IO::LoadFileJPG>(kFormatJPG, "JPEG", FoundBy::kWords, "jpg", "ZRMBandJPG"),
     Raster<IO::LoadFileBMP>(kFormatBMP, "Windows bitmap", FoundBy::kWords, "bmp", "ZRMBandBMP"),
     Raster<IO::LoadFileDTED>(kFormatDTED, "DTED", FoundBy::kWords, "dt0 dt1 dt2", kNoBand),

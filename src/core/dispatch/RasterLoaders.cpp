@@ -3,6 +3,7 @@
 #include "XRSFile.h"
 #include "XRSFileIO.h"
 #include "ZRMBandBMP.h"
+#include "ZRMBandGTIFF.h"
 #include "ZRMBandJPG.h"
 
 // The raster loaders by name. Those of formats that this build can't read say so.
@@ -22,6 +23,12 @@ struct Jpeg {
   using Band = ZRMBandJPG;
   static constexpr ChannelNames kNames = ChannelNames::kPlain;
   static constexpr const char* kWorldFile = ".jpw";
+};
+
+struct Tiff {
+  using Band = ZRMBandGTIFF;
+  static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
+  static constexpr const char* kWorldFile = nullptr;
 };
 
 }  // namespace
@@ -51,8 +58,9 @@ int XRSFileIO::LoadFileZRM(XRSFile* file, XString path, XString& err, XThread* t
   return 0;
 }
 
-int XRSFileIO::LoadFileTIF(XRSFile* file, XString, XString& err, int, int, XThread*) {
-  return RefuseToRead(kFormatTIF, file, err);
+int XRSFileIO::LoadFileTIF(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return zrk::LoadRaster<Tiff>({file, path, err, calcStatistics, levelMode, thread});
 }
 
 int XRSFileIO::LoadFileDTED(XRSFile* file, XString, XString& err, int, int, XThread*) {

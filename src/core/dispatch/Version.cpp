@@ -1,11 +1,15 @@
 #include "ZRKVersion.h"
 
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 #include <gdal.h>
+#include <geotiff.h>
 #include <hwy/highway.h>
 #include <jpeglib.h>
 #include <ogr_srs_api.h>
+#include <tiffio.h>
 
 namespace {
 
@@ -34,6 +38,19 @@ XString DescribeJpeg() {
   return WithNumbers("libjpeg-turbo", kNumber / 1000000, kNumber / 1000 % 1000, kNumber % 1000);
 }
 
+/// The first line of the library's own text ends with the number.
+XString DescribeTiff() {
+  const std::string_view text = TIFFGetVersion();
+  const std::string_view line = text.substr(0, text.find('\n'));
+  return XString("libtiff ") + std::string(line.substr(line.rfind(' ') + 1));
+}
+
+XString DescribeGeoTiff() {
+  // 1710 is 1.7.1, and the last digit is for the library's own use.
+  constexpr int kNumber = LIBGEOTIFF_VERSION;
+  return WithNumbers("libgeotiff", kNumber / 1000, kNumber / 100 % 10, kNumber / 10 % 10);
+}
+
 }  // namespace
 
 const char* XfnGetVersion() {
@@ -45,6 +62,8 @@ XStringList XfnGetLibraryVersions() {
   versions.AddTail(DescribeGdal());
   versions.AddTail(DescribeProj());
   versions.AddTail(DescribeJpeg());
+  versions.AddTail(DescribeTiff());
+  versions.AddTail(DescribeGeoTiff());
   versions.AddTail(WithNumbers("Highway", HWY_MAJOR, HWY_MINOR, HWY_PATCH));
   return versions;
 }

@@ -5,7 +5,6 @@
 
 #include "core/dispatch/FormatTable.h"
 #include "core/dispatch/Outcome.h"
-#include "XDataType.h"
 
 #include <algorithm>
 #include <string_view>
@@ -97,11 +96,4 @@ int XRSFileIO::LoadFileBIP(XRSFile*, int, XString, int, int, int, int, int, XStr
 
 int XRSFileIO::LoadFileBSQ(XRSFile*, int, XString, int, int, int, int, int, XString&, XThread*) {
   return 1;
-}
-
-int XRSFileIO::GetGeoBounding(XString, double* const x, double* const y) {
-  if (!x || !y) return 0;
-  std::fill_n(x, 4, kNotSet);
-  std::fill_n(y, 4, kNotSet);
-  return 0;
 }

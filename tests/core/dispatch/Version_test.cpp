@@ -20,7 +20,7 @@ TEST(XfnGetLibraryVersions, NamesEachLibraryWithItsNumbers) {
     return testing::MatchesRegex(name + " [0-9]+\\.[0-9]+\\.[0-9]+");
   };
   EXPECT_THAT(texts, testing::ElementsAre(isVersionOf("GDAL"), isVersionOf("PROJ"), isVersionOf("libjpeg-turbo"),
-                                          isVersionOf("Highway")));
+                                          isVersionOf("libtiff"), isVersionOf("libgeotiff"), isVersionOf("Highway")));
 }
 
 }  // namespace

@@ -1,0 +1,118 @@
+#include "bands/tiff/TiffBits.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace zrk {
+namespace {
+
+static_assert(std::endian::native == std::endian::little);
+
+constexpr std::int64_t kWordBytes = 8;
+
+/// Eight bytes from `byte` on, the first one highest; 0 for those beyond the row.
+std::uint64_t LoadWord(PackedRow row, std::int64_t byte) {
+  std::uint64_t word = 0;
+  const std::int64_t available = std::min(row.numBytes - byte, kWordBytes);
+  if (available > 0) std::memcpy(&word, row.data + byte, static_cast<std::size_t>(available));
+  return __builtin_bswap64(word);
+}
+
+template <class Sample>
+void UnpackAs(PackedRow row, std::int64_t bit, std::int64_t bitStep, int numBits, int count, unsigned char* out) {
+  for (int i = 0; i < count; ++i, bit += bitStep) {
+    const std::uint64_t word = LoadWord(row, bit >> 3) << (bit & 7);
+    const auto sample = static_cast<Sample>(word >> (64 - numBits));
+    std::memcpy(out + i * static_cast<std::int64_t>(sizeof(Sample)), &sample, sizeof(Sample));
+  }
+}
+
+/// Eight pixels of one bit each, as eight bytes.
+std::uint64_t SpreadByte(unsigned char byte) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  constexpr std::uint64_t kBitOfPixel = 0x0102040810204080;
+  return (((byte * kEach) & kBitOfPixel) + 0x7f * kEach) >> 7 & kEach;
+}
+
+/// As `UnpackAs` for neighbours of one bit that begin with a byte; answers how many it took.
+int UnpackWholeBytes(PackedRow row, std::int64_t firstByte, int count, unsigned char* out) {
+  const auto numBytes = static_cast<int>(std::clamp<std::int64_t>(row.numBytes - firstByte, 0, count / 8));
+  for (int i = 0; i < numBytes; ++i) {
+    const std::uint64_t pixels = SpreadByte(row.data[firstByte + i]);
+    std::memcpy(out + std::int64_t{8} * i, &pixels, sizeof pixels);
+  }
+  return 8 * numBytes;
+}
+
+void UnpackSingleBits(PackedRow row, std::int64_t bit, int count, unsigned char* out) {
+  const int head = static_cast<int>(std::min<std::int64_t>(-bit & 7, count));
+  UnpackAs<std::uint8_t>(row, bit, 1, 1, head, out);
+  const int whole = UnpackWholeBytes(row, (bit + head) >> 3, count - head, out + head);
+  UnpackAs<std::uint8_t>(row, bit + head + whole, 1, 1, count - head - whole, out + head + whole);
+}
+
+constexpr std::uint32_t kSingleInfinity = 0x7f800000;
+constexpr std::uint32_t kSingleBias = 127;
+
+}  // namespace
+
+void UnpackBits(PackedRow row, std::int64_t firstBit, std::int64_t bitStep, int numBits, int count, int sampleBytes,
+                unsigned char* out) {
+  constexpr int kMostBits = 32;
+  if (numBits == 1 && bitStep == 1 && sampleBytes == 1) return UnpackSingleBits(row, firstBit, count, out);
+  if (numBits > kMostBits) {
+    firstBit += numBits - kMostBits;
+    numBits = kMostBits;
+  }
+  switch (sampleBytes) {
+    case 1:
+      return UnpackAs<std::uint8_t>(row, firstBit, bitStep, numBits, count, out);
+    case 2:
+      return UnpackAs<std::uint16_t>(row, firstBit, bitStep, numBits, count, out);
+    default:
+      return UnpackAs<std::uint32_t>(row, firstBit, bitStep, numBits, count, out);
+  }
+}
+
+std::uint32_t WidenHalf(std::uint16_t half) {
+  constexpr std::uint32_t kBias = 15, kMantissaBits = 10, kHidden = 1u << kMantissaBits, kLargestExponent = 31;
+  const std::uint32_t sign = (half & 0x8000u) << 16;
+  std::uint32_t exponent = half >> kMantissaBits & kLargestExponent;
+  std::uint32_t mantissa = half & (kHidden - 1);
+  if (exponent == kLargestExponent) return sign | kSingleInfinity | mantissa << 13;
+  if (exponent == 0) {
+    if (mantissa == 0) return sign;
+    const auto shift = static_cast<std::uint32_t>(std::countl_zero(mantissa)) - (31 - kMantissaBits);
+    mantissa = mantissa << shift & (kHidden - 1);
+    exponent = 1 - shift;
+  }
+  return sign | (exponent + kSingleBias - kBias) << 23 | mantissa << 13;
+}
+
+std::uint32_t WidenReal24(std::uint32_t real) {
+  constexpr std::uint32_t kBias = 63, kMantissaMask = 0xffff, kLargestExponent = 127, kNormalBit = 1u << 13;
+  const std::uint32_t sign = (real & 0x800000u) << 8;
+  std::uint32_t exponent = real >> 16 & kLargestExponent;
+  std::uint32_t mantissa = real & kMantissaMask;
+  if (exponent == kLargestExponent) return sign | kSingleInfinity | mantissa << 7;
+  if (exponent == 0) {
+    // With none of the bits 0 to 13 there is nothing that could be shifted up to that bit.
+    if ((mantissa & (2 * kNormalBit - 1)) == 0) return sign;
+    for (; !(mantissa & kNormalBit); mantissa <<= 1) --exponent;
+    ++exponent;
+    mantissa &= ~kNormalBit;
+  }
+  return sign | (exponent + kSingleBias - kBias) << 23 | mantissa << 7;
+}
+
+void UnpackReals(const unsigned char* source, std::int64_t byteStep, int numBits, int count, unsigned char* out) {
+  for (int i = 0; i < count; ++i, source += byteStep, out += sizeof(std::uint32_t)) {
+    std::uint32_t bits = 0;
+    std::memcpy(&bits, source, static_cast<std::size_t>(numBits / 8));
+    bits = numBits == 16 ? WidenHalf(static_cast<std::uint16_t>(bits)) : WidenReal24(bits);
+    std::memcpy(out, &bits, sizeof bits);
+  }
+}
+
+}  // namespace zrk

@@ -1,0 +1,190 @@
+#include "bands/tiff/TiffDecoder.h"
+
+#include "bands/tiff/TiffColours.h"
+#include "base/Checked.h"
+#include "XLimits.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace zrk {
+namespace {
+
+constexpr std::int64_t kColourBytes = 4;
+
+/// The largest piece of memory that libtiff may ask for: its tables and the packed bytes, beside blocks, of which it
+/// holds one for each colour.
+std::int64_t GetMostHandleBytes(const TiffSource& source) {
+  constexpr std::int64_t kTableBytes = std::int64_t{64} << 20;
+  return kTableBytes + (source.layout.isRgba ? 6 : 2) * source.blockBytes;
+}
+
+tmsize_t GetBlockBytes(TIFF* tiff) {
+  return TIFFIsTiled(tiff) ? TIFFTileSize(tiff) : TIFFStripSize(tiff);
+}
+
+/// The most bytes that a packed one can stand for, or more, for codes of which that is known.
+std::int64_t GetMostExpansion(int compression) {
+  switch (compression) {
+    case COMPRESSION_NONE:
+      return 1;
+    case COMPRESSION_PACKBITS:
+      return 64;
+    case COMPRESSION_LZW:
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_JPEG:
+      return 4096;
+    case COMPRESSION_ZSTD:
+    case COMPRESSION_LZMA:
+      return 65536;
+    default:
+      return INT64_MAX;
+  }
+}
+
+/// Whether a block can come out of its packed bytes, as far as the file has them, so that no memory is taken for a
+/// promise that isn't kept.
+bool CanHold(std::uint64_t packedBytes, std::int64_t fileBytes, std::int64_t numBytes, int compression) {
+  const std::uint64_t available =
+      std::min(packedBytes, static_cast<std::uint64_t>(std::max<std::int64_t>(fileBytes, 0)));
+  return numBytes / GetMostExpansion(compression) <= static_cast<std::int64_t>(available);
+}
+
+/// The tags as they were when the file was planned, apart from what the plan changes.
+bool HasTagsOf(const TiffLayout& layout, TIFF* tiff) {
+  TiffTags tags = ReadTiffTags(tiff);
+  tags.photometric = layout.tags.photometric;
+  return tags == layout.tags;
+}
+
+}  // namespace
+
+TiffDecoder::TiffDecoder(std::shared_ptr<const TiffSource> source, std::unique_ptr<TiffHandle> handle)
+    : source_(std::move(source)), handle_(std::move(handle)) {}
+
+std::unique_ptr<TiffDecoder> TiffDecoder::Open(std::shared_ptr<const TiffSource> source) {
+  std::unique_ptr<TiffHandle> handle =
+      TiffHandle::Open(source->file->Share(), source->name, source->messages, GetMostHandleBytes(*source));
+  if (!handle || !HasTagsOf(source->layout, handle->Get())) return nullptr;
+  AskForRgb(handle->Get(), source->layout.tags);
+  if (GetBlockBytes(handle->Get()) != source->blockBytes) return nullptr;
+  return std::unique_ptr<TiffDecoder>(new TiffDecoder(std::move(source), std::move(handle)));
+}
+
+unsigned char* TiffDecoder::MakeRoom(std::vector<unsigned char>& room, std::int64_t numBytes) {
+  const auto size = static_cast<std::size_t>(numBytes);
+  if (room.size() < size) room.resize(size);
+  return room.data();
+}
+
+/// As `MakeRoom`, and all of it 0: a decoder that meets damage may leave bytes as they are.
+unsigned char* TiffDecoder::MakeClearRoom(std::vector<unsigned char>& room, std::int64_t numBytes) {
+  unsigned char* const bytes = MakeRoom(room, numBytes);
+  std::memset(bytes, 0, static_cast<std::size_t>(numBytes));
+  return bytes;
+}
+
+bool TiffDecoder::BeginAnew() {
+  TIFF* const tiff = handle_->Get();
+  if (!TIFFSetDirectory(tiff, 0) || !HasTagsOf(source_->layout, tiff)) return false;
+  AskForRgb(tiff, source_->layout.tags);
+  return true;
+}
+
+std::optional<std::int64_t> TiffDecoder::FindPlainBlock(int block, std::int64_t fileBytes) {
+  const auto number = static_cast<std::uint32_t>(block);
+  if (TIFFGetStrileByteCount(handle_->Get(), number) == 0) return std::nullopt;
+  const auto offset = static_cast<std::int64_t>(TIFFGetStrileOffset(handle_->Get(), number));
+  if (!FitsWithin(offset, source_->BytesInFile(block), fileBytes)) return std::nullopt;
+  return offset;
+}
+
+bool TiffDecoder::IsThere(int block) {
+  const std::uint64_t packedBytes = TIFFGetStrileByteCount(handle_->Get(), static_cast<std::uint32_t>(block));
+  if (packedBytes == 0) return false;
+  return CanHold(packedBytes, source_->file->File().Size(), source_->BytesInFile(block),
+                 source_->layout.tags.compression);
+}
+
+bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
+  const auto number = static_cast<std::uint32_t>(block);
+  const std::int64_t numBytes = source_->BytesInFile(block);
+  const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, numBytes)
+                                                    : TIFFReadEncodedStrip(handle_->Get(), number, room, numBytes);
+  return got >= 0;
+}
+
+std::optional<TiffRows> TiffDecoder::DecodeBlock(int block) {
+  if (!IsThere(block)) return std::nullopt;
+  unsigned char* const room = MakeClearRoom(room_, source_->blockBytes);
+  if (!DecodeInto(block, room)) return std::nullopt;
+  return TiffRows{room, source_->rowBytes, static_cast<int>(source_->layout.tags.blockHeight)};
+}
+
+std::optional<TiffRows> TiffDecoder::DecodeColours(int blockX, int blockY) {
+  const TiffTags& tags = source_->layout.tags;
+  const int block = source_->BlockAt(blockX, blockY, 0);
+  if (tags.compression == COMPRESSION_OJPEG) return GoTo(block) ? LetColour(blockX, blockY) : std::nullopt;
+  if (!IsThere(block)) return std::nullopt;
+  const bool isPlainTile = tags.isTiled && tags.compression == COMPRESSION_NONE;
+  return isPlainTile ? ColourPlainTile(blockX, blockY) : LetColour(blockX, blockY);
+}
+
+/// The decoder of JPEG as it once was goes on where it stopped, whatever block is asked for.
+bool TiffDecoder::GoTo(int block) {
+  const bool goesOn = block == nextBlock_ || nextBlock_ < 0;
+  nextBlock_ = block + 1;
+  return goesOn || BeginAnew();
+}
+
+/// libtiff gives the rows of a block bottom-up.
+std::optional<TiffRows> TiffDecoder::LetColour(int blockX, int blockY) {
+  const TiffTags& tags = source_->layout.tags;
+  const std::int64_t stride = tags.blockWidth * kColourBytes;
+  const auto row = static_cast<std::uint32_t>(blockY) * tags.blockHeight;
+  const auto column = static_cast<std::uint32_t>(blockX) * tags.blockWidth;
+  const std::uint32_t numRows = tags.isTiled ? tags.blockHeight : std::min(tags.blockHeight, tags.height - row);
+  unsigned char* const room = MakeClearRoom(room_, stride * tags.blockHeight);
+  auto* const raster = reinterpret_cast<std::uint32_t*>(room);
+  const int isRead = tags.isTiled ? TIFFReadRGBATile(handle_->Get(), column, row, raster)
+                                  : TIFFReadRGBAStrip(handle_->Get(), row, raster);
+  if (!isRead) return std::nullopt;
+  return TiffRows{room + (numRows - 1) * stride, -stride, static_cast<int>(numRows)};
+}
+
+std::optional<TiffRows> TiffDecoder::ColourPlainTile(int blockX, int blockY) {
+  const TiffTags& tags = source_->layout.tags;
+  TiffColours colours(handle_->Get());
+  if (!colours) return std::nullopt;
+  const std::vector<int> planes = colours.GetPlanes();
+  unsigned char* const samples = MakeClearRoom(planes_, source_->blockBytes * std::ssize(planes));
+  for (std::size_t i = 0; i < planes.size(); ++i) {
+    const int block = source_->BlockAt(blockX, blockY, planes[i]);
+    unsigned char* const plane = samples + static_cast<std::int64_t>(i) * source_->blockBytes;
+    if (!IsThere(block) || !DecodeInto(block, plane)) return std::nullopt;
+  }
+  const std::int64_t stride = tags.blockWidth * kColourBytes;
+  unsigned char* const room = MakeClearRoom(room_, stride * tags.blockHeight);
+  colours.Convert(samples, source_->blockBytes, tags.blockWidth, tags.blockHeight,
+                  reinterpret_cast<std::uint32_t*>(room));
+  return TiffRows{room, stride, static_cast<int>(tags.blockHeight)};
+}
+
+std::optional<TiffRows> TiffDecoder::DecodeFirstRow() {
+  if (!source_->layout.isBilevel || !BeginAnew()) return std::nullopt;
+  TIFF* const tiff = handle_->Get();
+  const tmsize_t rowBytes = TIFFScanlineSize(tiff);
+  if (rowBytes < source_->rowBytes || rowBytes > GetLimits().decodedTileBytes) return std::nullopt;
+  unsigned char* const room = MakeClearRoom(room_, rowBytes);
+  if (TIFFReadScanline(tiff, room, 0, 0) == -1) return std::nullopt;
+  return TiffRows{room, source_->rowBytes, 1};
+}
+
+const unsigned char* TiffDecoder::ReadBytes(std::int64_t offset, std::int64_t count) {
+  unsigned char* const room = MakeRoom(room_, count);
+  return source_->file->File().ReadAt(offset, room, count) == count ? room : nullptr;
+}
+
+}  // namespace zrk

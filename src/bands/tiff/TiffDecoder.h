@@ -1,0 +1,63 @@
+#pragma once
+
+#include "bands/tiff/TiffSource.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace zrk {
+
+/// Rows of pixels in memory, the first one at `data`.
+struct TiffRows {
+  const unsigned char* data = nullptr;
+  std::int64_t stride = 0;  ///< bytes to the next row; negative where they lie bottom-up
+  int numRows = 0;
+};
+
+/// A handle of its own on the file, and room for one decoded block. For one thread at a time.
+class TiffDecoder {
+ public:
+  /// Null where the file can't be opened any more, or is another one than it was.
+  static std::unique_ptr<TiffDecoder> Open(std::shared_ptr<const TiffSource> source);
+
+  const TiffSource& GetSource() const { return *source_; }
+
+  /// Where a plain block lies; nothing where the file leaves it out, or where not all of it is in a file of
+  /// `fileBytes`.
+  std::optional<std::int64_t> FindPlainBlock(int block, std::int64_t fileBytes);
+
+  // The following answer nothing where the block can't be read, and otherwise bytes that stay until the next call.
+
+  /// A block as libtiff packs it, `TiffSource::blockBytes` long; rows below the image are 0.
+  std::optional<TiffRows> DecodeBlock(int block);
+  /// A block as bytes of red, green, blue and alpha.
+  std::optional<TiffRows> DecodeColours(int blockX, int blockY);
+  /// The first row of a bilevel image.
+  std::optional<TiffRows> DecodeFirstRow();
+  /// `count` bytes of the file.
+  const unsigned char* ReadBytes(std::int64_t offset, std::int64_t count);
+
+ private:
+  TiffDecoder(std::shared_ptr<const TiffSource> source, std::unique_ptr<TiffHandle> handle);
+
+  /// Reads the directory again, so that nothing is left of what was decoded before.
+  bool BeginAnew();
+  bool GoTo(int block);
+  static unsigned char* MakeRoom(std::vector<unsigned char>& room, std::int64_t numBytes);
+  static unsigned char* MakeClearRoom(std::vector<unsigned char>& room, std::int64_t numBytes);
+  /// Whether the file holds a block, as far as can be told without decoding it.
+  bool IsThere(int block);
+  bool DecodeInto(int block, unsigned char* room);
+  std::optional<TiffRows> LetColour(int blockX, int blockY);
+  std::optional<TiffRows> ColourPlainTile(int blockX, int blockY);
+
+  std::shared_ptr<const TiffSource> source_;
+  std::unique_ptr<TiffHandle> handle_;
+  std::vector<unsigned char> room_;
+  std::vector<unsigned char> planes_;  // of a block whose colours are made
+  int nextBlock_ = -1;                 // where old JPEG goes on; -1 before the first
+};
+
+}  // namespace zrk

@@ -1,0 +1,108 @@
+#include "bands/tiff/TiffImage.h"
+
+#include "XFile.h"
+#include "XMessageBox.h"
+
+#include <utility>
+
+namespace zrk {
+namespace {
+
+/// Tables of a directory; decoders have a bound of their own.
+constexpr std::int64_t kHandleBytes = std::int64_t{64} << 20;
+
+void TellOperator(const XString& text, const char* title) {
+  XfnMessageBox(text, title, kMessageIconError);
+}
+
+/// Whether there is a decoder for the file; otherwise the operator is told.
+bool HasDecoder(const TiffTags& tags) {
+  if (tags.compression != COMPRESSION_NONE && !TIFFIsCODECConfigured(static_cast<std::uint16_t>(tags.compression))) {
+    XString text;
+    text.Format("Fail to open fie [missing codec : %d]", tags.compression);
+    TellOperator(text, "Reading GeoTIFF...");
+    return false;
+  }
+  if (tags.compression == COMPRESSION_JPEG && tags.bitsPerSample != 8) {
+    TellOperator("Current version does not support 12 bit JPEG TIFF", "Reading GeoTIFF");
+    return false;
+  }
+  return true;
+}
+
+tagXTiffDirectory Describe(TIFF* tiff) {
+  const TiffTags tags = ReadTiffTags(tiff);
+  std::uint32_t subfile = 0;
+  TIFFGetField(tiff, TIFFTAG_SUBFILETYPE, &subfile);
+  return {ToSide(tags.width),      ToSide(tags.height),      tags.samplesPerPixel,
+          tags.bitsPerSample,      tags.compression,         subfile,
+          ToSide(tags.blockWidth), ToSide(tags.blockHeight), tags.isTiled};
+}
+
+bool CanLibtiffMakeColours(TIFF* tiff) {
+  char reason[1024] = "";
+  return TIFFRGBAImageOK(tiff, reason) == 1;
+}
+
+}  // namespace
+
+std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XString& err) {
+  auto image = std::make_shared<TiffImage>();
+  TiffSource& source = *image->source_;
+  XFile file;
+  if (file.Open(path, XFile::kRead | XFile::kShareDenyWrite)) {
+    source.name = path;
+    source.messages = std::make_shared<TiffMessages>();
+    source.file = std::make_shared<ViewedFile>(file.GetDiskFile());
+    image->handle_ = TiffHandle::Open(file.GetDiskFile(), path, source.messages, kHandleBytes);
+  }
+  if (!image->handle_) {
+    err = "Can't open file : " + path;
+    return nullptr;
+  }
+  TIFF* const tiff = image->handle_->Get();
+  const TiffTags tags = ReadTiffTags(tiff);
+  if (!HasDecoder(tags)) return nullptr;
+  AskForRgb(tiff, tags);
+  source.layout = PlanTiff(tags, ReadTiffColourMap(tiff, tags.bitsPerSample), CanLibtiffMakeColours(tiff));
+  return MeasureTiffBlocks(tiff, source, err) ? image : nullptr;
+}
+
+std::vector<tagXTiffDirectory> TiffImage::ListDirectories(int most) const {
+  std::vector<tagXTiffDirectory> directories;
+  const auto handle = TiffHandle::Open(source_->file->Share(), source_->name, source_->messages, kHandleBytes);
+  while (handle && std::ssize(directories) < most && TIFFReadDirectory(handle->Get())) {
+    directories.push_back(Describe(handle->Get()));
+  }
+  return directories;
+}
+
+std::unique_ptr<TiffDecoder> TiffImage::Take() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!decoders_.empty()) {
+      std::unique_ptr<TiffDecoder> decoder = std::move(decoders_.back());
+      decoders_.pop_back();
+      return decoder;
+    }
+  }
+  std::unique_ptr<TiffDecoder> decoder = TiffDecoder::Open(source_);
+  // There is room for the decoder when it comes back, which must not fail.
+  const std::lock_guard lock(mutex_);
+  if (decoder) decoders_.reserve(++numDecoders_);
+  return decoder;
+}
+
+void TiffImage::Return(std::unique_ptr<TiffDecoder> decoder) {
+  if (!decoder) return;
+  const std::lock_guard lock(mutex_);
+  decoders_.push_back(std::move(decoder));
+}
+
+void TiffImage::FreeDecoders() {
+  const std::lock_guard lock(mutex_);
+  numDecoders_ -= decoders_.size();
+  decoders_.clear();
+}
+
+}  // namespace zrk

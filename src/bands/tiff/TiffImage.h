@@ -1,0 +1,58 @@
+#pragma once
+
+#include "bands/tiff/TiffDecoder.h"
+#include "tagXTiffDirectory.h"
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace zrk {
+
+/// The first image of an open TIFF file, shared by its bands. For many threads at once: each read takes a decoder out
+/// of a pool, which grows to as many as there are readers at one time.
+class TiffImage {
+ public:
+  /// Reads the tags; null with the reason in `err`, or with no reason where the operator has been told.
+  static std::shared_ptr<TiffImage> Open(const XString& path, XString& err);
+
+  /// A decoder for the time of a read.
+  class Loan {
+   public:
+    explicit Loan(TiffImage& image) : image_(image), decoder_(image.Take()) {}
+    ~Loan() { image_.Return(std::move(decoder_)); }
+    Loan(const Loan&) = delete;
+    Loan& operator=(const Loan&) = delete;
+
+    explicit operator bool() const { return decoder_ != nullptr; }
+    TiffDecoder& operator*() const { return *decoder_; }
+    TiffDecoder* operator->() const { return decoder_.get(); }
+
+   private:
+    TiffImage& image_;
+    std::unique_ptr<TiffDecoder> decoder_;
+  };
+
+  const TiffSource& GetSource() const { return *source_; }
+  const TiffLayout& GetLayout() const { return source_->layout; }
+  /// Callers may hold its arrays, and none of them writes.
+  TiffPalette& GetPalette() const { return source_->layout.palette; }
+  /// The handle that the tags were read with.
+  TIFF* GetHandle() const { return handle_->Get(); }
+  /// The images behind the first one, up to `most` of them.
+  std::vector<tagXTiffDirectory> ListDirectories(int most) const;
+  /// Gives up the decoders that nobody uses.
+  void FreeDecoders();
+
+ private:
+  std::unique_ptr<TiffDecoder> Take();
+  void Return(std::unique_ptr<TiffDecoder> decoder);
+
+  std::shared_ptr<TiffSource> source_ = std::make_shared<TiffSource>();
+  std::unique_ptr<TiffHandle> handle_;
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<TiffDecoder>> decoders_;  // that are not lent, with room for all
+  std::size_t numDecoders_ = 0;                         // lent or not
+};
+
+}  // namespace zrk

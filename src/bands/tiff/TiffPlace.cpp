@@ -1,0 +1,131 @@
+#include "bands/tiff/TiffPlace.h"
+
+#include "base/WorldLines.h"
+
+#include <geotiff.h>
+#include <xtiffio.h>
+#include <cmath>
+#include <cstdint>
+#include <span>
+
+namespace zrk {
+namespace {
+
+constexpr int kRasterPixelIsPoint = 2;
+constexpr int kLatestMajorRevision = 1;
+
+void IgnoreMessage(GTIF*, int, const char*, ...) {}
+
+/// Whether libgeotiff can be let at the directory of keys. It keeps a thousand words of it, reads as many entries as
+/// the fourth word says, and takes a number that is stored at its end for its own address.
+bool IsSoundKeyDirectory(std::span<const std::uint16_t> words) {
+  constexpr std::size_t kHeaderWords = 4, kEntryWords = 4, kMostWords = 1000;
+  if (words.size() < kHeaderWords || words.size() > kMostWords) return false;
+  const std::size_t numKeys = words[3];
+  if (numKeys > (words.size() - kHeaderWords) / kEntryWords) return false;
+  for (std::size_t i = 0; i < numKeys; ++i) {
+    const std::span<const std::uint16_t> entry = words.subspan(kHeaderWords + kEntryWords * i, kEntryWords);
+    if (entry[1] == TIFFTAG_GEOKEYDIRECTORY && entry[2] == 1) return false;
+  }
+  return true;
+}
+
+/// The values of a tag of GeoTIFF. libtiff counts them in 16 bits where it knows the tag; where it has been made to
+/// forget it, they are left alone.
+template <class Value>
+std::span<const Value> GetValues(TIFF* tiff, ttag_t tag) {
+  const TIFFField* const field = TIFFFindField(tiff, tag, TIFF_ANY);
+  if (!field || TIFFFieldReadCount(field) != TIFF_VARIABLE) return {};
+  std::uint16_t count = 0;
+  const Value* values = nullptr;
+  if (!TIFFGetField(tiff, tag, &count, &values) || !values) return {};
+  return {values, count};
+}
+
+std::vector<double> ReadDoubles(TIFF* tiff, ttag_t tag) {
+  const std::span<const double> values = GetValues<double>(tiff, tag);
+  return {values.begin(), values.end()};
+}
+
+/// The value of a key that has just one; 0 where it is missing.
+int GetShort(gtiff* keys, geokey_t id) {
+  std::uint16_t value = 0;
+  tagtype_t type = TYPE_UNKNOWN;
+  const bool isOne = GTIFKeyInfo(keys, id, nullptr, &type) == 1 && type == TYPE_SHORT;
+  return isOne && GTIFKeyGet(keys, id, &value, 0, 1) == 1 ? value : 0;
+}
+
+std::optional<TiffPlace> IfFinite(const TiffPlace& place) {
+  const bool isFinite = std::isfinite(place.ulx) && std::isfinite(place.uly) && std::isfinite(place.xPixelSize) &&
+                        std::isfinite(place.yPixelSize);
+  return isFinite ? std::optional(place) : std::nullopt;
+}
+
+}  // namespace
+
+void GeoKeysFree::operator()(gtiff* gtif) const {
+  GTIFFree(gtif);
+}
+
+GeoKeys OpenGeoKeys(TIFF* tiff) {
+  const std::span<const std::uint16_t> words = GetValues<std::uint16_t>(tiff, TIFFTAG_GEOKEYDIRECTORY);
+  if (!words.empty() && !IsSoundKeyDirectory(words)) return nullptr;
+  return GeoKeys(GTIFNewEx(tiff, &IgnoreMessage, nullptr));
+}
+
+bool AreUsable(gtiff* keys) {
+  if (!keys) return false;
+  int versions[3] = {};
+  GTIFDirectoryInfo(keys, versions, nullptr);
+  tagtype_t type = TYPE_UNKNOWN;
+  const bool hasModelType = GTIFKeyInfo(keys, GTModelTypeGeoKey, nullptr, &type) == 1 && type == TYPE_SHORT;
+  return versions[1] <= kLatestMajorRevision && hasModelType;
+}
+
+TiffGeoTags ReadTiffGeoTags(TIFF* tiff, gtiff* keys) {
+  TiffGeoTags tags;
+  tags.isPoint = GetShort(keys, GTRasterTypeGeoKey) == kRasterPixelIsPoint;
+  tags.tiePoints = ReadDoubles(tiff, TIFFTAG_GEOTIEPOINTS);
+  tags.pixelScale = ReadDoubles(tiff, TIFFTAG_GEOPIXELSCALE);
+  tags.toWorld = ReadDoubles(tiff, TIFFTAG_GEOTRANSMATRIX);
+  return tags;
+}
+
+std::optional<TiffPlace> PlaceByScale(const TiffGeoTags& tags) {
+  if (tags.pixelScale.size() < 2 || tags.tiePoints.size() < 6) return {};
+  const double sx = tags.pixelScale[0], sy = tags.pixelScale[1], height = std::abs(sy);
+  if (sx == 0.0 || sy == 0.0) return {};
+  const std::vector<double>& t = tags.tiePoints;
+  TiffPlace place{t[3] - t[0] * sx, t[4] + t[1] * height, sx, sy};
+  if (tags.isPoint) {
+    place.ulx -= sx / 2;
+    place.uly += height / 2;
+  }
+  return IfFinite(place);
+}
+
+std::optional<TiffPlace> PlaceByMatrix(const TiffGeoTags& tags) {
+  const std::vector<double>& m = tags.toWorld;
+  if (m.size() != 16 || m[0] == 0.0 || m[5] == 0.0) return {};
+  TiffPlace place{m[3], m[7], std::abs(m[0]), std::abs(m[5])};
+  if (tags.isPoint) {
+    place.ulx -= m[1] / 2 + m[0] / 2;
+    place.uly -= m[5] / 2 + m[4] / 2;
+  }
+  return IfFinite(place);
+}
+
+std::optional<TiffPlace> PlaceByTags(const TiffGeoTags& tags) {
+  const std::optional<TiffPlace> place = PlaceByScale(tags);
+  return place ? place : PlaceByMatrix(tags);
+}
+
+std::optional<TiffPlace> PlaceByWorldLines(const WorldLines& lines, int width, int height) {
+  const double a = lines.numbers[0], d = lines.numbers[3], e = lines.numbers[4], f = lines.numbers[5];
+  TiffPlace place{e, f, std::abs(a), std::abs(d)};
+  if (a < 0.0) place.ulx = e - std::abs(a) * width;
+  if (d >= 0.0) place.uly = height * d + f;
+  return IfFinite(place);
+}
+
+}  // namespace zrk

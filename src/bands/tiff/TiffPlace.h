@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <tiffio.h>
+
+struct gtiff;
+
+namespace zrk {
+
+struct WorldLines;
+
+struct GeoKeysFree {
+  void operator()(gtiff* gtif) const;
+};
+/// libgeotiff's handle for the geokeys of a directory. It must not outlive the TIFF handle.
+using GeoKeys = std::unique_ptr<gtiff, GeoKeysFree>;
+
+/// The geokeys of the current directory; null where they are not laid out as they should be. A directory without any
+/// has a handle too.
+GeoKeys OpenGeoKeys(TIFF* tiff);
+/// Whether there are keys of a version that is known, with a model type among them.
+bool AreUsable(gtiff* keys);
+
+/// The geo tags of a directory as they are stored; a list is empty where its tag is missing.
+struct TiffGeoTags {
+  bool isPoint = false;            ///< whether places are those of pixel centres and not of corners
+  std::vector<double> tiePoints;   ///< six numbers each: column, row and 0, then x, y and z in the world
+  std::vector<double> pixelScale;  ///< in x, y and z
+  std::vector<double> toWorld;     ///< a matrix of four rows
+};
+
+TiffGeoTags ReadTiffGeoTags(TIFF* tiff, gtiff* keys);
+
+/// Where an image lies: the outer corner of its first pixel, and the pixel sizes.
+struct TiffPlace {
+  double ulx = 0.0;
+  double uly = 0.0;
+  double xPixelSize = 1.0;
+  double yPixelSize = 1.0;
+  friend bool operator==(const TiffPlace&, const TiffPlace&) = default;
+};
+
+// What places an image is empty where it can't: numbers are missing, or are not finite, which would make every place in
+// the world that is worked out from them none.
+
+/// By the pixel scale and the first tie point. The size in y has the sign that is stored, the corner is worked out
+/// without it.
+std::optional<TiffPlace> PlaceByScale(const TiffGeoTags& tags);
+/// By the matrix, of which the sizes are absolute values on the diagonal.
+std::optional<TiffPlace> PlaceByMatrix(const TiffGeoTags& tags);
+/// By the scale, or else by the matrix.
+std::optional<TiffPlace> PlaceByTags(const TiffGeoTags& tags);
+/// By a world file, for an image of that size. A line that is missing counts as 0. The origin is a corner as it is
+/// read; a pixel size in y that is not negative tells that it is the lower one.
+std::optional<TiffPlace> PlaceByWorldLines(const WorldLines& lines, int width, int height);
+
+}  // namespace zrk

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "bands/tiff/TiffLayout.h"
+#include "base/ViewedFile.h"
+#include "codec/TiffHandle.h"
+#include "XString.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace zrk {
+
+/// An open file as all decoders of it see it. It never changes.
+struct TiffSource {
+  XString name;
+  std::shared_ptr<ViewedFile> file;
+  std::shared_ptr<TiffMessages> messages;
+  TiffLayout layout;
+  TiffGrid grid;
+  std::int64_t blockBytes = 0;  ///< of a decoded block, as libtiff packs it
+  std::int64_t rowBytes = 0;    ///< of a row of a block, unless libtiff makes colours of it
+  bool isPlain = false;         ///< blocks lie in the file as they are decoded, but perhaps for the order of bytes
+
+  int BlocksPerPlane() const { return grid.across * grid.down; }
+  /// Samples that lie together in a block.
+  int SamplesTogether() const { return layout.tags.IsPlanar() ? 1 : layout.tags.samplesPerPixel; }
+  /// The block of a place in the grid, in the plane of a sample.
+  int BlockAt(int blockX, int blockY, int sample) const {
+    return grid.across * blockY + blockX + (layout.tags.IsPlanar() ? BlocksPerPlane() * sample : 0);
+  }
+  /// Bytes of a block that are in the file: those of the rows within the image.
+  std::int64_t BytesInFile(int block) const;
+};
+
+/// Tells how the file's blocks are to be read; false where they can't be, with the reason in `err`.
+bool MeasureTiffBlocks(TIFF* tiff, TiffSource& source, XString& err);
+
+/// Has libtiff turn JPEG in YCbCr into red, green and blue.
+void AskForRgb(TIFF* tiff, const TiffTags& tags);
+
+}  // namespace zrk
