@@ -6,6 +6,7 @@
 // status into `status`: 0, or 1 where a job failed.
 
 void AddInfoCommand(CLI::App& program, int& status);
+void AddBoundsCommand(CLI::App& program, int& status);
 void AddReadCommand(CLI::App& program, int& status);
 void AddViewCommand(CLI::App& program, int& status);
 void AddLevelsCommand(CLI::App& program, int& status);

@@ -36,6 +36,7 @@ int Parse(CLI::App& program, int argc, char** argv, const int& status) {
 const char* const kExamples =
     "Examples:\n"
     "  zrkio info --stats earth.jpg\n"
+    "  zrkio bounds scene.tif\n"
     "  zrkio view earth.jpg -o earth.png --max-size 800\n"
     "  zrkio levels earth.jpg\n"
     "  zrkio convert earth.jpg earth.zrm\n"
@@ -57,6 +58,7 @@ int Run(int argc, char** argv) {
 
   int status = 0;
   AddInfoCommand(program, status);
+  AddBoundsCommand(program, status);
   AddReadCommand(program, status);
   AddViewCommand(program, status);
   AddLevelsCommand(program, status);
