@@ -138,6 +138,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
     MakeJpeg(stem + ".jpg", options.side / 2);
     AddJpegRows(options, stem + ".jpg", rows);
   }
+  if (wants("tiff")) AddTiffRows(options, rows);
   if (wants("level")) AddLevelRows(options, rows);
   if (wants("comp")) AddCompressedRows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });

@@ -29,3 +29,5 @@ std::vector<Row> MakeRows(const BenchOptions& options);
 /// The rows about level files, and those about compressed native rasters.
 void AddLevelRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddCompressedRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about TIFF files.
+void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -71,8 +71,7 @@ void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
       benchmark::RunSpecifiedBenchmarks(&collector, "^" + row.key + "_(ours|theirs)/");
     }
   }
-  std::printf("%-52s %10s  %-24s %10s %6s %8s\n", "median times", "zrkio", "beside", "", "ratio",
-              "target");
+  std::printf("%-52s %10s  %-24s %10s %6s %8s\n", "median times", "zrkio", "beside", "", "ratio", "target");
   for (const Row& row : rows) {
     const double ours = collector.GetMedian(row.key + "_ours") / row.times;
     PrintRow(row, ours, row.theirs ? collector.GetMedian(row.key + "_theirs") / row.times : 0.0);

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Inputs.h"
+
+#include <gdal_priv.h>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+/// How a three-channel TIFF of bytes lays its pixels out.
+struct TiffKind {
+  const char* key;
+  const char* title;
+  std::vector<std::string> options;  ///< of GDAL, which writes it
+  bool isPlain;                      ///< not compressed
+  int windowShare = 1;               ///< of how many windows one is read, where each takes long
+};
+
+/// The picture of `PaintedBand` in such a file, unless it is there.
+void MakeTiff(const std::string& path, int side, const TiffKind& kind);
+
+/// One band by GDAL. With `keepsBlocks` false, nothing that a window decoded is there for the next one.
+class GdalBand {
+ public:
+  GdalBand(const std::string& path, int channel, bool keepsBlocks);
+  const std::vector<unsigned char>& Read(const Window& window);
+  void Read(std::span<const Window> windows) {
+    for (const Window& window : windows) Read(window);
+  }
+
+ private:
+  std::unique_ptr<GDALDataset, void (*)(GDALDataset*)> dataset_;
+  GDALRasterBand* band_;
+  bool keepsBlocks_;
+  std::vector<unsigned char> samples_;
+};
+
+/// One band of a file of bytes by libtiff alone: whole blocks are decoded and what the window wants of them is copied.
+class LibtiffBand {
+ public:
+  LibtiffBand(const std::string& path, int channel);
+  ~LibtiffBand();
+  LibtiffBand(const LibtiffBand&) = delete;
+  LibtiffBand& operator=(const LibtiffBand&) = delete;
+  const std::vector<unsigned char>& Read(const Window& window);
+  void Read(std::span<const Window> windows) {
+    for (const Window& window : windows) Read(window);
+  }
+
+ private:
+  struct Handle;
+  void ReadBlock(const Window& window, int blockX, int blockY);
+
+  std::unique_ptr<Handle> handle_;
+  std::vector<unsigned char> samples_;
+};
