@@ -30,6 +30,9 @@ class TiffMessages {
 /// nothing is mapped: a file that is cut while it is read is an error and not a signal.
 class TiffHandle {
  public:
+  /// Enough for the tables of any sound directory; what decodes needs room for its blocks beside it.
+  static constexpr std::int64_t kTableBytes = std::int64_t{64} << 20;
+
   /// Opens the first directory; null, with a note of the reason, where that can't be. `name` is what `TIFFFileName`
   /// answers. No piece of memory that libtiff asks for is larger than `mostBytes`.
   static std::unique_ptr<TiffHandle> Open(std::shared_ptr<DiskFile> file, const XString& name,

@@ -16,8 +16,7 @@ constexpr std::int64_t kColourBytes = 4;
 /// The largest piece of memory that libtiff may ask for: its tables and the packed bytes, beside blocks, of which it
 /// holds one for each colour.
 std::int64_t GetMostHandleBytes(const TiffSource& source) {
-  constexpr std::int64_t kTableBytes = std::int64_t{64} << 20;
-  return kTableBytes + (source.layout.isRgba ? 6 : 2) * source.blockBytes;
+  return TiffHandle::kTableBytes + (source.layout.isRgba ? 6 : 2) * source.blockBytes;
 }
 
 tmsize_t GetBlockBytes(TIFF* tiff) {

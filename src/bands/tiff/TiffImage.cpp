@@ -8,9 +8,6 @@
 namespace zrk {
 namespace {
 
-/// Tables of a directory; decoders have a bound of their own.
-constexpr std::int64_t kHandleBytes = std::int64_t{64} << 20;
-
 void TellOperator(const XString& text, const char* title) {
   XfnMessageBox(text, title, kMessageIconError);
 }
@@ -54,7 +51,7 @@ std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XString& err) {
     source.name = path;
     source.messages = std::make_shared<TiffMessages>();
     source.file = std::make_shared<ViewedFile>(file.GetDiskFile());
-    image->handle_ = TiffHandle::Open(file.GetDiskFile(), path, source.messages, kHandleBytes);
+    image->handle_ = TiffHandle::Open(file.GetDiskFile(), path, source.messages, TiffHandle::kTableBytes);
   }
   if (!image->handle_) {
     err = "Can't open file : " + path;
@@ -70,7 +67,8 @@ std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XString& err) {
 
 std::vector<tagXTiffDirectory> TiffImage::ListDirectories(int most) const {
   std::vector<tagXTiffDirectory> directories;
-  const auto handle = TiffHandle::Open(source_->file->Share(), source_->name, source_->messages, kHandleBytes);
+  const auto handle =
+      TiffHandle::Open(source_->file->Share(), source_->name, source_->messages, TiffHandle::kTableBytes);
   while (handle && std::ssize(directories) < most && TIFFReadDirectory(handle->Get())) {
     directories.push_back(Describe(handle->Get()));
   }

@@ -10,7 +10,6 @@
 #include "XDataType.h"
 #include "XFile.h"
 #include "XGeoKeys.h"
-#include "XLimits.h"
 #include "XPath.h"
 #include "XRSFile.h"
 #include "XSpatialReference.h"
@@ -82,7 +81,7 @@ std::unique_ptr<zrk::TiffHandle> OpenTiff(const XString& path) {
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyWrite)) return nullptr;
   return zrk::TiffHandle::Open(file.GetDiskFile(), path, std::make_shared<zrk::TiffMessages>(),
-                               zrk::GetLimits().tableBytes);
+                               zrk::TiffHandle::kTableBytes);
 }
 
 /// What leads from the system that the keys describe to WGS 84; null where they describe none.
