@@ -8,6 +8,9 @@
 /// The physical memory that programs could still take, in percent of all there is; 100.0 where it can't be told.
 ZRKIO_API double XfnGetAvailablePhysicalMemoryInPercent();
 
+/// Whether the folder of `path` has room for that many bytes; 1 where that can't be told, else 1 or 0.
+ZRKIO_API int XfnIsDiskSpaceEnough(const XString& path, std::int64_t bytes);
+
 /// A name in the system's folder for temporary files that begins with `prefix` and that no file has yet. The
 /// empty file is created, so that nobody else gets the name; empty text where that fails.
 ZRKIO_API XString XfnGetTempFileName(const XString& prefix);
@@ -26,5 +29,5 @@ ZRKIO_API void XfnSetWorkerCount(int count);
 ZRKIO_API int XfnGetWorkerCount();
 
 /// The rows of a processing block of an image `width` samples wide and `height` high: `wantedRows`, or fewer where
-/// that would pass the image or take more than some 32 MB. At least 1.
+/// that would pass the image or take more than 2 MB, which stay in the processor's cache. At least 1.
 ZRKIO_API int XfnCalcBlockHeight(long width, long height, long bytesPerSample, long wantedRows);

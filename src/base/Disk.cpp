@@ -1,6 +1,7 @@
 #include "base/Disk.h"
 
 #include <atomic>
+#include <cerrno>
 
 namespace zrk {
 
@@ -13,6 +14,10 @@ std::atomic<Disk*> current = nullptr;
 DiskMap::~DiskMap() = default;
 DiskFile::~DiskFile() = default;
 Disk::~Disk() = default;
+
+int Disk::CountFreeBytes(const std::string&, std::int64_t&) {
+  return ENOTSUP;
+}
 
 Disk& CurrentDisk() {
   Disk* disk = current.load(std::memory_order_acquire);

@@ -57,6 +57,8 @@ class Disk {
   virtual int Remove(const std::string& path) = 0;
   virtual int SyncFolder(const std::string& folder) = 0;
   virtual bool Exists(const std::string& path) = 0;
+  /// How many bytes the folder of `path` has room for.
+  virtual int CountFreeBytes(const std::string& path, std::int64_t& bytes);
   /// Whether both names lead to one file that exists.
   virtual bool AreSame(const std::string& one, const std::string& other) { return one == other && Exists(one); }
 };

@@ -1,11 +1,13 @@
 // The disk of the operating system.
 
+#include "base/Checked.h"
 #include "base/Disk.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
@@ -151,6 +153,18 @@ class SystemDiskImpl : public Disk {
     const Descriptor descriptor(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!descriptor.IsOpen()) return errno;
     return ::fsync(descriptor.Number()) == 0 ? 0 : errno;
+  }
+
+  int CountFreeBytes(const std::string& path, std::int64_t& bytes) override {
+    const std::size_t nameAt = path.rfind('/') + 1;  // 0 where there is no folder in front
+    struct statvfs status;
+    if (::statvfs(nameAt == 0 ? "." : path.substr(0, nameAt).c_str(), &status) != 0) return errno;
+    // A count that takes the sign for itself is no sound one and makes the product negative.
+    const auto product =
+        CheckedMultiply(static_cast<std::int64_t>(status.f_bavail), static_cast<std::int64_t>(status.f_frsize));
+    if (!product || *product < 0) return EOVERFLOW;
+    bytes = *product;
+    return 0;
   }
 
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }

@@ -1,5 +1,6 @@
 #include "XSystem.h"
 
+#include "base/Disk.h"
 #include "XFile.h"
 
 #include <fcntl.h>
@@ -52,6 +53,11 @@ double XfnGetAvailablePhysicalMemoryInPercent() {
   return total && available && *total > 0.0 ? 100.0 * *available / *total : 100.0;
 }
 
+int XfnIsDiskSpaceEnough(const XString& path, std::int64_t bytes) {
+  std::int64_t freeBytes = 0;
+  return zrk::CurrentDisk().CountFreeBytes(path.AsStdString(), freeBytes) != 0 || bytes <= freeBytes;
+}
+
 XString XfnGetTempFileName(const XString& prefix) {
   const char* folder = std::getenv("TMPDIR");
   std::string name = std::string(folder && *folder ? folder : "/tmp") + "/" + prefix.AsStdString() + "XXXXXX";
@@ -92,7 +98,7 @@ int XfnGetWorkerCount() {
 }
 
 int XfnCalcBlockHeight(long width, long height, long bytesPerSample, long wantedRows) {
-  constexpr long kBlockBytes = 32L << 20;
+  constexpr long kBlockBytes = 2L << 20;
   const long rowBytes = std::max(width, 1L) > kBlockBytes / std::max(bytesPerSample, 1L)
                             ? kBlockBytes
                             : std::max(width, 1L) * std::max(bytesPerSample, 1L);

@@ -1,8 +1,28 @@
 #include "XWorldFile.h"
 
 #include "base/WorldLines.h"
+#include "XFile.h"
 
+#include <charconv>
 #include <cmath>
+#include <limits>
+#include <string>
+
+namespace {
+
+/// A number with ten digits behind the point, in a column 30 wide, whatever language the program speaks.
+std::string MakeLine(double number) {
+  constexpr int kDigits = 10;
+  constexpr std::size_t kWidth = 30;
+  char text[std::numeric_limits<double>::max_exponent10 + kDigits + 4];
+  const std::to_chars_result result =
+      std::to_chars(std::begin(text), std::end(text), number, std::chars_format::fixed, kDigits);
+  std::string line(text, result.ptr);
+  if (line.size() < kWidth) line.insert(0, kWidth - line.size(), ' ');
+  return line + '\n';
+}
+
+}  // namespace
 
 XWorldFile::~XWorldFile() = default;
 
@@ -15,6 +35,16 @@ bool XWorldFile::Read(const XString& path) {
     if (fields[i]) *fields[i] = lines->numbers[i];
   }
   return true;
+}
+
+int XWorldFile::Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y) {
+  std::string text;
+  for (const double number : {xPixelSize, 0.0, 0.0, -yPixelSize, x, y}) text += MakeLine(number);
+  XFile file;
+  if (!file.Open(path, XFile::kWrite | XFile::kCreate)) return 0;
+  if (file.Write(text.data(), static_cast<std::int64_t>(text.size()))) return 1;
+  XFile::Remove(path);
+  return 0;
 }
 
 double XWorldFile::Left(int width) const {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -131,6 +132,30 @@ TEST_F(SystemDisk, SyncsFilesAndFolders) {
   EXPECT_EQ(0, zrk::SystemDisk().SyncFolder(""));  // the folder one is in
   EXPECT_EQ(ENOENT, zrk::SystemDisk().SyncFolder(folder_.Path("none")));
   EXPECT_EQ(ENOTDIR, zrk::SystemDisk().SyncFolder(path_));
+}
+
+/// Whether a figure is that of the C++ library for a folder, up to what others write meanwhile.
+void ExpectFreeBytes(const std::string& path, const std::filesystem::path& folder) {
+  std::int64_t bytes = -1;
+  EXPECT_EQ(0, zrk::SystemDisk().CountFreeBytes(path, bytes));
+  const auto expected = static_cast<double>(std::filesystem::space(folder).available);
+  EXPECT_NEAR(expected, static_cast<double>(bytes), 0.05 * expected + (1 << 26)) << path;
+}
+
+TEST_F(SystemDisk, TellsTheRoomThatTheFolderOfAFileHas) {
+  ExpectFreeBytes(path_, folder_.Path());  // whether the file is there or not
+  ExpectFreeBytes(folder_.Path() + "/", folder_.Path());
+  ExpectFreeBytes("a.bin", ".");
+  ExpectFreeBytes("/a.bin", "/");
+  ExpectFreeBytes("/proc/a.bin", "/proc");
+}
+
+TEST_F(SystemDisk, CannotTellTheRoomOfAFolderThatIsNotThere) {
+  std::int64_t bytes = 7;
+  EXPECT_EQ(ENOENT, zrk::SystemDisk().CountFreeBytes(folder_.Path("none/a.bin"), bytes));
+  folder_.Write("a.bin", "x");
+  EXPECT_EQ(ENOTDIR, zrk::SystemDisk().CountFreeBytes(path_ + "/b.bin", bytes));
+  EXPECT_EQ(7, bytes);
 }
 
 TEST_F(SystemDisk, FoldersAreNotRemoved) {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -36,6 +37,13 @@ double AvailableOf(std::string_view table) {
   MemoryTable disk(table);
   const zrk::ScopedDisk scope(disk);
   return XfnGetAvailablePhysicalMemoryInPercent();
+}
+
+int IsEnoughWith(std::int64_t freeBytes, std::int64_t bytes) {
+  FaultyDisk disk;
+  disk.SetFreeBytes(freeBytes);
+  const zrk::ScopedDisk scope(disk);
+  return XfnIsDiskSpaceEnough("a.tif", bytes);
 }
 
 /// Another folder for temporary files while a test runs.
@@ -94,6 +102,27 @@ TEST(XSystem, AvailableMemoryIsAllWhereItCannotBeTold) {
   disk.FailOpen(1);
   const zrk::ScopedDisk scope(disk);
   EXPECT_EQ(100.0, XfnGetAvailablePhysicalMemoryInPercent());
+}
+
+TEST(XSystem, DiskSpaceIsEnoughUpToWhatIsFree) {
+  EXPECT_EQ(1, IsEnoughWith(1000, 999));
+  EXPECT_EQ(1, IsEnoughWith(1000, 1000));
+  EXPECT_EQ(0, IsEnoughWith(1000, 1001));
+  EXPECT_EQ(0, IsEnoughWith(0, 1));
+  EXPECT_EQ(1, IsEnoughWith(0, 0));
+  EXPECT_EQ(1, IsEnoughWith(0, INT64_MIN));
+  EXPECT_EQ(1, IsEnoughWith(INT64_MAX, INT64_MAX));
+}
+
+TEST(XSystem, DiskSpaceIsEnoughWhereItCannotBeTold) {
+  EXPECT_EQ(1, IsEnoughWith(-1, INT64_MAX));
+  EXPECT_EQ(1, XfnIsDiskSpaceEnough("/no/such/folder/a.tif", INT64_MAX));
+}
+
+TEST(XSystem, DiskSpaceIsThatOfTheSystem) {
+  const TempFolder folder;
+  EXPECT_EQ(1, XfnIsDiskSpaceEnough(folder.Path("a.tif"), 1));
+  EXPECT_EQ(0, XfnIsDiskSpaceEnough(folder.Path("a.tif"), INT64_MAX));
 }
 
 TEST(XSystem, TemporaryNamesAreTakenAndNew) {
@@ -167,12 +196,12 @@ TEST(XSystem, ThereIsOneWorkerUntilMoreAreGivenAndNeverLess) {
   }
 }
 
-TEST(XSystem, BlocksTakeAtMost32Megabytes) {
-  EXPECT_EQ(32, XfnCalcBlockHeight(1 << 20, 1000, 1, 1000));
-  EXPECT_EQ(31, XfnCalcBlockHeight((1 << 20) + 1, 1000, 1, 1000));
-  EXPECT_EQ(4, XfnCalcBlockHeight(1 << 20, 1000, 8, 1000));
-  EXPECT_EQ(1, XfnCalcBlockHeight(1 << 25, 1000, 1, 1000));
-  EXPECT_EQ(1, XfnCalcBlockHeight((1 << 25) + 1, 1000, 1, 1000));
+TEST(XSystem, BlocksTakeAtMostTwoMegabytes) {
+  EXPECT_EQ(32, XfnCalcBlockHeight(1 << 16, 1000, 1, 1000));
+  EXPECT_EQ(31, XfnCalcBlockHeight((1 << 16) + 1, 1000, 1, 1000));
+  EXPECT_EQ(4, XfnCalcBlockHeight(1 << 16, 1000, 8, 1000));
+  EXPECT_EQ(1, XfnCalcBlockHeight(1 << 21, 1000, 1, 1000));
+  EXPECT_EQ(1, XfnCalcBlockHeight((1 << 21) + 1, 1000, 1, 1000));
 }
 
 TEST(XSystem, BlocksHaveAtLeastOneRow) {
@@ -185,7 +214,7 @@ TEST(XSystem, BlocksHaveAtLeastOneRow) {
 TEST(XSystem, BlocksHaveTheRowsWantedWhereTheyFit) {
   EXPECT_EQ(200, XfnCalcBlockHeight(1000, 1000, 1, 200));
   EXPECT_EQ(50, XfnCalcBlockHeight(1000, 50, 1, 200));
-  EXPECT_EQ(32, XfnCalcBlockHeight(1 << 20, 1000, 1, 200));
+  EXPECT_EQ(32, XfnCalcBlockHeight(1 << 16, 1000, 1, 200));
   EXPECT_EQ(1, XfnCalcBlockHeight(1 << 30, 1000, 8, 200));
   EXPECT_EQ(1, XfnCalcBlockHeight(LONG_MAX, LONG_MAX, LONG_MAX, LONG_MAX));
   EXPECT_EQ(1, XfnCalcBlockHeight(0, 0, 0, 0));

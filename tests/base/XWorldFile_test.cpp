@@ -7,8 +7,10 @@
 #include <clocale>
 #include <cmath>
 #include <limits>
+#include <locale>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -41,6 +43,37 @@ class CommaLocale {
  private:
   bool isSet_ = false;
 };
+
+/// Numbers of streams have a comma for a point while this lives.
+class CommaStreams {
+ public:
+  CommaStreams() : before_(std::locale::global(std::locale(std::locale::classic(), new Comma))) {}
+  ~CommaStreams() { std::locale::global(before_); }
+  CommaStreams(const CommaStreams&) = delete;
+  CommaStreams& operator=(const CommaStreams&) = delete;
+
+ private:
+  struct Comma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+  };
+  std::locale before_;
+};
+
+/// The text of the file that is written for these numbers.
+std::string WrittenText(double xPixelSize, double yPixelSize, double x, double y) {
+  const TempFolder folder;
+  EXPECT_EQ(1, XWorldFile::Write(folder.Path("a.tfw"), xPixelSize, yPixelSize, x, y));
+  const std::vector<unsigned char> bytes = ReadBytes(folder.Path("a.tfw"));
+  return {bytes.begin(), bytes.end()};
+}
+
+constexpr char kWritten[] =
+    "                  2.5000000000\n"
+    "                  0.0000000000\n"
+    "                  0.0000000000\n"
+    "                 -0.5000000000\n"
+    "             500000.1250000000\n"
+    "           -4649776.2500000000\n";
 
 constexpr char kNorthUp[] = "2.5\n0\n0\n-0.5\n1000\n2000\n";
 
@@ -229,4 +262,87 @@ TEST(XWorldFile, AFileThatDoesNotOpenIsToldSo) {
   disk.FailOpen(1);
   const zrk::ScopedDisk scope(disk);
   EXPECT_FALSE(XWorldFile().Read(folder.Path("a.bpw")));
+}
+
+TEST(XWorldFile, IsWrittenAsSixNumbersOfTenDigitsInAColumn) {
+  EXPECT_EQ(kWritten, WrittenText(2.5, 0.5, 500000.125, -4649776.25));
+}
+
+TEST(XWorldFile, NumbersAreRoundedToTenDigits) {
+  EXPECT_EQ(
+      "                  0.3333333333\n"
+      "                  0.0000000000\n"
+      "                  0.0000000000\n"
+      "                 -0.6666666667\n"
+      "                  0.0000000000\n"
+      "                 -0.0000000000\n",
+      WrittenText(1.0 / 3.0, 2.0 / 3.0, 1e-300, -1e-11));
+}
+
+TEST(XWorldFile, TheNegativeOfAPixelSizeOfZeroIsWrittenWithItsSign) {
+  const std::string text = WrittenText(0.0, 0.0, 0.0, 0.0);
+  EXPECT_EQ("                  0.0000000000\n", text.substr(0, 31));
+  EXPECT_EQ("                 -0.0000000000\n", text.substr(3 * 31, 31));
+}
+
+TEST(XWorldFile, NumbersTooLongForTheColumnAreWrittenWhole) {
+  const std::string text = WrittenText(kNotSet, kNotSet, 1e20, -kNotSet);
+  // 309 digits of the nearest number that there is, the point, ten digits and the end of the line.
+  EXPECT_EQ("16999999999999999", text.substr(0, 17));
+  EXPECT_EQ(".0000000000\n", text.substr(309, 12));
+  EXPECT_EQ("-16999999999999999", text.substr(320 + 1 + 2 * 31, 18));
+  EXPECT_NE(std::string::npos, text.find("\n100000000000000000000.0000000000\n"));  // 21 digits take 32 places
+  EXPECT_EQ(kNotSet, ReadText(text).XPixelSize());
+}
+
+TEST(XWorldFile, NumbersThatAreNoneAreWrittenAsWords) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  const std::string text = WrittenText(infinity, infinity, std::nan(""), 1.0);
+  EXPECT_EQ(std::string(27, ' ') + "inf\n", text.substr(0, 31));
+  EXPECT_EQ(std::string(26, ' ') + "-inf\n", text.substr(3 * 31, 31));
+  EXPECT_EQ(std::string(27, ' ') + "nan\n", text.substr(4 * 31, 31));
+}
+
+TEST(XWorldFile, IsReadAsItWasWritten) {
+  const XWorldFile file = ReadText(WrittenText(2.5, 0.5, 500000.125, -4649776.25));
+  EXPECT_EQ(2.5, file.XPixelSize());
+  EXPECT_EQ(0.5, file.YPixelSize());
+  EXPECT_EQ(500000.125, file.GetOriginX());
+  EXPECT_EQ(-4649776.25, file.GetOriginY());
+  EXPECT_EQ(-4649777.25, file.Bottom(2));
+}
+
+TEST(XWorldFile, IsWrittenWithPointsWhateverStreamsHave) {
+  const CommaStreams streams;
+  EXPECT_EQ(kWritten, WrittenText(2.5, 0.5, 500000.125, -4649776.25));
+}
+
+TEST(XWorldFile, IsWrittenWithPointsInEveryLocale) {
+  const CommaLocale locale;
+  if (!locale.IsSet()) GTEST_SKIP() << "no locale with a comma is installed";
+  EXPECT_EQ(kWritten, WrittenText(2.5, 0.5, 500000.125, -4649776.25));
+}
+
+TEST(XWorldFile, IsWrittenInPlaceOfALongerFile) {
+  const TempFolder folder;
+  folder.Write("a.tfw", std::string(1000, '7'));
+  EXPECT_EQ(1, XWorldFile::Write(folder.Path("a.tfw"), 2.5, 0.5, 500000.125, -4649776.25));
+  const std::vector<unsigned char> bytes = ReadBytes(folder.Path("a.tfw"));
+  EXPECT_EQ(kWritten, std::string(bytes.begin(), bytes.end()));
+}
+
+TEST(XWorldFile, IsNotWrittenWhereItDoesNotOpen) {
+  const TempFolder folder;
+  EXPECT_EQ(0, XWorldFile::Write(folder.Path("none/a.tfw"), 1.0, 1.0, 0.0, 0.0));
+  EXPECT_EQ(0, XWorldFile::Write(folder.Path(), 1.0, 1.0, 0.0, 0.0));
+  EXPECT_EQ(0, XWorldFile::Write("", 1.0, 1.0, 0.0, 0.0));
+}
+
+TEST(XWorldFile, IsRemovedWhereItIsNotWrittenToTheEnd) {
+  const TempFolder folder;
+  FaultyDisk disk;
+  disk.FailWrite(1);
+  const zrk::ScopedDisk scope(disk);
+  EXPECT_EQ(0, XWorldFile::Write(folder.Path("a.tfw"), 1.0, 1.0, 0.0, 0.0));
+  EXPECT_FALSE(disk.Exists(folder.Path("a.tfw")));
 }

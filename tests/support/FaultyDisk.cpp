@@ -53,3 +53,11 @@ int FaultyDisk::Rename(const std::string& from, const std::string& to) {
   const int error = renames_.Next();
   return error ? error : zrk::SystemDisk().Rename(from, to);
 }
+
+int FaultyDisk::CountFreeBytes(const std::string& path, std::int64_t& bytes) {
+  const std::int64_t pretended = freeBytes_;
+  if (pretended == kAsItIs) return zrk::SystemDisk().CountFreeBytes(path, bytes);
+  if (pretended < 0) return ENOSYS;
+  bytes = pretended;
+  return 0;
+}

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 
 /// The system's disk with calls counted, and made to fail on request. Calls are counted from 1 over all files.
 class FaultyDisk : public zrk::Disk {
@@ -17,6 +18,8 @@ class FaultyDisk : public zrk::Disk {
   void FailSync(int nth) { syncs_.Set(nth, EIO); }
   void FailSetSize(int nth) { setSizes_.Set(nth, ENOSPC); }
   void FailRename(int nth) { renames_.Set(nth, EIO); }
+  /// Every folder has room for so many bytes from now on; -1 for what can't be told.
+  void SetFreeBytes(std::int64_t bytes) { freeBytes_ = bytes; }
 
   int GetReadCount() const { return reads_.count; }
   int GetOpenCount() const { return opens_.count; }
@@ -25,6 +28,7 @@ class FaultyDisk : public zrk::Disk {
   int Rename(const std::string& from, const std::string& to) override;
   int Remove(const std::string& path) override { return zrk::SystemDisk().Remove(path); }
   int SyncFolder(const std::string& folder) override { return zrk::SystemDisk().SyncFolder(folder); }
+  int CountFreeBytes(const std::string& path, std::int64_t& bytes) override;
   bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
   bool AreSame(const std::string& one, const std::string& other) override {
     return zrk::SystemDisk().AreSame(one, other);
@@ -32,6 +36,8 @@ class FaultyDisk : public zrk::Disk {
 
  private:
   friend class FaultyFile;
+
+  static constexpr std::int64_t kAsItIs = INT64_MIN;
 
   /// Calls of one kind, and which of them fails.
   struct Calls {
@@ -48,4 +54,5 @@ class FaultyDisk : public zrk::Disk {
 
   Calls reads_, writes_, maps_, opens_, syncs_, setSizes_, renames_;
   std::atomic<std::int64_t> shortBy_ = 0;
+  std::atomic<std::int64_t> freeBytes_ = kAsItIs;
 };
