@@ -10,3 +10,8 @@ struct gtiff;
 /// Empty for a null handle, where the keys name no system, and where they only give it a name: a system is known when
 /// its datum or its projection is. Two handles may be asked on two threads at once.
 ZRKIO_API XString XfnGTIFGetOGISDefn(gtiff* gtif);
+
+/// Gives libgeotiff's key handle the geokeys of a coordinate system in WKT, in place of those that it has of the same
+/// names; they are still to be written, and key 1025 is the caller's. 1, or 0 for a null handle, for a text that is
+/// empty or no system, and for a system that has no keys. Two handles may be given theirs on two threads at once.
+ZRKIO_API int XfnGTIFSetFromOGISDefn(gtiff* gtif, const XString& wkt);

@@ -4,10 +4,12 @@
 
 #include "geo/GeoKeyFile.h"
 
+#include "base/Cursor.h"
 #include "base/LittleEndian.h"
 
 #include <bit>
 #include <cstddef>
+#include <utility>
 
 namespace zrk {
 namespace {
@@ -124,7 +126,91 @@ class OneDirectory {
   std::vector<Field> fields_;
 };
 
+using View = std::span<const unsigned char>;
+
+/// `count` bytes from a place on; empty where they are not all there.
+std::optional<View> Part(View bytes, std::size_t place, std::size_t count) {
+  Cursor cursor(bytes);
+  cursor.Seek(place);
+  const View part = cursor.Bytes(count);
+  if (cursor.HasFailed()) return {};
+  return part;
+}
+
+/// The bytes of a tag's values, none of them where the file is without the tag; empty where they are not what the tag
+/// says or not within the file.
+std::optional<View> FindValues(View file, std::uint16_t tag, std::uint16_t type, std::size_t valueSize) {
+  constexpr std::uint32_t kMark = 0x002A4949;
+  Cursor cursor(file);
+  if (cursor.U32LE() != kMark) return {};
+  cursor.Seek(cursor.U32LE());
+  for (int numLeft = cursor.U16LE(); numLeft > 0 && !cursor.HasFailed(); --numLeft) {
+    const std::uint16_t fieldTag = cursor.U16LE(), fieldType = cursor.U16LE();
+    const std::size_t numBytes = std::size_t{cursor.U32LE()} * valueSize;
+    const View slot = cursor.Bytes(4);
+    if (fieldTag != tag || cursor.HasFailed()) continue;
+    if (fieldType != type) return {};
+    return numBytes <= slot.size() ? slot.first(numBytes) : Part(file, Cursor(slot).U32LE(), numBytes);
+  }
+  if (cursor.HasFailed()) return {};
+  return View();
+}
+
+/// The tables that the keys of a directory have their values in.
+struct ValueTables {
+  View doubles;
+  View texts;
+};
+
+std::optional<GeoKey> ReadDoubles(std::uint16_t id, View doubles, std::size_t place, std::size_t count) {
+  const std::optional<View> bytes = Part(doubles, place * sizeof(double), count * sizeof(double));
+  if (!bytes) return {};
+  Cursor cursor(*bytes);
+  std::vector<double> values(count);
+  for (double& value : values) value = cursor.F64LE();
+  return GeoKey{id, std::move(values)};
+}
+
+std::optional<GeoKey> ReadText(std::uint16_t id, View texts, std::size_t place, std::size_t count) {
+  const std::optional<View> bytes = Part(texts, place, count);
+  if (!bytes || bytes->empty() || bytes->back() != '|') return {};
+  return GeoKey{id, std::string(bytes->begin(), bytes->end() - 1)};
+}
+
+std::optional<GeoKey> ReadEntry(Cursor& directory, const ValueTables& tables) {
+  const std::uint16_t id = directory.U16LE(), tag = directory.U16LE();
+  const std::uint16_t count = directory.U16LE(), place = directory.U16LE();
+  if (directory.HasFailed()) return {};
+  if (tag == kTagDoubles) return ReadDoubles(id, tables.doubles, place, count);
+  if (tag == kTagTexts) return ReadText(id, tables.texts, place, count);
+  if (tag != 0 || count != 1) return {};
+  return GeoKey{id, place};
+}
+
+std::optional<GeoKeySet> ReadDirectory(View words, const ValueTables& tables) {
+  Cursor directory(words);
+  GeoKeySet set;
+  set.version = directory.U16LE();
+  set.majorRevision = directory.U16LE();
+  set.minorRevision = directory.U16LE();
+  for (int numLeft = directory.U16LE(); numLeft > 0; --numLeft) {
+    std::optional<GeoKey> key = ReadEntry(directory, tables);
+    if (!key) return {};
+    set.keys.push_back(*std::move(key));
+  }
+  if (directory.HasFailed()) return {};
+  return set;
+}
+
 }  // namespace
+
+std::optional<GeoKeySet> ReadGeoKeyFile(std::span<const unsigned char> file) {
+  const std::optional<View> words = FindValues(file, kTagDirectory, kTypeShort, sizeof(std::uint16_t));
+  const std::optional<View> doubles = FindValues(file, kTagDoubles, kTypeDouble, sizeof(double));
+  const std::optional<View> texts = FindValues(file, kTagTexts, kTypeAscii, 1);
+  if (!words || !doubles || !texts) return {};
+  return ReadDirectory(*words, {*doubles, *texts});
+}
 
 std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set) {
   constexpr std::uint16_t kOne = 1, kBits = 8, kBlackIsZero = 1;

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -11,6 +12,7 @@ namespace zrk {
 struct GeoKey {
   std::uint16_t id;
   std::variant<std::uint16_t, std::vector<double>, std::string> value;
+  friend bool operator==(const GeoKey&, const GeoKey&) = default;
 };
 
 /// The geokeys of a file, in ascending order of their ids, and how the file numbers their version.
@@ -19,10 +21,15 @@ struct GeoKeySet {
   std::uint16_t majorRevision = 1;
   std::uint16_t minorRevision = 0;
   std::vector<GeoKey> keys;
+  friend bool operator==(const GeoKeySet&, const GeoKeySet&) = default;
 };
 
 /// The bytes of a TIFF file of one pixel that has these keys. A value for which there is no room, places in its tables
 /// being numbers of 16 bits, is left out.
 std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set);
+
+/// The keys of the first directory of a little-endian TIFF file, which is what `MakeGeoKeyFile` makes; empty where
+/// there are none, and where anything of their tables is not laid out as it should be.
+std::optional<GeoKeySet> ReadGeoKeyFile(std::span<const unsigned char> file);
 
 }  // namespace zrk

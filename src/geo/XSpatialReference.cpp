@@ -45,7 +45,9 @@ class XSpatialReference::Impl {
 
   bool IsSame(const Impl& other) const {
     const std::scoped_lock lock(mutex_, other.mutex_);
-    return Fenced([&] { return system_.IsSame(&other.system_) != 0; });
+    // Both have x before y, whichever comes first by the register that a text may or may not follow.
+    const char* const options[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", nullptr};
+    return Fenced([&] { return system_.IsSame(&other.system_, options) != 0; });
   }
 
  private:

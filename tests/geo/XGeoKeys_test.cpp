@@ -25,7 +25,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr int kModel = 1024, kCitation = 1026, kGeographic = 2048, kGeographicCitation = 2049, kDatum = 2050;
-constexpr int kAngularUnits = 2054, kEllipsoid = 2056, kSemiMajor = 2057, kInverseFlattening = 2059;
+constexpr int kAngularUnits = 2054, kEllipsoid = 2056, kSemiMajor = 2057, kInverseFlattening = 2059, kShift = 2062;
 constexpr int kProjected = 3072, kProjectedCitation = 3073, kProjection = 3074, kMethod = 3075, kLinearUnits = 3076;
 constexpr int kOriginLongitude = 3080, kOriginLatitude = 3081, kEasting = 3082, kNorthing = 3083, kScale = 3092;
 constexpr int kVertical = 4096, kVerticalCitation = 4097, kUnitsOfAzimuth = 2060;
@@ -246,12 +246,17 @@ TEST(XGeoKeys, AreReadSilentlyAndLeaveNoFileBehind) {
 }
 
 TEST(XGeoKeys, MeanTheSameWhateverTheEnvironmentPrefers) {
-  const std::string expected = WktOf(Utm32().Key(kVertical, 5773));
-  for (const char* const option : {"GTIFF_REPORT_COMPD_CS", "GTIFF_SRS_SOURCE", "GTIFF_IMPORT_FROM_EPSG",
-                                   "GDAL_GEOREF_SOURCES", "GTIFF_ESRI_CITATION", "OSR_WKT_FORMAT"}) {
-    for (const char* const value : {"YES", "NO", "GEOKEYS", "NONE", "WKT2"}) {
-      const CPLConfigOptionSetter preference(option, value, false);
-      EXPECT_EQ(expected, WktOf(Utm32().Key(kVertical, 5773))) << option << '=' << value;
+  const GeoTiffFile shifted =
+      GeoTiffFile().Key(kModel, kModelGeographic).Key(kGeographic, 4267).Key(kShift, std::vector{1.0, 2.0, 3.0});
+  for (const GeoTiffFile& file : {Utm32().Key(kVertical, 5773), shifted, OwnProjection().Key(kDatum, 6267)}) {
+    const std::string expected = WktOf(file);
+    for (const char* const option :
+         {"GTIFF_REPORT_COMPD_CS", "GTIFF_SRS_SOURCE", "GTIFF_IMPORT_FROM_EPSG", "GDAL_GEOREF_SOURCES",
+          "GTIFF_ESRI_CITATION", "OSR_WKT_FORMAT", "OSR_STRIP_TOWGS84"}) {
+      for (const char* const value : {"YES", "NO", "GEOKEYS", "NONE", "WKT2"}) {
+        const CPLConfigOptionSetter preference(option, value, false);
+        EXPECT_EQ(expected, WktOf(file)) << option << '=' << value;
+      }
     }
   }
 }

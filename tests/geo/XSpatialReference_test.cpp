@@ -107,6 +107,20 @@ TEST(XSpatialReference, ComparesSystemsAndNotTheirTexts) {
   EXPECT_EQ(1, empty.IsSame(XSpatialReference()));
 }
 
+TEST(XSpatialReference, IsTheSameInEitherOrderOfAxesAsItsOwnIsFixed) {
+  XSpatialReference known, plain, turned;
+  known.importFromEPSG(4326);
+  const XString wkt =
+      "GEOGCS[\"WGS 84\",DATUM[\"WGS_1984\",SPHEROID[\"WGS 84\",6378137,298.257223563]],PRIMEM[\"Greenwich\",0],"
+      "UNIT[\"degree\",0.0174532925199433]";
+  ASSERT_EQ(1, plain.importFromWkt(wkt + "]"));
+  ASSERT_EQ(1, turned.importFromWkt(wkt + ",AXIS[\"Longitude\",EAST],AXIS[\"Latitude\",NORTH]]"));
+  for (const XSpatialReference& each : {plain, turned}) {
+    EXPECT_EQ(1, each.IsSame(known));
+    EXPECT_EQ(1, known.IsSame(each));
+  }
+}
+
 TEST(XSpatialReference, AFailedImportLeavesItEmptyAndSilent) {
   testing::internal::CaptureStderr();
   for (const char* text : {"", "nonsense", "GEOGCS[\"x\"", "PROJCS[\"a\",GEOGCS[]]"}) {
