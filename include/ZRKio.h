@@ -24,6 +24,7 @@
 #include "XFileException.h"
 #include "XFormatTable.h"
 #include "XGeoKeys.h"
+#include "XJointReader.h"
 #include "XLimits.h"
 #include "XList.h"
 #include "XMap.h"

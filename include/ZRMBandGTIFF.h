@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tagXTiffDirectory.h"
+#include "XJointReader.h"
 #include "XThreadSafeArr.h"
 #include "ZRMBandDRIO.h"
 
@@ -28,7 +29,7 @@ struct TiffLayout;
 /// taken, from its own first pixel on.
 ///
 /// Bands of one file may be read from many threads at once: each reading thread uses a decoder of its own.
-class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO {
+class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO, public zrk::JointReader {
   X_DECLARE_RUNTIME_CLASS
   /// Null makes a master; with a master this is a follower that shares its file, size and place. Not owned.
   explicit ZRMBandGTIFF(ZRMBandGTIFF* master);
@@ -113,7 +114,13 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO {
   int CleanupMemory(int freeBuffers, int force) override;
   int CloneBand(ZRMBand* source) override;
 
+  /// Shared by the bands of a file whose samples lie pixel by pixel: each block is then decoded once for all of them.
+  const void* GetJointSource() const override;
+  int ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
+                  std::span<tagXArr2*> out) override;
+
  private:
+  tagXArr2* GetResult(const zrk::ReadRequest& request);
   int ReadFromImage(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel);
   bool IsBlock(int blockX, int blockY, int channel, const void* out) const;
   int ReadStoredBlock(int blockX, int blockY, int channel, const zrk::TiffLayout& layout, void* out);

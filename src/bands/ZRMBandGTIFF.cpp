@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <typeinfo>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandGTIFF, ZRMBandDRIO);
 
@@ -129,22 +130,53 @@ int ZRMBandGTIFF::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, 
   return zrk::FencedRead([&] { return ReadFromImage(out, {level, x0, x1, y0, y1}, cancel); });
 }
 
-int ZRMBandGTIFF::ReadFromImage(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel) {
+/// The calling thread's buffer for the result of a request; null where the image can't answer it.
+tagXArr2* ZRMBandGTIFF::GetResult(const zrk::ReadRequest& request) {
   const zrk::TiffLayout& layout = image_->GetLayout();
   const bool hasBlocks = image_->GetSource().grid.across > 0;
   // The band's size and channel can be set to others than the image's, which are those that bound the samples.
   const bool isInImage =
       std::uint32_t(request.x1) < layout.tags.width && std::uint32_t(request.y1) < layout.tags.height;
   const bool isChannel = channel_ >= 0 && channel_ < layout.numChannels;
-  if (!hasBlocks || !isInImage || !isChannel || !IsLevel(request.level)) return 0;
-  tagXArr2* const result = results_.GetBuffer(request.Width() >> request.level, request.Height() >> request.level,
-                                              XfnGetDataSize(layout.dataType));
+  if (!hasBlocks || !isInImage || !isChannel || !IsLevel(request.level)) return nullptr;
+  return results_.GetBuffer(request.Width() >> request.level, request.Height() >> request.level,
+                            XfnGetDataSize(layout.dataType));
+}
+
+int ZRMBandGTIFF::ReadFromImage(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel) {
+  tagXArr2* const result = GetResult(request);
   if (!result) return 0;
   const zrk::TiffImage::Loan decoder(*image_);
-  if (!decoder || !zrk::SampleTiff(*decoder, request, channel_, cancel, *result)) return 0;
+  const zrk::TiffTarget target = {channel_, result};
+  if (!decoder || !zrk::SampleTiff(*decoder, request, {&target, 1}, cancel)) return 0;
   out = result;
   CleanupMemory(0, 0);
   return 1;
+}
+
+/// A class above this one may make something else of the samples, in its own `ReadSubset`.
+const void* ZRMBandGTIFF::GetJointSource() const {
+  if (typeid(*this) != typeid(ZRMBandGTIFF)) return nullptr;
+  return image_ && !image_->GetLayout().tags.IsPlanar() && image_->GetLayout().numChannels > 1 ? image_.get() : nullptr;
+}
+
+int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
+                              std::span<tagXArr2*> out) {
+  if (!image_ || out.size() < bands.size() || !XfnHaveJointSource(bands)) return 0;
+  const zrk::ReadRequest request = {0, x0, x1, y0, y1};
+  return zrk::FencedRead([&] {
+    std::vector<zrk::TiffTarget> targets;
+    for (ZRMBand* each : bands) {
+      auto* const band = dynamic_cast<ZRMBandGTIFF*>(each);
+      tagXArr2* const result = band && band->IsInside(x0, x1, y0, y1) ? band->GetResult(request) : nullptr;
+      if (!result) return 0;
+      targets.push_back({band->channel_, result});
+    }
+    const zrk::TiffImage::Loan decoder(*image_);
+    if (!decoder || !zrk::SampleTiff(*decoder, request, targets, cancel)) return 0;
+    std::ranges::transform(targets, out.begin(), [](const zrk::TiffTarget& target) { return target.out; });
+    return 1;
+  });
 }
 
 int ZRMBandGTIFF::CalcStatistics(int withHistogram) {

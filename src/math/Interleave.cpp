@@ -51,6 +51,15 @@ std::size_t Split4(const unsigned char* source, std::size_t count, unsigned char
   });
 }
 
+std::size_t Join3(const unsigned char* plane0, const unsigned char* plane1, const unsigned char* plane2,
+                  std::size_t count, unsigned char* pixels) {
+  const Bytes bytes;
+  return ForWholeVectors(count, hn::Lanes(bytes), [&](std::size_t i) {
+    hn::StoreInterleaved3(hn::LoadU(bytes, plane0 + i), hn::LoadU(bytes, plane1 + i), hn::LoadU(bytes, plane2 + i),
+                          bytes, pixels + 3 * i);
+  });
+}
+
 template <class Lane, int kSamples>
 std::size_t TakeOne(const unsigned char* source, std::size_t count, int index, unsigned char* plane) {
   const hn::ScalableTag<Lane> lanes;
@@ -79,7 +88,43 @@ std::size_t TakeLanes(const unsigned char* source, std::size_t count, int numSam
   return TakeOne<Lane, 4>(source, count, index, plane);
 }
 
-/// Answers how many it took: all of them, or none of a row that is shorter than a vector.
+template <class Lane, int kSamples>
+std::size_t SplitAll(const unsigned char* source, std::size_t count, unsigned char* const* planes) {
+  const hn::ScalableTag<Lane> lanes;
+  const auto* from = reinterpret_cast<const Lane*>(source);
+  const auto to = [planes](int plane) { return reinterpret_cast<Lane*>(planes[plane]); };
+  return ForWholeVectors(count, hn::Lanes(lanes), [&](std::size_t i) {
+    hn::Vec<decltype(lanes)> v0, v1, v2, v3;
+    if constexpr (kSamples == 2) {
+      hn::LoadInterleaved2(lanes, from + 2 * i, v0, v1);
+    } else if constexpr (kSamples == 3) {
+      hn::LoadInterleaved3(lanes, from + 3 * i, v0, v1, v2);
+    } else {
+      hn::LoadInterleaved4(lanes, from + 4 * i, v0, v1, v2, v3);
+    }
+    hn::StoreU(v0, lanes, to(0) + i);
+    hn::StoreU(v1, lanes, to(1) + i);
+    if constexpr (kSamples >= 3) hn::StoreU(v2, lanes, to(2) + i);
+    if constexpr (kSamples == 4) hn::StoreU(v3, lanes, to(3) + i);
+  });
+}
+
+template <class Lane>
+std::size_t SplitLanes(const unsigned char* source, std::size_t count, int numSamples, unsigned char* const* planes) {
+  if (numSamples == 2) return SplitAll<Lane, 2>(source, count, planes);
+  if (numSamples == 3) return SplitAll<Lane, 3>(source, count, planes);
+  return SplitAll<Lane, 4>(source, count, planes);
+}
+
+// Both answer how many they took: all of them, or none of a row that is shorter than a vector.
+
+std::size_t SplitVectors(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes,
+                         unsigned char* const* planes) {
+  if (sampleBytes == 1) return SplitLanes<std::uint8_t>(source, count, numSamples, planes);
+  if (sampleBytes == 2) return SplitLanes<std::uint16_t>(source, count, numSamples, planes);
+  return SplitLanes<std::uint32_t>(source, count, numSamples, planes);
+}
+
 std::size_t TakeVectors(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes, int index,
                         unsigned char* plane) {
   if (sampleBytes == 1) return TakeLanes<std::uint8_t>(source, count, numSamples, index, plane);
@@ -96,6 +141,8 @@ namespace zrk {
 
 HWY_EXPORT(Split3);
 HWY_EXPORT(Split4);
+HWY_EXPORT(Join3);
+HWY_EXPORT(SplitVectors);
 HWY_EXPORT(TakeVectors);
 
 namespace {
@@ -105,7 +152,38 @@ void Gather(const unsigned char* source, std::size_t count, std::ptrdiff_t strid
   for (std::size_t i = 0; i < count; ++i, source += stride, plane += kBytes) std::memcpy(plane, source, kBytes);
 }
 
+template <int kBytes>
+void Scatter(const unsigned char* plane, std::size_t count, std::ptrdiff_t stride, unsigned char* target) {
+  for (std::size_t i = 0; i < count; ++i, plane += kBytes, target += stride) std::memcpy(target, plane, kBytes);
+}
+
 }  // namespace
+
+void ScatterSamples(const unsigned char* plane, std::size_t count, std::ptrdiff_t stride, int sampleBytes,
+                    unsigned char* target) {
+  switch (sampleBytes) {
+    case 1:
+      return Scatter<1>(plane, count, stride, target);
+    case 2:
+      return Scatter<2>(plane, count, stride, target);
+    case 4:
+      return Scatter<4>(plane, count, stride, target);
+    case 8:
+      return Scatter<8>(plane, count, stride, target);
+    default:
+      for (std::size_t i = 0; i < count; ++i, plane += sampleBytes, target += stride) {
+        std::memcpy(target, plane, static_cast<std::size_t>(sampleBytes));
+      }
+  }
+}
+
+void JoinPixels3(const unsigned char* plane0, const unsigned char* plane1, const unsigned char* plane2,
+                 std::size_t count, unsigned char* pixels) {
+  if (HWY_DYNAMIC_DISPATCH(Join3)(plane0, plane1, plane2, count, pixels) == count) return;
+  ScatterSamples(plane0, count, 3, 1, pixels);
+  ScatterSamples(plane1, count, 3, 1, pixels + 1);
+  ScatterSamples(plane2, count, 3, 1, pixels + 2);
+}
 
 void GatherSamples(const unsigned char* source, std::size_t count, std::ptrdiff_t stride, int sampleBytes,
                    unsigned char* plane) {
@@ -130,6 +208,16 @@ void TakeSample(const unsigned char* source, std::size_t count, int numSamples, 
     return;
   GatherSamples(source + std::ptrdiff_t{index} * sampleBytes, count, std::ptrdiff_t{numSamples} * sampleBytes,
                 sampleBytes, plane);
+}
+
+void SplitSamples(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes,
+                  unsigned char* const* planes) {
+  const bool hasVectors = numSamples >= 2 && numSamples <= 4 && sampleBytes <= 4;
+  if (hasVectors && HWY_DYNAMIC_DISPATCH(SplitVectors)(source, count, numSamples, sampleBytes, planes) == count) return;
+  for (int i = 0; i < numSamples; ++i) {
+    GatherSamples(source + std::ptrdiff_t{i} * sampleBytes, count, std::ptrdiff_t{numSamples} * sampleBytes,
+                  sampleBytes, planes[i]);
+  }
 }
 
 void TakeByte(const unsigned char* source, std::size_t count, int pixelBytes, int step, int byteIndex,

@@ -46,6 +46,28 @@ TEST(Interleave, SplittingFourBytesEqualsItsScalarTwinAtEveryLength) {
   }
 }
 
+TEST(Interleave, JoiningThreePlanesIsTheWayBackAtEveryLength) {
+  for (std::size_t count = 0; count < 200; ++count) {
+    const std::vector<unsigned char> pixels = RandomBytes(3 * count);
+    std::array<std::vector<unsigned char>, 3> planes;
+    for (std::size_t i = 0; i < pixels.size(); ++i) planes[i % 3].push_back(pixels[i]);
+    std::vector<unsigned char> joined(3 * count + 1, kGuard), expected = pixels;
+    expected.push_back(kGuard);
+    zrk::JoinPixels3(planes[0].data(), planes[1].data(), planes[2].data(), count, joined.data());
+    ASSERT_EQ(expected, joined) << count;
+  }
+}
+
+TEST(Interleave, ScattersSamplesOfAnySize) {
+  for (const std::size_t sampleBytes : {1, 2, 3, 4, 8, 16}) {
+    const std::vector<unsigned char> plane = RandomBytes(9 * sampleBytes);
+    std::vector<unsigned char> target(9 * 53, kGuard), expected = target;
+    for (std::size_t i = 0; i < plane.size(); ++i) expected[i / sampleBytes * 53 + i % sampleBytes] = plane[i];
+    zrk::ScatterSamples(plane.data(), 9, 53, static_cast<int>(sampleBytes), target.data());
+    EXPECT_EQ(expected, target) << sampleBytes;
+  }
+}
+
 /// As the pixels lie, sample by sample.
 std::vector<unsigned char> TakeSlowly(const unsigned char* source, std::size_t count, std::size_t stride,
                                       std::size_t sampleBytes) {
@@ -69,6 +91,29 @@ TEST(Interleave, TakesASampleOfPixelsOfEveryShapeAndLength) {
           zrk::TakeSample(source.data() + 1, count, static_cast<int>(numSamples), static_cast<int>(sampleBytes),
                           static_cast<int>(index), plane.data());
           ASSERT_EQ(TakeSlowly(source.data() + 1 + index * sampleBytes, count, pixelBytes, sampleBytes), plane)
+              << numSamples << " of " << sampleBytes << " bytes, " << count << " pixels";
+        }
+      }
+    }
+  }
+}
+
+TEST(Interleave, SplitsPixelsOfEveryShapeAndLength) {
+  for (const std::size_t sampleBytes : {1, 2, 4, 8, 16}) {
+    for (const std::size_t numSamples : {1, 2, 3, 4, 5}) {
+      const std::size_t pixelBytes = numSamples * sampleBytes;
+      for (std::size_t count = 1; count < 140; count += 3) {
+        const std::vector<unsigned char> source = RandomBytes(1 + pixelBytes * count);
+        std::vector<std::vector<unsigned char>> planes(numSamples);
+        std::vector<unsigned char*> places;
+        for (auto& plane : planes) {
+          plane.assign(count * sampleBytes + 1, kGuard);
+          places.push_back(plane.data());
+        }
+        zrk::SplitSamples(source.data() + 1, count, static_cast<int>(numSamples), static_cast<int>(sampleBytes),
+                          places.data());
+        for (std::size_t i = 0; i < numSamples; ++i) {
+          ASSERT_EQ(TakeSlowly(source.data() + 1 + i * sampleBytes, count, pixelBytes, sampleBytes), planes[i])
               << numSamples << " of " << sampleBytes << " bytes, " << count << " pixels";
         }
       }

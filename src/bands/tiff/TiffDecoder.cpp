@@ -1,6 +1,7 @@
 #include "bands/tiff/TiffDecoder.h"
 
 #include "bands/tiff/TiffColours.h"
+#include "base/AlignLike.h"
 #include "base/Checked.h"
 #include "XLimits.h"
 
@@ -182,8 +183,8 @@ std::optional<TiffRows> TiffDecoder::DecodeFirstRow() {
 }
 
 const unsigned char* TiffDecoder::ReadBytes(std::int64_t offset, std::int64_t count) {
-  unsigned char* const room = MakeRoom(room_, count);
-  return source_->file->File().ReadAt(offset, room, count) == count ? room : nullptr;
+  unsigned char* const bytes = AlignLike(MakeRoom(room_, count + kAlignRoom), offset);
+  return source_->file->File().ReadAt(offset, bytes, count) == count ? bytes : nullptr;
 }
 
 }  // namespace zrk

@@ -59,15 +59,22 @@ void TiffSampler::FindBytes(const TiffPiece& piece, std::int64_t& firstByte, std
   numBytes = (end * pixelBits + 7) / 8 - firstByte;
 }
 
+bool TiffSampler::CopiesSamples(std::size_t numSamples) const {
+  return reader_ == TiffReader::kRaster && std::size_t(samplesTogether_) == numSamples && bits_ == 8 * sampleBytes_ &&
+         wordBytes_ == 1 && !isColoured_;
+}
+
+bool TiffSampler::CopiesRows(const TiffPiece& piece) const {
+  return piece.step == 1 && CopiesSamples(1);
+}
+
 void TiffSampler::Take(const TiffRows& rows, std::int64_t firstByte, std::int64_t numBytes, const TiffPiece& piece,
                        unsigned char* out, std::int64_t outStride) const {
   const int present = rows.numRows > 0 ? (rows.numRows - 1) / piece.step + 1 : 0,
             numRows = std::min(piece.numRows, present);
   const std::int64_t rowBytes = std::int64_t{piece.numColumns} * sampleBytes_;
   const std::int64_t stride = numRows > 1 ? rows.stride * piece.step : rows.stride;
-  const bool isCopy = reader_ == TiffReader::kRaster && samplesTogether_ == 1 && bits_ == 8 * sampleBytes_ &&
-                      piece.step == 1 && wordBytes_ == 1 && !isColoured_;
-  if (isCopy) {
+  if (CopiesRows(piece)) {
     CopyBlock(rows.data + (std::int64_t{piece.column} * sampleBytes_ - firstByte), stride, out, outStride, rowBytes,
               numRows);
   } else {

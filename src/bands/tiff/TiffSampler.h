@@ -26,6 +26,10 @@ class TiffSampler {
   int SampleBytes() const { return sampleBytes_; }
   /// The bytes of a row, from `firstByte` on, that hold the samples of a piece.
   void FindBytes(const TiffPiece& piece, std::int64_t& firstByte, std::int64_t& numBytes) const;
+  /// Whether a piece's samples are the bytes of its rows as they are.
+  bool CopiesRows(const TiffPiece& piece) const;
+  /// Whether samples are as the band has them, in pixels of so many.
+  bool CopiesSamples(std::size_t numSamples) const;
   /// Takes a piece; its first row is the first of `rows`, which begin with byte `firstByte` of a row of the block and
   /// hold `numBytes` of each. Rows that are not there hold zeros. `out` has rows that are `outStride` bytes apart.
   void Take(const TiffRows& rows, std::int64_t firstByte, std::int64_t numBytes, const TiffPiece& piece,

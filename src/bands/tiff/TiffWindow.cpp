@@ -9,11 +9,13 @@
 #include "bands/tiff/TiffWindow.h"
 
 #include "bands/tiff/TiffSampler.h"
+#include "math/Interleave.h"
 #include "XThread.h"
 
 #include <algorithm>
 #include <cstring>
 #include <span>
+#include <vector>
 
 namespace zrk {
 namespace {
@@ -39,23 +41,27 @@ Share FindShare(int block, int blockSize, int from, int level, int size) {
 
 class WindowReader {
  public:
-  WindowReader(TiffDecoder& decoder, const ReadRequest& request, int channel, tagXArr2& out)
+  WindowReader(TiffDecoder& decoder, const ReadRequest& request, std::span<const TiffTarget> targets)
       : decoder_(decoder),
         source_(decoder.GetSource()),
         request_(request),
-        channel_(channel),
-        out_(out),
-        sampler_(source_.layout, channel, source_.isPlain && source_.layout.tags.isSwapped),
-        outStride_(std::int64_t{out.xSize} * sampler_.SampleBytes()) {
+        targets_(targets),
+        width_(targets.front().out->xSize),
+        height_(targets.front().out->ySize) {
+    samplers_.reserve(targets.size());
+    const bool isSwapped = source_.isPlain && source_.layout.tags.isSwapped;
+    for (const TiffTarget& target : targets) samplers_.emplace_back(source_.layout, target.channel, isSwapped);
+    outStride_ = std::int64_t{width_} * SampleBytes();
+    if (CanSplit()) planes_.resize(targets.size());
     if (!source_.isPlain) return;
-    view_ = source_.file->View(outStride_ * out.ySize * source_.SamplesTogether());
+    view_ = source_.file->View(outStride_ * height_ * source_.SamplesTogether());
     fileBytes_ = view_.empty() ? source_.file->File().Size() : std::ssize(view_);
   }
 
   bool Read(const int* cancel) {
     const int blockHeight = static_cast<int>(source_.layout.tags.blockHeight);
     for (int by = request_.y0 / blockHeight; by <= request_.y1 / blockHeight; ++by) {
-      const Share rows = FindShare(by, blockHeight, request_.y0, request_.level, out_.ySize);
+      const Share rows = FindShare(by, blockHeight, request_.y0, request_.level, height_);
       if (rows.count > 0 && !ReadBlockRow(by, rows, cancel)) return false;
     }
     return true;
@@ -67,41 +73,86 @@ class WindowReader {
     int column = 0;
     for (int bx = request_.x0 / blockWidth; bx <= request_.x1 / blockWidth; ++bx) {
       if (XfnIsStopRequested(cancel)) return false;
-      const Share columns = FindShare(bx, blockWidth, request_.x0, request_.level, out_.xSize);
+      const Share columns = FindShare(bx, blockWidth, request_.x0, request_.level, width_);
       if (columns.count == 0) continue;
       const TiffPiece piece{columns.local, columns.count, rows.count, 1 << request_.level};
-      unsigned char* const target = out_.Row(rows.first) + std::int64_t{column} * sampler_.SampleBytes();
-      if (ReadPiece(bx, by, piece, rows.local, target)) column += columns.count;
+      if (ReadPiece(bx, by, piece, rows.local, {column, rows.first})) column += columns.count;
     }
     ClearRest(rows, column);
     return true;
   }
 
   void ClearRest(const Share& rows, int column) {
-    if (column == out_.xSize) return;
-    const std::int64_t taken = std::int64_t{column} * sampler_.SampleBytes();
-    for (int y = rows.first; y < rows.first + rows.count; ++y) {
-      std::memset(out_.Row(y) + taken, 0, static_cast<std::size_t>(outStride_ - taken));
+    if (column == width_) return;
+    const std::int64_t taken = std::int64_t{column} * SampleBytes();
+    for (const TiffTarget& target : targets_) {
+      for (int y = rows.first; y < rows.first + rows.count; ++y) {
+        std::memset(target.out->Row(y) + taken, 0, static_cast<std::size_t>(outStride_ - taken));
+      }
     }
   }
 
-  bool ReadPiece(int bx, int by, const TiffPiece& piece, int firstRow, unsigned char* target) {
+  /// A place in the results.
+  struct Place {
+    int x = 0;
+    int y = 0;
+  };
+
+  bool ReadPiece(int bx, int by, const TiffPiece& piece, int firstRow, const Place& place) {
     if (source_.isPlain) {
       const auto offset = decoder_.FindPlainBlock(BlockAt(bx, by), fileBytes_);
       if (!offset) return false;
-      if (view_.empty()) return ReadPlain(*offset, piece, firstRow, target);
-      TakeFromView(*offset, piece, firstRow, target);
+      if (view_.empty()) return ReadPlain(*offset, piece, firstRow, place);
+      const TiffRows rows{view_.data() + *offset + firstRow * source_.rowBytes, source_.rowBytes, RowsBelow(firstRow)};
+      Take(rows, 0, source_.rowBytes, piece, place);
       return true;
     }
     auto rows = DecodeBlock(bx, by);
     if (!rows) return false;
     rows->data += firstRow * rows->stride;
     rows->numRows -= firstRow;
-    sampler_.Take(*rows, 0, source_.rowBytes, piece, target, outStride_);
+    Take(*rows, 0, source_.rowBytes, piece, place);
     return true;
   }
 
-  int BlockAt(int bx, int by) const { return source_.BlockAt(bx, by, source_.layout.SampleOf(channel_)); }
+  unsigned char* At(const TiffTarget& target, const Place& place) const {
+    return target.out->Row(place.y) + std::int64_t{place.x} * SampleBytes();
+  }
+
+  void Take(const TiffRows& rows, std::int64_t firstByte, std::int64_t numBytes, const TiffPiece& piece,
+            const Place& place) {
+    if (!planes_.empty() && rows.numRows >= piece.numRows) {
+      const std::int64_t pixelBytes = std::ssize(samplers_) * SampleBytes();
+      Split(rows.data + (piece.column * pixelBytes - firstByte), rows.stride, piece, place);
+      return;
+    }
+    for (std::size_t i = 0; i < samplers_.size(); ++i) {
+      samplers_[i].Take(rows, firstByte, numBytes, piece, At(targets_[i], place), outStride_);
+    }
+  }
+
+  /// All samples of the pixels, which are looked at once.
+  void Split(const unsigned char* pixels, std::int64_t stride, const TiffPiece& piece, const Place& place) {
+    const auto numSamples = static_cast<int>(targets_.size());
+    for (int y = 0; y < piece.numRows; ++y, pixels += stride) {
+      const auto at = [&](const TiffTarget& target) { return At(target, {place.x, place.y + y}); };
+      std::ranges::transform(targets_, planes_.begin(), at);
+      SplitSamples(pixels, static_cast<std::size_t>(piece.numColumns), numSamples, SampleBytes(), planes_.data());
+    }
+  }
+
+  bool CanSplit() const {
+    if (samplers_.size() < 2 || request_.level != 0) return false;
+    for (std::size_t i = 0; i < samplers_.size(); ++i) {
+      if (targets_[i].channel != static_cast<int>(i) || !samplers_[i].CopiesSamples(samplers_.size())) return false;
+    }
+    return true;
+  }
+
+  int SampleBytes() const { return samplers_.front().SampleBytes(); }
+  int BlockAt(int bx, int by) const {
+    return source_.BlockAt(bx, by, source_.layout.SampleOf(targets_.front().channel));
+  }
 
   std::optional<TiffRows> DecodeBlock(int bx, int by) {
     switch (source_.layout.GetReader()) {
@@ -114,30 +165,31 @@ class WindowReader {
     }
   }
 
-  void TakeFromView(std::int64_t offset, const TiffPiece& piece, int firstRow, unsigned char* target) const {
-    const TiffRows rows{view_.data() + offset + firstRow * source_.rowBytes, source_.rowBytes, RowsBelow(firstRow)};
-    sampler_.Take(rows, 0, source_.rowBytes, piece, target, outStride_);
-  }
-
   int RowsBelow(int row) const { return static_cast<int>(source_.layout.tags.blockHeight) - row; }
 
   /// Rows come some at a time, with what lies between them where that is little, and long ones in parts.
-  bool ReadPlain(std::int64_t offset, const TiffPiece& piece, int firstRow, unsigned char* target) {
+  bool ReadPlain(std::int64_t offset, const TiffPiece& piece, int firstRow, const Place& place) {
+    const std::int64_t numCopied = std::int64_t{piece.numRows} * source_.rowBytes;
+    const bool isAll = targets_.size() == 1 && outStride_ == source_.rowBytes && piece.numColumns == width_;
+    if (isAll && samplers_.front().CopiesRows(piece)) {
+      const std::int64_t begin = offset + firstRow * source_.rowBytes;
+      return source_.file->File().ReadAt(begin, At(targets_.front(), place), numCopied) == numCopied;
+    }
     std::int64_t firstByte = 0, numBytes = 0;
-    sampler_.FindBytes({piece.column, 2, 1, piece.step}, firstByte, numBytes);
+    samplers_.front().FindBytes({piece.column, 2, 1, piece.step}, firstByte, numBytes);
     const auto columnsAtOnce = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / numBytes, 1, piece.numColumns));
     for (int x = 0; x < piece.numColumns; x += columnsAtOnce) {
       TiffPiece part = piece;
       part.column = piece.column + x * piece.step;
       part.numColumns = std::min(columnsAtOnce, piece.numColumns - x);
-      if (!ReadPlainPart(offset, part, firstRow, target + std::int64_t{x} * sampler_.SampleBytes())) return false;
+      if (!ReadPlainPart(offset, part, firstRow, {place.x + x, place.y})) return false;
     }
     return true;
   }
 
-  bool ReadPlainPart(std::int64_t offset, const TiffPiece& piece, int firstRow, unsigned char* target) {
+  bool ReadPlainPart(std::int64_t offset, const TiffPiece& piece, int firstRow, const Place& place) {
     std::int64_t firstByte = 0, numBytes = 0;
-    sampler_.FindBytes(piece, firstByte, numBytes);
+    samplers_.front().FindBytes(piece, firstByte, numBytes);
     const std::int64_t stride = piece.numRows > 1 ? source_.rowBytes * piece.step : source_.rowBytes;
     const auto rowsAtOnce =
         static_cast<int>(std::clamp<std::int64_t>((kReadBytes - numBytes) / stride + 1, 1, piece.numRows));
@@ -149,7 +201,7 @@ class WindowReader {
           decoder_.ReadBytes(offset + y * stride, (part.numRows - 1) * stride + numBytes);
       if (!bytes) return false;
       const TiffRows rows{bytes, source_.rowBytes, (part.numRows - 1) * piece.step + 1};
-      sampler_.Take(rows, firstByte, numBytes, part, target + y * outStride_, outStride_);
+      Take(rows, firstByte, numBytes, part, {place.x, place.y + y});
     }
     return true;
   }
@@ -159,18 +211,21 @@ class WindowReader {
   TiffDecoder& decoder_;
   const TiffSource& source_;
   const ReadRequest& request_;
-  int channel_;
-  tagXArr2& out_;
-  TiffSampler sampler_;
-  std::int64_t outStride_;
+  std::span<const TiffTarget> targets_;
+  std::vector<TiffSampler> samplers_;  // one a target
+  int width_;                          // of the results
+  int height_;
+  std::int64_t outStride_ = 0;
+  std::vector<unsigned char*> planes_;  // where all samples of the pixels are wanted, in their order
   std::span<const unsigned char> view_;
   std::int64_t fileBytes_ = 0;
 };
 
 }  // namespace
 
-bool SampleTiff(TiffDecoder& decoder, const ReadRequest& request, int channel, const int* cancel, tagXArr2& out) {
-  return WindowReader(decoder, request, channel, out).Read(cancel);
+bool SampleTiff(TiffDecoder& decoder, const ReadRequest& request, std::span<const TiffTarget> targets,
+                const int* cancel) {
+  return WindowReader(decoder, request, targets).Read(cancel);
 }
 
 }  // namespace zrk

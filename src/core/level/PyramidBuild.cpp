@@ -9,6 +9,7 @@
 #include "core/level/LowerLevels.h"
 #include "core/level/PyramidStore.h"
 #include "core/level/TopMaker.h"
+#include "XJointReader.h"
 
 #include <algorithm>
 #include <atomic>
@@ -98,7 +99,9 @@ class GroupBuild {
         progress_(progress),
         plan_(job, bands.front()),
         topMaker_(job.top, job.window, bands.front().store->Layout()),
-        crews_(static_cast<std::size_t>(plan_.CountWorkers())) {}
+        crews_(static_cast<std::size_t>(plan_.CountWorkers())) {
+    for (const PyramidBand& band : bands_) sources_.push_back(band.source);
+  }
 
   PyramidResult Run();
 
@@ -106,6 +109,7 @@ class GroupBuild {
   struct Crew {
     std::vector<std::unique_ptr<BandStripe>> stripes;
     TopMaker::Scratch scratch;
+    std::vector<tagXArr2*> read;  // what a pass over the source gave the bands; empty where each is read by itself
   };
 
   bool BuildStripe(int stripe, int worker);
@@ -119,6 +123,7 @@ class GroupBuild {
 
   const PyramidJob& job_;
   Bands bands_;
+  std::vector<ZRMBand*> sources_;  // of the bands
   BuildProgress& progress_;
   StripePlan plan_;
   TopMaker topMaker_;
@@ -160,12 +165,17 @@ bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int str
 bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
   const SourceWindow& window = job_.window;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
-  for (const auto& band : crew.stripes) {
-    tagXArr2* source = nullptr;
-    const bool isRead = band->Source().ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr) &&
+  const bool isJoint = !crew.read.empty();
+  if (isJoint && !XfnReadBands(sources_, window.x0, window.x1, y0, y1, nullptr, crew.read)) {
+    return Fail(PyramidResult::kReadFailed);
+  }
+  for (std::size_t i = 0; i < crew.stripes.size(); ++i) {
+    tagXArr2* source = isJoint ? crew.read[i] : nullptr;
+    const bool isRead = (isJoint || sources_[i]->ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr)) &&
                         source->xSize == window.Width() && source->ySize == y1 - y0 + 1;
     if (!isRead) return Fail(PyramidResult::kReadFailed);
-    if (!TakeChunk(*band, crew.scratch, stripe, first, last, *source)) return Fail(PyramidResult::kWriteFailed);
+    BandStripe& band = *crew.stripes[i];
+    if (!TakeChunk(band, crew.scratch, stripe, first, last, *source)) return Fail(PyramidResult::kWriteFailed);
     progress_.Add(last - first + 1);
   }
   return true;
@@ -175,6 +185,7 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
   Crew& crew = crews_[static_cast<std::size_t>(worker)];
   if (crew.stripes.empty()) {
     for (PyramidBand& band : bands_) crew.stripes.push_back(std::make_unique<BandStripe>(band, plan_));
+    if (XfnHaveJointSource(sources_)) crew.read.resize(sources_.size());
   }
   for (const auto& band : crew.stripes) band->Cascade().Start(plan_.FirstRow(stripe));
   const int mostRows = CountChunkRows();

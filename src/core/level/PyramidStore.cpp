@@ -1,5 +1,6 @@
 #include "core/level/PyramidStore.h"
 
+#include "base/AlignLike.h"
 #include "base/DataTypeVisit.h"
 #include "math/CopyBlock.h"
 #include "math/SampleFilter.h"
@@ -17,7 +18,7 @@ namespace {
 
 /// Tiles are read and changed through a room of this size on the stack, so that neither needs memory of its own.
 constexpr std::int64_t kRoomBytes = 64 << 10;
-using Room = std::array<unsigned char, kRoomBytes>;
+using Room = std::array<unsigned char, kRoomBytes + kAlignRoom>;
 
 /// As `CopyBlock`, but samples equal to the null value leave what is there.
 template <class Sample>
@@ -96,8 +97,9 @@ bool PlainStore::ReadFromFile(const TilePiece& piece, unsigned char* out, std::i
       continue;
     }
     Room room;
-    if (file_.File().ReadAt(place, room.data(), count) != count) return false;
-    CopyBlock(room.data(), tileRow, target, stride, rowBytes, rows);
+    unsigned char* const bytes = AlignLike(room.data(), place);
+    if (file_.File().ReadAt(place, bytes, count) != count) return false;
+    CopyBlock(bytes, tileRow, target, stride, rowBytes, rows);
   }
   return true;
 }

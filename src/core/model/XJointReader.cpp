@@ -1,0 +1,38 @@
+#include "XJointReader.h"
+
+#include "ZRMBand.h"
+
+#include <algorithm>
+
+namespace {
+
+zrk::JointReader* FindReader(std::span<ZRMBand* const> bands) {
+  return bands.empty() ? nullptr : dynamic_cast<zrk::JointReader*>(bands.front());
+}
+
+bool HasSource(ZRMBand* band, const void* source) {
+  const auto* const reader = dynamic_cast<const zrk::JointReader*>(band);
+  return reader && reader->GetJointSource() == source;
+}
+
+}  // namespace
+
+zrk::JointReader::~JointReader() = default;
+
+bool XfnHaveJointSource(std::span<ZRMBand* const> bands) {
+  const zrk::JointReader* const first = FindReader(bands);
+  const void* const source = first ? first->GetJointSource() : nullptr;
+  return source && std::ranges::all_of(bands, [source](ZRMBand* band) { return HasSource(band, source); });
+}
+
+int XfnReadBands(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
+                 std::span<tagXArr2*> out) {
+  if (out.size() < bands.size()) return 0;
+  std::ranges::fill(out, nullptr);
+  const bool isJoint = bands.size() > 1 && XfnHaveJointSource(bands);
+  if (isJoint && FindReader(bands)->ReadJointly(bands, x0, x1, y0, y1, cancel, out)) return 1;
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    if (!bands[i] || !bands[i]->ReadSubset(out[i], 0, x0, x1, y0, y1, cancel) || !out[i]) return 0;
+  }
+  return 1;
+}
