@@ -39,6 +39,7 @@
 #include "XPtrList.h"
 #include "XROI.h"
 #include "XRSFile.h"
+#include "XRSFile2Tiff.h"
 #include "XRSFile2XLD.h"
 #include "XRSFile2ZRM.h"
 #include "XRSFileIO.h"

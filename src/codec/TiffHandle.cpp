@@ -17,16 +17,26 @@ namespace {
 /// mapped.
 constexpr const char* kMode = "rOcm";
 
+/// An answer other than 0 keeps the message from going any further.
+int OnMessage(TIFF*, void* messages, const char*, const char* format, std::va_list arguments) {
+  static_cast<TiffMessages*>(messages)->Note(format, arguments);
+  return 1;
+}
+
+}  // namespace
+
 void KnowGeoTags() {
   static std::once_flag once;
   std::call_once(once, [] { XTIFFInitialize(); });
 }
 
-struct OptionsFree {
-  void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
-};
-
-}  // namespace
+TiffOptions MakeTiffOptions(TiffMessages& messages) {
+  TiffOptions options(TIFFOpenOptionsAlloc());
+  if (!options) return nullptr;
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &OnMessage, &messages);
+  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &OnMessage, &messages);
+  return options;
+}
 
 void TiffMessages::Note(const char* format, std::va_list arguments) noexcept {
   char text[512];
@@ -54,11 +64,9 @@ TiffHandle::~TiffHandle() {
 std::unique_ptr<TiffHandle> TiffHandle::Open(std::shared_ptr<DiskFile> file, const XString& name,
                                              std::shared_ptr<TiffMessages> messages, std::int64_t mostBytes) {
   KnowGeoTags();
-  const std::unique_ptr<TIFFOpenOptions, OptionsFree> options(TIFFOpenOptionsAlloc());
+  const TiffOptions options = MakeTiffOptions(*messages);
   if (!options) return nullptr;
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), mostBytes);
-  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &OnMessage, messages.get());
-  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &OnMessage, messages.get());
   std::unique_ptr<TiffHandle> handle(new TiffHandle(std::move(file), std::move(messages)));
   handle->tiff_ = TIFFClientOpenExt(name.GetText(), kMode, handle.get(), &Read, &Write, &Seek, &Close, &Size, &Map,
                                     &Unmap, options.get());
@@ -66,12 +74,6 @@ std::unique_ptr<TiffHandle> TiffHandle::Open(std::shared_ptr<DiskFile> file, con
 }
 
 // libtiff calls these, so nothing may be thrown out of them.
-
-/// An answer other than 0 keeps the message from going any further.
-int TiffHandle::OnMessage(TIFF*, void* messages, const char*, const char* format, std::va_list arguments) {
-  static_cast<TiffMessages*>(messages)->Note(format, arguments);
-  return 1;
-}
 
 tmsize_t TiffHandle::Read(thandle_t self, void* buffer, tmsize_t count) {
   TiffHandle& handle = *static_cast<TiffHandle*>(self);

@@ -24,6 +24,16 @@ class TiffMessages {
   XString last_;
 };
 
+/// libtiff's options for a file whose messages go to `messages`, which must outlive the file; null without memory.
+struct TiffOptionsFree {
+  void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
+};
+using TiffOptions = std::unique_ptr<TIFFOpenOptions, TiffOptionsFree>;
+TiffOptions MakeTiffOptions(TiffMessages& messages);
+
+/// Makes the tags of GeoTIFF known to libtiff, for files that are opened from then on.
+void KnowGeoTags();
+
 /// A handle of libtiff over an open file, for reading. Tags of GeoTIFF are known to it. For one thread at a time.
 ///
 /// Strips are those of the file and are never cut into smaller ones, tables of blocks are read as they are needed, and
@@ -46,7 +56,6 @@ class TiffHandle {
  private:
   TiffHandle(std::shared_ptr<DiskFile> file, std::shared_ptr<TiffMessages> messages);
 
-  static int OnMessage(TIFF*, void* messages, const char* module, const char* format, std::va_list arguments);
   static tmsize_t Read(thandle_t self, void* buffer, tmsize_t count);
   static tmsize_t Write(thandle_t self, void* buffer, tmsize_t count);
   static toff_t Seek(thandle_t self, toff_t offset, int origin);

@@ -1,5 +1,7 @@
 #include "writers/WindowStatistics.h"
 
+#include "writers/RowBlocks.h"
+
 #include <algorithm>
 
 namespace zrk {
@@ -9,16 +11,17 @@ namespace {
 template <class Visit>
 bool ForEachBlock(ZRMBand& band, const SourceWindow& window, XThread* thread, XString& err, Visit&& visit) {
   constexpr long kWantedRows = 200;
-  const int wanted = std::max(XfnCalcBlockHeight(&band, kWantedRows), 1), decode = std::max(band.GetDecodeRows(), 1);
-  const int blockRows = (wanted + decode - 1) / decode * decode;
-  for (int y = window.y0, block = 0; y <= window.y1; y += blockRows, ++block) {
+  const int wanted = XfnCalcBlockHeight(&band, kWantedRows);
+  for (int y = window.y0, block = 0; y <= window.y1; ++block) {
     if (thread && thread->GetState() != XThread::kStateRun) return false;
+    const int end = y + std::min(CountBlockRows(band, y, wanted), window.y1 - y + 1);
     tagXArr2* data = nullptr;
-    if (!band.ReadSubset(data, 0, window.x0, window.x1, y, std::min(y + blockRows - 1, window.y1), nullptr)) {
+    if (!band.ReadSubset(data, 0, window.x0, window.x1, y, end - 1, nullptr)) {
       err = "Fail to read data";
       return false;
     }
     visit(block, data->data, static_cast<std::size_t>(data->xSize) * static_cast<std::size_t>(data->ySize));
+    y = end;
   }
   return true;
 }

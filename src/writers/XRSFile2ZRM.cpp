@@ -1,9 +1,10 @@
 #include "XRSFile2ZRM.h"
 
-#include "base/Disk.h"
 #include "core/level/CompressPyramid.h"
 #include "core/native/BandBodies.h"
 #include "core/native/SaverGroups.h"
+#include "writers/BandList.h"
+#include "writers/OutputPath.h"
 #include "writers/WindowStatistics.h"
 #include "Xepot.h"
 #include "XEPOT2D.h"
@@ -55,12 +56,6 @@ void CopyBandFields(XRSFileSaver& saver, ZRMBand& band, const Window& window) {
   band.CleanupMemory(1, 0);
 }
 
-std::vector<ZRMBand*> BandsOf(const XRSFile& file) {
-  std::vector<ZRMBand*> bands;
-  for (int i = 0; i < file.GetNumOfBands(); ++i) bands.push_back(file.GetBandAt(i));
-  return bands;
-}
-
 int ClampLevel(int level, const Window& window, int xTile, int yTile) {
   return std::clamp(level, 0, Xepot::CalcProperLevel(window.Width(), window.Height(), xTile, yTile));
 }
@@ -73,13 +68,6 @@ struct Share {
   int start;
   int end;
 };
-
-/// Whoever has a file of the name open, be it behind a band of a mosaic, keeps it: a new one takes its place, and it is
-/// not emptied. One that is empty has nothing to lose, and may be held for this very file; one that is protected stays.
-void MakeWay(const XString& path) {
-  XFile present;
-  if (present.Open(path, XFile::kReadWrite | XFile::kShareDenyNone) && present.GetLength() > 0) XFile::Remove(path);
-}
 
 /// Gives a thread back its whole range at the end.
 class PercentRange {
@@ -145,10 +133,7 @@ int XRSFile2ZRM::Save(XString path, int level, int x0, int x1, int y0, int y1, i
 int XRSFile2ZRM::Begin(const XString& path, XFile& out, XRSFileSaver& saver, XString& err) const {
   if (path.IsEmpty() || !file_) return 0;
   if (!file_->GetBandAt(0)) return FailWith(err, "No Band found");
-  // The file that the dataset came from is not given up for one that may not come to be.
-  const bool isOwnFile = zrk::CurrentDisk().AreSame(file_->GetFilePath().AsStdString(), path.AsStdString());
-  if (!isOwnFile) MakeWay(path);
-  if (isOwnFile || !out.Open(path, XFile::kReadWrite | XFile::kCreate)) {
+  if (!zrk::MakeWay(*file_, path) || !out.Open(path, XFile::kReadWrite | XFile::kCreate)) {
     return FailWith(err, "Cannot open file to write");
   }
   saver.SetFileOutputData(&out);
@@ -208,7 +193,7 @@ int XRSFile2ZRM::SaveZRMBandGeneralComp(XString path, int level, int x0, int x1,
 int XRSFile2ZRM::SaveZRMBandImageSharpen(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode,
                                          XString& err, XThread* thread) {
   if (!file_) return 0;
-  const std::vector<ZRMBand*> bands = BandsOf(*file_);
+  const std::vector<ZRMBand*> bands = zrk::ListBands(*file_, file_->GetNumOfBands());
   if (bands.size() < 3) return FailWith(err, "Number of selected bands must be more than 3");
   for (const ZRMBand* band : bands) {
     if (!band) return 0;

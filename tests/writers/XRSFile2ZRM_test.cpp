@@ -2,6 +2,7 @@
 
 #include "FaultyDisk.h"
 #include "LevelDataset.h"
+#include "LoggedBand.h"
 #include "ReferencePyramid.h"
 #include "TempFolder.h"
 #include "XFile.h"
@@ -22,22 +23,6 @@
 using testing::Each;
 using testing::ElementsAre;
 using testing::Le;
-
-/// A band that goes by the name of an image sharpening's output.
-class ZRMBandImageSharpen : public MemoryBand {
-  X_DECLARE_RUNTIME_CLASS
-  /// Where the band enters itself at each read.
-  void SetLog(std::vector<const ZRMBand*>* log) { log_ = log; }
-  using MemoryBand::ReadSubset;
-  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override {
-    if (log_) log_->push_back(this);
-    return MemoryBand::ReadSubset(out, level, x0, x1, y0, y1, cancel);
-  }
-
- private:
-  std::vector<const ZRMBand*>* log_ = nullptr;
-};
-X_IMPLEMENT_RUNTIME_CLASS(ZRMBandImageSharpen, ZRMBand);
 
 namespace {
 
@@ -476,7 +461,7 @@ TEST_F(XRSFile2ZRMTest, WritesAllOutputsOfASharpening) {
 }
 
 TEST_F(XRSFile2ZRMTest, ComputesASharpeningInOnePass) {
-  std::vector<const ZRMBand*> log;
+  LoggedBand::Log log;
   std::vector<const ZRMBand*> bands;
   for (int i = 0; i < 3; ++i) {
     auto& band = AddKind<ZRMBandImageSharpen>(40, 3000);
@@ -485,7 +470,7 @@ TEST_F(XRSFile2ZRMTest, ComputesASharpeningInOnePass) {
   }
   ASSERT_EQ(1, Save(0, 0, 39, 0, 2999));
   ASSERT_GT(log.size(), bands.size());  // block by block, and each block of all bands
-  for (std::size_t i = 0; i < log.size(); ++i) EXPECT_EQ(bands[i % 3], log[i]) << i;
+  for (std::size_t i = 0; i < log.size(); ++i) EXPECT_EQ(bands[i % 3], log[i].first) << i;
 }
 
 TEST_F(XRSFile2ZRMTest, WantsThreeBandsOfASharpening) {

@@ -1,4 +1,5 @@
 #include "core/dispatch/Outcome.h"
+#include "XRSFile2Tiff.h"
 #include "XRSFile2ZRM.h"
 #include "XRSFileIO.h"
 #include "XSystem.h"
@@ -15,9 +16,15 @@ XString MakeValidationInfo() {
 
 }  // namespace
 
-int XRSFileIO::SaveFileTiff(XRSFile* file, XString, int, int, int, int, XString& err, XThread*) {
-  err = file ? "TIFF files can't be written by this build" : zrk::kNotValidFile;
-  return 0;
+int XRSFileIO::SaveFileTiff(XRSFile* file, XString path, int x0, int x1, int y0, int y1, XString& err,
+                            XThread* thread) {
+  if (!file) {
+    err = zrk::kNotValidFile;
+    return 0;
+  }
+  XRSFile2Tiff writer;
+  writer.SetXRSFile(file);
+  return writer.Save(path, x0, x1, y0, y1, err, thread);
 }
 
 int XRSFileIO::SaveFileZRM(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, XString& err,

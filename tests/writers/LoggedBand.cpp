@@ -1,0 +1,3 @@
+#include "LoggedBand.h"
+
+X_IMPLEMENT_RUNTIME_CLASS(ZRMBandImageSharpen, ZRMBand);
