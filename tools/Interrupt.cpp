@@ -12,15 +12,30 @@ namespace {
 
 std::atomic<int*> stateWord = nullptr;
 std::atomic<bool> wasAsked = false;
-std::atomic<bool> hasUnfinishedFile = false;
-char unfinishedFile[PATH_MAX];
+
+/// A path that the handler may unlink, or none.
+struct FileSlot {
+  std::atomic<bool> isSet = false;
+  char path[PATH_MAX];
+};
+FileSlot unfinishedFile;
+FileSlot companionFile;
 
 static_assert(std::atomic<int*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
 void EndAtOnce(int signalNumber) {
-  if (hasUnfinishedFile) ::unlink(unfinishedFile);
+  for (const FileSlot* slot : {&unfinishedFile, &companionFile}) {
+    if (slot->isSet) ::unlink(slot->path);
+  }
   std::signal(signalNumber, SIG_DFL);
   std::raise(signalNumber);
+}
+
+void SetSlot(FileSlot& slot, const std::string& path) {
+  slot.isSet = false;
+  if (path.empty() || path.size() >= sizeof slot.path) return;
+  std::memcpy(slot.path, path.c_str(), path.size() + 1);
+  slot.isSet = true;
 }
 
 void OnSignal(int signalNumber) {
@@ -55,9 +70,7 @@ StoppableJob::~StoppableJob() {
   stateWord = nullptr;
 }
 
-void SetUnfinishedFile(const std::string& path) {
-  hasUnfinishedFile = false;
-  if (path.empty() || path.size() >= sizeof unfinishedFile) return;
-  std::memcpy(unfinishedFile, path.c_str(), path.size() + 1);
-  hasUnfinishedFile = true;
+void SetUnfinishedFile(const std::string& path, const std::string& companion) {
+  SetSlot(unfinishedFile, path);
+  SetSlot(companionFile, companion);
 }

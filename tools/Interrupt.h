@@ -17,5 +17,6 @@ class StoppableJob {
   StoppableJob& operator=(const StoppableJob&) = delete;
 };
 
-/// The unfinished file that the program removes even where a second signal ends it; an empty path for none.
-void SetUnfinishedFile(const std::string& path);
+/// The unfinished file that the program removes even where a second signal ends it, and one that may come to be beside
+/// it; an empty path for none.
+void SetUnfinishedFile(const std::string& path, const std::string& companion = "");

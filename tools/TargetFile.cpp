@@ -1,18 +1,20 @@
 #include "TargetFile.h"
 
 #include "Interrupt.h"
+#include "XPath.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace {
 
-bool IsSameFile(const struct stat& status, const std::string& path) {
-  struct stat other;
-  return ::stat(path.c_str(), &other) == 0 && status.st_dev == other.st_dev && status.st_ino == other.st_ino;
+/// Never an existing file, whoever has put it there.
+int CreateNew(const std::string& path) {
+  return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
 }
 
 /// A folder that can't be synced does not make the files in it any less whole.
@@ -27,19 +29,45 @@ void SyncFolderOf(const std::string& path) {
 
 }  // namespace
 
+std::string WithoutExtension(const std::string& path) {
+  return XfnGetFileFolder(path).AsStdString() + XfnGetFileTitle(path).AsStdString();
+}
+
 bool IsSpecialFile(const std::string& path) {
   struct stat status;
   return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+bool CanBeReplaced(const std::string& path) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
+  errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  return false;
+}
+
+bool AreSameFile(const std::string& one, const std::string& other) {
+  struct stat first, second;
+  return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
 }
 
 std::string CannotWrite(const std::string& name) {
   return "can't write " + name + " (" + std::strerror(errno) + ")";
 }
 
+TargetFile::TargetFile(std::string extension, std::string companion)
+    : extension_(std::move(extension)), companion_(std::move(companion)) {}
+
 TargetFile::~TargetFile() {
+  Discard();
+}
+
+void TargetFile::Discard() {
   if (descriptor_ >= 0) ::close(descriptor_);
+  descriptor_ = -1;
   if (unfinished_.empty()) return;
   ::unlink(unfinished_.c_str());
+  unfinished_.clear();
   SetUnfinishedFile("");
 }
 
@@ -48,34 +76,44 @@ bool TargetFile::Fail(std::string& err) const {
   return false;
 }
 
-/// Never an existing file, whoever has put it there.
-bool TargetFile::Create() {
-  const std::string stem = path_ + ".part" + std::to_string(::getpid());
-  std::string name = stem;
-  for (int i = 1;; ++i) {
-    descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor_ >= 0 || errno != EEXIST) break;
-    name = stem + "-" + std::to_string(i);
-  }
+/// Both files or none, with the reason in `errno`.
+bool TargetFile::CreateAs(const std::string& stem) {
+  const std::string name = stem + extension_, companionName = stem + companion_;
+  descriptor_ = CreateNew(name);
   if (descriptor_ < 0) return false;
   unfinished_ = name;
   SetUnfinishedFile(name);
+  if (companion_.empty()) return true;
+  const int descriptor = CreateNew(companionName);
+  if (descriptor >= 0) {
+    ::close(descriptor);
+    SetUnfinishedFile(name, companionName);
+    return true;
+  }
+  const int reason = errno;
+  Discard();
+  errno = reason;
+  return false;
+}
+
+bool TargetFile::Create() {
+  const std::string title = extension_.empty() ? path_ : WithoutExtension(path_);
+  const std::string first = title + ".part" + std::to_string(::getpid());
+  std::string stem = first;
+  for (int i = 1; !CreateAs(stem); ++i) {
+    if (errno != EEXIST) return false;
+    stem = first + "-" + std::to_string(i);
+  }
   return true;
 }
 
 bool TargetFile::Begin(const std::string& path, const std::string& input, std::string& err) {
   path_ = path;
-  struct stat status;
-  const bool exists = ::stat(path.c_str(), &status) == 0;
-  if (exists && IsSameFile(status, input)) {
+  if (AreSameFile(path, input)) {
     err = "the output would take the place of this file";
     return false;
   }
-  if (exists && !S_ISREG(status.st_mode)) {
-    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    return Fail(err);
-  }
-  return Create() || Fail(err);
+  return (CanBeReplaced(path) && Create()) || Fail(err);
 }
 
 bool TargetFile::Commit(std::string& err) {

@@ -6,15 +6,17 @@
 /// name of its own, and goes away where that does not come, also where a second signal ends the program.
 class TargetFile {
  public:
-  TargetFile() = default;
+  /// Where an extension is given, as ".tif", the name of the unfinished file ends in that, for writers that name files
+  /// beside theirs by it. The name of such a file, which ends in `companion` in its place, is then as free.
+  explicit TargetFile(std::string extension = "", std::string companion = "");
   ~TargetFile();
   TargetFile(const TargetFile&) = delete;
   TargetFile& operator=(const TargetFile&) = delete;
 
   // Both answer false with the reason in `err`.
 
-  /// Creates the unfinished file, empty. A path that leads to `input`, the file that the target is made of, is refused,
-  /// and so is one that leads to anything but a regular file.
+  /// Creates the unfinished file, empty, and so its companion, which is the caller's from then on. A path that leads to
+  /// `input`, the file that the target is made of, is refused, and so is one that leads to anything but a regular file.
   bool Begin(const std::string& path, const std::string& input, std::string& err);
   /// Brings the file to the disk and gives it its name.
   bool Commit(std::string& err);
@@ -26,11 +28,24 @@ class TargetFile {
  private:
   bool Fail(std::string& err) const;
   bool Create();
+  bool CreateAs(const std::string& stem);
+  void Discard();
 
+  std::string extension_;
+  std::string companion_;
   std::string path_;
   std::string unfinished_;  // empty where there is none
   int descriptor_ = -1;
 };
+
+/// Folder and title.
+std::string WithoutExtension(const std::string& path);
+
+/// Whether the path leads to a regular file or nowhere; otherwise the reason is in `errno`.
+bool CanBeReplaced(const std::string& path);
+
+/// Whether both paths lead to the same file.
+bool AreSameFile(const std::string& one, const std::string& other);
 
 /// Whether the path leads to a device, a pipe or the like, which can be written but not replaced.
 bool IsSpecialFile(const std::string& path);

@@ -1,34 +1,15 @@
+#include "ConvertProgram.h"
 #include "JpegBuilder.h"
-#include "Program.h"
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 namespace {
 
 using testing::MatchesRegex;
-using Bytes = std::vector<unsigned char>;
-using Names = std::set<std::string>;
-using Json = nlohmann::json;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kNumKills = 8, kKillSize = 1000;
-#else
-constexpr int kNumKills = 50, kKillSize = 2000;
-#endif
-
-class ZrkioConvert : public Zrkio {
+class ZrkioConvert : public ZrkioConversion {
  protected:
-  std::string WriteImage() { return Write("a.bmp", BmpBuilder().Size(600, 500).Build()); }
   std::string Out() const { return folder_.Path("out.zrm"); }
-  Json Channel(const std::string& path) { return Json::parse(Run({"info", "--json", path}).out)[0]["channels"][0]; }
-  Bytes Samples(const std::string& path, const std::string& band, const std::string& level = "0") {
-    const ProgramResult result = Run({"read", path, "--band", band, "--level", level, "-o", "-"});
-    return Bytes(result.out.begin(), result.out.end());
-  }
-  static std::string Failure(const std::string& path, const std::string& reason) {
-    return "zrkio: " + path + ": " + reason + "\n";
-  }
 };
 
 TEST_F(ZrkioConvert, KeepsEverySampleAndTellsHowFast) {
@@ -67,6 +48,17 @@ TEST_F(ZrkioConvert, WritesAWindowWithAsManyLevelsAsAskedFor) {
   EXPECT_EQ(290u * 235u, Samples(Out(), "1", "1").size());
 }
 
+TEST_F(ZrkioConvert, WritesTheBandsAskedForInTheirOrder) {
+  const std::string path = WriteImage();
+  EXPECT_EQ(0, Run({"convert", "--bands", "3,1,3", path, Out(), "--window", "10,589,20,489"}).exitStatus);
+  EXPECT_EQ(3u, Describe(Out())["channels"].size());
+  EXPECT_EQ(580, Channel(Out())["width"]);
+  EXPECT_EQ(BmpBuilder::Blue(10, 20), Samples(Out(), "1")[0]);
+  EXPECT_EQ(BmpBuilder::Red(10, 20), Samples(Out(), "2")[0]);
+  EXPECT_EQ(Samples(Out(), "1"), Samples(Out(), "3"));
+  EXPECT_EQ(Failure(path, "there is no band 4, only 1 to 3"), Refuse({"convert", path, Out(), "--bands", "1,4"}));
+}
+
 TEST_F(ZrkioConvert, ReplacesTheFileThatWasThereAndReadsItsOwn) {
   const std::string path = WriteImage();
   folder_.Write("out.zrm", "old");
@@ -77,20 +69,19 @@ TEST_F(ZrkioConvert, ReplacesTheFileThatWasThereAndReadsItsOwn) {
 
 TEST_F(ZrkioConvert, RefusesWhatCannotBeWritten) {
   const std::string path = WriteImage();
-  const auto refuse = [&](const std::vector<std::string>& arguments) {
-    const ProgramResult result = Run(arguments);
-    EXPECT_EQ(1, result.exitStatus);
-    return result.err;
-  };
-  const std::string tif = folder_.Path("out.tif"), lost = folder_.Path("none/out.zrm");
-  EXPECT_EQ(Failure(path, "can't write " + tif + ": only native rasters (.zrm) can be written"),
-            refuse({"convert", path, tif}));
-  EXPECT_EQ(Failure(path, "can't write " + lost + " (No such file or directory)"), refuse({"convert", path, lost}));
+  const std::string lost = folder_.Path("none/out.zrm");
+  for (const char* name : {"out.png", "out.zrm2", "out"}) {
+    const std::string other = folder_.Path(name);
+    EXPECT_EQ(Failure(path, "can't write " + other +
+                                ": only native rasters (.zrm) and TIFF files (.tif, .tiff) can be written"),
+              Refuse({"convert", path, other}));
+  }
+  EXPECT_EQ(Failure(path, "can't write " + lost + " (No such file or directory)"), Refuse({"convert", path, lost}));
   EXPECT_EQ(Failure(path, "the window is not within columns 0 to 599 and rows 0 to 499"),
-            refuse({"convert", path, Out(), "--window", "0,600,0,1"}));
-  EXPECT_EQ(Failure(lost, "no such file"), refuse({"convert", lost, Out()}));
+            Refuse({"convert", path, Out(), "--window", "0,600,0,1"}));
+  EXPECT_EQ(Failure(lost, "no such file"), Refuse({"convert", lost, Out()}));
   std::filesystem::create_directory(Out());
-  EXPECT_EQ(Failure(path, "can't write " + Out() + " (Is a directory)"), refuse({"convert", path, Out()}));
+  EXPECT_EQ(Failure(path, "can't write " + Out() + " (Is a directory)"), Refuse({"convert", path, Out()}));
   EXPECT_EQ((Names{"a.bmp", "out.zrm"}), ListFiles());
 }
 
@@ -111,6 +102,7 @@ TEST_F(ZrkioConvert, BadNumbersAreBadUsage) {
   EXPECT_EQ(2, Run({"convert", path, Out(), "--max-error", "nan"}).exitStatus);
   EXPECT_EQ(2, Run({"convert", path, Out(), "--levels", "-1"}).exitStatus);
   EXPECT_EQ(2, Run({"convert", path, Out(), "--window", "0,1,2"}).exitStatus);
+  EXPECT_EQ(2, Run({"convert", path, Out(), "--bands", "0"}).exitStatus);
   EXPECT_EQ(1, CountFiles());
 }
 

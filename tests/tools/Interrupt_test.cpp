@@ -1,3 +1,5 @@
+#include "Interrupt.h"
+
 #include "Program.h"
 
 namespace {
@@ -49,6 +51,17 @@ TEST_F(ZrkioInterrupt, WhatTheStarterIgnoresStaysIgnored) {
   // Two that are heard would have ended the program by signal.
   EXPECT_EQ(0, result.signal);
   EXPECT_EQ(1, result.exitStatus);
+}
+
+TEST_F(ZrkioInterrupt, NeitherOfTwoUnfinishedFilesOutlivesTheProgram) {
+  const std::string image = Write("a.part.tif", {}), place = Write("a.part.tfw", {});
+  const auto endAtOnce = [&] {
+    InstallInterruptHandlers();
+    SetUnfinishedFile(image, place);
+    std::raise(SIGTERM);
+  };
+  EXPECT_EXIT(endAtOnce(), testing::KilledBySignal(SIGTERM), "");
+  EXPECT_EQ(0, CountFiles());
 }
 
 }  // namespace
