@@ -5,11 +5,29 @@
 #include "XThreadSafeArr.h"
 
 #include <gdal_priv.h>
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 
 namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kRows = 256;
+
+/// Spread over the range of the type.
+std::uint16_t ToPint16(double value) {
+  return static_cast<std::uint16_t>(value * 131.0);
+}
+
+GDALDataType GdalTypeOf(int dataType) {
+  if (dataType == kReal32) return GDT_Float32;
+  return dataType == kPint16 ? GDT_UInt16 : GDT_Byte;
+}
+
+}  // namespace
 
 PaintedBand::PaintedBand(int side, int dataType, int channel) : channel_(channel) {
   SetSize(side, side);
@@ -32,6 +50,7 @@ int PaintedBand::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, i
     for (int x = x0; x <= x1; ++x) {
       const double value = Paint(x, y);
       if (GetDataType() == kPint08) row[x - x0] = static_cast<unsigned char>(value);
+      if (GetDataType() == kPint16) reinterpret_cast<std::uint16_t*>(row)[x - x0] = ToPint16(value);
       if (GetDataType() == kReal32) reinterpret_cast<float*>(row)[x - x0] = static_cast<float>(value * 1.37);
     }
   }
@@ -52,24 +71,26 @@ void MakeNative(const std::string& path, int side, int dataType, int numBands) {
   fs::rename(unfinished, path);
 }
 
+void WritePaintedRows(GDALDataset& tiff, const std::string& path, int dataType, int channel, int y) {
+  const int side = tiff.GetRasterXSize(), rows = std::min(kRows, side - y);
+  PaintedBand band(side, dataType, channel);
+  tagXArr2* painted = nullptr;
+  Must(band.ReadSubset(painted, 0, 0, side - 1, y, y + rows - 1, nullptr), "out of memory");
+  const CPLErr error =
+      tiff.GetRasterBand(channel + 1)
+          ->RasterIO(GF_Write, 0, y, side, rows, painted->data, side, rows, GdalTypeOf(dataType), 0, 0, nullptr);
+  Must(error == CE_None, "can't write " + path);
+}
+
 void MakeTiledTiff(const std::string& path, int side, int dataType, int numBands) {
   if (fs::exists(path)) return;
   const std::string unfinished = path + ".part";
-  const GDALDataType type = dataType == kReal32 ? GDT_Float32 : GDT_Byte;
   const char* const options[] = {"TILED=YES", "BIGTIFF=IF_SAFER", "INTERLEAVE=BAND", nullptr};
-  GDALDataset* tiff = GetGDALDriverManager()->GetDriverByName("GTiff")->Create(unfinished.c_str(), side, side, numBands,
-                                                                               type, const_cast<char**>(options));
+  GDALDataset* tiff = GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+      unfinished.c_str(), side, side, numBands, GdalTypeOf(dataType), const_cast<char**>(options));
   Must(tiff != nullptr, "can't write " + path);
-  constexpr int kRows = 256;
   for (int i = 0; i < numBands; ++i) {
-    PaintedBand band(side, dataType, i);
-    for (int y = 0; y < side; y += kRows) {
-      tagXArr2* rows = nullptr;
-      Must(band.ReadSubset(rows, 0, 0, side - 1, y, y + kRows - 1, nullptr), "out of memory");
-      const CPLErr error = tiff->GetRasterBand(i + 1)->RasterIO(GF_Write, 0, y, side, kRows, rows->data, side, kRows,
-                                                                type, 0, 0, nullptr);
-      Must(error == CE_None, "can't write " + path);
-    }
+    for (int y = 0; y < side; y += kRows) WritePaintedRows(*tiff, path, dataType, i, y);
   }
   GDALClose(tiff);
   fs::rename(unfinished, path);

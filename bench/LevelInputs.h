@@ -6,7 +6,10 @@
 
 #include <string>
 
-/// A picture that is computed where it is read: waves with noise on them, in samples of 8 bits or 32-bit reals.
+class GDALDataset;
+
+/// A picture that is computed where it is read: waves with noise on them, in samples of 8 or 16 bits or 32-bit
+/// reals.
 class PaintedBand : public ZRMBand {
  public:
   PaintedBand(int side, int dataType, int channel);
@@ -24,3 +27,6 @@ class PaintedBand : public ZRMBand {
 /// a tiled TIFF; both in tiles of 256 x 256, and both only where they are not there yet.
 void MakeNative(const std::string& path, int side, int dataType, int numBands);
 void MakeTiledTiff(const std::string& path, int side, int dataType, int numBands);
+
+/// Writes rows `y` and up to 255 below it of one band of the picture to a TIFF that GDAL has open.
+void WritePaintedRows(GDALDataset& tiff, const std::string& path, int dataType, int channel, int y);

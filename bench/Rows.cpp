@@ -141,6 +141,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("tiff")) AddTiffRows(options, rows);
   if (wants("level")) AddLevelRows(options, rows);
   if (wants("comp")) AddCompressedRows(options, rows);
+  if (wants("write")) AddTiffWriteRows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }

@@ -13,6 +13,7 @@ struct Row {
   std::function<void()> theirs;
   int times = 1;        ///< how often one call does it
   double target = 0.0;  ///< the largest ratio of ours to the rival's, or seconds where there is no rival
+  std::function<void()> prepare = nullptr;  ///< run before each call of either side, outside what is timed
 };
 
 struct BenchOptions {
@@ -31,3 +32,5 @@ void AddLevelRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddCompressedRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about TIFF files.
 void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about writing TIFF files.
+void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -28,9 +28,10 @@ class Collector : public benchmark::BenchmarkReporter {
   std::map<std::string, std::vector<double>> seconds_;
 };
 
-void Register(const std::string& name, const std::function<void()>& work) {
+void Register(const std::string& name, const std::function<void()>& work, const std::function<void()>& prepare) {
   benchmark::RegisterBenchmark(name.c_str(),
-                               [&work](benchmark::State& state) {
+                               [&work, &prepare](benchmark::State& state) {
+                                 if (prepare) prepare();
                                  for ([[maybe_unused]] auto _ : state) work();
                                })
       ->Iterations(1)
@@ -62,8 +63,8 @@ void PrintRow(const Row& row, double ours, double theirs) {
 
 void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
   for (const Row& row : rows) {
-    Register(row.key + "_ours", row.ours);
-    if (row.theirs) Register(row.key + "_theirs", row.theirs);
+    Register(row.key + "_ours", row.ours, row.prepare);
+    if (row.theirs) Register(row.key + "_theirs", row.theirs, row.prepare);
   }
   Collector collector;
   for (const Row& row : rows) {

@@ -10,24 +10,17 @@
 
 namespace fs = std::filesystem;
 
-void MakeTiff(const std::string& path, int side, const TiffKind& kind) {
+void MakeTiff(const std::string& path, int side, int dataType, int numBands, const std::vector<std::string>& options) {
   if (fs::exists(path)) return;
   const std::string unfinished = path + ".part";
-  CPLStringList options;
-  for (const std::string& option : kind.options) options.AddString(option.c_str());
-  GDALDataset* tiff = GetGDALDriverManager()->GetDriverByName("GTiff")->Create(unfinished.c_str(), side, side, 3,
-                                                                               GDT_Byte, options.List());
+  CPLStringList list;
+  for (const std::string& option : options) list.AddString(option.c_str());
+  GDALDataset* tiff = GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+      unfinished.c_str(), side, side, numBands, dataType == kPint16 ? GDT_UInt16 : GDT_Byte, list.List());
   Must(tiff != nullptr, "can't write " + path);
   constexpr int kRows = 256;
   for (int y = 0; y < side; y += kRows) {
-    for (int i = 0; i < 3; ++i) {
-      PaintedBand band(side, kPint08, i);
-      tagXArr2* rows = nullptr;
-      Must(band.ReadSubset(rows, 0, 0, side - 1, y, y + kRows - 1, nullptr), "out of memory");
-      const CPLErr error = tiff->GetRasterBand(i + 1)->RasterIO(GF_Write, 0, y, side, kRows, rows->data, side, kRows,
-                                                                GDT_Byte, 0, 0, nullptr);
-      Must(error == CE_None, "can't write " + path);
-    }
+    for (int i = 0; i < numBands; ++i) WritePaintedRows(*tiff, path, dataType, i, y);
   }
   GDALClose(tiff);
   fs::rename(unfinished, path);

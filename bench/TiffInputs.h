@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// How a three-channel TIFF of bytes lays its pixels out.
+/// How a TIFF lays its pixels out.
 struct TiffKind {
   const char* key;
   const char* title;
@@ -17,8 +17,8 @@ struct TiffKind {
   int windowShare = 1;               ///< of how many windows one is read, where each takes long
 };
 
-/// The picture of `PaintedBand` in such a file, unless it is there.
-void MakeTiff(const std::string& path, int side, const TiffKind& kind);
+/// The picture of `PaintedBand` in such a file, by the options that GDAL writes it with, unless it is there.
+void MakeTiff(const std::string& path, int side, int dataType, int numBands, const std::vector<std::string>& options);
 
 /// One band by GDAL. With `keepsBlocks` false, nothing that a window decoded is there for the next one.
 class GdalBand {

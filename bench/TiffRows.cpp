@@ -3,6 +3,7 @@
 
 #include "Rows.h"
 #include "TiffInputs.h"
+#include "XDataType.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
 
@@ -122,7 +123,7 @@ void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows) {
     const std::string path = options.folder + "/" + name + std::to_string(options.side) + ".tif";
     const int numWindows = std::max(options.numWindows / kind.windowShare, 1);
     const auto windows = std::make_shared<std::vector<Window>>(PickWindows(options.side, numWindows));
-    MakeTiff(path, options.side, kind);
+    MakeTiff(path, options.side, kPint08, 3, kind.options);
     MustAgree(path, Windows(*windows).first(static_cast<std::size_t>(std::min(numWindows, 8))));
     AddWindowRows(path, kind, windows, rows);
     AddSequentialRows(path, kind, options.side, rows);

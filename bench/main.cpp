@@ -1,4 +1,5 @@
 #include "Inputs.h"
+#include "PeakMemory.h"
 #include "Table.h"
 
 #include <algorithm>
@@ -12,7 +13,8 @@ constexpr const char* kUsage =
     "Usage: zrkio_bench --data=FOLDER [--size=PIXELS] [--windows=N] [--rounds=N] [--only=KEY]\n"
     "FOLDER takes the inputs, which are kept; PIXELS (8192) is the side of the bitmap, N windows (1024) of 256 x 256\n"
     "are read at random places, and each figure is the median of N rounds (7). KEY is the beginning of\n"
-    "the keys of the rows that are wanted: bmp, sibling, jpeg, tiff, level, comp.\n";
+    "the keys of the rows that are wanted: bmp, sibling, jpeg, tiff, level, comp, write.\n"
+    "zrkio_bench --save IN OUT.tif only saves a raster as TIFF, and prints its peak memory in bytes.\n";
 
 bool TakeNumber(const char* argument, const char* name, int least, int& value) {
   const std::size_t length = std::strlen(name);
@@ -38,6 +40,10 @@ bool TakeArgument(const char* argument, BenchOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 4 && std::strcmp(argv[1], "--save") == 0) {
+    SaveAndPrintPeak(argv[2], argv[3]);
+    return 0;
+  }
   BenchOptions options;
   const bool isUnderstood =
       std::all_of(argv + 1, argv + argc, [&](const char* argument) { return TakeArgument(argument, options); });

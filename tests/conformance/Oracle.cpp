@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <memory>
+#include <type_traits>
 
 #include <cpl_error.h>
 #include <gdal.h>
@@ -86,6 +87,16 @@ int FindEpsg(GDALDatasetH dataset) {
   return name && code && std::string(name) == "EPSG" ? std::atoi(code) : 0;
 }
 
+std::string ExportWkt(GDALDatasetH dataset) {
+  const char* const wkt = GDALGetProjectionRef(dataset);
+  return wkt ? wkt : "";
+}
+
+void NoteComplaint(CPLErr severity, CPLErrorNum, const char* message) {
+  if (severity < CE_Warning) return;
+  static_cast<std::vector<std::string>*>(CPLGetErrorHandlerUserData())->emplace_back(message);
+}
+
 }  // namespace
 
 OracleImage ReadWithGdal(const std::string& path) {
@@ -110,8 +121,8 @@ OracleImage ReadWithGdal(const std::string& path) {
 }
 
 StoredImage ReadStoredWithGdal(const std::string& path) {
-  CPLPushErrorHandler(CPLQuietErrorHandler);
   StoredImage image;
+  CPLPushErrorHandlerEx(&NoteComplaint, &image.complaints);
   if (const Dataset dataset = Open(path)) {
     image.isOpen = true;
     image.width = GDALGetRasterXSize(dataset.get());
@@ -125,9 +136,18 @@ StoredImage ReadStoredWithGdal(const std::string& path) {
     }
     image.isPlaced = GDALGetGeoTransform(dataset.get(), image.transform.data()) == CE_None;
     image.epsg = FindEpsg(dataset.get());
+    image.wkt = ExportWkt(dataset.get());
   }
   CPLPopErrorHandler();
   return image;
+}
+
+bool AreSameSystems(const std::string& one, const std::string& other) {
+  if (one.empty() || other.empty()) return one == other;
+  using System = std::unique_ptr<std::remove_pointer_t<OGRSpatialReferenceH>, decltype(&OSRDestroySpatialReference)>;
+  const System first(OSRNewSpatialReference(one.c_str()), &OSRDestroySpatialReference);
+  const System second(OSRNewSpatialReference(other.c_str()), &OSRDestroySpatialReference);
+  return first && second && OSRIsSame(first.get(), second.get());
 }
 
 int LargestDifference(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b) {

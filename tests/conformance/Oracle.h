@@ -41,11 +41,16 @@ struct StoredImage {
   std::vector<Plane> planes;
   std::set<int> missingBlocks;  ///< of the first plane, counted row by row
   bool isPlaced = false;
-  std::array<double, 6> transform{};  ///< corner x, pixel width, row shear, corner y, column shear, pixel height
-  int epsg = 0;                       ///< 0 where GDAL finds no code
+  std::array<double, 6> transform{};    ///< corner x, pixel width, row shear, corner y, column shear, pixel height
+  int epsg = 0;                         ///< 0 where GDAL finds no code
+  std::string wkt;                      ///< of the coordinate system; empty where there is none
+  std::vector<std::string> complaints;  ///< warnings and errors
 };
 
 StoredImage ReadStoredWithGdal(const std::string& path);
+
+/// Whether two texts describe the same system, by the rules of GDAL's library; two empty ones do.
+bool AreSameSystems(const std::string& one, const std::string& other);
 
 /// Of samples in the same place; 256 where the planes have different sizes.
 int LargestDifference(const std::vector<unsigned char>& a, const std::vector<unsigned char>& b);

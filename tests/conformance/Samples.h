@@ -72,6 +72,7 @@ class OpenSample {
   int IsOpen() const { return isOpen_; }
   const XString& GetError() const { return err_; }
   int GetNumBands() const { return file_.GetNumOfBands(); }
+  XRSFile& File() { return file_; }
   ZRMBand& Band(int index) { return *file_.GetBandAt(index); }
 
  private:

@@ -1,0 +1,167 @@
+// Whole datasets saved as TIFF, beside GDAL and beside a plain copy of the result. Every contender opens its source
+// within what is timed, works on one thread, and writes a new file.
+
+#include "LevelInputs.h"
+#include "PeakMemory.h"
+#include "Rows.h"
+#include "TiffInputs.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Dataset = std::unique_ptr<GDALDataset, void (*)(GDALDataset*)>;
+
+/// One picture in three kinds of source, and the names that it is saved under.
+struct Picture {
+  const char* key;
+  const char* title;
+  std::string strips;
+  std::string planes;
+  std::string native;
+  std::string ours;
+  std::string theirs;
+  std::string kept;  ///< a result that stays, to be copied
+};
+
+Dataset OpenByGdal(const std::string& path) {
+  Dataset dataset(GDALDataset::FromHandle(GDALOpen(path.c_str(), GA_ReadOnly)),
+                  [](GDALDataset* open) { GDALClose(open); });
+  Must(dataset != nullptr, "GDAL can't open " + path);
+  return dataset;
+}
+
+void RunCommand(const std::string& command) {
+  Must(std::system(command.c_str()) == 0, "this command fails: " + command);
+}
+
+void SaveByGdalsProgram(const std::string& from, const std::string& to) {
+  RunCommand("gdal_translate -q '" + from + "' '" + to + "'");
+}
+
+void SaveByGdalsLibrary(const std::string& from, const std::string& to) {
+  const Dataset source = OpenByGdal(from);
+  GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+  GDALDataset* made = driver->CreateCopy(to.c_str(), source.get(), FALSE, nullptr, nullptr, nullptr);
+  Must(made != nullptr, "GDAL can't write " + to);
+  GDALClose(made);
+}
+
+std::vector<unsigned char> ReadStripe(GDALDataset& dataset, int y, int rows) {
+  const int width = dataset.GetRasterXSize(), numBands = dataset.GetRasterCount();
+  const GDALDataType type = dataset.GetRasterBand(1)->GetRasterDataType();
+  std::vector<unsigned char> samples(static_cast<std::size_t>(width) * static_cast<std::size_t>(rows) *
+                                     static_cast<std::size_t>(numBands * GDALGetDataTypeSizeBytes(type)));
+  Must(dataset.RasterIO(GF_Read, 0, y, width, rows, samples.data(), width, rows, type, numBands, nullptr, 0, 0, 0,
+                        nullptr) == CE_None,
+       "GDAL can't read a stripe");
+  return samples;
+}
+
+void MustAgree(const std::string& one, const std::string& other) {
+  const Dataset first = OpenByGdal(one), second = OpenByGdal(other);
+  const int height = first->GetRasterYSize();
+  Must(first->GetRasterXSize() == second->GetRasterXSize() && height == second->GetRasterYSize() &&
+           first->GetRasterCount() == second->GetRasterCount(),
+       one + " and " + other + " have different shapes");
+  for (int y = 0; y < height; y += kWindowSide) {
+    const int rows = std::min(kWindowSide, height - y);
+    Must(ReadStripe(*first, y, rows) == ReadStripe(*second, y, rows), one + " and " + other + " differ");
+  }
+}
+
+/// Brings what was written to the medium, so that nothing of it is left to do while others are timed.
+void WaitForDisk(const std::string& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  Must(file >= 0 && ::fsync(file) == 0, "can't sync " + path);
+  ::close(file);
+}
+
+/// A file that is removed takes the pages along that were not written yet.
+void Prepare(const Picture& picture) {
+  fs::remove(picture.ours);
+  fs::remove(picture.theirs);
+}
+
+void MakeKept(const Picture& picture) {
+  SaveAsTiff(picture.strips, picture.kept);
+  WaitForDisk(picture.kept);
+}
+
+void MustSaveAlike(const Picture& picture) {
+  SaveByGdalsProgram(picture.strips, picture.theirs);
+  for (const std::string& source : {picture.strips, picture.planes, picture.native}) {
+    fs::remove(picture.ours);
+    SaveAsTiff(source, picture.ours);
+    MustAgree(picture.ours, picture.theirs);
+  }
+  Prepare(picture);
+}
+
+void PrintPeaks(const Picture& picture) {
+  for (const std::string& source : {picture.strips, picture.planes, picture.native}) {
+    const PeakMemory peak = MeasurePeakOfSave(source, picture.ours);
+    std::printf("%s from %s saved as TIFF, peak memory %.0f MB (asked: below 100), with mapped files %.0f MB\n",
+                picture.title, fs::path(source).filename().c_str(), static_cast<double>(peak.own) / 1e6,
+                static_cast<double>(peak.withFiles) / 1e6);
+  }
+  Prepare(picture);
+}
+
+void AddRowsOf(const Picture& picture, const char* kind, const std::string& source, const std::string& theirSource,
+               std::vector<Row>& rows) {
+  const std::string key = std::string("write_") + picture.key + "_" + kind;
+  const std::string title = std::string(picture.title) + " to TIFF, from " + kind;
+  const auto ours = [=] { SaveAsTiff(source, picture.ours); };
+  const auto prepare = [=] { Prepare(picture); };
+  rows.push_back({key + "_program", title, "gdal_translate", ours,
+                  [=] { SaveByGdalsProgram(theirSource, picture.theirs); }, 1, 1 / 5.0, prepare});
+  rows.push_back({key + "_library", title, "GDAL's library", ours,
+                  [=] { SaveByGdalsLibrary(theirSource, picture.theirs); }, 1, 1 / 5.0, prepare});
+  rows.push_back({key + "_copy", title, "cp of the result", ours,
+                  [=] { RunCommand("cp '" + picture.kept + "' '" + picture.theirs + "'"); }, 1, 1 / 0.7, prepare});
+}
+
+Picture MakePicture(const BenchOptions& options, const char* key, const char* title, int side, int dataType,
+                    int numBands) {
+  const std::string stem = options.folder + "/write_" + key + std::to_string(side);
+  Picture picture = {key,           title,           stem + "_strips.tif", stem + "_planes.tif",
+                     stem + ".zrm", stem + "_o.tif", stem + "_t.tif",      stem + "_kept.tif"};
+  MakeTiff(picture.strips, side, dataType, numBands, {"BLOCKYSIZE=16", "INTERLEAVE=PIXEL"});
+  MakeTiff(picture.planes, side, dataType, numBands, {"BLOCKYSIZE=16", "INTERLEAVE=BAND"});
+  MakeNative(picture.native, side, dataType, numBands);
+  for (const std::string& source : {picture.strips, picture.planes, picture.native}) WaitForDisk(source);
+  return picture;
+}
+
+}  // namespace
+
+void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows) {
+  const auto wants = [&](const std::string& name) {
+    return name.starts_with(options.only) || options.only.starts_with(name);
+  };
+  std::vector<Picture> pictures;
+  if (wants("write_rgb")) {
+    pictures.push_back(MakePicture(options, "rgb", "a large 3 x 8-bit picture", 2 * options.side, kPint08, 3));
+  }
+  if (wants("write_u16")) {
+    pictures.push_back(MakePicture(options, "u16", "a 4 x 16-bit picture", options.side, kPint16, 4));
+  }
+  for (const Picture& picture : pictures) {
+    MakeKept(picture);
+    MustSaveAlike(picture);
+    PrintPeaks(picture);
+    AddRowsOf(picture, "strips", picture.strips, picture.strips, rows);
+    AddRowsOf(picture, "planes", picture.planes, picture.planes, rows);
+    // GDAL knows nothing of native rasters, and so has the same pixels from the TIFF that suits it best.
+    AddRowsOf(picture, "native", picture.native, picture.strips, rows);
+  }
+}
