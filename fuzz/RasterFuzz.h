@@ -7,16 +7,15 @@
 
 #include <cstdint>
 
-/// Opens the bytes as a raster through the dispatch and reads a few windows of every channel at a few levels. Images
-/// that are large for a fuzz run are opened but read at their corners only.
-inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path) {
+/// Opens the bytes as a raster of the format through the dispatch and reads a few windows of every channel at a few
+/// levels. Images that are large for a fuzz run are opened but read at their corners only.
+inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path, int id) {
   MemoryDisk disk;
   disk.Add(path, {data, size});
   const zrk::ScopedDisk scope(disk);
 
   XRSFile file;
   XString err;
-  const int id = XRSFileIO::GetIDFromExt(XfnGetFileExt(path));
   if (!XRSFileIO::LoadFileRaster(&file, id, path, err, 0, kLevelNone, nullptr)) return;
   // A few of thousands of channels, each of which decodes the same block again, tell as much as all of them.
   const int step = std::max(1, file.GetNumOfBands() / 8);
@@ -30,4 +29,9 @@ inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char*
     }
     if (std::int64_t{right} * bottom < 1 << 20) band.CalcStatistics(1);
   }
+}
+
+/// The same of the format that the path's extension tells.
+inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path) {
+  ReadAsRaster(data, size, path, XRSFileIO::GetIDFromExt(XfnGetFileExt(path)));
 }

@@ -19,6 +19,14 @@ int Disk::CountFreeBytes(const std::string&, std::int64_t&) {
   return ENOTSUP;
 }
 
+int Disk::ListFolder(const std::string&, std::vector<std::string>&) {
+  return ENOTSUP;
+}
+
+int Disk::ResolveLinks(const std::string&, std::string&) {
+  return ENOTSUP;
+}
+
 Disk& CurrentDisk() {
   Disk* disk = current.load(std::memory_order_acquire);
   return disk ? *disk : SystemDisk();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 // The one door to the disk. Everything in the library that opens, reads, writes, maps, renames or removes a file
 // does it through a `Disk`, so that tests can put one in its place that fails at a chosen call.
@@ -59,6 +60,10 @@ class Disk {
   virtual bool Exists(const std::string& path) = 0;
   /// How many bytes the folder of `path` has room for.
   virtual int CountFreeBytes(const std::string& path, std::int64_t& bytes);
+  /// The names of what lies in a folder, in no order.
+  virtual int ListFolder(const std::string& folder, std::vector<std::string>& names);
+  /// The whole name, without links on the way, of a file or folder that exists.
+  virtual int ResolveLinks(const std::string& path, std::string& resolved);
   /// Whether both names lead to one file that exists.
   virtual bool AreSame(const std::string& one, const std::string& other) { return one == other && Exists(one); }
 };

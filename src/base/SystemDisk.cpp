@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace zrk {
@@ -168,6 +170,22 @@ class SystemDiskImpl : public Disk {
   }
 
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }
+
+  int ListFolder(const std::string& folder, std::vector<std::string>& names) override {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+      names.push_back(entry->path().filename().string());
+    }
+    return error.value();
+  }
+
+  int ResolveLinks(const std::string& path, std::string& resolved) override {
+    std::error_code error;
+    resolved = std::filesystem::canonical(path, error).string();
+    return error.value();
+  }
+
   bool AreSame(const std::string& one, const std::string& other) override {
     struct stat status;
     return ::stat(one.c_str(), &status) == 0 && IsNamed(other, status);

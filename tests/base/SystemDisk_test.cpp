@@ -3,6 +3,7 @@
 #include "FaultyDisk.h"
 #include "TempFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -161,6 +163,45 @@ TEST_F(SystemDisk, CannotTellTheRoomOfAFolderThatIsNotThere) {
 TEST_F(SystemDisk, FoldersAreNotRemoved) {
   EXPECT_NE(0, zrk::SystemDisk().Remove(folder_.Path()));
   EXPECT_TRUE(zrk::SystemDisk().Exists(folder_.Path()));
+}
+
+TEST_F(SystemDisk, ListsTheNamesInAFolder) {
+  folder_.Write("b.bin", "x");
+  std::filesystem::create_directory(folder_.Path("a"));
+  folder_.Write("a/deeper.bin", "x");
+  std::vector<std::string> names;
+  EXPECT_EQ(0, zrk::SystemDisk().ListFolder(folder_.Path(), names));
+  EXPECT_THAT(names, testing::UnorderedElementsAre("a", "b.bin"));
+  EXPECT_EQ(ENOENT, zrk::SystemDisk().ListFolder(folder_.Path("none"), names));
+  EXPECT_EQ(ENOTDIR, zrk::SystemDisk().ListFolder(folder_.Path("b.bin"), names));
+}
+
+TEST_F(SystemDisk, ResolvesLinksOfWhatExists) {
+  folder_.Write("b.bin", "x");
+  std::filesystem::create_symlink("b.bin", folder_.Path("link"));
+  std::string file, link;
+  EXPECT_EQ(0, zrk::SystemDisk().ResolveLinks(folder_.Path("b.bin"), file));
+  EXPECT_EQ(0, zrk::SystemDisk().ResolveLinks(folder_.Path("./link"), link));
+  EXPECT_EQ(file, link);
+  EXPECT_TRUE(file.ends_with("/b.bin"));
+  EXPECT_EQ(ENOENT, zrk::SystemDisk().ResolveLinks(folder_.Path("none"), link));
+}
+
+TEST_F(SystemDisk, ADiskMayKnowOfNoFolders) {
+  class Plain : public FaultyDisk {
+   public:
+    int ListFolder(const std::string& folder, std::vector<std::string>& names) override {
+      return zrk::Disk::ListFolder(folder, names);
+    }
+    int ResolveLinks(const std::string& path, std::string& resolved) override {
+      return zrk::Disk::ResolveLinks(path, resolved);
+    }
+  };
+  Plain plain;
+  std::vector<std::string> names;
+  std::string resolved;
+  EXPECT_EQ(ENOTSUP, plain.ListFolder(folder_.Path(), names));
+  EXPECT_EQ(ENOTSUP, plain.ResolveLinks(folder_.Path(), resolved));
 }
 
 TEST(ScopedDisk, StandsInTheDisksPlaceForItsLifetime) {

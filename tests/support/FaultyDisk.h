@@ -30,6 +30,12 @@ class FaultyDisk : public zrk::Disk {
   int SyncFolder(const std::string& folder) override { return zrk::SystemDisk().SyncFolder(folder); }
   int CountFreeBytes(const std::string& path, std::int64_t& bytes) override;
   bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
+  int ListFolder(const std::string& folder, std::vector<std::string>& names) override {
+    return zrk::SystemDisk().ListFolder(folder, names);
+  }
+  int ResolveLinks(const std::string& path, std::string& resolved) override {
+    return zrk::SystemDisk().ResolveLinks(path, resolved);
+  }
   bool AreSame(const std::string& one, const std::string& other) override {
     return zrk::SystemDisk().AreSame(one, other);
   }

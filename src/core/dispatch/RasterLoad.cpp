@@ -51,6 +51,24 @@ void AddChannels(XRSFile& file, Channels channels) {
   for (std::unique_ptr<ZRMBand>& channel : channels) file.AddBand(channel.release());
 }
 
+int LoadFrame(const RasterCall& call, Channels (*open)(const RasterCall& call)) {
+  if (!call.file) {
+    call.err = kNotValidFile;
+    return 0;
+  }
+  return Fenced(call.err, [&] {
+    Channels channels = open(call);
+    if (channels.empty()) return 0;
+    if (call.calcStatistics) {
+      for (const std::unique_ptr<ZRMBand>& channel : channels) channel->CalcStatistics(1);
+    }
+    AddChannels(*call.file, std::move(channels));
+    call.file->SetName(call.path);
+    call.file->SetFilePath(call.path);
+    return 1;
+  });
+}
+
 void FinishRaster(const RasterCall& call) {
   XRSFile& file = *call.file;
   file.SetName(call.path);

@@ -4,6 +4,7 @@
 #include "XString.h"
 #include "ZRMBand.h"
 
+#include <concepts>
 #include <memory>
 #include <vector>
 
@@ -18,6 +19,8 @@ class XThread;
 //     static constexpr const char* kWorldFile = ".bmw";               // null where the file places itself
 //   };
 //   LoadRaster<Bitmap>(call);
+//
+// A band that is made without a master is the only one of its file.
 
 namespace zrk {
 
@@ -66,8 +69,21 @@ Channels OpenChannels(ChannelNames names, const RasterCall& call) {
   return channels;
 }
 
+/// The same for a format of one channel, whose band knows neither master nor channel.
+template <std::default_initializable Band>
+Channels OpenChannels(ChannelNames names, const RasterCall& call) {
+  Channels channels;
+  auto band = std::make_unique<Band>();
+  band->SetBandName(MakeChannelName(names, call.path, 1));
+  if (band->ReadFile(call.path, call.err, call.thread)) channels.push_back(std::move(band));
+  return channels;
+}
+
 /// Moves the channels into the dataset, in order.
 void AddChannels(XRSFile& file, Channels channels);
+
+/// The shape of the loaders whose bands never have level data: statistics come before the bands are in the dataset.
+int LoadFrame(const RasterCall& call, Channels (*open)(const RasterCall& call));
 
 template <class Format>
 int LoadRaster(const RasterCall& call) {

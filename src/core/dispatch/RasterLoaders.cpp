@@ -3,7 +3,11 @@
 #include "XRSFile.h"
 #include "XRSFileIO.h"
 #include "ZRMBandBMP.h"
+#include "ZRMBandCADRG.h"
+#include "ZRMBandCIB.h"
+#include "ZRMBandDTED.h"
 #include "ZRMBandGTIFF.h"
+#include "ZRMBandHDF4.h"
 #include "ZRMBandJPG.h"
 
 // The raster loaders by name. Those of formats that this build can't read say so.
@@ -27,6 +31,18 @@ struct Jpeg {
 
 struct Tiff {
   using Band = ZRMBandGTIFF;
+  static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
+  static constexpr const char* kWorldFile = nullptr;
+};
+
+struct Elevation {
+  using Band = ZRMBandDTED;
+  static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
+  static constexpr const char* kWorldFile = nullptr;
+};
+
+struct Hdf4 {
+  using Band = ZRMBandHDF4;
   static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
   static constexpr const char* kWorldFile = nullptr;
 };
@@ -63,8 +79,9 @@ int XRSFileIO::LoadFileTIF(XRSFile* file, XString path, XString& err, int calcSt
   return zrk::LoadRaster<Tiff>({file, path, err, calcStatistics, levelMode, thread});
 }
 
-int XRSFileIO::LoadFileDTED(XRSFile* file, XString, XString& err, int, int, XThread*) {
-  return RefuseToRead(kFormatDTED, file, err);
+int XRSFileIO::LoadFileDTED(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                            XThread* thread) {
+  return zrk::LoadRaster<Elevation>({file, path, err, calcStatistics, levelMode, thread});
 }
 
 int XRSFileIO::LoadFileSID(XRSFile* file, XString, XString& err, int, int, XThread*) {
@@ -75,12 +92,16 @@ int XRSFileIO::LoadFileJP2(XRSFile* file, XString, XString& err, int, int, XThre
   return RefuseToRead(kFormatJP2, file, err);
 }
 
-int XRSFileIO::LoadFileCIB(XRSFile* file, XString, XString& err, int, XThread*) {
-  return RefuseToRead(kFormatCIB, file, err);
+int XRSFileIO::LoadFileCIB(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread) {
+  return zrk::LoadFrame({file, path, err, calcStatistics, kLevelNone, thread}, [](const zrk::RasterCall& call) {
+    return zrk::OpenChannels<ZRMBandCIB>(ChannelNames::kWithFileName, call);
+  });
 }
 
-int XRSFileIO::LoadFileCADRG(XRSFile* file, XString, XString& err, int, XThread*) {
-  return RefuseToRead(kFormatCADRG, file, err);
+int XRSFileIO::LoadFileCADRG(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread) {
+  return zrk::LoadFrame({file, path, err, calcStatistics, kLevelNone, thread}, [](const zrk::RasterCall& call) {
+    return zrk::OpenChannels<ZRMBandCADRG>(ChannelNames::kPlain, call);
+  });
 }
 
 int XRSFileIO::LoadFileHAWK(XRSFile* file, XString, XString& err, int, int, XThread*) {
@@ -95,8 +116,9 @@ int XRSFileIO::LoadFileHFA(XRSFile* file, XString, XString& err, int, int, XThre
   return RefuseToRead(kFormatHFA, file, err);
 }
 
-int XRSFileIO::LoadFileHDF4(XRSFile* file, XString, XString& err, int, int, XThread*) {
-  return RefuseToRead(kFormatHDF4, file, err);
+int XRSFileIO::LoadFileHDF4(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                            XThread* thread) {
+  return zrk::LoadRaster<Hdf4>({file, path, err, calcStatistics, levelMode, thread});
 }
 
 int XRSFileIO::LoadFileECW(XRSFile* file, XString, XString& err, int, int, XThread*) {

@@ -1,0 +1,6 @@
+#include "RasterFuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ReadAsRaster(data, size, "/fuzz.hdf", kFormatHDF4);
+  return 0;
+}

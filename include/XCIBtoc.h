@@ -1,0 +1,96 @@
+#pragma once
+
+#include "tagBoundaryRectangleRecordRPF.h"
+#include "tagColortableIndexRecordRPF.h"
+#include "tagFrameFileIndexRecordRPF.h"
+#include "tagPathnameRecordRPF.h"
+#include "XCIBbase.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace zrk {
+class FolderWalk;
+class RpfBlocks;
+}  // namespace zrk
+
+/// The table of contents of a raster map product: its boundary rectangles, and the frame files that fill them. It is
+/// loaded whole and then asked; one thread uses an object at a time.
+class ZRKIO_API XCIBtoc : public XCIBbase {
+ public:
+  enum ProductDataType {
+    kProductUnknown = 0,
+    kProductADRG = 1,
+    kProductADRI = 2,
+    kProductCADRG = 3,
+    kProductCIB = 4,
+    kProductCDTED = 5,
+    kProductDTED = 6
+  };
+
+  XCIBtoc();
+  ~XCIBtoc() override;
+
+  /// Reads a table of contents in place of what was loaded before; 1 or 0. After 0 the object is empty.
+  int LoadFile(const XString& path);
+  /// Frees all records.
+  void CleanUp();
+
+  // Indices count from 0. A record is null where the index lies outside, and valid until the next load.
+
+  int GetBoundaryRecSize() const { return static_cast<int>(boundaries_.size()); }
+  const tagBoundaryRectangleRecordRPF* GetBoundaryRecAt(int index) const;
+  int GetFrameRecordSize() const { return static_cast<int>(frames_.size()); }
+  const tagFrameFileIndexRecordRPF* GetFrameRecordAt(int index) const;
+  /// Only those path records that frames refer to, in the order in which they first do.
+  int GetPathRecordSize() const { return static_cast<int>(paths_.size()); }
+  const tagPathnameRecordRPF* GetPathRecordAt(int index) const;
+  /// The path record of an offset as frame records hold it; null where the table has no room for it.
+  const tagPathnameRecordRPF* FindPathRecord(std::int32_t pathOffset) const;
+  /// None after a load; see `ReadColortableIndexSection`.
+  int GetColortableRecordSize() const { return static_cast<int>(colortables_.size()); }
+  const tagColortableIndexRecordRPF* GetColortableRecordAt(int index) const;
+
+  /// A `ProductDataType`. Of boundary rectangles that differ the last one decides.
+  int GetProductDataType() const { return productDataType_; }
+
+  /// The name of a frame file in the form of the product's own systems: the directory, which is the path of the table
+  /// of contents up to its last backslash, the stored path without its first two characters, with backslashes, and the
+  /// name. A path without a backslash has its first character as directory. Empty where there is no such frame, or it
+  /// has no name. `GetFramePath` is the one that opens.
+  XString GetFrameFilename(int index) const;
+  /// The same of the first frame in that place.
+  XString GetFrameFilename(int row, int col, int boundary) const;
+
+  /// The path of a frame file on this system: the folder of the table of contents, the stored path and the name. A part
+  /// that does not exist as it is stored is taken from the folder's names without regard to letter case; what does not
+  /// exist in that way either stays as stored, so the path of a missing file tells where it should be. Empty where
+  /// there is no such frame, it has no name, or the path leads out of the folder, be it by "..", from a root, or by a
+  /// link; with `mayLeaveFolder` such a path is followed. Names of a folder are listed once a load at the most.
+  XString GetFramePath(int index, bool mayLeaveFolder = false) const;
+
+ protected:
+  // Each takes the open file and the head of it in memory, either of which may be null.
+
+  int ReadBoundaryRectangleSection(XFile* file, const unsigned char* buffer, int bytes);
+  int ReadFrameFileIndexSection(XFile* file, const unsigned char* buffer, int bytes);
+  /// Not part of a load.
+  int ReadColortableIndexSection(XFile* file, const unsigned char* buffer, int bytes);
+
+ private:
+  void Forget();
+  int Load(const XString& path);
+  int ReadSections(XFile* file, const unsigned char* buffer, int bytes);
+  void CollectPaths(std::size_t numPaths);
+  bool ReadPaths(zrk::RpfBlocks& blocks, std::int64_t subsection);
+
+  std::vector<tagBoundaryRectangleRecordRPF> boundaries_;
+  std::vector<tagFrameFileIndexRecordRPF> frames_;
+  std::vector<tagPathnameRecordRPF> paths_;
+  std::vector<tagColortableIndexRecordRPF> colortables_;
+  std::map<std::int32_t, std::size_t> pathAt_;  ///< by offset; ordered, as a file can choose offsets that collide
+  XString directory_;
+  int productDataType_ = kProductUnknown;
+  std::unique_ptr<zrk::FolderWalk> walk_;
+};

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "XFile.h"
+#include "XThreadSafeArr.h"
+#include "ZRMBandDRIO.h"
+
+#include <cstdint>
+#include <memory>
+
+class XThread;
+
+/// The one raster of an HDF4 file, of unsigned bytes that lie plainly in it. It is the only band of its file.
+///
+/// The raster is held in memory from the open on, and the file is closed again. Every read gives full resolution,
+/// whatever the level, and never asks level data. A file that does not tell the size of its raster, or tells one that
+/// it is too short for, is taken as 2592 x 2796 pixels; those that it does not have are 0.
+class ZRKIO_API ZRMBandHDF4 : public ZRMBandDRIO {
+  X_DECLARE_RUNTIME_CLASS
+  ZRMBandHDF4();
+  ~ZRMBandHDF4() override;
+
+  /// Whether the file begins as HDF4 files do.
+  int IsValidFormat(XString path);
+  /// Finds the raster in the file, and sets the band's size and place; the pixels of a file before it are given up.
+  /// The file stays open. On 0 it is closed, and the fields are as they were.
+  int Open(XString path);
+  /// Opens a file and reads its raster. `err` is emptied first and has the reason where the result is 0. `thread` is
+  /// not used.
+  int ReadFile(XString path, XString& err, XThread* thread);
+
+  using ZRMBandDRIO::GetHighestLevelForTarget;
+  using ZRMBandDRIO::ReadSubset;
+  int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) override;
+  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
+  int CalcStatistics(int withHistogram) override;
+  int CleanupMemory(int freeBuffers, int force) override;
+  int CloneBand(ZRMBand* source) override;
+
+ private:
+  std::int64_t CalcPosition(int x, int y) const { return std::int64_t{rasterWidth_} * y + x; }
+  void CopyPixels(std::int64_t place, std::int64_t count, unsigned char* target) const;
+
+  XFile file_;
+  XThreadSafeArr2 results_;
+  std::unique_ptr<unsigned char[]> pixels_;  // as many of the raster's as the file has
+  std::int64_t numPixels_ = 0;
+  std::int64_t rasterOffset_ = 0;
+  int rasterWidth_ = 0;
+  int rasterHeight_ = 0;
+};

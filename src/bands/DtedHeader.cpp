@@ -1,0 +1,89 @@
+// An elevation cell begins with up to two labels of 80 bytes, which tapes have ("VOL", "HDR"), and three records of 80,
+// 648 and 2,700 bytes ("UHL", "DSI", "ACC"); the columns follow. All of it is text. The first tag alone tells how many
+// labels there are; the fields lie at fixed places behind them.
+
+#include "bands/DtedHeader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string>
+
+namespace zrk {
+
+namespace {
+
+using Leader = std::span<const unsigned char>;
+
+constexpr std::int64_t kDataStart = 80 + 648 + 2700;
+
+std::string TextAt(Leader leader, std::size_t offset, std::size_t length) {
+  const std::size_t begin = std::min(offset, leader.size());
+  const std::size_t count = std::min(length, leader.size() - begin);
+  return {reinterpret_cast<const char*>(leader.data()) + begin, count};
+}
+
+std::string CapitalsAt(Leader leader, std::size_t offset, std::size_t length) {
+  std::string text = TextAt(leader, offset, length);
+  for (char& letter : text) {
+    if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
+  }
+  return text;
+}
+
+/// What is no number is 0, and a number ends before what is none.
+int NumberAt(Leader leader, std::size_t offset, std::size_t length) {
+  return std::atoi(TextAt(leader, offset, length).c_str());
+}
+
+/// Degrees, of so many digits, minutes, seconds and a hemisphere. Only the letter of the positive one counts: a corner
+/// without a letter is south or west.
+float AngleAt(Leader leader, std::size_t offset, std::size_t digits, char positive) {
+  const double degrees = NumberAt(leader, offset, digits);
+  const double minutes = NumberAt(leader, offset + digits, 2);
+  const double seconds = NumberAt(leader, offset + digits + 2, 2);
+  const double angle = degrees + minutes / 60.0 + seconds / 3600.0;
+  const bool isPositive = CapitalsAt(leader, offset + digits + 4, 1) == std::string(1, positive);
+  return static_cast<float>(isPositive ? angle : -angle);
+}
+
+float LatitudeAt(Leader leader, std::size_t offset) {
+  return AngleAt(leader, offset, 2, 'N');
+}
+
+float LongitudeAt(Leader leader, std::size_t offset) {
+  return AngleAt(leader, offset, 3, 'E');
+}
+
+}  // namespace
+
+bool HasDtedMark(Leader leader) {
+  constexpr std::array<std::size_t, 3> kPlaces = {129, 139, 219};
+  return std::ranges::any_of(kPlaces, [&](std::size_t place) { return CapitalsAt(leader, place, 4) == "DTED"; });
+}
+
+std::optional<DtedLayout> FindDtedLayout(Leader leader) {
+  const std::string tag = CapitalsAt(leader, 0, 3);
+  if (tag == "UHL") return DtedLayout{kDataStart, 0};
+  if (tag == "HDR") return DtedLayout{kDataStart + 80, 80};
+  if (tag == "VOL") return DtedLayout{kDataStart + 160, 160};
+  if (tag == "DSI" || tag == "ACC") return std::nullopt;
+  // Columns are then looked for from the very first byte.
+  return DtedLayout{0, 0};
+}
+
+DtedSize ParseDtedSize(Leader leader, std::size_t shift) {
+  return {NumberAt(leader, shift + 47, 4), NumberAt(leader, shift + 51, 4), TextAt(leader, shift + 139, 5).c_str()};
+}
+
+DtedPlace ParseDtedPlace(Leader leader, std::size_t shift) {
+  DtedPlace place;
+  place.south = LatitudeAt(leader, shift + 284);
+  place.west = LongitudeAt(leader, shift + 291);
+  place.north = LatitudeAt(leader, shift + 314);
+  place.east = LongitudeAt(leader, shift + 321);
+  place.datum = CapitalsAt(leader, shift + 224, 5).c_str();
+  return place;
+}
+
+}  // namespace zrk

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+class XFile;
+
+namespace zrk {
+
+/// Where the raster of an HDF4 file lies, one byte a pixel, row by row from the top.
+struct HdfImage {
+  int width = 0;
+  int height = 0;
+  std::int64_t rasterOffset = 0;
+
+  std::int64_t CountPixels() const { return std::int64_t{width} * height; }
+};
+
+/// Whether the file begins as HDF4 files do.
+bool HasHdfMagic(const XFile& file);
+
+/// Follows the descriptor blocks of a file to the last one. False, with `image` as it was, where the chain comes back
+/// to itself or is longer than any real one, where a block or a record that is looked at does not lie in the file,
+/// where the numbers are no unsigned bytes, and for more pixels than the limits allow. The pixels of the answer need
+/// not all lie in the file.
+bool FindHdfImage(const XFile& file, HdfImage& image);
+
+}  // namespace zrk

@@ -1,0 +1,105 @@
+// Compiled once for every instruction set that the machine may have; Highway includes this file again for each.
+
+#include "math/Heights.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "math/Heights.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace zrk {
+namespace HWY_NAMESPACE {
+
+// Squares of eight by eight are turned in eight vectors, which are kept in an array; vectors of unknown length can't
+// be.
+#if HWY_TARGET == HWY_SCALAR || HWY_HAVE_SCALABLE
+
+bool TurnSquares(const unsigned char*, std::int64_t, int, int, std::int16_t*, std::int64_t) {
+  return false;
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+using Words = hn::FixedTag<std::uint16_t, 8>;
+using Heights = hn::FixedTag<std::int16_t, 8>;
+using Vector = hn::Vec<Heights>;
+
+constexpr int kSide = 8;
+
+HWY_INLINE Vector LoadHeights(const unsigned char* source) {
+  const Heights heights;
+  const auto stored = hn::LoadU(Words(), reinterpret_cast<const std::uint16_t*>(source));
+  const Vector word = hn::BitCast(heights, hn::Or(hn::ShiftLeft<8>(stored), hn::ShiftRight<8>(stored)));
+  const Vector magnitude = hn::And(word, hn::Set(heights, 0x7FFF));
+  const Vector below = hn::IfThenElseZero(hn::Lt(magnitude, hn::Set(heights, 16000)), hn::Neg(magnitude));
+  return hn::IfThenElse(hn::Lt(word, hn::Zero(heights)), below, word);
+}
+
+/// Seen as one number of six bits, vector and lane, the place of each sample is rotated by one bit; three rounds
+/// exchange the two.
+HWY_INLINE void Interleave(const Vector (&in)[kSide], Vector (&out)[kSide]) {
+  for (int i = 0; i < kSide / 2; ++i) {
+    out[2 * i] = hn::InterleaveLower(Heights(), in[i], in[i + kSide / 2]);
+    out[2 * i + 1] = hn::InterleaveUpper(Heights(), in[i], in[i + kSide / 2]);
+  }
+}
+
+/// Eight points of eight columns; the first of the points goes to `lastRow`, the others above it.
+HWY_INLINE void TurnSquare(const unsigned char* columns, std::int64_t columnBytes, std::int16_t* lastRow,
+                           std::int64_t rowSamples) {
+  Vector a[kSide], b[kSide];
+  for (int i = 0; i < kSide; ++i) a[i] = LoadHeights(columns + i * columnBytes);
+  Interleave(a, b);
+  Interleave(b, a);
+  Interleave(a, b);
+  for (int i = 0; i < kSide; ++i) hn::StoreU(b[i], Heights(), lastRow - i * rowSamples);
+}
+
+/// The last square of either direction overlaps the one before. False where there is no whole one.
+bool TurnSquares(const unsigned char* columns, std::int64_t columnBytes, int numColumns, int numPoints,
+                 std::int16_t* rows, std::int64_t rowSamples) {
+  if (numColumns < kSide || numPoints < kSide) return false;
+  for (int p = 0; p < numPoints; p += kSide) {
+    const int point = p + kSide <= numPoints ? p : numPoints - kSide;
+    const unsigned char* const from = columns + 2 * point;
+    std::int16_t* const to = rows + (numPoints - 1 - point) * rowSamples;
+    for (int c = 0; c < numColumns; c += kSide) {
+      const int column = c + kSide <= numColumns ? c : numColumns - kSide;
+      TurnSquare(from + column * columnBytes, columnBytes, to + column, rowSamples);
+    }
+  }
+  return true;
+}
+
+#endif
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zrk
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zrk {
+
+HWY_EXPORT(TurnSquares);
+
+void TransposeHeights(const unsigned char* columns, std::int64_t columnBytes, int numColumns, int numPoints,
+                      std::int16_t* rows, std::int64_t rowSamples) {
+  if (HWY_DYNAMIC_DISPATCH(TurnSquares)(columns, columnBytes, numColumns, numPoints, rows, rowSamples)) return;
+  TransposeHeightsSingly(columns, columnBytes, numColumns, numPoints, rows, rowSamples);
+}
+
+void TransposeHeightsSingly(const unsigned char* columns, std::int64_t columnBytes, int numColumns, int numPoints,
+                            std::int16_t* rows, std::int64_t rowSamples) {
+  for (int point = 0; point < numPoints; ++point) {
+    std::int16_t* const row = rows + (numPoints - 1 - point) * rowSamples;
+    const unsigned char* source = columns + 2 * point;
+    for (int column = 0; column < numColumns; ++column, source += columnBytes) {
+      row[column] = HeightOf(static_cast<std::uint16_t>(source[0] << 8 | source[1]));
+    }
+  }
+}
+
+}  // namespace zrk
+#endif
