@@ -11,4 +11,5 @@ void AddReadCommand(CLI::App& program, int& status);
 void AddViewCommand(CLI::App& program, int& status);
 void AddLevelsCommand(CLI::App& program, int& status);
 void AddConvertCommand(CLI::App& program, int& status);
+void AddTocCommand(CLI::App& program, int& status);
 void AddFormatsCommand(CLI::App& program, int& status);

@@ -1,5 +1,6 @@
 #include "Dataset.h"
 
+#include "FileFormat.h"
 #include "ZRKio.h"
 
 namespace {
@@ -19,9 +20,11 @@ std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, s
     err = "no such file";
     return nullptr;
   }
-  const int id = XRSFileIO::GetIDFromExt(XfnGetFileExt(path));
+  const int id = FindFormatId(path);
   if (id == kFormatNone) {
-    err = "the format can't be told from the file's extension; zrkio formats lists those that are known";
+    err =
+        "the format can't be told from the file's extension or its first bytes; zrkio formats lists those that are "
+        "known";
     return nullptr;
   }
   auto file = std::make_unique<XRSFile>();

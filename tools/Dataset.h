@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-/// Opens a file by its extension, raster or vector, with its level file where that is there; null with the reason in
-/// `err`, which may be empty where the library knew none.
+/// Opens a file by its extension or its first bytes, raster or vector, with its level file where that is there; null
+/// with the reason in `err`, which may be empty where the library knew none.
 std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, std::string& err);
 
 /// As above for a raster with at least one channel.

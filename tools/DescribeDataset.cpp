@@ -2,10 +2,9 @@
 
 #include "Corners.h"
 #include "DescribeTiff.h"
+#include "FileFormat.h"
 #include "LevelFile.h"
 #include "XFormatTable.h"
-#include "XPath.h"
-#include "XRSFileIO.h"
 #include "ZRMBandEPOT.h"
 
 namespace {
@@ -80,7 +79,7 @@ Json DescribeLayer(const tagXVectorLayer& layer) {
 }  // namespace
 
 Json DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose) {
-  const tagXFormat* format = XfnFindFormat(XRSFileIO::GetIDFromExt(XfnGetFileExt(path)));
+  const tagXFormat* format = XfnFindFormat(FindFormatId(path));
   Json json = {{"file", path}, {"format", format->name}, {"id", format->id}};
   if (file.GetBandAt(0)) AddRaster(json, file, path, isVerbose);
   for (int v = 0; v < file.GetNumOfVands(); ++v) {

@@ -1,6 +1,7 @@
 // zrkio formats: what this build can do with each format.
 
 #include "Commands.h"
+#include "FileFormat.h"
 #include "XFormatTable.h"
 
 #include <cstdio>
@@ -10,11 +11,16 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+const char* HowFound(const tagXFormat& format) {
+  if (*format.extensions) return format.extensions;
+  return IsKnownByContent(format.id) ? "(by its first bytes)" : "(by id only)";
+}
+
 void PrintText() {
   std::printf("%-6s %-7s %-4s %-22s %s\n", "id", "kind", "read", "format", "extensions");
   for (const tagXFormat& format : XfnGetFormats()) {
     std::printf("0x%-4X %-7s %-4s %-22s %s\n", format.id, format.isRaster ? "raster" : "vector",
-                format.canRead ? "yes" : "no", format.name, *format.extensions ? format.extensions : "(by id only)");
+                format.canRead ? "yes" : "no", format.name, HowFound(format));
   }
 }
 

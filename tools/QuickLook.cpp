@@ -2,6 +2,7 @@
 
 #include "AreaMeans.h"
 #include "Dataset.h"
+#include "Hillshade.h"
 #include "LevelFile.h"
 #include "Strips.h"
 
@@ -39,8 +40,11 @@ bool FindRange(ZRMBand& band, Range& range, std::string& err) {
 /// A band on its way into a channel of the picture.
 class Channel {
  public:
-  Channel(ZRMBand& band, const PngShape& shape)
-      : band_(band), shape_(shape), strips_(band, FindLevelFor(band, shape.width, shape.height), WholeOf(band)) {}
+  Channel(ZRMBand& band, const PngShape& shape, const Look& look)
+      : band_(band), shape_(shape), strips_(band, FindLevelFor(band, shape.width, shape.height), WholeOf(band)) {
+    if (!look.isShaded) return;
+    hillshade_.emplace(shape.width, shape.height, FindGroundSteps(band, shape.width, shape.height), look.zFactor);
+  }
 
   bool Prepare(XThread& thread, std::string& err) {
     if (!AreaMeans::IsSupported(band_.GetDataType())) {
@@ -48,7 +52,7 @@ class Channel {
       return false;
     }
     if (strips_.ReadsImage() && !DecodeAhead(band_, kDecodePercent, thread, err)) return false;
-    return FindRange(band_, range_, err);
+    return hillshade_ || FindRange(band_, range_, err);
   }
 
   bool HasMore() const { return strips_.HasMore(); }
@@ -65,10 +69,12 @@ class Channel {
 
  private:
   bool BeginMeans(std::string& err);
+  void TakeMeans(const std::vector<double>& means);
 
   ZRMBand& band_;
   PngShape shape_;
   Range range_;
+  std::optional<Hillshade> hillshade_;
   StripReader strips_;
   std::optional<AreaMeans> means_;
   std::vector<unsigned char> rows_;
@@ -89,10 +95,17 @@ bool Channel::ReadStrip(XThread& thread, std::string& err) {
   if (!strip || (!means_ && !BeginMeans(err))) return false;
   for (int y = 0; y < strip->ySize; ++y) {
     const std::vector<double>* means = means_->Add(strip->Row(y));
-    if (!means) continue;
-    for (const double mean : *means) rows_.push_back(range_.Apply(mean));
+    if (means) TakeMeans(*means);
   }
   return true;
+}
+
+void Channel::TakeMeans(const std::vector<double>& means) {
+  if (hillshade_) {
+    hillshade_->Add(means, rows_);
+    return;
+  }
+  for (const double mean : means) rows_.push_back(range_.Apply(mean));
 }
 
 /// Writes the rows that all channels have.
@@ -136,12 +149,12 @@ PngShape FitPicture(int width, int height, int maxSize) {
   return shape;
 }
 
-bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, PngWriter& png, XThread& thread,
-                    std::string& err) {
+bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, const Look& look, PngWriter& png,
+                    XThread& thread, std::string& err) {
   std::vector<Channel> channels;
   channels.reserve(bands.size());
   for (ZRMBand* band : bands) {
-    channels.emplace_back(*band, shape);
+    channels.emplace_back(*band, shape, look);
     if (!channels.back().Prepare(thread, err)) return false;
   }
   return png.Begin(shape, err) && ReadStrips(channels, shape, png, thread, err) && png.End(err);

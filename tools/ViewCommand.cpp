@@ -1,6 +1,7 @@
 // zrkio view: a quick look at an image as a PNG.
 
 #include "Commands.h"
+#include "CoveragePicture.h"
 #include "Dataset.h"
 #include "Job.h"
 #include "LevelFile.h"
@@ -8,6 +9,8 @@
 #include "QuickLook.h"
 #include "SharedOptions.h"
 #include "Text.h"
+#include "TocFrames.h"
+#include "XPath.h"
 
 #include <climits>
 #include <cstdio>
@@ -19,12 +22,15 @@ struct Options {
   std::string output;
   int maxSize = 1024;
   std::vector<int> bands;
+  Look look;
   bool noLevels = false;
 };
 
-/// The bands asked for; unless any are, the first three of an image that has them, otherwise the first.
-bool ChooseBands(const XRSFile& file, std::vector<int> wanted, std::vector<ZRMBand*>& bands, std::string& err) {
-  if (wanted.empty()) wanted = file.GetNumOfBands() >= 3 ? std::vector<int>{1, 2, 3} : std::vector<int>{1};
+/// The bands asked for; unless any are, the first three of an image that has them, otherwise the first, as for heights.
+bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBand*>& bands, std::string& err) {
+  std::vector<int> wanted = options.bands;
+  const bool isColour = file.GetNumOfBands() >= 3 && !options.look.isShaded;
+  if (wanted.empty()) wanted = isColour ? std::vector<int>{1, 2, 3} : std::vector<int>{1};
   for (const int number : wanted) {
     ZRMBand* band = FindBand(file, number, err);
     if (!band) return false;
@@ -44,20 +50,53 @@ bool ChooseBands(const XRSFile& file, std::vector<int> wanted, std::vector<ZRMBa
 bool View(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   std::vector<ZRMBand*> bands;
-  if (!file || !ChooseBands(*file, options.bands, bands, err)) return false;
+  if (!file || !ChooseBands(*file, options, bands, err)) return false;
   if (options.noLevels) DetachLevelFile(*file);
   shape = FitPicture(bands.front()->GetXSize(), bands.front()->GetYSize(), options.maxSize);
   shape.channels = static_cast<int>(bands.size());
   OutputFile output;
   if (!output.Open(options.output, options.file, err)) return false;
   PngWriter png(output);
-  return WriteQuickLook(bands, shape, png, thread, err) && output.Commit(err);
+  return WriteQuickLook(bands, shape, options.look, png, thread, err) && output.Commit(err);
+}
+
+bool HasNameOfToc(const std::string& path) {
+  XString extension = XfnGetFileExt(path);
+  extension.MakeLower();
+  return extension == "toc";
+}
+
+bool ViewToc(const Options& options, const XCIBtoc& toc, XThread& thread, PngShape& shape, std::string& err) {
+  if (!options.bands.empty()) {
+    err = "a table of contents has no bands";
+    return false;
+  }
+  if (options.look.isShaded) {
+    err = "a table of contents has no heights";
+    return false;
+  }
+  CoveragePicture picture;
+  if (!picture.Draw(toc, options.maxSize, thread, err)) return false;
+  shape = picture.GetShape();
+  OutputFile output;
+  if (!output.Open(options.output, options.file, err)) return false;
+  PngWriter png(output);
+  return picture.Write(png, err) && output.Commit(err);
+}
+
+/// A table of contents is known by its name or by what it holds.
+bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+  XCIBtoc toc;
+  if (HasNameOfToc(options.file)) {
+    return LoadToc(options.file, toc, err) && ViewToc(options, toc, thread, shape, err);
+  }
+  return toc.LoadFile(options.file) ? ViewToc(options, toc, thread, shape, err) : View(options, thread, shape, err);
 }
 
 int Run(const Options& options) {
   PngShape shape;
   const JobResult result =
-      RunJob(options.file, [&](XThread& thread, std::string& err) { return View(options, thread, shape, err); });
+      RunJob(options.file, [&](XThread& thread, std::string& err) { return ViewAny(options, thread, shape, err); });
   if (!result.isDone) return 1;
   if (options.output != "-") {
     std::fprintf(stderr, "%s: %d x %d pixels\n", Printable(options.output).c_str(), shape.width, shape.height);
@@ -69,7 +108,26 @@ const char* const kExamples =
     "Examples:\n"
     "  zrkio view earth.jpg -o earth.png\n"
     "  zrkio view earth.jpg -o small.png --max-size 300\n"
-    "  zrkio view earth.jpg -o blue.png --bands 3\n";
+    "  zrkio view earth.jpg -o blue.png --bands 3\n"
+    "  zrkio view n35e138.dt1 -o hills.png --hillshade\n"
+    "  zrkio view A.TOC -o coverage.png\n"
+    "\n"
+    "Of a table of contents of raster maps the picture shows where its frames lie, north\n"
+    "up: green where the file is there, red where it is missing, grey where none is\n"
+    "listed. It is as large as --max-size allows, up to 8192 pixels.\n";
+
+void AddHillshadeOptions(CLI::App& command, Look& look) {
+  CLI::Option* hillshade = command.add_flag("--hillshade", look.isShaded,
+                                            "Shade one band of heights by light from the north-west, 45\n"
+                                            "degrees above the horizon");
+  command
+      .add_option("--z-factor", look.zFactor,
+                  "What heights are multiplied by, 1 unless given: above it to\n"
+                  "exaggerate, 0.3048 for heights in feet over metres")
+      ->check(CLI::Range(1e-6, 1e6).description(""))
+      ->needs(hillshade)
+      ->type_name("FACTOR");
+}
 
 }  // namespace
 
@@ -77,7 +135,7 @@ void AddViewCommand(CLI::App& program, int& status) {
   auto options = std::make_shared<Options>();
   CLI::App* command = program.add_subcommand("view", "Make a quick-look picture");
   command->footer(kExamples);
-  command->add_option("FILE", options->file, "A raster file")->required()->type_name("");
+  command->add_option("FILE", options->file, "A raster file, or a table of contents")->required()->type_name("");
   command->add_option("-o,--output", options->output, "The PNG file to write; - for standard output")
       ->required()
       ->type_name("OUT.png");
@@ -95,10 +153,14 @@ void AddViewCommand(CLI::App& program, int& status) {
       ->delimiter(',')
       ->check(CLI::Range(1, INT_MAX).description(""))
       ->type_name("R,G,B");
+  AddHillshadeOptions(*command, options->look);
   AddNoLevelsOption(*command, options->noLevels);
   command->callback([options, &status] {
     if (!options->bands.empty() && options->bands.size() != 1 && options->bands.size() != 3) {
       throw CLI::ValidationError("--bands", "takes one number or three");
+    }
+    if (options->look.isShaded && options->bands.size() > 1) {
+      throw CLI::ValidationError("--hillshade", "takes one band");
     }
     status = Run(*options);
   });

@@ -40,6 +40,7 @@ const char* const kExamples =
     "  zrkio view earth.jpg -o earth.png --max-size 800\n"
     "  zrkio levels earth.jpg\n"
     "  zrkio convert earth.jpg earth.zrm\n"
+    "  zrkio toc A.TOC --missing\n"
     "  zrkio read earth.jpg --band 1 --window 100,107,200,203\n"
     "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
     "\n"
@@ -63,6 +64,7 @@ int Run(int argc, char** argv) {
   AddViewCommand(program, status);
   AddLevelsCommand(program, status);
   AddConvertCommand(program, status);
+  AddTocCommand(program, status);
   AddFormatsCommand(program, status);
   InstallInterruptHandlers();
   const int result = Parse(program, argc, argv, status);

@@ -129,7 +129,8 @@ TEST_F(ZrkioInfo, NamesWhatThisBuildCannotRead) {
   EXPECT_EQ("zrkio: " + sid + ": MrSID files can't be read by this build\n", Run({"info", sid}).err);
   const std::string odd = Write("a.odd", {1});
   EXPECT_EQ("zrkio: " + odd +
-                ": the format can't be told from the file's extension; zrkio formats lists those that are known\n",
+                ": the format can't be told from the file's extension or its first bytes; zrkio formats lists those "
+                "that are known\n",
             Run({"info", odd}).err);
 }
 

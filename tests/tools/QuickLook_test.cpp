@@ -10,7 +10,7 @@ namespace {
 
 class QuickLook : public testing::Test {
  protected:
-  DecodedPng Look(const std::vector<ZRMBand*>& bands, int maxSize) {
+  DecodedPng Show(const std::vector<ZRMBand*>& bands, int maxSize, const Look& look = {}) {
     const std::string path = folder_.Path("out.png");
     PngShape shape = FitPicture(bands[0]->GetXSize(), bands[0]->GetYSize(), maxSize);
     shape.channels = static_cast<int>(bands.size());
@@ -18,7 +18,7 @@ class QuickLook : public testing::Test {
     EXPECT_TRUE(output.Open(path, "", err_));
     PngWriter png(output);
     XThread thread;
-    if (!WriteQuickLook(bands, shape, png, thread, err_) || !output.Commit(err_)) return {};
+    if (!WriteQuickLook(bands, shape, look, png, thread, err_) || !output.Commit(err_)) return {};
     return DecodePng(path);
   }
   static void SetStatistics(ZRMBand& band, double min, double max, double mean, double deviation) {
@@ -38,21 +38,21 @@ TEST_F(QuickLook, WideSamplesAreStretchedByTwoDeviations) {
   band.SetSamples<std::uint16_t>(6, 1, {0, 800, 900, 1000, 1200, 5000});
   SetStatistics(band, 0, 5000, 1000, 100);
   // 800 to 1200 become 0 to 255: 900 is 63.75 and 1000 is 127.5 of them.
-  EXPECT_EQ((Samples{0, 0, 64, 128, 255, 255}), Look({&band}, 100).samples);
+  EXPECT_EQ((Samples{0, 0, 64, 128, 255, 255}), Show({&band}, 100).samples);
 }
 
 TEST_F(QuickLook, TheStretchEndsAtMinimumAndMaximum) {
   MemoryBand band;
   band.SetSamples<std::int16_t>(3, 1, {-10, 0, 10});
   SetStatistics(band, -10, 10, 0, 100);
-  EXPECT_EQ((Samples{0, 128, 255}), Look({&band}, 100).samples);
+  EXPECT_EQ((Samples{0, 128, 255}), Show({&band}, 100).samples);
 }
 
 TEST_F(QuickLook, StatisticsAreComputedWhereThereAreNone) {
   MemoryBand band;
   band.SetSamples<float>(4, 1, {1.0f, 2.0f, 2.0f, 3.0f});
   // Mean 2 and deviation 0.8165: the ends are minimum and maximum.
-  EXPECT_EQ((Samples{0, 128, 128, 255}), Look({&band}, 100).samples);
+  EXPECT_EQ((Samples{0, 128, 128, 255}), Show({&band}, 100).samples);
 }
 
 TEST_F(QuickLook, NullSamplesAreBlackAndCountForNothing) {
@@ -60,13 +60,13 @@ TEST_F(QuickLook, NullSamplesAreBlackAndCountForNothing) {
   band.SetSamples<float>(4, 1, {-9999.0f, -9999.0f, -9999.0f, 30.0f});
   band.SetNullValue(-9999.0);
   SetStatistics(band, 10, 30, 20, 100);
-  EXPECT_EQ((Samples{0, 255}), Look({&band}, 2).samples);
+  EXPECT_EQ((Samples{0, 255}), Show({&band}, 2).samples);
 }
 
 TEST_F(QuickLook, AnImageOfOneValueIsBlack) {
   MemoryBand band;
   band.SetSamples<std::uint16_t>(2, 1, {7, 7});
-  EXPECT_EQ((Samples{0, 0}), Look({&band}, 100).samples);
+  EXPECT_EQ((Samples{0, 0}), Show({&band}, 100).samples);
 }
 
 TEST_F(QuickLook, ThreeBandsAreInterleaved) {
@@ -74,7 +74,7 @@ TEST_F(QuickLook, ThreeBandsAreInterleaved) {
   red.SetSamples<std::uint8_t>(2, 2, {1, 2, 3, 4});
   green.SetSamples<std::uint8_t>(2, 2, {11, 12, 13, 14});
   blue.SetSamples<std::uint8_t>(2, 2, {21, 22, 23, 24});
-  EXPECT_EQ((Samples{1, 11, 21, 2, 12, 22, 3, 13, 23, 4, 14, 24}), Look({&red, &green, &blue}, 100).samples);
+  EXPECT_EQ((Samples{1, 11, 21, 2, 12, 22, 3, 13, 23, 4, 14, 24}), Show({&red, &green, &blue}, 100).samples);
 }
 
 TEST_F(QuickLook, TheCoarsestLevelWithEnoughPixelsIsRead) {
@@ -86,7 +86,7 @@ TEST_F(QuickLook, TheCoarsestLevelWithEnoughPixelsIsRead) {
     for (std::size_t x = 0; x < 1024; x += 4) samples[y * 1024 + x] = 200;
   }
   band.SetSamples(1024, 1024, samples);
-  EXPECT_EQ(Samples(256 * 256, 200), Look({&band}, 256).samples);
+  EXPECT_EQ(Samples(256 * 256, 200), Show({&band}, 256).samples);
 }
 
 TEST_F(QuickLook, StripsMeetWithoutASeam) {
@@ -95,7 +95,7 @@ TEST_F(QuickLook, StripsMeetWithoutASeam) {
   for (int y = 0; y < 1500; ++y) samples.insert(samples.end(), 3, static_cast<std::uint8_t>(y / 10));
   band.SetSamples(3, 1500, samples);
   band.SetTileSize(2000, 2000);  // no level but 0
-  const DecodedPng picture = Look({&band}, 150);
+  const DecodedPng picture = Show({&band}, 150);
   ASSERT_EQ(150, picture.height);
   for (int y = 0; y < 150; ++y) ASSERT_EQ(y, picture.At(0, y, 0));
 }
@@ -104,7 +104,7 @@ TEST_F(QuickLook, ABandThatCannotBeReadFails) {
   MemoryBand band;
   band.SetRamp<std::uint8_t>(4, 4);
   band.FailReads();
-  EXPECT_EQ(0, Look({&band}, 100).width);
+  EXPECT_EQ(0, Show({&band}, 100).width);
   EXPECT_EQ("the pixels can't be read", err_);
 }
 
