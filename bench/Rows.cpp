@@ -142,6 +142,8 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("level")) AddLevelRows(options, rows);
   if (wants("comp")) AddCompressedRows(options, rows);
   if (wants("write")) AddTiffWriteRows(options, rows);
+  if (wants("rpf")) AddRpfRows(options, rows);
+  if (wants("dted")) AddDtedRows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }

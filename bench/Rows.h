@@ -34,3 +34,7 @@ void AddCompressedRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about writing TIFF files.
 void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about frames of the Raster Product Format.
+void AddRpfRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about elevation cells.
+void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -85,10 +85,12 @@ void WaitForDisk(const std::string& path) {
   ::close(file);
 }
 
-/// A file that is removed takes the pages along that were not written yet.
+/// A file that is removed takes the pages along that were not written yet. What is on its way to the disk nonetheless
+/// is waited for, so that nobody's work is done in another's time.
 void Prepare(const Picture& picture) {
   fs::remove(picture.ours);
   fs::remove(picture.theirs);
+  ::sync();
 }
 
 void MakeKept(const Picture& picture) {
@@ -125,7 +127,7 @@ void AddRowsOf(const Picture& picture, const char* kind, const std::string& sour
   rows.push_back({key + "_program", title, "gdal_translate", ours,
                   [=] { SaveByGdalsProgram(theirSource, picture.theirs); }, 1, 1 / 5.0, prepare});
   rows.push_back({key + "_library", title, "GDAL's library", ours,
-                  [=] { SaveByGdalsLibrary(theirSource, picture.theirs); }, 1, 1 / 5.0, prepare});
+                  [=] { SaveByGdalsLibrary(theirSource, picture.theirs); }, 1, 1.0, prepare});
   rows.push_back({key + "_copy", title, "cp of the result", ours,
                   [=] { RunCommand("cp '" + picture.kept + "' '" + picture.theirs + "'"); }, 1, 1 / 0.7, prepare});
 }

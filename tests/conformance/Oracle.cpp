@@ -20,7 +20,7 @@ using Dataset = std::unique_ptr<void, CloseDataset>;
 
 Dataset Open(const std::string& path) {
   GDALAllRegister();
-  const char* const drivers[] = {"BMP", "JPEG", "GTiff", nullptr};
+  const char* const drivers[] = {"BMP", "JPEG", "GTiff", "NITF", "DTED", "HDF4", "HDF4Image", nullptr};
   return Dataset(GDALOpenEx(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, nullptr));
 }
 

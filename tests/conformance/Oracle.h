@@ -21,10 +21,10 @@ struct OracleImage {
   std::vector<Statistics> statistics;
 };
 
-/// Reads a BMP, JPEG or TIFF file.
+/// Reads a BMP, JPEG, TIFF, NITF or DTED file, or an HDF4 file of one image.
 OracleImage ReadWithGdal(const std::string& path);
 
-/// A TIFF file as GDAL reads it, palettes left aside.
+/// A file as GDAL reads it, palettes left aside.
 struct StoredImage {
   struct Plane {
     int dataType = 0;  ///< GDAL's

@@ -1,12 +1,16 @@
 #include "Samples.h"
 
 #include "BmpBuilder.h"
+#include "DtedBuilder.h"
+#include "HdfBuilder.h"
 #include "JpegBuilder.h"
 #include "MemoryBand.h"
+#include "RpfFrameBuilder.h"
 #include "TempFolder.h"
 #include "TiffBuilder.h"
 #include "XRSFileIO.h"
 #include "ZRMBandBMP.h"
+#include "ZRMBandCADRG.h"
 #include "ZRMBandJPG.h"
 
 #include <algorithm>
@@ -14,6 +18,7 @@
 #include <filesystem>
 #include <iterator>
 #include <memory>
+#include <set>
 
 namespace {
 
@@ -131,6 +136,34 @@ std::vector<Sample> MakeTiffs() {
   };
 }
 
+/// All subframes but the last.
+std::set<int> AllButOne() {
+  std::set<int> subframes;
+  for (int i = 0; i < 35; ++i) subframes.insert(i);
+  return subframes;
+}
+
+Sample Cadrg(const char* name, bool isSmall, int tolerance, std::vector<unsigned char> (*build)()) {
+  return {name, kFormatCADRG, build, kFull, kPlain, isSmall, tolerance, &ResultOf<ZRMBandCADRG>};
+}
+
+Sample Cib(const char* name, bool isSmall, std::vector<unsigned char> (*build)()) {
+  return {name, kFormatCIB, build, kFull, kPlain, isSmall, kNoOracle, nullptr};
+}
+
+/// GDAL has bands other than ours of frames that are not of three colours or not compressed.
+std::vector<Sample> MakeFrames() {
+  using Frame = RpfFrameBuilder;
+  return {
+      Cadrg("CadrgWhole", false, 0, [] { return Frame().Build(); }),
+      Cadrg("CadrgMasked", true, kNoOracle,
+            [] { return Frame().OneLookupTable().Absent(AllButOne()).Transparent(5).Build(); }),
+      Cadrg("CadrgPlain", false, kNoOracle, [] { return Frame().Plain().ColorTable(4, 217, 4).Build(); }),
+      Cib("CibWhole", false, [] { return Frame().LittleEndian().Grey().Build(); }),
+      Cib("CibMasked", true, [] { return Frame().Plain().Grey().Absent(AllButOne()).Build(); }),
+  };
+}
+
 std::vector<Sample> MakeSamples() {
   std::vector<Sample> samples = {
       SmallBmp("Bmp8", [] { return BmpBuilder().Size(41, 30).Bits(8).Build(); }),
@@ -157,12 +190,23 @@ std::vector<Sample> MakeSamples() {
           "JpegCmyk", [] { return JpegBuilder().Size(45, 37).Cmyk().Build(); }, 1),
       {"JpegOverTwoTiles", kFormatJPG, [] { return JpegBuilder().Size(601, 522).Build(); }, kFull, kPlain, false, 0,
        &ResultOf<ZRMBandJPG>},
+      // GDAL mistakes the two middle rows of a cell of an even number of them.
+      {"Dted", kFormatDTED, [] { return DtedBuilder().Size(41, 31).Build(); }, LevelRule::kDecimated, kPlain, true, 0,
+       nullptr},
+      {"DtedOverTwoTiles", kFormatDTED, [] { return DtedBuilder().Size(601, 523).Build(); }, LevelRule::kDecimated,
+       kPlain, false, 0, nullptr},
+      {"Hdf4", kFormatHDF4, [] { return HdfBuilder().Size(41, 30).Build(); }, kFull, kPlain, true, 0, nullptr},
+      {"Hdf4Blocks", kFormatHDF4, [] { return HdfBuilder().Size(41, 30).BlockSize(2).Build(); }, kFull, kPlain, true, 0,
+       nullptr},
+      {"Hdf4OverTwoTiles", kFormatHDF4, [] { return HdfBuilder().Size(601, 522).Build(); }, kFull, kPlain, false, 0,
+       nullptr},
       Native("NativePlain", true, [] { return BuildNative(1, false); }),
       Native("NativePlain3Bands", false, [] { return BuildNative(3, false); }),
       Native("NativeCompressed", true, [] { return BuildNative(1, true); }),
       Native("NativeCompressed3Bands", false, [] { return BuildNative(3, true); }),
   };
   std::ranges::copy(MakeTiffs(), std::back_inserter(samples));
+  std::ranges::copy(MakeFrames(), std::back_inserter(samples));
   return samples;
 }
 
