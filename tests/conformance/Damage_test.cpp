@@ -1,3 +1,4 @@
+#include "ByteFlips.h"
 #include "MemoryDisk.h"
 #include "Samples.h"
 #include "TempFolder.h"
@@ -6,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <string>
 
 // Damaged files are opened and read, or refused with a sentence, and nothing else happens.
@@ -81,18 +81,7 @@ TEST_P(Damage, ToTheFirstByteRefusesTheFile) {
 }
 
 TEST_P(Damage, ToOneByteEndsInARefusalOrAReadableFile) {
-  std::vector<unsigned char> bytes = ReadBytes(PathOf(GetParam()));
-  std::mt19937 random(20240229);
-  for (int i = 0; i < 2000; ++i) {
-    // Every other flip hits the first bytes, where the headers are.
-    const std::size_t place = random() % (i % 2 ? bytes.size() : std::min<std::size_t>(bytes.size(), 200));
-    const auto flip = static_cast<unsigned char>(1 + random() % 255);
-    bytes[place] ^= flip;
-    SCOPED_TRACE(testing::Message() << "byte " << place << " xor " << int{flip});
-    Try(bytes);
-    bytes[place] ^= flip;
-    if (HasFailure()) break;
-  }
+  FlipBytes(ReadBytes(PathOf(GetParam())), 2000, {0, 200}, &Damage::Try);
 }
 
 TEST_P(Damage, IsNotSeenInASoundFile) {

@@ -1,3 +1,4 @@
+#include "ByteFlips.h"
 #include "ForeignFiles.h"
 #include "Samples.h"
 #include "TempFolder.h"
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <random>
 #include <string>
 
 // Damaged TIFF files are read as far as they can be, missing pixels being 0, or refused with a reason. Those of other
@@ -38,20 +38,8 @@ void TryTruncated(const Bytes& sound, std::size_t count) {
   }
 }
 
-/// Every other flip hits the first directory, where the tags are.
-void TryFlipped(Bytes bytes, int count) {
-  std::mt19937 random(20240229);
-  const std::size_t directory = FindTiffDirectory(bytes);
-  for (int i = 0; i < count; ++i) {
-    const std::size_t inDirectory = directory + random() % std::min<std::size_t>(bytes.size() - directory, 300);
-    const std::size_t place = i % 2 ? random() % bytes.size() : inDirectory;
-    const auto flip = static_cast<unsigned char>(1 + random() % 255);
-    bytes[place] ^= flip;
-    SCOPED_TRACE(testing::Message() << "byte " << place << " xor " << int{flip});
-    TryTiff(bytes);
-    bytes[place] ^= flip;
-    if (testing::Test::HasFailure()) return;
-  }
+void TryFlipped(const Bytes& bytes, int count) {
+  FlipBytes(bytes, count, {FindTiffDirectory(bytes), 300}, &TryTiff);
 }
 
 class TiffDamage : public testing::TestWithParam<Sample> {
