@@ -116,6 +116,7 @@ class ZRKIO_API XRSFileIO {
   static int LoadFileNITFEx(XRSFile* file, XString path, XSpatialReference* sr, XObList& objects, int* numObjects,
                             XString& err, XThread* thread);
 
+  /// The window is inclusive, in pixels of the first band; see `XRSFile2Tiff`.
   static int SaveFileTiff(XRSFile* file, XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
   /// The last two ints are handed to the writer as they are.
   static int SaveFileZRM(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, XString& err,
