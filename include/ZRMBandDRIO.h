@@ -2,6 +2,8 @@
 
 #include "ZRMBand.h"
 
+#include <concepts>
+#include <cstddef>
 #include <memory>
 
 class ZRMBandXLD;
@@ -22,14 +24,23 @@ class ZRKIO_API ZRMBandDRIO : public ZRMBand {
   int CleanupMemory(int freeBuffers, int force) override = 0;
 
   /// The level-data band, or null; it belongs to this band.
-  ZRMBandXLD* GetBandXLD() const { return bandXLD_.get(); }
-  /// Takes the band over and destroys the one before; null takes it away.
-  void SetBandXLD(ZRMBandXLD* bandXLD);
+  ZRMBandXLD* GetBandXLD() const { return bandXLD_; }
+  /// Takes the band over and destroys the one before; null takes it away. This frame stands below level data, so that
+  /// only who gives a level band knows its class: include `ZRMBandXLD.h` there.
+  template <std::derived_from<ZRMBandXLD> LevelBand>
+  void SetBandXLD(LevelBand* bandXLD) {
+    HoldLevelData(bandXLD, bandXLD);
+  }
+  void SetBandXLD(std::nullptr_t) { HoldLevelData(nullptr, nullptr); }
 
  protected:
   /// Asks the level-data band for the window; 0 where there is none or it declines.
   int ReadFromLevelData(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) const;
 
  private:
-  std::unique_ptr<ZRMBandXLD> bandXLD_;
+  /// The same band twice: as what is destroyed and read, and as what `GetBandXLD` answers.
+  void HoldLevelData(ZRMBand* levelData, ZRMBandXLD* bandXLD);
+
+  std::unique_ptr<ZRMBand> levelData_;
+  ZRMBandXLD* bandXLD_ = nullptr;
 };

@@ -2,15 +2,17 @@
 
 #include <algorithm>
 #include <fstream>
-#include <initializer_list>
 #include <sstream>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-bool ExistsInAny(const fs::path& root, std::initializer_list<const char*> folders, const std::string& name) {
-  return std::ranges::any_of(folders, [&](const char* folder) { return fs::is_regular_file(root / folder / name); });
+/// Whether a file of the name lies anywhere beneath the folder.
+bool ExistsBeneath(const fs::path& folder, const std::string& name) {
+  if (!fs::is_directory(folder)) return false;
+  return std::ranges::any_of(fs::recursive_directory_iterator(folder),
+                             [&](const fs::directory_entry& entry) { return entry.path().filename() == name; });
 }
 
 bool HoldsFiles(const fs::path& folder) {
@@ -54,8 +56,8 @@ Violations FindGapsOfFormats(const fs::path& root, std::span<const tagXFormat> f
     if (!format.isRaster) continue;
     const std::string band = format.bandClass;
     want(fs::exists(root / "include" / (band + ".h")), "public header");
-    want(ExistsInAny(root, {"src/bands", "src/rpf", "src/tiles", "src/hawk", "src/core/level"}, band + ".cpp"), "band source");
-    want(ExistsInAny(root, {"tests/bands", "tests/rpf", "tests/tiles", "tests/hawk", "tests/core"}, band + "_test.cpp"), "test file");
+    want(ExistsBeneath(root / "src", band + ".cpp"), "band source");
+    want(ExistsBeneath(root / "tests/formats", band + "_test.cpp"), "test file");
     want(fs::exists(root / "fuzz" / (band + "_fuzz.cpp")), "fuzz target");
     want(HoldsFiles(root / "fuzz/seeds" / band) || fs::exists(root / "fuzz" / (band + "_seeds.cpp")), "fuzz seeds");
     want(HasPage(root / "docs/formats", format.name), "page in docs/formats headed by its name");

@@ -10,10 +10,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Rooms of one floor do not see each other.
+// Rooms of one floor do not see each other. Each folder of bands is a room of its own.
 const std::map<std::string, int> kFloors = {
-    {"base", 0},  {"geo", 1},  {"math", 1},    {"codec", 2},    {"core", 3},    {"bands", 4}, {"rpf", 4},
-    {"tiles", 4}, {"hawk", 4}, {"writers", 4}, {"dispatch", 5}, {"display", 6}, {"tools", 7},
+    {"base", 0},        {"geo", 1},      {"math", 1},        {"codec", 2},    {"core/failure", 3}, {"core/model", 3},
+    {"core/resample", 4}, {"core/level", 5}, {"core/native", 6}, {"core/xld", 7}, {"bands", 8},        {"rpf", 8},
+    {"tiles", 8},       {"hawk", 8},     {"writers", 8},     {"core/dispatch", 9}, {"display", 10},    {"tools", 11},
 };
 
 // Headers of the operating system that the ground floor stands on.
@@ -68,7 +69,7 @@ std::string WithoutFamilyPrefix(const std::string& stem) {
 }  // namespace
 
 int FloorOf(const std::string& room) {
-  const auto found = kFloors.find(room);
+  const auto found = kFloors.find(StartsWith(room, "bands/") ? "bands" : room);
   return found == kFloors.end() ? -1 : found->second;
 }
 
@@ -85,8 +86,11 @@ House::House(const fs::path& root, std::vector<std::string> bandClasses) : bandC
 
 std::string House::RoomOf(const std::string& path) const {
   if (StartsWith(path, "tools/")) return "tools";
-  if (StartsWith(path, "src/core/dispatch/")) return "dispatch";
-  if (StartsWith(path, "src/")) return path.substr(4, path.find('/', 4) - 4);
+  for (const char* const storey : {"src/core/", "src/bands/", "src/"}) {
+    if (!StartsWith(path, storey)) continue;
+    const std::size_t end = path.find('/', std::string_view(storey).size());
+    return end == std::string::npos ? "" : path.substr(4, end - 4);
+  }
   const auto header = byPath_.find(path);
   return StartsWith(path, "include/") && header != byPath_.end() ? RoomOfHeader(*header->second) : "";
 }
@@ -148,14 +152,14 @@ Violations House::FindBandsThatAreSeen() const {
   Violations violations;
   for (const SourceFile& file : files_) {
     const std::string room = RoomOf(file.path);
-    if (room.empty() || room == "dispatch" || file.path == "include/ZRKio.h") continue;
+    if (room.empty() || room == "core/dispatch" || file.path == "include/ZRKio.h") continue;
     for (const IncludeLine& include : file.includes) {
       const std::string band = StemOf(include.name);
       const bool isBand = std::ranges::find(bandClasses_, band) != bandClasses_.end();
       const bool isOwn = StartsWith(StemOf(file.path), band);
       const std::string bandRoom = RoomOf("include/" + include.name);
-      const bool isOfItsRoom = room != "bands" && bandRoom == room;
-      const bool isOfTheModel = bandRoom == "core";  // and no format's alone
+      const bool isOfItsRoom = bandRoom == room;
+      const bool isOfTheModel = StartsWith(bandRoom, "core/");  // and no format's alone
       if (isBand && !isOwn && !isOfItsRoom && !isOfTheModel) violations.push_back(Place(file, include) + " knows " + band);
     }
   }

@@ -43,7 +43,7 @@ TEST_F(HouseArrows, PointDownOrWithinTheRoom) {
 TEST_F(HouseArrows, DoNotPointUp) {
   Write("src/core/model/Row.h", "");
   Write("src/base/Low.cpp", "\n#include \"core/model/Row.h\"\n");
-  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:2 includes core/model/Row.h: from base to core"));
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:2 includes core/model/Row.h: from base to core/model"));
 }
 
 TEST_F(HouseArrows, DoNotPointAcrossAFloor) {
@@ -56,14 +56,21 @@ TEST_F(HouseArrows, DoNotPointFromTheModelToTheDispatch) {
   Write("src/core/dispatch/Table.h", "");
   Write("src/core/model/Row.cpp", "#include \"core/dispatch/Table.h\"\n");
   EXPECT_THAT(Read().FindWrongArrows(),
-              ElementsAre("src/core/model/Row.cpp:1 includes core/dispatch/Table.h: from core to dispatch"));
+              ElementsAre("src/core/model/Row.cpp:1 includes core/dispatch/Table.h: from core/model to core/dispatch"));
+}
+
+TEST_F(HouseArrows, DoNotRunInACircleInsideTheCore) {
+  Write("src/core/native/Fields.h", "");
+  Write("src/core/level/Store.cpp", "#include \"core/native/Fields.h\"\n");
+  EXPECT_THAT(Read().FindWrongArrows(),
+              ElementsAre("src/core/level/Store.cpp:1 includes core/native/Fields.h: from core/level to core/native"));
 }
 
 TEST_F(HouseArrows, AreSeenThroughPublicHeaders) {
   Write("include/XRow.h", "");
   Write("src/core/model/XRow.cpp", "#include \"XRow.h\"\n");
   Write("src/base/Low.cpp", "#include \"XRow.h\"\n");
-  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:1 includes XRow.h: from base to core"));
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:1 includes XRow.h: from base to core/model"));
 }
 
 TEST_F(HouseArrows, AreSeenThroughHeadersWithoutASource) {
@@ -71,7 +78,7 @@ TEST_F(HouseArrows, AreSeenThroughHeadersWithoutASource) {
   Write("include/XRowList.h", "#include \"XRow.h\"\n");
   Write("src/core/model/XRow.cpp", "");
   Write("src/base/Low.cpp", "#include \"XRowList.h\"\n");
-  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:1 includes XRowList.h: from base to core"));
+  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:1 includes XRowList.h: from base to core/model"));
 }
 
 TEST_F(HouseArrows, LeadToFilesOfTheTree) {
@@ -94,14 +101,14 @@ TEST_F(HouseArrows, AreFreeForToolsWithinTheirOwnRoom) {
 TEST_F(HouseBands, AreBlindToEachOther) {
   Write("include/ZRMBandOne.h", "");
   Write("include/ZRMBandTwo.h", "");
-  Write("src/bands/ZRMBandOne.cpp", "#include \"ZRMBandOne.h\"\n");
-  Write("src/bands/ZRMBandTwo.cpp", "#include \"ZRMBandTwo.h\"\n#include \"ZRMBandOne.h\"\n");
-  EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/bands/ZRMBandTwo.cpp:2 knows ZRMBandOne"));
+  Write("src/bands/one/ZRMBandOne.cpp", "#include \"ZRMBandOne.h\"\n");
+  Write("src/bands/two/ZRMBandTwo.cpp", "#include \"ZRMBandTwo.h\"\n#include \"ZRMBandOne.h\"\n");
+  EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/bands/two/ZRMBandTwo.cpp:2 knows ZRMBandOne"));
 }
 
 TEST_F(HouseBands, AreKnownToTheDispatchAlone) {
   Write("include/ZRMBandOne.h", "");
-  Write("src/bands/ZRMBandOne.cpp", "");
+  Write("src/bands/one/ZRMBandOne.cpp", "");
   Write("src/core/dispatch/Loaders.cpp", "#include \"ZRMBandOne.h\"\n");
   Write("src/writers/Tiff.cpp", "#include \"ZRMBandOne.h\"\n");
   EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/writers/Tiff.cpp:1 knows ZRMBandOne"));
@@ -148,8 +155,8 @@ TEST_F(HouseFormats, MissEverythingInAnEmptyTree) {
 TEST_F(HouseFormats, AreCompleteWithSixFilesAndALine) {
   Write("README.md", "# Toys\n\n| Toy image | .toy |\n");
   Write("include/ZRMBandToy.h", "");
-  Write("src/bands/ZRMBandToy.cpp", "");
-  Write("tests/bands/ZRMBandToy_test.cpp", "");
+  Write("src/bands/toy/ZRMBandToy.cpp", "");
+  Write("tests/formats/toy/ZRMBandToy_test.cpp", "");
   Write("fuzz/ZRMBandToy_fuzz.cpp", "");
   Write("fuzz/seeds/ZRMBandToy/a.toy", "");
   Write("docs/formats/toy.md", "# Toy image\n");

@@ -25,9 +25,9 @@ const House& ThisTree() {
 TEST(ThisHouse, IsRead) {
   EXPECT_GT(ThisTree().GetFiles().size(), 100u);
   EXPECT_EQ("base", ThisTree().RoomOf("include/XFile.h"));
-  EXPECT_EQ("core", ThisTree().RoomOf("include/XBand.h"));
-  EXPECT_EQ("bands", ThisTree().RoomOf("include/ZRMBandBMP.h"));
-  EXPECT_EQ("dispatch", ThisTree().RoomOf("include/XFormatTable.h"));
+  EXPECT_EQ("core/model", ThisTree().RoomOf("include/XBand.h"));
+  EXPECT_EQ("bands/bmp", ThisTree().RoomOf("include/ZRMBandBMP.h"));
+  EXPECT_EQ("core/dispatch", ThisTree().RoomOf("include/XFormatTable.h"));
 }
 
 TEST(ThisHouse, HasIncludesThatPointDown) {

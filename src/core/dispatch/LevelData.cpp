@@ -2,7 +2,7 @@
 // it on a 0.
 
 #include "core/dispatch/Outcome.h"
-#include "core/level/LevelFile.h"
+#include "core/xld/LevelFile.h"
 #include "core/native/NativeXml.h"
 #include "XFile.h"
 #include "XLimits.h"

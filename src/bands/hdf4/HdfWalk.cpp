@@ -6,7 +6,7 @@
 // parts of several images apart, are not looked at, so the last descriptor of a tag counts. What the chain does not
 // tell is taken from one family of images of a fixed size.
 
-#include "bands/HdfWalk.h"
+#include "bands/hdf4/HdfWalk.h"
 
 #include "base/Checked.h"
 #include "base/Cursor.h"

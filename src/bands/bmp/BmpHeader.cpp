@@ -2,7 +2,7 @@
 // 4 bytes an entry, and the rows. Longer info headers are read as if they were of 40 bytes, and the offset of the
 // pixels that the file header names is not used: the rows begin right behind the palette.
 
-#include "bands/BmpHeader.h"
+#include "bands/bmp/BmpHeader.h"
 
 #include "base/Checked.h"
 #include "base/Cursor.h"

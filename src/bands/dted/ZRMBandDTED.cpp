@@ -7,7 +7,7 @@
 
 #include "ZRMBandDTED.h"
 
-#include "bands/DtedHeader.h"
+#include "bands/dted/DtedHeader.h"
 #include "base/Checked.h"
 #include "base/Fence.h"
 #include "base/LargePages.h"

@@ -1,4 +1,4 @@
-#include "bands/DtedHeader.h"
+#include "bands/dted/DtedHeader.h"
 
 #include "DtedBuilder.h"
 

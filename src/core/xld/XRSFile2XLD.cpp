@@ -1,7 +1,7 @@
 #include "XRSFile2XLD.h"
 
 #include "base/Disk.h"
-#include "core/level/LevelFile.h"
+#include "core/xld/LevelFile.h"
 #include "core/level/PyramidBuild.h"
 #include "core/level/PyramidStore.h"
 #include "core/native/SaverGroups.h"

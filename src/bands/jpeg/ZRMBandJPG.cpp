@@ -4,7 +4,7 @@
 
 #include "ZRMBandJPG.h"
 
-#include "bands/FollowerRead.h"
+#include "core/model/FollowerRead.h"
 #include "base/Disk.h"
 #include "base/Fence.h"
 #include "codec/JpegDecoder.h"

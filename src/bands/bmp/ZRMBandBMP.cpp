@@ -8,8 +8,8 @@
 
 #include "ZRMBandBMP.h"
 
-#include "bands/BmpHeader.h"
-#include "bands/FollowerRead.h"
+#include "bands/bmp/BmpHeader.h"
+#include "core/model/FollowerRead.h"
 #include "base/Disk.h"
 #include "base/Fence.h"
 #include "math/Interleave.h"

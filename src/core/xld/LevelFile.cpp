@@ -1,4 +1,4 @@
-#include "core/level/LevelFile.h"
+#include "core/xld/LevelFile.h"
 
 #include "base/Cursor.h"
 #include "base/LittleEndian.h"

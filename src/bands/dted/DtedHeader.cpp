@@ -2,7 +2,7 @@
 // 648 and 2,700 bytes ("UHL", "DSI", "ACC"); the columns follow. All of it is text. The first tag alone tells how many
 // labels there are; the fields lie at fixed places behind them.
 
-#include "bands/DtedHeader.h"
+#include "bands/dted/DtedHeader.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "bands/BmpHeader.h"
+#include "bands/bmp/BmpHeader.h"
 
 #include "BmpBuilder.h"
 

@@ -3,7 +3,7 @@
 
 #include "ZRMBandHDF4.h"
 
-#include "bands/HdfWalk.h"
+#include "bands/hdf4/HdfWalk.h"
 #include "base/Fence.h"
 #include "Xepot.h"
 
