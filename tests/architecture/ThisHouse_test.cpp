@@ -1,4 +1,5 @@
 #include "House.h"
+#include "TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,7 +19,7 @@ std::vector<std::string> BandClasses() {
 }
 
 const House& ThisTree() {
-  static const House house(ZRK_SOURCE_DIR, BandClasses());
+  static const House house(SourcePath(""), BandClasses());
   return house;
 }
 
@@ -51,7 +52,7 @@ TEST(ThisHouse, HasOneHeaderThatIncludesThemAll) {
 }
 
 TEST(ThisHouse, HasAllThatBelongsToAFormatThatCanBeRead) {
-  EXPECT_THAT(FindGapsOfFormats(ZRK_SOURCE_DIR, XfnGetFormats()), IsEmpty());
+  EXPECT_THAT(FindGapsOfFormats(SourcePath(""), XfnGetFormats()), IsEmpty());
 }
 
 }  // namespace

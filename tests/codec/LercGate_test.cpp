@@ -83,7 +83,7 @@ TEST(LercGate, RefusesAnIndexBeyondItsTable) {
 
 TEST(LercGate, StandsBeforeTheDecoder) {
   // Its first block has fewer numbers than samples, and its checksum is right.
-  const Bytes seed = ReadBytes(ZRK_SOURCE_DIR "/fuzz/seeds/TileCodec/too_few_numbers");
+  const Bytes seed = ReadBytes(SourcePath("fuzz/seeds/TileCodec/too_few_numbers"));
   ASSERT_GT(seed.size(), 4u);
   std::vector<std::int32_t> samples(256, 77);
   zrk::TileRoom room;

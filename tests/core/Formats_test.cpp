@@ -95,7 +95,7 @@ void AppendText(std::string line, Bytes& bytes) {
 
 /// The blocks under a heading of the page, one after the other.
 Bytes FromPage(const std::string& heading) {
-  std::ifstream page(ZRK_SOURCE_DIR "/docs/FORMATS.md");
+  std::ifstream page(SourcePath("docs/FORMATS.md"));
   Bytes bytes;
   std::string kind;
   bool isHere = false;

@@ -25,9 +25,13 @@ void TempFolder::Write(const std::string& name, std::string_view text) const {
   std::ofstream(Path(name), std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
+std::string SourcePath(const std::string& path) {
+  return std::string(ZRK_SOURCE_DIR "/") + path;
+}
+
 std::string SharedDataDir() {
   if (const char* folder = std::getenv("ZRK_SHARED_DATA")) return folder;
-  return std::string(ZRK_SOURCE_DIR) + "/../shared/data";
+  return SourcePath("../shared/data");
 }
 
 std::vector<unsigned char> ReadBytes(const std::string& path) {

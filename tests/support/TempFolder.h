@@ -21,6 +21,9 @@ class TempFolder {
   std::string path_;
 };
 
+/// A file of this project's tree, by its path from the root.
+std::string SourcePath(const std::string& path);
+
 /// The folder of real sample files; it may be absent.
 std::string SharedDataDir();
 
