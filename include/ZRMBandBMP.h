@@ -13,7 +13,7 @@ class XThread;
 
 namespace zrk {
 struct BmpHeader;
-class DiskMap;
+class RowFile;
 }  // namespace zrk
 
 /// One channel of a Windows bitmap of 8 to 32 bits a pixel. Rows lie bottom-up, directly behind the palette, and are
@@ -81,14 +81,15 @@ class ZRKIO_API ZRMBandBMP : public ZRMBandDRIO {
   bool Decode(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record);
   bool DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) const;
   bool DecodeFromFile(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record);
+  bool DecodeFromMapped(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record);
 
   ZRMBandBMP* master_;
   std::unique_ptr<BITMAPINFO> info_;
   int sourceType_ = kSourceNone;
   std::unique_ptr<XFile> file_;            // behind kSourceFile, and beside a mapping of it
-  std::unique_ptr<zrk::DiskMap> map_;      // behind kSourceView of a file
+  std::unique_ptr<zrk::RowFile> rowFile_;  // behind kSourceView of a file
   std::unique_ptr<unsigned char[]> copy_;  // behind kSourceMemory
-  const unsigned char* data_ = nullptr;    // rows of kSourceMemory and kSourceView
+  const unsigned char* data_ = nullptr;    // rows of kSourceMemory, and of kSourceView of memory
   std::int64_t offset_ = 0;
   int channel_ = 0;
   zrk::ChannelReads reads_;

@@ -2,16 +2,16 @@
 // mapping of the whole file, and positional reads through the file. The first two always answer full resolution; only
 // the third honours the level, by taking every 2^level-th pixel of every 2^level-th row.
 //
-// A mapped file may shrink while it is open, and touching what is gone would be a signal and not an error. So its
-// length is asked once a window, and a window that reaches beyond fails, as it does for a file that never had all its
-// rows.
+// A file may shrink while it is open. So its length is asked once a window, and a window that reaches beyond fails, as
+// it does for a file that never had all its rows. Rows that go while they are read are found missing by `RowReader`.
 
 #include "ZRMBandBMP.h"
 
 #include "bands/bmp/BmpHeader.h"
-#include "core/model/FollowerRead.h"
 #include "base/Disk.h"
 #include "base/Fence.h"
+#include "base/RowReader.h"
+#include "core/model/FollowerRead.h"
 #include "math/Interleave.h"
 #include "Xepot.h"
 
@@ -117,10 +117,9 @@ int ZRMBandBMP::ReadFile(XString path, XString& err, XThread*) {
   if (!zrk::ParseBmpHeader({bytes.data(), static_cast<std::size_t>(numBytes)}, header, err)) return 0;
   if (header.imageBytes < kMapFrom) return ReadIntoMemory(*file, header, err);
 
-  std::unique_ptr<zrk::DiskMap> map = file->GetDiskFile()->Map();
-  AdoptHeader(header.info, map ? kSourceView : kSourceFile, header.pixelOffset);
-  data_ = map ? map->Data() : nullptr;
-  map_ = std::move(map);
+  auto rowFile = std::make_unique<zrk::RowFile>(file->GetDiskFile());
+  AdoptHeader(header.info, rowFile->Map() ? kSourceView : kSourceFile, header.pixelOffset);
+  if (rowFile->Map()) rowFile_ = std::move(rowFile);
   file_ = std::move(file);
   return 1;
 }
@@ -149,7 +148,7 @@ int ZRMBandBMP::ReadIntoMemory(const XFile& file, const zrk::BmpHeader& header, 
 void ZRMBandBMP::Close() {
   sourceType_ = kSourceNone;
   data_ = nullptr;
-  map_.reset();
+  rowFile_.reset();
   file_.reset();
   copy_.reset();
   info_.reset();
@@ -237,16 +236,9 @@ int ZRMBandBMP::ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request) {
   return 1;
 }
 
-/// Small windows of a view are copied out of it. Large ones are read row by row, at full resolution as well: that costs
-/// little beside their bytes, which then don't stay in the process, and is no signal where the file is cut meanwhile.
 bool ZRMBandBMP::Decode(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {
-  constexpr std::int64_t kLargeWindow = 1 << 20;
   if (sourceType_ == kSourceFile) return DecodeFromFile(request, record);
-  const std::int64_t numBytes = std::int64_t{request.Width()} * request.Height() * (info_->bmiHeader.biBitCount >> 3);
-  if (!map_ || numBytes < kLargeWindow) return DecodeFromMemory(request, record);
-  zrk::ReadRequest full = request;
-  full.level = 0;
-  return DecodeFromFile(full, record);
+  return rowFile_ ? DecodeFromMapped(request, record) : DecodeFromMemory(request, record);
 }
 
 std::int64_t ZRMBandBMP::CalcRowOffset(int y) const {
@@ -259,8 +251,7 @@ bool ZRMBandBMP::HoldsRows(const zrk::ReadRequest& request) const {
   if (!file_) return true;
   const std::int64_t pixelBytes = info_->bmiHeader.biBitCount >> 3;
   const std::int64_t end = CalcRowOffset(request.y0) + (request.x1 + std::int64_t{1}) * pixelBytes;
-  const std::int64_t length = file_->GetLength();
-  return end <= (map_ ? std::min(length, map_->Size()) : length);
+  return end <= file_->GetLength();
 }
 
 namespace {
@@ -288,6 +279,31 @@ bool ZRMBandBMP::DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelR
   for (int y = request.y0; y <= request.y1; ++y) {
     unpacker.Unpack(data_ + CalcRowOffset(y) + firstByte, static_cast<std::size_t>(request.Width()),
                     RowsOf(record, numChannels, y - request.y0).data());
+  }
+  return true;
+}
+
+/// Some rows at a time, from the top of the window, which are the last ones of the file.
+bool ZRMBandBMP::DecodeFromMapped(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {
+  constexpr std::int64_t kReadBytes = 256 << 10;
+  const int numChannels = GetNumChannels(), pixelBytes = info_->bmiHeader.biBitCount >> 3;
+  if (!HoldsRows(request) || !AllocateChannels(record, numChannels, request.Width(), request.Height())) return false;
+  const RowUnpacker unpacker(*info_, numChannels, 1);
+  const std::int64_t numBytes = std::int64_t{request.Width()} * pixelBytes;
+  const auto atOnce = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / numBytes, 1, request.Height()));
+  const zrk::RowReader reader(*rowFile_, numBytes * request.Height());
+  for (int y = request.y0; y <= request.y1; y += atOnce) {
+    const int numRows = std::min(atOnce, request.y1 - y + 1);
+    const zrk::FileRows rows{CalcRowOffset(y + numRows - 1) + std::int64_t{request.x0} * pixelBytes,
+                             XfnCalcDIBWidthBytes(info_.get()), numBytes, numRows};
+    const std::int64_t roomBytes = zrk::RowReader::CountRoomBytes(rows, numBytes);
+    tagXArr1* room = roomBytes <= INT32_MAX ? rows_.GetBuffer(static_cast<int>(roomBytes), 1) : nullptr;
+    const zrk::RowReader::Fetched fetched = room ? reader.Fetch(rows, numBytes, room->data) : zrk::RowReader::Fetched{};
+    if (!fetched.first) return false;
+    for (int i = 0; i < numRows; ++i) {
+      unpacker.Unpack(fetched.first + (numRows - 1 - i) * fetched.stride, static_cast<std::size_t>(request.Width()),
+                      RowsOf(record, numChannels, y - request.y0 + i).data());
+    }
   }
   return true;
 }
