@@ -59,14 +59,15 @@ int ZRMBandHDF4::ReadFile(XString path, XString& err, XThread*) {
     return 0;
   }
   const std::int64_t numWanted = CalcPosition(0, rasterHeight_);
-  const std::int64_t numBytes = std::clamp<std::int64_t>(file_.GetLength() - rasterOffset_, 0, numWanted);
+  const std::int64_t length = file_.GetLength();
+  const std::int64_t numBytes = std::clamp<std::int64_t>(length - rasterOffset_, 0, numWanted);
   std::unique_ptr<unsigned char[]> pixels(new (std::nothrow) unsigned char[static_cast<std::size_t>(numBytes)]);
   if (!pixels) {
     err = "Fail to allocate memory";
     return 0;
   }
   // A disk that fails is told now, and not by reads that fail later.
-  const bool isRead = file_.ReadAt(rasterOffset_, pixels.get(), numBytes) == numBytes;
+  const bool isRead = length >= 0 && file_.ReadAt(rasterOffset_, pixels.get(), numBytes) == numBytes;
   file_.Close();
   if (!isRead) {
     err = "Can't open file : " + path;
