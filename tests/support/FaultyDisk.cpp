@@ -38,6 +38,11 @@ class FaultyFile : public zrk::DiskFile {
     const int error = disk_.NextError(&disk_.syncs_);
     return error ? error : file_->Sync();
   }
+  int CheckClose() override {
+    const int error = disk_.NextError(&disk_.closes_);
+    return error ? error : file_->CheckClose();
+  }
+  void StartSync(std::int64_t offset, std::int64_t count) override { file_->StartSync(offset, count); }
   std::unique_ptr<zrk::DiskMap> Map() override { return disk_.NextError(&disk_.maps_) ? nullptr : file_->Map(); }
 
  private:

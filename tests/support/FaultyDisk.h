@@ -21,6 +21,7 @@ class FaultyDisk : public zrk::Disk {
   void FailOpen(int nth, int error = EACCES) { opens_.Set(nth, error); }
   void FailSync(int nth) { syncs_.Set(nth, EIO); }
   void FailSetSize(int nth) { setSizes_.Set(nth, ENOSPC); }
+  void FailClose(int nth) { closes_.Set(nth, EDQUOT); }
   void FailRename(int nth) { renames_.Set(nth, EIO); }
   /// The N-th call from now on fails, whatever its kind.
   void FailCall(int nth, DiskFault fault);
@@ -40,6 +41,9 @@ class FaultyDisk : public zrk::Disk {
   bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
   int ListFolder(const std::string& folder, std::vector<std::string>& names) override;
   int ResolveLinks(const std::string& path, std::string& resolved) override;
+  int FollowLink(const std::string& path, std::string& target) override {
+    return zrk::SystemDisk().FollowLink(path, target);
+  }
   bool AreSame(const std::string& one, const std::string& other) override {
     return zrk::SystemDisk().AreSame(one, other);
   }
@@ -70,7 +74,7 @@ class FaultyDisk : public zrk::Disk {
   std::atomic<int> numCalls_ = 0;
   std::atomic<int> failingCall_ = 0;
   std::atomic<DiskFault> fault_ = DiskFault::kError;
-  Calls reads_, writes_, maps_, opens_, syncs_, setSizes_, renames_;
+  Calls reads_, writes_, maps_, opens_, syncs_, closes_, setSizes_, renames_;
   std::atomic<std::int64_t> shortBy_ = 0;
   std::atomic<std::int64_t> freeBytes_ = kAsItIs;
 };

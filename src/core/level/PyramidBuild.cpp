@@ -176,7 +176,7 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
       return true;
     });
   }
-  const SourceWindow& window = job_.window;
+  const Window& window = job_.window;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
   const bool isJoint = !crew.read.empty();
   if (isJoint && !XfnReadBands(sources_, window.x0, window.x1, y0, y1, nullptr, crew.read)) {
@@ -313,7 +313,7 @@ PyramidResult GroupBuild::Run() {
       return progress_.IsStopped() ? PyramidResult::kStopped : PyramidResult::kWriteFailed;
     }
     const PyramidLayout& layout = band.store->Layout();
-    const LevelWindow whole = {0, layout.Width(0) - 1, 0, layout.Height(0) - 1};
+    const Window whole = {0, layout.Width(0) - 1, 0, layout.Height(0) - 1};
     if (!MakeLowerLevels(*band.store, plan_.carriedLevel + 1, whole, band.reduction)) {
       return PyramidResult::kWriteFailed;
     }
