@@ -1,6 +1,7 @@
 #include "base/WorldLines.h"
 
 #include "XFile.h"
+#include "XPath.h"
 
 #include <clocale>
 #include <cstdint>
@@ -38,6 +39,23 @@ class PlainLocale {
 };
 
 }  // namespace
+
+XString GetWorldFileName(const XString& path, const char* extension) {
+  return path.Left(path.GetLength() - 4) + extension;
+}
+
+std::vector<XString> ListWorldFilesOfTiff(const XString& path) {
+  const XString folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
+  std::vector<XString> stems = {name.Left(name.GetLength() - 4)};
+  if (XfnGetFileExt(path).GetLength() != 3) {
+    stems.insert(stems.end(), {name.Left(name.GetLength() - 3), XfnGetFileTitle(path)});
+  }
+  std::vector<XString> paths;
+  for (const XString& stem : stems) {
+    for (const char* extension : {".tfw", ".TFW"}) paths.push_back(folder + stem + extension);
+  }
+  return paths;
+}
 
 std::optional<WorldLines> ReadWorldLines(const XString& path) {
   XFile file;

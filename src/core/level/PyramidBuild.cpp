@@ -215,7 +215,7 @@ int GroupBuild::CountBlockColumns() const {
 
 /// Makes the rows `first` to `last` of the top of one band, for which its cascade has room at once, block by block.
 bool GroupBuild::BuildByColumns(BandStripe& band, int stripe, int first, int last) {
-  const SourceWindow& window = job_.window;
+  const Window& window = job_.window;
   const PyramidLayout& layout = bands_.front().store->Layout();
   const int width = layout.Width(0), numRows = last - first + 1;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
