@@ -14,13 +14,13 @@ class ZRMBandEPOT;
 /// Builds the level file of a dataset. It holds the statistics and descriptive fields of the bands. The full form also
 /// holds a pyramid for each band, whose top is the band at half its size.
 ///
-/// A dataset whose first band has no levels gets the short form, without pyramids, whatever was asked for. Statistics
-/// are those of the half-size image in the full form, and of the coarsest level in the short one. Null values count
-/// like all others.
-///
 /// The top averages samples: means of four, rounded for integers, or means of the area where a size is odd. It averages
 /// the class numbers of a thematic band too, so that the first reduced level may hold classes that the image does not
 /// have. The levels beneath the top take the most frequent of four samples of a thematic band, and means of all others.
+///
+/// A dataset whose first band has no levels gets the short form, without pyramids, whatever was asked for. Statistics
+/// are those of the half-size image in the full form, and of the coarsest level in the short one; null values count
+/// like all others.
 class ZRKIO_API XRSFile2XLD {
  public:
   XRSFile2XLD();
@@ -31,10 +31,10 @@ class ZRKIO_API XRSFile2XLD {
   /// The dataset, which stays the caller's; null is ignored.
   void SetXRSFile(XRSFile* file);
 
-  /// Builds the level file `path`: the full form with `mode` 2 or 3, otherwise the short one. The file is written as
-  /// `path` + "_tmp" and renamed when it is whole; until then an older file of the name stays unchanged. Answers 1, or
-  /// 0 with the reason in `err`. `err` stays unchanged for an empty path, no dataset, a band whose size is not that of
-  /// the first, and a stop by `thread`.
+  /// Builds the level file `path`: with `mode` 2 or 3 the full form, otherwise the short one. It is written as
+  /// `path` + "_tmp" and gets its name when it is whole; until then one of that name stays as it is. 1, or 0 with the
+  /// reason in `err`, which stays as it was for an empty path, no dataset, a band that can't be halved like the first,
+  /// and a stop by `thread`.
   int Save(XString path, XString& err, int mode, XThread* thread);
 
  private:
