@@ -9,7 +9,7 @@
 #include "rpf/FramePaint.h"
 #include "rpf/FrameSections.h"
 #include "XFile.h"
-#include "XPixelStorage.h"
+#include "base/PixelStorage.h"
 
 #include <algorithm>
 #include <climits>

@@ -10,7 +10,7 @@
 #include "writers/TiffJob.h"
 #include "writers/TiffSentences.h"
 #include "XJointReader.h"
-#include "XPixelStorage.h"
+#include "base/PixelStorage.h"
 #include "XRSFile.h"
 #include "XThread.h"
 
