@@ -5,11 +5,11 @@
 #include "XCIBframe.h"
 
 #include "base/Fence.h"
+#include "base/PixelStorage.h"
 #include "rpf/FrameFind.h"
 #include "rpf/FramePaint.h"
 #include "rpf/FrameSections.h"
 #include "XFile.h"
-#include "base/PixelStorage.h"
 
 #include <algorithm>
 #include <climits>
