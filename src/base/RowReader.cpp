@@ -1,7 +1,7 @@
 // Small windows are copied out of a mapping, because their rows are short and lie far apart, and a call to the system
 // costs as much as copying some 4 KB. The file's length is asked once a window. A file that is cut between the question
 // and the last row raises a signal: callers who fear that turn mappings off, and all is read by positional reads.
-// docs/decisions/0018 has the figures.
+// docs/decisions/0021 has the figures.
 //
 // Large windows are always read: the calls cost little beside their bytes, which then don't stay in the process.
 

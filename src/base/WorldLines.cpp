@@ -12,7 +12,7 @@
 namespace zrk {
 namespace {
 
-constexpr std::int64_t kMostBytes = 4096;
+constexpr std::int64_t kMaxBytes = 4096;
 
 /// The line at the front of `text`, which is taken off; without its end.
 std::string_view TakeLine(std::string_view& text) {
@@ -60,8 +60,8 @@ std::vector<XString> ListWorldFilesOfTiff(const XString& path) {
 std::optional<WorldLines> ReadWorldLines(const XString& path) {
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return {};
-  std::string bytes(static_cast<std::size_t>(kMostBytes), '\0');
-  bytes.resize(static_cast<std::size_t>(file.Read(bytes.data(), kMostBytes)));
+  std::string bytes(static_cast<std::size_t>(kMaxBytes), '\0');
+  bytes.resize(static_cast<std::size_t>(file.Read(bytes.data(), kMaxBytes)));
 
   const PlainLocale locale;
   std::string_view rest = bytes;

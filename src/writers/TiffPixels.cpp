@@ -2,6 +2,7 @@
 
 #include "base/AlignLike.h"
 #include "base/Failure.h"
+#include "base/PixelStorage.h"
 #include "codec/TiffOutput.h"
 #include "core/level/RowBlocks.h"
 #include "math/Interleave.h"
@@ -10,7 +11,6 @@
 #include "writers/TiffJob.h"
 #include "writers/TiffSentences.h"
 #include "XJointReader.h"
-#include "XPixelStorage.h"
 #include "XRSFile.h"
 #include "XThread.h"
 

@@ -2,8 +2,8 @@
 // it on a 0.
 
 #include "core/dispatch/Outcome.h"
-#include "core/xld/LevelFile.h"
 #include "core/native/NativeXml.h"
+#include "core/xld/LevelFile.h"
 #include "XFile.h"
 #include "XLimits.h"
 #include "XMessageBox.h"
@@ -13,6 +13,7 @@
 #include "XRSFileIO.h"
 #include "ZRMBandComplex.h"
 #include "ZRMBandDRIO.h"
+#include "ZRMBandEPOT.h"
 #include "ZRMBandXLD.h"
 
 #include <algorithm>
@@ -115,7 +116,7 @@ int AttachLevelData(XRSFile& dataset, const XString& path, XString& err) {
 /// that a full disk leaves the old one as it was; a machine that stops just then leaves a text that is refused.
 bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& oldText, const XString& text) {
   const std::int64_t oldLength = file.GetLength(), newLength = textOffset + text.GetLength();
-  if (text.GetLength() > zrk::GetLimits().xmlBytes) return false;
+  if (text.GetLength() > XfnGetLimits().xmlBytes) return false;
   if (newLength > oldLength && !file.Preallocate(newLength)) {
     file.SetLength(oldLength);
     return false;
