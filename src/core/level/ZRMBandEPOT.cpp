@@ -34,6 +34,7 @@ int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize
   const int isSet = zrk::FencedRead([&] {
     return impl_->epot.SetImage(file, offset, xSize, ySize, dataType, xTileSize, yTileSize, levels, compression);
   });
+  SetDecodeColumns(isSet ? xTileSize : 0);
   SetDecodeRows(isSet && compression == kCompressionTiles ? yTileSize : 1);
   return isSet;
 }
