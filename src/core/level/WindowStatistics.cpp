@@ -1,6 +1,6 @@
-#include "writers/WindowStatistics.h"
+#include "core/level/WindowStatistics.h"
 
-#include "writers/RowBlocks.h"
+#include "core/level/RowBlocks.h"
 
 #include <algorithm>
 
@@ -9,44 +9,41 @@ namespace {
 
 /// Calls `visit(block number, samples, count)` for blocks of rows from the top down.
 template <class Visit>
-bool ForEachBlock(ZRMBand& band, const SourceWindow& window, XThread* thread, XString& err, Visit&& visit) {
+PyramidResult ForEachBlock(ZRMBand& band, const Window& window, const XThread* thread, Visit&& visit) {
   constexpr long kWantedRows = 200;
   const int wanted = XfnCalcBlockHeight(&band, kWantedRows);
   for (int y = window.y0, block = 0; y <= window.y1; ++block) {
-    if (thread && thread->GetState() != XThread::kStateRun) return false;
+    if (thread && thread->GetState() != XThread::kStateRun) return PyramidResult::kStopped;
     const int end = y + std::min(CountBlockRows(band, y, wanted), window.y1 - y + 1);
     tagXArr2* data = nullptr;
-    if (!band.ReadSubset(data, 0, window.x0, window.x1, y, end - 1, nullptr)) {
-      err = "Fail to read data";
-      return false;
-    }
+    if (!band.ReadSubset(data, 0, window.x0, window.x1, y, end - 1, nullptr)) return PyramidResult::kReadFailed;
     visit(block, data->data, static_cast<std::size_t>(data->xSize) * static_cast<std::size_t>(data->ySize));
     y = end;
   }
-  return true;
+  return PyramidResult::kDone;
 }
 
 }  // namespace
 
-bool MeasureWindow(ZRMBand& band, const SourceWindow& window, XThread* thread, Summary& summary, Histogram& histogram,
-                   XString& err) {
+PyramidResult MeasureWindow(ZRMBand& band, const Window& window, XThread* thread, Summary& summary,
+                            Histogram& histogram) {
   SampleStatistics statistics(band.GetDataType(), band.GetNullValue());
-  const bool isMeasured =
-      ForEachBlock(band, window, thread, err,
+  const PyramidResult measured =
+      ForEachBlock(band, window, thread,
                    [&](int block, const void* samples, std::size_t count) { statistics.Add(block, samples, count); });
-  if (!isMeasured) return false;
+  if (measured != PyramidResult::kDone) return measured;
   summary = statistics.Summarize();
   histogram = {};
-  if (summary.count == 0) return true;
+  if (summary.count == 0) return PyramidResult::kDone;
   if (statistics.HasHistogram()) {
     histogram = statistics.GetHistogram();
-    return true;
+    return PyramidResult::kDone;
   }
   HistogramCounter counter(band.GetDataType(), band.GetNullValue(), summary);
-  const bool isCounted = ForEachBlock(
-      band, window, thread, err, [&](int, const void* samples, std::size_t count) { counter.Add(samples, count); });
+  const PyramidResult counted = ForEachBlock(
+      band, window, thread, [&](int, const void* samples, std::size_t count) { counter.Add(samples, count); });
   histogram = counter.Get();
-  return isCounted;
+  return counted;
 }
 
 }  // namespace zrk

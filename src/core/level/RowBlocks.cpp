@@ -1,4 +1,4 @@
-#include "writers/RowBlocks.h"
+#include "core/level/RowBlocks.h"
 
 #include "ZRMBand.h"
 
