@@ -1,7 +1,5 @@
 #include "XPixelStorage.h"
 
-#include "base/LargePages.h"
-
 #include <new>
 
 namespace zrk {
@@ -20,8 +18,6 @@ bool PixelStorage::Reserve(std::size_t bytes) {
   if (bytes_ && bytes <= capacity_) return true;
   auto* fresh = static_cast<unsigned char*>(::operator new(bytes, kAlignment, std::nothrow));
   if (!fresh) return false;
-  // What is reserved is written as a whole, and large pages save most of the faults of the first writing.
-  PreferLargePages(fresh, bytes);
   bytes_.reset(fresh);
   capacity_ = bytes;
   return true;
