@@ -15,15 +15,9 @@ namespace {
 
 /// The names by which a reader looks for the world file of a TIFF file; none for a file of another format.
 std::vector<std::string> WorldFilesOf(const std::string& path) {
-  const XString ext = XfnGetFileExt(path), folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
-  if (XRSFileIO::GetIDFromExt(ext) != kFormatTIF) return {};
-  std::vector<XString> stems = {name.Left(name.GetLength() - 4)};
-  if (ext.GetLength() != 3) stems.insert(stems.end(), {name.Left(name.GetLength() - 3), XfnGetFileTitle(path)});
-  std::vector<std::string> paths;
-  for (const XString& stem : stems) {
-    for (const char* extension : {".tfw", ".TFW"}) paths.push_back((folder + stem + extension).AsStdString());
-  }
-  return paths;
+  if (XRSFileIO::GetIDFromExt(XfnGetFileExt(path)) != kFormatTIF) return {};
+  const std::vector<XString> names = XWorldFile::ListNamesForTiff(path);
+  return {names.begin(), names.end()};
 }
 
 /// Whether both are the same file, or would be.
