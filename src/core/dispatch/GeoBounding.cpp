@@ -4,7 +4,6 @@
 #include "XRSFileIO.h"
 
 #include "bands/tiff/TiffPlace.h"
-#include "base/Fence.h"
 #include "codec/TiffHandle.h"
 #include "XCoordinateTransformation.h"
 #include "XDataType.h"
@@ -16,6 +15,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 namespace {
@@ -129,8 +129,8 @@ int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y, bo
   if (!x || !y) return 0;
   const Corners corners{x, y};
   corners.Clear();
-  XString err;
-  return zrk::Fenced(err, [&] {
+  // Memory that runs out is a failure; what is raised on purpose goes on to the caller.
+  try {
     switch (GetIDFromExt(XfnGetFileExt(path))) {
       case kFormatZRM:
         return BoundNativeRaster(path, corners);
@@ -139,5 +139,7 @@ int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y, bo
       default:
         return 0;
     }
-  });
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
 }
