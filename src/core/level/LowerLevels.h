@@ -13,8 +13,8 @@ struct LevelWindow {
   int y1;
 };
 
-/// Makes the images from `firstLevel` (1 or more) on from the ones above, as far as they depend on the window, which
-/// lies within image 0.
+/// Makes the images from `firstLevel` (1 or more) on, each from the one above, as far as they depend on the window. The
+/// window lies within image 0. False where the store can't be read or written; what was written by then stays.
 bool MakeLowerLevels(PyramidStore& store, int firstLevel, const LevelWindow& window, const Reduction& how);
 
 }  // namespace zrk

@@ -18,6 +18,8 @@ int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize
   levels_ = levels;
   const int isSet = zrk::FencedRead(
       [&] { return epot_.SetImage(file, offset, xSize, ySize, dataType, xTileSize, yTileSize, levels, compression); });
+  // Readers that go through the band in order learn here what comes cheaply together. Rows of uncompressed tiles come
+  // one by one; a compressed tile is decoded as a whole.
   SetDecodeColumns(isSet ? xTileSize : 0);
   SetDecodeRows(isSet && compression == kCompressionTiles ? yTileSize : 1);
   return isSet;
@@ -27,6 +29,7 @@ int ZRMBandEPOT::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, i
   int left = 0, top = 0, width = 0, height = 0;
   if (!GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) return 0;
   return zrk::FencedRead([&] {
+    // A buffer that was lent on an earlier read belongs to a band, perhaps another one, and is replaced.
     const bool isCallers = out && out->data && !out->isLent;
     tagXArr2* const buffer = isCallers ? out : buffers_.GetBuffer(width, height, GetDataSize());
     if (!buffer || !epot_.Read(*buffer, level, left, top, cancel)) return 0;
