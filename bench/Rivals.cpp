@@ -53,6 +53,7 @@ Pixels DecodeByLibjpeg(const std::string& path) {
   }
   jpeg_finish_decompress(&decoder);
   jpeg_destroy_decompress(&decoder);
+  // A caller of this library gets planes that it may keep. The rival's caller has to copy for that.
   Pixels copy(decoded.size());
   std::memcpy(copy.data(), decoded.data(), decoded.size());
   return copy;

@@ -1,3 +1,7 @@
+// Times rows and prints the table. Google Benchmark runs each function once per round. Rounds go through ours and the
+// rival's in turn, so that a machine that slows down in the meantime slows both. The median of the rounds is printed:
+// one round that the system disturbs does not move it.
+
 #include "Table.h"
 
 #include <benchmark/benchmark.h>
@@ -31,6 +35,7 @@ class Collector : public benchmark::BenchmarkReporter {
 void Register(const std::string& name, const std::function<void()>& work, const std::function<void()>& prepare) {
   benchmark::RegisterBenchmark(name.c_str(),
                                [&work, &prepare](benchmark::State& state) {
+                                 // Preparing lies outside of the loop, which is what is timed.
                                  if (prepare) prepare();
                                  for ([[maybe_unused]] auto _ : state) work();
                                })
