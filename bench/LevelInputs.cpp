@@ -91,6 +91,7 @@ void WritePaintedRows(GDALDataset& tiff, const std::string& path, int dataType, 
 void MakeTiledTiff(const std::string& path, int side, int dataType, int numBands) {
   if (fs::exists(path)) return;
   const std::string unfinished = path + ".part";
+  // Planes, so that both libraries find the samples of a band together.
   const char* const options[] = {"TILED=YES", "BIGTIFF=IF_SAFER", "INTERLEAVE=BAND", nullptr};
   GDALDataset* tiff = GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
       unfinished.c_str(), side, side, numBands, GdalTypeOf(dataType), const_cast<char**>(options));

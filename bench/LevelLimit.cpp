@@ -77,6 +77,7 @@ void MoveStripe(const Files& files, std::int64_t begin, std::vector<char>& bytes
 
 void MoveStripes(const Files& files, int numWorkers) {
   const std::int64_t numStripes = (files.sourceBytes - 1) / kStripeBytes + 1;
+  // Stripes are taken one by one, as the builder does. Shares fixed beforehand would leave one worker to wait.
   std::atomic<std::int64_t> next = 0;
   const auto work = [&] {
     std::vector<char> bytes(kReadBytes);

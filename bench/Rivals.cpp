@@ -1,3 +1,6 @@
+// The rivals for bitmaps and JPEG files. Each is used in the quickest way that its interface has: GDAL reads three
+// bands in one call, and libjpeg decodes rows straight into their memory.
+
 #include "Rivals.h"
 
 #include <gdal_priv.h>

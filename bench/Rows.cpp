@@ -58,6 +58,7 @@ void OnTwoThreads(Windows windows, const std::function<void(Windows)>& read) {
 }
 
 void MustAgreeWithGdal(const std::string& path, Windows windows) {
+  // Channels are compared in GDAL's order, red first, plane by plane.
   const OurReader ours(path);
   GdalReader theirs(path);
   Pixels pixels;
@@ -73,6 +74,8 @@ void MustAgreeWithGdal(const std::string& path, Windows windows) {
   }
 }
 
+/// Bitmaps have rows of pixels in the clear, so that these rows measure what a library does around a read: opening,
+/// threads, and a window that is already in memory.
 void AddBitmapRows(const BenchOptions& options, const std::string& path, std::vector<Row>& rows) {
   const auto windows = std::make_shared<std::vector<Window>>(PickWindows(options.side, options.numWindows));
   // Eight windows tell a wrong channel, row or offset. Comparing all would take longer than the bench.
@@ -86,6 +89,7 @@ void AddBitmapRows(const BenchOptions& options, const std::string& path, std::ve
                     OnTwoThreads(*windows, [&](Windows part) { reader.Read(part); });
                   },
                   [=] { OnTwoThreads(*windows, [&](Windows part) { GdalReader(path).Read(part); }); }, 1, 0.25});
+  // From here on both readers stay open from call to call.
   const auto ours = std::make_shared<OurReader>(path);
   rows.push_back({"bmp_scaling", count + "2 threads, again", "itself on 1 thread",
                   [=] { OnTwoThreads(*windows, [&](Windows part) { ours->Read(part); }); },
@@ -107,6 +111,7 @@ void AddBitmapRows(const BenchOptions& options, const std::string& path, std::ve
                   nullptr, kRepeats, 1e-6});
 }
 
+/// A JPEG can't be entered in the middle. These rows measure how soon the first window comes, and what the next cost.
 void AddJpegRows(const BenchOptions& options, const std::string& path, std::vector<Row>& rows) {
   // A JPEG is decoded as a whole, and one of the bitmap's size would take most of the bench's time.
   const int side = options.side / 2;

@@ -53,6 +53,7 @@ void ReadByUs(const std::string& path, const std::function<void(int, const tagXA
   Must(XRSFileIO::LoadFileCADRG(&file, path, err, 0, nullptr), path + " could not be opened");
   Must(file.GetNumOfBands() == 3, path + " has other than three channels");
   for (int channel = 0; channel < 3; ++channel) {
+    // The first channel that is read decodes all three.
     tagXArr2* out = nullptr;
     Must(file.GetBandAt(channel)->ReadSubset(out, 0, 0, kSide - 1, 0, kSide - 1, nullptr), path + " could not be read");
     take(channel, *out);
@@ -105,6 +106,7 @@ void MustAgree(const std::string& path) {
   });
 }
 
+/// Half of the files on a second thread. Threads share no file, as when a chart is put together from its frames.
 void OnTwoThreads(std::span<const std::string> paths, const std::function<void(const std::string&)>& read) {
   const std::size_t half = paths.size() / 2;
   std::thread other([&] { std::ranges::for_each(paths.subspan(half), read); });

@@ -39,6 +39,7 @@ void Register(const std::string& name, const std::function<void()>& work, const 
                                  if (prepare) prepare();
                                  for ([[maybe_unused]] auto _ : state) work();
                                })
+      // One iteration: a row that takes too little time repeats its work by itself.
       ->Iterations(1)
       ->UseRealTime();
 }
@@ -54,6 +55,7 @@ std::string FormatTime(double seconds) {
 }
 
 void PrintRow(const Row& row, double ours, double theirs) {
+  // A row without a rival is held against a time, and all others against a ratio.
   char ratio[32] = "-", target[32];
   const bool hasRival = !row.rival.empty();
   if (hasRival) std::snprintf(ratio, sizeof ratio, "%.2f", ours / theirs);
@@ -73,6 +75,7 @@ void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
   }
   Collector collector;
   for (const Row& row : rows) {
+    // The pattern names both sides of the row, which then run one after the other in every round.
     for (int round = 0; round < rounds; ++round) {
       benchmark::RunSpecifiedBenchmarks(&collector, "^" + row.key + "_(ours|theirs)/");
     }

@@ -67,6 +67,7 @@ void MustAgree(const std::string& path, Windows windows) {
       const tagXArr2& mine = ours.Read(channel, window);
       Must(std::ranges::equal(gdal.Read(window), std::span(mine.data, gdal.Read(window).size())),
            "this library and GDAL differ in " + path);
+      // The rivals are compared as well: a wrong reader of the bench would flatter us.
       Must(libtiff.Read(window) == gdal.Read(window), "libtiff and GDAL differ in " + path);
     }
   }
@@ -102,6 +103,7 @@ void AddWindowRows(const std::string& path, const TiffKind& kind, const SharedWi
                   [=] { open->Read(0, *windows); }, 1, 1 / 1.8});
 }
 
+/// All of a band from top to bottom, which programs that compute over whole images do.
 void AddSequentialRows(const std::string& path, const TiffKind& kind, int side, std::vector<Row>& rows) {
   const std::string key = std::string("tiff_") + kind.key, title = std::string(kind.title) + ", ";
   const auto stripes = std::make_shared<std::vector<Window>>(CutIntoStripes(side));

@@ -56,6 +56,7 @@ void SaveByGdalsLibrary(const std::string& from, const std::string& to) {
   const Dataset source = OpenByGdal(from);
   GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
   GDALDataset* made = driver->CreateCopy(to.c_str(), source.get(), FALSE, nullptr, nullptr, nullptr);
+  // Closing flushes GDAL's cache, and so it belongs to the save.
   Must(made != nullptr, "GDAL can't write " + to);
   GDALClose(made);
 }
@@ -75,6 +76,7 @@ std::vector<unsigned char> ReadStripe(GDALDataset& dataset, int y, int rows) {
 void MustAgree(const std::string& one, const std::string& other) {
   const Dataset first = OpenByGdal(one), second = OpenByGdal(other);
   const int height = first->GetRasterYSize();
+  // GDAL reads both files. Our own reader can't hide an error of our writer.
   Must(first->GetRasterXSize() == second->GetRasterXSize() && height == second->GetRasterYSize() &&
            first->GetRasterCount() == second->GetRasterCount(),
        one + " and " + other + " have different shapes");
@@ -129,6 +131,8 @@ void AddRowsOf(const Picture& picture, const char* kind, const std::string& sour
   const std::string key = std::string("write_") + picture.key + "_" + kind;
   const std::string title = std::string(picture.title) + " to TIFF, from " + kind;
   const auto ours = [=] { SaveAsTiff(source, picture.ours); };
+  // The targets: five times as fast as the program, no slower than the library, and a copy takes 0.7 of our time at
+  // least.
   const auto prepare = [=] { Prepare(picture); };
   rows.push_back({key + "_program", title, "gdal_translate", ours,
                   [=] { SaveByGdalsProgram(theirSource, picture.theirs); }, 1, 1 / 5.0, prepare});
@@ -140,6 +144,7 @@ void AddRowsOf(const Picture& picture, const char* kind, const std::string& sour
 
 Picture MakePicture(const BenchOptions& options, const char* key, const char* title, int side, int dataType,
                     int numBands) {
+  // Results lie beside their sources, on the same disk.
   const std::string stem = options.folder + "/write_" + key + std::to_string(side);
   Picture picture = {key,           title,           stem + "_strips.tif", stem + "_planes.tif",
                      stem + ".zrm", stem + "_o.tif", stem + "_t.tif",      stem + "_kept.tif"};

@@ -59,6 +59,7 @@ bool WriteRows(const Plan& plan, XFile& out) {
   std::vector<unsigned char> row(static_cast<std::size_t>(plan.RowBytes()));
   for (int y = 0; y < height; ++y) {
     if (!MakeRow(plan, y, row)) return false;
+    // A row is read once and written once for each copy below the other.
     for (int copy = 0; copy < plan.copies; ++copy) {
       const std::int64_t place = plan.Height() - 1 - (std::int64_t{copy} * height + y);
       if (!out.WriteAt(kHeaderBytes + place * plan.RowBytes(), row.data(), plan.RowBytes())) return false;
@@ -89,6 +90,7 @@ bool IsThere(const Plan& plan, const XString& path) {
 
 }  // namespace
 
+/// A bitmap tells its size in 32 bits, of which many programs take the first for a sign. Larger ones are not made.
 int main(int argc, char** argv) {
   if (argc != 4) {
     std::fprintf(stderr, "Usage: mosaic PICTURE COPIES OUT.bmp\n");

@@ -49,6 +49,7 @@ bool TellMeans(const XRSFile& picture, int x0, int x1, int y0, int y1) {
 
 }  // namespace
 
+/// Sums are taken over bytes, and so pictures of other samples are refused.
 int main(int argc, char** argv) {
   if (argc != 6) {
     std::fprintf(stderr, "Usage: placedwindow FILE WEST EAST SOUTH NORTH\n");
@@ -63,6 +64,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s: %s\n", path.GetText(), err.GetText());
     return 1;
   }
+  // All bands of a picture have the same georeference, and so the first speaks for them.
   const ZRMBand& first = *picture.GetBandAt(0);
   Describe(first);
   int x0 = 0, x1 = 0, y0 = 0, y1 = 0;

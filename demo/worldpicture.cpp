@@ -90,6 +90,7 @@ bool CompareThreads(const XRSFile& picture) {
 
 }  // namespace
 
+/// The picture is opened with its statistics, which `Describe` prints.
 int main(int argc, char** argv) {
   if (argc != 2) {
     std::fprintf(stderr, "Usage: worldpicture FILE\n");

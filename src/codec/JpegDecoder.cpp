@@ -1,6 +1,6 @@
 // JPEG to planes: one plane for grey, three for colour, and three for four inks, which are mixed to red, green and blue
 // without a colour profile. libjpeg decodes and turns luminance and chrominance into colour; this file chooses its
-// output, takes pixels apart, and refuses what can't be.
+// output, takes pixels apart, and refuses files that promise too much.
 //
 // A file is decoded as a whole or fails. Data that is cut or damaged fails as well, because a grey lower half has no
 // mark on it that says it is not data (docs/decisions/0005). Each call has a session of its own, and so any number of

@@ -8,7 +8,7 @@
 namespace zrk {
 
 /// Keeps GDAL, OGR and PROJ from printing on the calling thread as long as it lives, and remembers what they had to
-/// say. Afterwards the program's own last error of GDAL is what it was before.
+/// say. Afterwards the program finds its own last error of GDAL again.
 class QuietGdal {
  public:
   QuietGdal();

@@ -107,7 +107,7 @@ class OneDirectory {
     Bytes file = {'I', 'I', 42, 0};
     Append(file, kPlace);
     Append(file, static_cast<std::uint16_t>(fields_.size()));
-    // The number of entries, 12 bytes for each, and the offset of a next directory, of which there is none.
+    // The number of entries, 12 bytes for each, and an offset of 0 for a next directory.
     const std::size_t end = kPlace + 2 + 12 * fields_.size() + 4;
     Bytes values;
     for (const Field& field : fields_) {

@@ -61,7 +61,7 @@ XCoordinateTransformation::~XCoordinateTransformation() = default;
 int XCoordinateTransformation::TransformPt(double& x, double& y) const {
   const zrk::QuietGdal quiet;
   try {
-    // The caller's place stays as it is where the transformation fails half way.
+    // The caller's coordinates stay unchanged where the transformation fails half way.
     double newX = x, newY = y;
     if (!impl_->Transform(newX, newY)) return 0;
     x = newX;

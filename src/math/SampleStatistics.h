@@ -14,10 +14,10 @@ using Histogram = std::array<std::int64_t, kNumBins>;
 /// The summary of two sets of samples together. The order of the two matters in the last bits.
 Summary MergeSummaries(const Summary& first, const Summary& second);
 
-/// Statistics of the samples of a band that come part by part. Several threads have an object each and add the parts
-/// that they come by; the objects are merged at the end. The result is the same whoever added which part: samples of up
-/// to 16 bits are counted value by value, and summaries of wider ones are put together in the order of the parts.
-/// Samples equal to the null value and samples that are not finite are left out.
+/// Statistics of the samples of a band that come part by part. Each of several threads adds its parts to an object of
+/// its own, and the objects are merged at the end. The result is the same whoever added which part: samples of up to 16
+/// bits are counted value by value, and summaries of wider ones are put together in the order of the parts. Samples
+/// equal to the null value and samples that are not finite are left out.
 class SampleStatistics {
  public:
   SampleStatistics(int dataType, double nullValue);

@@ -301,7 +301,7 @@ Summary SummarizeReals(const Samples<Sample>& samples, Keep keep) {
   summary.maxValue = static_cast<double>(range.maxValue);
   const double scale = ScaleFor(summary.minValue, summary.maxValue);
   const double sum = scale == 1.0 ? range.sum : AddDeviations(samples, keep, 0.0, scale).sum;
-  // The sum of the deviations is zero in exact arithmetic. What it is here tells what the mean lacks through rounding.
+  // The sum of the deviations is zero in exact arithmetic. Here it tells by how much the mean is off through rounding.
   const double mean = sum / count;
   const Deviations deviations = AddDeviations(samples, keep, mean, scale);
   const double correction = deviations.sum / count;

@@ -16,8 +16,8 @@ struct BlobPlace {
   TileCoding coding = TileCoding::kLerc;
 };
 
-/// The shape of the head of a compressed store: a mark, the number of tiles, the store's size, and for each tile the
-/// place of its blob. All integers are little-endian.
+/// The table at the head of a compressed store: a mark, the number of tiles, the store's size, and for each tile the
+/// offset, size and coding of its blob. All integers are little-endian.
 struct BlobTable {
   static constexpr std::int64_t kHeadBytes = 16;
   static constexpr std::int64_t kEntryBytes = 16;

@@ -14,7 +14,7 @@ struct LevelWindow {
 };
 
 /// Makes the images from `firstLevel` (1 or more) on, each from the one above, as far as they depend on the window. The
-/// window lies within image 0. False where the store can't be read or written; what was written by then stays.
+/// window lies within image 0. False where the store can't be read or written. Rows that were written by then stay.
 bool MakeLowerLevels(PyramidStore& store, int firstLevel, const LevelWindow& window, const Reduction& how);
 
 }  // namespace zrk

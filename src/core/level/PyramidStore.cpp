@@ -29,7 +29,7 @@ namespace {
 constexpr std::int64_t kRoomBytes = 64 << 10;
 using Room = std::array<unsigned char, kRoomBytes + kAlignRoom>;
 
-/// As `CopyBlock`, but where a sample equals the null value the target stays as it is.
+/// Copies like `CopyBlock`, but samples equal to the null value leave the target unchanged.
 template <class Sample>
 void CopyKeptRows(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
                   int width, int rows, Sample nullSample) {

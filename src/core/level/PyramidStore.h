@@ -60,9 +60,8 @@ class PyramidStore {
   PyramidLayout layout_;
 };
 
-/// Cuts a window of an image, which lies within it, into pieces of tiles and calls
-/// `visit(const TilePiece&, bufferX, bufferY)` for each, one row of tiles after the other. Ends with false as soon as a
-/// call answers false.
+/// Cuts a window, which must lie within the image, into pieces of tiles. Calls `visit(const TilePiece&, x, y)` for each
+/// with its position in the buffer, one row of tiles after the other. Ends with false as soon as a call answers false.
 template <class Visit>
 bool ForEachPiece(const PyramidLayout& layout, int level, int left, int top, int width, int height, Visit&& visit) {
   const int xTile = layout.Shape().xTile, yTile = layout.Shape().yTile;
@@ -106,7 +105,7 @@ class PlainStore : public PyramidStore {
   bool ReadFromFile(const TilePiece& piece, unsigned char* out, std::int64_t stride) const;
   std::int64_t Place(const TilePiece& piece) const;
   void LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const;
-  /// Where `keptNull` is not null, samples equal to it leave the file as it is.
+  /// Where `keptNull` is not null, samples equal to it leave the file unchanged.
   bool WritePiece(const TilePiece& piece, const unsigned char* from, std::int64_t stride, const double* keptNull);
   bool WritePart(const TilePiece& part, const unsigned char* from, std::int64_t stride, const double* keptNull);
 

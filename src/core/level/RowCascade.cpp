@@ -117,9 +117,9 @@ bool RowCascade::Flush(int level) {
 }
 
 bool RowCascade::Finish() {
+  // Levels are finished from above, because flushing one may still give a row to the next.
   for (int level = 0; level <= lastLevel_; ++level) {
     if (!Flush(level)) return false;
-    // Levels are finished from above, because flushing one may still give a row to the next.
     // An image of one row stands for two in the next image.
     Image& image = images_[static_cast<std::size_t>(level)];
     const bool isOneRow = level < lastLevel_ && layout_.Height(level) == 1;

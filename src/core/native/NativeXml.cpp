@@ -60,7 +60,7 @@ bool ParseNativeXml(std::string_view text, pugi::xml_document& document, XString
   }
   const pugi::xml_parse_result result =
       document.load_buffer(text.data(), text.size(), kParseFlags, pugi::encoding_utf8);
-  // A text of which memory ran out may be sound. It is told apart from a text that is not.
+  // Where memory runs out the text may be sound, and so this is not reported as a fault of the text.
   if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
   if (result && document.document_element()) return true;
   err = "The raster metadata is not well formed";

@@ -127,7 +127,7 @@ class XmlReader {
       visit(inner, *record);
     });
   }
-  /// A list of which the element has no record keeps its records.
+  /// Replaces the records of a list. Where the element has no record the list keeps its own.
   template <class Records, class Visit>
   void List(const char* name, Records& records, Visit visit) {
     if (!element_.child(name)) return;

@@ -50,7 +50,7 @@ HWY_INLINE Sample Divide(std::int64_t sum, std::int64_t weight) {
   const std::int64_t quotient = sum / weight;
   const std::int64_t rest = sum % weight;
   const std::int64_t size = rest < 0 ? -rest : rest;
-  // Twice the rest could overflow, and so the rest is held against what it lacks of the weight.
+  // Twice the rest could overflow. So the rest is compared with the other part of the weight.
   const bool isRoundedAway = size >= weight - size;
   return static_cast<Sample>(quotient + (isRoundedAway ? (sum < 0 ? -1 : 1) : 0));
 }

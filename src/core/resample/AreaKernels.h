@@ -30,7 +30,7 @@ struct AreaColumns {
   std::size_t count;
   const int* firsts;          ///< the source column in which each begins, from the left edge of the source
   int origin;                 ///< the source column of the first sum
-  const std::size_t* starts;  ///< `count` + 1 places in `weights`
+  const std::size_t* starts;  ///< the index in `weights` at which each column begins, and the end after the last
   const double* weights;
   int stridedTaps;           ///< 2 or 3 where output i takes that many sums from the 2i-th on, else 0
   const double* strided[3];  ///< then their weights, one array a tap

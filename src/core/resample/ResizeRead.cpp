@@ -2,7 +2,7 @@
 // makes it from them. This file brings the source rows: neighbouring output rows share a strip of the source, read at
 // once and some megabytes large, so that a read for each row is saved and memory does not grow with the image.
 //
-// Two cases lie beside that. Where the image becomes so small that one output row needs more source rows than a strip
+// Two cases differ. Where the image becomes so small that one output row needs more source rows than a strip
 // has, its mean is summed up strip by strip. At levels above 0 a full output row is made and then every 2^level-th
 // pixel of it is taken, because a level is defined as that choice of the resized image's pixels.
 

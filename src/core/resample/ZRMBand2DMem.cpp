@@ -41,7 +41,7 @@ ZRMBand2DMem::~ZRMBand2DMem() = default;
 
 int ZRMBand2DMem::SetSourceMemory(tagXArr2* source, int dataType) {
   if (!source || !source->data || !IsScalar(dataType) || source->elementSize != XfnGetDataSize(dataType)) return 0;
-  // The band's own buffer goes as soon as it is not shown any more.
+  // The band's own buffer is freed as soon as another one is shown.
   if (source != &own_) own_.Free();
   source_ = source;
   sourceType_ = dataType;
