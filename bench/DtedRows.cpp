@@ -83,7 +83,7 @@ std::int64_t ReadOurs(const std::string& path, int side, Heights* heights = null
   tagXArr2* out = nullptr;
   Must(file.GetBandAt(0)->ReadSubset(out, 0, 0, side - 1, 0, side - 1, nullptr), "a cell could not be read");
   const std::span posts(reinterpret_cast<const std::int16_t*>(out->data), CountPosts(side));
-  // Only the comparison keeps the heights. Timed reads answer one of them, so that the read can't be left out.
+  // Only the comparison keeps the heights. A copy has no part in what is timed.
   if (heights) heights->assign(posts.begin(), posts.end());
   return posts.back();
 }

@@ -275,7 +275,7 @@ void ReadCompressedByGdal(const Picture& picture) {
 void AddRowsOf(const Picture& picture, double maxError, std::vector<Row>& rows) {
   CompressByUs(picture, maxError);
   CompressByGdal(picture, maxError);
-  // The size is no matter of time, and is told apart from the table.
+  // Sizes are printed apart from the table, which is about times.
   const auto ours = static_cast<double>(fs::file_size(CompressedName(picture)));
   const auto theirs = static_cast<double>(fs::file_size(LercName(picture)));
   std::printf("%s compressed, error up to %g: %.1f MB, as LERC_ZSTD in TIFF %.1f MB, ratio %.2f (asked: 1.10)\n",

@@ -90,7 +90,7 @@ bool IsThere(const Plan& plan, const XString& path) {
 
 }  // namespace
 
-/// A bitmap tells its size in 32 bits, of which many programs take the first for a sign. Larger ones are not made.
+/// A bitmap tells its size in 32 bits, which many programs read as a signed number. Larger bitmaps are not made.
 int main(int argc, char** argv) {
   if (argc != 4) {
     std::fprintf(stderr, "Usage: mosaic PICTURE COPIES OUT.bmp\n");

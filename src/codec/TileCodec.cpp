@@ -5,8 +5,8 @@
 // no infinity and no NaN, and takes zeros of both signs for one (docs/decisions/0012).
 //
 // A blob may come from a stranger. It is decoded only when its frame tells a size that fits the tile, its LERC
-// structure was followed to the end, and its shape is that of the tile. Each thread keeps its contexts and rooms from
-// tile to tile, and nothing is shared between threads.
+// structure is sound, and its shape is that of the tile. Each thread keeps its contexts and rooms from tile to tile,
+// and nothing is shared between threads.
 
 #include "codec/TileCodec.h"
 

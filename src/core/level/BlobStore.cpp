@@ -2,9 +2,9 @@
 // number of tiles, the bytes of the whole store, and for each tile the offset, size and coding of its blob.
 // docs/FORMATS.md shows the layout.
 //
-// `Open` reads and checks the whole table, so that reads need no further look at it. Windows are often lower than a
-// tile, and meet the same tile many times. So each thread keeps the last tile that it did not decode straight into its
-// target. Blobs are read and never mapped: a file that another process cuts is then an error and not a signal.
+// `Open` reads and checks the whole table, so that a read finds its blob by an index alone. Windows are often lower
+// than a tile, and meet the same tile many times. So each thread keeps the last tile that it did not decode straight
+// into its target. Blobs are read and never mapped: a file that another process cuts is then an error and not a signal.
 // CompressEPOT.cpp writes stores; this class only reads them.
 
 #include "core/level/BlobStore.h"

@@ -69,7 +69,8 @@ StripePlan::StripePlan(const PyramidJob& job, const PyramidBand& band) {
   const auto mostReadRows = static_cast<int>(std::max<std::int64_t>(INT_MAX / sourceRowBytes / rowsPerRow - 1, 1));
   decodeRows = std::clamp((band.source->GetDecodeRows() - 1) / rowsPerRow + 1, 1, std::min(height, mostReadRows));
   const std::int64_t tileRowBytes = std::int64_t{layout.Width(0)} * yTile * layout.SampleBytes();
-  // A stripe has whole decodings where memory allows it, so that no two stripes decode the same rows.
+  // Where memory allows it, a stripe has at least the rows of one decoding, so that few rows are decoded for two
+  // stripes.
   const auto mostTileRows = std::max<std::int64_t>(kStripeBytes / tileRowBytes, 1);
   stripeRows = yTile * static_cast<int>(std::min<std::int64_t>((decodeRows - 1) / yTile + 1, mostTileRows));
   numStripes = (height - 1) / stripeRows + 1;

@@ -25,7 +25,7 @@
 namespace zrk {
 namespace {
 
-/// The room on the stack that pieces go through. Neither reads nor writes allocate.
+/// The room on the stack that pieces go through. So windows are read and written without allocating.
 constexpr std::int64_t kRoomBytes = 64 << 10;
 using Room = std::array<unsigned char, kRoomBytes + kAlignRoom>;
 
