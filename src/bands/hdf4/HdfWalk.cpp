@@ -50,6 +50,7 @@ class HdfWalk {
   explicit HdfWalk(const XFile& file) : file_(file), fileBytes_(file.GetLength()) {}
 
   bool ToTheEnd() {
+    if (fileBytes_ < 0) return false;  // the disk does not tell
     std::int64_t block = kFirstBlock;
     do {
       if (blocks_.size() == kMaxBlocks || !blocks_.insert(block).second || !TakeBlock(block)) return false;
@@ -143,7 +144,7 @@ bool FindHdfImage(const XFile& file, HdfImage& image) {
   HdfWalk walk(file);
   if (!walk.ToTheEnd()) return false;
   const HdfImage found = walk.GetImage();
-  if (found.CountPixels() > GetLimits().imagePixels) return false;
+  if (found.CountPixels() > XfnGetLimits().imagePixels) return false;
   image = found;
   return true;
 }

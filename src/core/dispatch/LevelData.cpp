@@ -2,8 +2,8 @@
 // it on a 0.
 
 #include "core/dispatch/Outcome.h"
-#include "core/xld/LevelFile.h"
 #include "core/native/NativeXml.h"
+#include "core/xld/LevelFile.h"
 #include "XFile.h"
 #include "XLimits.h"
 #include "XMessageBox.h"
@@ -13,6 +13,7 @@
 #include "XRSFileIO.h"
 #include "ZRMBandComplex.h"
 #include "ZRMBandDRIO.h"
+#include "ZRMBandEPOT.h"
 #include "ZRMBandXLD.h"
 
 #include <algorithm>
@@ -115,7 +116,7 @@ int AttachLevelData(XRSFile& dataset, const XString& path, XString& err) {
 /// that a full disk leaves the old one as it was; a machine that stops just then leaves a text that is refused.
 bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& oldText, const XString& text) {
   const std::int64_t oldLength = file.GetLength(), newLength = textOffset + text.GetLength();
-  if (text.GetLength() > zrk::GetLimits().xmlBytes) return false;
+  if (text.GetLength() > XfnGetLimits().xmlBytes) return false;
   if (newLength > oldLength && !file.Preallocate(newLength)) {
     file.SetLength(oldLength);
     return false;
@@ -137,6 +138,7 @@ int CheckLevelFile(XRSFile& dataset, const XString& name, XString& err) {
   std::int64_t textOffset = 0;
   const zrk::LevelHead head = zrk::ReadLevelHead(file, textOffset);
   if (head == zrk::LevelHead::kShort) return 0;
+  if (head == zrk::LevelHead::kUnreadable) return FailWith(err, "Fail to load XLD information");
   if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
   // A text makes the bands of a dataset that has none, but those of a level file are no bands to read.
   XString reason;
@@ -152,8 +154,10 @@ int UpdateProjections(const XString& name, const XSpatialReference& sr, XString&
   std::int64_t textOffset = 0;
   const zrk::LevelHead head = zrk::ReadLevelHead(file, textOffset);
   if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
+  if (head == zrk::LevelHead::kUnreadable) return FailWith(err, "Fail to load XLD information");
   if (head != zrk::LevelHead::kGood) return 0;
   const XString oldText = zrk::ReadLevelText(file, textOffset);
+  if (oldText.IsEmpty()) return FailWith(err, "Fail to load XLD information");
   XString text = oldText, wkt;
   sr.exportToWkt(wkt);
   if (!zrk::ReplaceProjections(text, wkt)) return 0;

@@ -55,7 +55,7 @@ bool ParseBlobTable(std::span<const unsigned char> bytes, std::int64_t numTiles,
 std::shared_ptr<BlobStore> BlobStore::Open(const PyramidLayout& layout, std::shared_ptr<DiskFile> file,
                                            std::int64_t offset) {
   const std::int64_t fileBytes = file->Size();
-  if (layout.NumTiles() > (GetLimits().tableBytes - BlobTable::kHeadBytes) / BlobTable::kEntryBytes) return nullptr;
+  if (layout.NumTiles() > (XfnGetLimits().tableBytes - BlobTable::kHeadBytes) / BlobTable::kEntryBytes) return nullptr;
   const std::int64_t tableBytes = BlobTable::Bytes(layout.NumTiles());
   if (!FitsWithin(offset, tableBytes, fileBytes)) return nullptr;
   std::vector<unsigned char> bytes(static_cast<std::size_t>(tableBytes));
@@ -77,7 +77,7 @@ bool BlobStore::Decode(std::int64_t tileNumber, int width, int height, Desk& des
   return DecodeTile(desk.blob, place.coding, Layout().Shape().dataType, width, height, out, desk.room);
 }
 
-bool BlobStore::ReadPiece(const TilePiece& piece, const unsigned char*, unsigned char* out, std::int64_t stride) const {
+bool BlobStore::ReadPiece(const TilePiece& piece, std::int64_t, unsigned char* out, std::int64_t stride) const {
   const PyramidLayout& layout = Layout();
   const int xTile = layout.Shape().xTile, yTile = layout.Shape().yTile, sampleBytes = layout.SampleBytes();
   const int width = std::min(xTile, layout.Width(piece.level) - piece.column * xTile);

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/PerThread.h"
 #include "codec/TileCodec.h"
 #include "core/level/PyramidStore.h"
-#include "XPerThread.h"
 
 #include <memory>
 #include <vector>
@@ -44,7 +44,7 @@ class BlobStore : public PyramidStore {
   void ReleaseThread() override { desks_.Release(); }
 
  protected:
-  bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+  bool ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,
                  std::int64_t stride) const override;
 
  private:

@@ -16,12 +16,13 @@ inline constexpr std::int64_t kLevelHeadBytes = 12;
 
 std::array<unsigned char, 12> FormatLevelHead(std::int64_t textOffset);
 
-enum class LevelHead { kGood, kShort, kForeign };
+/// A short one is that of a file which ends in its head; an unreadable one is there, and the disk does not give it.
+enum class LevelHead { kGood, kShort, kForeign, kUnreadable };
 
 /// Reads the head of an open file.
 LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset);
 
-/// The text of a level file; empty where the offset lies outside the file, the text is larger than `zrk::Limits`
+/// The text of a level file; empty where the offset lies outside the file, the text is larger than `tagXLimits`
 /// allows, or it can't be read.
 XString ReadLevelText(XFile& file, std::int64_t textOffset);
 

@@ -1,0 +1,162 @@
+// Each pool has a number that is never used again, and so has each thread. A thread has a table from the numbers of
+// pools to its records. A record is held by the pool, so that it goes with it; the thread's table holds the pool
+// weakly, so that a thread that ends can take its records out of pools that still live. In front of the table stands a
+// small direct-mapped cache.
+//
+// A number found in the cache belongs to the very pool that asks, since the pool that asks is alive and numbers are not
+// used twice. So the repeated request takes no lock.
+
+#include "base/PerThread.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+
+namespace zrk {
+
+namespace {
+
+/// Never 0, and to be had until the very end of the thread.
+std::uint64_t NumberOfThisThread() {
+  static std::atomic<std::uint64_t> last = 0;
+  thread_local const std::uint64_t number = ++last;
+  return number;
+}
+
+}  // namespace
+
+struct PerThreadRecords::Shared {
+  explicit Shared(Maker makeRecord) : make(makeRecord) {}
+
+  void* Find(std::uint64_t thread) {
+    const std::lock_guard lock(mutex);
+    const auto hit = records.find(thread);
+    return hit == records.end() ? nullptr : hit->second.get();
+  }
+
+  void* Put(std::uint64_t thread, std::shared_ptr<void> record) {
+    const std::lock_guard lock(mutex);
+    return (records[thread] = std::move(record)).get();
+  }
+
+  /// The caller lets the record go, after the lock has been given back.
+  std::shared_ptr<void> Take(std::uint64_t thread) {
+    const std::lock_guard lock(mutex);
+    const auto hit = records.find(thread);
+    if (hit == records.end()) return nullptr;
+    std::shared_ptr<void> record = std::move(hit->second);
+    records.erase(hit);
+    return record;
+  }
+
+  static inline std::atomic<std::uint64_t> lastNumber = 0;
+
+  const std::uint64_t number = ++lastNumber;
+  const Maker make;
+  std::mutex mutex;
+  std::unordered_map<std::uint64_t, std::shared_ptr<void>> records;
+};
+
+class PerThreadTable {
+ public:
+  using Shared = PerThreadRecords::Shared;
+
+  ~PerThreadTable() {
+    isGone_ = true;
+    for (auto& [number, entry] : entries_) {
+      if (const std::shared_ptr<Shared> pool = entry.pool.lock()) pool->Take(NumberOfThisThread());
+    }
+  }
+
+  /// The calling thread's table; null once the thread has begun to end.
+  static PerThreadTable* OfThisThread() {
+    thread_local PerThreadTable table;
+    return isGone_ ? nullptr : &table;
+  }
+
+  void* Find(std::uint64_t number) {
+    const CacheLine& line = cache_[number % cache_.size()];
+    if (line.number == number) return line.record;
+    const auto hit = entries_.find(number);
+    if (hit == entries_.end()) return nullptr;
+    return Remember(number, hit->second.record);
+  }
+
+  void* Make(const std::shared_ptr<Shared>& pool) {
+    std::shared_ptr<void> record = pool->make();
+    PruneNowAndThen();
+    // The entry comes first: one without a record does no harm, a record without an entry would outlive its thread.
+    Entry& entry = entries_[pool->number];
+    entry.pool = pool;
+    entry.record = pool->Put(NumberOfThisThread(), std::move(record));
+    return Remember(pool->number, entry.record);
+  }
+
+  void Release(Shared& pool) {
+    cache_[pool.number % cache_.size()] = {};
+    entries_.erase(pool.number);
+    pool.Take(NumberOfThisThread());
+  }
+
+ private:
+  struct Entry {
+    std::weak_ptr<Shared> pool;
+    void* record = nullptr;
+  };
+  struct CacheLine {
+    std::uint64_t number = 0;
+    void* record = nullptr;
+  };
+
+  /// A record that could not be put away is not remembered, so that the next request makes it.
+  void* Remember(std::uint64_t number, void* record) {
+    if (record) cache_[number % cache_.size()] = {number, record};
+    return record;
+  }
+
+  /// Entries of pools that died stay behind; they are swept out whenever the table has doubled.
+  void PruneNowAndThen() {
+    if (entries_.size() < pruneAt_) return;
+    std::erase_if(entries_, [](const auto& each) { return each.second.pool.expired(); });
+    pruneAt_ = std::max<std::size_t>(2 * entries_.size(), kFirstPrune);
+  }
+
+  static constexpr std::size_t kFirstPrune = 64;
+  static inline thread_local bool isGone_ = false;
+
+  std::array<CacheLine, 64> cache_{};
+  std::unordered_map<std::uint64_t, Entry> entries_;
+  std::size_t pruneAt_ = kFirstPrune;
+};
+
+PerThreadRecords::PerThreadRecords(Maker make) : shared_(std::make_shared<Shared>(make)) {}
+
+PerThreadRecords::~PerThreadRecords() = default;
+
+// A thread that ends may still read after its table has gone. It then goes to the pool itself, and its record stays
+// there for as long as the pool.
+
+void* PerThreadRecords::Find() const {
+  PerThreadTable* table = PerThreadTable::OfThisThread();
+  return table ? table->Find(shared_->number) : shared_->Find(NumberOfThisThread());
+}
+
+void* PerThreadRecords::Get() {
+  if (void* record = Find()) return record;
+  PerThreadTable* table = PerThreadTable::OfThisThread();
+  return table ? table->Make(shared_) : shared_->Put(NumberOfThisThread(), shared_->make());
+}
+
+void PerThreadRecords::Release() {
+  if (PerThreadTable* table = PerThreadTable::OfThisThread()) {
+    table->Release(*shared_);
+  } else {
+    shared_->Take(NumberOfThisThread());
+  }
+}
+
+}  // namespace zrk
