@@ -215,6 +215,7 @@ void GatherSamples(const unsigned char* source, std::size_t count, std::ptrdiff_
 
 void TakeSample(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes, int index,
                 unsigned char* plane) {
+  if (count == 0) return;
   const bool hasVectors = numSamples >= 2 && numSamples <= 4 && sampleBytes <= 4;
   if (hasVectors && HWY_DYNAMIC_DISPATCH(TakeVectors)(source, count, numSamples, sampleBytes, index, plane) == count)
     return;
@@ -224,6 +225,7 @@ void TakeSample(const unsigned char* source, std::size_t count, int numSamples, 
 
 void SplitSamples(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes,
                   unsigned char* const* planes) {
+  if (count == 0) return;
   const bool hasVectors = numSamples >= 2 && numSamples <= 4 && sampleBytes <= 4;
   if (hasVectors && HWY_DYNAMIC_DISPATCH(SplitVectors)(source, count, numSamples, sampleBytes, planes) == count) return;
   for (int i = 0; i < numSamples; ++i) {
@@ -235,8 +237,8 @@ void SplitSamples(const unsigned char* source, std::size_t count, int numSamples
 void TakeByte(const unsigned char* source, std::size_t count, int pixelBytes, int step, int byteIndex,
               unsigned char* plane) {
   const std::size_t stride = static_cast<std::size_t>(pixelBytes) * static_cast<std::size_t>(step);
-  source += byteIndex;
-  for (std::size_t i = 0; i < count; ++i) plane[i] = source[i * stride];
+  const auto first = static_cast<std::size_t>(byteIndex);
+  for (std::size_t i = 0; i < count; ++i) plane[i] = source[first + i * stride];
 }
 
 void SplitPixels3(const unsigned char* source, std::size_t count, unsigned char* plane0, unsigned char* plane1,
