@@ -15,15 +15,9 @@ namespace {
 
 /// The names by which a reader looks for the world file of a TIFF file; none for a file of another format.
 std::vector<std::string> WorldFilesOf(const std::string& path) {
-  const XString ext = XfnGetFileExt(path), folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
-  if (XRSFileIO::GetIDFromExt(ext) != kFormatTIF) return {};
-  std::vector<XString> stems = {name.Left(name.GetLength() - 4)};
-  if (ext.GetLength() != 3) stems.insert(stems.end(), {name.Left(name.GetLength() - 3), XfnGetFileTitle(path)});
-  std::vector<std::string> paths;
-  for (const XString& stem : stems) {
-    for (const char* extension : {".tfw", ".TFW"}) paths.push_back((folder + stem + extension).AsStdString());
-  }
-  return paths;
+  if (XRSFileIO::GetIDFromExt(XfnGetFileExt(path)) != kFormatTIF) return {};
+  const std::vector<XString> names = XWorldFile::ListNamesForTiff(path);
+  return {names.begin(), names.end()};
 }
 
 /// Whether both are the same file, or would be.
@@ -63,9 +57,10 @@ void TiffTarget::DiscardWorldFile() {
 }
 
 bool TiffTarget::Begin(const std::string& path, const std::string& input, const ZRMBand& band, std::string& err) {
-  path_ = path;
+  // The world file stands beside the image, and so where a link leads to.
+  path_ = FollowLinks(path);
   input_ = input;
-  worldFile_ = WithoutExtension(path) + ".tfw";
+  worldFile_ = WithoutExtension(path_) + ".tfw";
   // Writers of TIFF files go by the system, which may be known where the place is not.
   hasPlace_ = band.GetCoordinateKind() == kCoordinateWorld || !band.GetSR()->IsEmpty();
   if (!image_.Begin(path, input, err)) return false;

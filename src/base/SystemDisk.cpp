@@ -91,6 +91,13 @@ class SystemFile : public DiskFile {
   }
   int Sync() override { return ::fsync(descriptor_.Number()) == 0 ? 0 : errno; }
 
+  /// Each close of a descriptor reports for the file, so that the lock and the file can be kept beyond it.
+  int CheckClose() override {
+    const int copy = ::fcntl(descriptor_.Number(), F_DUPFD_CLOEXEC, 0);
+    if (copy < 0) return errno;
+    return ::close(copy) == 0 || errno == EINTR ? 0 : errno;
+  }
+
   void StartSync(std::int64_t offset, std::int64_t count) override {
     ::sync_file_range(descriptor_.Number(), offset, count, SYNC_FILE_RANGE_WRITE);
   }
@@ -122,6 +129,21 @@ int LockBits(const DiskOpen& how) {
   return 0;
 }
 
+/// Whether a lock that was not given must fail the opening. It need not where the file system knows no locks, as many
+/// on a network, and where a file is only read, which does no harm to who holds it.
+bool MustBeLocked(const DiskOpen& how, int error) {
+  const bool isUnknown = error == ENOSYS || error == ENOLCK || error == EOPNOTSUPP || error == ENOTSUP;
+  return (how.write || how.exclusive) && !isUnknown;
+}
+
+/// Takes the lock that is asked for, as far as it must be had; answers 0 or the errno.
+int Lock(const Descriptor& descriptor, const DiskOpen& how) {
+  const int lock = LockBits(how);
+  if (!lock || ::flock(descriptor.Number(), lock | LOCK_NB) == 0) return 0;
+  const int error = errno;
+  return MustBeLocked(how, error) ? error : 0;
+}
+
 /// Whether the file goes by the name.
 bool IsNamed(const std::string& path, const struct stat& file) {
   struct stat named;
@@ -137,8 +159,7 @@ class SystemDiskImpl : public Disk {
     if (::fstat(descriptor.Number(), &status) != 0) return errno;
     if (S_ISDIR(status.st_mode)) return EISDIR;
     if (!S_ISREG(status.st_mode)) return EINVAL;
-    const int lock = LockBits(how);
-    if (lock && ::flock(descriptor.Number(), lock | LOCK_NB) != 0) return errno;
+    if (const int error = Lock(descriptor, how)) return error;
     // Who held the lock before may have given the file another name since it was opened here.
     if (how.create && !IsNamed(path, status)) return EBUSY;
     if (how.create && ::ftruncate(descriptor.Number(), 0) != 0) return errno;
@@ -184,6 +205,20 @@ class SystemDiskImpl : public Disk {
     std::error_code error;
     resolved = std::filesystem::canonical(path, error).string();
     return error.value();
+  }
+
+  int FollowLink(const std::string& path, std::string& target) override {
+    constexpr int kMaxLinks = 40;  // as many as the system itself follows
+    std::filesystem::path place = path;
+    std::error_code error;
+    for (int i = 0; std::filesystem::is_symlink(place, error); ++i) {
+      if (i == kMaxLinks) return ELOOP;
+      const std::filesystem::path next = std::filesystem::read_symlink(place, error);
+      if (error) return error.value();
+      place = next.is_absolute() ? next : place.parent_path() / next;
+    }
+    target = place.string();
+    return 0;
   }
 
   bool AreSame(const std::string& one, const std::string& other) override {
