@@ -7,14 +7,18 @@ namespace zrk {
 
 namespace {
 
+/// Null stands for the system's disk, so that nothing has to be made before the first file is opened.
 std::atomic<Disk*> current = nullptr;
 
 }  // namespace
 
+/// The tables of virtual functions stand here, once for the whole library.
 DiskMap::~DiskMap() = default;
 DiskFile::~DiskFile() = default;
 Disk::~Disk() = default;
 
+// A disk need not offer what follows. Whoever asks gets along with the refusal: room that can't be counted is taken to
+// be there, and a folder that can't be listed has no names.
 int Disk::CountFreeBytes(const std::string&, std::int64_t&) {
   return ENOTSUP;
 }
@@ -27,6 +31,7 @@ int Disk::ResolveLinks(const std::string&, std::string&) {
   return ENOTSUP;
 }
 
+/// A disk that knows no links has none to follow.
 int Disk::FollowLink(const std::string& path, std::string& target) {
   target = path;
   return 0;

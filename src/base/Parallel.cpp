@@ -13,6 +13,9 @@
 namespace zrk {
 namespace {
 
+/// What the workers of one call share. Indices are handed out one by one and not in equal parts beforehand, because one
+/// piece of work may take much longer than another. Nothing may leave a thread by an exception, which would end the
+/// process: the first one is kept and thrown again on the caller's thread.
 class Crew {
  public:
   Crew(int count, const std::function<bool(int, int)>& work) : count_(count), work_(work) {}
@@ -28,6 +31,7 @@ class Crew {
       isGood_ = false;
     }
   }
+  // Called when all other workers have ended, so that nothing here needs the lock.
   bool Finish() {
     if (thrown_) std::rethrow_exception(thrown_);
     return isGood_;
@@ -44,10 +48,12 @@ class Crew {
 
 }  // namespace
 
+/// The setting may be larger than the work has pieces, and a thread without a piece would be made for nothing.
 int CountWorkers(int count) {
   return std::clamp(XfnGetWorkerCount(), 1, std::max(count, 1));
 }
 
+/// The end of the inner block waits for all threads. Only then may the crew be asked how it went.
 bool ForEachInParallel(int numWorkers, int count, const std::function<bool(int, int)>& work) {
   Crew crew(count, work);
   {
@@ -57,7 +63,7 @@ bool ForEachInParallel(int numWorkers, int count, const std::function<bool(int, 
         others.emplace_back([&crew, worker] { crew.Work(worker); });
       }
     } catch (const std::system_error&) {
-      // A machine that has no thread left does the work with those there are.
+      // A machine that has no thread left does the work with those that it gave.
     }
     crew.Work(0);
   }

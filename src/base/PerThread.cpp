@@ -1,5 +1,5 @@
 // Each pool has a number that is never used again, and so has each thread. A thread has a table from the numbers of
-// pools to its records. A record is held by the pool, so that it goes with it; the thread's table holds the pool
+// pools to its records. A record is held by the pool, so that it goes with it. The thread's table holds the pool
 // weakly, so that a thread that ends can take its records out of pools that still live. In front of the table stands a
 // small direct-mapped cache.
 //

@@ -1,4 +1,10 @@
-// The disk of the operating system.
+// The disk of the operating system. Reads and writes are positional, so that one open file serves many threads without
+// a lock of ours. A read or a write that a signal interrupts is made again, and one that does a part is continued until
+// all is done. An errno goes to the caller as it is.
+//
+// A file is opened in steps, so that nothing is destroyed that is not ours to replace: open without emptying, see that
+// it is a regular file, lock it, see that it still goes by its name, and only then empty it. Locks are those of
+// `flock`. They belong to the open file and go with its descriptor, and other programs need not respect them.
 
 #include "base/Checked.h"
 #include "base/Disk.h"
@@ -20,6 +26,8 @@ namespace zrk {
 
 namespace {
 
+/// Owns a descriptor. What a close reports is asked by `CheckClose` where it matters, so that it is of no interest
+/// here.
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}
@@ -35,6 +43,7 @@ class Descriptor {
   int number_;
 };
 
+/// The mapping stays valid when the file is closed.
 class SystemMap : public DiskMap {
  public:
   SystemMap(void* data, std::size_t size) : data_(data), size_(size) {}
@@ -59,6 +68,7 @@ class SystemFile : public DiskFile {
                                   static_cast<std::size_t>(count - done), offset + done);
       if (got < 0 && errno == EINTR) continue;
       if (got < 0) return -errno;
+      // The end of the file is no error: the count tells how far the bytes went.
       if (got == 0) break;
       done += got;
     }
@@ -72,6 +82,7 @@ class SystemFile : public DiskFile {
                                    static_cast<std::size_t>(count - done), offset + done);
       if (put < 0 && errno == EINTR) continue;
       if (put < 0) return errno;
+      // A disk that takes nothing and reports no error would keep this loop going for ever.
       if (put == 0) return EIO;
       done += put;
     }
@@ -91,7 +102,7 @@ class SystemFile : public DiskFile {
   }
   int Sync() override { return ::fsync(descriptor_.Number()) == 0 ? 0 : errno; }
 
-  /// Each close of a descriptor reports for the file, so that the lock and the file can be kept beyond it.
+  /// Each close of a descriptor reports for the whole file. A copy is closed, and the file and its lock are kept.
   int CheckClose() override {
     const int copy = ::fcntl(descriptor_.Number(), F_DUPFD_CLOEXEC, 0);
     if (copy < 0) return errno;
@@ -116,13 +127,13 @@ class SystemFile : public DiskFile {
 
 int OpenModeBits(const DiskOpen& how) {
   const int access = how.read && how.write ? O_RDWR : how.write ? O_WRONLY : O_RDONLY;
-  // Without waiting, so that a pipe in the place of a file is found and refused. An existing file is emptied only once
-  // it is known to be one and locked.
+  // The opening does not wait, so that a pipe in the place of a file is found and refused. An existing file is emptied
+  // only once it is known to be a regular one and locked.
   return access | O_CLOEXEC | O_NONBLOCK | (how.create ? O_CREAT : 0);
 }
 
-/// Locks hold between those who ask for one; denying writers is a shared lock for a reader and an exclusive one for a
-/// writer.
+/// Locks hold between those who ask for one. Denying writers takes a shared lock for a reader, which other readers may
+/// have too, and an exclusive one for a writer.
 int LockBits(const DiskOpen& how) {
   if (how.exclusive) return LOCK_EX;
   if (how.denyWrite) return how.write ? LOCK_EX : LOCK_SH;
@@ -130,7 +141,7 @@ int LockBits(const DiskOpen& how) {
 }
 
 /// Whether a lock that was not given must fail the opening. It need not where the file system knows no locks, as many
-/// on a network, and where a file is only read, which does no harm to who holds it.
+/// on a network. It need not either where a file is only read, because a reader does no harm to whoever holds the lock.
 bool MustBeLocked(const DiskOpen& how, int error) {
   const bool isUnknown = error == ENOSYS || error == ENOLCK || error == EOPNOTSUPP || error == ENOTSUP;
   return (how.write || how.exclusive) && !isUnknown;
@@ -160,7 +171,8 @@ class SystemDiskImpl : public Disk {
     if (S_ISDIR(status.st_mode)) return EISDIR;
     if (!S_ISREG(status.st_mode)) return EINVAL;
     if (const int error = Lock(descriptor, how)) return error;
-    // Who held the lock before may have given the file another name since it was opened here.
+    // Whoever held the lock before may have given the file another name since it was opened here. Emptying it now would
+    // destroy what he has published.
     if (how.create && !IsNamed(path, status)) return EBUSY;
     if (how.create && ::ftruncate(descriptor.Number(), 0) != 0) return errno;
     file = std::make_shared<SystemFile>(std::move(descriptor));
@@ -172,6 +184,7 @@ class SystemDiskImpl : public Disk {
   }
   int Remove(const std::string& path) override { return ::unlink(path.c_str()) == 0 ? 0 : errno; }
 
+  // A folder is synced like a file. That brings a new name in it to the medium.
   int SyncFolder(const std::string& folder) override {
     const Descriptor descriptor(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!descriptor.IsOpen()) return errno;
@@ -179,10 +192,11 @@ class SystemDiskImpl : public Disk {
   }
 
   int CountFreeBytes(const std::string& path, std::int64_t& bytes) override {
+    // The file itself need not exist yet, so that its folder is asked.
     const std::size_t nameAt = path.rfind('/') + 1;  // 0 where there is no folder in front
     struct statvfs status;
     if (::statvfs(nameAt == 0 ? "." : path.substr(0, nameAt).c_str(), &status) != 0) return errno;
-    // A count that takes the sign for itself is no sound one and makes the product negative.
+    // A count above the largest signed number is not sound. It makes the product negative.
     const auto product =
         CheckedMultiply(static_cast<std::int64_t>(status.f_bavail), static_cast<std::int64_t>(status.f_frsize));
     if (!product || *product < 0) return EOVERFLOW;
@@ -192,6 +206,7 @@ class SystemDiskImpl : public Disk {
 
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }
 
+  // The order is that of the file system. Callers sort where it matters.
   int ListFolder(const std::string& folder, std::vector<std::string>& names) override {
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
@@ -207,6 +222,8 @@ class SystemDiskImpl : public Disk {
     return error.value();
   }
 
+  // One link after another is read, because the target of the last one need not exist, and a resolution of the whole
+  // would fail then. A relative link counts from its own folder.
   int FollowLink(const std::string& path, std::string& target) override {
     constexpr int kMaxLinks = 40;  // as many as the system itself follows
     std::filesystem::path place = path;
@@ -221,6 +238,7 @@ class SystemDiskImpl : public Disk {
     return 0;
   }
 
+  // Compared by device and number, which links and different spellings share.
   bool AreSame(const std::string& one, const std::string& other) override {
     struct stat status;
     return ::stat(one.c_str(), &status) == 0 && IsNamed(other, status);
@@ -229,6 +247,7 @@ class SystemDiskImpl : public Disk {
 
 }  // namespace
 
+/// Made at the first use and never before, so that files can be opened while other globals are made.
 Disk& SystemDisk() {
   static SystemDiskImpl disk;
   return disk;

@@ -12,6 +12,7 @@
 namespace zrk {
 namespace {
 
+/// Six lines of any sensible length. A file that is no world file at all may be of any size.
 constexpr std::int64_t kMaxBytes = 4096;
 
 /// The line at the front of `text`, which is taken off; without its end.
@@ -22,7 +23,8 @@ std::string_view TakeLine(std::string_view& text) {
   return line;
 }
 
-/// Numbers have a point whatever language the program speaks.
+/// Numbers have a point whatever language the program speaks. The locale is one of this object and not of the process,
+/// whose setting other threads may be using.
 class PlainLocale {
  public:
   PlainLocale() : locale_(::newlocale(LC_ALL_MASK, "C", nullptr)) {}
@@ -44,6 +46,7 @@ XString GetWorldFileName(const XString& path, const char* extension) {
   return path.Left(path.GetLength() - 4) + extension;
 }
 
+/// The first rule replaces an extension of three letters whole, so that the other two are not needed for it.
 std::vector<XString> ListWorldFilesOfTiff(const XString& path) {
   const XString folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
   std::vector<XString> stems = {name.Left(name.GetLength() - 4)};
@@ -68,6 +71,7 @@ std::optional<WorldLines> ReadWorldLines(const XString& path) {
   WorldLines lines;
   for (double& number : lines.numbers) {
     if (rest.empty()) break;
+    // What begins with no number is 0. Text behind the number is passed over.
     number = locale.Parse(std::string(TakeLine(rest)).c_str());
     ++lines.count;
   }

@@ -4,9 +4,12 @@
 
 namespace {
 
+/// Bytes of a sample, by the code of its type. The order is that of the codes, which are stored in files and never
+/// change.
 constexpr std::array<int, kNumDataTypes> kSizes = {0, 1,  1, 2, 2, 4, 4, 4, 8, 2, 2, 4, 4, 8, 8,
                                                    8, 16, 1, 3, 3, 4, 4, 4, 4, 2, 2, 2, 2, 2, 2};
 
+/// Only the scalar types have names.
 constexpr std::array<const char*, 9> kNames = {"",       "PINT08", "SINT08", "PINT16", "SINT16",
                                                "PINT32", "SINT32", "REAL32", "REAL64"};
 

@@ -1,3 +1,10 @@
+// A thin face on `zrk::DiskFile`. It adds the flags that callers open with, a position, and results without errnos:
+// what went wrong in an opening is kept as a text, and all else is told by counts and by 1 or 0.
+//
+// Everything goes through the current disk, so that tests can make any call fail. The position belongs to this object
+// and not to the open file. `ReadAt` and `WriteAt` therefore leave it alone, and may be called from many threads at
+// once; `Read`, `Write` and `Seek` may not.
+
 #include "XFile.h"
 
 #include "base/Disk.h"
@@ -10,6 +17,8 @@ namespace {
 
 constexpr unsigned kAccessMask = 0x0F;
 
+/// Flags that contradict each other are refused and not guessed at. A new file that could only be read would stay
+/// empty.
 bool IsKnownCombination(unsigned flags) {
   const unsigned access = flags & kAccessMask;
   const unsigned sharing = flags & 0xFF0;
@@ -20,6 +29,7 @@ bool IsKnownCombination(unsigned flags) {
          !(isCreate && access == XFile::kRead);
 }
 
+/// The flags were checked before, so that each bit can be looked at by itself.
 zrk::DiskOpen AsDiskOpen(unsigned flags) {
   const unsigned access = flags & kAccessMask;
   zrk::DiskOpen how;
@@ -36,6 +46,7 @@ zrk::DiskOpen AsDiskOpen(unsigned flags) {
 XFile::XFile() = default;
 XFile::~XFile() = default;
 
+/// The path is kept only of an opening that succeeded: the path of a closed file is empty.
 int XFile::Open(const XString& path, unsigned flags) {
   Close();
   lastError_.Empty();
@@ -69,6 +80,7 @@ int XFile::Write(const void* buffer, std::int64_t count) {
   return 1;
 }
 
+/// An error gives no bytes, like a place behind the end. Callers compare the count with what they asked for.
 std::int64_t XFile::ReadAt(std::int64_t offset, void* buffer, std::int64_t count) const {
   if (!file_ || offset < 0 || count <= 0) return 0;
   const std::int64_t got = file_->ReadAt(offset, buffer, count);
@@ -80,6 +92,8 @@ int XFile::WriteAt(std::int64_t offset, const void* buffer, std::int64_t count) 
   return file_->WriteAt(offset, buffer, count) == 0;
 }
 
+/// The sum is checked, since offsets come from files. A position behind the end is allowed: a write there extends the
+/// file.
 std::int64_t XFile::Seek(std::int64_t offset, SeekOrigin origin) {
   std::int64_t base = 0;
   if (origin == kCurrent) base = position_;
@@ -90,6 +104,7 @@ std::int64_t XFile::Seek(std::int64_t offset, SeekOrigin origin) {
   return target;
 }
 
+/// Asked anew each time, because others may be writing to the file.
 std::int64_t XFile::GetLength() const {
   const std::int64_t size = file_ ? file_->Size() : -1;
   return size >= 0 ? size : -1;
@@ -99,6 +114,7 @@ int XFile::SetLength(std::int64_t length) {
   return file_ && length >= 0 && file_->SetSize(length) == 0;
 }
 
+/// The system refuses a length of 0, and so it counts as failed here.
 int XFile::Preallocate(std::int64_t length) {
   return file_ && length > 0 && file_->Preallocate(length) == 0;
 }

@@ -4,6 +4,7 @@
 
 namespace {
 
+/// The record is copied whole under a lock, so that no reader ever sees half of one setting and half of another.
 std::mutex mutex;
 tagXLimits inForce;
 

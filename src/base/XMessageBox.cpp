@@ -9,6 +9,7 @@
 
 namespace {
 
+/// The handler is one for the process, and may be set while another thread asks.
 std::mutex handlerMutex;
 XMessageBoxHandler handler;
 
@@ -16,6 +17,7 @@ bool OffersYesAndNo(unsigned style) {
   return (style & 0x0F) == kMessageYesNo;
 }
 
+/// No answer, and any answer but a yes, is a No: what is asked may destroy something.
 int AskOnTerminal() {
   std::string line;
   std::fputs("[y/N] ", stderr);
@@ -23,6 +25,7 @@ int AskOnTerminal() {
   return !line.empty() && (line[0] == 'y' || line[0] == 'Y') ? kAnswerYes : kAnswerNo;
 }
 
+/// Where nobody sits at a terminal a question would wait for ever, and so it is answered with No.
 int DefaultMessageBox(const XString& text, const XString& caption, unsigned style) {
   std::fprintf(stderr, "%s: %s\n", caption.GetText(), text.GetText());
   if (!OffersYesAndNo(style)) return kAnswerOk;
@@ -32,6 +35,7 @@ int DefaultMessageBox(const XString& text, const XString& caption, unsigned styl
 }  // namespace
 
 int XfnMessageBox(const XString& text, const XString& caption, unsigned style) {
+  // The handler is called without the lock, because it may wait long for an answer, or set another handler.
   XMessageBoxHandler ask;
   {
     const std::lock_guard lock(handlerMutex);

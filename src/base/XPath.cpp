@@ -4,7 +4,8 @@
 
 namespace {
 
-/// The place behind the last separator of either kind.
+/// The place behind the last separator of either kind. Paths of both worlds meet here, since files store paths of other
+/// systems.
 int NameBegin(const XString& path) {
   return std::max(path.ReverseFind('/'), path.ReverseFind('\\')) + 1;
 }
@@ -15,6 +16,7 @@ XString XfnGetFileName(const XString& path) {
   return path.Mid(NameBegin(path));
 }
 
+/// Only dots of the name count: a folder may have one too.
 XString XfnGetFileTitle(const XString& path) {
   const XString name = XfnGetFileName(path);
   const int dot = name.ReverseFind('.');

@@ -6,6 +6,8 @@
 
 namespace {
 
+/// Letters of the basic set alone, so that the result is the same in every locale and no byte of a longer character
+/// changes.
 char UpperAscii(char c) {
   return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
@@ -13,6 +15,7 @@ char LowerAscii(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+/// Places are ints here, and -1 stands for none.
 int AsPlace(std::size_t hit) {
   return hit == std::string::npos ? -1 : static_cast<int>(hit);
 }
@@ -25,7 +28,8 @@ void XString::Format(const char* format, ...) {
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, arguments);
   va_end(arguments);
-  // Into a text of its own, since an argument may be this one.
+  // The text is written into a string of its own, since an argument may be this very text. A format that fails leaves
+  // it empty.
   std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
   if (length > 0) std::vsnprintf(text.data(), text.size() + 1, format, again);
   va_end(again);
@@ -47,6 +51,7 @@ XString XString::Mid(int first) const {
   return Mid(first, GetLength());
 }
 
+/// Arguments are cut to the text and never refused. The same holds wherever a part of the text is named below.
 XString XString::Mid(int first, int count) const {
   const int from = std::clamp(first, 0, GetLength());
   const int length = std::clamp(count, 0, GetLength() - from);
@@ -77,6 +82,8 @@ int XString::Delete(int first, int count) {
   return GetLength();
 }
 
+/// The result is put together once, from left to right. A replacement that contains what is sought is therefore not
+/// searched again.
 int XString::Replace(std::string_view what, std::string_view with) {
   if (what.empty()) return 0;
   int numHits = 0;

@@ -1,3 +1,8 @@
+// What the library asks of the machine, and the settings that hold for the whole process. The questions are answered
+// anew at each call, because memory, room and interfaces change. Where memory or room can't be told the reply is the
+// one that stops nobody: all memory is free, and the disk has room. Settings are atomic and may be changed from any
+// thread; an operation that is under way may or may not notice.
+
 #include "XSystem.h"
 
 #include "base/Disk.h"
@@ -25,6 +30,7 @@ std::atomic<int> workerCount = 1;
 
 constexpr int kMacBytes = 6;
 
+/// The usual form of an address: six octets in capitals, with dashes between them.
 XString FormatAddress(const sockaddr_ll& address) {
   XString text;
   const unsigned char* octets = address.sll_addr;
@@ -32,7 +38,8 @@ XString FormatAddress(const sockaddr_ll& address) {
   return text;
 }
 
-/// The number behind a key in the kernel's table of memory, which has a line "Key:   number kB" for each.
+/// The number behind a key in the kernel's table of memory, which has a line "Key: number kB" for each figure. The unit
+/// does not matter, since the figures are only divided by each other.
 std::optional<double> FindMemoryFigure(std::string_view table, std::string_view key) {
   const std::size_t hit = table.find(key);
   if (hit == std::string_view::npos) return std::nullopt;
@@ -47,6 +54,7 @@ std::optional<double> FindMemoryFigure(std::string_view table, std::string_view 
 double XfnGetAvailablePhysicalMemoryInPercent() {
   XFile file;
   if (!file.Open("/proc/meminfo", XFile::kRead)) return 100.0;
+  // The two lines stand at the top of the table, so that its beginning is enough.
   char text[4096];
   const std::string_view table(text, static_cast<std::size_t>(file.Read(text, sizeof(text))));
   const std::optional<double> total = FindMemoryFigure(table, "MemTotal:");
@@ -54,11 +62,13 @@ double XfnGetAvailablePhysicalMemoryInPercent() {
   return total && available && *total > 0.0 ? 100.0 * *available / *total : 100.0;
 }
 
+/// A disk that can't count its room must not forbid a save, which may well succeed.
 int XfnIsDiskSpaceEnough(const XString& path, std::int64_t bytes) {
   std::int64_t freeBytes = 0;
   return zrk::CurrentDisk().CountFreeBytes(path.AsStdString(), freeBytes) != 0 || bytes <= freeBytes;
 }
 
+/// The file is created together with its name, so that no other process gets the same one.
 XString XfnGetTempFileName(const XString& prefix) {
   const char* folder = std::getenv("TMPDIR");
   std::string name = std::string(folder && *folder ? folder : "/tmp") + "/" + prefix.AsStdString() + "XXXXXX";
@@ -81,8 +91,9 @@ int XfnGetMacAddress(XStringList& addresses) {
   int numFound = 0;
   for (const ifaddrs* each = interfaces; each; each = each->ifa_next) {
     if (!each->ifa_addr || each->ifa_addr->sa_family != AF_PACKET || (each->ifa_flags & IFF_LOOPBACK)) continue;
+    // The family was looked at before, and says that the record is of this kind.
     const auto& address = *reinterpret_cast<const sockaddr_ll*>(each->ifa_addr);
-    // Tunnels and some fabrics have addresses of other lengths, which name no machine in this form.
+    // Tunnels and some fabrics have addresses of other lengths. These name no machine in this form.
     if (address.sll_halen != kMacBytes) continue;
     addresses.AddTail(FormatAddress(address));
     ++numFound;
@@ -106,6 +117,8 @@ int XfnGetWorkerCount() {
   return workerCount;
 }
 
+/// A block has 2 MB at most, unless one row alone is longer. A row is cut to that size before it is multiplied, since
+/// the numbers may be large; such a block has one row.
 int XfnCalcBlockHeight(long width, long height, long bytesPerSample, long wantedRows) {
   constexpr long kBlockBytes = 2L << 20;
   const long rowBytes = std::max(width, 1L) > kBlockBytes / std::max(bytesPerSample, 1L)

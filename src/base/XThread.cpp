@@ -1,3 +1,11 @@
+// Progress and cancel of a long operation. No thread is made here: the operation runs where it was called, and reports
+// to this object.
+//
+// Two things cross threads. The state word is a plain int, because callers hold its address and pass it to reads; it is
+// read and written through `std::atomic_ref`. The pause has a lock and a condition of its own. All else belongs to the
+// working thread. A message target may throw; nothing of that leaves this file, as the operation may stand in the
+// middle of a read.
+
 #include "XThread.h"
 
 #include <algorithm>
@@ -25,13 +33,15 @@ int XThread::GetState() const {
 
 void XThread::SetState(int state) {
   std::atomic_ref<int>(state_).store(state);
-  // Whoever is about to wait holds the lock, and so sees the new state or the notice of it.
+  // Whoever is about to wait holds the lock. Taking it here means that he either sees the new state or already waits
+  // for the notice of it.
   { const std::lock_guard lock(pause_->mutex); }
   pause_->resumed.notify_all();
 }
 
 void XThread::CallbackPercent(double percent) {
-  // Written so that a percentage that is no number counts as none. Divided last: 29 of 0 to 100 is then 29, not 28.
+  // The comparison is written so that a percentage that is not a number counts as 0. The division comes last: 29 in a
+  // range of 0 to 100 is then 29, and not 28.
   const double done = percent > 0.0 ? std::min(percent, 100.0) : 0.0;
   const double range = static_cast<double>(lastPercent_) - firstPercent_;
   Post(static_cast<long>(firstPercent_ + done * range / 100.0));
@@ -76,16 +86,19 @@ void XThread::CallbackText(const XString& text) {
   Callback(kResultText, 0);
 }
 
+/// A suspended operation would never look at the state word, and so it is let go.
 void XThread::Terminate() {
   SetState(kStateStop);
   Resume();
 }
 
+/// A text is a message on the way and not an end.
 bool XThread::IsValid() const {
   const int code = resultCode_;
   return code != kResultSuccess && code != kResultFailure && code != kResultCancel;
 }
 
+/// The operation itself stops at its next report, where it is between two steps.
 void XThread::Suspend() {
   const std::lock_guard lock(pause_->mutex);
   pause_->isSuspended = true;
@@ -99,8 +112,8 @@ void XThread::Resume() {
   pause_->resumed.notify_all();
 }
 
-/// The operation may stand inside a read, out of which nothing can be thrown. It hears the stop where it looks at the
-/// state word next.
+/// The operation may stand inside a read, out of which nothing can be thrown. What the target throws therefore becomes
+/// a stop, which the operation hears when it looks at the state word next.
 void XThread::Post(long value) {
   if (!target_) return;
   try {
@@ -112,12 +125,13 @@ void XThread::Post(long value) {
 
 void XThread::WaitWhileSuspended() {
   std::unique_lock lock(pause_->mutex);
-  // The state word may be set from outside, by whoever was given its address, and then nobody wakes this wait.
+  // The state word may be set from outside, by whoever was given its address. Nobody wakes this wait then, and so it
+  // looks again by itself.
   constexpr std::chrono::milliseconds kLookAgain(20);
   while (pause_->isSuspended && GetState() != kStateStop) pause_->resumed.wait_for(lock, kLookAgain);
 }
 
 bool XfnIsStopRequested(const int* cancel) {
-  // The word belongs to an XThread or its like, and is never a constant one.
+  // The cast is sound: the word belongs to an XThread or its like, and is never a constant one.
   return cancel && std::atomic_ref<int>(*const_cast<int*>(cancel)).load() == XThread::kStateStop;
 }

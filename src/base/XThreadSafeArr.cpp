@@ -2,6 +2,8 @@
 
 #include "base/PerThread.h"
 
+// The three pools differ in their records alone. `PerThread` keeps a record for each thread and frees it with the
+// thread or with the pool.
 struct XThreadSafeArr1::Impl {
   zrk::PerThread<tagXArr1> buffers;
 };
@@ -32,6 +34,7 @@ XThreadSafeArr2::~XThreadSafeArr2() = default;
 tagXArr2* XThreadSafeArr2::GetBuffer(int width, int height, int elementSize) {
   tagXArr2* const buffer = GetBuffer();
   if (!buffer || !buffer->Alloc(width, height, elementSize)) return nullptr;
+  // A mark for bands that fill the buffer they are given: this one belongs to the pool and is not theirs to fill.
   buffer->isLent = true;
   return buffer;
 }

@@ -10,7 +10,8 @@
 
 namespace {
 
-/// A number with ten digits behind the point, in a column 30 wide, whatever language the program speaks.
+/// A number with ten digits behind the point, in a column 30 wide. The digits are written without a locale, so that the
+/// point stays a point. The text has room for the largest number there is.
 std::string MakeLine(double number) {
   constexpr int kDigits = 10;
   constexpr std::size_t kWidth = 30;
@@ -30,6 +31,7 @@ bool XWorldFile::Read(const XString& path) {
   const std::optional<zrk::WorldLines> lines = zrk::ReadWorldLines(path);
   if (!lines) return false;
   *this = XWorldFile();
+  // The numbers of rotation have no field. Lines that are missing leave theirs unset.
   double* const fields[] = {&xSize_, nullptr, nullptr, &ySize_, &originX_, &originY_};
   for (std::size_t i = 0; i < static_cast<std::size_t>(lines->count); ++i) {
     if (fields[i]) *fields[i] = lines->numbers[i];
@@ -37,6 +39,8 @@ bool XWorldFile::Read(const XString& path) {
   return true;
 }
 
+/// Rows go down while the world goes up, hence the minus of the second size. The file is small, but an old one still
+/// stays until the new one is whole.
 int XWorldFile::Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y) {
   std::string text;
   for (const double number : {xPixelSize, 0.0, 0.0, -yPixelSize, x, y}) text += MakeLine(number);
@@ -48,6 +52,8 @@ std::vector<XString> XWorldFile::ListNamesForTiff(const XString& path) {
   return zrk::ListWorldFilesOfTiff(path);
 }
 
+/// Sizes of either sign occur, so that the origin may be any corner. An edge that is not set counts in pixels, from 0
+/// at the left and at the bottom.
 double XWorldFile::Left(int width) const {
   if (xSize_ == kNotSet || originX_ == kNotSet) return 0.0;
   return xSize_ < 0.0 ? originX_ - std::abs(xSize_) * width : originX_;

@@ -1,5 +1,9 @@
-// Steps over the markup of an XML text without taking it apart. Where markup ends is decided as a parser decides it, so
-// that nothing can pass for a comment here and for a declaration there.
+// Looks for what an XML text can do to its reader: declarations that make entities, and elements nested so deeply that
+// a recursive reader runs out of stack. The gate stands in front of parsers that are not ours.
+//
+// It steps over the markup without taking it apart. Where markup ends is decided as a parser decides it, so that
+// nothing can pass for a comment here and for a declaration there. Whether the text is well formed is the parser's
+// business. Markup that does not end also ends the search, since a parser gets no further either.
 
 #include "base/XmlGate.h"
 
@@ -17,7 +21,7 @@ std::size_t After(std::string_view text, std::string_view end, std::size_t from)
   return place == kNowhere ? kNowhere : place + end.size();
 }
 
-/// The place after the tag that begins at `from`; a '>' within quotes does not end it.
+/// The place after the tag that begins at `from`. A '>' within quotes does not end it.
 std::size_t AfterTag(std::string_view text, std::size_t from) {
   std::size_t place = text.find_first_of("\"'>", from);
   while (place != kNowhere && text[place] != '>') {
@@ -30,6 +34,7 @@ std::size_t AfterTag(std::string_view text, std::size_t from) {
 }  // namespace
 
 XString FindXmlDanger(std::string_view text, int maxDepth) {
+  // A zero ends the text for some parsers and not for others, and what stands behind it could hide.
   if (text.find('\0') != kNowhere) return "file is not plain text";
   int depth = 0;
   std::size_t place = text.find('<');

@@ -1,4 +1,8 @@
-// The three buffer records. Their offsets are ints, so a buffer is refused beyond INT_MAX bytes.
+// The three buffer records. Their fields are public and plain, because callers index the samples by them; the memory
+// behind them is hidden. Their offsets are ints, so that a buffer is refused beyond INT_MAX bytes.
+//
+// All of them keep to one rule: an `Alloc` that fails leaves the record as it was. So everything that can fail is done
+// before the first field is set. A record serves one thread at a time.
 
 #include "base/Checked.h"
 #include "base/PixelStorage.h"
@@ -16,7 +20,7 @@
 
 namespace {
 
-/// Bytes of a buffer of that shape, or nothing where it can't be one.
+/// Bytes of a buffer of that shape, or nothing where there can be none.
 std::optional<std::size_t> BufferBytes(int width, int height, int sampleBytes) {
   if (width <= 0 || height <= 0 || sampleBytes <= 0) return std::nullopt;
   const std::optional<std::int64_t> samples = zrk::CheckedMultiply(width, height);
@@ -27,7 +31,8 @@ std::optional<std::size_t> BufferBytes(int width, int height, int sampleBytes) {
 
 }  // namespace
 
-// What a record hides is made with its first buffer and kept until `Free`.
+// What a record hides is made with its first buffer and kept until `Free`, so that buffers of changing sizes reuse one
+// memory.
 
 struct tagXArr1::Impl {
   zrk::PixelStorage storage;
@@ -110,6 +115,7 @@ int tagXArr2::Alloc(int width, int height, int sampleBytes) {
   if (!impl_) impl_.reset(new (std::nothrow) Impl);
   if (!impl_ || !impl_->storage.Reserve(*bytes)) return 0;
 
+  // Nothing fails from here on.
   impl_->offsets = std::move(offsets);
   data = impl_->storage.Get();
   xSize = width;
@@ -135,6 +141,7 @@ tagXArr3::tagXArr3(int width, int height, int sampleBytes) {
 int tagXArr3::Alloc(int width, int height, int sampleBytes) {
   const tagXArr2& first = planes[0];
   if (first.data && first.xSize == width && first.ySize == height && first.elementSize == sampleBytes) return 1;
+  // All three planes are made before the first old one goes.
   tagXArr2 fresh[3];
   for (tagXArr2& plane : fresh) {
     if (!plane.Alloc(width, height, sampleBytes)) return 0;

@@ -1,3 +1,13 @@
+// The file is that of TIFF, Revision 6.0, or of BigTIFF, whose offsets have 64 bits. libtiff believes that it writes
+// one from beginning to end. What it writes goes to two buffers instead: the head, which are the bytes before the
+// samples, and the tail, which is the directory behind them. It is handed all strips with their sizes and without their
+// samples, so that it knows every offset before there is a sample. Of what lies between head and tail only the number
+// of bytes is kept.
+//
+// Samples then go to the disk without libtiff. That saves a copy of each, and lets them come in any order. The order on
+// the disk is what protects a reader: samples first, then the tail, and the head last. A file that breaks off in
+// between begins with zeros, and nothing takes it for a TIFF.
+
 #include "codec/TiffOutput.h"
 
 #include "base/Checked.h"
@@ -13,13 +23,14 @@
 namespace zrk {
 namespace {
 
-/// Fewer bytes are not worth a call of their own.
+/// Fewer bytes are not worth a call to begin their way to the medium.
 constexpr std::int64_t kSyncBytes = 512 << 10;
 
 }  // namespace
 
 bool NeedsBigTiff(std::int64_t sampleBytes, std::int64_t numStrips, std::int64_t numBands) {
-  // Of a strip its place and its length are listed, of a band three words, and all other tags take less than the rest.
+  // A strip has an offset and a length in the lists, of 4 bytes each. A band has three words of 2 bytes. All other tags
+  // take less than the rest.
   constexpr std::int64_t kPerStrip = 8, kPerBand = 6, kOthers = 256 << 10;
   const auto strips = CheckedMultiply(numStrips, kPerStrip), bands = CheckedMultiply(numBands, kPerBand);
   const auto lists = strips && bands ? CheckedAdd(*strips, *bands) : std::nullopt;
@@ -42,7 +53,9 @@ TiffOutput::~TiffOutput() {
   if (tiff_) XTIFFClose(tiff_);
 }
 
-/// Strips are written with none of their samples, which are only counted.
+/// Hands libtiff all strips without their samples, which are only counted. libtiff passes the buffer of a raw strip on
+/// to `Write` unread, and `Write` does not look at it either, so that one byte stands for a strip of any size. The last
+/// strip of each plane may have fewer rows.
 bool TiffOutput::LayOutStrips() {
   std::uint32_t height = 0, rowsPerStrip = 0;
   if (!TIFFGetField(tiff_, TIFFTAG_IMAGELENGTH, &height) || height == 0) return false;
@@ -60,6 +73,8 @@ bool TiffOutput::LayOutStrips() {
   return true;
 }
 
+/// Closing libtiff's file here ensures that no tag can change after the offsets are given. The room on the disk is
+/// reserved before any sample is computed, so that a full disk is found early.
 TiffOutput::Result TiffOutput::LayOut() {
   if (!tiff_) return Result::kFailed;
   layout_.takesSamples = true;
@@ -69,21 +84,24 @@ TiffOutput::Result TiffOutput::LayOut() {
   XTIFFClose(tiff_);
   tiff_ = nullptr;
   if (!isDone) return Result::kFailed;
-  // A disk that can't give room ahead gives it as it is written.
+  // A disk that can't reserve room still takes the samples one by one, and is full only where it says so.
   const int error = file_->Preallocate(layout_.Size());
   return error == ENOSPC || error == EDQUOT ? Result::kDiskFull : Result::kDone;
 }
 
+/// Samples past the strips that were laid out are refused, because they would lie where the tail goes.
 bool TiffOutput::WriteSamples(std::int64_t place, const void* samples, std::int64_t numBytes) {
   const auto end = CheckedAdd(place, numBytes);
   if (place < 0 || numBytes < 0 || !end || *end > layout_.numSampleBytes) return false;
   const std::int64_t offset = static_cast<std::int64_t>(layout_.head.size()) + place;
   if (file_->WriteAt(offset, samples, numBytes) != 0) return false;
-  // The file is brought to the medium in the end, and what is on its way by then need not be waited for.
+  // The file is synced in the end. Large pieces begin their way to the medium at once, while the next ones are
+  // computed, so that the end has less to wait for.
   if (numBytes >= kSyncBytes) file_->StartSync(offset, numBytes);
   return true;
 }
 
+/// The head goes last, since it is what makes the file a TIFF.
 bool TiffOutput::Finish() {
   const auto write = [this](std::int64_t place, const std::vector<unsigned char>& bytes) {
     return file_->WriteAt(place, bytes.data(), static_cast<std::int64_t>(bytes.size())) == 0;
@@ -92,6 +110,7 @@ bool TiffOutput::Finish() {
   return isFinished_;
 }
 
+/// libtiff reads back only what it wrote itself. Where the position lies among the samples there is nothing to read.
 std::int64_t TiffOutput::Layout::Read(void* buffer, std::int64_t count) {
   const bool isInTail = position >= TailBegin();
   const std::vector<unsigned char>& part = isInTail ? tail : head;
@@ -105,7 +124,7 @@ std::int64_t TiffOutput::Layout::Read(void* buffer, std::int64_t count) {
 
 std::int64_t TiffOutput::Layout::Write(const void* buffer, std::int64_t count) {
   if (takesSamples) {
-    // libtiff appends them, and nothing else as long as it does.
+    // libtiff appends the strips one behind the other, and writes nothing else as long as it does.
     if (position != Size()) return 0;
     numSampleBytes += count;
   } else {
@@ -113,6 +132,7 @@ std::int64_t TiffOutput::Layout::Write(const void* buffer, std::int64_t count) {
     std::vector<unsigned char>& part = isInTail ? tail : head;
     const auto from = static_cast<std::size_t>(isInTail ? position - TailBegin() : position);
     const std::size_t end = from + static_cast<std::size_t>(count);
+    // The head can no longer grow once samples lie behind it.
     if (!isInTail && numSampleBytes > 0 && end > head.size()) return 0;
     part.resize(std::max(part.size(), end));
     std::memcpy(part.data() + from, buffer, static_cast<std::size_t>(count));

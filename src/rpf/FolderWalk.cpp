@@ -1,3 +1,12 @@
+// Products come from systems that do not tell upper from lower case. Their paths may therefore differ in case from the
+// names on this disk. So every part of a path is first looked for as it is stored, and then among the names of its
+// folder in lower case. A product has thousands of frames in few folders, and a folder is listed only once.
+//
+// A path comes from the file and is not to be trusted. It may hold "..", begin at a root, or go through a link that
+// leads elsewhere. Unless it may leave the folder, its spelling is looked at before the disk is asked at all, and links
+// are resolved at each part, before the next one is looked for. What is found is a matter of the moment: a link can be
+// changed between this walk and the opening. An object serves one thread.
+
 #include "rpf/FolderWalk.h"
 
 #include "base/Disk.h"
@@ -17,7 +26,7 @@ bool IsSeparator(char character) {
   return character == '/' || character == '\\';
 }
 
-/// Appends what stands between separators, but for dots that lead nowhere.
+/// Appends the parts between separators. Empty parts and single dots lead nowhere and are left out.
 void Split(std::string_view path, Parts& parts) {
   while (!path.empty()) {
     const std::size_t length = std::min(path.find_first_of("/\\"), path.size());
@@ -27,6 +36,7 @@ void Split(std::string_view path, Parts& parts) {
   }
 }
 
+/// A path from another system may begin with a drive, which is a root that has no separator in front.
 bool HasDrive(std::string_view path) {
   return path.size() >= 2 && path[1] == ':';
 }
@@ -39,6 +49,8 @@ std::string Lower(const std::string& name) {
 
 }  // namespace
 
+/// A part that is not found ends the search, but not the path: the rest is appended as it is stored, so that a caller
+/// can say where the file should be.
 std::string FolderWalk::Find(std::string_view path, std::string_view name, bool mayLeave) {
   Parts parts;
   Split(path, parts);
@@ -56,7 +68,7 @@ std::string FolderWalk::Find(std::string_view path, std::string_view name, bool 
     const std::string known = isThere ? FindName(found, part) : "";
     isThere = !known.empty();
     found += isThere ? known : part;
-    // Asked before anything is looked up below it, so that nothing outside is touched.
+    // This is asked before anything is looked up below the part, so that nothing outside is touched.
     if (isThere && !mayLeave && !IsWithinFolder(found)) return "";
     found += '/';
   }
@@ -64,7 +76,9 @@ std::string FolderWalk::Find(std::string_view path, std::string_view name, bool 
   return found;
 }
 
-/// The name under which something exists in the folder; empty where nothing does.
+/// The name under which something exists in the folder; empty where nothing does. The stored name is tried first, which
+/// saves the listing where its case is right. A name of the listing may be a link that leads nowhere, so that it has to
+/// exist as well.
 std::string FolderWalk::FindName(const std::string& folder, const std::string& name) {
   if (CurrentDisk().Exists(folder + name)) return name;
   const Names& names = NamesOf(folder);
@@ -72,7 +86,9 @@ std::string FolderWalk::FindName(const std::string& folder, const std::string& n
   return alike != names.end() && CurrentDisk().Exists(folder + alike->second) ? alike->second : "";
 }
 
-/// Links give one folder as many paths as a file cares to spell, so that what it has is kept by its true one.
+/// The names in a folder by their lower case. Links give one folder as many paths as a file cares to spell, and so the
+/// names are kept by the folder's path without links. A folder that can't be listed has no names, and is not asked
+/// again.
 const FolderWalk::Names& FolderWalk::NamesOf(const std::string& folder) {
   static const Names kNone;
   std::string resolved;
@@ -87,6 +103,8 @@ const FolderWalk::Names& FolderWalk::NamesOf(const std::string& folder) {
   return names_.emplace(std::move(resolved), std::move(names)).first->second;
 }
 
+/// The separator behind the root matters: without it a neighbour whose name begins like the root's would count as
+/// inside.
 bool FolderWalk::IsWithinFolder(const std::string& path) {
   if (root_.empty() && CurrentDisk().ResolveLinks(folder_.empty() ? "." : folder_, root_) != 0) return false;
   std::string target;

@@ -5,8 +5,9 @@
 namespace zrk {
 namespace {
 
-/// A frame whose subframes all follow one another is read at once. Behind the end of the file its codes are 0, but with
-/// not even one subframe in the head of a file that has no more it is none.
+/// A frame whose subframes all follow one another is read at once, since one call of the system for 36 subframes is
+/// much cheaper than 36. Codes behind the end of the file are 0. A file that is all in the head, and has not even one
+/// subframe there, is no frame.
 bool FindWholeImage(const RpfBlocks& blocks, std::int64_t offset, FrameSubframes& subframes) {
   constexpr std::size_t kBytes = kSubframes * kCompressedSubframe;
   const unsigned char* whole = blocks.FindInHead(offset, kBytes).data();
@@ -15,6 +16,7 @@ bool FindWholeImage(const RpfBlocks& blocks, std::int64_t offset, FrameSubframes
     if (blocks.HasFile()) {
       blocks.ReadFromFile(offset, {work, kBytes});
     } else {
+      // The rest is shorter than the room, because otherwise the whole image would have been found in the head.
       const RpfBlocks::Bytes rest = blocks.HeadFrom(offset);
       if (rest.size() < kCompressedSubframe) return false;
       std::ranges::copy(rest, work);
@@ -25,7 +27,9 @@ bool FindWholeImage(const RpfBlocks& blocks, std::int64_t offset, FrameSubframes
   return true;
 }
 
-/// A compressed subframe that is cut short has codes of 0 behind its end; one of plain pixels is left out.
+/// Takes each subframe from its own offset. A compressed subframe that is cut short has codes of 0 behind its end, as
+/// in a whole image; one of plain pixels is left out. A mask that leads out of a file of which all is in the head fails
+/// the frame, while a file without a mask may simply end early.
 bool FindEach(const RpfBlocks& blocks, std::int64_t offset, const FrameMasks& masks, FrameSubframes& subframes) {
   const auto count = static_cast<std::int64_t>(subframes.bytes);
   for (std::size_t i = 0; i < kSubframes; ++i) {

@@ -1,5 +1,11 @@
-// A code of 12 bits stands for 4 x 4 pixels, whose rows are in four tables, so that a row of codes gives four rows of
-// pixels. A map is applied to the tables and not to the pixels: there are 36 times fewer bytes in them.
+// The image of a frame is coded by vector quantisation, as the standard of the Raster Product Format (MIL-STD-2411)
+// describes. A code of 12 bits stands for 4 x 4 pixels. Four tables have the four rows of these pixels for each of 4096
+// codes, so that a row of codes gives four rows of pixels, each from a table of its own. A frame may also have plain
+// pixels.
+//
+// A map of bytes is applied to the tables and not to the pixels: there are 36 times fewer bytes in them. Subframes are
+// painted to their places in a plane of 1536 x 1536 bytes. Every pixel of the plane is written once, so that it need
+// not be cleared first. Nothing here is shared, and several threads may paint frames of their own.
 
 #include "rpf/FramePaint.h"
 
@@ -12,6 +18,7 @@ namespace zrk {
 
 namespace {
 
+/// The first pixel of a subframe. Subframes are numbered by rows, from the upper left one.
 unsigned char* OriginOf(std::size_t subframe, unsigned char* plane) {
   const std::size_t row = subframe / kSubframesAcross * kSubframeSide;
   return plane + row * kFrameSide + subframe % kSubframesAcross * kSubframeSide;
@@ -21,6 +28,7 @@ void PaintAbsent(unsigned char value, unsigned char* target) {
   for (std::size_t row = 0; row < kSubframeSide; ++row) std::memset(target + row * kFrameSide, value, kSubframeSide);
 }
 
+/// Four rows of pixels use one row of codes, each with the next table.
 void DecodeSubframe(const unsigned char* codes, const unsigned char* tables, unsigned char* target) {
   for (std::size_t row = 0; row < kSubframeSide; ++row) {
     DecodeRow(codes + row / 4 * kCodeRowBytes, tables + row % 4 * kLookupTableBytes, target + row * kFrameSide);
@@ -31,6 +39,8 @@ void Map(const FrameMap& map, std::span<const unsigned char> source, unsigned ch
   std::ranges::transform(source, target, [&map](unsigned char code) { return map[code]; });
 }
 
+/// The tables are copied to be mapped, since the planes of a colour frame are painted from the same tables with a map
+/// each.
 void PaintCompressed(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map,
                      unsigned char* plane) {
   std::vector<unsigned char> mapped;
@@ -48,6 +58,7 @@ void PaintCompressed(const FrameSubframes& subframes, const unsigned char* table
   }
 }
 
+/// Here the map has to be applied to each pixel. Without a map rows are copied as they are.
 void PaintPlain(const FrameSubframes& subframes, const FrameMap* map, unsigned char* plane) {
   for (std::size_t i = 0; i < kSubframes; ++i) {
     unsigned char* const target = OriginOf(i, plane);
@@ -65,6 +76,8 @@ void PaintPlain(const FrameSubframes& subframes, const FrameMap* map, unsigned c
 
 }  // namespace
 
+/// A group of three bytes has two codes and gives eight pixels. Copies of a size that the compiler knows become single
+/// moves.
 void DecodeRow(const unsigned char* codes, const unsigned char* table, unsigned char* target) {
   for (std::size_t group = 0; group < kCodeRowBytes / 3; ++group, codes += 3, target += 8) {
     const CodePair pair = SplitCodes(codes);
@@ -73,6 +86,7 @@ void DecodeRow(const unsigned char* codes, const unsigned char* table, unsigned 
   }
 }
 
+/// Code 0 is what absent subframes are painted with, so that transparent pixels and missing ones look the same.
 FrameMap MakeCodeMap(unsigned transparentCode) {
   FrameMap map;
   std::iota(map.begin(), map.end(), static_cast<unsigned char>(0));

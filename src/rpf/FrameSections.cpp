@@ -1,5 +1,11 @@
-// The sections of a frame, but for its subframes. Colours and lookup tables that are not as they must be leave the
-// frame without them, and fail no load by that: a frame of uncompressed pixels can do without the tables.
+// The sections of a frame but for its subframes, in the layout of the standard (MIL-STD-2411): packed records without
+// padding, in the byte order of the file. Offsets are counted from the beginning of the section that holds them, and -1
+// stands for something absent.
+//
+// Coverage, description and display have to be there for what is asked. Colours and lookup tables that are not as they
+// must be leave the frame without them, and fail no load by that: a frame of plain pixels can do without the tables.
+// The results are put into the caller's record only when all of a table is read. Counts and lengths are the file's own
+// word. `RpfBlocks` compares them with the file before memory is taken for them.
 
 #include "rpf/FrameSections.h"
 
@@ -11,6 +17,8 @@
 namespace zrk {
 namespace {
 
+/// The bytes of each record as far as it is used. A record may be longer; the next one is found by the file's own
+/// length.
 constexpr int kCoverageBytes = 96;
 constexpr int kCompressionBytes = 6;
 constexpr int kOffsetTableBytes = 6;
@@ -25,7 +33,8 @@ constexpr int kNumTables = static_cast<int>(kLookupTables);
 constexpr int kNumColors = XCIBframe::kNumColors;
 constexpr int kNumSubframes = XCIBframe::kNumSubframes;
 
-/// How many bytes an entry of a colour table takes, whatever the file says; 0 for a table of no known kind.
+/// The bytes of an entry of a colour table, whatever the file says; 0 for a table of no known kind. Kind 1 is red,
+/// green and blue, 2 the same with a grey behind it, 3 grey alone, and 4 has four values.
 int EntryBytesOf(int table) {
   switch (table) {
     case 1:
@@ -40,6 +49,7 @@ int EntryBytesOf(int table) {
   }
 }
 
+/// The step is the file's own length of a record. The table was read as long as the last offset needs.
 void TakeOffsets(RpfBlocks::Bytes bytes, std::int64_t step, bool littleEndian, FrameMasks::Offsets& offsets) {
   for (std::size_t i = 0; i < offsets.size(); ++i) {
     offsets[i] = XCIBbase::ReadUnsigned(bytes.data() + i * static_cast<std::size_t>(step), 4, littleEndian);
@@ -105,11 +115,14 @@ bool FrameSections::ReadTables(std::int64_t lookup, std::vector<unsigned char>& 
     std::ranges::copy(table, all.data() + static_cast<std::size_t>(id - 1) * kLookupTableBytes);
     found |= 1u << id;
   }
+  // Four records that name one table twice lack another one, in whose place there would be zeros.
   if (found != 0b11110) return false;
   tables = std::move(all);
   return true;
 }
 
+/// The subheader only has to be there. How many tables it announces is not asked, because the first one is all that is
+/// used.
 bool FrameSections::ReadColors(std::int64_t subheader, std::int64_t map, FrameColors& colors) {
   if (blocks_.Read(subheader, kColorSubheaderBytes).empty()) return false;
   const RpfBlocks::Bytes head = blocks_.Read(map, kOffsetTableBytes);
@@ -129,8 +142,9 @@ bool FrameSections::ReadColors(std::int64_t subheader, std::int64_t map, FrameCo
   return histogramOffset == -1 || TakeHistogram(map + histogramOffset, table, colors);
 }
 
-/// As many bytes are wanted as the file says that its entries have, but they are taken as entries of a fixed size. What
-/// is beyond 217 entries, or beyond those bytes, is left out. A table without bytes is one of its kind all the same.
+/// The file has to have as many bytes as it says that the entries take, but these bytes are cut into entries of the
+/// fixed size of their kind. What is beyond 217 entries, or beyond the bytes, is left out. A table without bytes still
+/// counts as one of its kind, which decides how many channels the frame has.
 bool FrameSections::TakeColors(std::int64_t offset, const ColorTable& table, FrameColors& colors) {
   const auto taken = static_cast<std::size_t>(EntryBytesOf(table.id));
   if (taken == 0) return true;
@@ -146,6 +160,8 @@ bool FrameSections::TakeColors(std::int64_t offset, const ColorTable& table, Fra
   return true;
 }
 
+/// The last count needs its 4 bytes and not a whole record. A step of any length is therefore safe, 0 included, as long
+/// as 4 bytes are left at the place of a count.
 bool FrameSections::TakeHistogram(std::int64_t offset, const ColorTable& table, FrameColors& colors) {
   const std::int64_t claimed = 4 * table.numEntries;
   const std::int64_t kept = std::min(claimed, std::int64_t{kNumColors - 1} * table.histogramRecordBytes + 4);
@@ -174,6 +190,8 @@ bool FrameSections::ReadDescription(std::int64_t offset, FrameDescription& descr
   return true;
 }
 
+/// Both tables have 36 records, of which the last only has to have its offset. A frame without a table of subframes has
+/// them one behind the other.
 bool FrameSections::ReadMasks(std::int64_t offset, const FrameDescription& description, FrameMasks& masks,
                               unsigned& transparentCode) {
   const RpfBlocks::Bytes record = blocks_.Read(offset, kMaskHeadBytes);
@@ -192,8 +210,8 @@ bool FrameSections::ReadMasks(std::int64_t offset, const FrameDescription& descr
     masks.hasSubframes = true;
   }
   if (description.transparencyMaskOffset != -1) {
-    // In the head of the file the table is looked for behind 36 records, wherever it says that it stands. Nothing is
-    // decoded by it.
+    // A table in the head of the file is looked for behind 36 records, wherever it says that it stands. That is
+    // harmless: nothing is decoded by the transparency of a subframe, which callers can only ask for.
     auto table = blocks_.FindInHead(offset + kNumSubframes * transparencyStep, tableBytes(transparencyStep));
     if (table.empty()) table = blocks_.Read(offset + description.transparencyMaskOffset, tableBytes(transparencyStep));
     if (table.empty()) return false;

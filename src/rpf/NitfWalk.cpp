@@ -1,6 +1,11 @@
-// The header of a NITF file is text. Behind fields of fixed length come its own length, the number of image segments
-// and 16 bytes for each, and five more such lists of other segments. Then comes the user-defined header, a length and
-// so many bytes, the first extension of which holds the RPF header, and an extended header in the same form.
+// The header of a NITF file (MIL-STD-2500) is text. Behind fields of fixed length come the length of the header, the
+// number of image segments and 16 bytes for each of them, and five more such lists of other segments. Then comes the
+// user-defined header: its length, and so many bytes, the first extension of which holds the header of the Raster
+// Product Format. An extended header in the same form ends it.
+//
+// The lengths are the file's own word, and the tag of the extension is not looked at. The proof is that all lengths
+// together give the length of the whole header. The fields are mostly in the head of the file that is in memory
+// already, and are read from the file otherwise.
 
 #include "rpf/NitfWalk.h"
 
@@ -28,6 +33,7 @@ class NitfWalk {
       : file_(file),
         head_(reinterpret_cast<const char*>(head), head && headBytes > 0 ? static_cast<std::size_t>(headBytes) : 0) {}
 
+  // Both an old version of the format and the date of a downgrading event put 40 more bytes in front of the length.
   bool IsLong() const { return TextAt(4, 2) == "01" || TextAt(280, 6) == "999998"; }
   /// The number that stands at the beginning of the walk.
   std::int64_t First(std::int64_t offset, std::size_t digits) {
@@ -56,8 +62,8 @@ class NitfWalk {
     if (file_) file_->ReadAt(offset, text.data(), static_cast<std::int64_t>(count));
     return text;
   }
-  /// A field that can't be read counts as 0. Beyond the head the step is taken from where the file stands, which is
-  /// behind the head if that was all that was read so far: only a walk that never used the head finds its fields.
+  /// A field that can't be read counts as 0. Beyond the head the step is taken from where the file stands. A file of
+  /// which only the head was read stands behind it, and there only a walk that never used the head finds its fields.
   std::int64_t Take(std::int64_t step, XFile::SeekOrigin origin, std::size_t digits) {
     std::string text(digits, '\0');
     if (IsInHead(position_, digits)) {

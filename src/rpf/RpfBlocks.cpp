@@ -8,6 +8,7 @@
 
 namespace zrk {
 
+/// A block in the head costs neither a copy nor a call of the system, which is why heads are read so large.
 RpfBlocks::Bytes RpfBlocks::FindInHead(std::int64_t offset, std::int64_t count) const {
   if (!FitsWithin(offset, count, static_cast<std::int64_t>(head_.size()))) return {};
   return head_.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
@@ -22,8 +23,8 @@ RpfBlocks::Bytes RpfBlocks::Read(std::int64_t offset, std::int64_t count) {
   return ReadPart(offset, count, count);
 }
 
-/// The length of the file is asked before the block is made room for, because the count comes from the file. As a file
-/// may have holes, its length alone is no bound.
+/// The count comes from the file, and so the length of the file is asked before memory is taken for a block. A file may
+/// have holes, so that its length alone is no bound; the limit on tables is one.
 RpfBlocks::Bytes RpfBlocks::ReadPart(std::int64_t offset, std::int64_t count, std::int64_t kept) {
   if (kept <= 0 || kept > count) return {};
   const Bytes inHead = FindInHead(offset, count);
@@ -33,6 +34,7 @@ RpfBlocks::Bytes RpfBlocks::ReadPart(std::int64_t offset, std::int64_t count, st
   return ReadFromFile(offset, block_) == kept ? Bytes(block_) : Bytes();
 }
 
+/// A read that fails gives no bytes, like one behind the end of the file.
 std::int64_t RpfBlocks::ReadFromFile(std::int64_t offset, std::span<unsigned char> target) const {
   if (!file_ || offset < 0) return 0;
   return std::max<std::int64_t>(file_->ReadAt(offset, target.data(), static_cast<std::int64_t>(target.size())), 0);

@@ -7,6 +7,7 @@
 
 namespace zrk {
 
+/// The order of the fields is their order on disk, as in all parsers here. Texts have fixed lengths and no end mark.
 tagBoundaryRectangleRecordRPF ParseTocBoundary(RpfBlocks::Bytes bytes, bool littleEndian) {
   tagBoundaryRectangleRecordRPF record{};
   RpfFields fields(bytes, littleEndian);
@@ -26,6 +27,7 @@ tagBoundaryRectangleRecordRPF ParseTocBoundary(RpfBlocks::Bytes bytes, bool litt
   return record;
 }
 
+/// The path stands elsewhere, and a frame refers to it by its offset in the subsection.
 tagFrameFileIndexRecordRPF ParseTocFrame(RpfBlocks::Bytes bytes, bool littleEndian) {
   tagFrameFileIndexRecordRPF record{};
   RpfFields fields(bytes, littleEndian);
@@ -41,6 +43,8 @@ tagFrameFileIndexRecordRPF ParseTocFrame(RpfBlocks::Bytes bytes, bool littleEndi
   return record;
 }
 
+/// What is behind the text is kept as bytes, since nobody here takes it apart. The byte order therefore does not
+/// matter.
 tagColortableIndexRecordRPF ParseTocColortable(RpfBlocks::Bytes bytes) {
   tagColortableIndexRecordRPF record{};
   RpfFields(bytes, false).Text(record.text);

@@ -1,6 +1,9 @@
-// A table of contents has two tables, each a subheader and a subsection of its own: boundary rectangles and frame
-// files. Paths stand in the subsection of the frames, each a length of 2 bytes and so many characters, to which frames
-// refer by the offset. A third table, of colour tables, is not needed to find frames.
+// A table of contents (MIL-STD-2411) has two tables, each a subheader and a subsection of its own: boundary rectangles
+// and frame files. Paths stand in the subsection of the frames, each a length of 2 bytes and so many characters. Frames
+// refer to them by the offset. A third table, of colour tables, is not needed to find frames.
+//
+// Records are read some hundreds at a time. One by one they would take a call of the system each, and all at once they
+// would take memory on the file's own word.
 
 #include "rpf/TocTables.h"
 
@@ -24,8 +27,9 @@ struct RecordTable {
   std::int64_t usedBytes = 0;    ///< of a record, from its beginning
 };
 
-/// Hands the used bytes of all records to `take`, reading `recordsPerRead` of them at a time. No room is made for
-/// records before they are read, so that a count can't ask for more than the file has.
+/// Hands the used bytes of all records to `take`, and reads `recordsPerRead` of them at a time. No room is made for
+/// records before they are read, so that a count can't ask for more than the file has. The last record of a run needs
+/// its used bytes only, because the last one of the file may end there.
 template <class Take>
 bool ReadRecords(RpfBlocks& blocks, const RecordTable& table, int recordsPerRead, Take take) {
   if (table.recordBytes < table.usedBytes) return table.count == 0;
@@ -42,7 +46,8 @@ bool ReadRecords(RpfBlocks& blocks, const RecordTable& table, int recordsPerRead
   return true;
 }
 
-/// Path records are told apart by their offsets. Frames beyond those that have room lose their paths.
+/// Collects the paths that frames refer to, each once. The subheader says how many there are; frames that refer to
+/// further offsets have no path.
 void CollectPaths(std::size_t numPaths, TocFrames& frames) {
   const auto add = [&](std::int32_t offset) {
     if (frames.paths.size() >= numPaths || !frames.pathAt.try_emplace(offset, frames.paths.size()).second) return;
@@ -56,6 +61,7 @@ void CollectPaths(std::size_t numPaths, TocFrames& frames) {
   if (std::ranges::find(records, 0, &tagFrameFileIndexRecordRPF::pathOffset) != records.end()) add(0);
 }
 
+/// A path longer than its record is cut. A path of no characters stands for the folder of the table of contents itself.
 bool ReadPaths(RpfBlocks& blocks, std::int64_t subsection, bool littleEndian, TocFrames& frames) {
   for (tagPathnameRecordRPF& record : frames.paths) {
     const std::int64_t offset = subsection + record.pathOffset;
@@ -72,6 +78,8 @@ bool ReadPaths(RpfBlocks& blocks, std::int64_t subsection, bool littleEndian, To
 
 }  // namespace
 
+/// The length of the table is said twice, in the list of components and by its counts. Where the two differ neither is
+/// to be trusted.
 bool ReadTocBoundaries(RpfBlocks& blocks, const tagComponentRPF& subheader, const tagComponentRPF& table,
                        bool littleEndian, TocBoundaries& boundaries) {
   const auto head = blocks.Read(subheader.offset, 8);

@@ -1,3 +1,12 @@
+// What a table of contents and a frame have in common. Both are NITF files whose user-defined header holds the header
+// of the Raster Product Format (MIL-STD-2411). That header has 48 bytes. Its first byte tells the byte order of
+// everything behind it, and its last field is the offset of the location section. The location section lists all
+// components of the file: a number that says what each is, its length and its offset. With that list a reader goes
+// straight to what it wants.
+//
+// A caller gives the buffer for the head of the file, which is read in one call and then serves the sections too. The
+// state is filled by one thread; no call here locks.
+
 #include "XCIBbase.h"
 
 #include "base/Fence.h"
@@ -49,6 +58,9 @@ void XCIBbase::Reset() {
   *state_ = {};
 }
 
+/// A caller that gives no buffer, or one too small to tell the kind of the file, gets its headers read from the file.
+/// The path is kept as soon as the file is known to be a NITF file, whatever becomes of the rest. A header that the
+/// walk does not find is looked for at the beginning of the file.
 int XCIBbase::OpenHeaders(const XString& path, unsigned char* buffer, int bufferSize, int& bytesRead) {
   return zrk::FencedRead([&] {
     bytesRead = 0;
@@ -78,6 +90,7 @@ int XCIBbase::ReadHeaderSection(XFile* file, const unsigned char* buffer, int by
     zrk::RpfBlocks blocks(file, buffer, bytes);
     const zrk::RpfBlocks::Bytes record = blocks.Read(state_->rpfHeaderOffset, kHeaderBytes);
     if (record.empty()) return 0;
+    // This one byte has to be looked at before any number behind it.
     state_->littleEndian = record[0] == 0xFF;
     zrk::RpfFields fields(record, state_->littleEndian);
     state_->header.endianIndicator = static_cast<unsigned char>(fields.U8());
@@ -94,6 +107,8 @@ int XCIBbase::ReadHeaderSection(XFile* file, const unsigned char* buffer, int by
   });
 }
 
+/// Records are read by runs, as their number is the file's own word. The last one of a run needs only the bytes that
+/// are used.
 int XCIBbase::ReadLocationSection(XFile* file, const unsigned char* buffer, int bytes) {
   return zrk::FencedRead([&] {
     state_->components.clear();
@@ -121,12 +136,15 @@ int XCIBbase::ReadLocationSection(XFile* file, const unsigned char* buffer, int 
   });
 }
 
+/// A number that is listed twice stands for the later component, and so the search goes backwards.
 const tagComponentRPF* XCIBbase::FindComponent(int id) const {
   const auto found = std::find_if(state_->components.rbegin(), state_->components.rend(),
                                   [id](const tagComponentRPF& component) { return component.id == id; });
   return found == state_->components.rend() ? nullptr : &*found;
 }
 
+/// Four bytes that leave no room for a sign come out negative. Readers use that: 0xFFFFFFFF, which marks what is
+/// absent, is -1.
 std::int32_t XCIBbase::ReadUnsigned(const unsigned char* bytes, int width, bool littleEndian) {
   std::uint32_t value = 0;
   for (int i = 0; i < width; ++i) value = value << 8 | bytes[littleEndian ? width - 1 - i : i];

@@ -1,6 +1,13 @@
+// A frame of the Raster Product Format (MIL-STD-2411), as CADRG and CIB products have them: 1536 x 1536 pixels in 36
+// subframes, coded with lookup tables, and a colour table of up to 217 entries.
+//
 // A load reads the head of the file at once, and the sections from that as far as they lie in it. The image comes last:
-// its subframes are found first and then painted, as codes into an image that the frame keeps, or through its colours
-// into planes of somebody else.
+// its subframes are found first and then painted. They are painted as codes into an image that the frame keeps, or
+// through its colours into planes of somebody else. The second way never makes an image of codes, which saves a band
+// one pass over 2.4 million pixels and their memory.
+//
+// `FrameSections` reads the sections, `FrameFind` finds the subframes and `FramePaint` paints them. This file is the
+// facade that keeps what they read. One thread uses a frame at a time.
 
 #include "XCIBframe.h"
 
@@ -22,6 +29,7 @@ constexpr int kCoverageHead = 4096;  // enough for the coverage of any real fram
 constexpr int kImageHead = 524288;   // enough for all of a compressed frame
 constexpr unsigned kNoTransparentCode = 999;
 
+/// The numbers of components in the list of the location section.
 enum Section {
   kCoverage = 0x82,
   kCompression = 0x83,
@@ -34,6 +42,7 @@ enum Section {
   kSpatialData = 0x8C,
 };
 
+/// A position far off the frame, or one of a coverage whose interval is 0, must not be an undefined conversion.
 int TruncateToInt(double value) {
   if (std::isnan(value)) return 0;
   return static_cast<int>(std::clamp(value, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
@@ -69,6 +78,7 @@ struct XCIBframe::State {
   bool PaintColors(const zrk::FrameSubframes& subframes, unsigned transparentCode, zrk::PixelStorage& planes) const;
 };
 
+/// A frame without a transparent code needs no map, and its tables are then used where they are.
 bool XCIBframe::State::PaintCodes(const zrk::FrameSubframes& subframes, unsigned transparentCode) {
   if (!image.Reserve(zrk::kFramePixels)) return false;
   const zrk::FrameMap codes = zrk::MakeCodeMap(transparentCode);
@@ -79,6 +89,8 @@ bool XCIBframe::State::PaintCodes(const zrk::FrameSubframes& subframes, unsigned
   return true;
 }
 
+/// The way of a code is put together to one map for each plane: the transparent code becomes 0, and then each code its
+/// colour. A code beyond the colours is black. Planes lie one behind the other.
 bool XCIBframe::State::PaintColors(const zrk::FrameSubframes& subframes, unsigned transparentCode,
                                    zrk::PixelStorage& planes) const {
   const auto numPlanes = static_cast<std::size_t>(colors.CountChannels());
@@ -105,6 +117,8 @@ int XCIBframe::LoadPlanes(const XString& path, zrk::PixelStorage& planes) {
   return zrk::FencedRead([&] { return Load(path, {true, true, &planes}); });
 }
 
+/// Whatever was loaded before goes first, so that a load that fails leaves no mixture of two frames. A caller that only
+/// wants to know where the frame lies reads 4 KB of it.
 int XCIBframe::Load(const XString& path, const Wanted& wanted) {
   Reset();
   CleanUp();
@@ -120,6 +134,8 @@ int XCIBframe::Load(const XString& path, const Wanted& wanted) {
   return ReadSections(&file, head.get(), bytesRead, wanted);
 }
 
+/// The results of colours and tables are not looked at, since a frame can do without them. An image that needs the
+/// tables asks for them itself.
 int XCIBframe::ReadSections(XFile* file, const unsigned char* buffer, int bytes, const Wanted& wanted) {
   if (!ReadCoverageSection(file, buffer, bytes)) return 0;
   if (wanted.color || wanted.image) {
@@ -167,6 +183,7 @@ int XCIBframe::ReadImageSection(XFile* file, const unsigned char* buffer, int by
   return ReadImage(file, buffer, bytes, nullptr);
 }
 
+/// A mask that is announced has to be there: without it the offsets of the subframes are unknown.
 int XCIBframe::ReadImage(XFile* file, const unsigned char* buffer, int bytes, zrk::PixelStorage* planes) {
   const tagComponentRPF* description = FindComponent(kImageDescription);
   const tagComponentRPF* display = FindComponent(kImageDisplay);
@@ -244,6 +261,7 @@ int XCIBframe::GetTransparencyOffset(int subframe) const {
   return state_->masks.transparency[static_cast<std::size_t>(subframe)];
 }
 
+/// The coordinates are those of the middle of the pixel, while the coverage has the outer edges.
 void XCIBframe::PixelToWorldCoord(int row, int col, double& lat, double& lon) const {
   const tagCoverageSectionSubheaderRPF& coverage = state_->coverage;
   lat = coverage.nwLatitude - (row + 0.5) * coverage.verticalInterval;

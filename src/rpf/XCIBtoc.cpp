@@ -1,5 +1,9 @@
-// A load fills the records of boundary rectangles and frame files. The names of frame files are made of them: as the
-// product's own systems write them, and as this system opens them.
+// A load fills the records of boundary rectangles and frame files. The names of frame files are made of them when they
+// are asked for, in two forms: as the product's own systems write them, with backslashes, and as this system opens
+// them.
+//
+// The first form is a matter of characters alone and touches no disk. The second walks the folders of the product and
+// may therefore fail where the first does not. The layout of the tables is told in `TocTables`.
 
 #include "XCIBtoc.h"
 
@@ -14,12 +18,14 @@
 
 namespace {
 
+/// Enough for all of a small table of contents. A larger one is read on from the file.
 constexpr int kHeadBytes = 65536;
 constexpr int kBoundarySubheader = 0x94, kBoundaryTable = 0x95;
 constexpr int kFrameSubheader = 0x96, kFrameSubsection = 0x97;
 constexpr int kColortableIndex = 0x98;
 
-/// The text up to and including its last backslash. The first character is not looked at, and always taken.
+/// The text up to and including its last backslash. The first character is taken in any case and never looked at, so
+/// that a path without a backslash still has one character as its directory.
 XString DirectoryOf(const XString& path) {
   return path.Left(std::max(path.ReverseFind('\\'), 0) + 1);
 }
@@ -27,6 +33,7 @@ XString DirectoryOf(const XString& path) {
 /// Mostly the dot and the slash that a stored path begins with.
 constexpr int kDroppedCharacters = 2;
 
+/// Fields of fixed length are filled up with blanks.
 std::string WithoutTrailingBlanks(std::string text) {
   text.erase(text.find_last_not_of(' ') + 1);
   return text;
@@ -51,6 +58,7 @@ struct XCIBtoc::State {
 XCIBtoc::XCIBtoc() : state_(std::make_unique<State>()) {}
 XCIBtoc::~XCIBtoc() = default;
 
+/// Half a table of contents would answer with frames that can't be found, so that nothing is kept of a load that fails.
 int XCIBtoc::LoadFile(const XString& path) {
   Forget();
   const int isLoaded = zrk::FencedRead([&] { return Load(path); });
@@ -173,6 +181,8 @@ XString XCIBtoc::GetFrameFilename(int row, int col, int boundary) const {
              : GetFrameFilename(static_cast<int>(found - state_->frames.records.begin()));
 }
 
+/// The walk asks the disk and takes memory, and either may fail. The path is then empty, as for a frame that does not
+/// exist.
 XString XCIBtoc::GetFramePath(int index, bool mayLeaveFolder) const {
   const tagFrameFileIndexRecordRPF* frame = GetFrameRecordAt(index);
   if (!frame || !state_->walk) return {};

@@ -1,6 +1,11 @@
-// A native raster file is a head, the bodies of its bands, and a text that tells all that is known of them. The head
-// says last where the text begins, and so that the file is whole. What a save asks for is checked before the file is
-// begun, so that a request that can't be met touches nothing.
+// A native raster file is a header, the bodies of its bands, and a text that tells all that is known of them. The
+// header says last where the text begins, and by that it says that the file is whole.
+//
+// All three ways to save go through `Run`: check, begin, write the bodies, finish. What a save asks for is checked
+// before the file is begun, so that a request that can't be met touches nothing. A band is recorded in the text as soon
+// as its body is written, because the text needs the offset, the size and the statistics of the body. `NewFile` sees to
+// it that a good file of the name stays until the new one is whole. One thread runs a save; the building of a body
+// takes further threads by itself.
 
 #include "writers/NativeSave.h"
 
@@ -21,7 +26,8 @@
 namespace zrk {
 namespace {
 
-/// The sensor model is that of the window: where that is not the whole band, its position counts.
+/// The sensor model of the file is that of the window. A window smaller than the band begins at some pixel of it, and
+/// that position is added to the offsets of the model.
 void CopySensorModel(XRSFileSaver& saver, ZRMBand& band, const Window& window) {
   if (!band.GetUseSensorModel()) return;
   double offsetX = 0.0, offsetY = 0.0, scaleX = 0.0, scaleY = 0.0;
@@ -37,7 +43,8 @@ void CopySensorModel(XRSFileSaver& saver, ZRMBand& band, const Window& window) {
   saver.WriteScanSensorParams(band.GetScanSensorParam());
 }
 
-/// The percentages that a band of a compressed save takes. The last leaves room for what follows.
+/// The percentages that a band of a compressed save takes. The last band stops short of 100, because the text is still
+/// to be written when its body is done.
 struct Share {
   Share(int band, int numBands) : start(100 * band / numBands), end(100 * (band + 1) / numBands) {
     if (band == numBands - 1) end = std::max(end - 5, start);
@@ -52,6 +59,7 @@ bool NativeSave::Fail(const char* sentence) {
   return FailWith(err_, sentence);
 }
 
+/// A stop is no failure and has no sentence. The flag tells the two apart when the thread is told how the save ended.
 bool NativeSave::Check(PyramidResult result) {
   wasStopped_ = result == PyramidResult::kStopped;
   return result == PyramidResult::kDone || (!wasStopped_ && Fail(GetSentence(result)));
@@ -69,8 +77,9 @@ int NativeSave::SaveSharpened() {
   return Run(&NativeSave::AreSharpened, &NativeSave::WriteSharpenedBands);
 }
 
-/// What there is of a file whose bodies were not all written stays. One that could not be brought to the medium whole
-/// is not to be trusted and goes away.
+/// Of a file whose bodies were not all written, what there is stays for whoever wants to look at it. A file that is
+/// complete and could not be brought to the medium is not to be trusted and goes away with the object. The inner fence
+/// serves that difference: what a body throws must also leave the file.
 int NativeSave::Run(Step check, Step writeBands) {
   const bool isDone = Fenced(err_, [&] {
     if (!(this->*check)() || !Begin()) return false;
@@ -88,6 +97,8 @@ bool NativeSave::HasSource() {
   return (!bands_.empty() && bands_.front()) || Fail("No Band found");
 }
 
+/// After the dataset the count of the bands is looked at, then their kind, and a missing path, which has no sentence,
+/// last. Callers see this order in the sentence that they get.
 bool NativeSave::AreSharpened() {
   if (!request_.dataset) return false;
   bands_ = ListBands(*request_.dataset, request_.dataset->GetNumOfBands());
@@ -99,12 +110,15 @@ bool NativeSave::AreSharpened() {
   return !request_.path.IsEmpty();
 }
 
+/// The window has to lie in every band, since bands of a dataset need not be of one size.
 bool NativeSave::HasWindow() const {
   return std::ranges::all_of(bands_, [this](const ZRMBand* band) {
     return band && request_.window.IsInside(band->GetXSize(), band->GetYSize());
   });
 }
 
+/// The window is looked at before the old file is, so that a window that can't be read leaves no trace on the disk. The
+/// saver writes a header without a text when it gets the file.
 bool NativeSave::Begin() {
   if (!HasWindow()) return Fail(GetSentence(PyramidResult::kReadFailed));
   if (!MayReplace(*request_.dataset, request_.path) || !output_.BeginOrFill(request_.path)) {
@@ -117,6 +131,9 @@ bool NativeSave::Begin() {
   return true;
 }
 
+/// The body is recorded first, and its statistics with it: they are those of the window, while all other fields are
+/// copied from the band. Buffers of the band are given back where memory is short, since its pixels are done with. The
+/// end of the data moves last and makes room for the next body.
 void NativeSave::RecordBand(ZRMBand& band, const BandBody& body) {
   const Window& window = request_.window;
   saver_.WriteBandTag();
@@ -130,6 +147,8 @@ void NativeSave::RecordBand(ZRMBand& band, const BandBody& body) {
   ticks_ += body.ticks;
 }
 
+/// One band is built at a time, so that the memory of a save does not grow with the count of its bands. Each gets the
+/// same whole number of percentages.
 bool NativeSave::WriteBands() {
   const int share = 100 / static_cast<int>(bands_.size());
   BodyRequest how = {request_.window, request_.level, request_.mode, request_.maxError, request_.thread, 0, share};
@@ -160,6 +179,8 @@ bool NativeSave::WriteCompressedBands() {
   return true;
 }
 
+/// The outputs of a sharpening are computed together. Their plain bodies are therefore built together too, in one pass
+/// over the window.
 bool NativeSave::WriteSharpenedBands() {
   const BodyRequest how = {request_.window, request_.level, request_.mode, request_.maxError, request_.thread};
   std::vector<BandBody> bodies;
@@ -169,6 +190,8 @@ bool NativeSave::WriteSharpenedBands() {
   return true;
 }
 
+/// The text names the bands and then the dataset. `Save` writes it and syncs; only after that does the file take its
+/// name.
 bool NativeSave::Finish() {
   CopyDataset(saver_, *request_.dataset);
   const bool isPublished = saver_.Save() && output_.Publish();

@@ -10,6 +10,9 @@
 namespace zrk {
 namespace {
 
+/// The largest that the file can become, told before its tags are set. Strips are counted at the fewer rows of the two
+/// heights that are in use, and for each band, so that the list of strips is never longer than taken here. A size that
+/// 64 bits do not hold can't be told at all and takes the wide form.
 bool NeedsBigTiff(const TiffJob& job) {
   const int width = job.window.Width(), height = job.window.Height();
   const std::int64_t pixelBytes = job.IsPalette() ? 1 : std::int64_t{job.SampleBytes()} * job.numBands;
@@ -21,6 +24,8 @@ bool NeedsBigTiff(const TiffJob& job) {
 
 }  // namespace
 
+/// The output shares the open file and knows nothing of its name. An object that is given up on the way removes what it
+/// has begun.
 std::unique_ptr<NewTiff> NewTiff::Begin(const TiffJob& job) {
   auto tiff = std::make_unique<NewTiff>();
   if (!MayReplace(*job.dataset, job.path) || !tiff->file_.BeginOrFill(job.path)) return nullptr;
@@ -28,6 +33,7 @@ std::unique_ptr<NewTiff> NewTiff::Begin(const TiffJob& job) {
   return tiff->output_ ? std::move(tiff) : nullptr;
 }
 
+/// A file whose head is not written yet is no TIFF, and must not take the place of one.
 bool NewTiff::Publish() {
   return output_->IsFinished() && file_.Publish();
 }

@@ -6,6 +6,8 @@
 
 namespace zrk {
 
+/// The file of the dataset is looked for by identity and not by name, because links give one file several names.
+/// Opening the target to write finds what forbids it before anything is begun; the opening itself changes nothing.
 bool MayReplace(const XRSFile& dataset, const XString& path) {
   if (CurrentDisk().AreSame(dataset.GetFilePath().AsStdString(), path.AsStdString())) return false;
   return !XFile::Exists(path) || XFile().Open(path, XFile::kReadWrite | XFile::kShareDenyNone);

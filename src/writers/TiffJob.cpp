@@ -9,7 +9,9 @@
 namespace zrk {
 namespace {
 
-/// What the band contradicts of the reference, or null.
+/// What the band contradicts of the reference, or null. Bands that are placed in the world have to be in one place,
+/// since a TIFF file has one georeference for all of them. Numbers are compared exactly: bands of one source got them
+/// from the same lines. The order decides which sentence a caller reads.
 const char* FindContradiction(const ZRMBand& reference, const ZRMBand& band) {
   const int kind = reference.GetCoordinateKind();
   if (kind == kCoordinateWorld || kind == kReferenceKnown) {
@@ -27,6 +29,8 @@ const char* FindContradiction(const ZRMBand& reference, const ZRMBand& band) {
 
 }  // namespace
 
+/// What is recorded here stays as it was when the dataset was handed over. The data type of the first band is the one
+/// that is written, and `AreBandsAlike` holds the others to it.
 void TiffJob::SetDataset(XRSFile& file) {
   dataset = &file;
   numBands = file.GetNumOfBands();
@@ -47,11 +51,13 @@ ZRMBand* TiffJob::FirstBand() const {
   return dataset ? dataset->GetBandAt(0) : nullptr;
 }
 
+/// A thematic band has classes for samples, and only a file of one band can have a table of colours.
 bool TiffJob::IsPalette() const {
   const ZRMBand* first = FirstBand();
   return numBands == 1 && first && first->GetBandType() == kBandTypeThematic;
 }
 
+/// Three bands of bytes are what every viewer shows as red, green and blue.
 bool TiffJob::IsColour() const {
   return numBands == 3 && dataType == kPint08;
 }
@@ -60,11 +66,13 @@ int TiffJob::SampleBytes() const {
   return XfnGetDataSize(dataType);
 }
 
+/// Blocks are also kept to a size in memory, which wide images reach with fewer rows than wanted.
 int TiffJob::BlockHeight() const {
   constexpr int kWantedRows = 200;
   return XfnCalcBlockHeight(window.Width(), window.Height(), SampleBytes(), kWantedRows);
 }
 
+/// The product of a damaged or foreign dataset can leave 64 bits, and then there is no room for it.
 bool HasRoom(const TiffJob& job, XString& err) {
   const ZRMBand* first = job.FirstBand();
   if (!first) return false;
@@ -74,6 +82,7 @@ bool HasRoom(const TiffJob& job, XString& err) {
   return (bytes && XfnIsDiskSpaceEnough(job.path, *bytes)) || FailWith(err, kDiskFull);
 }
 
+/// A band that is missing contradicts nothing here. The read of it fails later, with a sentence of its own.
 bool AreBandsAlike(const TiffJob& job, XString& err) {
   const ZRMBand* reference = nullptr;
   for (int i = 0; i < job.numBands; ++i) {

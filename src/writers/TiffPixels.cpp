@@ -1,3 +1,15 @@
+// The samples of a TIFF file are written in blocks of rows, whose height `TiffJob` chooses and the band adjusts to the
+// rows that it decodes together. The file is laid out first, so that every sample has its place and blocks may come in
+// any order.
+//
+// There are two shapes on disk. Files of three bands of bytes, and files of classes, have whole pixels one behind the
+// other. These pixels are made in a buffer of 1 MB, out of the blocks of all bands, and written from there. All other
+// files have one plane behind the other, and a block of a band goes to the disk as it was read. Where the source holds
+// the samples of several bands together, as an interleaved TIFF does, as many bands as memory allows are read in one
+// pass over it.
+//
+// One thread writes. It asks for a stop before each read of a band, so that a stop takes effect within one block.
+
 #include "writers/TiffPixels.h"
 
 #include "base/AlignLike.h"
@@ -21,8 +33,9 @@
 namespace zrk {
 namespace {
 
+/// Few enough bytes to stay in the cache, and enough that a call of the system costs little beside them.
 constexpr std::int64_t kFilledBytes = 1 << 20;
-/// What the blocks of several bands may take.
+/// What the blocks of several bands may take in memory at once.
 constexpr std::int64_t kJointBytes = 32 << 20;
 
 /// Writes the pixels of a file of one plane, which are made some at a time, so that they are still in the cache when
@@ -54,7 +67,8 @@ class PixelWriter {
   PixelStorage pixels_;
 };
 
-/// Makes `count` pixels of what lies `offset` samples into the planes.
+/// Makes `count` pixels of what lies `offset` samples into the planes. Three planes of bytes, the usual colour image,
+/// have a loop of their own. Other planes are spread into the pixels one after another.
 void JoinPixels(const std::vector<tagXArr2*>& planes, std::int64_t offset, std::size_t count, int sampleBytes,
                 unsigned char* pixels) {
   const std::int64_t from = offset * sampleBytes;
@@ -75,12 +89,13 @@ bool TiffPixels::Fail(const char* sentence) {
   return FailWith(err_, sentence);
 }
 
-/// The rows of the block of a band that begins at a row of the window.
+/// The rows of the block of a band that begins at a row of the window. The row is counted in the band for that, because
+/// the rows that are decoded together are counted from its top. The last block ends with the window.
 int TiffPixels::CountRows(const ZRMBand& band, int row) const {
   return std::min(CountBlockRows(band, job_.window.y0 + row, job_.BlockHeight()), job_.window.Height() - row);
 }
 
-/// Of the largest block that is read of a band.
+/// The bytes of the largest block that is read of a band. A block at the top is cut by nothing but the end of the band.
 std::int64_t TiffPixels::CountBlockBytes(const ZRMBand& band) const {
   const int numRows = std::min(CountBlockRows(band, 0, job_.BlockHeight()), band.GetYSize());
   return std::int64_t{job_.window.Width()} * numRows * job_.SampleBytes();
@@ -102,7 +117,8 @@ bool TiffPixels::Fits(const tagXArr2* data, int numRows) const {
          data->elementSize == job_.SampleBytes();
 }
 
-/// The outputs of a sharpening are computed together, by the read of the first one.
+/// The read of the first output computes the block of all outputs of a sharpening. Each further output then finds its
+/// own part ready.
 bool TiffPixels::ReadFirst(const Block& block) const {
   ZRMBand* const first = job_.FirstBand();
   tagXArr2* data = nullptr;
@@ -111,7 +127,8 @@ bool TiffPixels::ReadFirst(const Block& block) const {
   return first && first->ReadSubset(data, 0, window.x0, window.x1, y0, y0 + block.numRows - 1, nullptr);
 }
 
-/// Reads rows of some bands: at once where one pass over the source serves them all.
+/// Reads rows of some bands, in one pass where one pass over the source serves them all. The work is reported once for
+/// each band also then, so that the percentages a caller sees do not depend on how the source lies on disk.
 bool TiffPixels::ReadRows(std::span<ZRMBand* const> bands, const Block& block, std::span<tagXArr2*> out) {
   const std::size_t together = bands.size() > 1 && XfnHaveJointSource(bands) ? bands.size() : 1;
   const Window& window = job_.window;
@@ -130,6 +147,8 @@ bool TiffPixels::ReadRows(std::span<ZRMBand* const> bands, const Block& block, s
   return true;
 }
 
+/// A full disk has a sentence of its own. It is found here, before the first sample is read, where the disk can reserve
+/// room.
 bool TiffPixels::LayOut() {
   const TiffOutput::Result result = tiff_.LayOut();
   return result == TiffOutput::Result::kDone ||
@@ -140,6 +159,8 @@ bool TiffPixels::Finish() {
   return tiff_.Finish() || Fail(kWriteFailed);
 }
 
+/// All bands are read before a pixel can be made, so that the blocks of all of them are in memory at once. Memory for
+/// the list of bands has a sentence of its own, which callers know.
 bool TiffPixels::WriteJoined() {
   const std::int64_t width = job_.window.Width();
   const int height = job_.window.Height(), sampleBytes = job_.SampleBytes();
@@ -165,7 +186,8 @@ bool TiffPixels::WriteJoined() {
   return Finish();
 }
 
-/// As many bands are written together as one pass over the source serves and there is room for.
+/// Strips are as high as the blocks that are wanted of a band. As many bands are written together as one pass over the
+/// source serves and there is room for.
 bool TiffPixels::WritePlanes() {
   if (tiff_.Get()) TIFFSetField(tiff_.Get(), TIFFTAG_ROWSPERSTRIP, job_.BlockHeight());
   if (!LayOut()) return false;
@@ -183,6 +205,8 @@ bool TiffPixels::WritePlanes() {
   return Finish();
 }
 
+/// The outputs go one by one, and each further one has the first read before it. That costs the sharpening of a block
+/// once for each output.
 bool TiffPixels::WriteSharpenedPlanes() {
   if (!LayOut()) return false;
   for (int i = 0; i < job_.numBands; ++i) {
@@ -192,7 +216,9 @@ bool TiffPixels::WriteSharpenedPlanes() {
   return Finish();
 }
 
-/// Writes the planes of some bands, the first of which has number `first`.
+/// Writes the planes of some bands, the first of which has number `first`. A plane lies behind all planes before it, so
+/// that its place follows from its number alone. Every band keeps the buffer of its last read. Where those of all bands
+/// together would exceed what blocks may take, the buffers are given back once their planes are written.
 bool TiffPixels::WriteSomePlanes(int first, std::span<ZRMBand* const> bands, bool isFirstRead) {
   if (!bands.front()) return Fail(kNoBand);
   const int height = job_.window.Height();
@@ -213,6 +239,7 @@ bool TiffPixels::WriteSomePlanes(int first, std::span<ZRMBand* const> bands, boo
   return true;
 }
 
+/// The statistics are looked at once, before the first block, because all blocks must be spread over the same range.
 bool TiffPixels::WriteClasses() {
   if (!LayOut()) return false;
   PixelWriter writer(tiff_, 1);

@@ -1,3 +1,7 @@
+// Tags tell a reader of a TIFF file how its samples lie and what they mean (TIFF, Revision 6.0), and where the image
+// lies in the world (GeoTIFF, Revision 1.0). The tags of the image have to be right for the file to be read at all, and
+// a failure ends the save. The georeference is an addition: a file without it is still an image.
+
 #include "writers/TiffTagWriter.h"
 
 #include "geo/GeoKeyHandle.h"
@@ -16,6 +20,7 @@
 namespace zrk {
 namespace {
 
+/// A reader takes samples for unsigned whole numbers unless it is told otherwise.
 int GetSampleFormat(int dataType) {
   switch (dataType) {
     case kSint08:
@@ -30,7 +35,8 @@ int GetSampleFormat(int dataType) {
   }
 }
 
-/// Class 0 is black, and the record of class i stands at i - 1.
+/// The table of colours has 16 bits for each part of a colour, of which 257 times a byte uses the full range. Class 0
+/// is black, and the record of class i stands at i - 1. A class without a record is black too.
 bool SetColourMap(TIFF* tiff, const ZRMBand& band) {
   constexpr int kNumClasses = 256, kFullScale = 257;
   std::array<std::uint16_t, kNumClasses> red{}, green{}, blue{};
@@ -44,7 +50,8 @@ bool SetColourMap(TIFF* tiff, const ZRMBand& band) {
   return TIFFSetField(tiff, TIFFTAG_COLORMAP, red.data(), green.data(), blue.data()) != 0;
 }
 
-/// One sample is what the photometric tag speaks of. Readers want to be told that the others are further ones.
+/// The photometric tag speaks of one sample of a pixel. Readers want to be told that the others are further samples,
+/// which have no meaning that the format knows.
 bool SetExtraSamples(TIFF* tiff, int numExtra) {
   const std::vector<std::uint16_t> unspecified(static_cast<std::size_t>(numExtra), EXTRASAMPLE_UNSPECIFIED);
   return numExtra == 0 || TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, numExtra, unspecified.data()) != 0;
@@ -68,10 +75,13 @@ bool SetImageTags(TIFF* tiff, const TiffJob& job) {
   };
   const auto set = [tiff](const auto& tag) { return TIFFSetField(tiff, tag.first, tag.second) != 0; };
   if (!std::ranges::all_of(tags, set)) return false;
+  // The bits of a sample are set by now: libtiff sizes the table of colours by them.
   if (isPalette) return SetColourMap(tiff, *job.FirstBand());
   return isPlain || SetExtraSamples(tiff, job.numBands - 1);
 }
 
+/// The upper left corner of the image is tied to its place in the world, and the sizes of a pixel do the rest, as the
+/// axes are never turned. The point is a corner of a pixel and not its middle, which the last key says.
 bool SetGeoTags(TIFF* tiff, const TiffJob& job) {
   const XSpatialReference* system = job.dataset ? job.dataset->GetSR() : nullptr;
   if (!system || system->IsEmpty()) return false;

@@ -1,3 +1,12 @@
+// A save of a TIFF file has steps: look whether it can be done, open the output, set the tags, write the pixels, give
+// the file its name. `Save` runs them in this order. Callers may also run them one by one, through the calls at the end
+// of this file; each of those does one step on the same state.
+//
+// `TiffJob` has what is asked for, `NewTiff` the file, `TiffTagWriter` the tags and `TiffPixels` the samples. Here is
+// only the order of the steps, and which sentence a caller gets when one of them fails. The file takes its name last.
+// Whatever fails before leaves the old file of the name as it was. A world file follows a file that is saved; its
+// failure fails no save.
+
 #include "XRSFile2Tiff.h"
 
 #include "base/Failure.h"
@@ -42,13 +51,17 @@ int XRSFile2Tiff::State::Save(const XString& path, const zrk::Window& window, bo
            (tiff->Publish() || FailWith(err, zrk::kWriteFailed));
   });
   tiff.reset();
+  // The last three characters are the extension, whatever they are. A path that ends in "tfw" has no world file, which
+  // would replace the image.
   constexpr int kExtension = 3;
   const XString worldFile = path.Left(path.GetLength() - kExtension) + "tfw";
   if (isSaved && !(worldFile == path)) WriteWorldFile(worldFile);
   return zrk::TellResult(thread, isSaved, wasStopped, err);
 }
 
-/// What comes before a read fails is checked first, for a window of one pixel where the one that is asked for is none.
+/// The checks go in the order of the work, so that a caller hears of the first thing that would have gone wrong. A
+/// window outside the bands is such a thing, but only when the first block is read: room and likeness come before it,
+/// and are checked for a window of one pixel. A TIFF file counts its bands in 16 bits.
 bool XRSFile2Tiff::State::IsPossible(const zrk::Window& window, XString& err) {
   const ZRMBand* first = job.FirstBand();
   if (!first) return false;
@@ -59,6 +72,7 @@ bool XRSFile2Tiff::State::IsPossible(const zrk::Window& window, XString& err) {
   return job.numBands <= UINT16_MAX || FailWith(err, zrk::kWriteFailed);
 }
 
+/// An output that is still open is given up, and with it what was written of it.
 bool XRSFile2Tiff::State::Open(const XString& path) {
   tiff.reset();
   if (!job.dataset) return false;
@@ -67,19 +81,22 @@ bool XRSFile2Tiff::State::Open(const XString& path) {
   return tiff != nullptr;
 }
 
-/// The place in the world fails no save.
+/// The georeference fails no save.
 bool XRSFile2Tiff::State::SetTags(XString& err) {
   if (!SetImageTags(tiff->Output().Get(), job)) return FailWith(err, zrk::kWriteFailed);
   SetGeoTags(tiff->Output().Get(), job);
   return true;
 }
 
+/// The shape of the file is a matter of its bands. Whether they are sharpened only matters where planes are written one
+/// by one.
 bool XRSFile2Tiff::State::WritePixels(bool isSharpened, XString& err, XThread* thread) {
   if (job.IsPalette()) return Write(&TiffPixels::WriteClasses, err, thread);
   if (job.IsColour()) return Write(&TiffPixels::WriteJoined, err, thread);
   return Write(isSharpened ? &TiffPixels::WriteSharpenedPlanes : &TiffPixels::WritePlanes, err, thread);
 }
 
+/// Every way has a fence of its own, because the steps can also be run one by one, outside the fence of `Save`.
 bool XRSFile2Tiff::State::Write(bool (TiffPixels::*way)(), XString& err, XThread* thread) {
   if (!tiff || !job.FirstBand()) return false;
   TiffPixels pixels(job, tiff->Output(), thread, err);
@@ -100,6 +117,7 @@ bool XRSFile2Tiff::State::WriteWorldFile(const XString& path) const {
 XRSFile2Tiff::XRSFile2Tiff() : state_(std::make_unique<State>()) {}
 XRSFile2Tiff::~XRSFile2Tiff() = default;
 
+/// The job takes over the dataset as well, because the single steps can be called without a `Save` before them.
 void XRSFile2Tiff::SetXRSFile(XRSFile* file) {
   if (!file) return;
   state_->dataset.SetDataset(*file);
@@ -134,6 +152,7 @@ int XRSFile2Tiff::OpenOutputFile(XString path, XString&) {
   return state_->Open(path);
 }
 
+/// Only a file that was written to its end takes its name here. Anything less is removed.
 void XRSFile2Tiff::DeleteFileOutput() {
   if (state_->tiff) state_->tiff->Publish();
   state_->tiff.reset();

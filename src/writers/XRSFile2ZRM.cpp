@@ -1,3 +1,7 @@
+// The public face of a native save. Each call copies what is common to all saves into a request, adds what it was asked
+// for, and hands the request to `NativeSave`, which does the work. Nothing of a save is kept here but the time that
+// compressing took.
+
 #include "XRSFile2ZRM.h"
 
 #include "core/native/BandBodies.h"
@@ -43,6 +47,8 @@ const XString& XRSFile2ZRM::GetCompressionTime() const {
   return state_->compressionTime;
 }
 
+/// A mode that is not a plain one asks for compression, also of the outputs of a sharpening. The class of the first
+/// band decides between the other two ways, and an empty path goes the general one, which refuses it.
 int XRSFile2ZRM::Save(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, double quality,
                       XString& err, XThread* thread) {
   if (!zrk::IsPlainMode(compressionMode)) {
@@ -68,6 +74,7 @@ int XRSFile2ZRM::SaveZRMBandGeneralComp(XString path, int level, int x0, int x1,
   request.maxError = quality;
   zrk::NativeSave save(request, err);
   if (!save.SaveCompressed()) return 0;
+  // The time is that of the processor. It is told of a save that succeeded, and stays as it was otherwise.
   state_->compressionTime.Format("%.8lf sec", static_cast<double>(save.GetTicks()) / CLOCKS_PER_SEC);
   return 1;
 }
