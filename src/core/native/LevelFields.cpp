@@ -4,7 +4,6 @@
 #include "core/native/FieldLoad.h"
 #include "core/native/NativeLoad.h"
 #include "core/native/NativeXml.h"
-#include "ZRMBandComplex.h"
 
 #include <algorithm>
 #include <iterator>
@@ -68,9 +67,7 @@ void CopyStatistics(const ZRMBand& source, ZRMBand* target) {
 void TakeOver(ZRMBand& band, ZRMBand& text) {
   // Only the fields: a band's own way of cloning may take pixels over.
   band.ZRMBand::CloneBand(&text);
-  if (band.IsKindOf(ZRMBandComplex::GetRuntimeClassStatic())) {
-    CopyStatistics(text, static_cast<ZRMBandComplex&>(band).GetInnerBand());
-  }
+  if (band.GetShownBand() != &band) CopyStatistics(text, band.GetShownBand());
 }
 
 }  // namespace

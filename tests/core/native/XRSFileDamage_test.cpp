@@ -2,7 +2,7 @@
 // was.
 
 #include "FaultyDisk.h"
-#include "NativeSamples.h"
+#include "NativeFields.h"
 #include "TempFolder.h"
 #include "XEPOT2D.h"
 

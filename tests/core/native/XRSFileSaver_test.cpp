@@ -1,6 +1,6 @@
 #include "XRSFileSaver.h"
 
-#include "NativeSamples.h"
+#include "NativeFields.h"
 #include "TempFolder.h"
 #include "XEPOT2D.h"
 
