@@ -3,6 +3,7 @@
 
 #include "Inputs.h"
 #include "LevelInputs.h"
+#include "LevelLimit.h"
 #include "Rows.h"
 #include "XPath.h"
 #include "XRSFile.h"
@@ -12,6 +13,7 @@
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
+#include <unistd.h>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -100,6 +102,21 @@ void BuildByUs(const Picture& picture, int numWorkers) {
   XString err;
   Must(XRSFileIO::CreateFileXLD(file.get(), picture.native, err, kLevelBuild, nullptr), err.AsStdString());
   XfnSetWorkerCount(1);
+}
+
+/// The build beside a floor under it: the same bytes read and written with the same syncs, and nothing computed.
+void AddLimitRows(const Picture& picture, std::vector<Row>& rows) {
+  const std::string built = XRSFileIO::GetFileNameXLD(picture.native).AsStdString(), sample = built + ".sample";
+  BuildByUs(picture, 1);
+  fs::copy_file(built, sample, fs::copy_options::overwrite_existing);
+  for (const int numWorkers : {1, 2}) {
+    const std::string workers = numWorkers == 1 ? "" : ", 2 workers";
+    rows.push_back({std::string("level_limit_") + picture.key + "_" + std::to_string(numWorkers),
+                    std::string("level file of ") + picture.title + workers, "its bytes moved, no work",
+                    [=] { BuildByUs(picture, numWorkers); },
+                    [=] { MoveBytesOfLevelFile(picture.native, sample, numWorkers); }, 1, numWorkers == 1 ? 1.5 : 1.25,
+                    [] { ::sync(); }});
+  }
 }
 
 /// The level file's pyramid of one band; the native raster itself can't have one attached.
@@ -264,6 +281,7 @@ void AddLevelRows(const BenchOptions& options, std::vector<Row>& rows) {
   const Picture colour = MakePicture(options, "rgb", "a large 3 x 8-bit picture", large, kPint08, 3);
   const Picture real = MakePicture(options, "f32", "a float picture", options.side, kReal32, 1);
   for (const Picture& picture : {grey, colour, real}) AddBuildRows(picture, rows);
+  for (const Picture& picture : {grey, colour, real}) AddLimitRows(picture, rows);
   AddReadRows(options, grey, rows);
 }
 

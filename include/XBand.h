@@ -158,12 +158,16 @@ class ZRKIO_API XBand : public XObject {
   /// The rows of the source that are decoded together, 1 where any read costs the same: reads that begin with a
   /// multiple of this number and take a multiple of it decode nothing twice.
   int GetDecodeRows() const { return decodeRows_; }
+  /// The columns of the source that lie together, as those of a tile do; 0 where whole rows lie together. Reads that
+  /// begin with a multiple of this number and take a multiple of it cost no more than their share of whole rows.
+  int GetDecodeColumns() const { return decodeColumns_; }
 
   double GetNullValue() const { return nullValue_; }
   void SetNullValue(double nullValue) { nullValue_ = nullValue; }
 
  protected:
   void SetDecodeRows(int decodeRows) { decodeRows_ = decodeRows; }
+  void SetDecodeColumns(int decodeColumns) { decodeColumns_ = decodeColumns; }
   /// Whether buffers are to be freed: where `force` is nonzero, or free physical memory is at or below 20.0 percent.
   static bool IsMemoryWanted(int force);
   /// Whether the window is a valid one of this band.
@@ -194,4 +198,5 @@ class ZRKIO_API XBand : public XObject {
   std::array<std::int64_t, 256> histogram_{};
   double nullValue_ = kNotSet;
   int decodeRows_ = 1;
+  int decodeColumns_ = 0;
 };

@@ -2,6 +2,8 @@
 
 #include "base/DataTypeVisit.h"
 
+#include <functional>
+
 namespace zrk {
 namespace {
 
@@ -67,8 +69,7 @@ SampleStatistics::SampleStatistics(int dataType, double nullValue)
 
 void SampleStatistics::Add(int part, const void* samples, std::size_t count) {
   if (counts_.size() == 256) {
-    const ByteCounts counts = CountBytes(static_cast<const unsigned char*>(samples), count);
-    for (std::size_t i = 0; i < counts.size(); ++i) counts_[i] += counts[i];
+    bytes_.Add(static_cast<const unsigned char*>(samples), count);
   } else if (!counts_.empty()) {
     const auto* patterns = static_cast<const std::uint16_t*>(samples);
     for (std::size_t i = 0; i < count; ++i) ++counts_[patterns[i]];
@@ -84,16 +85,26 @@ void SampleStatistics::Add(int part, const void* samples, std::size_t count) {
 }
 
 void SampleStatistics::Merge(const SampleStatistics& other) {
-  for (std::size_t i = 0; i < counts_.size(); ++i) counts_[i] += other.counts_[i];
+  const std::vector<std::int64_t> counts = other.GetCounts();
+  for (std::size_t i = 0; i < counts_.size(); ++i) counts_[i] += counts[i];
   for (const auto& [part, summary] : other.parts_) parts_[part] = MergeSummaries(parts_[part], summary);
+}
+
+std::vector<std::int64_t> SampleStatistics::GetCounts() const {
+  std::vector<std::int64_t> counts = counts_;
+  if (counts.size() != 256) return counts;
+  BytePairCounter bytes = bytes_;
+  std::ranges::transform(counts, bytes.Gather(), counts.begin(), std::plus());
+  return counts;
 }
 
 template <class Visit>
 void SampleStatistics::ForEachCount(Visit&& visit) const {
+  const std::vector<std::int64_t> counts = GetCounts();
   const bool isSigned = dataType_ == kSint08 || dataType_ == kSint16;
   const int numValues = static_cast<int>(counts_.size()), first = isSigned ? -numValues / 2 : 0;
   for (int value = first; value < first + numValues; ++value) {
-    const std::int64_t count = counts_[static_cast<std::size_t>(value & (numValues - 1))];
+    const std::int64_t count = counts[static_cast<std::size_t>(value & (numValues - 1))];
     if (count != 0 && value != nullValue_) visit(value, count);
   }
 }

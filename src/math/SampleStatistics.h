@@ -34,10 +34,13 @@ class SampleStatistics {
  private:
   template <class Visit>
   void ForEachCount(Visit&& visit) const;
+  /// The counts of all patterns; none for samples of more than 16 bits.
+  std::vector<std::int64_t> GetCounts() const;
 
   int dataType_;
   double nullValue_;
-  std::vector<std::int64_t> counts_;  ///< by bit pattern
+  std::vector<std::int64_t> counts_;  ///< by bit pattern, without those that are in `bytes_`
+  BytePairCounter bytes_;             ///< of samples of 8 bits
   std::map<int, Summary> parts_;
 };
 

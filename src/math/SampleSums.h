@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 // The loops under all statistics of samples.
 //
@@ -82,6 +83,39 @@ inline ByteCounts CountBytes(const unsigned char* bytes, std::size_t count) {
   }
   return counts;
 }
+
+/// Counts the patterns of many bytes that come some at a time. Two neighbours are one count of a table of pairs, which
+/// halves the increments; a count may be asked for at any time.
+class BytePairCounter {
+ public:
+  void Add(const unsigned char* bytes, std::size_t count) {
+    if (pairs_.empty()) pairs_.resize(std::size_t{1} << 16);
+    if (numPairs_ > UINT32_MAX - count / 2) Gather();
+    numPairs_ += count / 2;
+    std::size_t i = 0;
+    for (; i + sizeof(std::uint64_t) <= count; i += sizeof(std::uint64_t)) {
+      std::uint64_t word;
+      std::memcpy(&word, bytes + i, sizeof(word));
+      for (std::size_t k = 0; k < sizeof(word); k += 2) ++pairs_[(word >> (8 * k)) & 0xFFFF];
+    }
+    for (; i < count; ++i) ++counts_[bytes[i]];
+  }
+  /// Brings what the table of pairs holds to the counts.
+  const ByteCounts& Gather() {
+    for (std::size_t pair = 0; pair < pairs_.size(); ++pair) {
+      counts_[pair & 0xFF] += pairs_[pair];
+      counts_[pair >> 8] += pairs_[pair];
+      pairs_[pair] = 0;
+    }
+    numPairs_ = 0;
+    return counts_;
+  }
+
+ private:
+  std::vector<std::uint32_t> pairs_;
+  std::size_t numPairs_ = 0;  // that the table holds
+  ByteCounts counts_{};
+};
 
 /// Calls `visit(value, count)` for all values that occur and are kept.
 template <class Sample, class Keep, class Visit>

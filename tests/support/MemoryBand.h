@@ -40,6 +40,8 @@ class MemoryBandOf : public Base {
   int GetNumCleanups() const { return numCleanups_; }
   /// How often its buffers were freed by force.
   int GetNumFreed() const { return numFreed_; }
+  /// Claims to be stored in tiles, so that it may be read some columns at a time.
+  void ClaimTiles() { this->SetDecodeColumns(this->GetXTileSize()); }
   /// From now on every read fails.
   void FailReads() { isFailing_ = true; }
 

@@ -24,6 +24,8 @@ namespace {
 /// What is read of a source at once, some: enough to make calls cheap, and little enough to be still near the core when
 /// it is made smaller.
 constexpr std::int64_t kReadBytes = 4 << 20;
+/// What is read at once of a source in tiles, which can be had some columns at a time.
+constexpr std::int64_t kBlockBytes = 512 << 10;
 /// What the stripes of the bands that are built together may take, for each worker.
 constexpr std::int64_t kStripeBytes = 64 << 20;
 /// Bands of one file come with one decoding where they are read together.
@@ -101,6 +103,7 @@ class GroupBuild {
         topMaker_(job.top, job.window, bands.front().store->Layout()),
         crews_(static_cast<std::size_t>(plan_.CountWorkers())) {
     for (const PyramidBand& band : bands_) sources_.push_back(band.source);
+    blockColumns_ = CountBlockColumns();
   }
 
   PyramidResult Run();
@@ -114,8 +117,10 @@ class GroupBuild {
 
   bool BuildStripe(int stripe, int worker);
   bool BuildChunk(Crew& crew, int stripe, int first, int last);
+  bool BuildByColumns(BandStripe& band, int stripe, int first, int last);
   bool TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last, const tagXArr2& source);
   int CountChunkRows() const;
+  int CountBlockColumns() const;
   bool Fail(PyramidResult result);
   void Summarize();
   bool CountHistogram(PyramidBand& band);
@@ -127,6 +132,7 @@ class GroupBuild {
   BuildProgress& progress_;
   StripePlan plan_;
   TopMaker topMaker_;
+  int blockColumns_ = 0;  // 0 where whole rows are read
   std::vector<Crew> crews_;
   std::atomic<PyramidResult> result_ = PyramidResult::kDone;
 };
@@ -163,6 +169,13 @@ bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int str
 }
 
 bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
+  if (blockColumns_ > 0) {
+    return std::ranges::all_of(crew.stripes, [&](const auto& band) {
+      if (!BuildByColumns(*band, stripe, first, last)) return false;
+      progress_.Add(last - first + 1);
+      return true;
+    });
+  }
   const SourceWindow& window = job_.window;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
   const bool isJoint = !crew.read.empty();
@@ -181,6 +194,49 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
   return true;
 }
 
+/// How many columns of the top are made at once, so that what is read for them stays near the core until it is made
+/// smaller and counted; 0 for whole rows. Only samples that are counted value by value may come in any order.
+int GroupBuild::CountBlockColumns() const {
+  const PyramidLayout& layout = bands_.front().store->Layout();
+  const int together = sources_.front()->GetDecodeColumns();
+  const bool haveTiles =
+      together > 0 && job_.window.x0 % together == 0 &&
+      std::ranges::all_of(sources_, [&](ZRMBand* each) { return each->GetDecodeColumns() == together; });
+  const bool areCounted = layout.SampleBytes() <= 2;
+  const int yTile = layout.Shape().yTile;
+  if (!haveTiles || !areCounted || !topMaker_.CanMakeColumns() || yTile % plan_.decodeRows != 0) return 0;
+  if (XfnHaveJointSource(sources_)) return 0;
+  const int sourceRows = topMaker_.LastSourceRow(yTile - 1) + 1;
+  const auto wanted = static_cast<int>(kBlockBytes / layout.SampleBytes() / sourceRows);
+  const int sourceColumns = std::max(wanted / together, 1) * together;
+  const int columns = sourceColumns / (topMaker_.LastSourceColumn(0) + 1);
+  return columns < layout.Width(0) ? columns : 0;
+}
+
+/// Makes the rows `first` to `last` of the top of one band, for which its cascade has room at once, block by block.
+bool GroupBuild::BuildByColumns(BandStripe& band, int stripe, int first, int last) {
+  const SourceWindow& window = job_.window;
+  const PyramidLayout& layout = bands_.front().store->Layout();
+  const int width = layout.Width(0), numRows = last - first + 1;
+  const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
+  const std::int64_t rowBytes = std::int64_t{width} * layout.SampleBytes();
+  for (int column = 0, columns = 0; column < width; column += columns) {
+    columns = std::min(blockColumns_, width - column);
+    const int x0 = window.x0 + topMaker_.FirstSourceColumn(column);
+    const int x1 = window.x0 + topMaker_.LastSourceColumn(column + columns - 1);
+    tagXArr2* source = nullptr;
+    const bool isRead = band.Source().ReadSubset(source, 0, x0, x1, y0, y1, nullptr) && source->xSize == x1 - x0 + 1 &&
+                        source->ySize == y1 - y0 + 1;
+    if (!isRead) return Fail(PyramidResult::kReadFailed);
+    unsigned char* place = band.Cascade().GetPlace() + std::int64_t{column} * layout.SampleBytes();
+    topMaker_.MakeColumns(numRows, columns, *source, place);
+    for (int row = 0; row < numRows; ++row, place += rowBytes) {
+      band.statistics.Add(stripe, place, static_cast<std::size_t>(columns));
+    }
+  }
+  return band.Cascade().Put(numRows) || Fail(PyramidResult::kWriteFailed);
+}
+
 bool GroupBuild::BuildStripe(int stripe, int worker) {
   Crew& crew = crews_[static_cast<std::size_t>(worker)];
   if (crew.stripes.empty()) {
@@ -192,7 +248,8 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
   for (int row = plan_.FirstRow(stripe), rows = 0; row <= plan_.LastRow(stripe); row += rows) {
     const bool goesOn = worker == 0 ? progress_.Report() : !progress_.IsStopped();
     if (!goesOn) return Fail(PyramidResult::kStopped);
-    rows = std::min(mostRows, plan_.LastRow(stripe) - row + 1);
+    const int room = blockColumns_ > 0 ? crew.stripes.front()->Cascade().GetRoom() : mostRows;
+    rows = std::min(room, plan_.LastRow(stripe) - row + 1);
     if (!BuildChunk(crew, stripe, row, row + rows - 1)) return false;
   }
   for (const auto& band : crew.stripes) {

@@ -177,7 +177,12 @@ bool PlainStore::WriteTileRows(const TileRows& part, const unsigned char* rows, 
   const std::int64_t stepBytes = isWhole ? layout.TileBytes() : part.numRows * layout.TileRowBytes();
   constexpr std::int64_t kWriteBytes = 1 << 20;
   const auto perWrite = static_cast<int>(isWhole ? std::max<std::int64_t>(kWriteBytes / stepBytes, 1) : 1);
-  staging.assign(static_cast<std::size_t>(perWrite * stepBytes), 0);
+  staging.resize(static_cast<std::size_t>(perWrite * stepBytes));
+  // The rows of a tile that lie below the image.
+  const std::int64_t madeBytes = part.numRows * layout.TileRowBytes();
+  for (std::int64_t i = 0; i < perWrite; ++i) {
+    std::fill(staging.begin() + i * stepBytes + madeBytes, staging.begin() + (i + 1) * stepBytes, 0);
+  }
   const int numColumns = layout.Columns(part.level);
   for (int column = 0; column < numColumns; column += perWrite) {
     const int count = std::min(perWrite, numColumns - column);

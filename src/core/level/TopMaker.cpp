@@ -10,6 +10,7 @@ TopMaker::TopMaker(PyramidTop top, const SourceWindow& window, const PyramidLayo
     : kind_(Kind::kCopy),
       dataType_(layout.Shape().dataType),
       width_(layout.Width(0)),
+      sampleBytes_(static_cast<std::size_t>(layout.SampleBytes())),
       rowBytes_(std::int64_t{width_} * layout.SampleBytes()) {
   if (top == PyramidTop::kCopy) return;
   const bool isExactHalf = window.Width() == 2 * width_ && window.Height() == 2 * layout.Height(0);
@@ -43,6 +44,16 @@ void TopMaker::Make(int first, int last, const tagXArr2& source, int sourceTop, 
     scratch.rows.clear();
     for (int y = upper; y <= LastSourceRow(row) - sourceTop; ++y) scratch.rows.push_back(source.Row(y));
     area_->Row(row, scratch.rows.data(), out, scratch.area);
+  }
+}
+
+void TopMaker::MakeColumns(int numRows, int numColumns, const tagXArr2& source, unsigned char* out) const {
+  for (int row = 0; row < numRows; ++row, out += rowBytes_) {
+    if (kind_ == Kind::kHalf) {
+      MeanOfFour(dataType_, source.Row(2 * row), source.Row(2 * row + 1), numColumns, out);
+    } else {
+      std::memcpy(out, source.Row(row), static_cast<std::size_t>(numColumns) * sampleBytes_);
+    }
   }
 }
 

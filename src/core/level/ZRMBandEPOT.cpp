@@ -18,6 +18,7 @@ int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize
   levels_ = levels;
   const int isSet = zrk::FencedRead(
       [&] { return epot_.SetImage(file, offset, xSize, ySize, dataType, xTileSize, yTileSize, levels, compression); });
+  SetDecodeColumns(isSet ? xTileSize : 0);
   SetDecodeRows(isSet && compression == kCompressionTiles ? yTileSize : 1);
   return isSet;
 }

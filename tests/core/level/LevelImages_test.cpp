@@ -16,12 +16,16 @@ constexpr int kTile = 16;
 template <class Sample>
 class BuiltLevels {
  public:
-  BuiltLevels(int width, int height, const std::vector<Sample>& samples) : full_{width, height, samples} {
+  BuiltLevels(int width, int height, const std::vector<Sample>& samples, bool isTiled = false)
+      : full_{width, height, samples} {
     band_ = &AddDirectBand(file_, width, height, samples, kTile);
+    if (isTiled) band_->ClaimTiles();
     file_.SetFilePath(folder_.Path("a.raw"));
     XString err;
     isBuilt_ = XRSFileIO::LoadFileXLD(&file_, folder_.Path("a.raw"), err, kLevelBuild, nullptr);
+    numReadsOfBuild_ = band_->GetNumReads();
   }
+  int GetNumReadsOfBuild() const { return numReadsOfBuild_; }
   bool IsBuilt() const { return isBuilt_; }
   DirectMemoryBand& Band() { return *band_; }
   const ReferenceImage<Sample>& Full() const { return full_; }
@@ -41,6 +45,7 @@ class BuiltLevels {
   XRSFile file_;
   DirectMemoryBand* band_ = nullptr;
   bool isBuilt_ = false;
+  int numReadsOfBuild_ = 0;
 };
 
 template <class Sample>
@@ -116,6 +121,18 @@ TYPED_TEST(LevelImagesOf, AreTheSameBytesForAnyNumberOfThreads) {
     }
     EXPECT_TRUE(files[0] == files[1]);
     EXPECT_TRUE(files[0] == files[2]);
+  }
+}
+
+/// Wide enough that a source in tiles is read in several blocks of columns.
+TYPED_TEST(LevelImagesOf, AreTheSameWhetherRowsOrTilesAreRead) {
+  for (const int width : {40000, 40001}) {
+    const auto samples = RandomSamples<TypeParam>(width, 66);
+    BuiltLevels<TypeParam> byRows(width, 66, samples), byTiles(width, 66, samples, true);
+    ASSERT_TRUE(byRows.IsBuilt() && byTiles.IsBuilt());
+    EXPECT_TRUE(byRows.Bytes() == byTiles.Bytes());
+    const bool isCutExactly = sizeof(TypeParam) <= 2 && width % 2 == 0;
+    EXPECT_EQ(isCutExactly, byTiles.GetNumReadsOfBuild() > byRows.GetNumReadsOfBuild());
   }
 }
 
