@@ -1,3 +1,6 @@
+// What zrkio info tells of a dataset: the fields that all datasets have, and in their midst the notes of the format,
+// which are put in as they come.
+
 #include "DescribeDataset.h"
 
 #include "Corners.h"

@@ -46,6 +46,7 @@ constinit const FormatRow kCadrgFormat = {
                true, "ZRMBandCADRG"},
     .extensionRule = &kRule,
     .isContent = &IsMapFrame,
+    .mayBeContent = &MayBeFrame,
     .loadRaster = &LoadCadrg};
 
 }  // namespace zrk

@@ -30,6 +30,7 @@ constinit const FormatRow kCibFormat = {
     .format = {kFormatCIB, "CIB", "i and one of 1 2 3 4 5 v, whatever follows", true, true, "ZRMBandCIB"},
     .extensionRule = &kRule,
     .isContent = &IsImageBaseFrame,
+    .mayBeContent = &MayBeFrame,
     .loadRaster = &LoadCib};
 
 }  // namespace zrk

@@ -52,8 +52,12 @@ XString ExtensionOf(FileHead name) {
 
 }  // namespace
 
+bool MayBeFrame(FileHead head) {
+  return StartsWith(head, "NITF");
+}
+
 XString FindProductExtension(FileHead head) {
-  if (!StartsWith(head, "NITF")) return "";
+  if (!MayBeFrame(head)) return "";
   const std::int32_t found = FindRpfHeader(nullptr, head.data(), static_cast<int>(head.size()));
   const auto header = found < 0 ? std::nullopt : BytesAt(head, found, kHeaderBytes);
   if (!header) return "";

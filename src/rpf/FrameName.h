@@ -9,4 +9,7 @@ namespace zrk {
 /// another name.
 XString FindProductExtension(FileHead head);
 
+/// Whether a file begins as all frames do; what its header says is then for the reader.
+bool MayBeFrame(FileHead head);
+
 }  // namespace zrk

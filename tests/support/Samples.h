@@ -17,6 +17,10 @@
 /// has levels.
 enum class LevelRule { kFullResolution, kDecimated, kDecimatedByBlock, kMeans };
 
+/// What becomes of a damaged file: one that is cut short is refused or gives no pixels, or what it lacks reads as
+/// zeros; or its format has suites of its own about damage, because what is left of a file is read.
+enum class DamageRule { kRefuses, kFillsUp, kOwnSuites };
+
 /// The disk under a sample while it is opened.
 enum class SampleDisk { kPlain, kWithoutMaps };
 
@@ -34,6 +38,7 @@ struct Sample {
   tagXArr2* (*resultOfMaster)(ZRMBand& master, int channel);  ///< null where bands have nothing to do with each other
   int blockWidth = 0;                                         ///< where levels are decimated by block
   int blockHeight = 0;
+  DamageRule damage = DamageRule::kRefuses;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Sample& sample);

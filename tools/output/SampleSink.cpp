@@ -1,3 +1,5 @@
+// Three ways to put samples out: a table of numbers for a terminal, rows of a PNG, and raw bytes as they are in memory.
+
 #include "output/SampleSink.h"
 
 #include "output/PngWriter.h"

@@ -1,3 +1,7 @@
+// An image and its world file have to appear together, and no other world file may place the new image. So the names by
+// which readers look for world files are known here: those that are left over from an older image are removed, and one
+// that belongs to the input stays.
+
 #include "output/TiffTarget.h"
 
 #include "Interrupt.h"

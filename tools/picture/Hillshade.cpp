@@ -1,3 +1,6 @@
+// Shading goes down the picture with three rows of heights in hand. Steps on the ground come from the place of the
+// band, which for heights without a system is taken to be in degrees.
+
 #include "picture/Hillshade.h"
 
 #include "XFormatTable.h"

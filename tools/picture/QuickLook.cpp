@@ -1,3 +1,6 @@
+// A picture of an image at a given size: rows are read from the level that is just fine enough, averaged down to the
+// pixels of the picture, stretched to 8 bits, or shaded where they are heights.
+
 #include "picture/QuickLook.h"
 
 #include "Dataset.h"

@@ -57,6 +57,11 @@ FileHead ReadHead(const XString& path, std::array<unsigned char, kFileHeadBytes>
   return FileHead(buffer).first(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
 }
 
+/// Whether the first bytes of a file leave it the format that its extension tells.
+bool MayBe(const FormatRow& row, FileHead head) {
+  return row.mayBeContent ? row.mayBeContent(head) : row.isContent(head);
+}
+
 }  // namespace
 
 std::span<const FormatRow* const> GetFormatRows() {
@@ -94,7 +99,7 @@ const FormatRow* FindRowOfFile(const XString& path) {
   if (byExtension && !byExtension->isContent) return byExtension;
   std::array<unsigned char, kFileHeadBytes> buffer;
   const FileHead head = ReadHead(path, buffer);
-  if (byExtension && byExtension->isContent(head)) return byExtension;
+  if (byExtension && MayBe(*byExtension, head)) return byExtension;
   const FormatRow* const byContent = FindRowOfContent(head);
   return byContent ? byContent : byExtension;
 }

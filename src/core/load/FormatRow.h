@@ -86,6 +86,8 @@ struct FormatRow {
   const ExtensionRule* extensionRule = nullptr;
   /// Whether a file begins as this format's do. Null where first bytes tell nothing.
   bool (*isContent)(FileHead head) = nullptr;
+  /// Whether a file may be of this format if its extension says so; null where that is what `isContent` tells.
+  bool (*mayBeContent)(FileHead head) = nullptr;
 
   // How it is opened. One of the two, or none where this build can't read the format.
 

@@ -1,6 +1,7 @@
 // Files known by their content, and the one call that opens whatever a file is.
 
 #include "BmpBuilder.h"
+#include "core/dispatch/FormatTable.h"
 #include "DtedBuilder.h"
 #include "HdfBuilder.h"
 #include "JpegBuilder.h"
@@ -124,6 +125,25 @@ TEST_F(OpenFile, TakesNoTableOfContentsForAFrame) {
   const Bytes toc = TocBuilder().Boundary().Frame(0, 0, 0, "./ONC/", "A.ON2").Build();
   const tagXFormat* const format = FormatOf("A.TOC", toc);
   EXPECT_TRUE(!format || !format->canRead);
+}
+
+TEST_F(OpenFile, LeavesAFrameToItsExtensionWhateverItsHeaderCallsIt) {
+  const Bytes frame = WithName(RpfFrameBuilder().Build(), "NOEXTENSION ");
+  EXPECT_EQ(kFormatCADRG, FormatOf("a.gn1", frame)->id);
+  EXPECT_EQ(kFormatCIB, FormatOf("a.i42", frame)->id);
+  EXPECT_EQ(kFormatNITFIMG, FormatOf("a", frame)->id);
+  EXPECT_EQ(kFormatJPG, FormatOf("b.gn1", BuildJpeg())->id);
+}
+
+TEST_F(OpenFile, LooksNoFartherThanTheFirstBytesThatAreThere) {
+  const Bytes frame = RpfFrameBuilder().Build(), toc = TocBuilder().Boundary().Build();
+  for (std::size_t length = 0; length < 900; ++length) {
+    for (const Bytes& whole : {frame, toc}) {
+      const Bytes head(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(std::min(length, whole.size())));
+      const zrk::FormatRow* const row = zrk::FindRowOfContent(head);
+      EXPECT_EQ(length >= 4, row != nullptr) << length;
+    }
+  }
 }
 
 TEST_F(OpenFile, OpensAJpegUnderAnyName) {

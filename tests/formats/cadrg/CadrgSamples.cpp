@@ -9,8 +9,17 @@ using Frame = RpfFrameBuilder;
 
 /// GDAL has bands other than ours of frames that are not of three colours or not compressed.
 Sample Cadrg(const char* name, bool isSmall, int tolerance, std::vector<unsigned char> (*build)()) {
-  return {name,      kFormatCADRG,           build, LevelRule::kFullResolution, SampleDisk::kPlain, isSmall,
-          tolerance, &ResultOf<ZRMBandCADRG>};
+  return {name,
+          kFormatCADRG,
+          build,
+          LevelRule::kFullResolution,
+          SampleDisk::kPlain,
+          isSmall,
+          tolerance,
+          &ResultOf<ZRMBandCADRG>,
+          0,
+          0,
+          DamageRule::kOwnSuites};
 }
 
 }  // namespace

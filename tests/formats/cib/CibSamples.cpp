@@ -7,7 +7,8 @@ namespace {
 using Frame = RpfFrameBuilder;
 
 Sample Cib(const char* name, bool isSmall, std::vector<unsigned char> (*build)()) {
-  return {name, kFormatCIB, build, LevelRule::kFullResolution, SampleDisk::kPlain, isSmall, kNoOracle, nullptr};
+  return {name,    kFormatCIB, build, LevelRule::kFullResolution, SampleDisk::kPlain, isSmall, kNoOracle,
+          nullptr, 0,          0,     DamageRule::kOwnSuites};
 }
 
 }  // namespace

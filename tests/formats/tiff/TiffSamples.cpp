@@ -33,8 +33,8 @@ std::vector<std::uint16_t> FewColours() {
 }
 
 Sample Tiff(const char* name, std::vector<unsigned char> (*build)(), int blockWidth, int blockHeight) {
-  return {name,    kFormatTIF, build,      LevelRule::kDecimatedByBlock, SampleDisk::kPlain, true, 0,
-          nullptr, blockWidth, blockHeight};
+  return {name,    kFormatTIF, build,       LevelRule::kDecimatedByBlock, SampleDisk::kPlain, true, 0,
+          nullptr, blockWidth, blockHeight, DamageRule::kOwnSuites};
 }
 
 Sample TiledTiff(const char* name, std::vector<unsigned char> (*build)()) {

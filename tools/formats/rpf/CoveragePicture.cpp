@@ -1,3 +1,6 @@
+// The map is drawn cell by cell: each boundary rectangle is a grid of frames, and each frame a box of degrees that becomes
+// a box of pixels. Larger rectangles are drawn first, so that smaller ones stay visible.
+
 #include "formats/rpf/CoveragePicture.h"
 
 #include <algorithm>
