@@ -8,13 +8,13 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, st
 
 /// What a file may rightly make the library allocate is held small, so that what is allocated wrongly stands out.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  zrk::Limits limits;
+  tagXLimits limits;
   limits.imagePixels = 1 << 22;
   limits.decodedTileBytes = 1 << 20;
   limits.tableBytes = 1 << 20;
   limits.xmlBytes = 1 << 20;
   limits.xmlElements = 1 << 14;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   return 0;
 }
 

@@ -46,10 +46,10 @@ void UseAsTiff(const std::uint8_t* data, std::size_t size) {
 /// Work grows with the pixels of a block, so those of a fuzz run are held small. What the operator is told is not
 /// printed.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  zrk::Limits limits;
+  tagXLimits limits;
   limits.imagePixels = 1 << 20;
   limits.decodedTileBytes = 4 << 20;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   XfnSetMessageBoxHandler([](const XString&, const XString&, unsigned) { return static_cast<int>(kAnswerOk); });
   return 0;
 }

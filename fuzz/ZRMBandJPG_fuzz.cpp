@@ -4,10 +4,10 @@
 
 /// The decoder's own work grows with the pixels promised, so an image of a fuzz run is held small.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  zrk::Limits limits;
+  tagXLimits limits;
   limits.imagePixels = 1 << 20;
   limits.jpegScans = 20;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   return 0;
 }
 

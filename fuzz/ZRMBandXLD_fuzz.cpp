@@ -96,10 +96,10 @@ void UseLevelledBands(std::string_view bytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  zrk::Limits limits;
+  tagXLimits limits;
   limits.xmlBytes = 1 << 20;
   limits.xmlElements = 1 << 14;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   return 0;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "XCIBbase.h"
-#include "XPixelStorage.h"
 
 #include <array>
 #include <memory>
@@ -9,6 +8,7 @@
 
 namespace zrk {
 struct FrameSubframes;
+class PixelStorage;
 class RpfBlocks;
 }  // namespace zrk
 
@@ -135,7 +135,7 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   std::array<std::int32_t, kNumColors> histogram_{};
   int colorTableType_ = 3;
   std::vector<unsigned char> tables_;  // one behind the other; empty until read
-  zrk::PixelStorage image_;
+  std::unique_ptr<zrk::PixelStorage> image_;
   std::vector<unsigned char*> rows_;
   Offsets subframeOffsets_{};
   bool hasSubframeMask_ = false;

@@ -48,7 +48,7 @@ struct tagXSaveOptions {
   int levels = 0;      ///< how many reduced levels are written, at most, where the format takes some
   /// The largest error allowed in a sample, from 0 on, where the format takes one; otherwise samples are kept as they
   /// are.
-  std::optional<double> maxError;
+  std::optional<double> maxError = std::nullopt;
 };
 
 /// Saves a window of a dataset as a file of a format that has a writer. 1, or 0 with the reason in `err`, which may be

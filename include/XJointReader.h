@@ -7,21 +7,19 @@
 class ZRMBand;
 struct tagXArr2;
 
-namespace zrk {
-
-/// A band whose samples lie together with those of others in a file, so that one pass over it serves them all.
-class ZRKIO_API JointReader {
+/// A band whose samples lie together with those of others in a file, so that one pass over it serves them all. Band
+/// classes derive from it beside their base; callers use `XfnReadBands`, which finds out.
+class ZRKIO_API XJointReader {
  public:
-  virtual ~JointReader();
-  /// The same for all bands that can be read together; null where there are no others.
+  virtual ~XJointReader();
+  /// The same for all bands that can be read together; null where there are no others. It is for comparison alone.
   virtual const void* GetJointSource() const = 0;
   /// Reads a window at full resolution of bands that share the source of this one, `out` having room for the result of
-  /// each. What is read, and how long it lives, is as with `XBand::ReadSubset`.
+  /// each. What is read, and how long it lives, is as with `XBand::ReadSubset`. 1, or 0 where any of them can't be
+  /// read.
   virtual int ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
                           std::span<tagXArr2*> out) = 0;
 };
-
-}  // namespace zrk
 
 /// Whether one pass over a file serves all of the bands.
 ZRKIO_API bool XfnHaveJointSource(std::span<ZRMBand* const> bands);

@@ -4,11 +4,10 @@
 
 #include <cstdint>
 
-namespace zrk {
-
-/// What a file may ask for before it is refused. The defaults fit real data on a desktop machine; a program
-/// that opens files of strangers can lower them.
-struct Limits {
+/// What a file may ask for before it is refused. A file that asks for more fails to open, or its read fails, with a
+/// result of 0; nothing is allocated for it. The defaults fit real data on a desktop machine; a program that opens
+/// files of strangers can lower them.
+struct tagXLimits {
   std::int64_t imagePixels = std::int64_t{1} << 40;  ///< width times height of one image
   std::int64_t decodedTileBytes = std::int64_t{1}
                                   << 30;              ///< one decoded tile or strip, or a decoder's own working memory
@@ -21,8 +20,6 @@ struct Limits {
 };
 
 /// The limits in force for the process.
-ZRKIO_API Limits GetLimits();
+ZRKIO_API tagXLimits XfnGetLimits();
 /// Takes effect for files opened from now on; may be called from any thread.
-ZRKIO_API void SetLimits(const Limits& limits);
-
-}  // namespace zrk
+ZRKIO_API void XfnSetLimits(const tagXLimits& limits);

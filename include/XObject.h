@@ -44,12 +44,11 @@ class ZRKIO_API XObject {
   static const XRuntimeClass runtimeClass;
 };
 
-/// Stands in a class body and declares its record; the record of a class without a creation function.
+/// Stands in a class body and declares its record; the record of a class without a creation function. Virtual functions
+/// of exported classes are defined in the library: a program of another compiler may call them directly.
 #define X_DECLARE_RUNTIME_CLASS                                   \
  public:                                                          \
-  const XRuntimeClass* GetRuntimeClass() const override {         \
-    return &runtimeClass;                                         \
-  }                                                               \
+  const XRuntimeClass* GetRuntimeClass() const override;          \
   static constexpr const XRuntimeClass* GetRuntimeClassStatic() { \
     return &runtimeClass;                                         \
   }                                                               \
@@ -60,5 +59,9 @@ class ZRKIO_API XObject {
  public:
 
 /// Stands in one source and builds the record: schema 1, no creation function.
-#define X_IMPLEMENT_RUNTIME_CLASS(Class, Base) \
-  constinit const XRuntimeClass Class::runtimeClass(#Class, sizeof(Class), 1, nullptr, Base::GetRuntimeClassStatic())
+#define X_IMPLEMENT_RUNTIME_CLASS(Class, Base)                                                                         \
+  constinit const XRuntimeClass Class::runtimeClass(#Class, sizeof(Class), 1, nullptr, Base::GetRuntimeClassStatic()); \
+  const XRuntimeClass* Class::GetRuntimeClass() const {                                                                \
+    return &runtimeClass;                                                                                              \
+  }                                                                                                                    \
+  static_assert(true, "takes the semicolon")

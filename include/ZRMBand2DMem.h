@@ -1,7 +1,8 @@
 #pragma once
 
-#include "XThreadSafeArr.h"
 #include "ZRMBand.h"
+
+#include <memory>
 
 /// A band over samples in memory, the caller's or its own, which can be read and written.
 ///
@@ -21,7 +22,7 @@ class ZRKIO_API ZRMBand2DMem : public ZRMBand {
   /// a data type that is not scalar, or where memory ran out.
   int SetSourceMemory(int xSize, int ySize, int dataType);
   /// The buffer that is shown; null where there is none.
-  tagXArr2* GetSourceMemory() const { return source_; }
+  tagXArr2* GetSourceMemory() const;
 
   /// A copy, so that the result stays as it is when the memory changes. Level n takes every 2^n-th sample and row.
   using ZRMBand::ReadSubset;
@@ -33,10 +34,8 @@ class ZRKIO_API ZRMBand2DMem : public ZRMBand {
   int CleanupMemory(int freeBuffers, int force) override;
 
  private:
+  struct Impl;
   bool IsInMemory(int x0, int x1, int y0, int y1) const;
 
-  tagXArr2 own_;
-  tagXArr2* source_ = nullptr;
-  int sourceType_ = kDataTypeNone;
-  XThreadSafeArr2 results_;
+  std::unique_ptr<Impl> impl_;
 };

@@ -1,20 +1,12 @@
 #pragma once
 
-#include "XChannelReads.h"
 #include "XDib.h"
-#include "XFile.h"
-#include "XThreadSafeArr.h"
-#include "ZRMBandDRIO.h"
+#include "ZRMBandChannels.h"
 
 #include <cstdint>
-#include <memory>
 
+class XFile;
 class XThread;
-
-namespace zrk {
-struct BmpHeader;
-class DiskMap;
-}  // namespace zrk
 
 /// One channel of a Windows bitmap of 8 to 32 bits a pixel. Rows lie bottom-up, directly behind the palette, and are
 /// taken as uncompressed whatever the header says of compression.
@@ -23,7 +15,7 @@ class DiskMap;
 /// three channels with the palette applied. Images below 32,000,000 bytes are held in memory, larger ones are mapped;
 /// both ignore the level and always give full resolution. Where a mapping fails rows are read through the file, which
 /// honours the level by taking every 2^level-th pixel.
-class ZRKIO_API ZRMBandBMP : public ZRMBandDRIO {
+class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   enum SourceType { kSourceNone = 0, kSourceMemory = 1, kSourceFile = 2, kSourceView = 3 };
 
@@ -46,51 +38,15 @@ class ZRKIO_API ZRMBandBMP : public ZRMBandDRIO {
   int GetNumChannels() const;
   /// Entries of the colour table; 0 without an image.
   int GetPaletteSize() const;
-  /// Header and palette, or null; belongs to the band.
-  const BITMAPINFO* GetBitmapInfo() const { return info_.get(); }
+  /// Header and palette, or null; belongs to the band, and stays until the next image.
+  const BITMAPINFO* GetBitmapInfo() const;
   /// A value of `SourceType`. A follower has none.
-  int GetSourceType() const { return sourceType_; }
-  /// Byte position of the first row in the file or view; 0 for a copy in memory.
-  std::int64_t GetOffset() const { return offset_; }
-
-  /// 0-based, 0 for the master.
-  int GetChannel() const { return channel_; }
-  void SetChannel(int channel) { channel_ = channel; }
-
-  /// The calling thread's result of a channel from the last read of this master, or null.
-  tagXArr2* GetResult(int channel) const;
-  /// The calling thread's last request to this master; all -1 before the first.
-  void GetPrevReadSubsetParam(int& level, int& x0, int& x1, int& y0, int& y1) const;
-
-  using ZRMBandDRIO::GetHighestLevelForTarget;
-  using ZRMBandDRIO::ReadSubset;
-  int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) override;
-  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
-  int CalcStatistics(int withHistogram) override;
-  /// Keeps its buffers, whatever is asked.
-  int CleanupMemory(int freeBuffers, int force) override;
-  int CloneBand(ZRMBand* source) override;
+  int GetSourceType() const;
+  /// Byte offset of the first row in the file or view; 0 for a copy in memory.
+  std::int64_t GetOffset() const;
 
  private:
-  void Close();
-  int ReadIntoMemory(const XFile& file, const zrk::BmpHeader& header, XString& err);
-  void AdoptHeader(const BITMAPINFO& info, int sourceType, std::int64_t offset);
-  int ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request);
-  std::int64_t CalcRowOffset(int y) const;
-  bool HoldsRows(const zrk::ReadRequest& request) const;
-  bool Decode(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record);
-  bool DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) const;
-  bool DecodeFromFile(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record);
-
-  ZRMBandBMP* master_;
-  std::unique_ptr<BITMAPINFO> info_;
-  int sourceType_ = kSourceNone;
-  std::unique_ptr<XFile> file_;            // behind kSourceFile, and beside a mapping of it
-  std::unique_ptr<zrk::DiskMap> map_;      // behind kSourceView of a file
-  std::unique_ptr<unsigned char[]> copy_;  // behind kSourceMemory
-  const unsigned char* data_ = nullptr;    // rows of kSourceMemory and kSourceView
-  std::int64_t offset_ = 0;
-  int channel_ = 0;
-  zrk::ChannelReads reads_;
-  XThreadSafeArr1 rows_;
+  struct Impl;
+  Impl& GetImpl() const;
+  void PlaceAsImage();
 };

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "XPixelStorage.h"
-#include "XThreadSafeArr.h"
-#include "ZRMBand.h"
+#include "ZRMBandFile.h"
 
 class XThread;
 
 /// A CIB frame: 1536 x 1536 grey pixels, decoded once when the frame is opened. Reads copy from memory, at full
 /// resolution whatever the level.
-class ZRKIO_API ZRMBandCIB : public ZRMBand {
+class ZRKIO_API ZRMBandCIB : public ZRMBandFile<ZRMBand> {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandCIB();
   ~ZRMBandCIB() override;
@@ -19,16 +17,7 @@ class ZRKIO_API ZRMBandCIB : public ZRMBand {
   /// precision.
   int Open(XString path);
 
-  using ZRMBand::GetHighestLevelForTarget;
-  using ZRMBand::ReadSubset;
-  int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) override;
-  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
-  int CalcStatistics(int withHistogram) override;
-  int CleanupMemory(int freeBuffers, int force) override;
-  int CloneBand(ZRMBand* source) override;
-
  private:
-  zrk::PixelStorage pixels_;
-  bool isOpen_ = false;
-  XThreadSafeArr2 results_;
+  struct Impl;
+  Impl& GetImpl() const;
 };

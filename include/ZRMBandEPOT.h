@@ -1,8 +1,9 @@
 #pragma once
 
 #include "XEPOT2D.h"
-#include "XThreadSafeArr.h"
 #include "ZRMBand.h"
+
+#include <memory>
 
 /// A band over a pyramid store: the band of native raster files, and the store behind the level data of others.
 ///
@@ -16,8 +17,9 @@ class ZRKIO_API ZRMBandEPOT : public ZRMBand {
   /// tile sizes, compression value and offset also where that fails. 1 or 0.
   int SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, int dataType, int xTileSize, int yTileSize,
                int levels, int compression);
-  XEPOT2D* GetEPOT() { return &epot_; }
-  const XEPOT2D* GetEPOT() const { return &epot_; }
+  /// The store, which belongs to the band.
+  XEPOT2D* GetEPOT();
+  const XEPOT2D* GetEPOT() const;
 
   /// Beside what `XBand` tells: a buffer of the caller's own that `out` points to is filled in place, with as many
   /// columns and rows as it has from the window's corner on its level. So `out` must be null or point to a buffer. One
@@ -34,7 +36,6 @@ class ZRKIO_API ZRMBandEPOT : public ZRMBand {
   int CleanupMemory(int freeBuffers, int force) override;
 
  private:
-  int levels_ = 0;
-  XEPOT2D epot_;
-  XThreadSafeArr2 buffers_;
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
 };

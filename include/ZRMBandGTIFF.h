@@ -2,23 +2,14 @@
 
 #include "tagXTiffDirectory.h"
 #include "XJointReader.h"
-#include "XThreadSafeArr.h"
-#include "ZRMBandDRIO.h"
+#include "ZRMBandFile.h"
 
-#include <cstdint>
-#include <memory>
 #include <vector>
 
 struct gtiff;
 struct tiff;
 class XSpatialReference;
 class XThread;
-
-namespace zrk {
-class TiffImage;
-struct ReadRequest;
-struct TiffLayout;
-}  // namespace zrk
 
 /// One channel of the first image of a TIFF or BigTIFF file.
 ///
@@ -28,8 +19,10 @@ struct TiffLayout;
 /// read are 0. Nothing is decoded ahead and no decoded block is kept; at level n every 2^n-th pixel of a block is
 /// taken, from its own first pixel on.
 ///
-/// Bands of one file may be read from many threads at once: each reading thread uses a decoder of its own.
-class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO, public zrk::JointReader {
+/// Each band decodes for itself, a follower too, and bands of one file may be read from many threads at once: each
+/// reading thread uses a decoder of its own. `CleanupMemory` frees the calling thread's result and the decoders'
+/// buffers, and the master's too.
+class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointReader {
   X_DECLARE_RUNTIME_CLASS
   /// Null makes a master; with a master this is a follower that shares its file, size and place. Not owned.
   explicit ZRMBandGTIFF(ZRMBandGTIFF* master);
@@ -67,10 +60,12 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO, public zrk::JointReader {
   int GetNumOfPalette() const;
   /// The master's palette, a value from 0 to 255 for each sample value; null without one.
   void GetPalette(short*& red, short*& green, short*& blue) const;
-  int GetChannel() const { return channel_; }
-  void SetChannel(int channel) { channel_ = channel; }
+  /// The channel that this band shows: 0-based, 0 for the master and until it is set.
+  int GetChannel() const;
+  /// A channel that the file does not have makes reads fail.
+  void SetChannel(int channel);
   /// 1 before `ReadFile`.
-  int GetNumChannels() const { return numChannels_; }
+  int GetNumChannels() const;
 
   // What the file's tags say. All 0 before `ReadFile`.
 
@@ -88,8 +83,8 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO, public zrk::JointReader {
   bool IsTiled() const;
   int GetBlockWidth() const;
   int GetBlockHeight() const;
-  int GetBlocksAcross() const { return blocksAcross_; }
-  int GetBlocksDown() const { return blocksDown_; }
+  int GetBlocksAcross() const;
+  int GetBlocksDown() const;
 
   /// The images that follow the first one in the file, up to `most` of them.
   std::vector<tagXTiffDirectory> GetDirectories(int most) const;
@@ -105,32 +100,12 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandDRIO, public zrk::JointReader {
   /// there is none.
   int ReadWorldFile(double& ulx, double& uly, double& xSize, double& ySize);
 
-  using ZRMBandDRIO::GetHighestLevelForTarget;
-  using ZRMBandDRIO::ReadSubset;
-  int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) override;
-  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
-  int CalcStatistics(int withHistogram) override;
-  /// Frees the calling thread's result and the decoders' buffers, and the master's too.
-  int CleanupMemory(int freeBuffers, int force) override;
-  int CloneBand(ZRMBand* source) override;
-
   /// Shared by the bands of a file whose samples lie pixel by pixel: each block is then decoded once for all of them.
   const void* GetJointSource() const override;
   int ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
                   std::span<tagXArr2*> out) override;
 
  private:
-  tagXArr2* GetResult(const zrk::ReadRequest& request);
-  int ReadFromImage(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel);
-  bool IsBlock(int blockX, int blockY, int channel, const void* out) const;
-  int ReadStoredBlock(int blockX, int blockY, int channel, const zrk::TiffLayout& layout, void* out);
-
-  ZRMBandGTIFF* master_;
-  std::shared_ptr<zrk::TiffImage> image_;  // shared with the followers
-  int channel_ = 0;
-  int numChannels_ = 1;
-  int blocksAcross_ = 0;
-  int blocksDown_ = 0;
-  XThreadSafeArr2 results_;
-  XThreadSafeArr1 blocks_;
+  struct Impl;
+  Impl& GetImpl() const;
 };

@@ -1,11 +1,6 @@
 #pragma once
 
-#include "XFile.h"
-#include "XThreadSafeArr.h"
-#include "ZRMBandDRIO.h"
-
-#include <cstdint>
-#include <memory>
+#include "ZRMBandFile.h"
 
 class XThread;
 
@@ -14,7 +9,7 @@ class XThread;
 /// The raster is held in memory from the open on, and the file is closed again. Every read gives full resolution,
 /// whatever the level, and never asks level data. A file that does not tell the size of its raster, or tells one that
 /// it is too short for, is taken as 2592 x 2796 pixels; those that it does not have are 0.
-class ZRKIO_API ZRMBandHDF4 : public ZRMBandDRIO {
+class ZRKIO_API ZRMBandHDF4 : public ZRMBandFile<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandHDF4();
   ~ZRMBandHDF4() override;
@@ -28,23 +23,11 @@ class ZRKIO_API ZRMBandHDF4 : public ZRMBandDRIO {
   /// not used.
   int ReadFile(XString path, XString& err, XThread* thread);
 
-  using ZRMBandDRIO::GetHighestLevelForTarget;
-  using ZRMBandDRIO::ReadSubset;
+  using ZRMBandFile::GetHighestLevelForTarget;
+  /// Counts with tiles of 256 x 256 pixels, whatever the band's tile sizes are.
   int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) override;
-  int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
-  int CalcStatistics(int withHistogram) override;
-  int CleanupMemory(int freeBuffers, int force) override;
-  int CloneBand(ZRMBand* source) override;
 
  private:
-  std::int64_t CalcPosition(int x, int y) const { return std::int64_t{rasterWidth_} * y + x; }
-  void CopyPixels(std::int64_t place, std::int64_t count, unsigned char* target) const;
-
-  XFile file_;
-  XThreadSafeArr2 results_;
-  std::unique_ptr<unsigned char[]> pixels_;  // as many of the raster's as the file has
-  std::int64_t numPixels_ = 0;
-  std::int64_t rasterOffset_ = 0;
-  int rasterWidth_ = 0;
-  int rasterHeight_ = 0;
+  struct Impl;
+  Impl& GetImpl() const;
 };

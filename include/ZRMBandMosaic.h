@@ -1,16 +1,8 @@
 #pragma once
 
-#include "XPerThread.h"
-#include "XThreadSafeArr.h"
 #include "ZRMBand.h"
 
 #include <memory>
-#include <vector>
-
-namespace zrk {
-struct MosaicScratch;
-struct MosaicSource;
-}  // namespace zrk
 
 /// Bands laid over each other by their world coordinates, shown as one band with a grid of its own.
 ///
@@ -31,7 +23,7 @@ class ZRKIO_API ZRMBandMosaic : public ZRMBand {
 
   /// Adds a source at the end of the list; it is not owned and has to outlive the reads. 0 for null and for this band.
   int AddBand(ZRMBand* band);
-  int GetNumOfBands() const { return static_cast<int>(bands_.size()); }
+  int GetNumOfBands() const;
   /// Null outside the list.
   ZRMBand* GetBandAt(int index) const;
 
@@ -53,9 +45,6 @@ class ZRKIO_API ZRMBandMosaic : public ZRMBand {
   int CleanupMemory(int freeBuffers, int force) override;
 
  private:
-  std::vector<ZRMBand*> bands_;
-  std::vector<zrk::MosaicSource> sources_;  ///< one for each band, or none before `CalcWarpCoeff`
-  bool hasGrid_ = false;
-  XThreadSafeArr2 results_;
-  zrk::PerThread<zrk::MosaicScratch> scratch_;
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
 };

@@ -1,15 +1,8 @@
 #pragma once
 
-#include "XPerThread.h"
-#include "XThreadSafeArr.h"
 #include "ZRMBand.h"
 
 #include <memory>
-
-namespace zrk {
-class RowSampler;
-struct ResizeScratch;
-}  // namespace zrk
 
 /// How a resized pixel is made.
 enum XResampleMethod {
@@ -21,8 +14,8 @@ enum XResampleMethod {
   kResampleMean = 1,
   /// Cubic convolution with a = -0.5 over the four by four source pixels around the centre of the output pixel, also
   /// where the image becomes smaller. Pixels beyond the window are those at its edge. Integers are rounded half away
-  /// from
-  /// zero and cut to their range. An infinity reaches as not a number as far as the four by four pixels do.
+  /// from zero
+  /// and cut to their range. An infinity reaches as not a number as far as the four by four pixels do.
   kResampleCubic = 2,
 };
 
@@ -46,10 +39,10 @@ class ZRKIO_API ZRMBandResize : public ZRMBand {
   ~ZRMBandResize() override;
 
   /// The band that is shown; not owned, and it has to outlive this one's reads.
-  ZRMBand* GetSourceBand() const { return source_; }
-  void SetSourceBand(ZRMBand* source) { source_ = source; }
+  ZRMBand* GetSourceBand() const;
+  void SetSourceBand(ZRMBand* source);
   /// A value of `XResampleMethod`, at first `kResampleMean`.
-  int GetResampleMethod() const { return method_; }
+  int GetResampleMethod() const;
   /// 0, with nothing changed, for any other value.
   int SetResampleMethod(int method);
 
@@ -71,15 +64,8 @@ class ZRKIO_API ZRMBandResize : public ZRMBand {
   int CleanupMemory(int freeBuffers, int force) override;
 
  private:
+  struct Impl;
   bool IsResizable(int x0, int x1, int y0, int y1) const;
 
-  ZRMBand* source_ = nullptr;
-  int method_ = kResampleMean;
-
-  ZRMBand* shown_ = nullptr;  ///< the source, and the corner of the window in it, as of the last `SetResizeInfo`
-  int left_ = 0;
-  int top_ = 0;
-  std::unique_ptr<const zrk::RowSampler> sampler_;
-  XThreadSafeArr2 results_;
-  zrk::PerThread<zrk::ResizeScratch> scratch_;
+  std::unique_ptr<Impl> impl_;
 };

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "XThreadSafeArr.h"
-#include "ZRMBandEPOT.h"
+#include "ZRMBand.h"
 
+#include <cstdint>
 #include <memory>
 
 class XFile;
@@ -20,10 +20,10 @@ class ZRKIO_API ZRMBandXLD : public ZRMBand {
   /// The level file, and whether this band closes and deletes it. A file that it owned before is closed and deleted.
   /// With null the band has none.
   void SetFile(XFile* file, int owns);
-  XFile* GetFile() const { return file_; }
+  XFile* GetFile() const;
   /// Where the band's store begins in the level file; set before `Init`.
-  void SetOffset(std::int64_t offset) { offset_ = offset; }
-  std::int64_t GetOffset() const { return offset_; }
+  void SetOffset(std::int64_t offset);
+  std::int64_t GetOffset() const;
 
   /// Takes over the shape and the place of the source band, and opens the store for it, whose sizes are half of
   /// `xSize` and `ySize`. False without a file, for a null source, or for one that has no levels.
@@ -39,9 +39,6 @@ class ZRKIO_API ZRMBandXLD : public ZRMBand {
   int CleanupMemory(int freeBuffers, int force) override;
 
  private:
-  XFile* file_ = nullptr;
-  std::unique_ptr<XFile> ownedFile_;
-  std::int64_t offset_ = 0;
-  ZRMBandEPOT epot_;
-  XThreadSafeArr2 buffers_;
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
 };

@@ -10,7 +10,7 @@
 namespace {
 
 /// Shows another band, pixel for pixel and level for level. Views are read together where their sources can be.
-class BandView : public ZRMBand, public zrk::JointReader {
+class BandView : public ZRMBand, public XJointReader {
  public:
   /// With `isShared` the source is shown by other views too, whose reads must not change what this one has handed out.
   BandView(ZRMBand& source, bool isShared) : source_(source), isShared_(isShared) {
@@ -31,7 +31,7 @@ class BandView : public ZRMBand, public zrk::JointReader {
   }
 
   const void* GetJointSource() const override {
-    const auto* reader = dynamic_cast<const zrk::JointReader*>(&source_);
+    const auto* reader = dynamic_cast<const XJointReader*>(&source_);
     return reader ? reader->GetJointSource() : nullptr;
   }
   int ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,

@@ -2,23 +2,19 @@
 
 #include <mutex>
 
-namespace zrk {
-
 namespace {
 
 std::mutex mutex;
-Limits limits;
+tagXLimits inForce;
 
 }  // namespace
 
-Limits GetLimits() {
+tagXLimits XfnGetLimits() {
   const std::lock_guard lock(mutex);
-  return limits;
+  return inForce;
 }
 
-void SetLimits(const Limits& wanted) {
+void XfnSetLimits(const tagXLimits& limits) {
   const std::lock_guard lock(mutex);
-  limits = wanted;
+  inForce = limits;
 }
-
-}  // namespace zrk

@@ -1,6 +1,7 @@
 // The three buffer records. Their offsets are ints, so a buffer is refused beyond INT_MAX bytes.
 
 #include "base/Checked.h"
+#include "base/PixelStorage.h"
 #include "tagXArr1.h"
 #include "tagXArr2.h"
 #include "tagXArr3.h"
@@ -11,6 +12,7 @@
 #include <new>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -25,9 +27,26 @@ std::optional<std::size_t> BufferBytes(int width, int height, int sampleBytes) {
 
 }  // namespace
 
+// What a record hides is made with its first buffer and kept until `Free`.
+
+struct tagXArr1::Impl {
+  zrk::PixelStorage storage;
+};
+
+tagXArr1::tagXArr1() = default;
+tagXArr1::~tagXArr1() = default;
+
+tagXArr1::tagXArr1(int count, int sampleBytes) {
+  Alloc(count, sampleBytes);
+}
+
+tagXArr1::tagXArr1(tagXArr1&& other) noexcept {
+  *this = std::move(other);
+}
+
 tagXArr1& tagXArr1::operator=(tagXArr1&& other) noexcept {
   if (this == &other) return *this;
-  storage_ = std::exchange(other.storage_, {});
+  impl_ = std::move(other.impl_);
   data = std::exchange(other.data, nullptr);
   size = std::exchange(other.size, 0);
   elementSize = std::exchange(other.elementSize, 0);
@@ -36,8 +55,10 @@ tagXArr1& tagXArr1::operator=(tagXArr1&& other) noexcept {
 
 int tagXArr1::Alloc(int count, int sampleBytes) {
   const std::optional<std::size_t> bytes = BufferBytes(count, 1, sampleBytes);
-  if (!bytes || !storage_.Reserve(*bytes)) return 0;
-  data = storage_.Get();
+  if (!bytes) return 0;
+  if (!impl_) impl_.reset(new (std::nothrow) Impl);
+  if (!impl_ || !impl_->storage.Reserve(*bytes)) return 0;
+  data = impl_->storage.Get();
   size = count;
   elementSize = sampleBytes;
   return 1;
@@ -47,10 +68,25 @@ void tagXArr1::Free() {
   *this = tagXArr1();
 }
 
+struct tagXArr2::Impl {
+  zrk::PixelStorage storage;
+  std::vector<int> offsets;
+};
+
+tagXArr2::tagXArr2() = default;
+tagXArr2::~tagXArr2() = default;
+
+tagXArr2::tagXArr2(int width, int height, int sampleBytes) {
+  Alloc(width, height, sampleBytes);
+}
+
+tagXArr2::tagXArr2(tagXArr2&& other) noexcept {
+  *this = std::move(other);
+}
+
 tagXArr2& tagXArr2::operator=(tagXArr2&& other) noexcept {
   if (this == &other) return *this;
-  storage_ = std::exchange(other.storage_, {});
-  offsets_ = std::exchange(other.offsets_, {});
+  impl_ = std::move(other.impl_);
   data = std::exchange(other.data, nullptr);
   xSize = std::exchange(other.xSize, 0);
   ySize = std::exchange(other.ySize, 0);
@@ -71,14 +107,15 @@ int tagXArr2::Alloc(int width, int height, int sampleBytes) {
   } catch (const std::bad_alloc&) {
     return 0;
   }
-  if (!storage_.Reserve(*bytes)) return 0;
+  if (!impl_) impl_.reset(new (std::nothrow) Impl);
+  if (!impl_ || !impl_->storage.Reserve(*bytes)) return 0;
 
-  offsets_ = std::move(offsets);
-  data = storage_.Get();
+  impl_->offsets = std::move(offsets);
+  data = impl_->storage.Get();
   xSize = width;
   ySize = height;
   elementSize = sampleBytes;
-  rowOffsets = offsets_.data();
+  rowOffsets = impl_->offsets.data();
   colOffsets = rowOffsets + height;
   for (int y = 0; y < height; ++y) rowOffsets[y] = y * width * sampleBytes;
   for (int x = 0; x < width; ++x) colOffsets[x] = x * sampleBytes;
@@ -87,6 +124,12 @@ int tagXArr2::Alloc(int width, int height, int sampleBytes) {
 
 void tagXArr2::Free() {
   *this = tagXArr2();
+}
+
+tagXArr3::tagXArr3() = default;
+
+tagXArr3::tagXArr3(int width, int height, int sampleBytes) {
+  Alloc(width, height, sampleBytes);
 }
 
 int tagXArr3::Alloc(int width, int height, int sampleBytes) {

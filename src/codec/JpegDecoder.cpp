@@ -49,35 +49,29 @@ XString HeaderFailure(const JpegSession& session) {
   return text;
 }
 
-/// Reads all scanlines. Rows of grey go straight to their plane; colour comes in as whole pixels and is split.
-void ReadRows(jpeg_decompress_struct& decoder, const JpegWatch& watch, std::array<tagXArr2, 3>& planes) {
+/// Reads all scanlines; false where the watch ended it. Rows of grey go straight to their place; colour comes in as
+/// whole pixels and is split.
+bool ReadRows(jpeg_decompress_struct& decoder, const JpegWatch& watch, JpegRows& rows) {
   const std::size_t width = decoder.output_width;
   const JDIMENSION samples = decoder.output_width * static_cast<JDIMENSION>(decoder.output_components);
   JSAMPARRAY row = (*decoder.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&decoder), JPOOL_IMAGE, samples, 1);
   while (decoder.output_scanline < decoder.output_height) {
     const int y = static_cast<int>(decoder.output_scanline);
-    if (watch.reportRow) watch.reportRow(y);
     if (decoder.output_components == 1) {
-      JSAMPROW target = planes[0].Row(y);
+      JSAMPROW target = rows.RowOf(0, y);
       jpeg_read_scanlines(&decoder, &target, 1);
-      continue;
-    }
-    jpeg_read_scanlines(&decoder, row, 1);
-    unsigned char* const target[3] = {planes[0].Row(y), planes[1].Row(y), planes[2].Row(y)};
-    if (decoder.output_components == 3) {
-      SplitPixels3(row[0], width, target[0], target[1], target[2]);
     } else {
-      SplitCmyk(row[0], width, decoder.saw_Adobe_marker, target);
+      jpeg_read_scanlines(&decoder, row, 1);
+      unsigned char* const target[3] = {rows.RowOf(0, y), rows.RowOf(1, y), rows.RowOf(2, y)};
+      if (decoder.output_components == 3) {
+        SplitPixels3(row[0], width, target[0], target[1], target[2]);
+      } else {
+        SplitCmyk(row[0], width, decoder.saw_Adobe_marker, target);
+      }
     }
-  }
-}
-
-bool AllocatePlanes(const jpeg_decompress_struct& decoder, std::array<tagXArr2, 3>& planes) {
-  const int numPlanes = decoder.num_components == 1 ? 1 : 3;
-  for (int i = 0; i < numPlanes; ++i) {
-    const int width = static_cast<int>(decoder.image_width);
-    const int height = static_cast<int>(decoder.image_height);
-    if (!planes[static_cast<std::size_t>(i)].Alloc(width, height, 1)) return false;
+    rows.Take(y);
+    if (watch.keepGoing && !watch.keepGoing()) return false;
+    if (watch.reportRow) watch.reportRow(y);
   }
   return true;
 }
@@ -90,6 +84,8 @@ void ChooseOutput(jpeg_decompress_struct& decoder) {
 
 }  // namespace
 
+JpegRows::~JpegRows() = default;
+
 int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err) {
   const auto session = std::make_unique<JpegSession>(file);
   if (!session->Run([](jpeg_decompress_struct& decoder) { jpeg_read_header(&decoder, TRUE); })) {
@@ -101,7 +97,7 @@ int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err) {
     err.Format("Not supported number of components: %d", decoder.num_components);
     return 0;
   }
-  if (std::int64_t{decoder.image_width} * std::int64_t{decoder.image_height} > GetLimits().imagePixels) {
+  if (std::int64_t{decoder.image_width} * std::int64_t{decoder.image_height} > XfnGetLimits().imagePixels) {
     err = "Image is too large";
     return 0;
   }
@@ -111,7 +107,7 @@ int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err) {
   return 1;
 }
 
-int DecodeJpeg(DiskFile& file, const JpegWatch& watch, std::array<tagXArr2, 3>& planes, XString& err) {
+int DecodeJpeg(DiskFile& file, const JpegWatch& watch, JpegRows& rows, XString& err) {
   const auto session = std::make_unique<JpegSession>(file);
   jpeg_decompress_struct& decoder = session->GetDecoder();
   if (watch.keepGoing) session->SetKeepGoing(&watch.keepGoing);
@@ -125,18 +121,20 @@ int DecodeJpeg(DiskFile& file, const JpegWatch& watch, std::array<tagXArr2, 3>& 
     err = "File is too short for its image";
     return 0;
   }
-  if (!AllocatePlanes(decoder, planes)) {
-    err = "Can't allocate memory";
+  const int width = static_cast<int>(decoder.image_width), height = static_cast<int>(decoder.image_height);
+  if (!rows.Begin(width, height, decoder.num_components == 1 ? 1 : 3)) {
+    err = "Can't make room for the image";
     return 0;
   }
+  bool isStopped = false;
   const bool isWhole = session->Run([&](jpeg_decompress_struct& d) {
     ChooseOutput(d);
     jpeg_start_decompress(&d);
-    ReadRows(d, watch, planes);
-    jpeg_finish_decompress(&d);
+    isStopped = !ReadRows(d, watch, rows);
+    if (!isStopped) jpeg_finish_decompress(&d);
   });
-  if (isWhole) return 1;
-  err = session->WasStopped() ? XString() : session->GetError();
+  if (isWhole && !isStopped) return 1;
+  err = isStopped || session->WasStopped() ? XString() : session->GetError();
   return 0;
 }
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "tagXArr2.h"
 #include "XString.h"
 
-#include <array>
 #include <functional>
 
 namespace zrk {
@@ -22,13 +20,27 @@ int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err);
 
 /// How a caller follows a decode and ends it. Either may be empty.
 struct JpegWatch {
-  std::function<bool()> keepGoing;         ///< asked now and then; false ends the decode
-  std::function<void(int row)> reportRow;  ///< told each row before it is read
+  std::function<bool()> keepGoing;         ///< asked now and then, and before each report; false ends the decode
+  std::function<void(int row)> reportRow;  ///< told each row after it is read
 };
 
-/// Decodes the whole image into `planes`, which it allocates: one for grey, otherwise red, green and blue. A file that
-/// is cut short or whose coded data is damaged fails, as does a promise of more pixels than its length can hold. 1, or
-/// 0 with the reason in `err` (empty where `watch` ended it); after 0 the planes are undefined.
-int DecodeJpeg(DiskFile& file, const JpegWatch& watch, std::array<tagXArr2, 3>& planes, XString& err);
+/// Where the rows of a decode go, from the top down. `RowOf` and `Take` throw nothing and leave nothing behind that
+/// needs a destructor, since a decode ends with a jump where the file is damaged.
+class JpegRows {
+ public:
+  virtual ~JpegRows();
+  /// Told before the first row how many planes there will be, one for grey, otherwise red, green and blue. False ends
+  /// the decode.
+  virtual bool Begin(int width, int height, int numPlanes) = 0;
+  /// Room for a row of a plane.
+  virtual unsigned char* RowOf(int plane, int y) = 0;
+  /// The row is there, in all planes.
+  virtual void Take(int y) = 0;
+};
+
+/// Decodes the whole image into `rows`. A file that is cut short or whose coded data is damaged fails, as does a
+/// promise of more pixels than its length can hold. 1, or 0 with the reason in `err` (empty where `watch` ended it);
+/// after 0 what the rows hold is undefined.
+int DecodeJpeg(DiskFile& file, const JpegWatch& watch, JpegRows& rows, XString& err);
 
 }  // namespace zrk

@@ -30,7 +30,7 @@ bool DamagesPixels(int warning) {
 
 }  // namespace
 
-JpegSession::JpegSession(DiskFile& file) : file_(file), scanLimit_(GetLimits().jpegScans) {
+JpegSession::JpegSession(DiskFile& file) : file_(file), scanLimit_(XfnGetLimits().jpegScans) {
   decoder_.err = jpeg_std_error(&errors_);
   errors_.error_exit = &OnError;
   errors_.emit_message = &OnMessage;
@@ -49,7 +49,7 @@ JpegSession::JpegSession(DiskFile& file) : file_(file), scanLimit_(GetLimits().j
     decoder.client_data = this;
     decoder.src = &source_;
     decoder.progress = &progress_;
-    decoder.mem->max_memory_to_use = static_cast<long>(GetLimits().decodedTileBytes);
+    decoder.mem->max_memory_to_use = static_cast<long>(XfnGetLimits().decodedTileBytes);
   });
 }
 

@@ -29,7 +29,7 @@ RpfBlocks::Bytes RpfBlocks::ReadPart(std::int64_t offset, std::int64_t count, st
   if (kept <= 0 || kept > count) return {};
   const Bytes inHead = FindInHead(offset, count);
   if (!inHead.empty()) return inHead.first(static_cast<std::size_t>(kept));
-  if (!file_ || kept > GetLimits().tableBytes || !FitsWithin(offset, count, file_->GetLength())) return {};
+  if (!file_ || kept > XfnGetLimits().tableBytes || !FitsWithin(offset, count, file_->GetLength())) return {};
   block_.resize(static_cast<std::size_t>(kept));
   return ReadFromFile(offset, block_) == kept ? Bytes(block_) : Bytes();
 }

@@ -22,8 +22,8 @@ class RpfBlocks {
   Bytes FindInHead(std::int64_t offset, std::int64_t count) const;
   /// What the head has from there on.
   Bytes HeadFrom(std::int64_t offset) const;
-  /// The block from the head or else from the file; none where it is not whole, or above `Limits::tableBytes` in the
-  /// file. It is valid until the next call.
+  /// The block from the head or else from the file; none where it is not whole, or above `tagXLimits::tableBytes` in
+  /// the file. It is valid until the next call.
   Bytes Read(std::int64_t offset, std::int64_t count);
   /// The same, but only the first `kept` bytes of it, which alone are read.
   Bytes ReadPart(std::int64_t offset, std::int64_t count, std::int64_t kept);

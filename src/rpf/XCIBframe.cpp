@@ -1,6 +1,7 @@
 #include "XCIBframe.h"
 
 #include "base/Fence.h"
+#include "base/PixelStorage.h"
 #include "rpf/FramePaint.h"
 #include "XFile.h"
 
@@ -22,7 +23,7 @@ int TruncateToInt(double value) {
 
 }  // namespace
 
-XCIBframe::XCIBframe() = default;
+XCIBframe::XCIBframe() : image_(std::make_unique<zrk::PixelStorage>()) {}
 XCIBframe::~XCIBframe() = default;
 
 int XCIBframe::LoadFile(const XString& path, int withColor, int withImage) {
@@ -63,7 +64,7 @@ int XCIBframe::ReadSections(XFile* file, const unsigned char* buffer, int bytes,
 
 void XCIBframe::CleanUp() {
   tables_ = {};
-  image_.Free();
+  image_->Free();
   rows_ = {};
   coverage_ = {};
   description_ = {};

@@ -1,6 +1,7 @@
 // The image of a frame. Its subframes are found first, in the head of the file or behind it, and then painted: as codes
 // into an image that the frame keeps, or through its colours into planes of somebody else.
 
+#include "base/PixelStorage.h"
 #include "rpf/FramePaint.h"
 #include "rpf/RpfBlocks.h"
 #include "XCIBframe.h"
@@ -170,12 +171,12 @@ int XCIBframe::Paint(const zrk::FrameSubframes& subframes, unsigned transparentC
 }
 
 int XCIBframe::PaintCodes(const zrk::FrameSubframes& subframes, unsigned transparentCode) {
-  if (!image_.Reserve(zrk::kFramePixels)) return 0;
+  if (!image_->Reserve(zrk::kFramePixels)) return 0;
   const zrk::FrameMap codes = MakeCodeMap(transparentCode);
   const zrk::FrameMap* const map = transparentCode < codes.size() ? &codes : nullptr;
-  PaintPlane(subframes, map, image_.Get());
+  PaintPlane(subframes, map, image_->Get());
   rows_.resize(kSide);
-  for (std::size_t row = 0; row < rows_.size(); ++row) rows_[row] = image_.Get() + row * zrk::kFrameSide;
+  for (std::size_t row = 0; row < rows_.size(); ++row) rows_[row] = image_->Get() + row * zrk::kFrameSide;
   return 1;
 }
 

@@ -37,7 +37,7 @@ struct RecordTable {
 template <class Take>
 bool ReadRecords(zrk::RpfBlocks& blocks, const RecordTable& table, int recordsPerRead, Take take) {
   if (table.recordBytes < table.usedBytes) return table.count == 0;
-  if (table.count * table.recordBytes > zrk::GetLimits().tableBytes) return false;
+  if (table.count * table.recordBytes > XfnGetLimits().tableBytes) return false;
   for (std::int64_t first = 0; first < table.count; first += recordsPerRead) {
     const std::int64_t count = std::min<std::int64_t>(recordsPerRead, table.count - first);
     const auto run =

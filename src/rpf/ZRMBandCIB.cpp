@@ -1,20 +1,30 @@
 #include "ZRMBandCIB.h"
 
-#include "base/Fence.h"
+#include "base/PixelStorage.h"
+#include "core/model/BandFrame.h"
 #include "rpf/FrameBand.h"
-#include "Xepot.h"
 
 #include <utility>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandCIB, ZRMBand);
 
-ZRMBandCIB::ZRMBandCIB() {
-  SetDataType(kPint08);
-  SetBandMin(0.0);
-  SetBandMax(255.0);
+struct ZRMBandCIB::Impl final : Frame {
+  bool Accepts(const zrk::ReadRequest& request, bool isInside, const int* cancel) const override;
+  zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
+
+  zrk::PixelStorage pixels;
+  bool isOpen = false;
+};
+
+ZRMBandCIB::ZRMBandCIB() : ZRMBandFile(std::make_unique<Impl>()) {
+  SetByteRange();
 }
 
 ZRMBandCIB::~ZRMBandCIB() = default;
+
+ZRMBandCIB::Impl& ZRMBandCIB::GetImpl() const {
+  return static_cast<Impl&>(GetFrame());
+}
 
 int ZRMBandCIB::ReadFile(XString path, XString& err, XThread*) {
   if (Open(path)) return 1;
@@ -27,12 +37,13 @@ int ZRMBandCIB::Open(XString path) {
   XCIBframe frame;
   zrk::PixelStorage pixels;
   if (!frame.LoadPlanes(path, pixels)) return 0;
-  isOpen_ = frame.GetColorTableType() == kGrey;
-  if (!isOpen_) {
-    pixels_.Free();
+  Impl& impl = GetImpl();
+  impl.isOpen = frame.GetColorTableType() == kGrey;
+  if (!impl.isOpen) {
+    impl.pixels.Free();
     return 0;
   }
-  pixels_ = std::move(pixels);
+  impl.pixels = std::move(pixels);
   // The place is held in single precision.
   const tagCoverageSectionSubheaderRPF& coverage = frame.GetCoverageSec();
   const auto nwLongitude = static_cast<float>(coverage.nwLongitude);
@@ -43,33 +54,14 @@ int ZRMBandCIB::Open(XString path) {
   return 1;
 }
 
-int ZRMBandCIB::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) {
-  return Xepot::GetHighestLevelForTarget(GetXSize(), GetYSize(), GetLevel(), GetXTileSize(), GetYTileSize(), x0, x1, y0,
-                                         y1, width, height);
-}
-
 /// The size that was set for the band does not bound the window here; the pixels do.
-int ZRMBandCIB::ReadSubset(tagXArr2*& out, int, int x0, int x1, int y0, int y1, int*) {
-  if (!isOpen_ || !zrk::IsOnFrame(x0, x1, y0, y1)) return 0;
-  return zrk::FencedRead([&] {
-    tagXArr2* result = results_.GetBuffer(x1 - x0 + 1, y1 - y0 + 1, 1);
-    if (!result) return 0;
-    zrk::CopyFromPlane(pixels_.Get(), x0, x1, y0, y1, result->data);
-    out = result;
-    CleanupMemory(0, 0);
-    return 1;
-  });
+bool ZRMBandCIB::Impl::Accepts(const zrk::ReadRequest& request, bool, const int*) const {
+  return isOpen && zrk::IsOnFrame(request.x0, request.x1, request.y0, request.y1);
 }
 
-int ZRMBandCIB::CalcStatistics(int withHistogram) {
-  return ZRMBand::CalcStatistics(withHistogram);
-}
-
-int ZRMBandCIB::CleanupMemory(int freeBuffers, int force) {
-  if (freeBuffers && IsMemoryWanted(force)) results_.FreeCurrentThreadsBuffer();
-  return 1;
-}
-
-int ZRMBandCIB::CloneBand(ZRMBand* source) {
-  return ZRMBand::CloneBand(source);
+zrk::ChannelReads::Record* ZRMBandCIB::Impl::Decode(const zrk::ReadRequest& request, const int*) {
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {1, request.Width(), request.Height()});
+  if (!record) return nullptr;
+  zrk::CopyFromPlane(pixels.Get(), request.x0, request.x1, request.y0, request.y1, record->At(0).data);
+  return record;
 }

@@ -3,6 +3,7 @@
 #include "XRSFile2Tiff.h"
 
 #include "base/AlignLike.h"
+#include "base/PixelStorage.h"
 #include "codec/TiffOutput.h"
 #include "math/Interleave.h"
 #include "writers/BandList.h"
@@ -10,7 +11,6 @@
 #include "writers/RowBlocks.h"
 #include "writers/TiffSentences.h"
 #include "XJointReader.h"
-#include "XPixelStorage.h"
 #include "XRSFile.h"
 #include "XSystem.h"
 #include "XThread.h"

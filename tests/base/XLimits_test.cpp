@@ -8,16 +8,16 @@ namespace {
 /// Brings the limits back when a test is done.
 class KeepLimits {
  public:
-  ~KeepLimits() { zrk::SetLimits(before_); }
+  ~KeepLimits() { XfnSetLimits(before_); }
 
  private:
-  const zrk::Limits before_ = zrk::GetLimits();
+  const tagXLimits before_ = XfnGetLimits();
 };
 
 }  // namespace
 
 TEST(Limits, DefaultsFitRealData) {
-  const zrk::Limits limits = zrk::GetLimits();
+  const tagXLimits limits = XfnGetLimits();
   EXPECT_EQ(limits.imagePixels, 1099511627776);  // 2^40
   EXPECT_EQ(limits.decodedTileBytes, 1073741824);
   EXPECT_EQ(limits.tableBytes, 268435456);
@@ -30,23 +30,23 @@ TEST(Limits, DefaultsFitRealData) {
 
 TEST(Limits, ACallerCanLowerThem) {
   const KeepLimits keep;
-  zrk::Limits limits = zrk::GetLimits();
+  tagXLimits limits = XfnGetLimits();
   limits.imagePixels = 1000;
   limits.jpegScans = 3;
-  zrk::SetLimits(limits);
-  EXPECT_EQ(zrk::GetLimits().imagePixels, 1000);
-  EXPECT_EQ(zrk::GetLimits().jpegScans, 3);
-  EXPECT_EQ(zrk::GetLimits().nestingDepth, 64);
+  XfnSetLimits(limits);
+  EXPECT_EQ(XfnGetLimits().imagePixels, 1000);
+  EXPECT_EQ(XfnGetLimits().jpegScans, 3);
+  EXPECT_EQ(XfnGetLimits().nestingDepth, 64);
 }
 
 TEST(LimitsThreads, AreNeverSeenHalfSet) {
   const KeepLimits keep;
-  zrk::SetLimits({.imagePixels = 1, .nestingDepth = 1});
+  XfnSetLimits({.imagePixels = 1, .nestingDepth = 1});
   std::thread setter([] {
-    for (int i = 0; i < 2000; ++i) zrk::SetLimits({.imagePixels = i, .nestingDepth = i});
+    for (int i = 0; i < 2000; ++i) XfnSetLimits({.imagePixels = i, .nestingDepth = i});
   });
   for (int i = 0; i < 2000; ++i) {
-    const zrk::Limits limits = zrk::GetLimits();
+    const tagXLimits limits = XfnGetLimits();
     EXPECT_EQ(limits.imagePixels, limits.nestingDepth);
   }
   setter.join();

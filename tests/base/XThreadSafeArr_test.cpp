@@ -1,5 +1,7 @@
 #include "XThreadSafeArr.h"
 
+#include "base/PerThread.h"
+
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <unistd.h>

@@ -32,7 +32,7 @@ TEST_F(XRSFile2TiffReads, TakesNoBlockTwice) {
 }
 
 /// A band that is read together with others of its kind, and writes down with how many.
-class JointBand : public LoggedBand, public zrk::JointReader {
+class JointBand : public LoggedBand, public XJointReader {
  public:
   void SetCounts(std::vector<std::size_t>* counts) { counts_ = counts; }
   const void* GetJointSource() const override { return counts_; }

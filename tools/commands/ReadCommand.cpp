@@ -42,7 +42,7 @@ bool HasPngExtension(const std::string& path) {
 }
 
 std::unique_ptr<SampleSink> MakeTable(const ZRMBand& band, const Window& window, std::string& err) {
-  if (window.Width() <= kMaxTableSamples && window.Height() <= kMostTableSamples) {
+  if (window.Width() <= kMaxTableSamples && window.Height() <= kMaxTableSamples) {
     return MakeTableSink(band.GetDataType(), stdout);
   }
   err = "a table on the terminal is for windows of up to 32 x 32 pixels; give -o to write a file";

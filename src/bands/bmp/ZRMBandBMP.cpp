@@ -9,11 +9,11 @@
 #include "ZRMBandBMP.h"
 
 #include "bands/bmp/BmpHeader.h"
-#include "core/model/FollowerRead.h"
 #include "base/Disk.h"
-#include "base/Fence.h"
+#include "core/model/BandFrame.h"
 #include "math/Interleave.h"
-#include "Xepot.h"
+#include "XFile.h"
+#include "XThreadSafeArr.h"
 
 #include <algorithm>
 #include <array>
@@ -92,42 +92,84 @@ class RowUnpacker {
   std::optional<PaletteTables> tables_;
 };
 
+std::array<unsigned char*, 4> RowsOf(zrk::ChannelReads::Record& record, int row) {
+  std::array<unsigned char*, 4> rows{};
+  for (int c = 0; c < record.numChannels; ++c) rows[static_cast<std::size_t>(c)] = record.At(c).Row(row);
+  return rows;
+}
+
 }  // namespace
 
-ZRMBandBMP::ZRMBandBMP(ZRMBandBMP* master) : master_(master) {
-  SetDataType(kPint08);
-  SetBandMin(0.0);
-  SetBandMax(255.0);
-  if (master) CopyGeometry(*master);
+/// The image that is shown. A follower's is empty.
+struct ZRMBandBMP::Impl final : Frame {
+  void Close();
+  int ReadFile(const XString& path, XString& err);
+  int ReadIntoMemory(const XFile& from, const zrk::BmpHeader& header, XString& err);
+  void AdoptHeader(const BITMAPINFO& header, int type, std::int64_t rowsOffset);
+  void AdoptCopy(const BITMAPINFO& header, std::unique_ptr<unsigned char[]> rows);
+
+  int PixelBytes() const { return info->bmiHeader.biBitCount >> 3; }
+  int GetPaletteSize() const { return info ? XfnGetDIBPaletteSize(info.get()) : 0; }
+  int GetNumChannels() const;
+  std::int64_t CalcRowOffset(int y) const;
+  bool HoldsRows(const zrk::ReadRequest& request) const;
+
+  zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
+  zrk::ChannelReads::Record* DecodeFromMemory(const zrk::ReadRequest& request);
+  zrk::ChannelReads::Record* DecodeFromFile(const zrk::ReadRequest& request, int level);
+  void FreeBuffers() override;
+
+  std::unique_ptr<BITMAPINFO> info;
+  int sourceType = kSourceNone;
+  std::unique_ptr<XFile> file;            // behind kSourceFile, and beside a mapping of it
+  std::unique_ptr<zrk::DiskMap> map;      // behind kSourceView of a file
+  std::unique_ptr<unsigned char[]> copy;  // behind kSourceMemory
+  const unsigned char* data = nullptr;    // rows of kSourceMemory and kSourceView
+  std::int64_t offset = 0;
+  XThreadSafeArr1 rowBuffers;
+};
+
+ZRMBandBMP::ZRMBandBMP(ZRMBandBMP* master) : ZRMBandChannels(std::make_unique<Impl>(), master) {
+  SetByteRange();
 }
 
 ZRMBandBMP::~ZRMBandBMP() = default;
 
+ZRMBandBMP::Impl& ZRMBandBMP::GetImpl() const {
+  return static_cast<Impl&>(GetFrame());
+}
+
 int ZRMBandBMP::ReadFile(XString path, XString& err, XThread*) {
   err.Empty();
+  if (!GetImpl().ReadFile(path, err)) return 0;
+  PlaceAsImage();
+  return 1;
+}
+
+int ZRMBandBMP::Impl::ReadFile(const XString& path, XString& err) {
   Close();
-  auto file = std::make_unique<XFile>();
-  if (!file->Open(path, XFile::kRead | XFile::kShareDenyNone)) {
+  auto opened = std::make_unique<XFile>();
+  if (!opened->Open(path, XFile::kRead | XFile::kShareDenyNone)) {
     err = "Can't open file : " + path;
     return 0;
   }
   std::array<unsigned char, zrk::kBmpHeaderBytes> bytes;
-  const std::int64_t numBytes = std::max<std::int64_t>(file->ReadAt(0, bytes.data(), zrk::kBmpHeaderBytes), 0);
+  const std::int64_t numBytes = std::max<std::int64_t>(opened->ReadAt(0, bytes.data(), zrk::kBmpHeaderBytes), 0);
   zrk::BmpHeader header;
   if (!zrk::ParseBmpHeader({bytes.data(), static_cast<std::size_t>(numBytes)}, header, err)) return 0;
-  if (header.imageBytes < kMapFrom) return ReadIntoMemory(*file, header, err);
+  if (header.imageBytes < kMapFrom) return ReadIntoMemory(*opened, header, err);
 
-  std::unique_ptr<zrk::DiskMap> map = file->GetDiskFile()->Map();
-  AdoptHeader(header.info, map ? kSourceView : kSourceFile, header.pixelOffset);
-  data_ = map ? map->Data() : nullptr;
-  map_ = std::move(map);
-  file_ = std::move(file);
+  std::unique_ptr<zrk::DiskMap> wholeFile = opened->GetDiskFile()->Map();
+  AdoptHeader(header.info, wholeFile ? kSourceView : kSourceFile, header.pixelOffset);
+  data = wholeFile ? wholeFile->Data() : nullptr;
+  map = std::move(wholeFile);
+  file = std::move(opened);
   return 1;
 }
 
 /// The file's length is asked first, so that a header cannot have memory allocated that no rows will fill.
-int ZRMBandBMP::ReadIntoMemory(const XFile& file, const zrk::BmpHeader& header, XString& err) {
-  if (file.GetLength() < header.pixelOffset + header.imageBytes) {
+int ZRMBandBMP::Impl::ReadIntoMemory(const XFile& from, const zrk::BmpHeader& header, XString& err) {
+  if (from.GetLength() < header.pixelOffset + header.imageBytes) {
     err = "Can't read bitmap bits";
     return 0;
   }
@@ -136,44 +178,55 @@ int ZRMBandBMP::ReadIntoMemory(const XFile& file, const zrk::BmpHeader& header, 
     err = "Can't allocate memory";
     return 0;
   }
-  if (file.ReadAt(header.pixelOffset, rows.get(), header.imageBytes) != header.imageBytes) {
+  if (from.ReadAt(header.pixelOffset, rows.get(), header.imageBytes) != header.imageBytes) {
     err = "Can't read bitmap bits";
     return 0;
   }
-  AdoptHeader(header.info, kSourceMemory, 0);
-  copy_ = std::move(rows);
-  data_ = copy_.get();
+  AdoptCopy(header.info, std::move(rows));
   return 1;
 }
 
-void ZRMBandBMP::Close() {
-  sourceType_ = kSourceNone;
-  data_ = nullptr;
-  map_.reset();
-  file_.reset();
-  copy_.reset();
-  info_.reset();
-  reads_.Forget();
+void ZRMBandBMP::Impl::Close() {
+  sourceType = kSourceNone;
+  data = nullptr;
+  map.reset();
+  file.reset();
+  copy.reset();
+  info.reset();
+  reads.Forget();
 }
 
-void ZRMBandBMP::AdoptHeader(const BITMAPINFO& info, int sourceType, std::int64_t offset) {
+void ZRMBandBMP::Impl::AdoptHeader(const BITMAPINFO& header, int type, std::int64_t rowsOffset) {
   // A caller's record may end where its palette does, and may be the one that is replaced here.
-  auto copy = std::make_unique<BITMAPINFO>();
-  std::memcpy(copy.get(), &info, sizeof(BITMAPINFOHEADER) + 4 * static_cast<std::size_t>(XfnGetDIBPaletteSize(&info)));
+  auto own = std::make_unique<BITMAPINFO>();
+  const auto paletteBytes = 4 * static_cast<std::size_t>(XfnGetDIBPaletteSize(&header));
+  std::memcpy(own.get(), &header, sizeof(BITMAPINFOHEADER) + paletteBytes);
   Close();
-  info_ = std::move(copy);
-  sourceType_ = sourceType;
-  offset_ = offset;
-  SetSize(info_->bmiHeader.biWidth, info_->bmiHeader.biHeight);
+  info = std::move(own);
+  sourceType = type;
+  offset = rowsOffset;
+}
+
+void ZRMBandBMP::Impl::AdoptCopy(const BITMAPINFO& header, std::unique_ptr<unsigned char[]> rows) {
+  AdoptHeader(header, kSourceMemory, 0);
+  copy = std::move(rows);
+  data = copy.get();
+}
+
+void ZRMBandBMP::PlaceAsImage() {
+  const BITMAPINFOHEADER& header = GetImpl().info->bmiHeader;
+  SetSize(header.biWidth, header.biHeight);
   SetPixelSize(1.0, 1.0);
-  SetUpperLeft(0.0, info_->bmiHeader.biHeight - 1);
+  SetUpperLeft(0.0, header.biHeight - 1);
 }
 
 int ZRMBandBMP::SetImage(XFile* file, std::int64_t offset, const BITMAPINFO* info) {
   if (!file || !info || !zrk::IsServableDib(info->bmiHeader, offset)) return 0;
-  if (file_.get() == file) static_cast<void>(file_.release());
-  AdoptHeader(*info, kSourceFile, offset);
-  file_.reset(file);
+  Impl& impl = GetImpl();
+  if (impl.file.get() == file) static_cast<void>(impl.file.release());
+  impl.AdoptHeader(*info, kSourceFile, offset);
+  impl.file.reset(file);
+  PlaceAsImage();
   return 1;
 }
 
@@ -181,147 +234,103 @@ int ZRMBandBMP::SetImage(void* bits, std::int64_t offset, const BITMAPINFO* info
   if (!bits || !info || !zrk::IsServableDib(info->bmiHeader, offset)) return 0;
   const auto* rows = static_cast<const unsigned char*>(bits);
   if (direct) {
-    AdoptHeader(*info, kSourceView, offset);
-    data_ = rows;
-    return 1;
+    GetImpl().AdoptHeader(*info, kSourceView, offset);
+    GetImpl().data = rows;
+  } else {
+    const auto imageBytes = static_cast<std::size_t>(XfnCalcDIBWidthBytes(info) * info->bmiHeader.biHeight);
+    std::unique_ptr<unsigned char[]> copy(new (std::nothrow) unsigned char[imageBytes]);
+    if (!copy) return 0;
+    std::memcpy(copy.get(), rows, imageBytes);
+    GetImpl().AdoptCopy(*info, std::move(copy));
   }
-  const auto imageBytes = static_cast<std::size_t>(XfnCalcDIBWidthBytes(info) * info->bmiHeader.biHeight);
-  std::unique_ptr<unsigned char[]> copy(new (std::nothrow) unsigned char[imageBytes]);
-  if (!copy) return 0;
-  std::memcpy(copy.get(), rows, imageBytes);
-  AdoptHeader(*info, kSourceMemory, 0);
-  copy_ = std::move(copy);
-  data_ = copy_.get();
+  PlaceAsImage();
   return 1;
 }
 
 int ZRMBandBMP::GetNumChannels() const {
-  if (!info_) return 0;
-  return GetPaletteSize() > 0 ? 3 : info_->bmiHeader.biBitCount >> 3;
+  return GetImpl().GetNumChannels();
+}
+
+int ZRMBandBMP::Impl::GetNumChannels() const {
+  if (!info) return 0;
+  return GetPaletteSize() > 0 ? 3 : PixelBytes();
 }
 
 int ZRMBandBMP::GetPaletteSize() const {
-  return info_ ? XfnGetDIBPaletteSize(info_.get()) : 0;
+  return GetImpl().GetPaletteSize();
 }
 
-tagXArr2* ZRMBandBMP::GetResult(int channel) const {
-  return reads_.GetResult(channel, GetNumChannels());
+const BITMAPINFO* ZRMBandBMP::GetBitmapInfo() const {
+  return GetImpl().info.get();
 }
 
-void ZRMBandBMP::GetPrevReadSubsetParam(int& level, int& x0, int& x1, int& y0, int& y1) const {
-  reads_.GetLastRequest().Get(level, x0, x1, y0, y1);
+int ZRMBandBMP::GetSourceType() const {
+  return GetImpl().sourceType;
 }
 
-int ZRMBandBMP::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) {
-  return Xepot::GetHighestLevelForTarget(GetXSize(), GetYSize(), GetLevel(), GetXTileSize(), GetYTileSize(), x0, x1, y0,
-                                         y1, width, height);
+std::int64_t ZRMBandBMP::GetOffset() const {
+  return GetImpl().offset;
 }
 
-int ZRMBandBMP::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  if (!IsInside(x0, x1, y0, y1)) return 0;
-  if (ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
-  const zrk::ReadRequest request{level, x0, x1, y0, y1};
-  return zrk::FencedRead(
-      [&] { return master_ ? zrk::ReadThroughMaster(*master_, channel_, out, request) : ReadAsMaster(out, request); });
-}
-
-int ZRMBandBMP::ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request) {
-  // The band's size can be set to another than the image's, which is the one that bounds the pixels.
-  if (!info_ || request.x1 >= info_->bmiHeader.biWidth || request.y1 >= info_->bmiHeader.biHeight) return 0;
-  zrk::ChannelReads::Record& record = reads_.Begin(request);
-  record.isFilled = Decode(request, record);
-  tagXArr2* result = GetResult(channel_);
-  if (!result) return 0;
-  out = result;
-  CleanupMemory(0, 0);
-  return 1;
-}
+/// Buffers stay, whatever is asked.
+void ZRMBandBMP::Impl::FreeBuffers() {}
 
 /// Small windows of a view are copied out of it. Large ones are read row by row, at full resolution as well: that costs
 /// little beside their bytes, which then don't stay in the process, and is no signal where the file is cut meanwhile.
-bool ZRMBandBMP::Decode(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {
+zrk::ChannelReads::Record* ZRMBandBMP::Impl::Decode(const zrk::ReadRequest& request, const int*) {
   constexpr std::int64_t kLargeWindow = 1 << 20;
-  if (sourceType_ == kSourceFile) return DecodeFromFile(request, record);
-  const std::int64_t numBytes = std::int64_t{request.Width()} * request.Height() * (info_->bmiHeader.biBitCount >> 3);
-  if (!map_ || numBytes < kLargeWindow) return DecodeFromMemory(request, record);
-  zrk::ReadRequest full = request;
-  full.level = 0;
-  return DecodeFromFile(full, record);
+  // The band's size can be set to another than the image's, which is the one that bounds the pixels.
+  if (!info || request.x1 >= info->bmiHeader.biWidth || request.y1 >= info->bmiHeader.biHeight) return nullptr;
+  if (sourceType == kSourceFile) return DecodeFromFile(request, request.level);
+  const std::int64_t numBytes = std::int64_t{request.Width()} * request.Height() * PixelBytes();
+  return map && numBytes >= kLargeWindow ? DecodeFromFile(request, 0) : DecodeFromMemory(request);
 }
 
-std::int64_t ZRMBandBMP::CalcRowOffset(int y) const {
-  return offset_ + (std::int64_t{info_->bmiHeader.biHeight} - 1 - y) * XfnCalcDIBWidthBytes(info_.get());
+std::int64_t ZRMBandBMP::Impl::CalcRowOffset(int y) const {
+  return offset + (std::int64_t{info->bmiHeader.biHeight} - 1 - y) * XfnCalcDIBWidthBytes(info.get());
 }
 
 /// Whether the file, as it is now, holds the rows of a window. Pixels that a caller keeps in memory are taken to be
 /// whole.
-bool ZRMBandBMP::HoldsRows(const zrk::ReadRequest& request) const {
-  if (!file_) return true;
-  const std::int64_t pixelBytes = info_->bmiHeader.biBitCount >> 3;
-  const std::int64_t end = CalcRowOffset(request.y0) + (request.x1 + std::int64_t{1}) * pixelBytes;
-  const std::int64_t length = file_->GetLength();
-  return end <= (map_ ? std::min(length, map_->Size()) : length);
+bool ZRMBandBMP::Impl::HoldsRows(const zrk::ReadRequest& request) const {
+  if (!file) return true;
+  const std::int64_t end = CalcRowOffset(request.y0) + (request.x1 + std::int64_t{1}) * PixelBytes();
+  const std::int64_t length = file->GetLength();
+  return end <= (map ? std::min(length, map->Size()) : length);
 }
 
-namespace {
-
-bool AllocateChannels(zrk::ChannelReads::Record& record, int numChannels, int width, int height) {
-  for (int c = 0; c < numChannels; ++c) {
-    if (!record.channels[static_cast<std::size_t>(c)].Alloc(width, height, 1)) return false;
-  }
-  return true;
-}
-
-std::array<unsigned char*, 4> RowsOf(const zrk::ChannelReads::Record& record, int numChannels, int row) {
-  std::array<unsigned char*, 4> rows{};
-  for (std::size_t c = 0; c < static_cast<std::size_t>(numChannels); ++c) rows[c] = record.channels[c].Row(row);
-  return rows;
-}
-
-}  // namespace
-
-bool ZRMBandBMP::DecodeFromMemory(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) const {
+zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromMemory(const zrk::ReadRequest& request) {
   const int numChannels = GetNumChannels();
-  if (!HoldsRows(request) || !AllocateChannels(record, numChannels, request.Width(), request.Height())) return false;
-  const RowUnpacker unpacker(*info_, numChannels, 1);
-  const std::int64_t firstByte = std::int64_t{request.x0} * (info_->bmiHeader.biBitCount >> 3);
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {numChannels, request.Width(), request.Height()});
+  if (!record || !HoldsRows(request)) return nullptr;
+  const RowUnpacker unpacker(*info, numChannels, 1);
+  const std::int64_t firstByte = std::int64_t{request.x0} * PixelBytes();
   for (int y = request.y0; y <= request.y1; ++y) {
-    unpacker.Unpack(data_ + CalcRowOffset(y) + firstByte, static_cast<std::size_t>(request.Width()),
-                    RowsOf(record, numChannels, y - request.y0).data());
+    unpacker.Unpack(data + CalcRowOffset(y) + firstByte, static_cast<std::size_t>(request.Width()),
+                    RowsOf(*record, y - request.y0).data());
   }
-  return true;
+  return record;
 }
 
-bool ZRMBandBMP::DecodeFromFile(const zrk::ReadRequest& request, zrk::ChannelReads::Record& record) {
-  if (request.level < 0 || request.level > kMaxLevel) return false;
-  const int width = request.Width() >> request.level;
-  const int height = request.Height() >> request.level;
+/// A level that can't be leaves no room for results.
+zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromFile(const zrk::ReadRequest& request, int level) {
+  const bool isLevel = level >= 0 && level <= kMaxLevel;
+  const int width = isLevel ? request.Width() >> level : 0;
+  const int height = isLevel ? request.Height() >> level : 0;
   const int numChannels = GetNumChannels();
-  if (!HoldsRows(request) || !AllocateChannels(record, numChannels, width, height)) return false;
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {numChannels, width, height});
+  if (!record || !isLevel || !HoldsRows(request)) return nullptr;
 
-  const int step = 1 << request.level;
-  const int pixelBytes = info_->bmiHeader.biBitCount >> 3;
-  const std::int64_t firstByte = std::int64_t{request.x0} * pixelBytes;
-  const std::int64_t numBytes = ((std::int64_t{width} - 1) * step + 1) * pixelBytes;
-  tagXArr1* row = numBytes <= INT32_MAX ? rows_.GetBuffer(static_cast<int>(numBytes), 1) : nullptr;
-  if (!row) return false;
-  const RowUnpacker unpacker(*info_, numChannels, step);
+  const int step = 1 << level;
+  const std::int64_t firstByte = std::int64_t{request.x0} * PixelBytes();
+  const std::int64_t numBytes = ((std::int64_t{width} - 1) * step + 1) * PixelBytes();
+  tagXArr1* row = numBytes <= INT32_MAX ? rowBuffers.GetBuffer(static_cast<int>(numBytes), 1) : nullptr;
+  if (!row) return nullptr;
+  const RowUnpacker unpacker(*info, numChannels, step);
   for (int j = 0; j < height; ++j) {
     const std::int64_t at = CalcRowOffset(request.y0 + j * step) + firstByte;
-    if (file_->ReadAt(at, row->data, numBytes) != numBytes) return false;
-    unpacker.Unpack(row->data, static_cast<std::size_t>(width), RowsOf(record, numChannels, j).data());
+    if (file->ReadAt(at, row->data, numBytes) != numBytes) return nullptr;
+    unpacker.Unpack(row->data, static_cast<std::size_t>(width), RowsOf(*record, j).data());
   }
-  return true;
-}
-
-int ZRMBandBMP::CalcStatistics(int withHistogram) {
-  return ZRMBand::CalcStatistics(withHistogram);
-}
-
-int ZRMBandBMP::CleanupMemory(int, int) {
-  return 1;
-}
-
-int ZRMBandBMP::CloneBand(ZRMBand* source) {
-  return ZRMBand::CloneBand(source);
+  return record;
 }

@@ -11,16 +11,19 @@
 #include "base/Checked.h"
 #include "base/Fence.h"
 #include "base/LargePages.h"
+#include "base/PixelStorage.h"
+#include "core/model/BandFrame.h"
 #include "math/CopyBlock.h"
 #include "math/Heights.h"
 #include "math/Interleave.h"
 #include "XDataType.h"
-#include "Xepot.h"
+#include "XFile.h"
 #include "XLimits.h"
 #include "XThread.h"
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandDTED, ZRMBandDRIO);
 
@@ -42,66 +45,119 @@ int ReportColumns(XThread* thread, int first, int count, int total) {
 
 }  // namespace
 
-ZRMBandDTED::ZRMBandDTED() {
+struct ZRMBandDTED::Impl final : Frame {
+  /// Heights row by row. Room is made for those columns only that the file holds in part at least.
+  struct Grid {
+    zrk::PixelStorage heights;
+    bool isThere = false;
+    int width = 0;
+    int height = 0;
+    int numColumns = 0;  // that there is room for
+    int numFilled = 0;   // that are decoded; all others are 0
+  };
+
+  bool ReadLeader(const XString& path);
+  std::int64_t CalcColumnBytes() const { return kColumnHeaderBytes + kHeightBytes * std::int64_t{latitudePoints} + 4; }
+  int CountHeldColumns() const;
+  bool MakeGrid();
+  int FillGrid(XThread* thread);
+  void DecodeColumns(int numColumns, std::vector<unsigned char>& columns);
+
+  bool Accepts(const zrk::ReadRequest& request, bool isInside, const int* cancel) const override;
+  zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
+  void CopyHeights(const zrk::ReadRequest& request, tagXArr2& result) const;
+
+  Grid grid;
+  XFile file;
+  XSpatialReference system;
+  std::vector<unsigned char> leader;
+  std::size_t shift = 0;
+  std::int64_t dataStart = 0;
+  XString productDesignator;
+  float west = 0.0f;
+  float north = 0.0f;
+  float xStep = 0.0f;
+  float yStep = 0.0f;
+  int longitudeLines = 0;
+  int latitudePoints = 0;
+};
+
+ZRMBandDTED::ZRMBandDTED() : ZRMBandFile(std::make_unique<Impl>()) {
   SetDataType(kSint16);
 }
 
 ZRMBandDTED::~ZRMBandDTED() = default;
+
+ZRMBandDTED::Impl& ZRMBandDTED::GetImpl() const {
+  return static_cast<Impl&>(GetFrame());
+}
+
+std::int64_t ZRMBandDTED::GetDataStart() const {
+  return GetImpl().dataStart;
+}
+
+const XString& ZRMBandDTED::GetProductDesignator() const {
+  return GetImpl().productDesignator;
+}
 
 int ZRMBandDTED::Open(XString path) {
   return zrk::FencedRead([&] { return OpenFile(path); });
 }
 
 int ZRMBandDTED::OpenFile(const XString& path) {
-  if (!file_.Open(path, XFile::kRead | XFile::kShareDenyNone)) return 0;
-  leader_.resize(static_cast<std::size_t>(zrk::kDtedLeaderBytes));
-  const std::int64_t numBytes = file_.ReadAt(0, leader_.data(), zrk::kDtedLeaderBytes);
-  leader_.resize(static_cast<std::size_t>(std::max<std::int64_t>(numBytes, 0)));
-  if (!zrk::HasDtedMark(leader_)) {
-    file_.Close();
-    return 0;
-  }
-  if (!ExtractDataTypeInfo()) return 0;
+  const Impl& impl = GetImpl();
+  if (!GetImpl().ReadLeader(path) || !ExtractDataTypeInfo()) return 0;
   ExtractDataInfo();
   ExtractLeaderInfo();
-  SetSize(longitudeLines_, latitudePoints_);
+  SetSize(impl.longitudeLines, impl.latitudePoints);
   SetDataType(kSint16);
-  SetPixelSize(xStep_, yStep_);
-  SetUpperLeft(west_, north_);
+  SetPixelSize(impl.xStep, impl.yStep);
+  SetUpperLeft(impl.west, impl.north);
   SetCoordinateKind(kCoordinateWorld);
-  SetSR(system_);
+  SetSR(impl.system);
   return 1;
 }
 
+bool ZRMBandDTED::Impl::ReadLeader(const XString& path) {
+  if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return false;
+  leader.resize(static_cast<std::size_t>(zrk::kDtedLeaderBytes));
+  const std::int64_t numBytes = file.ReadAt(0, leader.data(), zrk::kDtedLeaderBytes);
+  leader.resize(static_cast<std::size_t>(std::max<std::int64_t>(numBytes, 0)));
+  if (zrk::HasDtedMark(leader)) return true;
+  file.Close();
+  return false;
+}
+
 int ZRMBandDTED::ExtractDataTypeInfo() {
-  const auto layout = zrk::FindDtedLayout(leader_);
+  Impl& impl = GetImpl();
+  const auto layout = zrk::FindDtedLayout(impl.leader);
   if (!layout) return 0;
-  dataStart_ = layout->dataStart;
-  shift_ = layout->shift;
+  impl.dataStart = layout->dataStart;
+  impl.shift = layout->shift;
   return 1;
 }
 
 void ZRMBandDTED::ExtractDataInfo() {
-  const zrk::DtedSize size = zrk::ParseDtedSize(leader_, shift_);
-  longitudeLines_ = size.longitudeLines;
-  latitudePoints_ = size.latitudePoints;
-  productDesignator_ = size.productDesignator;
+  Impl& impl = GetImpl();
+  const zrk::DtedSize size = zrk::ParseDtedSize(impl.leader, impl.shift);
+  impl.longitudeLines = size.longitudeLines;
+  impl.latitudePoints = size.latitudePoints;
+  impl.productDesignator = size.productDesignator;
 }
 
 /// The place is held in single precision, and so is the band's.
 void ZRMBandDTED::ExtractLeaderInfo() {
-  const zrk::DtedPlace place = zrk::ParseDtedPlace(leader_, shift_);
-  south_ = place.south;
-  west_ = place.west;
-  north_ = place.north;
-  east_ = place.east;
-  xStep_ = (east_ - west_) / static_cast<float>(longitudeLines_ - 1);
-  yStep_ = (north_ - south_) / static_cast<float>(latitudePoints_ - 1);
-  system_.Clear();
+  Impl& impl = GetImpl();
+  const zrk::DtedPlace place = zrk::ParseDtedPlace(impl.leader, impl.shift);
+  impl.west = place.west;
+  impl.north = place.north;
+  impl.xStep = (place.east - place.west) / static_cast<float>(impl.longitudeLines - 1);
+  impl.yStep = (place.north - place.south) / static_cast<float>(impl.latitudePoints - 1);
+  impl.system.Clear();
   if (place.datum == "WGS84") {
-    system_.SetWellKnownGeogCS("WGS84");
+    impl.system.SetWellKnownGeogCS("WGS84");
   } else {
-    system_.SetCoordinateKind(kReferenceUnknown);
+    impl.system.SetCoordinateKind(kReferenceUnknown);
   }
 }
 
@@ -111,110 +167,91 @@ int ZRMBandDTED::ReadFile(XString path, XString& err, XThread* thread) {
     err = "Can't open file : " + path;
     return 0;
   }
-  return zrk::FencedRead([&] { return MakeGrid() ? FillGrid(thread) : 0; });
+  return zrk::FencedRead([&] { return GetImpl().MakeGrid() ? GetImpl().FillGrid(thread) : 0; });
 }
 
 /// How many columns have heights in the file, the last of them in part perhaps.
-int ZRMBandDTED::CountHeldColumns() const {
-  const std::int64_t numBytes = file_.GetLength() - dataStart_ - kColumnHeaderBytes;
+int ZRMBandDTED::Impl::CountHeldColumns() const {
+  const std::int64_t numBytes = file.GetLength() - dataStart - kColumnHeaderBytes;
   if (numBytes <= 0) return 0;
-  return static_cast<int>(std::min<std::int64_t>((numBytes - 1) / CalcColumnBytes() + 1, longitudeLines_));
+  return static_cast<int>(std::min<std::int64_t>((numBytes - 1) / CalcColumnBytes() + 1, longitudeLines));
 }
 
-bool ZRMBandDTED::MakeGrid() {
-  grid_ = Grid();
-  if (longitudeLines_ < 1 || latitudePoints_ < 1) return false;
-  if (std::int64_t{longitudeLines_} * latitudePoints_ > zrk::GetLimits().imagePixels) return false;
+bool ZRMBandDTED::Impl::MakeGrid() {
+  grid = Grid();
+  if (longitudeLines < 1 || latitudePoints < 1) return false;
+  if (std::int64_t{longitudeLines} * latitudePoints > XfnGetLimits().imagePixels) return false;
   const int numColumns = CountHeldColumns();
   const std::size_t numBytes =
-      kHeightBytes * static_cast<std::size_t>(numColumns) * static_cast<std::size_t>(latitudePoints_);
-  if (numBytes > 0 && !grid_.heights.Reserve(numBytes)) return false;
-  zrk::PreferLargePages(grid_.heights.Get(), numBytes);
-  grid_.isThere = true;
-  grid_.width = longitudeLines_;
-  grid_.height = latitudePoints_;
-  grid_.numColumns = numColumns;
+      kHeightBytes * static_cast<std::size_t>(numColumns) * static_cast<std::size_t>(latitudePoints);
+  if (numBytes > 0 && !grid.heights.Reserve(numBytes)) return false;
+  zrk::PreferLargePages(grid.heights.Get(), numBytes);
+  grid.isThere = true;
+  grid.width = longitudeLines;
+  grid.height = latitudePoints;
+  grid.numColumns = numColumns;
   return true;
 }
 
 /// Columns that the file does not hold are reported too, and a stop is heard at them.
-int ZRMBandDTED::FillGrid(XThread* thread) {
+int ZRMBandDTED::Impl::FillGrid(XThread* thread) {
   std::vector<unsigned char> columns;
-  for (int first = 0; first < grid_.width; first += kColumnsPerRead) {
-    const int count = std::min(kColumnsPerRead, grid_.width - first);
-    const int numAllowed = ReportColumns(thread, first, count, grid_.width);
-    DecodeColumns(std::min(numAllowed, grid_.numColumns - grid_.numFilled), columns);
+  for (int first = 0; first < grid.width; first += kColumnsPerRead) {
+    const int count = std::min(kColumnsPerRead, grid.width - first);
+    const int numAllowed = ReportColumns(thread, first, count, grid.width);
+    DecodeColumns(std::min(numAllowed, grid.numColumns - grid.numFilled), columns);
     if (numAllowed < count) return 0;
   }
   return 1;
 }
 
 /// What the file fails to deliver, since it was cut short or can't be read, is 0.
-void ZRMBandDTED::DecodeColumns(int numColumns, std::vector<unsigned char>& columns) {
+void ZRMBandDTED::Impl::DecodeColumns(int numColumns, std::vector<unsigned char>& columns) {
   if (numColumns < 1) return;
   const std::int64_t columnBytes = CalcColumnBytes();
   const std::int64_t wanted = numColumns * columnBytes - kColumnHeaderBytes;
   columns.resize(static_cast<std::size_t>(wanted));
-  const std::int64_t offset = dataStart_ + grid_.numFilled * columnBytes + kColumnHeaderBytes;
-  const std::int64_t got = std::max<std::int64_t>(file_.ReadAt(offset, columns.data(), wanted), 0);
+  const std::int64_t offset = dataStart + grid.numFilled * columnBytes + kColumnHeaderBytes;
+  const std::int64_t got = std::max<std::int64_t>(file.ReadAt(offset, columns.data(), wanted), 0);
   std::fill(columns.begin() + static_cast<std::ptrdiff_t>(got), columns.end(), static_cast<unsigned char>(0));
-  auto* const heights = reinterpret_cast<std::int16_t*>(grid_.heights.Get());
-  zrk::TransposeHeights(columns.data(), columnBytes, numColumns, grid_.height, heights + grid_.numFilled,
-                        grid_.numColumns);
-  grid_.numFilled += numColumns;
+  auto* const heights = reinterpret_cast<std::int16_t*>(grid.heights.Get());
+  zrk::TransposeHeights(columns.data(), columnBytes, numColumns, grid.height, heights + grid.numFilled,
+                        grid.numColumns);
+  grid.numFilled += numColumns;
 }
 
-int ZRMBandDTED::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) {
-  return Xepot::GetHighestLevelForTarget(GetXSize(), GetYSize(), GetLevel(), GetXTileSize(), GetYTileSize(), x0, x1, y0,
-                                         y1, width, height);
+bool ZRMBandDTED::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int*) const {
+  return grid.isThere && isInside;
 }
 
-int ZRMBandDTED::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  if (!grid_.isThere || !IsInside(x0, x1, y0, y1)) return 0;
-  if (ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
-  // The band's size can be set to another than the grid's, which is the one that bounds the heights.
-  if (!IsLevel(level) || x1 >= grid_.width || y1 >= grid_.height) return 0;
-  return zrk::FencedRead([&] {
-    tagXArr2* const result = results_.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, kHeightBytes);
-    if (!result) return 0;
-    zrk::PreferLargePages(
-        result->data, static_cast<std::size_t>(result->ySize) * kHeightBytes * static_cast<std::size_t>(result->xSize));
-    CopyHeights(level, x0, y0, *result);
-    out = result;
-    CleanupMemory(0, 0);
-    return 1;
-  });
+/// The band's size can be set to another than the grid's, which is the one that bounds the heights.
+zrk::ChannelReads::Record* ZRMBandDTED::Impl::Decode(const zrk::ReadRequest& request, const int*) {
+  if (!IsLevel(request.level) || request.x1 >= grid.width || request.y1 >= grid.height) return nullptr;
+  const int width = request.Width() >> request.level, height = request.Height() >> request.level;
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {1, width, height, kHeightBytes});
+  if (!record) return nullptr;
+  tagXArr2& result = record->At(0);
+  zrk::PreferLargePages(result.data, static_cast<std::size_t>(height) * kHeightBytes * static_cast<std::size_t>(width));
+  CopyHeights(request, result);
+  return record;
 }
 
-void ZRMBandDTED::CopyHeights(int level, int x0, int y0, tagXArr2& result) const {
-  const std::int64_t step = std::int64_t{1} << level;
-  const std::int64_t held = std::max(grid_.numFilled - x0, 0);
+void ZRMBandDTED::Impl::CopyHeights(const zrk::ReadRequest& request, tagXArr2& result) const {
+  const std::int64_t step = std::int64_t{1} << request.level;
+  const std::int64_t held = std::max(grid.numFilled - request.x0, 0);
   const auto count = static_cast<int>(std::min<std::int64_t>(result.xSize, (held + step - 1) / step));
   if (count < result.xSize) {
     std::memset(result.data, 0,
                 kHeightBytes * static_cast<std::size_t>(result.xSize) * static_cast<std::size_t>(result.ySize));
   }
   if (count == 0) return;
-  const std::int64_t stride = grid_.numColumns * kHeightBytes;
-  const unsigned char* source = grid_.heights.Get() + y0 * stride + x0 * kHeightBytes;
-  if (level == 0) {
+  const std::int64_t stride = std::int64_t{grid.numColumns} * kHeightBytes;
+  const unsigned char* source = grid.heights.Get() + request.y0 * stride + request.x0 * kHeightBytes;
+  if (request.level == 0) {
     zrk::CopyBlock(source, stride, result.data, result.xSize * kHeightBytes, count * kHeightBytes, result.ySize);
     return;
   }
   for (int y = 0; y < result.ySize; ++y, source += stride * step) {
     zrk::GatherSamples(source, static_cast<std::size_t>(count), kHeightBytes * step, kHeightBytes, result.Row(y));
   }
-}
-
-int ZRMBandDTED::CalcStatistics(int withHistogram) {
-  return ZRMBand::CalcStatistics(withHistogram);
-}
-
-int ZRMBandDTED::CleanupMemory(int freeBuffers, int force) {
-  if (freeBuffers && IsMemoryWanted(force)) results_.FreeCurrentThreadsBuffer();
-  return 1;
-}
-
-int ZRMBandDTED::CloneBand(ZRMBand* source) {
-  return ZRMBand::CloneBand(source);
 }

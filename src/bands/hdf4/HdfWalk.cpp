@@ -143,7 +143,7 @@ bool FindHdfImage(const XFile& file, HdfImage& image) {
   HdfWalk walk(file);
   if (!walk.ToTheEnd()) return false;
   const HdfImage found = walk.GetImage();
-  if (found.CountPixels() > GetLimits().imagePixels) return false;
+  if (found.CountPixels() > XfnGetLimits().imagePixels) return false;
   image = found;
   return true;
 }

@@ -5,7 +5,9 @@
 
 #include "bands/hdf4/HdfWalk.h"
 #include "base/Fence.h"
+#include "core/model/BandFrame.h"
 #include "Xepot.h"
+#include "XFile.h"
 
 #include <algorithm>
 #include <new>
@@ -18,13 +20,32 @@ constexpr unsigned kHowToOpen = XFile::kRead | XFile::kShareDenyNone;
 
 }  // namespace
 
-ZRMBandHDF4::ZRMBandHDF4() {
-  SetDataType(kPint08);
-  SetBandMin(0.0);
-  SetBandMax(255.0);
+struct ZRMBandHDF4::Impl final : Frame {
+  Impl() { asksLevelData = false; }
+
+  int Open(const XString& path);
+  int ReadPixels(XString& err, const XString& path);
+  std::int64_t CalcPosition(int x, int y) const { return std::int64_t{image.width} * y + x; }
+  void CopyPixels(std::int64_t place, std::int64_t count, unsigned char* target) const;
+
+  bool Accepts(const zrk::ReadRequest& request, bool isInside, const int* cancel) const override;
+  zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
+
+  XFile file;
+  zrk::HdfImage image;
+  std::unique_ptr<unsigned char[]> pixels;  // as many of the raster's as the file has
+  std::int64_t numPixels = 0;
+};
+
+ZRMBandHDF4::ZRMBandHDF4() : ZRMBandFile(std::make_unique<Impl>()) {
+  SetByteRange();
 }
 
 ZRMBandHDF4::~ZRMBandHDF4() = default;
+
+ZRMBandHDF4::Impl& ZRMBandHDF4::GetImpl() const {
+  return static_cast<Impl&>(GetFrame());
+}
 
 int ZRMBandHDF4::IsValidFormat(XString path) {
   XFile file;
@@ -32,91 +53,85 @@ int ZRMBandHDF4::IsValidFormat(XString path) {
 }
 
 int ZRMBandHDF4::Open(XString path) {
-  pixels_.reset();
-  numPixels_ = 0;
-  zrk::HdfImage image;
-  const int isFound = zrk::FencedRead(
-      [&] { return file_.Open(path, kHowToOpen) && zrk::HasHdfMagic(file_) && zrk::FindHdfImage(file_, image); });
-  if (!isFound) {
-    file_.Close();
-    return 0;
-  }
-  rasterOffset_ = image.rasterOffset;
-  rasterWidth_ = image.width;
-  rasterHeight_ = image.height;
-  SetSize(image.width, image.height);
+  const Impl& impl = GetImpl();
+  if (!GetImpl().Open(path)) return 0;
+  SetSize(impl.image.width, impl.image.height);
   SetPixelSize(1.0, 1.0);
-  SetUpperLeft(0.0, image.height - 1);
+  SetUpperLeft(0.0, impl.image.height - 1);
   SetDataType(kPint08);
   SetSR(XSpatialReference());
   return 1;
 }
 
-int ZRMBandHDF4::ReadFile(XString path, XString& err, XThread*) {
-  err.Empty();
-  if (!Open(path)) {
-    err = "Can't open file : " + path;
+int ZRMBandHDF4::Impl::Open(const XString& path) {
+  pixels.reset();
+  numPixels = 0;
+  zrk::HdfImage found;
+  const int isFound = zrk::FencedRead(
+      [&] { return file.Open(path, kHowToOpen) && zrk::HasHdfMagic(file) && zrk::FindHdfImage(file, found); });
+  if (!isFound) {
+    file.Close();
     return 0;
   }
-  const std::int64_t numWanted = CalcPosition(0, rasterHeight_);
-  const std::int64_t numBytes = std::clamp<std::int64_t>(file_.GetLength() - rasterOffset_, 0, numWanted);
-  std::unique_ptr<unsigned char[]> pixels(new (std::nothrow) unsigned char[static_cast<std::size_t>(numBytes)]);
-  if (!pixels) {
+  image = found;
+  return 1;
+}
+
+int ZRMBandHDF4::ReadFile(XString path, XString& err, XThread*) {
+  err.Empty();
+  if (Open(path)) return GetImpl().ReadPixels(err, path);
+  err = "Can't open file : " + path;
+  return 0;
+}
+
+int ZRMBandHDF4::Impl::ReadPixels(XString& err, const XString& path) {
+  const std::int64_t numWanted = CalcPosition(0, image.height);
+  const std::int64_t numBytes = std::clamp<std::int64_t>(file.GetLength() - image.rasterOffset, 0, numWanted);
+  std::unique_ptr<unsigned char[]> fresh(new (std::nothrow) unsigned char[static_cast<std::size_t>(numBytes)]);
+  if (!fresh) {
     err = "Fail to allocate memory";
     return 0;
   }
   // A disk that fails is told now, and not by reads that fail later.
-  const bool isRead = file_.ReadAt(rasterOffset_, pixels.get(), numBytes) == numBytes;
-  file_.Close();
+  const bool isRead = file.ReadAt(image.rasterOffset, fresh.get(), numBytes) == numBytes;
+  file.Close();
   if (!isRead) {
     err = "Can't open file : " + path;
     return 0;
   }
-  pixels_ = std::move(pixels);
-  numPixels_ = numBytes;
+  pixels = std::move(fresh);
+  numPixels = numBytes;
   return 1;
 }
 
 int ZRMBandHDF4::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) {
-  constexpr int kTileSize = 256;  // whatever the band's is
+  constexpr int kTileSize = 256;
   return Xepot::GetHighestLevelForTarget(GetXSize(), GetYSize(), GetLevel(), kTileSize, kTileSize, x0, x1, y0, y1,
                                          width, height);
 }
 
 /// Copies `count` bytes from a place of the raster on, and zeros for those that the file does not have.
-void ZRMBandHDF4::CopyPixels(std::int64_t place, std::int64_t count, unsigned char* target) const {
-  const std::int64_t held = std::clamp<std::int64_t>(numPixels_ - place, 0, count);
-  std::copy_n(pixels_.get() + std::min(place, numPixels_), held, target);
+void ZRMBandHDF4::Impl::CopyPixels(std::int64_t place, std::int64_t count, unsigned char* target) const {
+  const std::int64_t held = std::clamp<std::int64_t>(numPixels - place, 0, count);
+  std::copy_n(pixels.get() + std::min(place, numPixels), held, target);
   std::fill_n(target + held, count - held, static_cast<unsigned char>(0));
 }
 
-/// A window of whole rows is one run of bytes. The band's size can be set to another than the raster's, which is the
-/// one that bounds the pixels.
-int ZRMBandHDF4::ReadSubset(tagXArr2*& out, int, int x0, int x1, int y0, int y1, int*) {
-  if (!pixels_ || !IsInside(x0, x1, y0, y1) || x1 >= rasterWidth_ || y1 >= rasterHeight_) return 0;
-  const int width = x1 - x0 + 1;
-  const int height = y1 - y0 + 1;
-  tagXArr2* const result = results_.GetBuffer(width, height, 1);
-  if (!result) return 0;
-  if (width == rasterWidth_) {
-    CopyPixels(CalcPosition(x0, y0), std::int64_t{width} * height, result->data);
+/// The band's size can be set to another than the raster's, which is the one that bounds the pixels.
+bool ZRMBandHDF4::Impl::Accepts(const zrk::ReadRequest& request, bool isInside, const int*) const {
+  return pixels && isInside && request.x1 < image.width && request.y1 < image.height;
+}
+
+/// A window of whole rows is one run of bytes.
+zrk::ChannelReads::Record* ZRMBandHDF4::Impl::Decode(const zrk::ReadRequest& request, const int*) {
+  const int width = request.Width(), height = request.Height();
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {1, width, height});
+  if (!record) return nullptr;
+  tagXArr2& result = record->At(0);
+  if (width == image.width) {
+    CopyPixels(CalcPosition(0, request.y0), std::int64_t{width} * height, result.data);
   } else {
-    for (int y = 0; y < height; ++y) CopyPixels(CalcPosition(x0, y0 + y), width, result->Row(y));
+    for (int y = 0; y < height; ++y) CopyPixels(CalcPosition(request.x0, request.y0 + y), width, result.Row(y));
   }
-  out = result;
-  CleanupMemory(0, 0);
-  return 1;
-}
-
-int ZRMBandHDF4::CalcStatistics(int withHistogram) {
-  return ZRMBand::CalcStatistics(withHistogram);
-}
-
-int ZRMBandHDF4::CleanupMemory(int freeBuffers, int force) {
-  if (freeBuffers && IsMemoryWanted(force)) results_.FreeCurrentThreadsBuffer();
-  return 1;
-}
-
-int ZRMBandHDF4::CloneBand(ZRMBand* source) {
-  return ZRMBand::CloneBand(source);
+  return record;
 }

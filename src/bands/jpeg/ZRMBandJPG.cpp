@@ -1,173 +1,236 @@
-// JPEG files through libjpeg. The file is opened for each decode and closed after it; between decodes only the planes
-// are held. They are never written once published, so that readers copy from them without a lock while another decode
-// makes a new set.
+// JPEG files through libjpeg. The file is opened for each decode and closed after it.
+//
+// Colour is decoded once, into planes that stay: they are never written once published, so that readers copy from them
+// without a lock while another decode makes a new set. Grey is decoded anew for every read, as its users know it, and
+// goes row by row straight to the reader's own buffer; no plane of it is ever held.
 
 #include "ZRMBandJPG.h"
 
-#include "core/model/FollowerRead.h"
 #include "base/Disk.h"
 #include "base/Fence.h"
 #include "codec/JpegDecoder.h"
+#include "core/model/BandFrame.h"
 #include "XFile.h"
 #include "XThread.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
-#include <numeric>
+#include <mutex>
+#include <vector>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandJPG, ZRMBandDRIO);
 
-ZRMBandJPG::ZRMBandJPG(ZRMBandJPG* master) : master_(master) {
-  SetDataType(kPint08);
-  SetBandMin(0.0);
-  SetBandMax(255.0);
-  if (!master) return;
-  CopyGeometry(*master);
-  SetTileSize(master->GetXTileSize(), master->GetYTileSize());
+namespace {
+
+using Planes = std::array<tagXArr2, 3>;
+
+/// The size that the header told, which the file must still have when it is decoded.
+struct ImageSize {
+  int width = 0;
+  int height = 0;
+  int numChannels = 0;
+  friend bool operator==(const ImageSize&, const ImageSize&) = default;
+};
+
+/// Takes the rows of a colour image.
+class PlaneRows final : public zrk::JpegRows {
+ public:
+  PlaneRows(Planes& planes, const ImageSize& expected) : planes_(planes), expected_(expected) {}
+
+  bool Begin(int width, int height, int numPlanes) override {
+    return ImageSize{width, height, numPlanes} == expected_ &&
+           std::ranges::all_of(planes_, [&](tagXArr2& plane) { return plane.Alloc(width, height, 1); });
+  }
+  unsigned char* RowOf(int plane, int y) override { return planes_[static_cast<std::size_t>(plane)].Row(y); }
+  void Take(int) override {}
+
+ private:
+  Planes& planes_;
+  ImageSize expected_;
+};
+
+/// Takes the rows of a window of a grey image; without a buffer it takes none, for callers that only ask whether the
+/// image can be decoded.
+class GreyWindow final : public zrk::JpegRows {
+ public:
+  GreyWindow(const ImageSize& expected, const zrk::ReadRequest& request, tagXArr2* out)
+      : expected_(expected), request_(request), out_(out) {}
+
+  bool Begin(int width, int height, int numPlanes) override {
+    if (ImageSize{width, height, numPlanes} != expected_) return false;
+    row_.resize(static_cast<std::size_t>(width));
+    return true;
+  }
+  unsigned char* RowOf(int, int y) override { return GoesStraight(y) ? out_->Row(y - request_.y0) : row_.data(); }
+  void Take(int y) override {
+    if (!IsWanted(y) || GoesStraight(y)) return;
+    std::memcpy(out_->Row(y - request_.y0), row_.data() + request_.x0, static_cast<std::size_t>(request_.Width()));
+  }
+
+ private:
+  bool IsWanted(int y) const { return out_ && y >= request_.y0 && y <= request_.y1; }
+  bool GoesStraight(int y) const { return IsWanted(y) && request_.Width() == expected_.width; }
+
+  ImageSize expected_;
+  zrk::ReadRequest request_;
+  tagXArr2* out_;
+  std::vector<unsigned char> row_;
+};
+
+}  // namespace
+
+struct ZRMBandJPG::Impl final : Frame {
+  explicit Impl(const ZRMBandJPG& itsBand) : band(itsBand) { asksLevelData = false; }
+
+  int Open(const XString& from, zrk::JpegHeader& header, XString& err);
+  int DecodeFile(XThread* thread, const int* cancel, zrk::JpegRows& rows) const;
+  int Extract(XThread* thread);
+  std::shared_ptr<const Planes> GetPlanes();
+  std::shared_ptr<const Planes> ObtainPlanes(XThread* thread, const int* cancel);
+  ImageSize GetExpectedSize() const { return {band.GetXSize(), band.GetYSize(), numChannels}; }
+
+  bool Accepts(const zrk::ReadRequest& request, bool isInside, const int* cancel) const override;
+  zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
+  zrk::ChannelReads::Record* DecodeGrey(const zrk::ReadRequest& request, const int* cancel);
+  void FreeBuffers() override;
+
+  const ZRMBandJPG& band;
+  XString path;
+  int numChannels = 0;
+  std::shared_ptr<const Planes> planes;  // guarded by planesMutex; what it points to never changes
+  std::mutex planesMutex;
+  std::mutex decodeMutex;  // one colour decode at a time, so that the second reader finds the planes
+};
+
+ZRMBandJPG::ZRMBandJPG(ZRMBandJPG* master) : ZRMBandChannels(std::make_unique<Impl>(*this), master) {
+  SetByteRange();
+  if (master) SetTileSize(master->GetXTileSize(), master->GetYTileSize());
 }
 
 ZRMBandJPG::~ZRMBandJPG() = default;
 
+ZRMBandJPG::Impl& ZRMBandJPG::GetImpl() const {
+  return static_cast<Impl&>(GetFrame());
+}
+
 int ZRMBandJPG::ReadFile(XString path, XString& err, XThread*) {
   err.Empty();
-  {
-    const std::lock_guard lock(planesMutex_);
-    planes_.reset();
-  }
-  reads_.Forget();
-  numChannels_ = 0;
-  XFile file;
-  if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) {
-    err = "Can't open file";
-    return 0;
-  }
   zrk::JpegHeader header;
-  if (!zrk::ReadJpegHeader(*file.GetDiskFile(), header, err)) return 0;
-
-  path_ = path;
-  numChannels_ = header.numChannels;
-  paletteSize_ = numChannels_ == 1 ? 256 : 0;
-  SetDecodeRows(numChannels_ == 1 ? header.height : 1);
-  for (auto& table : palette_) std::iota(table.begin(), table.end(), static_cast<unsigned char>(0));
+  if (!GetImpl().Open(path, header, err)) return 0;
+  SetDecodeRows(header.numChannels == 1 ? header.height : 1);
   SetSize(header.width, header.height);
   SetPixelSize(1.0, 1.0);
   SetUpperLeft(0.0, header.height - 1);
   return 1;
 }
 
-int ZRMBandJPG::ExtractDataFromFile(XThread* thread) {
-  if (master_) return master_->ExtractDataFromFile(thread);
-  return zrk::FencedRead([&] { return ObtainPlanes(thread, nullptr) ? 1 : 0; });
-}
-
-std::shared_ptr<const ZRMBandJPG::Planes> ZRMBandJPG::GetWholePlanes() {
-  const std::lock_guard lock(planesMutex_);
-  const bool isWhole = planes_ && (*planes_)[0].data && (*planes_)[1].data && (*planes_)[2].data;
-  return isWhole ? planes_ : nullptr;
-}
-
-/// The planes are whole when all three hold data. A grey file never fills the second and third, and so is decoded again
-/// for every read. Threads that all want a colour file wait for one of them to decode it; a thread that reports
-/// progress does not make others wait, since a report may pause it or read the band itself.
-std::shared_ptr<const ZRMBandJPG::Planes> ZRMBandJPG::ObtainPlanes(XThread* thread, const int* cancel) {
-  if (auto planes = GetWholePlanes()) return planes;
-  std::unique_lock decoding(decodeMutex_, std::defer_lock);
-  if (numChannels_ == 3 && !thread) {
-    decoding.lock();
-    if (auto planes = GetWholePlanes()) return planes;
+int ZRMBandJPG::Impl::Open(const XString& from, zrk::JpegHeader& header, XString& err) {
+  {
+    const std::lock_guard lock(planesMutex);
+    planes.reset();
   }
-  std::shared_ptr<const Planes> planes = Decode(thread, cancel);
-  if (!planes) return nullptr;
-  const std::lock_guard lock(planesMutex_);
-  planes_ = planes;
+  reads.Forget();
+  numChannels = 0;
+  XFile file;
+  if (!file.Open(from, XFile::kRead | XFile::kShareDenyNone)) {
+    err = "Can't open file";
+    return 0;
+  }
+  if (!zrk::ReadJpegHeader(*file.GetDiskFile(), header, err)) return 0;
+  path = from;
+  numChannels = header.numChannels;
+  return 1;
+}
+
+int ZRMBandJPG::GetNumChannels() const {
+  return GetImpl().numChannels;
+}
+
+int ZRMBandJPG::GetPaletteSize() const {
+  return GetNumChannels() == 1 ? 256 : 0;
+}
+
+int ZRMBandJPG::ExtractDataFromFile(XThread* thread) {
+  if (GetMaster()) return static_cast<ZRMBandJPG*>(GetMaster())->ExtractDataFromFile(thread);
+  return zrk::FencedRead([&] { return GetImpl().Extract(thread); });
+}
+
+int ZRMBandJPG::Impl::Extract(XThread* thread) {
+  if (numChannels != 1) return ObtainPlanes(thread, nullptr) ? 1 : 0;
+  GreyWindow rows(GetExpectedSize(), {}, nullptr);
+  return DecodeFile(thread, nullptr, rows);
+}
+
+std::shared_ptr<const Planes> ZRMBandJPG::Impl::GetPlanes() {
+  const std::lock_guard lock(planesMutex);
   return planes;
 }
 
-std::shared_ptr<const ZRMBandJPG::Planes> ZRMBandJPG::Decode(XThread* thread, const int* cancel) const {
-  XFile file;
-  if (!file.Open(path_, XFile::kRead | XFile::kShareDenyNone)) return nullptr;
+/// Threads that all want a colour file wait for one of them to decode it; a thread that reports progress does not make
+/// others wait, since a report may pause it or read the band itself.
+std::shared_ptr<const Planes> ZRMBandJPG::Impl::ObtainPlanes(XThread* thread, const int* cancel) {
+  if (auto known = GetPlanes()) return known;
+  std::unique_lock decoding(decodeMutex, std::defer_lock);
+  if (!thread) {
+    decoding.lock();
+    if (auto known = GetPlanes()) return known;
+  }
+  auto fresh = std::make_shared<Planes>();
+  PlaneRows rows(*fresh, GetExpectedSize());
+  if (!DecodeFile(thread, cancel, rows)) return nullptr;
+  const std::lock_guard lock(planesMutex);
+  planes = fresh;
+  return fresh;
+}
 
+int ZRMBandJPG::Impl::DecodeFile(XThread* thread, const int* cancel, zrk::JpegRows& rows) const {
+  XFile file;
+  if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return 0;
   zrk::JpegWatch watch;
   if (thread || cancel) {
     watch.keepGoing = [=] { return !(thread && thread->GetState() != 0) && !XfnIsStopRequested(cancel); };
   }
   if (thread) {
-    const int lastRow = std::max(GetYSize() - 1, 1);
+    const int lastRow = std::max(band.GetYSize() - 1, 1);
     watch.reportRow = [=](int row) { thread->CallbackPercent(static_cast<int>(row * 100.0 / lastRow)); };
   }
-  auto planes = std::make_shared<Planes>();
   XString reason;
-  if (!zrk::DecodeJpeg(*file.GetDiskFile(), watch, *planes, reason)) return nullptr;
-  return IsOfThisImage(*planes) ? planes : nullptr;
-}
-
-/// Whether the file is still the one whose header was read.
-bool ZRMBandJPG::IsOfThisImage(const Planes& planes) const {
-  const int numFilled = static_cast<int>(
-      std::count_if(planes.begin(), planes.end(), [](const tagXArr2& plane) { return plane.data != nullptr; }));
-  return numFilled == numChannels_ && planes[0].xSize == GetXSize() && planes[0].ySize == GetYSize();
-}
-
-tagXArr2* ZRMBandJPG::GetResult(int channel) const {
-  return reads_.GetResult(channel, numChannels_);
-}
-
-void ZRMBandJPG::GetPrevReadSubsetParam(int& level, int& x0, int& x1, int& y0, int& y1) const {
-  reads_.GetLastRequest().Get(level, x0, x1, y0, y1);
+  return zrk::DecodeJpeg(*file.GetDiskFile(), watch, rows, reason);
 }
 
 int ZRMBandJPG::GetHighestLevelForTarget(int, int, int, int, int, int) {
   return 0;
 }
 
-int ZRMBandJPG::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  if (!IsInside(x0, x1, y0, y1)) return 0;
-  const zrk::ReadRequest request{level, x0, x1, y0, y1};
-  return zrk::FencedRead([&] {
-    return master_ ? zrk::ReadThroughMaster(*master_, channel_, out, request) : ReadAsMaster(out, request, cancel);
-  });
+/// A stop word is heard before anything else, so that it does not matter whether the planes are there.
+bool ZRMBandJPG::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int* cancel) const {
+  return isInside && !XfnIsStopRequested(cancel);
 }
 
-int ZRMBandJPG::ReadAsMaster(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel) {
-  const std::shared_ptr<const Planes> planes = ObtainPlanes(nullptr, cancel);
+zrk::ChannelReads::Record* ZRMBandJPG::Impl::Decode(const zrk::ReadRequest& request, const int* cancel) {
+  if (numChannels == 1) return DecodeGrey(request, cancel);
+  const std::shared_ptr<const Planes> whole = ObtainPlanes(nullptr, cancel);
   // The band's size can be set to another than the image's, which is the one that bounds the pixels.
-  if (!planes || request.x1 >= (*planes)[0].xSize || request.y1 >= (*planes)[0].ySize) return 0;
-  zrk::ChannelReads::Record& record = reads_.Begin(request);
-  for (std::size_t c = 0; c < static_cast<std::size_t>(numChannels_); ++c) {
-    tagXArr2& result = record.channels[c];
-    if (!result.Alloc(request.Width(), request.Height(), 1)) return 0;
-    CopyWindow((*planes)[c], request, palette_[c], result);
-  }
-  record.isFilled = true;
-  tagXArr2* result = GetResult(channel_);
-  if (!result) return 0;
-  out = result;
-  CleanupMemory(0, 0);
-  return 1;
-}
-
-void ZRMBandJPG::CopyWindow(const tagXArr2& plane, const zrk::ReadRequest& request,
-                            const std::array<unsigned char, 256>& table, tagXArr2& result) const {
-  const std::size_t width = static_cast<std::size_t>(request.Width());
-  for (int y = request.y0; y <= request.y1; ++y) {
-    const unsigned char* source = plane.Row(y) + request.x0;
-    unsigned char* target = result.Row(y - request.y0);
-    if (paletteSize_ == 0) {
-      std::memcpy(target, source, width);
-    } else {
-      std::transform(source, source + width, target, [&](unsigned char sample) { return table[sample]; });
+  if (!whole || request.x1 >= whole->front().xSize || request.y1 >= whole->front().ySize) return nullptr;
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {numChannels, request.Width(), request.Height()});
+  if (!record) return nullptr;
+  for (int c = 0; c < numChannels; ++c) {
+    const tagXArr2& plane = (*whole)[static_cast<std::size_t>(c)];
+    tagXArr2& result = record->At(c);
+    for (int y = request.y0; y <= request.y1; ++y) {
+      std::memcpy(result.Row(y - request.y0), plane.Row(y) + request.x0, static_cast<std::size_t>(request.Width()));
     }
   }
+  return record;
 }
 
-int ZRMBandJPG::CalcStatistics(int withHistogram) {
-  return ZRMBand::CalcStatistics(withHistogram);
+zrk::ChannelReads::Record* ZRMBandJPG::Impl::DecodeGrey(const zrk::ReadRequest& request, const int* cancel) {
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {1, request.Width(), request.Height()});
+  if (!record) return nullptr;
+  GreyWindow rows(GetExpectedSize(), request, &record->At(0));
+  return DecodeFile(nullptr, cancel, rows) ? record : nullptr;
 }
 
-int ZRMBandJPG::CleanupMemory(int, int) {
-  return 1;
-}
-
-int ZRMBandJPG::CloneBand(ZRMBand* source) {
-  return ZRMBand::CloneBand(source);
-}
+/// Planes and buffers stay, whatever is asked.
+void ZRMBandJPG::Impl::FreeBuffers() {}

@@ -176,7 +176,7 @@ std::optional<TiffRows> TiffDecoder::DecodeFirstRow() {
   if (!source_->layout.isBilevel || !BeginAnew()) return std::nullopt;
   TIFF* const tiff = handle_->Get();
   const tmsize_t rowBytes = TIFFScanlineSize(tiff);
-  if (rowBytes < source_->rowBytes || rowBytes > GetLimits().decodedTileBytes) return std::nullopt;
+  if (rowBytes < source_->rowBytes || rowBytes > XfnGetLimits().decodedTileBytes) return std::nullopt;
   unsigned char* const room = MakeClearRoom(room_, rowBytes);
   if (TIFFReadScanline(tiff, room, 0, 0) == -1) return std::nullopt;
   return TiffRows{room, source_->rowBytes, 1};

@@ -52,7 +52,7 @@ void AskForRgb(TIFF* tiff, const TiffTags& tags) {
 
 bool MeasureTiffBlocks(TIFF* tiff, TiffSource& source, XString& err) {
   const TiffTags& tags = source.layout.tags;
-  const Limits limits = GetLimits();
+  const tagXLimits limits = XfnGetLimits();
   const auto pixels = CheckedMultiply(tags.width, tags.height);
   if (!pixels || *pixels > limits.imagePixels || tags.width > INT32_MAX || tags.height > INT32_MAX) {
     err = "The image is too large";

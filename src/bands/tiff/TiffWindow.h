@@ -1,8 +1,8 @@
 #pragma once
 
 #include "bands/tiff/TiffDecoder.h"
+#include "core/model/ChannelReads.h"
 #include "tagXArr2.h"
-#include "XChannelReads.h"
 
 #include <span>
 

@@ -1,13 +1,16 @@
 // Bands of a TIFF file share one open image, which the last of them closes. Reading goes through decoders that the
-// image lends to one read at a time; what a band keeps of its own is the calling thread's result.
+// image lends to one read at a time; what a band keeps of its own is the calling thread's result. So a follower needs
+// nothing of its master but the image, and to its frame each band is a master with one channel.
 
 #include "ZRMBandGTIFF.h"
 
+#include "bands/tiff/TiffBlocks.h"
 #include "bands/tiff/TiffImage.h"
+#include "bands/tiff/TiffPlacing.h"
 #include "bands/tiff/TiffWindow.h"
 #include "base/Fence.h"
+#include "core/model/BandFrame.h"
 #include "XDataType.h"
-#include "Xepot.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,34 +18,84 @@
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandGTIFF, ZRMBandDRIO);
 
-ZRMBandGTIFF::ZRMBandGTIFF(ZRMBandGTIFF* master) : master_(master) {
+namespace {
+
+zrk::TiffTags NoTags() {
+  zrk::TiffTags tags;
+  tags.samplesPerPixel = tags.bitsPerSample = tags.planarConfiguration = 0;
+  tags.photometric = tags.sampleFormat = tags.compression = 0;
+  return tags;
+}
+
+}  // namespace
+
+struct ZRMBandGTIFF::Impl final : Frame {
+  bool Accepts(const zrk::ReadRequest& request, bool isInside, const int* cancel) const override;
+  zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
+  void FreeBuffers() override;
+  /// Begins a read of this band's channel; null where the image can't answer it.
+  zrk::ChannelReads::Record* Begin(const zrk::ReadRequest& request);
+  const zrk::TiffTags& GetTags() const;
+  /// Reads a block by `read`, which is given a reader of the image.
+  template <class Read>
+  int ReadBlock(XString& err, Read&& read) const {
+    if (!image) return 0;
+    return zrk::Fenced(err, [&] {
+      zrk::TiffBlocks imageBlocks(*image);
+      return read(imageBlocks);
+    });
+  }
+
+  ZRMBandGTIFF* opener = nullptr;         // the band that opened the file, for all others of it
+  std::shared_ptr<zrk::TiffImage> image;  // shared by all of them
+  int shownChannel = 0;
+  int numChannels = 1;
+  int blocksAcross = 0;
+  int blocksDown = 0;
+  XThreadSafeArr1 blocks;
+};
+
+/// Tags of a file that is not open are all 0.
+const zrk::TiffTags& ZRMBandGTIFF::Impl::GetTags() const {
+  static const zrk::TiffTags none = NoTags();
+  return image ? image->GetLayout().tags : none;
+}
+
+ZRMBandGTIFF::ZRMBandGTIFF(ZRMBandGTIFF* master) : ZRMBandFile(std::make_unique<Impl>()) {
   SetBandMin(kNotSet);
   SetBandMax(-kNotSet);
   if (!master) return;
   CopyGeometry(*master);
   SetDataType(master->GetDataType());
   SetDecodeRows(master->GetDecodeRows());
-  image_ = master->image_;
-  blocksAcross_ = master->blocksAcross_;
-  blocksDown_ = master->blocksDown_;
+  Impl& impl = GetImpl();
+  impl.opener = master;
+  impl.image = master->GetImpl().image;
+  impl.blocksAcross = master->GetBlocksAcross();
+  impl.blocksDown = master->GetBlocksDown();
 }
 
 ZRMBandGTIFF::~ZRMBandGTIFF() = default;
 
+ZRMBandGTIFF::Impl& ZRMBandGTIFF::GetImpl() const {
+  return static_cast<Impl&>(GetFrame());
+}
+
 int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
   err.Empty();
-  image_.reset();
-  numChannels_ = 1;
+  Impl& impl = GetImpl();
+  impl.image.reset();
+  impl.numChannels = 1;
   InitBlockInfo();
   return zrk::Fenced(err, [&] {
     std::shared_ptr<zrk::TiffImage> image = zrk::TiffImage::Open(path, err);
     if (!image) return 0;
-    image_ = std::move(image);
-    const zrk::TiffSource& source = image_->GetSource();
+    impl.image = std::move(image);
+    const zrk::TiffSource& source = impl.image->GetSource();
     const zrk::TiffTags& tags = source.layout.tags;
     SetSize(static_cast<int>(tags.width), static_cast<int>(tags.height));
     SetDataType(source.layout.dataType);
-    numChannels_ = source.layout.numChannels;
+    impl.numChannels = source.layout.numChannels;
     // Rows of plain strips cost the same however they are read.
     SetDecodeRows(source.isPlain && !tags.isTiled ? 1 : zrk::ToSide(tags.blockHeight));
     InitBlockInfo();
@@ -52,144 +105,224 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
 }
 
 int ZRMBandGTIFF::InitBlockInfo() {
-  const zrk::TiffGrid grid = image_ ? zrk::CountTiffBlocks(image_->GetLayout().tags, GetDataType()) : zrk::TiffGrid{};
-  blocksAcross_ = grid.across;
-  blocksDown_ = grid.down;
+  Impl& impl = GetImpl();
+  const zrk::TiffGrid grid = impl.image ? zrk::CountTiffBlocks(impl.GetTags(), GetDataType()) : zrk::TiffGrid{};
+  impl.blocksAcross = grid.across;
+  impl.blocksDown = grid.down;
   return grid.across > 0;
 }
 
 tiff* ZRMBandGTIFF::GetFileTIFF() const {
-  return image_ ? image_->GetHandle() : nullptr;
+  return GetImpl().image ? GetImpl().image->GetHandle() : nullptr;
+}
+
+int ZRMBandGTIFF::GetChannel() const {
+  return GetImpl().shownChannel;
+}
+
+void ZRMBandGTIFF::SetChannel(int channel) {
+  GetImpl().shownChannel = channel;
+}
+
+int ZRMBandGTIFF::GetNumChannels() const {
+  return GetImpl().numChannels;
+}
+
+int ZRMBandGTIFF::GetBlocksAcross() const {
+  return GetImpl().blocksAcross;
+}
+
+int ZRMBandGTIFF::GetBlocksDown() const {
+  return GetImpl().blocksDown;
 }
 
 int ZRMBandGTIFF::GetNumOfPalette() const {
-  return image_ ? image_->GetPalette().GetSize() : 0;
+  return GetImpl().image ? GetImpl().image->GetPalette().GetSize() : 0;
 }
 
 void ZRMBandGTIFF::GetPalette(short*& red, short*& green, short*& blue) const {
   red = green = blue = nullptr;
   if (GetNumOfPalette() == 0) return;
-  zrk::TiffPalette& palette = image_->GetPalette();
+  zrk::TiffPalette& palette = GetImpl().image->GetPalette();
   red = palette.red.data();
   green = palette.green.data();
   blue = palette.blue.data();
 }
 
 int ZRMBandGTIFF::GetCompreType() const {
-  return image_ ? image_->GetLayout().tags.compression : 0;
+  return GetImpl().GetTags().compression;
 }
 
 int ZRMBandGTIFF::GetSamplesPerPixel() const {
-  return image_ ? image_->GetLayout().tags.samplesPerPixel : 0;
+  return GetImpl().GetTags().samplesPerPixel;
 }
 
 int ZRMBandGTIFF::GetBitsPerSample() const {
-  return image_ ? image_->GetLayout().tags.bitsPerSample : 0;
+  return GetImpl().GetTags().bitsPerSample;
 }
 
 int ZRMBandGTIFF::GetPlanarConfiguration() const {
-  return image_ ? image_->GetLayout().tags.planarConfiguration : 0;
+  return GetImpl().GetTags().planarConfiguration;
 }
 
 int ZRMBandGTIFF::GetPhotometric() const {
-  return image_ ? image_->GetLayout().tags.photometric : 0;
+  return GetImpl().GetTags().photometric;
 }
 
 int ZRMBandGTIFF::GetSampleFormat() const {
-  return image_ ? image_->GetLayout().tags.sampleFormat : 0;
+  return GetImpl().GetTags().sampleFormat;
 }
 
 bool ZRMBandGTIFF::IsTiled() const {
-  return image_ && image_->GetLayout().tags.isTiled;
+  return GetImpl().GetTags().isTiled;
 }
 
 int ZRMBandGTIFF::GetBlockWidth() const {
-  return image_ ? zrk::ToSide(image_->GetLayout().tags.blockWidth) : 0;
+  return zrk::ToSide(GetImpl().GetTags().blockWidth);
 }
 
 int ZRMBandGTIFF::GetBlockHeight() const {
-  return image_ ? zrk::ToSide(image_->GetLayout().tags.blockHeight) : 0;
+  return zrk::ToSide(GetImpl().GetTags().blockHeight);
 }
 
 XString ZRMBandGTIFF::GetLastMessage() const {
-  return image_ ? image_->GetSource().messages->GetLast() : XString();
+  return GetImpl().image ? GetImpl().image->GetSource().messages->GetLast() : XString();
 }
 
 std::vector<tagXTiffDirectory> ZRMBandGTIFF::GetDirectories(int most) const {
-  return image_ ? image_->ListDirectories(most) : std::vector<tagXTiffDirectory>();
+  return GetImpl().image ? GetImpl().image->ListDirectories(most) : std::vector<tagXTiffDirectory>();
 }
 
-int ZRMBandGTIFF::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) {
-  return Xepot::GetHighestLevelForTarget(GetXSize(), GetYSize(), GetLevel(), GetXTileSize(), GetYTileSize(), x0, x1, y0,
-                                         y1, width, height);
+bool ZRMBandGTIFF::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int*) const {
+  return image && isInside;
 }
 
-int ZRMBandGTIFF::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  if (!image_ || !IsInside(x0, x1, y0, y1)) return 0;
-  if (ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
-  return zrk::FencedRead([&] { return ReadFromImage(out, {level, x0, x1, y0, y1}, cancel); });
-}
-
-/// The calling thread's buffer for the result of a request; null where the image can't answer it.
-tagXArr2* ZRMBandGTIFF::GetResult(const zrk::ReadRequest& request) {
-  const zrk::TiffLayout& layout = image_->GetLayout();
-  const bool hasBlocks = image_->GetSource().grid.across > 0;
+zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Begin(const zrk::ReadRequest& request) {
+  const zrk::TiffLayout& layout = image->GetLayout();
+  const bool hasBlocks = image->GetSource().grid.across > 0;
   // The band's size and channel can be set to others than the image's, which are those that bound the samples.
   const bool isInImage =
       std::uint32_t(request.x1) < layout.tags.width && std::uint32_t(request.y1) < layout.tags.height;
-  const bool isChannel = channel_ >= 0 && channel_ < layout.numChannels;
+  const bool isChannel = shownChannel >= 0 && shownChannel < layout.numChannels;
   if (!hasBlocks || !isInImage || !isChannel || !IsLevel(request.level)) return nullptr;
-  return results_.GetBuffer(request.Width() >> request.level, request.Height() >> request.level,
-                            XfnGetDataSize(layout.dataType));
+  const int width = request.Width() >> request.level, height = request.Height() >> request.level;
+  return reads.Begin(request, {1, width, height, XfnGetDataSize(layout.dataType)});
 }
 
-int ZRMBandGTIFF::ReadFromImage(tagXArr2*& out, const zrk::ReadRequest& request, const int* cancel) {
-  tagXArr2* const result = GetResult(request);
-  if (!result) return 0;
-  const zrk::TiffImage::Loan decoder(*image_);
-  const zrk::TiffTarget target = {channel_, result};
-  if (!decoder || !zrk::SampleTiff(*decoder, request, {&target, 1}, cancel)) return 0;
-  out = result;
-  CleanupMemory(0, 0);
-  return 1;
+zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Decode(const zrk::ReadRequest& request, const int* cancel) {
+  zrk::ChannelReads::Record* const record = Begin(request);
+  if (!record) return nullptr;
+  const zrk::TiffImage::Loan decoder(*image);
+  const zrk::TiffTarget target = {shownChannel, &record->At(0)};
+  return decoder && zrk::SampleTiff(*decoder, request, {&target, 1}, cancel) ? record : nullptr;
+}
+
+void ZRMBandGTIFF::Impl::FreeBuffers() {
+  reads.Release();
+  if (image) image->FreeDecoders();
+  if (opener) opener->CleanupMemory(1, 1);
 }
 
 /// A class above this one may make something else of the samples, in its own `ReadSubset`.
 const void* ZRMBandGTIFF::GetJointSource() const {
   if (typeid(*this) != typeid(ZRMBandGTIFF)) return nullptr;
-  return image_ && !image_->GetLayout().tags.IsPlanar() && image_->GetLayout().numChannels > 1 ? image_.get() : nullptr;
+  const zrk::TiffImage* const image = GetImpl().image.get();
+  return image && !image->GetLayout().tags.IsPlanar() && image->GetLayout().numChannels > 1 ? image : nullptr;
 }
 
 int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
                               std::span<tagXArr2*> out) {
-  if (!image_ || out.size() < bands.size() || !XfnHaveJointSource(bands)) return 0;
+  if (!GetImpl().image || out.size() < bands.size() || !XfnHaveJointSource(bands)) return 0;
   const zrk::ReadRequest request = {0, x0, x1, y0, y1};
   return zrk::FencedRead([&] {
     std::vector<zrk::TiffTarget> targets;
     for (ZRMBand* each : bands) {
       auto* const band = dynamic_cast<ZRMBandGTIFF*>(each);
-      tagXArr2* const result = band && band->IsInside(x0, x1, y0, y1) ? band->GetResult(request) : nullptr;
-      if (!result) return 0;
-      targets.push_back({band->channel_, result});
+      if (!band || !band->IsInside(x0, x1, y0, y1)) return 0;
+      zrk::ChannelReads::Record* const record = band->GetImpl().Begin(request);
+      if (!record) return 0;
+      targets.push_back({band->GetChannel(), &record->At(0)});
     }
-    const zrk::TiffImage::Loan decoder(*image_);
+    const zrk::TiffImage::Loan decoder(*GetImpl().image);
     if (!decoder || !zrk::SampleTiff(*decoder, request, targets, cancel)) return 0;
     std::ranges::transform(targets, out.begin(), [](const zrk::TiffTarget& target) { return target.out; });
     return 1;
   });
 }
 
-int ZRMBandGTIFF::CalcStatistics(int withHistogram) {
-  return ZRMBand::CalcStatistics(withHistogram);
+void* ZRMBandGTIFF::LoadBlockBuf(int block, int& reserved, int& size) {
+  reserved = size = -1;
+  Impl& impl = GetImpl();
+  tagXArr1* buffer = nullptr;
+  if (!impl.image) return nullptr;
+  zrk::FencedRead([&] {
+    buffer = zrk::TiffBlocks(*impl.image).Load(block, impl.blocks);
+    return 1;
+  });
+  if (!buffer) return nullptr;
+  size = buffer->size;
+  return buffer->data;
 }
 
-int ZRMBandGTIFF::CleanupMemory(int freeBuffers, int force) {
-  if (!freeBuffers || !IsMemoryWanted(force)) return 1;
-  results_.FreeCurrentThreadsBuffer();
-  if (image_) image_->FreeDecoders();
-  return master_ ? master_->CleanupMemory(1, 1) : 1;
+int ZRMBandGTIFF::ReadBlockRaster(int blockX, int blockY, int channel, void* out, XString& err) {
+  return GetImpl().ReadBlock(err, [&](zrk::TiffBlocks& blocks) {
+    return blocks.ReadRaster({blockX, blockY, channel}, out);
+  });
 }
 
-int ZRMBandGTIFF::CloneBand(ZRMBand* source) {
-  return ZRMBand::CloneBand(source);
+int ZRMBandGTIFF::ReadBlockOddBits(int blockX, int blockY, int channel, int dataType, void* out, XString& err) {
+  return GetImpl().ReadBlock(err, [&](zrk::TiffBlocks& blocks) {
+    return blocks.ReadOddBits({blockX, blockY, channel}, dataType, out);
+  });
+}
+
+int ZRMBandGTIFF::ReadBlockRGBA(int blockX, int blockY, int channel, void* out, XString& err) {
+  return GetImpl().ReadBlock(err, [&](zrk::TiffBlocks& blocks) {
+    return blocks.ReadRgba({blockX, blockY, channel}, out);
+  });
+}
+
+int ZRMBandGTIFF::ReadBlockSplitBitmap(int blockX, int blockY, void* out, XString& err) {
+  return GetImpl().ReadBlock(err, [&](zrk::TiffBlocks& blocks) {
+    const zrk::TiffBlock block = {blockX, blockY, 0};
+    if (!out || !blocks.Has(block)) return 0;
+    if (blocks.ReadFirstRow(block, out)) return 1;
+    err = "Fail to Read scanline TIFF";
+    return 0;
+  });
+}
+
+void ZRMBandGTIFF::ReadCoordinateInfo(XString&) {
+  SetCoordinateKind(kCoordinatePixel);
+  GetSR()->Clear();
+  tiff* const handle = GetFileTIFF();
+  if (!handle) return;
+  zrk::FencedRead([&] {
+    zrk::PlaceTiff(*this, handle);
+    return 1;
+  });
+}
+
+int ZRMBandGTIFF::ExtractProjection(gtiff* gtif, XSpatialReference* sr) {
+  if (!gtif || !sr) return -1;
+  sr->SetCoordinateKind(kReferenceUnknown);
+  zrk::FencedRead([&] {
+    zrk::ReadTiffSystem(gtif, *sr);
+    return 1;
+  });
+  return 1;
+}
+
+int ZRMBandGTIFF::ReadWorldFile(double& ulx, double& uly, double& xSize, double& ySize) {
+  tiff* const handle = GetFileTIFF();
+  if (!handle) return 0;
+  return zrk::FencedRead([&] {
+    const auto place = zrk::FindWorldPlace(TIFFFileName(handle), GetXSize(), GetYSize());
+    if (!place) return 0;
+    ulx = place->ulx;
+    uly = place->uly;
+    xSize = place->xPixelSize;
+    ySize = place->yPixelSize;
+    return 1;
+  });
 }

@@ -55,7 +55,7 @@ bool ParseBlobTable(std::span<const unsigned char> bytes, std::int64_t numTiles,
 std::shared_ptr<BlobStore> BlobStore::Open(const PyramidLayout& layout, std::shared_ptr<DiskFile> file,
                                            std::int64_t offset) {
   const std::int64_t fileBytes = file->Size();
-  if (layout.NumTiles() > (GetLimits().tableBytes - BlobTable::kHeadBytes) / BlobTable::kEntryBytes) return nullptr;
+  if (layout.NumTiles() > (XfnGetLimits().tableBytes - BlobTable::kHeadBytes) / BlobTable::kEntryBytes) return nullptr;
   const std::int64_t tableBytes = BlobTable::Bytes(layout.NumTiles());
   if (!FitsWithin(offset, tableBytes, fileBytes)) return nullptr;
   std::vector<unsigned char> bytes(static_cast<std::size_t>(tableBytes));

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/PerThread.h"
 #include "codec/TileCodec.h"
 #include "core/level/PyramidStore.h"
-#include "XPerThread.h"
 
 #include <memory>
 #include <vector>

@@ -16,7 +16,7 @@ std::optional<PyramidLayout> PyramidLayout::Make(const PyramidShape& shape) {
   layout.sampleBytes_ = XfnGetDataSize(shape.dataType);
   const auto tileSamples = CheckedMultiply(shape.xTile, shape.yTile);
   const auto tileBytes = tileSamples ? CheckedMultiply(*tileSamples, layout.sampleBytes_) : std::nullopt;
-  if (!tileBytes || *tileBytes > GetLimits().decodedTileBytes) return std::nullopt;
+  if (!tileBytes || *tileBytes > XfnGetLimits().decodedTileBytes) return std::nullopt;
   for (int level = 0; level <= shape.levels; ++level) {
     const auto numTiles = std::int64_t{layout.Columns(level)} * layout.Rows(level);
     const auto end = CheckedAdd(layout.firstTile_[level], numTiles);

@@ -22,7 +22,7 @@ struct PyramidShape {
 class PyramidLayout {
  public:
   /// Nothing for a shape that can't be: sizes that are not positive, a data type other than 1 to 8, more than 30
-  /// levels, a tile of more bytes than `zrk::Limits` allows, or a store that no file could hold.
+  /// levels, a tile of more bytes than `tagXLimits` allows, or a store that no file could hold.
   static std::optional<PyramidLayout> Make(const PyramidShape& shape);
 
   const PyramidShape& Shape() const { return shape_; }

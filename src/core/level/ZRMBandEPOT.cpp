@@ -2,11 +2,26 @@
 
 #include "base/Fence.h"
 #include "core/level/PyramidStore.h"
+#include "XThreadSafeArr.h"
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandEPOT, ZRMBand);
 
-ZRMBandEPOT::ZRMBandEPOT() = default;
+struct ZRMBandEPOT::Impl {
+  int levels = 0;
+  XEPOT2D epot;
+  XThreadSafeArr2 buffers;
+};
+
+ZRMBandEPOT::ZRMBandEPOT() : impl_(std::make_unique<Impl>()) {}
 ZRMBandEPOT::~ZRMBandEPOT() = default;
+
+XEPOT2D* ZRMBandEPOT::GetEPOT() {
+  return &impl_->epot;
+}
+
+const XEPOT2D* ZRMBandEPOT::GetEPOT() const {
+  return &impl_->epot;
+}
 
 int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, int dataType, int xTileSize,
                           int yTileSize, int levels, int compression) {
@@ -15,9 +30,10 @@ int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize
   SetTileSize(xTileSize, yTileSize);
   SetCompressionInfo(compression);
   SetOffsetInFile(offset);
-  levels_ = levels;
-  const int isSet = zrk::FencedRead(
-      [&] { return epot_.SetImage(file, offset, xSize, ySize, dataType, xTileSize, yTileSize, levels, compression); });
+  impl_->levels = levels;
+  const int isSet = zrk::FencedRead([&] {
+    return impl_->epot.SetImage(file, offset, xSize, ySize, dataType, xTileSize, yTileSize, levels, compression);
+  });
   SetDecodeColumns(isSet ? xTileSize : 0);
   SetDecodeRows(isSet && compression == kCompressionTiles ? yTileSize : 1);
   return isSet;
@@ -28,8 +44,8 @@ int ZRMBandEPOT::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, i
   if (!GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) return 0;
   return zrk::FencedRead([&] {
     const bool isCallers = out && out->data && !out->isLent;
-    tagXArr2* const buffer = isCallers ? out : buffers_.GetBuffer(width, height, GetDataSize());
-    if (!buffer || !epot_.Read(*buffer, level, left, top, cancel)) return 0;
+    tagXArr2* const buffer = isCallers ? out : impl_->buffers.GetBuffer(width, height, GetDataSize());
+    if (!buffer || !impl_->epot.Read(*buffer, level, left, top, cancel)) return 0;
     out = buffer;
     CleanupMemory(0, 0);
     return 1;
@@ -38,21 +54,22 @@ int ZRMBandEPOT::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, i
 
 int ZRMBandEPOT::WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue) {
   if (!data || !IsInside(x0, x1, y0, y1) || data->xSize != x1 - x0 + 1 || data->ySize != y1 - y0 + 1) return 0;
-  return zrk::FencedRead([&] { return epot_.Write(*data, 0, x0, y0, keepNull, nullValue); });
+  return zrk::FencedRead([&] { return impl_->epot.Write(*data, 0, x0, y0, keepNull, nullValue); });
 }
 
 int ZRMBandEPOT::GetLevel() {
-  return levels_;
+  return impl_->levels;
 }
 
 int ZRMBandEPOT::BuildLowerLevelsForTIP(double nullValue, int first, int last, int firstRow, int lastRow,
                                         bool thematic) {
-  return zrk::FencedRead([&] { return epot_.BuildLowerLevels(nullValue, first, last, firstRow, lastRow, thematic); });
+  return zrk::FencedRead(
+      [&] { return impl_->epot.BuildLowerLevels(nullValue, first, last, firstRow, lastRow, thematic); });
 }
 
 int ZRMBandEPOT::CleanupMemory(int freeBuffers, int force) {
   if (!freeBuffers || !IsMemoryWanted(force)) return 1;
-  buffers_.FreeCurrentThreadsBuffer();
-  if (epot_.GetStore()) epot_.GetStore()->ReleaseThread();
+  impl_->buffers.FreeCurrentThreadsBuffer();
+  if (impl_->epot.GetStore()) impl_->epot.GetStore()->ReleaseThread();
   return 1;
 }

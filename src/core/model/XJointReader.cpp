@@ -6,21 +6,21 @@
 
 namespace {
 
-zrk::JointReader* FindReader(std::span<ZRMBand* const> bands) {
-  return bands.empty() ? nullptr : dynamic_cast<zrk::JointReader*>(bands.front());
+XJointReader* FindReader(std::span<ZRMBand* const> bands) {
+  return bands.empty() ? nullptr : dynamic_cast<XJointReader*>(bands.front());
 }
 
 bool HasSource(ZRMBand* band, const void* source) {
-  const auto* const reader = dynamic_cast<const zrk::JointReader*>(band);
+  const auto* const reader = dynamic_cast<const XJointReader*>(band);
   return reader && reader->GetJointSource() == source;
 }
 
 }  // namespace
 
-zrk::JointReader::~JointReader() = default;
+XJointReader::~XJointReader() = default;
 
 bool XfnHaveJointSource(std::span<ZRMBand* const> bands) {
-  const zrk::JointReader* const first = FindReader(bands);
+  const XJointReader* const first = FindReader(bands);
   const void* const source = first ? first->GetJointSource() : nullptr;
   return source && std::ranges::all_of(bands, [source](ZRMBand* band) { return HasSource(band, source); });
 }

@@ -49,14 +49,14 @@ constexpr int kFeaturesPerLook = 256;
 
 XString PassKml(const XFile& file) {
   const std::int64_t length = file.GetLength();
-  if (length < 0 || length > zrk::GetLimits().tableBytes) return "file is too large";
+  if (length < 0 || length > XfnGetLimits().tableBytes) return "file is too large";
   std::string text(static_cast<std::size_t>(length), '\0');
   if (file.ReadAt(0, text.data(), length) != length) return "file can't be read to its end";
-  return zrk::FindXmlDanger(text, zrk::GetLimits().nestingDepth);
+  return zrk::FindXmlDanger(text, XfnGetLimits().nestingDepth);
 }
 
 XString PassDxf(const XFile& file) {
-  return zrk::FindDxfDanger(file, zrk::GetLimits().nestingDepth);
+  return zrk::FindDxfDanger(file, XfnGetLimits().nestingDepth);
 }
 
 /// The driver also takes tables and archives, which are other kinds of file.

@@ -47,7 +47,7 @@ std::int64_t ReadHeader(const XFile& file, XString& err) {
 /// The text from `offset` to the end of the file; empty, and a sentence, where it can't be had.
 std::string ReadText(const XFile& file, std::int64_t offset, XString& err) {
   const std::int64_t bytes = file.GetLength() - offset;
-  if (bytes > zrk::GetLimits().xmlBytes) {
+  if (bytes > XfnGetLimits().xmlBytes) {
     err = "The raster metadata is refused: the text is too long";
     return {};
   }

@@ -28,7 +28,7 @@ bool HasTooManyNodes(std::string_view text, std::int64_t maxElements) {
 }
 
 XString FindDanger(std::string_view text) {
-  const Limits limits = GetLimits();
+  const tagXLimits limits = XfnGetLimits();
   if (static_cast<std::int64_t>(text.size()) > limits.xmlBytes) return "the text is too long";
   if (HasTooManyNodes(text, limits.xmlElements)) return "it has too many elements";
   return FindXmlDanger(text, limits.nestingDepth);

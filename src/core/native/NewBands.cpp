@@ -38,7 +38,7 @@ bool IsPositiveInt(long value) {
 
 /// Whether such an image can be, within the limits.
 bool IsPossible(const BandLayout& layout) {
-  const Limits limits = GetLimits();
+  const tagXLimits limits = XfnGetLimits();
   if (!IsPositiveInt(layout.xSize) || !IsPositiveInt(layout.ySize)) return false;
   if (!IsPositiveInt(layout.xTileSize) || !IsPositiveInt(layout.yTileSize)) return false;
   if (layout.levels < 0 || layout.levels > 30 || layout.dataType < 0 || layout.dataType > INT_MAX) return false;

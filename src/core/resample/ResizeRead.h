@@ -1,8 +1,8 @@
 #pragma once
 
+#include "core/model/ChannelReads.h"
 #include "core/resample/RowSampler.h"
 #include "tagXArr2.h"
-#include "XChannelReads.h"
 
 #include <vector>
 

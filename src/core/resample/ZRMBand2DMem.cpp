@@ -4,6 +4,7 @@
 #include "base/Fence.h"
 #include "math/SampleFilter.h"
 #include "XThread.h"
+#include "XThreadSafeArr.h"
 
 #include <cstring>
 #include <utility>
@@ -28,14 +29,25 @@ void WriteUnequal(const Sample* source, Sample null, int count, Sample* target) 
 
 }  // namespace
 
-ZRMBand2DMem::ZRMBand2DMem() = default;
+struct ZRMBand2DMem::Impl {
+  tagXArr2 own;
+  tagXArr2* source = nullptr;
+  int sourceType = kDataTypeNone;
+  XThreadSafeArr2 results;
+};
+
+ZRMBand2DMem::ZRMBand2DMem() : impl_(std::make_unique<Impl>()) {}
 ZRMBand2DMem::~ZRMBand2DMem() = default;
+
+tagXArr2* ZRMBand2DMem::GetSourceMemory() const {
+  return impl_->source;
+}
 
 int ZRMBand2DMem::SetSourceMemory(tagXArr2* source, int dataType) {
   if (!source || !source->data || !IsScalar(dataType) || source->elementSize != XfnGetDataSize(dataType)) return 0;
-  if (source != &own_) own_.Free();
-  source_ = source;
-  sourceType_ = dataType;
+  if (source != &impl_->own) impl_->own.Free();
+  impl_->source = source;
+  impl_->sourceType = dataType;
   SetDataType(dataType);
   SetSize(source->xSize, source->ySize);
   return 1;
@@ -46,24 +58,25 @@ int ZRMBand2DMem::SetSourceMemory(int xSize, int ySize, int dataType) {
   if (!IsScalar(dataType) || !fresh.Alloc(xSize, ySize, XfnGetDataSize(dataType))) return 0;
   const auto numSamples = static_cast<std::size_t>(xSize) * static_cast<std::size_t>(ySize);
   std::memset(fresh.data, 0, numSamples * static_cast<std::size_t>(fresh.elementSize));
-  own_ = std::move(fresh);
-  return SetSourceMemory(&own_, dataType);
+  impl_->own = std::move(fresh);
+  return SetSourceMemory(&impl_->own, dataType);
 }
 
 bool ZRMBand2DMem::IsInMemory(int x0, int x1, int y0, int y1) const {
-  return source_ && GetDataType() == sourceType_ && IsInside(x0, x1, y0, y1) && x1 < source_->xSize &&
-         y1 < source_->ySize;
+  return impl_->source && GetDataType() == impl_->sourceType && IsInside(x0, x1, y0, y1) && x1 < impl_->source->xSize &&
+         y1 < impl_->source->ySize;
 }
 
 int ZRMBand2DMem::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
   if (!IsLevel(level) || !IsInMemory(x0, x1, y0, y1) || XfnIsStopRequested(cancel)) return 0;
   return zrk::FencedRead([&] {
-    tagXArr2* result = results_.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, XfnGetDataSize(sourceType_));
+    tagXArr2* result =
+        impl_->results.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, XfnGetDataSize(impl_->sourceType));
     if (!result) return 0;
-    zrk::VisitDataType(sourceType_, [&](auto zero) {
+    zrk::VisitDataType(impl_->sourceType, [&](auto zero) {
       using Sample = decltype(zero);
       for (int j = 0; j < result->ySize; ++j) {
-        const auto* row = reinterpret_cast<const Sample*>(source_->Row(y0 + (j << level))) + x0;
+        const auto* row = reinterpret_cast<const Sample*>(impl_->source->Row(y0 + (j << level))) + x0;
         TakeEvery(row, 1 << level, result->xSize, reinterpret_cast<Sample*>(result->Row(j)));
       }
     });
@@ -75,15 +88,15 @@ int ZRMBand2DMem::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, 
 
 int ZRMBand2DMem::WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue) {
   if (!IsInMemory(x0, x1, y0, y1) || !data || !data->data || data->xSize != x1 - x0 + 1 || data->ySize != y1 - y0 + 1 ||
-      data->elementSize != source_->elementSize) {
+      data->elementSize != impl_->source->elementSize) {
     return 0;
   }
-  zrk::VisitDataType(sourceType_, [&](auto zero) {
+  zrk::VisitDataType(impl_->sourceType, [&](auto zero) {
     using Sample = decltype(zero);
     const bool skipsNulls = keepNull && zrk::CanEqual<Sample>(nullValue);
     for (int y = y0; y <= y1; ++y) {
       const auto* row = reinterpret_cast<const Sample*>(data->Row(y - y0));
-      auto* target = reinterpret_cast<Sample*>(source_->Row(y)) + x0;
+      auto* target = reinterpret_cast<Sample*>(impl_->source->Row(y)) + x0;
       if (skipsNulls) {
         WriteUnequal(row, static_cast<Sample>(nullValue), data->xSize, target);
       } else {
@@ -95,6 +108,6 @@ int ZRMBand2DMem::WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bo
 }
 
 int ZRMBand2DMem::CleanupMemory(int freeBuffers, int force) {
-  if (freeBuffers && IsMemoryWanted(force)) results_.FreeCurrentThreadsBuffer();
+  if (freeBuffers && IsMemoryWanted(force)) impl_->results.FreeCurrentThreadsBuffer();
   return 1;
 }

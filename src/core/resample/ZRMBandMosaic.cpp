@@ -2,10 +2,13 @@
 
 #include "base/DataTypeVisit.h"
 #include "base/Fence.h"
+#include "base/PerThread.h"
 #include "core/resample/MosaicRead.h"
+#include "XThreadSafeArr.h"
 
 #include <cmath>
 #include <utility>
+#include <vector>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandMosaic, ZRMBand);
 
@@ -21,20 +24,32 @@ bool IsPixelSize(double size) {
 
 }  // namespace
 
-ZRMBandMosaic::ZRMBandMosaic() = default;
+struct ZRMBandMosaic::Impl {
+  std::vector<ZRMBand*> bands;
+  std::vector<zrk::MosaicSource> sources;  // one for each band, or none before `CalcWarpCoeff`
+  bool hasGrid = false;
+  XThreadSafeArr2 results;
+  zrk::PerThread<zrk::MosaicScratch> scratch;
+};
+
+ZRMBandMosaic::ZRMBandMosaic() : impl_(std::make_unique<Impl>()) {}
 ZRMBandMosaic::~ZRMBandMosaic() = default;
+
+int ZRMBandMosaic::GetNumOfBands() const {
+  return static_cast<int>(impl_->bands.size());
+}
 
 int ZRMBandMosaic::AddBand(ZRMBand* band) {
   if (!band || band == this) return 0;
-  sources_.clear();
+  impl_->sources.clear();
   return zrk::FencedRead([&] {
-    bands_.push_back(band);
+    impl_->bands.push_back(band);
     return 1;
   });
 }
 
 ZRMBand* ZRMBandMosaic::GetBandAt(int index) const {
-  return 0 <= index && index < GetNumOfBands() ? bands_[static_cast<std::size_t>(index)] : nullptr;
+  return 0 <= index && index < GetNumOfBands() ? impl_->bands[static_cast<std::size_t>(index)] : nullptr;
 }
 
 int ZRMBandMosaic::SetBandInfo(double ulx, double uly, double xPixelSize, double yPixelSize, int xSize, int ySize,
@@ -43,8 +58,8 @@ int ZRMBandMosaic::SetBandInfo(double ulx, double uly, double xPixelSize, double
       xSize <= 0 || ySize <= 0 || !IsScalar(dataType)) {
     return 0;
   }
-  sources_.clear();
-  hasGrid_ = true;
+  impl_->sources.clear();
+  impl_->hasGrid = true;
   SetUpperLeft(ulx, uly);
   SetPixelSize(xPixelSize, yPixelSize);
   SetSize(xSize, ySize);
@@ -54,11 +69,11 @@ int ZRMBandMosaic::SetBandInfo(double ulx, double uly, double xPixelSize, double
 }
 
 int ZRMBandMosaic::CalcWarpCoeff() {
-  sources_.clear();
-  if (!hasGrid_ || bands_.empty()) return 0;
+  impl_->sources.clear();
+  if (!impl_->hasGrid || impl_->bands.empty()) return 0;
   return zrk::FencedRead([&] {
     std::vector<zrk::MosaicSource> sources;
-    for (ZRMBand* band : bands_) {
+    for (ZRMBand* band : impl_->bands) {
       if (!IsPixelSize(band->GetXPixelSize()) || !IsPixelSize(band->GetYPixelSize()) ||
           !IsScalar(band->GetDataType())) {
         return 0;
@@ -69,19 +84,19 @@ int ZRMBandMosaic::CalcWarpCoeff() {
       sources.push_back(
           {band, {GetXPixelSize() / band->GetXPixelSize(), x}, {GetYPixelSize() / band->GetYPixelSize(), y}});
     }
-    sources_ = std::move(sources);
+    impl_->sources = std::move(sources);
     return 1;
   });
 }
 
 int ZRMBandMosaic::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  if (sources_.empty() || !IsScalar(GetDataType()) || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
+  if (impl_->sources.empty() || !IsScalar(GetDataType()) || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
   return zrk::FencedRead([&] {
-    tagXArr2* result = results_.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
+    tagXArr2* result = impl_->results.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
     if (!result) return 0;
-    zrk::MosaicRead read({level, x0, x1, y0, y1}, GetDataType(), *result, scratch_.Get(), cancel);
+    zrk::MosaicRead read({level, x0, x1, y0, y1}, GetDataType(), *result, impl_->scratch.Get(), cancel);
     read.Clear(GetNullValue());
-    for (const zrk::MosaicSource& source : sources_) {
+    for (const zrk::MosaicSource& source : impl_->sources) {
       if (read.IsComplete()) break;
       if (!read.LayDown(source)) return 0;
     }
@@ -93,8 +108,8 @@ int ZRMBandMosaic::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0,
 
 int ZRMBandMosaic::CleanupMemory(int freeBuffers, int force) {
   if (freeBuffers && IsMemoryWanted(force)) {
-    results_.FreeCurrentThreadsBuffer();
-    scratch_.Release();
+    impl_->results.FreeCurrentThreadsBuffer();
+    impl_->scratch.Release();
   }
   return 1;
 }

@@ -14,6 +14,7 @@
 #include "XRSFile.h"
 #include "XRSFile2XLD.h"
 #include "ZRMBandDRIO.h"
+#include "ZRMBandEPOT.h"
 #include "ZRMBandXLD.h"
 
 #include <algorithm>
@@ -110,7 +111,7 @@ int AttachLevelData(XRSFile& dataset, const XString& path, XString& err) {
 /// that a full disk leaves the old one as it was; a machine that stops just then leaves a text that is refused.
 bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& oldText, const XString& text) {
   const std::int64_t oldLength = file.GetLength(), newLength = textOffset + text.GetLength();
-  if (text.GetLength() > zrk::GetLimits().xmlBytes) return false;
+  if (text.GetLength() > XfnGetLimits().xmlBytes) return false;
   if (newLength > oldLength && !file.Preallocate(newLength)) {
     file.SetLength(oldLength);
     return false;

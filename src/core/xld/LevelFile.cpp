@@ -35,7 +35,7 @@ LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset) {
 XString ReadLevelText(XFile& file, std::int64_t textOffset) {
   if (textOffset < kLevelHeadBytes) return "";
   const std::int64_t size = file.GetLength() - textOffset;
-  if (size <= 0 || size > GetLimits().xmlBytes) return "";
+  if (size <= 0 || size > XfnGetLimits().xmlBytes) return "";
   std::string text(static_cast<std::size_t>(size), '\0');
   if (file.ReadAt(textOffset, text.data(), size) != size) return "";
   return text;

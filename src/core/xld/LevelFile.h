@@ -21,7 +21,7 @@ enum class LevelHead { kGood, kShort, kForeign };
 /// Reads the head of an open file.
 LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset);
 
-/// The text of a level file; empty where the offset lies outside the file, the text is larger than `zrk::Limits`
+/// The text of a level file; empty where the offset lies outside the file, the text is larger than `tagXLimits`
 /// allows, or it can't be read.
 XString ReadLevelText(XFile& file, std::int64_t textOffset);
 

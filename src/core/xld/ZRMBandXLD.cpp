@@ -3,6 +3,8 @@
 #include "base/Fence.h"
 #include "Xepot.h"
 #include "XFile.h"
+#include "XThreadSafeArr.h"
+#include "ZRMBandEPOT.h"
 
 #include <algorithm>
 #include <climits>
@@ -21,17 +23,37 @@ int TruncateToPixel(double place) {
 
 }  // namespace
 
-ZRMBandXLD::ZRMBandXLD() = default;
+struct ZRMBandXLD::Impl {
+  XFile* file = nullptr;
+  std::unique_ptr<XFile> ownedFile;
+  std::int64_t offset = 0;
+  ZRMBandEPOT epot;
+  XThreadSafeArr2 buffers;
+};
+
+ZRMBandXLD::ZRMBandXLD() : impl_(std::make_unique<Impl>()) {}
 ZRMBandXLD::~ZRMBandXLD() = default;
 
+XFile* ZRMBandXLD::GetFile() const {
+  return impl_->file;
+}
+
+void ZRMBandXLD::SetOffset(std::int64_t offset) {
+  impl_->offset = offset;
+}
+
+std::int64_t ZRMBandXLD::GetOffset() const {
+  return impl_->offset;
+}
+
 void ZRMBandXLD::SetFile(XFile* file, int owns) {
-  if (file == ownedFile_.get()) static_cast<void>(ownedFile_.release());
-  ownedFile_.reset(owns ? file : nullptr);
-  file_ = file;
+  if (file == impl_->ownedFile.get()) static_cast<void>(impl_->ownedFile.release());
+  impl_->ownedFile.reset(owns ? file : nullptr);
+  impl_->file = file;
 }
 
 bool ZRMBandXLD::Init(ZRMBand* source, int xSize, int ySize, int dataType, int xTileSize, int yTileSize) {
-  if (!file_ || !source || source->GetLevel() <= 0) return false;
+  if (!impl_->file || !source || source->GetLevel() <= 0) return false;
   CopyGeometry(*source);
   SetDataType(source->GetDataType());
   SetTileSize(source->GetXTileSize(), source->GetYTileSize());
@@ -40,31 +62,33 @@ bool ZRMBandXLD::Init(ZRMBand* source, int xSize, int ySize, int dataType, int x
   const int width = xSize >> 1, height = ySize >> 1;
   double minX = 0.0, maxX = 0.0, minY = 0.0, maxY = 0.0;
   source->GetBoundRect(minX, maxX, minY, maxY);
-  epot_.SetUpperLeft(source->GetULX(), source->GetULY());
-  epot_.SetPixelSize((maxX - minX) / width, (maxY - minY) / height);
+  impl_->epot.SetUpperLeft(source->GetULX(), source->GetULY());
+  impl_->epot.SetPixelSize((maxX - minX) / width, (maxY - minY) / height);
   // The store is what the builder makes of these sizes: some bands count levels of their own, and the stores of level
   // files are never compressed, whatever the source is.
   const int levels = Xepot::CalcProperLevel(width, height, xTileSize, yTileSize);
-  return epot_.SetImage(file_, offset_, width, height, dataType, xTileSize, yTileSize, levels, kCompressionPlain);
+  return impl_->epot.SetImage(impl_->file, impl_->offset, width, height, dataType, xTileSize, yTileSize, levels,
+                              kCompressionPlain);
 }
 
 std::int64_t ZRMBandXLD::CalcBandSize(int, int, int, int, int) const {
-  return epot_.GetEPOT()->GetSize();
+  return impl_->epot.GetEPOT()->GetSize();
 }
 
 int ZRMBandXLD::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int*) {
-  if (!file_ || level <= 0 || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
+  if (!impl_->file || level <= 0 || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
   double left = x0, bottom = y1, right = x1, top = y0;
   for (auto [x, y] : {std::pair<double&, double&>(left, bottom), std::pair<double&, double&>(right, top)}) {
     ConvPixelToWorldCoord(x, y);
-    epot_.ConvWorldToPixelCoord(x, y);
+    impl_->epot.ConvWorldToPixelCoord(x, y);
   }
   const int epotX = TruncateToPixel(left), epotY = TruncateToPixel(top);
   if (epotX < 0 || epotY < 0) return 0;
   return zrk::FencedRead([&] {
-    tagXArr2* const buffer = buffers_.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
+    tagXArr2* const buffer = impl_->buffers.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
     const int storeLevel = level - 1;
-    if (!buffer || !epot_.GetEPOT()->Read(*buffer, storeLevel, epotX >> storeLevel, epotY >> storeLevel, nullptr)) {
+    if (!buffer ||
+        !impl_->epot.GetEPOT()->Read(*buffer, storeLevel, epotX >> storeLevel, epotY >> storeLevel, nullptr)) {
       return 0;
     }
     out = buffer;
@@ -80,6 +104,6 @@ int ZRMBandXLD::CalcStatistics(int withHistogram) {
 
 int ZRMBandXLD::CleanupMemory(int freeBuffers, int force) {
   if (!freeBuffers || !IsMemoryWanted(force)) return 1;
-  buffers_.FreeCurrentThreadsBuffer();
-  return epot_.CleanupMemory(1, 1);
+  impl_->buffers.FreeCurrentThreadsBuffer();
+  return impl_->epot.CleanupMemory(1, 1);
 }

@@ -10,6 +10,7 @@
 #include "TiffBuilder.h"
 #include "TocBuilder.h"
 #include "XFormatTable.h"
+#include "XLevelMode.h"
 #include "XRSFile.h"
 #include "XSpatialReference.h"
 
@@ -170,7 +171,7 @@ TEST_F(OpenFile, TellsWhyAFileCannotBeOpened) {
   EXPECT_EQ(0, Open("a.dat", BytesOf("none")));
   EXPECT_EQ(XString("The format can't be told from the file's extension or its first bytes"), err_);
   EXPECT_EQ(0, Open("a.bmp", BytesOf("none")));
-  EXPECT_EQ(XString("Not a valid BMP format"), err_);
+  EXPECT_EQ(XString("Can't read bitmap file header."), err_);
   EXPECT_EQ(0, file_.GetNumOfBands());
 }
 

@@ -148,12 +148,12 @@ TEST(ZRMVandHarm, OfKmlDepthIsRefused) {
 TEST(ZRMVandHarm, OfLongKmlIsRefused) {
   TempFolder folder;
   folder.Write("a.kml", std::string(101, ' '));
-  const zrk::Limits before = zrk::GetLimits();
-  zrk::Limits limits = before;
+  const tagXLimits before = XfnGetLimits();
+  tagXLimits limits = before;
   limits.tableBytes = 100;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   EXPECT_NE(std::string::npos, FailureOf(folder.Path("a.kml"), ZRMVand::kKindKML).find("too large"));
-  zrk::SetLimits(before);
+  XfnSetLimits(before);
 }
 
 TEST(ZRMVandHarm, OfUnfoldingDrawingsIsRefused) {

@@ -13,15 +13,15 @@ namespace {
 /// Lowers limits for a test.
 class LowerLimits {
  public:
-  explicit LowerLimits(void (*lower)(zrk::Limits&)) {
-    zrk::Limits limits = before_;
+  explicit LowerLimits(void (*lower)(tagXLimits&)) {
+    tagXLimits limits = before_;
     lower(limits);
-    zrk::SetLimits(limits);
+    XfnSetLimits(limits);
   }
-  ~LowerLimits() { zrk::SetLimits(before_); }
+  ~LowerLimits() { XfnSetLimits(before_); }
 
  private:
-  const zrk::Limits before_ = zrk::GetLimits();
+  const tagXLimits before_ = XfnGetLimits();
 };
 
 std::string Refusal(const std::string& text) {
@@ -39,19 +39,19 @@ std::string Repeat(const std::string& part, int count) {
 }  // namespace
 
 TEST(NativeXml, RefusesATextThatIsTooLong) {
-  const LowerLimits lower([](zrk::Limits& limits) { limits.xmlBytes = 10; });
+  const LowerLimits lower([](tagXLimits& limits) { limits.xmlBytes = 10; });
   EXPECT_EQ(Refusal("<a>123</a>"), "");
   EXPECT_EQ(Refusal("<a>1234</a>"), "The raster metadata is refused: the text is too long");
 }
 
 TEST(NativeXml, CountsTheElementsBeforeItParses) {
-  const LowerLimits lower([](zrk::Limits& limits) { limits.xmlElements = 3; });
+  const LowerLimits lower([](tagXLimits& limits) { limits.xmlElements = 3; });
   EXPECT_EQ(Refusal("<a><b></b><c/></a>"), "");
   EXPECT_EQ(Refusal("<a><b></b><c/><!-- --></a>"), "The raster metadata is refused: it has too many elements");
 }
 
 TEST(NativeXml, CountsTheAttributesBeforeItParses) {
-  const LowerLimits lower([](zrk::Limits& limits) { limits.xmlElements = 1; });
+  const LowerLimits lower([](tagXLimits& limits) { limits.xmlElements = 1; });
   EXPECT_EQ(Refusal("<a b='1' c = '2'/>"), "");
   EXPECT_EQ(Refusal("<a b='1' c = '2' d=\"\"/>"), "The raster metadata is refused: it has too many elements");
 }

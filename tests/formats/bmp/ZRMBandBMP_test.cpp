@@ -4,6 +4,7 @@
 #include "FaultyDisk.h"
 #include "TempFolder.h"
 #include "Xepot.h"
+#include "XFile.h"
 #include "ZRMBandXLD.h"
 
 #include <gmock/gmock.h>

@@ -164,16 +164,16 @@ TEST_F(ZRMBandDTEDFiles, OfSizesThatCannotBeFailWithoutASentence) {
 }
 
 TEST_F(ZRMBandDTEDFiles, BeyondTheLimitOfPixelsFailWithoutASentence) {
-  const zrk::Limits before = zrk::GetLimits();
-  zrk::Limits limits = before;
+  const tagXLimits before = XfnGetLimits();
+  tagXLimits limits = before;
   limits.imagePixels = 34;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   EXPECT_EQ(0, Open(DtedBuilder().Size(7, 5)));
   EXPECT_TRUE(err_.IsEmpty());
   limits.imagePixels = 35;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   EXPECT_EQ(1, Open(DtedBuilder().Size(7, 5)));
-  zrk::SetLimits(before);
+  XfnSetLimits(before);
 }
 
 TEST_F(ZRMBandDTEDFiles, CutShortKeepWhatIsThere) {

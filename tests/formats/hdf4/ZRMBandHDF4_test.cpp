@@ -339,12 +339,12 @@ TEST_F(ZRMBandHDF4Files, RefusesMoreDescriptorsThanAnyFileHas) {
 }
 
 TEST_F(ZRMBandHDF4Files, RefusesMorePixelsThanTheLimit) {
-  const zrk::Limits before = zrk::GetLimits();
-  zrk::Limits limits = before;
+  const tagXLimits before = XfnGetLimits();
+  tagXLimits limits = before;
   limits.imagePixels = 34;
-  zrk::SetLimits(limits);
+  XfnSetLimits(limits);
   ExpectRefused(HdfBuilder().Size(7, 5).Build());
-  zrk::SetLimits(before);
+  XfnSetLimits(before);
 }
 
 TEST_F(ZRMBandHDF4Files, SaysThatMemoryRanOut) {

@@ -380,16 +380,16 @@ TEST_F(ZRMBandJPGFiles, PlanesBeyondAnIntFail) {
 /// Puts limits in force for its own lifetime.
 class ScopedLimits {
  public:
-  explicit ScopedLimits(const zrk::Limits& limits) : before_(zrk::GetLimits()) { zrk::SetLimits(limits); }
-  ~ScopedLimits() { zrk::SetLimits(before_); }
+  explicit ScopedLimits(const tagXLimits& limits) : before_(XfnGetLimits()) { XfnSetLimits(limits); }
+  ~ScopedLimits() { XfnSetLimits(before_); }
 
  private:
-  zrk::Limits before_;
+  tagXLimits before_;
 };
 
 TEST_F(ZRMBandJPGFiles, TheNumberOfScansIsLimited) {
   JpegChannels image(Write(JpegBuilder().Progressive()));
-  zrk::Limits limits;
+  tagXLimits limits;
   limits.jpegScans = 3;
   {
     const ScopedLimits scope(limits);
@@ -399,7 +399,7 @@ TEST_F(ZRMBandJPGFiles, TheNumberOfScansIsLimited) {
 }
 
 TEST_F(ZRMBandJPGFiles, TheNumberOfPixelsIsLimited) {
-  zrk::Limits limits;
+  tagXLimits limits;
   limits.imagePixels = 32 * 24 - 1;
   const ScopedLimits scope(limits);
   JpegChannels image(Write(JpegBuilder().Size(32, 24)));
@@ -409,7 +409,7 @@ TEST_F(ZRMBandJPGFiles, TheNumberOfPixelsIsLimited) {
 
 TEST_F(ZRMBandJPGFiles, TheDecodersMemoryIsLimitedWhateverTheEnvironmentSays) {
   setenv("JPEGMEM", "1000000", 1);
-  zrk::Limits limits;
+  tagXLimits limits;
   limits.decodedTileBytes = 4096;
   JpegChannels image(Write(JpegBuilder().Size(256, 256).Progressive()));
   {

@@ -1,4 +1,6 @@
 #include "XCIBframe.h"
+
+#include "base/PixelStorage.h"
 #include "FaultyDisk.h"
 #include "RpfFrameBuilder.h"
 #include "TempFolder.h"

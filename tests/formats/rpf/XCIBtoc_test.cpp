@@ -213,13 +213,13 @@ TEST_F(Toc, FrameCountsThatTheFileCantHoldAreRefused) {
 }
 
 TEST_F(Toc, TablesAboveTheLimitAreRefused) {
-  const zrk::Limits before = zrk::GetLimits();
-  zrk::Limits low = before;
+  const tagXLimits before = XfnGetLimits();
+  tagXLimits low = before;
   low.tableBytes = 131;
-  zrk::SetLimits(low);
+  XfnSetLimits(low);
   XCIBtoc toc;
   EXPECT_EQ(0, Load(toc, OneFrame()));
-  zrk::SetLimits(before);
+  XfnSetLimits(before);
   EXPECT_EQ(1, Load(toc, OneFrame()));
 }
 

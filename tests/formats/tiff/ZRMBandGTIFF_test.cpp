@@ -295,15 +295,15 @@ TEST_F(ZRMBandGTIFFFiles, TheTargetLevelIsThatOfThePyramidArithmetic) {
 /// Other limits while it lives.
 class ScopedLimits {
  public:
-  explicit ScopedLimits(const zrk::Limits& limits) : before_(zrk::GetLimits()) { zrk::SetLimits(limits); }
-  ~ScopedLimits() { zrk::SetLimits(before_); }
+  explicit ScopedLimits(const tagXLimits& limits) : before_(XfnGetLimits()) { XfnSetLimits(limits); }
+  ~ScopedLimits() { XfnSetLimits(before_); }
 
  private:
-  zrk::Limits before_;
+  tagXLimits before_;
 };
 
 TEST_F(ZRMBandGTIFFFiles, ImagesAndBlocksBeyondTheLimitsAreRefused) {
-  zrk::Limits limits = zrk::GetLimits();
+  tagXLimits limits = XfnGetLimits();
   limits.decodedTileBytes = 64 * 64;
   limits.imagePixels = 100 * 100;
   const ScopedLimits scope(limits);

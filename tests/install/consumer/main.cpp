@@ -52,7 +52,7 @@ void UseBase() {
   XThreadSafeArr1 lines;
   XThreadSafeArr2 planes;
   CHECK(XfnGetDataSize(kReal64) == 8);
-  zrk::SetLimits(zrk::GetLimits());
+  XfnSetLimits(XfnGetLimits());
 }
 
 void UseMessages() {

@@ -6,7 +6,7 @@
 // A number found in the cache belongs to the very pool that asks, since the pool that asks is alive and numbers are not
 // used twice. So the repeated request takes no lock.
 
-#include "XPerThread.h"
+#include "base/PerThread.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "XPixelStorage.h"
+#include "base/PixelStorage.h"
 
 #include <new>
 

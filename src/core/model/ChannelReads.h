@@ -1,12 +1,11 @@
 #pragma once
 
+#include "base/PerThread.h"
 #include "tagXArr2.h"
-#include "XExport.h"
-#include "XPerThread.h"
 
-#include <algorithm>
-#include <array>
 #include <atomic>
+#include <cstddef>
+#include <deque>
 
 namespace zrk {
 
@@ -21,50 +20,45 @@ struct ReadRequest {
   friend bool operator==(const ReadRequest&, const ReadRequest&) = default;
   int Width() const { return x1 - x0 + 1; }
   int Height() const { return y1 - y0 + 1; }
-  void Get(int& levelOut, int& x0Out, int& x1Out, int& y0Out, int& y1Out) const {
-    levelOut = level;
-    x0Out = x0;
-    x1Out = x1;
-    y0Out = y0;
-    y1Out = y1;
-  }
 };
 
 /// What a master band keeps of its reads: for each thread the last request and one result buffer a channel. Because the
 /// request stands beside the buffers that it filled, a follower gets the pixels of its own request whatever other
 /// threads read meanwhile.
-class ZRKIO_API ChannelReads {
+class ChannelReads {
  public:
-  static constexpr int kMaxChannels = 4;
+  /// The results of a read: so many channels of one size.
+  struct Shape {
+    int numChannels = 0;
+    int width = 0;
+    int height = 0;
+    int sampleBytes = 1;
+  };
 
   struct Record {
     ReadRequest request;
     bool isFilled = false;
-    unsigned image = 0;  ///< which image of the band it was read from
-    std::array<tagXArr2, kMaxChannels> channels;
+    int numChannels = 0;            ///< of this read
+    unsigned image = 0;             ///< which image of the band it was read from
+    std::deque<tagXArr2> channels;  ///< at least `numChannels`; those handed out stay where they are
+
+    tagXArr2& At(int channel) { return channels[static_cast<std::size_t>(channel)]; }
   };
 
-  /// Begins a read on the calling thread: stores the request and gives up the results before it.
-  Record& Begin(const ReadRequest& request) {
-    Record& record = records_.Get();
-    record.request = request;
-    record.isFilled = false;
-    record.image = image_;
-    for (tagXArr2& channel : record.channels) channel.isLent = true;
-    return record;
-  }
+  /// Begins a read on the calling thread: stores the request, gives up the results before it, and makes room for its
+  /// own. Null where there is no room, or no such shape; the request counts as asked nevertheless.
+  Record* Begin(const ReadRequest& request, const Shape& shape);
   /// The calling thread's last request; all -1 before its first.
   ReadRequest GetLastRequest() const {
     const Record* record = FindCurrent();
     return record ? record->request : ReadRequest{};
   }
   /// The calling thread's result of a channel; null before a read has filled it, and outside the channels.
-  tagXArr2* GetResult(int channel, int numChannels) const {
-    if (channel < 0 || channel >= std::min(numChannels, kMaxChannels)) return nullptr;
-    Record* record = FindCurrent();
-    if (!record || !record->isFilled) return nullptr;
-    tagXArr2& result = record->channels[static_cast<std::size_t>(channel)];
-    return result.data ? &result : nullptr;
+  tagXArr2* GetResult(int channel) const { return ResultOf(FindCurrent(), channel); }
+  /// As `GetResult`; null also where the calling thread's last request was another one.
+  tagXArr2* FindResult(int channel, const ReadRequest& request) const {
+    Record* const record = FindCurrent();
+    return record && record->request == request ? ResultOf(record, channel) : nullptr;
   }
   /// Gives up the results of all threads, because the band has another image now. No read may be under way.
   void Forget() { ++image_; }
@@ -72,6 +66,10 @@ class ZRKIO_API ChannelReads {
   void Release() { records_.Release(); }
 
  private:
+  static tagXArr2* ResultOf(Record* record, int channel) {
+    const bool isThere = record && record->isFilled && channel >= 0 && channel < record->numChannels;
+    return isThere ? &record->At(channel) : nullptr;
+  }
   Record* FindCurrent() const {
     Record* record = records_.Find();
     return record && record->image == image_ ? record : nullptr;

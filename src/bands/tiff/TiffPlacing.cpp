@@ -1,0 +1,87 @@
+// Where a TIFF image lies: by its geokeys and the tags that belong to them, or by a world file beside it, or nowhere in
+// particular. Nothing of this fails the open.
+
+#include "bands/tiff/TiffPlacing.h"
+
+#include "base/WorldLines.h"
+#include "XGeoKeys.h"
+#include "XPath.h"
+#include "XSpatialReference.h"
+#include "ZRMBand.h"
+
+namespace zrk {
+namespace {
+
+void Place(ZRMBand& band, const TiffPlace& place, int coordinateKind) {
+  band.SetUpperLeft(place.ulx, place.uly);
+  band.SetPixelSize(place.xPixelSize, place.yPixelSize);
+  band.SetCoordinateKind(coordinateKind);
+}
+
+/// Unlike that of an image in memory, the upper edge of a file in pixel coordinates is its height.
+void PlaceAsPixels(ZRMBand& band) {
+  Place(band, {0.0, static_cast<double>(band.GetYSize()), 1.0, 1.0}, kCoordinatePixel);
+  band.GetSR()->Clear();
+}
+
+/// The numbers of the world file of an image. Its name is the image's with the last four characters replaced, so that
+/// an extension of another length leaves a stump: "a..tfw" for "a.tiff". For those the names "a.t.tfw" and "a.tfw" are
+/// tried as well, and for each also capitals. All lie beside the image.
+std::optional<WorldLines> FindWorldLines(const XString& path) {
+  const XString folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
+  std::optional<WorldLines> lines;
+  const auto read = [&](const XString& stem) {
+    for (const char* extension : {".tfw", ".TFW"}) {
+      lines = ReadWorldLines(folder + stem + extension);
+      if (lines) return true;
+    }
+    return false;
+  };
+  if (read(name.Left(name.GetLength() - 4)) || XfnGetFileExt(path).GetLength() == 3) return lines;
+  if (!read(name.Left(name.GetLength() - 3))) read(XfnGetFileTitle(path));
+  return lines;
+}
+
+/// The system is taken only along with a place.
+bool PlaceByGeoKeys(ZRMBand& band, TIFF* tiff) {
+  const GeoKeys keys = OpenGeoKeys(tiff);
+  if (!AreUsable(keys.get())) return false;
+  const std::optional<TiffPlace> place = PlaceByTags(ReadTiffGeoTags(tiff, keys.get()));
+  if (!place) return false;
+  XSpatialReference system;
+  system.SetCoordinateKind(kReferenceUnknown);
+  ReadTiffSystem(keys.get(), system);
+  Place(band, *place, kCoordinateWorld);
+  band.SetSR(system);
+  return true;
+}
+
+bool PlaceByWorldFile(ZRMBand& band, TIFF* tiff) {
+  const std::optional<TiffPlace> place = FindWorldPlace(TIFFFileName(tiff), band.GetXSize(), band.GetYSize());
+  if (!place) return false;
+  Place(band, *place, kCoordinateWorld);
+  band.GetSR()->SetCoordinateKind(kReferenceUnknown);
+  return true;
+}
+
+}  // namespace
+
+void PlaceTiff(ZRMBand& band, TIFF* tiff) {
+  PlaceAsPixels(band);
+  if (!PlaceByGeoKeys(band, tiff)) PlaceByWorldFile(band, tiff);
+}
+
+void ReadTiffSystem(gtiff* keys, XSpatialReference& system) {
+  const XString wkt = XfnGTIFGetOGISDefn(keys);
+  if (wkt.IsEmpty()) return;
+  system.importFromWkt(wkt);
+  // A system that is written down is known, also where it can't be made use of here.
+  system.SetCoordinateKind(kReferenceKnown);
+}
+
+std::optional<TiffPlace> FindWorldPlace(const XString& path, int width, int height) {
+  const std::optional<WorldLines> lines = FindWorldLines(path);
+  return lines ? PlaceByWorldLines(*lines, width, height) : std::nullopt;
+}
+
+}  // namespace zrk

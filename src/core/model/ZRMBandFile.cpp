@@ -1,0 +1,64 @@
+// The frame of the bands over files, for the two bases that they have. Nobody else makes instances of it.
+
+#include "ZRMBandFile.h"
+
+#include "base/Fence.h"
+#include "core/model/BandFrame.h"
+#include "Xepot.h"
+
+#include <concepts>
+#include <utility>
+
+template <class Base>
+ZRMBandFile<Base>::ZRMBandFile(std::unique_ptr<Frame> frame) : frame_(std::move(frame)) {}
+
+template <class Base>
+ZRMBandFile<Base>::~ZRMBandFile() = default;
+
+template <class Base>
+void ZRMBandFile<Base>::SetByteRange() {
+  this->SetDataType(kPint08);
+  this->SetBandMin(0.0);
+  this->SetBandMax(255.0);
+}
+
+template <class Base>
+int ZRMBandFile<Base>::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) {
+  return Xepot::GetHighestLevelForTarget(this->GetXSize(), this->GetYSize(), this->GetLevel(), this->GetXTileSize(),
+                                         this->GetYTileSize(), x0, x1, y0, y1, width, height);
+}
+
+template <class Base>
+int ZRMBandFile<Base>::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
+  const zrk::ReadRequest request{level, x0, x1, y0, y1};
+  if (!frame_->Accepts(request, this->IsInside(x0, x1, y0, y1), cancel)) return 0;
+  if constexpr (std::derived_from<Base, ZRMBandDRIO>) {
+    if (frame_->asksLevelData && this->ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
+  }
+  return zrk::FencedRead([&] {
+    tagXArr2* const result = frame_->Read(request, cancel);
+    if (!result) return 0;
+    out = result;
+    if (!frame_->IsFollower()) this->CleanupMemory(0, 0);
+    return 1;
+  });
+}
+
+template <class Base>
+int ZRMBandFile<Base>::CalcStatistics(int withHistogram) {
+  return ZRMBand::CalcStatistics(withHistogram);
+}
+
+template <class Base>
+int ZRMBandFile<Base>::CleanupMemory(int freeBuffers, int force) {
+  if (freeBuffers && XBand::IsMemoryWanted(force)) frame_->FreeBuffers();
+  return 1;
+}
+
+template <class Base>
+int ZRMBandFile<Base>::CloneBand(ZRMBand* source) {
+  return ZRMBand::CloneBand(source);
+}
+
+template class ZRMBandFile<ZRMBand>;
+template class ZRMBandFile<ZRMBandDRIO>;
