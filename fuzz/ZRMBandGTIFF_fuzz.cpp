@@ -43,12 +43,13 @@ void UseAsTiff(const std::uint8_t* data, std::size_t size) {
 
 }  // namespace
 
-/// Work grows with the pixels of a block, so those of a fuzz run are held small. What the operator is told is not
-/// printed.
+/// Work grows with the pixels of a block and with the channels, so those of a fuzz run are held small. What the
+/// operator is told is not printed.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   tagXLimits limits;
   limits.imagePixels = 1 << 20;
   limits.decodedTileBytes = 4 << 20;
+  limits.channels = 64;
   XfnSetLimits(limits);
   XfnSetMessageBoxHandler([](const XString&, const XString&, unsigned) { return static_cast<int>(kAnswerOk); });
   return 0;

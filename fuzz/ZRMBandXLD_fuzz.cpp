@@ -48,6 +48,12 @@ std::vector<unsigned char> MakeBitmap() {
   return bytes;
 }
 
+/// The bitmap itself is always the same, so it is looked at once, and levels are read where there are some.
+void ReadPixels(XRSFile& dataset) {
+  tagXArr2* out = nullptr;
+  if (!dataset.GetBandAt(0)->ReadSubset(out, 1, 0, 15, 0, 15, nullptr)) __builtin_trap();
+}
+
 void ReadLevels(XRSFile& dataset) {
   for (int i = 0; i < dataset.GetNumOfBands(); ++i) {
     ZRMBand& band = *dataset.GetBandAt(i);
@@ -71,8 +77,8 @@ void UseBitmap() {
   XRSFile dataset;
   XString err;
   if (!XRSFileIO::LoadFileBMP(&dataset, "/fuzz.bmp", err, 0, kLevelNone, nullptr)) __builtin_trap();
-  XRSFileIO::LoadFileXLD(&dataset, "/fuzz.bmp", err, kLevelNone, nullptr);
-  ReadLevels(dataset);
+  ReadPixels(dataset);
+  if (XfnIsValidZRMLevelData(&dataset)) ReadLevels(dataset);
   Update(dataset);
 }
 
@@ -89,8 +95,7 @@ void UseLevelledBands(std::string_view bytes) {
     dataset.AddBand(new LevelledBand(dataType));
   }
   XString err;
-  XRSFileIO::LoadFileXLD(&dataset, "/fuzz.bmp", err, kLevelNone, nullptr);
-  ReadLevels(dataset);
+  if (XRSFileIO::LoadFileXLD(&dataset, "/fuzz.bmp", err, kLevelNone, nullptr)) ReadLevels(dataset);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include "XString.h"
 
 #include <cstdint>
-#include <vector>
+#include <memory>
 
 class XFile;
 
@@ -49,9 +49,9 @@ class ZRKIO_API XCIBbase {
   int ReadHeaderSection(XFile* file, const unsigned char* buffer, int bytes);
   int ReadLocationSection(XFile* file, const unsigned char* buffer, int bytes);
 
-  const tagHeaderSectionRPF& GetHeaderSection() const { return header_; }
-  XString GetFilePath() const { return path_; }
-  bool IsLittleEndian() const { return littleEndian_; }
+  const tagHeaderSectionRPF& GetHeaderSection() const;
+  XString GetFilePath() const;
+  bool IsLittleEndian() const;
   /// The component of an id, of several the last; null where there is none.
   const tagComponentRPF* FindComponent(int id) const;
 
@@ -64,10 +64,6 @@ class ZRKIO_API XCIBbase {
   void Reset();
 
  private:
-  XString path_;
-  bool littleEndian_ = false;
-  std::int32_t rpfHeaderOffset_ = -1;
-  std::int32_t locationOffset_ = -1;
-  tagHeaderSectionRPF header_;
-  std::vector<tagComponentRPF> components_;
+  struct State;
+  std::unique_ptr<State> state_;
 };

@@ -2,12 +2,9 @@
 
 #include "XCIBbase.h"
 
-#include <array>
 #include <memory>
-#include <vector>
 
 namespace zrk {
-struct FrameSubframes;
 class PixelStorage;
 class RpfBlocks;
 }  // namespace zrk
@@ -52,21 +49,21 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   /// Frees tables and image, and clears coverage, colours and masks. The type of the colour table stays.
   void CleanUp();
 
-  const tagCoverageSectionSubheaderRPF& GetCoverageSec() const { return coverage_; }
+  const tagCoverageSectionSubheaderRPF& GetCoverageSec() const;
   /// Pointers to the rows of the image; null without one.
-  unsigned char** GetData() { return rows_.empty() ? nullptr : rows_.data(); }
+  unsigned char** GetData();
   /// A row of the image, which must be loaded; the index is not checked.
-  unsigned char* GetLine(int row) { return rows_[static_cast<std::size_t>(row)]; }
+  unsigned char* GetLine(int row);
   /// The image in one block, or null. It stays with the frame, and `CleanUp` frees it.
-  unsigned char* DetacheData() { return rows_.empty() ? nullptr : rows_.front(); }
+  unsigned char* DetacheData();
   /// One of the four planes of 217 bytes; the index is not checked.
-  const unsigned char* GetColorTableAt(int plane) const { return colors_[static_cast<std::size_t>(plane)].data(); }
+  const unsigned char* GetColorTableAt(int plane) const;
   /// 1 for red, green and blue, 2 for these and an unused plane, 3 for grey, 4 for four planes.
-  int GetColorTableType() const { return colorTableType_; }
+  int GetColorTableType() const;
   /// The planes that bands are made of: 3, or 1 for grey and 4 for four planes.
   int GetNumChannels() const;
   /// How many pixels of the file a colour has; the index is not checked.
-  int GetHistogramAt(int color) const { return histogram_[static_cast<std::size_t>(color)]; }
+  int GetHistogramAt(int color) const;
 
   /// The centre of a pixel.
   void PixelToWorldCoord(int row, int col, double& lat, double& lon) const;
@@ -76,6 +73,9 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   int SaveToBinaryData(const XString& path) const;
 
  protected:
+  // The steps of a load, in their order. Each takes the open file and the head of it in memory, either of which may be
+  // null; 1 or 0.
+
   int ReadCoverageSection(XFile* file, const unsigned char* buffer, int bytes);
   int ReadCompressionSection(XFile* file, const unsigned char* buffer, int bytes);
   int ReadGrayscaleSection(XFile* file, const unsigned char* buffer, int bytes);
@@ -89,57 +89,18 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   static void GetSperatedValue(const unsigned char* bytes, int& first, int& second);
 
   /// Where a subframe lies in the spatial data, or its transparency in the mask data; -1 where it is absent.
-  int GetSubframeOffset(int subframe) const { return subframeOffsets_[static_cast<std::size_t>(subframe)]; }
-  int GetTransparencyOffset(int subframe) const { return transparencyOffsets_[static_cast<std::size_t>(subframe)]; }
+  int GetSubframeOffset(int subframe) const;
+  int GetTransparencyOffset(int subframe) const;
 
  private:
-  using Offsets = std::array<std::int32_t, kNumSubframes>;
-  struct ImageDescription {
-    int spectralGroups = 0;
-    int subframeTables = 0;
-    int spectralBandTables = 0;
-    int spectralBandLines = 0;
-    int subframesAcross = 0;
-    int subframesDown = 0;
-    int subframeColumns = 0;
-    int subframeRows = 0;
-    int subframeMaskOffset = 0;
-    int transparencyMaskOffset = 0;
-  };
-  struct DisplayParameters {
-    int imageRows = 0;
-    int codesPerRow = 0;
-    int elementBits = 0;
-  };
+  struct State;
+  struct Wanted;
+  struct Image;
 
-  int Load(const XString& path, bool withColor, bool withImage);
-  int ReadSections(XFile* file, const unsigned char* buffer, int bytes, bool withColor, bool withImage);
-  bool ReadLookupTables(zrk::RpfBlocks& blocks, std::int64_t lookup);
-  bool ReadColors(zrk::RpfBlocks& blocks, std::int64_t map);
-  bool TakeColors(zrk::RpfBlocks& blocks, std::int64_t offset, int table, std::int64_t numEntries, int entryBytes);
-  bool TakeHistogram(zrk::RpfBlocks& blocks, std::int64_t offset, std::int64_t numEntries, int recordBytes);
-  bool ReadDescription(zrk::RpfBlocks& blocks, std::int64_t offset);
-  bool ReadMasks(zrk::RpfBlocks& blocks, unsigned& transparentCode);
-  bool FindSubframes(zrk::RpfBlocks& blocks, std::int64_t offset, zrk::FrameSubframes& subframes) const;
-  bool FindWholeImage(const zrk::RpfBlocks& blocks, std::int64_t offset, zrk::FrameSubframes& subframes) const;
-  int Paint(const zrk::FrameSubframes& subframes, unsigned transparentCode);
-  int PaintCodes(const zrk::FrameSubframes& subframes, unsigned transparentCode);
-  int PaintColors(const zrk::FrameSubframes& subframes, unsigned transparentCode);
-  void PaintPlane(const zrk::FrameSubframes& subframes, const std::array<unsigned char, 256>* map,
-                  unsigned char* plane) const;
+  int Load(const XString& path, const Wanted& wanted);
+  int ReadSections(XFile* file, const unsigned char* buffer, int bytes, const Wanted& wanted);
+  int ReadImage(XFile* file, const unsigned char* buffer, int bytes, zrk::PixelStorage* planes);
+  int LoadImage(zrk::RpfBlocks& blocks, const Image& image);
 
-  tagCoverageSectionSubheaderRPF coverage_;
-  ImageDescription description_;
-  DisplayParameters display_;
-  std::array<std::array<unsigned char, kNumColors>, 4> colors_{};
-  std::array<std::int32_t, kNumColors> histogram_{};
-  int colorTableType_ = 3;
-  std::vector<unsigned char> tables_;  // one behind the other; empty until read
-  std::unique_ptr<zrk::PixelStorage> image_;
-  std::vector<unsigned char*> rows_;
-  Offsets subframeOffsets_{};
-  bool hasSubframeMask_ = false;
-  Offsets transparencyOffsets_{};
-  bool hasTransparencyMask_ = false;
-  zrk::PixelStorage* planes_ = nullptr;  // where the load under way paints colours; null where it keeps the codes
+  std::unique_ptr<State> state_;
 };

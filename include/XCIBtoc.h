@@ -6,14 +6,7 @@
 #include "tagPathnameRecordRPF.h"
 #include "XCIBbase.h"
 
-#include <map>
 #include <memory>
-#include <vector>
-
-namespace zrk {
-class FolderWalk;
-class RpfBlocks;
-}  // namespace zrk
 
 /// The table of contents of a raster map product: its boundary rectangles, and the frame files that fill them. It is
 /// loaded whole and then asked; one thread uses an object at a time.
@@ -39,21 +32,21 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
 
   // Indices count from 0. A record is null where the index lies outside, and valid until the next load.
 
-  int GetBoundaryRecSize() const { return static_cast<int>(boundaries_.size()); }
+  int GetBoundaryRecSize() const;
   const tagBoundaryRectangleRecordRPF* GetBoundaryRecAt(int index) const;
-  int GetFrameRecordSize() const { return static_cast<int>(frames_.size()); }
+  int GetFrameRecordSize() const;
   const tagFrameFileIndexRecordRPF* GetFrameRecordAt(int index) const;
   /// Only those path records that frames refer to, in the order in which they first do.
-  int GetPathRecordSize() const { return static_cast<int>(paths_.size()); }
+  int GetPathRecordSize() const;
   const tagPathnameRecordRPF* GetPathRecordAt(int index) const;
   /// The path record of an offset as frame records hold it; null where the table has no room for it.
   const tagPathnameRecordRPF* FindPathRecord(std::int32_t pathOffset) const;
   /// None after a load; see `ReadColortableIndexSection`.
-  int GetColortableRecordSize() const { return static_cast<int>(colortables_.size()); }
+  int GetColortableRecordSize() const;
   const tagColortableIndexRecordRPF* GetColortableRecordAt(int index) const;
 
   /// A `ProductDataType`. Of boundary rectangles that differ the last one decides.
-  int GetProductDataType() const { return productDataType_; }
+  int GetProductDataType() const;
 
   /// The name of a frame file in the form of the product's own systems: the directory, which is the path of the table
   /// of contents up to its last backslash, the stored path without its first two characters, with backslashes, and the
@@ -81,16 +74,7 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
  private:
   void Forget();
   int Load(const XString& path);
-  int ReadSections(XFile* file, const unsigned char* buffer, int bytes);
-  void CollectPaths(std::size_t numPaths);
-  bool ReadPaths(zrk::RpfBlocks& blocks, std::int64_t subsection);
 
-  std::vector<tagBoundaryRectangleRecordRPF> boundaries_;
-  std::vector<tagFrameFileIndexRecordRPF> frames_;
-  std::vector<tagPathnameRecordRPF> paths_;
-  std::vector<tagColortableIndexRecordRPF> colortables_;
-  std::map<std::int32_t, std::size_t> pathAt_;  ///< by offset; ordered, as a file can choose offsets that collide
-  XString directory_;
-  int productDataType_ = kProductUnknown;
-  std::unique_ptr<zrk::FolderWalk> walk_;
+  struct State;
+  std::unique_ptr<State> state_;
 };

@@ -3,20 +3,21 @@
 #include "XExport.h"
 #include "XString.h"
 
-#include <memory>
-#include <vector>
-
-class XFile;
 class XRSFile;
 class XThread;
-class ZRMBandEPOT;
 
-/// Builds the level file of a dataset: the statistics and descriptive fields of its bands, and in the full form a
-/// pyramid for each band, whose top is the band at half its size.
+/// Builds the level file of a dataset. It holds the statistics and descriptive fields of the bands. The full form also
+/// holds a pyramid for each band, whose top is the band at half its size.
+///
+/// The top averages samples: means of four, rounded for integers, or means of the area where a size is odd. It averages
+/// the class numbers of a thematic band too, so that the first reduced level may hold classes that the image does not
+/// have. The levels beneath the top take the most frequent of four samples of a thematic band, and means of all others.
 ///
 /// A dataset whose first band has no levels gets the short form, without pyramids, whatever was asked for. Statistics
 /// are those of the half-size image in the full form, and of the coarsest level in the short one; null values count
 /// like all others.
+///
+/// Nothing is thrown. One thread uses a builder at a time.
 class ZRKIO_API XRSFile2XLD {
  public:
   XRSFile2XLD();
@@ -28,18 +29,13 @@ class ZRKIO_API XRSFile2XLD {
   void SetXRSFile(XRSFile* file);
 
   /// Builds the level file `path`: with `mode` 2 or 3 the full form, otherwise the short one. It is written as
-  /// `path` + "_tmp" and gets its name when it is whole; until then one of that name stays as it is. 1, or 0 with the
-  /// reason in `err`, which stays as it was for an empty path, no dataset, a band that can't be halved like the first,
-  /// and a stop by `thread`.
+  /// `path` + "_tmp" and gets its name when it is whole and on the medium; until then one of that name stays as it is.
+  /// A path that is a symbolic link remains one: the file that it leads to is replaced, and the unfinished one lies
+  /// beside that. 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, a band that
+  /// can't be halved like the first, and a stop by `thread`. A thread that is given stores how the build ended, as
+  /// `XThread::GetResultCode` tells.
   int Save(XString path, XString& err, int mode, XThread* thread);
 
  private:
-  using Records = std::vector<std::unique_ptr<ZRMBandEPOT>>;
-
-  int Write(XFile& out, XString& err, int mode, XThread* thread);
-  int WriteStatistics(Records& records, XString& err, XThread* thread);
-  int WritePyramids(XFile& out, Records& records, std::int64_t& end, XString& err, XThread* thread);
-  XString MakeText(const Records& records, int compression, int dataType);
-
   XRSFile* file_ = nullptr;
 };

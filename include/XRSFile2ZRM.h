@@ -3,19 +3,23 @@
 #include "XExport.h"
 #include "XString.h"
 
-#include <cstdint>
+#include <memory>
 
-class XFile;
 class XRSFile;
-class XRSFileSaver;
 class XThread;
-class ZRMBand;
 
 /// Writes a window of a dataset to a native raster file.
 ///
-/// All bands are written, with all that is known of them. The window is inclusive, in full-resolution pixels. A file
-/// of the name is replaced. The offset in its header is written last, so that a file that was not finished is known as
-/// such; where a write fails, what there is of it stays.
+/// All bands are written, with all that is known of them. The window is inclusive, in full-resolution pixels.
+///
+/// A file of the name is replaced when the new one is whole and on the medium, and stays where the save fails or is
+/// stopped; a symbolic link remains one. Until then the new file stands beside it, under the name with "_tmp" behind
+/// it. What there is of a file that was not finished stays: beside the old file, or under the name where there is none.
+/// It is known as unfinished by its header. An empty file of the name is filled where it lies. The file that the
+/// dataset came from is never replaced.
+///
+/// Nothing is thrown. A thread that is given stores how a save ended, as `XThread::GetResultCode` tells, and its range
+/// of percentages is the same afterwards. One thread uses a writer at a time.
 class ZRKIO_API XRSFile2ZRM {
  public:
   XRSFile2ZRM();
@@ -24,13 +28,11 @@ class ZRKIO_API XRSFile2ZRM {
   XRSFile2ZRM& operator=(const XRSFile2ZRM&) = delete;
 
   /// The dataset, which stays the caller's.
-  void SetXRSFile(XRSFile* file) { file_ = file; }
-  /// Written into the file as they are.
-  void SetCryptoVaildationInfo(const XString& info) { cryptoVaildationInfo_ = info; }
-  void SetWriterFlags(int first, int second) {
-    firstFlag_ = first;
-    secondFlag_ = second;
-  }
+  void SetXRSFile(XRSFile* file);
+  /// Written into the file as it is.
+  void SetCryptoVaildationInfo(const XString& info);
+  /// Two numbers that are only recorded: 0 and 1 unless set.
+  void SetWriterFlags(int first, int second);
 
   /// Writes `level` reduced levels beside the pixels, or as many as there can be. A `compressionMode` of 0 or 100 keeps
   /// the samples as they are; every other one compresses them, no sample off by more than `quality` (0.0: none off at
@@ -39,26 +41,21 @@ class ZRKIO_API XRSFile2ZRM {
   int Save(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, double quality, XString& err,
            XThread* thread);
 
-  // The ways that `Save` goes. Called directly, they throw std::bad_alloc where memory runs out.
+  // The ways that `Save` goes. The first and the last take any mode, too, and compress without loss.
 
   int SaveZRMBandGeneral(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, XString& err,
                          XThread* thread);
+  /// Compresses, with `quality` as in `Save`.
   int SaveZRMBandGeneralComp(XString path, int level, int x0, int x1, int y0, int y1, double quality, XString& err,
                              XThread* thread);
   /// All outputs of an image sharpening, which are computed together; needs three bands or more, all of that class.
   int SaveZRMBandImageSharpen(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode,
                               XString& err, XThread* thread);
 
-  /// What compressing took, as "%.8lf sec"; empty before.
-  const XString& GetCompressionTime() const { return compressionTime_; }
+  /// What compressing took in the last save that compressed and was done, as "%.8lf sec"; empty before.
+  const XString& GetCompressionTime() const;
 
  private:
-  int Begin(const XString& path, XFile& out, XRSFileSaver& saver, XString& err) const;
-  int Finish(XRSFileSaver& saver, XFile& out, XString& err) const;
-
-  XRSFile* file_ = nullptr;
-  XString cryptoVaildationInfo_;
-  int firstFlag_ = 0;
-  int secondFlag_ = 1;
-  XString compressionTime_;
+  struct State;
+  std::unique_ptr<State> state_;
 };

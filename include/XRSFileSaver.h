@@ -48,8 +48,9 @@ class ZRKIO_API XRSFileSaver {
   // The body of a band.
 
   /// Writes the pixels of the band's window to the output file at `GetDataEnd`, with `level` reduced levels, moves that
-  /// on, and records place, layout and statistics. Progress runs from `percentStart` over `percentSpan`. 0 on failure,
-  /// with the sentence in `err`.
+  /// on, and records place, layout and statistics. A `mode` of 0 or 100 keeps the samples as they are; every other one
+  /// compresses them without loss. Progress runs from `percentStart` over `percentSpan`. 0 on failure, with the
+  /// sentence in `err`, which stays as it was where the thread was stopped.
   int CopyBandData(ZRMBand* band, int level, int x0, int x1, int y0, int y1, int mode, XThread* thread,
                    int percentStart, int percentSpan, XString& err);
   /// Where the band's body lies in the output file, in bytes.

@@ -12,7 +12,8 @@ class XThread;
 inline constexpr unsigned kXThreadMessage = 0x7E8;
 
 /// Takes the messages that a window took in the family's desktop programs. The call comes on the working
-/// thread, and must return soon.
+/// thread, and must return soon. What it throws goes no further: it asks the operation to stop, as the state word
+/// does, so that the operation cleans up and ends as a cancelled one.
 class ZRKIO_API XMessageTarget {
  public:
   virtual ~XMessageTarget();
@@ -40,6 +41,8 @@ class ZRKIO_API XThread {
   /// The state word, for the `cancel` argument of reads. It is read and written through `std::atomic_ref`.
   int* GetStatePtr() { return &state_; }
 
+  /// How the last operation ended, a `ResultCode`. A save of a dataset and a build of level data store it; it stays
+  /// `kResultNone` until one has run.
   int GetResultCode() const { return resultCode_; }
   XString GetMessageText() const { return messageText_; }
 
@@ -47,12 +50,15 @@ class ZRKIO_API XThread {
   void CallbackPercent(double percent);
   /// The share of the whole that the next operation fills, in percent; 0 to 100 at first.
   void SetPercentRange(int first, int last);
+  void GetPercentRange(int& first, int& last) const;
   /// Stores `code` as the result and posts `value`.
   void Callback(int code, long value);
   void CallbackSuccess();
   void CallbackFail(const XString& text);
   void CallbackCancel();
   void CallbackText(const XString& text);
+  /// Stores `code` as the result, and `text` with it, but posts nothing.
+  void SetResult(int code, const XString& text);
 
   /// Asks the operation to stop, and lets a suspended one go on to see it.
   void Terminate();

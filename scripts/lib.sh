@@ -66,14 +66,37 @@ zrk_fuzz_targets() {
   for source in "$zrk_root"/fuzz/*_fuzz.cpp; do basename "$source" _fuzz.cpp; done
 }
 
+# zrk_make_fuzzers NAME...: builds fuzz targets, from the objects that the tests under the address sanitizer use too.
+zrk_make_fuzzers() {
+  zrk_configure asan
+  zrk_make asan "${@/%/_fuzz}"
+  zrk_fuzz_programs=$zrk_build/asan/fuzz
+}
+
 # zrk_run_fuzz NAME OPTION...: runs a built fuzz target from its seeds. What it finds that is new goes to a corpus
 # under the build folder, and an input that fails to the folder beside it. NAME.dict, where there is one, has its words.
-# Leaks are left to the suites under the address sanitizer: looking for them after each run takes most of the time.
+# Leaks are left to the suites under the address sanitizer: looking for them after each run takes most of the time. Freed
+# memory is kept from use for some time, not for long, and short stacks are noted of it, for the same reason.
 zrk_run_fuzz() {
   local name=$1 place=$zrk_build/fuzz
   shift
   mkdir -p "$place/corpus/$name" "$place/failures"
   [[ -f $zrk_root/fuzz/$name.dict ]] && set -- -dict="$zrk_root/fuzz/$name.dict" "$@"
-  "$place/fuzz/${name}_fuzz" -rss_limit_mb=1024 -timeout=10 -detect_leaks=0 -artifact_prefix="$place/failures/${name}-" "$@" \
-    "$place/corpus/$name" "$zrk_root/fuzz/seeds/$name"
+  ASAN_OPTIONS=strict_string_checks=1:quarantine_size_mb=16:malloc_context_size=6 UBSAN_OPTIONS=print_stacktrace=1 \
+    "$zrk_fuzz_programs/${name}_fuzz" -rss_limit_mb=1024 -timeout=10 -detect_leaks=0 \
+    -artifact_prefix="$place/failures/${name}-" "$@" "$place/corpus/$name" "$zrk_root/fuzz/seeds/$name"
+}
+
+# zrk_fuzz_in_turn COMMAND NAME...: calls COMMAND NAME for each name, as many at once as there are processors, and fails
+# if one of them did.
+zrk_fuzz_in_turn() {
+  local command=$1 name job failed=0 jobs=()
+  shift
+  for name in "$@"; do
+    while [[ $(jobs -rp | wc -l) -ge $(nproc) ]]; do sleep 0.1; done
+    "$command" "$name" &
+    jobs+=($!)
+  done
+  for job in "${jobs[@]}"; do wait "$job" || failed=1; done
+  return "$failed"
 }

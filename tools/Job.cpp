@@ -22,6 +22,12 @@ bool RunFenced(const Work& work, XThread& thread, std::string& err) {
   return false;
 }
 
+/// What is posted on the way is where each step begins, and may be a share of the whole.
+void ReportWhole(XThread& thread) {
+  thread.SetPercentRange(0, 100);
+  thread.CallbackPercent(100.0);
+}
+
 /// The progress bar is gone when this returns, so that what is said next stands on a clean line.
 JobResult RunVisibly(const std::string& path, const Work& work) {
   ProgressBar bar(Printable(XfnGetFileName(path)));
@@ -29,6 +35,7 @@ JobResult RunVisibly(const std::string& path, const Work& work) {
   const StoppableJob stoppable(thread);
   JobResult result;
   result.isDone = RunFenced(work, thread, result.reason);
+  if (result.isDone) ReportWhole(thread);
   result.wasStopped = !result.isDone && thread.GetState() != XThread::kStateRun;
   return result;
 }

@@ -27,6 +27,11 @@ int Disk::ResolveLinks(const std::string&, std::string&) {
   return ENOTSUP;
 }
 
+int Disk::FollowLink(const std::string& path, std::string& target) {
+  target = path;
+  return 0;
+}
+
 Disk& CurrentDisk() {
   Disk* disk = current.load(std::memory_order_acquire);
   return disk ? *disk : SystemDisk();

@@ -34,6 +34,8 @@ class DiskFile {
   virtual int SetSize(std::int64_t size) = 0;
   virtual int Preallocate(std::int64_t size) = 0;
   virtual int Sync() = 0;
+  /// What closing the file would report: some disks tell only then that something was not written. The file stays open.
+  virtual int CheckClose() { return 0; }
   /// Hints that a range is written to the end, so that bringing it to the medium may begin now and `Sync` has less to
   /// wait for.
   virtual void StartSync(std::int64_t, std::int64_t) {}
@@ -64,6 +66,9 @@ class Disk {
   virtual int ListFolder(const std::string& folder, std::vector<std::string>& names);
   /// The whole name, without links on the way, of a file or folder that exists.
   virtual int ResolveLinks(const std::string& path, std::string& resolved);
+  /// The path to which a file written under this one goes: where the path is a symbolic link, what it leads to in the
+  /// end, be it there or not; otherwise the path itself.
+  virtual int FollowLink(const std::string& path, std::string& target);
   /// Whether both names lead to one file that exists.
   virtual bool AreSame(const std::string& one, const std::string& other) { return one == other && Exists(one); }
 };

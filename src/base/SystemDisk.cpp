@@ -91,6 +91,13 @@ class SystemFile : public DiskFile {
   }
   int Sync() override { return ::fsync(descriptor_.Number()) == 0 ? 0 : errno; }
 
+  /// Each close of a descriptor reports for the file, so that the lock and the file can be kept beyond it.
+  int CheckClose() override {
+    const int copy = ::fcntl(descriptor_.Number(), F_DUPFD_CLOEXEC, 0);
+    if (copy < 0) return errno;
+    return ::close(copy) == 0 || errno == EINTR ? 0 : errno;
+  }
+
   void StartSync(std::int64_t offset, std::int64_t count) override {
     ::sync_file_range(descriptor_.Number(), offset, count, SYNC_FILE_RANGE_WRITE);
   }
@@ -184,6 +191,20 @@ class SystemDiskImpl : public Disk {
     std::error_code error;
     resolved = std::filesystem::canonical(path, error).string();
     return error.value();
+  }
+
+  int FollowLink(const std::string& path, std::string& target) override {
+    constexpr int kMaxLinks = 40;  // as many as the system itself follows
+    std::filesystem::path place = path;
+    std::error_code error;
+    for (int i = 0; std::filesystem::is_symlink(place, error); ++i) {
+      if (i == kMaxLinks) return ELOOP;
+      const std::filesystem::path next = std::filesystem::read_symlink(place, error);
+      if (error) return error.value();
+      place = next.is_absolute() ? next : place.parent_path() / next;
+    }
+    target = place.string();
+    return 0;
   }
 
   bool AreSame(const std::string& one, const std::string& other) override {

@@ -43,6 +43,16 @@ void XThread::SetPercentRange(int first, int last) {
   lastPercent_ = last;
 }
 
+void XThread::GetPercentRange(int& first, int& last) const {
+  first = firstPercent_;
+  last = lastPercent_;
+}
+
+void XThread::SetResult(int code, const XString& text) {
+  messageText_ = text;
+  resultCode_ = code;
+}
+
 void XThread::Callback(int code, long value) {
   resultCode_ = code;
   Post(value);
@@ -89,8 +99,15 @@ void XThread::Resume() {
   pause_->resumed.notify_all();
 }
 
+/// The operation may stand inside a read, out of which nothing can be thrown. It hears the stop where it looks at the
+/// state word next.
 void XThread::Post(long value) {
-  if (target_) target_->PostMessage(kXThreadMessage, this, value);
+  if (!target_) return;
+  try {
+    target_->PostMessage(kXThreadMessage, this, value);
+  } catch (...) {
+    SetState(kStateStop);
+  }
 }
 
 void XThread::WaitWhileSuspended() {

@@ -13,9 +13,21 @@
 namespace zrk {
 namespace {
 
-/// r: for reading; O: entries of the block tables as they are asked for; c: strips are not cut; m: nothing is
-/// mapped.
-constexpr const char* kMode = "rOcm";
+/// r: for reading; O: entries of the block tables as they are asked for; m: nothing is mapped; c: strips are not cut.
+constexpr const char* kMode = "rOmc";
+constexpr const char* kCuttingMode = "rOm";
+
+/// Whether the open directory is a bilevel image in one strip without compression. libtiff cuts a large one into strips
+/// of some 8,192 bytes, unless it is told otherwise, and readers of such images count on it: whole, a tall one is taken
+/// for its first row.
+bool IsBilevelStrip(TIFF* tiff) {
+  std::uint16_t bits = 1, samples = 1, compression = COMPRESSION_NONE;
+  TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
+  TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
+  TIFFGetField(tiff, TIFFTAG_COMPRESSION, &compression);
+  return bits == 1 && samples == 1 && compression == COMPRESSION_NONE && !TIFFIsTiled(tiff) &&
+         TIFFNumberOfStrips(tiff) == 1;
+}
 
 /// An answer other than 0 keeps the message from going any further.
 int OnMessage(TIFF*, void* messages, const char*, const char* format, std::va_list arguments) {
@@ -68,9 +80,17 @@ std::unique_ptr<TiffHandle> TiffHandle::Open(std::shared_ptr<DiskFile> file, con
   if (!options) return nullptr;
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), mostBytes);
   std::unique_ptr<TiffHandle> handle(new TiffHandle(std::move(file), std::move(messages)));
-  handle->tiff_ = TIFFClientOpenExt(name.GetText(), kMode, handle.get(), &Read, &Write, &Seek, &Close, &Size, &Map,
-                                    &Unmap, options.get());
+  handle->OpenAs(kMode, name, options.get());
+  if (handle->tiff_ && IsBilevelStrip(handle->tiff_)) {
+    XTIFFClose(handle->tiff_);
+    handle->OpenAs(kCuttingMode, name, options.get());
+  }
   return handle->tiff_ ? std::move(handle) : nullptr;
+}
+
+void TiffHandle::OpenAs(const char* mode, const XString& name, TIFFOpenOptions* options) {
+  position_ = 0;
+  tiff_ = TIFFClientOpenExt(name.GetText(), mode, this, &Read, &Write, &Seek, &Close, &Size, &Map, &Unmap, options);
 }
 
 // libtiff calls these, so nothing may be thrown out of them.

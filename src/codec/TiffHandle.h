@@ -36,8 +36,9 @@ void KnowGeoTags();
 
 /// A handle of libtiff over an open file, for reading. Tags of GeoTIFF are known to it. For one thread at a time.
 ///
-/// Strips are those of the file and are never cut into smaller ones, tables of blocks are read as they are needed, and
-/// nothing is mapped: a file that is cut while it is read is an error and not a signal.
+/// Strips are those of the file, but for a bilevel image in one strip without compression: that one is cut into strips
+/// of some 8,192 bytes, as libtiff does by itself. Tables of blocks are read as they are needed. Nothing is mapped: a
+/// file that is cut while it is read is an error and not a signal.
 class TiffHandle {
  public:
   /// Enough for the tables of any sound directory; what decodes needs room for its blocks beside it.
@@ -55,6 +56,7 @@ class TiffHandle {
 
  private:
   TiffHandle(std::shared_ptr<DiskFile> file, std::shared_ptr<TiffMessages> messages);
+  void OpenAs(const char* mode, const XString& name, TIFFOpenOptions* options);
 
   static tmsize_t Read(thandle_t self, void* buffer, tmsize_t count);
   static tmsize_t Write(thandle_t self, void* buffer, tmsize_t count);

@@ -11,6 +11,12 @@
 #include <xtiffio.h>
 
 namespace zrk {
+namespace {
+
+/// Fewer bytes are not worth a call of their own.
+constexpr std::int64_t kSyncBytes = 512 << 10;
+
+}  // namespace
 
 bool NeedsBigTiff(std::int64_t sampleBytes, std::int64_t numStrips, std::int64_t numBands) {
   // Of a strip its place and its length are listed, of a band three words, and all other tags take less than the rest.
@@ -21,28 +27,15 @@ bool NeedsBigTiff(std::int64_t sampleBytes, std::int64_t numStrips, std::int64_t
   return !all || *all > std::int64_t{UINT32_MAX} - kOthers;
 }
 
-namespace {
-
-/// What is left where a file was opened that libtiff has no memory for.
-std::unique_ptr<TiffOutput> Discard(const XString& path) {
-  CurrentDisk().Remove(path.AsStdString());
-  return nullptr;
-}
-
-}  // namespace
-
-std::unique_ptr<TiffOutput> TiffOutput::Create(const XString& path, bool isBig) {
+std::unique_ptr<TiffOutput> TiffOutput::Create(std::shared_ptr<DiskFile> file, bool isBig) {
   KnowGeoTags();
-  DiskOpen how;
-  how.write = how.create = true;
-  std::shared_ptr<DiskFile> file;
-  if (CurrentDisk().Open(path.AsStdString(), how, file) != 0) return nullptr;
   std::unique_ptr<TiffOutput> output(new TiffOutput(std::move(file)));
   const TiffOptions options = MakeTiffOptions(output->messages_);
-  if (!options) return Discard(path);
-  output->tiff_ = TIFFClientOpenExt(path.GetText(), isBig ? "w8" : "w", output.get(), &Read, &Write, &Seek, &Close,
-                                    &Size, nullptr, nullptr, options.get());
-  return output->tiff_ ? std::move(output) : Discard(path);
+  if (!options) return nullptr;
+  // No reader knows the name, and libtiff uses it in its messages alone.
+  output->tiff_ = TIFFClientOpenExt("output", isBig ? "w8" : "w", output.get(), &Read, &Write, &Seek, &Close, &Size,
+                                    nullptr, nullptr, options.get());
+  return output->tiff_ ? std::move(output) : nullptr;
 }
 
 TiffOutput::~TiffOutput() {
@@ -84,14 +77,19 @@ TiffOutput::Result TiffOutput::LayOut() {
 bool TiffOutput::WriteSamples(std::int64_t place, const void* samples, std::int64_t numBytes) {
   const auto end = CheckedAdd(place, numBytes);
   if (place < 0 || numBytes < 0 || !end || *end > layout_.numSampleBytes) return false;
-  return file_->WriteAt(static_cast<std::int64_t>(layout_.head.size()) + place, samples, numBytes) == 0;
+  const std::int64_t offset = static_cast<std::int64_t>(layout_.head.size()) + place;
+  if (file_->WriteAt(offset, samples, numBytes) != 0) return false;
+  // The file is brought to the medium in the end, and what is on its way by then need not be waited for.
+  if (numBytes >= kSyncBytes) file_->StartSync(offset, numBytes);
+  return true;
 }
 
 bool TiffOutput::Finish() {
   const auto write = [this](std::int64_t place, const std::vector<unsigned char>& bytes) {
     return file_->WriteAt(place, bytes.data(), static_cast<std::int64_t>(bytes.size())) == 0;
   };
-  return write(layout_.TailBegin(), layout_.tail) && write(0, layout_.head);
+  isFinished_ = write(layout_.TailBegin(), layout_.tail) && write(0, layout_.head);
+  return isFinished_;
 }
 
 std::int64_t TiffOutput::Layout::Read(void* buffer, std::int64_t count) {

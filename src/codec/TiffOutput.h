@@ -1,7 +1,6 @@
 #pragma once
 
 #include "codec/TiffHandle.h"
-#include "XString.h"
 
 #include <cstdint>
 #include <memory>
@@ -25,8 +24,9 @@ class TiffOutput {
  public:
   enum class Result { kDone, kDiskFull, kFailed };
 
-  /// Creates the file, in place of one of that name; null where that can't be. `isBig` makes a BigTIFF.
-  static std::unique_ptr<TiffOutput> Create(const XString& path, bool isBig);
+  /// Begins to write to a new file, which is open for writing; null where there is no memory for that. `isBig` makes a
+  /// BigTIFF.
+  static std::unique_ptr<TiffOutput> Create(std::shared_ptr<DiskFile> file, bool isBig);
   ~TiffOutput();
   TiffOutput(const TiffOutput&) = delete;
   TiffOutput& operator=(const TiffOutput&) = delete;
@@ -42,6 +42,8 @@ class TiffOutput {
   bool WriteSamples(std::int64_t place, const void* samples, std::int64_t numBytes);
   /// Writes what libtiff laid out.
   bool Finish();
+  /// Whether all of that is written.
+  bool IsFinished() const { return isFinished_; }
 
  private:
   /// The file as libtiff sees it. Between the head and the tail lie samples, of which only the number is known.
@@ -71,6 +73,7 @@ class TiffOutput {
   Layout layout_;
   TiffMessages messages_;
   TIFF* tiff_ = nullptr;
+  bool isFinished_ = false;
 };
 
 }  // namespace zrk

@@ -91,6 +91,10 @@ int SetValue(GTIF* gtif, geokey_t id, const std::string& text) {
 
 }  // namespace
 
+void GeoKeysFree::operator()(gtiff* gtif) const {
+  GTIFFree(gtif);
+}
+
 GeoKeySet ReadGeoKeys(GTIF* gtif) {
   GeoKeySet set;
   int versions[3] = {1, 1, 0};

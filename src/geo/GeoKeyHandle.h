@@ -2,9 +2,17 @@
 
 #include "geo/GeoKeyFile.h"
 
+#include <memory>
+
 struct gtiff;
 
 namespace zrk {
+
+struct GeoKeysFree {
+  void operator()(gtiff* gtif) const;
+};
+/// libgeotiff's handle for the geokeys of a directory. It must not outlive the TIFF handle.
+using GeoKeys = std::unique_ptr<gtiff, GeoKeysFree>;
 
 /// The keys of libgeotiff's handle that describe a system. What no writer of such files would say is left out.
 GeoKeySet ReadGeoKeys(gtiff* gtif);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <span>
 
 namespace zrk {
@@ -28,16 +29,6 @@ void DecodeSubframe(const unsigned char* codes, const unsigned char* tables, uns
 
 void Map(const FrameMap& map, std::span<const unsigned char> source, unsigned char* target) {
   std::ranges::transform(source, target, [&map](unsigned char code) { return map[code]; });
-}
-
-}  // namespace
-
-void DecodeRow(const unsigned char* codes, const unsigned char* table, unsigned char* target) {
-  for (std::size_t group = 0; group < kCodeRowBytes / 3; ++group, codes += 3, target += 8) {
-    const CodePair pair = SplitCodes(codes);
-    std::memcpy(target, table + 4 * pair.first, 4);
-    std::memcpy(target + 4, table + 4 * pair.second, 4);
-  }
 }
 
 void PaintCompressed(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map,
@@ -69,6 +60,31 @@ void PaintPlain(const FrameSubframes& subframes, const FrameMap* map, unsigned c
         std::memcpy(target + row * kFrameSide, source.data(), source.size());
       }
     }
+  }
+}
+
+}  // namespace
+
+void DecodeRow(const unsigned char* codes, const unsigned char* table, unsigned char* target) {
+  for (std::size_t group = 0; group < kCodeRowBytes / 3; ++group, codes += 3, target += 8) {
+    const CodePair pair = SplitCodes(codes);
+    std::memcpy(target, table + 4 * pair.first, 4);
+    std::memcpy(target + 4, table + 4 * pair.second, 4);
+  }
+}
+
+FrameMap MakeCodeMap(unsigned transparentCode) {
+  FrameMap map;
+  std::iota(map.begin(), map.end(), static_cast<unsigned char>(0));
+  if (transparentCode < map.size()) map[transparentCode] = 0;
+  return map;
+}
+
+void Paint(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map, unsigned char* plane) {
+  if (subframes.isCompressed) {
+    PaintCompressed(subframes, tables, map, plane);
+  } else {
+    PaintPlain(subframes, map, plane);
   }
 }
 

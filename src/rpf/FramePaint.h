@@ -54,10 +54,11 @@ inline CodePair SplitCodes(const unsigned char* bytes) {
 /// Puts 256 pixels in place of 96 bytes of codes, by a table of 4 pixels a code.
 void DecodeRow(const unsigned char* codes, const unsigned char* table, unsigned char* target);
 
+/// What the transparent code leaves of each code. It is one that no pixel has where the frame has none.
+FrameMap MakeCodeMap(unsigned transparentCode);
+
 /// Paints a plane of 1536 x 1536 bytes, each pixel as the map has it; null for the codes as they are. Absent subframes
 /// are painted as code 0. `tables` are the four of a compressed image.
-void PaintCompressed(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map,
-                     unsigned char* plane);
-void PaintPlain(const FrameSubframes& subframes, const FrameMap* map, unsigned char* plane);
+void Paint(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map, unsigned char* plane);
 
 }  // namespace zrk

@@ -9,6 +9,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -20,16 +21,32 @@ constexpr int kRecordsPerRead = 200;
 
 }  // namespace
 
-XCIBbase::XCIBbase() = default;
+struct XCIBbase::State {
+  XString path;
+  bool littleEndian = false;
+  std::int32_t rpfHeaderOffset = -1;
+  std::int32_t locationOffset = -1;
+  tagHeaderSectionRPF header;
+  std::vector<tagComponentRPF> components;
+};
+
+XCIBbase::XCIBbase() : state_(std::make_unique<State>()) {}
 XCIBbase::~XCIBbase() = default;
 
+const tagHeaderSectionRPF& XCIBbase::GetHeaderSection() const {
+  return state_->header;
+}
+
+XString XCIBbase::GetFilePath() const {
+  return state_->path;
+}
+
+bool XCIBbase::IsLittleEndian() const {
+  return state_->littleEndian;
+}
+
 void XCIBbase::Reset() {
-  path_.Empty();
-  littleEndian_ = false;
-  rpfHeaderOffset_ = -1;
-  locationOffset_ = -1;
-  header_ = {};
-  components_.clear();
+  *state_ = {};
 }
 
 int XCIBbase::OpenHeaders(const XString& path, unsigned char* buffer, int bufferSize, int& bytesRead) {
@@ -43,11 +60,11 @@ int XCIBbase::OpenHeaders(const XString& path, unsigned char* buffer, int buffer
     bytesRead = static_cast<int>(file.Read(head, hasBuffer ? bufferSize : kMagicBytes));
     if (bytesRead < kMagicBytes || std::memcmp(head, "NITF", kMagicBytes) != 0) return 0;
 
-    path_ = path;
+    state_->path = path;
     const std::int32_t found = FindRPFHeaderOffset(&file, head, bytesRead);
-    rpfHeaderOffset_ = found == -1 ? 0 : found;
+    state_->rpfHeaderOffset = found == -1 ? 0 : found;
     if (!ReadHeaderSection(&file, head, bytesRead)) return 0;
-    locationOffset_ = header_.locationSectionOffset;
+    state_->locationOffset = state_->header.locationSectionOffset;
     return ReadLocationSection(&file, head, bytesRead);
   });
 }
@@ -59,32 +76,32 @@ std::int32_t XCIBbase::FindRPFHeaderOffset(XFile* file, const unsigned char* buf
 int XCIBbase::ReadHeaderSection(XFile* file, const unsigned char* buffer, int bytes) {
   return zrk::FencedRead([&] {
     zrk::RpfBlocks blocks(file, buffer, bytes);
-    const zrk::RpfBlocks::Bytes record = blocks.Read(rpfHeaderOffset_, kHeaderBytes);
+    const zrk::RpfBlocks::Bytes record = blocks.Read(state_->rpfHeaderOffset, kHeaderBytes);
     if (record.empty()) return 0;
-    littleEndian_ = record[0] == 0xFF;
-    zrk::RpfFields fields(record, littleEndian_);
-    header_.endianIndicator = static_cast<unsigned char>(fields.U8());
-    header_.headerSectionLength = fields.U16();
-    fields.Text(header_.fileName);
-    header_.updateIndicator = static_cast<char>(fields.U8());
-    fields.Text(header_.standardNumber);
-    fields.Text(header_.standardDate);
-    fields.Text(header_.classification);
-    fields.Text(header_.country);
-    fields.Text(header_.releaseMarking);
-    header_.locationSectionOffset = fields.U32();
+    state_->littleEndian = record[0] == 0xFF;
+    zrk::RpfFields fields(record, state_->littleEndian);
+    state_->header.endianIndicator = static_cast<unsigned char>(fields.U8());
+    state_->header.headerSectionLength = fields.U16();
+    fields.Text(state_->header.fileName);
+    state_->header.updateIndicator = static_cast<char>(fields.U8());
+    fields.Text(state_->header.standardNumber);
+    fields.Text(state_->header.standardDate);
+    fields.Text(state_->header.classification);
+    fields.Text(state_->header.country);
+    fields.Text(state_->header.releaseMarking);
+    state_->header.locationSectionOffset = fields.U32();
     return 1;
   });
 }
 
 int XCIBbase::ReadLocationSection(XFile* file, const unsigned char* buffer, int bytes) {
   return zrk::FencedRead([&] {
-    components_.clear();
+    state_->components.clear();
     zrk::RpfBlocks blocks(file, buffer, bytes);
-    const zrk::RpfBlocks::Bytes section = blocks.Read(locationOffset_, kLocationBytes);
+    const zrk::RpfBlocks::Bytes section = blocks.Read(state_->locationOffset, kLocationBytes);
     if (section.empty()) return 0;
-    zrk::RpfFields fields(section.subspan(2), littleEndian_);
-    const std::int64_t table = std::int64_t{locationOffset_} + fields.U32();
+    zrk::RpfFields fields(section.subspan(2), state_->littleEndian);
+    const std::int64_t table = std::int64_t{state_->locationOffset} + fields.U32();
     const std::int64_t numRecords = fields.U16();
     const std::int64_t recordBytes = fields.U16();
 
@@ -94,10 +111,10 @@ int XCIBbase::ReadLocationSection(XFile* file, const unsigned char* buffer, int 
           blocks.Read(table + first * recordBytes, (count - 1) * recordBytes + kComponentBytes);
       if (run.empty()) return 0;
       for (std::int64_t i = 0; i < count; ++i) {
-        zrk::RpfFields record(run.subspan(static_cast<std::size_t>(i * recordBytes)), littleEndian_);
+        zrk::RpfFields record(run.subspan(static_cast<std::size_t>(i * recordBytes)), state_->littleEndian);
         const std::int32_t id = record.U16();
         const std::int32_t length = record.U32();
-        components_.push_back({id, length, record.U32()});
+        state_->components.push_back({id, length, record.U32()});
       }
     }
     return 1;
@@ -105,9 +122,9 @@ int XCIBbase::ReadLocationSection(XFile* file, const unsigned char* buffer, int 
 }
 
 const tagComponentRPF* XCIBbase::FindComponent(int id) const {
-  const auto found = std::find_if(components_.rbegin(), components_.rend(),
+  const auto found = std::find_if(state_->components.rbegin(), state_->components.rend(),
                                   [id](const tagComponentRPF& component) { return component.id == id; });
-  return found == components_.rend() ? nullptr : &*found;
+  return found == state_->components.rend() ? nullptr : &*found;
 }
 
 std::int32_t XCIBbase::ReadUnsigned(const unsigned char* bytes, int width, bool littleEndian) {

@@ -6,11 +6,9 @@
 
 namespace zrk {
 
-bool MakeWay(const XRSFile& dataset, const XString& path) {
+bool MayReplace(const XRSFile& dataset, const XString& path) {
   if (CurrentDisk().AreSame(dataset.GetFilePath().AsStdString(), path.AsStdString())) return false;
-  XFile present;
-  if (present.Open(path, XFile::kReadWrite | XFile::kShareDenyNone) && present.GetLength() > 0) XFile::Remove(path);
-  return true;
+  return !XFile::Exists(path) || XFile().Open(path, XFile::kReadWrite | XFile::kShareDenyNone);
 }
 
 }  // namespace zrk

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "XString.h"
-
 namespace zrk {
 
 // What a caller is told of a TIFF file that was not written.
@@ -13,10 +11,5 @@ inline constexpr const char* kNoBuffer = "Fail to allocate memory for buffer";
 inline constexpr const char* kNoIndex = "Fail to allocate memory for indexing";
 inline constexpr const char* kReadFailed = "Fail to read subset";
 inline constexpr const char* kWriteFailed = "Fail to write data!!!";
-
-inline int FailWith(XString& err, const char* sentence) {
-  err = sentence;
-  return 0;
-}
 
 }  // namespace zrk

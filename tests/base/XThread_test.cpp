@@ -49,6 +49,39 @@ TEST(XThread, StoresTheResultCodes) {
   EXPECT_EQ((std::vector<long>{0, 0, 0, 0}), recorder.values);
 }
 
+TEST(XThread, StoresAResultWithoutAMessage) {
+  Recorder recorder;
+  XThread thread(&recorder);
+  thread.SetResult(XThread::kResultFailure, "broken");
+  EXPECT_EQ(2, thread.GetResultCode());
+  EXPECT_EQ("broken", thread.GetMessageText().AsStdString());
+  EXPECT_FALSE(thread.IsValid());
+  EXPECT_TRUE(recorder.values.empty());
+}
+
+TEST(XThread, TakesWhatItsTargetThrowsForAStop) {
+  class Thrower : public XMessageTarget {
+   public:
+    void PostMessage(unsigned, XThread*, long) override { throw 42; }
+  };
+  Thrower thrower;
+  XThread thread(&thrower);
+  EXPECT_NO_THROW(thread.CallbackPercent(50.0));
+  EXPECT_TRUE(XfnIsStopRequested(thread.GetStatePtr()));
+}
+
+TEST(XThread, TellsTheRangeSet) {
+  XThread thread;
+  int first = -1, last = -1;
+  thread.GetPercentRange(first, last);
+  EXPECT_EQ(0, first);
+  EXPECT_EQ(100, last);
+  thread.SetPercentRange(40, 60);
+  thread.GetPercentRange(first, last);
+  EXPECT_EQ(40, first);
+  EXPECT_EQ(60, last);
+}
+
 TEST(XThread, WorksWithoutATarget) {
   XThread thread;
   thread.CallbackPercent(50.0);

@@ -67,7 +67,11 @@ class TiffOutputTest : public testing::Test {
     return Bytes(std::istreambuf_iterator<char>(file), {});
   }
   std::unique_ptr<zrk::TiffOutput> Create(const Shape& shape, bool isBig = false) const {
-    auto output = zrk::TiffOutput::Create(Path(), isBig);
+    zrk::DiskOpen how;
+    how.write = how.create = true;
+    std::shared_ptr<zrk::DiskFile> file;
+    EXPECT_EQ(0, zrk::CurrentDisk().Open(Path(), how, file));
+    auto output = zrk::TiffOutput::Create(std::move(file), isBig);
     if (output) SetTags(output->Get(), shape);
     return output;
   }
@@ -138,7 +142,7 @@ TEST_F(TiffOutputTest, HasNoHandleOnceItIsLaidOut) {
 }
 
 TEST_F(TiffOutputTest, WithoutAnImageCannotBeLaidOut) {
-  EXPECT_EQ(Result::kFailed, zrk::TiffOutput::Create(Path(), false)->LayOut());
+  EXPECT_EQ(Result::kFailed, Create({0, 0, 0, 0, false})->LayOut());
   EXPECT_EQ(Result::kFailed, Create({0, 70, 32, 1, true})->LayOut());
   EXPECT_EQ(Result::kFailed, Create({33, 0, 32, 1, true})->LayOut());
 }
@@ -163,8 +167,14 @@ TEST_F(TiffOutputTest, FailsWithTheDisk) {
   }
 }
 
-TEST_F(TiffOutputTest, CannotBeCreatedWhereThereIsNoFolder) {
-  EXPECT_EQ(nullptr, zrk::TiffOutput::Create(folder_.Path("none/a.tif"), false));
+TEST_F(TiffOutputTest, IsFinishedOnceAllIsWritten) {
+  const Shape shape = {10, 10, 5, 1, true};
+  const auto output = Create(shape);
+  ASSERT_EQ(Result::kDone, output->LayOut());
+  ASSERT_TRUE(output->WriteSamples(0, Bytes(100).data(), 100));
+  EXPECT_FALSE(output->IsFinished());
+  ASSERT_TRUE(output->Finish());
+  EXPECT_TRUE(output->IsFinished());
 }
 
 TEST_F(TiffOutputTest, KeepsLibtiffQuiet) {

@@ -57,8 +57,9 @@ std::vector<std::size_t> TruncationPlaces(std::size_t numBytes) {
   constexpr std::size_t kAtHeader = 100;
   constexpr std::size_t kSpread = 100;
   std::vector<std::size_t> places;
-  for (std::size_t i = 0; i < kAtHeader; ++i) places.push_back(i);
-  for (std::size_t i = 0; i < kSpread; ++i) places.push_back(kAtHeader + (numBytes - kAtHeader) * i / kSpread);
+  for (std::size_t i = 0; i < kAtHeader; i += TrialStep()) places.push_back(i);
+  for (std::size_t i = 0; i < kSpread; i += TrialStep())
+    places.push_back(kAtHeader + (numBytes - kAtHeader) * i / kSpread);
   return places;
 }
 
@@ -81,7 +82,7 @@ TEST_P(Damage, ToTheFirstByteRefusesTheFile) {
 }
 
 TEST_P(Damage, ToOneByteEndsInARefusalOrAReadableFile) {
-  FlipBytes(ReadBytes(PathOf(GetParam())), 2000, {0, 200}, &Damage::Try);
+  FlipBytes(ReadBytes(PathOf(GetParam())), TrialCount(2000), {0, 200}, &Damage::Try);
 }
 
 TEST_P(Damage, IsNotSeenInASoundFile) {

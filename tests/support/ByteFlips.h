@@ -4,8 +4,27 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <random>
+#include <string_view>
 #include <vector>
+
+/// Every how many places a suite about damage tries one. ZRK_TRIALS=tenth in the environment leaves nine out of ten,
+/// for the sake of slow builds.
+inline std::size_t TrialStep() {
+  const char* trials = std::getenv("ZRK_TRIALS");
+  return trials && std::string_view(trials) == "tenth" ? 10 : 1;
+}
+
+/// How many of `all` trials are made: `usual` of them, but all with ZRK_TRIALS=all.
+inline int TrialCount(int all, int usual) {
+  const char* trials = std::getenv("ZRK_TRIALS");
+  if (trials && std::string_view(trials) == "all") return all;
+  return std::max(usual / static_cast<int>(TrialStep()), 1);
+}
+inline int TrialCount(int all) {
+  return TrialCount(all, all);
+}
 
 /// The bytes of a file that are read first, so that damage there tells most.
 struct HeaderRange {

@@ -29,6 +29,11 @@ class FaultyFile : public zrk::DiskFile {
     const int error = disk_.syncs_.Next();
     return error ? error : file_->Sync();
   }
+  int CheckClose() override {
+    const int error = disk_.closes_.Next();
+    return error ? error : file_->CheckClose();
+  }
+  void StartSync(std::int64_t offset, std::int64_t count) override { file_->StartSync(offset, count); }
   std::unique_ptr<zrk::DiskMap> Map() override { return disk_.maps_.Next() ? nullptr : file_->Map(); }
 
  private:

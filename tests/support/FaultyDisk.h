@@ -17,6 +17,7 @@ class FaultyDisk : public zrk::Disk {
   void FailOpen(int nth, int error = EACCES) { opens_.Set(nth, error); }
   void FailSync(int nth) { syncs_.Set(nth, EIO); }
   void FailSetSize(int nth) { setSizes_.Set(nth, ENOSPC); }
+  void FailClose(int nth) { closes_.Set(nth, EDQUOT); }
   void FailRename(int nth) { renames_.Set(nth, EIO); }
   /// Every folder has room for so many bytes from now on; -1 for what can't be told.
   void SetFreeBytes(std::int64_t bytes) { freeBytes_ = bytes; }
@@ -35,6 +36,9 @@ class FaultyDisk : public zrk::Disk {
   }
   int ResolveLinks(const std::string& path, std::string& resolved) override {
     return zrk::SystemDisk().ResolveLinks(path, resolved);
+  }
+  int FollowLink(const std::string& path, std::string& target) override {
+    return zrk::SystemDisk().FollowLink(path, target);
   }
   bool AreSame(const std::string& one, const std::string& other) override {
     return zrk::SystemDisk().AreSame(one, other);
@@ -58,7 +62,7 @@ class FaultyDisk : public zrk::Disk {
     std::atomic<int> error = 0;
   };
 
-  Calls reads_, writes_, maps_, opens_, syncs_, setSizes_, renames_;
+  Calls reads_, writes_, maps_, opens_, syncs_, closes_, setSizes_, renames_;
   std::atomic<std::int64_t> shortBy_ = 0;
   std::atomic<std::int64_t> freeBytes_ = kAsItIs;
 };

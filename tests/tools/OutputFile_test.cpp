@@ -54,6 +54,23 @@ TEST_F(ZrkioOutput, AFailureKeepsTheFileThatWasThere) {
   EXPECT_EQ(2, CountFiles());
 }
 
+TEST_F(ZrkioOutput, ALinkRemainsOneAndWhatItLeadsToIsReplaced) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(7, 5).Build());
+  std::filesystem::create_directory(folder_.Path("there"));
+  for (const std::string extension : {".raw", ".png", ".tif", ".zrm"}) {
+    folder_.Write("there/old" + extension, "old");
+    const std::string link = folder_.Path("out" + extension);
+    std::filesystem::create_symlink("there/old" + extension, link);
+    const bool isConverted = extension == ".tif" || extension == ".zrm";
+    const auto arguments = isConverted ? std::vector<std::string>{"convert", path, link}
+                                       : std::vector<std::string>{"read", path, "-o", link};
+    EXPECT_EQ(0, Run(arguments).exitStatus) << extension;
+    EXPECT_TRUE(std::filesystem::is_symlink(link)) << extension;
+    EXPECT_LT(3u, ReadBytes(folder_.Path("there/old" + extension)).size()) << extension;
+  }
+  EXPECT_EQ(4, std::distance(std::filesystem::directory_iterator(folder_.Path("there")), {}));
+}
+
 TEST_F(ZrkioOutput, SuccessReplacesTheFileThatWasThere) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(7, 5).Build());
   folder_.Write("out.raw", "old");

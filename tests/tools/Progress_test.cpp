@@ -44,6 +44,13 @@ TEST_F(ZrkioProgress, ALongNameGivesWayToTheBar) {
   EXPECT_NE(std::string::npos, lastLine.find("n... ["));
 }
 
+TEST_F(ZrkioProgress, WorkThatIsDoneEndsAt100) {
+  const std::string path = WriteHuge("huge.bmp", 60000);
+  const ProgramResult result = RunAtTerminal({"view", path, "--max-size", "64", "-o", folder_.Path("out.png")});
+  EXPECT_EQ(0, result.exitStatus) << result.out;
+  EXPECT_NE(std::string::npos, result.out.find("] 100 %")) << result.out;
+}
+
 TEST_F(ZrkioProgress, ShortWorkShowsNone) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(7, 5).Build());
   const ProgramResult result = RunAtTerminal({"view", path, "-o", folder_.Path("a.png")});

@@ -304,6 +304,7 @@ TEST_F(XRSFile2TiffCopies, ReportRowsThatGrow) {
   EXPECT_EQ(0, all.percents.front());
   EXPECT_LT(all.percents.back(), 100);
   EXPECT_TRUE(std::is_sorted(all.percents.begin(), all.percents.end()));
+  XFile::Remove(Path());
   for (std::size_t report = 1; report <= all.percents.size(); ++report) {
     PercentKeeper keeper(static_cast<int>(report));
     XThread thread(&keeper);

@@ -489,6 +489,43 @@ TEST_F(XRSFile2ZRMTest, CompressesASharpeningLikeAllElse) {
   EXPECT_EQ(1, SaveAll(3));
 }
 
+TEST_F(XRSFile2ZRMTest, CompressesInEveryModeButTwoOnEveryWay) {
+  for (unsigned i = 0; i < 3; ++i) {
+    auto& band = AddKind<ZRMBandImageSharpen>(40, 30);
+    band.SetTileSize(16, 16);
+  }
+  for (const int mode : {1, 3, 7, 99, 101, -1}) {
+    for (const auto way : {&XRSFile2ZRM::SaveZRMBandGeneral, &XRSFile2ZRM::SaveZRMBandImageSharpen}) {
+      SCOPED_TRACE(mode);
+      XRSFile2ZRM writer;
+      writer.SetXRSFile(file_.get());
+      ASSERT_EQ(1, (writer.*way)(Path(), 9, 0, 39, 0, 29, mode, err_, nullptr)) << err_;
+      Open();
+      ASSERT_EQ(3, opened_->GetNumOfBands());
+      for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(kCompressionTiles, opened_->GetBandAt(i)->GetCompressionInfo());
+        EXPECT_EQ(RandomSamples<std::uint8_t>(40, 30), Read<std::uint8_t>(i, 0));
+        EXPECT_FALSE(Read<std::uint8_t>(i, 1).empty());
+      }
+    }
+  }
+}
+
+TEST_F(XRSFile2ZRMTest, GivesABandThatIsCompressedItsShareOfTheProgress) {
+  Add<std::uint8_t>(20, 900);
+  Add<std::uint8_t>(20, 900);
+  PercentKeeper keeper;
+  XThread thread(&keeper);
+  thread.SetPercentRange(0, 50);
+  XRSFile2ZRM writer;
+  writer.SetXRSFile(file_.get());
+  ASSERT_EQ(1, writer.SaveZRMBandGeneral(Path(), 0, 0, 19, 0, 899, 3, err_, &thread));
+  EXPECT_EQ(0, keeper.percents.front());
+  EXPECT_TRUE(std::ranges::is_sorted(keeper.percents));
+  EXPECT_THAT(keeper.percents, testing::Contains(25));
+  EXPECT_THAT(keeper.percents, Each(testing::Lt(50)));
+}
+
 TEST(SaveFileZRM, WritesWhatTheWriterIsTold) {
   TempFolder folder;
   XRSFile file, opened;

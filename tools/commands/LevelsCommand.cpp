@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "Job.h"
 #include "LevelFile.h"
+#include "output/TargetFile.h"
 #include "output/Text.h"
 #include "WorkReport.h"
 #include "XRSFileIO.h"
@@ -80,7 +81,7 @@ bool Build(XRSFile& file, const std::string& path, const Options& options, XThre
   WorkReport report(CountSampleBytes(file));
   if (!DecodeAhead(*file.GetBandAt(0), kDecodePercent, thread, err)) return false;
   const std::string levelFile = LevelFileName(path);
-  const UnfinishedFile unfinished(levelFile + "_tmp");
+  const UnfinishedFile unfinished(FollowLinks(levelFile) + "_tmp");
   const int mode = options.statsOnly ? kLevelStatistics : kLevelBuild;
   XString reason;
   if (!XRSFileIO::CreateFileXLD(&file, path, reason, mode, &thread)) {

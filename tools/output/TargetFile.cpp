@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <utility>
 
 namespace {
@@ -28,6 +29,18 @@ void SyncFolderOf(const std::string& path) {
 }
 
 }  // namespace
+
+std::string FollowLinks(const std::string& path) {
+  constexpr int kMaxLinks = 40;  // as many as the system itself follows
+  std::filesystem::path place = path;
+  std::error_code error;
+  for (int i = 0; i < kMaxLinks && std::filesystem::is_symlink(place, error); ++i) {
+    const std::filesystem::path next = std::filesystem::read_symlink(place, error);
+    if (error) break;
+    place = next.is_absolute() ? next : place.parent_path() / next;
+  }
+  return place.string();
+}
 
 std::string WithoutExtension(const std::string& path) {
   return XfnGetFileFolder(path).AsStdString() + XfnGetFileTitle(path).AsStdString();
@@ -97,7 +110,7 @@ bool TargetFile::CreateAs(const std::string& stem) {
 }
 
 bool TargetFile::Create() {
-  const std::string title = extension_.empty() ? path_ : WithoutExtension(path_);
+  const std::string title = extension_.empty() ? target_ : WithoutExtension(target_);
   const std::string first = title + ".part" + std::to_string(::getpid());
   std::string stem = first;
   for (int i = 1; !CreateAs(stem); ++i) {
@@ -109,6 +122,7 @@ bool TargetFile::Create() {
 
 bool TargetFile::Begin(const std::string& path, const std::string& input, std::string& err) {
   path_ = path;
+  target_ = FollowLinks(path);
   if (AreSameFile(path, input)) {
     err = "the output would take the place of this file";
     return false;
@@ -116,10 +130,16 @@ bool TargetFile::Begin(const std::string& path, const std::string& input, std::s
   return (CanBeReplaced(path) && Create()) || Fail(err);
 }
 
+/// Brings the file to the disk; some disks tell only of a descriptor that is closed that something was not written.
+bool TargetFile::IsWritten() {
+  if (::fsync(descriptor_) != 0) return false;
+  return ::close(std::exchange(descriptor_, -1)) == 0;
+}
+
 bool TargetFile::Commit(std::string& err) {
-  if (::fsync(descriptor_) != 0 || ::rename(unfinished_.c_str(), path_.c_str()) != 0) return Fail(err);
+  if (!IsWritten() || ::rename(unfinished_.c_str(), target_.c_str()) != 0) return Fail(err);
   unfinished_.clear();
   SetUnfinishedFile("");
-  SyncFolderOf(path_);
+  SyncFolderOf(target_);
   return true;
 }

@@ -3,7 +3,8 @@
 #include <string>
 
 /// A file that comes to be under its name only when it is whole. Until `Commit` it stands beside the target under a
-/// name of its own, and goes away where that does not come, also where a second signal ends the program.
+/// name of its own, and goes away where that does not come, also where a second signal ends the program. A target that
+/// is a symbolic link remains one: the file that it leads to is replaced.
 class TargetFile {
  public:
   /// Where an extension is given, as ".tif", the name of the unfinished file ends in that, for writers that name files
@@ -27,19 +28,24 @@ class TargetFile {
 
  private:
   bool Fail(std::string& err) const;
+  bool IsWritten();
   bool Create();
   bool CreateAs(const std::string& stem);
   void Discard();
 
   std::string extension_;
   std::string companion_;
-  std::string path_;
+  std::string path_;        // as it was asked for
+  std::string target_;      // what it leads to
   std::string unfinished_;  // empty where there is none
   int descriptor_ = -1;
 };
 
 /// Folder and title.
 std::string WithoutExtension(const std::string& path);
+
+/// The path itself, or where it is a symbolic link what that leads to in the end, be it there or not.
+std::string FollowLinks(const std::string& path);
 
 /// Whether the path leads to a regular file or nowhere; otherwise the reason is in `errno`.
 bool CanBeReplaced(const std::string& path);

@@ -72,9 +72,10 @@ void TiffTarget::DiscardWorldFile() {
 }
 
 bool TiffTarget::Begin(const std::string& path, const std::string& input, const ZRMBand& band, std::string& err) {
-  path_ = path;
+  // The world file stands beside the image, and so where a link leads to.
+  path_ = FollowLinks(path);
   input_ = input;
-  worldFile_ = WithoutExtension(path) + ".tfw";
+  worldFile_ = WithoutExtension(path_) + ".tfw";
   // Writers of TIFF files go by the system, which may be known where the place is not.
   hasPlace_ = band.GetCoordinateKind() == kCoordinateWorld || !band.GetSR()->IsEmpty();
   if (!image_.Begin(path, input, err)) return false;

@@ -102,6 +102,8 @@ std::array<unsigned char*, 4> RowsOf(zrk::ChannelReads::Record& record, int row)
 
 /// The image that is shown. A follower's is empty.
 struct ZRMBandBMP::Impl final : Frame {
+  Impl() { answersAtFullSize = true; }
+
   void Close();
   int ReadFile(const XString& path, XString& err);
   int ReadIntoMemory(const XFile& from, const zrk::BmpHeader& header, XString& err);
@@ -115,6 +117,7 @@ struct ZRMBandBMP::Impl final : Frame {
   bool HoldsRows(const zrk::ReadRequest& request) const;
 
   zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
+  zrk::ChannelReads::Record* Fail(const zrk::ReadRequest& request);
   zrk::ChannelReads::Record* DecodeFromMemory(const zrk::ReadRequest& request);
   zrk::ChannelReads::Record* DecodeFromFile(const zrk::ReadRequest& request, int level);
   void FreeBuffers() override;
@@ -299,10 +302,17 @@ bool ZRMBandBMP::Impl::HoldsRows(const zrk::ReadRequest& request) const {
   return end <= (map ? std::min(length, map->Size()) : length);
 }
 
+/// A request that is asked and can't be answered; it takes no memory.
+zrk::ChannelReads::Record* ZRMBandBMP::Impl::Fail(const zrk::ReadRequest& request) {
+  reads.Begin(request, {});
+  return nullptr;
+}
+
 zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromMemory(const zrk::ReadRequest& request) {
   const int numChannels = GetNumChannels();
+  if (!HoldsRows(request)) return Fail(request);
   zrk::ChannelReads::Record* const record = reads.Begin(request, {numChannels, request.Width(), request.Height()});
-  if (!record || !HoldsRows(request)) return nullptr;
+  if (!record) return nullptr;
   const RowUnpacker unpacker(*info, numChannels, 1);
   const std::int64_t firstByte = std::int64_t{request.x0} * PixelBytes();
   for (int y = request.y0; y <= request.y1; ++y) {
@@ -312,14 +322,12 @@ zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromMemory(const zrk::ReadReq
   return record;
 }
 
-/// A level that can't be leaves no room for results.
 zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromFile(const zrk::ReadRequest& request, int level) {
-  const bool isLevel = level >= 0 && level <= kMaxLevel;
-  const int width = isLevel ? request.Width() >> level : 0;
-  const int height = isLevel ? request.Height() >> level : 0;
+  if (level < 0 || level > kMaxLevel || !HoldsRows(request)) return Fail(request);
+  const int width = request.Width() >> level, height = request.Height() >> level;
   const int numChannels = GetNumChannels();
   zrk::ChannelReads::Record* const record = reads.Begin(request, {numChannels, width, height});
-  if (!record || !isLevel || !HoldsRows(request)) return nullptr;
+  if (!record) return nullptr;
 
   const int step = 1 << level;
   const std::int64_t firstByte = std::int64_t{request.x0} * PixelBytes();

@@ -81,7 +81,10 @@ class GreyWindow final : public zrk::JpegRows {
 }  // namespace
 
 struct ZRMBandJPG::Impl final : Frame {
-  explicit Impl(const ZRMBandJPG& itsBand) : band(itsBand) { asksLevelData = false; }
+  explicit Impl(const ZRMBandJPG& itsBand) : band(itsBand) {
+    asksLevelData = false;
+    answersAtFullSize = true;
+  }
 
   int Open(const XString& from, zrk::JpegHeader& header, XString& err);
   int DecodeFile(XThread* thread, const int* cancel, zrk::JpegRows& rows) const;

@@ -63,10 +63,6 @@ std::optional<TiffPlace> IfFinite(const TiffPlace& place) {
 
 }  // namespace
 
-void GeoKeysFree::operator()(gtiff* gtif) const {
-  GTIFFree(gtif);
-}
-
 GeoKeys OpenGeoKeys(TIFF* tiff) {
   const std::span<const std::uint16_t> words = GetValues<std::uint16_t>(tiff, TIFFTAG_GEOKEYDIRECTORY);
   if (!words.empty() && !IsSoundKeyDirectory(words)) return nullptr;

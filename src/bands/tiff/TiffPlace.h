@@ -1,22 +1,15 @@
 #pragma once
 
-#include <memory>
+#include "geo/GeoKeyHandle.h"
+
 #include <optional>
 #include <vector>
 
 #include <tiffio.h>
 
-struct gtiff;
-
 namespace zrk {
 
 struct WorldLines;
-
-struct GeoKeysFree {
-  void operator()(gtiff* gtif) const;
-};
-/// libgeotiff's handle for the geokeys of a directory. It must not outlive the TIFF handle.
-using GeoKeys = std::unique_ptr<gtiff, GeoKeysFree>;
 
 /// The geokeys of the current directory; null where they are not laid out as they should be. A directory without any
 /// has a handle too.

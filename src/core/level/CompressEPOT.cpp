@@ -82,7 +82,7 @@ std::int64_t BlobWriter::Finish() {
 
 /// Reads the window's rows into the cascade, some rows of tiles at a time.
 PyramidResult Pump(ZRMBand& band, const CompressRequest& request, const PyramidLayout& layout, RowCascade& cascade) {
-  const SourceWindow& window = request.window;
+  const Window& window = request.window;
   const std::int64_t rowBytes = std::int64_t{layout.Width(0)} * layout.SampleBytes();
   const auto mostRows = static_cast<int>(std::max<std::int64_t>(INT_MAX / rowBytes, 1));
   int* const cancel = request.thread ? request.thread->GetStatePtr() : nullptr;

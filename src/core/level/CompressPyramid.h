@@ -10,7 +10,7 @@ namespace zrk {
 
 /// What a compressed store is made of.
 struct CompressRequest {
-  SourceWindow window;
+  Window window;
   int tileSize = 0;
   int level = 0;
   double maxError = 0.0;

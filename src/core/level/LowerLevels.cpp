@@ -45,7 +45,7 @@ class StripMaker {
 
 // Whole rows are made, whatever the columns of the window: a row that is made twice comes out the same.
 
-bool MakeLowerLevels(PyramidStore& store, int firstLevel, const LevelWindow& window, const Reduction& how) {
+bool MakeLowerLevels(PyramidStore& store, int firstLevel, const Window& window, const Reduction& how) {
   const PyramidLayout& layout = store.Layout();
   for (int level = firstLevel; level <= layout.Shape().levels; ++level) {
     StripMaker maker(store, level, how);

@@ -1,20 +1,13 @@
 #pragma once
 
+#include "base/Window.h"
 #include "core/level/PyramidStore.h"
 #include "core/level/RowCascade.h"
 
 namespace zrk {
 
-/// An inclusive window of image 0 of a pyramid.
-struct LevelWindow {
-  int x0;
-  int x1;
-  int y0;
-  int y1;
-};
-
-/// Makes the images from `firstLevel` (1 or more) on from the ones above, as far as they depend on the window, which
-/// lies within image 0.
-bool MakeLowerLevels(PyramidStore& store, int firstLevel, const LevelWindow& window, const Reduction& how);
+/// Makes the images from `firstLevel` (1 or more) on from the ones above, as far as they depend on the window of
+/// image 0, which lies within that.
+bool MakeLowerLevels(PyramidStore& store, int firstLevel, const Window& window, const Reduction& how);
 
 }  // namespace zrk

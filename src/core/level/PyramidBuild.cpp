@@ -176,7 +176,7 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
       return true;
     });
   }
-  const SourceWindow& window = job_.window;
+  const Window& window = job_.window;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
   const bool isJoint = !crew.read.empty();
   if (isJoint && !XfnReadBands(sources_, window.x0, window.x1, y0, y1, nullptr, crew.read)) {
@@ -215,7 +215,7 @@ int GroupBuild::CountBlockColumns() const {
 
 /// Makes the rows `first` to `last` of the top of one band, for which its cascade has room at once, block by block.
 bool GroupBuild::BuildByColumns(BandStripe& band, int stripe, int first, int last) {
-  const SourceWindow& window = job_.window;
+  const Window& window = job_.window;
   const PyramidLayout& layout = bands_.front().store->Layout();
   const int width = layout.Width(0), numRows = last - first + 1;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
@@ -313,7 +313,7 @@ PyramidResult GroupBuild::Run() {
       return progress_.IsStopped() ? PyramidResult::kStopped : PyramidResult::kWriteFailed;
     }
     const PyramidLayout& layout = band.store->Layout();
-    const LevelWindow whole = {0, layout.Width(0) - 1, 0, layout.Height(0) - 1};
+    const Window whole = {0, layout.Width(0) - 1, 0, layout.Height(0) - 1};
     if (!MakeLowerLevels(*band.store, plan_.carriedLevel + 1, whole, band.reduction)) {
       return PyramidResult::kWriteFailed;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Window.h"
 #include "core/level/RowCascade.h"
 #include "math/SampleStatistics.h"
 #include "XThread.h"
@@ -16,16 +17,6 @@ class PlainStore;
 /// whole numbers.
 enum class PyramidTop { kCopy, kHalfMean };
 
-/// An inclusive window of the sources, in full-resolution pixels.
-struct SourceWindow {
-  int x0 = 0;
-  int x1 = 0;
-  int y0 = 0;
-  int y1 = 0;
-  int Width() const { return x1 - x0 + 1; }
-  int Height() const { return y1 - y0 + 1; }
-};
-
 /// One band of a build. The store is uncompressed and open for writing, its top as large as `PyramidTop` makes it.
 struct PyramidBand {
   ZRMBand* source = nullptr;
@@ -37,7 +28,7 @@ struct PyramidBand {
 
 struct PyramidJob {
   std::vector<PyramidBand> bands;
-  SourceWindow window;
+  Window window;  ///< of the sources, in full-resolution pixels
   PyramidTop top = PyramidTop::kCopy;
   XThread* thread = nullptr;  ///< may be null
   int percentStart = 0;

@@ -6,7 +6,7 @@
 
 namespace zrk {
 
-TopMaker::TopMaker(PyramidTop top, const SourceWindow& window, const PyramidLayout& layout)
+TopMaker::TopMaker(PyramidTop top, const Window& window, const PyramidLayout& layout)
     : kind_(Kind::kCopy),
       dataType_(layout.Shape().dataType),
       width_(layout.Width(0)),

@@ -10,7 +10,7 @@ namespace zrk {
 /// How rows of the top of a pyramid come from rows of the source window. Immutable; several threads may use one.
 class TopMaker {
  public:
-  TopMaker(PyramidTop top, const SourceWindow& window, const PyramidLayout& layout);
+  TopMaker(PyramidTop top, const Window& window, const PyramidLayout& layout);
 
   /// The source rows, counted from the top of the window, that make a row of the top.
   int FirstSourceRow(int row) const;

@@ -61,8 +61,8 @@ int XEPOT2D::Write(const tagXArr2& buffer, int level, int left, int top, bool ke
 int XEPOT2D::BuildLowerLevels(double nullValue, int x0, int x1, int y0, int y1, bool thematic) {
   if (!store_) return 0;
   const zrk::PyramidLayout& layout = store_->Layout();
-  const zrk::LevelWindow window = {std::max(x0, 0), std::min(x1, layout.Width(0) - 1), std::max(y0, 0),
-                                   std::min(y1, layout.Height(0) - 1)};
+  const zrk::Window window = {std::max(x0, 0), std::min(x1, layout.Width(0) - 1), std::max(y0, 0),
+                              std::min(y1, layout.Height(0) - 1)};
   if (window.x0 > window.x1 || window.y0 > window.y1) return 1;
   return zrk::MakeLowerLevels(*store_, 1, window, {thematic, nullValue});
 }

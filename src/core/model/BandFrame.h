@@ -25,8 +25,9 @@ class BandFrame {
   ChannelReads reads;
   int channel = 0;
   bool asksLevelData = true;
-  XBand* masterBand = nullptr;  ///< for a follower, its master twice: as the band that reads
-  BandFrame* master = nullptr;  ///< and as the keeper of what was read
+  bool answersAtFullSize = false;  ///< whatever the level; reads are then cut where much is looked at
+  XBand* masterBand = nullptr;     ///< for a follower, its master twice: as the band that reads
+  BandFrame* master = nullptr;     ///< and as the keeper of what was read
 
  private:
   tagXArr2* ReadAsMaster(const ReadRequest& request, const int* cancel);

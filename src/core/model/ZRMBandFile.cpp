@@ -4,8 +4,10 @@
 
 #include "base/Fence.h"
 #include "core/model/BandFrame.h"
+#include "core/model/StripStatistics.h"
 #include "Xepot.h"
 
+#include <algorithm>
 #include <concepts>
 #include <utility>
 
@@ -46,7 +48,15 @@ int ZRMBandFile<Base>::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int
 
 template <class Base>
 int ZRMBandFile<Base>::CalcStatistics(int withHistogram) {
-  return ZRMBand::CalcStatistics(withHistogram);
+  // Level data has its own coarse images, which are small.
+  bool hasLevelData = false;
+  if constexpr (std::derived_from<Base, ZRMBandDRIO>) hasLevelData = this->GetBandXLD() != nullptr;
+  const bool isPlaced = this->GetXPixelSize() != 0.0 && this->GetYPixelSize() != 0.0;
+  if (!frame_->answersAtFullSize || hasLevelData || !isPlaced || this->GetDataType() != kPint08) {
+    return ZRMBand::CalcStatistics(withHistogram);
+  }
+  return zrk::FencedRead(
+      [&] { return zrk::CalcStatisticsByStrips(*this, std::max(this->GetLevel() - 1, 0), withHistogram != 0); });
 }
 
 template <class Base>

@@ -1,21 +1,29 @@
+// A body is a pyramid of tiles: plain ones at places that follow from the sizes, or compressed ones behind a table of
+// their places. Plain bodies are made for all bands at once and bring their statistics along. A compressed one is made
+// of one band, which is then read once more for the statistics.
+
 #include "core/native/BandBodies.h"
 
 #include "base/Checked.h"
+#include "base/PercentRange.h"
+#include "core/level/CompressPyramid.h"
 #include "core/level/PyramidStore.h"
+#include "core/level/WindowStatistics.h"
 #include "Xepot.h"
+#include "XEPOT2D.h"
 #include "XFile.h"
 #include "XRSFileSaver.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace zrk {
 namespace {
 
 constexpr int kUsualTile = 256;
 
-bool FailWith(XString& err, const char* sentence) {
-  err = sentence;
-  return false;
+bool HasWindow(const ZRMBand* band, const Window& window) {
+  return band && window.IsInside(band->GetXSize(), band->GetYSize());
 }
 
 PyramidShape ShapeFor(const ZRMBand& band, const BodyRequest& request) {
@@ -25,45 +33,62 @@ PyramidShape ShapeFor(const ZRMBand& band, const BodyRequest& request) {
   shape.dataType = band.GetDataType();
   shape.xTile = band.GetXTileSize() > 0 ? band.GetXTileSize() : kUsualTile;
   shape.yTile = band.GetYTileSize() > 0 ? band.GetYTileSize() : kUsualTile;
-  const int mostLevels = Xepot::CalcProperLevel(shape.xSize, shape.ySize, shape.xTile, shape.yTile);
-  shape.levels = std::clamp(request.level, 0, mostLevels);
+  const int maxLevels = Xepot::CalcProperLevel(shape.xSize, shape.ySize, shape.xTile, shape.yTile);
+  shape.levels = std::clamp(request.level, 0, maxLevels);
   return shape;
 }
 
-/// One body a band, each with its store; false where a band has not the window or can have no store.
-bool PlanBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& bands, const BodyRequest& request,
-                PyramidJob& job, std::vector<BandBody>& bodies, XString& err) {
+/// Compressed tiles are as high as they are wide, while the levels are counted for the band's own tiles.
+PyramidShape CompressedShapeFor(const ZRMBand& band, const BodyRequest& request) {
+  PyramidShape shape = ShapeFor(band, request);
+  shape.yTile = shape.xTile;
+  const int maxLevels = Xepot::CalcProperLevel(shape.xSize, shape.ySize, band.GetXTileSize(), band.GetYTileSize());
+  shape.levels = std::clamp(request.level, 0, maxLevels);
+  return shape;
+}
+
+/// One plain body from `offset` on; none where a band has no such pyramid, or the file would become too long.
+std::optional<BandBody> PlanBody(const ZRMBand& band, std::int64_t offset, const BodyRequest& request) {
+  BandBody body;
+  body.shape = ShapeFor(band, request);
+  const auto layout = PyramidLayout::Make(body.shape);
+  if (!layout || !CheckedAdd(offset, layout->Size())) return std::nullopt;
+  body.offset = offset;
+  body.size = layout->Size();
+  body.compression = request.mode;
+  return body;
+}
+
+PyramidBand PlanBuild(ZRMBand& band, const BandBody& body, XFile& file) {
+  PyramidBand part;
+  part.source = &band;
+  part.store = std::make_shared<PlainStore>(*PyramidLayout::Make(body.shape), file.GetDiskFile(), body.offset);
+  part.reduction = {band.GetBandType() == kBandTypeThematic, band.GetNullValue()};
+  return part;
+}
+
+/// Moves `end` behind the bodies of all bands.
+PyramidResult PlanBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& bands, const BodyRequest& request,
+                         PyramidJob& job, std::vector<BandBody>& bodies) {
   for (ZRMBand* band : bands) {
-    if (!band || !IsWindowOf(*band, request.window)) return FailWith(err, "Fail to read data");
-    BandBody body;
-    body.shape = ShapeFor(*band, request);
-    const auto layout = PyramidLayout::Make(body.shape);
-    if (!layout) return FailWith(err, "Fail to write Data");
-    body.offset = end;
-    body.size = layout->Size();
-    body.compression = request.compression;
-    const auto bodyEnd = CheckedAdd(end, body.size);
-    if (!bodyEnd) return FailWith(err, "Fail to write Data");
-    end = *bodyEnd;
-    PyramidBand part;
-    part.source = band;
-    part.store = std::make_shared<PlainStore>(*layout, file.GetDiskFile(), body.offset);
-    part.reduction = {band->GetBandType() == kBandTypeThematic, band->GetNullValue()};
-    job.bands.push_back(std::move(part));
-    bodies.push_back(body);
+    if (!HasWindow(band, request.window)) return PyramidResult::kReadFailed;
+    const auto body = PlanBody(*band, end, request);
+    if (!body) return PyramidResult::kWriteFailed;
+    end = body->offset + body->size;
+    job.bands.push_back(PlanBuild(*band, *body, file));
+    bodies.push_back(*body);
   }
-  return true;
+  return PyramidResult::kDone;
 }
 
 }  // namespace
 
-bool IsWindowOf(const ZRMBand& band, const SourceWindow& window) {
-  return 0 <= window.x0 && window.x0 <= window.x1 && window.x1 < band.GetXSize() && 0 <= window.y0 &&
-         window.y0 <= window.y1 && window.y1 < band.GetYSize();
+bool IsPlainMode(int mode) {
+  return mode == kCompressionNone || mode == kCompressionPlain;
 }
 
-bool WriteBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& bands, const BodyRequest& request,
-                 std::vector<BandBody>& bodies, XString& err) {
+PyramidResult WritePlainBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& bands,
+                               const BodyRequest& request, std::vector<BandBody>& bodies) {
   PyramidJob job;
   job.window = request.window;
   job.thread = request.thread;
@@ -71,17 +96,48 @@ bool WriteBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& ba
   job.percentSpan = request.percentSpan;
   std::int64_t newEnd = end;
   bodies.clear();
-  if (!PlanBodies(file, newEnd, bands, request, job, bodies, err)) return false;
-  if (!file.Preallocate(newEnd)) return FailWith(err, "Fail to write Data");
+  const PyramidResult planned = PlanBodies(file, newEnd, bands, request, job, bodies);
+  if (planned != PyramidResult::kDone) return planned;
+  if (!file.Preallocate(newEnd)) return PyramidResult::kWriteFailed;
   const PyramidResult result = BuildPyramids(job);
-  if (result == PyramidResult::kStopped) return false;
-  if (result != PyramidResult::kDone) return FailWith(err, GetSentence(result));
+  if (result != PyramidResult::kDone) return result;
   for (std::size_t i = 0; i < bodies.size(); ++i) {
     bodies[i].summary = job.bands[i].summary;
     bodies[i].histogram = job.bands[i].histogram;
   }
   end = newEnd;
-  return true;
+  return PyramidResult::kDone;
+}
+
+PyramidResult WriteCompressedBody(XFile& file, std::int64_t& end, ZRMBand* band, const BodyRequest& request,
+                                  BandBody& body) {
+  if (!HasWindow(band, request.window)) return PyramidResult::kReadFailed;
+  body.shape = CompressedShapeFor(*band, request);
+  body.compression = kCompressionTiles;
+  body.offset = end;
+  const CompressRequest how = {request.window, body.shape.xTile, body.shape.levels, request.maxError, request.thread};
+  const std::clock_t start = std::clock();
+  const PyramidResult written = CompressPyramid(*band, file, body.offset, how, body.size);
+  body.ticks = std::clock() - start;
+  if (written != PyramidResult::kDone) return written;
+  end += body.size;
+  return MeasureWindow(*band, request.window, request.thread, body.summary, body.histogram);
+}
+
+PyramidResult WriteBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& bands,
+                          const BodyRequest& request, std::vector<BandBody>& bodies) {
+  if (IsPlainMode(request.mode)) return WritePlainBodies(file, end, bands, request, bodies);
+  PercentRange range(request.thread);
+  const auto numBands = static_cast<int>(bands.size());
+  bodies.clear();
+  for (int i = 0; i < numBands; ++i) {
+    range.SetShare(request.percentStart + request.percentSpan * i / numBands,
+                   request.percentStart + request.percentSpan * (i + 1) / numBands);
+    const PyramidResult result =
+        WriteCompressedBody(file, end, bands[static_cast<std::size_t>(i)], request, bodies.emplace_back());
+    if (result != PyramidResult::kDone) return result;
+  }
+  return PyramidResult::kDone;
 }
 
 void RecordBody(XRSFileSaver& saver, ZRMBand& band, const BandBody& body) {
@@ -94,16 +150,3 @@ void RecordBody(XRSFileSaver& saver, ZRMBand& band, const BandBody& body) {
 }
 
 }  // namespace zrk
-
-int XRSFileSaver::CopyBandData(ZRMBand* band, int level, int x0, int x1, int y0, int y1, int mode, XThread* thread,
-                               int percentStart, int percentSpan, XString& err) {
-  XFile* const file = GetOutputFile();
-  if (!band || !file || !file->IsOpen()) return 0;
-  std::vector<zrk::BandBody> bodies;
-  std::int64_t end = GetDataEnd();
-  const zrk::BodyRequest request = {{x0, x1, y0, y1}, level, mode, thread, percentStart, percentSpan};
-  if (!zrk::WriteBodies(*file, end, {band}, request, bodies, err)) return 0;
-  SetDataEnd(end);
-  zrk::RecordBody(*this, *band, bodies.front());
-  return 1;
-}

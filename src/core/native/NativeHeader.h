@@ -9,7 +9,6 @@ namespace zrk {
 
 inline constexpr std::uint32_t kNativeVersion = 1;
 inline constexpr std::int64_t kNativeHeaderSize = 16;
-inline constexpr std::int64_t kNativeOffsetPlace = 8;
 inline constexpr char kNativeMagic[] = "ZRM.";
 
 }  // namespace zrk

@@ -3,7 +3,9 @@
 
 #include "XRSFileSaver.h"
 
+#include "base/Failure.h"
 #include "base/LittleEndian.h"
+#include "core/native/BandBodies.h"
 #include "core/native/BandFields.h"
 #include "core/native/DatasetFields.h"
 #include "core/native/NativeHeader.h"
@@ -16,6 +18,13 @@
 #include <utility>
 
 using zrk::XmlWriter;
+
+namespace {
+
+/// Stands in the header of a file that is not finished.
+constexpr std::int64_t kNoText = -1;
+
+}  // namespace
 
 struct XRSFileSaver::Document {
   pugi::xml_document xml;
@@ -43,7 +52,8 @@ struct XRSFileSaver::Document {
     XmlWriter writer(root);
     write(writer);
   }
-  int WriteHeader() const;
+  /// The header of a file whose text begins at `offset`, which is -1 while there is none.
+  int WriteHeader(std::int64_t textOffset) const;
 };
 
 void XRSFileSaver::Document::Open() {
@@ -66,9 +76,9 @@ zrk::WriterInfo& XRSFileSaver::Document::TouchWriterInfo() {
   return *writerInfo;
 }
 
-int XRSFileSaver::Document::WriteHeader() const {
+int XRSFileSaver::Document::WriteHeader(std::int64_t textOffset) const {
   const auto version = zrk::LittleEndian(zrk::kNativeVersion);
-  const auto offset = zrk::LittleEndian(std::int64_t{-1});
+  const auto offset = zrk::LittleEndian(textOffset);
   std::string header = zrk::kNativeMagic;
   header.append(version.begin(), version.end());
   header.append(offset.begin(), offset.end());
@@ -83,7 +93,7 @@ void XRSFileSaver::SetFileOutputData(XFile* file) {
   document_->file = file;
   document_->dataEnd = zrk::kNativeHeaderSize;
   // The failure is told by `Save`, since nothing written after it would help.
-  document_->hasHeader = file && document_->WriteHeader();
+  document_->hasHeader = file && document_->WriteHeader(kNoText);
 }
 
 XFile* XRSFileSaver::GetOutputFile() const {
@@ -115,6 +125,21 @@ void XRSFileSaver::WriteInitTags() {
 void XRSFileSaver::WriteBandTag() {
   document_->ToDataset([this](XmlWriter& writer) { document_->band = writer.Append(zrk::kTagBand); });
   document_->ToBand([](XmlWriter& writer) { writer.Field(zrk::kTagProjection, XString()); });
+}
+
+int XRSFileSaver::CopyBandData(ZRMBand* band, int level, int x0, int x1, int y0, int y1, int mode, XThread* thread,
+                               int percentStart, int percentSpan, XString& err) {
+  XFile* const file = GetOutputFile();
+  if (!band || !file || !file->IsOpen()) return 0;
+  std::vector<zrk::BandBody> bodies;
+  std::int64_t end = GetDataEnd();
+  const zrk::BodyRequest request = {{x0, x1, y0, y1}, level, mode, 0.0, thread, percentStart, percentSpan};
+  const zrk::PyramidResult result = zrk::WriteBodies(*file, end, {band}, request, bodies);
+  if (result == zrk::PyramidResult::kStopped) return 0;
+  if (result != zrk::PyramidResult::kDone) return zrk::FailWith(err, zrk::GetSentence(result));
+  SetDataEnd(end);
+  zrk::RecordBody(*this, *band, bodies.front());
+  return 1;
 }
 
 void XRSFileSaver::WriteBandDataPlace(std::int64_t offset, std::int64_t size) {
@@ -264,6 +289,7 @@ int XRSFileSaver::Save() {
   const std::string text = GetXML().AsStdString();
   const auto bytes = static_cast<std::int64_t>(text.size());
   if (!file->WriteAt(offset, text.data(), bytes) || !file->SetLength(offset + bytes) || !file->Flush()) return 0;
-  const auto place = zrk::LittleEndian(offset);
-  return file->WriteAt(zrk::kNativeOffsetPlace, place.data(), place.size());
+  if (document_->WriteHeader(offset) && file->Flush()) return 1;
+  document_->WriteHeader(kNoText);
+  return 0;
 }

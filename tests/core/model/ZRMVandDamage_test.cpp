@@ -2,6 +2,7 @@
 
 #include "ZRMVand.h"
 
+#include "ByteFlips.h"
 #include "PointShapefile.h"
 #include "TempFolder.h"
 #include "XLimits.h"
@@ -57,13 +58,13 @@ void Damage(const TempFolder& folder, const std::string& part, const std::string
   const Bytes sound = ReadBytes(folder.Path(part));
   if (sound.empty()) return;
   std::mt19937 generator(5);
-  for (int i = 0; i < kNumFlips; ++i) {
+  for (int i = 0; i < TrialCount(kNumFlips); ++i) {
     Bytes bytes = sound;
     bytes[generator() % bytes.size()] ^= static_cast<unsigned char>(1 + generator() % 255);
     Replace(folder, part, bytes);
     ExpectSoundOrRefused(folder.Path(main), kind);
   }
-  for (int i = 0; i < kNumLengths; ++i) {
+  for (int i = 0; i < kNumLengths; i += static_cast<int>(TrialStep())) {
     Replace(folder, part, Bytes(sound.begin(), sound.begin() + static_cast<long>(sound.size() * i / kNumLengths)));
     ExpectSoundOrRefused(folder.Path(main), kind);
   }

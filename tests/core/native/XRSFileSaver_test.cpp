@@ -1,5 +1,7 @@
 #include "XRSFileSaver.h"
 
+#include "FaultyDisk.h"
+#include "LevelDataset.h"
 #include "NativeFields.h"
 #include "TempFolder.h"
 #include "XEPOT2D.h"
@@ -165,6 +167,45 @@ TEST(XRSFileSaver, FailsToSaveToAFileThatCantBeWritten) {
   saver.SetFileOutputData(&file);
   saver.WriteInitTags();
   EXPECT_EQ(saver.Save(), 0);
+}
+
+TEST(XRSFileSaver, CompressesABodyInEveryModeButTwo) {
+  const TempFolder folder;
+  XRSFile dataset;
+  const auto samples = RandomSamples<std::uint8_t>(40, 30);
+  ZRMBand& band = AddDirectBand(dataset, 40, 30, samples);
+  for (const int mode : {0, 100, 3, 5}) {
+    XFile file;
+    ASSERT_TRUE(file.Open(folder.Path("a.zrm"), XFile::kReadWrite | XFile::kCreate));
+    XRSFileSaver saver;
+    XString err;
+    saver.SetFileOutputData(&file);
+    saver.WriteInitTags();
+    saver.WriteBandTag();
+    ASSERT_EQ(1, saver.CopyBandData(&band, 1, 0, 39, 0, 29, mode, nullptr, 0, 100, err)) << err;
+    ASSERT_EQ(1, saver.Save());
+    XRSFile opened;
+    ASSERT_EQ(1, opened.LoadFileZRM(folder.Path("a.zrm"), err, nullptr)) << mode << ": " << err;
+    tagXArr2* out = nullptr;
+    ASSERT_EQ(1, opened.GetBandAt(0)->ReadSubset(out, 0, 0, 39, 0, 29, nullptr)) << mode;
+    EXPECT_EQ(samples, SamplesOf<std::uint8_t>(*out)) << mode;
+  }
+}
+
+TEST(XRSFileSaver, LeavesAFileUnfinishedWhereItsHeaderIsNotBroughtToTheMedium) {
+  const TempFolder folder;
+  for (int nth = 1; nth <= 2; ++nth) {
+    FaultyDisk disk;
+    disk.FailSync(nth);
+    const zrk::ScopedDisk scoped(disk);
+    XFile file;
+    ASSERT_TRUE(file.Open(folder.Path("a.zrm"), XFile::kReadWrite | XFile::kCreate));
+    XRSFileSaver saver;
+    saver.SetFileOutputData(&file);
+    saver.WriteInitTags();
+    EXPECT_EQ(saver.Save(), 0);
+    EXPECT_EQ(ReadBytes(folder.Path("a.zrm"))[8], 0xFF) << nth;
+  }
 }
 
 TEST(XRSFileSaver, WithoutADocumentSavesNothing) {

@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <memory>
 #include <thread>
 
@@ -242,6 +243,23 @@ TEST_F(ZRMBandBMPFiles, APromiseOfHugeImagesCostsNoMemory) {
   EXPECT_EQ(0, band.CalcStatistics(1));
   getrusage(RUSAGE_SELF, &after);
   EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 100 * 1024);
+}
+
+/// All samples are 0 but the red one of the upper left pixel, which is 1.
+TEST_F(ZRMBandBMPFiles, StatisticsOfAMappedImageHoldSomeRowsOfItAtATime) {
+  ZRMBandBMP band(nullptr);
+  XString err;
+  const std::string path = WriteSparse(BmpBuilder().Size(1, 1).Bits(24).Claim(4000, 5001), 60012000);
+  std::fstream(path, std::ios::binary | std::ios::in | std::ios::out).seekp(-11998, std::ios::end).put(1);
+  ASSERT_EQ(1, band.ReadFile(path, err, nullptr));
+  ASSERT_EQ(1, band.CalcStatistics(1));
+  EXPECT_EQ(0.0, band.GetBandMin());
+  EXPECT_EQ(1.0, band.GetBandMax());
+  EXPECT_DOUBLE_EQ(1.0 / (4000.0 * 5001.0), band.GetBandMean());
+  EXPECT_EQ(4000 * 5001 - 1, band.GetHistogram()[0]);
+  EXPECT_EQ(1, band.GetHistogram()[255]);
+  ASSERT_NE(nullptr, band.GetResult(2));
+  EXPECT_LE(band.GetResult(2)->ySize, 1048);
 }
 
 TEST_F(ZRMBandBMPFiles, APromiseBelowTheThresholdIsHeldAgainstTheFileLength) {

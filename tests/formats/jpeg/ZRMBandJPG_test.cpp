@@ -9,6 +9,7 @@
 #include "ZRMBandXLD.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 
 #include <cstdlib>
@@ -328,6 +329,28 @@ TEST_F(ZRMBandJPGFiles, AnyNonzeroStateStopsExtracting) {
   EXPECT_NE(nullptr, ReadWhole(image.master));
 }
 
+TEST_F(ZRMBandJPGFiles, AStopThatIsSetBeforeTheDecodeLetsNoRowBeReported) {
+  for (const bool isGrey : {false, true}) {
+    JpegChannels image(Write(isGrey ? JpegBuilder().Grey() : JpegBuilder()));
+    PercentRecorder recorder;
+    XThread thread(&recorder);
+    thread.SetState(1);
+    EXPECT_EQ(0, image.master.ExtractDataFromFile(&thread));
+    EXPECT_TRUE(recorder.percents.empty());
+  }
+}
+
+TEST_F(ZRMBandJPGFiles, TheStateWordStopsAReadWhetherOrNotThePlanesAreThere) {
+  JpegChannels image(Write(JpegBuilder()));
+  int cancel = 1;
+  tagXArr2* out = nullptr;
+  EXPECT_EQ(0, image.At(1).ReadSubset(out, 0, 0, 31, 0, 23, &cancel));
+  ASSERT_NE(nullptr, ReadWhole(image.master));
+  EXPECT_EQ(0, image.master.ReadSubset(out, 0, 0, 31, 0, 23, &cancel));
+  EXPECT_EQ(0, image.At(1).ReadSubset(out, 0, 0, 31, 0, 23, &cancel));
+  EXPECT_EQ(nullptr, out);
+}
+
 TEST_F(ZRMBandJPGFiles, TheStateWordStopsTheFirstRead) {
   JpegChannels image(Write(JpegBuilder()));
   int cancel = 1;
@@ -369,6 +392,32 @@ TEST_F(ZRMBandJPGFiles, APromiseOfHugePlanesIsHeldAgainstTheFileLength) {
     getrusage(RUSAGE_SELF, &after);
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 50 * 1024);
   }
+}
+
+/// 4,000,000 samples: a buffer of that size is there for the result, and no second one for the image.
+TEST_F(ZRMBandJPGFiles, AReadOfAGreyImageHoldsItOnce) {
+  JpegChannels image(Write(JpegBuilder().Size(2000, 2000).Grey()));
+  const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+  ASSERT_NE(nullptr, Read(image.master, 0, 0, 1999, 0, 1999));
+  EXPECT_LT(mallinfo2().uordblks + mallinfo2().hblkhd, before + 6000000);
+}
+
+TEST_F(ZRMBandJPGFiles, StatisticsOfALargeColourImageKeepSomeRowsOfIt) {
+  JpegChannels image(Write(JpegBuilder().Size(3000, 3000)));
+  ASSERT_EQ(1, image.master.CalcStatistics(0));
+  ASSERT_NE(nullptr, image.master.GetResult(0));
+  EXPECT_LE(image.master.GetResult(0)->ySize, 1602);
+}
+
+TEST_F(ZRMBandJPGFiles, AWindowOfAGreyImageIsThatOfTheWhole) {
+  JpegChannels image(Write(JpegBuilder().Size(32, 24).Grey()));
+  const tagXArr2* out = ReadWhole(image.master);
+  ASSERT_NE(nullptr, out);
+  std::vector<unsigned char> expected;
+  for (int y = 5; y <= 9; ++y) expected.insert(expected.end(), out->Row(y) + 3, out->Row(y) + 29);
+  out = Read(image.master, 0, 3, 28, 5, 9);
+  ASSERT_NE(nullptr, out);
+  EXPECT_EQ(expected, std::vector<unsigned char>(out->data, out->data + expected.size()));
 }
 
 TEST_F(ZRMBandJPGFiles, PlanesBeyondAnIntFail) {

@@ -8,20 +8,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
 // Damaged TIFF files are read as far as they can be, missing pixels being 0, or refused with a reason. Those of other
-// programs are tried at fewer places unless ZRK_FULL_DAMAGE is set in the environment: there are many of them.
+// programs are tried at fewer places unless ZRK_TRIALS is `all` in the environment: there are many of them.
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 
 /// As many places in the header and the first directory as there are evenly spread to the end.
-std::vector<std::size_t> TruncationPlaces(const Bytes& sound, std::size_t count) {
-  const std::size_t half = count / 2, directory = FindTiffDirectory(sound);
+std::vector<std::size_t> TruncationPlaces(const Bytes& sound, int count) {
+  const std::size_t half = static_cast<std::size_t>(std::max(count, 2)) / 2, directory = FindTiffDirectory(sound);
   std::vector<std::size_t> places;
   for (std::size_t i = 0; i < half; ++i) {
     places.push_back(std::min(i < 16 ? i : directory + 2 * (i - 16), sound.size() - 1));
@@ -30,7 +29,7 @@ std::vector<std::size_t> TruncationPlaces(const Bytes& sound, std::size_t count)
   return places;
 }
 
-void TryTruncated(const Bytes& sound, std::size_t count) {
+void TryTruncated(const Bytes& sound, int count) {
   for (const std::size_t place : TruncationPlaces(sound, count)) {
     SCOPED_TRACE(testing::Message() << "cut at " << place);
     TryTiff({sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(place)});
@@ -54,11 +53,11 @@ TEST_P(TiffDamage, IsNotSeenInASoundFile) {
 }
 
 TEST_P(TiffDamage, ByTruncationEndsInARefusalOrAReadableFile) {
-  TryTruncated(sound_, 200);
+  TryTruncated(sound_, TrialCount(200));
 }
 
 TEST_P(TiffDamage, ToOneByteEndsInARefusalOrAReadableFile) {
-  TryFlipped(sound_, 2000);
+  TryFlipped(sound_, TrialCount(2000));
 }
 
 TEST_P(TiffDamage, ToTheFirstByteRefusesTheFile) {
@@ -97,15 +96,14 @@ class ForeignTiffDamage : public testing::TestWithParam<std::string> {
   }
 
   const Bytes sound_ = ReadBytes(PathOfForeign("tiff", GetParam()));
-  const bool isFull_ = std::getenv("ZRK_FULL_DAMAGE") != nullptr;
 };
 
 TEST_P(ForeignTiffDamage, ByTruncationEndsInARefusalOrAReadableFile) {
-  TryTruncated(sound_, isFull_ ? 200 : 20);
+  TryTruncated(sound_, TrialCount(200, 20));
 }
 
 TEST_P(ForeignTiffDamage, ToOneByteEndsInARefusalOrAReadableFile) {
-  TryFlipped(sound_, isFull_ ? 2000 : 40);
+  TryFlipped(sound_, TrialCount(2000, 40));
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, ForeignTiffDamage, testing::ValuesIn(ForeignTiffNames()),

@@ -71,7 +71,7 @@ TiffPointer OpenTiffInMemory(std::vector<unsigned char>& bytes, const std::strin
   TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
   TIFFOpenOptionsSetErrorHandlerExtR(options, &Drop, nullptr);
   TIFFOpenOptionsSetWarningHandlerExtR(options, &Drop, nullptr);
-  auto file = std::make_unique<MemoryFile>(bytes);
+  auto file = std::make_unique<MemoryFile>(MemoryFile{bytes});
   TiffPointer tiff(TIFFClientOpenExt("memory", mode.c_str(), file.get(), &Read, &Write, &Seek, &Close, &Size, &Map,
                                      &Unmap, options));
   TIFFOpenOptionsFree(options);

@@ -61,8 +61,8 @@ std::vector<CoveragePicture::Frame> CoveragePicture::FindFrames(const XCIBtoc& t
     return std::tuple(frame.cell.boundary, frame.cell.row, frame.cell.column);
   };
   std::ranges::sort(frames, {}, [&](const Frame& frame) { return std::tuple(placeOf(frame), !frame.isThere); });
-  const auto repeated = std::ranges::unique(frames, {}, placeOf);
-  frames.erase(repeated.begin(), repeated.end());
+  const auto isSamePlace = [&](const Frame& one, const Frame& other) { return placeOf(one) == placeOf(other); };
+  frames.erase(std::unique(frames.begin(), frames.end(), isSamePlace), frames.end());
   return frames;
 }
 
@@ -108,7 +108,10 @@ void CoveragePicture::DrawFrames(const XCIBtoc& toc, const Rectangle& rectangle,
   const double rows = boundary.numFramesNorthSouth, columns = boundary.numFramesEastWest;
   const double width = (box.east - box.west) / columns, height = (box.north - box.south) / rows;
   const auto boundaryOf = [](const Frame& frame) { return frame.cell.boundary; };
-  for (const Frame& frame : std::ranges::equal_range(frames, rectangle.boundary, {}, boundaryOf)) {
+  // Bounds and not a range of all that are equal, which clang 14 can't compile.
+  const auto last = std::ranges::upper_bound(frames, rectangle.boundary, {}, boundaryOf);
+  for (auto at = std::ranges::lower_bound(frames, rectangle.boundary, {}, boundaryOf); at != last; ++at) {
+    const Frame& frame = *at;
     const auto row = static_cast<double>(frame.cell.row), column = static_cast<double>(frame.cell.column);
     if (row < 0 || row >= rows || column < 0 || column >= columns) continue;
     Pixels pixels = PixelsOf({box.west + column * width, box.west + (column + 1) * width,

@@ -1,0 +1,206 @@
+// A level file is a head, a pyramid for each band, and a text that ends it. The short form has no pyramids and the
+// statistics of the coarsest level; the full form has those of the half-size image, which is the top of its pyramid.
+// The head says last where the text begins.
+
+#include "core/xld/LevelBuild.h"
+
+#include "base/Failure.h"
+#include "core/level/PyramidStore.h"
+#include "core/native/SaverGroups.h"
+#include "core/xld/LevelFile.h"
+#include "Xepot.h"
+#include "XRSFile.h"
+#include "XRSFileSaver.h"
+#include "XStatistics.h"
+#include "XThread.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cmath>
+
+namespace zrk {
+namespace {
+
+/// The sums of one band's samples, and what follows from them.
+struct Sums {
+  double sum = 0.0;
+  double sumOfSquares = 0.0;
+  double minValue = kNotSet;
+  double maxValue = -kNotSet;
+  std::int64_t count = 0;
+  std::array<std::int64_t, 256> histogram{};
+
+  double GetMean() const { return sum / static_cast<double>(count); }
+  double GetStdDev() const {
+    if (count == 1) return 0.0;
+    const double mean = GetMean(), squares = sumOfSquares - mean * mean * static_cast<double>(count);
+    return std::sqrt(std::max(squares, 0.0) / (static_cast<double>(count) - 1.0));
+  }
+};
+
+bool AddRange(const tagXArr2& data, int dataType, Sums& sums) {
+  return XfnGetSubsetStatElem1(data.data, data.xSize, data.ySize, dataType, sums.sum, sums.sumOfSquares, sums.minValue,
+                               sums.maxValue, sums.count, INT_MIN, INT_MAX, INT_MIN, INT_MAX, kNotSet);
+}
+
+bool AddHistogram(const tagXArr2& data, int dataType, Sums& sums) {
+  return XfnGetSubsetStatElem3(data.data, data.xSize, data.ySize, dataType, kNotSet, -kNotSet, sums.minValue,
+                               sums.maxValue, sums.histogram.data(), INT_MIN, INT_MAX, INT_MIN, INT_MAX, kNotSet);
+}
+
+void SetStatistics(ZRMBand& record, double minValue, double maxValue, double mean, double stdDev,
+                   const std::int64_t* histogram) {
+  record.SetBandMin(minValue);
+  record.SetBandMax(maxValue);
+  record.SetBandMean(mean);
+  record.SetBandStdDev(stdDev);
+  record.SetHistogram(histogram);
+}
+
+/// Takes what is known of a band over, without its statistics.
+void CopyFields(ZRMBand& record, ZRMBand& band) {
+  const std::array<std::int64_t, 256> none{};
+  record.CloneBand(&band);
+  SetStatistics(record, kNotSet, kNotSet, kNotSet, kNotSet, none.data());
+}
+
+/// Whether level data of a band has the shape that a level file tells for all: that of the first.
+bool CanBeHalvedLike(const ZRMBand& first, const ZRMBand& band) {
+  return first.GetXSize() == band.GetXSize() && first.GetYSize() == band.GetYSize();
+}
+
+}  // namespace
+
+bool LevelBuild::Fail(const char* sentence) {
+  return FailWith(err_, sentence);
+}
+
+bool LevelBuild::Check(PyramidResult result) {
+  wasStopped_ = result == PyramidResult::kStopped;
+  return result == PyramidResult::kDone || (!wasStopped_ && Fail(GetSentence(result)));
+}
+
+/// Posts one of three steps of a band; false where the build shall stop.
+bool LevelBuild::ReportStep(int step) {
+  if (!thread_) return true;
+  thread_->CallbackPercent(static_cast<int>(step * 100.0 / (3 * dataset_.GetNumOfBands())));
+  wasStopped_ = thread_->GetState() == XThread::kStateStop;
+  return !wasStopped_;
+}
+
+bool LevelBuild::Run(const XString& path, bool wantsPyramids) {
+  if (!output_.Begin(path)) return Fail("Cannot open file to write");
+  return Write(wantsPyramids) && (output_.Publish() || Fail("Fail to write Data"));
+}
+
+bool LevelBuild::Write(bool wantsPyramids) {
+  XFile& out = output_.File();
+  const auto head = FormatLevelHead(-1);
+  if (!out.WriteAt(0, head.data(), kLevelHeadBytes)) return Fail("Fail to write Data");
+  for (int i = 0; i < dataset_.GetNumOfBands(); ++i) records_.push_back(std::make_unique<ZRMBandEPOT>());
+  end_ = kLevelHeadBytes;
+  const bool isFull = wantsPyramids && dataset_.GetBandAt(0)->GetLevel() >= 1;
+  if (!(isFull ? BuildPyramids() : MeasureBands())) return false;
+
+  const XString text = MakeText(isFull ? kCompressionPlain : kCompressionNone);
+  const auto whole = FormatLevelHead(end_);
+  const bool isWritten =
+      out.WriteAt(end_, text.GetText(), text.GetLength()) && out.WriteAt(0, whole.data(), kLevelHeadBytes);
+  return isWritten || Fail("Fail to write Data");
+}
+
+bool LevelBuild::MeasureBands() {
+  for (int i = 0; i < dataset_.GetNumOfBands(); ++i) {
+    if (!MeasureBand(i)) return false;
+  }
+  return true;
+}
+
+/// The image is asked for at the count of levels and not at one less. A band that can't be read has no statistics.
+bool LevelBuild::MeasureBand(int index) {
+  ZRMBand* band = dataset_.GetBandAt(index);
+  if (!band) return false;
+  Sums sums;
+  tagXArr2* data = nullptr;
+  const int level = dataset_.GetBandAt(0)->GetLevel(), dataType = band->GetDataType();
+  if (!band->ReadSubset(data, level, 0, band->GetXSize() - 1, 0, band->GetYSize() - 1, nullptr)) return true;
+  if (!ReportStep(3 * index)) return false;
+  if (!AddRange(*data, dataType, sums)) return Fail("Fail to calculate statistics");
+  if (!ReportStep(3 * index + 1)) return false;
+  if (!AddHistogram(*data, dataType, sums)) return Fail("Fail to calculate histogram");
+  if (!ReportStep(3 * index + 2)) return false;
+  ZRMBandEPOT& record = *records_[static_cast<std::size_t>(index)];
+  CopyFields(record, *band);
+  if (sums.count > 0) {
+    SetStatistics(record, sums.minValue, sums.maxValue, sums.GetMean(), sums.GetStdDev(), sums.histogram.data());
+  }
+  band->CleanupMemory(1, 1);
+  return true;
+}
+
+/// Gives a band its store, behind those of the bands before.
+bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
+  const ZRMBand& first = *dataset_.GetBandAt(0);
+  ZRMBand* band = dataset_.GetBandAt(index);
+  if (!band || !CanBeHalvedLike(first, *band)) return false;
+  const int width = first.GetXSize() >> 1, height = first.GetYSize() >> 1;
+  const int xTile = first.GetXTileSize(), yTile = first.GetYTileSize();
+  const int levels = Xepot::CalcProperLevel(width, height, xTile, yTile);
+  ZRMBandEPOT& record = *records_[static_cast<std::size_t>(index)];
+  if (!record.SetImage(&output_.File(), end_, width, height, band->GetDataType(), xTile, yTile, levels,
+                       kCompressionPlain)) {
+    return false;
+  }
+  end_ += record.GetEPOT()->GetSize();
+  job.bands.push_back({band,
+                       std::dynamic_pointer_cast<PlainStore>(record.GetEPOT()->GetStore()),
+                       {band->GetBandType() == kBandTypeThematic, kNotSet},
+                       {},
+                       {}});
+  return true;
+}
+
+bool LevelBuild::BuildPyramids() {
+  const ZRMBand& first = *dataset_.GetBandAt(0);
+  PyramidJob job;
+  job.window = {0, first.GetXSize() - 1, 0, first.GetYSize() - 1};
+  job.top = PyramidTop::kHalfMean;
+  job.thread = thread_;
+  for (int i = 0; i < dataset_.GetNumOfBands(); ++i) {
+    if (!PlanPyramid(i, job)) return false;
+  }
+  if (!output_.File().Preallocate(end_)) return Fail("Fail to write Data");
+  if (!Check(zrk::BuildPyramids(job))) return false;
+  for (std::size_t i = 0; i < records_.size(); ++i) {
+    const PyramidBand& built = job.bands[i];
+    const Summary& known = built.summary;
+    CopyFields(*records_[i], *built.source);
+    if (known.count > 0) {
+      SetStatistics(*records_[i], known.minValue, known.maxValue, known.mean, known.stdDev, built.histogram.data());
+    }
+    built.source->CleanupMemory(1, 1);
+  }
+  return true;
+}
+
+/// Sizes and levels are those of the first band, and the data type that of the last one, for all bands.
+XString LevelBuild::MakeText(int compression) {
+  ZRMBand& first = *dataset_.GetBandAt(0);
+  const int dataType = dataset_.GetBandAt(dataset_.GetNumOfBands() - 1)->GetDataType();
+  XRSFileSaver saver;
+  saver.WriteInitTags();
+  for (const auto& record : records_) {
+    saver.WriteBandTag();
+    saver.CopyBandInfo(record.get(), first.GetLevel(), first.GetXTileSize(), first.GetYTileSize(), first.GetXSize(),
+                       first.GetYSize(), dataType, compression, record->GetBandMin(), record->GetBandMax(),
+                       record->GetBandMean(), record->GetBandStdDev(), record->GetHistogram());
+    saver.CopyBandBasicInfo(record.get());
+    saver.WriteBandCoordInfo(record->GetULX(), record->GetULY(), record->GetXPixelSize(), record->GetYPixelSize());
+    CopyDescription(saver, *record);
+  }
+  CopyDataset(saver, dataset_);
+  return saver.GetXML();
+}
+
+}  // namespace zrk

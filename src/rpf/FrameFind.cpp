@@ -1,0 +1,54 @@
+#include "rpf/FrameFind.h"
+
+#include <algorithm>
+
+namespace zrk {
+namespace {
+
+/// A frame whose subframes all follow one another is read at once. Behind the end of the file its codes are 0, but with
+/// not even one subframe in the head of a file that has no more it is none.
+bool FindWholeImage(const RpfBlocks& blocks, std::int64_t offset, FrameSubframes& subframes) {
+  constexpr std::size_t kBytes = kSubframes * kCompressedSubframe;
+  const unsigned char* whole = blocks.FindInHead(offset, kBytes).data();
+  if (!whole) {
+    unsigned char* const work = subframes.Slot(0);
+    if (blocks.HasFile()) {
+      blocks.ReadFromFile(offset, {work, kBytes});
+    } else {
+      const RpfBlocks::Bytes rest = blocks.HeadFrom(offset);
+      if (rest.size() < kCompressedSubframe) return false;
+      std::ranges::copy(rest, work);
+    }
+    whole = work;
+  }
+  for (std::size_t i = 0; i < kSubframes; ++i) subframes.at[i] = whole + i * kCompressedSubframe;
+  return true;
+}
+
+/// A compressed subframe that is cut short has codes of 0 behind its end; one of plain pixels is left out.
+bool FindEach(const RpfBlocks& blocks, std::int64_t offset, const FrameMasks& masks, FrameSubframes& subframes) {
+  const auto count = static_cast<std::int64_t>(subframes.bytes);
+  for (std::size_t i = 0; i < kSubframes; ++i) {
+    if (masks.hasSubframes && masks.subframes[i] == -1) continue;
+    const std::int64_t at = offset + (masks.hasSubframes ? masks.subframes[i] : static_cast<std::int64_t>(i) * count);
+    subframes.at[i] = blocks.FindInHead(at, count).data();
+    if (subframes.at[i]) continue;
+    if (!blocks.HasFile()) {
+      if (masks.hasSubframes) return false;
+      continue;
+    }
+    unsigned char* const slot = subframes.Slot(i);
+    const std::int64_t numRead = blocks.ReadFromFile(at, {slot, subframes.bytes});
+    if (subframes.isCompressed || numRead == count) subframes.at[i] = slot;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool FindSubframes(RpfBlocks& blocks, std::int64_t offset, const FrameMasks& masks, FrameSubframes& subframes) {
+  if (subframes.isCompressed && !masks.hasSubframes) return FindWholeImage(blocks, offset, subframes);
+  return FindEach(blocks, offset, masks, subframes);
+}
+
+}  // namespace zrk

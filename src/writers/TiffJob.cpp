@@ -1,0 +1,88 @@
+#include "writers/TiffJob.h"
+
+#include "base/Checked.h"
+#include "base/Failure.h"
+#include "writers/TiffSentences.h"
+#include "XRSFile.h"
+#include "XSystem.h"
+
+namespace zrk {
+namespace {
+
+/// What the band contradicts of the reference, or null.
+const char* FindContradiction(const ZRMBand& reference, const ZRMBand& band) {
+  const int kind = reference.GetCoordinateKind();
+  if (kind == kCoordinateWorld || kind == kReferenceKnown) {
+    if (!reference.GetSR()->IsSame(*band.GetSR())) return "Inconsistant Projection System Information";
+    if (reference.GetXPixelSize() != band.GetXPixelSize()) return "Inconsistant X Pixel Size Information";
+    if (reference.GetYPixelSize() != band.GetYPixelSize()) return "Inconsistant Y Pixel Size Information";
+    if (reference.GetULX() != band.GetULX()) return "Inconsistant Upper Left X Information";
+    if (reference.GetULY() != band.GetULY()) return "Inconsistant Upper Left Y Information";
+  }
+  if (reference.GetXSize() != band.GetXSize()) return "Inconsistant Image Width Information";
+  if (reference.GetYSize() != band.GetYSize()) return "Inconsistant Image Height Information";
+  if (reference.GetDataType() != band.GetDataType()) return "Inconsistant Datatype Information";
+  return nullptr;
+}
+
+}  // namespace
+
+void TiffJob::SetDataset(XRSFile& file) {
+  dataset = &file;
+  numBands = file.GetNumOfBands();
+  xPixelSize = file.GetXPixelSize();
+  yPixelSize = file.GetYPixelSize();
+  const ZRMBand* first = file.GetBandAt(0);
+  dataType = first ? first->GetDataType() : 0;
+}
+
+void TiffJob::SetWindow(const Window& asked, const ZRMBand& first) {
+  window = asked;
+  worldLeft = window.x0;
+  worldTop = window.y0;
+  first.ConvPixelToWorldCoord(worldLeft, worldTop);
+}
+
+ZRMBand* TiffJob::FirstBand() const {
+  return dataset ? dataset->GetBandAt(0) : nullptr;
+}
+
+bool TiffJob::IsPalette() const {
+  const ZRMBand* first = FirstBand();
+  return numBands == 1 && first && first->GetBandType() == kBandTypeThematic;
+}
+
+bool TiffJob::IsColour() const {
+  return numBands == 3 && dataType == kPint08;
+}
+
+int TiffJob::SampleBytes() const {
+  return XfnGetDataSize(dataType);
+}
+
+int TiffJob::BlockHeight() const {
+  constexpr int kWantedRows = 200;
+  return XfnCalcBlockHeight(window.Width(), window.Height(), SampleBytes(), kWantedRows);
+}
+
+bool HasRoom(const TiffJob& job, XString& err) {
+  const ZRMBand* first = job.FirstBand();
+  if (!first) return false;
+  const std::int64_t pixelBytes = std::int64_t{XfnGetDataSize(first->GetBandType())} * job.numBands;
+  const auto row = CheckedMultiply(pixelBytes, job.window.Width());
+  const auto bytes = row ? CheckedMultiply(*row, job.window.Height()) : std::nullopt;
+  return (bytes && XfnIsDiskSpaceEnough(job.path, *bytes)) || FailWith(err, kDiskFull);
+}
+
+bool AreBandsAlike(const TiffJob& job, XString& err) {
+  const ZRMBand* reference = nullptr;
+  for (int i = 0; i < job.numBands; ++i) {
+    const ZRMBand* band = job.dataset->GetBandAt(i);
+    const char* const contradiction = band && reference ? FindContradiction(*reference, *band) : nullptr;
+    if (contradiction) return FailWith(err, contradiction);
+    if (!reference) reference = band;
+  }
+  return reference != nullptr;
+}
+
+}  // namespace zrk
