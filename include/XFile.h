@@ -18,7 +18,9 @@ class DiskFile;
 class ZRKIO_API XFile {
  public:
   /// How to open: one of the first three, with at most one of the sharing flags, and `kCreate` for an empty
-  /// new file. The sharing flags hold between `XFile` objects of all processes, not against other programs.
+  /// new file. The sharing flags hold between `XFile` objects of all processes, not against other programs, and only
+  /// where the file system offers locks. A lock that another holds fails `kShareExclusive` and every opening that may
+  /// write; a file opened with `kRead | kShareDenyWrite` is then read without a lock.
   enum OpenFlags : unsigned {
     kRead = 0,
     kWrite = 1,

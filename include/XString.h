@@ -2,35 +2,49 @@
 
 #include "XExport.h"
 
+#include <concepts>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
+
+class XString;
+
+namespace zrk {
+/// What an `XString` can be joined with, beside another one.
+template <class Text>
+concept OtherText = std::convertible_to<Text, std::string_view> && !std::same_as<std::remove_cvref_t<Text>, XString>;
+}  // namespace zrk
 
 /// A text of single-byte characters, and the form in which paths and failure sentences travel through the
 /// library. Paths are bytes: nothing is recoded. An `XString` owns its characters and copies by value; it is
 /// as safe across threads as `std::string`.
-class ZRKIO_API XString {
+///
+/// It is a `std::string`, so that it goes wherever one is taken, and adds the operations that callers of this
+/// library know. It has no state of its own.
+class ZRKIO_API XString : public std::string {
  public:
   XString() = default;
   /// A null pointer gives the empty text.
-  XString(const char* text) : text_(text ? text : "") {}
-  XString(std::string text) : text_(std::move(text)) {}
-  XString(std::string_view text) : text_(text) {}
+  XString(const char* text) : std::string(text ? text : "") {}
+  XString(std::string text) : std::string(std::move(text)) {}
+  XString(std::string_view text) : std::string(text) {}
 
   /// The characters followed by a terminator; valid until the text changes.
-  operator const char*() const { return text_.c_str(); }
-  operator std::string_view() const { return text_; }
-  const char* GetText() const { return text_.c_str(); }
-  const std::string& AsStdString() const { return text_; }
+  operator const char*() const { return c_str(); }
+  /// A text has no truth value: `if (text)` would ask whether there are characters in memory, which is always so. Ask
+  /// `IsEmpty`.
+  template <std::same_as<bool> Truth>
+  operator Truth() const = delete;
+  const char* GetText() const { return c_str(); }
+  const std::string& AsStdString() const { return *this; }
 
-  int GetLength() const { return static_cast<int>(text_.size()); }
-  bool IsEmpty() const { return text_.empty(); }
-  void Empty() { text_.clear(); }
+  int GetLength() const { return static_cast<int>(size()); }
+  bool IsEmpty() const { return empty(); }
+  void Empty() { clear(); }
 
   /// The character at a place, or the terminator '\0' where the place lies outside the text.
-  char GetAt(int index) const {
-    return index >= 0 && index < GetLength() ? text_[static_cast<std::size_t>(index)] : '\0';
-  }
+  char GetAt(int index) const { return index >= 0 && index < GetLength() ? at(static_cast<std::size_t>(index)) : '\0'; }
 
   /// Replaces the text by the printf-formatted one.
   void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -57,23 +71,31 @@ class ZRKIO_API XString {
   int Replace(std::string_view what, std::string_view with);
 
   XString& operator+=(std::string_view tail) {
-    text_ += tail;
+    append(tail);
     return *this;
   }
   XString& operator+=(char tail) {
-    text_ += tail;
+    push_back(tail);
     return *this;
   }
 
-  friend XString operator+(const XString& a, const XString& b) { return XString(a.text_ + b.text_); }
-  friend XString operator+(const XString& a, const char* b) { return a + XString(b); }
-  friend XString operator+(const char* a, const XString& b) { return XString(a) + b; }
-  friend bool operator==(const XString& a, const XString& b) { return a.text_ == b.text_; }
-  friend bool operator==(const XString& a, const char* b) { return a.text_ == (b ? b : ""); }
-  friend bool operator!=(const XString& a, const XString& b) { return !(a == b); }
-  friend bool operator!=(const XString& a, const char* b) { return !(a == b); }
-  friend bool operator<(const XString& a, const XString& b) { return a.text_ < b.text_; }
+  friend XString operator+(const XString& a, const XString& b) { return XString(a) += std::string_view(b); }
+  template <zrk::OtherText Text>
+  friend XString operator+(const XString& a, Text&& b) {
+    return a + XString(b);
+  }
+  template <zrk::OtherText Text>
+  friend XString operator+(Text&& a, const XString& b) {
+    return XString(a) + b;
+  }
 
- private:
-  std::string text_;
+  friend bool operator==(const XString& a, std::string_view b) { return a.compare(b) == 0; }
+  friend bool operator==(const XString& a, const XString& b) { return a == std::string_view(b); }
+  friend bool operator==(const XString& a, const std::string& b) { return a == std::string_view(b); }
+  /// A null pointer equals the empty text.
+  friend bool operator==(const XString& a, const char* b) { return a == std::string_view(b ? b : ""); }
+  friend auto operator<=>(const XString& a, std::string_view b) { return std::string_view(a) <=> b; }
+  friend auto operator<=>(const XString& a, const XString& b) { return a <=> std::string_view(b); }
+  friend auto operator<=>(const XString& a, const std::string& b) { return a <=> std::string_view(b); }
+  friend auto operator<=>(const XString& a, const char* b) { return a <=> std::string_view(b ? b : ""); }
 };

@@ -28,6 +28,13 @@ ZRKIO_API int XfnGetMacAddress(XStringList& addresses);
 ZRKIO_API void XfnSetWorkerCount(int count);
 ZRKIO_API int XfnGetWorkerCount();
 
+/// Whether small windows of uncompressed files are copied out of mappings, as they are at first. A file that another
+/// process cuts short in the microseconds of such a copy ends this process with a bus error. Where that can happen,
+/// turn mappings off: the windows then take two to five times as long, and such a file fails the read. Counts for reads
+/// that begin afterwards, on all threads.
+ZRKIO_API void XfnSetMappedReads(bool areMapped);
+ZRKIO_API bool XfnAreReadsMapped();
+
 /// The rows of a processing block of an image `width` samples wide and `height` high: `wantedRows`, or fewer where
 /// that would pass the image or take more than 2 MB, which stay in the processor's cache. At least 1.
 ZRKIO_API int XfnCalcBlockHeight(long width, long height, long bytesPerSample, long wantedRows);

@@ -4,6 +4,8 @@
 #include "XExport.h"
 #include "XString.h"
 
+#include <vector>
+
 /// Reader and writer of a world file: six lines of text beside an image that place it in the world. Line 1 is the pixel
 /// size in x, line 4 that in y, lines 5 and 6 are the origin; lines 2 and 3 (rotation) are passed over.
 /// Each number is `kNotSet` until read; a line that is missing leaves its number unset.
@@ -15,9 +17,13 @@ class ZRKIO_API XWorldFile {
   bool Read(const XString& path);
 
   /// Writes the file of an image whose first pixel lies at (x, y), in place of one that is there; 1 or 0, and then
-  /// there is no file. Line 4 is the negative of the pixel size in y, as the rows of an image go down; there is no
+  /// what was there stays. Line 4 is the negative of the pixel size in y, as the rows of an image go down; there is no
   /// rotation.
   static int Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y);
+
+  /// The names by which a reader of a TIFF file looks for its world file, in that order; the first that is there
+  /// counts.
+  static std::vector<XString> ListNamesForTiff(const XString& path);
 
   double GetOriginX() const { return originX_; }
   double GetOriginY() const { return originY_; }

@@ -43,6 +43,8 @@ class DiskFile {
   virtual std::unique_ptr<DiskMap> Map() = 0;
 };
 
+/// How to open a file. Locks are asked for where the file system offers them. One that another holds fails the opening
+/// of a file to be written, or to be had alone; a file that is read is then opened without.
 struct DiskOpen {
   bool read = true;
   bool write = false;

@@ -129,6 +129,21 @@ int LockBits(const DiskOpen& how) {
   return 0;
 }
 
+/// Whether a lock that was not given must fail the opening. It need not where the file system knows no locks, as many
+/// on a network, and where a file is only read, which does no harm to who holds it.
+bool MustBeLocked(const DiskOpen& how, int error) {
+  const bool isUnknown = error == ENOSYS || error == ENOLCK || error == EOPNOTSUPP || error == ENOTSUP;
+  return (how.write || how.exclusive) && !isUnknown;
+}
+
+/// Takes the lock that is asked for, as far as it must be had; answers 0 or the errno.
+int Lock(const Descriptor& descriptor, const DiskOpen& how) {
+  const int lock = LockBits(how);
+  if (!lock || ::flock(descriptor.Number(), lock | LOCK_NB) == 0) return 0;
+  const int error = errno;
+  return MustBeLocked(how, error) ? error : 0;
+}
+
 /// Whether the file goes by the name.
 bool IsNamed(const std::string& path, const struct stat& file) {
   struct stat named;
@@ -144,8 +159,7 @@ class SystemDiskImpl : public Disk {
     if (::fstat(descriptor.Number(), &status) != 0) return errno;
     if (S_ISDIR(status.st_mode)) return EISDIR;
     if (!S_ISREG(status.st_mode)) return EINVAL;
-    const int lock = LockBits(how);
-    if (lock && ::flock(descriptor.Number(), lock | LOCK_NB) != 0) return errno;
+    if (const int error = Lock(descriptor, how)) return error;
     // Who held the lock before may have given the file another name since it was opened here.
     if (how.create && !IsNamed(path, status)) return EBUSY;
     if (how.create && ::ftruncate(descriptor.Number(), 0) != 0) return errno;

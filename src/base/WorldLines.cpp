@@ -1,6 +1,7 @@
 #include "base/WorldLines.h"
 
 #include "XFile.h"
+#include "XPath.h"
 
 #include <clocale>
 #include <cstdint>
@@ -11,7 +12,7 @@
 namespace zrk {
 namespace {
 
-constexpr std::int64_t kMostBytes = 4096;
+constexpr std::int64_t kMaxBytes = 4096;
 
 /// The line at the front of `text`, which is taken off; without its end.
 std::string_view TakeLine(std::string_view& text) {
@@ -39,11 +40,28 @@ class PlainLocale {
 
 }  // namespace
 
+XString GetWorldFileName(const XString& path, const char* extension) {
+  return path.Left(path.GetLength() - 4) + extension;
+}
+
+std::vector<XString> ListWorldFilesOfTiff(const XString& path) {
+  const XString folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
+  std::vector<XString> stems = {name.Left(name.GetLength() - 4)};
+  if (XfnGetFileExt(path).GetLength() != 3) {
+    stems.insert(stems.end(), {name.Left(name.GetLength() - 3), XfnGetFileTitle(path)});
+  }
+  std::vector<XString> paths;
+  for (const XString& stem : stems) {
+    for (const char* extension : {".tfw", ".TFW"}) paths.push_back(folder + stem + extension);
+  }
+  return paths;
+}
+
 std::optional<WorldLines> ReadWorldLines(const XString& path) {
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return {};
-  std::string bytes(static_cast<std::size_t>(kMostBytes), '\0');
-  bytes.resize(static_cast<std::size_t>(file.Read(bytes.data(), kMostBytes)));
+  std::string bytes(static_cast<std::size_t>(kMaxBytes), '\0');
+  bytes.resize(static_cast<std::size_t>(file.Read(bytes.data(), kMaxBytes)));
 
   const PlainLocale locale;
   std::string_view rest = bytes;

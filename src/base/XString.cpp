@@ -29,14 +29,14 @@ void XString::Format(const char* format, ...) {
   std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
   if (length > 0) std::vsnprintf(text.data(), text.size() + 1, format, again);
   va_end(again);
-  text_ = std::move(text);
+  assign(text);
 }
 
 void XString::MakeUpper() {
-  std::transform(text_.begin(), text_.end(), text_.begin(), UpperAscii);
+  std::transform(begin(), end(), begin(), UpperAscii);
 }
 void XString::MakeLower() {
-  std::transform(text_.begin(), text_.end(), text_.begin(), LowerAscii);
+  std::transform(begin(), end(), begin(), LowerAscii);
 }
 
 XString XString::Left(int count) const {
@@ -48,9 +48,9 @@ XString XString::Mid(int first) const {
 }
 
 XString XString::Mid(int first, int count) const {
-  const int begin = std::clamp(first, 0, GetLength());
-  const int length = std::clamp(count, 0, GetLength() - begin);
-  return XString(text_.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(length)));
+  const int from = std::clamp(first, 0, GetLength());
+  const int length = std::clamp(count, 0, GetLength() - from);
+  return XString(substr(static_cast<std::size_t>(from), static_cast<std::size_t>(length)));
 }
 
 XString XString::Right(int count) const {
@@ -59,7 +59,7 @@ XString XString::Right(int count) const {
 }
 
 int XString::Find(std::string_view what, int from) const {
-  return AsPlace(text_.find(what, static_cast<std::size_t>(std::max(from, 0))));
+  return AsPlace(find(what, static_cast<std::size_t>(std::max(from, 0))));
 }
 
 int XString::Find(char what, int from) const {
@@ -67,13 +67,13 @@ int XString::Find(char what, int from) const {
 }
 
 int XString::ReverseFind(char what) const {
-  return AsPlace(text_.rfind(what));
+  return AsPlace(rfind(what));
 }
 
 int XString::Delete(int first, int count) {
-  const int begin = std::clamp(first, 0, GetLength());
-  const int length = std::clamp(count, 0, GetLength() - begin);
-  text_.erase(static_cast<std::size_t>(begin), static_cast<std::size_t>(length));
+  const int from = std::clamp(first, 0, GetLength());
+  const int length = std::clamp(count, 0, GetLength() - from);
+  erase(static_cast<std::size_t>(from), static_cast<std::size_t>(length));
   return GetLength();
 }
 
@@ -82,9 +82,9 @@ int XString::Replace(std::string_view what, std::string_view with) {
   int numHits = 0;
   std::string replaced;
   std::size_t done = 0;
-  for (std::size_t hit; (hit = text_.find(what, done)) != std::string::npos; done = hit + what.size(), ++numHits) {
-    replaced.append(text_, done, hit - done).append(with);
+  for (std::size_t hit; (hit = find(what, done)) != std::string::npos; done = hit + what.size(), ++numHits) {
+    replaced.append(*this, done, hit - done).append(with);
   }
-  if (numHits > 0) text_ = replaced.append(text_, done);
+  if (numHits > 0) assign(replaced.append(*this, done));
   return numHits;
 }

@@ -1,6 +1,7 @@
 #include "XSystem.h"
 
 #include "base/Disk.h"
+#include "base/RowReader.h"
 #include "XFile.h"
 
 #include <fcntl.h>
@@ -88,6 +89,14 @@ int XfnGetMacAddress(XStringList& addresses) {
   }
   ::freeifaddrs(interfaces);
   return numFound;
+}
+
+void XfnSetMappedReads(bool areMapped) {
+  zrk::SetMappedReads(areMapped);
+}
+
+bool XfnAreReadsMapped() {
+  return zrk::AreReadsMapped();
 }
 
 void XfnSetWorkerCount(int count) {

@@ -1,7 +1,7 @@
 #include "XWorldFile.h"
 
+#include "base/NewFile.h"
 #include "base/WorldLines.h"
-#include "XFile.h"
 
 #include <charconv>
 #include <cmath>
@@ -40,11 +40,12 @@ bool XWorldFile::Read(const XString& path) {
 int XWorldFile::Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y) {
   std::string text;
   for (const double number : {xPixelSize, 0.0, 0.0, -yPixelSize, x, y}) text += MakeLine(number);
-  XFile file;
-  if (!file.Open(path, XFile::kWrite | XFile::kCreate)) return 0;
-  if (file.Write(text.data(), static_cast<std::int64_t>(text.size()))) return 1;
-  XFile::Remove(path);
-  return 0;
+  zrk::NewFile file;
+  return file.Begin(path) && file.File().Write(text.data(), static_cast<std::int64_t>(text.size())) && file.Publish();
+}
+
+std::vector<XString> XWorldFile::ListNamesForTiff(const XString& path) {
+  return zrk::ListWorldFilesOfTiff(path);
 }
 
 double XWorldFile::Left(int width) const {

@@ -5,11 +5,11 @@
 #include "rpf/NitfWalk.h"
 
 #include "base/Checked.h"
+#include "base/Cursor.h"
 #include "XFile.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -66,7 +66,7 @@ class NitfWalk {
       file_->Read(text.data(), static_cast<std::int64_t>(digits));
     }
     position_ += static_cast<std::int64_t>(digits);
-    return std::atoi(text.c_str());
+    return Cursor({reinterpret_cast<const unsigned char*>(text.data()), digits}).Number(digits);
   }
 
   XFile* file_;

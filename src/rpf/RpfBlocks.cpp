@@ -1,7 +1,6 @@
 #include "rpf/RpfBlocks.h"
 
 #include "base/Checked.h"
-#include "XCIBbase.h"
 #include "XFile.h"
 #include "XLimits.h"
 
@@ -37,23 +36,6 @@ RpfBlocks::Bytes RpfBlocks::ReadPart(std::int64_t offset, std::int64_t count, st
 std::int64_t RpfBlocks::ReadFromFile(std::int64_t offset, std::span<unsigned char> target) const {
   if (!file_ || offset < 0) return 0;
   return std::max<std::int64_t>(file_->ReadAt(offset, target.data(), static_cast<std::int64_t>(target.size())), 0);
-}
-
-double RpfFields::F64() {
-  const double value = XCIBbase::ReadDouble(bytes_.data(), littleEndian_);
-  bytes_ = bytes_.subspan(8);
-  return value;
-}
-
-std::int32_t RpfFields::Next(int width) {
-  const std::int32_t value = XCIBbase::ReadUnsigned(bytes_.data(), width, littleEndian_);
-  bytes_ = bytes_.subspan(static_cast<std::size_t>(width));
-  return value;
-}
-
-void RpfFields::TakeText(char* target, std::size_t length) {
-  std::copy_n(bytes_.begin(), length, target);
-  bytes_ = bytes_.subspan(length);
 }
 
 }  // namespace zrk

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "base/Cursor.h"
+
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -36,28 +40,25 @@ class RpfBlocks {
   std::vector<unsigned char> block_;
 };
 
-/// The numbers of a record one after the other, in the byte order of the file. The record must be long enough.
+/// The fields of a record one after the other, in the byte order of the file. What is not there is 0.
 class RpfFields {
  public:
-  RpfFields(RpfBlocks::Bytes bytes, bool littleEndian) : bytes_(bytes), littleEndian_(littleEndian) {}
+  RpfFields(RpfBlocks::Bytes bytes, bool littleEndian)
+      : cursor_(bytes, littleEndian ? ByteOrder::kLittle : ByteOrder::kBig) {}
 
-  std::int32_t U8() { return Next(1); }
-  std::int32_t U16() { return Next(2); }
-  std::int32_t U32() { return Next(4); }
-  double F64();
+  std::int32_t U8() { return cursor_.U8(); }
+  std::int32_t U16() { return cursor_.U16(); }
+  std::int32_t U32() { return cursor_.I32(); }
+  double F64() { return cursor_.F64(); }
   /// Copies a text of `Size` - 1 characters and ends it with a zero.
   template <std::size_t Size>
   void Text(char (&target)[Size]) {
-    TakeText(target, Size - 1);
-    target[Size - 1] = '\0';
+    std::ranges::fill(target, '\0');
+    std::ranges::copy(cursor_.Text(Size - 1), target);
   }
 
  private:
-  std::int32_t Next(int width);
-  void TakeText(char* target, std::size_t length);
-
-  RpfBlocks::Bytes bytes_;
-  bool littleEndian_;
+  Cursor cursor_;
 };
 
 }  // namespace zrk

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 using testing::ElementsAre;
@@ -127,5 +128,64 @@ TEST(Cursor, NoBytesAtAllFailAtTheFirstRequest) {
   zrk::Cursor cursor({});
   EXPECT_FALSE(cursor.HasFailed());
   EXPECT_EQ(cursor.U8(), 0);
+  EXPECT_TRUE(cursor.HasFailed());
+}
+
+TEST(Cursor, GoesByTheOrderThatTheFileTells) {
+  const unsigned char bytes[] = {1, 2, 3, 4, 5, 6};
+  zrk::Cursor little(bytes, zrk::ByteOrder::kLittle), big(bytes, zrk::ByteOrder::kBig);
+  EXPECT_EQ(0x0201, little.U16());
+  EXPECT_EQ(0x06050403u, little.U32());
+  EXPECT_EQ(0x0102, big.U16());
+  EXPECT_EQ(0x03040506, big.I32());
+  EXPECT_FALSE(big.HasFailed());
+  EXPECT_EQ(0u, big.U64());
+  EXPECT_TRUE(big.HasFailed());
+}
+
+TEST(Cursor, TakesRealsInTheOrderOfTheFile) {
+  const unsigned char bytes[] = {0x3F, 0xC0, 0, 0, 0xC0, 0x04, 0, 0, 0, 0, 0, 0};
+  zrk::Cursor cursor(bytes, zrk::ByteOrder::kBig);
+  EXPECT_EQ(1.5f, cursor.F32());
+  EXPECT_EQ(-2.5, cursor.F64());
+}
+
+/// The number that a field of all these characters holds.
+std::int64_t NumberIn(std::string_view text) {
+  zrk::Cursor cursor({reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+  return cursor.Number(text.size());
+}
+
+TEST(Cursor, TakesNumbersInDigits) {
+  EXPECT_EQ(354, NumberIn("000354"));
+  EXPECT_EQ(12, NumberIn("  12 "));
+  EXPECT_EQ(-7, NumberIn("-007"));
+  EXPECT_EQ(7, NumberIn("+7"));
+  EXPECT_EQ(0, NumberIn("+-7"));
+  EXPECT_EQ(12, NumberIn("12x4"));
+  EXPECT_EQ(12, NumberIn(std::string_view("12\0"
+                                          "4",
+                                          4)));
+  EXPECT_EQ(0, NumberIn("x12"));
+  EXPECT_EQ(0, NumberIn("   "));
+  EXPECT_EQ(0, NumberIn(""));
+  EXPECT_EQ(INT64_MAX, NumberIn("9223372036854775807"));
+}
+
+TEST(Cursor, TakesFieldsOneAfterTheOther) {
+  constexpr std::string_view text = "NITF0210025abc";
+  zrk::Cursor cursor({reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+  EXPECT_EQ("NITF", cursor.Text(4));
+  EXPECT_EQ(2, cursor.Number(2));
+  EXPECT_EQ(10025, cursor.Number(5));
+  EXPECT_FALSE(cursor.HasFailed());
+  EXPECT_EQ(0, cursor.Number(4)) << "does not fit";
+  EXPECT_TRUE(cursor.HasFailed());
+}
+
+TEST(Cursor, NumbersThatNoIntegerHoldsFail) {
+  constexpr std::string_view text = "9223372036854775808";
+  zrk::Cursor cursor({reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+  EXPECT_EQ(0, cursor.Number(text.size()));
   EXPECT_TRUE(cursor.HasFailed());
 }

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <climits>
+#include <concepts>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 TEST(XString, IsMadeOfAnyKindOfText) {
   EXPECT_EQ(XString("abc"), "abc");
@@ -27,6 +29,44 @@ TEST(XString, GoesWhereCharactersAreTaken) {
   EXPECT_EQ(view, "abc");
   EXPECT_STREQ(text.GetText(), "abc");
   EXPECT_EQ(text.AsStdString(), "abc");
+}
+
+TEST(XString, IsCopiedIntoAStandardText) {
+  const XString text(std::string("a\0b", 3));
+  const std::string copy = text;
+  std::string assigned;
+  assigned = text;
+  EXPECT_EQ(3u, copy.size());
+  EXPECT_EQ(copy, assigned);
+  EXPECT_EQ(copy, std::string(text));
+}
+
+TEST(XString, ComparesWithEveryKindOfText) {
+  const XString text("abc");
+  EXPECT_TRUE(text == std::string_view("abc") && std::string_view("abc") == text);
+  EXPECT_TRUE(text == std::string("abc") && std::string("abc") == text);
+  EXPECT_TRUE(text != std::string_view("ab") && std::string_view("abcd") != text);
+  EXPECT_TRUE(text < std::string_view("abd") && "abb" < text);
+}
+
+TEST(XString, JoinsEveryKindOfText) {
+  const XString text("b");
+  EXPECT_EQ("abc", std::string("a") + text + std::string_view("c"));
+  EXPECT_EQ("abc", std::string_view("a") + text + std::string("c"));
+  EXPECT_EQ("bc", text + 'c');
+}
+
+// What `if (text)` would ask is always so.
+template <class Text>
+concept HasTruth = requires(const Text& text) {
+  text ? 1 : 0;
+};
+
+TEST(XString, HasNoTruthValue) {
+  static_assert(HasTruth<const char*>);
+  EXPECT_FALSE(HasTruth<XString>);
+  EXPECT_FALSE((std::is_constructible_v<bool, XString>));
+  EXPECT_FALSE((std::is_convertible_v<XString, bool>));
 }
 
 TEST(XString, KnowsItsLength) {

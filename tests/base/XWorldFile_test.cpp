@@ -346,3 +346,9 @@ TEST(XWorldFile, IsRemovedWhereItIsNotWrittenToTheEnd) {
   EXPECT_EQ(0, XWorldFile::Write(folder.Path("a.tfw"), 1.0, 1.0, 0.0, 0.0));
   EXPECT_FALSE(disk.Exists(folder.Path("a.tfw")));
 }
+
+TEST(XWorldFile, HasNamesByWhichReadersOfTiffFilesFindIt) {
+  EXPECT_EQ((std::vector<XString>{"a/b.tfw", "a/b.TFW"}), XWorldFile::ListNamesForTiff("a/b.tif"));
+  EXPECT_EQ((std::vector<XString>{"b..tfw", "b..TFW", "b.t.tfw", "b.t.TFW", "b.tfw", "b.TFW"}),
+            XWorldFile::ListNamesForTiff("b.tiff"));
+}

@@ -6,6 +6,10 @@
 #include <cerrno>
 #include <cstdint>
 
+/// What becomes of a call that fails: an error of the medium, a full disk, or less read or written than was asked for.
+/// Calls that move no bytes can't fall short, and then do what they should.
+enum class DiskFault { kError, kFull, kShort };
+
 /// The system's disk with calls counted, and made to fail on request. Calls are counted from 1 over all files.
 class FaultyDisk : public zrk::Disk {
  public:
@@ -19,6 +23,10 @@ class FaultyDisk : public zrk::Disk {
   void FailSetSize(int nth) { setSizes_.Set(nth, ENOSPC); }
   void FailClose(int nth) { closes_.Set(nth, EDQUOT); }
   void FailRename(int nth) { renames_.Set(nth, EIO); }
+  /// The N-th call from now on fails, whatever its kind.
+  void FailCall(int nth, DiskFault fault);
+  /// Calls of all kinds since the last `FailCall`.
+  int GetCallCount() const { return numCalls_; }
   /// Every folder has room for so many bytes from now on; -1 for what can't be told.
   void SetFreeBytes(std::int64_t bytes) { freeBytes_ = bytes; }
 
@@ -27,16 +35,12 @@ class FaultyDisk : public zrk::Disk {
 
   int Open(const std::string& path, const zrk::DiskOpen& how, std::shared_ptr<zrk::DiskFile>& file) override;
   int Rename(const std::string& from, const std::string& to) override;
-  int Remove(const std::string& path) override { return zrk::SystemDisk().Remove(path); }
-  int SyncFolder(const std::string& folder) override { return zrk::SystemDisk().SyncFolder(folder); }
+  int Remove(const std::string& path) override;
+  int SyncFolder(const std::string& folder) override;
   int CountFreeBytes(const std::string& path, std::int64_t& bytes) override;
   bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
-  int ListFolder(const std::string& folder, std::vector<std::string>& names) override {
-    return zrk::SystemDisk().ListFolder(folder, names);
-  }
-  int ResolveLinks(const std::string& path, std::string& resolved) override {
-    return zrk::SystemDisk().ResolveLinks(path, resolved);
-  }
+  int ListFolder(const std::string& folder, std::vector<std::string>& names) override;
+  int ResolveLinks(const std::string& path, std::string& resolved) override;
   int FollowLink(const std::string& path, std::string& target) override {
     return zrk::SystemDisk().FollowLink(path, target);
   }
@@ -62,6 +66,14 @@ class FaultyDisk : public zrk::Disk {
     std::atomic<int> error = 0;
   };
 
+  /// The error of this call, or 0. Every call asks once, with the calls of its kind where they are counted apart.
+  int NextError(Calls* kind = nullptr);
+  /// Whether this call, which moves bytes, falls short.
+  bool FallsShort() { return fault_ == DiskFault::kShort && numCalls_ == failingCall_; }
+
+  std::atomic<int> numCalls_ = 0;
+  std::atomic<int> failingCall_ = 0;
+  std::atomic<DiskFault> fault_ = DiskFault::kError;
   Calls reads_, writes_, maps_, opens_, syncs_, closes_, setSizes_, renames_;
   std::atomic<std::int64_t> shortBy_ = 0;
   std::atomic<std::int64_t> freeBytes_ = kAsItIs;

@@ -1,6 +1,5 @@
-// An image and its world file have to appear together, and no other world file may place the new image. So the names by
-// which readers look for world files are known here: those that are left over from an older image are removed, and one
-// that belongs to the input stays.
+// An image and its world file have to appear together, and no other world file may place the new image. World files that
+// an older image left behind are removed, and one that belongs to the input stays.
 
 #include "output/TiffTarget.h"
 
@@ -24,14 +23,8 @@ bool HasWorldFile(const tagXFormat* format) {
 
 /// The names by which a reader looks for the world file of an image.
 std::vector<std::string> WorldFilesOf(const std::string& path) {
-  const XString ext = XfnGetFileExt(path), folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
-  std::vector<XString> stems = {name.Left(name.GetLength() - 4)};
-  if (ext.GetLength() != 3) stems.insert(stems.end(), {name.Left(name.GetLength() - 3), XfnGetFileTitle(path)});
-  std::vector<std::string> paths;
-  for (const XString& stem : stems) {
-    for (const char* extension : {".tfw", ".TFW"}) paths.push_back((folder + stem + extension).AsStdString());
-  }
-  return paths;
+  const std::vector<XString> names = XWorldFile::ListNamesForTiff(path);
+  return {names.begin(), names.end()};
 }
 
 /// Whether both are the same file, or would be.

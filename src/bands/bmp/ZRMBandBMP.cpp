@@ -10,6 +10,7 @@
 
 #include "bands/bmp/BmpHeader.h"
 #include "base/Disk.h"
+#include "base/RowReader.h"
 #include "core/model/BandFrame.h"
 #include "math/Interleave.h"
 #include "XFile.h"
@@ -120,14 +121,15 @@ struct ZRMBandBMP::Impl final : Frame {
   zrk::ChannelReads::Record* Fail(const zrk::ReadRequest& request);
   zrk::ChannelReads::Record* DecodeFromMemory(const zrk::ReadRequest& request);
   zrk::ChannelReads::Record* DecodeFromFile(const zrk::ReadRequest& request, int level);
+  zrk::ChannelReads::Record* DecodeFromMapped(const zrk::ReadRequest& request);
   void FreeBuffers() override;
 
   std::unique_ptr<BITMAPINFO> info;
   int sourceType = kSourceNone;
   std::unique_ptr<XFile> file;            // behind kSourceFile, and beside a mapping of it
-  std::unique_ptr<zrk::DiskMap> map;      // behind kSourceView of a file
+  std::unique_ptr<zrk::RowFile> rowFile;  // behind kSourceView of a file
   std::unique_ptr<unsigned char[]> copy;  // behind kSourceMemory
-  const unsigned char* data = nullptr;    // rows of kSourceMemory and kSourceView
+  const unsigned char* data = nullptr;    // rows of kSourceMemory, and of kSourceView of memory
   std::int64_t offset = 0;
   XThreadSafeArr1 rowBuffers;
 };
@@ -162,10 +164,9 @@ int ZRMBandBMP::Impl::ReadFile(const XString& path, XString& err) {
   if (!zrk::ParseBmpHeader({bytes.data(), static_cast<std::size_t>(numBytes)}, header, err)) return 0;
   if (header.imageBytes < kMapFrom) return ReadIntoMemory(*opened, header, err);
 
-  std::unique_ptr<zrk::DiskMap> wholeFile = opened->GetDiskFile()->Map();
-  AdoptHeader(header.info, wholeFile ? kSourceView : kSourceFile, header.pixelOffset);
-  data = wholeFile ? wholeFile->Data() : nullptr;
-  map = std::move(wholeFile);
+  auto rows = std::make_unique<zrk::RowFile>(opened->GetDiskFile());
+  AdoptHeader(header.info, rows->Map() ? kSourceView : kSourceFile, header.pixelOffset);
+  if (rows->Map()) rowFile = std::move(rows);
   file = std::move(opened);
   return 1;
 }
@@ -192,7 +193,7 @@ int ZRMBandBMP::Impl::ReadIntoMemory(const XFile& from, const zrk::BmpHeader& he
 void ZRMBandBMP::Impl::Close() {
   sourceType = kSourceNone;
   data = nullptr;
-  map.reset();
+  rowFile.reset();
   file.reset();
   copy.reset();
   info.reset();
@@ -278,15 +279,11 @@ std::int64_t ZRMBandBMP::GetOffset() const {
 /// Buffers stay, whatever is asked.
 void ZRMBandBMP::Impl::FreeBuffers() {}
 
-/// Small windows of a view are copied out of it. Large ones are read row by row, at full resolution as well: that costs
-/// little beside their bytes, which then don't stay in the process, and is no signal where the file is cut meanwhile.
 zrk::ChannelReads::Record* ZRMBandBMP::Impl::Decode(const zrk::ReadRequest& request, const int*) {
-  constexpr std::int64_t kLargeWindow = 1 << 20;
   // The band's size can be set to another than the image's, which is the one that bounds the pixels.
   if (!info || request.x1 >= info->bmiHeader.biWidth || request.y1 >= info->bmiHeader.biHeight) return nullptr;
   if (sourceType == kSourceFile) return DecodeFromFile(request, request.level);
-  const std::int64_t numBytes = std::int64_t{request.Width()} * request.Height() * PixelBytes();
-  return map && numBytes >= kLargeWindow ? DecodeFromFile(request, 0) : DecodeFromMemory(request);
+  return rowFile ? DecodeFromMapped(request) : DecodeFromMemory(request);
 }
 
 std::int64_t ZRMBandBMP::Impl::CalcRowOffset(int y) const {
@@ -298,8 +295,7 @@ std::int64_t ZRMBandBMP::Impl::CalcRowOffset(int y) const {
 bool ZRMBandBMP::Impl::HoldsRows(const zrk::ReadRequest& request) const {
   if (!file) return true;
   const std::int64_t end = CalcRowOffset(request.y0) + (request.x1 + std::int64_t{1}) * PixelBytes();
-  const std::int64_t length = file->GetLength();
-  return end <= (map ? std::min(length, map->Size()) : length);
+  return end <= file->GetLength();
 }
 
 /// A request that is asked and can't be answered; it takes no memory.
@@ -318,6 +314,33 @@ zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromMemory(const zrk::ReadReq
   for (int y = request.y0; y <= request.y1; ++y) {
     unpacker.Unpack(data + CalcRowOffset(y) + firstByte, static_cast<std::size_t>(request.Width()),
                     RowsOf(*record, y - request.y0).data());
+  }
+  return record;
+}
+
+/// Some rows at a time, from the top of the window, which are the last ones of the file.
+zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromMapped(const zrk::ReadRequest& request) {
+  constexpr std::int64_t kReadBytes = 256 << 10;
+  const int numChannels = GetNumChannels();
+  if (!HoldsRows(request)) return Fail(request);
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {numChannels, request.Width(), request.Height()});
+  if (!record) return nullptr;
+  const RowUnpacker unpacker(*info, numChannels, 1);
+  const std::int64_t numBytes = std::int64_t{request.Width()} * PixelBytes();
+  const auto atOnce = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / numBytes, 1, request.Height()));
+  const zrk::RowReader reader(*rowFile, numBytes * request.Height());
+  for (int y = request.y0; y <= request.y1; y += atOnce) {
+    const int numRows = std::min(atOnce, request.y1 - y + 1);
+    const zrk::FileRows rows{CalcRowOffset(y + numRows - 1) + std::int64_t{request.x0} * PixelBytes(),
+                             XfnCalcDIBWidthBytes(info.get()), numBytes, numRows};
+    const std::int64_t roomBytes = zrk::RowReader::CountRoomBytes(rows, numBytes);
+    tagXArr1* room = roomBytes <= INT32_MAX ? rowBuffers.GetBuffer(static_cast<int>(roomBytes), 1) : nullptr;
+    const zrk::RowReader::Fetched fetched = room ? reader.Fetch(rows, numBytes, room->data) : zrk::RowReader::Fetched{};
+    if (!fetched.first) return nullptr;
+    for (int i = 0; i < numRows; ++i) {
+      unpacker.Unpack(fetched.first + (numRows - 1 - i) * fetched.stride, static_cast<std::size_t>(request.Width()),
+                      RowsOf(*record, y - request.y0 + i).data());
+    }
   }
   return record;
 }

@@ -4,9 +4,10 @@
 
 #include "bands/dted/DtedHeader.h"
 
+#include "base/Cursor.h"
+
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string>
 
 namespace zrk {
@@ -17,10 +18,15 @@ using Leader = std::span<const unsigned char>;
 
 constexpr std::int64_t kDataStart = 80 + 648 + 2700;
 
+/// A field as far as the leader has it.
+Cursor FieldAt(Leader leader, std::size_t offset, std::size_t length) {
+  const Leader rest = leader.subspan(std::min(offset, leader.size()));
+  return Cursor(rest.first(std::min(length, rest.size())));
+}
+
 std::string TextAt(Leader leader, std::size_t offset, std::size_t length) {
-  const std::size_t begin = std::min(offset, leader.size());
-  const std::size_t count = std::min(length, leader.size() - begin);
-  return {reinterpret_cast<const char*>(leader.data()) + begin, count};
+  Cursor field = FieldAt(leader, offset, length);
+  return std::string(field.Text(field.Remaining()));
 }
 
 std::string CapitalsAt(Leader leader, std::size_t offset, std::size_t length) {
@@ -31,9 +37,9 @@ std::string CapitalsAt(Leader leader, std::size_t offset, std::size_t length) {
   return text;
 }
 
-/// What is no number is 0, and a number ends before what is none.
 int NumberAt(Leader leader, std::size_t offset, std::size_t length) {
-  return std::atoi(TextAt(leader, offset, length).c_str());
+  Cursor field = FieldAt(leader, offset, length);
+  return static_cast<int>(field.Number(field.Remaining()));
 }
 
 /// Degrees, of so many digits, minutes, seconds and a hemisphere. Only the letter of the positive one counts: a corner

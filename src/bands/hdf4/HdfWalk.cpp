@@ -50,6 +50,7 @@ class HdfWalk {
   explicit HdfWalk(const XFile& file) : file_(file), fileBytes_(file.GetLength()) {}
 
   bool ToTheEnd() {
+    if (fileBytes_ < 0) return false;  // the disk does not tell
     std::int64_t block = kFirstBlock;
     do {
       if (blocks_.size() == kMaxBlocks || !blocks_.insert(block).second || !TakeBlock(block)) return false;

@@ -86,14 +86,15 @@ int ZRMBandHDF4::ReadFile(XString path, XString& err, XThread*) {
 
 int ZRMBandHDF4::Impl::ReadPixels(XString& err, const XString& path) {
   const std::int64_t numWanted = CalcPosition(0, image.height);
-  const std::int64_t numBytes = std::clamp<std::int64_t>(file.GetLength() - image.rasterOffset, 0, numWanted);
+  const std::int64_t length = file.GetLength();
+  const std::int64_t numBytes = std::clamp<std::int64_t>(length - image.rasterOffset, 0, numWanted);
   std::unique_ptr<unsigned char[]> fresh(new (std::nothrow) unsigned char[static_cast<std::size_t>(numBytes)]);
   if (!fresh) {
     err = "Fail to allocate memory";
     return 0;
   }
   // A disk that fails is told now, and not by reads that fail later.
-  const bool isRead = file.ReadAt(image.rasterOffset, fresh.get(), numBytes) == numBytes;
+  const bool isRead = length >= 0 && file.ReadAt(image.rasterOffset, fresh.get(), numBytes) == numBytes;
   file.Close();
   if (!isRead) {
     err = "Can't open file : " + path;

@@ -1,7 +1,6 @@
 #include "bands/tiff/TiffDecoder.h"
 
 #include "bands/tiff/TiffColours.h"
-#include "base/AlignLike.h"
 #include "base/Checked.h"
 #include "XLimits.h"
 
@@ -182,9 +181,8 @@ std::optional<TiffRows> TiffDecoder::DecodeFirstRow() {
   return TiffRows{room, source_->rowBytes, 1};
 }
 
-const unsigned char* TiffDecoder::ReadBytes(std::int64_t offset, std::int64_t count) {
-  unsigned char* const bytes = AlignLike(MakeRoom(room_, count + kAlignRoom), offset);
-  return source_->file->File().ReadAt(offset, bytes, count) == count ? bytes : nullptr;
+RowReader::Fetched TiffDecoder::FetchRows(const RowReader& reader, const FileRows& rows, std::int64_t pitch) {
+  return reader.Fetch(rows, pitch, MakeRoom(room_, RowReader::CountRoomBytes(rows, pitch)));
 }
 
 }  // namespace zrk

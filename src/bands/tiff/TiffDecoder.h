@@ -36,8 +36,8 @@ class TiffDecoder {
   std::optional<TiffRows> DecodeColours(int blockX, int blockY);
   /// The first row of a bilevel image.
   std::optional<TiffRows> DecodeFirstRow();
-  /// `count` bytes of the file.
-  const unsigned char* ReadBytes(std::int64_t offset, std::int64_t count);
+  /// Rows of the file; as `RowReader::Fetch`.
+  RowReader::Fetched FetchRows(const RowReader& reader, const FileRows& rows, std::int64_t pitch);
 
  private:
   TiffDecoder(std::shared_ptr<const TiffSource> source, std::unique_ptr<TiffHandle> handle);

@@ -50,7 +50,7 @@ std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XString& err) {
   if (file.Open(path, XFile::kRead | XFile::kShareDenyWrite)) {
     source.name = path;
     source.messages = std::make_shared<TiffMessages>();
-    source.file = std::make_shared<ViewedFile>(file.GetDiskFile());
+    source.file = std::make_shared<RowFile>(file.GetDiskFile());
     image->handle_ = TiffHandle::Open(file.GetDiskFile(), path, source.messages, TiffHandle::kTableBytes);
   }
   if (!image->handle_) {

@@ -5,7 +5,6 @@
 
 #include "base/WorldLines.h"
 #include "XGeoKeys.h"
-#include "XPath.h"
 #include "XSpatialReference.h"
 #include "ZRMBand.h"
 
@@ -24,22 +23,11 @@ void PlaceAsPixels(ZRMBand& band) {
   band.GetSR()->Clear();
 }
 
-/// The numbers of the world file of an image. Its name is the image's with the last four characters replaced, so that
-/// an extension of another length leaves a stump: "a..tfw" for "a.tiff". For those the names "a.t.tfw" and "a.tfw" are
-/// tried as well, and for each also capitals. All lie beside the image.
 std::optional<WorldLines> FindWorldLines(const XString& path) {
-  const XString folder = XfnGetFileFolder(path), name = XfnGetFileName(path);
-  std::optional<WorldLines> lines;
-  const auto read = [&](const XString& stem) {
-    for (const char* extension : {".tfw", ".TFW"}) {
-      lines = ReadWorldLines(folder + stem + extension);
-      if (lines) return true;
-    }
-    return false;
-  };
-  if (read(name.Left(name.GetLength() - 4)) || XfnGetFileExt(path).GetLength() == 3) return lines;
-  if (!read(name.Left(name.GetLength() - 3))) read(XfnGetFileTitle(path));
-  return lines;
+  for (const XString& name : ListWorldFilesOfTiff(path)) {
+    if (const std::optional<WorldLines> lines = ReadWorldLines(name)) return lines;
+  }
+  return std::nullopt;
 }
 
 /// The system is taken only along with a place.

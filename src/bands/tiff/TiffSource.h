@@ -1,7 +1,7 @@
 #pragma once
 
 #include "bands/tiff/TiffLayout.h"
-#include "base/ViewedFile.h"
+#include "base/RowReader.h"
 #include "codec/TiffHandle.h"
 #include "XString.h"
 
@@ -13,7 +13,7 @@ namespace zrk {
 /// An open file as all decoders of it see it. It never changes.
 struct TiffSource {
   XString name;
-  std::shared_ptr<ViewedFile> file;
+  std::shared_ptr<RowFile> file;
   std::shared_ptr<TiffMessages> messages;
   TiffLayout layout;
   TiffGrid grid;

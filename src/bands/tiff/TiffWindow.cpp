@@ -9,6 +9,7 @@
 #include "bands/tiff/TiffWindow.h"
 
 #include "bands/tiff/TiffSampler.h"
+#include "math/CopyFileRows.h"
 #include "math/Interleave.h"
 #include "XThread.h"
 
@@ -47,15 +48,14 @@ class WindowReader {
         request_(request),
         targets_(targets),
         width_(targets.front().out->xSize),
-        height_(targets.front().out->ySize) {
+        height_(targets.front().out->ySize),
+        reader_(*source_.file, CountWindowBytes()) {
     samplers_.reserve(targets.size());
     const bool isSwapped = source_.isPlain && source_.layout.tags.isSwapped;
     for (const TiffTarget& target : targets) samplers_.emplace_back(source_.layout, target.channel, isSwapped);
     outStride_ = std::int64_t{width_} * SampleBytes();
     if (CanSplit()) planes_.resize(targets.size());
-    if (!source_.isPlain) return;
-    view_ = source_.file->View(outStride_ * height_ * source_.SamplesTogether());
-    fileBytes_ = view_.empty() ? source_.file->File().Size() : std::ssize(view_);
+    if (source_.isPlain) fileBytes_ = source_.file->File().Size();
   }
 
   bool Read(const int* cancel) {
@@ -101,11 +101,7 @@ class WindowReader {
   bool ReadPiece(int bx, int by, const TiffPiece& piece, int firstRow, const Place& place) {
     if (source_.isPlain) {
       const auto offset = decoder_.FindPlainBlock(BlockAt(bx, by), fileBytes_);
-      if (!offset) return false;
-      if (view_.empty()) return ReadPlain(*offset, piece, firstRow, place);
-      const TiffRows rows{view_.data() + *offset + firstRow * source_.rowBytes, source_.rowBytes, RowsBelow(firstRow)};
-      Take(rows, 0, source_.rowBytes, piece, place);
-      return true;
+      return offset && ReadPlain(*offset + firstRow * source_.rowBytes, piece, place);
     }
     auto rows = DecodeBlock(bx, by);
     if (!rows) return false;
@@ -150,6 +146,12 @@ class WindowReader {
   }
 
   int SampleBytes() const { return samplers_.front().SampleBytes(); }
+  /// Blocks that are decoded don't come through the reader.
+  std::int64_t CountWindowBytes() const {
+    if (!source_.isPlain) return INT64_MAX;
+    const std::int64_t pixelBytes = std::int64_t{targets_.front().out->elementSize} * source_.SamplesTogether();
+    return pixelBytes * width_ * height_;
+  }
   int BlockAt(int bx, int by) const {
     return source_.BlockAt(bx, by, source_.layout.SampleOf(targets_.front().channel));
   }
@@ -165,15 +167,13 @@ class WindowReader {
     }
   }
 
-  int RowsBelow(int row) const { return static_cast<int>(source_.layout.tags.blockHeight) - row; }
-
-  /// Rows come some at a time, with what lies between them where that is little, and long ones in parts.
-  bool ReadPlain(std::int64_t offset, const TiffPiece& piece, int firstRow, const Place& place) {
-    const std::int64_t numCopied = std::int64_t{piece.numRows} * source_.rowBytes;
-    const bool isAll = targets_.size() == 1 && outStride_ == source_.rowBytes && piece.numColumns == width_;
-    if (isAll && samplers_.front().CopiesRows(piece)) {
-      const std::int64_t begin = offset + firstRow * source_.rowBytes;
-      return source_.file->File().ReadAt(begin, At(targets_.front(), place), numCopied) == numCopied;
+  /// The rows of a piece begin at `offset`. Samples that need no work come straight to their place. Others come some
+  /// rows at a time, and long rows in parts.
+  bool ReadPlain(std::int64_t offset, const TiffPiece& piece, const Place& place) {
+    if (targets_.size() == 1 && samplers_.front().CopiesRows(piece)) {
+      const std::int64_t sampleBytes = SampleBytes(), numBytes = piece.numColumns * sampleBytes;
+      const FileRows rows{offset + piece.column * sampleBytes, source_.rowBytes, numBytes, piece.numRows};
+      return CopyFileRows(reader_, rows, At(targets_.front(), place), outStride_);
     }
     std::int64_t firstByte = 0, numBytes = 0;
     samplers_.front().FindBytes({piece.column, 2, 1, piece.step}, firstByte, numBytes);
@@ -182,25 +182,25 @@ class WindowReader {
       TiffPiece part = piece;
       part.column = piece.column + x * piece.step;
       part.numColumns = std::min(columnsAtOnce, piece.numColumns - x);
-      if (!ReadPlainPart(offset, part, firstRow, {place.x + x, place.y})) return false;
+      if (!ReadPlainPart(offset, part, {place.x + x, place.y})) return false;
     }
     return true;
   }
 
-  bool ReadPlainPart(std::int64_t offset, const TiffPiece& piece, int firstRow, const Place& place) {
+  bool ReadPlainPart(std::int64_t offset, const TiffPiece& piece, const Place& place) {
     std::int64_t firstByte = 0, numBytes = 0;
     samplers_.front().FindBytes(piece, firstByte, numBytes);
-    const std::int64_t stride = piece.numRows > 1 ? source_.rowBytes * piece.step : source_.rowBytes;
-    const auto rowsAtOnce =
-        static_cast<int>(std::clamp<std::int64_t>((kReadBytes - numBytes) / stride + 1, 1, piece.numRows));
-    offset += firstRow * source_.rowBytes + firstByte;
+    const std::int64_t stride = source_.rowBytes * piece.step;
+    // The sampler steps over rows of the block, so that what is put together has room for those that are left out.
+    const std::int64_t pitch = (numBytes + piece.step - 1) / piece.step * piece.step;
+    const auto rowsAtOnce = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / pitch, 1, piece.numRows));
     for (int y = 0; y < piece.numRows; y += rowsAtOnce) {
       TiffPiece part = piece;
       part.numRows = std::min(rowsAtOnce, piece.numRows - y);
-      const unsigned char* const bytes =
-          decoder_.ReadBytes(offset + y * stride, (part.numRows - 1) * stride + numBytes);
-      if (!bytes) return false;
-      const TiffRows rows{bytes, source_.rowBytes, (part.numRows - 1) * piece.step + 1};
+      const FileRows wanted{offset + y * stride + firstByte, stride, numBytes, part.numRows};
+      const RowReader::Fetched fetched = decoder_.FetchRows(reader_, wanted, pitch);
+      if (!fetched.first) return false;
+      const TiffRows rows{fetched.first, fetched.stride / piece.step, (part.numRows - 1) * piece.step + 1};
       Take(rows, firstByte, numBytes, part, {place.x, place.y + y});
     }
     return true;
@@ -215,9 +215,9 @@ class WindowReader {
   std::vector<TiffSampler> samplers_;  // one a target
   int width_;                          // of the results
   int height_;
+  RowReader reader_;
   std::int64_t outStride_ = 0;
   std::vector<unsigned char*> planes_;  // where all samples of the pixels are wanted, in their order
-  std::span<const unsigned char> view_;
   std::int64_t fileBytes_ = 0;
 };
 

@@ -77,7 +77,7 @@ bool BlobStore::Decode(std::int64_t tileNumber, int width, int height, Desk& des
   return DecodeTile(desk.blob, place.coding, Layout().Shape().dataType, width, height, out, desk.room);
 }
 
-bool BlobStore::ReadPiece(const TilePiece& piece, const unsigned char*, unsigned char* out, std::int64_t stride) const {
+bool BlobStore::ReadPiece(const TilePiece& piece, std::int64_t, unsigned char* out, std::int64_t stride) const {
   const PyramidLayout& layout = Layout();
   const int xTile = layout.Shape().xTile, yTile = layout.Shape().yTile, sampleBytes = layout.SampleBytes();
   const int width = std::min(xTile, layout.Width(piece.level) - piece.column * xTile);

@@ -44,7 +44,7 @@ class BlobStore : public PyramidStore {
   void ReleaseThread() override { desks_.Release(); }
 
  protected:
-  bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+  bool ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,
                  std::int64_t stride) const override;
 
  private:

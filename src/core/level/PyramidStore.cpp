@@ -1,24 +1,22 @@
 #include "core/level/PyramidStore.h"
 
-#include "base/AlignLike.h"
 #include "base/DataTypeVisit.h"
 #include "math/CopyBlock.h"
+#include "math/CopyFileRows.h"
 #include "math/SampleFilter.h"
 #include "XThread.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <iterator>
-#include <span>
 #include <vector>
 
 namespace zrk {
 namespace {
 
-/// Tiles are read and changed through a room of this size on the stack, so that neither needs memory of its own.
+/// Tiles are changed through a room of this size on the stack, so that this needs no memory of its own.
 constexpr std::int64_t kRoomBytes = 64 << 10;
-using Room = std::array<unsigned char, kRoomBytes + kAlignRoom>;
+using Room = std::array<unsigned char, kRoomBytes>;
 
 /// As `CopyBlock`, but samples equal to the null value leave what is there.
 template <class Sample>
@@ -48,10 +46,9 @@ bool PyramidStore::HasWindow(const tagXArr2& buffer, int level, int left, int to
 bool PyramidStore::Read(tagXArr2& buffer, int level, int left, int top, const int* cancel) const {
   if (!HasWindow(buffer, level, left, top)) return false;
   const std::int64_t sampleBytes = layout_.SampleBytes(), stride = buffer.xSize * sampleBytes;
-  const unsigned char* const view = BeginRead(stride * buffer.ySize);
   const auto read = [&](const TilePiece& piece, int x, int y) {
     if (XfnIsStopRequested(cancel)) return false;
-    return ReadPiece(piece, view, buffer.data + y * stride + x * sampleBytes, stride);
+    return ReadPiece(piece, stride * buffer.ySize, buffer.data + y * stride + x * sampleBytes, stride);
   };
   return ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, read);
 }
@@ -66,42 +63,11 @@ std::int64_t PlainStore::Place(const TilePiece& piece) const {
          piece.y * layout.TileRowBytes() + std::int64_t{piece.x} * layout.SampleBytes();
 }
 
-const unsigned char* PlainStore::BeginRead(std::int64_t numBytes) const {
-  const std::span<const unsigned char> bytes = file_.View(numBytes);
-  return offset_ + Size() <= std::ssize(bytes) ? bytes.data() + offset_ : nullptr;
-}
-
-bool PlainStore::ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+bool PlainStore::ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,
                            std::int64_t stride) const {
-  if (!view) return ReadFromFile(piece, out, stride);
-  const std::int64_t tileRow = Layout().TileRowBytes(), rowBytes = std::int64_t{piece.width} * Layout().SampleBytes();
-  CopyBlock(view + (Place(piece) - offset_), tileRow, out, stride, rowBytes, piece.height);
-  return true;
-}
-
-// Rows of a tile lie together, so that a few of them come with one read even where only some of their columns are
-// wanted.
-
-bool PlainStore::ReadFromFile(const TilePiece& piece, unsigned char* out, std::int64_t stride) const {
-  const std::int64_t rowBytes = std::int64_t{piece.width} * Layout().SampleBytes(), tileRow = Layout().TileRowBytes();
-  const bool isOneRange = rowBytes == tileRow && stride == rowBytes;
-  const auto roomRows = static_cast<int>(std::min<std::int64_t>((kRoomBytes - rowBytes) / tileRow + 1, piece.height));
-  const int step = isOneRange ? piece.height : kRoomBytes < rowBytes ? 1 : roomRows;
-  std::int64_t place = Place(piece);
-  for (int y = 0; y < piece.height; y += step, place += step * tileRow) {
-    const int rows = std::min(step, piece.height - y);
-    const std::int64_t count = (rows - 1) * tileRow + rowBytes;
-    unsigned char* const target = out + y * stride;
-    if (isOneRange || rows == 1) {
-      if (file_.File().ReadAt(place, target, count) != count) return false;
-      continue;
-    }
-    Room room;
-    unsigned char* const bytes = AlignLike(room.data(), place);
-    if (file_.File().ReadAt(place, bytes, count) != count) return false;
-    CopyBlock(bytes, tileRow, target, stride, rowBytes, rows);
-  }
-  return true;
+  const std::int64_t rowBytes = std::int64_t{piece.width} * Layout().SampleBytes();
+  const FileRows rows{Place(piece), Layout().TileRowBytes(), rowBytes, piece.height};
+  return CopyFileRows(RowReader(file_, windowBytes), rows, out, stride);
 }
 
 bool PlainStore::Write(const tagXArr2& buffer, int level, int left, int top, bool keepNull, double nullValue) {

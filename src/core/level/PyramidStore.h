@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/ViewedFile.h"
+#include "base/RowReader.h"
 #include "core/level/PyramidLayout.h"
 #include "tagXArr2.h"
 
@@ -45,10 +45,8 @@ class PyramidStore {
   virtual bool Write(const tagXArr2& buffer, int level, int left, int top, bool keepNull, double nullValue);
 
  protected:
-  /// Called once for each read of so many bytes, before its pieces. What it answers is handed to them.
-  virtual const unsigned char* BeginRead(std::int64_t) const { return nullptr; }
-  /// Copies a part of a tile to `out`, whose rows are `stride` bytes apart.
-  virtual bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+  /// Copies a part of a tile to `out`, whose rows are `stride` bytes apart, for a window of so many bytes.
+  virtual bool ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,
                          std::int64_t stride) const = 0;
 
   /// Whether the buffer's shape lies within an image from a place on.
@@ -77,9 +75,6 @@ bool ForEachPiece(const PyramidLayout& layout, int level, int left, int top, int
 }
 
 /// An uncompressed store: every tile whole, all of one size.
-///
-/// Small windows are read through a mapping of the file, whose length is asked once for each read. Where it is not as
-/// long as the store any more, or can't be mapped, and for large windows, the pieces are read one by one.
 class PlainStore : public PyramidStore {
  public:
   /// The store begins at a byte of the file and its end is no larger than a file can be.
@@ -94,20 +89,17 @@ class PlainStore : public PyramidStore {
   bool WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging);
 
  protected:
-  /// The store's bytes, as far as the file is mapped and holds all of them now; null where it is to be read.
-  const unsigned char* BeginRead(std::int64_t numBytes) const override;
-  bool ReadPiece(const TilePiece& piece, const unsigned char* view, unsigned char* out,
+  bool ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,
                  std::int64_t stride) const override;
 
  private:
-  bool ReadFromFile(const TilePiece& piece, unsigned char* out, std::int64_t stride) const;
   std::int64_t Place(const TilePiece& piece) const;
   void LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const;
   /// Samples equal to `keptNull`, where it is not null, leave what is there.
   bool WritePiece(const TilePiece& piece, const unsigned char* from, std::int64_t stride, const double* keptNull);
   bool WritePart(const TilePiece& part, const unsigned char* from, std::int64_t stride, const double* keptNull);
 
-  ViewedFile file_;
+  RowFile file_;
   std::int64_t offset_;
 };
 

@@ -1,5 +1,6 @@
 #include "core/load/RasterLoad.h"
 
+#include "base/WorldLines.h"
 #include "core/xld/LevelData.h"
 #include "XPath.h"
 #include "XRSFile.h"
@@ -36,7 +37,7 @@ XString MakeChannelName(ChannelNames names, const XString& path, int number) {
 
 void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension) {
   XWorldFile worldFile;
-  const bool isPlaced = worldFile.Read(path.Left(path.GetLength() - 4) + extension);
+  const bool isPlaced = worldFile.Read(GetWorldFileName(path, extension));
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
     ZRMBand& band = *file.GetBandAt(i);
     if (isPlaced) {

@@ -133,6 +133,7 @@ int CheckLevelFile(XRSFile& dataset, const XString& name, XString& err) {
   std::int64_t textOffset = 0;
   const zrk::LevelHead head = zrk::ReadLevelHead(file, textOffset);
   if (head == zrk::LevelHead::kShort) return 0;
+  if (head == zrk::LevelHead::kUnreadable) return FailWith(err, "Fail to load XLD information");
   if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
   // A text makes the bands of a dataset that has none, but those of a level file are no bands to read.
   XString reason;
@@ -148,8 +149,10 @@ int UpdateProjections(const XString& name, const XSpatialReference& sr, XString&
   std::int64_t textOffset = 0;
   const zrk::LevelHead head = zrk::ReadLevelHead(file, textOffset);
   if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
+  if (head == zrk::LevelHead::kUnreadable) return FailWith(err, "Fail to load XLD information");
   if (head != zrk::LevelHead::kGood) return 0;
   const XString oldText = zrk::ReadLevelText(file, textOffset);
+  if (oldText.IsEmpty()) return FailWith(err, "Fail to load XLD information");
   XString text = oldText, wkt;
   sr.exportToWkt(wkt);
   if (!zrk::ReplaceProjections(text, wkt)) return 0;

@@ -23,7 +23,8 @@ std::array<unsigned char, 12> FormatLevelHead(std::int64_t textOffset) {
 
 LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset) {
   std::array<unsigned char, 12> head{};
-  const std::int64_t got = file.ReadAt(0, head.data(), kLevelHeadBytes);
+  const std::int64_t length = file.GetLength(), got = file.ReadAt(0, head.data(), kLevelHeadBytes);
+  if (length < 0 || (got < kLevelHeadBytes && got < length)) return LevelHead::kUnreadable;
   if (got < 4) return LevelHead::kShort;
   Cursor cursor(head);
   if (!std::ranges::equal(cursor.Bytes(kMark.size()), kMark)) return LevelHead::kForeign;

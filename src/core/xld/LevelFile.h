@@ -16,7 +16,8 @@ inline constexpr std::int64_t kLevelHeadBytes = 12;
 
 std::array<unsigned char, 12> FormatLevelHead(std::int64_t textOffset);
 
-enum class LevelHead { kGood, kShort, kForeign };
+/// A short one is that of a file which ends in its head; an unreadable one is there, and the disk does not give it.
+enum class LevelHead { kGood, kShort, kForeign, kUnreadable };
 
 /// Reads the head of an open file.
 LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset);
