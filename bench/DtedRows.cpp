@@ -1,4 +1,8 @@
-// Elevation cells, opened and read as a whole, beside GDAL, which also wrote them.
+// Rows about elevation cells. A cell is opened and read as a whole, which is how cells are used: programs lay many of
+// them side by side and take each once. GDAL does the same on the same file.
+//
+// GDAL also writes the cells, once, from hills of a formula. Heights are compared post by post before anything is
+// timed. The disk has no part in the figures: the file is small, and was just read.
 
 #include "Inputs.h"
 #include "Rows.h"
@@ -54,6 +58,7 @@ void MakeCell(const std::string& path, int side) {
   if (fs::exists(path)) return;
   Heights heights = MakeHills(side);
   const Dataset hills = Hold(GetDriver("MEM").Create("", side, side, 1, GDT_Int16, nullptr));
+  // Posts lie on whole degrees at both ends, and GDAL's corner is half a post further out.
   const double step = 1.0 / (side - 1);
   std::array<double, 6> transform = {138.0 - step / 2, step, 0.0, 36.0 + step / 2, 0.0, -step};
   hills->SetGeoTransform(transform.data());
@@ -63,6 +68,7 @@ void MakeCell(const std::string& path, int side) {
   Must(hills->GetRasterBand(1)->RasterIO(GF_Write, 0, 0, side, side, heights.data(), side, side, GDT_Int16, 0, 0,
                                          nullptr) == CE_None,
        "GDAL can't keep the hills");
+  // A run that is ended in the middle leaves no file that the next one would take for whole.
   const std::string unfinished = path + ".part";
   const Dataset cell =
       Hold(GetDriver("DTED").CreateCopy(unfinished.c_str(), hills.get(), 0, nullptr, nullptr, nullptr));
@@ -77,6 +83,7 @@ std::int64_t ReadOurs(const std::string& path, int side, Heights* heights = null
   tagXArr2* out = nullptr;
   Must(file.GetBandAt(0)->ReadSubset(out, 0, 0, side - 1, 0, side - 1, nullptr), "a cell could not be read");
   const std::span posts(reinterpret_cast<const std::int16_t*>(out->data), CountPosts(side));
+  // Only the comparison keeps the heights. A copy has no part in what is timed.
   if (heights) heights->assign(posts.begin(), posts.end());
   return posts.back();
 }
@@ -101,6 +108,7 @@ void MustAgree(const std::string& path, int side) {
 
 void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows) {
   constexpr int kTimes = 20;
+  // One small cell takes about as long as a clock's noise, and so several make one measurement.
   for (const auto& [side, extension, times] : {std::tuple(1201, ".dt1", kTimes), std::tuple(3601, ".dt2", 2)}) {
     const int posts = side, repeats = times;
     const std::string number = std::to_string(side);

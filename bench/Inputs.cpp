@@ -1,3 +1,9 @@
+// Inputs of the bench. Files are made once and kept for the next run, because they are large and take longer than what
+// is measured. Random numbers have fixed seeds, so that every run reads the same pixels at the same places.
+//
+// The bitmap is noise, since nothing in a bitmap depends on its contents. The JPEG is waves with a little noise, so
+// that its size and the decoder's work are about those of a photograph.
+
 #include "Inputs.h"
 
 #include "XDib.h"
@@ -26,6 +32,7 @@ void PutLittleEndian(std::ofstream& out, std::uint32_t value, int numBytes) {
   for (int i = 0; i < numBytes; ++i) out.put(static_cast<char>(value >> (8 * i)));
 }
 
+/// File header and BITMAPINFOHEADER, 54 bytes together, of a bitmap with 24 bits a pixel.
 void PutBitmapHeader(std::ofstream& out, int side, std::int64_t imageBytes) {
   out << "BM";
   PutLittleEndian(out, static_cast<std::uint32_t>(54 + imageBytes), 4);
@@ -36,6 +43,7 @@ void PutBitmapHeader(std::ofstream& out, int side, std::int64_t imageBytes) {
   PutLittleEndian(out, static_cast<std::uint32_t>(side), 4);
   PutLittleEndian(out, 1, 2);
   PutLittleEndian(out, 24, 2);
+  // Six fields of 0: no compression, no size, no resolution, no palette.
   for (int i = 0; i < 6; ++i) PutLittleEndian(out, 0, 4);
 }
 
@@ -64,6 +72,7 @@ void Must(bool holds, const std::string& what) {
 
 void MakeBitmap(const std::string& path, int side) {
   const std::int64_t rowBytes = XfnCalcDIBWidthBytes(side, 24);
+  // A bitmap that a run left unfinished is too short, and is made anew.
   if (fs::exists(path) && fs::file_size(path) == static_cast<std::uintmax_t>(54 + rowBytes * side)) return;
   std::ofstream out(path, std::ios::binary);
   PutBitmapHeader(out, side, rowBytes * side);
@@ -107,6 +116,7 @@ void MakeJpeg(const std::string& path, int side) {
 
 std::vector<Window> PickWindows(int side, int count) {
   std::mt19937 random(3);
+  // Windows lie anywhere, across blocks and tiles, as a viewer's do.
   std::uniform_int_distribution<int> place(0, side - kWindowSide);
   std::vector<Window> windows;
   for (int i = 0; i < count; ++i) {

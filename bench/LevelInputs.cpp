@@ -1,3 +1,7 @@
+// The picture that level files are built of. It is a formula of the position: any window of it can be computed alone,
+// and so no source has to be in memory while a file of gigabytes is written. Waves give means that differ from place to
+// place, and noise of four bits keeps compressing from being too easy.
+
 #include "LevelInputs.h"
 
 #include "XRSFile.h"
@@ -15,9 +19,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// The rows that are painted and written at a time: one row of tiles.
 constexpr int kRows = 256;
 
-/// Spread over the range of the type.
+/// Spreads the values over the range of the type.
 std::uint16_t ToPint16(double value) {
   return static_cast<std::uint16_t>(value * 131.0);
 }
@@ -35,7 +40,7 @@ PaintedBand::PaintedBand(int side, int dataType, int channel) : channel_(channel
 }
 
 double PaintedBand::Paint(int x, int y) const {
-  // Noise by a multiplicative hash of the place, and a wave that is the same along a row of 64 pixels.
+  // The noise is a multiplicative hash of the position. The wave stays the same along 64 pixels of a row.
   const auto hash = (static_cast<unsigned>(x) * 2654435761u) ^ (static_cast<unsigned>(y) * 2246822519u);
   const double noise = static_cast<double>((hash * 2654435761u) >> 28);
   return 100.0 + 40.0 * channel_ + ((x >> 6) + (y >> 5)) % 100 + noise;
@@ -65,6 +70,7 @@ void MakeNative(const std::string& path, int side, int dataType, int numBands) {
   XString err;
   const std::string unfinished = path + ".part";
   constexpr int kUncompressed = 100, kLevels = 1;
+  // Under its own name a file is always whole, and later runs take it as it is.
   Must(XRSFileIO::SaveFileZRM(&dataset, unfinished, kLevels, 0, side - 1, 0, side - 1, err, nullptr, kUncompressed, 0,
                               1),
        "can't write " + path + ": " + err.AsStdString());
@@ -85,6 +91,7 @@ void WritePaintedRows(GDALDataset& tiff, const std::string& path, int dataType, 
 void MakeTiledTiff(const std::string& path, int side, int dataType, int numBands) {
   if (fs::exists(path)) return;
   const std::string unfinished = path + ".part";
+  // Planes, so that both libraries find the samples of a band together.
   const char* const options[] = {"TILED=YES", "BIGTIFF=IF_SAFER", "INTERLEAVE=BAND", nullptr};
   GDALDataset* tiff = GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
       unfinished.c_str(), side, side, numBands, GdalTypeOf(dataType), const_cast<char**>(options));

@@ -8,8 +8,7 @@
 
 class GDALDataset;
 
-/// A picture that is computed where it is read: waves with noise on them, in samples of 8 or 16 bits or 32-bit
-/// reals.
+/// A picture that is computed when it is read: waves with noise on them, in samples of 8 or 16 bits or 32-bit reals.
 class PaintedBand : public ZRMBand {
  public:
   PaintedBand(int side, int dataType, int channel);
@@ -23,8 +22,8 @@ class PaintedBand : public ZRMBand {
   XThreadSafeArr2 buffers_;
 };
 
-/// The picture of `side` by `side` pixels as a native raster, uncompressed and with one level beside the pixels, and as
-/// a tiled TIFF; both in tiles of 256 x 256, and both only where they are not there yet.
+/// Write the picture of `side` by `side` pixels as a native raster, uncompressed and with one level beside the pixels,
+/// and as a tiled TIFF. Both have tiles of 256 x 256. A file that is there is kept.
 void MakeNative(const std::string& path, int side, int dataType, int numBands);
 void MakeTiledTiff(const std::string& path, int side, int dataType, int numBands);
 

@@ -1,6 +1,9 @@
 // The floor under the build of a level file: the same reads and writes by the system's own calls, with nothing in
-// between. A worker takes a stripe at a time, reads it in pieces, and writes that stripe's share of the level file
-// after each piece, so that reads and writes alternate as they do in the builder.
+// between. No builder that moves these bytes can be quicker, and so the ratio to it tells what the arithmetic costs.
+//
+// A worker takes a stripe at a time and reads it in pieces. After each piece it writes that stripe's share of the level
+// file, so that reads and writes alternate as they do in the builder. What is written are bytes of the source, since a
+// file system does not look at them. Preallocation, early and last syncs and the rename are those of the builder.
 
 #include "LevelLimit.h"
 
@@ -20,6 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The pieces of the builder (PyramidBuild.cpp, PyramidStore.cpp), two reads to a stripe.
 constexpr std::int64_t kReadBytes = 4 << 20;
 constexpr std::int64_t kWriteBytes = 1 << 20;
 constexpr std::int64_t kStripeBytes = 2 * kReadBytes;
@@ -39,6 +43,7 @@ class OpenFile {
   int number_;
 };
 
+/// The two open files and their sizes.
 struct Files {
   int source;
   int target;
@@ -56,6 +61,7 @@ void WriteShare(const Files& files, std::int64_t from, std::int64_t to, const st
   for (std::int64_t offset = from, count = 0; offset < to; offset += count) {
     count = std::min(kWriteBytes, to - offset);
     Must(::pwrite(files.target, bytes.data(), static_cast<std::size_t>(count), offset) == count, "can't write");
+    // The medium begins with what is written while the rest is read, and the sync at the end has less to wait for.
     ::sync_file_range(files.target, offset, count, SYNC_FILE_RANGE_WRITE);
   }
 }
@@ -71,6 +77,7 @@ void MoveStripe(const Files& files, std::int64_t begin, std::vector<char>& bytes
 
 void MoveStripes(const Files& files, int numWorkers) {
   const std::int64_t numStripes = (files.sourceBytes - 1) / kStripeBytes + 1;
+  // Stripes are taken one by one, as the builder does. Shares fixed beforehand would leave one worker to wait.
   std::atomic<std::int64_t> next = 0;
   const auto work = [&] {
     std::vector<char> bytes(kReadBytes);
@@ -96,6 +103,7 @@ void MoveBytesOfLevelFile(const std::string& source, const std::string& built, i
     Must(::fsync(to.Number()) == 0, "can't sync " + unfinished);
   }
   fs::rename(unfinished, moved);
+  // A new name is safe only when its folder is on the medium.
   const OpenFile folder(fs::path(moved).parent_path().string(), O_RDONLY | O_DIRECTORY);
   Must(::fsync(folder.Number()) == 0, "can't sync the folder");
   fs::remove(moved);

@@ -1,5 +1,13 @@
-// Level files beside GDAL's overviews, and compressed native rasters beside LERC in TIFF. Each library works on a file
-// of its own kind, tiled and with the same pixels.
+// Rows about level files beside GDAL's overviews, and about compressed native rasters beside LERC in TIFF. Each library
+// works on a file of its own kind, tiled and with the same pixels.
+//
+// A build is level data and statistics together, because a level file has both. GDAL is measured twice: by its
+// programs, as a user at the shell works, and by its library in one process, which has all blocks in its cache when
+// statistics are taken. A third rival is the floor of LevelLimit.h. Files to read and write are in the system's cache
+// for everyone.
+//
+// Reads compare the levels themselves: both libraries average four pixels into one, and on the levels that are timed
+// their pixels must be the same.
 
 #include "Inputs.h"
 #include "LevelInputs.h"
@@ -51,12 +59,14 @@ std::unique_ptr<XRSFile> OpenNative(const std::string& path) {
   return file;
 }
 
+/// The overviews that GDAL builds: as far as one is worth having, some 128 pixels.
 std::vector<int> ReductionsOf(int side) {
   std::vector<int> reductions;
   for (int factor = 2; side / factor >= 128; factor *= 2) reductions.push_back(factor);
   return reductions;
 }
 
+/// GDAL keeps overviews and statistics that it finds, so that a second build would do nothing.
 void RemoveGdals(const Picture& picture) {
   fs::remove(picture.tiff + ".ovr");
   fs::remove(picture.tiff + ".aux.xml");
@@ -66,16 +76,17 @@ void RunCommand(const std::string& command) {
   Must(std::system(command.c_str()) == 0, "this command fails: " + command);
 }
 
-/// The way of a user at the shell, the start of two programs included.
+/// Builds as a user at the shell does. The start of two programs is part of it.
 void BuildByCommands(const Picture& picture) {
   RemoveGdals(picture);
   std::string reductions;
   for (const int factor : ReductionsOf(picture.side)) reductions.append(" ").append(std::to_string(factor));
+  // Overviews go to a file beside the TIFF, as our level file does, and average as ours does.
   RunCommand("gdaladdo -q -ro -r average '" + picture.tiff + "'" + reductions);
   RunCommand("gdalinfo -stats -hist '" + picture.tiff + "' > /dev/null");
 }
 
-/// The same through GDAL's library, in one process, where all is still in its cache when the statistics are taken.
+/// Builds through GDAL's library in one process. All blocks are still in its cache when the statistics are taken.
 void BuildByLibrary(const Picture& picture) {
   RemoveGdals(picture);
   const Dataset dataset = OpenTiff(picture.tiff);
@@ -85,6 +96,7 @@ void BuildByLibrary(const Picture& picture) {
        "GDAL can't build overviews");
   for (int i = 1; i <= picture.numBands; ++i) {
     GDALRasterBand* band = dataset->GetRasterBand(i);
+    // A level file has both statistics and histogram. The answers are not looked at, only computed.
     double minimum, maximum, mean, deviation;
     Must(band->ComputeStatistics(FALSE, &minimum, &maximum, &mean, &deviation, nullptr, nullptr) == CE_None,
          "GDAL can't compute statistics");
@@ -97,6 +109,7 @@ void BuildByLibrary(const Picture& picture) {
 }
 
 void BuildByUs(const Picture& picture, int numWorkers) {
+  // Workers are granted for this build alone. Later rows find one again.
   XfnSetWorkerCount(numWorkers);
   const std::unique_ptr<XRSFile> file = OpenNative(picture.native);
   XString err;
@@ -104,10 +117,11 @@ void BuildByUs(const Picture& picture, int numWorkers) {
   XfnSetWorkerCount(1);
 }
 
-/// The build beside a floor under it: the same bytes read and written with the same syncs, and nothing computed.
+/// The build beside the floor under it, on one worker and on two.
 void AddLimitRows(const Picture& picture, std::vector<Row>& rows) {
   const std::string built = XRSFileIO::GetFileNameXLD(picture.native).AsStdString(), sample = built + ".sample";
   BuildByUs(picture, 1);
+  // The timed builds replace the level file. The size of its bytes is taken from a copy, which stays.
   fs::copy_file(built, sample, fs::copy_options::overwrite_existing);
   for (const int numWorkers : {1, 2}) {
     const std::string workers = numWorkers == 1 ? "" : ", 2 workers";
@@ -119,12 +133,14 @@ void AddLimitRows(const Picture& picture, std::vector<Row>& rows) {
   }
 }
 
-/// The level file's pyramid of one band; the native raster itself can't have one attached.
+/// The pyramid of one band in the level file. It is opened as level data of the painted band, because a native raster
+/// has none attached.
 class OurLevels {
  public:
   explicit OurLevels(const Picture& picture) : source_(picture.side, picture.dataType, 0) {
     Must(file_.Open(XRSFileIO::GetFileNameXLD(picture.native), XFile::kRead), "no level file");
     levels_.SetFile(&file_, 0);
+    // The stores begin behind the head of a level file.
     levels_.SetOffset(12);
     Must(levels_.Init(&source_, picture.side, picture.side, picture.dataType, 256, 256), "no level data");
   }
@@ -140,17 +156,19 @@ class OurLevels {
   ZRMBandXLD levels_;
 };
 
-/// Windows that are `kWindowSide` pixels on a level.
+/// Windows of `kWindowSide` pixels on a level, in full-resolution pixels.
 std::vector<Window> WindowsOn(int level, int side, int count) {
   std::vector<Window> windows = PickWindows(side >> level, count);
   for (Window& w : windows) w = {w.x0 << level, ((w.x1 + 1) << level) - 1, w.y0 << level, ((w.y1 + 1) << level) - 1};
   return windows;
 }
 
-/// By the same call that this library gets: the window in full-resolution pixels, from which GDAL finds the overview.
+/// Reads windows through GDAL. As with this library they are given in full-resolution pixels, and GDAL finds the
+/// overview by the size that is asked for.
 void ReadByGdal(const std::string& tiff, int level, std::span<const Window> windows, std::vector<unsigned char>& out) {
   const Dataset dataset = OpenTiff(tiff);
   GDALRasterBand* band = dataset->GetRasterBand(1);
+  // Without the overview GDAL would average full-resolution pixels, and the row would measure something else.
   Must(band->GetOverviewCount() >= level, "no overview");
   const GDALDataType type = band->GetRasterDataType();
   out.resize(static_cast<std::size_t>(kWindowSide * kWindowSide * GDALGetDataTypeSizeBytes(type)));
@@ -172,6 +190,7 @@ void MustAgree(const Picture& picture, int level, std::span<const Window> window
 }
 
 void AddBuildRows(const Picture& picture, std::vector<Row>& rows) {
+  // The targets: five times as fast as the programs, eight times on two workers, and no slower than the library.
   const std::string key = std::string("levels_") + picture.key;
   const std::string title = std::string("level file of ") + picture.title;
   rows.push_back({key + "_1", title, "gdaladdo and gdalinfo", [=] { BuildByUs(picture, 1); },
@@ -185,6 +204,7 @@ void AddBuildRows(const Picture& picture, std::vector<Row>& rows) {
 void AddReadRows(const BenchOptions& options, const Picture& picture, std::vector<Row>& rows) {
   BuildByUs(picture, 1);
   BuildByLibrary(picture);
+  // A large, a middle and a small level: tiles that are read once, and tiles that many windows share.
   for (const int level : {1, 3, 5}) {
     if (picture.side >> level < kWindowSide) continue;
     const auto windows = std::make_shared<std::vector<Window>>(WindowsOn(level, picture.side, options.numWindows));
@@ -220,6 +240,7 @@ void CompressByUs(const Picture& picture, double maxError) {
 
 void CompressByGdal(const Picture& picture, double maxError) {
   const Dataset dataset = OpenTiff(picture.tiff);
+  // The same coders under the same bound, so that container and handling are what differs.
   const std::string bound = "MAX_Z_ERROR=" + std::to_string(maxError);
   const char* const options[] = {"TILED=YES", "COMPRESS=LERC_ZSTD", bound.c_str(), nullptr};
   GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
@@ -229,6 +250,7 @@ void CompressByGdal(const Picture& picture, double maxError) {
   GDALClose(made);
 }
 
+/// Reads go by whole rows of tiles, so that neither library decodes a tile twice.
 void ReadCompressedByUs(const Picture& picture) {
   const std::unique_ptr<XRSFile> file = OpenNative(CompressedName(picture));
   for (int y = 0; y < picture.side; y += kWindowSide) {
@@ -253,6 +275,7 @@ void ReadCompressedByGdal(const Picture& picture) {
 void AddRowsOf(const Picture& picture, double maxError, std::vector<Row>& rows) {
   CompressByUs(picture, maxError);
   CompressByGdal(picture, maxError);
+  // Sizes are printed apart from the table, which is about times.
   const auto ours = static_cast<double>(fs::file_size(CompressedName(picture)));
   const auto theirs = static_cast<double>(fs::file_size(LercName(picture)));
   std::printf("%s compressed, error up to %g: %.1f MB, as LERC_ZSTD in TIFF %.1f MB, ratio %.2f (asked: 1.10)\n",
@@ -276,6 +299,7 @@ Picture MakePicture(const BenchOptions& options, const char* key, const char* ti
 }  // namespace
 
 void AddLevelRows(const BenchOptions& options, std::vector<Row>& rows) {
+  // Bytes, three bands that are read together, and reals, whose histogram needs a second pass.
   const int large = 2 * options.side;
   const Picture grey = MakePicture(options, "u8", "a large 8-bit picture", large, kPint08, 1);
   const Picture colour = MakePicture(options, "rgb", "a large 3 x 8-bit picture", large, kPint08, 3);

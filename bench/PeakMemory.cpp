@@ -1,3 +1,6 @@
+// The peak memory of a save. It is measured in a process of its own that does nothing else: the peak of this program
+// would be that of everything it has done so far.
+
 #include "PeakMemory.h"
 
 #include "Inputs.h"
@@ -19,7 +22,7 @@
 
 namespace {
 
-/// A figure of this process, in bytes.
+/// A figure that the kernel keeps of this process, in bytes; 0 where it has none of that name.
 std::int64_t ReadStatus(const std::string& key) {
   std::ifstream status("/proc/self/status");
   for (std::string word; status >> word;) {
@@ -29,8 +32,8 @@ std::int64_t ReadStatus(const std::string& key) {
   return 0;
 }
 
-/// The most memory while `work` runs that is not pages of files. The kernel keeps no such figure, so it is looked at
-/// every millisecond.
+/// The most memory that the process has while `work` runs, without pages of files. The kernel keeps no peak of that,
+/// and so the present figure is looked at every millisecond.
 std::int64_t WatchOwnMemory(const std::function<void()>& work) {
   std::atomic<bool> isDone = false;
   std::int64_t most = 0;
@@ -71,6 +74,7 @@ PeakMemory MeasurePeakOfSave(const std::string& from, const std::string& to) {
 
 void SaveAndPrintPeak(const std::string& from, const std::string& to) {
   const std::int64_t own = WatchOwnMemory([&] { SaveAsTiff(from, to); });
-  // What `wait4` would tell of this process includes its parent's memory; this counts from its own beginning.
+  // The figure that `wait4` gives for this process includes its parent's memory. This one counts from its own
+  // beginning.
   std::printf("%" PRId64 " %" PRId64 "\n", own, ReadStatus("VmHWM:"));
 }

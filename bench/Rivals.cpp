@@ -1,3 +1,6 @@
+// The rivals for bitmaps and JPEG files. Each is used in the quickest way that its interface has: GDAL reads three
+// bands in one call, and libjpeg decodes rows straight into their memory.
+
 #include "Rivals.h"
 
 #include <gdal_priv.h>
@@ -53,6 +56,7 @@ Pixels DecodeByLibjpeg(const std::string& path) {
   }
   jpeg_finish_decompress(&decoder);
   jpeg_destroy_decompress(&decoder);
+  // A caller of this library gets planes that it may keep. The rival's caller has to copy for that.
   Pixels copy(decoded.size());
   std::memcpy(copy.data(), decoded.data(), decoded.size());
   return copy;

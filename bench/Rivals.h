@@ -11,7 +11,7 @@ class GDALDataset;
 /// Three planes of one window, red first.
 using Pixels = std::vector<unsigned char>;
 
-/// The same pixels by GDAL, which wants one handle for each thread.
+/// Reads the same pixels through GDAL, which wants one handle for each thread.
 class GdalReader {
  public:
   explicit GdalReader(const std::string& path);

@@ -1,3 +1,10 @@
+// The table's rows about bitmaps and JPEG files, and the list of all rows. A row is two functions that do the same
+// work: ours and a rival's. Both open the file where opening is part of what is compared, and otherwise share one that
+// was opened before.
+//
+// Before a row is added its readers must agree on pixels of some windows. A figure for wrong pixels is worth nothing,
+// and the program ends instead. Targets are ratios that the library promises.
+
 #include "Rows.h"
 
 #include "Inputs.h"
@@ -42,6 +49,7 @@ class OurReader {
   XRSFile file_;
 };
 
+/// Half of the windows on a second thread.
 void OnTwoThreads(Windows windows, const std::function<void(Windows)>& read) {
   const std::size_t half = windows.size() / 2;
   std::thread other([&] { read(windows.subspan(half)); });
@@ -50,6 +58,7 @@ void OnTwoThreads(Windows windows, const std::function<void(Windows)>& read) {
 }
 
 void MustAgreeWithGdal(const std::string& path, Windows windows) {
+  // Channels are compared in GDAL's order, red first, plane by plane.
   const OurReader ours(path);
   GdalReader theirs(path);
   Pixels pixels;
@@ -65,8 +74,11 @@ void MustAgreeWithGdal(const std::string& path, Windows windows) {
   }
 }
 
+/// Bitmaps have rows of pixels in the clear, so that these rows measure what a library does around a read: opening,
+/// threads, and a window that is already in memory.
 void AddBitmapRows(const BenchOptions& options, const std::string& path, std::vector<Row>& rows) {
   const auto windows = std::make_shared<std::vector<Window>>(PickWindows(options.side, options.numWindows));
+  // Eight windows tell a wrong channel, row or offset. Comparing all would take longer than the bench.
   MustAgreeWithGdal(path, Windows(*windows).first(8));
   const std::string count = std::to_string(options.numWindows) + " windows of a bitmap, ";
   rows.push_back({"bmp_fresh", count + "just opened", "GDAL", [=] { OurReader(path).Read(*windows); },
@@ -77,15 +89,18 @@ void AddBitmapRows(const BenchOptions& options, const std::string& path, std::ve
                     OnTwoThreads(*windows, [&](Windows part) { reader.Read(part); });
                   },
                   [=] { OnTwoThreads(*windows, [&](Windows part) { GdalReader(path).Read(part); }); }, 1, 0.25});
+  // From here on both readers stay open from call to call.
   const auto ours = std::make_shared<OurReader>(path);
   rows.push_back({"bmp_scaling", count + "2 threads, again", "itself on 1 thread",
                   [=] { OnTwoThreads(*windows, [&](Windows part) { ours->Read(part); }); },
                   [=] { ours->Read(*windows); }, 1, 1 / 1.8});
   const auto theirs = std::make_shared<GdalReader>(path);
+  // GDAL's first pass fills its cache, so that the row compares two libraries that read nothing.
   theirs->Read(*windows);
   rows.push_back({"bmp_warm", count + "all blocks cached", "GDAL", [=] { ours->Read(*windows); },
                   [=] { theirs->Read(*windows); }, 1, 0.33});
 
+  // A follower's answer takes nanoseconds, and one alone can't be timed.
   constexpr int kRepeats = 100000;
   const Window window = windows->front();
   rows.push_back({"sibling", "a window that the master has read, by its follower", "",
@@ -96,7 +111,9 @@ void AddBitmapRows(const BenchOptions& options, const std::string& path, std::ve
                   nullptr, kRepeats, 1e-6});
 }
 
+/// A JPEG can't be entered in the middle. These rows measure how soon the first window comes, and what the next cost.
 void AddJpegRows(const BenchOptions& options, const std::string& path, std::vector<Row>& rows) {
+  // A JPEG is decoded as a whole, and one of the bitmap's size would take most of the bench's time.
   const int side = options.side / 2;
   const auto windows = std::make_shared<std::vector<Window>>(PickWindows(side, options.numWindows));
   MustAgreeWithGdal(path, Windows(*windows).first(8));
@@ -116,6 +133,7 @@ void AddJpegRows(const BenchOptions& options, const std::string& path, std::vect
                   1, 1.0});
   const auto ours = std::make_shared<OurReader>(path);
   const auto theirs = std::make_shared<GdalReader>(path);
+  // Both have decoded all of the image when the timing begins.
   ours->Read({&first, 1});
   theirs->Read({&whole, 1});
   rows.push_back({"jpeg_next", std::to_string(options.numWindows) + " further windows, all blocks cached", "GDAL",
@@ -128,7 +146,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   SetUpGdal();
   const std::string stem = options.folder + "/bench" + std::to_string(options.side);
   std::vector<Row> rows;
-  // Inputs are large, so those of rows that nobody wants are not made.
+  // Inputs are large. Those of rows that nobody wants are not made.
   const auto wants = [&](const std::string& group) { return options.only.empty() || options.only.starts_with(group); };
   if (wants("bmp") || wants("sibling")) {
     MakeBitmap(stem + ".bmp", options.side);

@@ -24,7 +24,7 @@ struct BenchOptions {
   std::string only;  ///< the beginning of the keys of the rows that are wanted
 };
 
-/// Makes the inputs, ends the program where the readers do not agree on pixels, and answers the rows.
+/// Makes the inputs and answers the rows. Ends the program where readers do not agree on pixels.
 std::vector<Row> MakeRows(const BenchOptions& options);
 
 /// The rows about level files, and those about compressed native rasters.

@@ -1,5 +1,9 @@
-// Frames of the Raster Product Format beside GDAL, which decodes the codes of one band; its palette is then applied to
-// have the three planes that this library has. Every frame is opened anew.
+// Rows about frames of the Raster Product Format. Every frame is opened anew, because charts are made of thousands of
+// frames and each is read once. GDAL decodes a frame to the codes of one band. So its palette is applied to them, to
+// have the three planes that this library gives.
+//
+// All files are copies of one frame, which the builder of the tests makes. Many names keep either library from knowing
+// a file that it has just closed. The last row reads no pixels: a coverage needs only where frames lie.
 
 #include "Inputs.h"
 #include "Rows.h"
@@ -49,6 +53,7 @@ void ReadByUs(const std::string& path, const std::function<void(int, const tagXA
   Must(XRSFileIO::LoadFileCADRG(&file, path, err, 0, nullptr), path + " could not be opened");
   Must(file.GetNumOfBands() == 3, path + " has other than three channels");
   for (int channel = 0; channel < 3; ++channel) {
+    // The first channel that is read decodes all three.
     tagXArr2* out = nullptr;
     Must(file.GetBandAt(channel)->ReadSubset(out, 0, 0, kSide - 1, 0, kSide - 1, nullptr), path + " could not be read");
     take(channel, *out);
@@ -74,6 +79,7 @@ Planes ReadByGdal(const std::string& path) {
   std::vector<unsigned char> codes(kPixels);
   Must(band->RasterIO(GF_Read, 0, 0, kSide, kSide, codes.data(), kSide, kSide, GDT_Byte, 0, 0, nullptr) == CE_None,
        "GDAL could not read " + path);
+  // A palette with fewer than 256 colours leaves black for the rest.
   std::array<std::array<unsigned char, 256>, 3> colors{};
   const GDALColorTable* table = band->GetColorTable();
   for (int i = 0; i < std::min(table->GetColorEntryCount(), 256); ++i) {
@@ -100,6 +106,7 @@ void MustAgree(const std::string& path) {
   });
 }
 
+/// Half of the files on a second thread. Threads share no file, as when a chart is put together from its frames.
 void OnTwoThreads(std::span<const std::string> paths, const std::function<void(const std::string&)>& read) {
   const std::size_t half = paths.size() / 2;
   std::thread other([&] { std::ranges::for_each(paths.subspan(half), read); });
@@ -118,6 +125,7 @@ void AddRpfRows(const BenchOptions& options, std::vector<Row>& rows) {
   rows.push_back({"rpf_threads", std::to_string(kNumFrames) + " such frames, 2 threads", "GDAL and its palette",
                   [=] { OnTwoThreads(*paths, [](const std::string& path) { ReadByUs(path); }); },
                   [=] { OnTwoThreads(*paths, [](const std::string& path) { ReadByGdal(path); }); }, 1, 1 / 2.5});
+  // Opening a frame takes little time, and so a thousand of them make one measurement.
   constexpr int kRepeats = 10;
   rows.push_back({"rpf_coverage", "the place of a frame, 1000 frames opened", "GDAL",
                   [=] {

@@ -1,3 +1,7 @@
+// Times rows and prints the table. Google Benchmark runs each function once per round. Rounds go through ours and the
+// rival's in turn, so that a machine that slows down in the meantime slows both. The median of the rounds is printed:
+// one round that the system disturbs does not move it.
+
 #include "Table.h"
 
 #include <benchmark/benchmark.h>
@@ -31,9 +35,11 @@ class Collector : public benchmark::BenchmarkReporter {
 void Register(const std::string& name, const std::function<void()>& work, const std::function<void()>& prepare) {
   benchmark::RegisterBenchmark(name.c_str(),
                                [&work, &prepare](benchmark::State& state) {
+                                 // Preparing lies outside of the loop, which is what is timed.
                                  if (prepare) prepare();
                                  for ([[maybe_unused]] auto _ : state) work();
                                })
+      // One iteration: a row that takes too little time repeats its work by itself.
       ->Iterations(1)
       ->UseRealTime();
 }
@@ -49,6 +55,7 @@ std::string FormatTime(double seconds) {
 }
 
 void PrintRow(const Row& row, double ours, double theirs) {
+  // A row without a rival is held against a time, and all others against a ratio.
   char ratio[32] = "-", target[32];
   const bool hasRival = !row.rival.empty();
   if (hasRival) std::snprintf(ratio, sizeof ratio, "%.2f", ours / theirs);
@@ -68,6 +75,7 @@ void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
   }
   Collector collector;
   for (const Row& row : rows) {
+    // The pattern names both sides of the row, which then run one after the other in every round.
     for (int round = 0; round < rounds; ++round) {
       benchmark::RunSpecifiedBenchmarks(&collector, "^" + row.key + "_(ours|theirs)/");
     }

@@ -1,3 +1,9 @@
+// TIFF inputs, and the two rivals that read them. GDAL writes the files by its options, once. Its reader can be told to
+// forget its blocks after each window, so that decoding is compared and not caching.
+//
+// The libtiff reader is what a program has without any library above libtiff: it finds the blocks under a window,
+// decodes each as a whole, and copies its part. It is for samples of 8 bits and for one thread.
+
 #include "TiffInputs.h"
 
 #include "LevelInputs.h"
@@ -18,6 +24,7 @@ void MakeTiff(const std::string& path, int side, int dataType, int numBands, con
   GDALDataset* tiff = GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
       unfinished.c_str(), side, side, numBands, dataType == kPint16 ? GDT_UInt16 : GDT_Byte, list.List());
   Must(tiff != nullptr, "can't write " + path);
+  // Bands come in turn, some rows each, so that GDAL's cache holds whole blocks of interleaved pixels.
   constexpr int kRows = 256;
   for (int y = 0; y < side; y += kRows) {
     for (int i = 0; i < numBands; ++i) WritePaintedRows(*tiff, path, dataType, i, y);
@@ -48,6 +55,7 @@ const std::vector<unsigned char>& GdalBand::Read(const Window& window) {
   const CPLErr error = band_->RasterIO(GF_Read, window.x0, window.y0, width, height, samples_.data(), width, height,
                                        GDT_Byte, 0, 0, nullptr);
   Must(error == CE_None, "GDAL failed to read a window");
+  // The decoded blocks are dropped within what is timed.
   if (!keepsBlocks_) dataset_->FlushCache(false);
   return samples_;
 }
@@ -74,6 +82,7 @@ LibtiffBand::LibtiffBand(const std::string& path, int channel) : handle_(std::ma
   TIFFGetFieldDefaulted(handle.tiff, TIFFTAG_PLANARCONFIG, &planar);
   TIFFGetFieldDefaulted(handle.tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
   TIFFGetField(handle.tiff, TIFFTAG_IMAGEWIDTH, &handle.width);
+  // libtiff gives luminance and chrominance unless it is asked for colour.
   if (TIFFGetField(handle.tiff, TIFFTAG_JPEGCOLORMODE, &colour)) {
     TIFFSetField(handle.tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
   }
@@ -112,6 +121,7 @@ void LibtiffBand::ReadBlock(const Window& window, int blockX, int blockY) {
                                 numBytes)
           : TIFFReadEncodedStrip(handle.tiff, TIFFComputeStrip(handle.tiff, top, plane), handle.block.data(), numBytes);
   Must(got > 0, "libtiff failed to read a block");
+  // The part of the window that lies in this block.
   const int x0 = std::max(window.x0, blockX * width), x1 = std::min(window.x1, (blockX + 1) * width - 1);
   const int y0 = std::max(window.y0, blockY * height), y1 = std::min(window.y1, (blockY + 1) * height - 1);
   for (int y = y0; y <= y1; ++y) {

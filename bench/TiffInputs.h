@@ -14,13 +14,13 @@ struct TiffKind {
   const char* title;
   std::vector<std::string> options;  ///< of GDAL, which writes it
   bool isPlain;                      ///< not compressed
-  int windowShare = 1;               ///< of how many windows one is read, where each takes long
+  int windowShare = 1;               ///< of so many windows one is read, where each takes long
 };
 
-/// The picture of `PaintedBand` in such a file, by the options that GDAL writes it with, unless it is there.
+/// Writes the picture of `PaintedBand` as TIFF, with these options of GDAL, unless the file is there.
 void MakeTiff(const std::string& path, int side, int dataType, int numBands, const std::vector<std::string>& options);
 
-/// One band by GDAL. With `keepsBlocks` false, nothing that a window decoded is there for the next one.
+/// Reads one band through GDAL. With `keepsBlocks` false, no window finds blocks that one before it decoded.
 class GdalBand {
  public:
   GdalBand(const std::string& path, int channel, bool keepsBlocks);
@@ -36,7 +36,8 @@ class GdalBand {
   std::vector<unsigned char> samples_;
 };
 
-/// One band of a file of bytes by libtiff alone: whole blocks are decoded and what the window wants of them is copied.
+/// Reads one band of a file of bytes through libtiff alone. Whole blocks are decoded, and the part that the window
+/// wants is copied.
 class LibtiffBand {
  public:
   LibtiffBand(const std::string& path, int channel);

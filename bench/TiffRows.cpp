@@ -1,5 +1,10 @@
-// TIFF files of three channels beside GDAL and libtiff. Windows are read of one band, by a reader that has just opened
-// the file; GDAL is measured with its blocks kept from window to window, as it works by itself, and without.
+// Rows about reading TIFF files of three channels, beside GDAL and libtiff. The kinds are the layouts that files have:
+// strips and tiles, interleaved and planar, plain and compressed. Windows are read of one band, by a reader that has
+// just opened the file. GDAL is measured with its blocks kept from window to window, as it works by itself, and
+// without.
+//
+// Plain files promise a third of GDAL's time, because their rows need no decoding and no cache. Compressed ones promise
+// no more than its time, since the decoders are the same for all readers.
 
 #include "Rows.h"
 #include "TiffInputs.h"
@@ -17,6 +22,7 @@ namespace {
 using Windows = std::span<const Window>;
 using SharedWindows = std::shared_ptr<std::vector<Window>>;
 
+/// LZW decodes whole strips for every narrow window, and so only an eighth of the windows is read.
 const std::vector<TiffKind>& AllKinds() {
   static const std::vector<TiffKind> kinds = {
       {"strips", "strips of 16 rows", {"BLOCKYSIZE=16", "INTERLEAVE=PIXEL"}, true},
@@ -61,6 +67,7 @@ void MustAgree(const std::string& path, Windows windows) {
       const tagXArr2& mine = ours.Read(channel, window);
       Must(std::ranges::equal(gdal.Read(window), std::span(mine.data, gdal.Read(window).size())),
            "this library and GDAL differ in " + path);
+      // The rivals are compared as well: a wrong reader of the bench would flatter us.
       Must(libtiff.Read(window) == gdal.Read(window), "libtiff and GDAL differ in " + path);
     }
   }
@@ -96,6 +103,7 @@ void AddWindowRows(const std::string& path, const TiffKind& kind, const SharedWi
                   [=] { open->Read(0, *windows); }, 1, 1 / 1.8});
 }
 
+/// All of a band from top to bottom, which programs that compute over whole images do.
 void AddSequentialRows(const std::string& path, const TiffKind& kind, int side, std::vector<Row>& rows) {
   const std::string key = std::string("tiff_") + kind.key, title = std::string(kind.title) + ", ";
   const auto stripes = std::make_shared<std::vector<Window>>(CutIntoStripes(side));
@@ -119,6 +127,7 @@ void AddSequentialRows(const std::string& path, const TiffKind& kind, int side, 
 void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows) {
   for (const TiffKind& kind : AllKinds()) {
     const std::string name = std::string("tiff_") + kind.key;
+    // A key may be the beginning of a kind's name, or the name with more behind it.
     if (!options.only.empty() && !name.starts_with(options.only) && !options.only.starts_with(name)) continue;
     const std::string path = options.folder + "/" + name + std::to_string(options.side) + ".tif";
     const int numWindows = std::max(options.numWindows / kind.windowShare, 1);

@@ -1,5 +1,10 @@
-// Whole datasets saved as TIFF, beside GDAL and beside a plain copy of the result. Every contender opens its source
-// within what is timed, works on one thread, and writes a new file.
+// Rows about saving whole datasets as TIFF, beside GDAL and beside a plain copy of the result, which is the floor.
+// Every contender opens its source within what is timed, works on one thread, and writes a new file. Our
+// save brings the file to the medium before it gives it its name, and that is timed as well. The rivals sync nothing,
+// and their bytes may still be on their way when the clock stops.
+//
+// Sources are strips of interleaved pixels, planes, and a native raster, because bands come out of each in another way.
+// Results must have the same pixels as GDAL's before anything is timed. Peak memory is told beside the table.
 
 #include "LevelInputs.h"
 #include "PeakMemory.h"
@@ -43,6 +48,7 @@ void RunCommand(const std::string& command) {
   Must(std::system(command.c_str()) == 0, "this command fails: " + command);
 }
 
+/// The start of the program is part of it, as it is for a user at the shell.
 void SaveByGdalsProgram(const std::string& from, const std::string& to) {
   RunCommand("gdal_translate -q '" + from + "' '" + to + "'");
 }
@@ -51,10 +57,12 @@ void SaveByGdalsLibrary(const std::string& from, const std::string& to) {
   const Dataset source = OpenByGdal(from);
   GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
   GDALDataset* made = driver->CreateCopy(to.c_str(), source.get(), FALSE, nullptr, nullptr, nullptr);
+  // Closing flushes GDAL's cache, and so it belongs to the save.
   Must(made != nullptr, "GDAL can't write " + to);
   GDALClose(made);
 }
 
+/// All bands of some rows. Results are compared stripe by stripe, so that they need not fit in memory.
 std::vector<unsigned char> ReadStripe(GDALDataset& dataset, int y, int rows) {
   const int width = dataset.GetRasterXSize(), numBands = dataset.GetRasterCount();
   const GDALDataType type = dataset.GetRasterBand(1)->GetRasterDataType();
@@ -69,6 +77,7 @@ std::vector<unsigned char> ReadStripe(GDALDataset& dataset, int y, int rows) {
 void MustAgree(const std::string& one, const std::string& other) {
   const Dataset first = OpenByGdal(one), second = OpenByGdal(other);
   const int height = first->GetRasterYSize();
+  // GDAL reads both files. Our own reader can't hide an error of our writer.
   Must(first->GetRasterXSize() == second->GetRasterXSize() && height == second->GetRasterYSize() &&
            first->GetRasterCount() == second->GetRasterCount(),
        one + " and " + other + " have different shapes");
@@ -78,15 +87,15 @@ void MustAgree(const std::string& one, const std::string& other) {
   }
 }
 
-/// Brings what was written to the medium, so that nothing of it is left to do while others are timed.
+/// Brings a file to the medium, so that the system has nothing of it left to do while others are timed.
 void WaitForDisk(const std::string& path) {
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   Must(file >= 0 && ::fsync(file) == 0, "can't sync " + path);
   ::close(file);
 }
 
-/// A file that is removed takes the pages along that were not written yet. What is on its way to the disk nonetheless
-/// is waited for, so that nobody's work is done in another's time.
+/// Removes the results. Pages that were not written yet go with them. What is already on its way to the disk is waited
+/// for, so that nobody's work is done in another's time.
 void Prepare(const Picture& picture) {
   fs::remove(picture.ours);
   fs::remove(picture.theirs);
@@ -123,6 +132,8 @@ void AddRowsOf(const Picture& picture, const char* kind, const std::string& sour
   const std::string key = std::string("write_") + picture.key + "_" + kind;
   const std::string title = std::string(picture.title) + " to TIFF, from " + kind;
   const auto ours = [=] { SaveAsTiff(source, picture.ours); };
+  // The targets: five times as fast as the program, no slower than the library, and a copy takes 0.7 of our time at
+  // least.
   const auto prepare = [=] { Prepare(picture); };
   rows.push_back({key + "_program", title, "gdal_translate", ours,
                   [=] { SaveByGdalsProgram(theirSource, picture.theirs); }, 1, 1 / 5.0, prepare});
@@ -134,6 +145,7 @@ void AddRowsOf(const Picture& picture, const char* kind, const std::string& sour
 
 Picture MakePicture(const BenchOptions& options, const char* key, const char* title, int side, int dataType,
                     int numBands) {
+  // Results lie beside their sources, on the same disk.
   const std::string stem = options.folder + "/write_" + key + std::to_string(side);
   Picture picture = {key,           title,           stem + "_strips.tif", stem + "_planes.tif",
                      stem + ".zrm", stem + "_o.tif", stem + "_t.tif",      stem + "_kept.tif"};
@@ -163,7 +175,7 @@ void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows) {
     PrintPeaks(picture);
     AddRowsOf(picture, "strips", picture.strips, picture.strips, rows);
     AddRowsOf(picture, "planes", picture.planes, picture.planes, rows);
-    // GDAL knows nothing of native rasters, and so has the same pixels from the TIFF that suits it best.
+    // GDAL can't read native rasters. It takes the same pixels from the TIFF that suits it best.
     AddRowsOf(picture, "native", picture.native, picture.strips, rows);
   }
 }

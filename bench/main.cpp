@@ -1,3 +1,6 @@
+// The program's arguments. Everything else is in the rows and the table. A second way to call it saves one file and
+// prints a figure: the program runs itself that way to measure peak memory.
+
 #include "Inputs.h"
 #include "PeakMemory.h"
 #include "Table.h"
@@ -16,6 +19,7 @@ constexpr const char* kUsage =
     "the keys of the rows that are wanted: bmp, sibling, jpeg, tiff, level, comp, write, rpf, dted.\n"
     "zrkio_bench --save IN OUT.tif only saves a raster as TIFF, and prints its peak memory in bytes.\n";
 
+/// Numbers below the least that makes sense become it, and so does text that is no number.
 bool TakeNumber(const char* argument, const char* name, int least, int& value) {
   const std::size_t length = std::strlen(name);
   if (std::strncmp(argument, name, length) != 0) return false;

@@ -17,6 +17,12 @@ endif()
 if(ZRK_SANITIZE)
   target_compile_options(zrk_compile INTERFACE -fsanitize=${ZRK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(zrk_compile INTERFACE -fsanitize=${ZRK_SANITIZE})
+  # Tests ask for the sanitizer as GCC tells it.
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND ZRK_SANITIZE MATCHES "address|thread")
+    string(REGEX MATCH "address|thread" memory_sanitizer "${ZRK_SANITIZE}")
+    string(TOUPPER "${memory_sanitizer}" memory_sanitizer)
+    target_compile_definitions(zrk_compile INTERFACE __SANITIZE_${memory_sanitizer}__=1)
+  endif()
   # What the sanitizers put in makes this warning of GCC point at sound code of the standard library.
   target_compile_options(zrk_compile INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()

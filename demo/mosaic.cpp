@@ -1,5 +1,6 @@
-// Makes a large bitmap of a picture that is repeated side by side, as a stand-in for a mosaic of many images. Uses the
-// public interface only.
+// Makes a large bitmap of a picture that is repeated side by side and one below the other, as a stand-in for a mosaic
+// of many images. Shows how pixels are read row by row and a file is written through `XFile`. Uses the public interface
+// only.
 
 #include <ZRKio.h>
 
@@ -29,6 +30,7 @@ void Put(unsigned char* place, std::uint32_t value) {
 
 std::array<unsigned char, kHeaderBytes> MakeHeader(const Plan& plan) {
   std::array<unsigned char, kHeaderBytes> header = {'B', 'M'};
+  // The bytes of the file, where the pixels begin, the bytes of the second header, and the size in pixels.
   Put(&header[2], static_cast<std::uint32_t>(plan.FileBytes()));
   Put(&header[10], kHeaderBytes);
   Put(&header[14], 40);
@@ -57,6 +59,7 @@ bool WriteRows(const Plan& plan, XFile& out) {
   std::vector<unsigned char> row(static_cast<std::size_t>(plan.RowBytes()));
   for (int y = 0; y < height; ++y) {
     if (!MakeRow(plan, y, row)) return false;
+    // A row is read once and written once for each copy below the other.
     for (int copy = 0; copy < plan.copies; ++copy) {
       const std::int64_t place = plan.Height() - 1 - (std::int64_t{copy} * height + y);
       if (!out.WriteAt(kHeaderBytes + place * plan.RowBytes(), row.data(), plan.RowBytes())) return false;
@@ -65,7 +68,7 @@ bool WriteRows(const Plan& plan, XFile& out) {
   return true;
 }
 
-/// The bitmap gets its name when it is whole.
+/// Writes the bitmap. It gets its name when it is whole, so that nobody takes half of it for a picture.
 bool Write(const Plan& plan, const XString& path) {
   const XString unfinished = path + "_tmp";
   XFile out;
@@ -87,6 +90,7 @@ bool IsThere(const Plan& plan, const XString& path) {
 
 }  // namespace
 
+/// A bitmap tells its size in 32 bits, which many programs read as a signed number. Larger bitmaps are not made.
 int main(int argc, char** argv) {
   if (argc != 4) {
     std::fprintf(stderr, "Usage: mosaic PICTURE COPIES OUT.bmp\n");

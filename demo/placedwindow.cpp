@@ -1,5 +1,5 @@
 // Opens a picture that lies somewhere on earth, tells where, and reads the part of it between two corners that are
-// given in the world. Uses the public interface only.
+// given in the world. Shows how world coordinates become a window of pixels. Uses the public interface only.
 
 #include <ZRKio.h>
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// In the coordinates of the picture's own system.
+/// A rectangle in the coordinates of the picture's own system.
 struct Corners {
   double west, east, south, north;
 };
@@ -23,11 +23,11 @@ void Describe(const ZRMBand& band) {
   std::printf("system %s, EPSG:%d\n", system.GetName().GetText(), system.GetEPSG());
 }
 
-/// The window of pixels that lie between the corners; false where there is none.
+/// Finds the window of pixels between the corners. False where it is empty or not within the picture.
 bool FindWindow(const ZRMBand& band, const Corners& corners, int& x0, int& x1, int& y0, int& y1) {
   band.ConvWorldToPixelCoord(corners.west, corners.north, x0, y0);
   band.ConvWorldToPixelCoord(corners.east, corners.south, x1, y1);
-  // A corner is where a pixel begins, so that the last pixel is the one before.
+  // The second corner lies where the next pixel begins. The last pixel of the window is the one before it.
   --x1;
   --y1;
   return 0 <= x0 && x0 <= x1 && x1 < band.GetXSize() && 0 <= y0 && y0 <= y1 && y1 < band.GetYSize();
@@ -49,6 +49,7 @@ bool TellMeans(const XRSFile& picture, int x0, int x1, int y0, int y1) {
 
 }  // namespace
 
+/// Sums are taken over bytes, and so pictures of other samples are refused.
 int main(int argc, char** argv) {
   if (argc != 6) {
     std::fprintf(stderr, "Usage: placedwindow FILE WEST EAST SOUTH NORTH\n");
@@ -63,6 +64,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s: %s\n", path.GetText(), err.GetText());
     return 1;
   }
+  // All bands of a picture have the same georeference, and so the first speaks for them.
   const ZRMBand& first = *picture.GetBandAt(0);
   Describe(first);
   int x0 = 0, x1 = 0, y0 = 0, y1 = 0;

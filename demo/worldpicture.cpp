@@ -1,4 +1,6 @@
-// Opens a picture, tells what it is, and reads it from several threads at once. Uses the public interface only.
+// Opens a picture, tells what it is, and reads it from several threads at once. Shows that bands need no lock: each
+// thread gets buffers of its own from the same band, and the pixels are those of a single thread. Uses the public
+// interface only.
 
 #include <ZRKio.h>
 
@@ -15,7 +17,7 @@ constexpr int kThreads = 4;
 
 using Checksums = std::vector<std::uint64_t>;
 
-/// FNV-1a, continued from `hash`.
+/// The hash FNV-1a of a buffer, continued from `hash`.
 std::uint64_t Hash(std::uint64_t hash, const tagXArr2& pixels) {
   const unsigned char* const end = pixels.data + std::int64_t{pixels.xSize} * pixels.ySize * pixels.elementSize;
   for (const unsigned char* byte = pixels.data; byte != end; ++byte) hash = (hash ^ *byte) * 0x100000001B3;
@@ -33,12 +35,14 @@ bool ReadWindows(const XRSFile& picture, int first, int stride, Checksums& check
       if (!picture.GetBandAt(b)->ReadSubset(pixels, 0, x, x + kWindow - 1, y, y + kWindow - 1, nullptr)) return false;
       hash = Hash(hash, *pixels);
     }
+    // Threads write different elements, and so need no lock here either.
     checksums[static_cast<std::size_t>(i)] = hash;
   }
   return true;
 }
 
-/// All windows by `numThreads` threads; answers the seconds that took, or a negative number where a read failed.
+/// Reads all windows on `numThreads` threads. Answers the seconds that it took, or a negative number where a read
+/// failed.
 double ReadAllWindows(const XRSFile& picture, int numThreads, Checksums& checksums) {
   const auto start = std::chrono::steady_clock::now();
   std::vector<char> isRead(static_cast<std::size_t>(numThreads), 0);
@@ -71,7 +75,7 @@ void Describe(const XRSFile& picture) {
   }
 }
 
-/// Whether many threads read what one reads; says how long each took.
+/// Whether several threads read the same pixels as one. Prints how long each took.
 bool CompareThreads(const XRSFile& picture) {
   const ZRMBand& first = *picture.GetBandAt(0);
   const int numWindows = first.GetXSize() / kWindow * (first.GetYSize() / kWindow);
@@ -86,6 +90,7 @@ bool CompareThreads(const XRSFile& picture) {
 
 }  // namespace
 
+/// The picture is opened with its statistics, which `Describe` prints.
 int main(int argc, char** argv) {
   if (argc != 2) {
     std::fprintf(stderr, "Usage: worldpicture FILE\n");

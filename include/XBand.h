@@ -20,18 +20,24 @@ class ZRMBand;
 class ZRKIO_API XBand : public XObject {
   X_DECLARE_RUNTIME_CLASS
   XBand();
+  ~XBand() override;
 
   // The virtual table, in the order that every band class has it.
 
+  /// A code of `XDataType.h`, which says the type and the bytes of a sample; 1 (unsigned bytes) at first.
   virtual int GetDataType() const;
 
   // Lines and pixels. A horizontal line at level n stands for 2^n rows from `y` down, a vertical one for 2^n columns
   // from `x` to the right, and both are read by `ReadSubset`, whose result they answer. The short forms read
   // the whole width or height.
 
+  /// The columns x0 to x1 of a row.
   virtual int ReadLineH(tagXArr2*& out, int level, int x0, int x1, int y);
+  /// A whole row.
   virtual int ReadLineH(tagXArr2*& out, int level, int y);
+  /// The rows y0 to y1 of a column.
   virtual int ReadLineV(tagXArr2*& out, int level, int x, int y0, int y1);
+  /// A whole column.
   virtual int ReadLineV(tagXArr2*& out, int level, int x);
   /// One sample, at level 0.
   virtual int ReadPixel(tagXArr2*& out, int x, int y);
@@ -40,14 +46,17 @@ class ZRKIO_API XBand : public XObject {
   // `nullValue` leave what is there. The base forms all end in the last `WriteSubset`, which answers 0: a band is
   // read-only unless its class says otherwise.
 
+  /// The columns x0 to x1 of a row.
   virtual int WriteLineH(void* data, int x0, int x1, int y, bool keepNull, double nullValue);
   virtual int WriteLineH(void* data, int y, bool keepNull, double nullValue);
   virtual int WriteLineH(tagXArr2* data, int x0, int x1, int y, bool keepNull, double nullValue);
   virtual int WriteLineH(tagXArr2* data, int y, bool keepNull, double nullValue);
+  /// The rows y0 to y1 of a column.
   virtual int WriteLineV(void* data, int x, int y0, int y1, bool keepNull, double nullValue);
   virtual int WriteLineV(void* data, int x, bool keepNull, double nullValue);
   virtual int WriteLineV(tagXArr2* data, int x, int y0, int y1, bool keepNull, double nullValue);
   virtual int WriteLineV(tagXArr2* data, int x, bool keepNull, double nullValue);
+  /// One sample.
   virtual int WritePixel(void* data, int x, int y, bool keepNull, double nullValue);
   virtual int WritePixel(tagXArr2* data, int x, int y, bool keepNull, double nullValue);
 
@@ -74,7 +83,9 @@ class ZRKIO_API XBand : public XObject {
 
   /// Writes what the band holds itself; 0 in every band here.
   virtual int WriteSubset(int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
+  /// `data` holds the window's samples row by row without gaps, and is not kept. 0 for null and for a window outside.
   virtual int WriteSubset(void* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
+  /// The buffer has the shape of the window; another one fails, with nothing written.
   virtual int WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
 
   /// The number of levels the band can serve.
@@ -98,8 +109,10 @@ class ZRKIO_API XBand : public XObject {
 
   // Fields.
 
+  /// Bytes of a sample.
   int GetDataSize() const { return XfnGetDataSize(dataType_); }
 
+  /// A number and a name for the caller's own use; loaders set the name ("Channel 1" and so on).
   int GetID() const { return id_; }
   void SetID(int id) { id_ = id; }
   const XString& GetBandName() const { return name_; }
@@ -110,6 +123,8 @@ class ZRKIO_API XBand : public XObject {
   /// A code of `XDataType`.
   void SetDataType(int dataType) { dataType_ = dataType; }
 
+  /// Width and height in full-resolution pixels. Loaders set them; setting others does not change what the file has,
+  /// and a read beyond that fails.
   int GetXSize() const { return xSize_; }
   int GetYSize() const { return ySize_; }
   void GetSize(int& xSize, int& ySize) const {
@@ -137,9 +152,12 @@ class ZRKIO_API XBand : public XObject {
     yTileSize_ = yTileSize;
   }
 
+  /// How the pixels are kept in the file, as the store's class tells; 0 where it does not matter.
   int GetCompressionInfo() const { return compressionInfo_; }
   void SetCompressionInfo(int compressionInfo) { compressionInfo_ = compressionInfo; }
 
+  /// The statistics of the band as they were calculated or loaded, in sample units: 1.7e+308 where they were not. Byte
+  /// bands begin with the range 0 to 255.
   double GetBandMin() const { return bandMin_; }
   double GetBandMax() const { return bandMax_; }
   double GetBandMean() const { return bandMean_; }
@@ -162,6 +180,7 @@ class ZRKIO_API XBand : public XObject {
   /// begin with a multiple of this number and take a multiple of it cost no more than their share of whole rows.
   int GetDecodeColumns() const { return decodeColumns_; }
 
+  /// The sample that stands for no data, 1.7e+308 where there is none. Statistics and means leave it out.
   double GetNullValue() const { return nullValue_; }
   void SetNullValue(double nullValue) { nullValue_ = nullValue; }
 

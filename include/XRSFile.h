@@ -60,10 +60,14 @@ class ZRKIO_API XRSFile : public XObject {
   /// Null outside the list.
   ZRMBand* GetBandAt(int index) const;
 
+  /// Takes the vector set over and becomes its owner; null is ignored.
   void AddVand(ZRMVand* vand);
   int GetNumOfVands() const { return static_cast<int>(vands_.size()); }
+  /// Null outside the list.
   ZRMVand* GetVandAt(int index) const;
 
+  /// Regions, control points and signatures. `Add...` takes the record over, null is ignored; `Get...At` answers null
+  /// outside the list, and the record stays the dataset's.
   void AddROISet(XROI* roi);
   int GetNumOfROI() const { return static_cast<int>(rois_.size()); }
   XROI* GetROIAt(int index) const;
@@ -74,20 +78,25 @@ class ZRKIO_API XRSFile : public XObject {
   int GetNumOfSIG() const { return static_cast<int>(sigs_.size()); }
   XRSSIG* GetSIGAt(int index) const;
 
+  /// A number of the file's own; 0 where it has none.
   int GetThreshold1() const { return threshold1_; }
   void SetThreshold1(int threshold1) { threshold1_ = threshold1; }
 
   /// Square matrices of the number of bands at the time they were set, row by row; null where not set.
   double* GetCorrelationMatrix() { return correlationMatrix_.empty() ? nullptr : correlationMatrix_.data(); }
+  /// The same for covariances; both arrays belong to the dataset, and stay until they are set again.
   double* GetCovarianceMatrix() { return covarianceMatrix_.empty() ? nullptr : covarianceMatrix_.data(); }
   /// Copies `numBands` * `numBands` values; null removes the matrix.
   void SetCorrelationMatrix(const double* values, int numBands);
+  /// As the one above, for covariances.
   void SetCovarianceMatrix(const double* values, int numBands);
   /// Whether the correlation matrix is there and its first element is not `kNotSet`.
   bool HasValidStatistics() const;
 
+  /// Free text about the dataset; empty where there is none.
   const XString& GetDescription() const { return description_; }
   void SetDescription(const XString& description) { description_ = description; }
+  /// Two fields that native files keep for other modules; nothing here looks at them.
   int GetAttatchFlag() const { return attatchFlag_; }
   void SetAttatchFlag(int attatchFlag) { attatchFlag_ = attatchFlag; }
   const XString& GetCryptoVaildationInfo() const { return cryptoVaildationInfo_; }
@@ -95,9 +104,12 @@ class ZRKIO_API XRSFile : public XObject {
 
   // Of the first band. Without bands the rectangle is left as it was, pixel sizes are 1.0 and the system is null.
 
+  /// The outer edges in world units.
   void GetBoundRect(double& west, double& east, double& south, double& north) const;
+  /// World units per pixel.
   double GetXPixelSize() const;
   double GetYPixelSize() const;
+  /// The band's own record, not a copy: a change of it changes the band.
   XSpatialReference* GetSR() const;
 
   // Both answer 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is

@@ -1,6 +1,26 @@
 #pragma once
 
-// Everything that the library offers.
+// Everything that the library offers, and first a guide: the ten calls that most programs need, in the order in which
+// a program comes to them. Results are 1 for success and 0 for failure, with the reason in `err`. Windows are
+// inclusive, x0 to x1 and y0 to y1, in full-resolution pixels whatever the level; level n means a reduction of 2^n.
+//
+//  1. XRSFile file;                                    a dataset: it owns its bands and the open file
+//  2. XfnOpenFile(&file, path, err, nullptr)           opens whatever the file is, known by its content
+//  3. file.GetNumOfBands(), file.GetBandAt(i)          a band for each channel, which stays the dataset's
+//  4. band->GetXSize(), GetYSize(), GetDataType()      pixels, and the type of a sample (XDataType.h)
+//  5. band->GetHighestLevelForTarget(x0, x1, y0, y1, width, height)
+//                                                      the level to read for a picture of width by height
+//  6. band->ReadSubset(out, level, x0, x1, y0, y1, nullptr)
+//                                                      samples of a window; `out` stays the band's until the
+//                                                      thread's next read of the file
+//  7. out->Row(y)                                      its rows: out->ySize of out->xSize samples
+//  8. band->ConvPixelToWorldCoord(x, y), band->GetSR() a pixel's place in the world, and the system that it is in
+//  9. band->CalcStatistics(1)                          minimum, maximum, mean, deviation and histogram
+// 10. XRSFileIO::SaveFileTiff(...)                     writes a window of some bands to a file; XfnGetFormats() tells
+//                                                      what can be read and written
+//
+// Many threads may read one band, or several of one file; a dataset is opened and changed by one thread. Files of
+// strangers are read under limits (XLimits.h). Nothing is thrown but by what says so.
 
 #include "tagBoundaryRectangleRecordRPF.h"
 #include "tagColortableIndexRecordRPF.h"

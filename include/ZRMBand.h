@@ -67,7 +67,10 @@ class ZRKIO_API ZRMBand : public XBand {
 
   /// The dataset that holds the band, or null; not owned.
   XRSFile* GetXRSFile() const { return owner_; }
+  /// `XRSFile::AddBand` calls it; a band of no dataset works as well.
   void SetXRSFile(XRSFile* owner) { owner_ = owner; }
+  /// What the samples mean: 8 (`kBandTypeThematic`) for class numbers, 0 for anything else. Thematic bands are reduced
+  /// to their most frequent sample where others are averaged.
   int GetBandType() const { return bandType_; }
   void SetBandType(int bandType) { bandType_ = bandType; }
 
@@ -80,6 +83,8 @@ class ZRKIO_API ZRMBand : public XBand {
   int GetCoordinateKind() const { return coordinateKind_; }
   void SetCoordinateKind(int coordinateKind) { coordinateKind_ = coordinateKind; }
 
+  /// The place of the upper left corner in world units: where column 0 and row 0 begin. At first 0.0 both. Formats that
+  /// give the centre of the first pixel keep that here; their band classes say so.
   double GetULX() const { return ulx_; }
   double GetULY() const { return uly_; }
   void SetULX(double ulx) { ulx_ = ulx; }
@@ -88,6 +93,7 @@ class ZRKIO_API ZRMBand : public XBand {
     ulx_ = ulx;
     uly_ = uly;
   }
+  /// World units per pixel, at first 1.0. A negative or zero size is kept as it is.
   double GetXPixelSize() const { return xPixelSize_; }
   double GetYPixelSize() const { return yPixelSize_; }
   void SetXPixelSize(double xPixelSize) { xPixelSize_ = xPixelSize; }
@@ -96,6 +102,7 @@ class ZRKIO_API ZRMBand : public XBand {
     xPixelSize_ = xPixelSize;
     yPixelSize_ = yPixelSize;
   }
+  /// Nonzero where world coordinates are normalised to the image; kept for files that have it.
   int IsNormalizedWorld() const { return normalizedWorld_; }
   void SetNormalizedWorld(int normalizedWorld) { normalizedWorld_ = normalizedWorld; }
 
@@ -114,19 +121,25 @@ class ZRKIO_API ZRMBand : public XBand {
   }
   /// In degrees.
   double GetSceneOrient() const { return sceneOrient_; }
+  /// Of the scene's columns against north; 0.0 where it is not known.
   void SetSceneOrient(double sceneOrient) { sceneOrient_ = sceneOrient; }
   /// In metres.
+  /// Of the sensor, above the ground; 0 where it is not known.
   int GetAltitude() const { return altitude_; }
   void SetAltitude(int altitude) { altitude_ = altitude; }
   /// In degrees.
+  /// Of the line of sight against the vertical at the centre; 0.0 where it is not known.
   double GetIncidenceAngle() const { return incidenceAngle_; }
   void SetIncidenceAngle(double incidenceAngle) { incidenceAngle_ = incidenceAngle; }
+  /// When it was taken and by what, as numbers of the files that have them; 0 where they are not known.
   long GetBandDate() const { return bandDate_; }
   void SetBandDate(long bandDate) { bandDate_ = bandDate; }
   long GetBandSensor() const { return bandSensor_; }
   void SetBandSensor(long bandSensor) { bandSensor_ = bandSensor; }
+  /// Of the middle of the band, in the unit of its file; 0.0 where it is not known.
   double GetWaveLength() const { return waveLength_; }
   void SetWaveLength(double waveLength) { waveLength_ = waveLength; }
+  /// As text, empty where it is not known.
   const XString& GetBandSensorName() const { return bandSensorName_; }
   void SetBandSensorName(const XString& bandSensorName) { bandSensorName_ = bandSensorName; }
 
@@ -142,8 +155,10 @@ class ZRKIO_API ZRMBand : public XBand {
   XRSScanSensorParam* GetScanSensorParam() const { return scanSensorParam_.get(); }
   /// Keeps a deep copy; null removes it.
   void SetScanSensorParam(const XRSScanSensorParam* scanSensorParam);
+  /// Which corner the sensor's rows begin at, as its file has it; empty where it has none.
   const XString& GetOriginCorner() const { return originCorner_; }
   void SetOriginCorner(const XString& originCorner) { originCorner_ = originCorner; }
+  /// What is added to sensor columns and rows before they are scaled; 0.0 both at first.
   void GetOffset(double& offsetX, double& offsetY) const {
     offsetX = offsetX_;
     offsetY = offsetY_;
@@ -152,6 +167,7 @@ class ZRKIO_API ZRMBand : public XBand {
     offsetX_ = offsetX;
     offsetY_ = offsetY;
   }
+  /// What they are multiplied with; 1.0 both at first.
   void GetScale(double& scaleX, double& scaleY) const {
     scaleX = scaleX_;
     scaleY = scaleY_;
@@ -166,11 +182,13 @@ class ZRKIO_API ZRMBand : public XBand {
   double GetSunElevation() const { return sunElevation_; }
   void SetSunAzimuth(double sunAzimuth) { sunAzimuth_ = sunAzimuth; }
   void SetSunElevation(double sunElevation) { sunElevation_ = sunElevation; }
+  /// A sample's physical value is sample * gain + bias. Reads give samples, never these values.
   double GetGain() const { return gain_; }
   double GetBias() const { return bias_; }
   void SetGain(double gain) { gain_ = gain; }
   void SetBias(double bias) { bias_ = bias; }
 
+  /// The classes of a thematic band: a name and a colour for each, in the order that they were added.
   int GetNumOfGIS() const { return static_cast<int>(gis_.size()); }
   /// The record, which belongs to the band, or null outside the list.
   tagXRSGIS* GetGISAt(int index) const;
@@ -180,6 +198,7 @@ class ZRKIO_API ZRMBand : public XBand {
   /// The pyramid store that processing output goes to, and its name; not owned.
   XEPOT2D* GetOutputEPOT() const { return outputEPOT_; }
   const XString& GetOutputEPOTName() const { return outputEPOTName_; }
+  /// Both stay the caller's or are copied: the store has to outlive what writes to it, the name is copied.
   void SetOutputEPOT(XEPOT2D* outputEPOT, const XString& name) {
     outputEPOT_ = outputEPOT;
     outputEPOTName_ = name;
@@ -190,6 +209,7 @@ class ZRKIO_API ZRMBand : public XBand {
   XSarParam& GetSarParam() { return sarParam_; }
   const XSarParam& GetSarParam() const { return sarParam_; }
   void SetSarParam(const XSarParam& sarParam) { sarParam_ = sarParam; }
+  /// 0 for a band that is no radar image, otherwise the mode of its file.
   int GetSarMode() const { return sarParam_.mode; }
   void SetSarMode(int mode) { sarParam_.mode = mode; }
   /// Whether the band has radar parameters, that is a mode other than 0.
@@ -202,21 +222,26 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetChirpBandWidth(double value) { sarParam_.chirpBandWidth = value; }
   double GetChirpDuration() const { return sarParam_.chirpDuration; }
   void SetChirpDuration(double value) { sarParam_.chirpDuration = value; }
+  /// Nonzero where the frequency rises within a pulse.
   int GetUpChirp() const { return sarParam_.upChirp; }
   void SetUpChirp(int value) { sarParam_.upChirp = value; }
   bool IsDownChirp() const { return sarParam_.upChirp == 0; }
   double GetSamplingFrequency() const { return sarParam_.samplingFrequency; }
   void SetSamplingFrequency(double value) { sarParam_.samplingFrequency = value; }
+  /// Pulses a second.
   double GetPRF() const { return sarParam_.prf; }
   void SetPRF(double value) { sarParam_.prf = value; }
+  /// At the near edge, the centre and the far edge of the swath.
   double GetIncidenceAngleN() const { return sarParam_.incidenceAngleN; }
   void SetIncidenceAngleN(double value) { sarParam_.incidenceAngleN = value; }
   double GetIncidenceAngleC() const { return sarParam_.incidenceAngleC; }
   void SetIncidenceAngleC(double value) { sarParam_.incidenceAngleC = value; }
   double GetIncidenceAngleF() const { return sarParam_.incidenceAngleF; }
   void SetIncidenceAngleF(double value) { sarParam_.incidenceAngleF = value; }
+  /// Between the line of sight and the plane across the track.
   double GetSquintAngle() const { return sarParam_.squintAngle; }
   void SetSquintAngle(double value) { sarParam_.squintAngle = value; }
+  /// Of the antenna, along the track and across it.
   void GetAntennaLength(double& azimuth, double& range) const {
     azimuth = sarParam_.antennaLength[0];
     range = sarParam_.antennaLength[1];
@@ -225,6 +250,7 @@ class ZRKIO_API ZRMBand : public XBand {
     sarParam_.antennaLength[0] = azimuth;
     sarParam_.antennaLength[1] = range;
   }
+  /// The times of the first and the last pulse that the image was made of.
   void GetApertureTime(double& first, double& last) const {
     first = sarParam_.apertureTime[0];
     last = sarParam_.apertureTime[1];
@@ -236,10 +262,13 @@ class ZRKIO_API ZRMBand : public XBand {
   /// The wavelength in metres: the speed of light over the carrier frequency; infinite for a frequency of 0.
   double GetLambda() const { return 299792458.0 / sarParam_.carrierFrequency; }
 
+  /// The orbit: positions by time. It belongs to the band.
   XOrbitInterpolater& GetOrbitInterpolater() { return orbitInterpolater_; }
   void SetOrbitInterpolater(const XOrbitInterpolater& value) { orbitInterpolater_ = value; }
+  /// The beam; it belongs to the band.
   XSarBeam& GetSarBeam() { return sarBeam_; }
   void SetSarBeam(const XSarBeam& value) { sarBeam_ = value; }
+  /// The window of the original scene that the band shows, in its pixels and inclusive; 0 all where it was not cut.
   void GetSarsubset(int& x0, int& x1, int& y0, int& y1) const;
   void SetSarsubset(int x0, int x1, int y0, int y1);
 

@@ -15,7 +15,9 @@ class ZRKIO_API ZRMBandComplex : public ZRMBand {
   ZRMBand* GetInnerBand() const { return inner_.get(); }
 
   using ZRMBand::ReadSubset;
+  /// The inner band's result; 0 without one.
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
+  /// Frees the inner band's buffers.
   int CleanupMemory(int freeBuffers, int force) override;
   ZRMBandDRIO* GetLevelSource() override;
   ZRMBand* GetShownBand() override;

@@ -33,6 +33,7 @@ class ZRKIO_API ZRMBandEPOT : public ZRMBand {
   int GetLevel() override;
   /// As `XEPOT2D::BuildLowerLevels`: the columns `first` to `last` and the rows `firstRow` to `lastRow`.
   int BuildLowerLevelsForTIP(double nullValue, int first, int last, int firstRow, int lastRow, bool thematic) override;
+  /// Frees the calling thread's buffer and what the store keeps for it.
   int CleanupMemory(int freeBuffers, int force) override;
 
  private:

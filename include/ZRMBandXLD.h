@@ -20,6 +20,7 @@ class ZRKIO_API ZRMBandXLD : public ZRMBand {
   /// The level file, and whether this band closes and deletes it. A file that it owned before is closed and deleted.
   /// With null the band has none.
   void SetFile(XFile* file, int owns);
+  /// The level file, or null.
   XFile* GetFile() const;
   /// Where the band's store begins in the level file; set before `Init`.
   void SetOffset(std::int64_t offset);

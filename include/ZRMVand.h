@@ -40,15 +40,19 @@ class ZRKIO_API ZRMVand : public XObject {
   /// kind that can be read has such objects.
   int LoadFileEx(XString path, int kind, XObList& objects, int* numObjects, XString& err, XThread* thread);
 
+  /// 0 before a load and after one that failed.
   int GetNumOfLayers() const { return static_cast<int>(layers_.size()); }
   /// The layer, which belongs to the set, or null outside the list.
   const tagXVectorLayer* GetLayerAt(int index) const;
   /// The extent of all layers; 0, with the outputs as they were, where none has one.
   int GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const;
 
+  /// The file's title, without folder and extension; empty before a load.
   const XString& GetName() const { return name_; }
+  /// The dataset that holds the set, or null; not owned.
   XRSFile* GetXRSFile() const { return owner_; }
   void SetXRSFile(XRSFile* owner) { owner_ = owner; }
+  /// The system of the set's coordinates; it belongs to the set.
   XSpatialReference* GetSR() { return &sr_; }
   const XSpatialReference* GetSR() const { return &sr_; }
   void SetSR(const XSpatialReference& sr) { sr_ = sr; }

@@ -1,3 +1,14 @@
+// JPEG to rows of planes, from the top down: one plane for grey, three for colour, and three for four inks, which are
+// mixed to red, green and blue without a colour profile. libjpeg decodes and turns luminance and chrominance into
+// colour. This file chooses its output, takes pixels apart, and refuses files that promise too much. Where the rows go
+// is the caller's matter.
+//
+// A file is decoded as a whole or fails. Data that is cut or damaged fails as well, because a grey lower half has no
+// mark on it that says it is not data (docs/decisions/0005). Each call has a session of its own, and so any number of
+// files may be decoded at a time.
+//
+// Steps that run inside `JpegSession::Run` own nothing, since libjpeg leaves them by a jump.
+
 #include "codec/JpegDecoder.h"
 
 #include "base/Disk.h"
@@ -12,12 +23,13 @@ namespace zrk {
 
 namespace {
 
-/// Product over 255, rounded: two values of a byte taken as fractions.
+/// The product of two bytes taken as fractions of 255, rounded.
 unsigned char MultiplyFractions(unsigned a, unsigned b) {
   return static_cast<unsigned char>((a * b + 127) / 255);
 }
 
-/// Cyan, magenta, yellow and black to red, green and blue. Writers that leave an Adobe marker store the inks inverted.
+/// Mixes cyan, magenta, yellow and black to red, green and blue. Writers that leave an Adobe marker store the inks
+/// inverted.
 void SplitCmyk(const JSAMPLE* source, std::size_t count, bool inverted, unsigned char* const target[3]) {
   const unsigned flip = inverted ? 0 : 255;
   for (std::size_t i = 0; i < count; ++i, source += 4) {
@@ -26,8 +38,8 @@ void SplitCmyk(const JSAMPLE* source, std::size_t count, bool inverted, unsigned
   }
 }
 
-/// Whether the file is long enough for what its header promises. A coded block takes one bit at the least, unless the
-/// coding is arithmetic, for which no such bound holds.
+/// Whether the file is long enough for what its header promises, so that a small file can't ask for much memory. A
+/// coded block takes at least one bit. Arithmetic coding has no such bound, and passes.
 bool CanHoldImage(const jpeg_decompress_struct& decoder, std::int64_t fileBytes) {
   if (decoder.arith_code) return true;
   const auto unitsAcross = [](JDIMENSION samples, int factor) {
@@ -49,11 +61,12 @@ XString HeaderFailure(const JpegSession& session) {
   return text;
 }
 
-/// Reads all scanlines; false where the watch ended it. Rows of grey go straight to their place; colour comes in as
-/// whole pixels and is split.
+/// Reads all rows; false where the watch ended it. Rows of grey go straight to their place. Colour comes as whole
+/// pixels and is split.
 bool ReadRows(jpeg_decompress_struct& decoder, const JpegWatch& watch, JpegRows& rows) {
   const std::size_t width = decoder.output_width;
   const JDIMENSION samples = decoder.output_width * static_cast<JDIMENSION>(decoder.output_components);
+  // The row is libjpeg's memory and goes with its image, also after a jump.
   JSAMPARRAY row = (*decoder.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&decoder), JPOOL_IMAGE, samples, 1);
   while (decoder.output_scanline < decoder.output_height) {
     const int y = static_cast<int>(decoder.output_scanline);
@@ -77,6 +90,7 @@ bool ReadRows(jpeg_decompress_struct& decoder, const JpegWatch& watch, JpegRows&
 }
 
 void ChooseOutput(jpeg_decompress_struct& decoder) {
+  // Grey needs no conversion. libjpeg makes colour of every file of three components. It leaves mixing inks to us.
   decoder.out_color_space = decoder.num_components == 1   ? JCS_GRAYSCALE
                             : decoder.num_components == 3 ? JCS_RGB
                                                           : JCS_CMYK;
@@ -122,6 +136,7 @@ int DecodeJpeg(DiskFile& file, const JpegWatch& watch, JpegRows& rows, XString& 
     return 0;
   }
   const int width = static_cast<int>(decoder.image_width), height = static_cast<int>(decoder.image_height);
+  // Room is made outside of libjpeg's steps, so that a jump can't lose it.
   if (!rows.Begin(width, height, decoder.num_components == 1 ? 1 : 3)) {
     err = "Can't make room for the image";
     return 0;

@@ -18,7 +18,8 @@ struct JpegHeader {
 /// Reads the header. 1, or 0 with the reason in `err`.
 int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err);
 
-/// How a caller follows a decode and ends it. Either may be empty.
+/// How a caller follows a decode and ends it. Both functions are called on the decoding thread, must not throw, and may
+/// be empty.
 struct JpegWatch {
   std::function<bool()> keepGoing;         ///< asked now and then, and before each report; false ends the decode
   std::function<void(int row)> reportRow;  ///< told each row after it is read
@@ -38,9 +39,9 @@ class JpegRows {
   virtual void Take(int y) = 0;
 };
 
-/// Decodes the whole image into `rows`. A file that is cut short or whose coded data is damaged fails, as does a
-/// promise of more pixels than its length can hold. 1, or 0 with the reason in `err` (empty where `watch` ended it);
-/// after 0 what the rows hold is undefined.
+/// Decodes the whole image into `rows`. A file fails that is cut short, whose coded data is damaged, or that promises
+/// more pixels than its length can hold. 1, or 0 with the reason in `err`, which is empty where `watch` ended the
+/// decode. After 0 what the rows hold is undefined.
 int DecodeJpeg(DiskFile& file, const JpegWatch& watch, JpegRows& rows, XString& err);
 
 }  // namespace zrk

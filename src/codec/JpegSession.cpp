@@ -1,3 +1,10 @@
+// libjpeg reports a failure by a function that must not return. Ours keeps the words and jumps back to `Run`. Bytes
+// come from a disk file by way of a source of ours, in pieces of 64 KB. A progress monitor, which libjpeg calls now and
+// then while it works, is where a caller can end it, and where an endless number of scans is ended.
+//
+// A jump runs no destructors. So nothing between `Run` and libjpeg's calls may own anything, and the callbacks here
+// keep to plain data.
+
 #include "codec/JpegSession.h"
 
 #include "base/Disk.h"
@@ -31,6 +38,7 @@ bool DamagesPixels(int warning) {
 }  // namespace
 
 JpegSession::JpegSession(DiskFile& file) : file_(file), scanLimit_(XfnGetLimits().jpegScans) {
+  // libjpeg's default handlers print and end the process.
   decoder_.err = jpeg_std_error(&errors_);
   errors_.error_exit = &OnError;
   errors_.emit_message = &OnMessage;
@@ -45,6 +53,8 @@ JpegSession::JpegSession(DiskFile& file) : file_(file), scanLimit_(XfnGetLimits(
   progress_.progress_monitor = &OnProgress;
 
   Run([this](jpeg_decompress_struct& decoder) {
+    // Creating a decompressor clears the record and takes the memory limit of the environment. So these are set after
+    // it.
     jpeg_create_decompress(&decoder);
     decoder.client_data = this;
     decoder.src = &source_;
@@ -67,17 +77,20 @@ void JpegSession::GiveUp(const char* why) {
 }
 
 void JpegSession::OnError(j_common_ptr common) {
+  // The text must live on the stack: what owns memory here would lose it in the jump.
   char text[JMSG_LENGTH_MAX];
   common->err->format_message(common, text);
   Of(common).GiveUp(text);
 }
 
 void JpegSession::OnMessage(j_common_ptr common, int level) {
+  // Levels of 0 and above are remarks. A warning has -1.
   if (level < 0 && DamagesPixels(common->err->msg_code)) OnError(common);
 }
 
 void JpegSession::OnProgress(j_common_ptr common) {
   JpegSession& session = Of(common);
+  // Each scan of a progressive file goes over the whole image. A few bytes of scans could cost minutes.
   if (session.decoder_.input_scan_number > session.scanLimit_) session.GiveUp("Too many scans");
   if (session.keepGoing_ && !(*session.keepGoing_)()) {
     session.stopped_ = true;
@@ -88,6 +101,7 @@ void JpegSession::OnProgress(j_common_ptr common) {
 boolean JpegSession::FillBuffer(j_decompress_ptr decoder) {
   JpegSession& session = Of(reinterpret_cast<j_common_ptr>(decoder));
   const std::int64_t count = session.file_.ReadAt(session.position_, session.buffer_, kBufferBytes);
+  // libjpeg's own source would go on with an end marker of its making, and deliver an image that is grey below.
   if (count <= 0) session.GiveUp("Premature end of file");
   session.position_ += count;
   session.source_.next_input_byte = session.buffer_;
@@ -98,6 +112,7 @@ boolean JpegSession::FillBuffer(j_decompress_ptr decoder) {
 void JpegSession::SkipBytes(j_decompress_ptr decoder, long count) {
   if (count <= 0) return;
   JpegSession& session = Of(reinterpret_cast<j_common_ptr>(decoder));
+  // A segment may be larger than the buffer. The rest is passed over in the file and not read.
   const std::size_t within = std::min(session.source_.bytes_in_buffer, static_cast<std::size_t>(count));
   session.source_.next_input_byte += within;
   session.source_.bytes_in_buffer -= within;

@@ -13,8 +13,8 @@ namespace zrk {
 
 class DiskFile;
 
-/// A decompressor of libjpeg over an open file, with its three ways out of the process closed: the error exit jumps
-/// back here, messages go to a text, and the memory switch of the environment is overruled by our own limit.
+/// A decompressor of libjpeg over an open file. Its ways out of the process are closed: the error exit jumps back here,
+/// messages go to a text, and our own limit overrules the memory switch of the environment. For one thread.
 class JpegSession {
  public:
   explicit JpegSession(DiskFile& file);
@@ -22,7 +22,7 @@ class JpegSession {
   JpegSession(const JpegSession&) = delete;
   JpegSession& operator=(const JpegSession&) = delete;
 
-  /// Runs `step`, which calls libjpeg; false where libjpeg gave up within it, and then `GetError` has its words. The
+  /// Runs `step`, which calls libjpeg. False where libjpeg gave up within it, and then `GetError` has its words. The
   /// step must not own anything that needs a destructor, since the way out is a jump.
   template <class Step>
   bool Run(Step step) {
@@ -31,7 +31,8 @@ class JpegSession {
     return true;
   }
 
-  /// Asked between pieces of long work within libjpeg; false ends it like an error. Must outlive the session's work.
+  /// `keepGoing` is asked between pieces of long work within libjpeg, and false ends the work like an error. It must
+  /// outlive the session's work.
   void SetKeepGoing(const std::function<bool()>* keepGoing) { keepGoing_ = keepGoing; }
 
   jpeg_decompress_struct& GetDecoder() { return decoder_; }

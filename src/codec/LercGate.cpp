@@ -1,6 +1,14 @@
+// Follows the structure of a LERC blob to its end without decoding it. LERC's decoder trusts counts and indices that it
+// finds in a blob, and would read beyond its memory. The structure is that of version 2.5, as Esri publishes it.
+//
 // A blob is a header, the least and the largest sample, and then one of three: samples as they are, a Huffman code with
-// its table, or blocks of some 8 by 8 samples. A block, and the lengths in a table of codes, is a list of numbers of as
-// few bits as they need, or of indices into a list of the numbers that occur.
+// its table, or blocks of mostly 8 by 8 samples. A block is one of four: samples as they are, nothing where all are 0,
+// one number where all are alike, or a least number and a list of what the samples have above it. Such a list, and
+// likewise that of the lengths of Huffman codes, gives its numbers in as few bits as they need. It may also list the
+// numbers that occur, and then an index for each sample.
+//
+// The cursor never leaves the blob: whatever would lie beyond it reads as 0 and fails at the end. Of Huffman codes only
+// the table of their lengths is followed.
 
 #include "codec/LercGate.h"
 
@@ -21,6 +29,7 @@ constexpr std::string_view kMark = "Lerc2 ";
 enum Type { kChar, kByte, kShort, kUShort, kInt, kUInt, kFloat, kDouble, kNumTypes };
 constexpr std::array<std::size_t, kNumTypes> kTypeBytes = {1, 1, 2, 2, 4, 4, 4, 8};
 
+/// What the header says, as far as it is needed.
 struct Head {
   int rows = 0;
   int columns = 0;
@@ -44,13 +53,16 @@ bool ReadHead(Cursor& cursor, unsigned version, Head& head) {
   head.least = cursor.F64LE();
   head.largest = cursor.F64LE();
   const int maskBytes = cursor.I32LE();
+  // Tiles have one band of one value a pixel, and every pixel has a sample. So a blob with a mask is not of our making.
   const bool hasSize = head.rows > 0 && head.columns > 0 && head.blockSize > 0 && head.blockSize <= 32;
   const bool hasRange = head.least <= head.largest;  // no NaN either
   return hasSize && hasRange && depth == 1 && std::int64_t{numValid} == std::int64_t{head.rows} * head.columns &&
          maskBytes == 0 && head.type >= 0 && head.type < kNumTypes && !cursor.HasFailed();
 }
 
-/// The type in which a block keeps its least sample; outside of the types where there is none.
+/// The type in which a block keeps its least sample. A smaller type than that of the image saves bytes where it holds
+/// the number, and `code` says by how much it is smaller. The answer lies outside of the types where a code means
+/// nothing.
 int TypeOfLeast(int type, int code) {
   switch (type) {
     case kShort:
@@ -72,11 +84,13 @@ std::size_t BytesOf(std::uint64_t count, int bits) {
   return static_cast<std::size_t>((count * static_cast<unsigned>(bits) + 7) / 8);
 }
 
-/// Whether all numbers of `bits` bits each, at most 8, the lowest bit first, are `most` or less.
+/// Whether all numbers of a list are `most` or less. They have `bits` bits each, at most 8, and begin with the lowest
+/// bit of the first byte.
 bool AreAllUpTo(unsigned most, std::span<const unsigned char> bytes, std::uint64_t count, int bits) {
   const unsigned mask = (1U << bits) - 1;
   for (std::uint64_t i = 0; i < count; ++i) {
     const auto first = static_cast<std::size_t>(i * static_cast<unsigned>(bits));
+    // A number of up to 8 bits lies within two bytes.
     unsigned pair = bytes[first / 8];
     if (first / 8 + 1 < bytes.size()) pair |= static_cast<unsigned>(bytes[first / 8 + 1]) << 8;
     if ((pair >> first % 8 & mask) > most) return false;
@@ -84,7 +98,8 @@ bool AreAllUpTo(unsigned most, std::span<const unsigned char> bytes, std::uint64
   return true;
 }
 
-/// Steps over a list that must have `count` numbers.
+/// Steps over a list of numbers, which must have `count` of them. The list begins with a byte: five bits for the width
+/// of a number, one for a list with indices, two for the width of the count.
 bool PassNumbers(Cursor& cursor, std::uint64_t count) {
   const unsigned head = cursor.U8();
   const int bits = head & 31;
@@ -93,11 +108,13 @@ bool PassNumbers(Cursor& cursor, std::uint64_t count) {
   if (head >> 6 == 0) found = cursor.U32LE();
   if (head >> 6 == 1) found = cursor.U16LE();
   if (head >> 6 == 2) found = cursor.U8();
+  // The decoder takes the list's count and not the block's. They must be the same.
   if (found != count || bits == 0) return false;
   if (!isIndexed) {
     cursor.Skip(BytesOf(count, bits));
     return !cursor.HasFailed();
   }
+  // Index 0 stands for the least number, which is not in the list. So an index may be as large as the list is long.
   const int numValues = cursor.U8() - 1;
   if (numValues < 1) return false;
   cursor.Skip(BytesOf(static_cast<unsigned>(numValues), bits));
@@ -120,6 +137,7 @@ bool PassBlock(Cursor& cursor, const Head& head, std::uint64_t numSamples) {
 
 bool PassBlocks(Cursor& cursor, const Head& head) {
   for (std::int64_t y = 0; y < head.rows; y += head.blockSize) {
+    // Blocks at the right and the lower edge are cut to the image.
     const std::int64_t rows = std::min<std::int64_t>(head.blockSize, head.rows - y);
     for (std::int64_t x = 0; x < head.columns; x += head.blockSize) {
       const std::int64_t columns = std::min<std::int64_t>(head.blockSize, head.columns - x);
@@ -141,6 +159,7 @@ bool IsSoundLerc(std::span<const unsigned char> blob, unsigned version) {
   Cursor cursor(blob);
   Head head;
   if (!ReadHead(cursor, version, head)) return false;
+  // An image of one value has no samples behind the header.
   if (head.least == head.largest) return true;
   const std::size_t sampleBytes = kTypeBytes[static_cast<std::size_t>(head.type)];
   const auto least = cursor.Bytes(sampleBytes), largest = cursor.Bytes(sampleBytes);

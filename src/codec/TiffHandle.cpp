@@ -1,3 +1,8 @@
+// A libtiff handle that reads through a file of ours. libtiff calls the functions below for every read, seek and size,
+// with the handle's own offset in the file. Writing and mapping are refused, the latter because a file that is cut
+// while it is read must be an error and not a signal. Messages go to a record that all handles of a file share, and
+// never to stderr. TIFF files are written elsewhere, through TiffOutput.h.
+
 #include "codec/TiffHandle.h"
 
 #include "base/Checked.h"
@@ -13,7 +18,8 @@
 namespace zrk {
 namespace {
 
-/// r: for reading; O: entries of the block tables as they are asked for; m: nothing is mapped; c: strips are not cut.
+/// r: for reading. O: the tables of blocks are read entry by entry, as they are asked for. m: nothing is mapped. c:
+/// strips are not cut into smaller ones.
 constexpr const char* kMode = "rOmc";
 constexpr const char* kCuttingMode = "rOm";
 
@@ -29,7 +35,7 @@ bool IsBilevelStrip(TIFF* tiff) {
          TIFFNumberOfStrips(tiff) == 1;
 }
 
-/// An answer other than 0 keeps the message from going any further.
+/// An answer other than 0 keeps the message from libtiff's own handlers, which print.
 int OnMessage(TIFF*, void* messages, const char*, const char* format, std::va_list arguments) {
   static_cast<TiffMessages*>(messages)->Note(format, arguments);
   return 1;
@@ -93,7 +99,7 @@ void TiffHandle::OpenAs(const char* mode, const XString& name, TIFFOpenOptions* 
   tiff_ = TIFFClientOpenExt(name.GetText(), mode, this, &Read, &Write, &Seek, &Close, &Size, &Map, &Unmap, options);
 }
 
-// libtiff calls these, so nothing may be thrown out of them.
+// libtiff is C and calls the functions below, so nothing may be thrown out of them.
 
 tmsize_t TiffHandle::Read(thandle_t self, void* buffer, tmsize_t count) {
   TiffHandle& handle = *static_cast<TiffHandle*>(self);
@@ -110,6 +116,7 @@ tmsize_t TiffHandle::Write(thandle_t, void*, tmsize_t) {
 toff_t TiffHandle::Seek(thandle_t self, toff_t offset, int origin) {
   TiffHandle& handle = *static_cast<TiffHandle*>(self);
   const std::int64_t base = origin == SEEK_SET ? 0 : origin == SEEK_CUR ? handle.position_ : handle.file_->Size();
+  // libtiff hands offsets as unsigned numbers. A step back comes as a huge one, and is negative again here.
   const auto target = CheckedAdd(base, static_cast<std::int64_t>(offset));
   if (base < 0 || !target || *target < 0) return static_cast<toff_t>(-1);
   handle.position_ = *target;

@@ -13,7 +13,8 @@ namespace zrk {
 
 class DiskFile;
 
-/// What libtiff had to say of a file, in place of stderr. Handles of one file share it, on any thread.
+/// What libtiff had to say of a file. The handles of a file share one object, on any threads. Only the last message is
+/// kept.
 class TiffMessages {
  public:
   void Note(const char* format, std::va_list arguments) noexcept;
@@ -24,11 +25,12 @@ class TiffMessages {
   XString last_;
 };
 
-/// libtiff's options for a file whose messages go to `messages`, which must outlive the file; null without memory.
 struct TiffOptionsFree {
   void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
 };
 using TiffOptions = std::unique_ptr<TIFFOpenOptions, TiffOptionsFree>;
+/// libtiff's options for a file whose messages go to `messages`, which must outlive the file. Null where memory ran
+/// out.
 TiffOptions MakeTiffOptions(TiffMessages& messages);
 
 /// Makes the tags of GeoTIFF known to libtiff, for files that are opened from then on.
@@ -41,11 +43,11 @@ void KnowGeoTags();
 /// file that is cut while it is read is an error and not a signal.
 class TiffHandle {
  public:
-  /// Enough for the tables of any sound directory; what decodes needs room for its blocks beside it.
+  /// Enough for the tables of any sound directory. A handle that decodes needs room for its blocks beside it.
   static constexpr std::int64_t kTableBytes = std::int64_t{64} << 20;
 
-  /// Opens the first directory; null, with a note of the reason, where that can't be. `name` is what `TIFFFileName`
-  /// answers. No piece of memory that libtiff asks for is larger than `mostBytes`.
+  /// Opens the first directory. Null where that fails, with the reason in `messages`. `name` is what `TIFFFileName`
+  /// answers. libtiff gets no piece of memory of more than `mostBytes`.
   static std::unique_ptr<TiffHandle> Open(std::shared_ptr<DiskFile> file, const XString& name,
                                           std::shared_ptr<TiffMessages> messages, std::int64_t mostBytes);
   ~TiffHandle();

@@ -6,6 +6,7 @@
 namespace zrk {
 namespace {
 
+/// A value of a tag, or `missing` where the directory does not have it or libtiff can't read it.
 template <class Value>
 Value GetTag(TIFF* tiff, ttag_t tag, Value missing) {
   Value value = missing;
@@ -32,6 +33,7 @@ TiffTags ReadTiffTags(TIFF* tiff) {
     tags.blockHeight = GetTag(tiff, TIFFTAG_TILELENGTH, std::uint32_t{0});
   } else {
     tags.blockWidth = tags.width;
+    // A file in one strip may give any number of rows for it, or none.
     tags.blockHeight = std::min(GetTag(tiff, TIFFTAG_ROWSPERSTRIP, tags.height), tags.height);
   }
   tags.isSwapped = TIFFIsByteSwapped(tiff) != 0;
@@ -45,7 +47,7 @@ int ToSide(std::uint32_t numPixels) {
 TiffColourMap ReadTiffColourMap(TIFF* tiff, int bitsPerSample) try {
   TiffColourMap map;
   std::uint16_t *red = nullptr, *green = nullptr, *blue = nullptr;
-  // libtiff takes maps of up to 24 bits only.
+  // libtiff takes maps for samples of up to 24 bits only, and its lists have just so many entries.
   if (bitsPerSample > 24 || !TIFFGetField(tiff, TIFFTAG_COLORMAP, &red, &green, &blue)) return map;
   if (!red || !green || !blue) return map;
   const std::size_t count = std::size_t{1} << bitsPerSample;

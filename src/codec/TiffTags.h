@@ -29,17 +29,19 @@ struct TiffTags {
 
 TiffTags ReadTiffTags(TIFF* tiff);
 
-/// The side of an image or of a block, cut to what an int holds. Nothing that has a longer one can be read.
+/// The side of an image or of a block as an int. A longer side is cut to the largest int, and nothing of that size can
+/// be read.
 int ToSide(std::uint32_t numPixels);
 
-/// The colour map as it is stored: one component of 16 bits for each sample value. All empty where there is none.
+/// The colour map as it is stored. Each list has a component of 16 bits for each sample value. All are empty where the
+/// file has no map.
 struct TiffColourMap {
   std::vector<std::uint16_t> red;
   std::vector<std::uint16_t> green;
   std::vector<std::uint16_t> blue;
 };
 
-/// 2 to the power of the bits of a sample entries each; empty also where there is no memory for them.
+/// Reads the colour map, whose lists have 2^bitsPerSample entries each. All are empty where memory ran out, too.
 TiffColourMap ReadTiffColourMap(TIFF* tiff, int bitsPerSample);
 
 }  // namespace zrk

@@ -1,6 +1,12 @@
-// LERC bounds the error of every sample but codes no bytes by their frequency, which zstd then does where that is worth
-// it. Reals that lose nothing go to zstd alone: LERC knows no infinity and no NaN, and takes zeros of both signs for
-// one.
+// The coding of tiles, one at a time and apart from files. docs/FORMATS.md shows the three codings of a blob.
+//
+// LERC bounds the error of every sample. It does not code bytes by their frequency, and zstd does that behind it where
+// the result is shorter. Reals that must lose nothing go to zstd alone, as planes of bytes of equal weight: LERC knows
+// no infinity and no NaN, and takes zeros of both signs for one (docs/decisions/0012).
+//
+// A blob may come from a stranger. It is decoded only when its frame tells a size that fits the tile, its LERC
+// structure is sound, and its shape is that of the tile. Each thread keeps its contexts and rooms from tile to tile,
+// and nothing is shared between threads.
 
 #include "codec/TileCodec.h"
 
@@ -21,14 +27,17 @@
 namespace zrk {
 namespace {
 
+/// zstd's quickest level of the usual ones. Most of the saving is LERC's.
 constexpr int kZstdLevel = 1;
 
-/// 2.5. The next one differs in reals that lose nothing, which don't go to LERC here.
+/// The version of LERC's blobs, 2.5 by its own count. The next one differs only in reals that lose nothing, which don't
+/// go to LERC here.
 constexpr int kLercVersion = 5;
 
-/// What a blob may be larger than its samples: headers, and data that don't compress.
+/// By how much a blob may be larger than its samples: headers, and data that don't compress.
 constexpr std::size_t kBlobSlack = 4096;
 
+/// LERC's number for a data type. It counts signed types before unsigned ones.
 unsigned LercType(int dataType) {
   constexpr std::array<unsigned, 9> kTypes = {0, 1, 0, 3, 2, 5, 4, 6, 7};
   return kTypes[static_cast<std::size_t>(dataType)];
@@ -42,8 +51,8 @@ std::size_t TileBytes(int dataType, int width, int height) {
 template <class Sample>
 using BitsOf = std::conditional_t<sizeof(Sample) == 4, std::uint32_t, std::uint64_t>;
 
-/// The largest of the samples without their signs; an infinity or a NaN where one of them is. Without the sign, reals
-/// are ordered as their bits are.
+/// The largest of the samples without their signs. It is an infinity or a NaN where one of the samples is. Without the
+/// sign, reals have the order of their bits, so that whole numbers are compared.
 template <class Sample>
 Sample FindLargest(const Sample* samples, std::size_t count) {
   BitsOf<Sample> largest = 0;
@@ -54,9 +63,10 @@ Sample FindLargest(const Sample* samples, std::size_t count) {
   return std::bit_cast<Sample>(static_cast<BitsOf<Sample>>(largest >> 1));
 }
 
-/// The bound that LERC is told so that a tile keeps `maxError`: its result is rounded once more, to a sample, which may
-/// add half a step between the largest ones. Less than 0 for a tile that is not for LERC, because it holds an infinity
-/// or a NaN, which LERC has not, or because such a step is not small beside the bound.
+/// The bound that LERC is told so that a tile keeps `maxError`. LERC's result is rounded once more, to a sample, which
+/// may add half a step between neighbouring reals of the largest size. So a step is taken off. The bound is negative
+/// for a tile that LERC does not get: one with an infinity or a NaN, and one where a step is not small beside the
+/// bound.
 double BoundFor(const void* samples, int dataType, std::size_t numBytes, double maxError) {
   double bound = maxError;
   VisitDataType(dataType, [&](auto zero) {
@@ -71,7 +81,7 @@ double BoundFor(const void* samples, int dataType, std::size_t numBytes, double 
   return bound;
 }
 
-/// Room that only grows, since a vector would fill with zeros what is about to be written over.
+/// Room that only grows. A vector would fill it with zeros that are written over at once.
 class Room {
  public:
   unsigned char* Reserve(std::size_t numBytes) {
@@ -89,7 +99,7 @@ class Room {
 
 using Bytes = std::span<const unsigned char>;
 
-/// What a thread keeps from tile to tile: contexts are large, and so is room.
+/// What a thread keeps from tile to tile, because contexts and rooms are large.
 struct Desk {
   std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)> coder{ZSTD_createCCtx(), &ZSTD_freeCCtx};
   std::unique_ptr<ZSTD_DCtx, decltype(&ZSTD_freeDCtx)> decoder{ZSTD_createDCtx(), &ZSTD_freeDCtx};
@@ -112,19 +122,18 @@ Bytes Deflate(Bytes bytes, Desk& desk) {
   return ZSTD_isError(size) ? Bytes() : Bytes(frame, size);
 }
 
-/// Whether the bytes are one frame of today's form. Those of old forms, which zstd still reads, go to decoders that
-/// few look after.
+/// Whether the bytes are one frame of today's form. zstd still reads older forms, with decoders that few look after.
 bool IsOneFrame(Bytes bytes) {
   constexpr std::array<unsigned char, 4> kMark = {0x28, 0xB5, 0x2F, 0xFD};
   return bytes.size() > kMark.size() && std::ranges::equal(bytes.first(kMark.size()), kMark) &&
          ZSTD_findFrameCompressedSize(bytes.data(), bytes.size()) == bytes.size();
 }
 
-/// The bytes of a frame, which must tell that they are no more than `mostBytes`, behind each other in `out`.
+/// Unpacks a frame into `out`. The frame must tell its content's size, and that must be at most `mostBytes`.
 bool Inflate(Bytes frame, std::size_t mostBytes, std::vector<unsigned char>& out) {
   if (!IsOneFrame(frame)) return false;
   const unsigned long long size = ZSTD_getFrameContentSize(frame.data(), frame.size());
-  if (size > mostBytes) return false;  // the two values that mean failure are the largest there are
+  if (size > mostBytes) return false;  // the two values that mean failure are larger than any size
   out.resize(static_cast<std::size_t>(size));
   ZSTD_DCtx* const decoder = ThreadsDesk().decoder.get();
   return decoder && ZSTD_decompressDCtx(decoder, out.data(), out.size(), frame.data(), frame.size()) == size;
@@ -134,13 +143,14 @@ bool Inflate(Bytes frame, std::size_t mostBytes, std::vector<unsigned char>& out
 Bytes EncodeLerc(const void* samples, int dataType, int width, int height, double maxError, Desk& desk) {
   const std::size_t room = 2 * TileBytes(dataType, width, height) + kBlobSlack;
   unsigned char* const blob = desk.lerc.Reserve(room);
-  std::memset(blob, 0, room);  // LERC leaves some bytes of a blob as they are
+  std::memset(blob, 0, room);  // LERC does not write all bytes of a blob, and the same samples must give the same ones
   unsigned numBytes = 0;
   const lerc_status status = lerc_encodeForVersion(samples, kLercVersion, LercType(dataType), 1, width, height, 1, 0,
                                                    nullptr, maxError, blob, static_cast<unsigned>(room), &numBytes);
   return status == 0 ? Bytes(blob, numBytes) : Bytes();
 }
 
+/// Whether a blob has the type and the shape of a tile. LERC fills the caller's samples by the blob's shape.
 bool IsBlobOf(Bytes blob, int dataType, int width, int height) {
   enum { kVersion, kType, kDepth, kCols, kRows, kBands, kValid, kSize, kMasks, kNumInfos };
   std::array<unsigned, kNumInfos> info{};
@@ -157,7 +167,7 @@ bool DecodeLerc(Bytes blob, int dataType, int width, int height, void* out) {
                      LercType(dataType), out) == 0;
 }
 
-/// Brings bytes of equal weight together, which are alike in neighbouring samples.
+/// Brings bytes of equal weight together. They are alike in neighbouring samples, and so zstd finds more to save.
 template <class Sample>
 void SplitPlanes(const unsigned char* samples, std::size_t count, unsigned char* planes) {
   for (std::size_t k = 0; k < sizeof(Sample); ++k, planes += count) {
@@ -184,6 +194,7 @@ bool EncodeTile(const void* samples, int dataType, int width, int height, double
   const std::size_t numBytes = TileBytes(dataType, width, height);
   Desk& desk = ThreadsDesk();
   const double bound = BoundFor(samples, dataType, numBytes, maxError);
+  // LERC does not get this tile. It is kept bit for bit, whatever error is allowed.
   if (bound < 0.0) {
     unsigned char* const planes = desk.planes.Reserve(numBytes);
     VisitDataType(dataType, [&](auto zero) {

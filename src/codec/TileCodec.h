@@ -21,8 +21,8 @@ struct TileBlob {
   std::vector<unsigned char> bytes;
 };
 
-/// Codes a tile so that no sample is off by more than `maxError`; 0 keeps every bit. Samples that are not finite are
-/// kept bit for bit, with all others of their tile. The same samples give the same bytes. False where a library fails.
+/// Codes a tile so that no sample is off by more than `maxError`; 0 keeps every bit. A tile that has samples which are
+/// not finite keeps every bit. The same samples give the same bytes. False where a library fails.
 bool EncodeTile(const void* samples, int dataType, int width, int height, double maxError, TileBlob& blob);
 
 /// Room that a decoder keeps from tile to tile.

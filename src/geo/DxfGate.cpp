@@ -1,6 +1,15 @@
-// A DXF file is a sequence of pairs of lines, a group code and its value. Group 0 begins an entity, group 2 is its
-// name: that of the block for BLOCK, and the block shown for INSERT and DIMENSION. Groups 70 and 71 of INSERT are the
-// columns and rows of a repeated insertion. Entities between BLOCK and ENDBLK belong to the block.
+// A look at a drawing before a parser gets it. A reader puts the contents of a block in place of each insertion. Blocks
+// may insert other blocks, many times over, and so a file of a few hundred bytes can unfold to any number of entities.
+// Here only their number is computed.
+//
+// A DXF file is a sequence of pairs of lines, a group code and its value. Group 0 begins an entity. Group 2 is a name:
+// that of the block itself for BLOCK, and that of the block shown for INSERT and DIMENSION. Groups 70 and 71 of INSERT
+// are the columns and rows of a repeated insertion. Entities between BLOCK and ENDBLK belong to the block, all others
+// to the sheet.
+//
+// One pass over the file counts, for each block, its entities and how often it inserts which other block. From these
+// counts follows what each block unfolds to, each computed once. A file that is not a drawing gives counts that mean
+// nothing, and is left to the reader to refuse.
 
 #include "geo/DxfGate.h"
 
@@ -15,7 +24,8 @@ namespace zrk {
 
 namespace {
 
-/// Lines of a file, without blanks at both ends. Of a line longer than the buffer only the beginning is told.
+/// The lines of a file, without blanks at both ends. Of a line longer than the buffer only the beginning is kept, so
+/// that a file without line ends takes no more memory.
 class Lines {
  public:
   explicit Lines(const XFile& file) : file_(file), buffer_(1 << 16) {}
@@ -52,24 +62,27 @@ class Lines {
   std::size_t place_ = 0;
 };
 
+/// A text that does not begin with a number counts as 0.
 int ToNumber(std::string_view text) {
   int number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
 }
 
-/// Sums and products beyond the bound need not be told apart from it.
+/// a + times * b, at most the bound. What is beyond the bound is too much in any case, and so nothing overflows.
 std::int64_t Bounded(std::int64_t a, std::int64_t times, std::int64_t b) {
   constexpr std::int64_t kBound = kMostUnfoldedEntities + 1;
   if (times != 0 && b > kBound / times) return kBound;
   return std::min(kBound, a + times * b);
 }
 
+/// What a block, or the sheet, holds.
 struct Contents {
   std::int64_t numEntities = 0;
   std::map<std::string, std::int64_t> insertions;  // how often each block is shown
 };
 
+/// The entity that is being read: only what is needed of its groups.
 struct Entity {
   bool ShowsBlock() const { return type == "INSERT" || type == "DIMENSION"; }
 
@@ -101,10 +114,12 @@ class Drawing {
       if (group == 70 && entity.type == "INSERT") entity.numColumns = ToNumber(value);
       if (group == 71 && entity.type == "INSERT") entity.numRows = ToNumber(value);
     }
+    // An entity is complete when the next one begins, or at the end of the file.
     Add(entity);
   }
 
-  /// The entities that take the place of insertions; beyond the bound also where blocks are nested too deep.
+  /// The number of entities that take the place of insertions. It is beyond the bound as well where blocks are nested
+  /// too deep.
   std::int64_t CountUnfolded(int maxDepth) { return MeasureInsertions(sheet_, maxDepth).numEntities; }
 
  private:
@@ -121,7 +136,8 @@ class Drawing {
     }
   }
 
-  /// Of at most `depth` levels, so that blocks which hold each other come to an end.
+  /// What insertions unfold to, down to `depth` levels, so that blocks which hold each other come to an end. The
+  /// insertion of a block that the drawing does not have unfolds to nothing.
   Measure MeasureInsertions(const Contents& contents, int depth) {
     Measure all;
     for (const auto& [name, times] : contents.insertions) {
@@ -135,6 +151,8 @@ class Drawing {
   }
 
   Measure MeasureBlock(const std::string& name, const Contents& contents, int depth) {
+    // A block is measured once, on the way on which it is met first. Its height tells whether it is too deep on another
+    // way.
     const auto known = known_.find(name);
     Measure measure = known != known_.end() ? known->second : Measure();
     if (known == known_.end() && depth > 0) {

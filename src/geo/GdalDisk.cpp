@@ -1,3 +1,10 @@
+// A file system of GDAL's over our own disk. Vector drivers open files by names that begin with a prefix of ours, and
+// GDAL then calls the functions below. So what GDAL reads passes the same door as everything else, where tests and fuzz
+// targets put disks of their own. There is no writing and no listing of folders.
+//
+// GDAL does not expect exceptions from these functions. So nothing may be thrown out of them, and they tell of failures
+// by errno. A handle serves one thread at a time, like a FILE.
+
 #include "geo/GdalDisk.h"
 
 #include "base/Checked.h"
@@ -17,12 +24,13 @@ namespace zrk {
 
 namespace {
 
-// Absolute and relative paths have a folder each, so that what follows needs no guessing: the first keeps its leading
-// separator.
+// Absolute and relative paths have a folder each below the prefix, so that a path is found again without guessing. An
+// absolute path keeps its leading separator.
 constexpr const char kPrefix[] = "/vsizrkio/";
 constexpr std::string_view kAbsolute = "absolute";
 constexpr std::string_view kRelative = "relative/";
 
+/// What stands behind a handle of GDAL's: a file and the offset of the next read.
 struct OpenFile {
   std::shared_ptr<DiskFile> file;
   std::int64_t position = 0;
@@ -50,9 +58,8 @@ std::shared_ptr<DiskFile> OpenOnDisk(std::string_view name) {
   return file;
 }
 
-// GDAL calls these, so nothing may be thrown out of them.
-
 void* Open(void*, const char* name, const char* access) noexcept {
+  // Some drivers would repair or extend a file that they open. They get none to write to.
   if (std::string_view(access).find_first_of("wa+") != std::string_view::npos) {
     errno = EACCES;
     return nullptr;
@@ -74,6 +81,7 @@ int Close(void* handle) noexcept {
 
 int Stat(void*, const char* name, VSIStatBufL* stat, int) noexcept {
   try {
+    // Our disk knows a file's size only when it is open. A folder can't be opened, and so does not exist for GDAL.
     const std::shared_ptr<DiskFile> file = OpenOnDisk(name);
     const std::int64_t size = file ? file->Size() : -1;
     if (size < 0) return -1;
@@ -93,6 +101,7 @@ vsi_l_offset Tell(void* handle) noexcept {
 int Seek(void* handle, vsi_l_offset offset, int origin) noexcept {
   OpenFile& opened = *AsOpenFile(handle);
   const std::int64_t base = origin == SEEK_SET ? 0 : origin == SEEK_CUR ? opened.position : opened.file->Size();
+  // GDAL hands offsets as unsigned numbers. A step back from the end comes as a huge one, and is negative again here.
   const auto target = CheckedAdd(base, static_cast<std::int64_t>(offset));
   if (base < 0 || !target || *target < 0) return -1;
   opened.position = *target;
@@ -105,6 +114,7 @@ std::size_t Read(void* handle, void* buffer, std::size_t size, std::size_t count
   const auto wanted = CheckedMultiply(static_cast<std::int64_t>(size), static_cast<std::int64_t>(count));
   if (!wanted || *wanted <= 0) return 0;
   const std::int64_t got = opened.file->ReadAt(opened.position, buffer, *wanted);
+  // A read that failed counts as the end, too: GDAL asks for no more then.
   if (got < *wanted) opened.isAtEnd = true;
   if (got <= 0) return 0;
   opened.position += got;
@@ -121,6 +131,7 @@ struct CallbacksFree {
   }
 };
 
+/// Makes the prefix known to GDAL, once for the process. It stays, since files may be open at any time.
 void Install() {
   static std::once_flag once;
   std::call_once(once, [] {

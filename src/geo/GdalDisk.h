@@ -4,8 +4,9 @@
 
 namespace zrk {
 
-/// The name under which GDAL reads `path`, and the files that lie beside it, through `CurrentDisk`: regular files only,
-/// and never for writing. Folders are not listed, so a driver finds only what it knows by name.
+/// The name under which GDAL reads `path` through `CurrentDisk`. Files beside it have names of the same form. GDAL gets
+/// regular files only, and none for writing. Folders are not listed, so that a driver finds only files that it knows by
+/// name.
 XString PathForGdal(const XString& path);
 
 /// A sentence of GDAL with the names of `PathForGdal` turned back into paths.

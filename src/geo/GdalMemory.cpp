@@ -9,7 +9,7 @@
 namespace zrk {
 
 GdalMemoryFile::GdalMemoryFile() {
-  // No two that live at a time have one address.
+  // The address is part of the name, because no two objects that live at the same time share one.
   char name[64];
   std::snprintf(name, sizeof name, "/vsimem/zrkio-geokeys-%p.tif", static_cast<void*>(this));
   name_ = name;
@@ -17,6 +17,7 @@ GdalMemoryFile::GdalMemoryFile() {
 
 GdalMemoryFile::GdalMemoryFile(std::vector<unsigned char> bytes) : GdalMemoryFile() {
   bytes_ = std::move(bytes);
+  // GDAL keeps the file under its name when the handle is closed. The bytes stay ours.
   if (VSILFILE* const file = VSIFileFromMemBuffer(GetName(), bytes_.data(), bytes_.size(), FALSE)) VSIFCloseL(file);
 }
 

@@ -17,7 +17,7 @@ class GdalMemoryFile {
   GdalMemoryFile& operator=(const GdalMemoryFile&) = delete;
 
   const char* GetName() const { return name_.c_str(); }
-  /// What the file has now, until it is changed; none where there is no file.
+  /// The bytes that the file has now. They are valid until the file is changed. Empty where there is no file.
   std::span<const unsigned char> GetBytes() const;
 
  private:

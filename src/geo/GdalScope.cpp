@@ -23,6 +23,7 @@ QuietGdal::~QuietGdal() {
 }
 
 void QuietGdal::Note(CPLErr severity, const char* message) noexcept {
+  // GDAL does not expect exceptions from this, so nothing may be thrown. A warning never takes the place of an error.
   if (severity < CE_Warning || severity < severity_) return;
   try {
     lastError_ = message;

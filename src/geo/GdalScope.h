@@ -7,8 +7,8 @@
 
 namespace zrk {
 
-/// Keeps GDAL, OGR and PROJ from printing on the calling thread for its own lifetime, and remembers what they had to
-/// say. What the program itself last heard from GDAL is as before afterwards.
+/// Keeps GDAL, OGR and PROJ from printing on the calling thread as long as it lives, and remembers what they had to
+/// say. Afterwards the program finds its own last error of GDAL again.
 class QuietGdal {
  public:
   QuietGdal();
@@ -29,8 +29,8 @@ class QuietGdal {
 /// Keeps PROJ from fetching grids, for the whole process.
 void SwitchNetworkOff();
 
-/// Holds those switches of GDAL on the calling thread that would let the environment decide what a file contains, what
-/// is fetched or what is written.
+/// Holds switches of GDAL on the calling thread. Without that the environment could decide what a file contains, what
+/// is fetched and what is written.
 class FixedGdalSwitches {
  private:
   CPLConfigOptionSetter kmlStyles_{"LIBKML_RESOLVE_STYLE", "NO", false};

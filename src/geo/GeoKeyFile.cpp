@@ -1,6 +1,14 @@
-// Geokeys lie in three tags: a directory of 16-bit words, four a key, in order of the keys; the reals; and the texts,
-// each of which ends in a bar. A key's words are its id, the tag that has its values or 0, how many there are, and
-// where they begin, or the value itself.
+// Writes geokeys into a TIFF file of one pixel in memory, and reads them back out of one. OGC 19-008, the GeoTIFF
+// standard, and the TIFF 6.0 specification have the two layouts.
+//
+// Geokeys lie in three tags. The first is a directory of 16-bit words: four for its version and the number of keys,
+// then four for each key in order of the ids. The other two hold all reals and all texts, each text with a bar at its
+// end. A key's words are its id, the tag that has its values or 0, the number of values, and the index of the first of
+// them in that tag. A single 16-bit value has the tag 0 and stands in place of the index.
+//
+// The file is little-endian: a mark, the offset of the one directory, the directory in order of the tags, and then the
+// values that are longer than the four bytes of an entry. Only GDAL writes the files that are read here. Reading is
+// still bounded everywhere, since what GDAL copies into them may be a stranger's.
 
 #include "geo/GeoKeyFile.h"
 
@@ -27,11 +35,12 @@ using Bytes = std::vector<unsigned char>;
 
 template <class Value>
 void Append(Bytes& bytes, Value value) {
+  // The order of bytes is the file's, whatever the machine's is.
   const auto encoded = LittleEndian(value);
   bytes.insert(bytes.end(), encoded.begin(), encoded.end());
 }
 
-/// The contents of the three tags.
+/// The contents of the three tags for a set of keys.
 class KeyTables {
  public:
   explicit KeyTables(const GeoKeySet& set) {
@@ -42,6 +51,7 @@ class KeyTables {
       Append(directory_, word);
     }
     directory_.insert(directory_.end(), entries_.begin(), entries_.end());
+    // A text tag of TIFF ends with a zero.
     if (!texts_.empty()) texts_.push_back('\0');
   }
 
@@ -62,6 +72,7 @@ class KeyTables {
   }
 
   bool AddEntry(std::uint16_t id, std::uint16_t tag, std::size_t count, std::size_t place) {
+    // Number and index have 16 bits. A key that needs more is left out, and its values with it.
     if (count > UINT16_MAX || place + count > UINT16_MAX + std::size_t{1}) return false;
     const auto place16 = static_cast<std::uint16_t>(place), count16 = static_cast<std::uint16_t>(count);
     for (const std::uint16_t word : {id, tag, count16, place16}) Append(entries_, word);
@@ -76,7 +87,8 @@ class KeyTables {
   Bytes texts_;
 };
 
-/// A file of one directory, whose longer values follow it. Tags are added in ascending order.
+/// A TIFF file of one directory. Values that don't fit in an entry follow the directory. Tags are added in ascending
+/// order, as TIFF wants them.
 class OneDirectory {
  public:
   template <class Value>
@@ -95,6 +107,7 @@ class OneDirectory {
     Bytes file = {'I', 'I', 42, 0};
     Append(file, kPlace);
     Append(file, static_cast<std::uint16_t>(fields_.size()));
+    // The number of entries, 12 bytes for each, and an offset of 0 for a next directory.
     const std::size_t end = kPlace + 2 + 12 * fields_.size() + 4;
     Bytes values;
     for (const Field& field : fields_) {
@@ -106,6 +119,7 @@ class OneDirectory {
         slot.clear();
         Append(slot, static_cast<std::uint32_t>(end + values.size()));
         values.insert(values.end(), field.bytes.begin(), field.bytes.end());
+        // Values begin at even offsets.
         values.resize((values.size() + 1) / 2 * 2);
       }
       slot.resize(4);
@@ -128,7 +142,7 @@ class OneDirectory {
 
 using View = std::span<const unsigned char>;
 
-/// `count` bytes from a place on; empty where they are not all there.
+/// `count` bytes from `place` on; empty where they are not all there.
 std::optional<View> Part(View bytes, std::size_t place, std::size_t count) {
   Cursor cursor(bytes);
   cursor.Seek(place);
@@ -137,8 +151,8 @@ std::optional<View> Part(View bytes, std::size_t place, std::size_t count) {
   return part;
 }
 
-/// The bytes of a tag's values, none of them where the file is without the tag; empty where they are not what the tag
-/// says or not within the file.
+/// The bytes of a tag's values. A file without the tag gives a view of no bytes. The answer is empty where the type is
+/// another one, and where the values do not lie within the file.
 std::optional<View> FindValues(View file, std::uint16_t tag, std::uint16_t type, std::size_t valueSize) {
   constexpr std::uint32_t kMark = 0x002A4949;
   Cursor cursor(file);
@@ -150,13 +164,14 @@ std::optional<View> FindValues(View file, std::uint16_t tag, std::uint16_t type,
     const View slot = cursor.Bytes(4);
     if (fieldTag != tag || cursor.HasFailed()) continue;
     if (fieldType != type) return {};
+    // Values of up to four bytes stand in the entry itself, longer ones at the offset that it gives.
     return numBytes <= slot.size() ? slot.first(numBytes) : Part(file, Cursor(slot).U32LE(), numBytes);
   }
   if (cursor.HasFailed()) return {};
   return View();
 }
 
-/// The tables that the keys of a directory have their values in.
+/// The tags that the keys of a directory have their values in.
 struct ValueTables {
   View doubles;
   View texts;
@@ -173,6 +188,7 @@ std::optional<GeoKey> ReadDoubles(std::uint16_t id, View doubles, std::size_t pl
 
 std::optional<GeoKey> ReadText(std::uint16_t id, View texts, std::size_t place, std::size_t count) {
   const std::optional<View> bytes = Part(texts, place, count);
+  // The bar is counted in a text's length.
   if (!bytes || bytes->empty() || bytes->back() != '|') return {};
   return GeoKey{id, std::string(bytes->begin(), bytes->end() - 1)};
 }
@@ -214,7 +230,9 @@ std::optional<GeoKeySet> ReadGeoKeyFile(std::span<const unsigned char> file) {
 
 std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set) {
   constexpr std::uint16_t kOne = 1, kBits = 8, kBlackIsZero = 1;
-  constexpr std::uint32_t kPixelAt = 0, kPixelBytes = 1;  // any byte will do
+  constexpr std::uint32_t kPixelAt = 0, kPixelBytes = 1;  // the first byte of the file serves as the pixel
+  // Width, height, bits, no compression, photometric, strip offset, samples, rows of a strip, bytes of the strip: the
+  // least that a reader takes for an image.
   OneDirectory file;
   file.Add(256, kTypeShort, kOne);
   file.Add(257, kTypeShort, kOne);

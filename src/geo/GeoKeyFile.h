@@ -9,6 +9,7 @@
 
 namespace zrk {
 
+/// One key: a 16-bit value, one or more reals, or a text.
 struct GeoKey {
   std::uint16_t id;
   std::variant<std::uint16_t, std::vector<double>, std::string> value;
@@ -24,12 +25,12 @@ struct GeoKeySet {
   friend bool operator==(const GeoKeySet&, const GeoKeySet&) = default;
 };
 
-/// The bytes of a TIFF file of one pixel that has these keys. A value for which there is no room, places in its tables
-/// being numbers of 16 bits, is left out.
+/// The bytes of a TIFF file of one pixel that has these keys. Keys index their values by numbers of 16 bits. A key
+/// whose values have no room within that is left out.
 std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set);
 
-/// The keys of the first directory of a little-endian TIFF file, which is what `MakeGeoKeyFile` makes; empty where
-/// there are none, and where anything of their tables is not laid out as it should be.
+/// The keys of the first directory of a little-endian TIFF file, such as `MakeGeoKeyFile` makes. Empty where there are
+/// no keys, and where anything of their tags is not laid out as it should be.
 std::optional<GeoKeySet> ReadGeoKeyFile(std::span<const unsigned char> file);
 
 }  // namespace zrk

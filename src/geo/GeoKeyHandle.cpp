@@ -1,5 +1,7 @@
-// The keys are what a stranger's file says, and some texts among them are parsed: what no writer of such files would
-// say is left out.
+// Copies geokeys from libgeotiff's handle into a record of ours, and back. The handle has what a stranger's file says,
+// and GDAL parses some of the texts among the keys. So a key is taken only if its id has a meaning, and if its type and
+// its number of values are such as writers give it. Other keys are left out, without a word: what is left may still
+// describe the system.
 
 #include "geo/GeoKeyHandle.h"
 
@@ -15,7 +17,7 @@
 namespace zrk {
 namespace {
 
-/// All ids that mean something, first to last, in ascending order.
+/// The ids that mean something, from the first to the last of a range, in ascending order.
 struct IdRange {
   int first;
   int last;
@@ -26,8 +28,8 @@ constexpr int kMostDoubles = 7;  // of a datum shift; other keys have one
 constexpr int kMostTextBytes = 16384;
 constexpr std::ptrdiff_t kMostBrackets = 256;
 
-/// Whether a text can't lead a parser astray. It is not known where in the text a system begins, nor whether that is
-/// within quotes, so brackets are counted wherever they stand.
+/// Whether a text is safe to parse. A system may begin anywhere in the text, within quotes or not. So brackets count
+/// wherever they stand, and bound the depth that a parser can get to.
 bool IsHarmless(const std::string& text) {
   return text.find('\0') == std::string::npos &&
          std::ranges::count_if(text, [](char c) { return c == '[' || c == '('; }) <= kMostBrackets;
@@ -35,7 +37,8 @@ bool IsHarmless(const std::string& text) {
 
 std::optional<GeoKey> ReadShort(GTIF* gtif, geokey_t id, int count) {
   std::uint16_t value = 0;
-  // More than one value lie elsewhere, and asked for one of them libgeotiff gives part of an address.
+  // A single value stands in the key itself. Where there are more, libgeotiff keeps their address there, and would give
+  // a part of it for a value.
   if (count != 1 || !GTIFKeyGetSHORT(gtif, id, &value, 0, 1)) return {};
   return GeoKey{static_cast<std::uint16_t>(id), value};
 }
@@ -51,6 +54,7 @@ std::optional<GeoKey> ReadText(GTIF* gtif, geokey_t id, int count) {
   if (count > kMostTextBytes) return {};
   std::string text(static_cast<std::size_t>(count), '\0');
   if (GTIFKeyGetASCII(gtif, id, text.data(), count) != count) return {};
+  // libgeotiff counts the zero at the end as part of the text.
   text.resize(text.find_last_not_of('\0') + 1);
   if (!IsHarmless(text)) return {};
   return GeoKey{static_cast<std::uint16_t>(id), std::move(text)};
@@ -66,7 +70,7 @@ std::optional<GeoKey> ReadKey(GTIF* gtif, geokey_t id) {
   return type == TYPE_ASCII ? ReadText(gtif, id, count) : std::nullopt;
 }
 
-/// Whether there is room for all texts, with the zero behind them: libtiff counts their bytes in 16 bits.
+/// Whether there is room for all texts, their bars and the zero at the end: libtiff counts the bytes in 16 bits.
 bool HasRoomForTexts(const GeoKeySet& set) {
   std::size_t numBytes = 1;
   for (const GeoKey& key : set.keys) {
@@ -79,7 +83,7 @@ int SetValue(GTIF* gtif, geokey_t id, std::uint16_t value) {
   return GTIFKeySet(gtif, id, TYPE_SHORT, 1, static_cast<int>(value));
 }
 
-/// One value is handed over as it is, more of them by their address.
+/// libgeotiff takes one value as it is, and several by their address.
 int SetValue(GTIF* gtif, geokey_t id, const std::vector<double>& values) {
   if (values.size() == 1) return GTIFKeySet(gtif, id, TYPE_DOUBLE, 1, values.front());
   return GTIFKeySet(gtif, id, TYPE_DOUBLE, static_cast<int>(values.size()), values.data());
@@ -112,6 +116,7 @@ GeoKeySet ReadGeoKeys(GTIF* gtif) {
 
 bool SetGeoKeys(GTIF* gtif, const GeoKeySet& set) {
   if (!HasRoomForTexts(set)) return false;
+  // A failure leaves the handle with some of the keys. The caller then does not write it.
   for (const GeoKey& key : set.keys) {
     const auto id = static_cast<geokey_t>(key.id);
     if (!std::visit([&](const auto& value) { return SetValue(gtif, id, value); }, key.value)) return false;

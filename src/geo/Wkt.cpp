@@ -9,7 +9,7 @@ namespace zrk {
 
 namespace {
 
-/// Texts beyond this are no system that anybody wrote.
+/// No system that anybody wrote is longer or nested deeper.
 constexpr int kMostBytes = 1 << 20;
 constexpr int kMostDepth = 64;
 
@@ -27,6 +27,7 @@ bool IsPlausibleWkt(const XString& wkt) {
     if (c == '"') isQuoted = !isQuoted;
     if (isQuoted) continue;
     if (c == '[' || c == '(') ++depth;
+    // Extra closing brackets earn no credit for opening ones.
     if (c == ']' || c == ')') depth = std::max(depth - 1, 0);
     if (depth > kMostDepth) return false;
   }
@@ -34,7 +35,7 @@ bool IsPlausibleWkt(const XString& wkt) {
 }
 
 int ExportWkt(const OGRSpatialReference& system, XString& wkt) {
-  // The second option writes a geographic system with heights as a compound one, for which alone WKT 1 has words.
+  // WKT 1 has no words for a geographic system with heights. The second option writes it as a compound system.
   const char* const options[] = {"FORMAT=WKT1", "ALLOW_ELLIPSOIDAL_HEIGHT_AS_VERTICAL_CRS=YES", nullptr};
   char* text = nullptr;
   const bool isDone = system.exportToWkt(&text, options) == OGRERR_NONE;

@@ -1,3 +1,7 @@
+// Transformations between two systems, by OGR and PROJ. OGR's object keeps state while it works and serves one thread
+// at a time, so that a lock stands around each use. Both systems are copied by way of their WKT, and have x before y
+// whatever their registers say.
+
 #include "XCoordinateTransformation.h"
 
 #include "geo/GdalScope.h"
@@ -18,7 +22,7 @@ struct TransformationDestroy {
 };
 using Transformation = std::unique_ptr<OGRCoordinateTransformation, TransformationDestroy>;
 
-/// A system of OGR's for a reference; false where there is none.
+/// Makes OGR's system for a reference; false for an empty reference, and for one that OGR does not understand.
 bool CopySystem(const XSpatialReference& from, OGRSpatialReference& to) {
   XString wkt;
   if (!from.exportToWkt(wkt) || wkt.IsEmpty()) return false;
@@ -27,6 +31,7 @@ bool CopySystem(const XSpatialReference& from, OGRSpatialReference& to) {
 }
 
 Transformation MakeTransformation(const XSpatialReference& from, const XSpatialReference& to) {
+  // The result must depend on the two systems, and not on grids that a server has today.
   zrk::SwitchNetworkOff();
   OGRSpatialReference source, target;
   if (!CopySystem(from, source) || !CopySystem(to, target)) return nullptr;
@@ -35,7 +40,7 @@ Transformation MakeTransformation(const XSpatialReference& from, const XSpatialR
 
 }  // namespace
 
-/// OGR's transformation with the lock that using it takes.
+/// OGR's transformation, and the lock that each use of it takes.
 class XCoordinateTransformation::Impl {
  public:
   explicit Impl(Transformation transformation) : transformation_(std::move(transformation)) {}
@@ -56,6 +61,7 @@ XCoordinateTransformation::~XCoordinateTransformation() = default;
 int XCoordinateTransformation::TransformPt(double& x, double& y) const {
   const zrk::QuietGdal quiet;
   try {
+    // The caller's coordinates stay unchanged where the transformation fails half way.
     double newX = x, newY = y;
     if (!impl_->Transform(newX, newY)) return 0;
     x = newX;

@@ -1,5 +1,11 @@
-// GDAL knows what geokeys mean but takes them from a file only, and writes them into none but a file. So the keys of a
-// system lie in a file of one pixel in memory, on the way from GDAL to libgeotiff's handle and on the way back.
+// The system that geokeys describe as WKT, and the geokeys of a system. GDAL knows what geokeys mean, but reads them
+// only out of a file and writes them only into one. So the keys pass through a TIFF file of one pixel in memory, on the
+// way from libgeotiff's handle to GDAL and on the way back.
+//
+// The caller's own file is not shown to GDAL: its other tags, the files beside it and its size would have a say. What
+// GDAL makes of keys also depends on switches that the environment can set. They are held while it works.
+//
+// Nothing is kept between calls, so that two handles may be asked on two threads.
 
 #include "XGeoKeys.h"
 
@@ -24,7 +30,7 @@ namespace {
 using zrk::GeoKey;
 using zrk::GeoKeySet;
 
-/// Keeps the environment from having a say in what keys mean.
+/// Holds the switches by which the environment would have a say in what keys mean.
 class FixedGeoKeySwitches {
  private:
   CPLConfigOptionSetter sources_{"GDAL_GEOREF_SOURCES", "INTERNAL", false};
@@ -51,13 +57,14 @@ void KnowTheFormat() {
 
 Dataset OpenWithGdal(const char* name) {
   KnowTheFormat();
+  // One driver and no list of neighbours: GDAL neither tries other formats nor looks for files beside this one.
   const char* const drivers[] = {"GTiff", nullptr};
   const char* const siblings[] = {nullptr};
   constexpr unsigned kHow = GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_INTERNAL;
   return Dataset(GDALDataset::Open(name, kHow, drivers, nullptr, siblings));
 }
 
-/// A file of one pixel, with nothing of the environment's choice.
+/// A file of one pixel. Every option that the environment could set is given here.
 Dataset CreateWithGdal(const char* name) {
   KnowTheFormat();
   GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
@@ -71,9 +78,9 @@ Dataset CreateWithGdal(const char* name) {
   return Dataset(driver ? driver->Create(name, 1, 1, 1, GDT_Byte, const_cast<char**>(options)) : nullptr);
 }
 
-/// Sees to it that there is a model type among the keys, without which readers take them for none. GDAL tells the name
-/// and the unit of a local system without one. Where it does so for another, as for heights alone, the keys don't
-/// describe it, and there are none to be had.
+/// Adds the model type where the keys lack it, since readers ignore keys without one. GDAL gives a local system a name
+/// and a unit and no model type. Where it gives none to another system, as to heights alone, the keys don't describe
+/// that system. The answer is false then.
 bool EnsureModelType(GeoKeySet& set, const OGRSpatialReference& system) {
   constexpr std::uint16_t kModelType = 1024, kUserDefined = 32767;
   if (std::ranges::any_of(set.keys, [](const GeoKey& key) { return key.id == kModelType; })) return true;
@@ -82,8 +89,8 @@ bool EnsureModelType(GeoKeySet& set, const OGRSpatialReference& system) {
   return true;
 }
 
-/// The keys by which GDAL describes a system; empty where it has none for it. They don't say what a pixel is, which is
-/// no matter of systems.
+/// The keys by which GDAL describes a system; empty where it has no keys for it. The key that says what a pixel is does
+/// not belong to the system, and is left to the caller.
 std::optional<GeoKeySet> MakeKeys(const OGRSpatialReference& system) {
   constexpr std::uint16_t kRasterType = 1025;
   const zrk::GdalMemoryFile file;
@@ -96,8 +103,9 @@ std::optional<GeoKeySet> MakeKeys(const OGRSpatialReference& system) {
   return EnsureModelType(*set, system) ? set : std::nullopt;
 }
 
-/// Whether a system tells nothing of where it lies. GDAL makes a local one of keys that only name a system, and takes
-/// the ellipsoid of WGS 84, under a telling name, where it finds none; with a projection even that is worth having.
+/// Whether GDAL made a system up out of keys that tell too little. It makes a local system of keys that only give a
+/// name. Where it finds no ellipsoid it takes that of WGS 84 under a name that says so. With a projection even such a
+/// system is worth having.
 bool IsMadeUp(const OGRSpatialReference& system) {
   if (system.GetAttrNode("LOCAL_CS")) return true;
   const char* const ellipsoid = system.GetAttrValue("SPHEROID");

@@ -1,3 +1,9 @@
+// A spatial reference over OGR's. OGR's object is not constant: it fills in what it knows of a system while it is
+// asked, even by functions that are const. So every use takes a lock. An import makes a new object and never changes
+// one, so that copies of a reference share it and cost nothing.
+//
+// Axes are always x before y. OGR and PROJ neither print nor throw past this file, and fetch nothing from a network.
+
 #include "XSpatialReference.h"
 
 #include "geo/GdalScope.h"
@@ -12,7 +18,7 @@
 
 namespace {
 
-/// The code of a system that carries or deserves one; 0 where it has none.
+/// The EPSG code that a system carries, or that OGR finds for it; 0 where there is none.
 int FindEPSG(OGRSpatialReference& system) {
   system.AutoIdentifyEPSG();
   const char* authority = system.GetAuthorityName(nullptr);
@@ -20,18 +26,20 @@ int FindEPSG(OGRSpatialReference& system) {
   if (!authority || !text || std::string_view(authority) != "EPSG") return 0;
   const std::string_view digits = text;
   int code = 0;
+  // A code may be text that only begins with digits, and that is no number of the registry.
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code);
   return error == std::errc() && end == digits.data() + digits.size() ? code : 0;
 }
 
 }  // namespace
 
-/// An OGR system with the lock that reading it takes: OGR fills in what it knows of a system while it is asked.
+/// An OGR system, and the lock that each use of it takes.
 class XSpatialReference::Impl {
  public:
   Impl() { system_.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER); }
 
-  /// What `use` makes of the system, alone and without a word on stderr; nothing where it throws.
+  /// What `use` makes of the system. Meanwhile no other thread uses it and GDAL is quiet. A default value where it
+  /// throws.
   template <class Use>
   auto With(Use use) const -> decltype(use(std::declval<const OGRSpatialReference&>())) {
     const std::lock_guard lock(mutex_);
@@ -44,8 +52,9 @@ class XSpatialReference::Impl {
   }
 
   bool IsSame(const Impl& other) const {
+    // Two threads may compare the same two systems in either order. Both locks are taken without a deadlock.
     const std::scoped_lock lock(mutex_, other.mutex_);
-    // Both have x before y, whichever comes first by the register that a text may or may not follow.
+    // Both have x before y here. A register may have another order, which texts follow or not.
     const char* const options[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", nullptr};
     return Fenced([&] { return system_.IsSame(&other.system_, options) != 0; });
   }
@@ -77,6 +86,7 @@ int XSpatialReference::Import(Set set) {
   auto fresh = std::make_shared<Impl>();
   const bool isSet =
       fresh->With([&](OGRSpatialReference& system) { return set(system) == OGRERR_NONE && !system.IsEmpty(); });
+  // A failed import leaves the reference empty.
   Clear();
   if (!isSet) return 0;
   impl_ = std::move(fresh);
@@ -99,6 +109,7 @@ int XSpatialReference::SetWellKnownGeogCS(const XString& name) {
 }
 
 int XSpatialReference::SetUTM(int zone, bool north) {
+  // The import clears this reference, and so the old system is held until its datum is copied.
   const std::shared_ptr<const Impl> base = impl_;
   return Import([&](OGRSpatialReference& system) {
     if (zone < 1 || zone > 60) return OGRERR_FAILURE;
@@ -144,7 +155,7 @@ XString XSpatialReference::GetName() const {
 int XSpatialReference::GetEPSG() const {
   if (!impl_) return 0;
   return impl_->With([](const OGRSpatialReference& system) {
-    // A code that is found is written into the system, so a copy is asked.
+    // OGR writes a code that it finds into the system. So a copy is asked.
     OGRSpatialReference copy = system;
     return FindEPSG(copy);
   });

@@ -1,4 +1,6 @@
-// Compiled once for every instruction set that the machine may have; Highway includes this file again for each.
+// Copies blocks of rows. Windows of an image have thousands of short rows, and for these a call to the system's copying
+// takes as long as the bytes. So short rows are copied vector by vector here, and the rows to come are asked for ahead.
+// Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 
 #include "math/CopyBlock.h"
 
@@ -18,7 +20,8 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Rows of at least one vector; the last vector of a row overlaps the one before.
+/// Copies rows of at least one vector. The last vector of a row overlaps the one before, so that no rest is left to
+/// copy byte by byte and nothing is written beyond the row.
 void CopyVectors(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
                  std::size_t rowBytes, int rows) {
   const hn::ScalableTag<unsigned char> bytes;
@@ -46,7 +49,7 @@ HWY_EXPORT(GetVectorBytes);
 
 void CopyBlock(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
                std::int64_t rowBytes, int rows) {
-  constexpr std::size_t kLong = 4096;  // from where the system's own copying is as good
+  constexpr std::size_t kLong = 4096;  // from here on the system's own copying is as good
   const auto count = static_cast<std::size_t>(rowBytes);
   if (count < kLong && count >= HWY_DYNAMIC_DISPATCH(GetVectorBytes)()) {
     HWY_DYNAMIC_DISPATCH(CopyVectors)(from, fromStride, to, toStride, count, rows);

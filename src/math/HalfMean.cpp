@@ -1,5 +1,12 @@
-// Compiled once for every instruction set that the machine may have; Highway includes this file again for each. Sums
-// are kept in lanes of twice the width. Signed integers are rounded by their absolute value.
+// Reduction by two: each sample of a row that is made stands for two by two samples of the two rows above it.
+//
+// The mean of four has vector loops for samples of 8 and 16 bits and for 32-bit reals. Neighbours are added in lanes of
+// twice the width, where four samples can't overflow, and the mean goes back to the narrow type. Signed integers are
+// rounded by their absolute value, because halves go away from zero. Other types take the plain loop, which is also the
+// rest of the vector loops; MeanOfFour.h has the same arithmetic for one sample. Means with nulls and the most frequent
+// of four have plain loops only.
+//
+// Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 
 #include "math/HalfMean.h"
 
@@ -22,6 +29,7 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 template <class Sample>
+/// The twin without vectors, from sample `first` on.
 void PlainMeans(const Sample* upper, const Sample* lower, std::size_t first, std::size_t count, Sample* out) {
   for (std::size_t i = first; i < count; ++i) {
     out[i] = MeanOfFour(upper[2 * i], upper[2 * i + 1], lower[2 * i], lower[2 * i + 1]);
@@ -29,7 +37,8 @@ void PlainMeans(const Sample* upper, const Sample* lower, std::size_t first, std
 }
 
 #if HWY_TARGET != HWY_SCALAR
-/// Sums of neighbours in lanes of twice the width: unsigned ones by mask and shift, signed ones by two shifts.
+/// The sums of neighbours in lanes of twice the width. A wide lane holds two neighbours, the left one in its lower
+/// half. Unsigned ones are taken apart by mask and shift. Signed ones need two shifts, which carry the sign along.
 template <class Wide, class V>
 hn::Vec<Wide> PairSums(Wide wide, V samples) {
   using Lane = hn::TFromD<Wide>;
@@ -44,6 +53,8 @@ hn::Vec<Wide> PairSums(Wide wide, V samples) {
 }
 
 template <class Wide, class V>
+/// A quarter of each sum, rounded half away from zero. Signed sums are quartered without their sign and get it back:
+/// all bits of `sign` are set for a negative one, so that exclusive or and subtraction negate it.
 V RoundedQuarters(Wide wide, V sums) {
   using Lane = hn::TFromD<Wide>;
   const auto two = hn::Set(wide, Lane{2});
@@ -56,7 +67,7 @@ V RoundedQuarters(Wide wide, V sums) {
   }
 }
 
-/// Samples of 8 and 16 bits; `Lane` is the type of twice the width and of the same sign.
+/// The means of samples of 8 and 16 bits. `Lane` is the type of twice the width, signed like the samples.
 template <class Lane, class Sample>
 void NarrowMeans(const Sample* upper, const Sample* lower, std::size_t count, Sample* out) {
   const hn::ScalableTag<Sample> narrow;
@@ -86,7 +97,8 @@ void Means(const std::int16_t* upper, const std::int16_t* lower, std::size_t cou
   NarrowMeans<std::int32_t>(upper, lower, count, out);
 }
 
-/// The sums of neighbours of two vectors of floats, as doubles: those of the lower half and those of the upper half.
+/// The sums of neighbours in two vectors of floats, as doubles: the first half of the sums and the second half. A
+/// double has 29 bits more than a float, so that only the rounding at the end tells.
 template <class D>
 void PairSumsInDoubles(D floats, const float* from, hn::Vec<hn::Repartition<double, D>>& low,
                        hn::Vec<hn::Repartition<double, D>>& high) {
@@ -145,6 +157,7 @@ template <class Sample>
 using SumOf = std::conditional_t<std::is_integral_v<Sample>, std::int64_t, double>;
 
 template <class Sample>
+/// The sum over the count, for integers rounded half away from zero. A sum of reals is one of quarters.
 Sample RoundedMean(SumOf<Sample> sum, int count) {
   if constexpr (std::is_integral_v<Sample>) {
     const std::int64_t mean = (2 * (sum < 0 ? -sum : sum) + count) / (2 * count);
@@ -156,7 +169,7 @@ Sample RoundedMean(SumOf<Sample> sum, int count) {
 
 template <class Sample>
 Sample MeanOfKept(const Sample (&four)[4], Sample nullSample) {
-  SumOf<Sample> sum = 0;  // of quarters for reals, which can't overflow
+  SumOf<Sample> sum = 0;  // reals are quartered first, so that their sum can't overflow
   int count = 0;
   for (const Sample sample : four) {
     if (sample == nullSample) continue;
@@ -164,11 +177,13 @@ Sample MeanOfKept(const Sample (&four)[4], Sample nullSample) {
                                       : static_cast<SumOf<Sample>>(0.25 * static_cast<double>(sample));
     ++count;
   }
+  // Four valid samples give the same bits as where there is no null value.
   if (count == 4) return MeanOfFour(four[0], four[1], four[2], four[3]);
   return count == 0 ? nullSample : RoundedMean<Sample>(sum, count);
 }
 
 template <class Sample>
+/// Ties go to the first, upper row before lower. A sample that is not a number equals nothing.
 Sample MostFrequent(const Sample (&four)[4]) {
   const auto [a, b, c, d] = four;
   if (a == b || a == c || a == d) return a;
@@ -195,6 +210,7 @@ void MeanOfFour(int dataType, const void* upper, const void* lower, int count, v
 void MeanOfFourKept(int dataType, const void* upper, const void* lower, int count, void* out, double nullValue) {
   VisitDataType(dataType, [&](auto zero) {
     using Sample = decltype(zero);
+    // The loop with vectors, where no sample can be null.
     if (!CanEqual<Sample>(nullValue)) {
       MeanOfFour(dataType, upper, lower, count, out);
       return;

@@ -1,4 +1,12 @@
-// Compiled once for every instruction set that the machine may have; Highway includes this file again for each.
+// Elevation cells keep columns of heights from south to north, and an image has rows from north to south. So a cell is
+// turned by a quarter, and each word on the way goes from sign and magnitude, big-endian, to a number of the machine.
+//
+// A turn sample by sample touches another cache line with every step. The vector way takes squares of eight columns by
+// eight points: eight loads, three rounds of interleaving in registers, eight stores. Squares at the last column and
+// the last point overlap the ones before, so that only cells of less than eight either way are turned sample by sample,
+// and all cells where the length of a vector is known only at run time.
+//
+// Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 
 #include "math/Heights.h"
 
@@ -11,8 +19,7 @@ HWY_BEFORE_NAMESPACE();
 namespace zrk {
 namespace HWY_NAMESPACE {
 
-// Squares of eight by eight are turned in eight vectors, which are kept in an array; vectors of unknown length can't
-// be.
+// A square is held in an array of eight vectors. Vectors whose length is known only at run time can't lie in an array.
 #if HWY_TARGET == HWY_SCALAR || HWY_HAVE_SCALABLE
 
 bool TurnSquares(const unsigned char*, std::int64_t, int, int, std::int16_t*, std::int64_t) {
@@ -28,6 +35,7 @@ using Vector = hn::Vec<Heights>;
 
 constexpr int kSide = 8;
 
+/// Eight words as heights; the twin of `HeightOf`.
 HWY_INLINE Vector LoadHeights(const unsigned char* source) {
   const Heights heights;
   const auto stored = hn::LoadU(Words(), reinterpret_cast<const std::uint16_t*>(source));
@@ -37,8 +45,8 @@ HWY_INLINE Vector LoadHeights(const unsigned char* source) {
   return hn::IfThenElse(hn::Lt(word, hn::Zero(heights)), below, word);
 }
 
-/// Seen as one number of six bits, vector and lane, the place of each sample is rotated by one bit; three rounds
-/// exchange the two.
+/// One round of interleaving. Vector and lane of a sample make a number of six bits, three each. A round rotates this
+/// number by one bit, and so three rounds exchange vector and lane.
 HWY_INLINE void Interleave(const Vector (&in)[kSide], Vector (&out)[kSide]) {
   for (int i = 0; i < kSide / 2; ++i) {
     out[2 * i] = hn::InterleaveLower(Heights(), in[i], in[i + kSide / 2]);
@@ -46,7 +54,8 @@ HWY_INLINE void Interleave(const Vector (&in)[kSide], Vector (&out)[kSide]) {
   }
 }
 
-/// Eight points of eight columns; the first of the points goes to `lastRow`, the others above it.
+/// Turns eight points of eight columns. The first point of each is the southernmost and goes to `lastRow`, the others
+/// to the rows above it.
 HWY_INLINE void TurnSquare(const unsigned char* columns, std::int64_t columnBytes, std::int16_t* lastRow,
                            std::int64_t rowSamples) {
   Vector a[kSide], b[kSide];
@@ -57,7 +66,7 @@ HWY_INLINE void TurnSquare(const unsigned char* columns, std::int64_t columnByte
   for (int i = 0; i < kSide; ++i) hn::StoreU(b[i], Heights(), lastRow - i * rowSamples);
 }
 
-/// The last square of either direction overlaps the one before. False where there is no whole one.
+/// False, with nothing done, where there is no whole square.
 bool TurnSquares(const unsigned char* columns, std::int64_t columnBytes, int numColumns, int numPoints,
                  std::int16_t* rows, std::int64_t rowSamples) {
   if (numColumns < kSide || numPoints < kSide) return false;

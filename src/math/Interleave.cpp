@@ -1,4 +1,12 @@
-// Compiled once for every instruction set that the machine may have; Highway includes this file again for each.
+// Files keep the samples of a pixel together, and bands want each channel by itself. These loops take interleaved
+// pixels apart into planes, and put planes together.
+//
+// Pixels of two to four samples of up to four bytes go through vectors. A row of at least one vector leaves no rest:
+// its last vector overlaps the one before. Vector functions answer how many pixels they did, which is all of them or
+// none, so that the caller falls back to its plain twin for a row that is too short. Other shapes are copied sample by
+// sample.
+//
+// Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 
 #include "math/Interleave.h"
 
@@ -17,7 +25,8 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using Bytes = hn::ScalableTag<unsigned char>;
 
-/// Pixels of whole vectors; the last vector overlaps the one before, so that no tail is left for a row of at least one.
+/// Calls `splitAt` for vectors of pixels that together cover the row. Answers `count`, or 0 for a row that is shorter
+/// than one vector.
 template <class SplitVector>
 std::size_t ForWholeVectors(std::size_t count, std::size_t lanes, SplitVector splitAt) {
   if (count < lanes) return 0;
@@ -61,6 +70,8 @@ std::size_t Join3(const unsigned char* plane0, const unsigned char* plane1, cons
 }
 
 template <class Lane, int kSamples>
+/// Takes one sample of each pixel. All samples of a vector of pixels are loaded, since memory comes in whole lines
+/// anyway; the others are dropped.
 std::size_t TakeOne(const unsigned char* source, std::size_t count, int index, unsigned char* plane) {
   const hn::ScalableTag<Lane> lanes;
   using Vector = hn::Vec<decltype(lanes)>;
@@ -89,6 +100,8 @@ std::size_t TakeLanes(const unsigned char* source, std::size_t count, int numSam
 }
 
 template <class Lane, int kSamples>
+/// Takes all samples of each pixel. Samples are moved and never computed with, so that 32-bit lanes serve reals as
+/// well.
 std::size_t SplitAll(const unsigned char* source, std::size_t count, unsigned char* const* planes) {
   const hn::ScalableTag<Lane> lanes;
   const auto* from = reinterpret_cast<const Lane*>(source);
@@ -115,8 +128,6 @@ std::size_t SplitLanes(const unsigned char* source, std::size_t count, int numSa
   if (numSamples == 3) return SplitAll<Lane, 3>(source, count, planes);
   return SplitAll<Lane, 4>(source, count, planes);
 }
-
-// Both answer how many they took: all of them, or none of a row that is shorter than a vector.
 
 std::size_t SplitVectors(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes,
                          unsigned char* const* planes) {
@@ -148,6 +159,7 @@ HWY_EXPORT(TakeVectors);
 namespace {
 
 template <int kBytes>
+// The size of a sample is a constant here, so that a copy of it is one load and one store.
 void Gather(const unsigned char* source, std::size_t count, std::ptrdiff_t stride, unsigned char* plane) {
   for (std::size_t i = 0; i < count; ++i, source += stride, plane += kBytes) std::memcpy(plane, source, kBytes);
 }
@@ -203,6 +215,7 @@ void GatherSamples(const unsigned char* source, std::size_t count, std::ptrdiff_
 
 void TakeSample(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes, int index,
                 unsigned char* plane) {
+  if (count == 0) return;
   const bool hasVectors = numSamples >= 2 && numSamples <= 4 && sampleBytes <= 4;
   if (hasVectors && HWY_DYNAMIC_DISPATCH(TakeVectors)(source, count, numSamples, sampleBytes, index, plane) == count)
     return;
@@ -212,6 +225,7 @@ void TakeSample(const unsigned char* source, std::size_t count, int numSamples, 
 
 void SplitSamples(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes,
                   unsigned char* const* planes) {
+  if (count == 0) return;
   const bool hasVectors = numSamples >= 2 && numSamples <= 4 && sampleBytes <= 4;
   if (hasVectors && HWY_DYNAMIC_DISPATCH(SplitVectors)(source, count, numSamples, sampleBytes, planes) == count) return;
   for (int i = 0; i < numSamples; ++i) {
@@ -223,8 +237,8 @@ void SplitSamples(const unsigned char* source, std::size_t count, int numSamples
 void TakeByte(const unsigned char* source, std::size_t count, int pixelBytes, int step, int byteIndex,
               unsigned char* plane) {
   const std::size_t stride = static_cast<std::size_t>(pixelBytes) * static_cast<std::size_t>(step);
-  source += byteIndex;
-  for (std::size_t i = 0; i < count; ++i) plane[i] = source[i * stride];
+  const auto first = static_cast<std::size_t>(byteIndex);
+  for (std::size_t i = 0; i < count; ++i) plane[i] = source[first + i * stride];
 }
 
 void SplitPixels3(const unsigned char* source, std::size_t count, unsigned char* plane0, unsigned char* plane1,

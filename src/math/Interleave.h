@@ -4,8 +4,8 @@
 
 namespace zrk {
 
-// Interleaved 8-bit pixels to planes. `source` holds `count` pixels of three or four bytes, byte k of each goes to the
-// k-th plane. Vector instructions are chosen at run time; the ends of the planes are not overrun.
+// Interleaved 8-bit pixels to planes. `source` holds `count` pixels of three or four bytes, and byte k of each goes to
+// the k-th plane. Vector instructions are chosen at run time. Nothing is read or written beyond the last pixel.
 
 void SplitPixels3(const unsigned char* source, std::size_t count, unsigned char* plane0, unsigned char* plane1,
                   unsigned char* plane2);
@@ -16,27 +16,26 @@ void SplitPixels4(const unsigned char* source, std::size_t count, unsigned char*
 void JoinPixels3(const unsigned char* plane0, const unsigned char* plane1, const unsigned char* plane2,
                  std::size_t count, unsigned char* pixels);
 
-/// Sample `index` of each of `count` pixels that lie one behind the other, each of `numSamples` samples of
-/// `sampleBytes` bytes; nothing beyond the last of these pixels is read. Vector instructions are for 2 to 4 samples of
+/// Takes sample `index` of each of `count` pixels. A pixel has `numSamples` samples of `sampleBytes` bytes, and the
+/// pixels lie one behind the other. Nothing beyond the last of them is read. Vectors serve pixels of 2 to 4 samples of
 /// 1, 2 or 4 bytes.
 void TakeSample(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes, int index,
                 unsigned char* plane);
 
-/// As above for all samples of the pixels, the k-th of which go to the k-th plane. Sizes are 1, 2, 4, 8 or 16 bytes.
+/// Takes all samples of the pixels, and the k-th goes to the k-th plane. A sample has 1, 2, 4, 8 or 16 bytes.
 void SplitSamples(const unsigned char* source, std::size_t count, int numSamples, int sampleBytes,
                   unsigned char* const* planes);
 
-/// As for one sample, at every place: one sample of `sampleBytes` bytes at each of `count` places that are `stride`
-/// bytes apart.
+/// Takes `count` samples of `sampleBytes` bytes that lie `stride` bytes apart. Sizes are as with `SplitSamples`.
 void GatherSamples(const unsigned char* source, std::size_t count, std::ptrdiff_t stride, int sampleBytes,
                    unsigned char* plane);
 
-/// Its way back: `count` samples of a plane go to places that are `stride` bytes apart.
+/// The way back: puts `count` samples of a plane `stride` bytes apart. A sample may have any size.
 void ScatterSamples(const unsigned char* plane, std::size_t count, std::ptrdiff_t stride, int sampleBytes,
                     unsigned char* target);
 
-/// The twin of the first two without vector instructions, for pixels of any size: byte `byteIndex` of every `step`-th
-/// pixel of `pixelBytes` bytes.
+/// Takes byte `byteIndex` of every `step`-th pixel of `pixelBytes` bytes. With a step of 1 it is the twin of
+/// `SplitPixels3` and `SplitPixels4` without vector instructions, a plane at a time.
 void TakeByte(const unsigned char* source, std::size_t count, int pixelBytes, int step, int byteIndex,
               unsigned char* plane);
 

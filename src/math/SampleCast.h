@@ -8,9 +8,9 @@
 
 namespace zrk {
 
-/// The sample of a type that is nearest to a value: cut to the range of an integer type and rounded half away from
-/// zero, 0 for what is not a number. For floating point it is rounded as usual, and a number beyond the range becomes
-/// the largest.
+/// The sample of a type that is nearest to a value. For an integer type the value is cut to the range and rounded half
+/// away from zero; a NaN becomes 0. For floating point it is rounded as usual, and a finite number beyond the range
+/// becomes the largest with its sign.
 template <class Sample>
 Sample ToSample(double value) {
   if constexpr (std::is_floating_point_v<Sample>) {

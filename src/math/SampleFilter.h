@@ -7,8 +7,8 @@
 
 namespace zrk {
 
-// Which samples of a buffer count. A filter is a small object that a pixel loop is instantiated with, so that a loop
-// over samples that all count has no test in it.
+// Filters tell which samples of a buffer count. A pixel loop is instantiated with a filter, so that a loop over samples
+// that all count has no test in it.
 
 struct KeepAll {
   template <class Sample>
@@ -23,7 +23,7 @@ struct KeepUnequal {
   bool operator()(Sample sample) const { return sample != nullSample; }
 };
 
-/// A comparison with the largest number is false for an infinity and for what is not a number.
+/// A comparison with the largest number is false for an infinity and for a NaN.
 template <class Sample>
 struct KeepFinite {
   bool operator()(Sample sample) const { return std::abs(sample) <= std::numeric_limits<Sample>::max(); }
@@ -47,8 +47,8 @@ bool CanEqual(double nullValue) {
   return static_cast<double>(static_cast<Sample>(nullValue)) == nullValue;
 }
 
-/// Calls `body` with the filter that leaves out samples equal to `nullValue` and samples that are not finite, with no
-/// test where the type can have neither.
+/// Calls `body` with the filter that leaves out samples equal to `nullValue` and samples that are not finite. The
+/// filter tests only what samples of the type can be.
 template <class Sample, class Body>
 void WithFilter(double nullValue, Body&& body) {
   const bool hasNull = CanEqual<Sample>(nullValue);

@@ -1,3 +1,11 @@
+// Statistics that come together from parts. Samples of 8 and 16 bits are counted by their bit patterns, in a table of
+// 256 or 65,536 counts. Counts of workers add up exactly, and range, mean, deviation and histogram all follow from
+// them. Wider samples get a summary for each part, and the summaries are put together in the order of the parts: sums
+// of doubles depend on their order, and so the result is the same however the parts were shared. The histogram of wider
+// samples needs another pass, because its bins depend on the range of all.
+//
+// One object serves one thread. Several are merged at the end.
+
 #include "math/SampleStatistics.h"
 
 #include "base/DataTypeVisit.h"
@@ -7,12 +15,13 @@
 namespace zrk {
 namespace {
 
+/// The number of bit patterns of a sample that is counted; 0 for types that are not.
 std::size_t CountPatterns(int dataType) {
   const int bytes = XfnGetDataSize(dataType);
   return bytes == 1 || bytes == 2 ? std::size_t{1} << (8 * bytes) : 0;
 }
 
-/// The summary of values with their counts, exact up to the last division.
+/// The summary of values with their counts. The sum is exact, so that the mean is rounded once.
 class CountedSums {
  public:
   void Add(int value, std::int64_t count) {
@@ -21,7 +30,7 @@ class CountedSums {
     summary_.count += count;
     sum_ += value * count;
   }
-  /// After all were added once, in ascending order, they are added a second time here.
+  /// Takes the values a second time, after `Add` had all of them in ascending order.
   void AddDeviation(int value, std::int64_t count) {
     const double deviation = value - GetMean();
     squares_ += deviation * deviation * static_cast<double>(count);
@@ -46,9 +55,6 @@ class CountedSums {
 
 }  // namespace
 
-// The three spreads are legs at right angles, so that no square is taken of a number that may be as large as a double
-// can be.
-
 Summary MergeSummaries(const Summary& first, const Summary& second) {
   if (first.count == 0) return second;
   if (second.count == 0) return first;
@@ -57,7 +63,10 @@ Summary MergeSummaries(const Summary& first, const Summary& second) {
   both.minValue = std::min(first.minValue, second.minValue);
   both.maxValue = std::max(first.maxValue, second.maxValue);
   const auto n1 = static_cast<double>(first.count), n2 = static_cast<double>(second.count), n = n1 + n2;
+  // Each mean is weighed before the two are added: their sum could be beyond the largest double.
   both.mean = first.mean * (n1 / n) + second.mean * (n2 / n);
+  // The variance of both is a sum of three squares: the spread of each set, and that of their means. `hypot` adds them
+  // as legs at right angles, so that no number is squared that may be as large as a double can be.
   const double share = std::sqrt(n1 / n * (n2 / (n - 1.0)));
   both.stdDev = std::hypot(first.stdDev * std::sqrt((n1 - 1.0) / (n - 1.0)),
                            second.stdDev * std::sqrt((n2 - 1.0) / (n - 1.0)), second.mean * share - first.mean * share);
@@ -71,6 +80,7 @@ void SampleStatistics::Add(int part, const void* samples, std::size_t count) {
   if (counts_.size() == 256) {
     bytes_.Add(static_cast<const unsigned char*>(samples), count);
   } else if (!counts_.empty()) {
+    // The sign does not matter while counting. `ForEachCount` knows which value a pattern stands for.
     const auto* patterns = static_cast<const std::uint16_t*>(samples);
     for (std::size_t i = 0; i < count; ++i) ++counts_[patterns[i]];
   } else {
@@ -93,6 +103,7 @@ void SampleStatistics::Merge(const SampleStatistics& other) {
 std::vector<std::int64_t> SampleStatistics::GetCounts() const {
   std::vector<std::int64_t> counts = counts_;
   if (counts.size() != 256) return counts;
+  // Pairs are gathered in a copy, since a question must not change what is asked.
   BytePairCounter bytes = bytes_;
   std::ranges::transform(counts, bytes.Gather(), counts.begin(), std::plus());
   return counts;
@@ -101,6 +112,7 @@ std::vector<std::int64_t> SampleStatistics::GetCounts() const {
 template <class Visit>
 void SampleStatistics::ForEachCount(Visit&& visit) const {
   const std::vector<std::int64_t> counts = GetCounts();
+  // Values are visited in ascending order. A negative value has its pattern in the upper half of the table.
   const bool isSigned = dataType_ == kSint08 || dataType_ == kSint16;
   const int numValues = static_cast<int>(counts_.size()), first = isSigned ? -numValues / 2 : 0;
   for (int value = first; value < first + numValues; ++value) {

@@ -11,18 +11,19 @@ namespace zrk {
 
 using Histogram = std::array<std::int64_t, kNumBins>;
 
-/// The summary of two sets of samples together.
+/// The summary of two sets of samples together. The order of the two matters in the last bits.
 Summary MergeSummaries(const Summary& first, const Summary& second);
 
-/// Statistics of the samples of a band that come part by part, to several of these at once, and are merged at the end.
-/// The result is the same whoever added which part: samples of up to 16 bits are counted value by value, and summaries
-/// of wider ones are put together in the order of the parts. Samples equal to the null value and samples that are not
-/// finite are left out.
+/// Statistics of the samples of a band that come part by part. Each of several threads adds its parts to an object of
+/// its own, and the objects are merged at the end. The result is the same whoever added which part: samples of up to 16
+/// bits are counted value by value, and summaries of wider ones are put together in the order of the parts. Samples
+/// equal to the null value and samples that are not finite are left out.
 class SampleStatistics {
  public:
   SampleStatistics(int dataType, double nullValue);
 
-  /// Adds samples to a part. Within a part the order counts.
+  /// Adds samples to a part. The order in which the samples of a part come matters in the last bits, and so one object
+  /// gets all of them.
   void Add(int part, const void* samples, std::size_t count);
   void Merge(const SampleStatistics& other);
 
@@ -39,7 +40,7 @@ class SampleStatistics {
 
   int dataType_;
   double nullValue_;
-  std::vector<std::int64_t> counts_;  ///< by bit pattern, without those that are in `bytes_`
+  std::vector<std::int64_t> counts_;  ///< by bit pattern, without the counts that are in `bytes_`
   BytePairCounter bytes_;             ///< of samples of 8 bits
   std::map<int, Summary> parts_;
 };

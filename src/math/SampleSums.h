@@ -13,10 +13,10 @@
 
 // The loops under all statistics of samples.
 //
-// Samples of eight bits are counted, and all else follows from 256 counts. Wider ones are gone over twice: for range
-// and mean, then for the deviations from the mean, since the difference of two large sums would lose the digits of a
-// small deviation. Sums of integers of up to 32 bits and squares of 16-bit ones are exact in 64 bits; the others are
-// kept in eight lanes of doubles, which a compiler can hold in vectors without changing the order of a sum.
+// Samples of eight bits are counted, and all else follows from 256 counts. Wider ones are gone over twice: first for
+// range and mean, then for the deviations from the mean. A difference of two large sums would lose the digits of a
+// small deviation. Sums of integers of up to 32 bits and squares of 16-bit ones are exact in 64 bits. The other sums
+// are kept in eight lanes of doubles, which a compiler can hold in vectors without changing the order of a sum.
 
 namespace zrk {
 
@@ -37,7 +37,7 @@ struct Summary {
   double stdDev = 0.0;
 };
 
-/// Maps values of a range to bins; a range of one value has it as its maximum.
+/// Maps values of a range to bins. The maximum belongs to the last bin, and a range of one value has only its maximum.
 class BinScale {
  public:
   explicit BinScale(const Summary& summary)
@@ -66,7 +66,8 @@ inline double StdDevOf(double squares, std::int64_t count) {
 /// How often each 8-bit pattern occurs.
 using ByteCounts = std::array<std::int64_t, 256>;
 
-/// Counts in four tables by turns, because an increment of a count has to wait for the one before it of the same count.
+/// Counts in four tables by turns, because an increment has to wait for an increment of the same count just before it.
+/// A buffer has fewer bytes than a count of 32 bits can hold.
 inline ByteCounts CountBytes(const unsigned char* bytes, std::size_t count) {
   std::array<std::array<std::uint32_t, 256>, 4> tables{};
   std::size_t i = 0;
@@ -84,12 +85,13 @@ inline ByteCounts CountBytes(const unsigned char* bytes, std::size_t count) {
   return counts;
 }
 
-/// Counts the patterns of many bytes that come some at a time. Two neighbours are one count of a table of pairs, which
-/// halves the increments; a count may be asked for at any time.
+/// Counts the patterns of many bytes that come some at a time. A table counts pairs of neighbours, which halves the
+/// increments. The counts may be asked for at any time.
 class BytePairCounter {
  public:
   void Add(const unsigned char* bytes, std::size_t count) {
     if (pairs_.empty()) pairs_.resize(std::size_t{1} << 16);
+    // No count of the table can be larger than the number of pairs in it, and so none overflows.
     if (numPairs_ > UINT32_MAX - count / 2) Gather();
     numPairs_ += count / 2;
     std::size_t i = 0;
@@ -151,6 +153,7 @@ Summary SummarizeCounts(const ByteCounts& counts, Keep keep) {
 }
 
 template <class Sample>
+/// What a first pass over integers finds. A sum of samples of up to 32 bits has room for 2^31 of them.
 struct Totals {
   std::int64_t count = 0;
   std::int64_t sum = 0;
@@ -172,7 +175,7 @@ Totals<Sample> AddUp(const Samples<Sample>& samples, Keep keep) {
   return totals;
 }
 
-/// The sum of the squared distances to an integer, exact for samples of 16 bits.
+/// The sum of the squared distances to an integer. It is exact for samples of 16 bits.
 template <class Sample, class Keep>
 std::uint64_t AddSquares(const Samples<Sample>& samples, Keep keep, std::int32_t center) {
   std::uint64_t squares = 0;
@@ -189,7 +192,7 @@ struct Deviations {
   double squares = 0.0;
 };
 
-/// Sums over sample * scale - mean.
+/// The sums of sample * scale - mean and of its squares.
 template <class Sample, class Keep>
 Deviations AddDeviations(const Samples<Sample>& samples, Keep keep, double mean, double scale) {
   double sums[kLanes] = {}, squares[kLanes] = {};
@@ -214,6 +217,8 @@ Deviations AddDeviations(const Samples<Sample>& samples, Keep keep, double mean,
 }
 
 template <class Sample, class Keep>
+/// Squares of 16-bit samples are summed around a whole number near the mean, exactly. What that number is off by is
+/// subtracted afterwards.
 Summary SummarizeIntegers(const Samples<Sample>& samples, Keep keep) {
   const Totals<Sample> totals = AddUp(samples, keep);
   Summary summary;
@@ -235,6 +240,7 @@ Summary SummarizeIntegers(const Samples<Sample>& samples, Keep keep) {
 }
 
 template <class Sample>
+/// What a first pass over samples of any type finds.
 struct Range {
   std::int64_t count = 0;
   double sum = 0.0;
@@ -275,7 +281,8 @@ Range<Sample> FindRange(const Samples<Sample>& samples, Keep keep) {
   return total;
 }
 
-/// A power of two that brings samples whose squares would leave the range of a double back into it; 1 for all others.
+/// A power of two for samples whose squares would leave the range of a double, which brings them back into it. For all
+/// other samples it is 1.
 inline double ScaleFor(double minValue, double maxValue) {
   const double largest = std::max(std::abs(minValue), std::abs(maxValue));
   if (largest == 0.0) return 1.0;
@@ -294,7 +301,7 @@ Summary SummarizeReals(const Samples<Sample>& samples, Keep keep) {
   summary.maxValue = static_cast<double>(range.maxValue);
   const double scale = ScaleFor(summary.minValue, summary.maxValue);
   const double sum = scale == 1.0 ? range.sum : AddDeviations(samples, keep, 0.0, scale).sum;
-  // The sum of the deviations, zero in exact arithmetic, tells what the mean lacks through rounding.
+  // The sum of the deviations is zero in exact arithmetic. Here it tells by how much the mean is off through rounding.
   const double mean = sum / count;
   const Deviations deviations = AddDeviations(samples, keep, mean, scale);
   const double correction = deviations.sum / count;

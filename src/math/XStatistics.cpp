@@ -1,3 +1,10 @@
+// The public statistics over buffers: of a whole buffer at once, and the elements of statistics over a band that comes
+// block by block. The loops stand in SampleSums.h. These functions check what they are given, choose the loop for the
+// data type and the filter, and write outputs only when all is known to be good.
+//
+// Of the elements the first adds a block to sums and range, and the second adds it to the histogram. The range may grow
+// from block to block, and then the counts so far move to their new bins.
+
 #include "XStatistics.h"
 
 #include "base/DataTypeVisit.h"
@@ -28,7 +35,7 @@ int XfnXARR2CalcStatistics(const tagXArr2* buffer, int dataType, double& minValu
 
 namespace {
 
-/// The part of a block that counts.
+/// The window of a block that counts, cut to the block. It is empty where the window lies beside it.
 struct Block {
   int dataType;
   int xSize;
@@ -57,8 +64,10 @@ struct Block {
   }
 };
 
-/// Moves counts to the bins of a range that has grown.
+/// Moves counts to the bins of a range that has grown. Where in its bin a sample lay is not known any more, and so all
+/// of a bin go where its middle goes.
 void Regroup(std::int64_t* histogram, const zrk::Summary& before, const zrk::BinScale& bins) {
+  // The range before the first block is [kNotSet, -kNotSet]. Nothing was counted in it.
   if (before.minValue > before.maxValue) return;
   std::array<std::int64_t, zrk::kNumBins> counts{};
   std::copy_n(histogram, counts.size(), counts.begin());
@@ -86,6 +95,7 @@ int XfnGetSubsetStatElem1(const void* data, int xSize, int ySize, int dataType, 
   const Block block(xSize, ySize, dataType, x0, x1, y0, y1);
   return block.ForEachRow(data, nullValue, [&](const auto& samples, auto keep) {
     const auto range = zrk::FindRange(samples, keep);
+    // The limits that a range begins with must not reach the caller's, which may be further apart.
     if (range.count == 0) return;
     count += range.count;
     sum += range.sum;

@@ -3,6 +3,7 @@
 #include "BmpBuilder.h"
 #include "JpegBuilder.h"
 #include "TempFolder.h"
+#include "XFile.h"
 #include "ZRMBandBMP.h"
 #include "ZRMBandJPG.h"
 

@@ -30,6 +30,29 @@ LD_LIBRARY_PATH=$(pkg-config --variable=libdir zrkio | xargs printf '%s')
 export LD_LIBRARY_PATH
 "$work/by_pkg_config" "$work/picture.bmp"
 
+# Compilers may call a virtual function directly where they know the class, so each must be there for programs to link.
+echo "== virtual functions are the library's"
+library=$(find "$prefix" -name 'libzrkio.so' | head -n 1)
+nm -DC --defined-only "$library" > "$work/symbols"
+awk '/^(class|struct) ZRKIO_API/ { name = $3 } /^ *X_DECLARE_RUNTIME_CLASS$/ { print name }' \
+  "$prefix"/include/zrkio/*.h > "$work/classes.txt"
+[[ $(wc -l < "$work/classes.txt") -gt 15 ]] || { echo "The headers declare no classes."; exit 1; }
+while read -r class; do
+  for function in "GetRuntimeClass() const" "~$class()"; do
+    grep -qF " $class::$function" "$work/symbols" ||
+      { echo "$class::$function is not exported."; exit 1; }
+  done
+done < "$work/classes.txt"
+
+echo "== every class, by each compiler"
+for other in "$compiler" g++ clang++; do
+  command -v "$other" > /dev/null || continue
+  for level in -O0 -O2 -O3; do
+    "$other" -std=c++20 "$level" "$consumer/classes.cpp" "${flags[@]}" -o "$work/classes"
+    "$work/classes" > /dev/null || { echo "$other $level: not all classes are made"; exit 1; }
+  done
+done
+
 echo "== the example of the README"
 "$work/build/example" "$work/picture.bmp" > "$work/said"
 cat "$work/said"

@@ -10,6 +10,9 @@
 X_IMPLEMENT_RUNTIME_CLASS(XException, XObject);
 X_IMPLEMENT_RUNTIME_CLASS(XFileException, XException);
 
+XException::~XException() = default;
+XFileException::~XFileException() = default;
+
 void XException::GetErrorText(XString& title, XString& text, XString& advice) {
   title = "Error";
   if (cause_ == 0 || cause_ > INT_MAX) {

@@ -1,3 +1,12 @@
+// A compressed store begins with a table, and the blobs of its tiles follow in any order. The table has a mark, the
+// number of tiles, the bytes of the whole store, and for each tile the offset, size and coding of its blob.
+// docs/FORMATS.md shows the layout.
+//
+// `Open` reads and checks the whole table, so that a read finds its blob by an index alone. Windows are often lower
+// than a tile, and meet the same tile many times. So each thread keeps the last tile that it did not decode straight
+// into its target. Blobs are read and never mapped: a file that another process cuts is then an error and not a signal.
+// CompressEPOT.cpp writes stores; this class only reads them.
+
 #include "core/level/BlobStore.h"
 
 #include "base/Checked.h"
@@ -19,6 +28,7 @@ void Append(std::vector<unsigned char>& bytes, Value value) {
   for (const unsigned char byte : LittleEndian(value)) bytes.push_back(byte);
 }
 
+/// A blob is never empty, has a coding that is known, and lies within the store.
 bool IsPossible(const BlobPlace& place, std::int64_t storeBytes) {
   return place.size > 0 && place.coding <= TileCoding::kPlanesZstd && FitsWithin(place.offset, place.size, storeBytes);
 }
@@ -39,6 +49,7 @@ std::vector<unsigned char> FormatBlobTable(const BlobTable& table) {
 
 bool ParseBlobTable(std::span<const unsigned char> bytes, std::int64_t numTiles, BlobTable& table) {
   Cursor cursor(bytes);
+  // The layout has the last word on the number of tiles, so that no number of the file decides how much is allocated.
   if (!std::ranges::equal(cursor.Bytes(kMark.size()), kMark) || cursor.U32LE() != numTiles) return false;
   table.storeBytes = cursor.I64LE();
   if (static_cast<std::int64_t>(cursor.Remaining()) < numTiles * BlobTable::kEntryBytes) return false;
@@ -55,6 +66,8 @@ bool ParseBlobTable(std::span<const unsigned char> bytes, std::int64_t numTiles,
 std::shared_ptr<BlobStore> BlobStore::Open(const PyramidLayout& layout, std::shared_ptr<DiskFile> file,
                                            std::int64_t offset) {
   const std::int64_t fileBytes = file->Size();
+  // The layout comes from a text of the same file. Before memory is taken, the table must be within the limit and the
+  // file.
   if (layout.NumTiles() > (XfnGetLimits().tableBytes - BlobTable::kHeadBytes) / BlobTable::kEntryBytes) return nullptr;
   const std::int64_t tableBytes = BlobTable::Bytes(layout.NumTiles());
   if (!FitsWithin(offset, tableBytes, fileBytes)) return nullptr;
@@ -62,14 +75,15 @@ std::shared_ptr<BlobStore> BlobStore::Open(const PyramidLayout& layout, std::sha
   if (file->ReadAt(offset, bytes.data(), tableBytes) != tableBytes) return nullptr;
   BlobTable table;
   if (!ParseBlobTable(bytes, layout.NumTiles(), table)) return nullptr;
+  // Blobs are checked against the store's own size, and so the store has to lie within the file.
   if (!FitsWithin(offset, table.storeBytes, fileBytes)) return nullptr;
   return std::make_shared<BlobStore>(layout, std::move(file), offset, std::move(table));
 }
 
 bool BlobStore::Decode(std::int64_t tileNumber, int width, int height, Desk& desk, void* out) const {
   const BlobPlace& place = table_.places[static_cast<std::size_t>(tileNumber)];
-  // Where nothing can be saved, LERC keeps the samples as they are and zstd adds a 256th. So no tile needs a larger
-  // blob, and no file can ask for more memory than its tiles take.
+  // LERC keeps samples as they are where it can save nothing, and zstd adds a 256th at most. So no tile needs a larger
+  // blob, and no file can ask for much more memory than its tiles take.
   const std::int64_t tileBytes = Layout().TileBytes();
   if (place.size > tileBytes + tileBytes / 128 + 8192) return false;
   desk.blob.resize(place.size);
@@ -85,10 +99,12 @@ bool BlobStore::ReadPiece(const TilePiece& piece, std::int64_t, unsigned char* o
   const std::int64_t rowBytes = std::int64_t{width} * sampleBytes;
   const std::int64_t number = layout.TileNumber(piece.level, piece.column, piece.row);
   Desk& desk = desks_.Get();
+  // A whole tile whose rows follow each other in the target is decoded in place. No copy of it is kept.
   if (piece.width == width && piece.height == height && stride == rowBytes) {
     return Decode(number, width, height, desk, out);
   }
   if (desk.tileNumber != number) {
+    // The samples are not those of any tile while they are decoded, nor after a failure.
     desk.tileNumber = -1;
     desk.samples.resize(static_cast<std::size_t>(rowBytes * height));
     if (!Decode(number, width, height, desk, desk.samples.data())) return false;

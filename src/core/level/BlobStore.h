@@ -9,15 +9,15 @@
 
 namespace zrk {
 
-/// Where the blob of a tile lies in a compressed store, counted from the store's first byte.
+/// Where the blob of a tile lies in a compressed store. The offset counts from the store's first byte.
 struct BlobPlace {
   std::int64_t offset = 0;
   std::uint32_t size = 0;
   TileCoding coding = TileCoding::kLerc;
 };
 
-/// The shape of the head of a compressed store: a mark, the number of tiles, the store's size, and for each tile the
-/// place of its blob. All integers are little-endian.
+/// The table at the head of a compressed store: a mark, the number of tiles, the store's size, and for each tile the
+/// offset, size and coding of its blob. All integers are little-endian.
 struct BlobTable {
   static constexpr std::int64_t kHeadBytes = 16;
   static constexpr std::int64_t kEntryBytes = 16;
@@ -28,13 +28,13 @@ struct BlobTable {
 };
 
 std::vector<unsigned char> FormatBlobTable(const BlobTable& table);
-/// False for bytes that are no table of that many tiles, or one with a blob outside the store.
+/// False for bytes that are not a table of that many tiles, and for a table with a blob outside the store.
 bool ParseBlobTable(std::span<const unsigned char> bytes, std::int64_t numTiles, BlobTable& table);
 
-/// A store of compressed tiles, read only. Each holds the samples within the image and no more.
+/// A store of compressed tiles, read only. A tile holds the samples that lie within the image, and no others.
 class BlobStore : public PyramidStore {
  public:
-  /// Null where the file has no such store at the offset, or one of another number of tiles.
+  /// Null where the file has no such store at the offset, and where the store has another number of tiles.
   static std::shared_ptr<BlobStore> Open(const PyramidLayout& layout, std::shared_ptr<DiskFile> file,
                                          std::int64_t offset);
   BlobStore(const PyramidLayout& layout, std::shared_ptr<DiskFile> file, std::int64_t offset, BlobTable table)

@@ -3,6 +3,7 @@
 namespace zrk {
 
 bool BuildProgress::Report() {
+  // Other threads add rows meanwhile. One look at the count lets the loop end however fast they are.
   const std::int64_t rowsDone = rowsDone_;
   for (; nextStep_ < numSteps_ && RowsBefore(nextStep_) <= rowsDone; ++nextStep_) {
     if (IsStopped()) return false;

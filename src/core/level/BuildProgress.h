@@ -7,8 +7,9 @@
 
 namespace zrk {
 
-/// Posts the steps of a build as its rows are done, whichever thread did them and in which order the bands were taken:
-/// one step for each block of 200 rows of each band, at the moment before the block.
+/// Posts the steps of a build as its rows are done. Each band has a step for each block of 200 rows, which is posted
+/// when all rows before the block are done. Only the number of rows counts, so that steps come in order whichever
+/// thread does which rows of which band.
 class BuildProgress {
  public:
   BuildProgress(XThread* thread, int percentStart, int percentSpan, int numBands, int rowsPerBand)
@@ -21,9 +22,10 @@ class BuildProgress {
 
   static constexpr int kBlockRows = 200;
 
-  /// From any thread.
+  /// Notes rows that are done. Any thread may call this.
   void Add(int numRows) { rowsDone_ += numRows; }
-  /// On the calling thread: posts the steps that are due. True where the work shall go on.
+  /// Posts the steps that are due. Only the thread that began the build may call this, because messages are posted from
+  /// it. True where the work shall go on.
   bool Report();
   bool IsStopped() const { return thread_ && XfnIsStopRequested(thread_->GetStatePtr()); }
 

@@ -1,5 +1,12 @@
-// A band is read once from the top down, its rows are carried down through all levels, and each row of tiles that is
-// complete is coded by all workers and appended to the file. The table of offsets comes last.
+// Writes a compressed store: `Xepot::CompressEPOT_CM3` and what is behind it.
+//
+// The band is read once from the top down, and its rows are carried down through all levels. All workers code a row of
+// tiles as soon as it is complete, and the calling thread appends the blobs to the file. Only one row of tiles of each
+// level is in memory, whatever the size of the image. The table comes last, because only then all sizes are known.
+// Until then the store begins with zeros, and readers refuse it.
+//
+// Reads, progress and the look at the stop word are the calling thread's. The bytes that come out do not depend on the
+// number of workers. docs/FORMATS.md shows the layout.
 
 #include "base/Parallel.h"
 #include "core/level/BlobStore.h"
@@ -46,6 +53,7 @@ bool BlobWriter::Encode(int level, int column, int numRows, const unsigned char*
   const std::int64_t sampleBytes = layout_.SampleBytes(), imageRowBytes = layout_.Width(level) * sampleBytes;
   const int xTile = layout_.Shape().xTile, width = std::min(xTile, layout_.Width(level) - column * xTile);
   const std::int64_t rowBytes = width * sampleBytes;
+  // The coder wants the samples of a tile one behind the other, while rows of an image run through all tiles.
   std::vector<unsigned char> tile(static_cast<std::size_t>(rowBytes * numRows));
   const unsigned char* from = rows + column * layout_.TileRowBytes();
   for (int y = 0; y < numRows; ++y) {
@@ -61,6 +69,7 @@ bool BlobWriter::TakeRows(int level, int firstRow, int numRows, const unsigned c
     return Encode(level, column, numRows, rows, blobs_[static_cast<std::size_t>(column)]);
   });
   if (!areCoded) return false;
+  // Blobs go to the file in the order of their columns, whichever worker coded them.
   bytes_.clear();
   for (int column = 0; column < numColumns; ++column) {
     const TileBlob& blob = blobs_[static_cast<std::size_t>(column)];
@@ -84,17 +93,20 @@ std::int64_t BlobWriter::Finish() {
 PyramidResult Pump(ZRMBand& band, const CompressRequest& request, const PyramidLayout& layout, RowCascade& cascade) {
   const Window& window = request.window;
   const std::int64_t rowBytes = std::int64_t{layout.Width(0)} * layout.SampleBytes();
+  // A buffer has INT_MAX bytes at most.
   const auto mostRows = static_cast<int>(std::max<std::int64_t>(INT_MAX / rowBytes, 1));
   int* const cancel = request.thread ? request.thread->GetStatePtr() : nullptr;
   for (int y = 0, rows = 0; y < window.Height(); y += rows) {
     if (request.thread) request.thread->CallbackPercent(static_cast<int>(100.0 * y / window.Height()));
     if (XfnIsStopRequested(cancel)) return PyramidResult::kStopped;
+    // No read takes less than the source decodes together, because the next one would decode the same rows again.
     rows = std::min({std::max(band.GetDecodeRows(), cascade.GetRoom()), mostRows, window.Height() - y});
     tagXArr2* source = nullptr;
     const int y0 = window.y0 + y;
     const bool isRead = band.ReadSubset(source, 0, window.x0, window.x1, y0, y0 + rows - 1, cancel) &&
                         source->xSize == window.Width() && source->ySize == rows;
     if (!isRead) return XfnIsStopRequested(cancel) ? PyramidResult::kStopped : PyramidResult::kReadFailed;
+    // The cascade takes no more than what completes a row of tiles, and passes that on before it takes more.
     for (int done = 0, part = 0; done < rows; done += part) {
       part = std::min(cascade.GetRoom(), rows - done);
       std::memcpy(cascade.GetPlace(), source->Row(done), static_cast<std::size_t>(part * rowBytes));
@@ -110,6 +122,7 @@ PyramidResult CompressPyramid(ZRMBand& band, XFile& file, std::int64_t offset, c
                               std::int64_t& storeBytes) {
   const auto layout = PyramidLayout::Make({request.window.Width(), request.window.Height(), band.GetDataType(),
                                            request.tileSize, request.tileSize, request.level});
+  // A bound that is negative or not a number asks for no loss, as 0 does.
   if (!layout || offset < 0) return PyramidResult::kWriteFailed;
   BlobWriter writer(*layout, file, offset, request.maxError > 0.0 ? request.maxError : 0.0);
   const Reduction how = {band.GetBandType() == kBandTypeThematic, band.GetNullValue()};

@@ -17,7 +17,7 @@ struct CompressRequest {
   XThread* thread = nullptr;  ///< may be null
 };
 
-/// As `Xepot::CompressEPOT_CM3`, but tells what went wrong. `storeBytes` is set where all went well.
+/// Does the work of `Xepot::CompressEPOT_CM3`, and tells what went wrong. `storeBytes` is set where all went well.
 PyramidResult CompressPyramid(ZRMBand& band, XFile& file, std::int64_t offset, const CompressRequest& request,
                               std::int64_t& storeBytes);
 

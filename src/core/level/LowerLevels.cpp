@@ -1,3 +1,7 @@
+// Makes images of a store from the images above them in the same store, strip by strip. The build of a level file uses
+// it for the small images at the end, and `BuildLowerLevels` for what a write has changed. Strips are whole rows,
+// whatever the columns of the window: a row that is made twice comes out the same, and tiles lie row by row.
+
 #include "core/level/LowerLevels.h"
 
 #include <algorithm>
@@ -5,7 +9,7 @@
 namespace zrk {
 namespace {
 
-/// What is read of an image at a time.
+/// How much of an image is read at a time.
 constexpr std::int64_t kStripBytes = 4 << 20;
 
 /// Rows y..y + numRows - 1 of an image, all of its columns, from the image above.
@@ -15,11 +19,13 @@ class StripMaker {
       : store_(store), layout_(store.Layout()), level_(level), how_(how) {}
 
   int CountRows() const {
+    // Each row that is made takes two rows of the image above.
     const std::int64_t rowBytes = std::int64_t{layout_.Width(level_ - 1)} * layout_.SampleBytes();
     return static_cast<int>(std::clamp<std::int64_t>(kStripBytes / rowBytes / 2, 1, layout_.Shape().yTile));
   }
 
   bool Make(int y, int numRows) {
+    // Only an image of one row has no second row to give. That row is then paired with itself.
     const int sourceRows = std::min(2 * numRows, layout_.Height(level_ - 1) - 2 * y);
     const int sampleBytes = layout_.SampleBytes();
     if (!above_.Alloc(layout_.Width(level_ - 1), sourceRows, sampleBytes)) return false;
@@ -43,14 +49,14 @@ class StripMaker {
 
 }  // namespace
 
-// Whole rows are made, whatever the columns of the window: a row that is made twice comes out the same.
-
 bool MakeLowerLevels(PyramidStore& store, int firstLevel, const Window& window, const Reduction& how) {
   const PyramidLayout& layout = store.Layout();
   for (int level = firstLevel; level <= layout.Shape().levels; ++level) {
     StripMaker maker(store, level, how);
     const int last = layout.Height(level) - 1;
     const int end = std::min(window.y1 >> level, last) + 1;
+    // The last row of an odd height has no part in the next image, so that halving a row number may lead beyond its
+    // end.
     for (int y = std::min(window.y0 >> level, last), rows = 0; y < end; y += rows) {
       rows = std::min(maker.CountRows(), end - y);
       if (!maker.Make(y, rows)) return false;

@@ -6,8 +6,8 @@
 
 namespace zrk {
 
-/// Makes the images from `firstLevel` (1 or more) on from the ones above, as far as they depend on the window of
-/// image 0, which lies within that.
+/// Makes the images from `firstLevel` (1 or more) on, each from the one above, as far as they depend on the window. The
+/// window lies within image 0. False where the store can't be read or written. Rows that were written by then stay.
 bool MakeLowerLevels(PyramidStore& store, int firstLevel, const Window& window, const Reduction& how);
 
 }  // namespace zrk

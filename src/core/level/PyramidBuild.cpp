@@ -1,6 +1,15 @@
-// The top is cut into stripes of whole rows of tiles. A stripe's rows are carried down through all levels on which the
-// stripe still begins and ends with a whole row, so that stripes have nothing to do with each other and any thread may
-// take any of them. The few small levels below are made from the store at the end.
+// The build of pyramids, for level files and for native rasters without compression.
+//
+// The top is cut into stripes of whole rows of tiles. A worker takes a stripe and reads the source for it in chunks. It
+// makes rows of the top, adds them to the statistics while they are in the cache, and carries them down through the
+// levels. It stops at the last level on which the stripe still begins and ends with a whole row. So stripes have
+// nothing to do with each other, and any thread may take any of them. The few small levels below are made from the
+// store at the end.
+//
+// Bands of one shape are built together in a group, because one decoding of interleaved pixels serves them all. Each
+// worker has a crew: for each band of the group a cascade, room for tiles and a part of the statistics. Crews share
+// nothing but the stores, to which they write different bytes, and the count of rows that are done. Counts are exact
+// and sums of reals are put together in the order of the stripes, so that the result does not depend on the workers.
 
 #include "core/level/PyramidBuild.h"
 
@@ -21,14 +30,14 @@
 namespace zrk {
 namespace {
 
-/// What is read of a source at once, some: enough to make calls cheap, and little enough to be still near the core when
-/// it is made smaller.
+/// About how much is read of a source at once. That is enough to make calls cheap, and little enough to be still in the
+/// cache when it is made smaller.
 constexpr std::int64_t kReadBytes = 4 << 20;
-/// What is read at once of a source in tiles, which can be had some columns at a time.
+/// How much is read at once of a source in tiles, which can give some columns at a time.
 constexpr std::int64_t kBlockBytes = 512 << 10;
-/// What the stripes of the bands that are built together may take, for each worker.
+/// How much the stripes of the bands of a group may take, for each worker.
 constexpr std::int64_t kStripeBytes = 64 << 20;
-/// Bands of one file come with one decoding where they are read together.
+/// How many bands a group may have: as many as files of interleaved pixels mostly have.
 constexpr int kMostBandsTogether = 4;
 
 using Bands = std::span<PyramidBand>;
@@ -46,7 +55,7 @@ struct StripePlan {
   int numStripes;
   int carriedLevel;  ///< the last one that a stripe makes
 
-  /// One where a source is decoded as a whole, which each worker would do, and keep, for itself.
+  /// One worker where a decoding gives more than a stripe: each worker would decode, and keep, the same rows again.
   int CountWorkers() const { return decodeRows > stripeRows || numStripes == 1 ? 1 : zrk::CountWorkers(numStripes); }
 };
 
@@ -56,19 +65,23 @@ StripePlan::StripePlan(const PyramidJob& job, const PyramidBand& band) {
   const int rowsPerRow = job.top == PyramidTop::kCopy ? 1 : 2;
   height = layout.Height(0);
   const std::int64_t sourceRowBytes = std::int64_t{job.window.Width()} * layout.SampleBytes();
+  // A buffer has INT_MAX bytes at most. A mean of areas may touch one source row more than its share.
   const auto mostReadRows = static_cast<int>(std::max<std::int64_t>(INT_MAX / sourceRowBytes / rowsPerRow - 1, 1));
   decodeRows = std::clamp((band.source->GetDecodeRows() - 1) / rowsPerRow + 1, 1, std::min(height, mostReadRows));
   const std::int64_t tileRowBytes = std::int64_t{layout.Width(0)} * yTile * layout.SampleBytes();
+  // Where memory allows it, a stripe has at least the rows of one decoding, so that few rows are decoded for two
+  // stripes.
   const auto mostTileRows = std::max<std::int64_t>(kStripeBytes / tileRowBytes, 1);
   stripeRows = yTile * static_cast<int>(std::min<std::int64_t>((decodeRows - 1) / yTile + 1, mostTileRows));
   numStripes = (height - 1) / stripeRows + 1;
+  // Rows pair up within the stripe as long as their number is even, and samples as long as both sides have two.
   const int smallest = std::min(layout.Width(0), height);
   const int evenLevels = std::countr_zero(static_cast<unsigned>(stripeRows));
   const int realLevels = std::bit_width(static_cast<unsigned>(smallest)) - 1;
   carriedLevel = std::min({layout.Shape().levels, evenLevels, realLevels});
 }
 
-/// One band's part of what a worker does.
+/// One band of a crew: the cascade, which writes its rows here, and what this worker has counted.
 class BandStripe : public RowTaker {
  public:
   BandStripe(PyramidBand& band, const StripePlan& plan)
@@ -133,6 +146,7 @@ class GroupBuild {
   StripePlan plan_;
   TopMaker topMaker_;
   int blockColumns_ = 0;  // 0 where whole rows are read
+  // One for each worker. A worker fills its own when it begins its first stripe.
   std::vector<Crew> crews_;
   std::atomic<PyramidResult> result_ = PyramidResult::kDone;
 };
@@ -158,6 +172,7 @@ int GroupBuild::CountChunkRows() const {
 bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last,
                            const tagXArr2& source) {
   const auto width = static_cast<std::size_t>(bands_.front().store->Layout().Width(0));
+  // The cascade has room up to the end of a row of tiles, and a chunk may go beyond that.
   for (int row = first, rows = 0; row <= last; row += rows) {
     rows = std::min(band.Cascade().GetRoom(), last - row + 1);
     unsigned char* const place = band.Cascade().GetPlace();
@@ -184,6 +199,7 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
   }
   for (std::size_t i = 0; i < crew.stripes.size(); ++i) {
     tagXArr2* source = isJoint ? crew.read[i] : nullptr;
+    // A band may be the caller's own and answer with a buffer of any shape. Only the right one is looked into.
     const bool isRead = (isJoint || sources_[i]->ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr)) &&
                         source->xSize == window.Width() && source->ySize == y1 - y0 + 1;
     if (!isRead) return Fail(PyramidResult::kReadFailed);
@@ -199,6 +215,7 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
 int GroupBuild::CountBlockColumns() const {
   const PyramidLayout& layout = bands_.front().store->Layout();
   const int together = sources_.front()->GetDecodeColumns();
+  // Blocks begin at an edge of the source's tiles, or each tile on the edge would be read twice.
   const bool haveTiles =
       together > 0 && job_.window.x0 % together == 0 &&
       std::ranges::all_of(sources_, [&](ZRMBand* each) { return each->GetDecodeColumns() == together; });
@@ -206,6 +223,7 @@ int GroupBuild::CountBlockColumns() const {
   const int yTile = layout.Shape().yTile;
   if (!haveTiles || !areCounted || !topMaker_.CanMakeColumns() || yTile % plan_.decodeRows != 0) return 0;
   if (XfnHaveJointSource(sources_)) return 0;
+  // A block is as high as a row of tiles of the top, and as wide as its size in memory allows.
   const int sourceRows = topMaker_.LastSourceRow(yTile - 1) + 1;
   const auto wanted = static_cast<int>(kBlockBytes / layout.SampleBytes() / sourceRows);
   const int sourceColumns = std::max(wanted / together, 1) * together;
@@ -246,6 +264,7 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
   for (const auto& band : crew.stripes) band->Cascade().Start(plan_.FirstRow(stripe));
   const int mostRows = CountChunkRows();
   for (int row = plan_.FirstRow(stripe), rows = 0; row <= plan_.LastRow(stripe); row += rows) {
+    // Messages are posted by the thread of the caller, which is worker 0. The other workers only look at the stop word.
     const bool goesOn = worker == 0 ? progress_.Report() : !progress_.IsStopped();
     if (!goesOn) return Fail(PyramidResult::kStopped);
     const int room = blockColumns_ > 0 ? crew.stripes.front()->Cascade().GetRoom() : mostRows;
@@ -260,6 +279,7 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
 
 void GroupBuild::Summarize() {
   for (std::size_t i = 0; i < bands_.size(); ++i) {
+    // The first crew that did anything takes in the others. A crew without a stripe has nothing to add.
     SampleStatistics* all = nullptr;
     for (Crew& crew : crews_) {
       if (crew.stripes.empty()) continue;
@@ -286,7 +306,7 @@ bool GroupBuild::CountStripe(const PyramidBand& band, int stripe, HistogramCount
   return true;
 }
 
-/// The bins of wide samples are known only with the range of all, so that the top is read once more.
+/// The bins of wide samples depend on the range of all of them. So the top is read once more, out of the store.
 bool GroupBuild::CountHistogram(PyramidBand& band) {
   if (band.summary.count == 0) return true;
   const HistogramCounter empty(band.store->Layout().Shape().dataType, band.reduction.nullValue, band.summary);
@@ -307,6 +327,7 @@ PyramidResult GroupBuild::Run() {
     return result_;
   }
   Summarize();
+  // From here on all stripes are in the stores, so that the lower levels find complete images above them.
   for (PyramidBand& band : bands_) {
     const bool isWide = band.store->Layout().SampleBytes() > 2;
     if (isWide && !CountHistogram(band)) {
@@ -321,7 +342,7 @@ PyramidResult GroupBuild::Run() {
   return PyramidResult::kDone;
 }
 
-/// How many bands from one on are built together: those of the same shape, as far as memory allows.
+/// How many bands from `first` on form a group: those of the same shape, as far as memory allows.
 std::size_t CountTogether(const PyramidJob& job, std::size_t first) {
   const PyramidBand& band = job.bands[first];
   const StripePlan plan(job, band);
@@ -332,6 +353,7 @@ std::size_t CountTogether(const PyramidJob& job, std::size_t first) {
   std::size_t count = 1;
   while (count < most && first + count < job.bands.size()) {
     const PyramidBand& next = job.bands[first + count];
+    // Bands of a group share one plan, and so they must agree in shape and in the rows of a decoding.
     const bool isAlike =
         next.store->Layout().Shape() == layout.Shape() && StripePlan(job, next).decodeRows == plan.decodeRows;
     if (!isAlike) break;

@@ -13,8 +13,8 @@ namespace zrk {
 
 class PlainStore;
 
-/// What the top of a pyramid is: the pixels of a window of the source, or their means at half its size each way, in
-/// whole numbers.
+/// What the top of a pyramid is: the pixels of a window of the source, or their means at half its size. Half of an odd
+/// size is rounded down.
 enum class PyramidTop { kCopy, kHalfMean };
 
 /// One band of a build. The store is uncompressed and open for writing, its top as large as `PyramidTop` makes it.
@@ -37,14 +37,14 @@ struct PyramidJob {
 
 enum class PyramidResult { kDone, kStopped, kReadFailed, kWriteFailed };
 
-/// What the caller is told of a build that failed.
+/// The sentence for a build that failed.
 const char* GetSentence(PyramidResult result);
 
 /// Fills the stores of all bands, level by level in one pass over the sources, and takes the statistics of their tops.
 ///
-/// The work is shared by as many threads as `XfnGetWorkerCount` tells, each of which reads the sources; the bytes that
-/// come out and the statistics do not depend on their number. Progress is posted on the calling thread, one step for
-/// every 200 rows of each band's top. Throws std::bad_alloc.
+/// As many threads share the work as `XfnGetWorkerCount` tells, and each of them reads the sources. The bytes that come
+/// out and the statistics do not depend on their number. Progress is posted on the calling thread, one step for every
+/// 200 rows of each band's top. A build that is stopped or fails leaves the stores half filled. Throws std::bad_alloc.
 PyramidResult BuildPyramids(PyramidJob& job);
 
 }  // namespace zrk

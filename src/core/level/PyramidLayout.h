@@ -21,7 +21,7 @@ struct PyramidShape {
 /// row by row from the top. An uncompressed store is nothing but its tiles in this order, all of the same size.
 class PyramidLayout {
  public:
-  /// Nothing for a shape that can't be: sizes that are not positive, a data type other than 1 to 8, more than 30
+  /// Empty for a shape that is not possible: sizes that are not positive, a data type other than 1 to 8, more than 30
   /// levels, a tile of more bytes than `tagXLimits` allows, or a store that no file could hold.
   static std::optional<PyramidLayout> Make(const PyramidShape& shape);
 

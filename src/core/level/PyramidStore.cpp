@@ -1,3 +1,12 @@
+// Reads and writes of windows, tile by tile. A window is cut into pieces, each within one tile, and a piece is moved
+// between the tile's rows in the file and the buffer's rows in memory. How a store keeps its tiles is its own matter:
+// `PlainStore` here has them at offsets that follow from the layout, `BlobStore` has a table.
+//
+// Rows of a tile lie together in the file. A piece narrower than its tile is therefore read or written with the bytes
+// between its rows, through some room on the stack, because a call for each row would cost more than those bytes.
+//
+// Any number of threads may read. Two writes may go on at once where they share no tile.
+
 #include "core/level/PyramidStore.h"
 
 #include "base/DataTypeVisit.h"
@@ -18,7 +27,7 @@ namespace {
 constexpr std::int64_t kRoomBytes = 64 << 10;
 using Room = std::array<unsigned char, kRoomBytes>;
 
-/// As `CopyBlock`, but samples equal to the null value leave what is there.
+/// Copies like `CopyBlock`, but samples equal to the null value leave the target unchanged.
 template <class Sample>
 void CopyKeptRows(const unsigned char* from, std::int64_t fromStride, unsigned char* to, std::int64_t toStride,
                   int width, int rows, Sample nullSample) {
@@ -47,6 +56,7 @@ bool PyramidStore::Read(tagXArr2& buffer, int level, int left, int top, const in
   if (!HasWindow(buffer, level, left, top)) return false;
   const std::int64_t sampleBytes = layout_.SampleBytes(), stride = buffer.xSize * sampleBytes;
   const auto read = [&](const TilePiece& piece, int x, int y) {
+    // A stop is heard between pieces, and so within the time of one tile.
     if (XfnIsStopRequested(cancel)) return false;
     return ReadPiece(piece, stride * buffer.ySize, buffer.data + y * stride + x * sampleBytes, stride);
   };
@@ -82,11 +92,10 @@ bool PlainStore::Write(const tagXArr2& buffer, int level, int left, int top, boo
                       });
 }
 
-// What lies between the samples in the file is read, and written back with them.
-
 bool PlainStore::WritePiece(const TilePiece& piece, const unsigned char* from, std::int64_t stride,
                             const double* keptNull) {
   const std::int64_t sampleBytes = Layout().SampleBytes(), tileRow = Layout().TileRowBytes();
+  // A part, with the bytes between its rows, fits the room. A row that is too wide for it is cut as well.
   const int partWidth = std::min(piece.width, static_cast<int>(kRoomBytes / sampleBytes));
   const auto partHeight = static_cast<int>((kRoomBytes - partWidth * sampleBytes) / tileRow) + 1;
   for (int y = 0; y < piece.height; y += partHeight) {
@@ -108,6 +117,8 @@ bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std
                            const double* keptNull) {
   const std::int64_t rowBytes = std::int64_t{part.width} * Layout().SampleBytes(), tileRow = Layout().TileRowBytes();
   const std::int64_t count = (part.height - 1) * tileRow + rowBytes, place = Place(part);
+  // Bytes between the rows, and samples that stay, are read first and written back unchanged. A file that is still
+  // shorter than its store counts as zeros there.
   const bool coversAll = !keptNull && (part.height == 1 || rowBytes == tileRow);
   Room room;
   const std::int64_t got = coversAll ? count : file_.File().ReadAt(place, room.data(), count);
@@ -130,21 +141,22 @@ void PlainStore::LayOutTile(const TileRows& part, int column, const unsigned cha
   const std::int64_t from = column * tileRowBytes, rowBytes = std::min(tileRowBytes, imageRowBytes - from);
   for (int r = 0; r < part.numRows; ++r, tile += tileRowBytes) {
     std::memcpy(tile, rows + r * imageRowBytes + from, static_cast<std::size_t>(rowBytes));
+    // Tiles are whole on the medium. What lies beyond the right edge of the image is 0.
     std::memset(tile + rowBytes, 0, static_cast<std::size_t>(tileRowBytes - rowBytes));
   }
 }
 
 bool PlainStore::WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging) {
   const PyramidLayout& layout = Layout();
-  // Whole tiles lie next to each other and are written some at a time, those of the last row filled up with zeros. Of
-  // parts of tiles each is a write of its own.
+  // Whole tiles lie next to each other and are written several at a time. A part of a tile is a write of its own. In
+  // the last row of tiles, all rows down to the end of the image make whole tiles, whose other rows are 0.
   const int yTile = layout.Shape().yTile;
   const bool isWhole = part.y == 0 && part.numRows == std::min(yTile, layout.Height(part.level) - part.row * yTile);
   const std::int64_t stepBytes = isWhole ? layout.TileBytes() : part.numRows * layout.TileRowBytes();
   constexpr std::int64_t kWriteBytes = 1 << 20;
   const auto perWrite = static_cast<int>(isWhole ? std::max<std::int64_t>(kWriteBytes / stepBytes, 1) : 1);
   staging.resize(static_cast<std::size_t>(perWrite * stepBytes));
-  // The rows of a tile that lie below the image.
+  // Rows of a tile that lie below the image stay 0 from here on, since no tile of this row of tiles has samples there.
   const std::int64_t madeBytes = part.numRows * layout.TileRowBytes();
   for (std::int64_t i = 0; i < perWrite; ++i) {
     std::fill(staging.begin() + i * stepBytes + madeBytes, staging.begin() + (i + 1) * stepBytes, 0);
@@ -155,6 +167,7 @@ bool PlainStore::WriteTileRows(const TileRows& part, const unsigned char* rows, 
     for (int i = 0; i < count; ++i) LayOutTile(part, column + i, rows, staging.data() + i * stepBytes);
     const std::int64_t place = Place({part.level, column, part.row, 0, part.y, 0, 0});
     if (file_.File().WriteAt(place, staging.data(), count * stepBytes) != 0) return false;
+    // Nobody writes to a whole tile again. The medium may take it while the rest is computed.
     if (isWhole) file_.File().StartSync(place, count * stepBytes);
   }
   return true;

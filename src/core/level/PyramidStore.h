@@ -20,7 +20,8 @@ struct TilePiece {
   int height;
 };
 
-/// Rows of a full row of tiles: the tile row of an image, and the rows of its tiles from `y` on.
+/// Some rows of a row of tiles, over the full width of the image: tile row `row`, and `numRows` rows of its tiles from
+/// row `y` of the tiles on.
 struct TileRows {
   int level;
   int row;
@@ -28,7 +29,7 @@ struct TileRows {
   int numRows;
 };
 
-/// The images of one pyramid in a file, read and written by windows of an image. Reads may come from many threads.
+/// The images of one pyramid in a file, read and written window by window. Reads may come from many threads.
 class PyramidStore {
  public:
   explicit PyramidStore(const PyramidLayout& layout) : layout_(layout) {}
@@ -49,16 +50,15 @@ class PyramidStore {
   virtual bool ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,
                          std::int64_t stride) const = 0;
 
-  /// Whether the buffer's shape lies within an image from a place on.
+  /// Whether a window of the buffer's shape, with its corner at `left` and `top`, lies within an image.
   bool HasWindow(const tagXArr2& buffer, int level, int left, int top) const;
 
  private:
   PyramidLayout layout_;
 };
 
-/// Cuts a window of an image, which lies within it, into pieces of tiles and calls
-/// `visit(const TilePiece&, bufferX, bufferY)` for each, tile row by tile row; ends with false at the first that
-/// answers false.
+/// Cuts a window, which must lie within the image, into pieces of tiles. Calls `visit(const TilePiece&, x, y)` for each
+/// with its position in the buffer, one row of tiles after the other. Ends with false as soon as a call answers false.
 template <class Visit>
 bool ForEachPiece(const PyramidLayout& layout, int level, int left, int top, int width, int height, Visit&& visit) {
   const int xTile = layout.Shape().xTile, yTile = layout.Shape().yTile;
@@ -77,15 +77,15 @@ bool ForEachPiece(const PyramidLayout& layout, int level, int left, int top, int
 /// An uncompressed store: every tile whole, all of one size.
 class PlainStore : public PyramidStore {
  public:
-  /// The store begins at a byte of the file and its end is no larger than a file can be.
+  /// The store begins at `offset`. The sum of the offset and the store's size must not overflow.
   PlainStore(const PyramidLayout& layout, std::shared_ptr<DiskFile> file, std::int64_t offset)
       : PyramidStore(layout), file_(std::move(file)), offset_(offset) {}
 
   std::int64_t Size() const override { return Layout().Size(); }
   bool Write(const tagXArr2& buffer, int level, int left, int top, bool keepNull, double nullValue) override;
 
-  /// Writes rows of a full row of tiles as they come in the image. What lies beyond the image in its last tiles becomes
-  /// 0. `staging` is room for the writer's use.
+  /// Writes rows of a row of tiles. `rows` has them as they run through the image. What lies beyond the image in its
+  /// last tiles becomes 0. `staging` is room for the writer's use, one for each thread.
   bool WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging);
 
  protected:
@@ -95,7 +95,7 @@ class PlainStore : public PyramidStore {
  private:
   std::int64_t Place(const TilePiece& piece) const;
   void LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const;
-  /// Samples equal to `keptNull`, where it is not null, leave what is there.
+  /// Where `keptNull` is not null, samples equal to it leave the file unchanged.
   bool WritePiece(const TilePiece& piece, const unsigned char* from, std::int64_t stride, const double* keptNull);
   bool WritePart(const TilePiece& part, const unsigned char* from, std::int64_t stride, const double* keptNull);
 

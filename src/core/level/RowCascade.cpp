@@ -1,3 +1,10 @@
+// Rows of an image are put in from the top down. Each pair of rows becomes one row of the next image at once, that row
+// may complete a pair there, and so on down to the last level. Each image has a buffer of one row of tiles. A full
+// buffer goes to the taker and is empty again, so that memory does not grow with the height of the image.
+//
+// A pair may lie across two rows of tiles, where these are of an odd height. Its upper row is set aside then, because
+// the buffer goes before the lower row comes.
+
 #include "core/level/RowCascade.h"
 
 #include "math/HalfMean.h"
@@ -10,6 +17,7 @@ namespace zrk {
 void ReduceRows(const PyramidLayout& layout, int level, const Reduction& how, const unsigned char* upper,
                 const unsigned char* lower, unsigned char* out) {
   const int dataType = layout.Shape().dataType;
+  // A single column stands for two.
   unsigned char doubled[2][2 * sizeof(double)];
   if (layout.Width(level) == 1) {
     const auto size = static_cast<std::size_t>(layout.SampleBytes());
@@ -75,6 +83,7 @@ bool RowCascade::PutRows(int level, int numRows) {
 
 bool RowCascade::PairRows(int level) {
   Image& image = images_[static_cast<std::size_t>(level)];
+  // The row that was set aside comes before all rows in the buffer.
   if (image.hasPending && image.numPaired < image.numRows) {
     image.hasPending = false;
     if (!Reduce(level, image.pending.data(), Row(image, image.numPaired++))) return false;
@@ -108,9 +117,10 @@ bool RowCascade::Flush(int level) {
 }
 
 bool RowCascade::Finish() {
+  // Levels are finished from above, because flushing one may still give a row to the next.
   for (int level = 0; level <= lastLevel_; ++level) {
     if (!Flush(level)) return false;
-    // An image of one row is the mean of that row with itself below.
+    // An image of one row stands for two in the next image.
     Image& image = images_[static_cast<std::size_t>(level)];
     const bool isOneRow = level < lastLevel_ && layout_.Height(level) == 1;
     if (isOneRow && image.hasPending && !Reduce(level, image.pending.data(), image.pending.data())) return false;

@@ -16,6 +16,7 @@ TopMaker::TopMaker(PyramidTop top, const Window& window, const PyramidLayout& la
   const bool isExactHalf = window.Width() == 2 * width_ && window.Height() == 2 * layout.Height(0);
   kind_ = isExactHalf ? Kind::kHalf : Kind::kArea;
   if (isExactHalf) return;
+  // The top of a level file counts null values like others, and so the means know of no null value.
   area_.emplace(window.Width(), window.Height(), width_, layout.Height(0), dataType_, kNotSet);
 }
 
@@ -36,6 +37,7 @@ void TopMaker::Make(int first, int last, const tagXArr2& source, int sourceTop, 
     return;
   }
   for (int row = first; row <= last; ++row, out += rowBytes_) {
+    // Rows of the source are found from the row of the top, since areas of neighbouring rows may share a source row.
     const int upper = FirstSourceRow(row) - sourceTop;
     if (kind_ == Kind::kHalf) {
       MeanOfFour(dataType_, source.Row(upper), source.Row(upper + 1), width_, out);

@@ -32,6 +32,7 @@ int XEPOT2D::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, in
   if (!layout || !file || !file->IsOpen() || offset < 0) return 0;
   if (IsCompressed(compression)) {
     store_ = zrk::BlobStore::Open(*layout, file->GetDiskFile(), offset);
+    // An uncompressed store that is yet to be written may reach beyond the file's end, so only the sum is checked.
   } else if (zrk::CheckedAdd(offset, layout->Size())) {
     store_ = std::make_shared<zrk::PlainStore>(*layout, file->GetDiskFile(), offset);
   }
@@ -61,6 +62,7 @@ int XEPOT2D::Write(const tagXArr2& buffer, int level, int left, int top, bool ke
 int XEPOT2D::BuildLowerLevels(double nullValue, int x0, int x1, int y0, int y1, bool thematic) {
   if (!store_) return 0;
   const zrk::PyramidLayout& layout = store_->Layout();
+  // A window that lies beside the image changes nothing, and that is no failure.
   const zrk::Window window = {std::max(x0, 0), std::min(x1, layout.Width(0) - 1), std::max(y0, 0),
                               std::min(y1, layout.Height(0) - 1)};
   if (window.x0 > window.x1 || window.y0 > window.y1) return 1;

@@ -34,6 +34,8 @@ int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize
   const int isSet = zrk::FencedRead([&] {
     return impl_->epot.SetImage(file, offset, xSize, ySize, dataType, xTileSize, yTileSize, levels, compression);
   });
+  // Readers that go through the band in order learn here what comes cheaply together. Rows of uncompressed tiles come
+  // one by one; a compressed tile is decoded as a whole.
   SetDecodeColumns(isSet ? xTileSize : 0);
   SetDecodeRows(isSet && compression == kCompressionTiles ? yTileSize : 1);
   return isSet;
@@ -43,6 +45,7 @@ int ZRMBandEPOT::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, i
   int left = 0, top = 0, width = 0, height = 0;
   if (!GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) return 0;
   return zrk::FencedRead([&] {
+    // A buffer that was lent on an earlier read belongs to a band, perhaps another one, and is replaced.
     const bool isCallers = out && out->data && !out->isLent;
     tagXArr2* const buffer = isCallers ? out : impl_->buffers.GetBuffer(width, height, GetDataSize());
     if (!buffer || !impl_->epot.Read(*buffer, level, left, top, cancel)) return 0;

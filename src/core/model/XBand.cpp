@@ -43,6 +43,7 @@ class BorrowedBuffer {
 }  // namespace
 
 XBand::XBand() = default;
+XBand::~XBand() = default;
 
 int XBand::GetDataType() const {
   return dataType_;

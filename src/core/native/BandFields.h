@@ -9,10 +9,11 @@
 
 namespace zrk {
 
-// The fields of a band, group by group: each function here is the one description from which `XmlWriter` writes and
-// `XmlReader` reads the group.
+// The fields of a band, group by group. Each `Visit` function is the one description of a group: `XmlWriter` writes by
+// it and `XmlReader` reads by it. The records below stand between the text and the band where a field has no getter and
+// setter of its own. docs/FORMATS.md lists the names.
 
-/// How the pixels of a band are laid out; -1 where the text does not tell.
+/// How the pixels of a band are laid out. A field that the text does not have is -1, which no check lets pass.
 struct BandLayout {
   long levels = -1;
   long xTileSize = -1;
@@ -34,7 +35,7 @@ void VisitLayout(Archive& archive, BandLayout& layout) {
   archive.Field("XRS_TAG_BAND_COMPRESSION", layout.compression);
 }
 
-/// Where the body of a band lies in its file; -1 where the text does not tell.
+/// Where the body of a band lies in its file. A field that the text does not have is -1.
 struct BandPlace {
   std::int64_t offset = -1;
   std::int64_t size = -1;
@@ -46,6 +47,7 @@ void VisitPlace(Archive& archive, BandPlace& place) {
   archive.Field("XRS_TAG_BAND_DATASIZE", place.size);
 }
 
+/// What statistics know of the samples of a band, in units of the samples.
 struct BandStatistics {
   double minimum = 0.0;
   double maximum = 0.0;
@@ -76,6 +78,7 @@ void VisitBasicInfo(Archive& archive, ZRMBand& band) {
   archive.Property("XRS_TAG_BAND_NULLVALUE", band, &ZRMBand::GetNullValue, &ZRMBand::SetNullValue);
 }
 
+/// The upper left corner of the first pixel, in world units.
 struct BandCorner {
   double ulx = 0.0;
   double uly = 0.0;
@@ -87,6 +90,7 @@ void VisitCorner(Archive& archive, BandCorner& corner) {
   archive.Field("XRS_TAG_BAND_ULY", corner.uly);
 }
 
+/// The size of a pixel, in world units.
 struct BandPixelSize {
   double xPixelSize = 1.0;
   double yPixelSize = 1.0;
@@ -100,7 +104,7 @@ void VisitPixelSize(Archive& archive, BandPixelSize& size) {
   archive.Field("XRS_TAG_BAND_YPIXELSIZE", size.yPixelSize);
 }
 
-/// What the coordinates are; the projection itself is written and read apart from it.
+/// What the coordinates are. The projection itself is written and read apart from this.
 struct BandMapInfo {
   int coordinateKind = kCoordinatePixel;
   int referenceKind = kReferenceNone;
@@ -129,6 +133,7 @@ void VisitBasicSensorParams(Archive& archive, ZRMBand& band) {
   archive.Property("XRS_TAG_BAND_INCIDENCEANGLE", band, &ZRMBand::GetIncidenceAngle, &ZRMBand::SetIncidenceAngle);
 }
 
+/// The sensor model of a band, apart from that of a scan sensor.
 struct SensorModel {
   int useSensorModel = 0;
   double focalLength = 0.0;
@@ -250,6 +255,7 @@ void VisitSarBeam(Archive& archive, XSarBeam& beam) {
   archive.Field("XRS_TAG_BEAM_GAINS", beam.gains);
 }
 
+/// The subset window of a radar band.
 struct SarSubset {
   int edges[4] = {0, 0, 0, 0};  ///< x0, x1, y0, y1
 };
@@ -260,7 +266,7 @@ inline SarSubset SarSubsetOf(const ZRMBand& band) {
   return subset;
 }
 
-/// All that a radar band has beside other bands; the subset goes through its record.
+/// What only radar bands have. The subset goes through its record.
 template <class Archive>
 void VisitSarParam(Archive& archive, ZRMBand& band, SarSubset& subset) {
   archive.Group("XRS_TAG_BAND_SAR", [&](Archive& inner) { VisitSar(inner, band.GetSarParam()); });

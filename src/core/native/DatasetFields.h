@@ -8,9 +8,9 @@
 
 namespace zrk {
 
-// The fields of a dataset, described once for writing and reading as those of a band are.
+// The fields of a dataset. Like those of a band they are described once, for writing and for reading.
 
-/// What the writer of a file was handed beside the dataset.
+/// What the caller gave the writer of a file beside the dataset.
 struct WriterInfo {
   XString cryptoVaildationInfo;
   std::array<int, 2> flags{};

@@ -8,8 +8,8 @@
 
 namespace zrk {
 
-/// The lists and records of bands and datasets as whole values, for reading and writing metadata: across the interface
-/// they can only be added to.
+/// The lists and records of bands and datasets as whole values. Their public interface can only add to them, while
+/// metadata is read beside a dataset and then replaces what it has.
 struct FieldAccess {
   static auto& Gis(ZRMBand& band) { return band.gis_; }
   static auto& ScanSensorParam(ZRMBand& band) { return band.scanSensorParam_; }

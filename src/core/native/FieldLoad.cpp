@@ -1,3 +1,11 @@
+// Reads groups of fields from the text into bands, and those of a dataset into a record beside it. Fields that the text
+// does not have keep their values. So each group begins with the values that the band has, lets the reader change some,
+// and gives all of them back.
+//
+// The first element that holds no valid value is remembered by its name, and reading goes on. The caller looks once at
+// the end, refuses the whole text, and drops what was read into copies. Both loads, of new bands and of level files,
+// rest on that.
+
 #include "core/native/FieldLoad.h"
 
 #include "core/native/DatasetFields.h"
@@ -42,7 +50,7 @@ void ReadSarParam(XmlReader& reader, ZRMBand& band) {
   band.SetSarsubset(subset.edges[0], subset.edges[1], subset.edges[2], subset.edges[3]);
 }
 
-/// Puts a list or record in the place of another, where there is one.
+/// Puts a list or record in the place of another. An empty one replaces nothing, because the text had none.
 template <class Whole>
 void Replace(Whole& target, Whole& fresh) {
   if (fresh != Whole()) target = std::move(fresh);
@@ -53,6 +61,7 @@ void Replace(Whole& target, Whole& fresh) {
 bool ProjectionReader::Read(XmlReader& reader, ZRMBand& band) {
   XString wkt;
   if (!reader.Field(kTagProjection, wkt) || wkt.IsEmpty()) return true;
+  // A text that OGR does not understand is kept as well, so that it is not parsed again for the next band.
   if (wkt != wkt_) {
     if (++numImports_ > kMostImports) return false;
     sr_.importFromWkt(wkt);
@@ -89,6 +98,7 @@ void ReadIdentity(XmlReader& reader, ZRMBand& band) {
   BandMapInfo info{band.GetCoordinateKind(), band.GetSR()->GetCoordinateKind(), band.IsNormalizedWorld()};
   VisitMapInfo(reader, info);
   band.SetCoordinateKind(info.coordinateKind);
+  // Setting a projection sets the kind, too. The text has the last word, and so the projection comes before.
   band.GetSR()->SetCoordinateKind(info.referenceKind);
   band.SetNormalizedWorld(info.normalizedWorld);
 }
@@ -103,6 +113,7 @@ DatasetText::DatasetText(const XRSFile& dataset) {
 
 void DatasetText::Read(pugi::xml_node element, int numBands, std::string& invalidName) {
   XmlReader reader(element, invalidName);
+  // The flags are read for their form only. A dataset has no place for them.
   WriterInfo info{text_.GetCryptoVaildationInfo(), {}};
   VisitWriterInfo(reader, info);
   text_.SetCryptoVaildationInfo(info.cryptoVaildationInfo);
@@ -112,7 +123,8 @@ void DatasetText::Read(pugi::xml_node element, int numBands, std::string& invali
   VisitGCPDataSet(reader, text_);
   VisitROIDataSet(reader, text_);
   VisitSIGDataSet(reader, text_);
-  // Who asks for a matrix gets no length with it and takes the number of bands for its side.
+  // Callers get a matrix without its length, and take the number of bands for its side. Any other length would have
+  // them read beyond it.
   const std::size_t cells = static_cast<std::size_t>(numBands) * static_cast<std::size_t>(numBands);
   for (const auto* matrix : {&FieldAccess::CorrelationMatrix(text_), &FieldAccess::CovarianceMatrix(text_)}) {
     if (invalidName.empty() && !matrix->empty() && matrix->size() != cells) invalidName = "a matrix of the bands";

@@ -10,12 +10,12 @@
 
 namespace zrk {
 
-/// Reads projections. The bands of a dataset mostly share one system, and importing takes long, so the last one is
+/// Reads projections. The bands of a dataset mostly share one system, and importing takes long. So the last system is
 /// kept.
 class ProjectionReader {
  public:
-  /// Sets the band's system, where the text has one that can be understood. False where the bands have had more systems
-  /// than any dataset has: importing would take seconds and fill the memory.
+  /// Sets the band's system, where the text has one that can be understood. False where the bands have more different
+  /// systems than any dataset has: importing them would take seconds and fill the memory.
   bool Read(XmlReader& reader, ZRMBand& band);
 
  private:
@@ -31,17 +31,18 @@ XString InvalidValue(const std::string& name);
 
 /// Statistics and what is known of how the band was taken.
 void ReadDescription(XmlReader& reader, ZRMBand& band);
-/// What makes a band itself: names, kinds, null value, place in the world. The projection has to be read before.
+/// The identity of a band: names, kinds, null value and georeference. The projection has to be read before.
 void ReadIdentity(XmlReader& reader, ZRMBand& band);
 
-/// The fields of a dataset as its text has them, apart from the dataset until all is known to be valid.
+/// The fields of a dataset as its text has them. They stay apart from the dataset until all are known to be valid.
 class DatasetText {
  public:
   explicit DatasetText(const XRSFile& dataset);
 
   /// `invalidName` gets the name of an element that holds no valid value.
   void Read(pugi::xml_node element, int numBands, std::string& invalidName);
-  /// Hands over what was read: single values as they are, lists and records where there are some.
+  /// Hands over what was read. Single values replace those of the dataset, and so do lists and records that the text
+  /// has.
   void MoveTo(XRSFile& dataset);
 
  private:

@@ -1,5 +1,9 @@
-// A level file belongs to an image that is already open. Its text is read into copies of the image's bands, so that
-// nothing of the image changes until all of it is known to be valid.
+// Takes the text of a level file over into a dataset. A level file belongs to an image that is already open, and so its
+// text must fit the bands that are there. It is read into copies of these bands, and into a record beside the dataset.
+// Nothing of the image changes until all of the text is known to be valid.
+//
+// The text gives statistics, the system, and how the bands were taken. Identity, layout and georeference are the
+// image's own, even where the text has other values.
 
 #include "core/native/FieldLoad.h"
 #include "core/native/NativeLoad.h"
@@ -21,8 +25,8 @@ int CountOf(const pugi::xml_object_range<pugi::xml_named_node_iterator>& element
   return static_cast<int>(std::distance(elements.begin(), elements.end()));
 }
 
-/// Whether the text was written for these bands. Level files record the size of the first band and the type of the last
-/// for all of them.
+/// Whether the text was written for these bands. A level file records the size of the first band and the type of the
+/// last for each of them.
 bool IsOfTheImage(const XRSFile& dataset, pugi::xml_node root, std::string& invalidName) {
   const auto elements = root.children(kTagBand);
   if (CountOf(elements) != dataset.GetNumOfBands()) return false;
@@ -54,7 +58,7 @@ Bands ReadBands(const XRSFile& dataset, pugi::xml_node root, std::string& invali
   return bands;
 }
 
-/// The inner band of a complex one is the one that statistics are asked of.
+/// Statistics of a complex band are asked of its inner band, which gets a copy.
 void CopyStatistics(const ZRMBand& source, ZRMBand* target) {
   if (!target) return;
   target->SetBandMin(source.GetBandMin());
@@ -65,7 +69,7 @@ void CopyStatistics(const ZRMBand& source, ZRMBand* target) {
 }
 
 void TakeOver(ZRMBand& band, ZRMBand& text) {
-  // Only the fields: a band's own way of cloning may take pixels over.
+  // Only the fields are taken. A band's own way of cloning may take pixels over as well.
   band.ZRMBand::CloneBand(&text);
   if (band.GetShownBand() != &band) CopyStatistics(text, band.GetShownBand());
 }

@@ -1,3 +1,10 @@
+// The text of native rasters and level files, as a document and back. pugixml parses it, and a look at the text before
+// bounds what that can cost: its bytes, its elements and attributes, its depth. Document types are refused, since they
+// can unfold to any size.
+//
+// The text says ISO-8859-1 and the parser is told UTF-8. It does not look at bytes from 0x80 on, and so they come out
+// as they went in, whatever they were meant to be.
+
 #include "core/native/NativeXml.h"
 
 #include "base/XmlGate.h"
@@ -13,11 +20,12 @@ namespace zrk {
 
 namespace {
 
-// What a document has beside its elements is kept, so that it can be written back.
+// Declaration, comments and instructions are kept as well, so that a document that is changed in part is written back
+// with all that it had.
 constexpr unsigned kParseFlags = pugi::parse_default | pugi::parse_declaration | pugi::parse_comments | pugi::parse_pi;
 
-/// Whether more elements begin in the text than are allowed, or it has more than twice as many attributes; comments and
-/// the like count as well, and so does what only looks like an attribute.
+/// Whether more elements begin in the text than are allowed, or it has more than twice as many attributes. The look is
+/// coarse: comments and the like count as elements, and every equals sign counts as an attribute.
 bool HasTooManyNodes(std::string_view text, std::int64_t maxElements) {
   std::int64_t numElements = 0, numAttributes = 0;
   for (std::size_t i = 0; i + 1 < text.size(); ++i) {
@@ -52,6 +60,7 @@ bool ParseNativeXml(std::string_view text, pugi::xml_document& document, XString
   }
   const pugi::xml_parse_result result =
       document.load_buffer(text.data(), text.size(), kParseFlags, pugi::encoding_utf8);
+  // Where memory runs out the text may be sound, and so this is not reported as a fault of the text.
   if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
   if (result && document.document_element()) return true;
   err = "The raster metadata is not well formed";

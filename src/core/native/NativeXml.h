@@ -7,14 +7,15 @@
 
 namespace zrk {
 
-// The document that native raster files and level files end in. Its characters are single bytes, which pass the parser
-// unchanged: it is told that they are UTF-8, and does not look closer.
+// The document that native raster files and level files end in. Its characters are single bytes and pass the parser
+// unchanged. The parser is told that they are UTF-8, and does not look closer.
 
 inline constexpr char kTagDataset[] = "XRS_TAG_DATASET";
 inline constexpr char kTagBand[] = "XRS_TAG_BAND";
 inline constexpr char kTagProjection[] = "XRS_TAG_BAND_PROJECTIONWKT";
 
-/// Parses a text once the limits of size, number of elements and depth allow it. False and a sentence where it can't.
+/// Parses a text that is within the limits of size, number of elements and depth. False, with a sentence, where it is
+/// not within them or not well formed.
 bool ParseNativeXml(std::string_view text, pugi::xml_document& document, XString& err);
 
 /// The document as text.

@@ -1,5 +1,9 @@
-// Every number of the text is checked before a band is made of it: sizes and tiles against the limits, and the places
-// of the bodies against the file and against each other.
+// Makes bands from the text of a native raster. The text may be a stranger's, and so it is gone through twice. First
+// every number that describes a band is checked: sizes and tiles against the limits, and the offsets and sizes of the
+// bodies against the file and against each other. Only then bands are made, each bound to its body, and given their
+// fields. The dataset gets them last, all or none.
+//
+// Two bodies that overlap can't be of our writing. A write to one band would change the other.
 
 #include "base/Checked.h"
 #include "core/native/FieldLoad.h"
@@ -22,7 +26,7 @@ namespace zrk {
 
 namespace {
 
-// Far more than any sensor has, and few enough that the records of the bands stay small beside a machine's memory.
+// Far more bands than any sensor has, and few enough that their records stay small beside a machine's memory.
 constexpr std::size_t kMaxBands = 1 << 14;
 
 /// A band as the text describes it.
@@ -36,7 +40,7 @@ bool IsPositiveInt(long value) {
   return 0 < value && value <= INT_MAX;
 }
 
-/// Whether such an image can be, within the limits.
+/// Whether an image of this layout is possible and within the limits.
 bool IsPossible(const BandLayout& layout) {
   const tagXLimits limits = XfnGetLimits();
   if (!IsPositiveInt(layout.xSize) || !IsPositiveInt(layout.ySize)) return false;
@@ -48,18 +52,20 @@ bool IsPossible(const BandLayout& layout) {
   return tileBytes && *tileBytes <= limits.decodedTileBytes;
 }
 
-/// The bytes of an uncompressed body; 0 where there can't be one.
+/// The bytes of an uncompressed body; 0 where a body of this layout is not possible.
 std::int64_t StoreSize(const BandLayout& layout) {
   return XEPOT2D::CalcSize(static_cast<int>(layout.xSize), static_cast<int>(layout.ySize),
                            static_cast<int>(layout.dataType), static_cast<int>(layout.xTileSize),
                            static_cast<int>(layout.yTileSize), static_cast<int>(layout.levels));
 }
 
+/// The sentence for what is wrong with a band; empty for a sound one. Without a file the body is not looked for.
 XString FindFault(const BandText& band, const BodyFile& body) {
   const int compression = band.layout.compression;
   if (!IsPossible(band.layout)) return "The layout of a band is not possible";
   const bool isPlain = compression == kCompressionNone || compression == kCompressionPlain;
   if (!isPlain && compression != kCompressionTiles) return "The compression of a band is not known";
+  // The size of an uncompressed body follows from its layout. That of a compressed body is checked when it is opened.
   const std::int64_t storeSize = isPlain ? StoreSize(band.layout) : band.place.size;
   if (isPlain && storeSize <= 0) return "The layout of a band is not possible";
   if (!body.file) return {};
@@ -68,6 +74,7 @@ XString FindFault(const BandText& band, const BodyFile& body) {
   return isInside && band.place.size == storeSize ? XString() : XString("The data of a band are not in the file");
 }
 
+/// Whether two bodies share bytes. In order of their offsets, each has to end before the next begins.
 bool HasOverlap(const std::vector<BandText>& bands) {
   std::vector<BandPlace> places;
   places.reserve(bands.size());
@@ -79,7 +86,7 @@ bool HasOverlap(const std::vector<BandText>& bands) {
   return false;
 }
 
-/// The bands as the text lists them, checked; none, and a sentence, where one of them can't be.
+/// The bands as the text lists them, each checked. None, with a sentence, where one of them is faulty.
 std::vector<BandText> ListBands(pugi::xml_node root, const BodyFile& body, XString& err) {
   std::vector<BandText> bands;
   std::string invalidName;
@@ -100,7 +107,7 @@ std::vector<BandText> ListBands(pugi::xml_node root, const BodyFile& body, XStri
   return {};
 }
 
-/// Null where the store can't be set up in the file.
+/// Makes a band, binds it to its store, and reads its fields. Null where the store can't be set up in the file.
 std::unique_ptr<ZRMBandEPOT> MakeBand(const BandText& text, const BodyFile& body, ProjectionReader& projections,
                                       std::string& invalidName) {
   auto band = std::make_unique<ZRMBandEPOT>();
@@ -110,7 +117,7 @@ std::unique_ptr<ZRMBandEPOT> MakeBand(const BandText& text, const BodyFile& body
       static_cast<int>(layout.ySize), static_cast<int>(layout.dataType), static_cast<int>(layout.xTileSize),
       static_cast<int>(layout.yTileSize), static_cast<int>(layout.levels), layout.compression);
   if (!isSet && body.file) return nullptr;
-  // A compressed store tells its size itself, which has to be the one that was checked against the others.
+  // A compressed store tells its own size. It has to be the size that was checked against the other bodies.
   if (body.file && band->GetEPOT()->GetSize() != text.place.size) return nullptr;
   XmlReader reader(text.element, invalidName);
   if (!projections.Read(reader, *band)) invalidName = kTagProjection;
@@ -121,7 +128,7 @@ std::unique_ptr<ZRMBandEPOT> MakeBand(const BandText& text, const BodyFile& body
 
 using Bands = std::vector<std::unique_ptr<ZRMBandEPOT>>;
 
-/// None, and a sentence, where one can't be made.
+/// The bands in order. None, with a sentence, where one of them can't be made.
 Bands MakeBands(const std::vector<BandText>& texts, const BodyFile& body, XString& err) {
   Bands bands;
   ProjectionReader projections;
@@ -152,7 +159,7 @@ int LoadNewBands(XRSFile& dataset, const pugi::xml_document& document, const Bod
     err = InvalidValue(invalidName);
     return 0;
   }
-  // Room first, so that no band is lost on the way.
+  // Room comes first. After it nothing can fail, and so the dataset gets all bands.
   FieldAccess::Bands(dataset).reserve(bands.size());
   for (auto& band : bands) dataset.AddBand(band.release());
   text.MoveTo(dataset);

@@ -1,3 +1,6 @@
+// The order of the groups in a text. Readers find fields by their names and don't need it. All writers take it from
+// here, so that the same dataset gives the same bytes.
+
 #include "core/native/SaverGroups.h"
 
 #include "XRSFile.h"

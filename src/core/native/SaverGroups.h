@@ -6,10 +6,10 @@ class ZRMBand;
 
 namespace zrk {
 
-/// The groups of fields that follow a band's identity and place in every file, in their order.
+/// Writes the groups of fields that follow a band's identity and georeference in every file, in their order.
 void CopyDescription(XRSFileSaver& saver, ZRMBand& band);
 
-/// The groups of the dataset, which come last.
+/// Writes the groups of the dataset, which come last.
 void CopyDataset(XRSFileSaver& saver, XRSFile& dataset);
 
 }  // namespace zrk

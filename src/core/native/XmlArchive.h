@@ -11,12 +11,12 @@
 
 namespace zrk {
 
-// Two archives with the same operations over one XML element, so that a group of fields is described once, by a
-// function that visits them in turn, and the writer and the reader cannot drift apart.
+// Two archives with the same operations over one XML element. A group of fields is described once, by a function that
+// visits them in turn, and so the writer and the reader cannot drift apart.
 //
-// `Field` is a child element that holds the value, `Attribute` an attribute; `Property` and `Pair` are fields that an
-// object hands out by a getter and takes by a setter; `Group` is one child element with fields of its own, `Optional`
-// the same for a record that may not be there, and `List` one child element for each record.
+// `Field` is a child element that holds a value, and `Attribute` is an attribute. `Property` and `Pair` are fields that
+// an object hands out by a getter and takes by a setter. `Group` is one child element with fields of its own,
+// `Optional` is a group for a record that may be missing, and `List` is one child element for each record.
 
 /// The record that a list holds, directly or by a pointer.
 template <class Record>
@@ -29,7 +29,7 @@ Record& RecordOf(std::unique_ptr<Record>& record) {
   return *record;
 }
 
-/// Writes. What was written under a name is replaced when it is written again.
+/// Writes fields into an element. A second value under a name replaces the first.
 class XmlWriter {
  public:
   explicit XmlWriter(pugi::xml_node element) : element_(element) {}
@@ -84,7 +84,8 @@ class XmlWriter {
   pugi::xml_node element_;
 };
 
-/// Reads. Fields that the element lacks are left alone; the first that holds no valid value is remembered by its name.
+/// Reads fields from an element. Fields that the element lacks keep their values. The first field that holds no valid
+/// value is remembered by its name.
 class XmlReader {
  public:
   XmlReader(pugi::xml_node element, std::string& invalidName) : element_(element), invalidName_(invalidName) {}
@@ -126,7 +127,7 @@ class XmlReader {
       visit(inner, *record);
     });
   }
-  /// Where the element has none of the records the list is left alone.
+  /// Replaces the records of a list. Where the element has no record the list keeps its own.
   template <class Records, class Visit>
   void List(const char* name, Records& records, Visit visit) {
     if (!element_.child(name)) return;

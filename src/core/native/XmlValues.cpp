@@ -1,3 +1,11 @@
+// Values as text and back to the same bits. Numbers are the shortest digits that give the same number, whatever the
+// locale; texts keep every byte. What an XML parser may drop, join or refuse is written as '%' and two hexadecimal
+// digits: control characters, since XML has no form for most of them; blanks at the ends, which a parser may cut; and
+// '%' itself, so that nothing else begins with it. The signs '<', '>' and '&' are left to the parser's library.
+//
+// Parsing takes a value only as a whole. A number with something behind it, too large for its type, or a '%' without
+// its digits is no value, and the file with it is refused.
+
 #include "core/native/XmlValues.h"
 
 #include <algorithm>
@@ -25,7 +33,7 @@ void AppendEncoded(std::string& encoded, char character) {
   encoded += kHexDigits[byte & 15];
 }
 
-/// All of the digits as a number of just as many.
+/// Parses a hexadecimal number. All of `digits` must belong to it, and there must be `count` of them.
 bool ParseHex(std::string_view digits, std::size_t count, std::uint64_t& value) {
   const char* end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, value, 16);
@@ -84,6 +92,7 @@ std::string FormatText(double value) {
     char digits[32];
     return std::string(digits, std::to_chars(digits, digits + sizeof(digits), value).ptr);
   }
+  // A NaN has bits that decimal digits can't tell.
   const auto bits = std::bit_cast<std::uint64_t>(value);
   std::string text = "x";
   for (int shift = 60; shift >= 0; shift -= 4) text += kHexDigits[bits >> shift & 15];
@@ -100,6 +109,7 @@ bool ParseText(std::string_view text, double& value) {
   }
   const char* end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, value);
+  // `from_chars` takes words for an infinity and a NaN as well. We write bits for these, and so the words are refused.
   return error == std::errc() && stop == end && std::isfinite(value);
 }
 

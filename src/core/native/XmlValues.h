@@ -12,22 +12,22 @@
 
 namespace zrk {
 
-// The values of raster metadata as the text of XML elements and attributes, and back. Nothing here looks at the locale,
-// and what is formatted is parsed to the same bits.
+// The values of raster metadata as the text of XML elements and attributes, and back. Nothing here depends on the
+// locale. A value that was formatted is parsed to the same bits.
 //
-// Every `ParseText` answers whether the whole text is such a value; where it is not, the value is left in any state.
+// Every `ParseText` answers whether the whole text is such a value. Where it is not, the value is undefined.
 
 /// A text of any bytes. Bytes that a parser may drop, join or refuse stand as '%' and two hexadecimal digits: control
 /// characters, DEL, the '%' itself, and a blank at either end. Bytes above 0x7F stay as they are.
 std::string FormatText(const XString& text);
 bool ParseText(std::string_view encoded, XString& text);
 
-/// The shortest digits that give the same number; 'x' and the sixteen hexadecimal digits of its bits for what is not
-/// finite.
+/// The shortest digits that give the same number. An infinity or a NaN is 'x' and the sixteen hexadecimal digits of its
+/// bits.
 std::string FormatText(double value);
 bool ParseText(std::string_view text, double& value);
 
-/// The coordinates of the corners in turn.
+/// The corners in turn, x and y of each.
 std::string FormatText(const XROI::Polygon& polygon);
 bool ParseText(std::string_view text, XROI::Polygon& polygon);
 
@@ -65,7 +65,7 @@ std::string FormatText(const List& numbers) {
   return text;
 }
 
-/// A list of fixed length needs just as many numbers.
+/// A list of fixed length needs exactly as many numbers. Any other list takes as many as there are.
 template <NumberList List>
 bool ParseText(std::string_view text, List& numbers) {
   constexpr bool kGrows = requires {

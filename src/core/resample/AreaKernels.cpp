@@ -1,6 +1,13 @@
-// Compiled once for every instruction set that the machine may have; Highway includes this file again for each. The
-// loops are plain ones, which the compiler makes vectors of; since no product and sum are fused into one operation, the
-// results are the same with every set.
+// The pixel loops of `AreaMean`. Highway includes this file once for every instruction set that the machine may have,
+// and picks one of them at run time. The loops are plain, and the compiler makes vectors of them. No product and sum
+// are fused into one operation, so that the results are the same with every set.
+//
+// A mean has two steps. `Add` weighs whole source rows and adds them into one line of sums, a sum for each source
+// column. `Finish` weighs and adds the sums under each output column and divides by the weight. Sums are doubles or
+// 64-bit integers; `AreaMean` chooses the type that is exact. Where a row holds nulls, a second line beside the sums
+// holds the weight of the samples that count.
+//
+// The data type is looked up once for each call. Below that each loop exists once for each type of sample and sum.
 
 #include "core/resample/AreaKernels.h"
 
@@ -24,8 +31,8 @@ HWY_INLINE const Sample* SamplesOf(const void* row) {
   return static_cast<const Sample*>(row);
 }
 
-/// The quotient, for integers rounded half away from zero. A double that holds an exact sum of below 2^51 divides to
-/// less than a half wherever the true quotient is less.
+/// The quotient. For integers it is rounded half away from zero. A double that holds an exact sum below 2^51 has two
+/// bits to spare, so that a fraction below a half stays below it when the quotient is rounded to a double.
 template <class Sample>
 HWY_INLINE Sample Divide(double sum, double weight) {
   const double quotient = sum / weight;
@@ -43,12 +50,13 @@ HWY_INLINE Sample Divide(std::int64_t sum, std::int64_t weight) {
   const std::int64_t quotient = sum / weight;
   const std::int64_t rest = sum % weight;
   const std::int64_t size = rest < 0 ? -rest : rest;
+  // Twice the rest could overflow. So the rest is compared with the other part of the weight.
   const bool isRoundedAway = size >= weight - size;
   return static_cast<Sample>(quotient + (isRoundedAway ? (sum < 0 ? -1 : 1) : 0));
 }
 
-/// Up to three rows at a time, so that the sums are loaded and stored less often; the order of additions is that of the
-/// rows.
+/// Takes up to three rows at a time, so that the sums are loaded and stored less often. Additions keep the order of the
+/// rows: doubles come out the same as row by row, which `AreaMean::AddRow` relies on.
 template <class Sample, class Sum>
 void AddPlain(Sum* HWY_RESTRICT sums, const AreaRows& job) {
   for (std::size_t r = 0; r < job.numRows;) {
@@ -78,6 +86,7 @@ void AddPlain(Sum* HWY_RESTRICT sums, const AreaRows& job) {
 }
 
 template <class Sample, class Sum>
+/// A null adds nothing to either line. It is chosen away instead of skipped, because vectors have no branches.
 void AddWithNulls(Sample null, Sum* HWY_RESTRICT sums, Sum* HWY_RESTRICT weights, const AreaRows& job) {
   for (std::size_t r = 0; r < job.numRows; ++r) {
     const auto* row = SamplesOf<Sample>(job.rows[r]) + job.firstSample;
@@ -91,6 +100,8 @@ void AddWithNulls(Sample null, Sum* HWY_RESTRICT sums, Sum* HWY_RESTRICT weights
 }
 
 template <class Sample, class Sum>
+/// The usual case of a pyramid: output i is made of the sums 2i and 2i + 1. The pattern is known to the compiler, and
+/// the weights lie one array a tap, so that vectors go through.
 void FinishTwoTaps(const Sum* HWY_RESTRICT sums, const AreaColumns& job, Sample* HWY_RESTRICT out) {
   const double* weights0 = job.strided[0];
   const double* weights1 = job.strided[1];
@@ -102,6 +113,7 @@ void FinishTwoTaps(const Sum* HWY_RESTRICT sums, const AreaColumns& job, Sample*
 }
 
 template <class Sample, class Sum>
+/// As above with the sum 2i + 2, which is there where the source has a little more than twice the size.
 void FinishThreeTaps(const Sum* HWY_RESTRICT sums, const AreaColumns& job, Sample* HWY_RESTRICT out) {
   const double* weights0 = job.strided[0];
   const double* weights1 = job.strided[1];
@@ -114,7 +126,7 @@ void FinishThreeTaps(const Sum* HWY_RESTRICT sums, const AreaColumns& job, Sampl
   }
 }
 
-/// What lies under output column i.
+/// The weighted sum of all source columns under output column i.
 template <class Sum>
 HWY_INLINE Sum AddUp(const Sum* sums, const AreaColumns& job, std::size_t i) {
   const double* weights = job.weights + job.starts[i];
@@ -134,6 +146,7 @@ void FinishAny(const Sum* sums, const AreaColumns& job, Sample* out) {
 template <class Sample, class Sum>
 void FinishWithNulls(Sample null, const Sum* sums, const Sum* weights, const AreaColumns& job, Sample* out) {
   for (std::size_t i = 0; i < job.count; ++i) {
+    // A pixel without a valid sample is divided by 1 and thrown away: a division by 0 would trap for integers.
     const Sum weight = AddUp(weights, job, i);
     const Sample mean = Divide<Sample>(AddUp(sums, job, i), weight == Sum{} ? Sum{1} : weight);
     out[i] = weight == Sum{} ? null : mean;
@@ -163,7 +176,7 @@ void AddAs(double null, const AreaSums& sums, const AreaRows& rows) {
   }
 }
 
-/// Only samples of 32 bits ever need sums of 64-bit integers, but any integer has them where an image is huge.
+/// In images of usual sizes only samples of 32 bits need sums of 64-bit integers. In a huge image any integer may.
 template <class Body>
 void VisitSampleAndSum(int dataType, bool isInteger, Body&& body) {
   VisitDataType(dataType, [&](auto zero) {
@@ -188,6 +201,8 @@ void Finish(int dataType, double null, const AreaSums& sums, const AreaColumns& 
 }
 
 template <class Sample>
+/// The mean at exactly half the size, which needs no weights. A double is quartered first, so that the sum can't
+/// overflow. Integers shift, with one less for a negative sum, since a shift rounds down and halves go away from zero.
 HWY_INLINE Sample MeanOfFour(Sample a, Sample b, Sample c, Sample d) {
   if constexpr (std::is_same_v<Sample, double>) {
     return (a * 0.25 + b * 0.25) + (c * 0.25 + d * 0.25);
@@ -200,7 +215,7 @@ HWY_INLINE Sample MeanOfFour(Sample a, Sample b, Sample c, Sample d) {
   }
 }
 
-/// As `MeanOfFour` where none of the four is null.
+/// As `MeanOfFour`, with nulls left out. Gives the same where none of the four is null.
 template <class Sample>
 HWY_INLINE Sample MeanOfValid(Sample null, Sample a, Sample b, Sample c, Sample d) {
   constexpr double kPart = std::is_same_v<Sample, double> ? 0.25 : 1.0;
@@ -238,7 +253,8 @@ void HalveWithNulls(int dataType, double nullValue, const void* upperRow, const 
   });
 }
 
-/// Blocks without an exit on the way, which vectors can go through.
+/// Goes by blocks. Within a block there is no exit, so that vectors go through it; after a block that has a null the
+/// search ends.
 template <class Sample>
 bool Contains(const Sample* row, std::size_t count, Sample null) {
   constexpr std::size_t kBlock = 1024;

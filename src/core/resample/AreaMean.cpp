@@ -1,3 +1,16 @@
+// Area-weighted means by whole numbers. Each axis is cut into units so small that every edge of a source pixel and of
+// an output pixel falls between two units: with g the common divisor of both sizes, a source pixel has outSize / g
+// units and an output pixel sourceSize / g. So an overlap is a number of units, all output pixels have the same total,
+// and sums of integers are exact.
+//
+// The vertical direction comes first. The source rows under an output row are weighed and added into one line of sums,
+// a sum for each source column. Then each output column adds up its part of the line and is divided once. Long lines
+// are cut into chunks whose sums stay in the first cache. Exactly half the size is so common that it has loops of its
+// own, without weights.
+//
+// The pixel loops stand in AreaKernels.cpp. This file makes their weights, chooses the type of the sums, and tells them
+// what to add.
+
 #include "core/resample/AreaMean.h"
 
 #include "base/DataTypeVisit.h"
@@ -14,7 +27,7 @@ namespace zrk {
 
 namespace {
 
-/// Source columns of which sums are kept at a time: they stay in the first cache.
+/// The number of source columns of which sums are kept at a time. These sums, 12 KB of them, stay in the first cache.
 constexpr int kColumnsAtATime = 1536;
 
 /// The largest sample of an integer type, without its sign; 0 for floating point.
@@ -30,7 +43,7 @@ double LargestInteger(int dataType) {
   return largest;
 }
 
-/// The power of two that brings a number of units to at most 1.
+/// The power of two that brings a number of units to at most 1. A product with it is exact.
 double UnitFor(std::int64_t units) {
   return std::ldexp(1.0, -static_cast<int>(std::bit_width(static_cast<std::uint64_t>(units))));
 }
@@ -48,6 +61,7 @@ AreaAxis::AreaAxis(int sourceSize, int outSize) : outSize_(outSize) {
 }
 
 std::int64_t AreaAxis::Overlap(int out, int source) const {
+  // Both products fit in 64 bits, since a side and its units have 31 bits each.
   const std::int64_t begin = std::max(out * unitsPerOut_, source * unitsPerSource_);
   const std::int64_t end =
       std::min((out + std::int64_t{1}) * unitsPerOut_, (source + std::int64_t{1}) * unitsPerSource_);
@@ -74,8 +88,9 @@ AreaMean::AreaMean(int sourceWidth, int sourceHeight, int outWidth, int outHeigh
           std::clamp<std::int64_t>(std::int64_t{kColumnsAtATime} * outWidth / sourceWidth, 1, kColumnsAtATime))) {
   VisitDataType(dataType, [&](auto zero) { canHaveNulls_ = CanEqual<decltype(zero)>(nullValue); });
 
-  // A double holds the sums as exactly as an integer does, and its quotient rounds rightly, while there are two bits to
-  // spare. Only samples of 32 bits get beyond that in images of usual sizes.
+  // While there are two bits to spare, a double holds the sums as exactly as an integer does, and its quotient rounds
+  // rightly. In images of usual sizes only samples of 32 bits go beyond that and need integers. Units stay below 2^53
+  // there, because weights are kept as doubles.
   const double units = static_cast<double>(horizontal_.UnitsPerOut()) * static_cast<double>(vertical_.UnitsPerOut());
   const double largest = LargestInteger(dataType) * units;
   const bool fitsDoubles = largest > 0.0 && largest < std::ldexp(1.0, 51);
@@ -100,7 +115,8 @@ void AreaMean::MakeColumnWeights() {
   MakeStridedWeights();
 }
 
-/// Half the size, or a little less, which the lower levels of a pyramid are.
+/// Looks for the pattern of half the size or a little less, which a pyramid of odd sizes has: each output column takes
+/// two or three source columns and begins two after the one before. Leaves `stridedTaps_` 0 where it is another.
 void AreaMean::MakeStridedWeights() {
   const std::size_t numColumns = firstColumns_.size();
   const std::size_t numTaps = starts_[1];
@@ -123,6 +139,7 @@ void AreaMean::Row(int outRow, int x0, int x1, const void* const* sourceRows, vo
   const Columns all = ColumnsOf(x0, x1);
   const int firstRow = FirstSourceRow(outRow);
   const std::size_t numRows = CountOf(firstRow, LastSourceRow(outRow));
+  // The line of weights costs as much as the sums, and is kept only for rows in which there is a null.
   const bool hasNulls = HasNulls(sourceRows, numRows, all.numSources);
   if (isHalving_) {
     if (hasNulls) {
@@ -135,6 +152,7 @@ void AreaMean::Row(int outRow, int x0, int x1, const void* const* sourceRows, vo
     scratch.rowWeights[r] = yUnit_ * static_cast<double>(vertical_.Overlap(outRow, firstRow + static_cast<int>(r)));
   }
   const auto sampleBytes = static_cast<std::size_t>(XfnGetDataSize(dataType_));
+  // A source column on the edge between two chunks is added for both, because pixels of both lie over it.
   for (int x = x0;; x += chunk_) {
     const Columns columns = ColumnsOf(x, x1 - x < chunk_ ? x1 : x + chunk_ - 1);
     const AreaSums sums = Prepare(columns, hasNulls, scratch);
@@ -148,6 +166,7 @@ void AreaMean::Row(int outRow, int x0, int x1, const void* const* sourceRows, vo
 
 void AreaMean::AddRow(int outRow, int sourceRow, int x0, int x1, const void* samples, Scratch& scratch) const {
   const Columns columns = ColumnsOf(x0, x1);
+  // Rows to come are not known yet, and so weights are kept wherever the type can hold the null value.
   const bool isFirst = sourceRow == FirstSourceRow(outRow);
   const AreaSums sums = isFirst ? Prepare(columns, canHaveNulls_, scratch) : SumsIn(scratch, canHaveNulls_);
   const double weight = yUnit_ * static_cast<double>(vertical_.Overlap(outRow, sourceRow));
@@ -166,6 +185,7 @@ AreaSums AreaMean::SumsIn(Scratch& scratch, bool hasNulls) const {
 }
 
 AreaSums AreaMean::Prepare(const Columns& columns, bool hasNulls, Scratch& scratch) const {
+  // The first line holds the sums, the second the weights.
   for (std::size_t i = 0; i < (hasNulls ? 2u : 1u); ++i) {
     if (sumsIntegers_) {
       scratch.integers[i].assign(columns.numSources, 0);

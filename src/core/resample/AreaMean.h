@@ -8,8 +8,8 @@
 
 namespace zrk {
 
-/// One direction of a resizing: `sourceSize` pixels over which `outSize` pixels are laid evenly. Overlaps are exact:
-/// they are counted in units of which a source pixel has `UnitsPerSource()` and an output pixel `UnitsPerOut()`.
+/// One direction of a resizing: `sourceSize` pixels over which `outSize` pixels are laid evenly. Overlaps are exact.
+/// They are counted in units: a source pixel has `UnitsPerSource()` of them and an output pixel `UnitsPerOut()`.
 class AreaAxis {
  public:
   AreaAxis(int sourceSize, int outSize);
@@ -32,16 +32,20 @@ class AreaAxis {
 /// Resizes an image by area-weighted means: an output pixel is the mean of the source pixels under it, each weighted by
 /// the part of it that is covered.
 ///
-/// Integers are rounded half away from zero, and that of the exact mean, as long as the largest sample times the number
-/// of units under an output pixel fits in 62 bits (for samples of 32 bits, up to some 30,000 by 30,000 pixels without
-/// a common divisor of source and output size); beyond it and for floating point the sums are doubles. At exactly half
-/// the size in both directions the mean of four is, with a, b of the upper row and c, d of the lower one, for REAL32
-/// the double ((a + b) + (c + d)) / 4 rounded once, for REAL64 (a/4 + b/4) + (c/4 + d/4). Samples equal to the null
-/// value are left out, and an output pixel with no other samples under it is null; one that is not a number takes part
-/// like any other. An output pixel depends on the samples under it alone, not on the columns asked for with it.
+/// Integers are the exact mean, rounded half away from zero, as long as the largest sample times the number of units
+/// under an output pixel fits in 62 bits. For samples of 32 bits that is so up to some 30,000 by 30,000 pixels even
+/// where source and output size have no common divisor. Beyond it, and for floating point, the sums are doubles.
 ///
-/// Immutable: several threads may use one object, each with a scratch of its own. Memory that runs out is thrown as
-/// `std::bad_alloc`.
+/// At exactly half the size in both directions the mean is that of four samples, a and b of the upper row and c and d
+/// of the lower one. For REAL32 it is the double ((a + b) + (c + d)) / 4 rounded once, for REAL64 it is (a/4 + b/4) +
+/// (c/4 + d/4).
+///
+/// Samples equal to the null value are left out. An output pixel that has no other samples under it is null. A sample
+/// that is not a number takes part like any other. An output pixel depends on the samples under it alone, and not on
+/// the columns that are asked for with it.
+///
+/// Immutable, so that several threads may use one object, each with a scratch of its own. Throws `std::bad_alloc` where
+/// memory runs out.
 class AreaMean {
  public:
   /// Working memory of one thread, for any object.
@@ -51,7 +55,7 @@ class AreaMean {
     std::vector<double> rowWeights;
   };
 
-  /// Sizes are positive, the data type is a scalar one; either may be smaller or larger than the other.
+  /// Sizes are positive, and the data type is a scalar one. The output may be smaller or larger than the source.
   AreaMean(int sourceWidth, int sourceHeight, int outWidth, int outHeight, int dataType, double nullValue);
 
   /// The source rows under an output row, inclusive; likewise the columns.
@@ -69,9 +73,9 @@ class AreaMean {
   /// least to the last under `x1`.
   void Row(int outRow, int x0, int x1, const void* const* sourceRows, void* out, Scratch& scratch) const;
 
-  // The same row from source rows that come a few at a time: each is added once, in order, from the first to the last
-  // under the output row; then the row is finished. Sums are in the scratch meanwhile. Not for an image at exactly half
-  // the size, whose sums go another way.
+  // The same row from source rows that come a few at a time. Each is added once, in order, from the first to the last
+  // under the output row. Then the row is finished. The scratch holds the sums meanwhile. An image at exactly half the
+  // size has no such sums and goes another way.
 
   void AddRow(int outRow, int sourceRow, int x0, int x1, const void* samples, Scratch& scratch) const;
   void FinishRow(int x0, int x1, void* out, Scratch& scratch) const;
@@ -96,8 +100,8 @@ class AreaMean {
   bool canHaveNulls_;
   double nullValue_;
   bool sumsIntegers_;
-  // Sums of integers are of whole units. For floating point the units are made smaller by powers of two, which is
-  // exact, so that no sum overflows before it is divided.
+  // Sums of integers count whole units. For floating point the units are scaled by powers of two, which is exact, so
+  // that no sum overflows before it is divided.
   double xUnit_ = 1.0;
   double yUnit_ = 1.0;
   int chunk_;

@@ -1,3 +1,14 @@
+// A window of a mosaic is filled by laying the sources down one after the other. Each fills only pixels that those
+// before it left free, so that the first source in the list wins. A mark for each pixel tells whether it has its value,
+// and a count of free pixels ends the work early.
+//
+// No source is turned or projected. So a source column follows from the output column alone and a source row from the
+// output row alone: two lists of source pixels, made once for each source and window, hold the whole geometry. The
+// source is then read in strips of some megabytes, only as wide as its columns under the window, and only the rows that
+// are wanted or lie between two that are.
+//
+// The lists, the marks and the strip belong to the reading thread and are kept from read to read.
+
 #include "core/resample/MosaicRead.h"
 
 #include "base/DataTypeVisit.h"
@@ -17,14 +28,16 @@ namespace zrk {
 
 namespace {
 
-/// World coordinates are seldom exact in binary, so that a place on an edge may come out a hair before it.
+/// How far before an edge a centre may lie, in source pixels, and still count as on it. World coordinates are seldom
+/// exact in binary.
 constexpr double kOnTheEdge = 1e-6;
 
-/// The source pixels under the centres of every 2^level-th output pixel from `first` on; -1 beside the source.
+/// Finds the source pixels under the centres of every 2^level-th output pixel from `first` on; -1 beside the source.
 void FindPixels(const MosaicSource::Axis& axis, int first, int level, int sourceSize, std::size_t count,
                 std::vector<int>& pixels) {
   pixels.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
+    // Each centre is computed by itself. A sum carried from pixel to pixel would drift.
     const double out = first + static_cast<double>(i << level);
     const double place = axis.offset + out * axis.scale + kOnTheEdge;
     pixels[i] = place >= 0.0 && place < sourceSize ? static_cast<int>(place) : -1;
@@ -36,6 +49,7 @@ bool IsBeside(int pixel) {
 }
 
 template <class Sample>
+/// The mosaic's null value as a sample; 0 where the type can't hold it.
 Sample NullSample(double nullValue) {
   if constexpr (std::is_integral_v<Sample>) {
     return CanEqual<Sample>(nullValue) ? static_cast<Sample>(nullValue) : Sample{};
@@ -46,6 +60,7 @@ Sample NullSample(double nullValue) {
 }
 
 template <class Sample, class Source>
+/// Samples of the mosaic's own type are taken as they are, a NaN with all its bits.
 Sample Convert(Source sample) {
   if constexpr (std::is_same_v<Sample, Source>) {
     return sample;
@@ -74,6 +89,7 @@ void MosaicRead::Clear(double nullValue) {
 
 bool MosaicRead::LayDown(const MosaicSource& source) {
   ZRMBand& band = *source.band;
+  // A source's data type may have been changed after `CalcWarpCoeff`.
   if (!VisitDataType(band.GetDataType(), [](auto) {})) return false;
   FindPixels(source.x, request_.x0, request_.level, band.GetXSize(), static_cast<std::size_t>(out_.xSize),
              scratch_.columns);
@@ -82,7 +98,8 @@ bool MosaicRead::LayDown(const MosaicSource& source) {
   return !FindCoveredColumns() || LayRows(band);
 }
 
-/// False where the source lies beside all of them. What is covered is one stretch, since the pixels go one way.
+/// False where no output column lies over the source. The covered columns are one stretch, because source columns only
+/// rise or only fall. For the same reason the source columns at its two ends bound all others.
 bool MosaicRead::FindCoveredColumns() {
   const auto& columns = scratch_.columns;
   const auto begin = std::find_if_not(columns.begin(), columns.end(), IsBeside);
@@ -95,6 +112,7 @@ bool MosaicRead::FindCoveredColumns() {
 }
 
 bool MosaicRead::LayRows(ZRMBand& band) {
+  // Output rows over the source are taken in strips. A row beside it, or no free pixel left, needs no read.
   const int rowsAtATime = RowsAtATime(columns_.Count(), band.GetDataSize());
   for (int j = 0; j < out_.ySize && !IsComplete();) {
     if (IsBeside(scratch_.rows[static_cast<std::size_t>(j)])) {
@@ -110,6 +128,8 @@ bool MosaicRead::LayRows(ZRMBand& band) {
 }
 
 int MosaicRead::LastOfStrip(int j, int rowsAtATime) const {
+  // Source rows rise or fall with the output rows, since the signs of the pixel sizes may differ. A gap of more rows
+  // than a read is worth ends the strip.
   const auto rowOf = [&](int out) { return scratch_.rows[static_cast<std::size_t>(out)]; };
   const int first = rowOf(j);
   for (; j + 1 < out_.ySize; ++j) {
@@ -125,6 +145,7 @@ bool MosaicRead::LayStrip(ZRMBand& band, int first, int last) {
   const int y0 = std::min(firstRow, lastRow);
   const int y1 = std::max(firstRow, lastRow);
   if (!scratch_.strip.Alloc(columns_.Count(), y1 - y0 + 1, band.GetDataSize())) return false;
+  // Some sources fill the buffer that they are given, others answer with one of their own.
   tagXArr2* pixels = &scratch_.strip;
   if (!band.ReadSubset(pixels, 0, columns_.first, columns_.last, y0, y1, cancel_)) return false;
   if (!pixels || pixels->xSize != columns_.Count() || pixels->ySize != y1 - y0 + 1 ||
@@ -146,6 +167,7 @@ void MosaicRead::LayRow(const ZRMBand& band, const unsigned char* source, int j)
 
 template <class Source, class Sample>
 void MosaicRead::LayRowAs(const Source* source, double null, int j) {
+  // A null value that the source's type can't hold equals no sample of it.
   const bool hasNull = CanEqual<Source>(null);
   const Source nullSample = hasNull ? static_cast<Source>(null) : Source{};
   auto* out = reinterpret_cast<Sample*>(out_.Row(j));

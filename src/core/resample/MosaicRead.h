@@ -23,24 +23,24 @@ struct MosaicSource {
 
 /// Working memory of one thread's mosaic reads.
 struct MosaicScratch {
-  std::vector<int> columns;  ///< the source column of each output column, -1 beside the source; likewise the rows
+  std::vector<int> columns;  ///< the source column under each output column, -1 beside the source; likewise the rows
   std::vector<int> rows;
   std::vector<unsigned char> isSet;  ///< whether an output sample has its value, row by row
   tagXArr2 strip;                    ///< for sources that fill the buffer they are given
 };
 
-/// One read of a window of a mosaic: the sources are laid down one after the other, each where those before it left
-/// places.
+/// One read of a window of a mosaic. The sources are laid down one after the other, and each fills the pixels that
+/// those before it left free. For one thread.
 class MosaicRead {
  public:
   /// `out` has the shape that the request asks for and samples of `dataType`.
   MosaicRead(const ReadRequest& request, int dataType, tagXArr2& out, MosaicScratch& scratch, int* cancel);
 
-  /// Begins with null everywhere.
+  /// Sets all pixels to null, and all to free. Comes first.
   void Clear(double nullValue);
-  /// False where the source fails or a stop is requested.
+  /// Fills free pixels from a source. False where the source fails or a stop is requested.
   bool LayDown(const MosaicSource& source);
-  /// Whether all places have a sample, so that further sources change nothing.
+  /// Whether no pixel is free, so that further sources change nothing.
   bool IsComplete() const { return numLeft_ == 0; }
 
  private:
@@ -58,7 +58,8 @@ class MosaicRead {
   MosaicScratch& scratch_;
   int* cancel_;
   std::int64_t numLeft_;
-  // Of the source that is being laid down: the output columns beside which it has none, and its own under them.
+  // For the source that is being laid down: the first and the last output column that lie over it, and its own columns
+  // under them.
   int firstOut_ = 0;
   int lastOut_ = -1;
   PixelRange columns_{0, -1};

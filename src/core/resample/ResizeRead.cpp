@@ -1,3 +1,11 @@
+// A window of a resized band is made row by row. A sampler tells which source rows and columns an output row needs, and
+// makes it from them. This file brings the source rows: neighbouring output rows share a strip of the source, read at
+// once and some megabytes large, so that a read for each row is saved and memory does not grow with the image.
+//
+// Two cases differ. Where the image becomes so small that one output row needs more source rows than a strip
+// has, its mean is summed up strip by strip. At levels above 0 a full output row is made and then every 2^level-th
+// pixel of it is taken, because a level is defined as that choice of the resized image's pixels.
+
 #include "core/resample/ResizeRead.h"
 
 #include "base/DataTypeVisit.h"
@@ -11,7 +19,7 @@ namespace zrk {
 
 namespace {
 
-/// So many rows under one output row are read in one piece, whatever they take.
+/// Up to so many rows under one output row are read in one piece, however wide they are.
 constexpr int kRowsInOnePiece = 16;
 
 }  // namespace
@@ -34,6 +42,7 @@ bool ResizeRead::Fill(tagXArr2& out) {
   for (int j = 0; j < out.ySize;) {
     if (XfnIsStopRequested(cancel_)) return false;
     const int numRows = sampler_.RowsFor(OutRow(j)).Count();
+    // Only means can be summed up a few rows at a time. The other methods need four rows at most.
     if (sampler_.GetAreaMean() && numRows > std::max(rowsAtATime_, kRowsInOnePiece)) {
       if (!FillTallRow(j, out)) return false;
       ++j;
@@ -46,12 +55,13 @@ bool ResizeRead::Fill(tagXArr2& out) {
   return true;
 }
 
-/// The last of the output rows that are made of one strip of the source beginning with the rows for output row j.
+/// The last output row that is made of the strip of the source that begins with the rows for output row j.
 int ResizeRead::LastOfStrip(int j, int height) const {
   const int first = sampler_.RowsFor(OutRow(j)).first;
   int end = sampler_.RowsFor(OutRow(j)).last;
   while (j + 1 < height) {
     const PixelRange next = sampler_.RowsFor(OutRow(j + 1));
+    // A few rows that nobody needs are read along; a wide gap is worth a read of its own.
     if (next.last - first + 1 > rowsAtATime_ || next.first > end + 1 + kRowsBridged) break;
     end = next.last;
     ++j;
@@ -59,7 +69,7 @@ int ResizeRead::LastOfStrip(int j, int height) const {
   return j;
 }
 
-/// Null where the read fails or does not answer what was asked for.
+/// Null where the read fails, and where the source answers with another shape than was asked for.
 const tagXArr2* ResizeRead::ReadSource(PixelRange rows) {
   if (!scratch_.strip.Alloc(columns_.Count(), rows.Count(), sampleBytes_)) return nullptr;
   tagXArr2* pixels = &scratch_.strip;
@@ -86,7 +96,7 @@ bool ResizeRead::FillStrip(int first, int last, tagXArr2& out) {
   return true;
 }
 
-/// One output row over more source rows than are kept at a time.
+/// Makes one output row over more source rows than are kept at a time.
 bool ResizeRead::FillTallRow(int j, tagXArr2& out) {
   const AreaMean& mean = *sampler_.GetAreaMean();
   const PixelRange rows = sampler_.RowsFor(OutRow(j));
@@ -104,7 +114,7 @@ bool ResizeRead::FillTallRow(int j, tagXArr2& out) {
   return true;
 }
 
-/// Where a full output row is made: in the result itself at level 0.
+/// Where a full output row is made: in the result itself at level 0, otherwise in a line of the thread's own.
 unsigned char* ResizeRead::LineFor(unsigned char* row) {
   if (request_.level == 0) return row;
   scratch_.line.resize(static_cast<std::size_t>(lastColumn_ - request_.x0 + 1) *

@@ -44,7 +44,7 @@ class ResizeRead {
   ReadRequest request_;
   ResizeScratch& scratch_;
   int* cancel_;
-  int lastColumn_;      ///< of the output that is made; there are more than are wanted at levels above 0
+  int lastColumn_;      ///< the last output column that is made; levels above 0 make more columns than they want
   PixelRange columns_;  ///< of the source
   int sampleBytes_;
   int rowsAtATime_;

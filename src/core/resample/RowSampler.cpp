@@ -1,3 +1,14 @@
+// The three ways of making a resized row: the nearest pixel, the mean over an area (`AreaMean`), and cubic convolution
+// after R. Keys, "Cubic convolution interpolation for digital image processing", IEEE Transactions on Acoustics, Speech
+// and Signal Processing 29 (1981), with a = -0.5.
+//
+// Source and output span the same extent. The centre of output pixel i lies at (2i + 1) * sourceSize / (2 * outSize) in
+// source pixels. Nearest and cubic compute it in whole numbers, so that a centre on an edge is found on the same side
+// everywhere. What depends on the column alone is made once for a sampler, what depends on the row once for each row.
+//
+// A cubic row has two steps like a mean: four source rows are weighed into one line of sums, then four sums into each
+// pixel. Nulls are mended afterwards, because a row without any, the usual one, then has loops without a test.
+
 #include "core/resample/RowSampler.h"
 
 #include "base/DataTypeVisit.h"
@@ -43,6 +54,7 @@ class NearestSampler : public RowSampler {
   }
 
  private:
+  /// Rounds down, so that a centre on an edge belongs to the right or lower pixel.
   static int UnderCentre(int out, int sourceSize, int outSize) {
     return static_cast<int>((2 * std::int64_t{out} + 1) * sourceSize / (2 * std::int64_t{outSize}));
   }
@@ -71,15 +83,17 @@ class MeanSampler : public RowSampler {
   AreaMean mean_;
 };
 
-/// The four pixels around the centre of an output pixel: the second is the last that begins at or before the place of
-/// the centre among pixel centres.
+/// The four source pixels around the centre of an output pixel, and their weights. Two of the four have their centres
+/// on either side: the centre of the second is the last at or before it.
 struct CubicTaps {
   CubicTaps(int out, int sourceSize, int outSize) {
+    // The centre in units of 1 / (2 * outSize) source pixels, counted from the centre of source pixel 0.
     const std::int64_t place = (2 * std::int64_t{out} + 1) * sourceSize - outSize;
     const std::int64_t unit = 2 * std::int64_t{outSize};
     const std::int64_t second = place >= 0 ? place / unit : -1;
     first = static_cast<int>(second - 1);
     past = static_cast<double>(place - second * unit) / static_cast<double>(unit);
+    // The four weights of the paper for a = -0.5, as polynomials in t. They add up to 1.
     const double t = past;
     weights[0] = ((-0.5 * t + 1.0) * t - 0.5) * t;
     weights[1] = (1.5 * t - 2.5) * t * t + 1.0;
@@ -110,6 +124,7 @@ class CubicSampler : public RowSampler {
     const CubicTaps taps(outRow, GetShape().sourceHeight, GetShape().outHeight);
     const PixelRange inside = RowsFor(outRow);
     const void* four[4];
+    // A row beyond the source is the row at its edge.
     for (int k = 0; k < 4; ++k) four[k] = rows[std::clamp(taps.first + k, inside.first, inside.last) - inside.first];
     VisitDataType(GetShape().dataType, [&](auto zero) {
       using Sample = decltype(zero);
@@ -130,8 +145,9 @@ class CubicSampler : public RowSampler {
   }
   const CubicTaps& TapsFor(int x) const { return columns_[static_cast<std::size_t>(x)]; }
 
-  /// Copies the values at the edges of the source to the places of the columns beyond them, so that the sums have four
-  /// columns for each output pixel. `Value` of place i stands for column `first` + i.
+  /// Makes a line of values, one for each source column that a tap can name, from the first tap of `x0` to the last of
+  /// `x1`. `valueOf` gives those of columns inside the source. Columns beyond take the value at the edge, so that the
+  /// loop over output pixels needs no test.
   template <class Value, class ValueOf>
   void Fill(int x0, int x1, std::vector<Value>& values, ValueOf valueOf) const {
     const PixelRange inside = ColumnsFor(x0, x1);
@@ -148,6 +164,7 @@ class CubicSampler : public RowSampler {
   template <class Sample>
   void AddRows(const CubicTaps& rows, int x0, int x1, const Sample* const* samples, std::vector<double>& sums) const {
     Fill(x0, x1, sums,
+         // Copies of weights and pointers, which the compiler then knows to stay as they are while sums are stored.
          [&, w0 = rows.weights[0], w1 = rows.weights[1], w2 = rows.weights[2], w3 = rows.weights[3], r0 = samples[0],
           r1 = samples[1], r2 = samples[2], r3 = samples[3]](int i) {
            return (w0 * static_cast<double>(r0[i]) + w1 * static_cast<double>(r1[i])) +
@@ -166,7 +183,7 @@ class CubicSampler : public RowSampler {
     }
   }
 
-  /// Marks the columns that have a null among their four rows.
+  /// Marks the columns that have a null in one of the four rows. True where any column has.
   template <class Sample>
   bool MarkNulls(int x0, int x1, const Sample* const* rows, Sample null, std::vector<unsigned char>& marks) const {
     Fill(x0, x1, marks, [&](int i) {
@@ -176,7 +193,8 @@ class CubicSampler : public RowSampler {
     return std::find(marks.begin(), marks.end(), 1) != marks.end();
   }
 
-  /// Puts bilinear means where one of the sixteen samples is null.
+  /// Puts a bilinear mean where one of the sixteen samples is null. The four middle ones that are not null take part,
+  /// with weights scaled to a sum of 1.
   template <class Sample>
   void Mend(const CubicTaps& rows, int x0, int x1, const Sample* const* samples, Sample null,
             const std::vector<unsigned char>& marks, Sample* out) const {
@@ -199,6 +217,7 @@ class CubicSampler : public RowSampler {
     const double weights[4] = {(1 - xPast) * (1 - yPast), xPast * (1 - yPast), (1 - xPast) * yPast, xPast * yPast};
     double sum = 0.0, weight = 0.0;
     for (int k = 0; k < 4; ++k) {
+      // A sample of no weight is left out even where it is infinite, since 0 times infinity is not a number.
       if (middle[k] == null || weights[k] == 0.0) continue;
       sum += weights[k] * static_cast<double>(middle[k]);
       weight += weights[k];

@@ -24,8 +24,8 @@ struct ResizeShape {
   double nullValue;
 };
 
-/// Makes rows of a resized image from rows of its source, by one of the methods. Immutable: several threads may use
-/// one object, each with a scratch of its own. Memory that runs out is thrown as `std::bad_alloc`.
+/// Makes rows of a resized image from rows of its source, by one of the methods. Immutable, so that several threads may
+/// use one object, each with a scratch of its own. Throws `std::bad_alloc` where memory runs out.
 class RowSampler {
  public:
   struct Scratch {
@@ -45,17 +45,17 @@ class RowSampler {
   virtual PixelRange RowsFor(int outRow) const = 0;
   /// The source columns that a range of output columns is made of.
   virtual PixelRange ColumnsFor(int x0, int x1) const = 0;
-  /// Columns `x0` to `x1` of an output row. There is one pointer for each of its source rows, to the first of the
-  /// source columns.
+  /// Makes columns `x0` to `x1` of an output row. `rows` has one pointer for each source row of `RowsFor`, to the first
+  /// source column of `ColumnsFor`.
   virtual void Row(int outRow, int x0, int x1, const void* const* rows, void* out, Scratch& scratch) const = 0;
-  /// The means where the rows are means, which can be made from a few rows at a time, else null.
+  /// The means behind a sampler of means, whose rows can be made from a few source rows at a time. Null for the others.
   virtual const AreaMean* GetAreaMean() const { return nullptr; }
 
  private:
   ResizeShape shape_;
 };
 
-/// By a value of `XResampleMethod`; any other is taken for the nearest pixel.
+/// The sampler for a value of `XResampleMethod`. Any other value means the nearest pixel.
 std::unique_ptr<const RowSampler> MakeRowSampler(int method, const ResizeShape& shape);
 
 }  // namespace zrk

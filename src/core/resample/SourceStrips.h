@@ -5,12 +5,12 @@
 
 namespace zrk {
 
-// How bands that are made of other bands cut these into reads.
+// How bands over other bands cut their sources into reads.
 
-/// Rows that are read though nothing needs them, since every read costs something.
+/// Up to so many rows that nothing needs are read along, since every read costs something.
 inline constexpr int kRowsBridged = 15;
 
-/// The source rows that are read at a time.
+/// The number of source rows that are read at a time: those that fit in some megabytes, at least one.
 inline int RowsAtATime(int numColumns, int sampleBytes) {
   constexpr std::int64_t kStripBytes = 4 << 20;
   return static_cast<int>(std::max<std::int64_t>(kStripBytes / (std::int64_t{numColumns} * sampleBytes), 1));

@@ -1,3 +1,10 @@
+// A band over samples in memory. It shows a buffer of the caller's, or one of its own where the caller gives a size
+// only. A read copies the window into the calling thread's result, so that the result stays as it is when the memory
+// changes. Nothing here locks: several threads may read, and a write goes with no other call.
+//
+// Size and data type can be set on any band from outside. So each call holds the window against the memory itself, and
+// not only against the band's fields.
+
 #include "ZRMBand2DMem.h"
 
 #include "base/DataTypeVisit.h"
@@ -17,6 +24,7 @@ bool IsScalar(int dataType) {
   return zrk::VisitDataType(dataType, [](auto) {});
 }
 
+// Each loop is one for a type of sample. Choices stand outside of it.
 template <class Sample>
 void TakeEvery(const Sample* source, int step, int count, Sample* out) {
   for (int i = 0; i < count; ++i) out[i] = source[static_cast<std::ptrdiff_t>(i) * step];
@@ -45,6 +53,7 @@ tagXArr2* ZRMBand2DMem::GetSourceMemory() const {
 
 int ZRMBand2DMem::SetSourceMemory(tagXArr2* source, int dataType) {
   if (!source || !source->data || !IsScalar(dataType) || source->elementSize != XfnGetDataSize(dataType)) return 0;
+  // The band's own buffer is freed as soon as another one is shown.
   if (source != &impl_->own) impl_->own.Free();
   impl_->source = source;
   impl_->sourceType = dataType;
@@ -100,6 +109,7 @@ int ZRMBand2DMem::WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bo
       if (skipsNulls) {
         WriteUnequal(row, static_cast<Sample>(nullValue), data->xSize, target);
       } else {
+        // The data may be part of the memory that is shown, and then the ranges may overlap.
         std::memmove(target, row, sizeof(Sample) * static_cast<std::size_t>(data->xSize));
       }
     }

@@ -1,3 +1,7 @@
+// A band that shows other bands laid over each other. It only keeps the list of sources and how the grid lies in each:
+// a scale and an offset for each axis, worked out by `CalcWarpCoeff` from corners and pixel sizes. `MosaicRead` does
+// the work of a read. Sources and grid are set by one thread before others read.
+
 #include "ZRMBandMosaic.h"
 
 #include "base/DataTypeVisit.h"
@@ -41,6 +45,7 @@ int ZRMBandMosaic::GetNumOfBands() const {
 
 int ZRMBandMosaic::AddBand(ZRMBand* band) {
   if (!band || band == this) return 0;
+  // What was worked out is void as soon as a source is added. Reads fail until it is worked out anew.
   impl_->sources.clear();
   return zrk::FencedRead([&] {
     impl_->bands.push_back(band);
@@ -78,6 +83,7 @@ int ZRMBandMosaic::CalcWarpCoeff() {
           !IsScalar(band->GetDataType())) {
         return 0;
       }
+      // The centre of the grid's first pixel, first in the world and then in the source's pixels.
       double x = 0.5, y = 0.5;
       ConvPixelToWorldCoord(x, y);
       band->ConvWorldToPixelCoord(x, y);
@@ -97,6 +103,7 @@ int ZRMBandMosaic::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0,
     zrk::MosaicRead read({level, x0, x1, y0, y1}, GetDataType(), *result, impl_->scratch.Get(), cancel);
     read.Clear(GetNullValue());
     for (const zrk::MosaicSource& source : impl_->sources) {
+      // Sources that are wholly covered are not read.
       if (read.IsComplete()) break;
       if (!read.LayDown(source)) return 0;
     }

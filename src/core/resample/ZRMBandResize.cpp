@@ -1,3 +1,7 @@
+// A band that shows a window of another band at another size. It only keeps the sampler and where the window lies;
+// `ResizeRead` does the work of a read. A new `SetResizeInfo` makes a new sampler. Settings are made by one thread
+// before others read.
+
 #include "ZRMBandResize.h"
 
 #include "base/DataTypeVisit.h"
@@ -14,7 +18,7 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandResize, ZRMBand);
 
 namespace {
 
-/// How many pixels of that size an extent has, rounded; 0 where that is no number of pixels.
+/// The number of pixels of a size in an extent, rounded and at least 1; 0 where an int can't hold it.
 int PixelsIn(double extent, double pixelSize) {
   const double count = std::round(std::abs(extent / pixelSize));
   return count <= static_cast<double>(INT_MAX) ? std::max(static_cast<int>(count), 1) : 0;
@@ -91,7 +95,7 @@ int ZRMBandResize::SetResizeInfo(int x0, int x1, int y0, int y1, double xPixelSi
 }
 
 int ZRMBandResize::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  // The band's fields can be set to others than those that the sampler was made for.
+  // Size and data type can be set on any band from outside. The sampler is what the read has to fit.
   if (!impl_->sampler || !IsLevel(level) || !IsInside(x0, x1, y0, y1) || x1 >= impl_->sampler->GetShape().outWidth ||
       y1 >= impl_->sampler->GetShape().outHeight) {
     return 0;

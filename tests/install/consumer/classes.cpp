@@ -1,0 +1,127 @@
+// Makes every public class that has virtual functions and asks it for its class and by its own functions, through
+// pointers to its own class, so that compilers call directly what they can. A function whose body a header hides from
+// the library's symbols is found when this is linked.
+
+#include <ZRKio.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+namespace {
+
+#define CHECK(condition)                                                         \
+  do {                                                                           \
+    if (!(condition)) {                                                          \
+      std::fprintf(stderr, "line %d does not hold: %s\n", __LINE__, #condition); \
+      std::exit(1);                                                              \
+    }                                                                            \
+  } while (false)
+
+/// The class is known by its name, and as what it derives from.
+template <class Object>
+void CheckClass(Object& object, const char* name) {
+  CHECK(std::string(object.GetRuntimeClass()->className) == name);
+  CHECK(object.GetRuntimeClass() == Object::GetRuntimeClassStatic());
+  CHECK(object.IsKindOf(XObject::GetRuntimeClassStatic()));
+}
+
+/// An empty band answers all questions and serves no read.
+template <class Band>
+void CheckBand(Band& band, const char* name) {
+  CheckClass(band, name);
+  CHECK(static_cast<XBand&>(band).GetRuntimeClass() == band.GetRuntimeClass());
+  tagXArr2* out = nullptr;
+  CHECK(!static_cast<ZRMBand&>(band).ReadSubset(out, 0, 0, 0, 0, 0, nullptr) && !out);
+  CHECK(band.CleanupMemory(1, 1) == 1);
+  CHECK(band.CloneBand(nullptr) == 0);
+  CHECK(band.GetLevel() >= 0 && band.CalcProcessWidthBytes() == 0);
+  CHECK(band.GetHighestLevelForTarget(0, 0, 0, 0, 1, 1) == 0);
+}
+
+/// Bands asked where they lie: the compiler knows their classes, and calls their functions without the table.
+void MakeBandsOfFiles() {
+  ZRMBandBMP bitmap(nullptr), channel(&bitmap);
+  CheckBand(bitmap, "ZRMBandBMP");
+  CheckBand(channel, "ZRMBandBMP");
+  ZRMBandJPG jpeg(nullptr);
+  CheckBand(jpeg, "ZRMBandJPG");
+  ZRMBandCADRG frame(nullptr);
+  CheckBand(frame, "ZRMBandCADRG");
+  ZRMBandGTIFF tiff(nullptr);
+  CheckBand(tiff, "ZRMBandGTIFF");
+  CHECK(!tiff.GetJointSource() && !static_cast<XJointReader&>(tiff).GetJointSource());
+  ZRMBandDTED cell;
+  CheckBand(cell, "ZRMBandDTED");
+  ZRMBandHDF4 raster;
+  CheckBand(raster, "ZRMBandHDF4");
+  ZRMBandCIB grey;
+  CheckBand(grey, "ZRMBandCIB");
+}
+
+void MakeOtherBands() {
+  ZRMBand plain;
+  CheckBand(plain, "ZRMBand");
+  ZRMBandEPOT store;
+  CheckBand(store, "ZRMBandEPOT");
+  ZRMBandXLD levels;
+  CheckBand(levels, "ZRMBandXLD");
+  ZRMBandComplex complex(nullptr);
+  CheckBand(complex, "ZRMBandComplex");
+  ZRMBand2DMem memory;
+  CheckBand(memory, "ZRMBand2DMem");
+  ZRMBandResize resized;
+  CheckBand(resized, "ZRMBandResize");
+  ZRMBandMosaic mosaic;
+  CheckBand(mosaic, "ZRMBandMosaic");
+}
+
+class Target : public XMessageTarget {
+ public:
+  void PostMessage(unsigned, XThread*, long value) override { last = value; }
+  long last = -1;
+};
+
+class Joint : public XJointReader {
+ public:
+  const void* GetJointSource() const override { return this; }
+  int ReadJointly(std::span<ZRMBand* const>, int, int, int, int, int*, std::span<tagXArr2*>) override { return 0; }
+};
+
+void MakeTheRest() {
+  XRSFile file;
+  CheckClass(file, "XRSFile");
+  ZRMVand vectors;
+  CheckClass(vectors, "ZRMVand");
+  XException failure;
+  CheckClass(failure, "XException");
+  XFileException fileFailure;
+  CheckClass(fileFailure, "XFileException");
+  XString title, text, advice;
+  fileFailure.GetErrorText(title, text, advice);
+  Target target;
+  XThread thread(&target);
+  thread.CallbackPercent(50.0);
+  CHECK(target.last == 50);
+  const Joint joint;
+  CHECK(joint.GetJointSource() == &joint);
+  const XCIBframe frame;
+  const XCIBtoc table;
+  const XWorldFile world;
+  const XRSFile2Tiff tiffWriter;
+  const XRSFile2XLD levelBuilder;
+  const XRSFile2ZRM rasterWriter;
+  const XRSFileSaver saver;
+  const XEPOT2D store;
+  CHECK(!store.IsOpen());
+}
+
+}  // namespace
+
+int main() {
+  MakeBandsOfFiles();
+  MakeOtherBands();
+  MakeTheRest();
+  std::printf("all classes are made\n");
+}
