@@ -1,22 +1,69 @@
 #pragma once
 
+#include "tagXFormat.h"
+#include "tagXFormatNotes.h"
 #include "XExport.h"
-#include "XRSFileIO.h"
+#include "XFormatId.h"
+#include "XString.h"
 
+#include <optional>
 #include <span>
 
-/// One format that the dispatch knows.
-struct tagXFormat {
-  int id;            ///< of `XFormatId`
-  const char* name;  ///< as "Windows bitmap"
-  const char*
-      extensions;  ///< as "tif tiff"; a rule in words where the extension alone does not tell; empty if only by id
-  bool isRaster;   ///< otherwise vector
-  bool canRead;    ///< in this build
-  const char* bandClass;  ///< the class behind its bands, as "ZRMBandBMP"; empty where none is built
-};
+class XRSFile;
+class XSpatialReference;
+class XThread;
+class ZRMBand;
 
-/// All formats, by id. The records live as long as the program.
+// What the library knows of formats, for programs that do not care which one a file has: one call opens whatever it is,
+// and what differs between formats is asked here and not by an id or a class.
+
+/// All formats, by id.
 ZRKIO_API std::span<const tagXFormat> XfnGetFormats();
 /// The format of an id, or null.
 ZRKIO_API const tagXFormat* XfnFindFormat(int id);
+/// The format of a file, or null where nothing tells it. Its extension comes first, as `XRSFileIO::GetIDFromExt` takes
+/// it, then its first bytes: a file that begins as another format's do has that format, whatever it is called. A file
+/// that can't be read has the format of its extension.
+ZRKIO_API const tagXFormat* XfnFindFormatOfFile(const XString& path);
+/// The format behind a band, by the band's class; null for a band that no format made.
+ZRKIO_API const tagXFormat* XfnFindFormatOfBand(const ZRMBand* band);
+
+/// How a file is opened.
+struct tagXOpenOptions {
+  int calcStatistics = 0;  ///< see `XRSFileIO::LoadFileRaster`
+  int levelMode = 0;       ///< of `XLevelMode`
+  /// The system of a vector file that has none of its own; may be null. It is read during the call only.
+  const XSpatialReference* sr = nullptr;
+};
+
+/// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. 1, with `err`
+/// empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail leave no
+/// message: ask the bands what they have. The rest is as `XRSFileIO` tells of its loaders; `thread` may be null.
+ZRKIO_API int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread = nullptr,
+                          const tagXOpenOptions& options = {});
+
+/// What is to be saved of a dataset.
+struct tagXSaveOptions {
+  int x0, x1, y0, y1;  ///< the window, inclusive, in pixels of the first band
+  int levels = 0;      ///< how many reduced levels are written, at most, where the format takes some
+  /// The largest error allowed in a sample, from 0 on, where the format takes one; otherwise samples are kept as they
+  /// are.
+  std::optional<double> maxError = std::nullopt;
+};
+
+/// Saves a window of a dataset as a file of a format that has a writer. 1, or 0 with the reason in `err`, which may be
+/// empty. A format without a writer answers 0 with "Not Supported Type".
+ZRKIO_API int XfnSaveFile(XRSFile* file, const XString& path, int id, const tagXSaveOptions& options, XString& err,
+                          XThread* thread = nullptr);
+
+/// Whether the image behind a band is decoded as a whole and kept at its first read. False for null.
+ZRKIO_API bool XfnIsDecodedWhole(ZRMBand* band);
+/// Does that decoding now, so that the work is seen through `thread` and can be stopped by it; reads of all bands of
+/// the file are quick afterwards. 1, also where there is nothing to do; 0 where it failed or was stopped.
+ZRKIO_API int XfnDecodeWhole(ZRMBand* band, XThread* thread);
+
+/// What the format of a file has to tell of it beyond the fields of its dataset. With `isVerbose` also what takes a
+/// look at other parts of the file. Empty for null and for formats that have nothing to add.
+ZRKIO_API tagXFormatNotes XfnDescribeFormat(ZRMBand* first, bool isVerbose);
+/// The same of one band.
+ZRKIO_API tagXFormatNotes XfnDescribeFormatOfBand(ZRMBand* band);

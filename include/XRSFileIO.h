@@ -1,44 +1,14 @@
 #pragma once
 
 #include "XExport.h"
+#include "XFormatId.h"
+#include "XLevelMode.h"
 #include "XObList.h"
 #include "XString.h"
 
 class XRSFile;
 class XSpatialReference;
 class XThread;
-
-/// What a file is, by its extension or by the caller's word.
-enum XFormatId {
-  kFormatNone = -1,
-  kFormatZRM = 0x65,
-  kFormatTIF = 0x66,
-  kFormatJPG = 0x67,
-  kFormatBMP = 0x68,
-  kFormatDTED = 0x69,
-  kFormatSID = 0x6A,
-  kFormatJP2 = 0x6B,
-  kFormatCIB = 0x6C,
-  kFormatCADRG = 0x6D,
-  kFormatHAWK = 0x6E,
-  kFormatNITFIMG = 0x6F,
-  kFormatHFA = 0x70,
-  kFormatHDF4 = 0x71,
-  kFormatECW = 0x72,
-  kFormatPBI = 0x73,
-  kFormatPBE = 0x74,
-  kFormatTXID = 0x75,
-  kFormatXVC = 0x3E9,
-  kFormatSHP = 0x3EA,
-  kFormatDGN = 0x3EB,
-  kFormatDLG = 0x3EC,
-  kFormatDXF = 0x3ED,
-  kFormatNITF = 0x3EE,
-  kFormatKML = 0x3EF,
-};
-
-/// What to do about level data where a raster has none that can be used.
-enum XLevelMode { kLevelNone = 0, kLevelStatistics = 1, kLevelAsk = 2, kLevelBuild = 3 };
 
 /// The door of the library: from a file name to a format id, from the id to a loader, from a dataset to a file.
 ///
@@ -47,7 +17,7 @@ enum XLevelMode { kLevelNone = 0, kLevelStatistics = 1, kLevelAsk = 2, kLevelBui
 /// loaded on different threads. `thread` carries progress and cancel and may be null. Level data and statistics never
 /// fail a load, so `err` may hold their message beside a result of 1.
 ///
-/// Every operation that takes a dataset answers a null one with 0 and "Not Valid XRSFile", unless it says otherwise.
+/// A load of a null dataset answers 0 with "Not Valid XRSFile", unless it says otherwise.
 /// A loader or save of a format that this build can't handle answers 0 with a sentence that names the format;
 /// `XfnGetFormats` tells beforehand which can be read. A load that fails leaves the dataset as it was.
 class ZRKIO_API XRSFileIO {
@@ -115,6 +85,8 @@ class ZRKIO_API XRSFileIO {
   /// As `LoadFileNITF`; see `ZRMVand::LoadFileEx` for the list and the number.
   static int LoadFileNITFEx(XRSFile* file, XString path, XSpatialReference* sr, XObList& objects, int* numObjects,
                             XString& err, XThread* thread);
+
+  // Saves. A null dataset and an empty path give 0 without a sentence.
 
   /// The window is inclusive, in pixels of the first band; see `XRSFile2Tiff`.
   static int SaveFileTiff(XRSFile* file, XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);

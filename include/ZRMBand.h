@@ -12,6 +12,7 @@
 
 class XEPOT2D;
 class XRSFile;
+class ZRMBandDRIO;
 
 namespace zrk {
 struct FieldAccess;
@@ -39,6 +40,11 @@ class ZRKIO_API ZRMBand : public XBand {
   using XBand::GetHighestLevelForTarget;
   int CalcStatistics(int withHistogram) override;
   int CloneBand(ZRMBand* source) override;
+
+  /// The band that takes the level data of this one: itself or a band behind it. Null where the band can have none.
+  virtual ZRMBandDRIO* GetLevelSource();
+  /// The band whose samples this one shows, or null: itself, unless it shows one that is hidden behind it.
+  virtual ZRMBand* GetShownBand();
 
   // Coordinates. The first two change their arguments in place; places outside the image are allowed. With a pixel size
   // of 0 the pixel of a place is infinite or not a number.

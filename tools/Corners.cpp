@@ -1,3 +1,6 @@
+// Where images are, as JSON and as text. Corners are told in the system of the image, and in longitude and latitude
+// where a way leads there.
+
 #include "Corners.h"
 
 #include "XCoordinateTransformation.h"

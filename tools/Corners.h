@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Json.h"
+#include "output/Json.h"
 
 #include <array>
 #include <string>

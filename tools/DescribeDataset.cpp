@@ -1,11 +1,12 @@
+// What zrkio info tells of a dataset: the fields that all datasets have, and in their midst the notes of the format,
+// which are put in as they come.
+
 #include "DescribeDataset.h"
 
 #include "Corners.h"
-#include "DescribeTiff.h"
-#include "FileFormat.h"
 #include "LevelFile.h"
 #include "XFormatTable.h"
-#include "ZRMBandEPOT.h"
+#include "ZRMBand.h"
 
 namespace {
 
@@ -33,7 +34,42 @@ Json DescribeStatistics(const ZRMBand& band) {
           {"stdDev", Number(band.GetBandStdDev())}};
 }
 
-Json DescribeBand(ZRMBand& band) {
+Json ToJson(const tagXNote& note);
+
+Json ToJson(const std::vector<tagXNote>& parts, bool areNamed) {
+  Json json = areNamed ? Json::object() : Json::array();
+  for (const tagXNote& part : parts) {
+    if (areNamed) {
+      json[part.name.AsStdString()] = ToJson(part);
+    } else {
+      json.push_back(ToJson(part));
+    }
+  }
+  return json;
+}
+
+Json ToJson(const tagXNote& note) {
+  switch (note.kind) {
+    case tagXNote::kBool:
+      return note.number != 0;
+    case tagXNote::kInteger:
+      return note.number;
+    case tagXNote::kText:
+      return note.text.AsStdString();
+    case tagXNote::kList:
+    case tagXNote::kRecord:
+      return ToJson(note.parts, note.kind == tagXNote::kRecord);
+    default:
+      return nullptr;
+  }
+}
+
+/// What the format tells beside the fields that all datasets have.
+void AddNotes(Json& json, const tagXFormatNotes& notes) {
+  for (const tagXNote& note : notes.values) json[note.name.AsStdString()] = ToJson(note);
+}
+
+Json DescribeBand(ZRMBand& band, const tagXFormatNotes& notes) {
   Json json = {{"name", band.GetBandName().GetText()},
                {"width", band.GetXSize()},
                {"height", band.GetYSize()},
@@ -41,8 +77,7 @@ Json DescribeBand(ZRMBand& band) {
                {"bits", 8 * band.GetDataSize()},
                {"levels", band.GetLevel()},
                {"statistics", DescribeStatistics(band)}};
-  const auto* native = dynamic_cast<ZRMBandEPOT*>(&band);
-  if (native) json["compressed"] = native->GetCompressionInfo() == kCompressionTiles;
+  AddNotes(json, notes);
   if (band.GetNullValue() != kNotSet) json["nullValue"] = Number(band.GetNullValue());
   return json;
 }
@@ -53,14 +88,20 @@ Json DescribeLevelFile(const XRSFile& file, const std::string& path) {
   return {{"file", LevelFileName(path)}, {"kind", kind == LevelFileKind::kFull ? "full" : "short"}};
 }
 
-void AddRaster(Json& json, XRSFile& file, const std::string& path, bool isVerbose) {
+void AddRaster(DatasetInfo& info, XRSFile& file, const std::string& path, bool isVerbose) {
+  Json& json = info.json;
   ZRMBand& first = *file.GetBandAt(0);
   json["width"] = first.GetXSize();
   json["height"] = first.GetYSize();
   json["georeference"] = DescribePlace(first);
   json["levelFile"] = DescribeLevelFile(file, path);
-  AddTiffFields(json, first, isVerbose);
-  for (int i = 0; i < file.GetNumOfBands(); ++i) json["channels"].push_back(DescribeBand(*file.GetBandAt(i)));
+  info.notes = XfnDescribeFormat(&first, isVerbose);
+  AddNotes(json, info.notes);
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    ZRMBand& band = *file.GetBandAt(i);
+    info.bandNotes.push_back(XfnDescribeFormatOfBand(&band));
+    json["channels"].push_back(DescribeBand(band, info.bandNotes.back()));
+  }
 }
 
 Json DescribeLayer(const tagXVectorLayer& layer) {
@@ -78,13 +119,15 @@ Json DescribeLayer(const tagXVectorLayer& layer) {
 
 }  // namespace
 
-Json DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose) {
-  const tagXFormat* format = XfnFindFormat(FindFormatId(path));
-  Json json = {{"file", path}, {"format", format->name}, {"id", format->id}};
-  if (file.GetBandAt(0)) AddRaster(json, file, path, isVerbose);
+DatasetInfo DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose) {
+  DatasetInfo info;
+  Json& json = info.json;
+  const tagXFormat* format = XfnFindFormatOfFile(path);
+  json = {{"file", path}, {"format", format->name}, {"id", format->id}};
+  if (file.GetBandAt(0)) AddRaster(info, file, path, isVerbose);
   for (int v = 0; v < file.GetNumOfVands(); ++v) {
     const ZRMVand& vand = *file.GetVandAt(v);
     for (int i = 0; i < vand.GetNumOfLayers(); ++i) json["layers"].push_back(DescribeLayer(*vand.GetLayerAt(i)));
   }
-  return json;
+  return info;
 }

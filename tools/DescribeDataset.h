@@ -1,10 +1,19 @@
 #pragma once
 
-#include "Json.h"
+#include "output/Json.h"
+#include "tagXFormatNotes.h"
 #include "XRSFile.h"
 
 #include <string>
+#include <vector>
 
-/// All that `zrkio info` tells of an opened dataset. With `isVerbose` also what takes a look at other parts of its
-/// file.
-Json DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose);
+/// All that `zrkio info` tells of an opened dataset.
+struct DatasetInfo {
+  Json json;
+  /// What its format tells, for people: of the file and of each band.
+  tagXFormatNotes notes;
+  std::vector<tagXFormatNotes> bandNotes;
+};
+
+/// With `isVerbose` also what takes a look at other parts of the file.
+DatasetInfo DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose);

@@ -1,8 +1,8 @@
 #include "Job.h"
 
 #include "Interrupt.h"
+#include "output/Text.h"
 #include "Progress.h"
-#include "Text.h"
 #include "XPath.h"
 
 #include <cstdio>

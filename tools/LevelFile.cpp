@@ -7,7 +7,7 @@
 namespace {
 
 ZRMBandXLD* AttachedTo(ZRMBand* band) {
-  const auto* source = dynamic_cast<ZRMBandDRIO*>(band);
+  const ZRMBandDRIO* const source = band ? band->GetLevelSource() : nullptr;
   return source ? source->GetBandXLD() : nullptr;
 }
 
@@ -30,7 +30,7 @@ ZRMBandXLD* FindLevelBand(ZRMBand& band) {
 
 void DetachLevelFile(XRSFile& file) {
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
-    if (auto* source = dynamic_cast<ZRMBandDRIO*>(file.GetBandAt(i))) source->SetBandXLD(nullptr);
+    if (ZRMBandDRIO* const source = file.GetBandAt(i)->GetLevelSource()) source->SetBandXLD(nullptr);
   }
 }
 

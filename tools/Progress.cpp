@@ -1,6 +1,6 @@
 #include "Progress.h"
 
-#include "Text.h"
+#include "output/Text.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

@@ -1,4 +1,5 @@
-#include "Commands.h"
+#include "commands/Commands.h"
+#include "FormatTools.h"
 #include "Interrupt.h"
 #include "ZRKVersion.h"
 
@@ -64,7 +65,7 @@ int Run(int argc, char** argv) {
   AddViewCommand(program, status);
   AddLevelsCommand(program, status);
   AddConvertCommand(program, status);
-  AddTocCommand(program, status);
+  for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program, status);
   AddFormatsCommand(program, status);
   InstallInterruptHandlers();
   const int result = Parse(program, argc, argv, status);

@@ -2,17 +2,39 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-/// Whether a file of the name lies anywhere beneath the folder.
-bool ExistsBeneath(const fs::path& folder, const std::string& name) {
+/// The folder in which a file of the name lies, anywhere beneath another one; empty where there is none.
+fs::path FolderOf(const std::string& name, const fs::path& top) {
+  if (!fs::is_directory(top)) return {};
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(top)) {
+    if (entry.path().filename() == name) return entry.path().parent_path();
+  }
+  return {};
+}
+
+/// Whether a file whose name ends so lies in the folder.
+bool HasFileEndingIn(const fs::path& folder, const std::string& ending) {
   if (!fs::is_directory(folder)) return false;
-  return std::ranges::any_of(fs::recursive_directory_iterator(folder),
-                             [&](const fs::directory_entry& entry) { return entry.path().filename() == name; });
+  return std::ranges::any_of(fs::directory_iterator(folder), [&](const fs::directory_entry& entry) {
+    return entry.path().filename().string().ends_with(ending);
+  });
+}
+
+/// Whether a source beneath `src` has a row that names the class of the bands.
+bool HasRow(const fs::path& src, const std::string& band) {
+  if (!fs::is_directory(src)) return false;
+  return std::ranges::any_of(fs::recursive_directory_iterator(src), [&](const fs::directory_entry& entry) {
+    if (!entry.path().filename().string().ends_with("Format.cpp")) return false;
+    std::ifstream stream(entry.path());
+    const std::string text((std::istreambuf_iterator<char>(stream)), {});
+    return text.find('"' + band + '"') != std::string::npos;
+  });
 }
 
 bool HoldsFiles(const fs::path& folder) {
@@ -56,8 +78,11 @@ Violations FindGapsOfFormats(const fs::path& root, std::span<const tagXFormat> f
     if (!format.isRaster) continue;
     const std::string band = format.bandClass;
     want(fs::exists(root / "include" / (band + ".h")), "public header");
-    want(ExistsBeneath(root / "src", band + ".cpp"), "band source");
-    want(ExistsBeneath(root / "tests/formats", band + "_test.cpp"), "test file");
+    want(!FolderOf(band + ".cpp", root / "src").empty(), "band source");
+    want(HasRow(root / "src", band), "row in a source named ...Format.cpp");
+    const fs::path tests = FolderOf(band + "_test.cpp", root / "tests/formats");
+    want(!tests.empty(), "test file");
+    want(HasFileEndingIn(tests, "Samples.cpp"), "samples beside its tests");
     want(fs::exists(root / "fuzz" / (band + "_fuzz.cpp")), "fuzz target");
     want(HoldsFiles(root / "fuzz/seeds" / band) || fs::exists(root / "fuzz" / (band + "_seeds.cpp")), "fuzz seeds");
     want(HasPage(root / "docs/formats", format.name), "page in docs/formats headed by its name");

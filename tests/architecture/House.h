@@ -27,7 +27,7 @@ struct SourceFile {
 
 class House {
  public:
-  /// `bandClasses` are the classes of which each is known to its own source and the dispatch alone.
+  /// `bandClasses` are the classes of which each is known to its own room alone.
   House(const std::filesystem::path& root, std::vector<std::string> bandClasses);
   House(const House&) = delete;
   House& operator=(const House&) = delete;
@@ -36,6 +36,8 @@ class House {
   Violations FindWrongArrows() const;
   /// Band classes that are known where they should not be.
   Violations FindBandsThatAreSeen() const;
+  /// Ids of formats and casts to band classes outside the folders of formats, the table, and the door with its loaders.
+  Violations FindNamedFormats() const;
   /// Headers of other projects in public headers and in the ground floor.
   Violations FindForeignHeaders() const;
   Violations FindLongFiles(int maxLines) const;
@@ -53,6 +55,7 @@ class House {
   std::string Resolve(const SourceFile& file, const IncludeLine& include) const;
   void CheckArrow(const SourceFile& file, const IncludeLine& include, Violations& violations) const;
 
+  std::filesystem::path root_;
   std::vector<std::string> bandClasses_;
   std::vector<SourceFile> files_;
   std::map<std::string, const SourceFile*> byPath_;
@@ -61,6 +64,6 @@ class House {
 /// The floor on which a room lies, 0 at the bottom; -1 for a room that the house does not have.
 int FloorOf(const std::string& room);
 
-/// What is missing in the tree of the formats that can be read: band source, tests, fuzz target, seeds, page, and line
-/// in the table of the README.
+/// What is missing in the tree of the formats that can be read: a folder with row and band, a folder of tests with
+/// samples, fuzz target, seeds, page, and line in the table of the README.
 Violations FindGapsOfFormats(const std::filesystem::path& root, std::span<const tagXFormat> formats);

@@ -43,7 +43,8 @@ TEST_F(HouseArrows, PointDownOrWithinTheRoom) {
 TEST_F(HouseArrows, DoNotPointUp) {
   Write("src/core/model/Row.h", "");
   Write("src/base/Low.cpp", "\n#include \"core/model/Row.h\"\n");
-  EXPECT_THAT(Read().FindWrongArrows(), ElementsAre("src/base/Low.cpp:2 includes core/model/Row.h: from base to core/model"));
+  EXPECT_THAT(Read().FindWrongArrows(),
+              ElementsAre("src/base/Low.cpp:2 includes core/model/Row.h: from base to core/model"));
 }
 
 TEST_F(HouseArrows, DoNotPointAcrossAFloor) {
@@ -106,12 +107,23 @@ TEST_F(HouseBands, AreBlindToEachOther) {
   EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/bands/two/ZRMBandTwo.cpp:2 knows ZRMBandOne"));
 }
 
-TEST_F(HouseBands, AreKnownToTheDispatchAlone) {
+TEST_F(HouseBands, AreKnownToTheirOwnRoomAlone) {
   Write("include/ZRMBandOne.h", "");
   Write("src/bands/one/ZRMBandOne.cpp", "");
+  Write("src/bands/one/OneFormat.cpp", "#include \"ZRMBandOne.h\"\n");
   Write("src/core/dispatch/Loaders.cpp", "#include \"ZRMBandOne.h\"\n");
-  Write("src/writers/Tiff.cpp", "#include \"ZRMBandOne.h\"\n");
-  EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/writers/Tiff.cpp:1 knows ZRMBandOne"));
+  EXPECT_THAT(Read().FindBandsThatAreSeen(), ElementsAre("src/core/dispatch/Loaders.cpp:1 knows ZRMBandOne"));
+}
+
+TEST_F(HouseBands, AreNamedByIdOrCastInTheirFoldersTheTableAndTheDoorOnly) {
+  Write("src/bands/one/OneFormat.cpp", "static_cast<ZRMBandOne&>(band); kFormatONE;\n");
+  Write("src/core/dispatch/FormatTable.cpp", "Absent(kFormatTWO)\n");
+  Write("src/core/dispatch/XRSFileIO.cpp", "LoadOf(kFormatONE)\n");
+  Write("src/core/dispatch/FormatLookup.cpp", "return kFormatNone;\n");
+  Write("src/core/dispatch/Bounds.cpp", "\ncase kFormatONE:\n");
+  Write("tools/Info.cpp", "dynamic_cast<const ZRMBandOne*>(band)\n");
+  EXPECT_THAT(Read().FindNamedFormats(), ElementsAre("src/core/dispatch/Bounds.cpp:2 names kFormatONE",
+                                                     "tools/Info.cpp:1 names _cast<const ZRMBandO"));
 }
 
 TEST_F(HouseBands, OfOneProductFamilyKnowEachOther) {
@@ -148,15 +160,19 @@ constexpr tagXFormat kToy = {1, "Toy image", "toy", true, true, "ZRMBandToy"};
 TEST_F(HouseFormats, MissEverythingInAnEmptyTree) {
   EXPECT_THAT(FindGapsOfFormats(Root(), {&kToy, 1}),
               ElementsAre("Toy image has no line in the table of README.md", "Toy image has no public header",
-                          "Toy image has no band source", "Toy image has no test file", "Toy image has no fuzz target",
-                          "Toy image has no fuzz seeds", "Toy image has no page in docs/formats headed by its name"));
+                          "Toy image has no band source", "Toy image has no row in a source named ...Format.cpp",
+                          "Toy image has no test file", "Toy image has no samples beside its tests",
+                          "Toy image has no fuzz target", "Toy image has no fuzz seeds",
+                          "Toy image has no page in docs/formats headed by its name"));
 }
 
-TEST_F(HouseFormats, AreCompleteWithSixFilesAndALine) {
+TEST_F(HouseFormats, AreCompleteWithTheirFilesAndALine) {
   Write("README.md", "# Toys\n\n| Toy image | .toy |\n");
   Write("include/ZRMBandToy.h", "");
   Write("src/bands/toy/ZRMBandToy.cpp", "");
+  Write("src/bands/toy/ToyFormat.cpp", "const FormatRow kToyFormat = {\"ZRMBandToy\"};");
   Write("tests/formats/toy/ZRMBandToy_test.cpp", "");
+  Write("tests/formats/toy/ToySamples.cpp", "");
   Write("fuzz/ZRMBandToy_fuzz.cpp", "");
   Write("fuzz/seeds/ZRMBandToy/a.toy", "");
   Write("docs/formats/toy.md", "# Toy image\n");

@@ -39,6 +39,10 @@ TEST(ThisHouse, HasBandsThatAreBlindToEachOther) {
   EXPECT_THAT(ThisTree().FindBandsThatAreSeen(), IsEmpty());
 }
 
+TEST(ThisHouse, NamesFormatsInTheirOwnFoldersOnly) {
+  EXPECT_THAT(ThisTree().FindNamedFormats(), IsEmpty());
+}
+
 TEST(ThisHouse, HasNoForeignHeadersInPublicOnesAndOnTheGroundFloor) {
   EXPECT_THAT(ThisTree().FindForeignHeaders(), IsEmpty());
 }

@@ -66,7 +66,7 @@ std::vector<std::size_t> TruncationPlaces(std::size_t numBytes) {
 TEST_P(Damage, ByTruncationLeavesNothingToRead) {
   const std::vector<unsigned char> sound = ReadBytes(PathOf(GetParam()));
   ASSERT_GT(sound.size(), 200u);
-  const bool isFilledUp = GetParam().formatId == kFormatHDF4;  // with zeros, in both windows that are read
+  const bool isFilledUp = GetParam().damage == DamageRule::kFillsUp;  // in both windows that are read
   for (const std::size_t place : TruncationPlaces(sound.size())) {
     SCOPED_TRACE(place);
     const Result result = Try({sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(place)});
@@ -89,13 +89,9 @@ TEST_P(Damage, IsNotSeenInASoundFile) {
   EXPECT_GT(Try(ReadBytes(PathOf(GetParam()))).numReads, 0);
 }
 
-/// Of others what is left is read, see `TiffDamage` and `DtedDamage`, and frames are refused in their own way, see
-/// `FrameDamage`.
 std::vector<Sample> SamplesThatMustBeWhole() {
-  constexpr int kOthers[] = {kFormatTIF, kFormatDTED, kFormatCADRG, kFormatCIB};
   std::vector<Sample> samples = SmallSamples();
-  std::erase_if(samples,
-                [&](const Sample& sample) { return std::ranges::find(kOthers, sample.formatId) != std::end(kOthers); });
+  std::erase_if(samples, [](const Sample& sample) { return sample.damage == DamageRule::kOwnSuites; });
   return samples;
 }
 

@@ -9,13 +9,17 @@
 #include <string>
 #include <vector>
 
-// The files over which the conformance suite runs: one row a kind of file that the library reads. A format joins by
-// adding its rows.
+// The files over which the conformance suite runs: one row a kind of file that the library reads. Each folder of
+// formats/ has a source <Name>Samples.cpp with a function Make<Name>Samples, which the build collects.
 
 /// What a read at level n gives: full resolution whatever the level, every 2^n-th sample of every 2^n-th row, such
 /// samples of each block counted from its own first one, or means of four samples of the level above as far as the file
 /// has levels.
 enum class LevelRule { kFullResolution, kDecimated, kDecimatedByBlock, kMeans };
+
+/// What becomes of a damaged file: one that is cut short is refused or gives no pixels, or what it lacks reads as
+/// zeros; or its format has suites of its own about damage, because what is left of a file is read.
+enum class DamageRule { kRefuses, kFillsUp, kOwnSuites };
 
 /// The disk under a sample while it is opened.
 enum class SampleDisk { kPlain, kWithoutMaps };
@@ -34,10 +38,19 @@ struct Sample {
   tagXArr2* (*resultOfMaster)(ZRMBand& master, int channel);  ///< null where bands have nothing to do with each other
   int blockWidth = 0;                                         ///< where levels are decimated by block
   int blockHeight = 0;
+  DamageRule damage = DamageRule::kRefuses;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Sample& sample);
 
+/// The result of a master's last read, for the member of a sample that tells it.
+template <class Band>
+tagXArr2* ResultOf(ZRMBand& master, int channel) {
+  return static_cast<Band&>(master).GetResult(channel);
+}
+
+/// Made by the build: the samples of all folders, in the order of their names.
+std::vector<Sample> CollectSamples();
 const std::vector<Sample>& AllSamples();
 std::vector<Sample> SmallSamples();
 

@@ -1,4 +1,4 @@
-#include "AreaMeans.h"
+#include "picture/AreaMeans.h"
 #include "XDataType.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,6 @@
-#include "FileFormat.h"
-
 #include "HdfBuilder.h"
+#include "JpegBuilder.h"
 #include "Program.h"
-#include "XRSFileIO.h"
 
 namespace {
 
@@ -12,23 +10,30 @@ std::vector<unsigned char> BuildHdf() {
   return HdfBuilder().Size(7, 5).Build();
 }
 
-TEST_F(ZrkioFileFormat, GoesByTheFirstBytesWhereTheExtensionSaysNothing) {
-  for (const char* name : {"a.hdf", "a.dat", "a.h4", "a"}) {
-    EXPECT_EQ(kFormatHDF4, FindFormatId(Write(name, BuildHdf()))) << name;
+TEST_F(ZrkioFileFormat, GoesByTheFirstBytesWhereTheExtensionSaysNothingOrOtherwise) {
+  for (const char* name : {"a.hdf", "a.dat", "a.h4", "a", "a.tif"}) {
+    const ProgramResult result = Run({"info", Write(name, BuildHdf())});
+    EXPECT_EQ(0, result.exitStatus) << result.err;
+    EXPECT_NE(std::string::npos, result.out.find("HDF4 (0x71)")) << name;
   }
 }
 
-TEST_F(ZrkioFileFormat, GoesByTheExtensionWhereItSaysSomething) {
-  EXPECT_EQ(kFormatBMP, FindFormatId(Write("a.bmp", BuildHdf())));
-  EXPECT_EQ(kFormatTIF, FindFormatId(folder_.Path("missing.tif")));
+TEST_F(ZrkioFileFormat, LetsAJpegGoByAnyName) {
+  for (const char* name : {"a.jpeg", "a", "a.tif"}) {
+    const std::string path = Write(name, JpegBuilder().Size(9, 7).Build());
+    const ProgramResult result = Run({"info", "--stats", path});
+    EXPECT_EQ(0, result.exitStatus) << result.err;
+    EXPECT_NE(std::string::npos, result.out.find("JPEG (0x67)")) << name;
+    EXPECT_EQ(0, Run({"convert", path, folder_.Path("b.zrm")}).exitStatus) << name;
+  }
 }
 
-TEST_F(ZrkioFileFormat, IsNoneWhereNeitherSaysAnything) {
-  EXPECT_EQ(kFormatNone, FindFormatId(Write("a.dat", BmpBuilder().Build())));
-  EXPECT_EQ(kFormatNone, FindFormatId(Write("b.dat", {0x0E, 0x03, 0x13})));
-  EXPECT_EQ(kFormatNone, FindFormatId(Write("c.dat", {})));
-  EXPECT_EQ(kFormatNone, FindFormatId(folder_.Path("missing.dat")));
-  EXPECT_EQ(kFormatNone, FindFormatId(folder_.Path()));
+TEST_F(ZrkioFileFormat, IsNoneWhereNothingTellsIt) {
+  for (const char* name : {"b.dat", "c"}) {
+    const ProgramResult result = Run({"info", Write(name, {0x0E, 0x03, 0x13})});
+    EXPECT_EQ(1, result.exitStatus);
+    EXPECT_NE(std::string::npos, result.err.find("the format can't be told from the file's extension")) << name;
+  }
 }
 
 TEST_F(ZrkioFileFormat, IsToldOfAnHdf4File) {

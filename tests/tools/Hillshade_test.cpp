@@ -1,4 +1,4 @@
-#include "Hillshade.h"
+#include "picture/Hillshade.h"
 
 #include "DtedBuilder.h"
 #include "MemoryBand.h"

@@ -141,6 +141,19 @@ TEST_F(ZrkioLevels, UpdatesTheSystemAndLeavesTheLevelsAlone) {
   EXPECT_EQ(before, after);
 }
 
+TEST_F(ZrkioLevels, ASystemWhoseUnitsDoNotFitTheCoordinatesIsRefused) {
+  const std::string path = WriteImage();
+  folder_.Write("a.bmw", "30\n0\n0\n-30\n300000\n4000000\n");
+  Run({"levels", path});
+  const Bytes before = ReadBytes(LevelFile());
+  const ProgramResult result = Run({"levels", "--update-srs", "EPSG:4326", path});
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_THAT(result.err, HasSubstr("the coordinates of the image, 300000 to "));
+  EXPECT_THAT(result.err, HasSubstr(" can't be degrees"));
+  EXPECT_EQ(before, ReadBytes(LevelFile()));
+  EXPECT_EQ(0, Run({"levels", "--update-srs", "EPSG:32633", path}).exitStatus);
+}
+
 TEST_F(ZrkioLevels, BadChoicesAreBadUsage) {
   const std::string path = WriteImage();
   EXPECT_EQ(2, Run({"levels"}).exitStatus);

@@ -1,4 +1,4 @@
-#include "QuickLook.h"
+#include "picture/QuickLook.h"
 #include "MemoryBand.h"
 #include "PngReader.h"
 #include "TempFolder.h"

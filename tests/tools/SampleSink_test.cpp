@@ -1,4 +1,4 @@
-#include "SampleSink.h"
+#include "output/SampleSink.h"
 #include "PngReader.h"
 #include "TempFolder.h"
 #include "XDataType.h"

@@ -1,85 +1,83 @@
+// The one list of formats. A format that can be read has a row in its own folder, and its name here. A format that this
+// build can't read yet has a plain row here, so that its extension and its first bytes are known.
+
 #include "core/dispatch/FormatTable.h"
 
-#include <algorithm>
-#include <array>
+#include "core/load/FirstBytes.h"
 
 namespace zrk {
 namespace {
 
-template <auto Load>
-constexpr FormatEntry Raster(int id, const char* name, FoundBy foundBy, const char* extensions, const char* bandClass) {
-  const bool canRead = bandClass[0] != '\0';
-  return {{id, name, extensions, true, canRead, bandClass}, foundBy, &RouteRaster<Load>, nullptr};
+constexpr FormatRow Absent(int id, const char* name, const char* extensions,
+                           bool (*isContent)(FileHead head) = nullptr) {
+  return {.format = {id, name, extensions, true, false, ""}, .isContent = isContent};
 }
 
-template <auto Load>
-constexpr FormatEntry Vector(int id, const char* name, const char* extensions, bool canRead) {
-  return {{id, name, extensions, false, canRead, ""}, FoundBy::kWords, nullptr, &RouteVector<Load>};
+bool IsMrSid(FileHead head) {
+  return StartsWith(head, "msid");
 }
 
-/// Its extension gives the id, but the router does not take it: the caller goes to the format's own loader.
-constexpr FormatEntry UnroutedVector(int id, const char* name, const char* extensions, bool canRead) {
-  return {{id, name, extensions, false, canRead, ""}, FoundBy::kWords, nullptr, nullptr};
+/// The signature box, or the start of a codestream without boxes.
+bool IsJpeg2000(FileHead head) {
+  return StartsWith(head, std::string_view("\0\0\0\x0CjP  \r\n\x87\n", 12)) || StartsWith(head, "\xFF\x4F\xFF\x51");
 }
 
-using IO = XRSFileIO;
-constexpr const char* kNoBand = "";
-constexpr const char* kCibRule = "i and one of 1 2 3 4 5 v, whatever follows";
-constexpr const char* kCadrgRule = "one of gn jn on tp ja tc tl in it, and 1 to 8 or a to h in third place";
+bool IsNitf(FileHead head) {
+  return StartsWith(head, "NITF") || StartsWith(head, "NSIF");
+}
 
-// No word stands in two rows, so that the order of rows does not matter to an extension.
-constexpr std::array kEntries = {
-    Raster<IO::LoadFileZRM>(kFormatZRM, "Native raster", FoundBy::kWords, "zrm", "ZRMBandEPOT"),
-    Raster<IO::LoadFileTIF>(kFormatTIF, "TIFF, GeoTIFF", FoundBy::kWords, "tif tiff", "ZRMBandGTIFF"),
-    Raster<IO::LoadFileJPG>(kFormatJPG, "JPEG", FoundBy::kWords, "jpg", "ZRMBandJPG"),
-    Raster<IO::LoadFileBMP>(kFormatBMP, "Windows bitmap", FoundBy::kWords, "bmp", "ZRMBandBMP"),
-    Raster<IO::LoadFileDTED>(kFormatDTED, "DTED", FoundBy::kWords, "dt0 dt1 dt2", "ZRMBandDTED"),
-    Raster<IO::LoadFileSID>(kFormatSID, "MrSID", FoundBy::kWords, "sid", kNoBand),
-    Raster<IO::LoadFileJP2>(kFormatJP2, "JPEG 2000", FoundBy::kWords, "jp2", kNoBand),
-    Raster<IO::LoadFileCIB>(kFormatCIB, "CIB", FoundBy::kRule, kCibRule, "ZRMBandCIB"),
-    Raster<IO::LoadFileCADRG>(kFormatCADRG, "CADRG", FoundBy::kRule, kCadrgRule, "ZRMBandCADRG"),
-    Raster<IO::LoadFileHAWK>(kFormatHAWK, "Hawk scanning sensor", FoundBy::kIdOnly, "", kNoBand),
-    Raster<IO::LoadFileNITFIMG>(kFormatNITFIMG, "NITF image", FoundBy::kIdOnly, "", kNoBand),
-    Raster<IO::LoadFileHFA>(kFormatHFA, "HFA", FoundBy::kWords, "img", kNoBand),
-    Raster<IO::LoadFileHDF4>(kFormatHDF4, "HDF4", FoundBy::kIdOnly, "", "ZRMBandHDF4"),
-    Raster<IO::LoadFileECW>(kFormatECW, "ECW", FoundBy::kWords, "ecw", kNoBand),
-    Raster<IO::LoadFilePBI>(kFormatPBI, "PBI tile pyramid", FoundBy::kWords, "pbi pei", kNoBand),
-    Raster<IO::LoadFilePBE>(kFormatPBE, "PBE tile pyramid", FoundBy::kWords, "pbe", kNoBand),
-    Raster<IO::LoadFileTXID>(kFormatTXID, "TXID tile store", FoundBy::kWords, "txi", kNoBand),
-    Vector<IO::LoadFileXVC>(kFormatXVC, "Native vector", "xvc", false),
-    Vector<IO::LoadFileSHP>(kFormatSHP, "Shapefile", "shp", true),
-    Vector<IO::LoadFileDGN>(kFormatDGN, "DGN", "dgn", true),
-    Vector<IO::LoadFileDLG>(kFormatDLG, "DLG", "dlg", false),
-    Vector<IO::LoadFileDXF>(kFormatDXF, "DXF", "dxf", true),
-    UnroutedVector(kFormatNITF, "NITF vector data", "ntf", false),
-    UnroutedVector(kFormatKML, "KML", "kml", true),
-};
-
-// The public table is the first column of the one above.
-constexpr auto kFormats = [] {
-  std::array<tagXFormat, kEntries.size()> formats{};
-  std::ranges::transform(kEntries, formats.begin(), &FormatEntry::format);
-  return formats;
-}();
+bool IsHfa(FileHead head) {
+  return StartsWith(head, "EHFA_HEADER_TAG");
+}
 
 }  // namespace
 
-std::span<const FormatEntry> GetFormatEntries() {
-  return kEntries;
-}
+// The formats, by id. Where first bytes fit two of them the first one has the file: a frame of a raster map product is
+// no plain NITF image.
+// clang-format off
+#define ZRK_FORMATS(ROW) \
+  ROW(kZrmFormat)        \
+  ROW(kTiffFormat)       \
+  ROW(kJpegFormat)       \
+  ROW(kBmpFormat)        \
+  ROW(kDtedFormat)       \
+  ROW(kSidFormat)        \
+  ROW(kJp2Format)        \
+  ROW(kCibFormat)        \
+  ROW(kCadrgFormat)      \
+  ROW(kHawkFormat)       \
+  ROW(kNitfFormat)       \
+  ROW(kHfaFormat)        \
+  ROW(kHdf4Format)       \
+  ROW(kEcwFormat)        \
+  ROW(kPbiFormat)        \
+  ROW(kPbeFormat)        \
+  ROW(kTxidFormat)       \
+  ROW(kXvcFormat)        \
+  ROW(kShpFormat)        \
+  ROW(kDgnFormat)        \
+  ROW(kDlgFormat)        \
+  ROW(kDxfFormat)        \
+  ROW(kNitfVectorFormat) \
+  ROW(kKmlFormat)
+// clang-format on
 
-const FormatEntry* FindFormatEntry(int id) {
-  const auto found = std::ranges::find(kEntries, id, [](const FormatEntry& entry) { return entry.format.id; });
-  return found == kEntries.end() ? nullptr : &*found;
+#define ZRK_DECLARE_ROW(row) extern const FormatRow row;
+ZRK_FORMATS(ZRK_DECLARE_ROW)
+
+constinit const FormatRow kSidFormat = Absent(kFormatSID, "MrSID", "sid", &IsMrSid);
+constinit const FormatRow kJp2Format = Absent(kFormatJP2, "JPEG 2000", "jp2", &IsJpeg2000);
+constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
+constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
+constinit const FormatRow kHfaFormat = Absent(kFormatHFA, "HFA", "img", &IsHfa);
+constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
+constinit const FormatRow kPbiFormat = Absent(kFormatPBI, "PBI tile pyramid", "pbi pei");
+constinit const FormatRow kPbeFormat = Absent(kFormatPBE, "PBE tile pyramid", "pbe");
+constinit const FormatRow kTxidFormat = Absent(kFormatTXID, "TXID tile store", "txi");
+
+std::vector<const FormatRow*> ListFormats() {
+#define ZRK_NAME_ROW(row) &row,
+  return {ZRK_FORMATS(ZRK_NAME_ROW)};
 }
 
 }  // namespace zrk
-
-std::span<const tagXFormat> XfnGetFormats() {
-  return zrk::kFormats;
-}
-
-const tagXFormat* XfnFindFormat(int id) {
-  const auto found = std::ranges::find(zrk::kFormats, id, &tagXFormat::id);
-  return found == zrk::kFormats.end() ? nullptr : &*found;
-}

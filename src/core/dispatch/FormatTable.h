@@ -1,55 +1,44 @@
 #pragma once
 
+#include "core/load/FormatRow.h"
 #include "XFormatTable.h"
 
-#include <type_traits>
-
-// What the dispatch knows beyond the public format table: how a row is found by an extension, and its loader. A
-// format is added by one row in FormatTable.cpp and the loader that the row names.
+#include <vector>
 
 namespace zrk {
 
-/// Loaders as the routers call them.
-using RasterRoute = int (*)(XRSFile* file, const XString& path, XString& err, int calcStatistics, int levelMode,
-                            XThread* thread);
-using VectorRoute = int (*)(XRSFile* file, const XString& path, XSpatialReference* sr, XString& err, XThread* thread);
+/// The rows of the formats that the library is built with.
+std::vector<const FormatRow*> ListFormats();
+/// Those, and what a `ScopedFormat` adds.
+std::span<const FormatRow* const> GetFormatRows();
+/// The row of an id, or null.
+const FormatRow* FindFormatRow(int id);
+/// The row whose words or rule take an extension, or null.
+const FormatRow* FindRowOfExtension(const XString& ext);
+/// The row of a file, as `XfnFindFormatOfFile` tells; or null.
+const FormatRow* FindRowOfFile(const XString& path);
+/// The row whose files begin as the head does, or null.
+const FormatRow* FindRowOfContent(FileHead head);
+/// The row of a band's class or of one that it derives from, or null.
+const FormatRow* FindRowOfBand(const ZRMBand& band);
 
-/// How an extension leads to a format: it is one of the row's words, it follows a rule of its own, or it never does.
-enum class FoundBy { kWords, kRule, kIdOnly };
+// Loads by a row. A dataset that is null, a row that is null or has no loader of the kind, and a decoder that is absent
+// give 0 with the sentence that says so.
 
-struct FormatEntry {
-  tagXFormat format;
-  FoundBy foundBy;
-  RasterRoute loadRaster;  ///< null where `LoadFileRaster` does not route the id
-  VectorRoute loadVector;  ///< null where `LoadFileVector` does not route the id
+int LoadRasterBy(const FormatRow* row, const RasterCall& call);
+int LoadVectorBy(const FormatRow* row, const VectorCall& call);
+
+/// Puts one more format into the table for a scope. Other threads must not look into the table meanwhile.
+class ScopedFormat {
+ public:
+  /// The row must outlive this object.
+  explicit ScopedFormat(const FormatRow& row);
+  ~ScopedFormat();
+  ScopedFormat(const ScopedFormat&) = delete;
+  ScopedFormat& operator=(const ScopedFormat&) = delete;
+
+ private:
+  std::vector<const FormatRow*> before_;
 };
-
-/// All entries, by id.
-std::span<const FormatEntry> GetFormatEntries();
-/// The entry of an id, or null.
-const FormatEntry* FindFormatEntry(int id);
-
-/// Makes a raster loader callable by a router: the loader's own signature says which of the two ints it takes.
-template <auto Load>
-int RouteRaster(XRSFile* file, const XString& path, XString& err, int calcStatistics, int levelMode, XThread* thread) {
-  using Loader = decltype(Load);
-  if constexpr (std::is_invocable_v<Loader, XRSFile*, XString, XString&, int, int, XThread*>) {
-    return Load(file, path, err, calcStatistics, levelMode, thread);
-  } else if constexpr (std::is_invocable_v<Loader, XRSFile*, XString, XString&, int, XThread*>) {
-    return Load(file, path, err, calcStatistics, thread);
-  } else {
-    return Load(file, path, err, thread);
-  }
-}
-
-/// As `RouteRaster` for vector loaders, some of which take the caller's system.
-template <auto Load>
-int RouteVector(XRSFile* file, const XString& path, XSpatialReference* sr, XString& err, XThread* thread) {
-  if constexpr (std::is_invocable_v<decltype(Load), XRSFile*, XString, XSpatialReference*, XString&, XThread*>) {
-    return Load(file, path, sr, err, thread);
-  } else {
-    return Load(file, path, err, thread);
-  }
-}
 
 }  // namespace zrk

@@ -1,44 +1,29 @@
-// The routers and the way from an extension to a format. Both look into the one table, so that nothing here changes
-// with a new format; only the map products are found by rules, since their extensions spell series, zone and scale.
+// The door: each operation hands its arguments on, a load or save to the row of its format, level data to the room of
+// level files. Nothing here changes with a new format but for one that callers load by a name of its own.
 
 #include "XRSFileIO.h"
 
+#include "base/Fence.h"
 #include "core/dispatch/FormatTable.h"
-#include "core/dispatch/Outcome.h"
+#include "core/load/Outcome.h"
+#include "core/xld/LevelData.h"
+#include "XDataType.h"
+#include "XPath.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace {
 
-bool IsWordOf(std::string_view words, std::string_view wanted) {
-  while (!words.empty()) {
-    const std::size_t end = std::min(words.find(' '), words.size());
-    if (words.substr(0, end) == wanted) return true;
-    words.remove_prefix(std::min(end + 1, words.size()));
-  }
-  return false;
+int LoadRasterOf(int id, const zrk::RasterCall& call) {
+  return zrk::LoadRasterBy(zrk::FindFormatRow(id), call);
 }
 
-bool IsBetween(char c, char first, char last) {
-  return first <= c && c <= last;
+int LoadVectorOf(int id, const zrk::VectorCall& call) {
+  return zrk::LoadVectorBy(zrk::FindFormatRow(id), call);
 }
 
-/// Whether one of the two letters of a map product stands anywhere in the extension.
-bool HoldsMapProduct(const XString& upperExt) {
-  constexpr const char* kProducts[] = {"GN", "JN", "ON", "TP", "JA", "TC", "TL"};
-  return std::ranges::any_of(kProducts, [&upperExt](const char* product) { return upperExt.Find(product) >= 0; });
-}
-
-/// Whether the zone of a map product is one. It is always taken from the third place, wherever the product stood.
-bool HoldsMapZone(const XString& upperExt) {
-  const char zone = upperExt.GetAt(2);
-  return IsBetween(zone, '1', '8') || IsBetween(zone, 'A', 'H');
-}
-
-bool IsControlledImageBase(const XString& upperExt) {
-  const char resolution = upperExt.GetAt(1);
-  return upperExt.GetAt(0) == 'I' && (IsBetween(resolution, '1', '5') || resolution == 'V');
+int SaveAs(int id, const zrk::SaveCall& call) {
+  return zrk::FindFormatRow(id)->save(call);
 }
 
 }  // namespace
@@ -46,39 +31,19 @@ bool IsControlledImageBase(const XString& upperExt) {
 XRSFileIO::~XRSFileIO() = default;
 
 int XRSFileIO::GetIDFromExt(XString ext) {
-  XString lower = ext;
-  lower.MakeLower();
-  for (const zrk::FormatEntry& entry : zrk::GetFormatEntries()) {
-    if (entry.foundBy == zrk::FoundBy::kWords && IsWordOf(entry.format.extensions, lower)) return entry.format.id;
-  }
-  ext.MakeUpper();
-  // An extension that holds a map product is that or nothing: ION is no controlled image base.
-  if (HoldsMapProduct(ext)) return HoldsMapZone(ext) ? kFormatCADRG : kFormatNone;
-  return IsControlledImageBase(ext) ? kFormatCIB : kFormatNone;
+  const zrk::FormatRow* const row = zrk::FindRowOfExtension(ext);
+  return row ? row->format.id : kFormatNone;
 }
 
 int XRSFileIO::LoadFileRaster(XRSFile* file, int id, XString path, XString& err, int calcStatistics, int levelMode,
                               XThread* thread) {
-  if (!file) {
-    err = zrk::kNotValidFile;
-    return 0;
-  }
-  const zrk::FormatEntry* const entry = zrk::FindFormatEntry(id);
-  if (entry && entry->loadRaster) return entry->loadRaster(file, path, err, calcStatistics, levelMode, thread);
-  err = zrk::kNotSupportedType;
-  return 0;
+  return LoadRasterOf(id, {file, path, err, calcStatistics, levelMode, thread});
 }
 
 int XRSFileIO::LoadFileVector(XRSFile* file, int id, XString path, XSpatialReference* sr, XString& err,
                               XThread* thread) {
-  if (!file) {
-    err = zrk::kNotValidFile;
-    return 0;
-  }
-  const zrk::FormatEntry* const entry = zrk::FindFormatEntry(id);
-  if (entry && entry->loadVector) return entry->loadVector(file, path, sr, err, thread);
-  err = zrk::kNotSupportedType;
-  return 0;
+  const zrk::FormatRow* const row = zrk::FindFormatRow(id);
+  return zrk::LoadVectorBy(row && row->isRouted ? row : nullptr, {file, path, err, thread, sr});
 }
 
 int XRSFileIO::LoadFileGeneral(XRSFile* file, int, XString, int, int, int, int, int, XString& err, XThread*) {
@@ -96,4 +61,174 @@ int XRSFileIO::LoadFileBIP(XRSFile*, int, XString, int, int, int, int, int, XStr
 
 int XRSFileIO::LoadFileBSQ(XRSFile*, int, XString, int, int, int, int, int, XString&, XThread*) {
   return 1;
+}
+
+int XRSFileIO::LoadFileTIF(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return LoadRasterOf(kFormatTIF, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileJPG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return LoadRasterOf(kFormatJPG, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileBMP(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return LoadRasterOf(kFormatBMP, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileDTED(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                            XThread* thread) {
+  return LoadRasterOf(kFormatDTED, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileSID(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return LoadRasterOf(kFormatSID, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileJP2(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return LoadRasterOf(kFormatJP2, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileHAWK(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                            XThread* thread) {
+  return LoadRasterOf(kFormatHAWK, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileNITFIMG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                               XThread* thread) {
+  return LoadRasterOf(kFormatNITFIMG, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileHFA(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return LoadRasterOf(kFormatHFA, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileHDF4(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                            XThread* thread) {
+  return LoadRasterOf(kFormatHDF4, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileECW(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
+                           XThread* thread) {
+  return LoadRasterOf(kFormatECW, {file, path, err, calcStatistics, levelMode, thread});
+}
+
+int XRSFileIO::LoadFileCIB(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread) {
+  return LoadRasterOf(kFormatCIB, {file, path, err, calcStatistics, kLevelNone, thread});
+}
+
+int XRSFileIO::LoadFileCADRG(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread) {
+  return LoadRasterOf(kFormatCADRG, {file, path, err, calcStatistics, kLevelNone, thread});
+}
+
+int XRSFileIO::LoadFileZRM(XRSFile* file, XString path, XString& err, XThread* thread) {
+  return LoadRasterOf(kFormatZRM, {file, path, err, 0, kLevelNone, thread});
+}
+
+int XRSFileIO::LoadFilePBI(XRSFile* file, XString path, XString& err, XThread* thread) {
+  return LoadRasterOf(kFormatPBI, {file, path, err, 0, kLevelNone, thread});
+}
+
+int XRSFileIO::LoadFilePBE(XRSFile* file, XString path, XString& err, XThread* thread) {
+  return LoadRasterOf(kFormatPBE, {file, path, err, 0, kLevelNone, thread});
+}
+
+int XRSFileIO::LoadFileTXID(XRSFile* file, XString path, XString& err, XThread* thread) {
+  return LoadRasterOf(kFormatTXID, {file, path, err, 0, kLevelNone, thread});
+}
+
+int XRSFileIO::LoadFileXVC(XRSFile* file, XString path, XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatXVC, {file, path, err, thread});
+}
+
+int XRSFileIO::LoadFileSHP(XRSFile* file, XString path, XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatSHP, {file, path, err, thread});
+}
+
+int XRSFileIO::LoadFileKML(XRSFile* file, XString path, XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatKML, {file, path, err, thread});
+}
+
+int XRSFileIO::LoadFileDXF(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatDXF, {file, path, err, thread, sr});
+}
+
+int XRSFileIO::LoadFileDGN(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatDGN, {file, path, err, thread, sr});
+}
+
+int XRSFileIO::LoadFileDLG(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatDLG, {file, path, err, thread, sr});
+}
+
+int XRSFileIO::LoadFileNITF(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatNITF, {file, path, err, thread, sr});
+}
+
+int XRSFileIO::LoadFileNITFEx(XRSFile* file, XString path, XSpatialReference* sr, XObList& objects, int* numObjects,
+                              XString& err, XThread* thread) {
+  return LoadVectorOf(kFormatNITF, {file, path, err, thread, sr, &objects, numObjects});
+}
+
+int XRSFileIO::SaveFileTiff(XRSFile* file, XString path, int x0, int x1, int y0, int y1, XString& err,
+                            XThread* thread) {
+  return SaveAs(kFormatTIF, {file, path, x0, x1, y0, y1, err, thread});
+}
+
+int XRSFileIO::SaveFileZRM(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, XString& err,
+                           XThread* thread, int compressionMode, int writerFlag1, int writerFlag2) {
+  return SaveAs(kFormatZRM,
+                {file, path, x0, x1, y0, y1, err, thread, level, compressionMode, 0.0, writerFlag1, writerFlag2});
+}
+
+int XRSFileIO::SaveFileZRMComp(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, double quality,
+                               XString& err, XThread* thread, int writerFlag1) {
+  constexpr int kCompressed = 3, kSecondFlag = 1;
+  return SaveAs(kFormatZRM,
+                {file, path, x0, x1, y0, y1, err, thread, level, kCompressed, quality, writerFlag1, kSecondFlag});
+}
+
+int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y) {
+  bool isLonLat = false;
+  return GetGeoBounding(path, x, y, isLonLat);
+}
+
+int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y, bool& isLonLat) {
+  isLonLat = false;
+  if (!x || !y) return 0;
+  std::fill_n(x, zrk::Corners::kCount, kNotSet);
+  std::fill_n(y, zrk::Corners::kCount, kNotSet);
+  const zrk::FormatRow* const row = zrk::FindRowOfExtension(XfnGetFileExt(path));
+  if (!row || !row->bound) return 0;
+  XString err;
+  return zrk::Fenced(err, [&] { return row->bound(path, {x, y}, isLonLat); });
+}
+
+XString XRSFileIO::GetFileNameXLD(XString path) {
+  return zrk::LevelFileNameOf(path);
+}
+
+int XRSFileIO::CheckFileXLD(XRSFile* file, XString path, XString& err, XThread*) {
+  return file ? zrk::CheckLevelData(*file, path, err) : 0;
+}
+
+int XRSFileIO::CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread) {
+  return file ? zrk::CreateLevelData(*file, path, err, levelMode, thread) : 0;
+}
+
+int XRSFileIO::LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread) {
+  return file ? zrk::LoadLevelData(*file, path, err, levelMode, thread) : 0;
+}
+
+int XRSFileIO::UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err) {
+  return file && sr ? zrk::UpdateLevelSystem(*file, *sr, err) : 0;
+}
+
+bool XfnIsValidZRMLevelData(XRSFile* file) {
+  return file && zrk::HasLevelData(*file);
 }

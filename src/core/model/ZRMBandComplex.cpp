@@ -16,3 +16,11 @@ int ZRMBandComplex::CleanupMemory(int freeBuffers, int force) {
   if (inner_ && freeBuffers && IsMemoryWanted(force)) inner_->CleanupMemory(1, 1);
   return 1;
 }
+
+ZRMBandDRIO* ZRMBandComplex::GetLevelSource() {
+  return inner_ ? inner_->GetLevelSource() : nullptr;
+}
+
+ZRMBand* ZRMBandComplex::GetShownBand() {
+  return inner_.get();
+}

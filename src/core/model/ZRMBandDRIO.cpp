@@ -5,6 +5,10 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandDRIO, ZRMBand);
 ZRMBandDRIO::ZRMBandDRIO() = default;
 ZRMBandDRIO::~ZRMBandDRIO() = default;
 
+ZRMBandDRIO* ZRMBandDRIO::GetLevelSource() {
+  return this;
+}
+
 void ZRMBandDRIO::HoldLevelData(ZRMBand* levelData, ZRMBandXLD* bandXLD) {
   if (levelData != levelData_.get()) levelData_.reset(levelData);
   bandXLD_ = bandXLD;

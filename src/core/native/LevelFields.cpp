@@ -8,7 +8,6 @@
 #include "core/native/FieldLoad.h"
 #include "core/native/NativeLoad.h"
 #include "core/native/NativeXml.h"
-#include "ZRMBandComplex.h"
 
 #include <algorithm>
 #include <iterator>
@@ -72,9 +71,7 @@ void CopyStatistics(const ZRMBand& source, ZRMBand* target) {
 void TakeOver(ZRMBand& band, ZRMBand& text) {
   // Only the fields are taken. A band's own way of cloning may take pixels over as well.
   band.ZRMBand::CloneBand(&text);
-  if (band.IsKindOf(ZRMBandComplex::GetRuntimeClassStatic())) {
-    CopyStatistics(text, static_cast<ZRMBandComplex&>(band).GetInnerBand());
-  }
+  if (band.GetShownBand() != &band) CopyStatistics(text, band.GetShownBand());
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "XFormatTable.h"
 
 #include "core/dispatch/FormatTable.h"
-#include "XSpatialReference.h"
+#include "XRSFileIO.h"
 
 #include <gtest/gtest.h>
 
@@ -90,8 +90,8 @@ TEST(GetIDFromExt, DoesNotTryImageBasesOnceAMapProductIsFound) {
   EXPECT_EQ(kFormatNone, IdOf("I1ON"));
 }
 
-std::vector<std::string> WordsOf(const zrk::FormatEntry& entry) {
-  std::istringstream stream(entry.foundBy == zrk::FoundBy::kWords ? entry.format.extensions : "");
+std::vector<std::string> WordsOf(const zrk::FormatRow& row) {
+  std::istringstream stream(row.extensionRule ? "" : row.format.extensions);
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
@@ -106,14 +106,14 @@ TEST(FormatTable, HasEveryIdOnce) {
 
 TEST(FormatTable, HasNoExtensionTwice) {
   std::set<std::string> seen;
-  for (const zrk::FormatEntry& entry : zrk::GetFormatEntries()) {
-    for (const std::string& word : WordsOf(entry)) EXPECT_TRUE(seen.insert(word).second) << word;
+  for (const zrk::FormatRow* row : zrk::GetFormatRows()) {
+    for (const std::string& word : WordsOf(*row)) EXPECT_TRUE(seen.insert(word).second) << word;
   }
 }
 
 TEST(FormatTable, LeadsFromEveryExtensionToItsRow) {
-  for (const zrk::FormatEntry& entry : zrk::GetFormatEntries()) {
-    for (const std::string& word : WordsOf(entry)) EXPECT_EQ(entry.format.id, XRSFileIO::GetIDFromExt(word)) << word;
+  for (const zrk::FormatRow* row : zrk::GetFormatRows()) {
+    for (const std::string& word : WordsOf(*row)) EXPECT_EQ(row->format.id, XRSFileIO::GetIDFromExt(word)) << word;
   }
 }
 
@@ -123,10 +123,32 @@ TEST(FormatTable, NamesABandClassExactlyForRastersThatCanBeRead) {
   }
 }
 
-TEST(FormatTable, RoutesEveryRasterAndNoVectorToARasterLoader) {
-  for (const zrk::FormatEntry& entry : zrk::GetFormatEntries()) {
-    EXPECT_EQ(entry.format.isRaster, entry.loadRaster != nullptr) << entry.format.name;
-    EXPECT_FALSE(entry.format.isRaster && entry.loadVector) << entry.format.name;
+TEST(FormatTable, HasALoaderOfItsKindForEveryFormatThatCanBeRead) {
+  for (const zrk::FormatRow* row : zrk::GetFormatRows()) {
+    const tagXFormat& format = row->format;
+    EXPECT_FALSE(format.isRaster ? row->loadVector != nullptr : row->loadRaster != nullptr) << format.name;
+    EXPECT_TRUE(!format.canRead || row->loadRaster || row->loadVector) << format.name;
+  }
+}
+
+TEST(FormatTable, HasAWriterExactlyWhereItCanSave) {
+  std::set<std::string> nouns;
+  for (const zrk::FormatRow* row : zrk::GetFormatRows()) {
+    EXPECT_EQ(row->save != nullptr, row->format.writer != nullptr) << row->format.name;
+    if (row->format.writer) nouns.insert(row->format.writer->noun);
+  }
+  EXPECT_EQ((std::set<std::string>{"native raster", "TIFF file"}), nouns);
+}
+
+TEST(FormatTable, TellsWholeDecodingAndItsWorkTogether) {
+  for (const zrk::FormatRow* row : zrk::GetFormatRows()) {
+    EXPECT_EQ(row->isDecodedWhole != nullptr, row->decodeWhole != nullptr) << row->format.name;
+  }
+}
+
+TEST(FormatTable, KnowsEveryRasterThatCanBeReadByItsFirstBytes) {
+  for (const tagXFormat& format : XfnGetFormats()) {
+    EXPECT_TRUE(format.isKnownByContent || !format.isRaster || !format.canRead) << format.name;
   }
 }
 
@@ -141,48 +163,6 @@ TEST(FormatTable, IsFoundById) {
 
 TEST(FormatTable, HasNoRowForOtherIds) {
   for (const int id : {-1, 0, 0x64, 0x76, 0x3E8, 0x3F0}) EXPECT_EQ(nullptr, XfnFindFormat(id)) << id;
-}
-
-// Loaders of the three raster and the two vector forms, which tell what the route handed them.
-
-int sum = 0;
-XSpatialReference* lastSystem = nullptr;
-
-int TakesBothInts(XRSFile*, XString, XString&, int calcStatistics, int levelMode, XThread*) {
-  sum = 10 * calcStatistics + levelMode;
-  return 1;
-}
-int TakesOneInt(XRSFile*, XString, XString&, int calcStatistics, XThread*) {
-  sum = 100 * calcStatistics;
-  return 2;
-}
-int TakesNoInt(XRSFile*, XString path, XString& err, XThread*) {
-  err = path;
-  return 3;
-}
-int TakesSystem(XRSFile*, XString, XSpatialReference* sr, XString&, XThread*) {
-  lastSystem = sr;
-  return 4;
-}
-
-TEST(FormatRoute, HandsARasterLoaderTheIntsOfItsSignature) {
-  XString err;
-  EXPECT_EQ(1, zrk::RouteRaster<TakesBothInts>(nullptr, "p", err, 4, 2, nullptr));
-  EXPECT_EQ(42, sum);
-  EXPECT_EQ(2, zrk::RouteRaster<TakesOneInt>(nullptr, "p", err, 4, 2, nullptr));
-  EXPECT_EQ(400, sum);
-  EXPECT_EQ(3, zrk::RouteRaster<TakesNoInt>(nullptr, "p", err, 4, 2, nullptr));
-  EXPECT_EQ(XString("p"), err);
-}
-
-TEST(FormatRoute, HandsAVectorLoaderTheSystemWhereItTakesOne) {
-  XString err;
-  XSpatialReference wgs84;
-  XSpatialReference* const system = &wgs84;
-  EXPECT_EQ(4, zrk::RouteVector<TakesSystem>(nullptr, "p", system, err, nullptr));
-  EXPECT_EQ(system, lastSystem);
-  EXPECT_EQ(3, zrk::RouteVector<TakesNoInt>(nullptr, "q", system, err, nullptr));
-  EXPECT_EQ(XString("q"), err);
 }
 
 }  // namespace

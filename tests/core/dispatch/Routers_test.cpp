@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -127,13 +128,18 @@ TEST(LoadFileBIL, AndItsTwoKinAddNothingAndSucceed) {
   EXPECT_EQ(XString("as it was"), err);
 }
 
-TEST(SaveFile, RefusesANullDataset) {
+TEST(SaveFile, AnswersNoDatasetAndNoPathWithoutASentence) {
   using IO = XRSFileIO;
-  EXPECT_EQ(kNoFile, Refusal([](XString& e) { return IO::SaveFileTiff(nullptr, "x", 0, 1, 0, 1, e, nullptr); }));
-  EXPECT_EQ(kNoFile,
-            Refusal([](XString& e) { return IO::SaveFileZRM(nullptr, "x", 0, 0, 1, 0, 1, e, nullptr, 0, 0, 0); }));
-  EXPECT_EQ(kNoFile,
-            Refusal([](XString& e) { return IO::SaveFileZRMComp(nullptr, "x", 0, 0, 1, 0, 1, 0.0, e, nullptr, 0); }));
+  XRSFile file;
+  const auto save = [](XRSFile* dataset, const char* path) {
+    return std::vector<std::string>{
+        Refusal([&](XString& e) { return IO::SaveFileTiff(dataset, path, 0, 1, 0, 1, e, nullptr); }),
+        Refusal([&](XString& e) { return IO::SaveFileZRM(dataset, path, 0, 0, 1, 0, 1, e, nullptr, 0, 0, 0); }),
+        Refusal([&](XString& e) { return IO::SaveFileZRMComp(dataset, path, 0, 0, 1, 0, 1, 0.0, e, nullptr, 0); })};
+  };
+  const std::vector<std::string> nothing(3, "nothing said");
+  EXPECT_EQ(nothing, save(nullptr, "x"));
+  EXPECT_EQ(nothing, save(&file, ""));
 }
 
 TEST(SaveFile, NeedsABand) {

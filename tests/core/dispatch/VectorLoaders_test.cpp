@@ -1,4 +1,4 @@
-#include "core/dispatch/VectorLoad.h"
+#include "core/load/VectorLoad.h"
 #include "TempFolder.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
@@ -26,7 +26,7 @@ ZRMVand* MakeCounted() {
 class LoadVector : public testing::Test {
  protected:
   int Load(const zrk::VectorSteps& steps, zrk::VandMaker maker = &MakeCounted) {
-    return zrk::LoadVector({&file_, path_, err_, nullptr}, steps, maker);
+    return zrk::LoadVector({.file = &file_, .path = path_, .err = err_, .thread = nullptr}, steps, maker);
   }
   XRSFile file_;
   XString path_ = "/a/b.shp";

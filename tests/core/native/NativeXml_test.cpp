@@ -1,6 +1,6 @@
 #include "core/native/NativeXml.h"
 
-#include "NativeSamples.h"
+#include "NativeFields.h"
 #include "XLimits.h"
 
 #include <gmock/gmock.h>

@@ -3,7 +3,7 @@
 
 #include "ByteFlips.h"
 #include "FaultyDisk.h"
-#include "NativeSamples.h"
+#include "NativeFields.h"
 #include "TempFolder.h"
 #include "XEPOT2D.h"
 

@@ -1,6 +1,6 @@
 // What is written comes back: the fields of bands and datasets, by way of a native raster file and of a level file.
 
-#include "NativeSamples.h"
+#include "NativeFields.h"
 #include "TempFolder.h"
 #include "XEPOT2D.h"
 #include "ZRMBandComplex.h"

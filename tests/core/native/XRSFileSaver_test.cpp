@@ -2,7 +2,7 @@
 
 #include "FaultyDisk.h"
 #include "LevelDataset.h"
-#include "NativeSamples.h"
+#include "NativeFields.h"
 #include "TempFolder.h"
 #include "XEPOT2D.h"
 

@@ -1,6 +1,6 @@
 #include "core/native/XmlValues.h"
 
-#include "NativeSamples.h"
+#include "NativeFields.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -17,6 +17,12 @@ std::string MakeImageSubheader() {
 
 }  // namespace
 
+std::set<int> RpfFrameBuilder::AllButOne() {
+  std::set<int> subframes;
+  for (int i = 0; i < 35; ++i) subframes.insert(i);
+  return subframes;
+}
+
 RpfFrameBuilder& RpfFrameBuilder::LittleEndian() {
   littleEndian_ = true;
   return *this;

@@ -11,6 +11,9 @@
 /// compressed can be read by GDAL too.
 class RpfFrameBuilder {
  public:
+  /// All subframes but the last, for `Absent`.
+  static std::set<int> AllButOne();
+
   static constexpr int kSide = 1536;
 
   /// The code of 4 x 4 pixels, counted in such blocks from the top left of the frame.

@@ -1,0 +1,30 @@
+#pragma once
+
+/// What a file is, by its extension, by its first bytes, or by the caller's word.
+enum XFormatId {
+  kFormatNone = -1,
+  kFormatZRM = 0x65,
+  kFormatTIF = 0x66,
+  kFormatJPG = 0x67,
+  kFormatBMP = 0x68,
+  kFormatDTED = 0x69,
+  kFormatSID = 0x6A,
+  kFormatJP2 = 0x6B,
+  kFormatCIB = 0x6C,
+  kFormatCADRG = 0x6D,
+  kFormatHAWK = 0x6E,
+  kFormatNITFIMG = 0x6F,
+  kFormatHFA = 0x70,
+  kFormatHDF4 = 0x71,
+  kFormatECW = 0x72,
+  kFormatPBI = 0x73,
+  kFormatPBE = 0x74,
+  kFormatTXID = 0x75,
+  kFormatXVC = 0x3E9,
+  kFormatSHP = 0x3EA,
+  kFormatDGN = 0x3EB,
+  kFormatDLG = 0x3EC,
+  kFormatDXF = 0x3ED,
+  kFormatNITF = 0x3EE,
+  kFormatKML = 0x3EF,
+};

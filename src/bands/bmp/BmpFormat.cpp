@@ -1,0 +1,29 @@
+#include "core/load/FirstBytes.h"
+#include "core/load/RasterLoad.h"
+#include "XFormatId.h"
+#include "ZRMBandBMP.h"
+
+namespace zrk {
+namespace {
+
+struct Bitmap {
+  using Band = ZRMBandBMP;
+  static constexpr ChannelNames kNames = ChannelNames::kPlain;
+  static constexpr const char* kWorldFile = ".bmw";
+};
+
+/// "BM" begins other texts too. The length of the info header, of which only the lowest byte is not 0, tells it apart.
+bool IsBmp(FileHead head) {
+  constexpr std::size_t kInfoLength = 14;
+  return StartsWith(head, "BM") && HasBytesAt(head, kInfoLength + 1, std::string_view("\0\0\0", 3)) &&
+         head[kInfoLength] >= 12;
+}
+
+}  // namespace
+
+extern const FormatRow kBmpFormat;
+constinit const FormatRow kBmpFormat = {.format = {kFormatBMP, "Windows bitmap", "bmp", true, true, "ZRMBandBMP"},
+                                        .isContent = &IsBmp,
+                                        .loadRaster = &LoadRaster<Bitmap>};
+
+}  // namespace zrk

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "core/load/FormatRow.h"
+
+namespace zrk {
+
+/// The corners that a file lists, of which only the tags are read. 0 where it can't be opened or has no geokeys.
+int BoundTiff(const XString& path, const Corners& corners, bool& isLonLat);
+
+}  // namespace zrk

@@ -1,0 +1,114 @@
+// What is done through a row: loads, saves and questions, for callers that do not know which format they have.
+
+#include "base/Fence.h"
+#include "core/dispatch/FormatTable.h"
+#include "core/load/Outcome.h"
+#include "XRSFile.h"
+#include "ZRMBand.h"
+
+namespace {
+
+/// As `XRSFile2ZRM` numbers them.
+constexpr int kKeepSamples = 100, kCompressed = 3;
+
+int FailWith(XString& err, const XString& sentence) {
+  err = sentence;
+  return 0;
+}
+
+/// The row of a band, where there is a band.
+const zrk::FormatRow* RowOf(const ZRMBand* band) {
+  return band ? zrk::FindRowOfBand(*band) : nullptr;
+}
+
+zrk::SaveCall MakeSaveCall(XRSFile* file, const XString& path, const tagXSaveOptions& options, XString& err,
+                           XThread* thread) {
+  return {.file = file,
+          .path = path,
+          .x0 = options.x0,
+          .x1 = options.x1,
+          .y0 = options.y0,
+          .y1 = options.y1,
+          .err = err,
+          .thread = thread,
+          .level = options.levels,
+          .compressionMode = options.maxError ? kCompressed : kKeepSamples,
+          .quality = options.maxError.value_or(0.0),
+          .writerFlag1 = 0,
+          .writerFlag2 = 1};
+}
+
+}  // namespace
+
+namespace zrk {
+namespace {
+
+/// The sentence for a row that can't load just now; empty where it can.
+XString WhyNotLoaded(const FormatRow& row) {
+  const char* const absentCodec = row.tellAbsentCodec ? row.tellAbsentCodec() : nullptr;
+  if (absentCodec) return absentCodec;
+  if (row.loadRaster || row.loadVector) return "";
+  XString sentence;
+  sentence.Format("%s files can't be read by this build", row.format.name);
+  return sentence;
+}
+
+}  // namespace
+
+int LoadRasterBy(const FormatRow* row, const RasterCall& call) {
+  if (!call.file) return FailWith(call.err, kNotValidFile);
+  if (!row || !row->format.isRaster) return FailWith(call.err, kNotSupportedType);
+  const XString refusal = WhyNotLoaded(*row);
+  return refusal.IsEmpty() ? row->loadRaster(call) : FailWith(call.err, refusal);
+}
+
+int LoadVectorBy(const FormatRow* row, const VectorCall& call) {
+  if (!call.file) return FailWith(call.err, kNotValidFile);
+  if (!row || row->format.isRaster) return FailWith(call.err, kNotSupportedType);
+  const XString refusal = WhyNotLoaded(*row);
+  return refusal.IsEmpty() ? row->loadVector(call) : FailWith(call.err, refusal);
+}
+
+}  // namespace zrk
+
+int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread, const tagXOpenOptions& options) {
+  if (!file) return FailWith(err, zrk::kNotValidFile);
+  const zrk::FormatRow* const row = zrk::FindRowOfFile(path);
+  if (!row) return FailWith(err, "The format can't be told from the file's extension or its first bytes");
+  const int isLoaded =
+      row->format.isRaster
+          ? zrk::LoadRasterBy(row, {file, path, err, options.calcStatistics, options.levelMode, thread})
+          : zrk::LoadVectorBy(row, {.file = file, .path = path, .err = err, .thread = thread, .sr = options.sr});
+  if (isLoaded) err.Empty();
+  return isLoaded;
+}
+
+int XfnSaveFile(XRSFile* file, const XString& path, int id, const tagXSaveOptions& options, XString& err,
+                XThread* thread) {
+  const zrk::FormatRow* const row = zrk::FindFormatRow(id);
+  if (!row || !row->save) return FailWith(err, zrk::kNotSupportedType);
+  return row->save(MakeSaveCall(file, path, options, err, thread));
+}
+
+bool XfnIsDecodedWhole(ZRMBand* band) {
+  const zrk::FormatRow* const row = RowOf(band);
+  return row && row->isDecodedWhole && row->isDecodedWhole(*band);
+}
+
+int XfnDecodeWhole(ZRMBand* band, XThread* thread) {
+  return XfnIsDecodedWhole(band) ? RowOf(band)->decodeWhole(*band, thread) : 1;
+}
+
+tagXFormatNotes XfnDescribeFormat(ZRMBand* first, bool isVerbose) {
+  tagXFormatNotes notes;
+  const zrk::FormatRow* const row = RowOf(first);
+  if (row && row->describe) row->describe(*first, isVerbose, notes);
+  return notes;
+}
+
+tagXFormatNotes XfnDescribeFormatOfBand(ZRMBand* band) {
+  tagXFormatNotes notes;
+  const zrk::FormatRow* const row = RowOf(band);
+  if (row && row->describeBand) row->describeBand(*band, notes);
+  return notes;
+}

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "tagXFormat.h"
+#include "XObList.h"
+#include "XString.h"
+
+#include <array>
+#include <span>
+
+class XRSFile;
+class XSpatialReference;
+class XThread;
+class ZRMBand;
+struct tagXFormatNotes;
+
+// All that others need to know of a format stands in its row, which lies in the format's own folder as a constant named
+// for it, as `kBmpFormat`. The table in core/dispatch lists the rows. A member that a format has no answer for stays
+// null, and the format is then treated as its comment says.
+
+namespace zrk {
+
+/// What the caller of a raster loader asked for. The dataset may be null.
+struct RasterCall {
+  XRSFile* file;
+  const XString& path;
+  XString& err;
+  int calcStatistics;
+  int levelMode;
+  XThread* thread;
+};
+
+/// What the caller of a vector loader asked for.
+struct VectorCall {
+  XRSFile* file;
+  const XString& path;
+  XString& err;
+  XThread* thread;
+  const XSpatialReference* sr = nullptr;  ///< the caller's system, for files that know none
+  XObList* objects = nullptr;             ///< see `ZRMVand::LoadFileEx`; null for a plain load
+  int* numObjects = nullptr;
+};
+
+/// What is to be saved, and how. Writers without levels or compression pass over what they do not take.
+struct SaveCall {
+  XRSFile* file;
+  const XString& path;
+  int x0, x1, y0, y1;
+  XString& err;
+  XThread* thread;
+  int level = 0;
+  int compressionMode = 0;
+  double quality = 0.0;
+  int writerFlag1 = 0;
+  int writerFlag2 = 0;
+};
+
+/// The four corners that `XRSFileIO::GetGeoBounding` fills.
+struct Corners {
+  static constexpr int kCount = 4;
+  double* x;
+  double* y;
+
+  void Set(int corner, double cornerX, double cornerY) const {
+    x[corner] = cornerX;
+    y[corner] = cornerY;
+  }
+};
+
+/// How an extension in capitals leads to a format by more than its words.
+struct ExtensionRule {
+  bool (*takes)(const XString& upperExt);
+  /// Whether the extension is this format's or nobody's, whatever the other rules say; may be null.
+  bool (*claims)(const XString& upperExt) = nullptr;
+};
+
+/// The first bytes of a file, all of it where it is shorter.
+using FileHead = std::span<const unsigned char>;
+inline constexpr int kFileHeadBytes = 4096;
+
+struct FormatRow {
+  tagXFormat format;
+
+  // How a file is recognised.
+
+  /// Null where the words in `format.extensions` lead to the format, if there are any.
+  const ExtensionRule* extensionRule = nullptr;
+  /// Whether a file begins as this format's do. Null where first bytes tell nothing.
+  bool (*isContent)(FileHead head) = nullptr;
+  /// Whether a file may be of this format if its extension says so; null where that is what `isContent` tells.
+  bool (*mayBeContent)(FileHead head) = nullptr;
+
+  // How it is opened. One of the two, or none where this build can't read the format.
+
+  int (*loadRaster)(const RasterCall& call) = nullptr;
+  int (*loadVector)(const VectorCall& call) = nullptr;
+  /// Whether `LoadFileVector` takes the id.
+  bool isRouted = true;
+  /// The sentence about a decoder that is found at run time and is not there; null where it is.
+  const char* (*tellAbsentCodec)() = nullptr;
+
+  // What else can be done with its files and bands.
+
+  /// The corners of a file, without a look at its pixels; `isLonLat` is false before the call.
+  int (*bound)(const XString& path, const Corners& corners, bool& isLonLat) = nullptr;
+  /// Null exactly where `format.writer` is.
+  int (*save)(const SaveCall& call) = nullptr;
+  /// Whether the band's image is decoded as a whole and kept, and that decoding. Both null where windows are decoded.
+  bool (*isDecodedWhole)(ZRMBand& band) = nullptr;
+  int (*decodeWhole)(ZRMBand& band, XThread* thread) = nullptr;
+  /// What the format tells of a file by its first band, and of each band; more where `isVerbose`.
+  void (*describe)(ZRMBand& first, bool isVerbose, tagXFormatNotes& notes) = nullptr;
+  void (*describeBand)(ZRMBand& band, tagXFormatNotes& notes) = nullptr;
+};
+
+}  // namespace zrk

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "base/Fence.h"
+#include "core/load/FormatRow.h"
+#include "core/load/Outcome.h"
+#include "XString.h"
+#include "ZRMBand.h"
+
+#include <concepts>
+#include <memory>
+#include <vector>
+
+// The shape that raster loaders share. A loader is this shape over a small record about its format:
+//
+//   struct Bitmap {
+//     using Band = ZRMBandBMP;                                        // made as Band(master), null for the master
+//     static constexpr ChannelNames kNames = ChannelNames::kPlain;
+//     static constexpr const char* kWorldFile = ".bmw";               // null where the file places itself
+//   };
+//   LoadRaster<Bitmap>(call);
+//
+// A band that is made without a master is the only one of its file.
+
+namespace zrk {
+
+/// "Channel 1", or the same behind the file's name: "a.tif : Channel 1".
+enum class ChannelNames { kPlain, kWithFileName };
+
+XString MakeChannelName(ChannelNames names, const XString& path, int number);
+
+/// Places every band of the dataset by the world file beside the image, or as plain pixels where there is none. The
+/// world file's name is the path with its last four characters replaced by `extension`, however long the path's own
+/// extension is.
+void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension);
+
+/// What follows once the bands are in the dataset: names, level data, and statistics where no level data brought them.
+/// Neither fails the load.
+void FinishRaster(const RasterCall& call);
+
+using Channels = std::vector<std::unique_ptr<ZRMBand>>;
+
+/// Opens a file as a master with its followers; empty, with the reader's reason in `err`, where it can't be.
+template <class Band>
+Channels OpenChannels(ChannelNames names, const RasterCall& call) {
+  Channels channels;
+  auto master = std::make_unique<Band>(nullptr);
+  Band* const shared = master.get();
+  shared->SetBandName(MakeChannelName(names, call.path, 1));
+  shared->SetChannel(0);
+  if (!shared->ReadFile(call.path, call.err, call.thread)) return channels;
+  channels.push_back(std::move(master));
+  for (int channel = 1; channel < shared->GetNumChannels(); ++channel) {
+    auto follower = std::make_unique<Band>(shared);
+    follower->SetBandName(MakeChannelName(names, call.path, channel + 1));
+    follower->SetChannel(channel);
+    channels.push_back(std::move(follower));
+  }
+  return channels;
+}
+
+/// The same for a format of one channel, whose band knows neither master nor channel.
+template <std::default_initializable Band>
+Channels OpenChannels(ChannelNames names, const RasterCall& call) {
+  Channels channels;
+  auto band = std::make_unique<Band>();
+  band->SetBandName(MakeChannelName(names, call.path, 1));
+  if (band->ReadFile(call.path, call.err, call.thread)) channels.push_back(std::move(band));
+  return channels;
+}
+
+/// Moves the channels into the dataset, in order.
+void AddChannels(XRSFile& file, Channels channels);
+
+/// The shape of the loaders whose bands never have level data: statistics come before the bands are in the dataset.
+int LoadFrame(const RasterCall& call, Channels (*open)(const RasterCall& call));
+
+template <class Format>
+int LoadRaster(const RasterCall& call) {
+  if (!call.file) {
+    call.err = kNotValidFile;
+    return 0;
+  }
+  return Fenced(call.err, [&call] {
+    Channels channels = OpenChannels<typename Format::Band>(Format::kNames, call);
+    if (channels.empty()) return 0;
+    AddChannels(*call.file, std::move(channels));
+    if (Format::kWorldFile) PlaceByWorldFile(*call.file, call.path, Format::kWorldFile);
+    FinishRaster(call);
+    return 1;
+  });
+}
+
+}  // namespace zrk

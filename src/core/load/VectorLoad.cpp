@@ -1,0 +1,37 @@
+#include "core/load/VectorLoad.h"
+
+#include "base/Fence.h"
+#include "core/load/Outcome.h"
+#include "XRSFile.h"
+
+#include <memory>
+#include <new>
+
+namespace zrk {
+
+ZRMVand* NewVand() {
+  return new (std::nothrow) ZRMVand;
+}
+
+int LoadVector(const VectorCall& call, const VectorSteps& steps, VandMaker makeVand) {
+  if (!call.file) {
+    call.err = kNotValidFile;
+    return 0;
+  }
+  return Fenced(call.err, [&] {
+    std::unique_ptr<ZRMVand> vand(makeVand());
+    if (!vand) {
+      call.err = "Unable to call new ZRMVand()";
+      return 0;
+    }
+    steps.beforeLoad(*vand);
+    if (!steps.load(*vand)) return 0;
+    steps.afterLoad(*vand);
+    call.file->AddVand(vand.release());
+    call.file->SetName(call.path);
+    call.file->SetFilePath(call.path);
+    return 1;
+  });
+}
+
+}  // namespace zrk

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "output/PngWriter.h"
+#include "XThread.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+// What a format brings to the program beyond what all datasets can do. Its folder under formats/ has the sources, and
+// one of them, named <Name>Tools.cpp, defines `extern const FormatTools k<Name>Tools`, which the build collects.
+
+/// A picture that is asked for.
+struct ViewRequest {
+  std::string file;
+  std::string output;
+  int maxSize = 1024;
+  bool hasBands = false;  ///< channels were chosen
+  bool isShaded = false;
+};
+
+struct FormatTools {
+  /// Declares subcommands, as those of commands/Commands.h do.
+  void (*addCommands)(CLI::App& program, int& status);
+  /// Makes the picture of a file that is no raster. Nothing where the file is none of the format's; otherwise whether
+  /// that went well, with the shape of the picture, or with the reason in `err`.
+  std::optional<bool> (*view)(const ViewRequest& request, XThread& thread, PngShape& shape, std::string& err);
+};
+
+std::span<const FormatTools* const> AllFormatTools();

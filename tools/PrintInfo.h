@@ -1,6 +1,0 @@
-#pragma once
-
-#include "Json.h"
-
-/// Prints what `DescribeDataset` tells, for people.
-void PrintInfo(const Json& json);

@@ -1,0 +1,69 @@
+#include "WritableFormats.h"
+
+#include "XFormatTable.h"
+#include "XPath.h"
+#include "XRSFileIO.h"
+
+#include <cctype>
+#include <sstream>
+#include <vector>
+
+namespace {
+
+/// With `last` before the last one and commas between the others.
+std::string Join(const std::vector<std::string>& texts, const std::string& last) {
+  std::string joined;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (i > 0) joined += i + 1 == texts.size() ? last : ", ";
+    joined += texts[i];
+  }
+  return joined;
+}
+
+/// The words of a format's extensions, each behind `head`.
+std::vector<std::string> ExtensionsOf(const tagXFormat& format, const std::string& head) {
+  std::istringstream stream(format.extensions);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) words.push_back(head + word);
+  return words;
+}
+
+/// What `tell` says of each format that has a writer; with `takes` of those only whose writers do.
+template <class Tell>
+std::vector<std::string> TellEach(bool tagXFormatWriter::*takes, Tell tell) {
+  std::vector<std::string> texts;
+  for (const tagXFormat& format : XfnGetFormats()) {
+    if (format.writer && (!takes || format.writer->*takes)) texts.push_back(tell(format));
+  }
+  return texts;
+}
+
+}  // namespace
+
+const tagXFormat* FindWritableFormat(const std::string& path) {
+  const tagXFormat* const format = XfnFindFormat(XRSFileIO::GetIDFromExt(XfnGetFileExt(path)));
+  return format && format->writer ? format : nullptr;
+}
+
+std::string ListWritableFormats(bool tagXFormatWriter::*takes) {
+  const auto tell = [](const tagXFormat& format) {
+    return std::string(format.writer->plural) + " (" + Join(ExtensionsOf(format, "."), ", ") + ")";
+  };
+  return Join(TellEach(takes, tell), " and ");
+}
+
+std::string TitleWritableFormats(bool tagXFormatWriter::*takes) {
+  std::string title = Join(TellEach(takes, [](const tagXFormat& f) { return std::string(f.writer->plural); }), " and ");
+  if (!title.empty()) title[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(title[0])));
+  return title;
+}
+
+std::string NameWritableFiles() {
+  return Join(TellEach(nullptr, [](const tagXFormat& format) { return std::string("a ") + format.writer->noun; }),
+              " or ");
+}
+
+std::string ListWritableExtensions() {
+  return Join(TellEach(nullptr, [](const tagXFormat& format) { return Join(ExtensionsOf(format, ""), " or "); }),
+              ", or ");
+}

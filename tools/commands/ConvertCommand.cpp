@@ -1,0 +1,203 @@
+// zrkio convert: an image, or a window or some channels of it, as a file of a format that has a writer. What the writer
+// can take is asked of the table of formats.
+
+#include "commands/Commands.h"
+#include "commands/SharedOptions.h"
+#include "Dataset.h"
+#include "DatasetView.h"
+#include "Job.h"
+#include "output/Text.h"
+#include "output/TiffTarget.h"
+#include "Window.h"
+#include "WorkReport.h"
+#include "WritableFormats.h"
+#include "XFormatTable.h"
+#include "XPath.h"
+
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+
+namespace {
+
+/// The share of decoding where an image is decoded as a whole.
+constexpr int kDecodePercent = 30;
+/// More than an image can have; it is written with as many as it can.
+constexpr int kMaxLevels = 30;
+
+struct Options {
+  std::string input;
+  std::string output;
+  std::vector<int> window;
+  std::vector<int> bands;
+  std::optional<int> levels;
+  std::optional<double> maxError;
+  int workers = 0;
+};
+
+/// What is converted.
+struct Source {
+  std::unique_ptr<XRSFile> file;
+  std::unique_ptr<XRSFile> view;  ///< of `file`; null where all its bands are taken as they are
+  Window window;
+
+  XRSFile& Chosen() const { return view ? *view : *file; }
+};
+
+/// The format of the output, which its extension tells; null with the reason where it can't be written.
+const tagXFormat* FindTargetFormat(const std::string& path, std::string& err) {
+  const tagXFormat* const format = FindWritableFormat(path);
+  if (!format) err = "can't write " + path + ": only " + ListWritableFormats() + " can be written";
+  return format;
+}
+
+std::int64_t CountSampleBytes(const XRSFile& file, const Window& window) {
+  std::int64_t count = 0;
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    count += std::int64_t{window.Width()} * window.Height() * file.GetBandAt(i)->GetDataSize();
+  }
+  return count;
+}
+
+bool Open(const Options& options, Source& source, XThread& thread, std::string& err) {
+  source.file = OpenRaster(options.input, thread, err);
+  if (!source.file) return false;
+  if (!options.bands.empty()) {
+    source.view = MakeDatasetView(*source.file, options.bands, err);
+    if (!source.view) return false;
+  }
+  return FindWindow(*source.Chosen().GetBandAt(0), options.window, source.window, err);
+}
+
+/// A compressing writer takes the percentages into its own hands, so that no share of them can be kept from it.
+bool Save(const Source& source, const Options& options, const tagXFormat& format, const std::string& path,
+          XThread& thread, std::string& err) {
+  if (!options.maxError && !DecodeAhead(*source.file->GetBandAt(0), kDecodePercent, thread, err)) return false;
+  const Window& w = source.window;
+  const tagXSaveOptions what{w.x0, w.x1, w.y0, w.y1, options.levels.value_or(kMaxLevels), options.maxError};
+  XString reason;
+  if (XfnSaveFile(&source.Chosen(), path, format.id, what, reason, &thread)) return true;
+  err = reason.IsEmpty() ? std::string("the ") + format.writer->noun + " can't be made" : reason.AsStdString();
+  return false;
+}
+
+bool WriteAlone(const Source& source, const Options& options, const tagXFormat& format, XThread& thread,
+                std::string& err) {
+  TargetFile target;
+  return target.Begin(options.output, options.input, err) &&
+         Save(source, options, format, target.GetUnfinishedPath(), thread, err) && target.Commit(err);
+}
+
+/// Samples of other types would come out as unsigned numbers that mean nothing. `numbers` are those of the bands in the
+/// image, empty for all.
+bool HasSamplesFor(const tagXFormatWriter& writer, const XRSFile& file, const std::vector<int>& numbers,
+                   std::string& err) {
+  for (int i = 0; i < file.GetNumOfBands() && !writer.takesAllTypes; ++i) {
+    const int dataType = file.GetBandAt(i)->GetDataType();
+    if (dataType >= kPint08 && dataType <= kReal64) continue;
+    const int number = numbers.empty() ? i + 1 : numbers[static_cast<std::size_t>(i)];
+    err = std::string("only integer and real samples can be written to a ") + writer.noun + ", and band " +
+          std::to_string(number) + " has others";
+    return false;
+  }
+  return true;
+}
+
+bool WriteWithWorldFile(const Source& source, const Options& options, const tagXFormat& format, XThread& thread,
+                        std::string& err) {
+  TiffTarget target;
+  const ZRMBand& first = *source.Chosen().GetBandAt(0);
+  return target.Begin(options.output, options.input, first, err) &&
+         Save(source, options, format, target.GetUnfinishedPath(), thread, err) &&
+         target.TellPlace(first, source.window, err) && target.Commit(err);
+}
+
+bool Convert(const Options& options, XThread& thread, WorkReport& report, std::string& err) {
+  Source source;
+  const tagXFormat* const format = FindTargetFormat(options.output, err);
+  if (!format || !Open(options, source, thread, err)) return false;
+  report = WorkReport(CountSampleBytes(source.Chosen(), source.window));
+  if (!HasSamplesFor(*format->writer, source.Chosen(), options.bands, err)) return false;
+  const auto write = format->writer->worldFile ? &WriteWithWorldFile : &WriteAlone;
+  if (!write(source, options, *format, thread, err)) return false;
+  report.Finish(options.output);
+  return true;
+}
+
+int Run(const Options& options) {
+  UseWorkers(options.workers);
+  WorkReport report;
+  const JobResult result =
+      RunJob(options.input, [&](XThread& thread, std::string& err) { return Convert(options, thread, report, err); });
+  if (!result.isDone) return 1;
+  std::fprintf(stderr, "%s: %s\n", Printable(options.output).c_str(), report.GetText().c_str());
+  return 0;
+}
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio convert earth.jpg earth.zrm\n"
+    "  zrkio convert earth.jpg small.zrm --max-error 2\n"
+    "  zrkio convert earth.jpg africa.tif --window 896,1279,192,575\n"
+    "  zrkio convert earth.jpg turned.tif --bands 3,2,1\n";
+
+void AddWriterOptions(CLI::App& command, Options& options) {
+  command
+      .add_option("--levels", options.levels,
+                  TitleWritableFormats(&tagXFormatWriter::takesLevels) +
+                      ": how many reduced levels are written, at\n"
+                      "most; unless given, as many as there can be")
+      ->check(CLI::Range(0, kMaxLevels).description(""))
+      ->type_name("N");
+  command
+      .add_option("--max-error", options.maxError,
+                  TitleWritableFormats(&tagXFormatWriter::takesMaxError) +
+                      ": compress, no sample being off by more than\n"
+                      "this; 0 is lossless. Unless given, samples are kept as they\n"
+                      "are.")
+      ->type_name("E");
+}
+
+/// Refuses an option that was given where the writer of the output does not take it.
+void CheckTaken(const char* name, bool isGiven, const tagXFormatWriter& writer, bool tagXFormatWriter::*takes) {
+  if (!isGiven || writer.*takes) return;
+  throw CLI::ValidationError(name, "belongs to " + ListWritableFormats(takes) + ", not to " + writer.plural);
+}
+
+void CheckUsage(const Options& options) {
+  if (options.maxError && !(*options.maxError >= 0.0 && std::isfinite(*options.maxError))) {
+    throw CLI::ValidationError("--max-error", "takes a number from 0 on");
+  }
+  const tagXFormat* const format = FindWritableFormat(options.output);
+  if (!format) return;
+  CheckTaken("--levels", options.levels.has_value(), *format->writer, &tagXFormatWriter::takesLevels);
+  CheckTaken("--max-error", options.maxError.has_value(), *format->writer, &tagXFormatWriter::takesMaxError);
+}
+
+}  // namespace
+
+void AddConvertCommand(CLI::App& program, int& status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = program.add_subcommand("convert", "Write an image as " + NameWritableFiles());
+  command->footer(kExamples);
+  command->add_option("IN", options->input, "A raster file")->required()->type_name("");
+  command->add_option("OUT", options->output, "The file to write, by its extension: " + ListWritableExtensions())
+      ->required()
+      ->type_name("");
+  AddWindowOption(*command, options->window);
+  command
+      ->add_option("--bands", options->bands,
+                   "The channels, counted from 1, in the order in which they are\n"
+                   "written; all unless given")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::Range(1, INT_MAX).description(""))
+      ->type_name("BANDS");
+  AddWriterOptions(*command, *options);
+  AddWorkersOption(*command, options->workers);
+  command->callback([options, &status] {
+    CheckUsage(*options);
+    status = Run(*options);
+  });
+}

@@ -1,0 +1,196 @@
+// zrkio levels: level files, which hold the reduced levels and the statistics of images beside them.
+
+#include "commands/Commands.h"
+#include "commands/SharedOptions.h"
+#include "Dataset.h"
+#include "Interrupt.h"
+#include "Job.h"
+#include "LevelFile.h"
+#include "output/TargetFile.h"
+#include "output/Text.h"
+#include "WorkReport.h"
+#include "XRSFileIO.h"
+#include "XSystemFit.h"
+#include "ZRMBandDRIO.h"
+
+#include <charconv>
+#include <cstdio>
+
+namespace {
+
+/// The share of decoding where an image is decoded as a whole.
+constexpr int kDecodePercent = 50;
+
+struct Options {
+  std::vector<std::string> files;
+  bool statsOnly = false;
+  bool force = false;
+  bool check = false;
+  std::string srs;
+  int workers = 0;
+};
+
+/// Names the file that the library writes before it is whole, for as long as it may be there.
+class UnfinishedFile {
+ public:
+  explicit UnfinishedFile(const std::string& path) { SetUnfinishedFile(path); }
+  ~UnfinishedFile() { SetUnfinishedFile(""); }
+  UnfinishedFile(const UnfinishedFile&) = delete;
+  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+};
+
+/// Opens an image that can have a level file.
+std::unique_ptr<XRSFile> OpenImage(const std::string& path, XThread& thread, std::string& err) {
+  std::unique_ptr<XRSFile> file = OpenRaster(path, thread, err);
+  if (!file || file->GetBandAt(0)->GetLevelSource()) return file;
+  err = "a native raster has levels of its own";
+  return nullptr;
+}
+
+const char* NameKind(LevelFileKind kind) {
+  return kind == LevelFileKind::kFull ? "levels and statistics" : "statistics only";
+}
+
+/// Why the level file of a dataset was not attached when it was opened.
+std::string WhyNotUsable(XRSFile& file, const std::string& path, XThread& thread) {
+  XString reason;
+  if (XRSFileIO::CheckFileXLD(&file, path, reason, &thread)) return "the levels in the level file are not the image's";
+  return reason.IsEmpty() ? "the level file is cut short" : reason.AsStdString();
+}
+
+bool IsWanted(LevelFileKind kind, ZRMBand& first, bool statsOnly) {
+  if (kind == LevelFileKind::kShort) return statsOnly || first.GetLevel() == 0;
+  return kind == LevelFileKind::kFull;
+}
+
+std::int64_t CountSampleBytes(const XRSFile& file) {
+  std::int64_t count = 0;
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    const ZRMBand& band = *file.GetBandAt(i);
+    count += std::int64_t{band.GetXSize()} * band.GetYSize() * band.GetDataSize();
+  }
+  return count;
+}
+
+// Each way of working on a file leaves in `remark` what is told about it on success.
+
+bool Build(XRSFile& file, const std::string& path, const Options& options, XThread& thread, std::string& remark,
+           std::string& err) {
+  // What is built comes from the image alone, and not from the levels that it replaces.
+  DetachLevelFile(file);
+  WorkReport report(CountSampleBytes(file));
+  if (!DecodeAhead(*file.GetBandAt(0), kDecodePercent, thread, err)) return false;
+  const std::string levelFile = LevelFileName(path);
+  const UnfinishedFile unfinished(FollowLinks(levelFile) + "_tmp");
+  const int mode = options.statsOnly ? kLevelStatistics : kLevelBuild;
+  XString reason;
+  if (!XRSFileIO::CreateFileXLD(&file, path, reason, mode, &thread)) {
+    err = reason.IsEmpty() ? "the level file can't be made" : reason.AsStdString();
+    return false;
+  }
+  report.Finish(levelFile);
+  remark = report.GetText();
+  return true;
+}
+
+bool Check(XRSFile& file, const std::string& path, XThread& thread, std::string& remark, std::string& err) {
+  const LevelFileKind kind = GetLevelFileKind(file);
+  if (kind == LevelFileKind::kNone) {
+    err = WhyNotUsable(file, path, thread);
+    return false;
+  }
+  remark = std::string("whole, ") + NameKind(kind);
+  return true;
+}
+
+bool UpdateSystem(XRSFile& file, const std::string& path, XSpatialReference& sr, XThread& thread, std::string& remark,
+                  std::string& err) {
+  if (!Check(file, path, thread, remark, err)) return false;
+  XString reason;
+  // The library changes the system of any level file; what it can't be is refused here.
+  if (!XfnCanBePlacedIn(*file.GetBandAt(0), sr, reason)) {
+    err = reason.AsStdString();
+    return false;
+  }
+  if (!XRSFileIO::UpdateFileXLD_SR(&file, &sr, reason)) {
+    err = reason.IsEmpty() ? "the level file can't be changed" : reason.AsStdString();
+    return false;
+  }
+  remark = "the system is now " + sr.GetName().AsStdString();
+  return true;
+}
+
+bool WorkOn(const std::string& path, const Options& options, XSpatialReference& sr, XThread& thread,
+            std::string& remark, std::string& err) {
+  const std::unique_ptr<XRSFile> file = OpenImage(path, thread, err);
+  if (!file) return false;
+  if (options.check) return Check(*file, path, thread, remark, err);
+  if (!options.srs.empty()) return UpdateSystem(*file, path, sr, thread, remark, err);
+  const LevelFileKind kind = GetLevelFileKind(*file);
+  if (options.force || !IsWanted(kind, *file->GetBandAt(0), options.statsOnly)) {
+    return Build(*file, path, options, thread, remark, err);
+  }
+  remark = std::string("there already, ") + NameKind(kind) + "; --force builds it anew";
+  return true;
+}
+
+int Run(const Options& options, XSpatialReference& sr) {
+  UseWorkers(options.workers);
+  int status = 0;
+  for (const std::string& path : options.files) {
+    std::string remark;
+    const JobResult result =
+        RunJob(path, [&](XThread& thread, std::string& err) { return WorkOn(path, options, sr, thread, remark, err); });
+    if (!result.isDone) status = 1;
+    if (result.wasStopped) break;
+    if (!result.isDone) continue;
+    std::fprintf(stderr, "%s: %s\n", Printable(LevelFileName(path)).c_str(), Printable(remark).c_str());
+  }
+  return status;
+}
+
+/// A system as "EPSG:4326", or as WKT.
+bool ReadSystem(const std::string& text, XSpatialReference& sr) {
+  XString head = text.substr(0, 5);
+  head.MakeUpper();
+  if (!(head == "EPSG:")) return sr.importFromWkt(text) && !sr.IsEmpty();
+  int code = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data() + 5, end, code);
+  return error == std::errc() && stop == end && sr.importFromEPSG(code);
+}
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio levels earth.jpg\n"
+    "  zrkio levels --check earth.jpg\n"
+    "  zrkio levels --update-srs EPSG:4326 earth.jpg\n";
+
+}  // namespace
+
+void AddLevelsCommand(CLI::App& program, int& status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = program.add_subcommand("levels", "Build the level files of images");
+  command->footer(kExamples);
+  command->add_option("FILE", options->files, "Raster files")->required()->type_name("");
+  CLI::Option* statsOnly = command->add_flag("--stats-only", options->statsOnly, "Statistics only, without levels");
+  CLI::Option* force = command->add_flag("--force", options->force, "Build also where there is a level file of use");
+  CLI::Option* check = command->add_flag("--check", options->check,
+                                         "Build nothing: tell whether the level file is whole and\n"
+                                         "belongs to the image");
+  CLI::Option* srs = command
+                         ->add_option("--update-srs", options->srs,
+                                      "Build nothing: give the level file another system, as\n"
+                                      "EPSG:n or WKT")
+                         ->type_name("SRS");
+  for (CLI::Option* other : {statsOnly, force}) other->excludes(check)->excludes(srs);
+  check->excludes(srs);
+  AddWorkersOption(*command, options->workers);
+  command->callback([options, srs, &status] {
+    XSpatialReference system;
+    if (srs->count() > 0 && !ReadSystem(options->srs, system)) {
+      throw CLI::ValidationError("--update-srs", "takes EPSG:n or WKT that is understood");
+    }
+    status = Run(*options, system);
+  });
+}

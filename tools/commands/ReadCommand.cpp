@@ -1,0 +1,135 @@
+// zrkio read: samples of one channel as they are, into a file or onto the terminal.
+
+#include "commands/Commands.h"
+#include "commands/SharedOptions.h"
+#include "Dataset.h"
+#include "Job.h"
+#include "LevelFile.h"
+#include "output/OutputFile.h"
+#include "output/SampleSink.h"
+#include "output/Text.h"
+#include "Strips.h"
+#include "XPath.h"
+
+#include <climits>
+#include <cstdio>
+
+namespace {
+
+constexpr int kMaxTableSamples = 32;  // each way
+constexpr int kDecodePercent = 70;
+
+struct Options {
+  std::string file;
+  int band = 1;
+  int level = 0;
+  std::vector<int> window;
+  std::string output;
+  bool noLevels = false;
+};
+
+/// What has come out of the band.
+struct Shape {
+  int width = 0;
+  int height = 0;
+  const char* dataType = "";
+};
+
+bool HasPngExtension(const std::string& path) {
+  XString extension = XfnGetFileExt(path);
+  extension.MakeLower();
+  return extension == "png";
+}
+
+std::unique_ptr<SampleSink> MakeTable(const ZRMBand& band, const Window& window, std::string& err) {
+  if (window.Width() <= kMaxTableSamples && window.Height() <= kMaxTableSamples) {
+    return MakeTableSink(band.GetDataType(), stdout);
+  }
+  err = "a table on the terminal is for windows of up to 32 x 32 pixels; give -o to write a file";
+  return nullptr;
+}
+
+std::unique_ptr<SampleSink> MakeFileSink(const ZRMBand& band, const Options& options, OutputFile& output,
+                                         std::string& err) {
+  const bool isPng = HasPngExtension(options.output);
+  if (isPng && band.GetDataType() != kPint08 && band.GetDataType() != kPint16) {
+    err = std::string("samples of type ") + XfnGetDataTypeString(band.GetDataType()) +
+          " don't go into a PNG as they are; write them raw, or make a picture with zrkio view";
+    return nullptr;
+  }
+  if (!output.Open(options.output, options.file, err)) return nullptr;
+  return isPng ? MakePngSink(output, 8 * band.GetDataSize()) : MakeRawSink(output);
+}
+
+bool ReadStrips(StripReader& strips, SampleSink& sink, XThread& thread, std::string& err) {
+  for (bool isFirst = true; strips.HasMore(); isFirst = false) {
+    const tagXArr2* strip = strips.ReadNext(thread, err);
+    if (!strip || (isFirst && !sink.Begin(strips.GetWidth(), strips.GetHeight(), err))) return false;
+    if (!sink.Take(*strip, err)) return false;
+    thread.CallbackPercent(100.0 * strips.GetShareDone());
+  }
+  return sink.End(err);
+}
+
+bool Read(const Options& options, XThread& thread, Shape& shape, std::string& err) {
+  const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
+  ZRMBand* band = file ? FindBand(*file, options.band, err) : nullptr;
+  Window window;
+  if (!band || !FindWindow(*band, options.window, window, err)) return false;
+  if (options.noLevels) DetachLevelFile(*file);
+  OutputFile output;
+  const std::unique_ptr<SampleSink> sink =
+      options.output.empty() ? MakeTable(*band, window, err) : MakeFileSink(*band, options, output, err);
+  if (!sink) return false;
+  StripReader strips(*band, options.level, window);
+  if (strips.ReadsImage() && !DecodeAhead(*band, kDecodePercent, thread, err)) return false;
+  if (!ReadStrips(strips, *sink, thread, err)) return false;
+  shape = {strips.GetWidth(), strips.GetHeight(), XfnGetDataTypeString(band->GetDataType())};
+  return options.output.empty() || output.Commit(err);
+}
+
+int Run(const Options& options) {
+  Shape shape;
+  const JobResult result =
+      RunJob(options.file, [&](XThread& thread, std::string& err) { return Read(options, thread, shape, err); });
+  if (!result.isDone) return 1;
+  if (!options.output.empty()) {
+    const std::string name = options.output == "-" ? "standard output" : Printable(options.output);
+    std::fprintf(stderr, "%s: %d x %d samples %s\n", name.c_str(), shape.width, shape.height, shape.dataType);
+  }
+  return 0;
+}
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio read earth.jpg --window 100,107,200,203\n"
+    "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
+    "  zrkio read earth.jpg --band 3 -o blue.raw\n";
+
+}  // namespace
+
+void AddReadCommand(CLI::App& program, int& status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = program.add_subcommand("read", "Read samples of one channel");
+  command->footer(kExamples);
+  command->add_option("FILE", options->file, "A raster file")->required()->type_name("");
+  command->add_option("--band", options->band, "The channel, counted from 1; the first unless given")
+      ->check(CLI::Range(1, INT_MAX).description(""))
+      ->type_name("N");
+  command
+      ->add_option("--level", options->level,
+                   "A reduction of 2^L, 0 to 30; 0 unless given.\n"
+                   "Some formats answer full resolution at any level, unless\n"
+                   "there is a level file.")
+      ->check(CLI::Range(0, 30).description(""))
+      ->type_name("L");
+  AddWindowOption(*command, options->window);
+  command
+      ->add_option("-o,--output", options->output,
+                   "A PNG by its extension, otherwise raw samples; - for raw\n"
+                   "samples on standard output. Unless given, a small window\n"
+                   "is printed as a table.")
+      ->type_name("OUT");
+  AddNoLevelsOption(*command, options->noLevels);
+  command->callback([options, &status] { status = Run(*options); });
+}

@@ -1,0 +1,142 @@
+// zrkio view: a quick look at an image as a PNG.
+
+#include "commands/Commands.h"
+#include "commands/SharedOptions.h"
+#include "Dataset.h"
+#include "FormatTools.h"
+#include "Job.h"
+#include "LevelFile.h"
+#include "output/OutputFile.h"
+#include "output/Text.h"
+#include "picture/QuickLook.h"
+
+#include <climits>
+#include <cstdio>
+
+namespace {
+
+struct Options {
+  std::string file;
+  std::string output;
+  int maxSize = 1024;
+  std::vector<int> bands;
+  Look look;
+  bool noLevels = false;
+};
+
+/// The bands asked for; unless any are, the first three of an image that has them, otherwise the first, as for heights.
+bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBand*>& bands, std::string& err) {
+  std::vector<int> wanted = options.bands;
+  const bool isColour = file.GetNumOfBands() >= 3 && !options.look.isShaded;
+  if (wanted.empty()) wanted = isColour ? std::vector<int>{1, 2, 3} : std::vector<int>{1};
+  for (const int number : wanted) {
+    ZRMBand* band = FindBand(file, number, err);
+    if (!band) return false;
+    bands.push_back(band);
+  }
+  const int width = bands.front()->GetXSize(), height = bands.front()->GetYSize();
+  for (const ZRMBand* band : bands) {
+    if (band->GetXSize() == width && band->GetYSize() == height) continue;
+    err = "the bands are not of one size";
+    return false;
+  }
+  if (width > 0 && height > 0) return true;
+  err = "the image has no pixels";
+  return false;
+}
+
+bool View(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+  const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
+  std::vector<ZRMBand*> bands;
+  if (!file || !ChooseBands(*file, options, bands, err)) return false;
+  if (options.noLevels) DetachLevelFile(*file);
+  shape = FitPicture(bands.front()->GetXSize(), bands.front()->GetYSize(), options.maxSize);
+  shape.channels = static_cast<int>(bands.size());
+  OutputFile output;
+  if (!output.Open(options.output, options.file, err)) return false;
+  PngWriter png(output);
+  return WriteQuickLook(bands, shape, options.look, png, thread, err) && output.Commit(err);
+}
+
+/// A file that a format draws in a way of its own, or else a raster.
+bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+  const ViewRequest request{options.file, options.output, options.maxSize, !options.bands.empty(),
+                            options.look.isShaded};
+  for (const FormatTools* tools : AllFormatTools()) {
+    if (const std::optional<bool> isViewed = tools->view(request, thread, shape, err)) return *isViewed;
+  }
+  return View(options, thread, shape, err);
+}
+
+int Run(const Options& options) {
+  PngShape shape;
+  const JobResult result =
+      RunJob(options.file, [&](XThread& thread, std::string& err) { return ViewAny(options, thread, shape, err); });
+  if (!result.isDone) return 1;
+  if (options.output != "-") {
+    std::fprintf(stderr, "%s: %d x %d pixels\n", Printable(options.output).c_str(), shape.width, shape.height);
+  }
+  return 0;
+}
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio view earth.jpg -o earth.png\n"
+    "  zrkio view earth.jpg -o small.png --max-size 300\n"
+    "  zrkio view earth.jpg -o blue.png --bands 3\n"
+    "  zrkio view n35e138.dt1 -o hills.png --hillshade\n"
+    "  zrkio view A.TOC -o coverage.png\n"
+    "\n"
+    "Of a table of contents of raster maps the picture shows where its frames lie, north\n"
+    "up: green where the file is there, red where it is missing, grey where none is\n"
+    "listed. It is as large as --max-size allows, up to 8192 pixels.\n";
+
+void AddHillshadeOptions(CLI::App& command, Look& look) {
+  CLI::Option* hillshade = command.add_flag("--hillshade", look.isShaded,
+                                            "Shade one band of heights by light from the north-west, 45\n"
+                                            "degrees above the horizon");
+  command
+      .add_option("--z-factor", look.zFactor,
+                  "What heights are multiplied by, 1 unless given: above it to\n"
+                  "exaggerate, 0.3048 for heights in feet over metres")
+      ->check(CLI::Range(1e-6, 1e6).description(""))
+      ->needs(hillshade)
+      ->type_name("FACTOR");
+}
+
+}  // namespace
+
+void AddViewCommand(CLI::App& program, int& status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = program.add_subcommand("view", "Make a quick-look picture");
+  command->footer(kExamples);
+  command->add_option("FILE", options->file, "A raster file, or a table of contents")->required()->type_name("");
+  command->add_option("-o,--output", options->output, "The PNG file to write; - for standard output")
+      ->required()
+      ->type_name("OUT.png");
+  command
+      ->add_option("--max-size", options->maxSize,
+                   "The longer side of the picture at most, 1024 unless given;\n"
+                   "the image is never enlarged")
+      ->check(CLI::Range(1, 100000).description(""))
+      ->type_name("PIXELS");
+  command
+      ->add_option("--bands", options->bands,
+                   "Three channels for red, green and blue, or one for a grey\n"
+                   "picture, counted from 1; unless given the first three, or\n"
+                   "the first where there are fewer")
+      ->delimiter(',')
+      ->check(CLI::Range(1, INT_MAX).description(""))
+      ->type_name("R,G,B");
+  AddHillshadeOptions(*command, options->look);
+  AddNoLevelsOption(*command, options->noLevels);
+  command->callback([options, &status] {
+    if (!options->bands.empty() && options->bands.size() != 1 && options->bands.size() != 3) {
+      throw CLI::ValidationError("--bands", "takes one number or three");
+    }
+    if (options->look.isShaded && options->bands.size() > 1) {
+      throw CLI::ValidationError("--hillshade", "takes one band");
+    }
+    status = Run(*options);
+  });
+}

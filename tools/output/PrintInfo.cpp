@@ -1,0 +1,82 @@
+#include "output/PrintInfo.h"
+
+#include "Corners.h"
+#include "output/Text.h"
+#include "XPath.h"
+
+#include <cstdio>
+
+namespace {
+
+std::string Plural(int count, const char* noun) {
+  return std::to_string(count).append(" ").append(noun).append(count == 1 ? "" : "s");
+}
+
+void PrintExtent(const Json& extent, const char* indent) {
+  std::printf("%sextent      %.10g to %.10g, %.10g to %.10g\n", indent, GetNumber(extent["west"]),
+              GetNumber(extent["east"]), GetNumber(extent["south"]), GetNumber(extent["north"]));
+}
+
+void PrintPlace(const Json& place) {
+  if (place.is_null()) {
+    PrintCorners(nullptr, nullptr);
+    return;
+  }
+  PrintCorners(place["corners"], place["lonLat"]);
+  std::printf("  pixel size  %.10g x %.10g\n", GetNumber(place["pixelSize"][0]), GetNumber(place["pixelSize"][1]));
+  PrintExtent(place, "  ");
+  PrintSystem(place["system"], "  ");
+}
+
+void PrintLevelFile(const Json& levelFile) {
+  if (levelFile.is_null()) return;
+  const bool isFull = levelFile["kind"] == "full";
+  const std::string name = XfnGetFileName(levelFile["file"].get<std::string>()).AsStdString();
+  std::printf("  %-12sin %s\n", isFull ? "levels" : "statistics", Printable(name).c_str());
+}
+
+void PrintLines(const std::vector<XString>& lines) {
+  for (const XString& line : lines) std::printf("  %s\n", Printable(line.AsStdString()).c_str());
+}
+
+void PrintChannel(const Json& channel, const tagXFormatNotes& notes) {
+  std::printf("  %s\n", GetText(channel["name"]).c_str());
+  std::printf("    data type %s, %s", GetText(channel["dataType"]).c_str(),
+              Plural(channel["levels"].get<int>(), "level").c_str());
+  for (const XString& remark : notes.lines) std::printf(", %s", Printable(remark.AsStdString()).c_str());
+  std::printf("\n");
+  const Json& statistics = channel["statistics"];
+  if (statistics.is_null()) return;
+  std::printf("    minimum %.6g, maximum %.6g, mean %.6g, deviation %.6g\n", GetNumber(statistics["min"]),
+              GetNumber(statistics["max"]), GetNumber(statistics["mean"]), GetNumber(statistics["stdDev"]));
+}
+
+void PrintRaster(const DatasetInfo& info) {
+  const Json& json = info.json;
+  const Json& channels = json["channels"];
+  std::printf("  size        %d x %d pixels, %s\n", json["width"].get<int>(), json["height"].get<int>(),
+              Plural(static_cast<int>(channels.size()), "channel").c_str());
+  PrintPlace(json["georeference"]);
+  PrintLines(info.notes.lines);
+  PrintLevelFile(json["levelFile"]);
+  for (std::size_t i = 0; i < channels.size(); ++i) PrintChannel(channels[i], info.bandNotes[i]);
+  PrintLines(info.notes.furtherLines);
+}
+
+void PrintLayer(const Json& layer) {
+  std::printf("  layer %s\n    features    %lld\n", GetText(layer["name"]).c_str(),
+              static_cast<long long>(layer["features"].get<std::int64_t>()));
+  if (!layer["extent"].is_null()) PrintExtent(layer["extent"], "    ");
+  PrintSystem(layer["system"], "    ");
+}
+
+}  // namespace
+
+void PrintInfo(const DatasetInfo& info) {
+  const Json& json = info.json;
+  std::printf("%s\n  format      %s (0x%X)\n", GetText(json["file"]).c_str(), GetText(json["format"]).c_str(),
+              json["id"].get<unsigned>());
+  if (json.contains("channels")) PrintRaster(info);
+  if (!json.contains("layers")) return;
+  for (const Json& layer : json["layers"]) PrintLayer(layer);
+}

@@ -1,0 +1,110 @@
+// Three ways to put samples out: a table of numbers for a terminal, rows of a PNG, and raw bytes as they are in memory.
+
+#include "output/SampleSink.h"
+
+#include "output/PngWriter.h"
+#include "XDataType.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+class RawSink : public SampleSink {
+ public:
+  explicit RawSink(OutputFile& output) : output_(output) {}
+  bool Begin(int, int, std::string&) override { return true; }
+  bool Take(const tagXArr2& rows, std::string& err) override {
+    const std::size_t rowBytes = static_cast<std::size_t>(rows.xSize) * static_cast<std::size_t>(rows.elementSize);
+    return output_.Write(rows.data, rowBytes * static_cast<std::size_t>(rows.ySize), err);
+  }
+  bool End(std::string&) override { return true; }
+
+ private:
+  OutputFile& output_;
+};
+
+class PngSink : public SampleSink {
+ public:
+  PngSink(OutputFile& output, int bits) : png_(output), bits_(bits) {}
+  bool Begin(int width, int height, std::string& err) override { return png_.Begin({width, height, 1, bits_}, err); }
+  bool Take(const tagXArr2& rows, std::string& err) override {
+    for (int y = 0; y < rows.ySize; ++y) {
+      if (!png_.WriteRow(rows.Row(y), err)) return false;
+    }
+    return true;
+  }
+  bool End(std::string& err) override { return png_.End(err); }
+
+ private:
+  PngWriter png_;
+  int bits_;
+};
+
+template <class Sample>
+std::string FormatSample(const unsigned char* bytes) {
+  Sample sample;
+  std::memcpy(&sample, bytes, sizeof sample);
+  char text[40];
+  const auto [end, error] = std::to_chars(text, text + sizeof text, sample);
+  return std::string(text, end);
+}
+
+using Format = std::string (*)(const unsigned char* bytes);
+
+/// By data type code, from 1.
+constexpr Format kFormats[] = {&FormatSample<std::uint8_t>, &FormatSample<std::int8_t>,   &FormatSample<std::uint16_t>,
+                               &FormatSample<std::int16_t>, &FormatSample<std::uint32_t>, &FormatSample<std::int32_t>,
+                               &FormatSample<float>,        &FormatSample<double>};
+
+class TableSink : public SampleSink {
+ public:
+  TableSink(int dataType, std::FILE* out)
+      : format_(dataType >= kPint08 && dataType <= kReal64 ? kFormats[dataType - 1] : nullptr), out_(out) {}
+
+  bool Begin(int width, int, std::string& err) override {
+    width_ = static_cast<std::size_t>(width);
+    if (format_) return true;
+    err = "samples of this data type can't be printed";
+    return false;
+  }
+  bool Take(const tagXArr2& rows, std::string&) override {
+    for (int y = 0; y < rows.ySize; ++y) {
+      for (int x = 0; x < rows.xSize; ++x) cells_.push_back(format_(rows.Row(y) + rows.colOffsets[x]));
+    }
+    return true;
+  }
+  bool End(std::string&) override {
+    std::size_t longest = 0;
+    for (const std::string& cell : cells_) longest = std::max(longest, cell.size());
+    for (std::size_t i = 0; i < cells_.size(); ++i) {
+      const bool isLast = (i + 1) % width_ == 0;
+      std::fprintf(out_, "%*s%c", static_cast<int>(longest), cells_[i].c_str(), isLast ? '\n' : ' ');
+    }
+    return true;
+  }
+
+ private:
+  Format format_;
+  std::FILE* out_;
+  std::size_t width_ = 0;
+  std::vector<std::string> cells_;
+};
+
+}  // namespace
+
+std::unique_ptr<SampleSink> MakeRawSink(OutputFile& output) {
+  return std::make_unique<RawSink>(output);
+}
+
+std::unique_ptr<SampleSink> MakePngSink(OutputFile& output, int bits) {
+  return std::make_unique<PngSink>(output, bits);
+}
+
+std::unique_ptr<SampleSink> MakeTableSink(int dataType, std::FILE* out) {
+  return std::make_unique<TableSink>(dataType, out);
+}

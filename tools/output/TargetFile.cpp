@@ -1,0 +1,145 @@
+#include "output/TargetFile.h"
+
+#include "Interrupt.h"
+#include "XPath.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+namespace {
+
+/// Never an existing file, whoever has put it there.
+int CreateNew(const std::string& path) {
+  return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+}
+
+/// A folder that can't be synced does not make the files in it any less whole.
+void SyncFolderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  ::fsync(descriptor);
+  ::close(descriptor);
+}
+
+}  // namespace
+
+std::string FollowLinks(const std::string& path) {
+  constexpr int kMaxLinks = 40;  // as many as the system itself follows
+  std::filesystem::path place = path;
+  std::error_code error;
+  for (int i = 0; i < kMaxLinks && std::filesystem::is_symlink(place, error); ++i) {
+    const std::filesystem::path next = std::filesystem::read_symlink(place, error);
+    if (error) break;
+    place = next.is_absolute() ? next : place.parent_path() / next;
+  }
+  return place.string();
+}
+
+std::string WithoutExtension(const std::string& path) {
+  return XfnGetFileFolder(path).AsStdString() + XfnGetFileTitle(path).AsStdString();
+}
+
+bool IsSpecialFile(const std::string& path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+bool CanBeReplaced(const std::string& path) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
+  errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  return false;
+}
+
+bool AreSameFile(const std::string& one, const std::string& other) {
+  struct stat first, second;
+  return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
+}
+
+std::string CannotWrite(const std::string& name) {
+  return "can't write " + name + " (" + std::strerror(errno) + ")";
+}
+
+TargetFile::TargetFile(std::string extension, std::string companion)
+    : extension_(std::move(extension)), companion_(std::move(companion)) {}
+
+TargetFile::~TargetFile() {
+  Discard();
+}
+
+void TargetFile::Discard() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+  descriptor_ = -1;
+  if (unfinished_.empty()) return;
+  ::unlink(unfinished_.c_str());
+  unfinished_.clear();
+  SetUnfinishedFile("");
+}
+
+bool TargetFile::Fail(std::string& err) const {
+  err = CannotWrite(path_);
+  return false;
+}
+
+/// Both files or none, with the reason in `errno`.
+bool TargetFile::CreateAs(const std::string& stem) {
+  const std::string name = stem + extension_, companionName = stem + companion_;
+  descriptor_ = CreateNew(name);
+  if (descriptor_ < 0) return false;
+  unfinished_ = name;
+  SetUnfinishedFile(name);
+  if (companion_.empty()) return true;
+  const int descriptor = CreateNew(companionName);
+  if (descriptor >= 0) {
+    ::close(descriptor);
+    SetUnfinishedFile(name, companionName);
+    return true;
+  }
+  const int reason = errno;
+  Discard();
+  errno = reason;
+  return false;
+}
+
+bool TargetFile::Create() {
+  const std::string title = extension_.empty() ? target_ : WithoutExtension(target_);
+  const std::string first = title + ".part" + std::to_string(::getpid());
+  std::string stem = first;
+  for (int i = 1; !CreateAs(stem); ++i) {
+    if (errno != EEXIST) return false;
+    stem = first + "-" + std::to_string(i);
+  }
+  return true;
+}
+
+bool TargetFile::Begin(const std::string& path, const std::string& input, std::string& err) {
+  path_ = path;
+  target_ = FollowLinks(path);
+  if (AreSameFile(path, input)) {
+    err = "the output would take the place of this file";
+    return false;
+  }
+  return (CanBeReplaced(path) && Create()) || Fail(err);
+}
+
+/// Brings the file to the disk; some disks tell only of a descriptor that is closed that something was not written.
+bool TargetFile::IsWritten() {
+  if (::fsync(descriptor_) != 0) return false;
+  return ::close(std::exchange(descriptor_, -1)) == 0;
+}
+
+bool TargetFile::Commit(std::string& err) {
+  if (!IsWritten() || ::rename(unfinished_.c_str(), target_.c_str()) != 0) return Fail(err);
+  unfinished_.clear();
+  SetUnfinishedFile("");
+  SyncFolderOf(target_);
+  return true;
+}

@@ -1,0 +1,40 @@
+#include "output/Text.h"
+
+namespace {
+
+bool IsControl(unsigned char byte) {
+  return byte < 0x20 || byte == 0x7F;
+}
+
+/// The second set of control characters as UTF-8 writes it: 0xC2 and a byte from 0x80 to 0x9F.
+bool IsSecondaryControl(std::string_view text, std::size_t place) {
+  if (place + 1 >= text.size() || static_cast<unsigned char>(text[place]) != 0xC2) return false;
+  const auto next = static_cast<unsigned char>(text[place + 1]);
+  return next >= 0x80 && next <= 0x9F;
+}
+
+bool IsContinuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+}  // namespace
+
+std::string Printable(std::string_view text) {
+  std::string printable;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isSecondary = IsSecondaryControl(text, i);
+    const bool isControl = isSecondary || IsControl(static_cast<unsigned char>(text[i]));
+    printable += isControl ? '?' : text[i];
+    if (isSecondary) ++i;
+  }
+  return printable;
+}
+
+std::string Shortened(std::string text, std::size_t maxBytes) {
+  constexpr std::string_view kEllipsis = "...";
+  if (text.size() <= maxBytes) return text;
+  std::size_t kept = maxBytes > kEllipsis.size() ? maxBytes - kEllipsis.size() : 0;
+  while (kept > 0 && IsContinuation(text[kept])) --kept;
+  text.resize(kept);
+  return text.append(kEllipsis.substr(0, maxBytes));
+}

@@ -1,0 +1,125 @@
+// An image and its world file have to appear together, and no other world file may place the new image. World files that
+// an older image left behind are removed, and one that belongs to the input stays.
+
+#include "output/TiffTarget.h"
+
+#include "Interrupt.h"
+#include "XFormatTable.h"
+#include "XPath.h"
+#include "XWorldFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+/// Whether files of the format are placed by world files of the kind that is written here.
+bool HasWorldFile(const tagXFormat* format) {
+  return format && format->writer && format->writer->worldFile;
+}
+
+/// The names by which a reader looks for the world file of an image.
+std::vector<std::string> WorldFilesOf(const std::string& path) {
+  const std::vector<XString> names = XWorldFile::ListNamesForTiff(path);
+  return {names.begin(), names.end()};
+}
+
+/// Whether both are the same file, or would be.
+bool IsSamePath(const std::string& one, const std::string& other) {
+  const auto folderOf = [](const std::string& path) { return XfnGetFileFolder(path).AsStdString() + "."; };
+  return AreSameFile(one, other) ||
+         (XfnGetFileName(one) == XfnGetFileName(other) && AreSameFile(folderOf(one), folderOf(other)));
+}
+
+/// Whether the image of this path would be placed by the world file.
+bool IsPlacedBy(const std::string& path, const std::string& worldFile) {
+  return HasWorldFile(XfnFindFormatOfFile(path)) &&
+         std::ranges::any_of(WorldFilesOf(path), [&](const std::string& own) { return IsSamePath(own, worldFile); });
+}
+
+/// The name that writers of TIFF files give to a world file, whatever the extension.
+std::string WorldFileByWriters(const std::string& path) {
+  return path.substr(0, path.size() - 3) + "tfw";
+}
+
+bool Sync(const std::string& path) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) return false;
+  const bool isSynced = ::fsync(descriptor) == 0;
+  ::close(descriptor);
+  return isSynced;
+}
+
+}  // namespace
+
+TiffTarget::~TiffTarget() {
+  DiscardWorldFile();
+}
+
+void TiffTarget::DiscardWorldFile() {
+  if (!unfinishedWorldFile_.empty()) ::unlink(unfinishedWorldFile_.c_str());
+  unfinishedWorldFile_.clear();
+}
+
+bool TiffTarget::Begin(const std::string& path, const std::string& input, const ZRMBand& band, std::string& err) {
+  // The world file stands beside the image, and so where a link leads to.
+  path_ = FollowLinks(path);
+  input_ = input;
+  worldFile_ = WithoutExtension(path_) + ".tfw";
+  // Writers of TIFF files go by the system, which may be known where the place is not.
+  hasPlace_ = band.GetCoordinateKind() == kCoordinateWorld || !band.GetSR()->IsEmpty();
+  if (!image_.Begin(path, input, err)) return false;
+  unfinishedWorldFile_ = WorldFileByWriters(image_.GetUnfinishedPath());
+  return !hasPlace_ || CanHaveWorldFile(err);
+}
+
+/// Once the image is under its name it is too late to find out.
+bool TiffTarget::CanHaveWorldFile(std::string& err) const {
+  if (IsPlacedBy(input_, worldFile_)) {
+    err = "the world file of the output would be taken for that of this file";
+    return false;
+  }
+  if (CanBeReplaced(worldFile_)) return true;
+  err = CannotWrite(worldFile_);
+  return false;
+}
+
+bool TiffTarget::TellPlace(const ZRMBand& band, const Window& window, std::string& err) {
+  if (!hasPlace_) return true;
+  double x = window.x0, y = window.y0;
+  band.ConvPixelToWorldCoord(x, y);
+  if (XWorldFile::Write(unfinishedWorldFile_, band.GetXPixelSize(), band.GetYPixelSize(), x, y)) return true;
+  err = CannotWrite(worldFile_);
+  return false;
+}
+
+bool TiffTarget::Commit(std::string& err) {
+  if (hasPlace_ && !Sync(unfinishedWorldFile_)) {
+    err = CannotWrite(worldFile_);
+    return false;
+  }
+  if (!hasPlace_) DiscardWorldFile();  // while a second signal would do so too
+  if (!image_.Commit(err)) return false;
+  if (hasPlace_ && !CommitWorldFile(err)) return false;
+  RemoveOldWorldFiles();
+  return true;
+}
+
+bool TiffTarget::CommitWorldFile(std::string& err) {
+  SetUnfinishedFile(unfinishedWorldFile_);
+  const bool isCommitted = ::rename(unfinishedWorldFile_.c_str(), worldFile_.c_str()) == 0;
+  if (isCommitted) unfinishedWorldFile_.clear();
+  if (!isCommitted) err = CannotWrite(worldFile_);
+  SetUnfinishedFile("");
+  return isCommitted;
+}
+
+void TiffTarget::RemoveOldWorldFiles() const {
+  for (const std::string& name : WorldFilesOf(path_)) {
+    const bool isNew = hasPlace_ && IsSamePath(name, worldFile_);
+    if (!isNew && !IsPlacedBy(input_, name)) ::unlink(name.c_str());
+  }
+}

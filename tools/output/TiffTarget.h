@@ -1,0 +1,40 @@
+#pragma once
+
+#include "output/TargetFile.h"
+#include "Window.h"
+
+/// A TIFF file and its world file, which come to be under their names when both are whole, the image first. Until then
+/// they stand there under names of their own, as in `TargetFile`.
+class TiffTarget {
+ public:
+  TiffTarget() : image_(".tif", ".tfw") {}
+  ~TiffTarget();
+  TiffTarget(const TiffTarget&) = delete;
+  TiffTarget& operator=(const TiffTarget&) = delete;
+
+  // Each answers false with the reason in `err`.
+
+  /// As that of `TargetFile`; `band` is what the image is made of. Where that has a place in the world, the name of the
+  /// world file has to be as free as that of the image, and to be none by which a TIFF file `input` is placed.
+  bool Begin(const std::string& path, const std::string& input, const ZRMBand& band, std::string& err);
+  /// Where a window of the band lies, for the world file; to be told when the image is written. Whatever the writer of
+  /// the image puts there names the corner of the whole band, and is left out where only the place is known.
+  bool TellPlace(const ZRMBand& band, const Window& window, std::string& err);
+  /// Other world files by which the new image would be placed go away, unless `input` is placed by them.
+  bool Commit(std::string& err);
+
+  const std::string& GetUnfinishedPath() const { return image_.GetUnfinishedPath(); }
+
+ private:
+  bool CanHaveWorldFile(std::string& err) const;
+  bool CommitWorldFile(std::string& err);
+  void DiscardWorldFile();
+  void RemoveOldWorldFiles() const;
+
+  TargetFile image_;
+  std::string path_;
+  std::string input_;
+  std::string worldFile_;            // its name in the end
+  std::string unfinishedWorldFile_;  // as writers of TIFF files name it; empty before `Begin` and after `Commit`
+  bool hasPlace_ = false;
+};

@@ -1,0 +1,164 @@
+// A picture of an image at a given size: rows are read from the level that is just fine enough, averaged down to the
+// pixels of the picture, stretched to 8 bits, or shaded where they are heights.
+
+#include "picture/QuickLook.h"
+
+#include "Dataset.h"
+#include "LevelFile.h"
+#include "picture/AreaMeans.h"
+#include "picture/Hillshade.h"
+#include "Strips.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace {
+
+/// The share of decoding in what is done with an image that is decoded as a whole.
+constexpr int kDecodePercent = 70;
+
+/// What samples become 0 and 255.
+struct Range {
+  double low = 0.0;
+  double high = 255.0;
+
+  unsigned char Apply(double sample) const {
+    if (!(high > low) || std::isnan(sample)) return 0;
+    return static_cast<unsigned char>(std::clamp((sample - low) * 255.0 / (high - low) + 0.5, 0.0, 255.0));
+  }
+};
+
+bool FindRange(ZRMBand& band, Range& range, std::string& err) {
+  if (band.GetDataType() == kPint08) return true;
+  if (band.GetBandMean() == kNotSet && !band.CalcStatistics(0)) {
+    err = "there are no statistics to stretch the picture by";
+    return false;
+  }
+  range.low = std::max(band.GetBandMin(), band.GetBandMean() - 2.0 * band.GetBandStdDev());
+  range.high = std::min(band.GetBandMax(), band.GetBandMean() + 2.0 * band.GetBandStdDev());
+  return true;
+}
+
+/// A band on its way into a channel of the picture.
+class Channel {
+ public:
+  Channel(ZRMBand& band, const PngShape& shape, const Look& look)
+      : band_(band), shape_(shape), strips_(band, FindLevelFor(band, shape.width, shape.height), WholeOf(band)) {
+    if (!look.isShaded) return;
+    hillshade_.emplace(shape.width, shape.height, FindGroundSteps(band, shape.width, shape.height), look.zFactor);
+  }
+
+  bool Prepare(XThread& thread, std::string& err) {
+    if (!AreaMeans::IsSupported(band_.GetDataType())) {
+      err = "samples of this data type can't be shown";
+      return false;
+    }
+    if (strips_.ReadsImage() && !DecodeAhead(band_, kDecodePercent, thread, err)) return false;
+    return hillshade_ || FindRange(band_, range_, err);
+  }
+
+  bool HasMore() const { return strips_.HasMore(); }
+  double GetShareDone() const { return strips_.GetShareDone(); }
+  /// Reads a strip and turns it into those rows of the picture that are whole with it.
+  bool ReadStrip(XThread& thread, std::string& err);
+
+  int CountRows() const { return static_cast<int>(rows_.size() / static_cast<std::size_t>(shape_.width)); }
+  /// Of the rows that were not dropped yet.
+  const unsigned char* RowAt(int row) const {
+    return rows_.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(shape_.width);
+  }
+  void DropRows(int count) { rows_.erase(rows_.begin(), rows_.begin() + std::int64_t{count} * shape_.width); }
+
+ private:
+  bool BeginMeans(std::string& err);
+  void TakeMeans(const std::vector<double>& means);
+
+  ZRMBand& band_;
+  PngShape shape_;
+  Range range_;
+  std::optional<Hillshade> hillshade_;
+  StripReader strips_;
+  std::optional<AreaMeans> means_;
+  std::vector<unsigned char> rows_;
+};
+
+bool Channel::BeginMeans(std::string& err) {
+  const int width = strips_.GetWidth(), height = strips_.GetHeight();
+  if (width < shape_.width || height < shape_.height) {
+    err = "the pixels can't be read";
+    return false;
+  }
+  means_.emplace(width, height, shape_.width, shape_.height, band_.GetDataType(), band_.GetNullValue());
+  return true;
+}
+
+bool Channel::ReadStrip(XThread& thread, std::string& err) {
+  const tagXArr2* strip = strips_.ReadNext(thread, err);
+  if (!strip || (!means_ && !BeginMeans(err))) return false;
+  for (int y = 0; y < strip->ySize; ++y) {
+    const std::vector<double>* means = means_->Add(strip->Row(y));
+    if (means) TakeMeans(*means);
+  }
+  return true;
+}
+
+void Channel::TakeMeans(const std::vector<double>& means) {
+  if (hillshade_) {
+    hillshade_->Add(means, rows_);
+    return;
+  }
+  for (const double mean : means) rows_.push_back(range_.Apply(mean));
+}
+
+/// Writes the rows that all channels have.
+bool WriteRows(std::vector<Channel>& channels, const PngShape& shape, PngWriter& png, std::string& err) {
+  int numRows = shape.height;
+  for (const Channel& channel : channels) numRows = std::min(numRows, channel.CountRows());
+  const std::size_t numChannels = channels.size();
+  std::vector<unsigned char> row(static_cast<std::size_t>(shape.width) * numChannels);
+  for (int y = 0; y < numRows; ++y) {
+    for (std::size_t c = 0; c < numChannels; ++c) {
+      const unsigned char* source = channels[c].RowAt(y);
+      for (std::size_t i = c; i < row.size(); i += numChannels) row[i] = *source++;
+    }
+    if (!png.WriteRow(row.data(), err)) return false;
+  }
+  for (Channel& channel : channels) channel.DropRows(numRows);
+  return true;
+}
+
+/// One strip of each channel at a time, so that bands of one file share its decoding.
+bool ReadStrips(std::vector<Channel>& channels, const PngShape& shape, PngWriter& png, XThread& thread,
+                std::string& err) {
+  const auto hasMore = [](const Channel& channel) { return channel.HasMore(); };
+  while (std::any_of(channels.begin(), channels.end(), hasMore)) {
+    for (Channel& channel : channels) {
+      if (channel.HasMore() && !channel.ReadStrip(thread, err)) return false;
+    }
+    if (!WriteRows(channels, shape, png, err)) return false;
+    thread.CallbackPercent(100.0 * channels.front().GetShareDone());
+  }
+  return true;
+}
+
+}  // namespace
+
+PngShape FitPicture(int width, int height, int maxSize) {
+  const double scale = std::min(1.0, static_cast<double>(maxSize) / std::max(width, height));
+  PngShape shape;
+  shape.width = std::max(1, static_cast<int>(std::lround(width * scale)));
+  shape.height = std::max(1, static_cast<int>(std::lround(height * scale)));
+  return shape;
+}
+
+bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, const Look& look, PngWriter& png,
+                    XThread& thread, std::string& err) {
+  std::vector<Channel> channels;
+  channels.reserve(bands.size());
+  for (ZRMBand* band : bands) {
+    channels.emplace_back(*band, shape, look);
+    if (!channels.back().Prepare(thread, err)) return false;
+  }
+  return png.Begin(shape, err) && ReadStrips(channels, shape, png, thread, err) && png.End(err);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "output/PngWriter.h"
+#include "XThread.h"
+#include "ZRMBand.h"
+
+#include <string>
+#include <vector>
+
+/// The shape of the picture of an image: no side longer than `maxSize`, never enlarged, at least one pixel each way.
+PngShape FitPicture(int width, int height, int maxSize);
+
+/// How samples become pixels: stretched, or as heights with light on them, see `Hillshade`.
+struct Look {
+  bool isShaded = false;
+  double zFactor = 1.0;
+};
+
+/// Writes a picture of one band (grey) or three (red, green, blue) into `png`, from its beginning to its end. The bands
+/// are of one size. Pixels are means over the area that they stand for, taken at the level that has enough of them.
+/// Bands of other than unsigned 8-bit samples are stretched: the mean less and plus two deviations, cut to minimum and
+/// maximum, become 0 and 255. What has null samples only is black. A look that is shaded is for one band. False with
+/// the reason in `err`.
+bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, const Look& look, PngWriter& png,
+                    XThread& thread, std::string& err);
