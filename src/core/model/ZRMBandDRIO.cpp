@@ -5,6 +5,7 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandDRIO, ZRMBand);
 ZRMBandDRIO::ZRMBandDRIO() = default;
 ZRMBandDRIO::~ZRMBandDRIO() = default;
 
+/// The same band may be given again and must not be destroyed by that.
 void ZRMBandDRIO::HoldLevelData(ZRMBand* levelData, ZRMBandXLD* bandXLD) {
   if (levelData != levelData_.get()) levelData_.reset(levelData);
   bandXLD_ = bandXLD;
