@@ -11,7 +11,7 @@ XJointReader* FindReader(std::span<ZRMBand* const> bands) {
   return bands.empty() ? nullptr : dynamic_cast<XJointReader*>(bands.front());
 }
 
-/// Two readers without a source have nothing in common, which the caller looks at.
+/// The caller has made sure that the source is not null: bands without one have nothing in common.
 bool HasSource(ZRMBand* band, const void* source) {
   const auto* const reader = dynamic_cast<const XJointReader*>(band);
   return reader && reader->GetJointSource() == source;

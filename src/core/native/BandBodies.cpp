@@ -28,7 +28,7 @@ namespace {
 /// For bands that have no tiles of their own.
 constexpr int kUsualTile = 256;
 
-/// A body is one of a window, and a window beyond its band can't be read.
+/// A body holds the window alone, and a window beyond its band can't be read.
 bool HasWindow(const ZRMBand* band, const Window& window) {
   return band && window.IsInside(band->GetXSize(), band->GetYSize());
 }
@@ -48,7 +48,7 @@ PyramidShape ShapeFor(const ZRMBand& band, const BodyRequest& request) {
 }
 
 /// Compressed tiles are as high as they are wide, while the levels are counted for the band's own tiles. A band without
-/// tiles has none.
+/// tiles of its own gets no levels.
 PyramidShape CompressedShapeFor(const ZRMBand& band, const BodyRequest& request) {
   PyramidShape shape = ShapeFor(band, request);
   shape.yTile = shape.xTile;

@@ -150,8 +150,8 @@ bool LevelBuild::MeasureBand(int index) {
   return true;
 }
 
-/// Gives a band its store, behind those of the bands before. Sizes and tiles are the first band's for all, as the text
-/// tells them only once.
+/// Gives a band its store, behind those of the bands before. Sizes and tiles are the first band's for all, because the
+/// text tells the same ones for every band.
 bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   const ZRMBand& first = *dataset_.GetBandAt(0);
   ZRMBand* band = dataset_.GetBandAt(index);
