@@ -80,7 +80,7 @@ int XFile::Write(const void* buffer, std::int64_t count) {
   return 1;
 }
 
-/// An error gives no bytes, like a place behind the end. Callers compare the count with what they asked for.
+/// An error gives no bytes, like an offset behind the end. Callers compare the count with what they asked for.
 std::int64_t XFile::ReadAt(std::int64_t offset, void* buffer, std::int64_t count) const {
   if (!file_ || offset < 0 || count <= 0) return 0;
   const std::int64_t got = file_->ReadAt(offset, buffer, count);

@@ -27,9 +27,9 @@ bool FindWholeImage(const RpfBlocks& blocks, std::int64_t offset, FrameSubframes
   return true;
 }
 
-/// Takes each subframe from its own offset. A compressed subframe that is cut short has codes of 0 behind its end, as
-/// in a whole image; one of plain pixels is left out. A mask that leads out of a file of which all is in the head fails
-/// the frame, while a file without a mask may simply end early.
+/// Finds the subframes one by one. A compressed subframe that is cut short has codes of 0 behind its end, as in a whole
+/// image; one of plain pixels is left out. A mask that leads out of a file of which all is in the head fails the frame,
+/// while a file without a mask may simply end early.
 bool FindEach(const RpfBlocks& blocks, std::int64_t offset, const FrameMasks& masks, FrameSubframes& subframes) {
   const auto count = static_cast<std::int64_t>(subframes.bytes);
   for (std::size_t i = 0; i < kSubframes; ++i) {

@@ -8,7 +8,7 @@
 // the samples of several bands together, as an interleaved TIFF does, as many bands as memory allows are read in one
 // pass over it.
 //
-// One thread writes. It asks for a stop before each read of a band, so that a stop takes effect within one block.
+// One thread writes. It looks for a stop before each read of a band, so that a stop takes effect within one block.
 
 #include "writers/TiffPixels.h"
 

@@ -4,6 +4,7 @@ namespace zrk {
 
 BandFrame::~BandFrame() = default;
 
+/// The rule of most formats. A class with a size of its own, which callers can't set, adds to it.
 bool BandFrame::Accepts(const ReadRequest&, bool isInside, const int*) const {
   return isInside;
 }
@@ -23,9 +24,9 @@ tagXArr2* BandFrame::ReadAsMaster(const ReadRequest& request, const int* cancel)
   return reads.GetResult(channel);
 }
 
-/// Takes the channel of the master's last read on this thread if that was the same request, otherwise of a new one, in
-/// which the master decodes all channels at once. Where the master answers from its level data it decodes nothing, and
-/// there is no channel to take.
+/// Takes the channel of the master's last read on this thread, if that was the same request. Otherwise the master reads
+/// anew, and decodes all channels at once. A master that answers from its level data decodes nothing, and there is no
+/// channel to take.
 tagXArr2* BandFrame::ReadThroughMaster(const ReadRequest& request) {
   if (tagXArr2* const result = master->reads.FindResult(channel, request)) return result;
   tagXArr2* ofMaster = nullptr;

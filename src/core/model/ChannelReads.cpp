@@ -2,6 +2,9 @@
 
 namespace zrk {
 
+/// The request is stored and the results are given up before anything can fail. A follower that asks after a failure
+/// then finds no pixels of an older read. The list of channels only grows, because callers may still hold what it
+/// handed out.
 ChannelReads::Record* ChannelReads::Begin(const ReadRequest& request, const Shape& shape) {
   Record& record = records_.Get();
   record.request = request;

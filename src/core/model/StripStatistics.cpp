@@ -1,3 +1,6 @@
+// Statistics of a band whose decoder answers at full size whatever level is asked. A read of the whole band would hold
+// all of it once more in memory. Strips are read instead, and each is given up for the next.
+
 #include "core/model/StripStatistics.h"
 
 #include "math/SampleStatistics.h"
@@ -9,16 +12,19 @@
 namespace zrk {
 namespace {
 
+/// Enough pixels that a read costs little beside its decoding, and few enough beside any large image.
 constexpr std::int64_t kStripPixels = 1 << 22;
 
-/// The rows of a strip: whole steps of the level and whole decodes, so that strips put together are the whole.
+/// The rows of a strip. They are whole steps of the level and whole decodes, so that strips put together are the whole
+/// and nothing is decoded twice.
 int CountStripRows(const ZRMBand& band, int level) {
   const std::int64_t step = std::int64_t{band.GetDecodeRows()} << level;
   const std::int64_t wanted = kStripPixels / std::max(band.GetXSize(), 1);
   return static_cast<int>(std::min<std::int64_t>(std::max<std::int64_t>(wanted / step, 1) * step, band.GetYSize()));
 }
 
-/// Adds all pixels. Rows at the end that make no step of the level go with the strip before them.
+/// Adds all pixels. Rows at the end that make no step of the level go with the strip before them, since a read of them
+/// alone would fail.
 bool AddStrips(ZRMBand& band, int level, SampleStatistics& statistics) {
   const int height = band.GetYSize(), rows = CountStripRows(band, level);
   for (int y = 0; y < height;) {
@@ -34,6 +40,8 @@ bool AddStrips(ZRMBand& band, int level, SampleStatistics& statistics) {
 
 }  // namespace
 
+/// A level that leaves no pixel fails as it does for a band that reads its levels. Fields are set only when everything
+/// was read.
 int CalcStatisticsByStrips(ZRMBand& band, int level, bool withHistogram) {
   int left = 0, top = 0, width = 0, height = 0;
   if (!band.GetSubsetInfo(level, 0, band.GetXSize() - 1, 0, band.GetYSize() - 1, left, top, width, height)) return 0;

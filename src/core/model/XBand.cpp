@@ -1,3 +1,10 @@
+// The generic band. Lines, pixels and short forms all end in one read and one write of a window, so that a band class
+// has to write only these two. What a class does not offer answers 0 here.
+//
+// A level n stands for a reduction by 2^n, and windows are in pixels of full resolution whatever the level. Arithmetic
+// on windows is done in 64 bits, or in an order in which ints suffice, because sizes come from files. The fields are
+// plain and have no lock: they are set before a band is shared.
+
 #include "XBand.h"
 
 #include "Xepot.h"
@@ -12,13 +19,15 @@ X_IMPLEMENT_RUNTIME_CLASS(XBand, XObject);
 
 namespace {
 
-/// The last of the 2^level rows or columns that begin with `first`; -1, which ends no window, where no int holds it.
+/// The last of the 2^level rows or columns that begin with `first`. It is -1, which ends no window, where no int holds
+/// it.
 int LastOfStep(int first, int level) {
   const std::int64_t last = std::int64_t{first} + (std::int64_t{1} << level) - 1;
   return last <= INT_MAX ? static_cast<int>(last) : -1;
 }
 
-/// The caller's samples in the shape of a buffer: they stay where they are and are not looked at.
+/// The caller's samples in the shape of a buffer. They stay where they are and are not looked at. The shape was checked
+/// before, so that no offset leaves an int.
 class BorrowedBuffer {
  public:
   BorrowedBuffer(void* data, int width, int height, int elementSize)
@@ -49,7 +58,8 @@ int XBand::GetDataType() const {
   return dataType_;
 }
 
-// The window is checked here because not every band checks it in its `ReadSubset`.
+// The window is checked here because not every band checks it in its `ReadSubset`. The level is checked first, since
+// the shift by it would be undefined otherwise.
 
 int XBand::ReadLineH(tagXArr2*& out, int level, int x0, int x1, int y) {
   if (!IsLevel(level)) return 0;
@@ -75,6 +85,7 @@ int XBand::ReadPixel(tagXArr2*& out, int x, int y) {
   return IsInside(x, x, y, y) ? ReadSubset(out, 0, x, x, y, y, nullptr) : 0;
 }
 
+// Lines and pixels are windows, and a window that is not in the band is refused where all writes end.
 int XBand::WriteLineH(void* data, int x0, int x1, int y, bool keepNull, double nullValue) {
   return WriteSubset(data, x0, x1, y, y, keepNull, nullValue);
 }
@@ -115,6 +126,7 @@ int XBand::WritePixel(tagXArr2* data, int x, int y, bool keepNull, double nullVa
   return WriteSubset(data, x, x, y, y, keepNull, nullValue);
 }
 
+/// World coordinates mean something only to bands with a georeference.
 int XBand::GetHighestLevelForTarget(double, double, double, double, double, double, double, double, int, int) {
   return 0;
 }
@@ -124,11 +136,14 @@ int XBand::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, i
                                          height);
 }
 
+/// Callers take this for a size of memory, and a wide band must not give them a negative one.
 int XBand::CalcProcessWidthBytes() {
   const std::int64_t bytes = std::int64_t{xSize_} * GetDataSize() * 10;
   return static_cast<int>(std::clamp<std::int64_t>(bytes, 0, INT_MAX));
 }
 
+/// A caller of this form has no buffer that tells the shape, and so it is told beside the samples. They still belong to
+/// the band.
 int XBand::ReadSubset(void*& data, int& width, int& height, int level, int x0, int x1, int y0, int y1, int* cancel) {
   tagXArr2* out = nullptr;
   if (!ReadSubset(out, level, x0, x1, y0, y1, cancel) || !out) return 0;
@@ -146,6 +161,7 @@ int XBand::WriteSubset(int, int, int, int, bool, double) {
   return 0;
 }
 
+/// Offsets in a buffer are ints, so that a window of more bytes has to be refused before the buffer is made.
 int XBand::WriteSubset(void* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue) {
   const int elementSize = GetDataSize();
   if (!data || elementSize <= 0 || !IsInside(x0, x1, y0, y1)) return 0;
@@ -160,10 +176,14 @@ int XBand::WriteSubset(tagXArr2*, int, int, int, int, bool, double) {
   return 0;
 }
 
+/// A band that reads any level by decoding has as many as its tiles ask for. A band with a pyramid overrides this with
+/// the levels that it holds.
 int XBand::GetLevel() {
   return Xepot::CalcProperLevel(xSize_, ySize_, xTileSize_, yTileSize_);
 }
 
+/// The size is the window's own, divided by the step, and not the distance of the divided edges. A window that begins
+/// between two pixels of the level therefore has as many pixels as any other one of its size.
 int XBand::GetSubsetInfo(int level, int x0, int x1, int y0, int y1, int& left, int& top, int& width, int& height) {
   if (!IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
   const int columns = (x1 - x0 + 1) >> level;
@@ -189,10 +209,12 @@ int XBand::CalcStatistics(int) {
   return 0;
 }
 
+/// A band that holds nothing has freed everything.
 int XBand::CleanupMemory(int, int) {
   return 1;
 }
 
+/// The machine is asked only where the caller leaves it open.
 bool XBand::IsMemoryWanted(int force) {
   constexpr double kEnoughInPercent = 20.0;
   return force || XfnGetAvailablePhysicalMemoryInPercent() <= kEnoughInPercent;
@@ -202,6 +224,7 @@ int XBand::BuildLowerLevelsForTIP(double, int, int, int, int, bool) {
   return 0;
 }
 
+/// How rows are decoded together is a matter of the pixels. Those are not taken over, and so this one field stays.
 int XBand::CloneBand(ZRMBand* source) {
   if (!source) return 0;
   const int decodeRows = decodeRows_;  // of this band's own pixels

@@ -6,10 +6,12 @@
 
 namespace {
 
+/// The first band speaks for all: whether the others share its source is asked of each of them.
 XJointReader* FindReader(std::span<ZRMBand* const> bands) {
   return bands.empty() ? nullptr : dynamic_cast<XJointReader*>(bands.front());
 }
 
+/// The caller has made sure that the source is not null: bands without one have nothing in common.
 bool HasSource(ZRMBand* band, const void* source) {
   const auto* const reader = dynamic_cast<const XJointReader*>(band);
   return reader && reader->GetJointSource() == source;
@@ -25,6 +27,8 @@ bool XfnHaveJointSource(std::span<ZRMBand* const> bands) {
   return source && std::ranges::all_of(bands, [source](ZRMBand* band) { return HasSource(band, source); });
 }
 
+/// A joint read that fails is followed by single ones: they may still succeed, for example with memory for one band and
+/// not for all.
 int XfnReadBands(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
                  std::span<tagXArr2*> out) {
   if (out.size() < bands.size()) return 0;

@@ -1,3 +1,10 @@
+// A dataset: the owner of its bands, vector sets, regions, control points and signatures, and mostly of the open file
+// that its bands read. What is added belongs to the dataset from then on, also where adding it fails.
+//
+// The order in which all this ends matters. Followers go before their masters, and all bands before the file. Questions
+// about the georeference are answered by the first band, as all bands of a dataset are taken to lie in one place. A
+// dataset is filled by one thread; afterwards several may ask it.
+
 #include "XRSFile.h"
 
 #include "XPath.h"
@@ -14,11 +21,12 @@ Element* At(const std::vector<std::unique_ptr<Element>>& elements, int index) {
 
 template <class Element>
 void Add(std::vector<std::unique_ptr<Element>>& elements, Element* element) {
-  // Owned before the list grows, so that it is not lost where the list can't.
+  // The element is owned before the list grows, so that it is not lost where memory runs out.
   std::unique_ptr<Element> owned(element);
   if (owned) elements.push_back(std::move(owned));
 }
 
+/// A matrix has a row and a column for each band. Whatever can't be one leaves none, so that no old values stay behind.
 void SetMatrix(std::vector<double>& matrix, const double* values, int numBands) {
   matrix.clear();
   if (!values || numBands <= 0) return;
@@ -31,17 +39,19 @@ void SetMatrix(std::vector<double>& matrix, const double* values, int numBands) 
 XRSFile::XRSFile() = default;
 
 XRSFile::~XRSFile() {
-  // A follower may look at its master until its own end, and comes behind it in the list.
+  // A follower may look at its master until its own end. It comes behind it in the list, and so the list is emptied
+  // from the back.
   while (!bands_.empty()) bands_.pop_back();
 }
 
 void XRSFile::SetFile(XFile* file, int owns) {
-  // Attaching the same file again only says anew who owns it.
+  // Attaching the same file again only tells anew who owns it.
   if (ownedFile_.get() == file) static_cast<void>(ownedFile_.release());
   ownedFile_.reset(owns ? file : nullptr);
   file_ = file;
 }
 
+/// An open file knows its path best. The stored one serves datasets that hold no open file themselves.
 XString XRSFile::GetFilePath() const {
   return file_ && file_->IsOpen() ? file_->GetFilePath() : filePath_;
 }
@@ -106,6 +116,7 @@ void XRSFile::SetCovarianceMatrix(const double* values, int numBands) {
   SetMatrix(covarianceMatrix_, values, numBands);
 }
 
+/// The first value stands for the whole matrix, which is filled at once.
 bool XRSFile::HasValidStatistics() const {
   return !correlationMatrix_.empty() && correlationMatrix_.front() != kNotSet;
 }

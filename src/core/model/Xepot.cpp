@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+/// The loop ends, since a size is 0 after 31 shifts at the latest, and every tile is larger than that.
 int Xepot::CalcProperLevel(int xSize, int ySize, int xTileSize, int yTileSize) {
   if (xTileSize <= 0 || yTileSize <= 0) return 0;
   int level = 0;
@@ -22,6 +23,8 @@ int Xepot::GetHighestLevelForTarget(int, int, int levels, int, int, int x0, int 
   };
 
   if (levels <= 0) return 0;
+  // The count of levels comes from the caller and may be huge. It is tried by itself, and the loop begins where levels
+  // begin to differ.
   if (suits(levels)) return levels;
   for (int level = std::min(levels - 1, kLastThatDiffers); level > 0; --level) {
     if (suits(level)) return level;

@@ -1,3 +1,11 @@
+// A band with a place in the world and a record of how it was taken. The georeference is the upper left corner and two
+// pixel sizes: x grows to the right, the world's y grows upwards while rows go down, and there is no rotation. Pixel
+// sizes may be 0 for a band without a place, so that a division by them may give what is not a number; every conversion
+// to an int is ready for that.
+//
+// Statistics are an estimate from a coarse level. The conversions only read fields, and several threads may use them at
+// once.
+
 #include "ZRMBand.h"
 
 #include "XStatistics.h"
@@ -11,15 +19,15 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBand, XBand);
 
 namespace {
 
-/// Truncates toward zero, cut to the range of an int; 0 for what is not a number.
+/// Truncates toward zero and cuts to the range of an int. What is not a number gives 0.
 int TruncateToInt(double value) {
   if (std::isnan(value)) return 0;
   return static_cast<int>(std::clamp(value, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
 }
 
 /// The whole pixels in an extent. World coordinates are seldom exact in binary, so that an extent of ten pixels may
-/// come out a hair below ten; a millionth of a pixel, full-resolution where the pixels are of a level, makes up for
-/// that.
+/// come out a hair below ten. A millionth of a pixel makes up for that. Where the pixels are those of a level, it is a
+/// millionth of a pixel at full resolution.
 int WholePixels(double extent, double pixelSize, int level = 0) {
   return TruncateToInt(extent / pixelSize + std::ldexp(1e-6, -level));
 }
@@ -42,7 +50,7 @@ int ZRMBand::GetHighestLevelForTarget(double cornerX0, double cornerY0, double c
                                       int height) {
   const auto [minX, maxX] = std::minmax({cornerX0, cornerX1, cornerX2, cornerX3});
   const auto [minY, maxY] = std::minmax({cornerY0, cornerY1, cornerY2, cornerY3});
-  // Only the size of the window matters, and it is not cut to the image: an area that reaches beyond it is drawn at
+  // Only the size of the window matters. It is not cut to the image, because an area that reaches beyond it is drawn at
   // the same scale.
   const int columns = WholePixels(maxX - minX, std::abs(xPixelSize_));
   const int rows = WholePixels(maxY - minY, std::abs(yPixelSize_));
@@ -54,6 +62,8 @@ int ZRMBand::CalcStatistics(int withHistogram) {
   return CalcStatisticsAtLevel(std::max(GetLevel() - 1, 0), withHistogram);
 }
 
+/// The sizes of a level are counted through the extent in the world, which leaves no pixels where a pixel size is 0:
+/// the statistics of such a band then fail on every level but 0.
 int ZRMBand::CalcStatisticsAtLevel(int level, int withHistogram) {
   if (!IsLevel(level)) return 0;
   int width = GetXSize();
@@ -67,7 +77,7 @@ int ZRMBand::CalcStatisticsAtLevel(int level, int withHistogram) {
   }
   if (width <= 0 || height <= 0) return 0;
 
-  // Most bands answer a buffer of their own; the local one is for those that fill what they are given.
+  // Most bands answer with a buffer of their own. The local one is for those that fill what they are given.
   tagXArr2 local;
   if (!local.Alloc(width, height, GetDataSize())) return 0;
   tagXArr2* pixels = &local;
@@ -87,6 +97,8 @@ int ZRMBand::CalcStatisticsAtLevel(int level, int withHistogram) {
 
 int ZRMBand::CloneBand(ZRMBand* source) {
   if (!source) return 0;
+  // The list of classes below is cleared before it is copied, which would leave a band that is its own source without
+  // any.
   if (source == this) return 1;
   XBand::CloneBand(source);
   CopyGeometry(*source);
@@ -108,6 +120,7 @@ int ZRMBand::CloneBand(ZRMBand* source) {
   return 1;
 }
 
+/// What the bands of one image share: size and place, and nothing of the pixels.
 void ZRMBand::CopyGeometry(const ZRMBand& master) {
   SetSize(master.GetXSize(), master.GetYSize());
   SetPixelSize(master.xPixelSize_, master.yPixelSize_);
@@ -116,6 +129,7 @@ void ZRMBand::CopyGeometry(const ZRMBand& master) {
   sr_ = master.sr_;
 }
 
+/// The scan parameters are copied and not shared, since each band frees its own.
 void ZRMBand::CopyAcquisition(const ZRMBand& source) {
   sceneOrient_ = source.sceneOrient_;
   altitude_ = source.altitude_;
@@ -151,6 +165,7 @@ void ZRMBand::ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y
   y = TruncateToInt(worldY);
 }
 
+/// Pixels have an extent, so that the range ends at the far edges of the last ones.
 void ZRMBand::ConvPixelToWorldRange(int x0, int x1, int y0, int y1, double& minX, double& maxX, double& minY,
                                     double& maxY) const {
   minX = x0;
@@ -165,6 +180,7 @@ void ZRMBand::GetBoundRect(double& minX, double& maxX, double& minY, double& max
   ConvPixelToWorldRange(0, GetXSize() - 1, 0, GetYSize() - 1, minX, maxX, minY, maxY);
 }
 
+/// The pixel sizes stay and the count of pixels follows. Without a pixel size the count stays too.
 void ZRMBand::SetBoundRect(double minX, double maxX, double minY, double maxY) {
   SetUpperLeft(minX, maxY);
   if (xPixelSize_ != 0.0) SetXSize(std::max(WholePixels(maxX - minX, xPixelSize_), 0));
@@ -179,6 +195,7 @@ tagXRSGIS* ZRMBand::GetGISAt(int index) const {
   return 0 <= index && index < GetNumOfGIS() ? gis_[static_cast<std::size_t>(index)].get() : nullptr;
 }
 
+/// The record is owned before the list grows, so that it is not lost where memory runs out.
 void ZRMBand::AddGIS(tagXRSGIS* gis) {
   std::unique_ptr<tagXRSGIS> owned(gis);
   if (owned) gis_.push_back(std::move(owned));

@@ -7,6 +7,7 @@
 template <class Base>
 ZRMBandChannels<Base>::ZRMBandChannels(std::unique_ptr<Frame> frame, ZRMBandChannels* master)
     : ZRMBandFile<Base>(std::move(frame)), master_(master) {
+  // A follower shares the size and place of its master, since one decode serves both.
   if (!master) return;
   this->CopyGeometry(*master);
   this->GetFrame().masterBand = master;
@@ -41,5 +42,6 @@ void ZRMBandChannels<Base>::GetPrevReadSubsetParam(int& level, int& x0, int& x1,
   y1 = last.y1;
 }
 
+/// The two bases that bands over files have.
 template class ZRMBandChannels<ZRMBand>;
 template class ZRMBandChannels<ZRMBandDRIO>;

@@ -9,6 +9,7 @@ ZRMBandDRIO* ZRMBandDRIO::GetLevelSource() {
   return this;
 }
 
+/// The same band may be given again and must not be destroyed by that.
 void ZRMBandDRIO::HoldLevelData(ZRMBand* levelData, ZRMBandXLD* bandXLD) {
   if (levelData != levelData_.get()) levelData_.reset(levelData);
   bandXLD_ = bandXLD;

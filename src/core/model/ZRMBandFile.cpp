@@ -1,4 +1,5 @@
-// The frame of the bands over files, for the two bases that they have. Nobody else makes instances of it.
+// The frame of the bands over files, for the two bases that they have. Nobody else makes instances of it. Everything
+// that such bands do alike stands here once; a format adds a `BandFrame` that decodes its windows.
 
 #include "ZRMBandFile.h"
 
@@ -34,6 +35,7 @@ template <class Base>
 int ZRMBandFile<Base>::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
   const zrk::ReadRequest request{level, x0, x1, y0, y1};
   if (!frame_->Accepts(request, this->IsInside(x0, x1, y0, y1), cancel)) return 0;
+  // Level data is asked before the source, since its reduced pixels lie ready while the source has to decode them.
   if constexpr (std::derived_from<Base, ZRMBandDRIO>) {
     if (frame_->asksLevelData && this->ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
   }
@@ -48,7 +50,8 @@ int ZRMBandFile<Base>::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int
 
 template <class Base>
 int ZRMBandFile<Base>::CalcStatistics(int withHistogram) {
-  // Level data has its own coarse images, which are small.
+  // Level data has coarse images of its own, which are small, and so the general way serves. It also serves where a
+  // pixel size is 0, and answers as it does for any such band.
   bool hasLevelData = false;
   if constexpr (std::derived_from<Base, ZRMBandDRIO>) hasLevelData = this->GetBandXLD() != nullptr;
   const bool isPlaced = this->GetXPixelSize() != 0.0 && this->GetYPixelSize() != 0.0;

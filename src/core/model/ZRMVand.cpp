@@ -1,6 +1,11 @@
 // Vector files through OGR. Each kind is opened by exactly the driver that is meant, registered by itself, and the
 // files come to it through the library's own door to the disk, so that neither the environment nor another format's
 // reader has a say.
+//
+// A file goes through a gate before its driver sees it. The gates refuse a file of another kind, and one whose nesting
+// or links would let it ask for unbounded work. Then its layers are described: name, count of features, extent and
+// system. Features themselves are not kept. Several threads may load at once, each its own set; only the opening takes
+// a lock. A set is emptied before a load, and only a load that succeeds fills it.
 
 #include "ZRMVand.h"
 
@@ -26,9 +31,10 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMVand, XObject);
 
 namespace {
 
-/// An empty sentence lets the file pass.
+/// Looks at a file before its driver does. An empty sentence lets the file pass.
 using Gate = XString (*)(const XFile& file);
 
+/// What is known of one kind of file.
 struct Reader {
   int kind;
   const char* driver;
@@ -47,6 +53,7 @@ using Dataset = std::unique_ptr<GDALDataset, DatasetClose>;
 /// Features between two looks at the state word.
 constexpr int kFeaturesPerLook = 256;
 
+/// The gate needs the whole text at once, and so it has to be within the limit of tables.
 XString PassKml(const XFile& file) {
   const std::int64_t length = file.GetLength();
   if (length < 0 || length > XfnGetLimits().tableBytes) return "file is too large";
@@ -83,6 +90,7 @@ const Reader* FindReader(int kind) {
   return reader == std::end(kReaders) ? nullptr : reader;
 }
 
+/// Callers may ask for kinds that this build has no reader for. The sentence tells which.
 const char* NameOfUnreadable(int kind) {
   switch (kind) {
     case ZRMVand::kKindXVC:
@@ -116,7 +124,7 @@ bool IsStopped(XThread* thread) {
   return thread && XfnIsStopRequested(thread->GetStatePtr());
 }
 
-/// Widens the extent; one that is no range of finite numbers says nothing.
+/// Widens the extent of a layer. An envelope that is no range of finite numbers says nothing and is passed over.
 void Widen(tagXVectorLayer& layer, const OGREnvelope& by) {
   const bool isFinite =
       std::isfinite(by.MinX) && std::isfinite(by.MaxX) && std::isfinite(by.MinY) && std::isfinite(by.MaxY);
@@ -141,7 +149,8 @@ bool Measure(OGRLayer& layer, tagXVectorLayer& record, XThread* thread) {
   return true;
 }
 
-/// Takes what the headers of a shapefile tell, so that a large one is described at once.
+/// Takes what the headers of a shapefile tell, so that a large one is described at once. Layers of other kinds are
+/// measured feature by feature.
 void TakeSummary(OGRLayer& layer, tagXVectorLayer& record) {
   record.numFeatures = std::max<GIntBig>(layer.GetFeatureCount(TRUE), 0);
   OGREnvelope extent;
@@ -171,6 +180,7 @@ bool DescribeLayers(GDALDataset& dataset, int kind, std::vector<tagXVectorLayer>
 /// Reads the file's layers, or gives the reason why they can't be read.
 End ReadLayers(const XString& path, const Reader& reader, std::vector<tagXVectorLayer>& layers, XString& reason,
                XThread* thread) {
+  // Both guards are made before the dataset, so that they also hold while it is closed.
   const zrk::QuietGdal quiet;
   const zrk::FixedGdalSwitches switches;
   try {
@@ -220,6 +230,7 @@ const tagXVectorLayer* ZRMVand::GetLayerAt(int index) const {
   return index >= 0 && index < GetNumOfLayers() ? &layers_[static_cast<std::size_t>(index)] : nullptr;
 }
 
+/// The layers are merged as envelopes, so that the rule for what is no extent holds for them too.
 int ZRMVand::GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const {
   tagXVectorLayer all;
   for (const tagXVectorLayer& layer : layers_) {

@@ -1,6 +1,11 @@
-// A body is a pyramid of tiles: plain ones at places that follow from the sizes, or compressed ones behind a table of
-// their places. Plain bodies are made for all bands at once and bring their statistics along. A compressed one is made
-// of one band, which is then read once more for the statistics.
+// A body is a pyramid of tiles: plain ones at offsets that follow from the sizes, or compressed ones behind a table of
+// their offsets.
+//
+// The size of a plain body is known before a pixel is read. All plain bodies are therefore planned first, the disk is
+// asked for their room, and they are built in one pass over the bands, which brings their statistics along. The size of
+// a compressed body is known only when it is done, so that these bodies follow one after another. Each is made of one
+// band, which is then read once more for the statistics. A save that fails leaves bytes of bodies in the file, at which
+// nobody looks without a text that names them.
 
 #include "core/native/BandBodies.h"
 
@@ -20,12 +25,16 @@
 namespace zrk {
 namespace {
 
+/// For bands that have no tiles of their own.
 constexpr int kUsualTile = 256;
 
+/// A body holds the window alone, and a window beyond its band can't be read.
 bool HasWindow(const ZRMBand* band, const Window& window) {
   return band && window.IsInside(band->GetXSize(), band->GetYSize());
 }
 
+/// The wanted levels end with the first one that fits in one tile. A window may therefore have fewer of them than its
+/// band.
 PyramidShape ShapeFor(const ZRMBand& band, const BodyRequest& request) {
   PyramidShape shape;
   shape.xSize = request.window.Width();
@@ -38,7 +47,8 @@ PyramidShape ShapeFor(const ZRMBand& band, const BodyRequest& request) {
   return shape;
 }
 
-/// Compressed tiles are as high as they are wide, while the levels are counted for the band's own tiles.
+/// Compressed tiles are as high as they are wide, while the levels are counted for the band's own tiles. A band without
+/// tiles of its own gets no levels.
 PyramidShape CompressedShapeFor(const ZRMBand& band, const BodyRequest& request) {
   PyramidShape shape = ShapeFor(band, request);
   shape.yTile = shape.xTile;
@@ -47,7 +57,7 @@ PyramidShape CompressedShapeFor(const ZRMBand& band, const BodyRequest& request)
   return shape;
 }
 
-/// One plain body from `offset` on; none where a band has no such pyramid, or the file would become too long.
+/// One plain body from `offset` on. There is none where a band has no such pyramid, or the file would become too long.
 std::optional<BandBody> PlanBody(const ZRMBand& band, std::int64_t offset, const BodyRequest& request) {
   BandBody body;
   body.shape = ShapeFor(band, request);
@@ -59,6 +69,7 @@ std::optional<BandBody> PlanBody(const ZRMBand& band, std::int64_t offset, const
   return body;
 }
 
+/// The layout was made once already, when the body was planned, and can be made again.
 PyramidBand PlanBuild(ZRMBand& band, const BandBody& body, XFile& file) {
   PyramidBand part;
   part.source = &band;
@@ -67,7 +78,8 @@ PyramidBand PlanBuild(ZRMBand& band, const BandBody& body, XFile& file) {
   return part;
 }
 
-/// Moves `end` behind the bodies of all bands.
+/// Plans the bodies of all bands and moves `end` behind them. Nothing is written, so that a band that can't be saved
+/// leaves the file as it is.
 PyramidResult PlanBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& bands, const BodyRequest& request,
                          PyramidJob& job, std::vector<BandBody>& bodies) {
   for (ZRMBand* band : bands) {
@@ -83,6 +95,7 @@ PyramidResult PlanBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBa
 
 }  // namespace
 
+/// Every further mode compresses, whatever its number is.
 bool IsPlainMode(int mode) {
   return mode == kCompressionNone || mode == kCompressionPlain;
 }
@@ -94,6 +107,7 @@ PyramidResult WritePlainBodies(XFile& file, std::int64_t& end, const std::vector
   job.thread = request.thread;
   job.percentStart = request.percentStart;
   job.percentSpan = request.percentSpan;
+  // The caller's end moves only when all bodies are written.
   std::int64_t newEnd = end;
   bodies.clear();
   const PyramidResult planned = PlanBodies(file, newEnd, bands, request, job, bodies);
@@ -116,6 +130,7 @@ PyramidResult WriteCompressedBody(XFile& file, std::int64_t& end, ZRMBand* band,
   body.compression = kCompressionTiles;
   body.offset = end;
   const CompressRequest how = {request.window, body.shape.xTile, body.shape.levels, request.maxError, request.thread};
+  // This is the time of the processor and not of the clock on the wall, over all threads of the process.
   const std::clock_t start = std::clock();
   const PyramidResult written = CompressPyramid(*band, file, body.offset, how, body.size);
   body.ticks = std::clock() - start;
@@ -124,6 +139,7 @@ PyramidResult WriteCompressedBody(XFile& file, std::int64_t& end, ZRMBand* band,
   return MeasureWindow(*band, request.window, request.thread, body.summary, body.histogram);
 }
 
+/// Each compressed body takes an equal part of the request's percentages, which are those of the caller's own range.
 PyramidResult WriteBodies(XFile& file, std::int64_t& end, const std::vector<ZRMBand*>& bands,
                           const BodyRequest& request, std::vector<BandBody>& bodies) {
   if (IsPlainMode(request.mode)) return WritePlainBodies(file, end, bands, request, bodies);
@@ -140,6 +156,7 @@ PyramidResult WriteBodies(XFile& file, std::int64_t& end, const std::vector<ZRMB
   return PyramidResult::kDone;
 }
 
+/// A band without a single sample that counts has no statistics, which is told apart from statistics of 0.
 void RecordBody(XRSFileSaver& saver, ZRMBand& band, const BandBody& body) {
   saver.WriteBandDataPlace(body.offset, body.size);
   const Summary& known = body.summary;

@@ -1,5 +1,9 @@
-// A native raster file is a header, the bodies of the bands, and the XML that describes them; the header says where the
-// XML begins. The text alone also ends a level file, for which the bands are there already.
+// A native raster file is a header, the bodies of the bands, and the XML that describes them. The header says where the
+// XML begins. The XML alone also ends a level file, for which the bands are there already.
+//
+// Nothing of a file is trusted before it is compared with the file itself: the offset of the text with the length of
+// the file, the size of the text with the limit, and each body with the room in front of the text. A dataset is changed
+// only when all of that has succeeded. The bands keep the open file and read their bodies from it later.
 
 #include "base/Cursor.h"
 #include "base/Fence.h"
@@ -21,7 +25,8 @@ namespace {
 
 constexpr char kNotComplete[] = "The native raster file is not complete";
 
-/// Where the XML begins; -1, and a sentence, where the header does not tell.
+/// The offset at which the XML begins; -1, and a sentence, where the header does not tell. A file that was never
+/// finished has -1 in its header, and is told apart from one of another kind or version.
 std::int64_t ReadHeader(const XFile& file, XString& err) {
   std::array<unsigned char, zrk::kNativeHeaderSize> bytes{};
   const std::int64_t count = file.ReadAt(0, bytes.data(), zrk::kNativeHeaderSize);
@@ -44,7 +49,7 @@ std::int64_t ReadHeader(const XFile& file, XString& err) {
   return -1;
 }
 
-/// The text from `offset` to the end of the file; empty, and a sentence, where it can't be had.
+/// The text from `offset` to the end of the file; empty, and a sentence, where there is none to be had.
 std::string ReadText(const XFile& file, std::int64_t offset, XString& err) {
   const std::int64_t bytes = file.GetLength() - offset;
   if (bytes > XfnGetLimits().xmlBytes) {
@@ -58,6 +63,7 @@ std::string ReadText(const XFile& file, std::int64_t offset, XString& err) {
   return {};
 }
 
+/// The dataset takes the file over last. Until then it is closed by whatever fails, and no band of it is left.
 int LoadFile(XRSFile& dataset, const XString& path, XString& err) {
   if (dataset.GetNumOfBands() > 0) {
     err = "The dataset has bands already";
@@ -80,6 +86,8 @@ int LoadFile(XRSFile& dataset, const XString& path, XString& err) {
   return 1;
 }
 
+/// A dataset with bands is being given what its level file tells. One without gets the bands of the text, over the file
+/// that it has, if any.
 int LoadText(XRSFile& dataset, const XString& xml, XString& err) {
   pugi::xml_document document;
   if (!zrk::ParseNativeXml(xml.AsStdString(), document, err)) return 0;

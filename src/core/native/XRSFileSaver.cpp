@@ -1,5 +1,12 @@
 // The document is built as a tree and becomes text in the end. Every band element has its projection from the start, so
 // that the projection of a written file can be replaced later without moving anything else.
+//
+// The layout of a file is a header of 16 bytes, the bodies and the text. The header is written twice: at first with -1
+// where the offset of the text belongs, and last with the offset, after all else is on the medium. Whoever finds an
+// offset in it has a whole file.
+//
+// Each call here is one group of fields. Which fields a group has, and their names, is told in the fields of bands and
+// datasets, where the loader finds them too. One thread uses a saver at a time.
 
 #include "XRSFileSaver.h"
 
@@ -21,7 +28,7 @@ using zrk::XmlWriter;
 
 namespace {
 
-/// Stands in the header of a file that is not finished.
+/// The offset of the text while the file is not finished.
 constexpr std::int64_t kNoText = -1;
 
 }  // namespace
@@ -56,6 +63,7 @@ struct XRSFileSaver::Document {
   int WriteHeader(std::int64_t textOffset) const;
 };
 
+/// The information of the writer may be told before or after the document is opened, and so it is recorded at both.
 void XRSFileSaver::Document::Open() {
   xml.reset();
   band = {};
@@ -76,6 +84,7 @@ zrk::WriterInfo& XRSFileSaver::Document::TouchWriterInfo() {
   return *writerInfo;
 }
 
+/// All numbers are little-endian, on every machine.
 int XRSFileSaver::Document::WriteHeader(std::int64_t textOffset) const {
   const auto version = zrk::LittleEndian(zrk::kNativeVersion);
   const auto offset = zrk::LittleEndian(textOffset);
@@ -122,11 +131,13 @@ void XRSFileSaver::WriteInitTags() {
   document_->Open();
 }
 
+/// The empty projection holds its place in front of all other fields. `CopyBandMapInfo` fills it.
 void XRSFileSaver::WriteBandTag() {
   document_->ToDataset([this](XmlWriter& writer) { document_->band = writer.Append(zrk::kTagBand); });
   document_->ToBand([](XmlWriter& writer) { writer.Field(zrk::kTagProjection, XString()); });
 }
 
+/// The end moves only where all went well, so that a body that failed is written over by the next one.
 int XRSFileSaver::CopyBandData(ZRMBand* band, int level, int x0, int x1, int y0, int y1, int mode, XThread* thread,
                                int percentStart, int percentSpan, XString& err) {
   XFile* const file = GetOutputFile();
@@ -147,6 +158,7 @@ void XRSFileSaver::WriteBandDataPlace(std::int64_t offset, std::int64_t size) {
   document_->ToBand([&](XmlWriter& writer) { VisitPlace(writer, place); });
 }
 
+/// The band has nothing to say here: layout and statistics are those of the body that was written.
 void XRSFileSaver::CopyBandInfo(ZRMBand*, long levels, long xTile, long yTile, long width, long height, long dataType,
                                 int compression, double min, double max, double mean, double stdDev,
                                 const std::int64_t* histogram) {
@@ -164,6 +176,7 @@ void XRSFileSaver::CopyBandBasicInfo(ZRMBand* band) {
   if (band) document_->ToBand([band](XmlWriter& writer) { VisitBasicInfo(writer, *band); });
 }
 
+/// Only the upper left corner counts. The other one follows from the sizes.
 void XRSFileSaver::CopyBandCoord(ZRMBand* band, int x0, int, int y0, int) {
   if (!band) return;
   double ulx = x0;
@@ -184,6 +197,7 @@ void XRSFileSaver::WriteBandCoordInfo(double ULX, double ULY, double xPixelSize,
 void XRSFileSaver::CopyBandMapInfo(ZRMBand* band) {
   if (!band) return;
   XString wkt;
+  // A system that can't be told whole is left out, and not told in part.
   if (!band->GetSR()->exportToWkt(wkt)) wkt.Empty();
   zrk::BandMapInfo info{band->GetCoordinateKind(), band->GetSR()->GetCoordinateKind(), band->IsNormalizedWorld()};
   document_->ToBand([&](XmlWriter& writer) {
@@ -205,6 +219,7 @@ void XRSFileSaver::CopyBandSceneOrient(ZRMBand* band) {
   if (band) document_->ToBand([band](XmlWriter& writer) { VisitSceneOrient(writer, *band); });
 }
 
+/// The model is that of the whole band. A save of a window writes the group again, with the offset of the window.
 void XRSFileSaver::CopyBasicSensorParams(ZRMBand* band) {
   if (!band) return;
   zrk::SensorModel model = zrk::SensorModelOf(*band);
@@ -245,6 +260,7 @@ void XRSFileSaver::WriteAdditionalSensorParams(int useSensorModel, double focalL
   document_->ToBand([&](XmlWriter& writer) { VisitSensorModel(writer, model); });
 }
 
+/// A band without such a sensor leaves no trace in the text.
 void XRSFileSaver::WriteScanSensorParams(XRSScanSensorParam* param) {
   if (!param) return;
   document_->ToBand([param](XmlWriter& writer) {
@@ -252,6 +268,8 @@ void XRSFileSaver::WriteScanSensorParams(XRSScanSensorParam* param) {
   });
 }
 
+/// A matrix of another number of bands belongs to a dataset that was changed since. It says nothing of the bands that
+/// there are now.
 void XRSFileSaver::CopyFileDescription(XRSFile* dataset) {
   if (!dataset) return;
   const auto numBands = static_cast<std::size_t>(dataset->GetNumOfBands());
@@ -282,6 +300,9 @@ XString XRSFileSaver::GetXML() const {
   return zrk::FormatNativeXml(document_->xml);
 }
 
+/// The order is what makes the file safe: the text, the length, which cuts what an older text may have left behind it,
+/// a sync, and only then the offset. A header that may be on the medium or not is taken back, so that the file does not
+/// count as whole.
 int XRSFileSaver::Save() {
   XFile* file = document_->file;
   if (!file || !document_->root || !document_->hasHeader || document_->dataEnd < zrk::kNativeHeaderSize) return 0;

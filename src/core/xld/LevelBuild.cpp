@@ -1,6 +1,10 @@
 // A level file is a head, a pyramid for each band, and a text that ends it. The short form has no pyramids and the
 // statistics of the coarsest level; the full form has those of the half-size image, which is the top of its pyramid.
-// The head says last where the text begins.
+//
+// The file is written in the order of its bytes but for the head, which says last where the text begins. Pyramids are
+// planned first, so that each has its offset and the disk can be asked for all of the room at once. They are then built
+// together, in one pass over the source, by as many threads as the caller grants. Everything else is done by one
+// thread. A null value counts like any other sample here, in means as in statistics.
 
 #include "core/xld/LevelBuild.h"
 
@@ -22,7 +26,8 @@
 namespace zrk {
 namespace {
 
-/// The sums of one band's samples, and what follows from them.
+/// The sums of one band's samples, and what follows from them. The range begins turned around, so that the first sample
+/// sets both ends.
 struct Sums {
   double sum = 0.0;
   double sumOfSquares = 0.0;
@@ -34,6 +39,7 @@ struct Sums {
   double GetMean() const { return sum / static_cast<double>(count); }
   double GetStdDev() const {
     if (count == 1) return 0.0;
+    // Rounding may leave the difference a little below 0.
     const double mean = GetMean(), squares = sumOfSquares - mean * mean * static_cast<double>(count);
     return std::sqrt(std::max(squares, 0.0) / (static_cast<double>(count) - 1.0));
   }
@@ -44,6 +50,7 @@ bool AddRange(const tagXArr2& data, int dataType, Sums& sums) {
                                sums.maxValue, sums.count, INT_MIN, INT_MAX, INT_MIN, INT_MAX, kNotSet);
 }
 
+/// The second pass over the samples: the bins follow from the range, which the first pass finds.
 bool AddHistogram(const tagXArr2& data, int dataType, Sums& sums) {
   return XfnGetSubsetStatElem3(data.data, data.xSize, data.ySize, dataType, kNotSet, -kNotSet, sums.minValue,
                                sums.maxValue, sums.histogram.data(), INT_MIN, INT_MAX, INT_MIN, INT_MAX, kNotSet);
@@ -58,14 +65,14 @@ void SetStatistics(ZRMBand& record, double minValue, double maxValue, double mea
   record.SetHistogram(histogram);
 }
 
-/// Takes what is known of a band over, without its statistics.
+/// Takes what is known of a band over, without its statistics, which are those of other pixels.
 void CopyFields(ZRMBand& record, ZRMBand& band) {
   const std::array<std::int64_t, 256> none{};
   record.CloneBand(&band);
   SetStatistics(record, kNotSet, kNotSet, kNotSet, kNotSet, none.data());
 }
 
-/// Whether level data of a band has the shape that a level file tells for all: that of the first.
+/// Whether level data of a band has the shape of the first band's, which is what the level file tells for all bands.
 bool CanBeHalvedLike(const ZRMBand& first, const ZRMBand& band) {
   return first.GetXSize() == band.GetXSize() && first.GetYSize() == band.GetYSize();
 }
@@ -76,6 +83,7 @@ bool LevelBuild::Fail(const char* sentence) {
   return FailWith(err_, sentence);
 }
 
+/// A stop has no sentence. The flag lets the caller tell it from a failure.
 bool LevelBuild::Check(PyramidResult result) {
   wasStopped_ = result == PyramidResult::kStopped;
   return result == PyramidResult::kDone || (!wasStopped_ && Fail(GetSentence(result)));
@@ -89,11 +97,13 @@ bool LevelBuild::ReportStep(int step) {
   return !wasStopped_;
 }
 
+/// The file takes its name only when it is whole, so that an old level file serves until then.
 bool LevelBuild::Run(const XString& path, bool wantsPyramids) {
   if (!output_.Begin(path)) return Fail("Cannot open file to write");
   return Write(wantsPyramids) && (output_.Publish() || Fail("Fail to write Data"));
 }
 
+/// The head of an unfinished file has -1 for the offset of the text, so that no reader takes it for a whole one.
 bool LevelBuild::Write(bool wantsPyramids) {
   XFile& out = output_.File();
   const auto head = FormatLevelHead(-1);
@@ -117,7 +127,8 @@ bool LevelBuild::MeasureBands() {
   return true;
 }
 
-/// The image is asked for at the count of levels and not at one less. A band that can't be read has no statistics.
+/// The image is asked for at the count of levels, which is the coarsest one that a band serves. A band that can't be
+/// read has no statistics, and its record stays empty; the build goes on with the others.
 bool LevelBuild::MeasureBand(int index) {
   ZRMBand* band = dataset_.GetBandAt(index);
   if (!band) return false;
@@ -139,7 +150,8 @@ bool LevelBuild::MeasureBand(int index) {
   return true;
 }
 
-/// Gives a band its store, behind those of the bands before.
+/// Gives a band its store, behind those of the bands before. Sizes and tiles are the first band's for all, because the
+/// text tells the same ones for every band.
 bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   const ZRMBand& first = *dataset_.GetBandAt(0);
   ZRMBand* band = dataset_.GetBandAt(index);
@@ -161,6 +173,8 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   return true;
 }
 
+/// All bands are planned before the first is built, so that bands that are not alike are found while the file has
+/// nothing but a head.
 bool LevelBuild::BuildPyramids() {
   const ZRMBand& first = *dataset_.GetBandAt(0);
   PyramidJob job;

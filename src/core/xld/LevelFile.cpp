@@ -10,6 +10,7 @@
 namespace zrk {
 namespace {
 
+/// The first bytes of every level file, the offset of the text being behind them.
 constexpr std::array<unsigned char, 4> kMark = {'X', 'L', 'D', '.'};
 
 }  // namespace
@@ -21,6 +22,8 @@ std::array<unsigned char, 12> FormatLevelHead(std::int64_t textOffset) {
   return head;
 }
 
+/// A disk that gives fewer bytes than the file has is told from a file that ends early: the first may serve again, the
+/// second never will. The mark is looked at before the length, so that a short file of another kind counts as foreign.
 LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset) {
   std::array<unsigned char, 12> head{};
   const std::int64_t length = file.GetLength(), got = file.ReadAt(0, head.data(), kLevelHeadBytes);
@@ -33,6 +36,7 @@ LevelHead ReadLevelHead(XFile& file, std::int64_t& textOffset) {
   return LevelHead::kGood;
 }
 
+/// The text reaches to the end of the file. Its size is compared with the limit before memory is taken for it.
 XString ReadLevelText(XFile& file, std::int64_t textOffset) {
   if (textOffset < kLevelHeadBytes) return "";
   const std::int64_t size = file.GetLength() - textOffset;

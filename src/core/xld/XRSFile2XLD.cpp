@@ -8,7 +8,7 @@
 
 namespace {
 
-// Modes in which the full form is built: 2 comes from a caller whose operator was asked.
+// Modes in which the full form is built. The first of them comes from a caller whose operator was asked.
 constexpr int kFullIfAllowed = 2;
 constexpr int kFull = 3;
 
@@ -23,6 +23,7 @@ void XRSFile2XLD::SetXRSFile(XRSFile* file) {
 
 int XRSFile2XLD::Save(XString path, XString& err, int mode, XThread* thread) {
   bool wasStopped = false;
+  // What is thrown becomes a sentence here, and the unfinished file goes away with the build.
   const int isDone = zrk::Fenced(err, [&]() -> int {
     if (path.IsEmpty() || !file_) return 0;
     if (!file_->GetBandAt(0)) return zrk::FailWith(err, "No Band found");

@@ -1,3 +1,11 @@
+// The reduced levels of a band, out of its pyramid in a level file. The top of the pyramid is the band at half its
+// size, so that level n of the band is level n - 1 of the store.
+//
+// Half of an odd size is cut to a whole number, while the store covers the same extent of the world. Its pixels are
+// then a little more than twice as large as the band's, and a shift of pixels would drift away from the place that is
+// meant. So a window is carried over by its world coordinates. Results are kept for each thread, and several threads
+// may read at once.
+
 #include "ZRMBandXLD.h"
 
 #include "base/Fence.h"
@@ -14,8 +22,8 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandXLD, ZRMBand);
 
 namespace {
 
-/// Pixels are counted in whole numbers, but world coordinates between them are seldom exact in binary: what lacks less
-/// than a millionth to the next pixel is that pixel.
+/// Pixels are counted in whole numbers, but world coordinates between them are seldom exact in binary. What lacks less
+/// than a millionth to the next pixel is that pixel. What lies outside of all pixels is -1.
 int TruncateToPixel(double place) {
   const double whole = std::trunc(place + 1e-6);
   return whole >= 0.0 && whole <= INT_MAX ? static_cast<int>(whole) : -1;
@@ -46,6 +54,7 @@ std::int64_t ZRMBandXLD::GetOffset() const {
   return impl_->offset;
 }
 
+/// The same file may be attached again, to change its owner. It is released first, since the reset would close it.
 void ZRMBandXLD::SetFile(XFile* file, int owns) {
   if (file == impl_->ownedFile.get()) static_cast<void>(impl_->ownedFile.release());
   impl_->ownedFile.reset(owns ? file : nullptr);
@@ -71,10 +80,13 @@ bool ZRMBandXLD::Init(ZRMBand* source, int xSize, int ySize, int dataType, int x
                               kCompressionPlain);
 }
 
+/// The size follows from the store that `Init` has opened.
 std::int64_t ZRMBandXLD::CalcBandSize(int, int, int, int, int) const {
   return impl_->epot.GetEPOT()->GetSize();
 }
 
+/// The upper left corner decides where the window begins on the store. Its size is counted on the band itself, as
+/// callers expect of every band.
 int ZRMBandXLD::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int*) {
   if (!impl_->file || level <= 0 || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
   double left = x0, bottom = y1, right = x1, top = y0;
