@@ -42,9 +42,9 @@ class ZRKIO_API ZRMBand : public XBand {
   int CloneBand(ZRMBand* source) override;
 
   /// The band that takes the level data of this one: itself or a band behind it. Null where the band can have none.
-  virtual ZRMBandDRIO* GetLevelSource();
+  ZRMBandDRIO* GetLevelSource() const { return levelSource_; }
   /// The band whose samples this one shows, or null: itself, unless it shows one that is hidden behind it.
-  virtual ZRMBand* GetShownBand();
+  ZRMBand* GetShownBand() const { return shownBand_; }
 
   // Coordinates. The first two change their arguments in place; places outside the image are allowed. With a pixel size
   // of 0 the pixel of a place is infinite or not a number.
@@ -278,12 +278,19 @@ class ZRKIO_API ZRMBand : public XBand {
   /// Copies size, pixel sizes, corner, coordinate kind and system: what a follower shares with its master.
   void CopyGeometry(const ZRMBand& master);
 
+ protected:
+  /// What `GetLevelSource` and `GetShownBand` answer; for constructors. Not owned.
+  void SetLevelSource(ZRMBandDRIO* levelSource) { levelSource_ = levelSource; }
+  void SetShownBand(ZRMBand* shownBand) { shownBand_ = shownBand; }
+
  private:
   friend struct zrk::FieldAccess;
 
   void CopyAcquisition(const ZRMBand& source);
 
   XRSFile* owner_ = nullptr;
+  ZRMBandDRIO* levelSource_ = nullptr;
+  ZRMBand* shownBand_ = this;
   int bandType_ = 0;
   XSpatialReference sr_;
   int coordinateKind_ = kCoordinatePixel;

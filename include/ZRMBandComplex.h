@@ -19,8 +19,6 @@ class ZRKIO_API ZRMBandComplex : public ZRMBand {
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
   /// Frees the inner band's buffers.
   int CleanupMemory(int freeBuffers, int force) override;
-  ZRMBandDRIO* GetLevelSource() override;
-  ZRMBand* GetShownBand() override;
 
  private:
   std::unique_ptr<ZRMBand> inner_;

@@ -22,7 +22,6 @@ class ZRKIO_API ZRMBandDRIO : public ZRMBand {
 
   int CalcStatistics(int withHistogram) override = 0;
   int CleanupMemory(int freeBuffers, int force) override = 0;
-  ZRMBandDRIO* GetLevelSource() override;
 
   /// The level-data band, or null; it belongs to this band.
   ZRMBandXLD* GetBandXLD() const { return bandXLD_; }

@@ -3,7 +3,6 @@
 
 #include "XRSFileIO.h"
 
-#include "base/Fence.h"
 #include "core/dispatch/FormatTable.h"
 #include "core/load/Outcome.h"
 #include "core/xld/LevelData.h"
@@ -11,6 +10,7 @@
 #include "XPath.h"
 
 #include <algorithm>
+#include <new>
 
 namespace {
 
@@ -205,8 +205,11 @@ int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y, bo
   std::fill_n(y, zrk::Corners::kCount, kNotSet);
   const zrk::FormatRow* const row = zrk::FindRowOfExtension(XfnGetFileExt(path));
   if (!row || !row->bound) return 0;
-  XString err;
-  return zrk::Fenced(err, [&] { return row->bound(path, {x, y}, isLonLat); });
+  try {
+    return row->bound(path, {x, y}, isLonLat);
+  } catch (const std::bad_alloc&) {
+    return 0;  // and whatever else is thrown is the caller's, as the contract says
+  }
 }
 
 XString XRSFileIO::GetFileNameXLD(XString path) {

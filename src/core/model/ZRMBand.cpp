@@ -37,14 +37,6 @@ int WholePixels(double extent, double pixelSize, int level = 0) {
 ZRMBand::ZRMBand() = default;
 ZRMBand::~ZRMBand() = default;
 
-ZRMBandDRIO* ZRMBand::GetLevelSource() {
-  return nullptr;
-}
-
-ZRMBand* ZRMBand::GetShownBand() {
-  return this;
-}
-
 int ZRMBand::GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1,
                                       double cornerX2, double cornerY2, double cornerX3, double cornerY3, int width,
                                       int height) {

@@ -5,6 +5,8 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandComplex, ZRMBand);
 ZRMBandComplex::ZRMBandComplex(ZRMBand* inner) : inner_(inner) {
   // The call names its class, because a constructor reaches no override of a class derived from this one.
   ZRMBand::CloneBand(inner);
+  SetShownBand(inner);
+  SetLevelSource(inner ? inner->GetLevelSource() : nullptr);
 }
 
 ZRMBandComplex::~ZRMBandComplex() = default;
@@ -17,12 +19,4 @@ int ZRMBandComplex::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0
 int ZRMBandComplex::CleanupMemory(int freeBuffers, int force) {
   if (inner_ && freeBuffers && IsMemoryWanted(force)) inner_->CleanupMemory(1, 1);
   return 1;
-}
-
-ZRMBandDRIO* ZRMBandComplex::GetLevelSource() {
-  return inner_ ? inner_->GetLevelSource() : nullptr;
-}
-
-ZRMBand* ZRMBandComplex::GetShownBand() {
-  return inner_.get();
 }

@@ -2,12 +2,10 @@
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandDRIO, ZRMBand);
 
-ZRMBandDRIO::ZRMBandDRIO() = default;
-ZRMBandDRIO::~ZRMBandDRIO() = default;
-
-ZRMBandDRIO* ZRMBandDRIO::GetLevelSource() {
-  return this;
+ZRMBandDRIO::ZRMBandDRIO() {
+  SetLevelSource(this);
 }
+ZRMBandDRIO::~ZRMBandDRIO() = default;
 
 /// The same band may be given again and must not be destroyed by that.
 void ZRMBandDRIO::HoldLevelData(ZRMBand* levelData, ZRMBandXLD* bandXLD) {
