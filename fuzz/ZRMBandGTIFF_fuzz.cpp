@@ -13,8 +13,8 @@ constexpr const char* kPath = "/fuzz.tif";
 /// Every reader of single blocks, whether it is the one of the file or not, each into room for just one block.
 void ReadBlocks(ZRMBandGTIFF& band) {
   const std::int64_t blockPixels = std::int64_t{band.GetBlockWidth()} * band.GetBlockHeight();
-  constexpr std::int64_t kMostPixels = 1 << 16, kWidestSample = 16;
-  if (band.GetBlocksAcross() == 0 || blockPixels > kMostPixels) return;
+  constexpr std::int64_t kMaxPixels = 1 << 16, kWidestSample = 16;
+  if (band.GetBlocksAcross() == 0 || blockPixels > kMaxPixels) return;
   std::vector<unsigned char> room(static_cast<std::size_t>(blockPixels * kWidestSample));
   const int right = band.GetBlocksAcross() - 1, bottom = band.GetBlocksDown() - 1;
   const int channel = band.GetNumChannels() - 1;

@@ -13,7 +13,7 @@ template <class Read>
 int FencedRead(Read&& read) noexcept {
   try {
     return read();
-  } catch (const std::exception&) {
+  } catch (...) {
     return 0;
   }
 }
@@ -27,6 +27,8 @@ int Fenced(XString& err, Work&& work) {
     err = "Out of memory";
   } catch (const std::exception& error) {
     err = error.what();
+  } catch (...) {
+    err = "A band or a target of the caller has thrown";
   }
   return 0;
 }

@@ -4,8 +4,8 @@
 
 /// A header that names a count is believed up to 256, the most that a sample of a byte can tell apart.
 int XfnGetDIBPaletteSize(const BITMAPINFOHEADER& header) {
-  constexpr std::uint32_t kMost = 256;
-  if (header.biClrUsed != 0) return static_cast<int>(std::min(header.biClrUsed, kMost));
+  constexpr std::uint32_t kMaxEntries = 256;
+  if (header.biClrUsed != 0) return static_cast<int>(std::min(header.biClrUsed, kMaxEntries));
   switch (header.biBitCount) {
     case 1:
     case 4:

@@ -71,7 +71,7 @@ int ToNumber(std::string_view text) {
 
 /// a + times * b, at most the bound. What is beyond the bound is too much in any case, and so nothing overflows.
 std::int64_t Bounded(std::int64_t a, std::int64_t times, std::int64_t b) {
-  constexpr std::int64_t kBound = kMostUnfoldedEntities + 1;
+  constexpr std::int64_t kBound = kMaxUnfoldedEntities + 1;
   if (times != 0 && b > kBound / times) return kBound;
   return std::min(kBound, a + times * b);
 }
@@ -161,7 +161,7 @@ class Drawing {
       ++measure.height;
       known_[name] = measure;
     }
-    if (depth <= 0 || measure.height > depth) measure.numEntities = kMostUnfoldedEntities + 1;
+    if (depth <= 0 || measure.height > depth) measure.numEntities = kMaxUnfoldedEntities + 1;
     return measure;
   }
 
@@ -176,7 +176,7 @@ class Drawing {
 XString FindDxfDanger(const XFile& file, int maxDepth) {
   Drawing drawing;
   drawing.Read(file);
-  return drawing.CountUnfolded(maxDepth) > kMostUnfoldedEntities ? "blocks unfold beyond all measure" : "";
+  return drawing.CountUnfolded(maxDepth) > kMaxUnfoldedEntities ? "blocks unfold beyond all measure" : "";
 }
 
 }  // namespace zrk

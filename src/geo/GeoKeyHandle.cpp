@@ -24,15 +24,15 @@ struct IdRange {
 };
 constexpr IdRange kRanges[] = {{1024, 1026}, {2048, 2062}, {3072, 3096}, {4096, 4099}, {5120, 5120}};
 
-constexpr int kMostDoubles = 7;  // of a datum shift; other keys have one
-constexpr int kMostTextBytes = 16384;
-constexpr std::ptrdiff_t kMostBrackets = 256;
+constexpr int kMaxDoubles = 7;  // of a datum shift; other keys have one
+constexpr int kMaxTextBytes = 16384;
+constexpr std::ptrdiff_t kMaxBrackets = 256;
 
 /// Whether a text is safe to parse. A system may begin anywhere in the text, within quotes or not. So brackets count
 /// wherever they stand, and bound the depth that a parser can get to.
 bool IsHarmless(const std::string& text) {
   return text.find('\0') == std::string::npos &&
-         std::ranges::count_if(text, [](char c) { return c == '[' || c == '('; }) <= kMostBrackets;
+         std::ranges::count_if(text, [](char c) { return c == '[' || c == '('; }) <= kMaxBrackets;
 }
 
 std::optional<GeoKey> ReadShort(GTIF* gtif, geokey_t id, int count) {
@@ -44,14 +44,14 @@ std::optional<GeoKey> ReadShort(GTIF* gtif, geokey_t id, int count) {
 }
 
 std::optional<GeoKey> ReadDoubles(GTIF* gtif, geokey_t id, int count) {
-  if (count > kMostDoubles) return {};
+  if (count > kMaxDoubles) return {};
   std::vector<double> values(static_cast<std::size_t>(count));
   if (GTIFKeyGetDOUBLE(gtif, id, values.data(), 0, count) != count) return {};
   return GeoKey{static_cast<std::uint16_t>(id), std::move(values)};
 }
 
 std::optional<GeoKey> ReadText(GTIF* gtif, geokey_t id, int count) {
-  if (count > kMostTextBytes) return {};
+  if (count > kMaxTextBytes) return {};
   std::string text(static_cast<std::size_t>(count), '\0');
   if (GTIFKeyGetASCII(gtif, id, text.data(), count) != count) return {};
   // libgeotiff counts the zero at the end as part of the text.

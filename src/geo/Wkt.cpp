@@ -10,8 +10,8 @@ namespace zrk {
 namespace {
 
 /// No system that anybody wrote is longer or nested deeper.
-constexpr int kMostBytes = 1 << 20;
-constexpr int kMostDepth = 64;
+constexpr int kMaxBytes = 1 << 20;
+constexpr int kMaxDepth = 64;
 
 struct TextFree {
   void operator()(char* text) const { CPLFree(text); }
@@ -20,7 +20,7 @@ struct TextFree {
 }  // namespace
 
 bool IsPlausibleWkt(const XString& wkt) {
-  if (wkt.IsEmpty() || wkt.GetLength() > kMostBytes) return false;
+  if (wkt.IsEmpty() || wkt.GetLength() > kMaxBytes) return false;
   int depth = 0;
   bool isQuoted = false;
   for (const char c : wkt.AsStdString()) {
@@ -29,7 +29,7 @@ bool IsPlausibleWkt(const XString& wkt) {
     if (c == '[' || c == '(') ++depth;
     // Extra closing brackets earn no credit for opening ones.
     if (c == ']' || c == ')') depth = std::max(depth - 1, 0);
-    if (depth > kMostDepth) return false;
+    if (depth > kMaxDepth) return false;
   }
   return true;
 }

@@ -184,12 +184,12 @@ TEST_F(TiffOutputTest, KeepsLibtiffQuiet) {
 }
 
 TEST(NeedsBigTiff, FromWhereItsDirectoryMayPassFourGigabytes) {
-  constexpr std::int64_t kMost = std::int64_t{UINT32_MAX} - 262144;
+  constexpr std::int64_t kMaxBytes = std::int64_t{UINT32_MAX} - 262144;
   EXPECT_FALSE(zrk::NeedsBigTiff(1000, 1, 1));
-  EXPECT_FALSE(zrk::NeedsBigTiff(kMost - 8 - 6, 1, 1));
-  EXPECT_TRUE(zrk::NeedsBigTiff(kMost - 8 - 6 + 1, 1, 1));
-  EXPECT_FALSE(zrk::NeedsBigTiff(kMost - 80 - 24, 10, 4));
-  EXPECT_TRUE(zrk::NeedsBigTiff(kMost - 80 - 23, 10, 4));
+  EXPECT_FALSE(zrk::NeedsBigTiff(kMaxBytes - 8 - 6, 1, 1));
+  EXPECT_TRUE(zrk::NeedsBigTiff(kMaxBytes - 8 - 6 + 1, 1, 1));
+  EXPECT_FALSE(zrk::NeedsBigTiff(kMaxBytes - 80 - 24, 10, 4));
+  EXPECT_TRUE(zrk::NeedsBigTiff(kMaxBytes - 80 - 23, 10, 4));
   EXPECT_TRUE(zrk::NeedsBigTiff(INT64_MAX, 1, 1));
   EXPECT_TRUE(zrk::NeedsBigTiff(1, INT64_MAX, 1));
 }

@@ -262,7 +262,7 @@ constexpr const char* kAgainstItsCode = "geokeys_epsg_27563_allgeokeys.tif";
 /// Files of other programs, in one folder of them.
 class SavedForeignFiles : public testing::TestWithParam<const char*> {
  protected:
-  static constexpr std::int64_t kMostBytes = 4 << 20;
+  static constexpr std::int64_t kMaxBytes = 4 << 20;
 
   SavedForeignFiles() {
     before_ = XfnSetMessageBoxHandler([](const XString&, const XString&, unsigned) { return int{kAnswerOk}; });
@@ -274,7 +274,7 @@ class SavedForeignFiles : public testing::TestWithParam<const char*> {
     const int id = XRSFileIO::GetIDFromExt(XfnGetFileExt(path.string()));
     if (!XRSFileIO::LoadFileRaster(&file, id, path.string(), err, 0, kLevelNone, nullptr)) return false;
     const ZRMBand& band = *file.GetBandAt(0);
-    return std::int64_t{band.GetXSize()} * band.GetYSize() * file.GetNumOfBands() <= kMostBytes;
+    return std::int64_t{band.GetXSize()} * band.GetYSize() * file.GetNumOfBands() <= kMaxBytes;
   }
 
   void ExpectSaved(const fs::path& path) {

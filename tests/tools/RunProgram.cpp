@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr unsigned kMostSeconds = 120;
+constexpr unsigned kMaxSeconds = 120;
 
 std::string Drain(int descriptor) {
   std::string text;
@@ -27,7 +27,7 @@ void TakeSignalsAsUsual() {
 }
 
 [[noreturn]] void Become(const std::vector<std::string>& command) {
-  ::alarm(kMostSeconds);
+  ::alarm(kMaxSeconds);
   std::vector<char*> arguments;
   for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);

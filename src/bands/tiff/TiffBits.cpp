@@ -59,11 +59,11 @@ constexpr std::uint32_t kSingleBias = 127;
 
 void UnpackBits(PackedRow row, std::int64_t firstBit, std::int64_t bitStep, int numBits, int count, int sampleBytes,
                 unsigned char* out) {
-  constexpr int kMostBits = 32;
+  constexpr int kMaxBits = 32;
   if (numBits == 1 && bitStep == 1 && sampleBytes == 1) return UnpackSingleBits(row, firstBit, count, out);
-  if (numBits > kMostBits) {
-    firstBit += numBits - kMostBits;
-    numBits = kMostBits;
+  if (numBits > kMaxBits) {
+    firstBit += numBits - kMaxBits;
+    numBits = kMaxBits;
   }
   switch (sampleBytes) {
     case 1:

@@ -139,7 +139,7 @@ TiffLayout PlanTiff(const TiffTags& tags, const TiffColourMap& map, bool rgbaIsO
 }
 
 TiffGrid CountTiffBlocks(const TiffTags& tags, int dataType) {
-  constexpr std::int64_t kMostPixels = std::int64_t{1} << 31;
+  constexpr std::int64_t kMaxPixels = std::int64_t{1} << 31;
   constexpr std::uint32_t kLongSide = 9999;
   const std::int64_t blockWidth = tags.blockWidth, blockHeight = tags.blockHeight;
   if (blockWidth == 0 || blockHeight == 0 || tags.width == 0 || tags.height == 0) return {};
@@ -147,7 +147,7 @@ TiffGrid CountTiffBlocks(const TiffTags& tags, int dataType) {
     const std::int64_t sampleBytes = std::max(XfnGetDataSize(std::max(dataType, int{kPint08})), 1);
     if (blockWidth > UINT32_MAX / sampleBytes / blockHeight) return {};
   }
-  if (tags.width > kMostPixels - blockWidth || tags.height > kMostPixels - blockHeight) return {};
+  if (tags.width > kMaxPixels - blockWidth || tags.height > kMaxPixels - blockHeight) return {};
   return {static_cast<int>((tags.width + blockWidth - 1) / blockWidth),
           static_cast<int>((tags.height + blockHeight - 1) / blockHeight)};
 }

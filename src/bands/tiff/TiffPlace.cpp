@@ -19,8 +19,8 @@ void IgnoreMessage(GTIF*, int, const char*, ...) {}
 /// Whether libgeotiff can be let at the directory of keys. It keeps a thousand words of it, reads as many entries as
 /// the fourth word says, and takes a number that is stored at its end for its own address.
 bool IsSoundKeyDirectory(std::span<const std::uint16_t> words) {
-  constexpr std::size_t kHeaderWords = 4, kEntryWords = 4, kMostWords = 1000;
-  if (words.size() < kHeaderWords || words.size() > kMostWords) return false;
+  constexpr std::size_t kHeaderWords = 4, kEntryWords = 4, kMaxWords = 1000;
+  if (words.size() < kHeaderWords || words.size() > kMaxWords) return false;
   const std::size_t numKeys = words[3];
   if (numKeys > (words.size() - kHeaderWords) / kEntryWords) return false;
   for (std::size_t i = 0; i < numKeys; ++i) {

@@ -38,7 +38,7 @@ constexpr std::int64_t kBlockBytes = 512 << 10;
 /// How much the stripes of the bands of a group may take, for each worker.
 constexpr std::int64_t kStripeBytes = 64 << 20;
 /// How many bands a group may have: as many as files of interleaved pixels mostly have.
-constexpr int kMostBandsTogether = 4;
+constexpr int kMaxBandsTogether = 4;
 
 using Bands = std::span<PyramidBand>;
 
@@ -349,7 +349,7 @@ std::size_t CountTogether(const PyramidJob& job, std::size_t first) {
   const PyramidLayout& layout = band.store->Layout();
   const std::int64_t tileRowBytes = std::int64_t{layout.Width(0)} * layout.Shape().yTile * layout.SampleBytes();
   const auto most =
-      static_cast<std::size_t>(std::clamp<std::int64_t>(kStripeBytes / tileRowBytes, 1, kMostBandsTogether));
+      static_cast<std::size_t>(std::clamp<std::int64_t>(kStripeBytes / tileRowBytes, 1, kMaxBandsTogether));
   std::size_t count = 1;
   while (count < most && first + count < job.bands.size()) {
     const PyramidBand& next = job.bands[first + count];

@@ -9,7 +9,7 @@ namespace zrk {
 std::optional<PyramidLayout> PyramidLayout::Make(const PyramidShape& shape) {
   const bool isPossible = shape.xSize > 0 && shape.ySize > 0 && shape.xTile > 0 && shape.yTile > 0 &&
                           shape.dataType >= kPint08 && shape.dataType <= kReal64 && shape.levels >= 0 &&
-                          shape.levels <= kMostLevels;
+                          shape.levels <= kMaxLevels;
   if (!isPossible) return std::nullopt;
   PyramidLayout layout;
   layout.shape_ = shape;

@@ -43,7 +43,7 @@ class PyramidLayout {
   /// Bytes of the uncompressed store.
   std::int64_t Size() const { return NumTiles() * TileBytes(); }
 
-  static constexpr int kMostLevels = 30;
+  static constexpr int kMaxLevels = 30;
 
  private:
   static int Reduced(int size, int level) { return size >> level > 1 ? size >> level : 1; }
@@ -51,7 +51,7 @@ class PyramidLayout {
 
   PyramidShape shape_;
   int sampleBytes_ = 0;
-  std::int64_t firstTile_[kMostLevels + 2] = {};  // of each image, and the end
+  std::int64_t firstTile_[kMaxLevels + 2] = {};  // of each image, and the end
 };
 
 }  // namespace zrk

@@ -63,7 +63,7 @@ bool ProjectionReader::Read(XmlReader& reader, ZRMBand& band) {
   if (!reader.Field(kTagProjection, wkt) || wkt.IsEmpty()) return true;
   // A text that OGR does not understand is kept as well, so that it is not parsed again for the next band.
   if (wkt != wkt_) {
-    if (++numImports_ > kMostImports) return false;
+    if (++numImports_ > kMaxImports) return false;
     sr_.importFromWkt(wkt);
     wkt_ = wkt;
   }

@@ -19,7 +19,7 @@ class ProjectionReader {
   bool Read(XmlReader& reader, ZRMBand& band);
 
  private:
-  static constexpr int kMostImports = 256;
+  static constexpr int kMaxImports = 256;
 
   int numImports_ = 0;
   XString wkt_;

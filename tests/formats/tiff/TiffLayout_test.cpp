@@ -368,11 +368,11 @@ TEST(TiffGrid, TheSampleSizeCountsForLongBlocks) {
 }
 
 TEST(TiffGrid, BlocksMustNotReachPastTheLargestInt) {
-  constexpr std::uint32_t kMost = 2147483648u - 16;
-  EXPECT_EQ(std::pair(134217727, 1), Count(Blocks(kMost, 16, 16, 16)));
-  EXPECT_EQ(kNone, Count(Blocks(kMost + 1, 16, 16, 16)));
-  EXPECT_EQ(std::pair(1, 134217727), Count(Blocks(16, kMost, 16, 16)));
-  EXPECT_EQ(kNone, Count(Blocks(16, kMost + 1, 16, 16)));
+  constexpr std::uint32_t kMaxSide = 2147483648u - 16;
+  EXPECT_EQ(std::pair(134217727, 1), Count(Blocks(kMaxSide, 16, 16, 16)));
+  EXPECT_EQ(kNone, Count(Blocks(kMaxSide + 1, 16, 16, 16)));
+  EXPECT_EQ(std::pair(1, 134217727), Count(Blocks(16, kMaxSide, 16, 16)));
+  EXPECT_EQ(kNone, Count(Blocks(16, kMaxSide + 1, 16, 16)));
   EXPECT_EQ(kNone, Count(Blocks(4294967295u, 16, 16, 16)));
   EXPECT_EQ(kNone, Count(Blocks(16, 16, 2147483648u, 1)));
 }
