@@ -1,6 +1,7 @@
 #include "commands/Commands.h"
 #include "FormatTools.h"
 #include "Interrupt.h"
+#include "XSystem.h"
 #include "ZRKVersion.h"
 
 #include <cstdio>
@@ -68,6 +69,8 @@ int Run(int argc, char** argv) {
   for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program, status);
   AddFormatsCommand(program, status);
   InstallInterruptHandlers();
+  // A file that another process cuts short is an error to tell, and not the end of the program.
+  XfnSetMappedReads(false);
   const int result = Parse(program, argc, argv, status);
   return FlushOutput() ? result : kFailedJob;
 }
