@@ -6,7 +6,7 @@
 #include <vector>
 
 /// A value with a name, or a list or record of such values. `kind` says which of the fields below it counts; the others
-/// have their first values. `kNothing` stands for a value that is known to be absent.
+/// have their first values. A note of `kNothing` has a name only.
 struct tagXNote {
   enum Kind { kNothing, kBool, kInteger, kText, kList, kRecord };
 
