@@ -35,7 +35,7 @@ class ZRKIO_API XRSFile : public XObject {
   XRSFile(const XRSFile&) = delete;
   XRSFile& operator=(const XRSFile&) = delete;
 
-  /// The open file, or null. Most bands open their files themselves; native rasters read this one.
+  /// The open file, or null. Most bands open their files themselves; bands of native rasters read this one.
   XFile* GetFilePtr() const { return file_; }
   /// Attaches an open file, or takes the one before away with null. A nonzero `owns` makes the dataset close and delete
   /// it; with 0 it stays the caller's and has to outlive the bands.
@@ -50,6 +50,7 @@ class ZRKIO_API XRSFile : public XObject {
 
   /// Loaders store the full path in both.
   const XString& GetName() const { return name_; }
+  /// The name is for people. It need not be a path, and nothing is opened by it.
   void SetName(const XString& name) { name_ = name; }
   /// The path of the open file if there is one, otherwise the path stored. The name is its part behind the last folder,
   /// the title is the name without its extension.
@@ -65,24 +66,28 @@ class ZRKIO_API XRSFile : public XObject {
   /// Takes the band over, becomes its owner and appends it. Null is ignored. A master has to be added before its
   /// followers.
   void AddBand(ZRMBand* band);
+  /// The number of bands; 0 for a dataset that holds vector sets only.
   int GetNumOfBands() const { return static_cast<int>(bands_.size()); }
-  /// The band, from 0 on; null for an index outside the list.
+  /// The band, from 0 on, in the order of the calls of `AddBand`. Null for an index outside the list.
   ZRMBand* GetBandAt(int index) const;
 
   /// Takes the vector set over, becomes its owner and appends it. Null is ignored.
   void AddVand(ZRMVand* vand);
+  /// The number of vector sets; 0 for a raster dataset.
   int GetNumOfVands() const { return static_cast<int>(vands_.size()); }
   /// The vector set, from 0 on; null for an index outside the list.
   ZRMVand* GetVandAt(int index) const;
 
-  /// Regions, control points and signatures. `Add...` takes the record over, null is ignored; `Get...At` answers null
-  /// outside the list, and the record stays the dataset's.
+  /// Regions. `Add...` takes the record over, which has to come from `new`; null is ignored. `Get...At` gives null for
+  /// an index outside the list, and the record stays the dataset's. The same holds for the two lists behind.
   void AddROISet(XROI* roi);
   int GetNumOfROI() const { return static_cast<int>(rois_.size()); }
   XROI* GetROIAt(int index) const;
+  /// Sets of control points, as with regions.
   void AddGCPSet(tagGCPSets* gcps);
   int GetNumOfGCPSet() const { return static_cast<int>(gcpSets_.size()); }
   tagGCPSets* GetGCPSetAt(int index) const;
+  /// Spectral signatures, as with regions.
   void AddSIGSet(XRSSIG* sig);
   int GetNumOfSIG() const { return static_cast<int>(sigs_.size()); }
   XRSSIG* GetSIGAt(int index) const;

@@ -29,6 +29,7 @@ class ZRKIO_API XString : public std::string {
   XString(const char* text) : std::string(text ? text : "") {}
   /// Takes all characters, zeros among them.
   XString(std::string text) : std::string(std::move(text)) {}
+  /// Copies all characters of the view.
   XString(std::string_view text) : std::string(text) {}
 
   /// The characters followed by a terminator; valid until the text changes.
@@ -44,11 +45,13 @@ class ZRKIO_API XString : public std::string {
 
   /// Bytes, not letters: a letter beyond ASCII may have several.
   int GetLength() const { return static_cast<int>(size()); }
+  /// Whether there is no character.
   bool IsEmpty() const { return empty(); }
   /// Makes the text empty. `IsEmpty` asks, this one changes.
   void Empty() { clear(); }
 
-  /// The character at a place, or the terminator '\0' where the place lies outside the text.
+  /// The character at a place, or the terminator '\0' where the place lies outside the text. A negative place lies
+  /// outside.
   char GetAt(int index) const { return index >= 0 && index < GetLength() ? at(static_cast<std::size_t>(index)) : '\0'; }
 
   /// Replaces the text by the printf-formatted one. The arguments may point into the text itself. A format that can't
@@ -62,12 +65,16 @@ class ZRKIO_API XString : public std::string {
   /// Parts of the text, as copies. Counts and places outside it are cut back to what there is, so that none of these
   /// fails.
   XString Left(int count) const;
+  /// From `first` to the end.
   XString Mid(int first) const;
+  /// `count` characters from `first` on.
   XString Mid(int first, int count) const;
+  /// The last `count` characters.
   XString Right(int count) const;
 
   /// The place of the first hit at or after `from`, or -1. A negative `from` counts as 0. Letter case counts.
   int Find(std::string_view what, int from = 0) const;
+  /// As above, for one character.
   int Find(char what, int from = 0) const;
   /// The place of the last hit, or -1.
   int ReverseFind(char what) const;
@@ -84,6 +91,7 @@ class ZRKIO_API XString : public std::string {
     append(tail);
     return *this;
   }
+  /// Appends one character.
   XString& operator+=(char tail) {
     push_back(tail);
     return *this;
