@@ -4,31 +4,43 @@
 #include <stdexcept>
 #include <vector>
 
-/// A growing array. Elements are copied in and out by value; a place outside the array raises
-/// `std::invalid_argument`.
+/// A growing array whose elements lie one behind the other. Elements are copied in and out by value, and are destroyed
+/// with the array. What a pointer element points to is not owned: the caller deletes it.
+///
+/// Indices count from 0. An index outside the array raises `std::invalid_argument` and changes nothing. Memory that
+/// runs out raises `std::bad_alloc`.
+///
+/// References, pointers and iterators into the array hold until the next `Add`, `SetSize`, `RemoveAt` or `RemoveAll`.
+/// Several threads may read one array at once. Whoever changes it has it alone.
 template <class Element>
 class XArray {
  public:
+  /// The number of elements. `GetCount` is the same under the name that the lists have.
   int GetSize() const { return static_cast<int>(elements_.size()); }
   int GetCount() const { return GetSize(); }
   bool IsEmpty() const { return elements_.empty(); }
   /// Cuts the array, or extends it with default elements. A negative size counts as 0.
   void SetSize(int size) { elements_.resize(size > 0 ? static_cast<std::size_t>(size) : 0); }
 
+  /// The element itself and not a copy of it. `ElementAt` and the second `[]` let the caller change it in place.
   const Element& GetAt(int index) const { return elements_[Checked(index)]; }
   Element& ElementAt(int index) { return elements_[Checked(index)]; }
+  /// Replaces an element that is there. It never makes the array longer.
   void SetAt(int index, const Element& element) { elements_[Checked(index)] = element; }
   const Element& operator[](int index) const { return GetAt(index); }
   Element& operator[](int index) { return ElementAt(index); }
 
-  /// Appends; answers the new element's place.
+  /// Appends a copy. The result is the index of the new element.
   int Add(const Element& element) {
     elements_.push_back(element);
     return GetSize() - 1;
   }
+  /// Closes the gap: every element behind this one gets an index smaller by 1. The time grows with their number.
   void RemoveAt(int index) { elements_.erase(elements_.begin() + static_cast<std::ptrdiff_t>(Checked(index))); }
+  /// Leaves an array of size 0. Its memory is kept for elements to come.
   void RemoveAll() { elements_.clear(); }
 
+  /// The elements in the order of their indices, for a loop over all of them.
   auto begin() { return elements_.begin(); }
   auto end() { return elements_.end(); }
   auto begin() const { return elements_.begin(); }

@@ -12,11 +12,13 @@ class ZRMBand;
 
 /// The generic image plane: one channel of one image, addressed in full-resolution pixels whatever the level.
 ///
-/// **Windows** are inclusive and come as x0, x1, y0, y1 with 0 <= x0 <= x1 < width and 0 <= y0 <= y1 < height;
-/// x is the column, y the row, row 0 at the top. **Level** n means a reduction of 2^n; level 0 is full resolution.
-/// **Results** are 1 for success and 0 for failure, and a failed read leaves its outputs as they were.
+/// **Windows** are inclusive and come as x0, x1, y0, y1 with 0 <= x0 <= x1 < width and 0 <= y0 <= y1 < height; x is the
+/// column, y the row, row 0 at the top. **Level** n means a reduction of 2^n; level 0 is full resolution. **Results**
+/// are 1 for success and 0 for failure, and a failed read leaves its outputs as they were.
 ///
-/// Several threads may read one band at once. Fields are set before the band is shared, or by one thread alone.
+/// Several threads may read one band at once. Fields are set before the band is shared, or by one thread alone. No read
+/// throws. A band of a dataset is valid as long as the dataset. A buffer that a band hands out is never freed by the
+/// caller.
 class ZRKIO_API XBand : public XObject {
   X_DECLARE_RUNTIME_CLASS
   XBand();
@@ -24,39 +26,40 @@ class ZRKIO_API XBand : public XObject {
 
   // The virtual table, in the order that every band class has it.
 
-  /// A code of `XDataType.h`, which says the type and the bytes of a sample; 1 (unsigned bytes) at first.
+  /// A code of `XDataType.h`, which says the type and the bytes of a sample; 1 (unsigned bytes) at first. Samples in
+  /// every buffer have it, in the byte order of the machine.
   virtual int GetDataType() const;
 
   // Lines and pixels. A horizontal line at level n stands for 2^n rows from `y` down, a vertical one for 2^n columns
   // from `x` to the right, and both are read by `ReadSubset`, whose result they answer. The short forms read
   // the whole width or height.
 
-  /// The columns x0 to x1 of a row.
+  /// The columns x0 to x1 of a row. At a level above 0 the rows y to y + 2^n - 1 have to lie in the band.
   virtual int ReadLineH(tagXArr2*& out, int level, int x0, int x1, int y);
-  /// A whole row.
+  /// A whole row, 0 to width - 1.
   virtual int ReadLineH(tagXArr2*& out, int level, int y);
-  /// The rows y0 to y1 of a column.
+  /// The rows y0 to y1 of a column. At a level above 0 the columns x to x + 2^n - 1 have to lie in the band.
   virtual int ReadLineV(tagXArr2*& out, int level, int x, int y0, int y1);
-  /// A whole column.
+  /// A whole column, 0 to height - 1.
   virtual int ReadLineV(tagXArr2*& out, int level, int x);
-  /// One sample, at level 0.
+  /// One sample, at level 0. A loop over many pixels is much slower than one read of their window.
   virtual int ReadPixel(tagXArr2*& out, int x, int y);
 
   // Writes at level 0. `data` holds the samples of the line or window, row by row. With `keepNull`, samples equal to
   // `nullValue` leave what is there. The base forms all end in the last `WriteSubset`, which answers 0: a band is
   // read-only unless its class says otherwise.
 
-  /// The columns x0 to x1 of a row.
+  /// The columns x0 to x1 of a row; `data` holds x1 - x0 + 1 samples of the band's type.
   virtual int WriteLineH(void* data, int x0, int x1, int y, bool keepNull, double nullValue);
   virtual int WriteLineH(void* data, int y, bool keepNull, double nullValue);
   virtual int WriteLineH(tagXArr2* data, int x0, int x1, int y, bool keepNull, double nullValue);
   virtual int WriteLineH(tagXArr2* data, int y, bool keepNull, double nullValue);
-  /// The rows y0 to y1 of a column.
+  /// The rows y0 to y1 of a column; `data` holds y1 - y0 + 1 samples of the band's type.
   virtual int WriteLineV(void* data, int x, int y0, int y1, bool keepNull, double nullValue);
   virtual int WriteLineV(void* data, int x, bool keepNull, double nullValue);
   virtual int WriteLineV(tagXArr2* data, int x, int y0, int y1, bool keepNull, double nullValue);
   virtual int WriteLineV(tagXArr2* data, int x, bool keepNull, double nullValue);
-  /// One sample.
+  /// One sample of the band's type.
   virtual int WritePixel(void* data, int x, int y, bool keepNull, double nullValue);
   virtual int WritePixel(tagXArr2* data, int x, int y, bool keepNull, double nullValue);
 
@@ -69,7 +72,8 @@ class ZRKIO_API XBand : public XObject {
   /// still has a pixel for each.
   virtual int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height);
 
-  /// Bytes that a processing step may allow for one row: width times sample size times 10.
+  /// Bytes that a processing step may allow for one row: width times sample size times 10. It is cut to the range of an
+  /// int, and 0 for a size that is not positive.
   virtual int CalcProcessWidthBytes();
 
   /// As the form below; answers the samples and their shape in place of the buffer.
@@ -91,9 +95,11 @@ class ZRKIO_API XBand : public XObject {
   /// The number of levels the band can serve.
   virtual int GetLevel();
   /// The place of a window on its level and the size that a read returns: `left` is x0 >> level, `top` is y0 >> level.
-  /// 0 where the level leaves no column or no row of the window.
+  /// 0 where the level leaves no column or no row of the window. The outputs then stay as they were; the same holds for
+  /// a window outside the band.
   virtual int GetSubsetInfo(int level, int x0, int x1, int y0, int y1, int& left, int& top, int& width, int& height);
-  /// The edges of a window on its level, inclusive: x0, x1, y0 and y1, each >> level.
+  /// The edges of a window on its level, inclusive: x0, x1, y0 and y1, each >> level. 1, or 0 for a window outside the
+  /// band or a level below 0 or above 30, with the outputs as they were.
   virtual int GetSubsetPos(int level, int x0, int x1, int y0, int y1, int& left, int& right, int& top, int& bottom);
 
   /// Estimates minimum, maximum, mean and deviation from the coarsest level, and with a nonzero argument the histogram.
@@ -109,18 +115,19 @@ class ZRKIO_API XBand : public XObject {
 
   // Fields.
 
-  /// Bytes of a sample.
+  /// Bytes of a sample, by the data type; 0 for code 0.
   int GetDataSize() const { return XfnGetDataSize(dataType_); }
 
-  /// A number and a name for the caller's own use; loaders set the name ("Channel 1" and so on).
+  /// A number and a name for the caller's own use; loaders set the name ("Channel 1" and so on). They need not be
+  /// unique, and nothing is looked up by them. 0 and empty at first.
   int GetID() const { return id_; }
   void SetID(int id) { id_ = id; }
   const XString& GetBandName() const { return name_; }
   void SetBandName(const XString& name) { name_ = name; }
-  /// Byte offset of the band's data in its file.
+  /// Byte offset of the band's data in its file, for formats whose data lie in one piece; 0 at first.
   std::int64_t GetOffsetInFile() const { return offsetInFile_; }
   void SetOffsetInFile(std::int64_t offset) { offsetInFile_ = offset; }
-  /// A code of `XDataType`.
+  /// A code of `XDataType.h`, 0 to 29, which is not checked. Loaders set it. Setting another one converts no samples.
   void SetDataType(int dataType) { dataType_ = dataType; }
 
   /// Width and height in full-resolution pixels. Loaders set them; setting others does not change what the file has,
@@ -138,7 +145,8 @@ class ZRKIO_API XBand : public XObject {
     ySize_ = ySize;
   }
 
-  /// The tile size that the level count is computed from, in pixels.
+  /// The tile size that the level count is computed from, in pixels; 256 by 256 at first. It need not be that of the
+  /// file.
   int GetXTileSize() const { return xTileSize_; }
   int GetYTileSize() const { return yTileSize_; }
   void GetTileSize(int& xTileSize, int& yTileSize) const {
@@ -157,7 +165,7 @@ class ZRKIO_API XBand : public XObject {
   void SetCompressionInfo(int compressionInfo) { compressionInfo_ = compressionInfo; }
 
   /// The statistics of the band as they were calculated or loaded, in sample units: 1.7e+308 where they were not. Byte
-  /// bands begin with the range 0 to 255.
+  /// bands begin with the range 0 to 255. Setters keep what they are given. `CalcStatistics` replaces all four.
   double GetBandMin() const { return bandMin_; }
   double GetBandMax() const { return bandMax_; }
   double GetBandMean() const { return bandMean_; }
@@ -167,10 +175,11 @@ class ZRKIO_API XBand : public XObject {
   void SetBandMean(double bandMean) { bandMean_ = bandMean; }
   void SetBandStdDev(double bandStdDev) { bandStdDev_ = bandStdDev; }
 
-  /// 256 counts over the range from the band's minimum to its maximum; the array belongs to the band.
+  /// 256 counts over the range from the band's minimum to its maximum; all 0 until they are calculated or loaded. The
+  /// array belongs to the band and keeps its address.
   std::int64_t* GetHistogram() { return histogram_.data(); }
   const std::int64_t* GetHistogram() const { return histogram_.data(); }
-  /// Copies 256 counts; null is ignored.
+  /// Copies 256 counts. Null is ignored, and the counts stay.
   void SetHistogram(const std::int64_t* histogram);
 
   /// The rows of the source that are decoded together, 1 where any read costs the same: reads that begin with a
@@ -180,11 +189,13 @@ class ZRKIO_API XBand : public XObject {
   /// begin with a multiple of this number and take a multiple of it cost no more than their share of whole rows.
   int GetDecodeColumns() const { return decodeColumns_; }
 
-  /// The sample that stands for no data, 1.7e+308 where there is none. Statistics and means leave it out.
+  /// The sample that stands for no data; 1.7e+308 (`kNotSet`) for a band that has no such sample. Statistics and means
+  /// leave it out.
   double GetNullValue() const { return nullValue_; }
   void SetNullValue(double nullValue) { nullValue_ = nullValue; }
 
  protected:
+  /// For constructors and loaders of band classes; see the getters.
   void SetDecodeRows(int decodeRows) { decodeRows_ = decodeRows; }
   void SetDecodeColumns(int decodeColumns) { decodeColumns_ = decodeColumns; }
   /// Whether buffers are to be freed: where `force` is nonzero, or free physical memory is at or below 20.0 percent.

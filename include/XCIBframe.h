@@ -9,8 +9,10 @@ class PixelStorage;
 class RpfBlocks;
 }  // namespace zrk
 
-/// Where a frame lies: its corners in degrees, its resolution in metres, and the degrees from pixel to pixel.
+/// Where a frame lies, as its file tells; nothing is checked. Latitudes are positive to the north, longitudes to the
+/// east.
 struct tagCoverageSectionSubheaderRPF {
+  /// The corners of the frame's outer edges, in degrees.
   double nwLatitude = 0.0;
   double nwLongitude = 0.0;
   double swLatitude = 0.0;
@@ -19,8 +21,10 @@ struct tagCoverageSectionSubheaderRPF {
   double neLongitude = 0.0;
   double seLatitude = 0.0;
   double seLongitude = 0.0;
+  /// The size of a pixel on the ground, in metres.
   double verticalResolution = 0.0;
   double horizontalResolution = 0.0;
+  /// The step from pixel to pixel, in degrees of latitude and of longitude.
   double verticalInterval = 0.0;
   double horizontalInterval = 0.0;
 };
@@ -32,44 +36,51 @@ struct tagCoverageSectionSubheaderRPF {
 /// A compressed image has a code of 12 bits for each 4 x 4 pixels. One thread uses an object at a time.
 class ZRKIO_API XCIBframe : public XCIBbase {
  public:
+  /// Columns and rows of every frame.
   static constexpr int kSide = 1536;
+  /// Colours of a plane of the colour table.
   static constexpr int kNumColors = 217;
+  /// Subframes of a frame, row by row from the north-west corner.
   static constexpr int kNumSubframes = 36;
 
   XCIBframe();
   ~XCIBframe() override;
 
   /// Loads the coverage, and the colours and the image as far as the flags ask; 1 or 0. Colours that can't be read fail
-  /// no load.
+  /// no load. What was loaded before is gone in either case.
   int LoadFile(const XString& path, int withColor, int withImage);
   /// Loads the frame in its colours: `planes` gets 1536 x 1536 bytes for each of the `GetNumChannels` colour planes,
   /// one plane behind the other. It is the same as mapping the image of `LoadFile` through the planes of the colour
-  /// table, and leaves no image behind. Codes that no colour table can have are 0.
+  /// table, and leaves no image behind. Codes that no colour table can have are 0. 1 or 0.
   int LoadPlanes(const XString& path, zrk::PixelStorage& planes);
   /// Frees tables and image, and clears coverage, colours and masks. The type of the colour table stays.
   void CleanUp();
 
+  /// The coverage of the frame that was loaded last; all 0.0 before a load.
   const tagCoverageSectionSubheaderRPF& GetCoverageSec() const;
-  /// Pointers to the rows of the image; null without one.
+  /// Pointers to the 1536 rows of the image; null without an image. They stay with the frame and are valid until the
+  /// next load or `CleanUp`.
   unsigned char** GetData();
   /// A row of the image, which must be loaded; the index is not checked.
   unsigned char* GetLine(int row);
   /// The image in one block, or null. It stays with the frame, and `CleanUp` frees it.
   unsigned char* DetacheData();
-  /// One of the four planes of 217 bytes; the index is not checked.
+  /// One of the four planes of 217 bytes. `plane` is 0 to 3 and is not checked. The plane belongs to the frame.
   const unsigned char* GetColorTableAt(int plane) const;
   /// 1 for red, green and blue, 2 for these and an unused plane, 3 for grey, 4 for four planes.
   int GetColorTableType() const;
   /// The planes that bands are made of: 3, or 1 for grey and 4 for four planes.
   int GetNumChannels() const;
-  /// How many pixels of the file a colour has; the index is not checked.
+  /// How many pixels a colour has, as the colour table of the file tells; nothing is counted here. `color` is 0 to 216
+  /// and is not checked.
   int GetHistogramAt(int color) const;
 
-  /// The centre of a pixel.
+  /// The centre of a pixel, in degrees. The pixel may lie outside the frame.
   void PixelToWorldCoord(int row, int col, double& lat, double& lon) const;
   /// The pixel at a place, truncated toward zero; cut to the range of an int, and 0 for what is not a number.
   void WorldToPixelCoord(double lat, double lon, int& row, int& col) const;
-  /// Writes the image row by row, with no header; 0 where there is none or the file can't be written.
+  /// Writes the image row by row, with no header; 0 where there is none or the file can't be written. A file of the
+  /// name is written over.
   int SaveToBinaryData(const XString& path) const;
 
  protected:

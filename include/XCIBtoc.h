@@ -9,7 +9,8 @@
 #include <memory>
 
 /// The table of contents of a raster map product: its boundary rectangles, and the frame files that fill them. It is
-/// loaded whole and then asked; one thread uses an object at a time.
+/// loaded whole and then asked; one thread uses an object at a time. No load throws, and frame files are not opened: a
+/// frame that is listed may be missing on the disk.
 class ZRKIO_API XCIBtoc : public XCIBbase {
  public:
   enum ProductDataType {
@@ -25,15 +26,18 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
   XCIBtoc();
   ~XCIBtoc() override;
 
-  /// Reads a table of contents in place of what was loaded before; 1 or 0. After 0 the object is empty.
+  /// Reads a table of contents in place of what was loaded before; 1 or 0. After 0 the object is empty. No reason is
+  /// told.
   int LoadFile(const XString& path);
-  /// Frees all records.
+  /// Frees all records; every count is 0 then. Pointers to records are no longer valid.
   void CleanUp();
 
   // Indices count from 0. A record is null where the index lies outside, and valid until the next load.
 
+  /// The boundary rectangles; 1 or more after a load.
   int GetBoundaryRecSize() const;
   const tagBoundaryRectangleRecordRPF* GetBoundaryRecAt(int index) const;
+  /// The frame files of all boundary rectangles together.
   int GetFrameRecordSize() const;
   const tagFrameFileIndexRecordRPF* GetFrameRecordAt(int index) const;
   /// Only those path records that frames refer to, in the order in which they first do.

@@ -11,10 +11,12 @@ namespace zrk {
 class DiskFile;
 }
 
-/// A file with 64-bit positions. Nothing here throws: an operation that fails says so by its result.
+/// A file of more than 2 GiB as well as a small one. Nothing here throws: an operation that fails says so by its
+/// result, and every operation on a closed file fails.
 ///
-/// `Read`, `Write` and `Seek` share one file position and serve one thread at a time. `ReadAt` and `WriteAt`
-/// leave the position alone and may be called from many threads at once.
+/// `Read`, `Write` and `Seek` share one file position, in bytes from the beginning, and serve one thread at a time.
+/// `ReadAt` and `WriteAt` leave it alone and may be called from many threads at once. The object closes its file with
+/// itself.
 class ZRKIO_API XFile {
  public:
   /// How to open: one of the first three, with at most one of the sharing flags, and `kCreate` for an empty
@@ -37,51 +39,60 @@ class ZRKIO_API XFile {
   XFile(const XFile&) = delete;
   XFile& operator=(const XFile&) = delete;
 
-  /// Opens `path`, closing what was open before. 1 on success. On 0 the object is closed and
-  /// `GetLastErrorText` has the reason.
+  /// Opens `path`, closing what was open before. 1 on success. On 0 the object is closed and `GetLastErrorText` has the
+  /// reason. Unknown flags, several sharing flags, and `kCreate` without a right to write are refused.
   int Open(const XString& path, unsigned flags);
+  /// Closes the file, whose path and position are then empty and 0. It does nothing to a closed one. What was written
+  /// may still be on its way to the medium: `Flush` waits for that.
   void Close();
   bool IsOpen() const { return file_ != nullptr; }
 
   /// Reads up to `count` bytes at the file position and moves it on; answers the bytes read. Fewer than
   /// asked for means the end of the file or an error.
   std::int64_t Read(void* buffer, std::int64_t count);
-  /// Writes all of `count` bytes at the file position and moves it on; 1 or 0.
+  /// Writes all of `count` bytes at the file position and moves it on; 1. On 0 the position stays, and part of the
+  /// bytes may have been written.
   int Write(const void* buffer, std::int64_t count);
 
-  /// As `Read`, from a place of its own.
+  /// As `Read`, from an offset in the file. An error, and an offset behind the end, give 0 bytes.
   std::int64_t ReadAt(std::int64_t offset, void* buffer, std::int64_t count) const;
-  /// As `Write`, to a place of its own.
+  /// As `Write`, to an offset in the file. An offset behind the end extends the file, with zeros in between.
   int WriteAt(std::int64_t offset, const void* buffer, std::int64_t count);
 
-  /// Moves the position; answers the new one, or -1 (and stays) where it would lie before the beginning.
+  /// Moves the position by `offset` from the origin; the result is the new one. It may lie behind the end. A position
+  /// before the beginning gives -1, and the old one stays.
   std::int64_t Seek(std::int64_t offset, SeekOrigin origin);
   void SeekToBegin() { Seek(0, kBegin); }
   std::int64_t SeekToEnd() { return Seek(0, kEnd); }
+  /// 0 after an opening, and for a closed file.
   std::int64_t GetPosition() const { return position_; }
 
-  /// Bytes in the file now, or -1.
+  /// Bytes in the file now, asked anew each time; -1 for a closed file and where the system can't tell.
   std::int64_t GetLength() const;
-  /// Cuts or extends (with zeros) the file; 1 or 0.
+  /// Cuts or extends (with zeros) the file; 1 or 0. The position stays.
   int SetLength(std::int64_t length);
-  /// Reserves the room on disk up to `length`, so that a full disk is found here; 1 or 0.
+  /// Reserves the room on disk up to `length`, so that a full disk is found here; 1 or 0. A length that is not positive
+  /// gives 0.
   int Preallocate(std::int64_t length);
-  /// Brings what was written to the medium; 1 or 0.
+  /// Waits until what was written is on the medium; 1 or 0.
   int Flush();
 
+  /// The path as it was given to `Open`, its part behind the last folder, and that without the extension. All are empty
+  /// for a closed file.
   XString GetFilePath() const { return path_; }
   XString GetFileName() const;
   XString GetFileTitle() const;
+  /// Why the last opening failed, as the system says it; empty after one that succeeded. No other operation sets it.
   XString GetLastErrorText() const { return lastError_; }
 
   /// The open file behind this object, or null; for code that maps it or shares it with a decoder.
   std::shared_ptr<zrk::DiskFile> GetDiskFile() const { return file_; }
 
-  /// Replaces an existing target; 1 or 0.
+  /// Gives a file another name. A file of that name is replaced; 1 or 0. On 0 both stay as they were.
   static int Rename(const XString& from, const XString& to);
-  /// Deletes; 1 or 0.
+  /// Deletes a file; 1, or 0 where it can't be deleted or is not there.
   static int Remove(const XString& path);
-  /// Whether something of that name exists.
+  /// Whether something of that name exists, be it a file or a folder.
   static bool Exists(const XString& path);
 
  private:

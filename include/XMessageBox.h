@@ -5,22 +5,27 @@
 
 #include <functional>
 
-/// Styles of a question, and the answers to it.
+/// Styles of a question: one of the first two, with at most one of the icons added. `kMessageYesNo` is the one that
+/// asks.
 enum XMessageBoxStyle : unsigned {
   kMessageOk = 0x00,
   kMessageYesNo = 0x04,
   kMessageIconError = 0x10,
   kMessageIconQuestion = 0x20,
 };
+/// What a handler answers: `kAnswerOk` to a message, one of the others to a question.
 enum XMessageBoxAnswer { kAnswerOk = 1, kAnswerYes = 6, kAnswerNo = 7 };
 
+/// Shows a text and returns an `XMessageBoxAnswer`. It may take as long as the operator does, and may set another
+/// handler meanwhile.
 using XMessageBoxHandler = std::function<int(const XString& text, const XString& caption, unsigned style)>;
 
-/// Asks the operator, or tells him something, through the handler that is set; blocks until it answers. Without
-/// a handler the text goes to stderr, and a question with Yes and No is asked on the terminal if there is one;
-/// if there is none the answer is No.
+/// Asks the operator, or tells him something, through the handler that is set; blocks until it answers. Without a
+/// handler the text goes to stderr, and a question with Yes and No is asked on the terminal. Without a terminal the
+/// answer is No: what is asked may destroy something. Any thread may call it. What a handler throws goes on to the
+/// caller.
 ZRKIO_API int XfnMessageBox(const XString& text, const XString& caption, unsigned style);
 
-/// Sets the handler for the whole process and answers the one before; an empty handler brings back the default.
-/// The handler is called on the thread that asks.
+/// Sets the handler for the whole process; the result is the one before. An empty handler brings back the default. Any
+/// thread may set one. A handler is called on the thread that asks, and several threads may ask at once.
 ZRKIO_API XMessageBoxHandler XfnSetMessageBoxHandler(XMessageBoxHandler handler);

@@ -5,34 +5,44 @@
 class XArchive;
 class XObject;
 
-/// The static record by which classes know each other at run time: one per class, linked to that of the base.
+/// The record by which classes know each other at run time: one per class, linked to that of the base. Records are
+/// constants. They exist before any global object is made, they live as long as the program, and every thread may ask
+/// them. The address of a record tells classes apart, and the name is for people.
 class ZRKIO_API XRuntimeClass {
  public:
   constexpr XRuntimeClass(const char* name, int bytes, unsigned schemaNumber, XObject* (*create)(),
                           const XRuntimeClass* base)
       : className(name), objectSize(bytes), schema(schemaNumber), createObject(create), baseClass(base) {}
 
-  /// Whether this is `other` or derives from it. A null `other` gives false.
+  /// Whether this is `other` or derives from it, directly or over several steps. A null `other` gives false.
   bool IsDerivedFrom(const XRuntimeClass* other) const;
 
+  /// As in the source, for instance "ZRMBandBMP".
   const char* className;
-  int objectSize;  ///< in bytes
+  /// `sizeof` of the class, in bytes.
+  int objectSize;
+  /// The version of the class in archives: 1 for every class here.
   unsigned schema;
-  XObject* (*createObject)();      ///< null where objects are made by loaders only
+  /// Makes an object of the class. Null for every class here, since loaders and callers make them.
+  XObject* (*createObject)();
   const XRuntimeClass* baseClass;  ///< null for `XObject`
 };
 
-/// The root class. Objects are not copied through it.
+/// The root class. It gives an object a class that can be asked at run time, and a virtual destructor, so that an
+/// object may be deleted through a pointer to any base. Objects are copied by their own class and not through this one.
 class ZRKIO_API XObject {
  public:
   virtual ~XObject();
+  /// The record of the object's own class; never null.
   virtual const XRuntimeClass* GetRuntimeClass() const;
-  /// Archives belong to other modules of the family; the classes of this library store nothing in them.
+  /// Does nothing in every class of this library. Archives belong to other modules of the family.
   virtual void Serialize(XArchive& archive);
 
+  /// The record of the class that is named, without an object. It is what `IsKindOf` takes.
   static constexpr const XRuntimeClass* GetRuntimeClassStatic() { return &runtimeClass; }
 
-  /// Whether the object's class is `wanted` or derives from it.
+  /// Whether the object's class is `wanted` or derives from it. False for null. A `static_cast` to the wanted class is
+  /// then sound.
   bool IsKindOf(const XRuntimeClass* wanted) const { return GetRuntimeClass()->IsDerivedFrom(wanted); }
 
  protected:
@@ -44,8 +54,9 @@ class ZRKIO_API XObject {
   static const XRuntimeClass runtimeClass;
 };
 
-/// Stands in a class body and declares its record; the record of a class without a creation function. Virtual functions
-/// of exported classes are defined in the library: a program of another compiler may call them directly.
+/// Stands in the body of a class derived from `XObject` and declares its record. What follows it is public. The class
+/// needs `X_IMPLEMENT_RUNTIME_CLASS` in one of its sources. Virtual functions of exported classes are defined in the
+/// library: a program of another compiler may call them directly.
 #define X_DECLARE_RUNTIME_CLASS                                   \
  public:                                                          \
   const XRuntimeClass* GetRuntimeClass() const override;          \
@@ -58,7 +69,8 @@ class ZRKIO_API XObject {
                                                                   \
  public:
 
-/// Stands in one source and builds the record: schema 1, no creation function.
+/// Stands in one source and builds the record: schema 1, no creation
+/// function. `Base` is the direct base class, which has a record itself.
 #define X_IMPLEMENT_RUNTIME_CLASS(Class, Base)                                                                         \
   constinit const XRuntimeClass Class::runtimeClass(#Class, sizeof(Class), 1, nullptr, Base::GetRuntimeClassStatic()); \
   const XRuntimeClass* Class::GetRuntimeClass() const {                                                                \

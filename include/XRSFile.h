@@ -22,8 +22,12 @@ struct FieldAccess;
 
 /// One opened dataset: its bands, vector sets and all that is stored about it as a whole.
 ///
-/// The dataset owns what is added to it and deletes it with itself, followers before their master. Getters hand out
-/// pointers that stay its own. It is filled by one thread; afterwards many may read its bands.
+/// The dataset owns what is added to it and deletes it with itself, followers before their master, and all bands before
+/// the file. What is added has to come from `new` and is added to one dataset only. Getters hand out pointers that stay
+/// the dataset's and are valid as long as it. A new dataset is empty.
+///
+/// One thread fills, changes and destroys it. After that many threads may call the getters and read its bands at once.
+/// Where memory runs out, what was to be added is deleted and `std::bad_alloc` is raised.
 class ZRKIO_API XRSFile : public XObject {
   X_DECLARE_RUNTIME_CLASS
   XRSFile();
@@ -31,54 +35,64 @@ class ZRKIO_API XRSFile : public XObject {
   XRSFile(const XRSFile&) = delete;
   XRSFile& operator=(const XRSFile&) = delete;
 
-  /// The open file, or null.
+  /// The open file, or null. Most bands open their files themselves; bands of native rasters read this one.
   XFile* GetFilePtr() const { return file_; }
-  /// Attaches an open file; with a nonzero `owns` the dataset closes and deletes it.
+  /// Attaches an open file, or takes the one before away with null. A nonzero `owns` makes the dataset close and delete
+  /// it; with 0 it stays the caller's and has to outlive the bands.
   void SetFile(XFile* file, int owns);
 
+  /// What is known of a radar acquisition; null for other images.
   tagXRadarScene* GetRadarScene() const { return radarScene_.get(); }
-  /// Takes the record over.
+  /// Takes the record over and deletes the one before. Null removes it.
   void SetRadarScene(tagXRadarScene* radarScene) {
     if (radarScene_.get() != radarScene) radarScene_.reset(radarScene);
   }
 
   /// Loaders store the full path in both.
   const XString& GetName() const { return name_; }
+  /// The name is for people. It need not be a path, and nothing is opened by it.
   void SetName(const XString& name) { name_ = name; }
-  /// The path of the open file if there is one, otherwise the path stored; the name and the title are parts of that.
+  /// The path of the open file if there is one, otherwise the path stored. The name is its part behind the last folder,
+  /// the title is the name without its extension.
   XString GetFilePath() const;
   void SetFilePath(const XString& filePath) { filePath_ = filePath; }
   XString GetFileName() const;
   XString GetFileTitle() const;
 
+  /// A number that native files keep; 0 at first. Nothing here interprets it.
   int GetVersion() const { return version_; }
   void SetVersion(int version) { version_ = version; }
 
-  /// Takes the band over and becomes its owner; null is ignored.
+  /// Takes the band over, becomes its owner and appends it. Null is ignored. A master has to be added before its
+  /// followers.
   void AddBand(ZRMBand* band);
+  /// The number of bands; 0 for a dataset that holds vector sets only.
   int GetNumOfBands() const { return static_cast<int>(bands_.size()); }
-  /// Null outside the list.
+  /// The band, from 0 on, in the order of the calls of `AddBand`. Null for an index outside the list.
   ZRMBand* GetBandAt(int index) const;
 
-  /// Takes the vector set over and becomes its owner; null is ignored.
+  /// Takes the vector set over, becomes its owner and appends it. Null is ignored.
   void AddVand(ZRMVand* vand);
+  /// The number of vector sets; 0 for a raster dataset.
   int GetNumOfVands() const { return static_cast<int>(vands_.size()); }
-  /// Null outside the list.
+  /// The vector set, from 0 on; null for an index outside the list.
   ZRMVand* GetVandAt(int index) const;
 
-  /// Regions, control points and signatures. `Add...` takes the record over, null is ignored; `Get...At` answers null
-  /// outside the list, and the record stays the dataset's.
+  /// Regions. `Add...` takes the record over, which has to come from `new`; null is ignored. `Get...At` gives null for
+  /// an index outside the list, and the record stays the dataset's. The same holds for the two lists behind.
   void AddROISet(XROI* roi);
   int GetNumOfROI() const { return static_cast<int>(rois_.size()); }
   XROI* GetROIAt(int index) const;
+  /// Sets of control points, as with regions.
   void AddGCPSet(tagGCPSets* gcps);
   int GetNumOfGCPSet() const { return static_cast<int>(gcpSets_.size()); }
   tagGCPSets* GetGCPSetAt(int index) const;
+  /// Spectral signatures, as with regions.
   void AddSIGSet(XRSSIG* sig);
   int GetNumOfSIG() const { return static_cast<int>(sigs_.size()); }
   XRSSIG* GetSIGAt(int index) const;
 
-  /// A number of the file's own; 0 where it has none.
+  /// A number of the file's own; 0 at first. Native files keep it, and nothing here interprets it.
   int GetThreshold1() const { return threshold1_; }
   void SetThreshold1(int threshold1) { threshold1_ = threshold1; }
 
@@ -86,14 +100,15 @@ class ZRKIO_API XRSFile : public XObject {
   double* GetCorrelationMatrix() { return correlationMatrix_.empty() ? nullptr : correlationMatrix_.data(); }
   /// The same for covariances; both arrays belong to the dataset, and stay until they are set again.
   double* GetCovarianceMatrix() { return covarianceMatrix_.empty() ? nullptr : covarianceMatrix_.data(); }
-  /// Copies `numBands` * `numBands` values; null removes the matrix.
+  /// Copies `numBands` * `numBands` values. Null, and a number that is not positive, remove the matrix. The caller sees
+  /// to it that `numBands` is the number of bands: another number is kept but not saved.
   void SetCorrelationMatrix(const double* values, int numBands);
   /// As the one above, for covariances.
   void SetCovarianceMatrix(const double* values, int numBands);
   /// Whether the correlation matrix is there and its first element is not `kNotSet`.
   bool HasValidStatistics() const;
 
-  /// Free text about the dataset; empty where there is none.
+  /// Free text about the dataset; empty at first.
   const XString& GetDescription() const { return description_; }
   void SetDescription(const XString& description) { description_ = description; }
   /// Two fields that native files keep for other modules; nothing here looks at them.
@@ -109,7 +124,7 @@ class ZRKIO_API XRSFile : public XObject {
   /// World units per pixel.
   double GetXPixelSize() const;
   double GetYPixelSize() const;
-  /// The band's own record, not a copy: a change of it changes the band.
+  /// The band's own record, not a copy: a change of it changes the band. It is empty for an unknown system.
   XSpatialReference* GetSR() const;
 
   // Both answer 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is

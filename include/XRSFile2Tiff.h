@@ -30,7 +30,8 @@ class ZRKIO_API XRSFile2Tiff {
   XRSFile2Tiff(const XRSFile2Tiff&) = delete;
   XRSFile2Tiff& operator=(const XRSFile2Tiff&) = delete;
 
-  /// The dataset, which stays the caller's; null is ignored. What is recorded of it is its state now.
+  /// The dataset, which stays the caller's; null is ignored. What is recorded of it is its state now. It has to outlive
+  /// the saves. Set it again after a change of its bands.
   void SetXRSFile(XRSFile* file);
 
   /// 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, a file that can't be
@@ -39,6 +40,7 @@ class ZRKIO_API XRSFile2Tiff {
 
   // The ways that `Save` goes.
 
+  /// As `Save`, whatever class the bands have.
   int SaveZRMBandGeneral(XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
   /// The outputs of an image sharpening: before a block of any band the same block of the first is read.
   int SaveZRMBandImageSharpen(XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
@@ -50,15 +52,26 @@ class ZRKIO_API XRSFile2Tiff {
   int IsDiskSpaceEnough2(XString& err);
   /// Whether all bands agree in size and data type and, where the first is in world coordinates, in their place.
   int CheckBandInfo(XString& err);
+  /// Begins the new file beside the old one; 0 without a reason where it can't be made. A file begun before is given
+  /// up.
   int OpenOutputFile(XString path, XString& err);
+  /// Sets the tags of the image: its shape, data type and colours.
   int SaveTIFFTag(XString& err);
+  /// Sets the tags of the georeference. 0 leaves a file that can be written on without them.
   int SaveGeoTIFFTag(XString& err);
+  /// Writes the samples of all bands pixel by pixel. A stop by `thread` gives 0 without a reason, here and in the three
+  /// steps below.
   int DoExportToBIP(XThread* thread, XString& err);
+  /// Writes the samples plane by plane, a band after the other.
   int DoExportToBSQ(XThread* thread, XString& err);
+  /// As `DoExportToBSQ`, in the way of `SaveZRMBandImageSharpen`.
   int DoExportToBSQ_ImageSharpen(XThread* thread, XString& err);
+  /// Writes the one thematic band with its colours; 0 for any other dataset.
   int DoExportToPalette(XThread* thread, XString& err);
   /// Closes the file, which gets its name where all of it was written, and otherwise goes away.
   void DeleteFileOutput();
+  /// Writes the pixel sizes and the corner of the whole image. 0 for a dataset without a system, and where the file
+  /// can't be written.
   int WriteWorldFile(XString path, XString& err);
 
  private:

@@ -25,7 +25,8 @@ class ZRKIO_API XRSFile2XLD {
   XRSFile2XLD(const XRSFile2XLD&) = delete;
   XRSFile2XLD& operator=(const XRSFile2XLD&) = delete;
 
-  /// The dataset, which stays the caller's; null is ignored.
+  /// The dataset, which stays the caller's; null is ignored. It has to outlive the build, and no other thread may
+  /// change it meanwhile.
   void SetXRSFile(XRSFile* file);
 
   /// Builds the level file `path`: with `mode` 2 or 3 the full form, otherwise the short one. It is written as

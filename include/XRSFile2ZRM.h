@@ -27,11 +27,11 @@ class ZRKIO_API XRSFile2ZRM {
   XRSFile2ZRM(const XRSFile2ZRM&) = delete;
   XRSFile2ZRM& operator=(const XRSFile2ZRM&) = delete;
 
-  /// The dataset, which stays the caller's.
+  /// The dataset, which stays the caller's and has to outlive the saves. Null takes it away, and saves then fail.
   void SetXRSFile(XRSFile* file);
-  /// Written into the file as it is.
+  /// A text that is written into the file as it is, and that a loaded dataset has under the same name. Empty at first.
   void SetCryptoVaildationInfo(const XString& info);
-  /// Two numbers that are only recorded: 0 and 1 unless set.
+  /// Two numbers that are recorded in the file and have no effect: 0 and 1 unless set.
   void SetWriterFlags(int first, int second);
 
   /// Writes `level` reduced levels beside the pixels, or as many as there can be. A `compressionMode` of 0 or 100 keeps
@@ -43,6 +43,7 @@ class ZRKIO_API XRSFile2ZRM {
 
   // The ways that `Save` goes. The first and the last take any mode, too, and compress without loss.
 
+  /// As `Save`, whatever class the bands have. Samples are compressed without loss by any mode but 0 and 100.
   int SaveZRMBandGeneral(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, XString& err,
                          XThread* thread);
   /// Compresses, with `quality` as in `Save`.
@@ -52,7 +53,8 @@ class ZRKIO_API XRSFile2ZRM {
   int SaveZRMBandImageSharpen(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode,
                               XString& err, XThread* thread);
 
-  /// What compressing took in the last save that compressed and was done, as "%.8lf sec"; empty before.
+  /// The processor time that compressing took in the last save that compressed and succeeded, as "%.8lf sec"; empty
+  /// before.
   const XString& GetCompressionTime() const;
 
  private:

@@ -24,12 +24,13 @@ class ZRKIO_API XRSFileIO {
  public:
   virtual ~XRSFileIO();
 
-  /// The id for an extension without its dot, in any letter case, or `kFormatNone`.
+  /// The id for an extension without its dot, in any letter case, or `kFormatNone`. The file itself is not looked at:
+  /// `XfnFindFormatOfFile` does that.
   static int GetIDFromExt(XString ext);
 
   /// Loads a raster by the id's loader. With `calcStatistics` nonzero, statistics with histogram are computed where no
   /// level data brought them. `levelMode` is a value of `XLevelMode`. An id that is no raster format's gives 0 with
-  /// "Not Supported Type".
+  /// "Not Supported Type". `XfnOpenFile` does the same for programs that do not care for the id.
   static int LoadFileRaster(XRSFile* file, int id, XString path, XString& err, int calcStatistics, int levelMode,
                             XThread* thread);
   /// Loads a vector file. `sr` is the system of a DGN, DLG or DXF file, which has none of its own; it may be null. NITF
@@ -49,21 +50,29 @@ class ZRKIO_API XRSFileIO {
   // characters replaced by ".bmw" or ".jpw": all bands of the dataset get its pixel sizes, corner and kind 2. Without
   // one they get pixel size 1.0, the corner (0.0, height) and kind 1.
 
+  /// The native raster. Statistics and levels come from the file itself.
   static int LoadFileZRM(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// TIFF and GeoTIFF. The georeference comes from the file, or else from a world file beside it.
   static int LoadFileTIF(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// Reads the header; the first read of a band decodes the image.
   static int LoadFileJPG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// 8 to 32 bits a pixel, uncompressed.
   static int LoadFileBMP(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// One band of heights in metres; unknown heights are 0.
   static int LoadFileDTED(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
   static int LoadFileSID(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
   static int LoadFileJP2(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// One frame, of one grey band, which has no level data.
   static int LoadFileCIB(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
+  /// One frame, of a band for each channel of its colours; the bands have no level data.
   static int LoadFileCADRG(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
   static int LoadFileHAWK(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
   static int LoadFileNITFIMG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                              XThread* thread);
   static int LoadFileHFA(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// One band of bytes.
   static int LoadFileHDF4(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
   static int LoadFileECW(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
@@ -76,7 +85,9 @@ class ZRKIO_API XRSFileIO {
   // dataset's own system, where there is one, to "WGS84" and takes that.
 
   static int LoadFileXVC(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// Layers with their counts, extents and systems.
   static int LoadFileSHP(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// Takes no system: coordinates are longitude and latitude.
   static int LoadFileKML(XRSFile* file, XString path, XString& err, XThread* thread);
   static int LoadFileDXF(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread);
   static int LoadFileDGN(XRSFile* file, XString path, XSpatialReference* sr, XString& err, XThread* thread);
@@ -88,12 +99,14 @@ class ZRKIO_API XRSFileIO {
 
   // Saves. A null dataset and an empty path give 0 without a sentence.
 
-  /// The window is inclusive, in pixels of the first band; see `XRSFile2Tiff`.
+  /// The window is inclusive, in pixels of the first band; see `XRSFile2Tiff`. All bands are written, at full
+  /// resolution.
   static int SaveFileTiff(XRSFile* file, XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
-  /// The last two ints are handed to the writer as they are.
+  /// The last two ints are handed to the writer as they are. `level` is the number of reduced levels to write, and the
+  /// window is inclusive; see `XRSFile2ZRM`.
   static int SaveFileZRM(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, XString& err,
                          XThread* thread, int compressionMode, int writerFlag1, int writerFlag2);
-  /// `quality` is the largest error allowed in a sample; 0.0 is lossless.
+  /// `quality` is the largest error allowed in a sample; 0.0 is lossless. The rest is as with `SaveFileZRM`.
   static int SaveFileZRMComp(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, double quality,
                              XString& err, XThread* thread, int writerFlag1);
 

@@ -5,13 +5,14 @@
 
 #include <memory>
 
-/// What a spatial reference knows.
+/// What a spatial reference knows: nothing, that there is a system which nobody named, or the system.
 enum XReferenceKind { kReferenceNone = 1, kReferenceUnknown = 2, kReferenceKnown = 3 };
 
 /// A coordinate reference system. Axis order is always x (longitude, easting) before y. Copies are independent and cost
 /// nothing. Operations answer 1 for success and 0 for failure; a failed import leaves the reference empty.
 ///
-/// One object may be read from several threads at once.
+/// One object may be read from several threads at once. Imports, `Clear` and assignment change the object, so that one
+/// thread alone may call them. Nothing here throws but `std::bad_alloc`.
 class ZRKIO_API XSpatialReference {
  public:
   XSpatialReference();
@@ -19,23 +20,29 @@ class ZRKIO_API XSpatialReference {
   XSpatialReference(const XSpatialReference& other);
   XSpatialReference& operator=(const XSpatialReference& other);
 
+  /// Takes the system from a WKT text of version 1 or 2. A text that nests too deep to be a system is refused.
   int importFromWkt(const XString& wkt);
-  /// `code` as in the EPSG registry.
+  /// `code` as in the EPSG registry. Nothing is fetched from a network: the code has to be in the tables of the
+  /// machine.
   int importFromEPSG(int code);
-  /// "WGS84", "WGS72", "NAD27", "NAD83" and their like.
+  /// "WGS84", "WGS72", "NAD27", "NAD83" and their like. A geographic system in degrees results.
   int SetWellKnownGeogCS(const XString& name);
-  /// Zone 1 to 60 on WGS 84 unless a geographic system is already set, which then stays the base.
+  /// Zone 1 to 60 on WGS 84 unless a geographic system is already set, which then stays the base. Eastings and
+  /// northings are in metres. Any other zone fails, and the base is lost then.
   int SetUTM(int zone, bool north = true);
-  /// As WKT 1. Empty text and 1 for an empty reference.
+  /// As WKT 1. An empty reference gives the empty text and 1.
   int exportToWkt(XString& wkt) const;
 
+  /// Whether coordinates are longitude and latitude. 0 for a projected system and for an empty reference.
   int IsGeographic() const;
-  /// Whether both describe the same system; two empty ones do.
+  /// Whether both describe the same system; two empty ones do. The order of axes in the texts does not matter.
   int IsSame(const XSpatialReference& other) const;
+  /// Whether there is no system.
   int IsEmpty() const;
+  /// Takes the system away; the kind is then `kReferenceNone`.
   void Clear();
 
-  /// The system's name, and its EPSG code or 0 where none is known.
+  /// The name of the system, empty for an empty reference; and its EPSG code, 0 for an unknown one.
   XString GetName() const;
   int GetEPSG() const;
 

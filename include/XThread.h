@@ -17,6 +17,8 @@ inline constexpr unsigned kXThreadMessage = 0x7E8;
 class ZRKIO_API XMessageTarget {
  public:
   virtual ~XMessageTarget();
+  /// `message` is `kXThreadMessage`. `sender` is the thread that reports, and is valid during the call. `value` is a
+  /// whole percentage, or 0 for an end or a text.
   virtual void PostMessage(unsigned message, XThread* sender, long value) = 0;
 };
 
@@ -36,35 +38,44 @@ class ZRKIO_API XThread {
   XThread(const XThread&) = delete;
   XThread& operator=(const XThread&) = delete;
 
+  /// A value of `State`; `kStateRun` at first. Any thread may ask and set it.
   int GetState() const;
+  /// `kStateStop` asks the operation to stop soon. It stays set until the caller sets `kStateRun` again, and stops the
+  /// next operation too.
   void SetState(int state);
-  /// The state word, for the `cancel` argument of reads. It is read and written through `std::atomic_ref`.
+  /// The state word, for the `cancel` argument of reads. It is read and written through `std::atomic_ref`. It is valid
+  /// as long as this object.
   int* GetStatePtr() { return &state_; }
 
   /// How the last operation ended, a `ResultCode`. A save of a dataset and a build of level data store it; it stays
   /// `kResultNone` until one has run.
   int GetResultCode() const { return resultCode_; }
+  /// What was stored with the last failure or text, as a copy. Ask after the operation, or on its own thread.
   XString GetMessageText() const { return messageText_; }
 
-  /// Maps `percent` (0 to 100) into the range set, posts it as a whole number, and waits while suspended.
+  /// Maps `percent` (0 to 100) into the range set, posts it as a whole number, and waits while suspended. A percentage
+  /// outside 0 to 100 is cut to it, and what is not a number counts as 0.
   void CallbackPercent(double percent);
   /// The share of the whole that the next operation fills, in percent; 0 to 100 at first.
   void SetPercentRange(int first, int last);
   void GetPercentRange(int& first, int& last) const;
-  /// Stores `code` as the result and posts `value`.
+  /// Stores `code` as the result and posts `value`. The forms below store their own code and post 0.
   void Callback(int code, long value);
   void CallbackSuccess();
+  /// Keeps a copy of `text` for `GetMessageText`, as `CallbackText` does. A text is a message on the way and ends
+  /// nothing.
   void CallbackFail(const XString& text);
   void CallbackCancel();
   void CallbackText(const XString& text);
   /// Stores `code` as the result, and `text` with it, but posts nothing.
   void SetResult(int code, const XString& text);
 
-  /// Asks the operation to stop, and lets a suspended one go on to see it.
+  /// Asks the operation to stop, and lets a suspended one go on to see it. Any thread may call it. It returns at once
+  /// and waits for nothing.
   void Terminate();
-  /// Whether the operation has not yet reported success, failure or cancel.
+  /// Whether the operation has not yet reported success, failure or cancel. True before one has run.
   bool IsValid() const;
-  /// The operation pauses at its next `CallbackPercent`.
+  /// The operation pauses at its next `CallbackPercent`, until `Resume` or a stop. Any thread may call both.
   void Suspend();
   void Resume();
 
@@ -82,5 +93,6 @@ class ZRKIO_API XThread {
   std::unique_ptr<Pause> pause_;
 };
 
-/// Whether the state word asks to stop, that is holds 1. A null pointer never does.
+/// Whether the state word asks to stop, that is holds 1. A null pointer never does. Any thread may set the word
+/// meanwhile.
 ZRKIO_API bool XfnIsStopRequested(const int* cancel);

@@ -11,7 +11,7 @@
 // one band at once without a lock on the results. A buffer belongs to the pool and is valid until the same thread
 // asks that pool again, the thread ends, or the pool is destroyed. A repeated request of a thread takes no lock.
 
-/// A pool of lines.
+/// A pool of lines. It is destroyed when no thread uses its lines any more.
 class ZRKIO_API XThreadSafeArr1 {
  public:
   XThreadSafeArr1();
@@ -47,7 +47,7 @@ class ZRKIO_API XThreadSafeArr2 {
   std::unique_ptr<Impl> impl_;
 };
 
-/// A pool of three planes of one shape.
+/// A pool of three planes of one shape. It is destroyed when no thread uses its planes any more.
 class ZRKIO_API XThreadSafeArr3 {
  public:
   XThreadSafeArr3();
@@ -55,7 +55,7 @@ class ZRKIO_API XThreadSafeArr3 {
 
   /// The calling thread's planes, sized to the request; null if memory ran out or the shape can't be.
   tagXArr3* GetBuffer(int width, int height, int elementSize);
-  /// The calling thread's planes as they stand.
+  /// The calling thread's planes as they stand; their `data` is null before the first sized request.
   tagXArr3* GetBuffer();
   /// Destroys the calling thread's planes; those of other threads stay.
   void FreeCurrentThreadsBuffer();

@@ -13,7 +13,8 @@ class ZRKIO_API XWorldFile {
  public:
   virtual ~XWorldFile();
 
-  /// Whether the file could be opened. Only its first bytes are looked at, as many as six lines can need.
+  /// Whether the file could be opened. Only its first bytes are looked at, as many as six lines can need. A line that
+  /// begins with no number counts as 0. A file that can't be opened leaves the object as it was.
   bool Read(const XString& path);
 
   /// Writes the file of an image whose first pixel lies at (x, y), in place of one that is there; 1 or 0, and then
@@ -25,18 +26,23 @@ class ZRKIO_API XWorldFile {
   /// counts.
   static std::vector<XString> ListNamesForTiff(const XString& path);
 
+  /// The numbers of lines 5 and 6, in world units; `kNotSet` for a line that is missing.
   double GetOriginX() const { return originX_; }
   double GetOriginY() const { return originY_; }
 
   // The edges of an image of that many pixels, in world units.
 
+  /// The origin, or a width left of it for a negative pixel size. 0.0 where the x numbers are not set.
   double Left(int width) const;
+  /// The origin, or a height below it for a negative pixel size. 0.0 where the y numbers are not set.
   double Bottom(int height) const;
+  /// The opposite of `Left`; the width less 1 where the x numbers are not set.
   double Right(int width) const;
-  /// Whether it is set is asked of the x numbers here, unlike in its neighbours.
+  /// The opposite of `Bottom`; the height less 1 where the x numbers are not set. The x numbers are asked here, unlike
+  /// in its neighbours.
   double Top(int height) const;
 
-  /// Absolute pixel sizes in world units.
+  /// Absolute pixel sizes in world units; `kNotSet` until they are read.
   double XPixelSize() const;
   double YPixelSize() const;
 

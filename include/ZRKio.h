@@ -16,7 +16,7 @@
 //  7. out->Row(y)                                      its rows: out->ySize of out->xSize samples
 //  8. band->ConvPixelToWorldCoord(x, y), band->GetSR() a pixel's place in the world, and the system that it is in
 //  9. band->CalcStatistics(1)                          minimum, maximum, mean, deviation and histogram
-// 10. XRSFileIO::SaveFileTiff(...)                     writes a window of some bands to a file; XfnGetFormats() tells
+// 10. XRSFileIO::SaveFileTiff(...)                     writes a window of all bands to a file; XfnGetFormats() tells
 //                                                      what can be read and written
 //
 // Many threads may read one band, or several of one file; a dataset is opened and changed by one thread. Files of

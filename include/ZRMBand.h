@@ -26,8 +26,13 @@ enum XCoordinateKind { kCoordinatePixel = 1, kCoordinateWorld = 2 };
 
 /// A band with its place in the world and all that is known of how it was taken.
 ///
-/// World coordinates: x = ULX + column * xPixelSize, y = ULY - row * yPixelSize. Pixel sizes are world units per
-/// pixel, positive as a rule; y grows upward in the world and downward in the image.
+/// World coordinates: x = ULX + column * xPixelSize, y = ULY - row * yPixelSize. Pixel sizes are world units per pixel,
+/// positive as a rule; y grows upward in the world and downward in the image. Rotation is not represented.
+///
+/// A loader fills the fields, and the caller may change them afterwards: the file stays as it is. Setters check nothing
+/// unless they say so. Fields are set before the band is shared between threads, or by one thread alone; getters and
+/// coordinate operations may then be called by any thread. A band that was added to a dataset is deleted by it, any
+/// other one by the caller.
 class ZRKIO_API ZRMBand : public XBand {
   X_DECLARE_RUNTIME_CLASS
   ZRMBand();
@@ -35,13 +40,22 @@ class ZRKIO_API ZRMBand : public XBand {
   ZRMBand(const ZRMBand&) = delete;
   ZRMBand& operator=(const ZRMBand&) = delete;
 
+  /// The level for a picture of `width` by `height` pixels of the area between four places, which are world coordinates
+  /// in any order. Only the size of the area counts, so that it may reach beyond the image. 0 for an area of less than
+  /// a pixel, and where a pixel size is 0.
   int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1, double cornerX2,
                                double cornerY2, double cornerX3, double cornerY3, int width, int height) override;
   using XBand::GetHighestLevelForTarget;
+  /// Sets minimum, maximum, mean and deviation from the coarsest level, and the histogram where `withHistogram` is
+  /// nonzero. It is an estimate by design. 1; or 0 where that level has no pixel or can't be read, and the old values
+  /// stay. It changes fields, so that no other thread may use them meanwhile.
   int CalcStatistics(int withHistogram) override;
+  /// Copies all fields of `source` deeply but its dataset and output store; pixels and level data are not copied. 1,
+  /// also for the band itself; 0 for null.
   int CloneBand(ZRMBand* source) override;
 
-  /// The band that takes the level data of this one: itself or a band behind it. Null where the band can have none.
+  /// The band that takes the level data of this one: itself or a band behind it. Null where the band can have none. It
+  /// is not owned by the caller.
   ZRMBandDRIO* GetLevelSource() const { return levelSource_; }
   /// The band whose samples this one shows, or null: itself, unless it shows one that is hidden behind it.
   ZRMBand* GetShownBand() const { return shownBand_; }
@@ -49,37 +63,44 @@ class ZRKIO_API ZRMBand : public XBand {
   // Coordinates. The first two change their arguments in place; places outside the image are allowed. With a pixel size
   // of 0 the pixel of a place is infinite or not a number.
 
+  /// Replaces a column and a row by the place in the world. Fractions are allowed. (0, 0) gives the place of `GetULX`
+  /// and `GetULY`, and (1, 1) lies one pixel to the right of it and below.
   void ConvPixelToWorldCoord(double& x, double& y) const;
+  /// The reverse. The result has fractions: the pixel of a place inside the image is the whole part of it.
   void ConvWorldToPixelCoord(double& x, double& y) const;
-  /// The pixel, truncated toward zero; cut to the range of an int, and 0 for what is not a number.
+  /// The pixel of a place, truncated toward zero. A place up to one pixel left of the image or above it therefore gives
+  /// 0. The result is cut to the range of an int, and is 0 for what is not a number. It may lie outside the image.
   void ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y) const;
-  /// The outer edges of an inclusive range of pixels.
+  /// The outer edges of an inclusive range of pixels, in world units. The range may reach beyond the image.
   void ConvPixelToWorldRange(int x0, int x1, int y0, int y1, double& minX, double& maxX, double& minY,
                              double& maxY) const;
-  /// The outer edges of the whole band.
+  /// The outer edges of the whole band: x from west to east, then y from south to north. With a negative pixel size the
+  /// first of a pair is the larger one.
   void GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const;
   /// Sets the upper left corner, and from the pixel sizes the band's size in whole pixels: what is left of a pixel at
   /// the right and lower edge is dropped, unless it lacks less than a millionth to be whole. A size stays as it was
-  /// where the pixel size is 0.
+  /// where the pixel size is 0. A result below 0 becomes 0.
   void SetBoundRect(double minX, double maxX, double minY, double maxY);
 
   // Fields.
 
   /// The dataset that holds the band, or null; not owned.
   XRSFile* GetXRSFile() const { return owner_; }
-  /// `XRSFile::AddBand` calls it; a band of no dataset works as well.
+  /// `XRSFile::AddBand` calls it. A band of no dataset works as well.
   void SetXRSFile(XRSFile* owner) { owner_ = owner; }
   /// What the samples mean: 8 (`kBandTypeThematic`) for class numbers, 0 for anything else. Thematic bands are reduced
   /// to their most frequent sample where others are averaged.
   int GetBandType() const { return bandType_; }
   void SetBandType(int bandType) { bandType_ = bandType; }
 
-  /// The address of the member; it lives as long as the band.
+  /// The system of the world coordinates. It belongs to the band and lives as long; a change through the pointer
+  /// changes the band. It is empty where the file names no system.
   XSpatialReference* GetSR() { return &sr_; }
   const XSpatialReference* GetSR() const { return &sr_; }
-  /// Copies.
+  /// Copies the system, and converts no coordinates: corner and pixel sizes keep their numbers.
   void SetSR(const XSpatialReference& sr) { sr_ = sr; }
-  /// A value of `XCoordinateKind`.
+  /// A value of `XCoordinateKind`, `kCoordinatePixel` at first. It tells whether corner and pixel sizes mean a place in
+  /// the world; the conversions above work with them in either case.
   int GetCoordinateKind() const { return coordinateKind_; }
   void SetCoordinateKind(int coordinateKind) { coordinateKind_ = coordinateKind; }
 
@@ -102,11 +123,12 @@ class ZRKIO_API ZRMBand : public XBand {
     xPixelSize_ = xPixelSize;
     yPixelSize_ = yPixelSize;
   }
-  /// Nonzero where world coordinates are normalised to the image; kept for files that have it.
+  /// Nonzero where world coordinates are normalised to the image. It is kept for files that have it, and the
+  /// conversions do not look at it. 0 at first.
   int IsNormalizedWorld() const { return normalizedWorld_; }
   void SetNormalizedWorld(int normalizedWorld) { normalizedWorld_ = normalizedWorld; }
 
-  /// The image centre in pixels.
+  /// The image centre in pixels, as the file tells it. 0 at first; it is not computed from the size.
   int GetCenterX() const { return centerX_; }
   int GetCenterY() const { return centerY_; }
   void GetCenter(int& centerX, int& centerY) const {
@@ -119,44 +141,47 @@ class ZRKIO_API ZRMBand : public XBand {
     centerX_ = centerX;
     centerY_ = centerY;
   }
-  /// In degrees.
+  /// The angle of the scene's columns against north, in degrees; 0.0 for an unknown one.
   double GetSceneOrient() const { return sceneOrient_; }
-  /// Of the scene's columns against north; 0.0 where it is not known.
+  /// Kept as it is; it turns no coordinates.
   void SetSceneOrient(double sceneOrient) { sceneOrient_ = sceneOrient; }
-  /// In metres.
-  /// Of the sensor, above the ground; 0 where it is not known.
+  /// Of the sensor, above the ground, in metres; 0 for an unknown one.
   int GetAltitude() const { return altitude_; }
   void SetAltitude(int altitude) { altitude_ = altitude; }
-  /// In degrees.
-  /// Of the line of sight against the vertical at the centre; 0.0 where it is not known.
+  /// Of the line of sight against the vertical at the centre, in degrees; 0.0 for an unknown one. Radar bands have
+  /// three more in `XSarParam`.
   double GetIncidenceAngle() const { return incidenceAngle_; }
   void SetIncidenceAngle(double incidenceAngle) { incidenceAngle_ = incidenceAngle; }
-  /// When it was taken and by what, as numbers of the files that have them; 0 where they are not known.
+  /// When the image was taken, as the number that its file has; 0 for an unknown date. Files number dates in their own
+  /// ways.
   long GetBandDate() const { return bandDate_; }
   void SetBandDate(long bandDate) { bandDate_ = bandDate; }
+  /// By what the image was taken, as the number that its file has; 0 for an unknown sensor.
   long GetBandSensor() const { return bandSensor_; }
   void SetBandSensor(long bandSensor) { bandSensor_ = bandSensor; }
-  /// Of the middle of the band, in the unit of its file; 0.0 where it is not known.
+  /// Of the middle of the band, in the unit of its file; 0.0 for an unknown one.
   double GetWaveLength() const { return waveLength_; }
   void SetWaveLength(double waveLength) { waveLength_ = waveLength; }
-  /// As text, empty where it is not known.
+  /// The sensor as text; empty for an unknown one.
   const XString& GetBandSensorName() const { return bandSensorName_; }
   void SetBandSensorName(const XString& bandSensorName) { bandSensorName_ = bandSensorName; }
 
-  /// Nonzero where pixel-to-world goes through the sensor model.
+  /// Nonzero where the pixel's place follows from the sensor model and not from corner and pixel sizes. 0 at first. The
+  /// conversions of this class do not use the model.
   int GetUseSensorModel() const { return useSensorModel_; }
   void SetUseSensorModel(int useSensorModel) { useSensorModel_ = useSensorModel; }
-  /// Focal length and detector cell size, in millimetres.
+  /// Focal length and detector cell size, in millimetres; 0.0 for unknown ones.
   double GetFocalLength() const { return focalLength_; }
   double GetCellSize() const { return cellSize_; }
   void SetFocalLength(double focalLength) { focalLength_ = focalLength; }
   void SetCellSize(double cellSize) { cellSize_ = cellSize; }
-  /// The band's own copy, or null.
+  /// The band's own record, or null. It is valid until the next `SetScanSensorParam`.
   XRSScanSensorParam* GetScanSensorParam() const { return scanSensorParam_.get(); }
-  /// Keeps a deep copy; null removes it.
+  /// Keeps a deep copy, so that the caller frees its own. Null removes the record.
   void SetScanSensorParam(const XRSScanSensorParam* scanSensorParam);
   /// Which corner the sensor's rows begin at, as its file has it; empty where it has none.
   const XString& GetOriginCorner() const { return originCorner_; }
+  /// Kept as it is. Words such as "Lower" and "Left" in it mean something to sensor models.
   void SetOriginCorner(const XString& originCorner) { originCorner_ = originCorner; }
   /// What is added to sensor columns and rows before they are scaled; 0.0 both at first.
   void GetOffset(double& offsetX, double& offsetY) const {
@@ -177,28 +202,31 @@ class ZRKIO_API ZRMBand : public XBand {
     scaleY_ = scaleY;
   }
 
-  /// In degrees.
+  /// Where the sun stood: its azimuth, and its elevation above the horizon, in degrees. 0.0 both at first.
   double GetSunAzimuth() const { return sunAzimuth_; }
   double GetSunElevation() const { return sunElevation_; }
   void SetSunAzimuth(double sunAzimuth) { sunAzimuth_ = sunAzimuth; }
   void SetSunElevation(double sunElevation) { sunElevation_ = sunElevation; }
-  /// A sample's physical value is sample * gain + bias. Reads give samples, never these values.
+  /// A sample's physical value is sample * gain + bias. Reads give samples, never these values. 1.0 and 0.0 at first.
   double GetGain() const { return gain_; }
   double GetBias() const { return bias_; }
   void SetGain(double gain) { gain_ = gain; }
   void SetBias(double bias) { bias_ = bias; }
 
-  /// The classes of a thematic band: a name and a colour for each, in the order that they were added.
+  /// The classes of a thematic band: a name and a colour for each, in the order in which they were added. A class is
+  /// not looked up by its number: the index is the place in the list.
   int GetNumOfGIS() const { return static_cast<int>(gis_.size()); }
-  /// The record, which belongs to the band, or null outside the list.
+  /// The record, which belongs to the band; null for an index outside the list. A change through the pointer changes
+  /// the band.
   tagXRSGIS* GetGISAt(int index) const;
-  /// Takes the record over; null is ignored.
+  /// Appends the record and becomes its owner: it has to come from `new`. Null is ignored. Two records of one class
+  /// number are both kept.
   void AddGIS(tagXRSGIS* gis);
 
-  /// The pyramid store that processing output goes to, and its name; not owned.
+  /// The pyramid store that processing output goes to, or null, and its name. The store is not owned.
   XEPOT2D* GetOutputEPOT() const { return outputEPOT_; }
   const XString& GetOutputEPOTName() const { return outputEPOTName_; }
-  /// Both stay the caller's or are copied: the store has to outlive what writes to it, the name is copied.
+  /// The store stays the caller's and has to outlive what writes to it. The name is copied.
   void SetOutputEPOT(XEPOT2D* outputEPOT, const XString& name) {
     outputEPOT_ = outputEPOT;
     outputEPOTName_ = name;
@@ -206,11 +234,15 @@ class ZRKIO_API ZRMBand : public XBand {
 
   // Radar.
 
+  /// All radar parameters in one record, which belongs to the band. The functions below get and set its fields one by
+  /// one. No value is checked, and a value of 0 stands for an unknown one.
   XSarParam& GetSarParam() { return sarParam_; }
   const XSarParam& GetSarParam() const { return sarParam_; }
+  /// Copies the record.
   void SetSarParam(const XSarParam& sarParam) { sarParam_ = sarParam; }
   /// 0 for a band that is no radar image, otherwise the mode of its file.
   int GetSarMode() const { return sarParam_.mode; }
+  /// A mode other than 0 makes this a radar band, so that files get its radar parameters.
   void SetSarMode(int mode) { sarParam_.mode = mode; }
   /// Whether the band has radar parameters, that is a mode other than 0.
   bool IsSarBand() const { return sarParam_.mode != 0; }
@@ -218,14 +250,18 @@ class ZRKIO_API ZRMBand : public XBand {
   /// In hertz, as the other frequencies; angles are in degrees, lengths in metres, times in seconds.
   double GetCarrierFrequency() const { return sarParam_.carrierFrequency; }
   void SetCarrierFrequency(double value) { sarParam_.carrierFrequency = value; }
+  /// The range of frequencies that a pulse sweeps.
   double GetChirpBandWidth() const { return sarParam_.chirpBandWidth; }
   void SetChirpBandWidth(double value) { sarParam_.chirpBandWidth = value; }
+  /// The time that a pulse takes.
   double GetChirpDuration() const { return sarParam_.chirpDuration; }
   void SetChirpDuration(double value) { sarParam_.chirpDuration = value; }
   /// Nonzero where the frequency rises within a pulse.
   int GetUpChirp() const { return sarParam_.upChirp; }
   void SetUpChirp(int value) { sarParam_.upChirp = value; }
+  /// True at first, as the flag is 0 then.
   bool IsDownChirp() const { return sarParam_.upChirp == 0; }
+  /// Of the received signal.
   double GetSamplingFrequency() const { return sarParam_.samplingFrequency; }
   void SetSamplingFrequency(double value) { sarParam_.samplingFrequency = value; }
   /// Pulses a second.
@@ -262,18 +298,23 @@ class ZRKIO_API ZRMBand : public XBand {
   /// The wavelength in metres: the speed of light over the carrier frequency; infinite for a frequency of 0.
   double GetLambda() const { return 299792458.0 / sarParam_.carrierFrequency; }
 
-  /// The orbit: positions by time. It belongs to the band.
+  /// The orbit: positions by time. The record belongs to the band, and is empty for an unknown orbit.
   XOrbitInterpolater& GetOrbitInterpolater() { return orbitInterpolater_; }
+  /// Copies the record deeply.
   void SetOrbitInterpolater(const XOrbitInterpolater& value) { orbitInterpolater_ = value; }
-  /// The beam; it belongs to the band.
+  /// The gain pattern of the beam. The record belongs to the band, and is empty for an unknown pattern.
   XSarBeam& GetSarBeam() { return sarBeam_; }
+  /// Copies the record deeply.
   void SetSarBeam(const XSarBeam& value) { sarBeam_ = value; }
-  /// The window of the original scene that the band shows, in its pixels and inclusive; 0 all where it was not cut.
+  /// The window of the original scene that the band shows, inclusive, in pixels of that scene. All four are 0 for a
+  /// scene that was not cut.
   void GetSarsubset(int& x0, int& x1, int& y0, int& y1) const;
+  /// Kept as given and not checked against the size of the band.
   void SetSarsubset(int x0, int x1, int y0, int y1);
 
  protected:
   /// Statistics of the whole band as a read at `level` gives it. 0 where that is smaller than a pixel or can't be read.
+  /// The old values stay then.
   int CalcStatisticsAtLevel(int level, int withHistogram);
   /// Copies size, pixel sizes, corner, coordinate kind and system: what a follower shares with its master.
   void CopyGeometry(const ZRMBand& master);
@@ -330,6 +371,6 @@ class ZRKIO_API ZRMBand : public XBand {
   int sarSubset_[4] = {0, 0, 0, 0};
 };
 
-/// The rows of a processing block of the band, as the form of `XSystem.h` tells for its width, height and sample size;
+/// The rows of a processing block of the band, as the form of `XSystem.h` tells for its width, height and sample size.
 /// 1 for null.
 ZRKIO_API int XfnCalcBlockHeight(ZRMBand* band, long wantedRows);

@@ -11,7 +11,8 @@ class ZRKIO_API ZRMBandCIB : public ZRMBandFile<ZRMBand> {
   ZRMBandCIB();
   ~ZRMBandCIB() override;
 
-  /// 1, or 0 with the reason in `err`. `thread` is not used.
+  /// Opens a frame and decodes it; 1, or 0 with the reason in `err`. `thread` is not used, so that an opening can't be
+  /// stopped.
   int ReadFile(XString path, XString& err, XThread* thread);
   /// As `ReadFile`, without a reason. Frames in colour are refused. The corner and the pixel sizes are kept in single
   /// precision.

@@ -20,7 +20,9 @@ class ZRKIO_API ZRMBandDRIO : public ZRMBand {
   ZRMBandDRIO();
   ~ZRMBandDRIO() override;
 
+  /// As `ZRMBand::CalcStatistics`; every class says how it gets them.
   int CalcStatistics(int withHistogram) override = 0;
+  /// As `XBand::CleanupMemory`; every class says what it frees.
   int CleanupMemory(int freeBuffers, int force) override = 0;
 
   /// The level-data band, or null; it belongs to this band.
@@ -31,6 +33,7 @@ class ZRKIO_API ZRMBandDRIO : public ZRMBand {
   void SetBandXLD(LevelBand* bandXLD) {
     HoldLevelData(bandXLD, bandXLD);
   }
+  /// Destroys the level-data band; reads of all levels go to the source then. No other thread may read meanwhile.
   void SetBandXLD(std::nullptr_t) { HoldLevelData(nullptr, nullptr); }
 
  protected:

@@ -7,7 +7,8 @@
 
 /// A band over a pyramid store: the band of native raster files, and the store behind the level data of others.
 ///
-/// Levels are those of the store: level n is its image n, and a level that it has not fails the read.
+/// Levels are those of the store: level n is its image n, and a level that it has not fails the read. Several threads
+/// may read it at once, and write windows that share no tile.
 class ZRKIO_API ZRMBandEPOT : public ZRMBand {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandEPOT();
@@ -17,7 +18,7 @@ class ZRKIO_API ZRMBandEPOT : public ZRMBand {
   /// tile sizes, compression value and offset also where that fails. 1 or 0.
   int SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, int dataType, int xTileSize, int yTileSize,
                int levels, int compression);
-  /// The store, which belongs to the band.
+  /// The store, which belongs to the band; never null. It serves nothing before `SetImage`.
   XEPOT2D* GetEPOT();
   const XEPOT2D* GetEPOT() const;
 

@@ -1,7 +1,9 @@
 #pragma once
 
-/// One record of the colour table index of a table of contents.
+/// One record of the colour table index of a table of contents. Nothing in this library interprets it.
 struct tagColortableIndexRecordRPF {
-  char text[13];  ///< its first 12 characters, and a zero
+  /// Its first 12 characters as the file has them, and a zero.
+  char text[13];
+  /// The other bytes of the record, in the byte order of the file.
   unsigned char rest[50];
 };

@@ -4,7 +4,8 @@
 
 #include <memory>
 
-/// A line of samples: the one-dimensional pixel buffer. Movable, not copyable; use by one thread at a time.
+/// A line of samples: the one-dimensional pixel buffer. Movable, not copyable; use by one thread at a time. Nothing
+/// here throws.
 struct ZRKIO_API tagXArr1 {
   tagXArr1();
   /// Allocates at once; `data` stays null where that fails.
@@ -21,9 +22,11 @@ struct ZRKIO_API tagXArr1 {
   /// Gives the memory back; all fields are as at first.
   void Free();
 
-  unsigned char* data = nullptr;  ///< belongs to the record, 64-byte aligned
-  int size = 0;                   ///< in samples
-  int elementSize = 0;            ///< in bytes
+  /// The first sample, or null for an empty record. The memory belongs to the record and is 64-byte aligned. Callers
+  /// index it and never free or replace it.
+  unsigned char* data = nullptr;
+  int size = 0;         ///< in samples
+  int elementSize = 0;  ///< in bytes
 
  private:
   struct Impl;

@@ -4,9 +4,10 @@
 
 #include <memory>
 
-/// The two-dimensional pixel buffer: `ySize` rows of `xSize` samples, packed, without padding between rows.
-/// The sample at (x, y) lies at `data + rowOffsets[y] + colOffsets[x]`, which is the same place as
-/// `data + (y * xSize + x) * elementSize`. Movable, not copyable; use by one thread at a time.
+/// The two-dimensional pixel buffer: `ySize` rows of `xSize` samples, packed, without padding between rows. The sample
+/// at (x, y) lies at `data + rowOffsets[y] + colOffsets[x]`, which is the same place as `data + (y * xSize + x) *
+/// elementSize`. Movable, not copyable; use by one thread at a time. A record that a band hands out stays the band's; a
+/// record that the caller makes is the caller's. Nothing here throws.
 struct ZRKIO_API tagXArr2 {
   tagXArr2();
   /// Allocates at once; `data` stays null where that fails.

@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-/// A value with a name, or a list or record of such values.
+/// A value with a name, or a list or record of such values. `kind` says which of the fields below it counts; the others
+/// have their first values. A note of `kNothing` has a name only.
 struct tagXNote {
   enum Kind { kNothing, kBool, kInteger, kText, kList, kRecord };
 
@@ -17,7 +18,7 @@ struct tagXNote {
 };
 
 /// What a format has to tell of an opened file beyond what all datasets tell: for machines as values, and for people as
-/// lines of text that say the same.
+/// lines of text that say the same. The record holds copies: the dataset may be closed before it is read.
 struct tagXFormatNotes {
   std::vector<tagXNote> values;
   std::vector<XString> lines;         ///< of the whole image
