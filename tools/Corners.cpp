@@ -11,7 +11,7 @@
 
 namespace {
 
-/// What is 0 as it is printed has no sign.
+/// A number that is printed as 0 has no sign.
 char Hemisphere(double degrees, char positive, char negative) {
   constexpr double kHalfOfLastDecimal = 5e-8;
   return degrees < -kHalfOfLastDecimal ? negative : positive;
@@ -26,11 +26,12 @@ std::string FormatLonLat(const Json& place) {
   return text.data();
 }
 
-/// Writers that have no name for a system have words of their own for that.
+/// Writers that have no name for a system put a word of their own in its place.
 bool IsName(const std::string& text) {
   return !text.empty() && text != "unknown" && text != "unnamed";
 }
 
+/// Ten digits serve both metres and degrees.
 std::string FormatPoint(const Json& point) {
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%.10g, %.10g", GetNumber(point[0]), GetNumber(point[1]));
@@ -39,6 +40,7 @@ std::string FormatPoint(const Json& point) {
 
 }  // namespace
 
+/// Corners are those of the outer pixels and not the centres, in the order in which they are printed.
 Points CornersOf(const ZRMBand& band) {
   const double width = band.GetXSize(), height = band.GetYSize();
   Points corners = {{0.0, 0.0}, {width, 0.0}, {width, height}, {0.0, height}};
@@ -59,6 +61,7 @@ Json DescribeLonLat(const Points& points, const XSpatialReference& sr) {
   if (!transformation) return nullptr;
   Json json = Json::array();
   for (auto [x, y] : points) {
+    // A corner that lies nowhere on earth is null, and the others are still told.
     const bool isPlace = transformation->TransformPt(x, y) && std::isfinite(x) && std::isfinite(y);
     json.push_back(isPlace ? Json::array({x, y}) : Json());
   }
@@ -86,6 +89,7 @@ void PrintSystem(const Json& system, const char* indent) {
   std::printf("\n");
 }
 
+/// A point may be told in the image's system, in degrees, or in both.
 void PrintPoints(const std::vector<std::string>& labels, const Json& points, const Json& lonLat) {
   const std::size_t count = points.is_null() ? lonLat.size() : points.size();
   for (std::size_t i = 0; i < count; ++i) {

@@ -1,7 +1,11 @@
+// Files are opened for all subcommands in one way: by content, whatever the format. A reason that the library leaves is
+// passed on. What the library can't tell apart, such as a file that does not exist, is told before.
+
 #include "Dataset.h"
 
 #include "ZRKio.h"
 
+/// A missing file is told first, since no format would be found for it either.
 std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, std::string& err) {
   if (!XFile::Exists(path)) {
     err = "no such file";
@@ -27,6 +31,7 @@ std::unique_ptr<XRSFile> OpenRaster(const std::string& path, XThread& thread, st
   return nullptr;
 }
 
+/// People count channels from 1.
 ZRMBand* FindBand(const XRSFile& file, int number, std::string& err) {
   ZRMBand* band = file.GetBandAt(number - 1);
   if (!band) {
@@ -35,6 +40,8 @@ ZRMBand* FindBand(const XRSFile& file, int number, std::string& err) {
   return band;
 }
 
+/// The decode of a whole image may take longer than what follows. It gets its own share of the percentages, so that the
+/// bar moves from the start.
 bool DecodeAhead(ZRMBand& band, int lastPercent, XThread& thread, std::string& err) {
   if (!XfnIsDecodedWhole(&band)) return true;
   thread.SetPercentRange(0, lastPercent);

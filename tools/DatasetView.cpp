@@ -1,3 +1,6 @@
+// A view is a dataset whose bands show bands of another one, chosen and ordered anew. Nothing is copied but the
+// description, and pixels only where one source is shown more than once. The other dataset must outlive the view.
+
 #include "DatasetView.h"
 
 #include "Dataset.h"
@@ -30,6 +33,7 @@ class BandView : public ZRMBand, public XJointReader {
     return 1;
   }
 
+  /// Views of bands that are read together are read together too.
   const void* GetJointSource() const override {
     const auto* reader = dynamic_cast<const XJointReader*>(&source_);
     return reader ? reader->GetJointSource() : nullptr;
@@ -51,6 +55,7 @@ class BandView : public ZRMBand, public XJointReader {
   }
 
  private:
+  /// A source answers with one buffer for each thread, which the next view's read would overwrite.
   tagXArr2* KeepCopy(const tagXArr2& result) {
     tagXArr2* copy = copies_.GetBuffer(result.xSize, result.ySize, result.elementSize);
     if (!copy) return nullptr;
@@ -64,7 +69,7 @@ class BandView : public ZRMBand, public XJointReader {
   XThreadSafeArr2 copies_;
 };
 
-/// What is told of the dataset as a whole, and holds for any of its bands.
+/// What is told of the dataset as a whole holds for any choice of its bands.
 void CopyDescription(const XRSFile& source, XRSFile& view) {
   view.SetName(source.GetName());
   view.SetFilePath(source.GetFilePath());
@@ -90,6 +95,7 @@ std::unique_ptr<XRSFile> MakeDatasetView(const XRSFile& source, const std::vecto
   for (const int number : numbers) {
     ZRMBand* band = FindBand(source, number, err);
     if (!band) return nullptr;
+    // A channel may be asked for twice.
     const bool isShared = std::count(numbers.begin(), numbers.end(), number) > 1;
     view->AddBand(std::make_unique<BandView>(*band, isShared).release());
   }

@@ -1,5 +1,8 @@
-// What zrkio info tells of a dataset: the fields that all datasets have, and in their midst the notes of the format,
-// which are put in as they come.
+// What zrkio info tells of a dataset: the fields that all datasets have, and in their midst the notes of the format.
+// Notes are put in as they come, so that this source knows no format.
+//
+// Numbers that are not finite and facts that are not known are null. Fields that a kind of dataset never has are left
+// out.
 
 #include "DescribeDataset.h"
 
@@ -10,6 +13,7 @@
 
 namespace {
 
+/// Pixel coordinates are no place in the world.
 Json DescribePlace(const ZRMBand& band) {
   if (band.GetCoordinateKind() != kCoordinateWorld) return nullptr;
   double minX, maxX, minY, maxY;
@@ -26,6 +30,7 @@ Json DescribePlace(const ZRMBand& band) {
           {"system", DescribeSystem(*band.GetSR())}};
 }
 
+/// Statistics that were never computed are null. They are not computed here, because that may take long.
 Json DescribeStatistics(const ZRMBand& band) {
   if (band.GetBandMean() == kNotSet) return nullptr;
   return {{"min", Number(band.GetBandMin())},
@@ -104,6 +109,7 @@ void AddRaster(DatasetInfo& info, XRSFile& file, const std::string& path, bool i
   }
 }
 
+/// A layer without features has no extent.
 Json DescribeLayer(const tagXVectorLayer& layer) {
   Json json = {{"name", layer.name.GetText()}, {"features", layer.numFeatures}, {"extent", nullptr}};
   if (layer.hasExtent) {
@@ -122,6 +128,7 @@ Json DescribeLayer(const tagXVectorLayer& layer) {
 DatasetInfo DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose) {
   DatasetInfo info;
   Json& json = info.json;
+  // The file is open, so it has a format.
   const tagXFormat* format = XfnFindFormatOfFile(path);
   json = {{"file", path}, {"format", format->name}, {"id", format->id}};
   if (file.GetBandAt(0)) AddRaster(info, file, path, isVerbose);

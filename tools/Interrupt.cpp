@@ -1,4 +1,6 @@
-// The handler touches nothing but lock-free words and a fixed buffer.
+// A first signal asks the work to stop, so that it can clear up after itself. A second one ends the program at once,
+// after the files that are not whole yet have been removed. A signal may come at any instruction, so the handler
+// touches nothing but lock-free words and fixed buffers.
 
 #include "Interrupt.h"
 
@@ -23,6 +25,7 @@ FileSlot companionFile;
 
 static_assert(std::atomic<int*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
+/// The signal is raised again with its own meaning, so that the starter of the program sees what ended it.
 void EndAtOnce(int signalNumber) {
   for (const FileSlot* slot : {&unfinishedFile, &companionFile}) {
     if (slot->isSet) ::unlink(slot->path);
@@ -31,6 +34,8 @@ void EndAtOnce(int signalNumber) {
   std::raise(signalNumber);
 }
 
+/// The slot is marked empty while its path changes, so that the handler never sees half of one. A path too long for it
+/// is left behind rather than cut.
 void SetSlot(FileSlot& slot, const std::string& path) {
   slot.isSet = false;
   if (path.empty() || path.size() >= sizeof slot.path) return;
@@ -61,6 +66,7 @@ void InstallInterruptHandlers() {
   }
 }
 
+/// The next signal is the first one for this file.
 StoppableJob::StoppableJob(XThread& thread) {
   wasAsked = false;
   stateWord = thread.GetStatePtr();

@@ -1,3 +1,6 @@
+// The work on one file, as all subcommands run it: with a bar, stoppable, and fenced against whatever is thrown. A
+// failure is told here and nowhere else, so that a file that failed has one line on stderr.
+
 #include "Job.h"
 
 #include "Interrupt.h"
@@ -11,6 +14,7 @@
 
 namespace {
 
+/// Memory that runs out for one file is no reason to leave out the next.
 bool RunFenced(const Work& work, XThread& thread, std::string& err) {
   try {
     return work(thread, err);
@@ -22,13 +26,13 @@ bool RunFenced(const Work& work, XThread& thread, std::string& err) {
   return false;
 }
 
-/// What is posted on the way is where each step begins, and may be a share of the whole.
+/// The work posts shares of the whole, and a step may end before its last one.
 void ReportWhole(XThread& thread) {
   thread.SetPercentRange(0, 100);
   thread.CallbackPercent(100.0);
 }
 
-/// The progress bar is gone when this returns, so that what is said next stands on a clean line.
+/// The progress bar is gone when this returns, so that whatever is said next stands on a clean line.
 JobResult RunVisibly(const std::string& path, const Work& work) {
   ProgressBar bar(Printable(XfnGetFileName(path)));
   XThread thread(&bar);

@@ -1,3 +1,6 @@
+// What the program asks of level files. The library attaches them to bands; here they are looked for behind bands,
+// taken off, and asked for the level that fits a picture.
+
 #include "LevelFile.h"
 
 #include "Window.h"
@@ -13,6 +16,7 @@ ZRMBandXLD* AttachedTo(ZRMBand* band) {
 
 }  // namespace
 
+/// All bands of a dataset have their levels from one file, so the first band tells.
 LevelFileKind GetLevelFileKind(const XRSFile& file) {
   const ZRMBandXLD* levels = AttachedTo(file.GetBandAt(0));
   if (!levels) return LevelFileKind::kNone;
@@ -23,6 +27,7 @@ std::string LevelFileName(const std::string& path) {
   return XRSFileIO::GetFileNameXLD(path).AsStdString();
 }
 
+/// The short form has statistics and no levels to read.
 ZRMBandXLD* FindLevelBand(ZRMBand& band) {
   ZRMBandXLD* levels = AttachedTo(&band);
   return levels && levels->GetFile() ? levels : nullptr;
@@ -34,6 +39,7 @@ void DetachLevelFile(XRSFile& file) {
   }
 }
 
+/// Level data knows its own levels; without it the format answers.
 int FindLevelFor(ZRMBand& band, int width, int height) {
   ZRMBand* levels = FindLevelBand(band);
   const Window window = WholeOf(band);

@@ -1,3 +1,6 @@
+// The bar on the terminal. It is drawn on stderr, on one line that is drawn over and wiped away at the end. Nothing is
+// drawn where stderr is no terminal, or while the work is younger than half a second.
+
 #include "Progress.h"
 
 #include "output/Text.h"
@@ -13,6 +16,7 @@ namespace {
 constexpr double kSecondsBeforeShown = 0.5;
 constexpr long kBarCells = 30;
 
+/// A terminal that does not tell its width is taken to have 80 columns.
 std::size_t TerminalWidth() {
   winsize size{};
   return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
@@ -25,6 +29,7 @@ std::string FormatSeconds(double seconds) {
   return text;
 }
 
+/// The time left is estimated from the time taken, so there is none before the first percent.
 std::string FormatBar(long percent, double seconds) {
   const auto cells = static_cast<std::size_t>(percent * kBarCells / 100);
   std::string bar = " [";
@@ -42,6 +47,7 @@ ProgressBar::~ProgressBar() {
   if (isShown_) std::fputs("\r\033[K", stderr);
 }
 
+/// Each percentage is drawn once, however often it is posted.
 void ProgressBar::PostMessage(unsigned message, XThread*, long value) {
   if (message != kXThreadMessage || !isTerminal_ || value == lastPercent_) return;
   const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();

@@ -1,3 +1,7 @@
+// A window is read in strips, which together are what one read would give. Two things decide how high a strip is: a few
+// megabytes of memory, and the rows that the source decodes together. Strips of the image end where such rows end.
+// Those of level data need not, because stores are read tile by tile.
+
 #include "Strips.h"
 
 #include "LevelFile.h"
@@ -15,7 +19,7 @@ constexpr int kWantedRows = 512;
 StripReader::StripReader(ZRMBand& band, int level, const Window& window)
     : band_(band), levelBand_(level > 0 ? FindLevelBand(band) : nullptr), level_(level), window_(window) {}
 
-/// Rows of full resolution. What is decoded together is counted in rows of the level.
+/// The result is in rows of full resolution. Rows that are decoded together are counted at the level.
 int StripReader::CountStripRows() const {
   const int sampleBytes = std::max(band_.GetDataSize(), 1);
   if (levelBand_) {
@@ -31,7 +35,7 @@ int StripReader::CountStripRows() const {
   return static_cast<int>(std::min<std::int64_t>(rows << level_, window_.Height()));
 }
 
-/// What is left behind the last whole strip may be too little for a row of its own, and belongs to that strip.
+/// Rows left behind the last whole strip may be too few for a row of the level. They belong to that strip.
 int StripReader::CountNextRows() const {
   const int left = window_.Height() - next_, stripRows = CountStripRows();
   return left - stripRows < (1 << level_) ? left : stripRows;

@@ -4,6 +4,8 @@ Window WholeOf(const ZRMBand& band) {
   return {0, band.GetXSize() - 1, 0, band.GetYSize() - 1};
 }
 
+/// A window that is not within the image is refused and not cut, because the result would be of another size than was
+/// asked for.
 bool FindWindow(const ZRMBand& band, const std::vector<int>& wanted, Window& window, std::string& err) {
   window = WholeOf(band);
   if (wanted.empty()) return true;

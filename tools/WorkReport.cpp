@@ -1,3 +1,6 @@
+// The line that tells how long a job took. It speaks of samples in and bytes out, so that compressed files can be
+// compared with plain ones.
+
 #include "WorkReport.h"
 
 #include <algorithm>
@@ -14,6 +17,7 @@ std::string Print(const char* format, double first, double second) {
 
 }  // namespace
 
+/// Units are decimal, as on disks. A value that would be printed as 1000.0 goes to the next unit.
 std::string FormatBytes(std::int64_t count) {
   if (count < 1000) return std::to_string(count) + (count == 1 ? " byte" : " bytes");
   double value = static_cast<double>(count) / 1000.0;
@@ -32,6 +36,7 @@ void WorkReport::Finish(const std::string& path) {
   seconds_ = std::chrono::duration<double>(Clock::now() - start_).count();
   std::error_code failure;
   const std::uintmax_t size = std::filesystem::file_size(path, failure);
+  // A pipe has no size, and nothing failed where there is none.
   fileBytes_ = failure ? 0 : static_cast<std::int64_t>(size);
 }
 

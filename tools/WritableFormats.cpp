@@ -1,3 +1,6 @@
+// Sentences about the formats that can be written, made from the table. A format that gets a writer appears in the help
+// and in the messages of the program by itself.
+
 #include "WritableFormats.h"
 
 #include "XFormatTable.h"
@@ -10,7 +13,7 @@
 
 namespace {
 
-/// With `last` before the last one and commas between the others.
+/// Joins texts with commas, and the last one with `last`.
 std::string Join(const std::vector<std::string>& texts, const std::string& last) {
   std::string joined;
   for (std::size_t i = 0; i < texts.size(); ++i) {
@@ -40,6 +43,7 @@ std::vector<std::string> TellEach(bool tagXFormatWriter::*takes, Tell tell) {
 
 }  // namespace
 
+/// A file that is to be written has no content yet, so only its extension tells.
 const tagXFormat* FindWritableFormat(const std::string& path) {
   const tagXFormat* const format = XfnFindFormat(XRSFileIO::GetIDFromExt(XfnGetFileExt(path)));
   return format && format->writer ? format : nullptr;
@@ -52,6 +56,7 @@ std::string ListWritableFormats(bool tagXFormatWriter::*takes) {
   return Join(TellEach(takes, tell), " and ");
 }
 
+/// A title begins with a capital.
 std::string TitleWritableFormats(bool tagXFormatWriter::*takes) {
   std::string title = Join(TellEach(takes, [](const tagXFormat& f) { return std::string(f.writer->plural); }), " and ");
   if (!title.empty()) title[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(title[0])));

@@ -1,3 +1,6 @@
+// zrkio, the program. Here stand the grammar of the command line and what is common to all subcommands: help, version
+// and exit status. The subcommands lie in commands/, and those of a format in its own folder under formats/.
+
 #include "commands/Commands.h"
 #include "FormatTools.h"
 #include "Interrupt.h"
@@ -26,6 +29,7 @@ bool FlushOutput() {
   return false;
 }
 
+/// Help and version end the parsing too, but are no failure.
 int Parse(CLI::App& program, int argc, char** argv, const int& status) {
   try {
     program.parse(argc, argv);
@@ -77,6 +81,7 @@ int Run(int argc, char** argv) {
 
 }  // namespace
 
+/// Whatever is thrown outside the work on a file ends with a sentence too.
 int main(int argc, char** argv) {
   try {
     return Run(argc, argv);

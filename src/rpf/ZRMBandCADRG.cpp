@@ -1,3 +1,6 @@
+// A frame of a colour map. Its blocks are painted through the frame's colour table when it is opened, into one plane
+// for each channel. Every read copies from these planes, at full size whatever level is asked for.
+
 #include "ZRMBandCADRG.h"
 
 #include "base/PixelStorage.h"

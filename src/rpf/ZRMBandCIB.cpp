@@ -1,3 +1,6 @@
+// A frame of grey imagery. Its blocks are decoded when it is opened, into one plane, and every read copies from that
+// plane, at full size whatever level is asked for. Frames whose colour table is not the grey one are refused.
+
 #include "ZRMBandCIB.h"
 
 #include "base/PixelStorage.h"

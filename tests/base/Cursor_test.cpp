@@ -1,3 +1,6 @@
+// The bounded cursor: numbers in either order of bytes, numbers in digits, and what happens at the end of the bytes.
+// The bytes of each number are written out beside its value.
+
 #include "base/Cursor.h"
 
 #include <gmock/gmock.h>

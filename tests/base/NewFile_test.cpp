@@ -1,3 +1,6 @@
+// A new file beside an old one, from its beginning to its name: published, given up, led to by links, and with a disk
+// that fails. What is expected is what lies in the folder afterwards.
+
 #include "base/NewFile.h"
 
 #include "FaultyDisk.h"

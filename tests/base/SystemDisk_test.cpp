@@ -1,3 +1,6 @@
+// The disk of the operating system behind `zrk::Disk`: reads, writes, mappings, locks, folders and links. What is
+// expected is what the system itself and the C++ library say of the same files.
+
 #include "base/Disk.h"
 
 #include "FaultyDisk.h"

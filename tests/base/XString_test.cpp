@@ -1,3 +1,6 @@
+// The text class: how texts are made, compared, cut, formatted and changed, and the edges of each operation. The
+// expected texts are written out.
+
 #include "XString.h"
 
 #include <gtest/gtest.h>

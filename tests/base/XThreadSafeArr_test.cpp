@@ -1,3 +1,6 @@
+// Buffers and records that each thread has for itself, and the orders in which threads, pools and the program can end.
+// The suites with `Threads` in their names run under the thread sanitizer too.
+
 #include "XThreadSafeArr.h"
 
 #include "base/PerThread.h"

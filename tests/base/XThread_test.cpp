@@ -1,3 +1,6 @@
+// The handle of a running operation: percentages, results, stops and waits. A target that records what is posted shows
+// what a caller sees; percentages are worked out by hand.
+
 #include "XThread.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// libtiff's handle over our disk: blocks, messages, bounds of memory and reads that fail. The files are built byte by
+// byte by `TiffBuilder`, so that the expected blocks are known without libtiff.
+
 #include "codec/TiffHandle.h"
 
 #include "base/Disk.h"

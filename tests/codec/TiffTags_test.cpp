@@ -1,3 +1,7 @@
+// What is read out of the tags of a file: its shape, the order of bytes and bits, its compression and its colour map.
+// The expected values are those that the builder was told to write, and the defaults that TIFF 6.0 gives to missing
+// tags.
+
 #include "codec/TiffTags.h"
 
 #include "TiffBuilder.h"

@@ -1,3 +1,6 @@
+// Tiles there and back through every coding. What is expected is the tile itself, to the bit where no error is allowed
+// and otherwise within the bound. The tiles hold what breaks coders: infinities, zeros with a sign and coarse floats.
+
 #include "codec/TileCodec.h"
 
 #include "base/DataTypeVisit.h"

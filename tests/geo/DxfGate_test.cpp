@@ -1,3 +1,6 @@
+// The gate before drawings, which counts what their blocks unfold to. The drawings are written pair by pair here, so
+// the numbers of entities are known by multiplication.
+
 #include "geo/DxfGate.h"
 
 #include "TempFolder.h"

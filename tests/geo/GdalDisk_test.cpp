@@ -1,3 +1,6 @@
+// GDAL's view of our disk: reads, seeks, names and what it refuses. The answers expected are those that GDAL asks of a
+// file system of its own, and the bytes are those that the test wrote.
+
 #include "geo/GdalDisk.h"
 
 #include "FaultyDisk.h"

@@ -1,3 +1,6 @@
+// Places taken from one system to another, always with longitude before latitude. The expected coordinates follow from
+// the definitions of the projections, such as the length of a quarter of the meridian.
+
 #include "XCoordinateTransformation.h"
 
 #include "XSpatialReference.h"

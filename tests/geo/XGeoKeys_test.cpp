@@ -1,3 +1,6 @@
+// Geokeys become the text of a coordinate system. Files are built key by key, sound ones and damaged ones. The expected
+// text is the one that OGR has for the same code, or the parameters that the keys hold.
+
 #include "XGeoKeys.h"
 
 #include "bands/tiff/TiffPlace.h"

@@ -1,3 +1,6 @@
+// Coordinate systems: texts, codes, names, comparison and copies. The expected systems are well-known ones with their
+// EPSG codes, and texts are compared with what OGR itself writes.
+
 #include "XSpatialReference.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// The system's disk, which passes every call on and spoils the one that a test has chosen: it fails with an error, or
+// comes short. Calls are counted across all files, so that a sweep can spoil each in turn.
+
 #include "FaultyDisk.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// zrkio convert, run as a program: what it writes, what it refuses, and what is left where it fails, is stopped or is
+// killed. Samples of the new file are compared with those of the old one.
+
 #include "ConvertProgram.h"
 #include "JpegBuilder.h"
 

@@ -1,3 +1,6 @@
+// zrkio info, run as a program: its text, its JSON, its exit status and what it says of bad files. The facts expected
+// are those of the files that the tests have made.
+
 #include "JpegBuilder.h"
 #include "Program.h"
 

@@ -1,3 +1,6 @@
+// The picture that zrkio view makes of bands in memory: stretch, means, levels and strips. The bytes of the small
+// pictures are worked out by hand.
+
 #include "picture/QuickLook.h"
 #include "MemoryBand.h"
 #include "PngReader.h"

@@ -1,3 +1,6 @@
+// Windows that are read in strips. Strips together must be what one read of the same window gives, from the image and
+// from level data; the rows asked for are counted by hand.
+
 #include "Strips.h"
 #include "BmpBuilder.h"
 #include "JpegBuilder.h"

@@ -1,3 +1,6 @@
+// zrkio toc, and the picture that zrkio view makes of a table of contents, run as a program. The tables are built here,
+// so each frame's state and each coloured cell is known beforehand.
+
 #include "PngReader.h"
 #include "Program.h"
 #include "TocBuilder.h"

@@ -1,3 +1,6 @@
+// Written TIFF files as others see them. Tags and keys are read by libtiff and libgeotiff, and the coordinate system by
+// GDAL, so that no code of ours judges itself. Their complaints are kept for the tests.
+
 #include "WrittenTiff.h"
 
 #include "TempFolder.h"

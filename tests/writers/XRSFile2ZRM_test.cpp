@@ -1,3 +1,7 @@
+// The writer of native rasters: samples, levels, place and metadata of what it writes, and what is left where it fails
+// or is stopped. Samples are compared with those that the test gave to the bands. Levels and places are worked out by
+// hand.
+
 #include "XRSFile2ZRM.h"
 
 #include "FaultyDisk.h"

@@ -1,4 +1,5 @@
-// zrkio bounds: where the corners of rasters are.
+// zrkio bounds: where the corners of rasters are. Tie points that a file lists come first, because its tags alone tell
+// them and no pixel has to be looked for. Otherwise the dataset is opened and its corners are worked out.
 
 #include "commands/Commands.h"
 #include "Corners.h"
@@ -23,8 +24,8 @@ struct TiePoints {
   bool isLonLat = false;  ///< on WGS 84; otherwise as the file has them
 };
 
-/// The places that a file lists beside its pixels, up to four; none where it lists none. Of other formats only the
-/// dataset tells which corner is which.
+/// Up to four places that a file lists beside its pixels. Formats whose row does not say so are not asked, because only
+/// the dataset tells which corner is which.
 TiePoints ReadTiePoints(const std::string& path) {
   std::array<double, 4> x{}, y{};
   TiePoints found;
@@ -37,6 +38,7 @@ TiePoints ReadTiePoints(const std::string& path) {
   return found;
 }
 
+/// Points are told once: in degrees, or as the file has them.
 Json DescribeTiePoints(const TiePoints& found) {
   const Json json = DescribePoints(found.points);
   return {{"source", "tiePoints"},
@@ -54,6 +56,7 @@ Json DescribeCorners(const ZRMBand& band) {
           {"system", hasPlace ? DescribeSystem(*band.GetSR()) : Json()}};
 }
 
+/// A file is opened as a dataset only where it lists nothing.
 bool FindBounds(const std::string& path, Json& json, XThread& thread, std::string& err) {
   if (const TiePoints found = ReadTiePoints(path); !found.points.empty()) {
     json.update(DescribeTiePoints(found));

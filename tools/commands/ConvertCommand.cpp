@@ -1,5 +1,8 @@
 // zrkio convert: an image, or a window or some channels of it, as a file of a format that has a writer. What the writer
 // can take is asked of the table of formats.
+//
+// The new file is written beside its target and renamed when it is whole. A format that needs a world file gets one,
+// which appears together with the image.
 
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
@@ -52,6 +55,7 @@ const tagXFormat* FindTargetFormat(const std::string& path, std::string& err) {
   return format;
 }
 
+/// Speed is told by samples, which do not depend on how a file is packed.
 std::int64_t CountSampleBytes(const XRSFile& file, const Window& window) {
   std::int64_t count = 0;
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
@@ -60,6 +64,7 @@ std::int64_t CountSampleBytes(const XRSFile& file, const Window& window) {
   return count;
 }
 
+/// The window has to lie within the first band that is chosen.
 bool Open(const Options& options, Source& source, XThread& thread, std::string& err) {
   source.file = OpenRaster(options.input, thread, err);
   if (!source.file) return false;
@@ -70,7 +75,7 @@ bool Open(const Options& options, Source& source, XThread& thread, std::string& 
   return FindWindow(*source.Chosen().GetBandAt(0), options.window, source.window, err);
 }
 
-/// A compressing writer takes the percentages into its own hands, so that no share of them can be kept from it.
+/// A compressing writer reports percentages of the whole by itself, so no share of them can be kept for decoding.
 bool Save(const Source& source, const Options& options, const tagXFormat& format, const std::string& path,
           XThread& thread, std::string& err) {
   if (!options.maxError && !DecodeAhead(*source.file->GetBandAt(0), kDecodePercent, thread, err)) return false;
@@ -90,7 +95,7 @@ bool WriteAlone(const Source& source, const Options& options, const tagXFormat& 
 }
 
 /// Samples of other types would come out as unsigned numbers that mean nothing. `numbers` are those of the bands in the
-/// image, empty for all.
+/// image; there are none where all bands are taken.
 bool HasSamplesFor(const tagXFormatWriter& writer, const XRSFile& file, const std::vector<int>& numbers,
                    std::string& err) {
   for (int i = 0; i < file.GetNumOfBands() && !writer.takesAllTypes; ++i) {
@@ -104,6 +109,7 @@ bool HasSamplesFor(const tagXFormatWriter& writer, const XRSFile& file, const st
   return true;
 }
 
+/// Image and world file are made by one target, which keeps them together.
 bool WriteWithWorldFile(const Source& source, const Options& options, const tagXFormat& format, XThread& thread,
                         std::string& err) {
   TiffTarget target;
@@ -119,6 +125,7 @@ bool Convert(const Options& options, XThread& thread, WorkReport& report, std::s
   if (!format || !Open(options, source, thread, err)) return false;
   report = WorkReport(CountSampleBytes(source.Chosen(), source.window));
   if (!HasSamplesFor(*format->writer, source.Chosen(), options.bands, err)) return false;
+  // The row tells whether a world file belongs to the format.
   const auto write = format->writer->worldFile ? &WriteWithWorldFile : &WriteAlone;
   if (!write(source, options, *format, thread, err)) return false;
   report.Finish(options.output);
@@ -165,6 +172,7 @@ void CheckTaken(const char* name, bool isGiven, const tagXFormatWriter& writer, 
   throw CLI::ValidationError(name, "belongs to " + ListWritableFormats(takes) + ", not to " + writer.plural);
 }
 
+/// The output's extension tells what options make sense, so a wrong one is refused before anything is opened.
 void CheckUsage(const Options& options) {
   if (options.maxError && !(*options.maxError >= 0.0 && std::isfinite(*options.maxError))) {
     throw CLI::ValidationError("--max-error", "takes a number from 0 on");

@@ -10,6 +10,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+/// Formats without an extension say how else they are found.
 const char* HowFound(const tagXFormat& format) {
   if (*format.extensions) return format.extensions;
   return format.isKnownByContent ? "(by its first bytes)" : "(by id only)";

@@ -1,4 +1,5 @@
-// zrkio info: what files are, for people or for machines.
+// zrkio info: what files are, for people or for machines. Every file is described into JSON first, and the text is
+// printed from that, so that both say the same.
 
 #include "commands/Commands.h"
 #include "Dataset.h"
@@ -21,7 +22,7 @@ struct Options {
   bool verbose = false;
 };
 
-/// From the coarsest level, for those channels whose statistics are not known yet.
+/// Statistics come from the coarsest level. Channels whose statistics are known are left alone.
 bool ComputeStatistics(XRSFile& file, XThread& thread, std::string& err) {
   const int numBands = file.GetNumOfBands();
   for (int i = 0; i < numBands; ++i) {
@@ -61,6 +62,7 @@ int Run(const Options& options) {
     if (!result.isDone) status = 1;
     if (result.wasStopped) break;
     if (!json.is_null() && !options.json) PrintInfo(info);
+    // Machines get an object for each file, also for one that failed.
     if (json.is_null()) json = {{"file", path}};
     if (!result.isDone) json["error"] = result.reason;
     all.push_back(std::move(json));

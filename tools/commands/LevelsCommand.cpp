@@ -1,4 +1,5 @@
-// zrkio levels: level files, which hold the reduced levels and the statistics of images beside them.
+// zrkio levels: level files, which hold the reduced levels and the statistics of images beside them. They are built,
+// checked, or given another system. A level file that is of use is left alone unless the user insists.
 
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
@@ -30,7 +31,8 @@ struct Options {
   int workers = 0;
 };
 
-/// Names the file that the library writes before it is whole, for as long as it may be there.
+/// Names the file that the library writes before it is whole, for as long as it may be there. A second signal removes
+/// it.
 class UnfinishedFile {
  public:
   explicit UnfinishedFile(const std::string& path) { SetUnfinishedFile(path); }
@@ -51,13 +53,15 @@ const char* NameKind(LevelFileKind kind) {
   return kind == LevelFileKind::kFull ? "levels and statistics" : "statistics only";
 }
 
-/// Why the level file of a dataset was not attached when it was opened.
+/// Opening leaves an unusable level file aside without a word, so it is looked at again for the reason.
 std::string WhyNotUsable(XRSFile& file, const std::string& path, XThread& thread) {
   XString reason;
   if (XRSFileIO::CheckFileXLD(&file, path, reason, &thread)) return "the levels in the level file are not the image's";
   return reason.IsEmpty() ? "the level file is cut short" : reason.AsStdString();
 }
 
+/// Whether the level file that is there serves. The short form does where only statistics are wanted, and for an image
+/// that is too small to have levels.
 bool IsWanted(LevelFileKind kind, ZRMBand& first, bool statsOnly) {
   if (kind == LevelFileKind::kShort) return statsOnly || first.GetLevel() == 0;
   return kind == LevelFileKind::kFull;
@@ -93,6 +97,7 @@ bool Build(XRSFile& file, const std::string& path, const Options& options, XThre
   return true;
 }
 
+/// A level file that opening attached is whole and the image's own.
 bool Check(XRSFile& file, const std::string& path, XThread& thread, std::string& remark, std::string& err) {
   const LevelFileKind kind = GetLevelFileKind(file);
   if (kind == LevelFileKind::kNone) {
@@ -149,7 +154,7 @@ int Run(const Options& options, XSpatialReference& sr) {
   return status;
 }
 
-/// A system as "EPSG:4326", or as WKT.
+/// A system is given as "EPSG:4326", in any case of letters, or as WKT.
 bool ReadSystem(const std::string& text, XSpatialReference& sr) {
   XString head = text.substr(0, 5);
   head.MakeUpper();
@@ -186,6 +191,7 @@ void AddLevelsCommand(CLI::App& program, int& status) {
   for (CLI::Option* other : {statsOnly, force}) other->excludes(check)->excludes(srs);
   check->excludes(srs);
   AddWorkersOption(*command, options->workers);
+  // A system that is not understood is a command that makes no sense, so it is read before any file is opened.
   command->callback([options, srs, &status] {
     XSpatialReference system;
     if (srs->count() > 0 && !ReadSystem(options->srs, system)) {

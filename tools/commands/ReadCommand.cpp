@@ -1,4 +1,7 @@
-// zrkio read: samples of one channel as they are, into a file or onto the terminal.
+// zrkio read: samples of one channel as they are, into a file or onto the terminal. Nothing is scaled. A PNG takes
+// samples of 8 and 16 bits without a sign; raw files take all.
+//
+// Samples pass through strip by strip, so that a large window needs little memory.
 
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
@@ -17,6 +20,7 @@
 namespace {
 
 constexpr int kMaxTableSamples = 32;  // each way
+/// The share of decoding where an image is decoded as a whole.
 constexpr int kDecodePercent = 70;
 
 struct Options {
@@ -35,12 +39,14 @@ struct Shape {
   const char* dataType = "";
 };
 
+/// A file with any other name gets raw samples.
 bool HasPngExtension(const std::string& path) {
   XString extension = XfnGetFileExt(path);
   extension.MakeLower();
   return extension == "png";
 }
 
+/// A table is held in memory until its widest number is known, so it is for small windows.
 std::unique_ptr<SampleSink> MakeTable(const ZRMBand& band, const Window& window, std::string& err) {
   if (window.Width() <= kMaxTableSamples && window.Height() <= kMaxTableSamples) {
     return MakeTableSink(band.GetDataType(), stdout);
@@ -61,6 +67,7 @@ std::unique_ptr<SampleSink> MakeFileSink(const ZRMBand& band, const Options& opt
   return isPng ? MakePngSink(output, 8 * band.GetDataSize()) : MakeRawSink(output);
 }
 
+/// Some bands answer a level at full size, so the sink learns the size from the first strip.
 bool ReadStrips(StripReader& strips, SampleSink& sink, XThread& thread, std::string& err) {
   for (bool isFirst = true; strips.HasMore(); isFirst = false) {
     const tagXArr2* strip = strips.ReadNext(thread, err);
@@ -76,6 +83,7 @@ bool Read(const Options& options, XThread& thread, Shape& shape, std::string& er
   ZRMBand* band = file ? FindBand(*file, options.band, err) : nullptr;
   Window window;
   if (!band || !FindWindow(*band, options.window, window, err)) return false;
+  // Without level data the image itself answers the level.
   if (options.noLevels) DetachLevelFile(*file);
   OutputFile output;
   const std::unique_ptr<SampleSink> sink =

@@ -1,3 +1,5 @@
+// Options that several subcommands have, declared once so that they read and behave alike.
+
 #include "commands/SharedOptions.h"
 
 #include "XSystem.h"
@@ -14,6 +16,7 @@ void AddWorkersOption(CLI::App& command, int& count) {
       ->type_name("N");
 }
 
+/// The library uses no threads unless it is granted some. The program owns its process and grants all cores.
 void UseWorkers(int count) {
   const int numCores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   XfnSetWorkerCount(count > 0 ? count : numCores);

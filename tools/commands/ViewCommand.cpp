@@ -1,4 +1,5 @@
-// zrkio view: a quick look at an image as a PNG.
+// zrkio view: a quick look at an image as a PNG. Formats whose files are no rasters may bring a picture of their own,
+// and are asked before the file is opened as a raster.
 
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
@@ -24,7 +25,8 @@ struct Options {
   bool noLevels = false;
 };
 
-/// The bands asked for; unless any are, the first three of an image that has them, otherwise the first, as for heights.
+/// The bands that were asked for. Unless any were, an image of three bands or more is shown in colour by its first
+/// three; other images, and heights, are shown by the first.
 bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBand*>& bands, std::string& err) {
   std::vector<int> wanted = options.bands;
   const bool isColour = file.GetNumOfBands() >= 3 && !options.look.isShaded;
@@ -35,6 +37,7 @@ bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBan
     bands.push_back(band);
   }
   const int width = bands.front()->GetXSize(), height = bands.front()->GetYSize();
+  // Bands of a file may differ in size, and a picture has one size.
   for (const ZRMBand* band : bands) {
     if (band->GetXSize() == width && band->GetYSize() == height) continue;
     err = "the bands are not of one size";
@@ -58,7 +61,7 @@ bool View(const Options& options, XThread& thread, PngShape& shape, std::string&
   return WriteQuickLook(bands, shape, options.look, png, thread, err) && output.Commit(err);
 }
 
-/// A file that a format draws in a way of its own, or else a raster.
+/// A format answers nothing for a file that is not its own; then the next one is asked.
 bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
   const ViewRequest request{options.file, options.output, options.maxSize, !options.bands.empty(),
                             options.look.isShaded};

@@ -4,14 +4,17 @@
 
 #include <cmath>
 
+/// JSON has no infinities and nothing for what is not a number, so both are null.
 Json Number(double value) {
   return std::isfinite(value) ? Json(value) : Json();
 }
 
+/// Texts of files may be in any encoding. Bytes that are not UTF-8 are replaced, because the result must be valid JSON.
 std::string Serialize(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace);
 }
 
+/// What was written as null is not a number again.
 double GetNumber(const Json& json) {
   return json.is_null() ? NAN : json.get<double>();
 }

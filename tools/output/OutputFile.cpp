@@ -1,3 +1,6 @@
+// Where bytes go: a new file that takes its name when it is whole, standard output, or a special file such as a pipe or
+// a device. The last two can't be replaced and are written as they stand.
+
 #include "output/OutputFile.h"
 
 #include <fcntl.h>
@@ -33,6 +36,7 @@ bool OutputFile::Open(const std::string& path, const std::string& input, std::st
   return true;
 }
 
+/// A write may take a part only, and a signal may come in between.
 bool OutputFile::Write(const void* data, std::size_t count, std::string& err) {
   for (const char* next = static_cast<const char*>(data); count > 0;) {
     const ssize_t put = ::write(descriptor_, next, count);
@@ -44,6 +48,7 @@ bool OutputFile::Write(const void* data, std::size_t count, std::string& err) {
   return true;
 }
 
+/// Only a new file has a name to take.
 bool OutputFile::Commit(std::string& err) {
   return kind_ != Kind::kTarget || target_.Commit(err);
 }

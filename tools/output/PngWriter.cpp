@@ -1,3 +1,6 @@
+// libpng reports errors by a jump. Every call of it runs inside a step that the jump returns to, and a step owns
+// nothing that a jump would leave behind.
+
 #include "output/PngWriter.h"
 
 #include <csetjmp>
@@ -6,11 +9,13 @@ PngWriter::~PngWriter() {
   png_destroy_write_struct(&png_, &info_);
 }
 
+/// The reason of a failed write is kept, and libpng is told only that it has to end.
 void PngWriter::OnWrite(png_structp png, png_bytep data, std::size_t count) {
   auto* writer = static_cast<PngWriter*>(png_get_io_ptr(png));
   if (!writer->output_.Write(data, count, writer->error_)) png_error(png, "");
 }
 
+/// The first reason counts.
 void PngWriter::OnError(png_structp png, png_const_charp text) {
   auto* writer = static_cast<PngWriter*>(png_get_error_ptr(png));
   if (writer->error_.empty()) writer->error_ = text;
@@ -44,6 +49,7 @@ bool PngWriter::Begin(const PngShape& shape, std::string& err) {
                      shape.bits, shape.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                      PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         png_write_info(png_, info_);
+        // A PNG has the high byte first, and samples in memory have the low one.
         if (shape.bits == 16) png_set_swap(png_);
       },
       err);

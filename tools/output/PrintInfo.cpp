@@ -1,3 +1,6 @@
+// What zrkio info prints for people. All of it is taken from the JSON that machines get, and from the lines that the
+// format brings. Texts out of files are made printable, because a file could otherwise send commands to the terminal.
+
 #include "output/PrintInfo.h"
 
 #include "Corners.h"
@@ -8,6 +11,7 @@
 
 namespace {
 
+/// As "1 level" and "2 levels".
 std::string Plural(int count, const char* noun) {
   return std::to_string(count).append(" ").append(noun).append(count == 1 ? "" : "s");
 }
@@ -39,6 +43,7 @@ void PrintLines(const std::vector<XString>& lines) {
   for (const XString& line : lines) std::printf("  %s\n", Printable(line.AsStdString()).c_str());
 }
 
+/// The remarks of the format stand on the line of the data type.
 void PrintChannel(const Json& channel, const tagXFormatNotes& notes) {
   std::printf("  %s\n", GetText(channel["name"]).c_str());
   std::printf("    data type %s, %s", GetText(channel["dataType"]).c_str(),

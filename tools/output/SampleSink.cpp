@@ -14,6 +14,7 @@
 
 namespace {
 
+/// Samples go out in the machine's order of bytes, without a head.
 class RawSink : public SampleSink {
  public:
   explicit RawSink(OutputFile& output) : output_(output) {}
@@ -28,6 +29,7 @@ class RawSink : public SampleSink {
   OutputFile& output_;
 };
 
+/// One channel of grey, row by row.
 class PngSink : public SampleSink {
  public:
   PngSink(OutputFile& output, int bits) : png_(output), bits_(bits) {}
@@ -46,6 +48,7 @@ class PngSink : public SampleSink {
 };
 
 template <class Sample>
+/// The shortest text that is read back as the same number.
 std::string FormatSample(const unsigned char* bytes) {
   Sample sample;
   std::memcpy(&sample, bytes, sizeof sample);
@@ -61,6 +64,7 @@ constexpr Format kFormats[] = {&FormatSample<std::uint8_t>, &FormatSample<std::i
                                &FormatSample<std::int16_t>, &FormatSample<std::uint32_t>, &FormatSample<std::int32_t>,
                                &FormatSample<float>,        &FormatSample<double>};
 
+/// Columns are aligned, so nothing is printed before the widest number is known.
 class TableSink : public SampleSink {
  public:
   TableSink(int dataType, std::FILE* out)

@@ -1,3 +1,10 @@
+// A file is written under a name of its own beside its target, and renamed when all of it is on the disk. Whoever opens
+// the target finds the old file or the new one, whole. What was begun is removed where the work fails, is stopped, or
+// is ended by a second signal.
+//
+// The name holds the process's number, and a number more where that name is taken. Symbolic links are followed, so that
+// they go on leading to the file.
+
 #include "output/TargetFile.h"
 
 #include "Interrupt.h"
@@ -13,7 +20,7 @@
 
 namespace {
 
-/// Never an existing file, whoever has put it there.
+/// Fails where there is a file of the name, whoever has put it there.
 int CreateNew(const std::string& path) {
   return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
 }
@@ -51,6 +58,7 @@ bool IsSpecialFile(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
 }
 
+/// A rename would put a file in the place of a pipe or a device, and fails for a folder only in the end.
 bool CanBeReplaced(const std::string& path) {
   struct stat status;
   if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
@@ -58,6 +66,7 @@ bool CanBeReplaced(const std::string& path) {
   return false;
 }
 
+/// Names tell little, because links of both kinds give one file two names.
 bool AreSameFile(const std::string& one, const std::string& other) {
   struct stat first, second;
   return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
@@ -89,7 +98,7 @@ bool TargetFile::Fail(std::string& err) const {
   return false;
 }
 
-/// Both files or none, with the reason in `errno`.
+/// Creates both files or none, with the reason in `errno`.
 bool TargetFile::CreateAs(const std::string& stem) {
   const std::string name = stem + extension_, companionName = stem + companion_;
   descriptor_ = CreateNew(name);
@@ -103,12 +112,14 @@ bool TargetFile::CreateAs(const std::string& stem) {
     SetUnfinishedFile(name, companionName);
     return true;
   }
+  // Clearing up may fail too and would hide the reason.
   const int reason = errno;
   Discard();
   errno = reason;
   return false;
 }
 
+/// The name of another unfinished file is left alone, since another job may be writing it.
 bool TargetFile::Create() {
   const std::string title = extension_.empty() ? target_ : WithoutExtension(target_);
   const std::string first = title + ".part" + std::to_string(::getpid());
@@ -130,7 +141,7 @@ bool TargetFile::Begin(const std::string& path, const std::string& input, std::s
   return (CanBeReplaced(path) && Create()) || Fail(err);
 }
 
-/// Brings the file to the disk; some disks tell only of a descriptor that is closed that something was not written.
+/// Brings the file to the disk. Some disks report a lost write only when the descriptor is closed.
 bool TargetFile::IsWritten() {
   if (::fsync(descriptor_) != 0) return false;
   return ::close(std::exchange(descriptor_, -1)) == 0;

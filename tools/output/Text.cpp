@@ -1,3 +1,6 @@
+// Texts out of files are not trusted on a terminal. Control characters of both sets become question marks, and texts
+// that are too long are cut between characters.
+
 #include "output/Text.h"
 
 namespace {
@@ -34,6 +37,7 @@ std::string Shortened(std::string text, std::size_t maxBytes) {
   constexpr std::string_view kEllipsis = "...";
   if (text.size() <= maxBytes) return text;
   std::size_t kept = maxBytes > kEllipsis.size() ? maxBytes - kEllipsis.size() : 0;
+  // Half a character would be printed as rubbish.
   while (kept > 0 && IsContinuation(text[kept])) --kept;
   text.resize(kept);
   return text.append(kEllipsis.substr(0, maxBytes));

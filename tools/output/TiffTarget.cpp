@@ -1,5 +1,8 @@
-// An image and its world file have to appear together, and no other world file may place the new image. World files that
-// an older image left behind are removed, and one that belongs to the input stays.
+// An image and its world file have to appear together, and no other world file may place the new image. World files
+// that an older image left behind are removed. One that belongs to the input stays.
+//
+// Writers of TIFF files write a world file of their own where they know of a place. It is found beside the unfinished
+// image and takes its final name after the image has taken its own.
 
 #include "output/TiffTarget.h"
 
@@ -27,7 +30,7 @@ std::vector<std::string> WorldFilesOf(const std::string& path) {
   return {names.begin(), names.end()};
 }
 
-/// Whether both are the same file, or would be.
+/// Whether both are the same file, or would be if they were there.
 bool IsSamePath(const std::string& one, const std::string& other) {
   const auto folderOf = [](const std::string& path) { return XfnGetFileFolder(path).AsStdString() + "."; };
   return AreSameFile(one, other) ||
@@ -76,7 +79,7 @@ bool TiffTarget::Begin(const std::string& path, const std::string& input, const 
   return !hasPlace_ || CanHaveWorldFile(err);
 }
 
-/// Once the image is under its name it is too late to find out.
+/// This is asked before anything is written: once the image has its name it is too late.
 bool TiffTarget::CanHaveWorldFile(std::string& err) const {
   if (IsPlacedBy(input_, worldFile_)) {
     err = "the world file of the output would be taken for that of this file";
@@ -87,6 +90,7 @@ bool TiffTarget::CanHaveWorldFile(std::string& err) const {
   return false;
 }
 
+/// The writer's world file is written anew, by the corner of the window that was taken.
 bool TiffTarget::TellPlace(const ZRMBand& band, const Window& window, std::string& err) {
   if (!hasPlace_) return true;
   double x = window.x0, y = window.y0;

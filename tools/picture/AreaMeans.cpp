@@ -1,5 +1,10 @@
-// A row is first summed up into the columns of the result (a line), then the line is added to the result row or rows
-// that it overlaps. Because the result is not larger than the source, a source row overlaps two result rows at most.
+// Means over areas, row by row. A row is first summed up into the columns of the result, which makes a line. The line
+// is then added to the one or two rows of the result that it overlaps. It overlaps no more, because the result is not
+// larger than the source.
+//
+// All weights are whole numbers. A source pixel has as many units across as the result has columns, and down as many as
+// the result has rows. So sums of integers are exact as long as doubles hold
+// them.
 
 #include "picture/AreaMeans.h"
 
@@ -25,6 +30,7 @@ Sample SampleAt(const unsigned char* row, int x) {
 
 AreaMeans::AreaMeans(int sourceWidth, int sourceHeight, int width, int height, int dataType, double nullValue)
     : sourceHeight_(sourceHeight), width_(width), height_(height), nullValue_(nullValue) {
+  // Reals may hold values that are no numbers, whatever the null value is.
   const bool hasGaps = nullValue != kNotSet || dataType == kReal32 || dataType == kReal64;
   sumUp_ = ChooseSumUp(dataType, hasGaps);
   const auto count = static_cast<std::size_t>(width);
@@ -47,6 +53,7 @@ bool AreaMeans::IsSupported(int dataType) {
   return ChooseSumUp(dataType, true) != nullptr;
 }
 
+/// The type is looked at once and not for each sample. Integers without a null value need no tests and no weights.
 AreaMeans::SumUp AreaMeans::ChooseSumUp(int dataType, bool hasGaps) {
   switch (dataType) {
     case kPint08:
@@ -71,6 +78,7 @@ AreaMeans::SumUp AreaMeans::ChooseSumUp(int dataType, bool hasGaps) {
 }
 
 template <class Sample>
+/// Pixels that lie within a column all weigh the same, so they are summed as integers.
 void AreaMeans::SumUpWhole(const unsigned char* row) {
   for (std::size_t x = 0; x < spans_.size(); ++x) {
     const Span& span = spans_[x];
@@ -82,6 +90,7 @@ void AreaMeans::SumUpWhole(const unsigned char* row) {
 }
 
 template <class Sample>
+/// Samples that are null or not finite weigh nothing.
 void AreaMeans::SumUpValid(const unsigned char* row) {
   for (std::size_t x = 0; x < spans_.size(); ++x) {
     const Span& span = spans_[x];
@@ -106,6 +115,7 @@ const std::vector<double>* AreaMeans::Add(const unsigned char* row) {
   AddLine(static_cast<double>(std::min(end, resultEnd) - begin));
   if (end < resultEnd) return nullptr;
   FinishRow();
+  // The rest of the line begins the next row.
   if (end > resultEnd) AddLine(static_cast<double>(end - resultEnd));
   return &means_;
 }
@@ -117,6 +127,7 @@ void AreaMeans::AddLine(double weight) {
   }
 }
 
+/// A pixel none of whose samples is valid has no mean.
 void AreaMeans::FinishRow() {
   for (std::size_t x = 0; x < sums_.size(); ++x) {
     means_[x] = weights_[x] > 0.0 ? sums_[x] / weights_[x] : std::numeric_limits<double>::quiet_NaN();

@@ -1,5 +1,8 @@
 // Shading goes down the picture with three rows of heights in hand. Steps on the ground come from the place of the
 // band, which for heights without a system is taken to be in degrees.
+//
+// A row can be shaded when the row below it has come. Beyond the edges heights are continued in a straight line, so
+// that a slope stays the same slope at the edge.
 
 #include "picture/Hillshade.h"
 
@@ -13,6 +16,7 @@ namespace {
 
 constexpr double kRadiansPerDegree = std::numbers::pi / 180.0;
 
+/// Asked of the row of the format, which no name or class has to be known for.
 bool IsElevationCell(const ZRMBand& band) {
   const tagXFormat* const format = XfnFindFormatOfBand(&band);
   return format && format->holdsHeights;
@@ -27,6 +31,7 @@ double UsableStep(double step) {
   return std::isfinite(step) && step != 0.0 ? step : 1.0;
 }
 
+/// A neighbour without a height is taken to be as high as the pixel itself.
 double OrElse(double height, double other) {
   return std::isnan(height) ? other : height;
 }
@@ -59,6 +64,7 @@ void Hillshade::Add(const std::vector<double>& heights, std::vector<unsigned cha
   lines_[1] = std::move(lines_[2]);
   lines_[2] = Extend(heights);
   ++numTaken_;
+  // The row above the first one needs the second to be worked out.
   if (numTaken_ == 2) lines_[0] = Beyond(lines_[1], lines_[2]);
   if (numTaken_ > 1) ShadeMiddle(pixels);
   if (numTaken_ < height_) return;
@@ -69,7 +75,7 @@ void Hillshade::Add(const std::vector<double>& heights, std::vector<unsigned cha
   ShadeMiddle(pixels);
 }
 
-/// With a height more at either end.
+/// Adds a height at either end.
 Hillshade::Line Hillshade::Extend(const std::vector<double>& heights) const {
   Line line;
   line.reserve(heights.size() + 2);
@@ -88,6 +94,7 @@ Hillshade::Line Hillshade::Beyond(const Line& edge, const Line& inner) {
 
 void Hillshade::ShadeMiddle(std::vector<unsigned char>& pixels) {
   double xStep = steps_.x, yStep = steps_.y;
+  // A degree of longitude shrinks towards the poles, so that each row has a step of its own.
   if (steps_.areDegrees) {
     const MetresPerDegree metres = FindMetresPerDegree(steps_.topLatitude - numShaded_ * steps_.y);
     xStep *= metres.longitude;

@@ -1,5 +1,8 @@
-// A picture of an image at a given size: rows are read from the level that is just fine enough, averaged down to the
-// pixels of the picture, stretched to 8 bits, or shaded where they are heights.
+// A picture of an image at a given size. Rows are read from the coarsest level that still has enough pixels, and
+// averaged down to the pixels of the picture. Then they are stretched to 8 bits, or shaded where they are heights.
+//
+// Channels are read strip by strip in turn. Rows of the picture are written as soon as all channels have them, so that
+// memory does not grow with the image.
 
 #include "picture/QuickLook.h"
 
@@ -18,7 +21,7 @@ namespace {
 /// The share of decoding in what is done with an image that is decoded as a whole.
 constexpr int kDecodePercent = 70;
 
-/// What samples become 0 and 255.
+/// The samples that become 0 and 255.
 struct Range {
   double low = 0.0;
   double high = 255.0;
@@ -29,6 +32,8 @@ struct Range {
   }
 };
 
+/// Bytes are shown as they are. Other samples are stretched over two deviations either side of the mean, as far as
+/// there are samples.
 bool FindRange(ZRMBand& band, Range& range, std::string& err) {
   if (band.GetDataType() == kPint08) return true;
   if (band.GetBandMean() == kNotSet && !band.CalcStatistics(0)) {
@@ -83,6 +88,7 @@ class Channel {
   std::vector<unsigned char> rows_;
 };
 
+/// Levels are cut down to whole pixels, and a level that lacks some can't fill the picture.
 bool Channel::BeginMeans(std::string& err) {
   const int width = strips_.GetWidth(), height = strips_.GetHeight();
   if (width < shape_.width || height < shape_.height) {
@@ -144,6 +150,7 @@ bool ReadStrips(std::vector<Channel>& channels, const PngShape& shape, PngWriter
 
 }  // namespace
 
+/// Both sides keep at least one pixel, however long and thin the image is.
 PngShape FitPicture(int width, int height, int maxSize) {
   const double scale = std::min(1.0, static_cast<double>(maxSize) / std::max(width, height));
   PngShape shape;

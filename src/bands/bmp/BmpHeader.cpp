@@ -1,6 +1,8 @@
-// A bitmap file is a file header of 14 bytes, of which only the magic counts, an info header of 40 bytes, a palette of
-// 4 bytes an entry, and the rows. Longer info headers are read as if they were of 40 bytes, and the offset of the
-// pixels that the file header names is not used: the rows begin right behind the palette.
+// A bitmap file is a file header of 14 bytes, an info header of 40 bytes, a palette of 4 bytes an entry, and the rows.
+// Of the file header only the magic counts: the rows begin right behind the palette, whatever offset it names. Longer
+// info headers are read as if they had 40 bytes.
+//
+// Pixels of 1 and 4 bits are refused. The compression is not looked at, so rows are taken as plain pixels.
 
 #include "bands/bmp/BmpHeader.h"
 
@@ -35,6 +37,7 @@ BITMAPINFOHEADER ReadInfoHeader(Cursor& cursor) {
   return header;
 }
 
+/// A negative height would turn the rows around in other programs; here it is refused.
 std::optional<std::int64_t> CalcImageBytes(const BITMAPINFOHEADER& header) {
   if (header.biWidth < 0 || header.biHeight < 0) return std::nullopt;
   return CheckedMultiply(XfnCalcDIBWidthBytes(header.biWidth, header.biBitCount), header.biHeight);
@@ -74,6 +77,7 @@ int ParseBmpHeader(std::span<const unsigned char> bytes, BmpHeader& header, XStr
     RGBQUAD& colour = header.info.bmiColors[i];
     colour = {cursor.U8(), cursor.U8(), cursor.U8(), cursor.U8()};
   }
+  // A cursor that ran out gives zeros, so one question behind the palette is enough.
   if (cursor.HasFailed()) {
     err = "Can't read palette";
     return 0;

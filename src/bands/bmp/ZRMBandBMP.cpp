@@ -1,10 +1,10 @@
 // Rows lie bottom-up: row y at offset + (height - 1 - y) * row bytes. Three sources serve them: a copy in memory, a
-// mapping of the whole file, and positional reads through the file. The first two always answer full resolution; only
+// mapping of the whole file, and positional reads through the file. The first two always answer full resolution. Only
 // the third honours the level, by taking every 2^level-th pixel of every 2^level-th row.
 //
-// A mapped file may shrink while it is open, and touching what is gone would be a signal and not an error. So its
-// length is asked once a window, and a window that reaches beyond fails, as it does for a file that never had all its
-// rows.
+// A mapped file may shrink while it is open, and touching what is gone would raise a signal and not an error. So the
+// file's length is asked once a window. A window that reaches beyond it fails, as it does in a file that never had all
+// its rows.
 
 #include "ZRMBandBMP.h"
 
@@ -165,6 +165,7 @@ int ZRMBandBMP::Impl::ReadFile(const XString& path, XString& err) {
   if (header.imageBytes < kMapFrom) return ReadIntoMemory(*opened, header, err);
 
   auto rows = std::make_unique<zrk::RowFile>(opened->GetDiskFile());
+  // A file that can't be mapped is read through, and then answers levels.
   AdoptHeader(header.info, rows->Map() ? kSourceView : kSourceFile, header.pixelOffset);
   if (rows->Map()) rowFile = std::move(rows);
   file = std::move(opened);
@@ -217,6 +218,7 @@ void ZRMBandBMP::Impl::AdoptCopy(const BITMAPINFO& header, std::unique_ptr<unsig
   data = copy.get();
 }
 
+/// Loaders place their bands anew. The upper edge of a band that is opened alone is its height less 1.
 void ZRMBandBMP::PlaceAsImage() {
   const BITMAPINFOHEADER& header = GetImpl().info->bmiHeader;
   SetSize(header.biWidth, header.biHeight);
@@ -227,6 +229,7 @@ void ZRMBandBMP::PlaceAsImage() {
 int ZRMBandBMP::SetImage(XFile* file, std::int64_t offset, const BITMAPINFO* info) {
   if (!file || !info || !zrk::IsServableDib(info->bmiHeader, offset)) return 0;
   Impl& impl = GetImpl();
+  // The file may be the band's own already. Giving up the old image must not close it then.
   if (impl.file.get() == file) static_cast<void>(impl.file.release());
   impl.AdoptHeader(*info, kSourceFile, offset);
   impl.file.reset(file);
@@ -294,6 +297,7 @@ std::int64_t ZRMBandBMP::Impl::CalcRowOffset(int y) const {
 /// whole.
 bool ZRMBandBMP::Impl::HoldsRows(const zrk::ReadRequest& request) const {
   if (!file) return true;
+  // Rows lie bottom-up, so the upper row of the window is its last one in the file.
   const std::int64_t end = CalcRowOffset(request.y0) + (request.x1 + std::int64_t{1}) * PixelBytes();
   return end <= file->GetLength();
 }
@@ -354,6 +358,7 @@ zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromFile(const zrk::ReadReque
 
   const int step = 1 << level;
   const std::int64_t firstByte = std::int64_t{request.x0} * PixelBytes();
+  // A row is read up to the last pixel that is taken, because the file may end right behind it.
   const std::int64_t numBytes = ((std::int64_t{width} - 1) * step + 1) * PixelBytes();
   tagXArr1* row = numBytes <= INT32_MAX ? rowBuffers.GetBuffer(static_cast<int>(numBytes), 1) : nullptr;
   if (!row) return nullptr;

@@ -1,6 +1,6 @@
-// An elevation cell begins with up to two labels of 80 bytes, which tapes have ("VOL", "HDR"), and three records of 80,
-// 648 and 2,700 bytes ("UHL", "DSI", "ACC"); the columns follow. All of it is text. The first tag alone tells how many
-// labels there are; the fields lie at fixed places behind them.
+// An elevation cell begins with up to two labels of 80 bytes, which tapes have ("VOL", "HDR"). Three records of 80, 648
+// and 2,700 bytes follow ("UHL", "DSI", "ACC"), and then the columns. All fields are text. The first tag alone tells
+// how many labels there are, and the fields lie at fixed offsets behind them.
 
 #include "bands/dted/DtedHeader.h"
 
@@ -18,7 +18,7 @@ using Leader = std::span<const unsigned char>;
 
 constexpr std::int64_t kDataStart = 80 + 648 + 2700;
 
-/// A field as far as the leader has it.
+/// A field as far as the leader has it, so that a short file gives short fields and not a failure.
 Cursor FieldAt(Leader leader, std::size_t offset, std::size_t length) {
   const Leader rest = leader.subspan(std::min(offset, leader.size()));
   return Cursor(rest.first(std::min(length, rest.size())));
@@ -42,8 +42,8 @@ int NumberAt(Leader leader, std::size_t offset, std::size_t length) {
   return static_cast<int>(field.Number(field.Remaining()));
 }
 
-/// Degrees, of so many digits, minutes, seconds and a hemisphere. Only the letter of the positive one counts: a corner
-/// without a letter is south or west.
+/// An angle is so many digits of degrees, then minutes, seconds and a hemisphere. Only the letter of the positive
+/// hemisphere counts: a corner without a letter is south or west.
 float AngleAt(Leader leader, std::size_t offset, std::size_t digits, char positive) {
   const double degrees = NumberAt(leader, offset, digits);
   const double minutes = NumberAt(leader, offset + digits, 2);
@@ -78,10 +78,12 @@ std::optional<DtedLayout> FindDtedLayout(Leader leader) {
   return DtedLayout{0, 0};
 }
 
+/// The numbers of columns and rows stand in the first record, and the series in the second.
 DtedSize ParseDtedSize(Leader leader, std::size_t shift) {
   return {NumberAt(leader, shift + 47, 4), NumberAt(leader, shift + 51, 4), TextAt(leader, shift + 139, 5).c_str()};
 }
 
+/// Datum and corners stand in the second record. The corners in the south-west and the north-east bound the cell.
 DtedPlace ParseDtedPlace(Leader leader, std::size_t shift) {
   DtedPlace place;
   place.south = LatitudeAt(leader, shift + 284);

@@ -1,9 +1,11 @@
-// A column is a record of 8 bytes, the heights of one longitude from south to north, and a checksum of 4 bytes; neither
-// the 8 bytes, which number the column, nor the checksum is looked at. Column i of the file is column i of the band.
+// A column is a record of 8 bytes, the heights of one longitude from south to north, and a checksum of 4 bytes. The 8
+// bytes number the column. Neither they nor the checksum are looked at: column i of the file is column i of the band.
 //
-// Columns are read some dozen at a time into a buffer that stays in the processor's cache, and turned into rows from
-// there. A file may claim any size up to 9,999 each way: memory is taken for the columns that it holds, and all others
-// are 0, as are the posts behind the end of a file that ends within a column.
+// Columns are read some dozens at a time into a buffer that stays in the processor's cache, and turned into rows from
+// there. A file may claim any size up to 9,999 each way. Memory is taken for the columns that it holds. All others are
+// 0, as are the heights behind the end of a file that ends within a column.
+//
+// A level takes every 2^level-th height both ways and averages nothing.
 
 #include "ZRMBandDTED.h"
 
@@ -151,6 +153,7 @@ void ZRMBandDTED::ExtractLeaderInfo() {
   const zrk::DtedPlace place = zrk::ParseDtedPlace(impl.leader, impl.shift);
   impl.west = place.west;
   impl.north = place.north;
+  // The outer columns and rows lie on the edges of the cell, so that there is one step fewer than columns.
   impl.xStep = (place.east - place.west) / static_cast<float>(impl.longitudeLines - 1);
   impl.yStep = (place.north - place.south) / static_cast<float>(impl.latitudePoints - 1);
   impl.system.Clear();
@@ -205,12 +208,13 @@ int ZRMBandDTED::Impl::FillGrid(XThread* thread) {
   return 1;
 }
 
-/// What the file fails to deliver, since it was cut short or can't be read, is 0.
+/// Heights that the file fails to deliver are 0, whether it was cut short or can't be read.
 void ZRMBandDTED::Impl::DecodeColumns(int numColumns, std::vector<unsigned char>& columns) {
   if (numColumns < 1) return;
   const std::int64_t columnBytes = CalcColumnBytes();
   const std::int64_t wanted = numColumns * columnBytes - kColumnHeaderBytes;
   columns.resize(static_cast<std::size_t>(wanted));
+  // The read begins with heights, and the 8 bytes of the next column fall between its columns.
   const std::int64_t offset = dataStart + grid.numFilled * columnBytes + kColumnHeaderBytes;
   const std::int64_t got = std::max<std::int64_t>(file.ReadAt(offset, columns.data(), wanted), 0);
   std::fill(columns.begin() + static_cast<std::ptrdiff_t>(got), columns.end(), static_cast<unsigned char>(0));
@@ -240,6 +244,7 @@ void ZRMBandDTED::Impl::CopyHeights(const zrk::ReadRequest& request, tagXArr2& r
   const std::int64_t step = std::int64_t{1} << request.level;
   const std::int64_t held = std::max(grid.numFilled - request.x0, 0);
   const auto count = static_cast<int>(std::min<std::int64_t>(result.xSize, (held + step - 1) / step));
+  // The result is cleared only where columns are missing.
   if (count < result.xSize) {
     std::memset(result.data, 0,
                 kHeightBytes * static_cast<std::size_t>(result.xSize) * static_cast<std::size_t>(result.ySize));

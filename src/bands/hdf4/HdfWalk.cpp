@@ -1,10 +1,11 @@
-// An HDF4 file is a magic number and a chain of blocks of descriptors, each of which says by a tag what lies where in
-// the file. A block begins with the number of its descriptors and the place of the next block, 0 in the last one. All
-// numbers are big-endian.
+// An HDF4 file is a magic number and a chain of blocks of descriptors. A descriptor says by a tag what lies where in
+// the file. A block begins with the number of its descriptors and the offset of the next block, which is 0 in the last
+// one. All numbers are big-endian.
 //
 // Three tags are known: the dimensions of an image, its raster, and the type of its numbers. References, which tell the
-// parts of several images apart, are not looked at, so the last descriptor of a tag counts. What the chain does not
-// tell is taken from one family of images of a fixed size.
+// parts of several images apart, are not looked at, so the last descriptor of a tag counts. Dimensions and offset that
+// the chain does not tell are those of one family of images of a fixed size. Samples other than unsigned bytes are
+// refused, and compressed rasters are not known as such.
 
 #include "bands/hdf4/HdfWalk.h"
 
@@ -53,6 +54,7 @@ class HdfWalk {
     if (fileBytes_ < 0) return false;  // the disk does not tell
     std::int64_t block = kFirstBlock;
     do {
+      // A chain that comes back to a block would have no end.
       if (blocks_.size() == kMaxBlocks || !blocks_.insert(block).second || !TakeBlock(block)) return false;
     } while (block != 0);
     return true;
@@ -60,6 +62,7 @@ class HdfWalk {
 
   HdfImage GetImage() const {
     HdfImage image = found_;
+    // Dimensions of more pixels than the file has bytes count as not told.
     if (image.width < 0 || image.height < 0 || fileBytes_ < image.CountPixels()) {
       image.width = kFallbackWidth;
       image.height = kFallbackHeight;
@@ -81,6 +84,7 @@ class HdfWalk {
     return numDescriptors_ <= kMaxDescriptors && TakeDescriptors(descriptors, count);
   }
 
+  /// The length is checked before memory is taken, so that a count alone can't make it large.
   bool TakeDescriptors(std::int64_t offset, std::size_t count) {
     const auto numBytes = static_cast<std::int64_t>(count * kDescriptorBytes);
     if (!FitsWithin(offset, numBytes, fileBytes_)) return false;
@@ -120,6 +124,7 @@ class HdfWalk {
     return true;
   }
 
+  /// Another type of numbers refuses the file.
   bool HasUnsignedBytes(std::int64_t place) const {
     std::array<unsigned char, 2> bytes;
     return ReadRecord(file_, place, bytes) && bytes[1] == kUnsignedByte;

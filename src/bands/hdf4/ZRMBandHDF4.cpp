@@ -1,5 +1,6 @@
-// The raster is one run of bytes, row by row from the top. A file may end before its raster does, be it cut short or of
-// another size than it is taken for. Memory is spent on what is there only, and all behind it is 0.
+// The raster is one run of bytes, row by row from the top. It is held in memory as a whole, and every level is answered
+// at full size. A file may end before its raster does, because it was cut short or is of another size than it is taken
+// for. Memory is spent only on the bytes that are there, and all pixels behind them are 0.
 
 #include "ZRMBandHDF4.h"
 
@@ -105,6 +106,7 @@ int ZRMBandHDF4::Impl::ReadPixels(XString& err, const XString& path) {
   return 1;
 }
 
+/// Levels are counted as in a store with tiles of this size.
 int ZRMBandHDF4::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) {
   constexpr int kTileSize = 256;
   return Xepot::GetHighestLevelForTarget(GetXSize(), GetYSize(), GetLevel(), kTileSize, kTileSize, x0, x1, y0, y1,

@@ -1,8 +1,10 @@
 // JPEG files through libjpeg. The file is opened for each decode and closed after it.
 //
-// Colour is decoded once, into planes that stay: they are never written once published, so that readers copy from them
+// Colour is decoded once, into planes that stay. They are never written once published, so that readers copy from them
 // without a lock while another decode makes a new set. Grey is decoded anew for every read, as its users know it, and
-// goes row by row straight to the reader's own buffer; no plane of it is ever held.
+// goes row by row straight to the reader's own buffer. No plane of it is ever held.
+//
+// Whatever level is asked for, the window comes at full size. The band does not ask level data.
 
 #include "ZRMBandJPG.h"
 
@@ -121,6 +123,7 @@ int ZRMBandJPG::ReadFile(XString path, XString& err, XThread*) {
   err.Empty();
   zrk::JpegHeader header;
   if (!GetImpl().Open(path, header, err)) return 0;
+  // Any row of a grey image costs a decode of all of them. Rows of planes cost nothing.
   SetDecodeRows(header.numChannels == 1 ? header.height : 1);
   SetSize(header.width, header.height);
   SetPixelSize(1.0, 1.0);
@@ -161,6 +164,7 @@ int ZRMBandJPG::ExtractDataFromFile(XThread* thread) {
 
 int ZRMBandJPG::Impl::Extract(XThread* thread) {
   if (numChannels != 1) return ObtainPlanes(thread, nullptr) ? 1 : 0;
+  // Nothing of a grey image is kept, so this only finds out whether it can be decoded.
   GreyWindow rows(GetExpectedSize(), {}, nullptr);
   return DecodeFile(thread, nullptr, rows);
 }
@@ -170,8 +174,8 @@ std::shared_ptr<const Planes> ZRMBandJPG::Impl::GetPlanes() {
   return planes;
 }
 
-/// Threads that all want a colour file wait for one of them to decode it; a thread that reports progress does not make
-/// others wait, since a report may pause it or read the band itself.
+/// Threads that all want a colour file wait for one of them to decode it. A thread that reports progress makes no other
+/// wait, since a report may pause it or read the band itself.
 std::shared_ptr<const Planes> ZRMBandJPG::Impl::ObtainPlanes(XThread* thread, const int* cancel) {
   if (auto known = GetPlanes()) return known;
   std::unique_lock decoding(decodeMutex, std::defer_lock);
@@ -195,6 +199,7 @@ int ZRMBandJPG::Impl::DecodeFile(XThread* thread, const int* cancel, zrk::JpegRo
     watch.keepGoing = [=] { return !(thread && thread->GetState() != 0) && !XfnIsStopRequested(cancel); };
   }
   if (thread) {
+    // An image of one row must not divide by 0.
     const int lastRow = std::max(band.GetYSize() - 1, 1);
     watch.reportRow = [=](int row) { thread->CallbackPercent(static_cast<int>(row * 100.0 / lastRow)); };
   }

@@ -1,3 +1,12 @@
+// Samples that do not fill whole bytes, and reals of 16 and 24 bits.
+//
+// A sample is cut out of the eight bytes that begin where it begins, taken as one number with the first byte highest. A
+// shift of up to 7 bits and a sample of up to 32 always fit into these. Rows of single bits are spread eight pixels at
+// a time instead.
+//
+// Reals are widened field by field: sign, exponent with another bias, and mantissa. Infinities and numbers that are
+// none stay what they are.
+
 #include "bands/tiff/TiffBits.h"
 
 #include <algorithm>
@@ -28,7 +37,8 @@ void UnpackAs(PackedRow row, std::int64_t bit, std::int64_t bitStep, int numBits
   }
 }
 
-/// Eight pixels of one bit each, as eight bytes.
+/// Makes eight bytes of the eight pixels of a byte. The byte is repeated, and a mask leaves each copy the bit of its
+/// own pixel. Adding 0x7f then carries that bit to the top of its byte, and never beyond it.
 std::uint64_t SpreadByte(unsigned char byte) {
   constexpr std::uint64_t kEach = 0x0101010101010101;
   constexpr std::uint64_t kBitOfPixel = 0x0102040810204080;
@@ -45,6 +55,7 @@ int UnpackWholeBytes(PackedRow row, std::int64_t firstByte, int count, unsigned 
   return 8 * numBytes;
 }
 
+/// Pixels before the first whole byte and behind the last one are cut out one by one.
 void UnpackSingleBits(PackedRow row, std::int64_t bit, int count, unsigned char* out) {
   const int head = static_cast<int>(std::min<std::int64_t>(-bit & 7, count));
   UnpackAs<std::uint8_t>(row, bit, 1, 1, head, out);
@@ -61,6 +72,7 @@ void UnpackBits(PackedRow row, std::int64_t firstBit, std::int64_t bitStep, int 
                 unsigned char* out) {
   constexpr int kMaxBits = 32;
   if (numBits == 1 && bitStep == 1 && sampleBytes == 1) return UnpackSingleBits(row, firstBit, count, out);
+  // The low bits of a sample are its last ones.
   if (numBits > kMaxBits) {
     firstBit += numBits - kMaxBits;
     numBits = kMaxBits;
@@ -83,6 +95,7 @@ std::uint32_t WidenHalf(std::uint16_t half) {
   if (exponent == kLargestExponent) return sign | kSingleInfinity | mantissa << 13;
   if (exponent == 0) {
     if (mantissa == 0) return sign;
+    // The mantissa is moved up to where the hidden bit would be, which gives the exponent.
     const auto shift = static_cast<std::uint32_t>(std::countl_zero(mantissa)) - (31 - kMantissaBits);
     mantissa = mantissa << shift & (kHidden - 1);
     exponent = 1 - shift;

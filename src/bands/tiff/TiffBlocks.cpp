@@ -13,7 +13,7 @@
 namespace zrk {
 namespace {
 
-/// The layout as if the given reader were the one of the file, and without a palette: blocks come as they are stored.
+/// The layout as if the given reader were the file's own. It has no palette, because blocks come as they are stored.
 TiffLayout ReadBy(const TiffLayout& layout, TiffReader reader, int dataType) {
   TiffLayout other;
   other.tags = layout.tags;
@@ -24,8 +24,8 @@ TiffLayout ReadBy(const TiffLayout& layout, TiffReader reader, int dataType) {
   return other;
 }
 
-/// The type that packed samples come in. Some widths have a type of their own whatever is asked for; 0 where the
-/// samples of the file don't come in that one.
+/// The type that packed samples come in. Some widths have a type of their own, whatever is asked for. 0 tells that the
+/// samples of the file do not come in the type asked for.
 int TypeOfPackedSamples(const TiffTags& tags, int dataType) {
   const int bits = tags.bitsPerSample;
   if (bits == 1 && (tags.samplesPerPixel == 1 || tags.IsPlanar())) return kPint08;
@@ -70,7 +70,7 @@ int TiffBlocks::ReadStored(const TiffBlock& block, const TiffLayout& layout, voi
   const TiffSource& source = image_.GetSource();
   const TiffTags& tags = source.layout.tags;
   const int sample = source.layout.SampleOf(block.channel);
-  // Blocks that libtiff makes colours of may be packed in ways of their own, and have less samples than colours.
+  // Blocks that libtiff makes colours of may be packed in ways of their own, and have fewer samples than colours.
   const bool isPacked = source.blockBytes == source.rowBytes * tags.blockHeight && sample < tags.samplesPerPixel;
   if (!isPacked || source.blockBytes > XfnGetLimits().decodedTileBytes) return 0;
   const TiffImage::Loan decoder(image_);
@@ -89,6 +89,7 @@ int TiffBlocks::ReadOddBits(const TiffBlock& block, int dataType, void* out) {
   if (!Has(block) || !out) return 0;
   const TiffLayout& layout = image_.GetLayout();
   const int type = TypeOfPackedSamples(layout.tags, dataType);
+  // A type in which these samples do not come is no failure; `out` stays as it was.
   return type == kDataTypeNone ? 1 : ReadStored(block, ReadBy(layout, TiffReader::kOddBits, type), out);
 }
 

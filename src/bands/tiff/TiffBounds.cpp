@@ -29,9 +29,9 @@ std::unique_ptr<XCoordinateTransformation> MakeTransformation(gtiff* keys) {
   return XfnCreateCoordTrans(system, wgs84);
 }
 
-/// Takes the first tie points, in degrees where the file's system leads there and as they are where it doesn't; in a
-/// system that does, a point that lies nowhere on earth is left out. A file that has a pixel scale lists no corners:
-/// its one tie point ties the grid.
+/// Takes the first tie points: in degrees where the file's system leads there, and otherwise as they are. A point that
+/// has no place in degrees is left out. A file with a pixel scale lists no corners, since its one tie point ties the
+/// grid.
 void TakeTiePoints(const TiffGeoTags& tags, gtiff* keys, const Corners& corners, bool& isLonLat) {
   constexpr int kNumbersPerPoint = 6, kPlaceInPoint = 3;
   if (!tags.pixelScale.empty()) return;

@@ -1,3 +1,6 @@
+// libtiff picks a routine of its own for the colours of a file when its conversion begins. Here that routine is called
+// with samples that are in memory already, and libtiff reads nothing.
+
 #include "bands/tiff/TiffColours.h"
 
 namespace zrk {
@@ -11,6 +14,7 @@ TiffColours::~TiffColours() {
   if (isReady_) TIFFRGBAImageEnd(&image_);
 }
 
+/// Alpha is the plane behind those of the colours.
 std::vector<int> TiffColours::GetPlanes() const {
   if (image_.isContig) return {0};
   const bool isGrey = image_.photometric == PHOTOMETRIC_MINISBLACK || image_.photometric == PHOTOMETRIC_MINISWHITE ||
@@ -27,6 +31,7 @@ void TiffColours::Convert(unsigned char* planes, std::int64_t planeBytes, std::u
     return;
   }
   const auto numPlanes = static_cast<std::int64_t>(GetPlanes().size());
+  // A grey image has one plane, which stands for all three colours.
   const bool isGrey = numPlanes < 3;
   unsigned char* const green = planes + (isGrey ? 0 : planeBytes);
   unsigned char* const blue = planes + (isGrey ? 0 : 2 * planeBytes);

@@ -1,3 +1,12 @@
+// One handle on a file, and room for one decoded block. This is where damage is met: tags that changed after the file
+// was planned, packed bytes too few for what they promise, and codecs that leave a block half done. Every room is
+// cleared before libtiff writes to it, so that what a codec left out is 0.
+//
+// A block comes out in one of four ways: as packed samples, as colours that libtiff made, as the first row of a tall
+// bilevel strip, or as bytes of the file that libtiff never sees.
+//
+// Rooms grow to the largest block that was asked for and stay, so that reading block after block allocates once.
+
 #include "bands/tiff/TiffDecoder.h"
 
 #include "bands/tiff/TiffColours.h"
@@ -23,7 +32,7 @@ tmsize_t GetBlockBytes(TIFF* tiff) {
   return TIFFIsTiled(tiff) ? TIFFTileSize(tiff) : TIFFStripSize(tiff);
 }
 
-/// The most bytes that a packed one can stand for, or more, for codes of which that is known.
+/// The most bytes that one packed byte can stand for, or more, for codes of which that is known.
 std::int64_t GetMostExpansion(int compression) {
   switch (compression) {
     case COMPRESSION_NONE:
@@ -43,8 +52,8 @@ std::int64_t GetMostExpansion(int compression) {
   }
 }
 
-/// Whether a block can come out of its packed bytes, as far as the file has them, so that no memory is taken for a
-/// promise that isn't kept.
+/// Whether a block can come out of those of its packed bytes that the file has. No memory is taken for a promise that
+/// can't be kept.
 bool CanHold(std::uint64_t packedBytes, std::int64_t fileBytes, std::int64_t numBytes, int compression) {
   const std::uint64_t available =
       std::min(packedBytes, static_cast<std::uint64_t>(std::max<std::int64_t>(fileBytes, 0)));
@@ -66,6 +75,7 @@ TiffDecoder::TiffDecoder(std::shared_ptr<const TiffSource> source, std::unique_p
 std::unique_ptr<TiffDecoder> TiffDecoder::Open(std::shared_ptr<const TiffSource> source) {
   std::unique_ptr<TiffHandle> handle =
       TiffHandle::Open(source->file->Share(), source->name, source->messages, GetMostHandleBytes(*source));
+  // The file may have been written to since it was planned. Other tags would make another plan.
   if (!handle || !HasTagsOf(source->layout, handle->Get())) return nullptr;
   AskForRgb(handle->Get(), source->layout.tags);
   if (GetBlockBytes(handle->Get()) != source->blockBytes) return nullptr;
@@ -94,6 +104,7 @@ bool TiffDecoder::BeginAnew() {
 
 std::optional<std::int64_t> TiffDecoder::FindPlainBlock(int block, std::int64_t fileBytes) {
   const auto number = static_cast<std::uint32_t>(block);
+  // A file leaves a block out by giving it no bytes.
   if (TIFFGetStrileByteCount(handle_->Get(), number) == 0) return std::nullopt;
   const auto offset = static_cast<std::int64_t>(TIFFGetStrileOffset(handle_->Get(), number));
   if (!FitsWithin(offset, source_->BytesInFile(block), fileBytes)) return std::nullopt;
@@ -122,6 +133,7 @@ std::optional<TiffRows> TiffDecoder::DecodeBlock(int block) {
   return TiffRows{room, source_->rowBytes, static_cast<int>(source_->layout.tags.blockHeight)};
 }
 
+/// libtiff reads the tile or strip itself, but for plain tiles, whose size it rounds up and then refuses.
 std::optional<TiffRows> TiffDecoder::DecodeColours(int blockX, int blockY) {
   const TiffTags& tags = source_->layout.tags;
   const int block = source_->BlockAt(blockX, blockY, 0);
@@ -162,6 +174,7 @@ std::optional<TiffRows> TiffDecoder::ColourPlainTile(int blockX, int blockY) {
   for (std::size_t i = 0; i < planes.size(); ++i) {
     const int block = source_->BlockAt(blockX, blockY, planes[i]);
     unsigned char* const plane = samples + static_cast<std::int64_t>(i) * source_->blockBytes;
+    // A plane that is missing would leave wrong colours, so the block fails with it.
     if (!IsThere(block) || !DecodeInto(block, plane)) return std::nullopt;
   }
   const std::int64_t stride = tags.blockWidth * kColourBytes;
@@ -172,6 +185,7 @@ std::optional<TiffRows> TiffDecoder::ColourPlainTile(int blockX, int blockY) {
 }
 
 std::optional<TiffRows> TiffDecoder::DecodeFirstRow() {
+  // libtiff reads rows in order and goes on from the last one, so the first row needs a fresh start.
   if (!source_->layout.isBilevel || !BeginAnew()) return std::nullopt;
   TIFF* const tiff = handle_->Get();
   const tmsize_t rowBytes = TIFFScanlineSize(tiff);

@@ -1,3 +1,10 @@
+// The first image of a file. Its tags are read once and turned into a plan when the file is opened. From then on every
+// read borrows a decoder that has a handle of its own, because a handle of libtiff serves one thread at a time.
+//
+// A decoder that comes back waits for the next read. There are never more of them than there were readers at one time.
+//
+// A codec that is missing is told to the operator by a message box. The caller's sentence stays empty then.
+
 #include "bands/tiff/TiffImage.h"
 
 #include "XFile.h"
@@ -60,6 +67,7 @@ std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XString& err) {
   TIFF* const tiff = image->handle_->Get();
   const TiffTags tags = ReadTiffTags(tiff);
   if (!HasDecoder(tags)) return nullptr;
+  // The plan depends on what libtiff will deliver, so the colours are asked for before it is made.
   AskForRgb(tiff, tags);
   source.layout = PlanTiff(tags, ReadTiffColourMap(tiff, tags.bitsPerSample), CanLibtiffMakeColours(tiff));
   return MeasureTiffBlocks(tiff, source, err) ? image : nullptr;
@@ -67,6 +75,7 @@ std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XString& err) {
 
 std::vector<tagXTiffDirectory> TiffImage::ListDirectories(int most) const {
   std::vector<tagXTiffDirectory> directories;
+  // Going on to other directories would move the shared handle, so this uses one of its own.
   const auto handle =
       TiffHandle::Open(source_->file->Share(), source_->name, source_->messages, TiffHandle::kTableBytes);
   while (handle && std::ssize(directories) < most && TIFFReadDirectory(handle->Get())) {
@@ -97,6 +106,7 @@ void TiffImage::Return(std::unique_ptr<TiffDecoder> decoder) {
   decoders_.push_back(std::move(decoder));
 }
 
+/// Decoders that are lent out stay counted, since they will come back.
 void TiffImage::FreeDecoders() {
   const std::lock_guard lock(mutex_);
   numDecoders_ -= decoders_.size();

@@ -1,3 +1,13 @@
+// The plan of a file: what its tags make of its bands. It is worked out from the tags alone, so that tests try it
+// without a file.
+//
+// Images of one bit come as bytes. Colour spaces that only libtiff knows become red, green, blue and alpha, as long as
+// samples have up to 8 bits and libtiff says that it can. Samples of 8, 16, 32, 64 and 128 bits come as they are.
+// Samples of other widths are unpacked into the next wider unsigned type, and reals of 16 and 24 bits into singles.
+//
+// A palette with colours makes three channels of each sample. An image in which 0 is white gets a grey ramp as its
+// palette. Whole widths for which there is no data type, such as integers of 64 bits, come as their low byte.
+
 #include "bands/tiff/TiffLayout.h"
 
 #include "XDataType.h"
@@ -23,6 +33,7 @@ bool IsForeignColour(const TiffTags& tags) {
   }
 }
 
+/// Other widths are packed bit by bit.
 bool IsWholeWidth(int bits) {
   return bits == 8 || bits == 16 || bits == 32 || bits == 64 || bits == 128;
 }
@@ -32,6 +43,7 @@ void ChooseReader(TiffLayout& layout, bool rgbaIsOk) {
   const TiffTags& tags = layout.tags;
   if (tags.bitsPerSample == 1 && tags.samplesPerPixel == 1) {
     layout.isBilevel = true;
+    // A whole image in one tall strip would be decoded as a whole for any row of it. Only its first row is served.
     layout.isSplitBitmap = !tags.isTiled && tags.blockHeight == tags.height && tags.height > kTallRows;
   } else {
     layout.isRgba = tags.bitsPerSample < 9 && IsForeignColour(tags) && rgbaIsOk;
@@ -49,6 +61,7 @@ int TypeOfOddBits(const TiffTags& tags) {
   return tags.bitsPerSample > 16 ? kPint32 : kPint08;
 }
 
+/// The sample format tells apart types of one width. What fits no type is served as bytes.
 int TypeOfWholeWidth(const TiffTags& tags) {
   const int bits = tags.bitsPerSample, format = tags.sampleFormat;
   if (bits >= 9 && bits <= 16) return format == SAMPLEFORMAT_INT ? kSint16 : kPint16;
@@ -71,6 +84,7 @@ int ChooseDataType(const TiffLayout& layout) {
   return layout.isOddBits ? TypeOfOddBits(layout.tags) : TypeOfWholeWidth(layout.tags);
 }
 
+/// A ramp has an entry for each value, so wider samples are too many for one.
 bool CanHaveRamp(const TiffTags& tags) {
   return tags.photometric == PHOTOMETRIC_MINISWHITE && tags.bitsPerSample >= 1 && tags.bitsPerSample <= 16;
 }
@@ -138,6 +152,8 @@ TiffLayout PlanTiff(const TiffTags& tags, const TiffColourMap& map, bool rgbaIsO
   return layout;
 }
 
+/// Blocks that are not long on any side pass unmeasured here. Their bytes are measured against the limits when the file
+/// is opened.
 TiffGrid CountTiffBlocks(const TiffTags& tags, int dataType) {
   constexpr std::int64_t kMaxPixels = std::int64_t{1} << 31;
   constexpr std::uint32_t kLongSide = 9999;

@@ -23,7 +23,8 @@ struct Compression {
   const char* name;
 };
 
-/// Numbers of the tag Compression that are met in files.
+/// Numbers of the tag Compression that are met in files. The list is ours and not libtiff's, so that a compression has
+/// its name also where this build has no codec for it.
 constexpr Compression kCompressions[] = {
     {kNotCompressed, "none"},
     {2, "CCITT RLE"},
@@ -81,7 +82,7 @@ const char* NameBlocks(bool isTiled) {
   return isTiled ? "tile" : "strip";
 }
 
-/// The tag NewSubfileType is a sum of what an image is.
+/// The tag NewSubfileType is a sum of flags, one for each thing that an image can be.
 tagXNote DescribeSubfile(unsigned subfile) {
   std::vector<tagXNote> kinds;
   if (subfile & 1u) kinds.push_back(Text("", "reduced"));
@@ -131,10 +132,12 @@ XString FormatCompression(int number) {
 
 XString FormatBlocks(const ZRMBandGTIFF& band) {
   XString text = "blocks      " + FormatBlockSize(band.IsTiled(), band.GetBlockWidth(), band.GetBlockHeight());
+  // One sample has no arrangement to tell of.
   if (band.GetSamplesPerPixel() != 1) {
     text += band.GetPlanarConfiguration() == kPlaneByPlane ? ", plane by plane" : ", pixel by pixel";
   }
   text += ", " + FormatCompression(band.GetCompreType());
+  // The width is told only where the data type of the band does not tell it.
   const int bits = band.GetBitsPerSample();
   if (bits != 8 * band.GetDataSize()) text += ", " + Plural(bits, "bit") + " a sample";
   return text;

@@ -1,3 +1,12 @@
+// Geo tags become a place. Tags and keys are taken out of a directory first; what follows are pure functions of
+// numbers, which tests try without a file.
+//
+// A grid is tied by a tie point with a pixel scale, or by a matrix. A tie point names the outer corner of its pixel, or
+// the centre where pixels are points; the result is always the outer corner of the first pixel. A rotation is not kept,
+// since bands lie along the axes.
+//
+// libgeotiff trusts the directory of keys, so the directory is checked before libgeotiff sees it.
+
 #include "bands/tiff/TiffPlace.h"
 
 #include "base/WorldLines.h"
@@ -16,8 +25,8 @@ constexpr int kLatestMajorRevision = 1;
 
 void IgnoreMessage(GTIF*, int, const char*, ...) {}
 
-/// Whether libgeotiff can be let at the directory of keys. It keeps a thousand words of it, reads as many entries as
-/// the fourth word says, and takes a number that is stored at its end for its own address.
+/// Whether the directory of keys may be given to libgeotiff. libgeotiff keeps a thousand words of it and reads as many
+/// entries as the fourth word says. It takes a number stored at the end of the directory for its own address.
 bool IsSoundKeyDirectory(std::span<const std::uint16_t> words) {
   constexpr std::size_t kHeaderWords = 4, kEntryWords = 4, kMaxWords = 1000;
   if (words.size() < kHeaderWords || words.size() > kMaxWords) return false;
@@ -55,6 +64,7 @@ int GetShort(gtiff* keys, geokey_t id) {
   return isOne && GTIFKeyGet(keys, id, &value, 0, 1) == 1 ? value : 0;
 }
 
+/// Numbers that are not finite would spoil every place that is worked out from them.
 std::optional<TiffPlace> IfFinite(const TiffPlace& place) {
   const bool isFinite = std::isfinite(place.ulx) && std::isfinite(place.uly) && std::isfinite(place.xPixelSize) &&
                         std::isfinite(place.yPixelSize);
@@ -105,6 +115,7 @@ std::optional<TiffPlace> PlaceByMatrix(const TiffGeoTags& tags) {
   if (m.size() != 16 || m[0] == 0.0 || m[5] == 0.0) return {};
   TiffPlace place{m[3], m[7], std::abs(m[0]), std::abs(m[5])};
   if (tags.isPoint) {
+    // Half a pixel to the left and half a pixel up, in the matrix's own directions.
     place.ulx -= m[1] / 2 + m[0] / 2;
     place.uly -= m[5] / 2 + m[4] / 2;
   }
@@ -120,6 +131,7 @@ std::optional<TiffPlace> PlaceByWorldLines(const WorldLines& lines, int width, i
   const double a = lines.numbers[0], d = lines.numbers[3], e = lines.numbers[4], f = lines.numbers[5];
   TiffPlace place{e, f, std::abs(a), std::abs(d)};
   if (a < 0.0) place.ulx = e - std::abs(a) * width;
+  // A pixel size that grows upwards tells that the file names the lower edge.
   if (d >= 0.0) place.uly = height * d + f;
   return IfFinite(place);
 }

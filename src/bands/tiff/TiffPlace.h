@@ -36,8 +36,7 @@ struct TiffPlace {
   friend bool operator==(const TiffPlace&, const TiffPlace&) = default;
 };
 
-// What places an image is empty where it can't: numbers are missing, or are not finite, which would make every place in
-// the world that is worked out from them none.
+// Each of the following is empty where it can't place the image: a number is missing or is not finite.
 
 /// By the pixel scale and the first tie point. The size in y has the sign that is stored, the corner is worked out
 /// without it.

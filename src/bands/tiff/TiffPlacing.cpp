@@ -1,5 +1,5 @@
-// Where a TIFF image lies: by its geokeys and the tags that belong to them, or by a world file beside it, or nowhere in
-// particular. Nothing of this fails the open.
+// Where a TIFF image lies: by its geokeys and the tags that belong to them, by a world file beside it, or in pixel
+// coordinates where it has neither. None of this fails the open.
 
 #include "bands/tiff/TiffPlacing.h"
 
@@ -23,6 +23,7 @@ void PlaceAsPixels(ZRMBand& band) {
   band.GetSR()->Clear();
 }
 
+/// A world file that can't be read gives way to the next name.
 std::optional<WorldLines> FindWorldLines(const XString& path) {
   for (const XString& name : ListWorldFilesOfTiff(path)) {
     if (const std::optional<WorldLines> lines = ReadWorldLines(name)) return lines;
@@ -63,7 +64,7 @@ void ReadTiffSystem(gtiff* keys, XSpatialReference& system) {
   const XString wkt = XfnGTIFGetOGISDefn(keys);
   if (wkt.IsEmpty()) return;
   system.importFromWkt(wkt);
-  // A system that is written down is known, also where it can't be made use of here.
+  // A system that is written down counts as known, also where nothing can be made of it here.
   system.SetCoordinateKind(kReferenceKnown);
 }
 

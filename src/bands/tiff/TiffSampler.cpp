@@ -1,3 +1,17 @@
+// Rows of a block become samples of one channel here, whoever brought the rows: libtiff's decoder, the file itself, or
+// libtiff's conversion to colours.
+//
+// A row holds the samples of each pixel side by side, or those of one plane where the file has a plane for each sample.
+// Whole samples are copied. Their words are turned around where the rows come straight out of a file of the other byte
+// order. Samples of other widths are packed bit by bit, and TiffBits unpacks them. Colours made by libtiff have four
+// bytes a pixel: red, green, blue and alpha.
+//
+// The palette comes last. A channel of a coloured palette is the red, the green or the blue of the entry that the
+// sample names. Level n takes every 2^n-th sample of every 2^n-th row and averages nothing.
+//
+// Samples of more than 16 bits have no palette. Samples that are narrower than their type come out as 0, because their
+// tags contradict each other.
+
 #include "bands/tiff/TiffSampler.h"
 
 #include "bands/tiff/TiffBits.h"
@@ -14,6 +28,7 @@ namespace {
 
 constexpr int kColourChannels = 4;  // of what libtiff makes of foreign colours
 
+/// A complex sample is two words, which are turned around one by one.
 bool IsComplex(int dataType) {
   return dataType == kCint16 || dataType == kCint32 || dataType == kCreal32 || dataType == kCreal64;
 }
@@ -32,6 +47,7 @@ void MapWords(unsigned char* samples, std::int64_t count, Map map) {
 
 TiffSampler::TiffSampler(const TiffLayout& layout, int channel, bool isSwapped)
     : layout_(layout), reader_(layout.GetReader()), sampleBytes_(XfnGetDataSize(layout.dataType)) {
+  // What stands side by side in a row decides where the next pixel begins.
   samplesTogether_ = reader_ == TiffReader::kRgba ? kColourChannels
                      : layout.tags.IsPlanar()     ? 1
                                                   : layout.tags.samplesPerPixel;
@@ -43,15 +59,19 @@ TiffSampler::TiffSampler(const TiffLayout& layout, int channel, bool isSwapped)
   if (!isColoured_) return;
   const std::vector<short>* const colours[] = {&layout.palette.red, &layout.palette.green, &layout.palette.blue};
   if (channel < 3) colours_ = colours[channel];
+  // Samples of one byte are by far the most, so their colours are looked up once and not for each pixel.
   for (int i = 0; i < 256; ++i) table_[static_cast<std::size_t>(i)] = static_cast<unsigned char>(ColourOf(i));
 }
 
-/// A sample value beyond the palette counts as 0, and channels behind the third one keep theirs.
+/// A sample beyond the palette takes the colour of entry 0. Channels behind the third one have no colour and keep the
+/// sample.
 int TiffSampler::ColourOf(int value) const {
   const int entry = value < layout_.palette.GetSize() ? value : 0;
   return colours_ ? (*colours_)[static_cast<std::size_t>(entry)] : entry;
 }
 
+/// The bytes reach from the pixel of the first sample to that of the last one, whole bytes on both sides. The step
+/// behind the last sample is not asked for, because the file may end there.
 void TiffSampler::FindBytes(const TiffPiece& piece, std::int64_t& firstByte, std::int64_t& numBytes) const {
   const std::int64_t pixelBits = std::int64_t{samplesTogether_} * bits_;
   const std::int64_t end = piece.column + (piece.numColumns - std::int64_t{1}) * piece.step + 1;
@@ -59,6 +79,7 @@ void TiffSampler::FindBytes(const TiffPiece& piece, std::int64_t& firstByte, std
   numBytes = (end * pixelBits + 7) / 8 - firstByte;
 }
 
+/// A byte that needs neither unpacking nor turning nor colouring lets a whole window be split in one pass.
 bool TiffSampler::CopiesSamples(std::size_t numSamples) const {
   return reader_ == TiffReader::kRaster && std::size_t(samplesTogether_) == numSamples && bits_ == 8 * sampleBytes_ &&
          wordBytes_ == 1 && !isColoured_;
@@ -80,6 +101,7 @@ void TiffSampler::Take(const TiffRows& rows, std::int64_t firstByte, std::int64_
   } else {
     std::int64_t firstWanted = 0, numWanted = 0;
     FindBytes(piece, firstWanted, numWanted);
+    // Rows that are taken without a step lie close enough for the next ones to be fetched ahead.
     for (int y = 0; y < numRows; ++y) {
       const unsigned char* const row = rows.data + y * stride;
       if (piece.step == 1 && y + kPrefetchRows < numRows)
@@ -87,6 +109,7 @@ void TiffSampler::Take(const TiffRows& rows, std::int64_t firstByte, std::int64_
       TakeRow(row, firstByte, numBytes, piece, out + y * outStride);
     }
   }
+  // Rows that are missing hold zeros in the file's terms, and so get the colour of entry 0.
   for (int y = numRows; y < piece.numRows; ++y) {
     std::memset(out + y * outStride, 0, static_cast<std::size_t>(rowBytes));
     if (isColoured_) Colour(out + y * outStride, piece.numColumns);
@@ -104,8 +127,8 @@ void TiffSampler::TakeRow(const unsigned char* row, std::int64_t firstByte, std:
   if (isColoured_) Colour(out, piece.numColumns);
 }
 
-/// Of samples that are wider than those of the band the first bytes are taken, which are the low ones. Narrower ones
-/// can't be: the tags contradict each other.
+/// Of samples wider than the band's the low bytes are taken, which come first. Narrower samples can't be right: the
+/// tags contradict each other.
 void TiffSampler::TakeWhole(const unsigned char* row, std::int64_t firstByte, const TiffPiece& piece,
                             unsigned char* out) const {
   const int wholeBytes = bits_ / 8;
@@ -123,6 +146,7 @@ void TiffSampler::TakeWhole(const unsigned char* row, std::int64_t firstByte, co
   }
 }
 
+/// A packed sample may begin at any bit, so places are counted in bits from the first byte that was brought.
 void TiffSampler::TakePacked(PackedRow row, std::int64_t firstByte, const TiffPiece& piece, unsigned char* out) const {
   const std::int64_t pixelBits = std::int64_t{samplesTogether_} * bits_;
   const std::int64_t firstBit = piece.column * pixelBits + std::int64_t{sample_} * bits_ - 8 * firstByte;
@@ -131,6 +155,7 @@ void TiffSampler::TakePacked(PackedRow row, std::int64_t firstByte, const TiffPi
     return;
   }
   UnpackBits(row, firstBit, pixelBits * piece.step, bits_, piece.numColumns, sampleBytes_, out);
+  // Zero is white in such an image. Mostly a ramp has become its palette, and then the tag says so and this is not met.
   if (bits_ != 1 || samplesTogether_ != 1 || layout_.tags.photometric != PHOTOMETRIC_MINISWHITE) return;
   std::transform(out, out + piece.numColumns, out,
                  [](unsigned char bit) { return static_cast<unsigned char>(bit ^ 1); });

@@ -1,3 +1,9 @@
+// The sizes of a file are checked once, when it is opened, so that no read has to: the image and its channels against
+// the limits, and the blocks against what libtiff says of them. Where a packed block has another size for libtiff than
+// for us, the tags contradict each other, and the file is refused.
+//
+// A block is plain where the file holds it as it would be decoded. Plain blocks are read without libtiff, in parts.
+
 #include "bands/tiff/TiffSource.h"
 
 #include "base/Checked.h"
@@ -9,7 +15,7 @@
 namespace zrk {
 namespace {
 
-/// Where the samples of a block are whole and of the band's own type, with at most their bytes in another order.
+/// Whether the samples of a block are whole and of the band's own type. Their bytes may be in the other order.
 bool HasSamplesAsTheyAre(const TiffLayout& layout) {
   const int bits = layout.tags.bitsPerSample;
   return bits % 8 == 0 && bits / 8 == XfnGetDataSize(layout.dataType);
@@ -63,12 +69,14 @@ bool MeasureTiffBlocks(TIFF* tiff, TiffSource& source, XString& err) {
     return false;
   }
   source.grid = CountTiffBlocks(tags, source.layout.dataType);
+  // A file without a grid opens all the same; reads of its bands fail.
   if (source.grid.across == 0) return true;
   const auto numBlocks = CheckedMultiply(source.grid.across, source.grid.down);
   const auto allBlocks = CheckedMultiply(*numBlocks, tags.IsPlanar() ? tags.samplesPerPixel : 1);
   const auto rowBytes = CountRowBytes(source);
   source.blockBytes = tags.isTiled ? TIFFTileSize(tiff) : TIFFStripSize(tiff);
   const auto packedBytes = rowBytes ? CheckedMultiply(*rowBytes, tags.blockHeight) : std::nullopt;
+  // What libtiff makes colours of may be packed in ways that are its own.
   const bool fits = packedBytes && (source.layout.isRgba || *packedBytes == source.blockBytes);
   if (!allBlocks || *allBlocks > INT32_MAX || !fits || source.blockBytes <= 0) {
     err = "The sizes of image and blocks don't fit";
@@ -76,6 +84,7 @@ bool MeasureTiffBlocks(TIFF* tiff, TiffSource& source, XString& err) {
   }
   source.rowBytes = *rowBytes;
   source.isPlain = LiesPlain(source.layout);
+  // Plain blocks are read in parts, so that only those that are decoded need memory as a whole.
   const auto colourBytes = CheckedMultiply(std::int64_t{tags.blockWidth} * 4, tags.blockHeight);
   const auto largest = source.layout.isRgba ? colourBytes : source.blockBytes;
   if (!source.isPlain && (!largest || *largest > limits.decodedTileBytes)) {

@@ -1,6 +1,9 @@
 // Bands of a TIFF file share one open image, which the last of them closes. Reading goes through decoders that the
-// image lends to one read at a time; what a band keeps of its own is the calling thread's result. So a follower needs
-// nothing of its master but the image, and to its frame each band is a master with one channel.
+// image lends to one read at a time. A band keeps nothing of its own but the calling thread's result. So a follower
+// needs nothing of its master but the image, and to its frame each band is a master with one channel.
+//
+// Blocks of a file are tiles or strips. A window at level n has every 2^n-th pixel, begun anew in each block; level
+// data answers first where the band has any. Images behind the first one are listed and never read.
 
 #include "ZRMBandGTIFF.h"
 
@@ -20,6 +23,7 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandGTIFF, ZRMBandDRIO);
 
 namespace {
 
+/// `TiffTags` begins with the values that missing tags stand for. A file that is not open has not even those.
 zrk::TiffTags NoTags() {
   zrk::TiffTags tags;
   tags.samplesPerPixel = tags.bitsPerSample = tags.planarConfiguration = 0;
@@ -223,7 +227,7 @@ void ZRMBandGTIFF::Impl::FreeBuffers() {
   if (opener) opener->CleanupMemory(1, 1);
 }
 
-/// A class above this one may make something else of the samples, in its own `ReadSubset`.
+/// A derived class may make something else of the samples in its own `ReadSubset`, and so is not read jointly.
 const void* ZRMBandGTIFF::GetJointSource() const {
   if (typeid(*this) != typeid(ZRMBandGTIFF)) return nullptr;
   const zrk::TiffImage* const image = GetImpl().image.get();
@@ -236,6 +240,7 @@ int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, i
   const zrk::ReadRequest request = {0, x0, x1, y0, y1};
   return zrk::FencedRead([&] {
     std::vector<zrk::TiffTarget> targets;
+    // Each band's own record takes its samples, so that every result lives as long as after a read of its own.
     for (ZRMBand* each : bands) {
       auto* const band = dynamic_cast<ZRMBandGTIFF*>(each);
       if (!band || !band->IsInside(x0, x1, y0, y1)) return 0;

@@ -1,7 +1,10 @@
-// The vector formats, one row each; all are read by the same vector set. DXF, DGN and DLG files know no system, so that
-// the caller's is copied over what the load left; NITF vector data may have one and gets the caller's first. Shapefiles
-// and native vectors bring their own. Three of the rows name formats that the vector set refuses, with a sentence of
-// its own.
+// The vector formats have one row each, and all are read by the same vector set.
+//
+// DXF, DGN and DLG files know no system. The caller's system is copied over whatever the load left. NITF vector data
+// may have a system, so it gets the caller's before the load. Shapefiles and native vectors bring their own, and KML
+// has one by definition.
+//
+// Three of the rows name formats that the vector set refuses with a sentence of its own.
 
 #include "core/load/FirstBytes.h"
 #include "core/load/VectorLoad.h"
@@ -72,6 +75,7 @@ bool IsDrawing(FileHead head) {
   return value != std::string_view::npos && text.substr(value).starts_with("SECTION");
 }
 
+/// KML is a text with any prologue, so the element is looked for and not expected at the start.
 bool IsKml(FileHead head) {
   return TextOf(head).find("<kml") != std::string_view::npos;
 }

@@ -28,8 +28,8 @@ int LoadNative(const RasterCall& call) {
   return 0;
 }
 
-/// Every corner becomes the point whose number is the set's own in the list, so all of them are the same place. Callers
-/// count on a set that has no such point being told by an exception.
+/// Every corner becomes the point whose number is the set's own in the list, so all corners are the same place. Callers
+/// count on an exception where the set has no such point.
 void TakeCornersOfSet(const tagGCPSets& set, int index, const Corners& corners) {
   const int numPoints = static_cast<int>(set.points.size());
   for (int corner = 0; corner < std::min(numPoints, Corners::kCount); ++corner) {
@@ -60,6 +60,7 @@ int BoundNative(const XString& path, const Corners& corners, bool&) {
   XString err;
   if (!LoadNative({&file, path, err, 0, 0, nullptr})) return 0;
   const XSpatialReference* const system = file.GetSR();
+  // Without a system the rectangle is in pixels and bounds nothing on the ground; control points may still do.
   if (!system || system->GetCoordinateKind() == kReferenceNone) {
     TakeCornersOfSets(file, corners);
   } else {

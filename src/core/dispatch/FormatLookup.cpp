@@ -1,5 +1,8 @@
-// How a format is found: by id, extension, first bytes or band. The table is made once from the list of formats; what
-// it holds beside the rows is their public part in one piece.
+// How a format is found: by id, by extension, by first bytes or by band. The table is made once from the list of
+// formats. Beside the rows it holds their public parts in one piece, which callers get as a span.
+//
+// A file is known by its extension first. Its first bytes decide where they contradict the extension, and where there
+// is none. An extension whose files have no mark is believed.
 
 #include "core/dispatch/FormatTable.h"
 #include "XFile.h"
@@ -13,6 +16,7 @@
 namespace zrk {
 namespace {
 
+/// Rows and formats stand in the same order.
 struct Table {
   std::vector<const FormatRow*> rows;
   std::vector<tagXFormat> formats;
@@ -27,6 +31,7 @@ Table MakeTable(std::vector<const FormatRow*> rows) {
   return table;
 }
 
+/// Made at the first question, so that a program that asks nothing pays nothing.
 Table& TheTable() {
   static Table table = MakeTable(ListFormats());
   return table;
@@ -40,6 +45,7 @@ const FormatRow* FindRow(Condition condition) {
   return found == rows.end() ? nullptr : *found;
 }
 
+/// Extensions of a row are words with one space between them.
 bool IsWordOf(std::string_view words, std::string_view wanted) {
   while (!words.empty()) {
     const std::size_t end = std::min(words.find(' '), words.size());
@@ -49,7 +55,7 @@ bool IsWordOf(std::string_view words, std::string_view wanted) {
   return false;
 }
 
-/// The first bytes of a file, in `buffer`; empty where it can't be read.
+/// The first bytes of a file, in `buffer`. They are none where it can't be read, and then only the extension counts.
 FileHead ReadHead(const XString& path, std::array<unsigned char, kFileHeadBytes>& buffer) {
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return {};
@@ -85,6 +91,7 @@ const FormatRow* FindRowOfExtension(const XString& ext) {
   };
   const auto isTaken = [&](const FormatRow& row) { return row.extensionRule && row.extensionRule->takes(upper); };
   if (const FormatRow* const row = FindRow(isWord)) return row;
+  // A rule may claim extensions that it then refuses. Nobody else gets these.
   if (const FormatRow* const row = FindRow(isClaimed)) return isTaken(*row) ? row : nullptr;
   return FindRow(isTaken);
 }
@@ -101,9 +108,11 @@ const FormatRow* FindRowOfFile(const XString& path) {
   const FileHead head = ReadHead(path, buffer);
   if (byExtension && MayBe(*byExtension, head)) return byExtension;
   const FormatRow* const byContent = FindRowOfContent(head);
+  // A file that no format knows by its bytes is left to its extension, whose loader will say what is wrong with it.
   return byContent ? byContent : byExtension;
 }
 
+/// A class derived from a format's band is still of that format, so the base classes are asked in turn.
 const FormatRow* FindRowOfBand(const ZRMBand& band) {
   for (const XRuntimeClass* each = band.GetRuntimeClass(); each; each = each->baseClass) {
     const std::string_view name = each->className;
@@ -113,6 +122,7 @@ const FormatRow* FindRowOfBand(const ZRMBand& band) {
   return nullptr;
 }
 
+/// The whole table is made anew, so that rows and public parts stay together.
 ScopedFormat::ScopedFormat(const FormatRow& row) : before_(TheTable().rows) {
   std::vector<const FormatRow*> rows = before_;
   rows.push_back(&row);
@@ -127,6 +137,7 @@ ScopedFormat::~ScopedFormat() {
 
 namespace {
 
+/// The copy in the table and not the row's own, because only the copy tells whether the format is known by content.
 const tagXFormat* PublicPartOf(const zrk::FormatRow* row) {
   return row ? XfnFindFormat(row->format.id) : nullptr;
 }

@@ -8,6 +8,7 @@
 namespace zrk {
 namespace {
 
+/// The row of a raster format that can't be read yet: it has a name and marks, and no loader.
 constexpr FormatRow Absent(int id, const char* name, const char* extensions,
                            bool (*isContent)(FileHead head) = nullptr) {
   return {.format = {id, name, extensions, true, false, ""}, .isContent = isContent};
@@ -62,6 +63,7 @@ bool IsHfa(FileHead head) {
   ROW(kKmlFormat)
 // clang-format on
 
+// Each format defines its row as a constant, so that no code runs before the table is asked for.
 #define ZRK_DECLARE_ROW(row) extern const FormatRow row;
 ZRK_FORMATS(ZRK_DECLARE_ROW)
 

@@ -1,4 +1,8 @@
-// What is done through a row: loads, saves and questions, for callers that do not know which format they have.
+// What is done through a row: loads, saves and questions, for callers that do not know which format they have. Each
+// function looks at whether the row can do it, and leaves the rest to the row.
+//
+// A load is refused with a sentence in this order: there is no dataset, the format is unknown or of the other kind, a
+// codec is absent, this build has no loader.
 
 #include "base/Fence.h"
 #include "core/dispatch/FormatTable.h"
@@ -8,7 +12,7 @@
 
 namespace {
 
-/// As `XRSFile2ZRM` numbers them.
+/// The compression modes of `XRSFile2ZRM`. Other writers do not look at them.
 constexpr int kKeepSamples = 100, kCompressed = 3;
 
 int FailWith(XString& err, const XString& sentence) {
@@ -21,6 +25,7 @@ const zrk::FormatRow* RowOf(const ZRMBand* band) {
   return band ? zrk::FindRowOfBand(*band) : nullptr;
 }
 
+/// A largest error asks for compression, and without one samples are kept as they are.
 zrk::SaveCall MakeSaveCall(XRSFile* file, const XString& path, const tagXSaveOptions& options, XString& err,
                            XThread* thread) {
   return {.file = file,
@@ -43,7 +48,8 @@ zrk::SaveCall MakeSaveCall(XRSFile* file, const XString& path, const tagXSaveOpt
 namespace zrk {
 namespace {
 
-/// The sentence for a row that can't load just now; empty where it can.
+/// The sentence for a row that can't load just now, or an empty text. A codec is asked for first, because a row may
+/// have a loader that is of no use without it.
 XString WhyNotLoaded(const FormatRow& row) {
   const char* const absentCodec = row.tellAbsentCodec ? row.tellAbsentCodec() : nullptr;
   if (absentCodec) return absentCodec;
@@ -79,6 +85,7 @@ int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* threa
       row->format.isRaster
           ? zrk::LoadRasterBy(row, {file, path, err, options.calcStatistics, options.levelMode, thread})
           : zrk::LoadVectorBy(row, {.file = file, .path = path, .err = err, .thread = thread, .sr = options.sr});
+  // Loaders leave remarks about level data in `err` also where they succeed.
   if (isLoaded) err.Empty();
   return isLoaded;
 }
@@ -95,6 +102,7 @@ bool XfnIsDecodedWhole(ZRMBand* band) {
   return row && row->isDecodedWhole && row->isDecodedWhole(*band);
 }
 
+/// A band that is not decoded as a whole is ready as it is.
 int XfnDecodeWhole(ZRMBand* band, XThread* thread) {
   return XfnIsDecodedWhole(band) ? RowOf(band)->decodeWhole(*band, thread) : 1;
 }

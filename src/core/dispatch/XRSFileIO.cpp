@@ -1,5 +1,8 @@
-// The door: each operation hands its arguments on, a load or save to the row of its format, level data to the room of
-// level files. Nothing here changes with a new format but for one that callers load by a name of its own.
+// The door that callers know. Each operation hands its arguments on: a load or a save to the row of its format, level
+// data to the room of level files. Nothing here changes with a new format, unless callers are to load that format by a
+// name of its own.
+//
+// A loader by name goes to the row of its id and never looks at the file's extension or first bytes.
 
 #include "XRSFileIO.h"
 
@@ -22,6 +25,7 @@ int LoadVectorOf(int id, const zrk::VectorCall& call) {
   return zrk::LoadVectorBy(zrk::FindFormatRow(id), call);
 }
 
+/// Only ids of formats that have a writer come here.
 int SaveAs(int id, const zrk::SaveCall& call) {
   return zrk::FindFormatRow(id)->save(call);
 }
@@ -43,14 +47,17 @@ int XRSFileIO::LoadFileRaster(XRSFile* file, int id, XString path, XString& err,
 int XRSFileIO::LoadFileVector(XRSFile* file, int id, XString path, XSpatialReference* sr, XString& err,
                               XThread* thread) {
   const zrk::FormatRow* const row = zrk::FindFormatRow(id);
+  // Some formats are loaded by name only.
   return zrk::LoadVectorBy(row && row->isRouted ? row : nullptr, {file, path, err, thread, sr});
 }
 
+/// Raw layouts have no loader here, and this tells so.
 int XRSFileIO::LoadFileGeneral(XRSFile* file, int, XString, int, int, int, int, int, XString& err, XThread*) {
   err = file ? zrk::kNotSupportedType : zrk::kNotValidFile;
   return 0;
 }
 
+/// The three raw layouts answer 1 and load nothing. Callers know them so.
 int XRSFileIO::LoadFileBIL(XRSFile*, int, XString, int, int, int, int, int, XString&, XThread*) {
   return 1;
 }
@@ -201,6 +208,7 @@ int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y) {
 int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y, bool& isLonLat) {
   isLonLat = false;
   if (!x || !y) return 0;
+  // A format may list fewer corners than there is room for; the others must be told apart.
   std::fill_n(x, zrk::Corners::kCount, kNotSet);
   std::fill_n(y, zrk::Corners::kCount, kNotSet);
   const zrk::FormatRow* const row = zrk::FindRowOfExtension(XfnGetFileExt(path));

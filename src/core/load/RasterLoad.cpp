@@ -1,3 +1,12 @@
+// What the loaders of rasters share: how channels are named, where bands lie, and what follows once the bands are in
+// the dataset.
+//
+// Loaders come in two shapes. Most bands go into the dataset first, because level data is attached to a dataset and may
+// bring the statistics. Frames of raster maps never have level data, so their statistics come before.
+//
+// Bands belong to the dataset from the moment they are added. Until then the loader owns them, so that a load that
+// fails leaves the dataset as it was.
+
 #include "core/load/RasterLoad.h"
 
 #include "base/WorldLines.h"
@@ -9,6 +18,8 @@
 namespace zrk {
 namespace {
 
+/// The upper edge is the height, so that rows count upwards from 0 as they do in the world. A system that the band has
+/// already is kept.
 void PlaceAsPixels(ZRMBand& band) {
   band.SetPixelSize(1.0, 1.0);
   band.SetUpperLeft(0.0, band.GetYSize());
@@ -16,6 +27,7 @@ void PlaceAsPixels(ZRMBand& band) {
   if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceNone);
 }
 
+/// A world file tells places but no system, so the system is unknown unless the band brought one.
 void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile) {
   band.SetPixelSize(worldFile.XPixelSize(), worldFile.YPixelSize());
   band.SetUpperLeft(worldFile.Left(band.GetXSize()), worldFile.Top(band.GetYSize()));
@@ -48,6 +60,7 @@ void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension)
   }
 }
 
+/// The dataset takes over each band and frees it.
 void AddChannels(XRSFile& file, Channels channels) {
   for (std::unique_ptr<ZRMBand>& channel : channels) file.AddBand(channel.release());
 }

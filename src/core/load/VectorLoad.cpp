@@ -1,3 +1,6 @@
+// The one shape of all loaders of vectors: a new set is made, prepared, loaded and finished, and goes into the dataset
+// only then. A load that fails leaves the dataset as it was.
+
 #include "core/load/VectorLoad.h"
 
 #include "base/Fence.h"
@@ -9,6 +12,7 @@
 
 namespace zrk {
 
+/// Answers null where memory runs out, for which the loader has a sentence of its own.
 ZRMVand* NewVand() {
   return new (std::nothrow) ZRMVand;
 }
@@ -26,6 +30,7 @@ int LoadVector(const VectorCall& call, const VectorSteps& steps, VandMaker makeV
     }
     steps.beforeLoad(*vand);
     if (!steps.load(*vand)) return 0;
+    // A system that is set now replaces whatever the load has left.
     steps.afterLoad(*vand);
     call.file->AddVand(vand.release());
     call.file->SetName(call.path);

@@ -1,3 +1,6 @@
+// The table of formats and the search by extension. The ids expected are listed extension by extension; the other tests
+// ask of all rows what every row has to keep.
+
 #include "XFormatTable.h"
 
 #include "core/dispatch/FormatTable.h"

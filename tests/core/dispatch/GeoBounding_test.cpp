@@ -1,3 +1,6 @@
+// The corners that GetGeoBounding tells of a path: of native rasters, of TIFF files and of all others. Places follow
+// from the rectangles and tie points that the tests write, and from where the origin of a UTM zone lies.
+
 #include "BmpBuilder.h"
 #include "FaultyDisk.h"
 #include "GeoTiffFile.h"

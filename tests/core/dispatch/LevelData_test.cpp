@@ -1,3 +1,6 @@
+// Level data from the caller's side: its name, when it is built or asked for, when it is attached or refused, and how
+// its system is changed. An operator who answers as told stands in for the message box.
+
 #include "BmpBuilder.h"
 #include "FaultyDisk.h"
 #include "LevelDataset.h"

@@ -1,3 +1,6 @@
+// The loaders of bitmaps and JPEG files: channels, names, world files, statistics and failures. Places are worked out
+// by hand from the lines of the world files that the tests write.
+
 #include "BmpBuilder.h"
 #include "JpegBuilder.h"
 #include "TempFolder.h"

@@ -1,3 +1,6 @@
+// Pyramid stores that are compressed: the error that is allowed, windows, threads and failures. What is expected are
+// the samples that were given, to the bit or within the bound.
+
 #include "LevelDataset.h"
 #include "ReferencePyramid.h"
 #include "TempFolder.h"

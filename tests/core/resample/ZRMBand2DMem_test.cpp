@@ -1,3 +1,6 @@
+// Bands over memory of the caller's: reads, writes, levels and what they refuse. Every window at every level is
+// compared with that of a band that the tests have for the same samples.
+
 #include "ZRMBand2DMem.h"
 #include "MemoryBand.h"
 #include "XThread.h"

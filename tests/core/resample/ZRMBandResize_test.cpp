@@ -1,3 +1,6 @@
+// Bands that show another band at another size. Small results are worked out by hand. Larger ones are compared with
+// plain formulas that the tests hold for themselves, such as Keys' kernel summed over the whole neighbourhood.
+
 #include "ZRMBandResize.h"
 #include "MemoryBand.h"
 #include "XThread.h"

@@ -1,3 +1,6 @@
+// The builder of level files: the layout of the file, the short form, statistics, progress, and what is left where a
+// build fails or is stopped. Sizes and statistics are worked out by hand.
+
 #include "XRSFile2XLD.h"
 
 #include "FaultyDisk.h"

@@ -1,3 +1,6 @@
+// Bands of colour map frames: channels, windows, place, threads and failures. The frames come from a builder that also
+// says which colour each pixel has, by its own codes and tables.
+
 #include "ZRMBandCADRG.h"
 #include "RpfFrameBuilder.h"
 #include "TempFolder.h"

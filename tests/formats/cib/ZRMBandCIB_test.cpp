@@ -1,3 +1,6 @@
+// Bands of grey imagery frames: windows, place, threads and failures. The frames come from a builder that also says
+// which value each pixel has, by its own codes and tables.
+
 #include "ZRMBandCIB.h"
 #include "RpfFrameBuilder.h"
 #include "TempFolder.h"

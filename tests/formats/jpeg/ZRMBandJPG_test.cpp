@@ -1,3 +1,6 @@
+// Bands of JPEG files: channels, windows, when the file is decoded, stops, damage and bounds of memory. Files are coded
+// by libjpeg. Pixels are compared with its own decode, or with the picture before coding within the loss.
+
 #include "ZRMBandJPG.h"
 
 #include "FaultyDisk.h"

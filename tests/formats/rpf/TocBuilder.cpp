@@ -1,3 +1,6 @@
+// Tables of contents of raster map products, put together section by section for tests. The builder lays out boundary
+// rectangles, folders and frames as it is told, so that a test knows all that a reader should find.
+
 #include "TocBuilder.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Tiny TIFF files. `Build` lays them out byte by byte, in either order and in both sizes of offsets; `Encode` has
+// libtiff write them, for codes that take more than a builder. Samples follow from their position, so that a test knows
+// each of them without reading the file.
+
 #include "TiffBuilder.h"
 
 #include "TiffMemory.h"

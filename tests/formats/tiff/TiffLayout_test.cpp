@@ -1,3 +1,6 @@
+// What the tags of a file make of its bands: data types, readers, channels, palettes and the grid of blocks. Each row
+// of tags stands beside the answer that is asked for; ramps and palettes are worked out by hand.
+
 #include "bands/tiff/TiffLayout.h"
 
 #include "XDataType.h"

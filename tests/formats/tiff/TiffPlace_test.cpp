@@ -1,3 +1,6 @@
+// Where tie points, scales, matrices and world files put an image. All places are worked out by hand. Tags that come
+// out of files are those that the builder was told to write.
+
 #include "bands/tiff/TiffPlace.h"
 
 #include "base/WorldLines.h"

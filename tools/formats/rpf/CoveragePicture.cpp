@@ -1,5 +1,8 @@
-// The map is drawn cell by cell: each boundary rectangle is a grid of frames, and each frame a box of degrees that becomes
-// a box of pixels. Larger rectangles are drawn first, so that smaller ones stay visible.
+// The map is drawn cell by cell. Each boundary rectangle is a grid of frames, and each frame a box of degrees that
+// becomes a box of pixels. Larger rectangles are drawn first, so that smaller ones stay visible.
+//
+// A rectangle that crosses the date line goes on east of 180 degrees. Frames that lie outside the folder of the table
+// count as missing, because they are not looked for.
 
 #include "formats/rpf/CoveragePicture.h"
 
@@ -31,7 +34,7 @@ bool IsPlace(double longitude, double latitude) {
 
 }  // namespace
 
-/// Legends and overviews have no place: all their corners are one.
+/// Legends and overviews have no place: all their corners are one point.
 bool CoveragePicture::FindBox(const tagBoundaryRectangleRecordRPF& boundary, Box& box) {
   if (!IsPlace(boundary.nwLongitude, boundary.nwLatitude) || !IsPlace(boundary.swLongitude, boundary.swLatitude) ||
       !IsPlace(boundary.neLongitude, boundary.neLatitude) || !IsPlace(boundary.seLongitude, boundary.seLatitude)) {
@@ -41,11 +44,13 @@ bool CoveragePicture::FindBox(const tagBoundaryRectangleRecordRPF& boundary, Box
   box.east = std::max(boundary.neLongitude, boundary.seLongitude);
   box.south = std::min(boundary.swLatitude, boundary.seLatitude);
   box.north = std::max(boundary.nwLatitude, boundary.neLatitude);
+  // The rectangle crosses the date line.
   if (box.east < box.west) box.east += 360.0;
   return box.east - box.west > kMinDegrees && box.north - box.south > kMinDegrees;
 }
 
-/// Those that lie in a boundary rectangle, in its order; of several in one place one that is there, if any.
+/// Frames that lie in a boundary rectangle, in the order of the rectangles. A place that is listed more than once
+/// counts as there if one of its frames is.
 std::vector<CoveragePicture::Frame> CoveragePicture::FindFrames(const XCIBtoc& toc, XThread& thread) {
   const FrameNumbering numbering = NumberingOf(toc);
   std::vector<Frame> frames;
@@ -82,7 +87,7 @@ void CoveragePicture::SetShape(const std::vector<Rectangle>& rectangles, int max
   colours_.assign(static_cast<std::size_t>(shape_.width) * static_cast<std::size_t>(shape_.height), kNothing);
 }
 
-/// At least one pixel, within the picture.
+/// A box has at least one pixel within the picture, so that nothing vanishes on a small map.
 CoveragePicture::Pixels CoveragePicture::PixelsOf(const Box& box) const {
   const auto place = [this](double degrees, int size) {
     return std::clamp(static_cast<int>(std::lround(degrees * pixelsPerDegree_)), 0, size);

@@ -1,4 +1,7 @@
-// zrkio toc: what tables of contents of raster map products hold.
+// zrkio toc: what tables of contents of raster map products hold. A table lists boundary rectangles, which are grids of
+// frames, and the file of each frame. The command tells which of these files are there.
+//
+// Frames are counted first and described only as they are told, because a table may list many thousands.
 
 #include "formats/rpf/TocCommand.h"
 
@@ -22,13 +25,14 @@ struct Options {
   bool Lists(FrameState state) const { return frames || (missing && state != FrameState::kThere); }
 };
 
-/// A text of a record without the spaces that fill it up.
+/// Fields of a record have a fixed length and are filled up with spaces.
 std::string Trimmed(const char* text) {
   const std::string whole = text;
   const std::size_t first = whole.find_first_not_of(' ');
   return first == std::string::npos ? "" : whole.substr(first, whole.find_last_not_of(' ') + 1 - first);
 }
 
+/// A corner may hold bytes that are not a number.
 Json DescribePlace(double longitude, double latitude) {
   if (!std::isfinite(longitude) || !std::isfinite(latitude)) return nullptr;
   return Json::array({longitude, latitude});
@@ -100,8 +104,8 @@ void PrintFrame(const Json& frame) {
               path.c_str(), GetText(frame["stored"]).c_str());
 }
 
-/// What is told of one table of contents, built frame by frame, so that a long list takes no room unless it is to be
-/// one JSON text.
+/// Tells of one table of contents. Frames are described one by one, so that a long list takes no room unless it is to
+/// be one JSON text.
 class TocReport {
  public:
   TocReport(const XCIBtoc& toc, const Options& options) : toc_(toc), options_(options) {}

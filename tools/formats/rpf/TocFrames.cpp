@@ -1,3 +1,6 @@
+// Frames of a table of contents and their files. Tables of different makers count from 0 or from 1, and their rows from
+// the south or from the north; the first frame tells which.
+
 #include "formats/rpf/TocFrames.h"
 
 #include "XFile.h"
@@ -12,6 +15,7 @@ bool LoadToc(const std::string& path, XCIBtoc& toc, std::string& err) {
   }
   if (toc.LoadFile(path)) return true;
   char head[4] = {};
+  // The library tells no reason, so the mark of the file decides between two sentences.
   const bool isNitf = file.ReadAt(0, head, sizeof head) == sizeof head && std::string_view(head, 4) == "NITF";
   err = isNitf ? "not a table of contents, or damaged" : "not a NITF file, as tables of contents have to be";
   return false;
@@ -28,6 +32,7 @@ const char* NameOf(FrameState state) {
   }
 }
 
+/// The library gives no path for a frame outside, unless that is asked for.
 FrameFile FindFrame(const XCIBtoc& toc, int index, bool anywhere) {
   const XString path = toc.GetFramePath(index, anywhere);
   if (path.IsEmpty()) return {"", FrameState::kOutside};
