@@ -17,8 +17,8 @@ class XThread;
 /// loaded on different threads. `thread` carries progress and cancel and may be null. Level data and statistics never
 /// fail a load, so `err` may hold their message beside a result of 1.
 ///
-/// A load of a null dataset answers 0 with "Not Valid XRSFile", unless it says otherwise.
-/// A loader or save of a format that this build can't handle answers 0 with a sentence that names the format;
+/// A load of a null dataset gives 0 with "Not Valid XRSFile", unless it says otherwise.
+/// A loader or save of a format that this build can't handle gives 0 with a sentence that names the format;
 /// `XfnGetFormats` tells beforehand which can be read. A load that fails leaves the dataset as it was.
 class ZRKIO_API XRSFileIO {
  public:

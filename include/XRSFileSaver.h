@@ -21,6 +21,7 @@ struct XRSScanSensorParam;
 /// a time; where memory runs out `std::bad_alloc` is thrown.
 class ZRKIO_API XRSFileSaver {
  public:
+  /// A saver without an output file, whose document is not opened yet.
   XRSFileSaver();
   ~XRSFileSaver();
   XRSFileSaver(const XRSFileSaver&) = delete;

@@ -15,8 +15,10 @@ enum XReferenceKind { kReferenceNone = 1, kReferenceUnknown = 2, kReferenceKnown
 /// thread alone may call them. Nothing here throws but `std::bad_alloc`.
 class ZRKIO_API XSpatialReference {
  public:
+  /// An empty reference, of the kind `kReferenceNone`.
   XSpatialReference();
   ~XSpatialReference();
+  /// A copy shares the system behind it, which nobody changes.
   XSpatialReference(const XSpatialReference& other);
   XSpatialReference& operator=(const XSpatialReference& other);
 
@@ -48,6 +50,7 @@ class ZRKIO_API XSpatialReference {
 
   /// A value of `XReferenceKind`. A reference starts with 1; a successful import sets 3, and `Clear` 1.
   int GetCoordinateKind() const { return coordinateKind_; }
+  /// For loaders that know that there is a system and not which. It changes no system.
   void SetCoordinateKind(int coordinateKind) { coordinateKind_ = coordinateKind; }
 
  private:
