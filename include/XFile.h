@@ -11,8 +11,8 @@ namespace zrk {
 class DiskFile;
 }
 
-/// A file of more than 2 GiB as well as a small one. Nothing here throws: an operation that fails says so by its
-/// result, and every operation on a closed file fails.
+/// A file with 64-bit lengths. Nothing here throws: an operation that fails says so by its result. Reads and writes of
+/// a closed file fail.
 ///
 /// `Read`, `Write` and `Seek` share one file position, in bytes from the beginning, and serve one thread at a time.
 /// `ReadAt` and `WriteAt` leave it alone and may be called from many threads at once. The object closes its file with
@@ -29,7 +29,7 @@ class ZRKIO_API XFile {
     /// For writing, and for both. The file has to be there, unless `kCreate` is added; what it holds stays.
     kWrite = 1,
     kReadWrite = 2,
-    /// Takes a lock that goes with no other lock on the file. It is no bar to who asks for none.
+    /// Takes a lock that goes with no other lock on the file. An opening that takes no lock still succeeds.
     kShareExclusive = 0x10,
     /// Takes a lock that readers with this flag may share. A writer has it alone.
     kShareDenyWrite = 0x20,
@@ -50,8 +50,8 @@ class ZRKIO_API XFile {
   /// reason. Unknown flags, several sharing flags, and `kCreate` without a right to write are refused. So is everything
   /// that is not a regular file: a folder, a pipe, a device.
   int Open(const XString& path, unsigned flags);
-  /// Closes the file, whose path and position are then empty and 0. It does nothing to a closed one. What was written
-  /// may still be on its way to the medium: `Flush` waits for that.
+  /// Closes the file and forgets its path and position. A closed object stays as it is. What was written may still be
+  /// on its way to the medium: call `Flush` before where that matters.
   void Close();
   /// Whether a file is open.
   bool IsOpen() const { return file_ != nullptr; }
@@ -75,7 +75,7 @@ class ZRKIO_API XFile {
   void SeekToBegin() { Seek(0, kBegin); }
   /// Moves the position behind the last byte; the result is the length of the file, or -1.
   std::int64_t SeekToEnd() { return Seek(0, kEnd); }
-  /// 0 after an opening, and for a closed file.
+  /// Bytes from the beginning of the file; 0 after an opening.
   std::int64_t GetPosition() const { return position_; }
 
   /// Bytes in the file now, asked anew each time; -1 for a closed file and where the system can't tell.

@@ -10,7 +10,7 @@ enum XFormatId {
   kFormatZRM = 0x65,
   /// TIFF and GeoTIFF, BigTIFF among them.
   kFormatTIF = 0x66,
-  /// Images of one file, with a world file beside them as their georeference.
+  /// JPEG and Windows bitmaps. A world file beside the image is their georeference.
   kFormatJPG = 0x67,
   kFormatBMP = 0x68,
   /// Terrain heights of one cell.
@@ -24,7 +24,7 @@ enum XFormatId {
   /// No extension leads to these two.
   kFormatHAWK = 0x6E,
   kFormatNITFIMG = 0x6F,
-  /// Extension "img".
+  /// HFA files have the extension "img".
   kFormatHFA = 0x70,
   /// No extension leads here. The first bytes of a file do.
   kFormatHDF4 = 0x71,
@@ -37,7 +37,7 @@ enum XFormatId {
   kFormatXVC = 0x3E9,
   /// Shapefiles; the tables beside the file belong to it.
   kFormatSHP = 0x3EA,
-  /// Drawings without a system of their own: the caller gives it.
+  /// Drawings. They have no system of their own: the caller gives it.
   kFormatDGN = 0x3EB,
   kFormatDLG = 0x3EC,
   kFormatDXF = 0x3ED,

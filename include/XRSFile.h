@@ -130,7 +130,7 @@ class ZRKIO_API XRSFile : public XObject {
   /// The band's own record, not a copy: a change of it changes the band. It is empty for an unknown system.
   XSpatialReference* GetSR() const;
 
-  // Both answer 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is
+  // Both give 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is
   // beyond the limits of `XLimits.h`, or does not hold together.
 
   /// Reads a native raster file into a dataset without bands, which then owns the open file; name and path become

@@ -5,11 +5,11 @@
 
 #include <memory>
 
-/// What a spatial reference knows: nothing, that there is a system which nobody named, or the system.
+/// What a spatial reference knows: nothing, only that there is a system, or the system itself.
 enum XReferenceKind { kReferenceNone = 1, kReferenceUnknown = 2, kReferenceKnown = 3 };
 
 /// A coordinate reference system. Axis order is always x (longitude, easting) before y. Copies are independent and cost
-/// nothing. Operations answer 1 for success and 0 for failure; a failed import leaves the reference empty.
+/// nothing. Operations give 1 for success and 0 for failure; a failed import leaves the reference empty.
 ///
 /// One object may be read from several threads at once. Imports, `Clear` and assignment change the object, so that one
 /// thread alone may call them. Nothing here throws but `std::bad_alloc`.

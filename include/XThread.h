@@ -31,8 +31,8 @@ class ZRKIO_API XThread {
  public:
   /// What the state word asks of the operation: to go on, or to stop soon.
   enum State { kStateRun = 0, kStateStop = 1 };
-  /// How an operation ended: not yet, well, with a failure, or by a stop. `kResultText` is the last message of one that
-  /// still runs.
+  /// How an operation ended. `kResultNone` stands for one that has not ended. `kResultText` is no end: a text was
+  /// reported last.
   enum ResultCode { kResultNone = 0, kResultSuccess = 1, kResultFailure = 2, kResultCancel = 3, kResultText = 5 };
 
   /// `target` takes the messages; it may be null and must outlive this object.

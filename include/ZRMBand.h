@@ -42,7 +42,7 @@ class ZRKIO_API ZRMBand : public XBand {
 
   /// The level for a picture of `width` by `height` pixels of the area between four places, which are world coordinates
   /// in any order. Only the size of the area counts, so that it may reach beyond the image. 0 for an area of less than
-  /// a pixel, and where a pixel size is 0.
+  /// a pixel.
   int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1, double cornerX2,
                                double cornerY2, double cornerX3, double cornerY3, int width, int height) override;
   using XBand::GetHighestLevelForTarget;
@@ -54,8 +54,8 @@ class ZRKIO_API ZRMBand : public XBand {
   /// also for the band itself; 0 for null.
   int CloneBand(ZRMBand* source) override;
 
-  /// The band that takes the level data of this one: itself or a band behind it. Null where the band can have none. It
-  /// is not owned by the caller.
+  /// The band that takes the level data of this one: itself, or a band behind it. Null for a band that can have no
+  /// level data. It is not owned by the caller.
   ZRMBandDRIO* GetLevelSource() const { return levelSource_; }
   /// The band whose samples this one shows, or null: itself, unless it shows one that is hidden behind it.
   ZRMBand* GetShownBand() const { return shownBand_; }
