@@ -46,21 +46,26 @@ class ZRKIO_API XBand : public XObject {
   virtual int ReadPixel(tagXArr2*& out, int x, int y);
 
   // Writes at level 0. `data` holds the samples of the line or window, row by row. With `keepNull`, samples equal to
-  // `nullValue` leave what is there. The base forms all end in the last `WriteSubset`, which answers 0: a band is
+  // `nullValue` leave what is there. The base forms all end in the last `WriteSubset`, which gives 0: a band is
   // read-only unless its class says otherwise.
 
   /// The columns x0 to x1 of a row; `data` holds x1 - x0 + 1 samples of the band's type.
   virtual int WriteLineH(void* data, int x0, int x1, int y, bool keepNull, double nullValue);
+  /// A whole row.
   virtual int WriteLineH(void* data, int y, bool keepNull, double nullValue);
+  /// The same from a buffer of one row, whose width is that of the window.
   virtual int WriteLineH(tagXArr2* data, int x0, int x1, int y, bool keepNull, double nullValue);
   virtual int WriteLineH(tagXArr2* data, int y, bool keepNull, double nullValue);
   /// The rows y0 to y1 of a column; `data` holds y1 - y0 + 1 samples of the band's type.
   virtual int WriteLineV(void* data, int x, int y0, int y1, bool keepNull, double nullValue);
+  /// A whole column.
   virtual int WriteLineV(void* data, int x, bool keepNull, double nullValue);
+  /// The same from a buffer of one column, whose height is that of the window.
   virtual int WriteLineV(tagXArr2* data, int x, int y0, int y1, bool keepNull, double nullValue);
   virtual int WriteLineV(tagXArr2* data, int x, bool keepNull, double nullValue);
   /// One sample of the band's type.
   virtual int WritePixel(void* data, int x, int y, bool keepNull, double nullValue);
+  /// The same from a buffer of one sample.
   virtual int WritePixel(tagXArr2* data, int x, int y, bool keepNull, double nullValue);
 
   /// The level that suits a target of `width` by `height` pixels onto which the four-cornered area given by its corners
@@ -76,7 +81,8 @@ class ZRKIO_API XBand : public XObject {
   /// int, and 0 for a size that is not positive.
   virtual int CalcProcessWidthBytes();
 
-  /// As the form below; answers the samples and their shape in place of the buffer.
+  /// As the form below, but gives the samples and their shape in place of the buffer. The samples belong to the band
+  /// and live as long as the buffer would.
   virtual int ReadSubset(void*& data, int& width, int& height, int level, int x0, int x1, int y0, int y1, int* cancel);
   /// Reads a window. `out` receives a buffer that belongs to the band and lives until the calling thread's next read of
   /// any band of the same file, since one read serves all its channels. It has ((x1 - x0 + 1) >> level) columns and
@@ -92,7 +98,8 @@ class ZRKIO_API XBand : public XObject {
   /// The buffer has the shape of the window; another one fails, with nothing written.
   virtual int WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
 
-  /// The number of levels the band can serve.
+  /// The number of levels the band can serve. The base form is the level of `Xepot::CalcProperLevel` for the size and
+  /// the tile size: 0 for an image within one tile.
   virtual int GetLevel();
   /// The place of a window on its level and the size that a read returns: `left` is x0 >> level, `top` is y0 >> level.
   /// 0 where the level leaves no column or no row of the window. The outputs then stay as they were; the same holds for
@@ -130,8 +137,8 @@ class ZRKIO_API XBand : public XObject {
   /// A code of `XDataType.h`, 0 to 29, which is not checked. Loaders set it. Setting another one converts no samples.
   void SetDataType(int dataType) { dataType_ = dataType; }
 
-  /// Width and height in full-resolution pixels. Loaders set them; setting others does not change what the file has,
-  /// and a read beyond that fails.
+  /// Width and height in full-resolution pixels, 0 at first. Loaders set them; setting others does not change what the
+  /// file has, and a read beyond that fails.
   int GetXSize() const { return xSize_; }
   int GetYSize() const { return ySize_; }
   void GetSize(int& xSize, int& ySize) const {
@@ -153,6 +160,8 @@ class ZRKIO_API XBand : public XObject {
     xTileSize = xTileSize_;
     yTileSize = yTileSize_;
   }
+  /// A change of the tile size changes the number of levels of the base form. It does not change how the file is laid
+  /// out.
   void SetXTileSize(int xTileSize) { xTileSize_ = xTileSize; }
   void SetYTileSize(int yTileSize) { yTileSize_ = yTileSize; }
   void SetTileSize(int xTileSize, int yTileSize) {
@@ -162,6 +171,7 @@ class ZRKIO_API XBand : public XObject {
 
   /// How the pixels are kept in the file, as the store's class tells; 0 where it does not matter.
   int GetCompressionInfo() const { return compressionInfo_; }
+  /// For loaders and writers; a change compresses nothing.
   void SetCompressionInfo(int compressionInfo) { compressionInfo_ = compressionInfo; }
 
   /// The statistics of the band as they were calculated or loaded, in sample units: 1.7e+308 where they were not. Byte
@@ -170,6 +180,7 @@ class ZRKIO_API XBand : public XObject {
   double GetBandMax() const { return bandMax_; }
   double GetBandMean() const { return bandMean_; }
   double GetBandStdDev() const { return bandStdDev_; }
+  /// These four set what the getters give. The file and the histogram stay as they are.
   void SetBandMin(double bandMin) { bandMin_ = bandMin; }
   void SetBandMax(double bandMax) { bandMax_ = bandMax; }
   void SetBandMean(double bandMean) { bandMean_ = bandMean; }
@@ -192,6 +203,7 @@ class ZRKIO_API XBand : public XObject {
   /// The sample that stands for no data; 1.7e+308 (`kNotSet`) for a band that has no such sample. Statistics and means
   /// leave it out.
   double GetNullValue() const { return nullValue_; }
+  /// Counts for statistics and means from the next call on. Statistics that are there are not made anew.
   void SetNullValue(double nullValue) { nullValue_ = nullValue; }
 
  protected:

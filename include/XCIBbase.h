@@ -70,8 +70,8 @@ class ZRKIO_API XCIBbase {
   XString GetFilePath() const;
   /// The byte order of the numbers in the file, as the header tells; false before a header was read.
   bool IsLittleEndian() const;
-  /// The component of an id, of several the last; null where there is none. The record stays this object's, and is
-  /// valid until the next load.
+  /// The component of an id, or null. The last one counts where several have the id. The record stays this object's,
+  /// and is valid until the next load.
   const tagComponentRPF* FindComponent(int id) const;
 
   /// A number of 1 to 4 bytes, never extended by a sign: only all ones in 4 bytes equal -1. `bytes` has `width` of

@@ -61,13 +61,13 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   /// Pointers to the 1536 rows of the image; null without an image. They stay with the frame and are valid until the
   /// next load or `CleanUp`.
   unsigned char** GetData();
-  /// A row of the image, which must be loaded; the index is not checked.
+  /// A row of the image, 1536 bytes. The image must be loaded, and `row` is 0 to 1535; neither is checked.
   unsigned char* GetLine(int row);
   /// The image in one block, or null. It stays with the frame, and `CleanUp` frees it.
   unsigned char* DetacheData();
   /// One of the four planes of 217 bytes. `plane` is 0 to 3 and is not checked. The plane belongs to the frame.
   const unsigned char* GetColorTableAt(int plane) const;
-  /// 1 for red, green and blue, 2 for these and an unused plane, 3 for grey, 4 for four planes.
+  /// 1 for red, green and blue, 2 for these and an unused plane, 3 for grey, 4 for four planes. 3 before a load.
   int GetColorTableType() const;
   /// The planes that bands are made of: 3, or 1 for grey and 4 for four planes.
   int GetNumChannels() const;
@@ -77,19 +77,24 @@ class ZRKIO_API XCIBframe : public XCIBbase {
 
   /// The centre of a pixel, in degrees. The pixel may lie outside the frame.
   void PixelToWorldCoord(int row, int col, double& lat, double& lon) const;
-  /// The pixel at a place, truncated toward zero; cut to the range of an int, and 0 for what is not a number.
+  /// The pixel at a place in degrees, truncated toward zero. The result is cut to the range of an int, and is 0 for
+  /// what is not a number. It may lie outside the frame.
   void WorldToPixelCoord(double lat, double lon, int& row, int& col) const;
-  /// Writes the image row by row, with no header; 0 where there is none or the file can't be written. A file of the
-  /// name is written over.
+  /// Writes the image row by row, with no header, over a file of the name. 0 without an image, with nothing written. 0
+  /// also where the file can't be written, and the old one is lost then.
   int SaveToBinaryData(const XString& path) const;
 
  protected:
   // The steps of a load, in their order. Each takes the open file and the head of it in memory, either of which may be
   // null; 1 or 0.
 
+  /// Where the frame lies. Every load needs it.
   int ReadCoverageSection(XFile* file, const unsigned char* buffer, int bytes);
+  /// The lookup tables of a compressed image; all or none of them are kept.
   int ReadCompressionSection(XFile* file, const unsigned char* buffer, int bytes);
+  /// The colours: the first colour table of the file and its histogram.
   int ReadGrayscaleSection(XFile* file, const unsigned char* buffer, int bytes);
+  /// The masks and the image. A compressed image needs the lookup tables before it.
   int ReadImageSection(XFile* file, const unsigned char* buffer, int bytes);
   /// The transparent code is one that no pixel has where the frame has none.
   int LoadCompressedImageData(XFile* file, unsigned transparentCode, const unsigned char* buffer, int bytes);

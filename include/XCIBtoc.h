@@ -13,6 +13,8 @@
 /// frame that is listed may be missing on the disk.
 class ZRKIO_API XCIBtoc : public XCIBbase {
  public:
+  /// What a product is, by the word in its boundary rectangles: scanned maps (ADRG, and CADRG compressed), images
+  /// (ADRI, and CIB compressed), and heights (DTED, and CDTED compressed). `kProductUnknown` stands for any other word.
   enum ProductDataType {
     kProductUnknown = 0,
     kProductADRG = 1,
@@ -43,9 +45,10 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
   /// Only those path records that frames refer to, in the order in which they first do.
   int GetPathRecordSize() const;
   const tagPathnameRecordRPF* GetPathRecordAt(int index) const;
-  /// The path record of an offset as frame records hold it; null where the table has no room for it.
+  /// The path record of an offset as frame records hold it; null for an offset that the table does not list. A table
+  /// that lists fewer paths than its frames use lacks the last of them.
   const tagPathnameRecordRPF* FindPathRecord(std::int32_t pathOffset) const;
-  /// None after a load; see `ReadColortableIndexSection`.
+  /// 0 after a load; see `ReadColortableIndexSection`.
   int GetColortableRecordSize() const;
   const tagColortableIndexRecordRPF* GetColortableRecordAt(int index) const;
 
@@ -57,7 +60,7 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
   /// name. A path without a backslash has its first character as directory. Empty where there is no such frame, or it
   /// has no name. `GetFramePath` is the one that opens.
   XString GetFrameFilename(int index) const;
-  /// The same of the first frame in that place.
+  /// The same of the first frame in that place; empty for a place without a frame.
   XString GetFrameFilename(int row, int col, int boundary) const;
 
   /// The path of a frame file on this system: the folder of the table of contents, the stored path and the name. A part
@@ -68,11 +71,13 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
   XString GetFramePath(int index, bool mayLeaveFolder = false) const;
 
  protected:
-  // Each takes the open file and the head of it in memory, either of which may be null.
+  // Each takes the open file and the head of it in memory; either may be null. 1 or 0.
 
+  /// The boundary rectangles, in place of those before; 0 for a file without any.
   int ReadBoundaryRectangleSection(XFile* file, const unsigned char* buffer, int bytes);
+  /// The frame files and their paths, in place of those before.
   int ReadFrameFileIndexSection(XFile* file, const unsigned char* buffer, int bytes);
-  /// Not part of a load.
+  /// The colour table records. A load does not read them: a derived class calls this.
   int ReadColortableIndexSection(XFile* file, const unsigned char* buffer, int bytes);
 
  private:

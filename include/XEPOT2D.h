@@ -41,10 +41,12 @@ class ZRKIO_API XEPOT2D {
                int levels, int compression);
   /// Lets go of the file.
   void Close();
+  /// Whether the store is bound to a file and can be read.
   bool IsOpen() const { return store_ != nullptr; }
 
   /// Bytes of the store in its file; 0 before `SetImage`.
   std::int64_t GetSize() const;
+  /// The number of reduced images below image 0; 0 before `SetImage`.
   int GetLevels() const;
 
   /// Fills the buffer, whose shape is the request, with the pixels from column `left` and row `top` of an image on. 0

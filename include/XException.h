@@ -20,7 +20,7 @@ class ZRKIO_API XException : public XObject {
   /// Shows the failure through the message box handler, and waits for the answer.
   virtual void ReportError();
 
-  /// An error number of the system; 0 where none is known.
+  /// The error number that the thrower gave; 0 for an unknown cause.
   unsigned long GetCause() const { return cause_; }
 
   /// Throws an `XException` by value. It never returns.

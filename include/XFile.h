@@ -11,8 +11,8 @@ namespace zrk {
 class DiskFile;
 }
 
-/// A file of more than 2 GiB as well as a small one. Nothing here throws: an operation that fails says so by its
-/// result, and every operation on a closed file fails.
+/// A file with 64-bit lengths. Nothing here throws: an operation that fails says so by its result. Reads and writes of
+/// a closed file fail.
 ///
 /// `Read`, `Write` and `Seek` share one file position, in bytes from the beginning, and serve one thread at a time.
 /// `ReadAt` and `WriteAt` leave it alone and may be called from many threads at once. The object closes its file with
@@ -24,14 +24,21 @@ class ZRKIO_API XFile {
   /// where the file system offers locks. A lock that another holds fails `kShareExclusive` and every opening that may
   /// write; a file opened with `kRead | kShareDenyWrite` is then read without a lock.
   enum OpenFlags : unsigned {
+    /// For reading. The file has to be there.
     kRead = 0,
+    /// For writing, and for both. The file has to be there, unless `kCreate` is added; what it holds stays.
     kWrite = 1,
     kReadWrite = 2,
+    /// Takes a lock that goes with no other lock on the file. An opening that takes no lock still succeeds.
     kShareExclusive = 0x10,
+    /// Takes a lock that readers with this flag may share. A writer has it alone.
     kShareDenyWrite = 0x20,
+    /// Takes no lock, as without a sharing flag.
     kShareDenyNone = 0x40,
+    /// Makes an empty file, or empties the one that is there. It needs a right to write.
     kCreate = 0x1000,
   };
+  /// Where `Seek` counts from: the beginning, the file position, or the end.
   enum SeekOrigin { kBegin = 0, kCurrent = 1, kEnd = 2 };
 
   XFile();
@@ -40,14 +47,16 @@ class ZRKIO_API XFile {
   XFile& operator=(const XFile&) = delete;
 
   /// Opens `path`, closing what was open before. 1 on success. On 0 the object is closed and `GetLastErrorText` has the
-  /// reason. Unknown flags, several sharing flags, and `kCreate` without a right to write are refused.
+  /// reason. Unknown flags, several sharing flags, and `kCreate` without a right to write are refused. So is everything
+  /// that is not a regular file: a folder, a pipe, a device.
   int Open(const XString& path, unsigned flags);
-  /// Closes the file, whose path and position are then empty and 0. It does nothing to a closed one. What was written
-  /// may still be on its way to the medium: `Flush` waits for that.
+  /// Closes the file and forgets its path and position. A closed object stays as it is. What was written may still be
+  /// on its way to the medium: call `Flush` before where that matters.
   void Close();
+  /// Whether a file is open.
   bool IsOpen() const { return file_ != nullptr; }
 
-  /// Reads up to `count` bytes at the file position and moves it on; answers the bytes read. Fewer than
+  /// Reads up to `count` bytes at the file position and moves it on; the result is the number of bytes read. Fewer than
   /// asked for means the end of the file or an error.
   std::int64_t Read(void* buffer, std::int64_t count);
   /// Writes all of `count` bytes at the file position and moves it on; 1. On 0 the position stays, and part of the
@@ -62,9 +71,11 @@ class ZRKIO_API XFile {
   /// Moves the position by `offset` from the origin; the result is the new one. It may lie behind the end. A position
   /// before the beginning gives -1, and the old one stays.
   std::int64_t Seek(std::int64_t offset, SeekOrigin origin);
+  /// Moves the position to the first byte.
   void SeekToBegin() { Seek(0, kBegin); }
+  /// Moves the position behind the last byte; the result is the length of the file, or -1.
   std::int64_t SeekToEnd() { return Seek(0, kEnd); }
-  /// 0 after an opening, and for a closed file.
+  /// Bytes from the beginning of the file; 0 after an opening.
   std::int64_t GetPosition() const { return position_; }
 
   /// Bytes in the file now, asked anew each time; -1 for a closed file and where the system can't tell.
@@ -92,7 +103,7 @@ class ZRKIO_API XFile {
   static int Rename(const XString& from, const XString& to);
   /// Deletes a file; 1, or 0 where it can't be deleted or is not there.
   static int Remove(const XString& path);
-  /// Whether something of that name exists, be it a file or a folder.
+  /// Whether something of that name exists: a file, a folder or anything else.
   static bool Exists(const XString& path);
 
  private:

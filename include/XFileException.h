@@ -19,7 +19,7 @@ class ZRKIO_API XFileException : public XException {
   /// The name as it was given to the call that failed; empty for an unknown file. It lives as long as the exception.
   const XString& GetFileName() const { return fileName_; }
 
-  /// Throws an `XFileException` by value.
+  /// Throws an `XFileException` by value, with a copy of the name. It never returns.
   [[noreturn]] static void ThrowError(unsigned long cause, XString fileName);
 
  private:

@@ -10,10 +10,12 @@ enum XFormatId {
   kFormatZRM = 0x65,
   /// TIFF and GeoTIFF, BigTIFF among them.
   kFormatTIF = 0x66,
+  /// JPEG and Windows bitmaps. A world file beside the image is their georeference.
   kFormatJPG = 0x67,
   kFormatBMP = 0x68,
   /// Terrain heights of one cell.
   kFormatDTED = 0x69,
+  /// Wavelet images.
   kFormatSID = 0x6A,
   kFormatJP2 = 0x6B,
   /// Single frames of raster map products: grey images, and maps in colour.
@@ -22,6 +24,7 @@ enum XFormatId {
   /// No extension leads to these two.
   kFormatHAWK = 0x6E,
   kFormatNITFIMG = 0x6F,
+  /// HFA files have the extension "img".
   kFormatHFA = 0x70,
   /// No extension leads here. The first bytes of a file do.
   kFormatHDF4 = 0x71,
@@ -32,7 +35,9 @@ enum XFormatId {
   kFormatTXID = 0x75,
   /// Vector formats, from 0x3E9 on.
   kFormatXVC = 0x3E9,
+  /// Shapefiles; the tables beside the file belong to it.
   kFormatSHP = 0x3EA,
+  /// Drawings. They have no system of their own: the caller gives it.
   kFormatDGN = 0x3EB,
   kFormatDLG = 0x3EC,
   kFormatDXF = 0x3ED,

@@ -20,6 +20,7 @@ class XList {
 
   /// The number of elements, without a walk over them.
   int GetCount() const { return static_cast<int>(elements_.size()); }
+  /// Whether the list has no element. `GetHead` and `GetTail` need one.
   bool IsEmpty() const { return elements_.empty(); }
 
   /// Adds a copy in front of all others. Every other element gets an index larger by 1.

@@ -10,6 +10,7 @@ class XObject;
 /// them. The address of a record tells classes apart, and the name is for people.
 class ZRKIO_API XRuntimeClass {
  public:
+  /// The texts and the base have to live as long as the record. `X_IMPLEMENT_RUNTIME_CLASS` makes the call.
   constexpr XRuntimeClass(const char* name, int bytes, unsigned schemaNumber, XObject* (*create)(),
                           const XRuntimeClass* base)
       : className(name), objectSize(bytes), schema(schemaNumber), createObject(create), baseClass(base) {}
@@ -25,13 +26,15 @@ class ZRKIO_API XRuntimeClass {
   unsigned schema;
   /// Makes an object of the class. Null for every class here, since loaders and callers make them.
   XObject* (*createObject)();
-  const XRuntimeClass* baseClass;  ///< null for `XObject`
+  /// The record of the direct base class; null for `XObject`.
+  const XRuntimeClass* baseClass;
 };
 
 /// The root class. It gives an object a class that can be asked at run time, and a virtual destructor, so that an
 /// object may be deleted through a pointer to any base. Objects are copied by their own class and not through this one.
 class ZRKIO_API XObject {
  public:
+  /// Destroys the whole object, through a pointer to any base.
   virtual ~XObject();
   /// The record of the object's own class; never null.
   virtual const XRuntimeClass* GetRuntimeClass() const;
@@ -46,6 +49,7 @@ class ZRKIO_API XObject {
   bool IsKindOf(const XRuntimeClass* wanted) const { return GetRuntimeClass()->IsDerivedFrom(wanted); }
 
  protected:
+  /// For derived classes alone: an object that is only an `XObject` is of no use.
   XObject() = default;
   XObject(const XObject&) = default;
   XObject& operator=(const XObject&) = default;

@@ -10,7 +10,7 @@
 ZRKIO_API XString XfnGetFileName(const XString& path);
 /// The file name without its extension and dot.
 ZRKIO_API XString XfnGetFileTitle(const XString& path);
-/// What follows the last dot of the file name, without the dot; empty where there is none.
+/// What follows the last dot of the file name, without the dot; empty for a name without a dot.
 ZRKIO_API XString XfnGetFileExt(const XString& path);
-/// What stands before the file name, its separator included; empty where there is none.
+/// What stands before the file name, its separator included; empty for a path without a folder.
 ZRKIO_API XString XfnGetFileFolder(const XString& path);

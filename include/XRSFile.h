@@ -50,7 +50,7 @@ class ZRKIO_API XRSFile : public XObject {
 
   /// Loaders store the full path in both.
   const XString& GetName() const { return name_; }
-  /// The name is for people. It need not be a path, and nothing is opened by it.
+  /// Any text. The name stands in for the path of a dataset without one.
   void SetName(const XString& name) { name_ = name; }
   /// The path of the open file if there is one, otherwise the path stored. The name is its part behind the last folder,
   /// the title is the name without its extension.
@@ -86,6 +86,7 @@ class ZRKIO_API XRSFile : public XObject {
   /// Sets of control points, as with regions.
   void AddGCPSet(tagGCPSets* gcps);
   int GetNumOfGCPSet() const { return static_cast<int>(gcpSets_.size()); }
+  /// Null for an index outside the list.
   tagGCPSets* GetGCPSetAt(int index) const;
   /// Spectral signatures, as with regions.
   void AddSIGSet(XRSSIG* sig);
@@ -96,16 +97,18 @@ class ZRKIO_API XRSFile : public XObject {
   int GetThreshold1() const { return threshold1_; }
   void SetThreshold1(int threshold1) { threshold1_ = threshold1; }
 
-  /// Square matrices of the number of bands at the time they were set, row by row; null where not set.
+  /// A square matrix of the number of bands at the time it was set, row by row; null until it is set. The array belongs
+  /// to the dataset and is valid until it is set again.
   double* GetCorrelationMatrix() { return correlationMatrix_.empty() ? nullptr : correlationMatrix_.data(); }
-  /// The same for covariances; both arrays belong to the dataset, and stay until they are set again.
+  /// The same for covariances.
   double* GetCovarianceMatrix() { return covarianceMatrix_.empty() ? nullptr : covarianceMatrix_.data(); }
   /// Copies `numBands` * `numBands` values. Null, and a number that is not positive, remove the matrix. The caller sees
   /// to it that `numBands` is the number of bands: another number is kept but not saved.
   void SetCorrelationMatrix(const double* values, int numBands);
   /// As the one above, for covariances.
   void SetCovarianceMatrix(const double* values, int numBands);
-  /// Whether the correlation matrix is there and its first element is not `kNotSet`.
+  /// Whether the correlation matrix is set and its first element is not `kNotSet`. It says nothing of the statistics of
+  /// single bands.
   bool HasValidStatistics() const;
 
   /// Free text about the dataset; empty at first.
@@ -127,7 +130,7 @@ class ZRKIO_API XRSFile : public XObject {
   /// The band's own record, not a copy: a change of it changes the band. It is empty for an unknown system.
   XSpatialReference* GetSR() const;
 
-  // Both answer 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is
+  // Both give 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is
   // beyond the limits of `XLimits.h`, or does not hold together.
 
   /// Reads a native raster file into a dataset without bands, which then owns the open file; name and path become

@@ -14,7 +14,7 @@ class XThread;
 ///
 /// A file of the name is replaced when the new one is whole and on the medium, and stays where the save fails or is
 /// stopped; a symbolic link remains one. Until then the new file stands beside it, under the name with "_tmp" behind
-/// it. What there is of a file that was not finished stays: beside the old file, or under the name where there is none.
+/// it. What was written of an unfinished file stays: beside an old file of the name, or else under the name itself.
 /// It is known as unfinished by its header. An empty file of the name is filled where it lies. The file that the
 /// dataset came from is never replaced.
 ///

@@ -17,8 +17,8 @@ class XThread;
 /// loaded on different threads. `thread` carries progress and cancel and may be null. Level data and statistics never
 /// fail a load, so `err` may hold their message beside a result of 1.
 ///
-/// A load of a null dataset answers 0 with "Not Valid XRSFile", unless it says otherwise.
-/// A loader or save of a format that this build can't handle answers 0 with a sentence that names the format;
+/// A load of a null dataset gives 0 with "Not Valid XRSFile", unless it says otherwise.
+/// A loader or save of a format that this build can't handle gives 0 with a sentence that names the format;
 /// `XfnGetFormats` tells beforehand which can be read. A load that fails leaves the dataset as it was.
 class ZRKIO_API XRSFileIO {
  public:
@@ -129,7 +129,7 @@ class ZRKIO_API XRSFileIO {
   /// The name of the level file that belongs to a raster: its extension replaced by "xld". The path itself where that
   /// is its extension, in any letter case.
   static XString GetFileNameXLD(XString path);
-  // Level data. All answer 0 without a sentence for a null dataset.
+  // Level data. All give 0 without a sentence for a null dataset.
 
   /// Whether the raster's level file is there and belongs to the dataset, whose bands get their statistics and
   /// descriptive fields from it then.
@@ -137,16 +137,16 @@ class ZRKIO_API XRSFileIO {
   /// Builds the level file of the raster, in place of one that is there: with `kLevelStatistics` the short form, with
   /// `kLevelAsk` and `kLevelBuild` the full one. 0 without a sentence for `kLevelNone`. See `XRSFile2XLD`.
   static int CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
-  /// Attaches the level data of a raster, which is built first where there is none that can be used, as `levelMode`
-  /// says; `kLevelAsk` asks the operator by a message box. The bands that can have level data then have a `ZRMBandXLD`.
-  /// 0, with nothing attached, where no level data was found or made, where its file is damaged, where it is of
-  /// another image, and for a dataset that goes by another file name than `path`; what the text of such a file brought
+  /// Attaches the level data of a raster. Level data that is missing or can't be used is built first, as `levelMode`
+  /// says; `kLevelAsk` asks the operator by a message box. After a 1 the bands that can have level data have a
+  /// `ZRMBandXLD`. 0, with nothing attached, where no level data was found or made, where the file is damaged or of
+  /// another image, and for a dataset whose file has another name than `path`. What the text of such a file brought
   /// into the dataset stays there.
   static int LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
   /// Gives the projection in the level file of the dataset another one; pyramids and all else stay.
   static int UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err);
 };
 
-/// Whether every band of the dataset has level data, be it of its own: a native raster's bands pass, and bands with a
-/// `ZRMBandXLD`, also one that holds statistics only. A dataset without bands passes; null does not.
+/// Whether every band of the dataset has level data. The bands of a native raster have their own, and pass. So do bands
+/// with a `ZRMBandXLD`, also with one that holds statistics only. A dataset without bands passes; null does not.
 ZRKIO_API bool XfnIsValidZRMLevelData(XRSFile* file);

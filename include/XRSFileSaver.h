@@ -21,6 +21,7 @@ struct XRSScanSensorParam;
 /// a time; where memory runs out `std::bad_alloc` is thrown.
 class ZRKIO_API XRSFileSaver {
  public:
+  /// A saver without an output file, whose document is not opened yet.
   XRSFileSaver();
   ~XRSFileSaver();
   XRSFileSaver(const XRSFileSaver&) = delete;
@@ -111,7 +112,8 @@ class ZRKIO_API XRSFileSaver {
   /// All spectral signatures.
   void CopySIGDataSetAll(XRSFile* dataset);
 
-  /// The text so far, in ISO-8859-1. It may be asked at any time, and more may be written afterwards.
+  /// The text so far. Its declaration names ISO-8859-1, and texts of the dataset are in it byte for byte. It may be
+  /// asked at any time, and more may be written afterwards.
   XString GetXML() const;
   /// Writes the text behind the last body and then, once all is on the medium, its offset into the header: the file is
   /// complete from that moment on. 1, or 0 without an output file, before `WriteInitTags`, and where it can't be

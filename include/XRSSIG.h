@@ -17,8 +17,11 @@ struct XRSSIG {
   unsigned char blue = 255;
   /// Pixels of the training area; 0 for an unknown number.
   std::int64_t numSamples = 0;
+  /// The smallest sample.
   std::vector<double> minimum;
+  /// The largest sample.
   std::vector<double> maximum;
+  /// The mean of the samples.
   std::vector<double> mean;
   /// Bands by bands, row by row: the value of bands i and j is at i * bands + j.
   std::vector<double> covariance;

@@ -37,6 +37,7 @@ struct XSarParam {
 struct XSarBeam {
   /// The beam, as the operator numbers them.
   int beamNumber = 0;
+  /// The angle of the first gain, which may be negative, and the step to the next.
   double firstAngle = 0.0;
   double angleStep = 0.0;
   /// In decibel.

@@ -5,18 +5,20 @@
 
 #include <memory>
 
-/// What a spatial reference knows: nothing, that there is a system which nobody named, or the system.
+/// What a spatial reference knows: nothing, only that there is a system, or the system itself.
 enum XReferenceKind { kReferenceNone = 1, kReferenceUnknown = 2, kReferenceKnown = 3 };
 
 /// A coordinate reference system. Axis order is always x (longitude, easting) before y. Copies are independent and cost
-/// nothing. Operations answer 1 for success and 0 for failure; a failed import leaves the reference empty.
+/// nothing. Operations give 1 for success and 0 for failure; a failed import leaves the reference empty.
 ///
 /// One object may be read from several threads at once. Imports, `Clear` and assignment change the object, so that one
 /// thread alone may call them. Nothing here throws but `std::bad_alloc`.
 class ZRKIO_API XSpatialReference {
  public:
+  /// An empty reference, of the kind `kReferenceNone`.
   XSpatialReference();
   ~XSpatialReference();
+  /// A copy shares the system behind it, which nobody changes.
   XSpatialReference(const XSpatialReference& other);
   XSpatialReference& operator=(const XSpatialReference& other);
 
@@ -48,6 +50,7 @@ class ZRKIO_API XSpatialReference {
 
   /// A value of `XReferenceKind`. A reference starts with 1; a successful import sets 3, and `Clear` 1.
   int GetCoordinateKind() const { return coordinateKind_; }
+  /// For loaders that know that there is a system and not which. It changes no system.
   void SetCoordinateKind(int coordinateKind) { coordinateKind_ = coordinateKind; }
 
  private:

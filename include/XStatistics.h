@@ -16,8 +16,8 @@ ZRKIO_API int XfnXARR2CalcStatistics(const tagXArr2* buffer, int dataType, doubl
 // The elements of statistics over a band that comes block by block. `data` is a block of `xSize` by `ySize` samples of
 // one of the eight scalar data types, row by row, and of it the window x0..x1 by y0..y1 counts, which may reach beyond
 // the block: INT_MIN, INT_MAX, INT_MIN, INT_MAX is all of it. Samples equal to `nullValue` and samples that are not
-// finite are left out. Both answer 0, with all that they accumulate as it was, for null data, sizes that are not
-// positive or another data type; a block of which nothing counts adds nothing and is no failure.
+// finite are left out. Both give 0, with all that they accumulate as it was, for null data, sizes that are not
+// positive or another data type; a block without a sample that counts adds nothing and is no failure.
 
 /// Adds a block to the sums, the range and the count. Before the first block they are 0.0, 0.0, `kNotSet`, -`kNotSet`
 /// and 0.

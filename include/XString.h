@@ -24,6 +24,7 @@ concept OtherText = std::convertible_to<Text, std::string_view> && !std::same_as
 /// library know. It has no state of its own.
 class ZRKIO_API XString : public std::string {
  public:
+  /// The empty text.
   XString() = default;
   /// Copies up to the terminator. A null pointer gives the empty text.
   XString(const char* text) : std::string(text ? text : "") {}
@@ -99,6 +100,7 @@ class ZRKIO_API XString : public std::string {
 
   /// A new text of both. The other side may be anything that a `std::string_view` can be made of.
   friend XString operator+(const XString& a, const XString& b) { return XString(a) += std::string_view(b); }
+  /// The same with the `XString` on the left, and below with it on the right.
   template <zrk::OtherText Text>
   friend XString operator+(const XString& a, Text&& b) {
     return a + XString(b);
@@ -110,6 +112,7 @@ class ZRKIO_API XString : public std::string {
 
   /// Comparison goes byte by byte and ignores the locale. Letter case counts.
   friend bool operator==(const XString& a, std::string_view b) { return a.compare(b) == 0; }
+  /// These two are there so that no call is ambiguous.
   friend bool operator==(const XString& a, const XString& b) { return a == std::string_view(b); }
   friend bool operator==(const XString& a, const std::string& b) { return a == std::string_view(b); }
   /// A null pointer equals the empty text.
@@ -118,5 +121,6 @@ class ZRKIO_API XString : public std::string {
   friend auto operator<=>(const XString& a, std::string_view b) { return std::string_view(a) <=> b; }
   friend auto operator<=>(const XString& a, const XString& b) { return a <=> std::string_view(b); }
   friend auto operator<=>(const XString& a, const std::string& b) { return a <=> std::string_view(b); }
+  /// A null pointer counts as the empty text.
   friend auto operator<=>(const XString& a, const char* b) { return a <=> std::string_view(b ? b : ""); }
 };

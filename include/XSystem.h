@@ -8,7 +8,7 @@
 /// The physical memory that programs could still take, in percent of all there is; 100.0 where it can't be told.
 ZRKIO_API double XfnGetAvailablePhysicalMemoryInPercent();
 
-/// Whether the folder of `path` has room for that many bytes; 1 where that can't be told, else 1 or 0.
+/// Whether the folder of `path` has room for that many bytes; 1 or 0. It is 1 too where the system can't tell.
 ZRKIO_API int XfnIsDiskSpaceEnough(const XString& path, std::int64_t bytes);
 
 /// A name in the system's folder for temporary files that begins with `prefix` and that no file has yet. The

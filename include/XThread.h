@@ -29,7 +29,10 @@ class ZRKIO_API XMessageTarget {
 /// read by others after it is done, or on its own thread within `PostMessage`.
 class ZRKIO_API XThread {
  public:
+  /// What the state word asks of the operation: to go on, or to stop soon.
   enum State { kStateRun = 0, kStateStop = 1 };
+  /// How an operation ended. `kResultNone` stands for one that has not ended. `kResultText` is no end: a text was
+  /// reported last.
   enum ResultCode { kResultNone = 0, kResultSuccess = 1, kResultFailure = 2, kResultCancel = 3, kResultText = 5 };
 
   /// `target` takes the messages; it may be null and must outlive this object.
@@ -56,15 +59,18 @@ class ZRKIO_API XThread {
   /// Maps `percent` (0 to 100) into the range set, posts it as a whole number, and waits while suspended. A percentage
   /// outside 0 to 100 is cut to it, and what is not a number counts as 0.
   void CallbackPercent(double percent);
-  /// The share of the whole that the next operation fills, in percent; 0 to 100 at first.
+  /// The share of the whole that the next operation fills, in percent; 0 to 100 at first. The caller of several
+  /// operations gives each of them a part.
   void SetPercentRange(int first, int last);
   void GetPercentRange(int& first, int& last) const;
   /// Stores `code` as the result and posts `value`. The forms below store their own code and post 0.
   void Callback(int code, long value);
+  /// The operation has succeeded.
   void CallbackSuccess();
   /// Keeps a copy of `text` for `GetMessageText`, as `CallbackText` does. A text is a message on the way and ends
   /// nothing.
   void CallbackFail(const XString& text);
+  /// The operation has stopped because it was asked to.
   void CallbackCancel();
   void CallbackText(const XString& text);
   /// Stores `code` as the result, and `text` with it, but posts nothing.

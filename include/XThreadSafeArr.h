@@ -14,6 +14,7 @@
 /// A pool of lines. It is destroyed when no thread uses its lines any more.
 class ZRKIO_API XThreadSafeArr1 {
  public:
+  /// An empty pool; memory is taken with the first request of a thread.
   XThreadSafeArr1();
   ~XThreadSafeArr1();
 

@@ -7,8 +7,9 @@
 #include <vector>
 
 /// Reader and writer of a world file: six lines of text beside an image that place it in the world. Line 1 is the pixel
-/// size in x, line 4 that in y, lines 5 and 6 are the origin; lines 2 and 3 (rotation) are passed over.
-/// Each number is `kNotSet` until read; a line that is missing leaves its number unset.
+/// size in x, line 4 that in y, lines 5 and 6 are the origin; lines 2 and 3 (rotation) are passed over. Each number is
+/// `kNotSet` until read; a line that is missing leaves its number unset. An object serves one thread while it reads,
+/// and any number afterwards. Nothing here throws but `std::bad_alloc`.
 class ZRKIO_API XWorldFile {
  public:
   virtual ~XWorldFile();

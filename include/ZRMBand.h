@@ -42,7 +42,7 @@ class ZRKIO_API ZRMBand : public XBand {
 
   /// The level for a picture of `width` by `height` pixels of the area between four places, which are world coordinates
   /// in any order. Only the size of the area counts, so that it may reach beyond the image. 0 for an area of less than
-  /// a pixel, and where a pixel size is 0.
+  /// a pixel.
   int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1, double cornerX2,
                                double cornerY2, double cornerX3, double cornerY3, int width, int height) override;
   using XBand::GetHighestLevelForTarget;
@@ -54,8 +54,8 @@ class ZRKIO_API ZRMBand : public XBand {
   /// also for the band itself; 0 for null.
   int CloneBand(ZRMBand* source) override;
 
-  /// The band that takes the level data of this one: itself or a band behind it. Null where the band can have none. It
-  /// is not owned by the caller.
+  /// The band that takes the level data of this one: itself, or a band behind it. Null for a band that can have no
+  /// level data. It is not owned by the caller.
   ZRMBandDRIO* GetLevelSource() const { return levelSource_; }
   /// The band whose samples this one shows, or null: itself, unless it shows one that is hidden behind it.
   ZRMBand* GetShownBand() const { return shownBand_; }
@@ -84,13 +84,15 @@ class ZRKIO_API ZRMBand : public XBand {
 
   // Fields.
 
-  /// The dataset that holds the band, or null; not owned.
+  /// The dataset that holds the band, or null; not owned. The pointer is valid as long as the band is, since the
+  /// dataset deletes its bands.
   XRSFile* GetXRSFile() const { return owner_; }
   /// `XRSFile::AddBand` calls it. A band of no dataset works as well.
   void SetXRSFile(XRSFile* owner) { owner_ = owner; }
   /// What the samples mean: 8 (`kBandTypeThematic`) for class numbers, 0 for anything else. Thematic bands are reduced
   /// to their most frequent sample where others are averaged.
   int GetBandType() const { return bandType_; }
+  /// Set it before level data is built: it decides how levels are made.
   void SetBandType(int bandType) { bandType_ = bandType; }
 
   /// The system of the world coordinates. It belongs to the band and lives as long; a change through the pointer
@@ -102,12 +104,14 @@ class ZRKIO_API ZRMBand : public XBand {
   /// A value of `XCoordinateKind`, `kCoordinatePixel` at first. It tells whether corner and pixel sizes mean a place in
   /// the world; the conversions above work with them in either case.
   int GetCoordinateKind() const { return coordinateKind_; }
+  /// Changes no numbers: what was a pixel coordinate is then read as a world coordinate.
   void SetCoordinateKind(int coordinateKind) { coordinateKind_ = coordinateKind; }
 
-  /// The place of the upper left corner in world units: where column 0 and row 0 begin. At first 0.0 both. Formats that
-  /// give the centre of the first pixel keep that here; their band classes say so.
+  /// The place of the upper left corner in world units: where column 0 and row 0 begin. 0.0 both at first. A format
+  /// that gives the centre of the first pixel keeps that here; its band class says so.
   double GetULX() const { return ulx_; }
   double GetULY() const { return uly_; }
+  /// Moves the image in the world. The samples and the file stay.
   void SetULX(double ulx) { ulx_ = ulx; }
   void SetULY(double uly) { uly_ = uly; }
   void SetUpperLeft(double ulx, double uly) {
@@ -117,8 +121,10 @@ class ZRKIO_API ZRMBand : public XBand {
   /// World units per pixel, at first 1.0. A negative or zero size is kept as it is.
   double GetXPixelSize() const { return xPixelSize_; }
   double GetYPixelSize() const { return yPixelSize_; }
+  /// Changes the scale of the image in the world, and not the number of its pixels.
   void SetXPixelSize(double xPixelSize) { xPixelSize_ = xPixelSize; }
   void SetYPixelSize(double yPixelSize) { yPixelSize_ = yPixelSize; }
+  /// Both at once; see above.
   void SetPixelSize(double xPixelSize, double yPixelSize) {
     xPixelSize_ = xPixelSize;
     yPixelSize_ = yPixelSize;
@@ -126,6 +132,7 @@ class ZRKIO_API ZRMBand : public XBand {
   /// Nonzero where world coordinates are normalised to the image. It is kept for files that have it, and the
   /// conversions do not look at it. 0 at first.
   int IsNormalizedWorld() const { return normalizedWorld_; }
+  /// Kept as it is; it moves no coordinates.
   void SetNormalizedWorld(int normalizedWorld) { normalizedWorld_ = normalizedWorld; }
 
   /// The image centre in pixels, as the file tells it. 0 at first; it is not computed from the size.
@@ -135,6 +142,7 @@ class ZRKIO_API ZRMBand : public XBand {
     centerX = centerX_;
     centerY = centerY_;
   }
+  /// In pixels; not checked against the size of the band.
   void SetCenterX(int centerX) { centerX_ = centerX; }
   void SetCenterY(int centerY) { centerY_ = centerY; }
   void SetCenter(int centerX, int centerY) {
@@ -147,6 +155,7 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetSceneOrient(double sceneOrient) { sceneOrient_ = sceneOrient; }
   /// Of the sensor, above the ground, in metres; 0 for an unknown one.
   int GetAltitude() const { return altitude_; }
+  /// A whole number of metres.
   void SetAltitude(int altitude) { altitude_ = altitude; }
   /// Of the line of sight against the vertical at the centre, in degrees; 0.0 for an unknown one. Radar bands have
   /// three more in `XSarParam`.
@@ -161,6 +170,7 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetBandSensor(long bandSensor) { bandSensor_ = bandSensor; }
   /// Of the middle of the band, in the unit of its file; 0.0 for an unknown one.
   double GetWaveLength() const { return waveLength_; }
+  /// In whatever unit the caller uses for all bands of the dataset.
   void SetWaveLength(double waveLength) { waveLength_ = waveLength; }
   /// The sensor as text; empty for an unknown one.
   const XString& GetBandSensorName() const { return bandSensorName_; }
@@ -169,17 +179,19 @@ class ZRKIO_API ZRMBand : public XBand {
   /// Nonzero where the pixel's place follows from the sensor model and not from corner and pixel sizes. 0 at first. The
   /// conversions of this class do not use the model.
   int GetUseSensorModel() const { return useSensorModel_; }
+  /// Kept for modules that have a sensor model.
   void SetUseSensorModel(int useSensorModel) { useSensorModel_ = useSensorModel; }
   /// Focal length and detector cell size, in millimetres; 0.0 for unknown ones.
   double GetFocalLength() const { return focalLength_; }
   double GetCellSize() const { return cellSize_; }
+  /// Kept as they are, for modules that have a sensor model.
   void SetFocalLength(double focalLength) { focalLength_ = focalLength; }
   void SetCellSize(double cellSize) { cellSize_ = cellSize; }
   /// The band's own record, or null. It is valid until the next `SetScanSensorParam`.
   XRSScanSensorParam* GetScanSensorParam() const { return scanSensorParam_.get(); }
   /// Keeps a deep copy, so that the caller frees its own. Null removes the record.
   void SetScanSensorParam(const XRSScanSensorParam* scanSensorParam);
-  /// Which corner the sensor's rows begin at, as its file has it; empty where it has none.
+  /// Which corner the sensor's rows begin at, in the words of its file; empty for an unknown one.
   const XString& GetOriginCorner() const { return originCorner_; }
   /// Kept as it is. Words such as "Lower" and "Left" in it mean something to sensor models.
   void SetOriginCorner(const XString& originCorner) { originCorner_ = originCorner; }
@@ -210,6 +222,7 @@ class ZRKIO_API ZRMBand : public XBand {
   /// A sample's physical value is sample * gain + bias. Reads give samples, never these values. 1.0 and 0.0 at first.
   double GetGain() const { return gain_; }
   double GetBias() const { return bias_; }
+  /// A change of gain or bias changes no sample and no statistics.
   void SetGain(double gain) { gain_ = gain; }
   void SetBias(double bias) { bias_ = bias; }
 
@@ -244,7 +257,7 @@ class ZRKIO_API ZRMBand : public XBand {
   int GetSarMode() const { return sarParam_.mode; }
   /// A mode other than 0 makes this a radar band, so that files get its radar parameters.
   void SetSarMode(int mode) { sarParam_.mode = mode; }
-  /// Whether the band has radar parameters, that is a mode other than 0.
+  /// Whether the band has radar parameters, that is a mode other than 0. Files keep them for such bands alone.
   bool IsSarBand() const { return sarParam_.mode != 0; }
 
   /// In hertz, as the other frequencies; angles are in degrees, lengths in metres, times in seconds.
@@ -258,13 +271,14 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetChirpDuration(double value) { sarParam_.chirpDuration = value; }
   /// Nonzero where the frequency rises within a pulse.
   int GetUpChirp() const { return sarParam_.upChirp; }
+  /// Nonzero for a rising frequency.
   void SetUpChirp(int value) { sarParam_.upChirp = value; }
   /// True at first, as the flag is 0 then.
   bool IsDownChirp() const { return sarParam_.upChirp == 0; }
   /// Of the received signal.
   double GetSamplingFrequency() const { return sarParam_.samplingFrequency; }
   void SetSamplingFrequency(double value) { sarParam_.samplingFrequency = value; }
-  /// Pulses a second.
+  /// Pulses a second; 0.0 for an unknown number.
   double GetPRF() const { return sarParam_.prf; }
   void SetPRF(double value) { sarParam_.prf = value; }
   /// At the near edge, the centre and the far edge of the swath.

@@ -21,7 +21,7 @@ class ZRKIO_API ZRMBand2DMem : public ZRMBand {
   /// Makes a buffer of the band's own, with all samples 0. 0, with the band as it was, for sizes that are not positive,
   /// a data type that is not scalar, or where memory ran out.
   int SetSourceMemory(int xSize, int ySize, int dataType);
-  /// The buffer that is shown; null where there is none.
+  /// The buffer that is shown; null before one is set.
   tagXArr2* GetSourceMemory() const;
 
   /// A copy, so that the result stays as it is when the memory changes. Level n takes every 2^n-th sample and row.

@@ -17,6 +17,7 @@ class XThread;
 /// honours the level by taking every 2^level-th pixel.
 class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
+  /// Where the pixels are read from: nowhere yet, memory of the process, the file, or a mapping of the file.
   enum SourceType { kSourceNone = 0, kSourceMemory = 1, kSourceFile = 2, kSourceView = 3 };
 
   /// Null makes a master; with a master this is a follower that shares its size and place. Not owned.

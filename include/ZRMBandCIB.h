@@ -8,6 +8,7 @@ class XThread;
 /// resolution whatever the level.
 class ZRKIO_API ZRMBandCIB : public ZRMBandFile<ZRMBand> {
   X_DECLARE_RUNTIME_CLASS
+  /// A band without a frame, of which no read succeeds.
   ZRMBandCIB();
   ~ZRMBandCIB() override;
 

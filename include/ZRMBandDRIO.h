@@ -37,7 +37,7 @@ class ZRKIO_API ZRMBandDRIO : public ZRMBand {
   void SetBandXLD(std::nullptr_t) { HoldLevelData(nullptr, nullptr); }
 
  protected:
-  /// Asks the level-data band for the window; 0 where there is none or it declines.
+  /// Asks the level-data band for the window; 0 without such a band, and where it declines.
   int ReadFromLevelData(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) const;
 
  private:

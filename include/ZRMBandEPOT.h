@@ -7,7 +7,7 @@
 
 /// A band over a pyramid store: the band of native raster files, and the store behind the level data of others.
 ///
-/// Levels are those of the store: level n is its image n, and a level that it has not fails the read. Several threads
+/// Levels are those of the store: level n is its image n, and a read of any other level fails. Several threads
 /// may read it at once, and write windows that share no tile.
 class ZRKIO_API ZRMBandEPOT : public ZRMBand {
   X_DECLARE_RUNTIME_CLASS

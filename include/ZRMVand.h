@@ -35,7 +35,7 @@ struct tagXVectorLayer {
 /// a dataset is deleted by it.
 class ZRKIO_API ZRMVand : public XObject {
   X_DECLARE_RUNTIME_CLASS
-  /// The kinds of `LoadFile`.
+  /// The kinds of `LoadFile`, one for each vector format. A build may lack the reader of some.
   enum Kind { kKindXVC = 1, kKindDXF = 2, kKindDGN = 3, kKindDLG = 4, kKindSHP = 5, kKindNITF = 6, kKindKML = 7 };
 
   ZRMVand();

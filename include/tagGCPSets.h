@@ -27,5 +27,6 @@ struct tagGCPSets {
   XString name;
   /// The system of the map coordinates as WKT; empty for an unknown one. The text is kept as it is and not checked.
   XString projectionWkt;
+  /// In the order in which the source lists them; it may be empty.
   std::vector<tagGCP> points;
 };

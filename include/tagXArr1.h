@@ -25,8 +25,10 @@ struct ZRKIO_API tagXArr1 {
   /// The first sample, or null for an empty record. The memory belongs to the record and is 64-byte aligned. Callers
   /// index it and never free or replace it.
   unsigned char* data = nullptr;
-  int size = 0;         ///< in samples
-  int elementSize = 0;  ///< in bytes
+  /// Samples in the line; 0 for an empty record.
+  int size = 0;
+  /// Bytes of a sample, as given to `Alloc`.
+  int elementSize = 0;
 
  private:
   struct Impl;

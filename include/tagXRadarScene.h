@@ -5,9 +5,11 @@
 /// What is known of a radar acquisition as a whole; what is known of one band is in `XSarParam`. A dataset that a
 /// record is given to owns it. Native files keep all fields. The library computes nothing from them.
 struct tagXRadarScene {
-  /// Names as the source of the image has them; empty for unknown ones.
+  /// The platform. All three names are as the source of the image has them, and empty for unknown ones.
   XString satellite;
+  /// Which beam or swath was used.
   XString beamMode;
+  /// As "HH" or "VV": sent and received.
   XString polarization;
   /// Revolutions since launch as the operator counts them; 0 for an unknown number.
   int orbitNumber = 0;
