@@ -35,7 +35,7 @@ constexpr int kColumnHeaderBytes = 8;
 constexpr int kHeightBytes = 2;
 constexpr int kColumnsPerRead = 64;
 
-/// Reports columns one by one; answers how many of them may be read before the thread is asked to stop.
+/// Reports columns one by one, and answers how many of them may be read before the thread is asked to stop.
 int ReportColumns(XThread* thread, int first, int count, int total) {
   if (!thread) return count;
   for (int i = 0; i < count; ++i) {

@@ -52,7 +52,7 @@ class PlaneRows final : public zrk::JpegRows {
   ImageSize expected_;
 };
 
-/// Takes the rows of a window of a grey image; without a buffer it takes none, for callers that only ask whether the
+/// Takes the rows of a window of a grey image. Without a buffer it takes none, for callers that only ask whether the
 /// image can be decoded.
 class GreyWindow final : public zrk::JpegRows {
  public:
@@ -72,6 +72,7 @@ class GreyWindow final : public zrk::JpegRows {
 
  private:
   bool IsWanted(int y) const { return out_ && y >= request_.y0 && y <= request_.y1; }
+  /// Whole rows need no copy of their own on the way.
   bool GoesStraight(int y) const { return IsWanted(y) && request_.Width() == expected_.width; }
 
   ImageSize expected_;
@@ -183,6 +184,7 @@ std::shared_ptr<const Planes> ZRMBandJPG::Impl::ObtainPlanes(XThread* thread, co
     decoding.lock();
     if (auto known = GetPlanes()) return known;
   }
+  // The planes are published when all of them are decoded, and are not touched again.
   auto fresh = std::make_shared<Planes>();
   PlaneRows rows(*fresh, GetExpectedSize());
   if (!DecodeFile(thread, cancel, rows)) return nullptr;
@@ -191,6 +193,7 @@ std::shared_ptr<const Planes> ZRMBandJPG::Impl::ObtainPlanes(XThread* thread, co
   return fresh;
 }
 
+/// The file is opened anew, so that an open band holds no descriptor.
 int ZRMBandJPG::Impl::DecodeFile(XThread* thread, const int* cancel, zrk::JpegRows& rows) const {
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return 0;

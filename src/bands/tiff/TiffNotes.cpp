@@ -51,7 +51,7 @@ constexpr Compression kCompressions[] = {
     {50002, "JPEG XL"},
 };
 
-/// The name of a compression, or null for one that has none here.
+/// The name of a compression, or null where the list has none.
 const char* NameCompression(int number) {
   const auto* const found = std::ranges::find(kCompressions, number, &Compression::number);
   return found == std::end(kCompressions) ? nullptr : found->name;

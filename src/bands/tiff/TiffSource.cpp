@@ -31,7 +31,7 @@ bool LiesPlain(const TiffLayout& layout) {
   return layout.GetReader() == TiffReader::kOddBits && (!tags.isSwapped || tags.bitsPerSample % 8 != 0);
 }
 
-/// Bytes of a row of a block whose samples are packed without gaps; empty where they are beyond all measure.
+/// The bytes of a row of a block whose samples are packed without gaps, or nothing where no number holds them.
 std::optional<std::int64_t> CountRowBytes(const TiffSource& source) {
   const auto pixelBits = std::int64_t{source.SamplesTogether()} * source.layout.tags.bitsPerSample;
   const auto bits = CheckedMultiply(pixelBits, source.layout.tags.blockWidth);

@@ -108,6 +108,7 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
   });
 }
 
+/// The grid is counted for the band's own data type, which callers can set.
 int ZRMBandGTIFF::InitBlockInfo() {
   Impl& impl = GetImpl();
   const zrk::TiffGrid grid = impl.image ? zrk::CountTiffBlocks(impl.GetTags(), GetDataType()) : zrk::TiffGrid{};

@@ -107,6 +107,7 @@ void CoveragePicture::Fill(const Pixels& pixels, Colour colour) {
   }
 }
 
+/// Frames outside the grid of their rectangle are left out.
 void CoveragePicture::DrawFrames(const XCIBtoc& toc, const Rectangle& rectangle, const std::vector<Frame>& frames) {
   const tagBoundaryRectangleRecordRPF& boundary = *toc.GetBoundaryRecAt(rectangle.boundary);
   const Box& box = rectangle.box;
@@ -129,6 +130,7 @@ void CoveragePicture::DrawFrames(const XCIBtoc& toc, const Rectangle& rectangle,
   }
 }
 
+/// Larger rectangles come first, so that smaller ones are drawn over them.
 bool CoveragePicture::Draw(const XCIBtoc& toc, int maxSize, XThread& thread, std::string& err) {
   std::vector<Rectangle> rectangles;
   for (int i = 0; i < toc.GetBoundaryRecSize(); ++i) {
@@ -150,6 +152,7 @@ bool CoveragePicture::Draw(const XCIBtoc& toc, int maxSize, XThread& thread, std
   return true;
 }
 
+/// The picture holds one byte a pixel, which the palette turns into colours row by row.
 bool CoveragePicture::Write(PngWriter& png, std::string& err) const {
   if (!png.Begin(shape_, err)) return false;
   const auto width = static_cast<std::size_t>(shape_.width);
