@@ -44,7 +44,7 @@ void SetSlot(FileSlot& slot, const std::string& path) {
   slot.isSet = true;
 }
 
-/// A signal between jobs is a second one, because nothing is left to clear up.
+/// A signal between jobs ends the program at once, because there is no work that could stop.
 void OnSignal(int signalNumber) {
   int* word = stateWord;
   if (!word || wasAsked.exchange(true)) {

@@ -124,6 +124,7 @@ bool Convert(const Options& options, XThread& thread, WorkReport& report, std::s
   const tagXFormat* const format = FindTargetFormat(options.output, err);
   if (!format || !Open(options, source, thread, err)) return false;
   report = WorkReport(CountSampleBytes(source.Chosen(), source.window));
+  // Types are looked at before the target is begun, so that a refusal leaves nothing behind.
   if (!HasSamplesFor(*format->writer, source.Chosen(), options.bands, err)) return false;
   // The row tells whether a world file belongs to the format.
   const auto write = format->writer->worldFile ? &WriteWithWorldFile : &WriteAlone;

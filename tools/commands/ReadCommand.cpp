@@ -55,7 +55,7 @@ std::unique_ptr<SampleSink> MakeTable(const ZRMBand& band, const Window& window,
   return nullptr;
 }
 
-/// The type is looked at before the file is opened, so that a refusal leaves no trace.
+/// The type is looked at before the output is opened, so that a refusal leaves no trace.
 std::unique_ptr<SampleSink> MakeFileSink(const ZRMBand& band, const Options& options, OutputFile& output,
                                          std::string& err) {
   const bool isPng = HasPngExtension(options.output);

@@ -135,6 +135,7 @@ bool TargetFile::Create() {
 bool TargetFile::Begin(const std::string& path, const std::string& input, std::string& err) {
   path_ = path;
   target_ = FollowLinks(path);
+  // The image is still being read while its own file would be replaced.
   if (AreSameFile(path, input)) {
     err = "the output would take the place of this file";
     return false;

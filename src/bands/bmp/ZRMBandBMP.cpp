@@ -54,6 +54,7 @@ class RowUnpacker {
     if (info.bmiHeader.biBitCount == 8) tables_ = MakeTables(info);
   }
 
+  /// The two layouts that most files have are split by kernels of their own.
   void Unpack(const unsigned char* source, std::size_t count, unsigned char* const* target) const {
     if (tables_) {
       UnpackIndexed(source, count, target);

@@ -73,7 +73,7 @@ class HdfWalk {
   }
 
  private:
-  /// Leaves the place of the next block in `block`.
+  /// Leaves the offset of the next block in `block`.
   bool TakeBlock(std::int64_t& block) {
     std::array<unsigned char, kBlockHeaderBytes> bytes;
     if (!ReadRecord(file_, block, bytes)) return false;

@@ -132,6 +132,7 @@ int ZRMBandJPG::ReadFile(XString path, XString& err, XThread*) {
   return 1;
 }
 
+/// The file before is given up first, so that a failed open leaves nothing to read.
 int ZRMBandJPG::Impl::Open(const XString& from, zrk::JpegHeader& header, XString& err) {
   {
     const std::lock_guard lock(planesMutex);

@@ -42,6 +42,7 @@ std::optional<std::int64_t> CountRowBytes(const TiffSource& source) {
 
 }  // namespace
 
+/// The last row of blocks may reach below the image, and a file may end where its image does.
 std::int64_t TiffSource::BytesInFile(int block) const {
   const std::int64_t height = layout.tags.height, blockHeight = layout.tags.blockHeight;
   const std::int64_t end = (block % BlocksPerPlane() / grid.across + 1) * blockHeight;

@@ -222,6 +222,8 @@ zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Decode(const zrk::ReadRequest& re
   return decoder && zrk::SampleTiff(*decoder, request, {&target, 1}, cancel) ? record : nullptr;
 }
 
+/// The open image is shared, so its decoders are freed for all bands. A follower asks its opener to free its results
+/// too.
 void ZRMBandGTIFF::Impl::FreeBuffers() {
   reads.Release();
   if (image) image->FreeDecoders();
@@ -298,6 +300,7 @@ int ZRMBandGTIFF::ReadBlockSplitBitmap(int blockX, int blockY, void* out, XStrin
   });
 }
 
+/// Whatever a former file has left is cleared first, so that a file without a place has none.
 void ZRMBandGTIFF::ReadCoordinateInfo(XString&) {
   SetCoordinateKind(kCoordinatePixel);
   GetSR()->Clear();

@@ -19,6 +19,7 @@ auto LoadAs(ZRMVand::Kind kind, const VectorCall& call) {
   return [kind, call](ZRMVand& vand) { return vand.LoadFile(call.path, kind, call.err, call.thread); };
 }
 
+/// Without a system of the caller's nothing is changed.
 auto CopySystem(const XSpatialReference* sr) {
   return [sr](ZRMVand& vand) {
     if (sr) vand.SetSR(*sr);

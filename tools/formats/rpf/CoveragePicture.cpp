@@ -71,6 +71,7 @@ std::vector<CoveragePicture::Frame> CoveragePicture::FindFrames(const XCIBtoc& t
   return frames;
 }
 
+/// One scale serves both directions, and the longer side is as long as was asked for, within the limit.
 void CoveragePicture::SetShape(const std::vector<Rectangle>& rectangles, int maxSize) {
   extent_ = rectangles.front().box;
   for (const Rectangle& rectangle : rectangles) {

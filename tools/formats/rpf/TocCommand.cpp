@@ -22,7 +22,7 @@ struct Options {
   bool anywhere = false;
   bool json = false;
 
-  /// `--missing` lists frames outside too, because their files were not found.
+  /// `--missing` lists frames outside the folder too, whose files were not looked for.
   bool Lists(FrameState state) const { return frames || (missing && state != FrameState::kThere); }
 };
 
