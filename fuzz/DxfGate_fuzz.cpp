@@ -1,3 +1,5 @@
+// The input is a drawing. The gate looks at it with a small and with a larger depth of nesting allowed.
+
 #include "geo/DxfGate.h"
 #include "MemoryDisk.h"
 

@@ -1,6 +1,8 @@
-// The planes of a frame take 7 MB, and a system that gives them fresh to each run spends more time on that than the run
-// on its input. So large blocks of aligned memory, which is what pixels lie in, are kept for the next run. What is kept
-// is poisoned, so that a use after the end of its life is still seen, and a step beyond a block is seen as ever.
+// The planes of a frame take 7 MB. A system that gives them fresh to each run spends more time on that than the run
+// spends on its input. So large blocks of aligned memory, which is where pixels lie, are kept for the next run.
+//
+// A block that is kept is poisoned, so that a use after the end of its life is still seen. A step beyond a block is
+// seen as ever.
 
 #include <sanitizer/asan_interface.h>
 

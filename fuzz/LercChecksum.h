@@ -7,9 +7,9 @@
 #include <span>
 #include <string_view>
 
-// LERC blobs begin with "Lerc2 ", their version and a checksum of all that follows it; their length stands 16 or 20
-// bytes behind the checksum, by version. A changed blob is refused at its checksum, and so the code behind it is
-// reached only where that is set right.
+// LERC blobs begin with "Lerc2 ", their version and a checksum of all that follows it. Their length stands 16 or 20
+// bytes behind the checksum, by version. A changed blob is refused at its checksum. So the code behind it is reached
+// only where the checksum is set right.
 
 namespace lerc {
 
@@ -17,7 +17,7 @@ inline constexpr std::string_view kMark = "Lerc2 ";
 inline constexpr std::size_t kChecksumPlace = 10;
 inline constexpr std::size_t kSumPlace = 14;
 
-/// Fletcher's sum of bytes taken as words of which the high byte comes first.
+/// Fletcher's sum of bytes that are taken as words with the high byte first.
 inline std::uint32_t Checksum(std::span<const std::uint8_t> bytes) {
   std::uint32_t sum1 = 0xFFFF, sum2 = 0xFFFF;
   for (std::size_t i = 0; i < bytes.size(); i += 2) {

@@ -17,7 +17,7 @@ inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char*
   XRSFile file;
   XString err;
   if (!XRSFileIO::LoadFileRaster(&file, id, path, err, 0, kLevelNone, nullptr)) return;
-  // A few of thousands of channels, each of which decodes the same block again, tell as much as all of them.
+  // Each channel decodes the same block again, so a few of thousands of channels tell as much as all of them.
   const int step = std::max(1, file.GetNumOfBands() / 8);
   for (int i = 0; i < file.GetNumOfBands(); i += step) {
     ZRMBand& band = *file.GetBandAt(i);

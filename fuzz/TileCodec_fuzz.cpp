@@ -1,3 +1,6 @@
+// The input is one compressed tile with its shape. The decoder writes to room for just that tile. Checksums are set
+// right most of the time, since the decoder would stop at a wrong one.
+
 #include "codec/TileCodec.h"
 #include "LercChecksum.h"
 #include "XDataType.h"

@@ -1,3 +1,6 @@
+// The input is a table of contents in a folder with one more file. Everything that a caller can ask of the table is
+// asked. A path that leads out of the folder without having been asked for ends the run.
+
 #include "MemoryDisk.h"
 #include "XCIBtoc.h"
 #include "XFile.h"

@@ -1,3 +1,6 @@
+// The input is a world file. All edges that follow from it are worked out, for images of no size up to a very large
+// one.
+
 #include "MemoryDisk.h"
 #include "XWorldFile.h"
 

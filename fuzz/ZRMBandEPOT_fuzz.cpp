@@ -6,7 +6,7 @@
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
-/// What a file may rightly make the library allocate is held small, so that what is allocated wrongly stands out.
+/// Limits are small, so that memory that is taken wrongly stands out from memory that a file may rightly ask for.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   tagXLimits limits;
   limits.imagePixels = 1 << 22;

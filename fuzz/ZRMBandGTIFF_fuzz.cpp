@@ -1,3 +1,6 @@
+// The input is a TIFF file. It is read as any raster is, and then by what only bands of this format have: directories,
+// single blocks by every reader, and corners.
+
 #include "RasterFuzz.h"
 
 #include "XLimits.h"

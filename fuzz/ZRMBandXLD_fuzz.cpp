@@ -1,6 +1,6 @@
-// The input is a level file, which lies beside a bitmap that is always the same: 41 x 30 pixels of 24 bits. Its bands
-// have no levels of their own, and so take the short form only; stores are reached through a dataset whose one band has
-// some.
+// The input is a level file, which lies beside a bitmap that is always the same: 41 x 30 pixels of 24 bits. The bands
+// of the bitmap have no levels of their own and so take the short form only. Stores are reached through a dataset whose
+// bands have levels.
 
 #include "MemoryDisk.h"
 #include "Xepot.h"
@@ -66,7 +66,7 @@ void ReadLevels(XRSFile& dataset) {
   }
 }
 
-/// What can't be written must say so.
+/// The disk is read-only, so an update must say that it failed.
 void Update(XRSFile& dataset) {
   XSpatialReference sr;
   XString err;

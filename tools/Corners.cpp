@@ -54,6 +54,7 @@ Json DescribePoints(const Points& points) {
   return json;
 }
 
+/// Null for an image without a system, and where nothing leads from its system to WGS 84.
 Json DescribeLonLat(const Points& points, const XSpatialReference& sr) {
   XSpatialReference wgs84;
   if (sr.IsEmpty() || !wgs84.SetWellKnownGeogCS("WGS84")) return nullptr;

@@ -49,6 +49,7 @@ class BandView : public ZRMBand, public XJointReader {
     return XfnReadBands(sources, x0, x1, y0, y1, cancel, out);
   }
 
+  /// Memory is freed in both places where it may lie.
   int CleanupMemory(int freeBuffers, int force) override {
     if (freeBuffers && IsMemoryWanted(force)) copies_.FreeCurrentThreadsBuffer();
     return source_.CleanupMemory(freeBuffers, force);

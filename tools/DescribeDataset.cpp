@@ -87,6 +87,7 @@ Json DescribeBand(ZRMBand& band, const tagXFormatNotes& notes) {
   return json;
 }
 
+/// Only a level file that opening attached is told of.
 Json DescribeLevelFile(const XRSFile& file, const std::string& path) {
   const LevelFileKind kind = GetLevelFileKind(file);
   if (kind == LevelFileKind::kNone) return nullptr;

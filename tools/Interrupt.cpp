@@ -12,6 +12,7 @@
 
 namespace {
 
+/// The state word of the job that runs. Null between jobs, when a signal has nothing to stop.
 std::atomic<int*> stateWord = nullptr;
 std::atomic<bool> wasAsked = false;
 
@@ -43,6 +44,7 @@ void SetSlot(FileSlot& slot, const std::string& path) {
   slot.isSet = true;
 }
 
+/// A signal between jobs ends the program at once, because there is no work that could stop.
 void OnSignal(int signalNumber) {
   int* word = stateWord;
   if (!word || wasAsked.exchange(true)) {

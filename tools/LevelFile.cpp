@@ -33,6 +33,7 @@ ZRMBandXLD* FindLevelBand(ZRMBand& band) {
   return levels && levels->GetFile() ? levels : nullptr;
 }
 
+/// Bands answer from the image again when nothing is attached.
 void DetachLevelFile(XRSFile& file) {
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
     if (ZRMBandDRIO* const source = file.GetBandAt(i)->GetLevelSource()) source->SetBandXLD(nullptr);

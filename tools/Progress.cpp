@@ -13,6 +13,7 @@
 
 namespace {
 
+/// Short jobs are over before a bar could be read.
 constexpr double kSecondsBeforeShown = 0.5;
 constexpr long kBarCells = 30;
 
@@ -43,6 +44,7 @@ std::string FormatBar(long percent, double seconds) {
 
 ProgressBar::ProgressBar(std::string title) : title_(std::move(title)), isTerminal_(isatty(STDERR_FILENO)) {}
 
+/// The line is wiped, so that it does not stay among the output.
 ProgressBar::~ProgressBar() {
   if (isShown_) std::fputs("\r\033[K", stderr);
 }

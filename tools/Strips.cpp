@@ -12,10 +12,12 @@
 
 namespace {
 
+/// Rows asked for at once, as far as memory for a strip allows.
 constexpr int kWantedRows = 512;
 
 }  // namespace
 
+/// Level 0 is the image itself, also where there is level data.
 StripReader::StripReader(ZRMBand& band, int level, const Window& window)
     : band_(band), levelBand_(level > 0 ? FindLevelBand(band) : nullptr), level_(level), window_(window) {}
 

@@ -40,6 +40,7 @@ void WorkReport::Finish(const std::string& path) {
   fileBytes_ = failure ? 0 : static_cast<std::int64_t>(size);
 }
 
+/// The shortest jobs take no time that a clock shows, and nothing is divided by 0.
 std::string WorkReport::GetText() const {
   const double megabytes = static_cast<double>(sampleBytes_) / 1e6;
   return FormatBytes(fileBytes_) +

@@ -53,7 +53,8 @@ const char* const kExamples =
     "The exit status is 0 where all went well, 1 where a file could not be handled,\n"
     "and 2 for a command that makes no sense.\n";
 
-/// Builds the command line's grammar and runs the subcommand that was chosen.
+/// Builds the grammar of the command line and runs the subcommand that was chosen. A bad command and a failed job have
+/// different exit statuses.
 int Run(int argc, char** argv) {
   CLI::App program("Looks into raster and vector files of remote sensing and mapping.", "zrkio");
   program.set_version_flag("--version", VersionText(), "Print the version and those of the libraries used");

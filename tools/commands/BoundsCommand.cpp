@@ -67,6 +67,7 @@ bool FindBounds(const std::string& path, Json& json, XThread& thread, std::strin
   return file != nullptr;
 }
 
+/// Tie points have no fixed order, so they are numbered and not named as corners.
 void PrintTiePoints(const Json& json) {
   std::printf("  source      tie points that the file lists\n");
   if (json["lonLat"].is_null()) PrintSystem(nullptr, "  ");
@@ -84,6 +85,7 @@ void PrintText(const Json& json) {
   if (!json["corners"].is_null()) PrintSystem(json["system"], "  ");
 }
 
+/// A stop ends the whole run, and a failure only the file at hand.
 int Run(const Options& options) {
   int status = 0;
   Json all = Json::array();

@@ -26,7 +26,7 @@ namespace {
 
 /// The share of decoding where an image is decoded as a whole.
 constexpr int kDecodePercent = 30;
-/// More than an image can have; it is written with as many as it can.
+/// More than an image can have. The writer makes as many as it can.
 constexpr int kMaxLevels = 30;
 
 struct Options {
@@ -39,7 +39,7 @@ struct Options {
   int workers = 0;
 };
 
-/// What is converted.
+/// The image, and the part of it that is written.
 struct Source {
   std::unique_ptr<XRSFile> file;
   std::unique_ptr<XRSFile> view;  ///< of `file`; null where all its bands are taken as they are
@@ -124,6 +124,7 @@ bool Convert(const Options& options, XThread& thread, WorkReport& report, std::s
   const tagXFormat* const format = FindTargetFormat(options.output, err);
   if (!format || !Open(options, source, thread, err)) return false;
   report = WorkReport(CountSampleBytes(source.Chosen(), source.window));
+  // Types are looked at before the target is begun, so that a refusal leaves nothing behind.
   if (!HasSamplesFor(*format->writer, source.Chosen(), options.bands, err)) return false;
   // The row tells whether a world file belongs to the format.
   const auto write = format->writer->worldFile ? &WriteWithWorldFile : &WriteAlone;

@@ -39,7 +39,7 @@ bool ComputeStatistics(XRSFile& file, XThread& thread, std::string& err) {
   return true;
 }
 
-/// What can be told of a file is told also where its statistics failed; null where nothing can.
+/// A file whose statistics failed is described all the same. The description is null where the file can't be opened.
 DatasetInfo DescribeFile(const Options& options, const std::string& path, JobResult& result) {
   DatasetInfo info;
   result = RunJob(path, [&](XThread& thread, std::string& err) {
@@ -61,6 +61,7 @@ int Run(const Options& options) {
     Json& json = info.json;
     if (!result.isDone) status = 1;
     if (result.wasStopped) break;
+    // People are told of each file as soon as it is known, machines of all in one array.
     if (!json.is_null() && !options.json) PrintInfo(info);
     // Machines get an object for each file, also for one that failed.
     if (json.is_null()) json = {{"file", path}};

@@ -80,11 +80,12 @@ std::int64_t CountSampleBytes(const XRSFile& file) {
 
 bool Build(XRSFile& file, const std::string& path, const Options& options, XThread& thread, std::string& remark,
            std::string& err) {
-  // What is built comes from the image alone, and not from the levels that it replaces.
+  // Levels are built from the image alone, and not from the levels that they replace.
   DetachLevelFile(file);
   WorkReport report(CountSampleBytes(file));
   if (!DecodeAhead(*file.GetBandAt(0), kDecodePercent, thread, err)) return false;
   const std::string levelFile = LevelFileName(path);
+  // The library builds beside the file that links lead to.
   const UnfinishedFile unfinished(FollowLinks(levelFile) + "_tmp");
   const int mode = options.statsOnly ? kLevelStatistics : kLevelBuild;
   XString reason;
@@ -108,11 +109,12 @@ bool Check(XRSFile& file, const std::string& path, XThread& thread, std::string&
   return true;
 }
 
+/// Only a level file that is whole gets a new system.
 bool UpdateSystem(XRSFile& file, const std::string& path, XSpatialReference& sr, XThread& thread, std::string& remark,
                   std::string& err) {
   if (!Check(file, path, thread, remark, err)) return false;
   XString reason;
-  // The library changes the system of any level file; what it can't be is refused here.
+  // The library gives any system to any level file. A system that does not fit the coordinates there is refused here.
   if (!XfnCanBePlacedIn(*file.GetBandAt(0), sr, reason)) {
     err = reason.AsStdString();
     return false;
@@ -148,6 +150,7 @@ int Run(const Options& options, XSpatialReference& sr) {
         RunJob(path, [&](XThread& thread, std::string& err) { return WorkOn(path, options, sr, thread, remark, err); });
     if (!result.isDone) status = 1;
     if (result.wasStopped) break;
+    // `RunJob` has told the failure.
     if (!result.isDone) continue;
     std::fprintf(stderr, "%s: %s\n", Printable(LevelFileName(path)).c_str(), Printable(remark).c_str());
   }

@@ -55,6 +55,7 @@ std::unique_ptr<SampleSink> MakeTable(const ZRMBand& band, const Window& window,
   return nullptr;
 }
 
+/// The type is looked at before the output is opened, so that a refusal leaves no trace.
 std::unique_ptr<SampleSink> MakeFileSink(const ZRMBand& band, const Options& options, OutputFile& output,
                                          std::string& err) {
   const bool isPng = HasPngExtension(options.output);
@@ -90,6 +91,7 @@ bool Read(const Options& options, XThread& thread, Shape& shape, std::string& er
       options.output.empty() ? MakeTable(*band, window, err) : MakeFileSink(*band, options, output, err);
   if (!sink) return false;
   StripReader strips(*band, options.level, window);
+  // Level data spares the decode.
   if (strips.ReadsImage() && !DecodeAhead(*band, kDecodePercent, thread, err)) return false;
   if (!ReadStrips(strips, *sink, thread, err)) return false;
   shape = {strips.GetWidth(), strips.GetHeight(), XfnGetDataTypeString(band->GetDataType())};

@@ -48,6 +48,7 @@ bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBan
   return false;
 }
 
+/// The picture gets its name only when all of it is written.
 bool View(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   std::vector<ZRMBand*> bands;
@@ -71,6 +72,7 @@ bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::stri
   return View(options, thread, shape, err);
 }
 
+/// The size is told on stderr, because the picture itself may go to standard output.
 int Run(const Options& options) {
   PngShape shape;
   const JobResult result =
@@ -94,6 +96,7 @@ const char* const kExamples =
     "up: green where the file is there, red where it is missing, grey where none is\n"
     "listed. It is as large as --max-size allows, up to 8192 pixels.\n";
 
+/// A factor for heights means nothing without the shading.
 void AddHillshadeOptions(CLI::App& command, Look& look) {
   CLI::Option* hillshade = command.add_flag("--hillshade", look.isShaded,
                                             "Shade one band of heights by light from the north-west, 45\n"

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-/// JSON has no infinities and nothing for what is not a number, so both are null.
+/// JSON knows finite numbers only, so all others become null.
 Json Number(double value) {
   return std::isfinite(value) ? Json(value) : Json();
 }
@@ -14,7 +14,7 @@ std::string Serialize(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace);
 }
 
-/// What was written as null is not a number again.
+/// Null comes back as a number that is printed as "nan".
 double GetNumber(const Json& json) {
   return json.is_null() ? NAN : json.get<double>();
 }

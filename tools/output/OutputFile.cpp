@@ -24,6 +24,7 @@ bool OutputFile::Open(const std::string& path, const std::string& input, std::st
     descriptor_ = STDOUT_FILENO;
     return true;
   }
+  // A new file would take the place of the pipe or the device.
   if (IsSpecialFile(path)) {
     descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
     if (descriptor_ < 0) return Fail(err);

@@ -43,7 +43,7 @@ bool PngWriter::Begin(const PngShape& shape, std::string& err) {
   png_set_write_fn(png_, this, &OnWrite, nullptr);
   return Run(
       [&] {
-        // The limits of libpng guard readers; images of this family are wider at times.
+        // The limits of libpng guard readers. Images of this family may be wider.
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         png_set_IHDR(png_, info_, static_cast<png_uint_32>(shape.width), static_cast<png_uint_32>(shape.height),
                      shape.bits, shape.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,

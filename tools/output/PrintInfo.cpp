@@ -32,6 +32,7 @@ void PrintPlace(const Json& place) {
   PrintSystem(place["system"], "  ");
 }
 
+/// A level file lies beside its image, so its name is enough.
 void PrintLevelFile(const Json& levelFile) {
   if (levelFile.is_null()) return;
   const bool isFull = levelFile["kind"] == "full";

@@ -25,7 +25,8 @@ int CreateNew(const std::string& path) {
   return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
 }
 
-/// A folder that can't be synced does not make the files in it any less whole.
+/// The new name is in the folder, which has a sync of its own. A folder that can't be synced does not make the files in
+/// it any less whole.
 void SyncFolderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
@@ -134,6 +135,7 @@ bool TargetFile::Create() {
 bool TargetFile::Begin(const std::string& path, const std::string& input, std::string& err) {
   path_ = path;
   target_ = FollowLinks(path);
+  // The image is still being read while its own file would be replaced.
   if (AreSameFile(path, input)) {
     err = "the output would take the place of this file";
     return false;
@@ -147,6 +149,7 @@ bool TargetFile::IsWritten() {
   return ::close(std::exchange(descriptor_, -1)) == 0;
 }
 
+/// The rename puts the new file in the place of the old one in a single step.
 bool TargetFile::Commit(std::string& err) {
   if (!IsWritten() || ::rename(unfinished_.c_str(), target_.c_str()) != 0) return Fail(err);
   unfinished_.clear();

@@ -22,6 +22,7 @@ bool IsContinuation(char byte) {
 
 }  // namespace
 
+/// A control character of two bytes becomes one mark.
 std::string Printable(std::string_view text) {
   std::string printable;
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -43,7 +43,7 @@ bool IsPlacedBy(const std::string& path, const std::string& worldFile) {
          std::ranges::any_of(WorldFilesOf(path), [&](const std::string& own) { return IsSamePath(own, worldFile); });
 }
 
-/// The name that writers of TIFF files give to a world file, whatever the extension.
+/// The name that writers of TIFF files give to a world file. They replace three characters, whatever the extension.
 std::string WorldFileByWriters(const std::string& path) {
   return path.substr(0, path.size() - 3) + "tfw";
 }
@@ -112,6 +112,7 @@ bool TiffTarget::Commit(std::string& err) {
   return true;
 }
 
+/// A signal that comes now must remove the world file, since the image already has its name.
 bool TiffTarget::CommitWorldFile(std::string& err) {
   SetUnfinishedFile(unfinishedWorldFile_);
   const bool isCommitted = ::rename(unfinishedWorldFile_.c_str(), worldFile_.c_str()) == 0;
@@ -121,6 +122,7 @@ bool TiffTarget::CommitWorldFile(std::string& err) {
   return isCommitted;
 }
 
+/// An old world file would place the new image where the old one lay.
 void TiffTarget::RemoveOldWorldFiles() const {
   for (const std::string& name : WorldFilesOf(path_)) {
     const bool isNew = hasPlace_ && IsSamePath(name, worldFile_);

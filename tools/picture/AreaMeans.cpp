@@ -127,7 +127,7 @@ void AreaMeans::AddLine(double weight) {
   }
 }
 
-/// A pixel none of whose samples is valid has no mean.
+/// A pixel without any valid sample has no mean.
 void AreaMeans::FinishRow() {
   for (std::size_t x = 0; x < sums_.size(); ++x) {
     means_[x] = weights_[x] > 0.0 ? sums_[x] / weights_[x] : std::numeric_limits<double>::quiet_NaN();

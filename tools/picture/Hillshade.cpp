@@ -26,7 +26,7 @@ bool IsInDegrees(const ZRMBand& band) {
   return band.GetSR()->IsGeographic() || IsElevationCell(band);
 }
 
-/// A step that a slope can be divided by; a band without one is taken to have pixels of one unit.
+/// A step that a slope can be divided by. A band without a usable pixel size is taken to have pixels of one unit.
 double UsableStep(double step) {
   return std::isfinite(step) && step != 0.0 ? step : 1.0;
 }

@@ -18,7 +18,7 @@
 
 namespace {
 
-/// The share of decoding in what is done with an image that is decoded as a whole.
+/// The share of decoding where an image is decoded as a whole.
 constexpr int kDecodePercent = 70;
 
 /// The samples that become 0 and 255.
@@ -26,6 +26,7 @@ struct Range {
   double low = 0.0;
   double high = 255.0;
 
+  /// A picture of one value is black, and so is a pixel without a sample.
   unsigned char Apply(double sample) const {
     if (!(high > low) || std::isnan(sample)) return 0;
     return static_cast<unsigned char>(std::clamp((sample - low) * 255.0 / (high - low) + 0.5, 0.0, 255.0));
@@ -109,6 +110,7 @@ bool Channel::ReadStrip(XThread& thread, std::string& err) {
   return true;
 }
 
+/// Shading is one row behind, and appends its rows when it has them.
 void Channel::TakeMeans(const std::vector<double>& means) {
   if (hillshade_) {
     hillshade_->Add(means, rows_);

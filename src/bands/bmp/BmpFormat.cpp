@@ -12,7 +12,7 @@ struct Bitmap {
   static constexpr const char* kWorldFile = ".bmw";
 };
 
-/// "BM" begins other texts too. The length of the info header, of which only the lowest byte is not 0, tells it apart.
+/// "BM" begins other texts too. The length of the info header tells a bitmap from these: only its lowest byte is not 0.
 bool IsBmp(FileHead head) {
   constexpr std::size_t kInfoLength = 14;
   return StartsWith(head, "BM") && HasBytesAt(head, kInfoLength + 1, std::string_view("\0\0\0", 3)) &&

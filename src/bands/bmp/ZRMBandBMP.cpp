@@ -29,7 +29,7 @@ namespace {
 constexpr std::int64_t kMapFrom = 32000000;  // image bytes; below that a copy is held in memory
 constexpr int kMaxLevel = 30;
 
-/// Where the channels red, green, blue and the fourth lie in a pixel of the file.
+/// Pixels hold blue, green, red and the fourth channel, in this order.
 constexpr std::array<int, 4> kByteOfChannel = {2, 1, 0, 3};
 
 using PaletteTables = std::array<std::array<unsigned char, 256>, 3>;
@@ -54,6 +54,7 @@ class RowUnpacker {
     if (info.bmiHeader.biBitCount == 8) tables_ = MakeTables(info);
   }
 
+  /// The two layouts that most files have are split by kernels of their own.
   void Unpack(const unsigned char* source, std::size_t count, unsigned char* const* target) const {
     if (tables_) {
       UnpackIndexed(source, count, target);
@@ -191,6 +192,7 @@ int ZRMBandBMP::Impl::ReadIntoMemory(const XFile& from, const zrk::BmpHeader& he
   return 1;
 }
 
+/// Results of the old image are forgotten, because a follower would find them otherwise.
 void ZRMBandBMP::Impl::Close() {
   sourceType = kSourceNone;
   data = nullptr;
@@ -302,7 +304,7 @@ bool ZRMBandBMP::Impl::HoldsRows(const zrk::ReadRequest& request) const {
   return end <= file->GetLength();
 }
 
-/// A request that is asked and can't be answered; it takes no memory.
+/// Records a request that was asked and can't be answered, without any memory for it.
 zrk::ChannelReads::Record* ZRMBandBMP::Impl::Fail(const zrk::ReadRequest& request) {
   reads.Begin(request, {});
   return nullptr;

@@ -7,6 +7,7 @@
 namespace zrk {
 namespace {
 
+/// The place of a cell stands in its header.
 struct Elevation {
   using Band = ZRMBandDTED;
   static constexpr ChannelNames kNames = ChannelNames::kWithFileName;

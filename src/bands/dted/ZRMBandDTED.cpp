@@ -35,7 +35,7 @@ constexpr int kColumnHeaderBytes = 8;
 constexpr int kHeightBytes = 2;
 constexpr int kColumnsPerRead = 64;
 
-/// Reports columns one by one; answers how many of them may be read before the thread is asked to stop.
+/// Reports columns one by one, and answers how many of them may be read before the thread is asked to stop.
 int ReportColumns(XThread* thread, int first, int count, int total) {
   if (!thread) return count;
   for (int i = 0; i < count; ++i) {
@@ -120,6 +120,7 @@ int ZRMBandDTED::OpenFile(const XString& path) {
   return 1;
 }
 
+/// A short leader will do, as long as it has the mark. Fields that it lacks are 0.
 bool ZRMBandDTED::Impl::ReadLeader(const XString& path) {
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return false;
   leader.resize(static_cast<std::size_t>(zrk::kDtedLeaderBytes));
@@ -180,6 +181,7 @@ int ZRMBandDTED::Impl::CountHeldColumns() const {
   return static_cast<int>(std::min<std::int64_t>((numBytes - 1) / CalcColumnBytes() + 1, longitudeLines));
 }
 
+/// The size that a file claims is held against the limits, and memory against the columns that it holds.
 bool ZRMBandDTED::Impl::MakeGrid() {
   grid = Grid();
   if (longitudeLines < 1 || latitudePoints < 1) return false;

@@ -6,12 +6,14 @@
 namespace zrk {
 namespace {
 
+/// Nothing in the files that are known tells a place, and no world file is looked for.
 struct Hdf4 {
   using Band = ZRMBandHDF4;
   static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
   static constexpr const char* kWorldFile = nullptr;
 };
 
+/// Extensions of these files vary, so they are known by their bytes alone.
 bool IsHdf4(FileHead head) {
   return StartsWith(head, "\x0E\x03\x13\x01");
 }

@@ -28,7 +28,8 @@ constexpr std::int64_t kFirstBlock = 4;
 constexpr std::size_t kBlockHeaderBytes = 6;
 constexpr std::size_t kDescriptorBytes = 12;
 
-// References have 16 bits, so that no real file has nearly as many descriptors; blocks have 16 of them unless told.
+// References have 16 bits, so that no real file has nearly as many descriptors. A block holds 16 of them unless its
+// maker asks for another number.
 constexpr std::size_t kMaxDescriptors = std::size_t{1} << 20;
 constexpr std::size_t kMaxBlocks = kMaxDescriptors / 16;
 
@@ -72,7 +73,7 @@ class HdfWalk {
   }
 
  private:
-  /// Leaves the place of the next block in `block`.
+  /// Leaves the offset of the next block in `block`.
   bool TakeBlock(std::int64_t& block) {
     std::array<unsigned char, kBlockHeaderBytes> bytes;
     if (!ReadRecord(file_, block, bytes)) return false;

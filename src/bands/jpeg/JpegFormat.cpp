@@ -17,7 +17,7 @@ bool IsJpeg(FileHead head) {
   return StartsWith(head, "\xFF\xD8\xFF");
 }
 
-// A colour image is decoded once and kept; a grey one is decoded again by every read.
+// A colour image is decoded once and kept. A grey one is decoded again by every read.
 
 bool IsDecodedWhole(ZRMBand& band) {
   return static_cast<ZRMBandJPG&>(band).GetDecodeRows() <= 1;

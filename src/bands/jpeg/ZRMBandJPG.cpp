@@ -52,7 +52,7 @@ class PlaneRows final : public zrk::JpegRows {
   ImageSize expected_;
 };
 
-/// Takes the rows of a window of a grey image; without a buffer it takes none, for callers that only ask whether the
+/// Takes the rows of a window of a grey image. Without a buffer it takes none, for callers that only ask whether the
 /// image can be decoded.
 class GreyWindow final : public zrk::JpegRows {
  public:
@@ -72,6 +72,7 @@ class GreyWindow final : public zrk::JpegRows {
 
  private:
   bool IsWanted(int y) const { return out_ && y >= request_.y0 && y <= request_.y1; }
+  /// Whole rows need no copy of their own on the way.
   bool GoesStraight(int y) const { return IsWanted(y) && request_.Width() == expected_.width; }
 
   ImageSize expected_;
@@ -131,6 +132,7 @@ int ZRMBandJPG::ReadFile(XString path, XString& err, XThread*) {
   return 1;
 }
 
+/// The file before is given up first, so that a failed open leaves nothing to read.
 int ZRMBandJPG::Impl::Open(const XString& from, zrk::JpegHeader& header, XString& err) {
   {
     const std::lock_guard lock(planesMutex);
@@ -183,6 +185,7 @@ std::shared_ptr<const Planes> ZRMBandJPG::Impl::ObtainPlanes(XThread* thread, co
     decoding.lock();
     if (auto known = GetPlanes()) return known;
   }
+  // The planes are published when all of them are decoded, and are not touched again.
   auto fresh = std::make_shared<Planes>();
   PlaneRows rows(*fresh, GetExpectedSize());
   if (!DecodeFile(thread, cancel, rows)) return nullptr;
@@ -191,6 +194,7 @@ std::shared_ptr<const Planes> ZRMBandJPG::Impl::ObtainPlanes(XThread* thread, co
   return fresh;
 }
 
+/// The file is opened anew, so that an open band holds no descriptor.
 int ZRMBandJPG::Impl::DecodeFile(XThread* thread, const int* cancel, zrk::JpegRows& rows) const {
   XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return 0;

@@ -20,7 +20,7 @@ static_assert(std::endian::native == std::endian::little);
 
 constexpr std::int64_t kWordBytes = 8;
 
-/// Eight bytes from `byte` on, the first one highest; 0 for those beyond the row.
+/// Eight bytes from `byte` on, the first one highest. Bytes beyond the row are 0.
 std::uint64_t LoadWord(PackedRow row, std::int64_t byte) {
   std::uint64_t word = 0;
   const std::int64_t available = std::min(row.numBytes - byte, kWordBytes);
@@ -110,7 +110,7 @@ std::uint32_t WidenReal24(std::uint32_t real) {
   std::uint32_t mantissa = real & kMantissaMask;
   if (exponent == kLargestExponent) return sign | kSingleInfinity | mantissa << 7;
   if (exponent == 0) {
-    // With none of the bits 0 to 13 there is nothing that could be shifted up to that bit.
+    // Without any of the bits 0 to 13 there is nothing that could be shifted up to that bit.
     if ((mantissa & (2 * kNormalBit - 1)) == 0) return sign;
     for (; !(mantissa & kNormalBit); mantissa <<= 1) --exponent;
     ++exponent;

@@ -22,7 +22,7 @@ std::unique_ptr<TiffHandle> OpenTiff(const XString& path) {
   return TiffHandle::Open(file.GetDiskFile(), path, std::make_shared<TiffMessages>(), TiffHandle::kTableBytes);
 }
 
-/// What leads from the system that the keys describe to WGS 84; null where they describe none.
+/// Leads from the system of the keys to WGS 84. Null where the keys describe no system, or nothing leads there.
 std::unique_ptr<XCoordinateTransformation> MakeTransformation(gtiff* keys) {
   XSpatialReference system, wgs84;
   if (!system.importFromWkt(XfnGTIFGetOGISDefn(keys)) || !wgs84.SetWellKnownGeogCS("WGS84")) return nullptr;

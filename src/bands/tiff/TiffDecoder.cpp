@@ -22,8 +22,8 @@ namespace {
 
 constexpr std::int64_t kColourBytes = 4;
 
-/// The largest piece of memory that libtiff may ask for: its tables and the packed bytes, beside blocks, of which it
-/// holds one for each colour.
+/// The largest piece of memory that libtiff may ask for. It has tables and packed bytes beside blocks, and for colours
+/// it holds a block of each.
 std::int64_t GetMostHandleBytes(const TiffSource& source) {
   return TiffHandle::kTableBytes + (source.layout.isRgba ? 6 : 2) * source.blockBytes;
 }
@@ -143,7 +143,7 @@ std::optional<TiffRows> TiffDecoder::DecodeColours(int blockX, int blockY) {
   return isPlainTile ? ColourPlainTile(blockX, blockY) : LetColour(blockX, blockY);
 }
 
-/// The decoder of JPEG as it once was goes on where it stopped, whatever block is asked for.
+/// libtiff's decoder of old JPEG goes on where it stopped, whatever block is asked for. Going back needs a fresh start.
 bool TiffDecoder::GoTo(int block) {
   const bool goesOn = block == nextBlock_ || nextBlock_ < 0;
   nextBlock_ = block + 1;

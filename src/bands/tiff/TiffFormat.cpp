@@ -9,18 +9,20 @@
 namespace zrk {
 namespace {
 
+/// World files are looked for by the band itself, because geokeys come first.
 struct Tiff {
   using Band = ZRMBandGTIFF;
   static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
   static constexpr const char* kWorldFile = nullptr;
 };
 
-/// The byte order and, in that order, 42 or for large files 43.
+/// A file begins with its order of bytes and, in that order, with 42. Large files have 43.
 bool IsTiff(FileHead head) {
   constexpr std::string_view kStarts[] = {{"II*\0", 4}, {"MM\0*", 4}, {"II+\0", 4}, {"MM\0+", 4}};
   return std::ranges::any_of(kStarts, [head](std::string_view start) { return StartsWith(head, start); });
 }
 
+/// Levels and a largest error are not for this writer, and its row says so.
 int SaveTiff(const SaveCall& call) {
   XRSFile2Tiff writer;
   writer.SetXRSFile(call.file);

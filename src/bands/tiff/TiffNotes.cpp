@@ -51,7 +51,7 @@ constexpr Compression kCompressions[] = {
     {50002, "JPEG XL"},
 };
 
-/// The name of a compression, or null for one that has none here.
+/// The name of a compression, or null where the list has none.
 const char* NameCompression(int number) {
   const auto* const found = std::ranges::find(kCompressions, number, &Compression::number);
   return found == std::end(kCompressions) ? nullptr : found->name;
@@ -151,7 +151,7 @@ XString FormatKinds(unsigned subfile) {
   return text;
 }
 
-/// Two lines behind the one with its number.
+/// A line with the number of the directory, and two lines about it.
 void AddDirectoryLines(const tagXTiffDirectory& directory, int number, std::vector<XString>& lines) {
   XString title, size;
   title.Format("directory %d", number);
@@ -173,6 +173,7 @@ void DescribeFurtherImages(const ZRMBandGTIFF& band, tagXFormatNotes& notes) {
   notes.values.push_back(List("directories", std::move(directories)));
 }
 
+/// Without a message machines get null, and people get no line.
 void DescribeMessage(const XString& message, tagXFormatNotes& notes) {
   notes.values.push_back(message.IsEmpty() ? tagXNote{.name = "message"} : Text("message", message));
   if (!message.IsEmpty()) notes.furtherLines.push_back("message     " + message);

@@ -45,6 +45,7 @@ bool PlaceByGeoKeys(ZRMBand& band, TIFF* tiff) {
   return true;
 }
 
+/// A world file tells a place and no system.
 bool PlaceByWorldFile(ZRMBand& band, TIFF* tiff) {
   const std::optional<TiffPlace> place = FindWorldPlace(TIFFFileName(tiff), band.GetXSize(), band.GetYSize());
   if (!place) return false;

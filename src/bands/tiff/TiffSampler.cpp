@@ -155,7 +155,7 @@ void TiffSampler::TakePacked(PackedRow row, std::int64_t firstByte, const TiffPi
     return;
   }
   UnpackBits(row, firstBit, pixelBits * piece.step, bits_, piece.numColumns, sampleBytes_, out);
-  // Zero is white in such an image. Mostly a ramp has become its palette, and then the tag says so and this is not met.
+  // A ramp has become the palette of most images in which 0 is white. Without one the bits themselves are turned.
   if (bits_ != 1 || samplesTogether_ != 1 || layout_.tags.photometric != PHOTOMETRIC_MINISWHITE) return;
   std::transform(out, out + piece.numColumns, out,
                  [](unsigned char bit) { return static_cast<unsigned char>(bit ^ 1); });

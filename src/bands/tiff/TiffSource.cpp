@@ -31,7 +31,7 @@ bool LiesPlain(const TiffLayout& layout) {
   return layout.GetReader() == TiffReader::kOddBits && (!tags.isSwapped || tags.bitsPerSample % 8 != 0);
 }
 
-/// Bytes of a row of a block whose samples are packed without gaps; empty where they are beyond all measure.
+/// The bytes of a row of a block whose samples are packed without gaps, or nothing where no number holds them.
 std::optional<std::int64_t> CountRowBytes(const TiffSource& source) {
   const auto pixelBits = std::int64_t{source.SamplesTogether()} * source.layout.tags.bitsPerSample;
   const auto bits = CheckedMultiply(pixelBits, source.layout.tags.blockWidth);
@@ -42,6 +42,7 @@ std::optional<std::int64_t> CountRowBytes(const TiffSource& source) {
 
 }  // namespace
 
+/// The last row of blocks may reach below the image, and a file may end where its image does.
 std::int64_t TiffSource::BytesInFile(int block) const {
   const std::int64_t height = layout.tags.height, blockHeight = layout.tags.blockHeight;
   const std::int64_t end = (block % BlocksPerPlane() / grid.across + 1) * blockHeight;

@@ -1,10 +1,12 @@
-// A window is put together block by block. The places x0 + i * 2^n and y0 + j * 2^n of the image tell which samples of
-// the result come out of a block, and where they land. Within the block they are taken from where the window enters it,
-// at 0 in every block but the first, and not from where the places lie: the phase of the sampling begins anew at each
-// seam, as the users of these levels know it.
+// A window is put together block by block. The positions x0 + i * 2^n and y0 + j * 2^n of the image tell which samples
+// of the result come out of a block, and where they land. Within the block, samples are taken from where the window
+// enters it, which is 0 in every block but the first. They are not taken from where the positions lie: the phase of the
+// sampling begins anew at each seam, as the users of these levels know it.
 //
-// A block that can't be read, or that the file leaves out, takes no room in its row of blocks: those behind it move up,
-// and what is missing at the end of the row is 0. Its rows stay, so that those below are in place.
+// A block that can't be read, or that the file leaves out, takes no room in its row of blocks. The blocks behind it
+// move up, and the end of the row is 0. The rows of the result stay in place.
+//
+// Plain blocks are read row by row out of the file, as much as the window needs. All others are decoded as a whole.
 
 #include "bands/tiff/TiffWindow.h"
 
@@ -21,7 +23,7 @@
 namespace zrk {
 namespace {
 
-/// What a block of one direction gives to the window.
+/// The part of the window that comes out of a block, in one direction.
 struct Share {
   int first = 0;  ///< of its samples in the result
   int count = 0;
@@ -55,6 +57,7 @@ class WindowReader {
     for (const TiffTarget& target : targets) samplers_.emplace_back(source_.layout, target.channel, isSwapped);
     outStride_ = std::int64_t{width_} * SampleBytes();
     if (CanSplit()) planes_.resize(targets.size());
+    // The length is asked once a window and not once a block.
     if (source_.isPlain) fileBytes_ = source_.file->File().Size();
   }
 
@@ -82,6 +85,7 @@ class WindowReader {
     return true;
   }
 
+  /// Buffers are used again, so the end of the row may hold samples of another window.
   void ClearRest(const Share& rows, int column) {
     if (column == width_) return;
     const std::int64_t taken = std::int64_t{column} * SampleBytes();
@@ -137,6 +141,7 @@ class WindowReader {
     }
   }
 
+  /// Whether all samples of the pixels are wanted, in their order and as they are.
   bool CanSplit() const {
     if (samplers_.size() < 2 || request_.level != 0) return false;
     for (std::size_t i = 0; i < samplers_.size(); ++i) {
@@ -191,7 +196,7 @@ class WindowReader {
     std::int64_t firstByte = 0, numBytes = 0;
     samplers_.front().FindBytes(piece, firstByte, numBytes);
     const std::int64_t stride = source_.rowBytes * piece.step;
-    // The sampler steps over rows of the block, so that what is put together has room for those that are left out.
+    // The sampler steps over rows of the block. The rows that are brought are laid out as if those between were there.
     const std::int64_t pitch = (numBytes + piece.step - 1) / piece.step * piece.step;
     const auto rowsAtOnce = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / pitch, 1, piece.numRows));
     for (int y = 0; y < piece.numRows; y += rowsAtOnce) {
@@ -206,6 +211,7 @@ class WindowReader {
     return true;
   }
 
+  /// Rows brought at once stay in the processor's cache until they are split.
   static constexpr std::int64_t kReadBytes = 256 << 10;
 
   TiffDecoder& decoder_;

@@ -108,6 +108,7 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
   });
 }
 
+/// The grid is counted for the band's own data type, which callers can set.
 int ZRMBandGTIFF::InitBlockInfo() {
   Impl& impl = GetImpl();
   const zrk::TiffGrid grid = impl.image ? zrk::CountTiffBlocks(impl.GetTags(), GetDataType()) : zrk::TiffGrid{};
@@ -221,6 +222,8 @@ zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Decode(const zrk::ReadRequest& re
   return decoder && zrk::SampleTiff(*decoder, request, {&target, 1}, cancel) ? record : nullptr;
 }
 
+/// The open image is shared, so its decoders are freed for all bands. A follower asks its opener to free its results
+/// too.
 void ZRMBandGTIFF::Impl::FreeBuffers() {
   reads.Release();
   if (image) image->FreeDecoders();
@@ -297,6 +300,7 @@ int ZRMBandGTIFF::ReadBlockSplitBitmap(int blockX, int blockY, void* out, XStrin
   });
 }
 
+/// Whatever a former file has left is cleared first, so that a file without a place has none.
 void ZRMBandGTIFF::ReadCoordinateInfo(XString&) {
   SetCoordinateKind(kCoordinatePixel);
   GetSR()->Clear();

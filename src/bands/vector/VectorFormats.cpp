@@ -19,6 +19,7 @@ auto LoadAs(ZRMVand::Kind kind, const VectorCall& call) {
   return [kind, call](ZRMVand& vand) { return vand.LoadFile(call.path, kind, call.err, call.thread); };
 }
 
+/// Without a system of the caller's nothing is changed.
 auto CopySystem(const XSpatialReference* sr) {
   return [sr](ZRMVand& vand) {
     if (sr) vand.SetSR(*sr);
@@ -64,7 +65,7 @@ bool IsDesign(FileHead head) {
   return StartsWith(head, "\x08\x09\xFE\x02") || StartsWith(head, "\xC8\x09\xFE\x02");
 }
 
-/// A text of groups, of which the first opens a section, or the mark of the binary form.
+/// A drawing is a text of groups, the first of which opens a section, or begins with the mark of the binary form.
 bool IsDrawing(FileHead head) {
   if (StartsWith(head, "AutoCAD Binary DXF\r\n")) return true;
   constexpr const char* kBlank = " \t\r\n";

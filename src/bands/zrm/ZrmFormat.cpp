@@ -22,6 +22,7 @@ bool IsNative(FileHead head) {
   return StartsWith(head, "ZRM.");
 }
 
+/// The dataset makes its own bands, so the shared shape of loaders does not fit.
 int LoadNative(const RasterCall& call) {
   if (call.file) return Fenced(call.err, [&] { return call.file->LoadFileZRM(call.path, call.err, call.thread); });
   call.err = kNotValidFile;
@@ -46,6 +47,7 @@ void TakeCornersOfSets(const XRSFile& file, const Corners& corners) {
   }
 }
 
+/// From the south-west on, against the clock.
 void TakeCornersOfRectangle(const XRSFile& file, const Corners& corners) {
   double west = kNotSet, east = kNotSet, south = kNotSet, north = kNotSet;
   file.GetBoundRect(west, east, south, north);

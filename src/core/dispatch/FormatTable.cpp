@@ -14,6 +14,7 @@ constexpr FormatRow Absent(int id, const char* name, const char* extensions,
   return {.format = {id, name, extensions, true, false, ""}, .isContent = isContent};
 }
 
+/// Marks of formats that can't be read yet are known too, so that a file with a wrong extension is named rightly.
 bool IsMrSid(FileHead head) {
   return StartsWith(head, "msid");
 }

@@ -20,7 +20,7 @@ int FailWith(XString& err, const XString& sentence) {
   return 0;
 }
 
-/// The row of a band, where there is a band.
+/// Questions about no band are answered as those about a band of no format.
 const zrk::FormatRow* RowOf(const ZRMBand* band) {
   return band ? zrk::FindRowOfBand(*band) : nullptr;
 }

@@ -19,6 +19,8 @@ XString WithNumbers(const char* name, int major, int minor, int patch) {
   return text;
 }
 
+/// Libraries are asked at run time where they tell, because the one that is loaded counts and not the one that was
+/// built with.
 XString DescribeGdal() {
   return XString("GDAL ") + GDALVersionInfo("RELEASE_NAME");
 }

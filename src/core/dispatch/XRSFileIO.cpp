@@ -240,6 +240,7 @@ int XRSFileIO::UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& e
   return file && sr ? zrk::UpdateLevelSystem(*file, *sr, err) : 0;
 }
 
+/// A dataset that is not there has no level data.
 bool XfnIsValidZRMLevelData(XRSFile* file) {
   return file && zrk::HasLevelData(*file);
 }

@@ -71,6 +71,7 @@ std::vector<CoveragePicture::Frame> CoveragePicture::FindFrames(const XCIBtoc& t
   return frames;
 }
 
+/// One scale serves both directions, and the longer side is as long as was asked for, within the limit.
 void CoveragePicture::SetShape(const std::vector<Rectangle>& rectangles, int maxSize) {
   extent_ = rectangles.front().box;
   for (const Rectangle& rectangle : rectangles) {
@@ -107,6 +108,7 @@ void CoveragePicture::Fill(const Pixels& pixels, Colour colour) {
   }
 }
 
+/// Frames outside the grid of their rectangle are left out.
 void CoveragePicture::DrawFrames(const XCIBtoc& toc, const Rectangle& rectangle, const std::vector<Frame>& frames) {
   const tagBoundaryRectangleRecordRPF& boundary = *toc.GetBoundaryRecAt(rectangle.boundary);
   const Box& box = rectangle.box;
@@ -129,6 +131,7 @@ void CoveragePicture::DrawFrames(const XCIBtoc& toc, const Rectangle& rectangle,
   }
 }
 
+/// Larger rectangles come first, so that smaller ones are drawn over them.
 bool CoveragePicture::Draw(const XCIBtoc& toc, int maxSize, XThread& thread, std::string& err) {
   std::vector<Rectangle> rectangles;
   for (int i = 0; i < toc.GetBoundaryRecSize(); ++i) {
@@ -150,6 +153,7 @@ bool CoveragePicture::Draw(const XCIBtoc& toc, int maxSize, XThread& thread, std
   return true;
 }
 
+/// The picture holds one byte a pixel, which the palette turns into colours row by row.
 bool CoveragePicture::Write(PngWriter& png, std::string& err) const {
   if (!png.Begin(shape_, err)) return false;
   const auto width = static_cast<std::size_t>(shape_.width);

@@ -7,12 +7,14 @@
 
 namespace {
 
+/// A file of this name is taken for a table whatever it holds, so that a damaged one gets its own sentence.
 bool HasNameOfToc(const std::string& path) {
   XString extension = XfnGetFileExt(path);
   extension.MakeLower();
   return extension == "toc";
 }
 
+/// Options that belong to rasters are refused and not passed over.
 bool ViewToc(const ViewRequest& request, const XCIBtoc& toc, XThread& thread, PngShape& shape, std::string& err) {
   if (request.hasBands) {
     err = "a table of contents has no bands";

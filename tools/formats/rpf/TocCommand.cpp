@@ -22,6 +22,7 @@ struct Options {
   bool anywhere = false;
   bool json = false;
 
+  /// `--missing` lists frames outside the folder too, whose files were not looked for.
   bool Lists(FrameState state) const { return frames || (missing && state != FrameState::kThere); }
 };
 
@@ -127,7 +128,7 @@ class TocReport {
   std::vector<FrameCounts> ofBoundaries_;
 };
 
-/// False where the work was stopped.
+/// Counts every frame. False where the work was stopped.
 bool TocReport::FindFrames(XThread& thread) {
   const FrameNumbering numbering = NumberingOf(toc_);
   const int count = toc_.GetFrameRecordSize();
@@ -144,6 +145,7 @@ bool TocReport::FindFrames(XThread& thread) {
   return true;
 }
 
+/// Numbers begin as those in the table do, with 0 or with 1.
 Json TocReport::DescribeBoundaries() const {
   const int first = NumberingOf(toc_).first;
   Json all = Json::array();
