@@ -19,7 +19,6 @@ class XArray {
   int GetSize() const { return static_cast<int>(elements_.size()); }
   /// The same as `GetSize`, under the name that the lists have.
   int GetCount() const { return GetSize(); }
-  /// Whether the array has no element.
   bool IsEmpty() const { return elements_.empty(); }
   /// Cuts the array, or extends it with default elements. A negative size counts as 0.
   void SetSize(int size) { elements_.resize(size > 0 ? static_cast<std::size_t>(size) : 0); }

@@ -175,7 +175,7 @@ class ZRKIO_API XBand : public XObject {
   void SetCompressionInfo(int compressionInfo) { compressionInfo_ = compressionInfo; }
 
   /// The statistics of the band as they were calculated or loaded, in sample units: 1.7e+308 where they were not. Byte
-  /// bands begin with the range 0 to 255. Setters keep what they are given. `CalcStatistics` replaces all four.
+  /// bands begin with the range 0 to 255. `CalcStatistics` replaces all four.
   double GetBandMin() const { return bandMin_; }
   double GetBandMax() const { return bandMax_; }
   double GetBandMean() const { return bandMean_; }

@@ -53,7 +53,6 @@ class ZRKIO_API XFile {
   /// Closes the file and forgets its path and position. A closed object stays as it is. What was written may still be
   /// on its way to the medium: call `Flush` before where that matters.
   void Close();
-  /// Whether a file is open.
   bool IsOpen() const { return file_ != nullptr; }
 
   /// Reads up to `count` bytes at the file position and moves it on; the result is the number of bytes read. Fewer than
@@ -71,7 +70,6 @@ class ZRKIO_API XFile {
   /// Moves the position by `offset` from the origin; the result is the new one. It may lie behind the end. A position
   /// before the beginning gives -1, and the old one stays.
   std::int64_t Seek(std::int64_t offset, SeekOrigin origin);
-  /// Moves the position to the first byte.
   void SeekToBegin() { Seek(0, kBegin); }
   /// Moves the position behind the last byte; the result is the length of the file, or -1.
   std::int64_t SeekToEnd() { return Seek(0, kEnd); }

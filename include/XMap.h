@@ -12,7 +12,6 @@ class XMap {
  public:
   /// The number of keys.
   int GetCount() const { return static_cast<int>(values_.size()); }
-  /// Whether the map has no key.
   bool IsEmpty() const { return values_.empty(); }
 
   /// Copies the key's value out and returns true. Returns false for an unknown key, and `value` stays as it was.
@@ -29,7 +28,6 @@ class XMap {
   Value& operator[](const Key& key) { return values_[key]; }
   /// Removes a key with its value. False for an unknown key.
   bool RemoveKey(const Key& key) { return values_.erase(key) != 0; }
-  /// Leaves a map without keys.
   void RemoveAll() { values_.clear(); }
 
   /// Pairs of key and value, in ascending order of the keys. A key can't be changed through them.

@@ -8,8 +8,11 @@
 /// Styles of a question: one of the first two, with at most one of the icons added. `kMessageYesNo` is the one that
 /// asks.
 enum XMessageBoxStyle : unsigned {
+  /// A message, to which there is one answer.
   kMessageOk = 0x00,
+  /// A question, which the operator answers with Yes or No.
   kMessageYesNo = 0x04,
+  /// These two say how the text is to be shown. The default handler does not look at them.
   kMessageIconError = 0x10,
   kMessageIconQuestion = 0x20,
 };

@@ -73,8 +73,8 @@ class ZRKIO_API XObject {
                                                                   \
  public:
 
-/// Stands in one source and builds the record: schema 1, no creation
-/// function. `Base` is the direct base class, which has a record itself.
+/// Stands in one source and builds the record: schema 1, no creation function. `Base` is the direct base class, which
+/// has a record itself.
 #define X_IMPLEMENT_RUNTIME_CLASS(Class, Base)                                                                         \
   constinit const XRuntimeClass Class::runtimeClass(#Class, sizeof(Class), 1, nullptr, Base::GetRuntimeClassStatic()); \
   const XRuntimeClass* Class::GetRuntimeClass() const {                                                                \

@@ -46,7 +46,6 @@ class ZRKIO_API XString : public std::string {
 
   /// Bytes, not letters: a letter beyond ASCII may have several.
   int GetLength() const { return static_cast<int>(size()); }
-  /// Whether there is no character.
   bool IsEmpty() const { return empty(); }
   /// Makes the text empty. `IsEmpty` asks, this one changes.
   void Empty() { clear(); }
@@ -73,11 +72,12 @@ class ZRKIO_API XString : public std::string {
   /// The last `count` characters.
   XString Right(int count) const;
 
-  /// The place of the first hit at or after `from`, or -1. A negative `from` counts as 0. Letter case counts.
+  /// The place of the first hit at or after `from`, or -1. A negative `from` counts as 0, and one beyond the end finds
+  /// nothing. Letter case counts.
   int Find(std::string_view what, int from = 0) const;
   /// As above, for one character.
   int Find(char what, int from = 0) const;
-  /// The place of the last hit, or -1.
+  /// The place of the last hit, or -1. All places count from 0, in bytes.
   int ReverseFind(char what) const;
 
   /// Removes `count` characters from `first` on; answers the new length. A range that reaches beyond the text is cut to
@@ -87,12 +87,10 @@ class ZRKIO_API XString : public std::string {
   /// put in is not searched again.
   int Replace(std::string_view what, std::string_view with);
 
-  /// Appends a copy.
   XString& operator+=(std::string_view tail) {
     append(tail);
     return *this;
   }
-  /// Appends one character.
   XString& operator+=(char tail) {
     push_back(tail);
     return *this;

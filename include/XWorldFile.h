@@ -18,9 +18,9 @@ class ZRKIO_API XWorldFile {
   /// begins with no number counts as 0. A file that can't be opened leaves the object as it was.
   bool Read(const XString& path);
 
-  /// Writes the file of an image whose first pixel lies at (x, y), in place of one that is there; 1 or 0, and then
-  /// what was there stays. Line 4 is the negative of the pixel size in y, as the rows of an image go down; there is no
-  /// rotation.
+  /// Writes the file of an image whose first pixel lies at (x, y), in place of one that is there; 1 or 0, and then what
+  /// was there stays. Line 4 is the negative of the pixel size in y, as the rows of an image go down; there is no
+  /// rotation. Numbers have ten digits behind the point, whatever the locale.
   static int Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y);
 
   /// The names by which a reader of a TIFF file looks for its world file, in that order; the first that is there

@@ -124,7 +124,6 @@ class ZRKIO_API ZRMBand : public XBand {
   /// Changes the scale of the image in the world, and not the number of its pixels.
   void SetXPixelSize(double xPixelSize) { xPixelSize_ = xPixelSize; }
   void SetYPixelSize(double yPixelSize) { yPixelSize_ = yPixelSize; }
-  /// Both at once; see above.
   void SetPixelSize(double xPixelSize, double yPixelSize) {
     xPixelSize_ = xPixelSize;
     yPixelSize_ = yPixelSize;
@@ -155,7 +154,6 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetSceneOrient(double sceneOrient) { sceneOrient_ = sceneOrient; }
   /// Of the sensor, above the ground, in metres; 0 for an unknown one.
   int GetAltitude() const { return altitude_; }
-  /// A whole number of metres.
   void SetAltitude(int altitude) { altitude_ = altitude; }
   /// Of the line of sight against the vertical at the centre, in degrees; 0.0 for an unknown one. Radar bands have
   /// three more in `XSarParam`.
@@ -170,7 +168,6 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetBandSensor(long bandSensor) { bandSensor_ = bandSensor; }
   /// Of the middle of the band, in the unit of its file; 0.0 for an unknown one.
   double GetWaveLength() const { return waveLength_; }
-  /// In whatever unit the caller uses for all bands of the dataset.
   void SetWaveLength(double waveLength) { waveLength_ = waveLength; }
   /// The sensor as text; empty for an unknown one.
   const XString& GetBandSensorName() const { return bandSensorName_; }
@@ -271,7 +268,6 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetChirpDuration(double value) { sarParam_.chirpDuration = value; }
   /// Nonzero where the frequency rises within a pulse.
   int GetUpChirp() const { return sarParam_.upChirp; }
-  /// Nonzero for a rising frequency.
   void SetUpChirp(int value) { sarParam_.upChirp = value; }
   /// True at first, as the flag is 0 then.
   bool IsDownChirp() const { return sarParam_.upChirp == 0; }

@@ -46,7 +46,7 @@ class ZRKIO_API ZRMVand : public XObject {
   /// emptied first, and a load that fails leaves it empty. A load that `thread` stops gives 0 and empties `err`.
   int LoadFile(XString path, int kind, XString& err, XThread* thread);
   /// As `LoadFile`; also appends the objects of the file that are not layers to `objects` and sets `numObjects`. No
-  /// kind that can be read has such objects.
+  /// kind that can be read has such objects. `numObjects` may be null.
   int LoadFileEx(XString path, int kind, XObList& objects, int* numObjects, XString& err, XThread* thread);
 
   /// 0 before a load and after one that failed.
@@ -61,6 +61,7 @@ class ZRKIO_API ZRMVand : public XObject {
   const XString& GetName() const { return name_; }
   /// The dataset that holds the set, or null; not owned.
   XRSFile* GetXRSFile() const { return owner_; }
+  /// `XRSFile::AddVand` calls it. A set of no dataset works as well.
   void SetXRSFile(XRSFile* owner) { owner_ = owner; }
   /// The system of the set's coordinates. It belongs to the set; a load sets it to that of the first layer.
   XSpatialReference* GetSR() { return &sr_; }
