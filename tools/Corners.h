@@ -19,19 +19,20 @@ Points CornersOf(const ZRMBand& band);
 /// An array of [x, y].
 Json DescribePoints(const Points& points);
 
-/// The same points in degrees on WGS 84, null in place of one that has no place there. Null for all where nothing leads
-/// from the system to WGS 84, as from one that is unknown.
+/// The same points in degrees on WGS 84. A point without a place there is null. All is null where nothing leads from
+/// the system to WGS 84, or the system is unknown.
 Json DescribeLonLat(const Points& points, const XSpatialReference& sr);
 
-/// Name, code and text of a system; null for one that is unknown.
+/// Name, code and text of a system. Null for a system that is unknown.
 Json DescribeSystem(const XSpatialReference& sr);
 
 // The text form is made of the same descriptions, so that both always say the same.
 
 void PrintSystem(const Json& system, const char* indent);
 
-/// A line for each point under its label. Either may be null as a whole; `lonLat` may also be so in part.
+/// A line for each point under its label. `points` or `lonLat` may be null as a whole. Single places of `lonLat` may be
+/// null too.
 void PrintPoints(const std::vector<std::string>& labels, const Json& points, const Json& lonLat);
 
-/// The four corners, or that there is no place for null.
+/// The four corners. Null prints that there is no place.
 void PrintCorners(const Json& corners, const Json& lonLat);

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-/// Opens a file by its extension or its first bytes, raster or vector, with its level file where that is there; null
-/// with the reason in `err`, which may be empty where the library knew none.
+/// Opens a raster or a vector file by its extension or its first bytes, with its level file if it has one. Null with
+/// the reason in `err`, which is empty where the library knew none.
 std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, std::string& err);
 
 /// As above for a raster with at least one channel.
@@ -16,7 +16,7 @@ std::unique_ptr<XRSFile> OpenRaster(const std::string& path, XThread& thread, st
 /// The band of a number that counts from 1, or null with the reason in `err`.
 ZRMBand* FindBand(const XRSFile& file, int number, std::string& err);
 
-/// Decodes what the band's format can only decode as a whole, and keep, so that the work is seen and can be stopped;
-/// reads of all bands of the file are quick afterwards. Takes the percentages up to `lastPercent` and leaves the rest
-/// to what follows.
+/// Decodes an image that its format decodes as a whole and keeps, so that the work is seen and can be stopped. Reads of
+/// all bands of the file are quick afterwards. Takes the percentages up to `lastPercent` and leaves the rest to the
+/// work that follows.
 bool DecodeAhead(ZRMBand& band, int lastPercent, XThread& thread, std::string& err);

@@ -25,8 +25,8 @@ struct ViewRequest {
 struct FormatTools {
   /// Declares subcommands, as those of commands/Commands.h do.
   void (*addCommands)(CLI::App& program, int& status);
-  /// Makes the picture of a file that is no raster. Nothing where the file is none of the format's; otherwise whether
-  /// that went well, with the shape of the picture, or with the reason in `err`.
+  /// Makes the picture of a file that is no raster. Answers nothing where the file is not of the format. Otherwise it
+  /// answers whether the picture was made, with its shape, or with the reason in `err`.
   std::optional<bool> (*view)(const ViewRequest& request, XThread& thread, PngShape& shape, std::string& err);
 };
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// From now on SIGINT, SIGTERM and SIGHUP ask the job that runs to stop; a second one, or one between jobs, ends the
+/// From now on SIGINT, SIGTERM and SIGHUP ask the job that runs to stop. A second one, or one between jobs, ends the
 /// program at once.
 void InstallInterruptHandlers();
 
@@ -17,6 +17,6 @@ class StoppableJob {
   StoppableJob& operator=(const StoppableJob&) = delete;
 };
 
-/// The unfinished file that the program removes even where a second signal ends it, and one that may come to be beside
-/// it; an empty path for none.
+/// Names the unfinished file that is removed even where a second signal ends the program, and a companion that may
+/// appear beside it. An empty path names none.
 void SetUnfinishedFile(const std::string& path, const std::string& companion = "");

@@ -12,7 +12,7 @@ struct JobResult {
   std::string reason;  ///< why it is not done
 };
 
-/// The work on one file. It reports progress to the thread and looks at its state word; false with the reason in `err`
+/// The work on one file. It reports progress to the thread and looks at its state word. False with the reason in `err`
 /// where it could not be done.
 using Work = std::function<bool(XThread& thread, std::string& err)>;
 

@@ -31,7 +31,7 @@ std::vector<std::string> ExtensionsOf(const tagXFormat& format, const std::strin
   return words;
 }
 
-/// What `tell` says of each format that has a writer; with `takes` of those only whose writers do.
+/// The sentences of `tell` about each format that has a writer. With `takes`, only about formats whose writers take it.
 template <class Tell>
 std::vector<std::string> TellEach(bool tagXFormatWriter::*takes, Tell tell) {
   std::vector<std::string> texts;

@@ -6,12 +6,12 @@
 
 // The formats that have a writer, and how they are named to people.
 
-/// The format that the extension of a file to be written tells; null where that has no writer.
+/// The format that the extension of a new file tells. Null where that format has no writer.
 const tagXFormat* FindWritableFormat(const std::string& path);
 
-/// As "native rasters (.zrm) and TIFF files (.tif, .tiff)"; with `takes` those only whose writers do.
+/// As "native rasters (.zrm) and TIFF files (.tif, .tiff)". With `takes`, only formats whose writers take it.
 std::string ListWritableFormats(bool tagXFormatWriter::*takes = nullptr);
-/// As "Native rasters", the beginning of a line about those whose writers do.
+/// As "Native rasters", the beginning of a line about formats whose writers take it.
 std::string TitleWritableFormats(bool tagXFormatWriter::*takes);
 /// As "a native raster or a TIFF file".
 std::string NameWritableFiles();

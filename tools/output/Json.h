@@ -3,13 +3,13 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-/// What is told of a file. Objects keep the order in which their fields were put in.
+/// The description of a file. Objects keep the order in which their fields were put in.
 using Json = nlohmann::ordered_json;
 
-/// A number of a file may be anything; JSON knows finite ones only, and gets null for others.
+/// A number of a file may be anything. JSON knows finite numbers only and gets null for others.
 Json Number(double value);
 
-/// For machines. Text of a file may be any bytes; what is no UTF-8 is replaced.
+/// The text for machines. Texts of files may be any bytes. Bytes that are not UTF-8 are replaced.
 std::string Serialize(const Json& json);
 
 /// The number again, not a number for null.

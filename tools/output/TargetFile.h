@@ -2,13 +2,13 @@
 
 #include <string>
 
-/// A file that comes to be under its name only when it is whole. Until `Commit` it stands beside the target under a
-/// name of its own, and goes away where that does not come, also where a second signal ends the program. A target that
-/// is a symbolic link remains one: the file that it leads to is replaced.
+/// A file that takes its name only when it is whole. Until `Commit` it stands beside the target under a name of its
+/// own. Without a `Commit` it goes away, also where a second signal ends the program. A target that is a symbolic link
+/// remains one: the file that it leads to is replaced.
 class TargetFile {
  public:
-  /// Where an extension is given, as ".tif", the name of the unfinished file ends in that, for writers that name files
-  /// beside theirs by it. The name of such a file, which ends in `companion` in its place, is then as free.
+  /// With an extension, such as ".tif", the name of the unfinished file ends in it, for writers that name a file beside
+  /// theirs by it. The name of such a file ends in `companion` instead, and is kept free as well.
   explicit TargetFile(std::string extension = "", std::string companion = "");
   ~TargetFile();
   TargetFile(const TargetFile&) = delete;
@@ -44,10 +44,10 @@ class TargetFile {
 /// Folder and title.
 std::string WithoutExtension(const std::string& path);
 
-/// The path itself, or where it is a symbolic link what that leads to in the end, be it there or not.
+/// The path itself. For a symbolic link, the path that it leads to in the end, whether a file is there or not.
 std::string FollowLinks(const std::string& path);
 
-/// Whether the path leads to a regular file or nowhere; otherwise the reason is in `errno`.
+/// Whether the path leads to a regular file or nowhere. Otherwise the reason is in `errno`.
 bool CanBeReplaced(const std::string& path);
 
 /// Whether both paths lead to the same file.

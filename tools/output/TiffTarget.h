@@ -3,8 +3,8 @@
 #include "output/TargetFile.h"
 #include "Window.h"
 
-/// A TIFF file and its world file, which come to be under their names when both are whole, the image first. Until then
-/// they stand there under names of their own, as in `TargetFile`.
+/// A TIFF file and its world file. Both take their names when both are whole, the image first. Until then they stand
+/// beside these under names of their own, as in `TargetFile`.
 class TiffTarget {
  public:
   TiffTarget() : image_(".tif", ".tfw") {}
@@ -14,11 +14,12 @@ class TiffTarget {
 
   // Each answers false with the reason in `err`.
 
-  /// As that of `TargetFile`; `band` is what the image is made of. Where that has a place in the world, the name of the
-  /// world file has to be as free as that of the image, and to be none by which a TIFF file `input` is placed.
+  /// As `TargetFile::Begin`. The image is made of `band`. Where the band has a place in the world, the name of the
+  /// world file has to be as free as that of the image. It must not be one by which a TIFF file `input` is placed.
   bool Begin(const std::string& path, const std::string& input, const ZRMBand& band, std::string& err);
-  /// Where a window of the band lies, for the world file; to be told when the image is written. Whatever the writer of
-  /// the image puts there names the corner of the whole band, and is left out where only the place is known.
+  /// Writes the place of a window of the band into the world file, once the image is written. The writer of the image
+  /// may have written a world file of its own. That one names the corner of the whole band, and is missing where only
+  /// the place is known.
   bool TellPlace(const ZRMBand& band, const Window& window, std::string& err);
   /// Other world files by which the new image would be placed go away, unless `input` is placed by them.
   bool Commit(std::string& err);

@@ -4,8 +4,8 @@
 // shift of up to 7 bits and a sample of up to 32 always fit into these. Rows of single bits are spread eight pixels at
 // a time instead.
 //
-// Reals are widened field by field: sign, exponent with another bias, and mantissa. Infinities and numbers that are
-// none stay what they are.
+// Reals are widened field by field: sign, exponent with another bias, and mantissa. Infinities and values that are not
+// a number stay what they are.
 
 #include "bands/tiff/TiffBits.h"
 

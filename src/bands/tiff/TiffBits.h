@@ -10,9 +10,9 @@ struct PackedRow {
   std::int64_t numBytes = 0;
 };
 
-/// Takes `count` samples of `numBits` bits, the first of which begins at `firstBit` and the next ones `bitStep` bits
-/// further each, as unsigned numbers of `sampleBytes` (1, 2 or 4) bytes: the low bits where they are wider. Bits beyond
-/// the row are 0.
+/// Takes `count` samples of `numBits` bits as unsigned numbers of `sampleBytes` (1, 2 or 4) bytes. The first sample
+/// begins at `firstBit`, and each further one `bitStep` bits behind the one before. Of wider samples the low bits are
+/// taken. Bits beyond the row are 0.
 void UnpackBits(PackedRow row, std::int64_t firstBit, std::int64_t bitStep, int numBits, int count, int sampleBytes,
                 unsigned char* out);
 

@@ -19,7 +19,7 @@ class TiffColours {
 
   /// Whether libtiff knows the way.
   explicit operator bool() const { return isReady_; }
-  /// The samples whose planes `Convert` wants one behind the other; only the first where pixels lie together.
+  /// The samples whose planes `Convert` wants one behind the other. Only the first one where pixels lie together.
   std::vector<int> GetPlanes() const;
   /// Makes `width` by `height` pixels, the first row first.
   void Convert(unsigned char* planes, std::int64_t planeBytes, std::uint32_t width, std::uint32_t height,

@@ -13,7 +13,7 @@ namespace zrk {
 /// of a pool, which grows to as many as there are readers at one time.
 class TiffImage {
  public:
-  /// Reads the tags; null with the reason in `err`, or with no reason where the operator has been told.
+  /// Reads the tags. Null with the reason in `err`, or without a reason where the operator has been told.
   static std::shared_ptr<TiffImage> Open(const XString& path, XString& err);
 
   /// A decoder for the time of a read.

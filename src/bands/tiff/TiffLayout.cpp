@@ -1,7 +1,7 @@
 // The plan of a file: what its tags make of its bands. It is worked out from the tags alone, so that tests try it
 // without a file.
 //
-// Images of one bit come as bytes. Colour spaces that only libtiff knows become red, green, blue and alpha, as long as
+// Images of one bit come as bytes. Colour spaces that only libtiff knows become red, green, blue and alpha, where
 // samples have up to 8 bits and libtiff says that it can. Samples of 8, 16, 32, 64 and 128 bits come as they are.
 // Samples of other widths are unpacked into the next wider unsigned type, and reals of 16 and 24 bits into singles.
 //

@@ -42,7 +42,8 @@ struct TiffLayout {
   int SampleOf(int channel) const;
 };
 
-/// `map` is empty where the file has none; `rgbaIsOk` tells whether libtiff can make red, green, blue and alpha of it.
+/// `map` is empty for a file without a colour map. `rgbaIsOk` tells whether libtiff can make red, green, blue and alpha
+/// of the samples.
 TiffLayout PlanTiff(const TiffTags& tags, const TiffColourMap& map, bool rgbaIsOk);
 
 /// Blocks across and down an image, both 0 where the sizes make no sense together.

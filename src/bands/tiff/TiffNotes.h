@@ -5,8 +5,8 @@ struct tagXFormatNotes;
 
 namespace zrk {
 
-/// How the pixels of the band's file lie in it: the blocks, their compression and the samples; with `isVerbose` also
-/// the images that follow the first one, and libtiff's last message.
+/// How pixels lie in the band's file: the blocks, their compression and the samples. With `isVerbose` also the images
+/// that follow the first one, and libtiff's last message.
 void DescribeTiff(ZRMBand& band, bool isVerbose, tagXFormatNotes& notes);
 
 }  // namespace zrk

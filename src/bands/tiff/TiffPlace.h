@@ -11,13 +11,13 @@ namespace zrk {
 
 struct WorldLines;
 
-/// The geokeys of the current directory; null where they are not laid out as they should be. A directory without any
-/// has a handle too.
+/// The geokeys of the current directory. Null where they are not laid out as they should be. A directory without
+/// geokeys has a handle too.
 GeoKeys OpenGeoKeys(TIFF* tiff);
 /// Whether there are keys of a version that is known, with a model type among them.
 bool AreUsable(gtiff* keys);
 
-/// The geo tags of a directory as they are stored; a list is empty where its tag is missing.
+/// The geo tags of a directory as they are stored. The list of a missing tag is empty.
 struct TiffGeoTags {
   bool isPoint = false;            ///< whether places are those of pixel centres and not of corners
   std::vector<double> tiePoints;   ///< six numbers each: column, row and 0, then x, y and z in the world
@@ -38,15 +38,15 @@ struct TiffPlace {
 
 // Each of the following is empty where it can't place the image: a number is missing or is not finite.
 
-/// By the pixel scale and the first tie point. The size in y has the sign that is stored, the corner is worked out
-/// without it.
+/// By the pixel scale and the first tie point. The size in y keeps the sign that is stored. The corner is worked out
+/// without that sign.
 std::optional<TiffPlace> PlaceByScale(const TiffGeoTags& tags);
-/// By the matrix, of which the sizes are absolute values on the diagonal.
+/// By the matrix. The sizes are the absolute values on its diagonal.
 std::optional<TiffPlace> PlaceByMatrix(const TiffGeoTags& tags);
 /// By the scale, or else by the matrix.
 std::optional<TiffPlace> PlaceByTags(const TiffGeoTags& tags);
 /// By a world file, for an image of that size. A line that is missing counts as 0. The origin is a corner as it is
-/// read; a pixel size in y that is not negative tells that it is the lower one.
+/// read. It is the lower corner where the pixel size in y is not negative.
 std::optional<TiffPlace> PlaceByWorldLines(const WorldLines& lines, int width, int height);
 
 }  // namespace zrk

@@ -11,9 +11,9 @@ namespace zrk {
 /// Places a band that has the image's size by the geokeys of the open directory, by a world file beside the image, or
 /// as plain pixels, whichever is found first.
 void PlaceTiff(ZRMBand& band, TIFF* tiff);
-/// The coordinate system that geokeys tell; `system` stays as it was where they tell none.
+/// The coordinate system that geokeys tell. `system` stays as it was where they tell none.
 void ReadTiffSystem(gtiff* keys, XSpatialReference& system);
-/// By the world file beside the image of that path and size; nothing where there is none that can be used.
+/// By the world file beside the image of that path and size. Nothing without a world file that can be used.
 std::optional<TiffPlace> FindWorldPlace(const XString& path, int width, int height);
 
 }  // namespace zrk

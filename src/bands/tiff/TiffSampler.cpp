@@ -59,7 +59,7 @@ TiffSampler::TiffSampler(const TiffLayout& layout, int channel, bool isSwapped)
   if (!isColoured_) return;
   const std::vector<short>* const colours[] = {&layout.palette.red, &layout.palette.green, &layout.palette.blue};
   if (channel < 3) colours_ = colours[channel];
-  // Samples of one byte are by far the most, so their colours are looked up once and not for each pixel.
+  // Colours of samples of one byte are looked up here once, and not for each pixel.
   for (int i = 0; i < 256; ++i) table_[static_cast<std::size_t>(i)] = static_cast<unsigned char>(ColourOf(i));
 }
 

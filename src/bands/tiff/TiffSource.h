@@ -32,7 +32,7 @@ struct TiffSource {
   std::int64_t BytesInFile(int block) const;
 };
 
-/// Tells how the file's blocks are to be read; false where they can't be, with the reason in `err`.
+/// Finds how the file's blocks are to be read. False with the reason in `err` where they can't be read.
 bool MeasureTiffBlocks(TIFF* tiff, TiffSource& source, XString& err);
 
 /// Has libtiff turn JPEG in YCbCr into red, green and blue.

@@ -14,8 +14,8 @@ struct TiffTarget {
   tagXArr2* out = nullptr;
 };
 
-/// Fills the targets, one at least; of a file that has a plane for each sample, one alone. What can't be read is 0.
-/// False where the word behind `cancel` asked to stop.
+/// Fills the targets. There is at least one, and no more than one in a file with a plane for each sample. Samples that
+/// can't be read are 0. False where the word behind `cancel` asked to stop.
 bool SampleTiff(TiffDecoder& decoder, const ReadRequest& request, std::span<const TiffTarget> targets,
                 const int* cancel);
 

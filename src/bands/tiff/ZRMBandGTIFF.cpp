@@ -222,7 +222,7 @@ zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Decode(const zrk::ReadRequest& re
   return decoder && zrk::SampleTiff(*decoder, request, {&target, 1}, cancel) ? record : nullptr;
 }
 
-/// The open image is shared, so its decoders are freed for all bands. A follower asks its opener to free its results
+/// The open image is shared, so its decoders are freed for all bands. A follower has the opener free its own results
 /// too.
 void ZRMBandGTIFF::Impl::FreeBuffers() {
   reads.Release();

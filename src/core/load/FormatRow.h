@@ -40,7 +40,7 @@ struct VectorCall {
   int* numObjects = nullptr;
 };
 
-/// What is to be saved, and how. Writers without levels or compression pass over what they do not take.
+/// A dataset to be saved, and how. Writers without levels or compression pass over the fields that they do not take.
 struct SaveCall {
   XRSFile* file;
   const XString& path;
@@ -66,14 +66,14 @@ struct Corners {
   }
 };
 
-/// How an extension in capitals leads to a format by more than its words.
+/// Leads from an extension in capitals to a format whose extensions are more than a list of words.
 struct ExtensionRule {
   bool (*takes)(const XString& upperExt);
-  /// Whether the extension is this format's or nobody's, whatever the other rules say; may be null.
+  /// Whether the extension is this format's or nobody's, whatever the other rules say. May be null.
   bool (*claims)(const XString& upperExt) = nullptr;
 };
 
-/// The first bytes of a file, all of it where it is shorter.
+/// The first bytes of a file, or all bytes of a file that is shorter.
 using FileHead = std::span<const unsigned char>;
 inline constexpr int kFileHeadBytes = 4096;
 
@@ -82,11 +82,11 @@ struct FormatRow {
 
   // How a file is recognised.
 
-  /// Null where the words in `format.extensions` lead to the format, if there are any.
+  /// Null where the words in `format.extensions` are all the extensions.
   const ExtensionRule* extensionRule = nullptr;
-  /// Whether a file begins as this format's do. Null where first bytes tell nothing.
+  /// Whether a file begins as files of this format do. Null where first bytes tell nothing.
   bool (*isContent)(FileHead head) = nullptr;
-  /// Whether a file may be of this format if its extension says so; null where that is what `isContent` tells.
+  /// Whether a file whose extension says so may be of this format. Null where `isContent` tells that as well.
   bool (*mayBeContent)(FileHead head) = nullptr;
 
   // How it is opened. One of the two, or none where this build can't read the format.
@@ -95,19 +95,19 @@ struct FormatRow {
   int (*loadVector)(const VectorCall& call) = nullptr;
   /// Whether `LoadFileVector` takes the id.
   bool isRouted = true;
-  /// The sentence about a decoder that is found at run time and is not there; null where it is.
+  /// Answers the sentence about a decoder that was looked for at run time and is not there, or null where it is there.
   const char* (*tellAbsentCodec)() = nullptr;
 
   // What else can be done with its files and bands.
 
-  /// The corners of a file, without a look at its pixels; `isLonLat` is false before the call.
+  /// The corners of a file, without a look at its pixels. `isLonLat` is false before the call.
   int (*bound)(const XString& path, const Corners& corners, bool& isLonLat) = nullptr;
   /// Null exactly where `format.writer` is.
   int (*save)(const SaveCall& call) = nullptr;
   /// Whether the band's image is decoded as a whole and kept, and that decoding. Both null where windows are decoded.
   bool (*isDecodedWhole)(ZRMBand& band) = nullptr;
   int (*decodeWhole)(ZRMBand& band, XThread* thread) = nullptr;
-  /// What the format tells of a file by its first band, and of each band; more where `isVerbose`.
+  /// Notes of the format about a file, told by its first band, and about each band. There are more where `isVerbose`.
   void (*describe)(ZRMBand& first, bool isVerbose, tagXFormatNotes& notes) = nullptr;
   void (*describeBand)(ZRMBand& band, tagXFormatNotes& notes) = nullptr;
 };

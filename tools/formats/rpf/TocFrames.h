@@ -8,8 +8,8 @@
 /// Loads a table of contents; false with the reason in `err`.
 bool LoadToc(const std::string& path, XCIBtoc& toc, std::string& err);
 
-/// What became of the file of a frame: one that leads out of the folder of its table of contents is not looked for
-/// unless that is asked for.
+/// Whether the file of a frame is there. A file outside the folder of its table of contents is not looked for unless
+/// that is asked for.
 enum class FrameState { kThere, kMissing, kOutside };
 
 const char* NameOf(FrameState state);
@@ -24,7 +24,7 @@ FrameFile FindFrame(const XCIBtoc& toc, int index, bool anywhere);
 /// Folder and name of a frame as the table of contents has them.
 std::string StoredPathOf(const XCIBtoc& toc, int index);
 
-/// How many frames are listed, and what became of them.
+/// How many frames are listed, and how many of each state.
 struct FrameCounts {
   int listed = 0;
   int there = 0;
@@ -35,7 +35,7 @@ struct FrameCounts {
 };
 
 /// How the records of frames count boundary rectangles, rows and columns. Tables whose first frame lies in rectangle 0
-/// count from 0, and rows from the south; others count from 1, and rows from the north.
+/// count from 0, and rows from the south. Others count from 1, and rows from the north.
 struct FrameNumbering {
   int first = 0;
   bool rowsGoNorth = true;
