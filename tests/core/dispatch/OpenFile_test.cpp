@@ -39,8 +39,8 @@ Bytes BuildJpeg() {
 /// The name that a frame's header gives to its file, in the place of the builder's.
 Bytes WithName(Bytes frame, std::string_view name) {
   constexpr std::string_view kBuilt = "00A1B2C3.ON1";
-  const auto found = std::ranges::search(frame, kBuilt);
-  if (!found.empty()) std::ranges::copy(name, found.begin());
+  const auto found = std::search(frame.begin(), frame.end(), kBuilt.begin(), kBuilt.end());
+  if (found != frame.end()) std::ranges::copy(name, found);
   return frame;
 }
 
