@@ -1,5 +1,5 @@
-// An image and its world file have to appear together, and no other world file may place the new image. World files that
-// an older image left behind are removed, and one that belongs to the input stays.
+// An image and its world file have to appear together, and no other world file may place the new image. World files
+// that an older image left behind are removed, and one that belongs to the input stays.
 
 #include "output/TiffTarget.h"
 
@@ -11,7 +11,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -104,8 +106,7 @@ bool TiffTarget::Commit(std::string& err) {
   if (!hasPlace_) DiscardWorldFile();  // while a second signal would do so too
   if (!image_.Commit(err)) return false;
   if (hasPlace_ && !CommitWorldFile(err)) return false;
-  RemoveOldWorldFiles();
-  return true;
+  return RemoveOldWorldFiles(err);
 }
 
 bool TiffTarget::CommitWorldFile(std::string& err) {
@@ -117,9 +118,13 @@ bool TiffTarget::CommitWorldFile(std::string& err) {
   return isCommitted;
 }
 
-void TiffTarget::RemoveOldWorldFiles() const {
+bool TiffTarget::RemoveOldWorldFiles(std::string& err) const {
+  bool isDone = true;
   for (const std::string& name : WorldFilesOf(path_)) {
     const bool isNew = hasPlace_ && IsSamePath(name, worldFile_);
-    if (!isNew && !IsPlacedBy(input_, name)) ::unlink(name.c_str());
+    if (isNew || IsPlacedBy(input_, name) || ::unlink(name.c_str()) == 0 || errno == ENOENT) continue;
+    err = "can't remove " + name + " (" + std::strerror(errno) + ")";
+    isDone = false;
   }
+  return isDone;
 }

@@ -20,7 +20,8 @@ class TiffTarget {
   /// Where a window of the band lies, for the world file; to be told when the image is written. Whatever the writer of
   /// the image puts there names the corner of the whole band, and is left out where only the place is known.
   bool TellPlace(const ZRMBand& band, const Window& window, std::string& err);
-  /// Other world files by which the new image would be placed go away, unless `input` is placed by them.
+  /// Other world files by which the new image would be placed go away, unless `input` is placed by them. Where one
+  /// can't be removed, the new image is there, and the answer is false all the same because its place is wrong.
   bool Commit(std::string& err);
 
   const std::string& GetUnfinishedPath() const { return image_.GetUnfinishedPath(); }
@@ -29,7 +30,7 @@ class TiffTarget {
   bool CanHaveWorldFile(std::string& err) const;
   bool CommitWorldFile(std::string& err);
   void DiscardWorldFile();
-  void RemoveOldWorldFiles() const;
+  bool RemoveOldWorldFiles(std::string& err) const;
 
   TargetFile image_;
   std::string path_;
