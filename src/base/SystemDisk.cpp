@@ -155,6 +155,14 @@ int Lock(const Descriptor& descriptor, const DiskOpen& how) {
   return MustBeLocked(how, error) ? error : 0;
 }
 
+/// Takes all out of a file. One that is empty is left as it is, so that a new file can't fail to be emptied and stay
+/// behind. The length is asked for here because others may have written until the file was locked.
+bool Empty(const Descriptor& descriptor) {
+  struct stat status;
+  if (::fstat(descriptor.Number(), &status) != 0) return false;
+  return status.st_size == 0 || ::ftruncate(descriptor.Number(), 0) == 0;
+}
+
 /// Whether the file goes by the name.
 bool IsNamed(const std::string& path, const struct stat& file) {
   struct stat named;
@@ -174,7 +182,7 @@ class SystemDiskImpl : public Disk {
     // Whoever held the lock before may have given the file another name since it was opened here. Emptying it now would
     // destroy what he has published.
     if (how.create && !IsNamed(path, status)) return EBUSY;
-    if (how.create && ::ftruncate(descriptor.Number(), 0) != 0) return errno;
+    if (how.create && !Empty(descriptor)) return errno;
     file = std::make_shared<SystemFile>(std::move(descriptor));
     return 0;
   }

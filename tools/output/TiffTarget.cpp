@@ -14,7 +14,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -108,8 +110,7 @@ bool TiffTarget::Commit(std::string& err) {
   if (!hasPlace_) DiscardWorldFile();  // while a second signal would do so too
   if (!image_.Commit(err)) return false;
   if (hasPlace_ && !CommitWorldFile(err)) return false;
-  RemoveOldWorldFiles();
-  return true;
+  return RemoveOldWorldFiles(err);
 }
 
 /// A signal that comes now must remove the world file, since the image already has its name.
@@ -123,9 +124,13 @@ bool TiffTarget::CommitWorldFile(std::string& err) {
 }
 
 /// An old world file would place the new image where the old one lay.
-void TiffTarget::RemoveOldWorldFiles() const {
+bool TiffTarget::RemoveOldWorldFiles(std::string& err) const {
+  bool isDone = true;
   for (const std::string& name : WorldFilesOf(path_)) {
     const bool isNew = hasPlace_ && IsSamePath(name, worldFile_);
-    if (!isNew && !IsPlacedBy(input_, name)) ::unlink(name.c_str());
+    if (isNew || IsPlacedBy(input_, name) || ::unlink(name.c_str()) == 0 || errno == ENOENT) continue;
+    err = "can't remove " + name + " (" + std::strerror(errno) + ")";
+    isDone = false;
   }
+  return isDone;
 }

@@ -21,7 +21,8 @@ class TiffTarget {
   /// may have written a world file of its own. That one names the corner of the whole band, and is missing where only
   /// the place is known.
   bool TellPlace(const ZRMBand& band, const Window& window, std::string& err);
-  /// Other world files by which the new image would be placed go away, unless `input` is placed by them.
+  /// Other world files by which the new image would be placed go away, unless `input` is placed by them. Where one
+  /// can't be removed, the new image is there, and the answer is false all the same because its place is wrong.
   bool Commit(std::string& err);
 
   const std::string& GetUnfinishedPath() const { return image_.GetUnfinishedPath(); }
@@ -30,7 +31,7 @@ class TiffTarget {
   bool CanHaveWorldFile(std::string& err) const;
   bool CommitWorldFile(std::string& err);
   void DiscardWorldFile();
-  void RemoveOldWorldFiles() const;
+  bool RemoveOldWorldFiles(std::string& err) const;
 
   TargetFile image_;
   std::string path_;
