@@ -27,7 +27,7 @@ inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char*
       band.ReadSubset(out, level, 0, std::min(right, 31), 0, std::min(bottom, 31), nullptr);
       band.ReadSubset(out, level, std::max(right - 31, 0), right, std::max(bottom - 31, 0), bottom, nullptr);
     }
-    if (std::int64_t{right} * bottom < 1 << 20) band.CalcStatistics(1);
+    if (std::int64_t{right} * bottom < 1 << 16) band.CalcStatistics(1);
   }
 }
 
