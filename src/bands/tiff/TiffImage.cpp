@@ -19,7 +19,7 @@ void TellOperator(const XString& text, const char* title) {
   XfnMessageBox(text, title, kMessageIconError);
 }
 
-/// Whether there is a decoder for the file. The operator is told where there is none.
+/// Whether there is a decoder for the file. If a decoder is missing, the operator is told.
 bool HasDecoder(const TiffTags& tags) {
   if (tags.compression != COMPRESSION_NONE && !TIFFIsCODECConfigured(static_cast<std::uint16_t>(tags.compression))) {
     XString text;

@@ -1,8 +1,8 @@
 // How a format is found: by id, by extension, by first bytes or by band. The table is made once from the list of
 // formats. Beside the rows it holds their public parts in one piece, which callers get as a span.
 //
-// A file is known by its extension first. Its first bytes decide where they contradict the extension, and where there
-// is none. An extension whose files have no mark is believed.
+// A file is known by its extension first. Its first bytes decide where they contradict the extension, and where the
+// name has no extension. An extension whose files have no mark is believed.
 
 #include "core/dispatch/FormatTable.h"
 #include "XFile.h"

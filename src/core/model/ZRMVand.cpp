@@ -230,7 +230,7 @@ const tagXVectorLayer* ZRMVand::GetLayerAt(int index) const {
   return index >= 0 && index < GetNumOfLayers() ? &layers_[static_cast<std::size_t>(index)] : nullptr;
 }
 
-/// The layers are merged as envelopes, so that the rule for what is no extent holds for them too.
+/// The layers are merged as envelopes, so that the rule for an unset extent holds for them too.
 int ZRMVand::GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const {
   tagXVectorLayer all;
   for (const tagXVectorLayer& layer : layers_) {
