@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr int kHandledSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
 /// The state word of the job that runs. Null between jobs, when a signal has nothing to stop.
 std::atomic<int*> stateWord = nullptr;
 std::atomic<bool> wasAsked = false;
@@ -60,7 +62,7 @@ void InstallInterruptHandlers() {
   struct sigaction action {};
   action.sa_handler = &OnSignal;
   sigemptyset(&action.sa_mask);
-  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signalNumber : kHandledSignals) {
     struct sigaction before {};
     // What the starter of the program ignores, as nohup does, stays ignored.
     const bool isIgnored = sigaction(signalNumber, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
@@ -76,6 +78,17 @@ StoppableJob::StoppableJob(XThread& thread) {
 
 StoppableJob::~StoppableJob() {
   stateWord = nullptr;
+}
+
+SignalsHeldBack::SignalsHeldBack() {
+  sigset_t handled;
+  sigemptyset(&handled);
+  for (const int signalNumber : kHandledSignals) sigaddset(&handled, signalNumber);
+  pthread_sigmask(SIG_BLOCK, &handled, &before_);
+}
+
+SignalsHeldBack::~SignalsHeldBack() {
+  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
 void SetUnfinishedFile(const std::string& path, const std::string& companion) {

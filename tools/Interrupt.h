@@ -2,6 +2,7 @@
 
 #include "XThread.h"
 
+#include <csignal>
 #include <string>
 
 /// From now on SIGINT, SIGTERM and SIGHUP ask the job that runs to stop. A second one, or one between jobs, ends the
@@ -15,6 +16,19 @@ class StoppableJob {
   ~StoppableJob();
   StoppableJob(const StoppableJob&) = delete;
   StoppableJob& operator=(const StoppableJob&) = delete;
+};
+
+/// Keeps signals back for its own lifetime, while files that a second signal has to remove come, go or get their names.
+/// No other thread may be running, since it would take the signal instead.
+class SignalsHeldBack {
+ public:
+  SignalsHeldBack();
+  ~SignalsHeldBack();
+  SignalsHeldBack(const SignalsHeldBack&) = delete;
+  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+ private:
+  sigset_t before_;
 };
 
 /// Names the unfinished file that is removed even where a second signal ends the program, and a companion that may

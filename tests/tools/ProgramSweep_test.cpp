@@ -1,7 +1,8 @@
 // Every call to the disk that the program makes fails once. A command is run first on a sound disk, with its calls
 // listed. Then it is run again for each of them, and that call fails with an error of the medium, finds the disk full,
 // or moves less than was asked for. The program then says why it failed and leaves what was there, or it has made what
-// it makes on a sound disk. Nothing unfinished stays behind and no file stays open.
+// it makes on a sound disk. Nothing unfinished stays behind and no file stays open. Nor does anything where the user
+// ends the program at once, whatever call it has just made.
 //
 // A command joins by a row of `AllCommands`.
 
@@ -223,6 +224,25 @@ TEST_P(ProgramSweepOfWriters, LeavesNothingOrTheRightFileWhereThereWasNone) {
   ASSERT_LT(first, right.calls.size());
   for (std::size_t i = first; i < right.calls.size(); ++i) {
     for (const Fault fault : FaultsOf(right.calls[i - 1].kind)) FailAndCheck(before, right, i, fault);
+  }
+}
+
+/// What is wrong with a run that was told twice to end after one of its calls, or "". It had done nothing yet, or all.
+std::string FindLeftBehind(const Outcome& run, const Files& before, const Files& after) {
+  const int signal = run.result.signal;
+  if (signal == 0 && run.files == after) return "";
+  if (signal == 0 && run.result.exitStatus != 1) return "ended with " + std::to_string(run.result.exitStatus);
+  if (signal != 0 && signal != SIGINT && signal != SIGTERM) return "ended by signal " + std::to_string(signal);
+  return run.files == before || run.files == after ? "" : "left" + ListNames(run.files);
+}
+
+TEST_P(ProgramSweepOfWriters, TwoSignalsAfterAnyCallLeaveAllFilesOrNone) {
+  const Files before = Prepare(true);
+  const Outcome right = RunOn(before, {});
+  ASSERT_EQ(0, right.result.exitStatus) << right.result.err;
+  for (std::size_t i = 1 + CountCallsBeforeOutput(right.calls); i < right.calls.size(); ++i) {
+    EXPECT_EQ("", FindLeftBehind(RunOn(before, {static_cast<int>(i), Fault::kSignals}), before, right.files))
+        << "call " << i << ", " << right.calls[i - 1].kind << " " << right.calls[i - 1].name;
   }
 }
 

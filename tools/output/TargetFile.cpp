@@ -86,6 +86,7 @@ TargetFile::~TargetFile() {
 }
 
 void TargetFile::Discard() {
+  const SignalsHeldBack held;
   if (descriptor_ >= 0) ::close(descriptor_);
   descriptor_ = -1;
   if (unfinished_.empty()) return;
@@ -99,8 +100,10 @@ bool TargetFile::Fail(std::string& err) const {
   return false;
 }
 
-/// Creates both files or none, with the reason in `errno`.
+/// Creates both files or none, with the reason in `errno`. A signal may not come between a file and its name in the
+/// list of those to remove.
 bool TargetFile::CreateAs(const std::string& stem) {
+  const SignalsHeldBack held;
   const std::string name = stem + extension_, companionName = stem + companion_;
   descriptor_ = CreateNew(name);
   if (descriptor_ < 0) return false;

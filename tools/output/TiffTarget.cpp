@@ -102,24 +102,23 @@ bool TiffTarget::TellPlace(const ZRMBand& band, const Window& window, std::strin
   return false;
 }
 
+/// A signal may not come between the two names, since the image would lack its place.
 bool TiffTarget::Commit(std::string& err) {
   if (hasPlace_ && !Sync(unfinishedWorldFile_)) {
     err = CannotWrite(worldFile_);
     return false;
   }
-  if (!hasPlace_) DiscardWorldFile();  // while a second signal would do so too
+  const SignalsHeldBack held;
+  if (!hasPlace_) DiscardWorldFile();
   if (!image_.Commit(err)) return false;
   if (hasPlace_ && !CommitWorldFile(err)) return false;
   return RemoveOldWorldFiles(err);
 }
 
-/// A signal that comes now must remove the world file, since the image already has its name.
 bool TiffTarget::CommitWorldFile(std::string& err) {
-  SetUnfinishedFile(unfinishedWorldFile_);
   const bool isCommitted = ::rename(unfinishedWorldFile_.c_str(), worldFile_.c_str()) == 0;
   if (isCommitted) unfinishedWorldFile_.clear();
   if (!isCommitted) err = CannotWrite(worldFile_);
-  SetUnfinishedFile("");
   return isCommitted;
 }
 

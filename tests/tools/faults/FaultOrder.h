@@ -1,9 +1,10 @@
 #pragma once
 
-/// How a call to the disk fails: with an error of the medium, with a full disk, or by moving less than was asked for.
-enum class Fault { kNone, kError, kFull, kShort };
+/// What befalls a call to the disk. It fails with an error of the medium, finds the disk full, or moves less than was
+/// asked for; or it does what it should, and two signals to end come before the program goes on.
+enum class Fault { kNone, kError, kFull, kShort, kSignals };
 
-/// Which call of a run of the program fails, and how.
+/// Which call of a run of the program something befalls, and what.
 struct FaultOrder {
   int call = 0;  ///< counted from 1; 0 for none
   Fault fault = Fault::kNone;

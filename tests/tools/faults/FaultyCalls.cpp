@@ -2,8 +2,9 @@
 //
 // Calls that concern files in the folder ZRK_FAULT_FOLDER are counted from 1. One of them fails with an error of the
 // medium, finds the disk full, or moves less than was asked for. The last applies to reads and writes, and other calls
-// then do what they should. Each counted call is a line of the file ZRK_FAULT_LOG: what it is, the name of the file,
-// and "failed" where it was made to. What the program has left open or mapped at its end makes the last lines. Which
+// then do what they should. One may also be followed by two signals to end, which the program gets before its next
+// instruction. Each counted call is a line of the file ZRK_FAULT_LOG: what it is, the name of the file, and "failed"
+// where something befell it. What the program has left open or mapped at its end makes the last lines. Which
 // file a descriptor leads to is asked of the system each time, so that copies of descriptors count too.
 //
 // Nearly all the time of a small run would go into loading the program's many libraries. They are therefore loaded
@@ -21,6 +22,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdarg>
 #include <cstdlib>
 #include <filesystem>
@@ -73,29 +75,52 @@ Fault Count(const char* kind, const std::string& path) {
 }
 
 /// The error that a call fails with, or 0 where it is to do what it should.
-int CountCall(const char* kind, const std::string& path) {
-  const Fault fault = Count(kind, path);
+int ErrorOf(Fault fault) {
   if (fault == Fault::kFull) return ENOSPC;
   return fault == Fault::kError ? EIO : 0;
+}
+
+int CountCall(const char* kind, const std::string& path) {
+  return ErrorOf(Count(kind, path));
+}
+
+/// The process is stopped while they are sent, so that both come at once.
+void SendSignals(Fault fault) {
+  if (fault != Fault::kSignals) return;
+  const int error = errno;
+  sigset_t both, before;
+  ::sigemptyset(&both);
+  for (const int signalNumber : {SIGINT, SIGTERM}) ::sigaddset(&both, signalNumber);
+  ::pthread_sigmask(SIG_BLOCK, &both, &before);
+  for (const int signalNumber : {SIGINT, SIGTERM}) ::kill(::getpid(), signalNumber);
+  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  errno = error;
 }
 
 /// Moves bytes by `move`, which is given how many, unless they are not to be moved.
 template <class Move>
 ssize_t MoveBytes(const char* kind, int descriptor, std::size_t count, const Move& move) {
   const Fault fault = Count(kind, PathOf(descriptor));
-  if (fault == Fault::kShort) return move((count + 1) / 2);
-  if (fault == Fault::kNone) return move(count);
-  errno = fault == Fault::kFull ? ENOSPC : EIO;
-  return -1;
+  if (const int error = ErrorOf(fault)) {
+    errno = error;
+    return -1;
+  }
+  const ssize_t moved = move(fault == Fault::kShort ? (count + 1) / 2 : count);
+  SendSignals(fault);
+  return moved;
 }
 
 /// Calls `call` unless it has to fail; for calls that answer -1 with an error.
 template <class Call>
 auto CallUnlessFailing(const char* kind, const std::string& path, const Call& call) -> decltype(call()) {
-  const int error = CountCall(kind, path);
-  if (!error) return call();
-  errno = error;
-  return -1;
+  const Fault fault = Count(kind, path);
+  if (const int error = ErrorOf(fault)) {
+    errno = error;
+    return -1;
+  }
+  const auto result = call();
+  SendSignals(fault);
+  return result;
 }
 
 const char* KindOfOpen(int flags) {
