@@ -3,6 +3,7 @@
 #include "tagXArr2.h"
 #include "XDataType.h"
 #include "XObject.h"
+#include "XReadPolicy.h"
 #include "XString.h"
 
 #include <array>
@@ -125,6 +126,13 @@ class ZRKIO_API XBand : public XObject {
   /// Bytes of a sample, by the data type; 0 for code 0.
   int GetDataSize() const { return XfnGetDataSize(dataType_); }
 
+  /// How the band reads; that of `XfnSetDefaultReadPolicy` at first, and for the bands of a dataset the dataset's.
+  XReadPolicy GetReadPolicy() const { return readPolicy_; }
+  bool IsExact() const { return readPolicy_ == kReadExact; }
+  /// Set it before the band opens its file, and for a follower before it is made, as it has its master's. A band that
+  /// is open has planned its reads.
+  void SetReadPolicy(XReadPolicy policy) { readPolicy_ = policy; }
+
   /// A number and a name for the caller's own use; loaders set the name ("Channel 1" and so on). They need not be
   /// unique, and nothing is looked up by them. 0 and empty at first.
   int GetID() const { return id_; }
@@ -224,6 +232,7 @@ class ZRKIO_API XBand : public XObject {
   XBand& operator=(const XBand&) = default;
 
  private:
+  XReadPolicy readPolicy_ = XfnGetDefaultReadPolicy();
   int id_ = 0;
   XString name_;
   std::int64_t offsetInFile_ = 0;

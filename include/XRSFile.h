@@ -1,9 +1,11 @@
 #pragma once
 
 #include "tagGCPSets.h"
+#include "tagXMetadataItem.h"
 #include "tagXRadarScene.h"
 #include "XFile.h"
 #include "XObject.h"
+#include "XReadPolicy.h"
 #include "XROI.h"
 #include "XRSSIG.h"
 #include "XSpatialReference.h"
@@ -12,6 +14,7 @@
 #include "ZRMVand.h"
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 class XThread;
@@ -34,6 +37,11 @@ class ZRKIO_API XRSFile : public XObject {
   ~XRSFile() override;
   XRSFile(const XRSFile&) = delete;
   XRSFile& operator=(const XRSFile&) = delete;
+
+  /// How bands that are loaded into the dataset read; that of `XfnSetDefaultReadPolicy` at first.
+  XReadPolicy GetReadPolicy() const { return readPolicy_; }
+  /// Set it before loading: bands that are there keep theirs.
+  void SetReadPolicy(XReadPolicy policy) { readPolicy_ = policy; }
 
   /// The open file, or null. Most bands open their files themselves; bands of native rasters read this one.
   XFile* GetFilePtr() const { return file_; }
@@ -114,6 +122,9 @@ class ZRKIO_API XRSFile : public XObject {
   /// Free text about the dataset; empty at first.
   const XString& GetDescription() const { return description_; }
   void SetDescription(const XString& description) { description_ = description; }
+  /// The texts that came with the file, in its order; writers of formats that have room for such texts keep them.
+  const std::vector<tagXMetadataItem>& GetMetadata() const { return metadata_; }
+  void AddMetadata(tagXMetadataItem item) { metadata_.push_back(std::move(item)); }
   /// Two fields that native files keep for other modules; nothing here looks at them.
   int GetAttatchFlag() const { return attatchFlag_; }
   void SetAttatchFlag(int attatchFlag) { attatchFlag_ = attatchFlag; }
@@ -148,6 +159,7 @@ class ZRKIO_API XRSFile : public XObject {
  private:
   friend struct zrk::FieldAccess;
 
+  XReadPolicy readPolicy_ = XfnGetDefaultReadPolicy();
   XFile* file_ = nullptr;
   std::unique_ptr<XFile> ownedFile_;
   std::unique_ptr<tagXRadarScene> radarScene_;
@@ -163,6 +175,7 @@ class ZRKIO_API XRSFile : public XObject {
   std::vector<double> correlationMatrix_;
   std::vector<double> covarianceMatrix_;
   XString description_;
+  std::vector<tagXMetadataItem> metadata_;
   int attatchFlag_ = 0;
   XString cryptoVaildationInfo_;
 };

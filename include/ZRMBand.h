@@ -7,7 +7,9 @@
 #include "XSarParam.h"
 #include "XSpatialReference.h"
 
+#include <array>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class XEPOT2D;
@@ -20,6 +22,12 @@ struct FieldAccess;
 
 /// The kind of a band that holds class numbers, whose GIS list has one colour for each.
 inline constexpr int kBandTypeThematic = 8;
+
+/// What a band shows of a picture in colours.
+enum XColourRole { kRoleUnknown, kRoleGrey, kRoleRed, kRoleGreen, kRoleBlue, kRoleAlpha };
+
+/// What `GetULX` and `GetULY` name: the outer corner of the first pixel, or its centre. It follows from the format.
+enum XPixelAnchor { kPixelCorner, kPixelCentre };
 
 /// What a band's coordinates are.
 enum XCoordinateKind { kCoordinatePixel = 1, kCoordinateWorld = 2 };
@@ -82,6 +90,18 @@ class ZRKIO_API ZRMBand : public XBand {
   /// where the pixel size is 0. A result below 0 becomes 0.
   void SetBoundRect(double minX, double maxX, double minY, double maxY);
 
+  /// The full transform from pixels to world units, whatever convention the format has for its corner:
+  /// x = t[0] + column * t[1] + row * t[2], y = t[3] + column * t[4] + row * t[5], where (0, 0) is the outer corner of
+  /// the first pixel and (1, 1) that of the pixel right of it and below. Rotation and rows that go north are in it; the
+  /// operations above know neither.
+  void GetGeoTransform(double transform[6]) const;
+  /// For loaders, after corner and pixel sizes. A later change of these takes it back: the transform then follows them.
+  void SetGeoTransform(const double transform[6]);
+  /// Which place of the first pixel the upper left corner is, for the transform that follows from it; its corner at
+  /// first.
+  XPixelAnchor GetPixelAnchor() const { return pixelAnchor_; }
+  void SetPixelAnchor(XPixelAnchor pixelAnchor) { pixelAnchor_ = pixelAnchor; }
+
   // Fields.
 
   /// The dataset that holds the band, or null; not owned. The pointer is valid as long as the band is, since the
@@ -94,6 +114,10 @@ class ZRKIO_API ZRMBand : public XBand {
   int GetBandType() const { return bandType_; }
   /// Set it before level data is built: it decides how levels are made.
   void SetBandType(int bandType) { bandType_ = bandType; }
+
+  /// A value of `XColourRole`, by what the file says of the band; `kRoleUnknown` where it says nothing.
+  XColourRole GetColourRole() const { return colourRole_; }
+  void SetColourRole(XColourRole colourRole) { colourRole_ = colourRole; }
 
   /// The system of the world coordinates. It belongs to the band and lives as long; a change through the pointer
   /// changes the band. It is empty where the file names no system.
@@ -112,21 +136,23 @@ class ZRKIO_API ZRMBand : public XBand {
   double GetULX() const { return ulx_; }
   double GetULY() const { return uly_; }
   /// Moves the image in the world. The samples and the file stay.
-  void SetULX(double ulx) { ulx_ = ulx; }
-  void SetULY(double uly) { uly_ = uly; }
+  void SetULX(double ulx) { SetUpperLeft(ulx, uly_); }
+  void SetULY(double uly) { SetUpperLeft(ulx_, uly); }
   void SetUpperLeft(double ulx, double uly) {
     ulx_ = ulx;
     uly_ = uly;
+    geoTransform_.reset();
   }
   /// World units per pixel, at first 1.0. A negative or zero size is kept as it is.
   double GetXPixelSize() const { return xPixelSize_; }
   double GetYPixelSize() const { return yPixelSize_; }
   /// Changes the scale of the image in the world, and not the number of its pixels.
-  void SetXPixelSize(double xPixelSize) { xPixelSize_ = xPixelSize; }
-  void SetYPixelSize(double yPixelSize) { yPixelSize_ = yPixelSize; }
+  void SetXPixelSize(double xPixelSize) { SetPixelSize(xPixelSize, yPixelSize_); }
+  void SetYPixelSize(double yPixelSize) { SetPixelSize(xPixelSize_, yPixelSize); }
   void SetPixelSize(double xPixelSize, double yPixelSize) {
     xPixelSize_ = xPixelSize;
     yPixelSize_ = yPixelSize;
+    geoTransform_.reset();
   }
   /// Nonzero where world coordinates are normalised to the image. It is kept for files that have it, and the
   /// conversions do not look at it. 0 at first.
@@ -343,12 +369,15 @@ class ZRKIO_API ZRMBand : public XBand {
   ZRMBandDRIO* levelSource_ = nullptr;
   ZRMBand* shownBand_ = this;
   int bandType_ = 0;
+  XColourRole colourRole_ = kRoleUnknown;
   XSpatialReference sr_;
   int coordinateKind_ = kCoordinatePixel;
   double ulx_ = 0.0;
   double uly_ = 0.0;
   double xPixelSize_ = 1.0;
   double yPixelSize_ = 1.0;
+  XPixelAnchor pixelAnchor_ = kPixelCorner;
+  std::optional<std::array<double, 6>> geoTransform_;  // where it says more than corner and pixel sizes
   int normalizedWorld_ = 0;
   int centerX_ = 0;
   int centerY_ = 0;

@@ -70,6 +70,7 @@ ZRMBandGTIFF::ZRMBandGTIFF(ZRMBandGTIFF* master) : ZRMBandFile(std::make_unique<
   SetBandMax(-kNotSet);
   if (!master) return;
   CopyGeometry(*master);
+  SetReadPolicy(master->GetReadPolicy());
   SetDataType(master->GetDataType());
   SetDecodeRows(master->GetDecodeRows());
   Impl& impl = GetImpl();

@@ -1,6 +1,7 @@
 #include "ZRMBandEPOT.h"
 
 #include "base/Fence.h"
+#include "base/ReadError.h"
 #include "core/level/PyramidStore.h"
 #include "XThreadSafeArr.h"
 
@@ -42,9 +43,11 @@ int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize
 }
 
 int ZRMBandEPOT::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  int left = 0, top = 0, width = 0, height = 0;
-  if (!GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) return 0;
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
+    int left = 0, top = 0, width = 0, height = 0;
+    if (!GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) {
+      return zrk::FailRead(IsInside(x0, x1, y0, y1) ? zrk::kNoSuchLevel : zrk::kWindowOutside);
+    }
     // A buffer that was lent on an earlier read belongs to a band, perhaps another one, and is replaced.
     const bool isCallers = out && out->data && !out->isLent;
     tagXArr2* const buffer = isCallers ? out : impl_->buffers.GetBuffer(width, height, GetDataSize());

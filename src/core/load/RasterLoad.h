@@ -3,6 +3,7 @@
 #include "base/Fence.h"
 #include "core/load/FormatRow.h"
 #include "core/load/Outcome.h"
+#include "XRSFile.h"
 #include "XString.h"
 #include "ZRMBand.h"
 
@@ -47,6 +48,7 @@ Channels OpenChannels(ChannelNames names, const RasterCall& call) {
   Band* const shared = master.get();
   shared->SetBandName(MakeChannelName(names, call.path, 1));
   shared->SetChannel(0);
+  shared->SetReadPolicy(call.file->GetReadPolicy());
   if (!shared->ReadFile(call.path, call.err, call.thread)) return channels;
   channels.push_back(std::move(master));
   for (int channel = 1; channel < shared->GetNumChannels(); ++channel) {
@@ -64,6 +66,7 @@ Channels OpenChannels(ChannelNames names, const RasterCall& call) {
   Channels channels;
   auto band = std::make_unique<Band>();
   band->SetBandName(MakeChannelName(names, call.path, 1));
+  band->SetReadPolicy(call.file->GetReadPolicy());
   if (band->ReadFile(call.path, call.err, call.thread)) channels.push_back(std::move(band));
   return channels;
 }

@@ -7,6 +7,7 @@
 
 #include "XBand.h"
 
+#include "base/ReadError.h"
 #include "Xepot.h"
 #include "XSystem.h"
 #include "ZRMBand.h"
@@ -24,6 +25,11 @@ namespace {
 int LastOfStep(int first, int level) {
   const std::int64_t last = std::int64_t{first} + (std::int64_t{1} << level) - 1;
   return last <= INT_MAX ? static_cast<int>(last) : -1;
+}
+
+/// A window that is refused before it comes to a read.
+int FailOutside() {
+  return zrk::ReadErrand().End(0, zrk::kWindowOutside);
 }
 
 /// The caller's samples in the shape of a buffer. They stay where they are and are not looked at. The shape was checked
@@ -62,9 +68,9 @@ int XBand::GetDataType() const {
 // the shift by it would be undefined otherwise.
 
 int XBand::ReadLineH(tagXArr2*& out, int level, int x0, int x1, int y) {
-  if (!IsLevel(level)) return 0;
+  if (!IsLevel(level)) return FailOutside();
   const int y1 = LastOfStep(y, level);
-  return IsInside(x0, x1, y, y1) ? ReadSubset(out, level, x0, x1, y, y1, nullptr) : 0;
+  return IsInside(x0, x1, y, y1) ? ReadSubset(out, level, x0, x1, y, y1, nullptr) : FailOutside();
 }
 
 int XBand::ReadLineH(tagXArr2*& out, int level, int y) {
@@ -72,9 +78,9 @@ int XBand::ReadLineH(tagXArr2*& out, int level, int y) {
 }
 
 int XBand::ReadLineV(tagXArr2*& out, int level, int x, int y0, int y1) {
-  if (!IsLevel(level)) return 0;
+  if (!IsLevel(level)) return FailOutside();
   const int x1 = LastOfStep(x, level);
-  return IsInside(x, x1, y0, y1) ? ReadSubset(out, level, x, x1, y0, y1, nullptr) : 0;
+  return IsInside(x, x1, y0, y1) ? ReadSubset(out, level, x, x1, y0, y1, nullptr) : FailOutside();
 }
 
 int XBand::ReadLineV(tagXArr2*& out, int level, int x) {
@@ -82,7 +88,7 @@ int XBand::ReadLineV(tagXArr2*& out, int level, int x) {
 }
 
 int XBand::ReadPixel(tagXArr2*& out, int x, int y) {
-  return IsInside(x, x, y, y) ? ReadSubset(out, 0, x, x, y, y, nullptr) : 0;
+  return IsInside(x, x, y, y) ? ReadSubset(out, 0, x, x, y, y, nullptr) : FailOutside();
 }
 
 // Lines and pixels are windows, and a window that is not in the band is refused where all writes end.
@@ -154,7 +160,7 @@ int XBand::ReadSubset(void*& data, int& width, int& height, int level, int x0, i
 }
 
 int XBand::ReadSubset(tagXArr2*&, int, int, int, int, int, int*) {
-  return 0;
+  return zrk::ReadErrand().End(0, "The band has no pixels");
 }
 
 int XBand::WriteSubset(int, int, int, int, bool, double) {
@@ -224,12 +230,16 @@ int XBand::BuildLowerLevelsForTIP(double, int, int, int, int, bool) {
   return 0;
 }
 
-/// How rows are decoded together is a matter of the pixels. Those are not taken over, and so this one field stays.
+/// How the band reads and how its rows are decoded together are matters of the pixels. Those are not taken over, and so
+/// these fields stay.
 int XBand::CloneBand(ZRMBand* source) {
   if (!source) return 0;
-  const int decodeRows = decodeRows_;  // of this band's own pixels
+  const XReadPolicy readPolicy = readPolicy_;
+  const int decodeRows = decodeRows_, decodeColumns = decodeColumns_;
   *this = static_cast<const XBand&>(*source);
+  readPolicy_ = readPolicy;
   decodeRows_ = decodeRows;
+  decodeColumns_ = decodeColumns;
   return 1;
 }
 

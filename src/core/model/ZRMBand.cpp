@@ -95,6 +95,7 @@ int ZRMBand::CloneBand(ZRMBand* source) {
   XBand::CloneBand(source);
   CopyGeometry(*source);
   bandType_ = source->bandType_;
+  colourRole_ = source->colourRole_;
   normalizedWorld_ = source->normalizedWorld_;
   centerX_ = source->centerX_;
   centerY_ = source->centerY_;
@@ -117,6 +118,8 @@ void ZRMBand::CopyGeometry(const ZRMBand& master) {
   SetSize(master.GetXSize(), master.GetYSize());
   SetPixelSize(master.xPixelSize_, master.yPixelSize_);
   SetUpperLeft(master.ulx_, master.uly_);
+  pixelAnchor_ = master.pixelAnchor_;
+  geoTransform_ = master.geoTransform_;
   coordinateKind_ = master.coordinateKind_;
   sr_ = master.sr_;
 }
@@ -155,6 +158,22 @@ void ZRMBand::ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y
   ConvWorldToPixelCoord(worldX, worldY);
   x = TruncateToInt(worldX);
   y = TruncateToInt(worldY);
+}
+
+/// Half a pixel lies between the centre of the first pixel and its outer corner.
+void ZRMBand::GetGeoTransform(double transform[6]) const {
+  if (geoTransform_) {
+    std::ranges::copy(*geoTransform_, transform);
+    return;
+  }
+  const double shift = pixelAnchor_ == kPixelCentre ? 0.5 : 0.0;
+  const double derived[6] = {ulx_ - shift * xPixelSize_, xPixelSize_, 0.0,
+                             uly_ + shift * yPixelSize_, 0.0,         -yPixelSize_};
+  std::ranges::copy(derived, transform);
+}
+
+void ZRMBand::SetGeoTransform(const double transform[6]) {
+  std::copy_n(transform, 6, geoTransform_.emplace().begin());
 }
 
 /// Pixels have an extent, so that the range ends at the far edges of the last ones.

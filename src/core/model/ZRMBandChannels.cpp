@@ -10,6 +10,7 @@ ZRMBandChannels<Base>::ZRMBandChannels(std::unique_ptr<Frame> frame, ZRMBandChan
   // A follower shares the size and place of its master, since one decode serves both.
   if (!master) return;
   this->CopyGeometry(*master);
+  this->SetReadPolicy(master->GetReadPolicy());
   this->GetFrame().masterBand = master;
   this->GetFrame().master = &master->GetFrame();
 }

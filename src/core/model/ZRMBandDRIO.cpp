@@ -1,5 +1,7 @@
 #include "ZRMBandDRIO.h"
 
+#include "base/ReadError.h"
+
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandDRIO, ZRMBand);
 
 ZRMBandDRIO::ZRMBandDRIO() {
@@ -14,5 +16,8 @@ void ZRMBandDRIO::HoldLevelData(ZRMBand* levelData, ZRMBandXLD* bandXLD) {
 }
 
 int ZRMBandDRIO::ReadFromLevelData(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) const {
-  return levelData_ ? levelData_->ReadSubset(out, level, x0, x1, y0, y1, cancel) : 0;
+  if (!levelData_) return 0;
+  if (levelData_->ReadSubset(out, level, x0, x1, y0, y1, cancel)) return 1;
+  zrk::ForgetReadError();  // the source is asked next
+  return 0;
 }

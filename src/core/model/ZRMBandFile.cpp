@@ -4,9 +4,11 @@
 #include "ZRMBandFile.h"
 
 #include "base/Fence.h"
+#include "base/ReadError.h"
 #include "core/model/BandFrame.h"
 #include "core/model/StripStatistics.h"
 #include "Xepot.h"
+#include "XThread.h"
 
 #include <algorithm>
 #include <concepts>
@@ -34,14 +36,22 @@ int ZRMBandFile<Base>::GetHighestLevelForTarget(int x0, int x1, int y0, int y1, 
 template <class Base>
 int ZRMBandFile<Base>::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
   const zrk::ReadRequest request{level, x0, x1, y0, y1};
-  if (!frame_->Accepts(request, this->IsInside(x0, x1, y0, y1), cancel)) return 0;
-  // Level data is asked before the source, since its reduced pixels lie ready while the source has to decode them.
-  if constexpr (std::derived_from<Base, ZRMBandDRIO>) {
-    if (frame_->asksLevelData && this->ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
-  }
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
+    const bool isInside = this->IsInside(x0, x1, y0, y1);
+    if (!frame_->Accepts(request, isInside, cancel)) {
+      if (!isInside) zrk::NoteReadError(zrk::kWindowOutside);
+      if (XfnIsStopRequested(cancel)) zrk::NoteReadError(zrk::kReadStopped);
+      return 0;
+    }
+    // Level data is asked before the source, since its reduced pixels lie ready while the source has to decode them.
+    if constexpr (std::derived_from<Base, ZRMBandDRIO>) {
+      if (frame_->asksLevelData && this->ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
+    }
     tagXArr2* const result = frame_->Read(request, cancel);
-    if (!result) return 0;
+    if (!result) {
+      if (XfnIsStopRequested(cancel)) zrk::NoteReadError(zrk::kReadStopped);
+      return 0;
+    }
     out = result;
     if (!frame_->IsFollower()) this->CleanupMemory(0, 0);
     return 1;

@@ -8,7 +8,7 @@
 #include "ZRMBand2DMem.h"
 
 #include "base/DataTypeVisit.h"
-#include "base/Fence.h"
+#include "base/ReadError.h"
 #include "math/SampleFilter.h"
 #include "XThread.h"
 #include "XThreadSafeArr.h"
@@ -77,8 +77,9 @@ bool ZRMBand2DMem::IsInMemory(int x0, int x1, int y0, int y1) const {
 }
 
 int ZRMBand2DMem::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  if (!IsLevel(level) || !IsInMemory(x0, x1, y0, y1) || XfnIsStopRequested(cancel)) return 0;
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
+    if (!IsLevel(level) || !IsInMemory(x0, x1, y0, y1)) return zrk::FailRead(zrk::kWindowOutside);
+    if (XfnIsStopRequested(cancel)) return zrk::FailRead(zrk::kReadStopped);
     tagXArr2* result =
         impl_->results.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, XfnGetDataSize(impl_->sourceType));
     if (!result) return 0;

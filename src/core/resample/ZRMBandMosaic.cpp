@@ -7,6 +7,7 @@
 #include "base/DataTypeVisit.h"
 #include "base/Fence.h"
 #include "base/PerThread.h"
+#include "base/ReadError.h"
 #include "core/resample/MosaicRead.h"
 #include "XThreadSafeArr.h"
 
@@ -96,8 +97,9 @@ int ZRMBandMosaic::CalcWarpCoeff() {
 }
 
 int ZRMBandMosaic::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  if (impl_->sources.empty() || !IsScalar(GetDataType()) || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
+    if (!IsLevel(level) || !IsInside(x0, x1, y0, y1)) return zrk::FailRead(zrk::kWindowOutside);
+    if (impl_->sources.empty() || !IsScalar(GetDataType())) return zrk::FailRead("The mosaic has no sources");
     tagXArr2* result = impl_->results.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
     if (!result) return 0;
     zrk::MosaicRead read({level, x0, x1, y0, y1}, GetDataType(), *result, impl_->scratch.Get(), cancel);

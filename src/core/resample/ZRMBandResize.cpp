@@ -7,6 +7,7 @@
 #include "base/DataTypeVisit.h"
 #include "base/Fence.h"
 #include "base/PerThread.h"
+#include "base/ReadError.h"
 #include "core/resample/ResizeRead.h"
 #include "XThreadSafeArr.h"
 
@@ -95,13 +96,13 @@ int ZRMBandResize::SetResizeInfo(int x0, int x1, int y0, int y1, double xPixelSi
 }
 
 int ZRMBandResize::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
-  // Size and data type can be set on any band from outside. The sampler is what the read has to fit.
-  if (!impl_->sampler || !IsLevel(level) || !IsInside(x0, x1, y0, y1) || x1 >= impl_->sampler->GetShape().outWidth ||
-      y1 >= impl_->sampler->GetShape().outHeight) {
-    return 0;
-  }
   const zrk::ReadRequest request{level, x0, x1, y0, y1};
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
+    // Size and data type can be set on any band from outside. The sampler is what the read has to fit.
+    if (!impl_->sampler || !IsLevel(level) || !IsInside(x0, x1, y0, y1) || x1 >= impl_->sampler->GetShape().outWidth ||
+        y1 >= impl_->sampler->GetShape().outHeight) {
+      return zrk::FailRead(zrk::kWindowOutside);
+    }
     tagXArr2* result = impl_->results.GetBuffer(request.Width() >> level, request.Height() >> level,
                                                 XfnGetDataSize(impl_->sampler->GetShape().dataType));
     if (!result) return 0;

@@ -9,6 +9,7 @@
 #include "ZRMBandXLD.h"
 
 #include "base/Fence.h"
+#include "base/ReadError.h"
 #include "Xepot.h"
 #include "XFile.h"
 #include "XThreadSafeArr.h"
@@ -88,7 +89,9 @@ std::int64_t ZRMBandXLD::CalcBandSize(int, int, int, int, int) const {
 /// The upper left corner decides where the window begins on the store. Its size is counted on the band itself, as
 /// callers expect of every band.
 int ZRMBandXLD::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int*) {
-  if (!impl_->file || level <= 0 || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) return 0;
+  if (!impl_->file || level <= 0 || !IsLevel(level) || !IsInside(x0, x1, y0, y1)) {
+    return zrk::ReadErrand().End(0, IsInside(x0, x1, y0, y1) ? zrk::kNoSuchLevel : zrk::kWindowOutside);
+  }
   double left = x0, bottom = y1, right = x1, top = y0;
   for (auto [x, y] : {std::pair<double&, double&>(left, bottom), std::pair<double&, double&>(right, top)}) {
     ConvPixelToWorldCoord(x, y);
@@ -96,7 +99,7 @@ int ZRMBandXLD::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, in
   }
   const int epotX = TruncateToPixel(left), epotY = TruncateToPixel(top);
   if (epotX < 0 || epotY < 0) return 0;
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
     tagXArr2* const buffer = impl_->buffers.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
     const int storeLevel = level - 1;
     if (!buffer ||

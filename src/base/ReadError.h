@@ -1,0 +1,52 @@
+#pragma once
+
+#include <new>
+
+namespace zrk {
+
+/// Reasons that bands of all kinds have.
+inline constexpr const char* kWindowOutside = "The window is not inside the band";
+inline constexpr const char* kNoSuchLevel = "The level leaves no pixel of the window";
+inline constexpr const char* kReadStopped = "The read was stopped";
+inline constexpr const char* kReadNoMemory = "There is no memory for the pixels";
+
+/// Tells why the read that is under way on this thread will fail. Of several sentences the first stays, which comes
+/// from where the failure was. Nothing is thrown, and a sentence is lost where memory runs out.
+void NoteReadError(const char* sentence) noexcept;
+
+/// As `NoteReadError`; 0, to be returned as the result.
+inline int FailRead(const char* sentence) noexcept {
+  NoteReadError(sentence);
+  return 0;
+}
+
+/// A read of a band. Reads may lie within each other, as those of a level band within those of its image. What is noted
+/// on the way becomes the reason of the outermost one, if that fails.
+class ReadErrand {
+ public:
+  ReadErrand() noexcept;
+  ~ReadErrand();
+  ReadErrand(const ReadErrand&) = delete;
+  ReadErrand& operator=(const ReadErrand&) = delete;
+
+  /// Hands the result on. A failure for which no reason was noted has the sentence given.
+  int End(int result, const char* reasonOtherwise = "The pixels can't be read") noexcept;
+};
+
+/// Forgets what was noted of a source that was asked in vain, before the next one is asked.
+void ForgetReadError() noexcept;
+
+/// Runs a read of a band, from which nothing may be thrown, and keeps the reason where it fails.
+template <class Read>
+int ReadPixels(Read&& read) noexcept {
+  ReadErrand errand;
+  try {
+    return errand.End(read());
+  } catch (const std::bad_alloc&) {
+    return errand.End(0, kReadNoMemory);
+  } catch (...) {
+    return errand.End(0, "A band of the caller has thrown");
+  }
+}
+
+}  // namespace zrk

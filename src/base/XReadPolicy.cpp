@@ -1,0 +1,81 @@
+// The policy of new datasets is a word of the process. The reason of a failed read belongs to the thread that read. It
+// is collected while the read is under way, and becomes the last reason only when the read has failed. A read that
+// tried one source in vain and found another leaves none.
+
+#include "XReadPolicy.h"
+
+#include "base/ReadError.h"
+
+#include <atomic>
+#include <new>
+#include <string>
+
+namespace {
+
+std::atomic<XReadPolicy> defaultPolicy = kReadCompatible;
+
+struct Reasons {
+  int depth = 0;        // of reads within each other
+  std::string pending;  // of the reads that are under way
+  std::string last;
+};
+
+Reasons& OfThisThread() {
+  thread_local Reasons reasons;
+  return reasons;
+}
+
+}  // namespace
+
+void XfnSetDefaultReadPolicy(XReadPolicy policy) {
+  defaultPolicy = policy;
+}
+
+XReadPolicy XfnGetDefaultReadPolicy() {
+  return defaultPolicy;
+}
+
+int XfnGetLastReadError(XString& err) {
+  const std::string& last = OfThisThread().last;
+  if (last.empty()) return 0;
+  err = last;
+  return 1;
+}
+
+namespace zrk {
+
+void NoteReadError(const char* sentence) noexcept {
+  Reasons& reasons = OfThisThread();
+  if (!reasons.pending.empty()) return;
+  try {
+    reasons.pending = sentence;
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+void ForgetReadError() noexcept {
+  OfThisThread().pending.clear();
+}
+
+ReadErrand::ReadErrand() noexcept {
+  Reasons& reasons = OfThisThread();
+  if (reasons.depth++ == 0) reasons.pending.clear();
+}
+
+ReadErrand::~ReadErrand() {
+  --OfThisThread().depth;
+}
+
+int ReadErrand::End(int result, const char* reasonOtherwise) noexcept {
+  Reasons& reasons = OfThisThread();
+  if (result) {
+    // What a source noted that was asked in vain is no reason for what may still fail.
+    if (!reasons.pending.empty()) reasons.pending.clear();
+  } else {
+    NoteReadError(reasonOtherwise);
+    if (reasons.depth == 1) reasons.last.swap(reasons.pending);
+  }
+  return result;
+}
+
+}  // namespace zrk
