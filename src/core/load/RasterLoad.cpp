@@ -15,6 +15,8 @@
 #include "XRSFile.h"
 #include "XWorldFile.h"
 
+#include <array>
+
 namespace zrk {
 namespace {
 
@@ -58,6 +60,13 @@ void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension)
       PlaceAsPixels(band);
     }
   }
+}
+
+XColourRole GetPlainRole(int numChannels, int channel) {
+  if (numChannels == 1) return kRoleGrey;
+  constexpr std::array<XColourRole, 3> kRoles = {kRoleRed, kRoleGreen, kRoleBlue};
+  const auto place = static_cast<std::size_t>(channel);
+  return numChannels >= 3 && place < kRoles.size() ? kRoles[place] : kRoleUnknown;
 }
 
 /// The dataset takes over each band and frees it.

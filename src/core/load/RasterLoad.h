@@ -20,6 +20,10 @@
 //   };
 //   LoadRaster<Bitmap>(call);
 //
+// The record of a format whose channels are colours may have a function that tells them:
+//
+//     static XColourRole GetRole(const ZRMBandBMP& master, int channel);
+//
 // A band that is made without a master is the only one of its file.
 
 namespace zrk {
@@ -71,11 +75,24 @@ Channels OpenChannels(ChannelNames names, const RasterCall& call) {
   return channels;
 }
 
+/// Grey for one channel, and red, green and blue for three or more.
+XColourRole GetPlainRole(int numChannels, int channel);
+
 /// Moves the channels into the dataset, in order.
 void AddChannels(XRSFile& file, Channels channels);
 
 /// The shape of the loaders whose bands never have level data: statistics come before the bands are in the dataset.
 int LoadFrame(const RasterCall& call, Channels (*open)(const RasterCall& call));
+
+/// What each channel shows, where the format tells it.
+template <class Format>
+void TakeRoles(const Channels& channels) {
+  if constexpr (requires(const typename Format::Band& master) { Format::GetRole(master, 0); }) {
+    const auto& master = static_cast<const typename Format::Band&>(*channels.front());
+    int channel = 0;
+    for (const std::unique_ptr<ZRMBand>& each : channels) each->SetColourRole(Format::GetRole(master, channel++));
+  }
+}
 
 template <class Format>
 int LoadRaster(const RasterCall& call) {
@@ -86,6 +103,7 @@ int LoadRaster(const RasterCall& call) {
   return Fenced(call.err, [&call] {
     Channels channels = OpenChannels<typename Format::Band>(Format::kNames, call);
     if (channels.empty()) return 0;
+    TakeRoles<Format>(channels);
     AddChannels(*call.file, std::move(channels));
     if (Format::kWorldFile) PlaceByWorldFile(*call.file, call.path, Format::kWorldFile);
     FinishRaster(call);
