@@ -5,12 +5,6 @@
 
 namespace zrk {
 
-namespace {
-
-constexpr int kMaxLevel = 30;  // an int has no more
-
-}  // namespace
-
 BandFrame::~BandFrame() = default;
 
 /// The rule of most formats. A class with a size of its own, which callers can't set, adds to it.
@@ -35,16 +29,20 @@ tagXArr2* BandFrame::ReadAsMaster(const ReadRequest& request, const int* cancel,
   return reads.GetResult(channel);
 }
 
+bool BandFrame::LeavesPixels(const ReadRequest& request) {
+  constexpr int kMaxLevel = 30;  // an int has no more
+  return 0 < request.level && request.level <= kMaxLevel && request.Width() >> request.level > 0 &&
+         request.Height() >> request.level > 0;
+}
+
 /// The decoder writes its rows to the record that results are found in, so the level is put together in another one.
 /// They change places in the end, and the room for a row is there for the next read.
 ChannelReads::Record* BandFrame::DecodeLevel(const ReadRequest& request, const int* cancel) {
-  const bool isLevel = 0 < request.level && request.level <= kMaxLevel;
-  const int width = isLevel ? request.Width() >> request.level : 0;
-  const int height = isLevel ? request.Height() >> request.level : 0;
-  if (width == 0 || height == 0) {
+  if (!LeavesPixels(request)) {
     NoteReadError(kNoSuchLevel);
     return nullptr;
   }
+  const int width = request.Width() >> request.level, height = request.Height() >> request.level;
   const int step = 1 << request.level;
   ChannelReads::Record* row = nullptr;
   ChannelReads::Record* whole = nullptr;

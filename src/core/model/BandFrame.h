@@ -25,6 +25,9 @@ class BandFrame {
   tagXArr2* Read(const ReadRequest& request, const int* cancel, bool isExact);
   bool IsFollower() const { return master != nullptr; }
 
+  /// Whether a level above 0 is one that an image can have and leaves a pixel of the window.
+  static bool LeavesPixels(const ReadRequest& request);
+
   ChannelReads reads;
   int channel = 0;
   bool asksLevelData = true;
