@@ -10,9 +10,11 @@
 #include "core/level/PyramidStore.h"
 
 #include "base/DataTypeVisit.h"
+#include "base/ReadError.h"
 #include "math/CopyBlock.h"
 #include "math/CopyFileRows.h"
 #include "math/SampleFilter.h"
+#include "XString.h"
 #include "XThread.h"
 
 #include <algorithm>
@@ -42,6 +44,13 @@ void CopyKeptRows(const unsigned char* from, std::int64_t fromStride, unsigned c
   }
 }
 
+bool FailAtTile(const TilePiece& piece) {
+  XString sentence;
+  sentence.Format("The tile in column %d and row %d of level %d can't be read", piece.column, piece.row, piece.level);
+  NoteReadError(sentence);
+  return false;
+}
+
 }  // namespace
 
 PyramidStore::~PyramidStore() = default;
@@ -58,7 +67,8 @@ bool PyramidStore::Read(tagXArr2& buffer, int level, int left, int top, const in
   const auto read = [&](const TilePiece& piece, int x, int y) {
     // A stop is heard between pieces, and so within the time of one tile.
     if (XfnIsStopRequested(cancel)) return false;
-    return ReadPiece(piece, stride * buffer.ySize, buffer.data + y * stride + x * sampleBytes, stride);
+    return ReadPiece(piece, stride * buffer.ySize, buffer.data + y * stride + x * sampleBytes, stride) ||
+           FailAtTile(piece);
   };
   return ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, read);
 }
