@@ -11,6 +11,15 @@
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandCIB, ZRMBand);
 
+namespace {
+
+/// Kept out of line: where g++ 12 sees neighbouring values narrowed and widened again, it leaves the narrowing out.
+[[gnu::noinline]] float ToSingle(double value) {
+  return static_cast<float>(value);
+}
+
+}  // namespace
+
 struct ZRMBandCIB::Impl final : Frame {
   bool Accepts(const zrk::ReadRequest& request, bool isInside, const int* cancel) const override;
   zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
@@ -49,11 +58,8 @@ int ZRMBandCIB::Open(XString path) {
   impl.pixels = std::move(pixels);
   // The place is held in single precision.
   const tagCoverageSectionSubheaderRPF& coverage = frame.GetCoverageSec();
-  const auto nwLongitude = static_cast<float>(coverage.nwLongitude);
-  const auto nwLatitude = static_cast<float>(coverage.nwLatitude);
-  const auto horizontalInterval = static_cast<float>(coverage.horizontalInterval);
-  const auto verticalInterval = static_cast<float>(coverage.verticalInterval);
-  zrk::PlaceAsFrame(*this, nwLongitude, nwLatitude, horizontalInterval, verticalInterval);
+  zrk::PlaceAsFrame(*this, ToSingle(coverage.nwLongitude), ToSingle(coverage.nwLatitude),
+                    ToSingle(coverage.horizontalInterval), ToSingle(coverage.verticalInterval));
   return 1;
 }
 
