@@ -14,11 +14,9 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandCIB, ZRMBand);
 
 namespace {
 
-/// GCC 12 takes several numbers that go through single precision and back for the numbers themselves where it works on
-/// two at a time. A place in memory that it may not leave out stops it.
-double RoundToSingle(double number) {
-  volatile float single = static_cast<float>(number);
-  return single;
+/// Kept out of line: where g++ 12 sees neighbouring values narrowed and widened again, it leaves the narrowing out.
+[[gnu::noinline]] float ToSingle(double value) {
+  return static_cast<float>(value);
 }
 
 }  // namespace
@@ -64,8 +62,8 @@ int ZRMBandCIB::Open(XString path) {
   impl.planes = std::move(fresh);
   // The place is held in single precision.
   const tagCoverageSectionSubheaderRPF& coverage = frame.GetCoverageSec();
-  zrk::PlaceAsFrame(*this, RoundToSingle(coverage.nwLongitude), RoundToSingle(coverage.nwLatitude),
-                    RoundToSingle(coverage.horizontalInterval), RoundToSingle(coverage.verticalInterval));
+  zrk::PlaceAsFrame(*this, ToSingle(coverage.nwLongitude), ToSingle(coverage.nwLatitude),
+                    ToSingle(coverage.horizontalInterval), ToSingle(coverage.verticalInterval));
   const double transform[6] = {coverage.nwLongitude,      coverage.horizontalInterval, 0.0, coverage.nwLatitude, 0.0,
                                -coverage.verticalInterval};
   SetGeoTransform(transform);
