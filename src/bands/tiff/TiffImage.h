@@ -2,6 +2,7 @@
 
 #include "bands/tiff/TiffDecoder.h"
 #include "tagXTiffDirectory.h"
+#include "XReadPolicy.h"
 
 #include <memory>
 #include <mutex>
@@ -13,8 +14,9 @@ namespace zrk {
 /// of a pool, which grows to as many as there are readers at one time.
 class TiffImage {
  public:
-  /// Reads the tags. Null with the reason in `err`, or without a reason where the operator has been told.
-  static std::shared_ptr<TiffImage> Open(const XString& path, XString& err);
+  /// Reads the tags and plans the reads by the policy. Null with the reason in `err`, or without a reason where the
+  /// operator has been told.
+  static std::shared_ptr<TiffImage> Open(const XString& path, XReadPolicy policy, XString& err);
 
   /// A decoder for the time of a read.
   class Loan {

@@ -15,6 +15,7 @@ struct TiffSource {
   XString name;
   std::shared_ptr<RowFile> file;
   std::shared_ptr<TiffMessages> messages;
+  std::uint64_t directory = 0;  ///< the offset of the image's directory; 0 for the first one
   TiffLayout layout;
   TiffGrid grid;
   std::int64_t blockBytes = 0;  ///< of a decoded block, as libtiff packs it

@@ -3,15 +3,18 @@
 // needs nothing of its master but the image, and to its frame each band is a master with one channel.
 //
 // Blocks of a file are tiles or strips. A window at level n has every 2^n-th pixel, begun anew in each block; level
-// data answers first where the band has any. Images behind the first one are listed and never read.
+// data answers first where the band has any. Images behind the first one are listed and never read. Exact reads have
+// another plan, which the image carries.
 
 #include "ZRMBandGTIFF.h"
 
 #include "bands/tiff/TiffBlocks.h"
+#include "bands/tiff/TiffExactPlan.h"
 #include "bands/tiff/TiffImage.h"
 #include "bands/tiff/TiffPlacing.h"
 #include "bands/tiff/TiffWindow.h"
 #include "base/Fence.h"
+#include "base/ReadError.h"
 #include "core/model/BandFrame.h"
 #include "XDataType.h"
 
@@ -22,6 +25,8 @@
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandGTIFF, ZRMBandDRIO);
 
 namespace {
+
+constexpr const char* kChangedFile = "The file is another one than it was when it was opened, or is gone";
 
 /// `TiffTags` begins with the values that missing tags stand for. A file that is not open has not even those.
 zrk::TiffTags NoTags() {
@@ -76,6 +81,7 @@ ZRMBandGTIFF::ZRMBandGTIFF(ZRMBandGTIFF* master) : ZRMBandFile(std::make_unique<
   Impl& impl = GetImpl();
   impl.opener = master;
   impl.image = master->GetImpl().image;
+  if (impl.image && zrk::ShowsNullSample(impl.image->GetLayout())) SetNullValue(master->GetNullValue());
   impl.blocksAcross = master->GetBlocksAcross();
   impl.blocksDown = master->GetBlocksDown();
 }
@@ -93,13 +99,14 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
   impl.numChannels = 1;
   InitBlockInfo();
   return zrk::Fenced(err, [&] {
-    std::shared_ptr<zrk::TiffImage> image = zrk::TiffImage::Open(path, err);
+    std::shared_ptr<zrk::TiffImage> image = zrk::TiffImage::Open(path, GetReadPolicy(), err);
     if (!image) return 0;
     impl.image = std::move(image);
     const zrk::TiffSource& source = impl.image->GetSource();
     const zrk::TiffTags& tags = source.layout.tags;
     SetSize(static_cast<int>(tags.width), static_cast<int>(tags.height));
     SetDataType(source.layout.dataType);
+    if (zrk::ShowsNullSample(source.layout)) SetNullValue(*source.layout.nullSample);
     impl.numChannels = source.layout.numChannels;
     // Rows of plain strips cost the same however they are read.
     SetDecodeRows(source.isPlain && !tags.isTiled ? 1 : zrk::ToSide(tags.blockHeight));
@@ -210,8 +217,11 @@ zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Begin(const zrk::ReadRequest& req
   const bool isInImage =
       std::uint32_t(request.x1) < layout.tags.width && std::uint32_t(request.y1) < layout.tags.height;
   const bool isChannel = shownChannel >= 0 && shownChannel < layout.numChannels;
+  if (!hasBlocks || !isChannel) zrk::NoteReadError("The file has no such image");
+  if (!isInImage) zrk::NoteReadError(zrk::kWindowOutside);
   if (!hasBlocks || !isInImage || !isChannel || !IsLevel(request.level)) return nullptr;
   const int width = request.Width() >> request.level, height = request.Height() >> request.level;
+  if (width == 0 || height == 0) zrk::NoteReadError(zrk::kNoSuchLevel);
   return reads.Begin(request, {1, width, height, XfnGetDataSize(layout.dataType)});
 }
 
@@ -220,6 +230,7 @@ zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Decode(const zrk::ReadRequest& re
   if (!record) return nullptr;
   const zrk::TiffImage::Loan decoder(*image);
   const zrk::TiffTarget target = {shownChannel, &record->At(0)};
+  if (!decoder) zrk::NoteReadError(kChangedFile);
   return decoder && zrk::SampleTiff(*decoder, request, {&target, 1}, cancel) ? record : nullptr;
 }
 
@@ -242,7 +253,7 @@ int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, i
                               std::span<tagXArr2*> out) {
   if (!GetImpl().image || out.size() < bands.size() || !XfnHaveJointSource(bands)) return 0;
   const zrk::ReadRequest request = {0, x0, x1, y0, y1};
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
     std::vector<zrk::TiffTarget> targets;
     // Each band's own record takes its samples, so that every result lives as long as after a read of its own.
     for (ZRMBand* each : bands) {
@@ -253,7 +264,8 @@ int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, i
       targets.push_back({band->GetChannel(), &record->At(0)});
     }
     const zrk::TiffImage::Loan decoder(*GetImpl().image);
-    if (!decoder || !zrk::SampleTiff(*decoder, request, targets, cancel)) return 0;
+    if (!decoder) return zrk::FailRead(kChangedFile);
+    if (!zrk::SampleTiff(*decoder, request, targets, cancel)) return 0;
     std::ranges::transform(targets, out.begin(), [](const zrk::TiffTarget& target) { return target.out; });
     return 1;
   });
