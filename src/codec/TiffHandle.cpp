@@ -38,7 +38,7 @@ bool IsBilevelStrip(TIFF* tiff) {
 
 /// Codes that are no longer written, and are decoded as well as others.
 bool IsAboutStyle(std::string_view text) {
-  return text.starts_with("Old-style LZW codes");
+  return text.starts_with("Old-style LZW codes") || text.starts_with("Deprecated and troublesome old-style JPEG");
 }
 
 /// An answer other than 0 keeps the message from libtiff's own handlers, which print.

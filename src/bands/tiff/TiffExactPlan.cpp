@@ -87,10 +87,11 @@ std::optional<double> FitSample(double number) {
   }
 }
 
-/// Integers that a double can't hold have no sample that equals them.
-bool IsExactInteger(const TiffLayout& layout, double number) {
-  if (layout.finish == TiffFinish::kSignedInteger) return number >= -0x1p63 && number < 0x1p63;
-  if (layout.finish == TiffFinish::kUnsignedInteger) return number >= 0.0 && number < 0x1p64;
+/// Doubles that stand for integers of 64 bits have their range, and no fractions.
+bool IsInRange(const TiffLayout& layout, double number) {
+  const bool isWhole = number == std::floor(number);
+  if (layout.finish == TiffFinish::kSignedInteger) return isWhole && number >= -0x1p63 && number < 0x1p63;
+  if (layout.finish == TiffFinish::kUnsignedInteger) return isWhole && number >= 0.0 && number < 0x1p64;
   return true;
 }
 
@@ -165,7 +166,7 @@ std::optional<double> ParseNullSample(std::string_view text, const TiffLayout& l
   if (text.starts_with('+')) text.remove_prefix(1);
   double number = 0.0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{} || end == text.data() || !IsExactInteger(layout, number)) return std::nullopt;
+  if (error != std::errc{} || end == text.data() || !IsInRange(layout, number)) return std::nullopt;
   std::optional<double> sample;
   VisitDataType(TypeOfNumber(layout.dataType), [&](auto zero) { sample = FitSample<decltype(zero)>(number); });
   return sample;
