@@ -68,6 +68,8 @@ TiffFinish FinishOf(const TiffTags& tags) {
   if (!IsInteger(tags)) return TiffFinish::kNone;
   const bool isSigned = tags.sampleFormat == SAMPLEFORMAT_INT;
   if (bits == 64) return isSigned ? TiffFinish::kSignedInteger : TiffFinish::kUnsignedInteger;
+  // Three bytes are packed with the highest one first, in files of either order.
+  if (bits == 24 && tags.isSwapped) return isSigned ? TiffFinish::kSignedTriple : TiffFinish::kTriple;
   return isSigned && !IsWholeWidth(bits) ? TiffFinish::kSign : TiffFinish::kNone;
 }
 

@@ -9,6 +9,8 @@
 #include "bands/tiff/TiffImage.h"
 
 #include "bands/tiff/TiffExactPlan.h"
+#include "bands/tiff/TiffReduced.h"
+#include "bands/tiff/TiffTexts.h"
 #include "XFile.h"
 #include "XMessageBox.h"
 
@@ -106,13 +108,44 @@ std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XReadPolicy poli
     err = "Can't open file : " + path;
     return nullptr;
   }
-  TIFF* const tiff = image->handle_->Get();
+  return image->Plan(image->handle_->Get(), policy, err) ? image : nullptr;
+}
+
+bool TiffImage::Plan(TIFF* tiff, XReadPolicy policy, XString& err) {
   const TiffTags tags = ReadTiffTags(tiff);
-  if (!HasDecoder(tags, policy, err)) return nullptr;
-  source.layout = PlanDirectory(tiff, tags, policy);
-  const XString obstacle = TellTiffObstacle(source.layout);
+  if (!HasDecoder(tags, policy, err)) return false;
+  source_->layout = PlanDirectory(tiff, tags, policy);
+  source_->extraSamples = ReadExtraSamples(tiff);
+  const XString obstacle = TellTiffObstacle(source_->layout);
   if (!obstacle.IsEmpty()) err = obstacle;
-  return obstacle.IsEmpty() && MeasureTiffBlocks(tiff, source, err) ? image : nullptr;
+  return obstacle.IsEmpty() && MeasureTiffBlocks(tiff, *source_, err);
+}
+
+std::shared_ptr<TiffImage> TiffImage::OpenDirectory(TIFF* tiff, const TiffSource& file) {
+  auto image = std::make_shared<TiffImage>();
+  TiffSource& source = *image->source_;
+  source.name = file.name;
+  source.file = file.file;
+  source.messages = file.messages;
+  source.directory = TIFFCurrentDirOffset(tiff);
+  XString err;
+  return image->Plan(tiff, kReadExact, err) ? image : nullptr;
+}
+
+const std::vector<TiffReduced>& TiffImage::GetReducedImages() {
+  std::call_once(isLookedFor_, [this] {
+    if (source_->layout.isExact) reduced_ = FindReducedImages(*source_);
+    areReducedKnown_ = true;
+  });
+  return reduced_;
+}
+
+const TiffReduced* TiffImage::FindReduced(int level) {
+  const TiffReduced* found = nullptr;
+  for (const TiffReduced& each : GetReducedImages()) {
+    if (each.level <= level) found = &each;
+  }
+  return found;
 }
 
 std::vector<tagXTiffDirectory> TiffImage::ListDirectories(int most) const {
@@ -150,6 +183,10 @@ void TiffImage::Return(std::unique_ptr<TiffDecoder> decoder) {
 
 /// Decoders that are lent out stay counted, since they will come back.
 void TiffImage::FreeDecoders() {
+  // Others may be looking for reduced images just now. Those have no decoders yet.
+  if (areReducedKnown_) {
+    for (const TiffReduced& each : reduced_) each.image->FreeDecoders();
+  }
   const std::lock_guard lock(mutex_);
   numDecoders_ -= decoders_.size();
   decoders_.clear();

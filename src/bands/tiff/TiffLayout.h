@@ -31,6 +31,8 @@ enum class TiffReader { kRaster, kOddBits, kRgba, kSplitBitmap };
 enum class TiffFinish {
   kNone,
   kSign,           ///< its highest bit is repeated up to the size of its type
+  kTriple,         ///< its three bytes, which libtiff has turned around, are turned back
+  kSignedTriple,   ///< and then it gets its sign
   kSignedInteger,  ///< an integer of 64 bits becomes a double
   kUnsignedInteger
 };

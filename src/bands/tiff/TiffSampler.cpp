@@ -185,12 +185,23 @@ void TiffSampler::Colour(unsigned char* samples, int count) const {
 }
 
 bool FinishTiffSamples(const TiffLayout& layout, unsigned char* samples, std::int64_t count) {
+  const auto extend = [&] {
+    ExtendSigns(samples, count, layout.tags.bitsPerSample, XfnGetDataSize(layout.dataType));
+    return true;
+  };
+  const auto turn = [&] {
+    MapWords<std::uint32_t>(samples, count, [](std::uint32_t word) { return __builtin_bswap32(word) >> 8; });
+    return true;
+  };
   switch (layout.finish) {
     case TiffFinish::kNone:
       return true;
     case TiffFinish::kSign:
-      ExtendSigns(samples, count, layout.tags.bitsPerSample, XfnGetDataSize(layout.dataType));
-      return true;
+      return extend();
+    case TiffFinish::kTriple:
+      return turn();
+    case TiffFinish::kSignedTriple:
+      return turn() && extend();
     default:
       return MakeDoubles(samples, count, layout.finish == TiffFinish::kSignedInteger);
   }

@@ -3,8 +3,8 @@
 // needs nothing of its master but the image, and to its frame each band is a master with one channel.
 //
 // Blocks of a file are tiles or strips. A window at level n has every 2^n-th pixel, begun anew in each block; level
-// data answers first where the band has any. Images behind the first one are listed and never read. Exact reads have
-// another plan, which the image carries.
+// data answers first where the band has any. Images behind the first one are listed. Compatible reads use none of them.
+// Exact reads have another plan, which the image carries, and take levels from reduced images where there are some.
 
 #include "ZRMBandGTIFF.h"
 
@@ -12,6 +12,7 @@
 #include "bands/tiff/TiffExactPlan.h"
 #include "bands/tiff/TiffImage.h"
 #include "bands/tiff/TiffPlacing.h"
+#include "bands/tiff/TiffTexts.h"
 #include "bands/tiff/TiffWindow.h"
 #include "base/Fence.h"
 #include "base/ReadError.h"
@@ -34,6 +35,12 @@ zrk::TiffTags NoTags() {
   tags.samplesPerPixel = tags.bitsPerSample = tags.planarConfiguration = 0;
   tags.photometric = tags.sampleFormat = tags.compression = 0;
   return tags;
+}
+
+/// A reduced image has its own pixels for the level. Column x of the image is its column x >> n.
+zrk::ReadRequest AtLevel(const zrk::ReadRequest& request, int level) {
+  const int x0 = request.x0 >> level, y0 = request.y0 >> level;
+  return {request.level - level, x0, x0 + (request.Width() >> level) - 1, y0, y0 + (request.Height() >> level) - 1};
 }
 
 }  // namespace
@@ -111,6 +118,7 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
     // Rows of plain strips cost the same however they are read.
     SetDecodeRows(source.isPlain && !tags.isTiled ? 1 : zrk::ToSide(tags.blockHeight));
     InitBlockInfo();
+    SetChannel(GetChannel());
     ReadCoordinateInfo(err);
     return 1;
   });
@@ -134,11 +142,22 @@ int ZRMBandGTIFF::GetChannel() const {
 }
 
 void ZRMBandGTIFF::SetChannel(int channel) {
-  GetImpl().shownChannel = channel;
+  Impl& impl = GetImpl();
+  impl.shownChannel = channel;
+  if (!impl.image) return;
+  SetColourRole(zrk::FindColourRole(impl.image->GetLayout(), impl.image->GetSource().extraSamples, channel));
 }
 
 int ZRMBandGTIFF::GetNumChannels() const {
   return GetImpl().numChannels;
+}
+
+int ZRMBandGTIFF::GetSample() const {
+  const Impl& impl = GetImpl();
+  if (!impl.image) return impl.shownChannel;
+  const zrk::TiffLayout& layout = impl.image->GetLayout();
+  const bool isColour = layout.palette.GetSize() > 0 && impl.shownChannel < layout.CountColours();
+  return layout.isRgba || isColour ? -1 : layout.SampleOf(impl.shownChannel);
 }
 
 int ZRMBandGTIFF::GetBlocksAcross() const {
@@ -206,6 +225,13 @@ std::vector<tagXTiffDirectory> ZRMBandGTIFF::GetDirectories(int most) const {
   return GetImpl().image ? GetImpl().image->ListDirectories(most) : std::vector<tagXTiffDirectory>();
 }
 
+std::vector<int> ZRMBandGTIFF::GetOverviewLevels() const {
+  std::vector<int> levels;
+  if (!GetImpl().image) return levels;
+  for (const zrk::TiffReduced& each : GetImpl().image->GetReducedImages()) levels.push_back(each.level);
+  return levels;
+}
+
 bool ZRMBandGTIFF::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int*) const {
   return image && isInside;
 }
@@ -228,10 +254,12 @@ zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Begin(const zrk::ReadRequest& req
 zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Decode(const zrk::ReadRequest& request, const int* cancel) {
   zrk::ChannelReads::Record* const record = Begin(request);
   if (!record) return nullptr;
-  const zrk::TiffImage::Loan decoder(*image);
+  const zrk::TiffReduced* const reduced = request.level > 0 ? image->FindReduced(request.level) : nullptr;
+  const zrk::TiffImage::Loan decoder(reduced ? *reduced->image : *image);
   const zrk::TiffTarget target = {shownChannel, &record->At(0)};
   if (!decoder) zrk::NoteReadError(kChangedFile);
-  return decoder && zrk::SampleTiff(*decoder, request, {&target, 1}, cancel) ? record : nullptr;
+  const zrk::ReadRequest onImage = reduced ? AtLevel(request, reduced->level) : request;
+  return decoder && zrk::SampleTiff(*decoder, onImage, {&target, 1}, cancel) ? record : nullptr;
 }
 
 /// The open image is shared, so its decoders are freed for all bands. A follower has the opener free its own results

@@ -143,6 +143,7 @@ TEST_F(TiffExactSamples, OfAllWidthsAreAsGdalReadsThem) {
     for (const bool isBigEndian : {false, true}) {
       auto file = TiffBuilder().Size(37, 29).Strips(8).Bits(bits).Samples(2);
       if (isBigEndian) file.BigEndian();
+      if (isBigEndian && bits == 24) continue;  // GDAL turns their bytes around
       const std::string path = Write(file);
       TiffChannels image(path, kReadExact);
       const StoredImage oracle = ReadStoredWithGdal(path);
@@ -155,6 +156,15 @@ TEST_F(TiffExactSamples, OfAllWidthsAreAsGdalReadsThem) {
       EXPECT_EQ(wanted, samples) << bits << ' ' << isBigEndian;
     }
   }
+}
+
+TEST_F(TiffExactSamples, OfThreeBytesHaveTheHighestFirstInFilesOfTheOrderMm) {
+  const TiffBuilder::Bytes bytes = {1, 2, 3, 0x7F, 0xFF, 0xFF, 0x80, 0, 0};
+  const auto file = TiffBuilder().Size(3, 1).Bits(24).BigEndian().Block(0, bytes);
+  TiffChannels image(Write(file), kReadExact);
+  EXPECT_THAT(image.ReadAll(0), ElementsAre(0x010203u, 0x7FFFFFu, 0x800000u));
+  TiffChannels withSign(Write(TiffBuilder(file).Format(2)), kReadExact);
+  EXPECT_THAT(Numbers<std::int32_t>(withSign, 0), ElementsAre(0x010203, 0x7FFFFF, -0x800000));
 }
 
 TEST_F(TiffExactSamples, WhereZeroIsWhiteAreAsStored) {
