@@ -19,6 +19,11 @@ class XThread;
 /// read are 0. Nothing is decoded ahead and no decoded block is kept; at level n every 2^n-th pixel of a block is
 /// taken, from its own first pixel on.
 ///
+/// That is so for compatible reads. Exact ones fail where a block can't be read, leave missing blocks in their place
+/// with the null value or 0, and take the pixels x0 + i * 2^n and y0 + j * 2^n of the image, or those of its reduced
+/// images. Their samples come in types that hold each value: signed ones keep their sign, integers of 64 bits are
+/// doubles. 0 stays 0 where it is white, and the tag for samples without data gives the null value.
+///
 /// Each band decodes for itself, a follower too, and bands of one file may be read from many threads at once: each
 /// reading thread uses a decoder of its own. `CleanupMemory` frees the calling thread's result and the decoders'
 /// buffers, and the master's too.
@@ -62,10 +67,13 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   void GetPalette(short*& red, short*& green, short*& blue) const;
   /// The channel that this band shows: 0-based, 0 for the master and until it is set.
   int GetChannel() const;
-  /// A channel that the file does not have makes reads fail.
+  /// A channel that the file does not have makes reads fail. The band gets the channel's colour role.
   void SetChannel(int channel);
   /// 1 before `ReadFile`.
   int GetNumChannels() const;
+  /// The sample of a pixel that this band shows, as it is stored or widened; -1 where it shows a colour that was made
+  /// of samples.
+  int GetSample() const;
 
   // What the file's tags say. All 0 before `ReadFile`.
 
@@ -88,6 +96,9 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
 
   /// The images that follow the first one in the file, up to `most` of them.
   std::vector<tagXTiffDirectory> GetDirectories(int most) const;
+  /// The levels that reduced images hold, inside the file or in one of its name with ".ovr" behind it, in order. Exact
+  /// reads take levels from these, and those between from the next finer one. Empty for compatible reads.
+  std::vector<int> GetOverviewLevels() const;
   /// What libtiff last had to warn of or to complain about in this file; empty where it had nothing.
   XString GetLastMessage() const;
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <string_view>
 #include <utility>
 
 #include <xtiffio.h>
@@ -35,6 +36,11 @@ bool IsBilevelStrip(TIFF* tiff) {
          TIFFNumberOfStrips(tiff) == 1;
 }
 
+/// Codes that are no longer written, and are decoded as well as others.
+bool IsAboutStyle(std::string_view text) {
+  return text.starts_with("Old-style LZW codes") || text.starts_with("Deprecated and troublesome old-style JPEG");
+}
+
 /// An answer other than 0 keeps the message from libtiff's own handlers, which print.
 int OnMessage(TIFF*, void* messages, const char*, const char* format, std::va_list arguments) {
   static_cast<TiffMessages*>(messages)->Note(format, arguments);
@@ -57,14 +63,36 @@ TiffOptions MakeTiffOptions(TiffMessages& messages) {
 }
 
 void TiffMessages::Note(const char* format, std::va_list arguments) noexcept {
+  if (ofFile_) {
+    std::va_list again;
+    va_copy(again, arguments);
+    ofFile_->Note(format, again);
+    va_end(again);
+  }
   char text[512];
   std::vsnprintf(text, sizeof text, format, arguments);
   const std::lock_guard lock(mutex_);
   try {
     last_ = text;
+    if (!hasDamage_ && !IsAboutStyle(text)) {
+      hasDamage_ = true;
+      damage_ = text;
+    }
   } catch (const std::exception&) {
     // Without memory for the sentence the one before stays.
   }
+}
+
+void TiffMessages::Watch() noexcept {
+  const std::lock_guard lock(mutex_);
+  hasDamage_ = false;
+  damage_.Empty();
+}
+
+bool TiffMessages::HasDamage(XString& text) const {
+  const std::lock_guard lock(mutex_);
+  if (hasDamage_) text = damage_;
+  return hasDamage_;
 }
 
 XString TiffMessages::GetLast() const {

@@ -14,15 +14,26 @@ namespace zrk {
 class DiskFile;
 
 /// What libtiff had to say of a file. The handles of a file share one object, on any threads. Only the last message is
-/// kept.
+/// kept, and the first one since the last `Watch`.
 class TiffMessages {
  public:
+  TiffMessages() = default;
+  /// For one handle of a file, whose messages `ofFile` gets as well.
+  explicit TiffMessages(std::shared_ptr<TiffMessages> ofFile) : ofFile_(std::move(ofFile)) {}
+
   void Note(const char* format, std::va_list arguments) noexcept;
   XString GetLast() const;
+  /// Begins to look out for messages that tell of damage: all but those about old ways to write a file.
+  void Watch() noexcept;
+  /// Whether there was one. The first is in `text`.
+  bool HasDamage(XString& text) const;
 
  private:
   mutable std::mutex mutex_;
   XString last_;
+  XString damage_;
+  bool hasDamage_ = false;
+  std::shared_ptr<TiffMessages> ofFile_;
 };
 
 struct TiffOptionsFree {

@@ -64,6 +64,11 @@ StoredImage::Plane ReadPlane(GDALRasterBandH band) {
   plane.sampleBytes = GDALGetDataTypeSizeBytes(GDALGetRasterDataType(band));
   const char* const bits = GDALGetMetadataItem(band, "NBITS", "IMAGE_STRUCTURE");
   plane.numBits = bits ? std::atoi(bits) : 8 * plane.sampleBytes;
+  const char* const kind = GDALGetMetadataItem(band, "PIXELTYPE", "IMAGE_STRUCTURE");
+  plane.hasSignedBytes = kind && std::string(kind) == "SIGNEDBYTE";
+  int hasNullValue = 0;
+  const double nullValue = GDALGetRasterNoDataValue(band, &hasNullValue);
+  if (hasNullValue) plane.nullValue = nullValue;
   plane.bytes = ReadBand(band);
   return plane;
 }

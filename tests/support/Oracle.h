@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -30,6 +31,8 @@ struct StoredImage {
     int dataType = 0;  ///< GDAL's
     int numBits = 0;   ///< of a sample as it is stored
     int sampleBytes = 0;
+    bool hasSignedBytes = false;
+    std::optional<double> nullValue;
     std::vector<unsigned char> bytes;
   };
 

@@ -63,6 +63,37 @@ void UnpackSingleBits(PackedRow row, std::int64_t bit, int count, unsigned char*
   UnpackAs<std::uint8_t>(row, bit + head + whole, 1, 1, count - head - whole, out + head + whole);
 }
 
+/// The sign bit is moved up to the type's own, and comes down again with copies of itself behind it.
+template <class Sample>
+void ExtendSignsAs(unsigned char* samples, std::int64_t count, int numBits) {
+  const int shift = 8 * static_cast<int>(sizeof(Sample)) - numBits;
+  for (std::int64_t i = 0; i < count; ++i, samples += sizeof(Sample)) {
+    Sample sample;
+    std::memcpy(&sample, samples, sizeof sample);
+    sample = static_cast<Sample>(static_cast<Sample>(static_cast<std::uint32_t>(sample) << shift) >> shift);
+    std::memcpy(samples, &sample, sizeof sample);
+  }
+}
+
+/// A double has 53 bits from the highest one that is set to the lowest.
+bool HasDouble(std::uint64_t size) {
+  return size == 0 || size >> std::countr_zero(size) < std::uint64_t{1} << 53;
+}
+
+template <class Integer>
+bool MakeDoublesOf(unsigned char* samples, std::int64_t count) {
+  bool haveAll = true;
+  for (std::int64_t i = 0; i < count; ++i, samples += sizeof(Integer)) {
+    Integer integer;
+    std::memcpy(&integer, samples, sizeof integer);
+    const auto bits = static_cast<std::uint64_t>(integer);
+    haveAll &= HasDouble(integer < 0 ? 0 - bits : bits);
+    const auto real = static_cast<double>(integer);
+    std::memcpy(samples, &real, sizeof real);
+  }
+  return haveAll;
+}
+
 constexpr std::uint32_t kSingleInfinity = 0x7f800000;
 constexpr std::uint32_t kSingleBias = 127;
 
@@ -126,6 +157,21 @@ void UnpackReals(const unsigned char* source, std::int64_t byteStep, int numBits
     bits = numBits == 16 ? WidenHalf(static_cast<std::uint16_t>(bits)) : WidenReal24(bits);
     std::memcpy(out, &bits, sizeof bits);
   }
+}
+
+void ExtendSigns(unsigned char* samples, std::int64_t count, int numBits, int sampleBytes) {
+  switch (sampleBytes) {
+    case 1:
+      return ExtendSignsAs<std::int8_t>(samples, count, numBits);
+    case 2:
+      return ExtendSignsAs<std::int16_t>(samples, count, numBits);
+    default:
+      return ExtendSignsAs<std::int32_t>(samples, count, numBits);
+  }
+}
+
+bool MakeDoubles(unsigned char* samples, std::int64_t count, bool areSigned) {
+  return areSigned ? MakeDoublesOf<std::int64_t>(samples, count) : MakeDoublesOf<std::uint64_t>(samples, count);
 }
 
 }  // namespace zrk

@@ -25,4 +25,10 @@ std::uint32_t WidenReal24(std::uint32_t real);
 /// Takes `count` reals of 16 or 24 bits, `byteStep` bytes apart and in the machine's order, as singles.
 void UnpackReals(const unsigned char* source, std::int64_t byteStep, int numBits, int count, unsigned char* out);
 
+/// Gives `count` samples of `numBits` bits, which have been unpacked to `sampleBytes` (1, 2 or 4) bytes, their sign.
+void ExtendSigns(unsigned char* samples, std::int64_t count, int numBits, int sampleBytes);
+/// Replaces `count` integers of 64 bits by doubles of the same value. False where one has none; what stands in
+/// `samples` then is of no use.
+bool MakeDoubles(unsigned char* samples, std::int64_t count, bool areSigned);
+
 }  // namespace zrk

@@ -21,6 +21,7 @@ TiffLayout ReadBy(const TiffLayout& layout, TiffReader reader, int dataType) {
   other.isSplitBitmap = reader == TiffReader::kSplitBitmap;
   other.isOddBits = reader == TiffReader::kOddBits;
   other.dataType = dataType;
+  if (reader == TiffReader::kRaster) other.finish = layout.finish;
   return other;
 }
 
@@ -35,7 +36,7 @@ int TypeOfPackedSamples(const TiffTags& tags, int dataType) {
   return dataType == kPint08 || dataType == kPint16 || dataType == kPint32 ? dataType : kDataTypeNone;
 }
 
-/// Takes all samples of a block, where its bytes are there.
+/// Takes all samples of a block, where its bytes are there. 64-bit integers are finished as bands have them.
 int TakeBlock(const TiffLayout& layout, int channel, std::int64_t rowBytes, const std::optional<TiffRows>& rows,
               void* out) {
   if (!rows) return 0;
@@ -43,7 +44,7 @@ int TakeBlock(const TiffLayout& layout, int channel, std::int64_t rowBytes, cons
   const auto width = static_cast<int>(layout.tags.blockWidth), height = static_cast<int>(layout.tags.blockHeight);
   sampler.Take(*rows, 0, rowBytes, {0, width, height, 1}, static_cast<unsigned char*>(out),
                std::int64_t{width} * sampler.SampleBytes());
-  return 1;
+  return FinishTiffSamples(layout, static_cast<unsigned char*>(out), std::int64_t{width} * height);
 }
 
 }  // namespace

@@ -69,17 +69,21 @@ bool HasTagsOf(const TiffLayout& layout, TIFF* tiff) {
 
 }  // namespace
 
-TiffDecoder::TiffDecoder(std::shared_ptr<const TiffSource> source, std::unique_ptr<TiffHandle> handle)
-    : source_(std::move(source)), handle_(std::move(handle)) {}
+TiffDecoder::TiffDecoder(std::shared_ptr<const TiffSource> source, std::shared_ptr<TiffMessages> messages,
+                         std::unique_ptr<TiffHandle> handle)
+    : source_(std::move(source)), messages_(std::move(messages)), handle_(std::move(handle)) {}
 
 std::unique_ptr<TiffDecoder> TiffDecoder::Open(std::shared_ptr<const TiffSource> source) {
+  // Whoever looks out for damage must not hear of other threads' blocks.
+  auto messages = source->layout.isExact ? std::make_shared<TiffMessages>(source->messages) : source->messages;
   std::unique_ptr<TiffHandle> handle =
-      TiffHandle::Open(source->file->Share(), source->name, source->messages, GetMostHandleBytes(*source));
+      TiffHandle::Open(source->file->Share(), source->name, messages, GetMostHandleBytes(*source));
+  if (!handle || (source->directory && !TIFFSetSubDirectory(handle->Get(), source->directory))) return nullptr;
   // The file may have been written to since it was planned. Other tags would make another plan.
-  if (!handle || !HasTagsOf(source->layout, handle->Get())) return nullptr;
+  if (!HasTagsOf(source->layout, handle->Get())) return nullptr;
   AskForRgb(handle->Get(), source->layout.tags);
   if (GetBlockBytes(handle->Get()) != source->blockBytes) return nullptr;
-  return std::unique_ptr<TiffDecoder>(new TiffDecoder(std::move(source), std::move(handle)));
+  return std::unique_ptr<TiffDecoder>(new TiffDecoder(std::move(source), std::move(messages), std::move(handle)));
 }
 
 unsigned char* TiffDecoder::MakeRoom(std::vector<unsigned char>& room, std::int64_t numBytes) {
@@ -97,7 +101,9 @@ unsigned char* TiffDecoder::MakeClearRoom(std::vector<unsigned char>& room, std:
 
 bool TiffDecoder::BeginAnew() {
   TIFF* const tiff = handle_->Get();
-  if (!TIFFSetDirectory(tiff, 0) || !HasTagsOf(source_->layout, tiff)) return false;
+  const std::uint64_t directory = source_->directory;
+  const bool isOpen = directory ? TIFFSetSubDirectory(tiff, directory) : TIFFSetDirectory(tiff, 0);
+  if (!isOpen || !HasTagsOf(source_->layout, tiff)) return false;
   AskForRgb(tiff, source_->layout.tags);
   return true;
 }
@@ -123,7 +129,24 @@ bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
   const std::int64_t numBytes = source_->BytesInFile(block);
   const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, numBytes)
                                                     : TIFFReadEncodedStrip(handle_->Get(), number, room, numBytes);
-  return got >= 0;
+  return source_->layout.isExact ? got == numBytes : got >= 0;
+}
+
+/// libtiff's decoder of old JPEG finds its bytes by other tags. A block never lies where the file's head is.
+TiffPresence TiffDecoder::Look(int block, std::int64_t fileBytes) {
+  constexpr std::uint64_t kHeadBytes = 8;
+  if (source_->layout.tags.compression == COMPRESSION_OJPEG) return TiffPresence::kThere;
+  const auto number = static_cast<std::uint32_t>(block);
+  int isLost = 0, isOffsetLost = 0;
+  const std::uint64_t packedBytes = TIFFGetStrileByteCountWithErr(handle_->Get(), number, &isLost);
+  const std::uint64_t offset = TIFFGetStrileOffsetWithErr(handle_->Get(), number, &isOffsetLost);
+  if (isLost || isOffsetLost) return TiffPresence::kCut;
+  if (packedBytes == 0) return TiffPresence::kMissing;
+  const std::int64_t numBytes = source_->BytesInFile(block);
+  const bool isWhole = source_->isPlain
+                           ? packedBytes >= static_cast<std::uint64_t>(numBytes) && FindPlainBlock(block, fileBytes)
+                           : CanHold(packedBytes, fileBytes, numBytes, source_->layout.tags.compression);
+  return isWhole && offset >= kHeadBytes ? TiffPresence::kThere : TiffPresence::kCut;
 }
 
 std::optional<TiffRows> TiffDecoder::DecodeBlock(int block) {
@@ -159,8 +182,9 @@ std::optional<TiffRows> TiffDecoder::LetColour(int blockX, int blockY) {
   const std::uint32_t numRows = tags.isTiled ? tags.blockHeight : std::min(tags.blockHeight, tags.height - row);
   unsigned char* const room = MakeClearRoom(room_, stride * tags.blockHeight);
   auto* const raster = reinterpret_cast<std::uint32_t*>(room);
-  const int isRead = tags.isTiled ? TIFFReadRGBATile(handle_->Get(), column, row, raster)
-                                  : TIFFReadRGBAStrip(handle_->Get(), row, raster);
+  const int stopsOnError = source_->layout.isExact;
+  const int isRead = tags.isTiled ? TIFFReadRGBATileExt(handle_->Get(), column, row, raster, stopsOnError)
+                                  : TIFFReadRGBAStripExt(handle_->Get(), row, raster, stopsOnError);
   if (!isRead) return std::nullopt;
   return TiffRows{room + (numRows - 1) * stride, -stride, static_cast<int>(numRows)};
 }

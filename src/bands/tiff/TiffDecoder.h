@@ -16,6 +16,13 @@ struct TiffRows {
   int numRows = 0;
 };
 
+/// What can be told of a block before it is decoded.
+enum class TiffPresence {
+  kMissing,  ///< the file leaves it out
+  kCut,      ///< the file can't hold all of it
+  kThere
+};
+
 /// A handle of its own on the file, and room for one decoded block. For one thread at a time.
 class TiffDecoder {
  public:
@@ -27,6 +34,14 @@ class TiffDecoder {
   /// Where a plain block lies; nothing where the file leaves it out, or where not all of it is in a file of
   /// `fileBytes`.
   std::optional<std::int64_t> FindPlainBlock(int block, std::int64_t fileBytes);
+
+  // For exact reads.
+
+  TiffPresence Look(int block, std::int64_t fileBytes);
+  /// Begins to look out for what libtiff says of damage.
+  void WatchDamage() { messages_->Watch(); }
+  /// Whether it has told of damage since. Its words are in `text`.
+  bool HasDamage(XString& text) const { return messages_->HasDamage(text); }
 
   // The following answer nothing where the block can't be read, and otherwise bytes that stay until the next call.
 
@@ -40,7 +55,8 @@ class TiffDecoder {
   RowReader::Fetched FetchRows(const RowReader& reader, const FileRows& rows, std::int64_t pitch);
 
  private:
-  TiffDecoder(std::shared_ptr<const TiffSource> source, std::unique_ptr<TiffHandle> handle);
+  TiffDecoder(std::shared_ptr<const TiffSource> source, std::shared_ptr<TiffMessages> messages,
+              std::unique_ptr<TiffHandle> handle);
 
   /// Reads the directory again, so that nothing is left of what was decoded before.
   bool BeginAnew();
@@ -54,6 +70,7 @@ class TiffDecoder {
   std::optional<TiffRows> ColourPlainTile(int blockX, int blockY);
 
   std::shared_ptr<const TiffSource> source_;
+  std::shared_ptr<TiffMessages> messages_;  // of the handle
   std::unique_ptr<TiffHandle> handle_;
   std::vector<unsigned char> room_;
   std::vector<unsigned char> planes_;  // of a block whose colours are made

@@ -1,5 +1,6 @@
 #include "bands/tiff/TiffBounds.h"
 #include "bands/tiff/TiffNotes.h"
+#include "bands/tiff/TiffTexts.h"
 #include "core/load/FirstBytes.h"
 #include "core/load/RasterLoad.h"
 #include "XFormatId.h"
@@ -14,6 +15,7 @@ struct Tiff {
   using Band = ZRMBandGTIFF;
   static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
   static constexpr const char* kWorldFile = nullptr;
+  static void Finish(XRSFile& file) { TellTiffTexts(file); }
 };
 
 /// A file begins with its order of bytes and, in that order, with 42. Large files have 43.

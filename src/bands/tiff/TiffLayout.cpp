@@ -7,6 +7,8 @@
 //
 // A palette with colours makes three channels of each sample. An image in which 0 is white gets a grey ramp as its
 // palette. Whole widths for which there is no data type, such as integers of 64 bits, come as their low byte.
+//
+// That is the plan of compatible reads. TiffExactPlan.cpp makes the other one.
 
 #include "bands/tiff/TiffLayout.h"
 
@@ -17,26 +19,6 @@
 
 namespace zrk {
 namespace {
-
-/// Colour spaces that are left to libtiff.
-bool IsForeignColour(const TiffTags& tags) {
-  switch (tags.photometric) {
-    case PHOTOMETRIC_CIELAB:
-    case PHOTOMETRIC_LOGL:
-    case PHOTOMETRIC_LOGLUV:
-    case PHOTOMETRIC_SEPARATED:
-      return true;
-    case PHOTOMETRIC_YCBCR:
-      return tags.compression != COMPRESSION_JPEG;
-    default:
-      return false;
-  }
-}
-
-/// Other widths are packed bit by bit.
-bool IsWholeWidth(int bits) {
-  return bits == 8 || bits == 16 || bits == 32 || bits == 64 || bits == 128;
-}
 
 void ChooseReader(TiffLayout& layout, bool rgbaIsOk) {
   constexpr std::uint32_t kTallRows = 2000;
@@ -138,7 +120,15 @@ TiffReader TiffLayout::GetReader() const {
 }
 
 int TiffLayout::SampleOf(int channel) const {
+  if (isExact) return std::max(channel - std::max(CountColours() - 1, 0), 0);
   return palette.IsGrey() ? channel : channel / 3;
+}
+
+int TiffLayout::CountColours() const {
+  constexpr int kColours = 3;
+  if (!isExact) return kColours;
+  if (palette.GetSize() == 0) return 0;
+  return palette.IsGrey() ? 1 : kColours;
 }
 
 TiffLayout PlanTiff(const TiffTags& tags, const TiffColourMap& map, bool rgbaIsOk) {
@@ -150,6 +140,24 @@ TiffLayout PlanTiff(const TiffTags& tags, const TiffColourMap& map, bool rgbaIsO
   if (!layout.palette.IsGrey()) layout.numChannels *= 3;
   layout.dataType = ChooseDataType(layout);
   return layout;
+}
+
+bool IsForeignColour(const TiffTags& tags) {
+  switch (tags.photometric) {
+    case PHOTOMETRIC_CIELAB:
+    case PHOTOMETRIC_LOGL:
+    case PHOTOMETRIC_LOGLUV:
+    case PHOTOMETRIC_SEPARATED:
+      return true;
+    case PHOTOMETRIC_YCBCR:
+      return tags.compression != COMPRESSION_JPEG;
+    default:
+      return false;
+  }
+}
+
+bool IsWholeWidth(int bits) {
+  return bits == 8 || bits == 16 || bits == 32 || bits == 64 || bits == 128;
 }
 
 /// Blocks that are not long on any side pass unmeasured here. Their bytes are measured against the limits when the file

@@ -4,6 +4,7 @@
 
 #include "tagXFormatNotes.h"
 #include "tagXTiffDirectory.h"
+#include "XDataType.h"
 #include "ZRMBandGTIFF.h"
 
 #include <algorithm>
@@ -15,6 +16,8 @@ namespace {
 /// A damaged file may have no end of directories.
 constexpr int kMaxDirectories = 1000;
 
+constexpr int kWhiteIsZero = 0;
+constexpr int kRealFormat = 3;
 constexpr int kPlaneByPlane = 2;
 constexpr int kNotCompressed = 1;
 
@@ -140,6 +143,10 @@ XString FormatBlocks(const ZRMBandGTIFF& band) {
   // The width is told only where the data type of the band does not tell it.
   const int bits = band.GetBitsPerSample();
   if (bits != 8 * band.GetDataSize()) text += ", " + Plural(bits, "bit") + " a sample";
+  if (band.IsExact() && bits == 64 && band.GetDataType() == kReal64 && band.GetSampleFormat() != kRealFormat) {
+    text += ", 64-bit integers";
+  }
+  if (band.GetPhotometric() == kWhiteIsZero) text += ", 0 is white";
   return text;
 }
 
@@ -173,6 +180,27 @@ void DescribeFurtherImages(const ZRMBandGTIFF& band, tagXFormatNotes& notes) {
   notes.values.push_back(List("directories", std::move(directories)));
 }
 
+/// As "level 2" or "levels 1, 2 and 4".
+XString FormatLevels(const std::vector<int>& levels) {
+  XString text = levels.size() == 1 ? "level " : "levels ";
+  for (std::size_t i = 0; i < levels.size(); ++i) {
+    XString number;
+    number.Format("%s%d", i == 0 ? "" : i + 1 == levels.size() ? " and " : ", ", levels[i]);
+    text += number;
+  }
+  return text;
+}
+
+/// Compatible reads have no use for overviews, and so none are told of.
+void DescribeOverviews(const ZRMBandGTIFF& band, tagXFormatNotes& notes) {
+  if (!band.IsExact()) return;
+  const std::vector<int> levels = band.GetOverviewLevels();
+  std::vector<tagXNote> numbers;
+  for (const int level : levels) numbers.push_back(Integer("", level));
+  notes.values.push_back(List("overviews", std::move(numbers)));
+  if (!levels.empty()) notes.lines.push_back("overviews   " + FormatLevels(levels));
+}
+
 /// Without a message machines get null, and people get no line.
 void DescribeMessage(const XString& message, tagXFormatNotes& notes) {
   notes.values.push_back(message.IsEmpty() ? tagXNote{.name = "message"} : Text("message", message));
@@ -185,6 +213,7 @@ void DescribeTiff(ZRMBand& band, bool isVerbose, tagXFormatNotes& notes) {
   const auto& tiff = static_cast<const ZRMBandGTIFF&>(band);
   notes.values.push_back(DescribeBlocks(tiff));
   notes.lines.push_back(FormatBlocks(tiff));
+  DescribeOverviews(tiff, notes);
   if (!isVerbose) return;
   DescribeFurtherImages(tiff, notes);
   DescribeMessage(tiff.GetLastMessage(), notes);

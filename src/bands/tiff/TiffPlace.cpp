@@ -2,8 +2,8 @@
 // numbers, which tests try without a file.
 //
 // A grid is tied by a tie point with a pixel scale, or by a matrix. A tie point names the outer corner of its pixel, or
-// the centre where pixels are points; the result is always the outer corner of the first pixel. A rotation is not kept,
-// since bands lie along the axes.
+// the centre where pixels are points; the result is always the outer corner of the first pixel. A rotation is kept in
+// the transform alone, since corner and pixel sizes lie along the axes.
 //
 // libgeotiff trusts the directory of keys, so the directory is checked before libgeotiff sees it.
 
@@ -13,6 +13,7 @@
 
 #include <geotiff.h>
 #include <xtiffio.h>
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <span>
@@ -58,6 +59,7 @@ std::vector<double> ReadDoubles(TIFF* tiff, ttag_t tag) {
 
 /// The value of a key that has just one; 0 where it is missing.
 int GetShort(gtiff* keys, geokey_t id) {
+  if (!keys) return 0;
   std::uint16_t value = 0;
   tagtype_t type = TYPE_UNKNOWN;
   const bool isOne = GTIFKeyInfo(keys, id, nullptr, &type) == 1 && type == TYPE_SHORT;
@@ -69,6 +71,20 @@ std::optional<TiffPlace> IfFinite(const TiffPlace& place) {
   const bool isFinite = std::isfinite(place.ulx) && std::isfinite(place.uly) && std::isfinite(place.xPixelSize) &&
                         std::isfinite(place.yPixelSize);
   return isFinite ? std::optional(place) : std::nullopt;
+}
+
+/// Columns and rows must lead in two directions.
+std::optional<TiffTransform> IfUsable(const TiffTransform& t) {
+  const double area = t[1] * t[5] - t[2] * t[4];
+  const bool areFinite = std::ranges::all_of(t, [](double number) { return std::isfinite(number); });
+  return areFinite && std::isfinite(area) && area != 0.0 ? std::optional(t) : std::nullopt;
+}
+
+/// The transform from a place of the first pixel that lies so far inside of its outer corner, in pixels.
+TiffTransform FromInside(TiffTransform t, double shift) {
+  t[0] -= shift * (t[1] + t[2]);
+  t[3] -= shift * (t[4] + t[5]);
+  return t;
 }
 
 }  // namespace
@@ -125,6 +141,25 @@ std::optional<TiffPlace> PlaceByMatrix(const TiffGeoTags& tags) {
 std::optional<TiffPlace> PlaceByTags(const TiffGeoTags& tags) {
   const std::optional<TiffPlace> place = PlaceByScale(tags);
   return place ? place : PlaceByMatrix(tags);
+}
+
+std::optional<TiffTransform> TransformByTags(const TiffGeoTags& tags) {
+  const double shift = tags.isPoint ? 0.5 : 0.0;
+  const std::vector<double>& m = tags.toWorld;
+  if (tags.pixelScale.size() >= 2 && tags.tiePoints.size() >= 6 && tags.pixelScale[0] != 0 && tags.pixelScale[1] != 0) {
+    const double sx = tags.pixelScale[0], sy = tags.pixelScale[1];
+    const std::vector<double>& t = tags.tiePoints;
+    return IfUsable(FromInside({t[3] - t[0] * sx, sx, 0.0, t[4] + t[1] * sy, 0.0, -sy}, shift));
+  }
+  if (m.size() != 16) return std::nullopt;
+  return IfUsable(FromInside({m[3], m[0], m[1], m[7], m[4], m[5]}, shift));
+}
+
+std::optional<TiffTransform> TransformByWorldLines(const WorldLines& lines) {
+  constexpr int kLines = 6;
+  const auto& n = lines.numbers;
+  if (lines.count < kLines) return std::nullopt;
+  return IfUsable(FromInside({n[4], n[0], n[2], n[5], n[1], n[3]}, 0.5));
 }
 
 std::optional<TiffPlace> PlaceByWorldLines(const WorldLines& lines, int width, int height) {

@@ -2,6 +2,7 @@
 
 #include "geo/GeoKeyHandle.h"
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -35,6 +36,14 @@ struct TiffPlace {
   double yPixelSize = 1.0;
   friend bool operator==(const TiffPlace&, const TiffPlace&) = default;
 };
+
+/// As `ZRMBand::GetGeoTransform`: of outer corners, with rotation, shear and rows that go north.
+using TiffTransform = std::array<double, 6>;
+/// By the pixel scale and the first tie point, with the signs of the scale, or else by the matrix. Empty where a number
+/// is missing or not finite, and where all pixels would fall on a line.
+std::optional<TiffTransform> TransformByTags(const TiffGeoTags& tags);
+/// By all six lines of a world file, which name the centre of the first pixel. Empty likewise.
+std::optional<TiffTransform> TransformByWorldLines(const WorldLines& lines);
 
 // Each of the following is empty where it can't place the image: a number is missing or is not finite.
 

@@ -5,8 +5,12 @@
 
 #include "base/WorldLines.h"
 #include "XGeoKeys.h"
+#include "XPath.h"
 #include "XSpatialReference.h"
 #include "ZRMBand.h"
+
+#include <cmath>
+#include <vector>
 
 namespace zrk {
 namespace {
@@ -23,6 +27,11 @@ void PlaceAsPixels(ZRMBand& band) {
   band.GetSR()->Clear();
 }
 
+/// Corner and pixel sizes are set before, since they take a transform back.
+void KeepTransform(ZRMBand& band, const std::optional<TiffTransform>& transform) {
+  if (transform) band.SetGeoTransform(transform->data());
+}
+
 /// A world file that can't be read gives way to the next name.
 std::optional<WorldLines> FindWorldLines(const XString& path) {
   for (const XString& name : ListWorldFilesOfTiff(path)) {
@@ -35,30 +44,78 @@ std::optional<WorldLines> FindWorldLines(const XString& path) {
 bool PlaceByGeoKeys(ZRMBand& band, TIFF* tiff) {
   const GeoKeys keys = OpenGeoKeys(tiff);
   if (!AreUsable(keys.get())) return false;
-  const std::optional<TiffPlace> place = PlaceByTags(ReadTiffGeoTags(tiff, keys.get()));
+  const TiffGeoTags tags = ReadTiffGeoTags(tiff, keys.get());
+  const std::optional<TiffPlace> place = PlaceByTags(tags);
   if (!place) return false;
   XSpatialReference system;
   system.SetCoordinateKind(kReferenceUnknown);
   ReadTiffSystem(keys.get(), system);
   Place(band, *place, kCoordinateWorld);
+  KeepTransform(band, TransformByTags(tags));
   band.SetSR(system);
   return true;
 }
 
-/// A world file tells a place and no system.
-bool PlaceByWorldFile(ZRMBand& band, TIFF* tiff) {
-  const std::optional<TiffPlace> place = FindWorldPlace(TIFFFileName(tiff), band.GetXSize(), band.GetYSize());
-  if (!place) return false;
+/// A world file tells a place and no system. Its corner is kept as it is read, which is the centre of a pixel.
+void PlaceByWorldLines(ZRMBand& band, const WorldLines& lines) {
+  const std::optional<TiffPlace> place = PlaceByWorldLines(lines, band.GetXSize(), band.GetYSize());
+  if (!place) return;
   Place(band, *place, kCoordinateWorld);
+  band.SetPixelAnchor(kPixelCentre);
+  KeepTransform(band, TransformByWorldLines(lines));
   band.GetSR()->SetCoordinateKind(kReferenceUnknown);
-  return true;
+}
+
+/// The names under which exact reads look for a world file: those of all reads, and others that programs write.
+std::vector<XString> ListAllWorldFiles(const XString& path) {
+  std::vector<XString> paths = ListWorldFilesOfTiff(path);
+  const XString stem = XfnGetFileFolder(path) + XfnGetFileTitle(path);
+  for (const char* extension : {".tifw", ".TIFW", ".tiffw", ".TIFFW", ".wld", ".WLD"})
+    paths.push_back(stem + extension);
+  return paths;
+}
+
+/// A file that doesn't place the image gives way to the next name.
+std::optional<WorldLines> FindUsableWorldLines(const XString& path) {
+  for (const XString& name : ListAllWorldFiles(path)) {
+    const std::optional<WorldLines> lines = ReadWorldLines(name);
+    if (lines && TransformByWorldLines(*lines)) return lines;
+  }
+  return std::nullopt;
+}
+
+/// The corner and the lengths of a pixel's sides.
+TiffPlace PlaceByTransform(const TiffTransform& t) {
+  return {t[0], t[3], std::hypot(t[1], t[4]), std::hypot(t[2], t[5])};
+}
+
+/// Tags place the image also where nothing is said of a system. A system that the keys tell goes with a world file,
+/// too, if that is what places the image.
+void PlaceExactly(ZRMBand& band, TIFF* tiff) {
+  const GeoKeys keys = OpenGeoKeys(tiff);
+  const TiffGeoTags tags = ReadTiffGeoTags(tiff, keys.get());
+  if (const std::optional<TiffTransform> transform = TransformByTags(tags)) {
+    const std::optional<TiffPlace> place = PlaceByTags(tags);
+    Place(band, place ? *place : PlaceByTransform(*transform), kCoordinateWorld);
+    KeepTransform(band, transform);
+  } else if (const std::optional<WorldLines> lines = FindUsableWorldLines(TIFFFileName(tiff))) {
+    PlaceByWorldLines(band, *lines);
+  }
+  if (band.GetCoordinateKind() != kCoordinateWorld) return;
+  XSpatialReference system;
+  system.SetCoordinateKind(kReferenceUnknown);
+  if (AreUsable(keys.get())) ReadTiffSystem(keys.get(), system);
+  band.SetSR(system);
 }
 
 }  // namespace
 
 void PlaceTiff(ZRMBand& band, TIFF* tiff) {
   PlaceAsPixels(band);
-  if (!PlaceByGeoKeys(band, tiff)) PlaceByWorldFile(band, tiff);
+  band.SetPixelAnchor(kPixelCorner);
+  if (band.IsExact()) return PlaceExactly(band, tiff);
+  if (PlaceByGeoKeys(band, tiff)) return;
+  if (const std::optional<WorldLines> lines = FindWorldLines(TIFFFileName(tiff))) PlaceByWorldLines(band, *lines);
 }
 
 void ReadTiffSystem(gtiff* keys, XSpatialReference& system) {

@@ -58,7 +58,7 @@ TiffSampler::TiffSampler(const TiffLayout& layout, int channel, bool isSwapped)
   isColoured_ = layout.tags.photometric == PHOTOMETRIC_PALETTE && bits_ <= 16 && layout.palette.GetSize() > 0;
   if (!isColoured_) return;
   const std::vector<short>* const colours[] = {&layout.palette.red, &layout.palette.green, &layout.palette.blue};
-  if (channel < 3) colours_ = colours[channel];
+  if (channel < layout.CountColours()) colours_ = colours[channel];
   // Colours of samples of one byte are looked up here once, and not for each pixel.
   for (int i = 0; i < 256; ++i) table_[static_cast<std::size_t>(i)] = static_cast<unsigned char>(ColourOf(i));
 }
@@ -156,7 +156,8 @@ void TiffSampler::TakePacked(PackedRow row, std::int64_t firstByte, const TiffPi
   }
   UnpackBits(row, firstBit, pixelBits * piece.step, bits_, piece.numColumns, sampleBytes_, out);
   // A ramp has become the palette of most images in which 0 is white. Without one the bits themselves are turned.
-  if (bits_ != 1 || samplesTogether_ != 1 || layout_.tags.photometric != PHOTOMETRIC_MINISWHITE) return;
+  if (bits_ != 1 || samplesTogether_ != 1 || layout_.tags.photometric != PHOTOMETRIC_MINISWHITE || layout_.isExact)
+    return;
   std::transform(out, out + piece.numColumns, out,
                  [](unsigned char bit) { return static_cast<unsigned char>(bit ^ 1); });
 }
@@ -180,6 +181,29 @@ void TiffSampler::Colour(unsigned char* samples, int count) const {
                             [this](std::uint16_t value) { return static_cast<std::uint16_t>(ColourOf(value)); });
   } else {
     std::memset(samples, 0, static_cast<std::size_t>(count) * static_cast<std::size_t>(sampleBytes_));
+  }
+}
+
+bool FinishTiffSamples(const TiffLayout& layout, unsigned char* samples, std::int64_t count) {
+  const auto extend = [&] {
+    ExtendSigns(samples, count, layout.tags.bitsPerSample, XfnGetDataSize(layout.dataType));
+    return true;
+  };
+  const auto turn = [&] {
+    MapWords<std::uint32_t>(samples, count, [](std::uint32_t word) { return __builtin_bswap32(word) >> 8; });
+    return true;
+  };
+  switch (layout.finish) {
+    case TiffFinish::kNone:
+      return true;
+    case TiffFinish::kSign:
+      return extend();
+    case TiffFinish::kTriple:
+      return turn();
+    case TiffFinish::kSignedTriple:
+      return turn() && extend();
+    default:
+      return MakeDoubles(samples, count, layout.finish == TiffFinish::kSignedInteger);
   }
 }
 

@@ -56,4 +56,8 @@ class TiffSampler {
   std::array<unsigned char, 256> table_{};  // of a coloured image with bytes
 };
 
+/// Does what a layout leaves to be done with `count` samples that have been taken. False where a sample has no value in
+/// the band's type.
+bool FinishTiffSamples(const TiffLayout& layout, unsigned char* samples, std::int64_t count);
+
 }  // namespace zrk

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace zrk {
 
@@ -15,7 +16,9 @@ struct TiffSource {
   XString name;
   std::shared_ptr<RowFile> file;
   std::shared_ptr<TiffMessages> messages;
+  std::uint64_t directory = 0;  ///< the offset of the image's directory; 0 for the first one
   TiffLayout layout;
+  std::vector<std::uint16_t> extraSamples;  ///< the kinds of the last samples of a pixel
   TiffGrid grid;
   std::int64_t blockBytes = 0;  ///< of a decoded block, as libtiff packs it
   std::int64_t rowBytes = 0;    ///< of a row of a block, unless libtiff makes colours of it

@@ -1,21 +1,14 @@
 #pragma once
 
-#include "bands/tiff/TiffDecoder.h"
-#include "core/model/ChannelReads.h"
-#include "tagXArr2.h"
+#include "bands/tiff/TiffPieces.h"
 
 #include <span>
 
 namespace zrk {
 
-/// A buffer for the samples of a channel, of the size of a request's result.
-struct TiffTarget {
-  int channel = 0;
-  tagXArr2* out = nullptr;
-};
-
-/// Fills the targets. There is at least one, and no more than one in a file with a plane for each sample. Samples that
-/// can't be read are 0. False where the word behind `cancel` asked to stop.
+/// Fills the targets in the way of the image's plan, as `TiffPieces` takes them. By the plan for compatible reads,
+/// samples that can't be read are 0, and the result is false where the word behind `cancel` asked to stop. By an exact
+/// plan it is false also where a sample can't be read, and the reason has been noted.
 bool SampleTiff(TiffDecoder& decoder, const ReadRequest& request, std::span<const TiffTarget> targets,
                 const int* cancel);
 

@@ -3,15 +3,19 @@
 // needs nothing of its master but the image, and to its frame each band is a master with one channel.
 //
 // Blocks of a file are tiles or strips. A window at level n has every 2^n-th pixel, begun anew in each block; level
-// data answers first where the band has any. Images behind the first one are listed and never read.
+// data answers first where the band has any. Images behind the first one are listed. Compatible reads use none of them.
+// Exact reads have another plan, which the image carries, and take levels from reduced images where there are some.
 
 #include "ZRMBandGTIFF.h"
 
 #include "bands/tiff/TiffBlocks.h"
+#include "bands/tiff/TiffExactPlan.h"
 #include "bands/tiff/TiffImage.h"
 #include "bands/tiff/TiffPlacing.h"
+#include "bands/tiff/TiffTexts.h"
 #include "bands/tiff/TiffWindow.h"
 #include "base/Fence.h"
+#include "base/ReadError.h"
 #include "core/model/BandFrame.h"
 #include "XDataType.h"
 
@@ -23,12 +27,20 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandGTIFF, ZRMBandDRIO);
 
 namespace {
 
+constexpr const char* kChangedFile = "The file is another one than it was when it was opened, or is gone";
+
 /// `TiffTags` begins with the values that missing tags stand for. A file that is not open has not even those.
 zrk::TiffTags NoTags() {
   zrk::TiffTags tags;
   tags.samplesPerPixel = tags.bitsPerSample = tags.planarConfiguration = 0;
   tags.photometric = tags.sampleFormat = tags.compression = 0;
   return tags;
+}
+
+/// A reduced image has its own pixels for the level. Column x of the image is its column x >> n.
+zrk::ReadRequest AtLevel(const zrk::ReadRequest& request, int level) {
+  const int x0 = request.x0 >> level, y0 = request.y0 >> level;
+  return {request.level - level, x0, x0 + (request.Width() >> level) - 1, y0, y0 + (request.Height() >> level) - 1};
 }
 
 }  // namespace
@@ -76,6 +88,7 @@ ZRMBandGTIFF::ZRMBandGTIFF(ZRMBandGTIFF* master) : ZRMBandFile(std::make_unique<
   Impl& impl = GetImpl();
   impl.opener = master;
   impl.image = master->GetImpl().image;
+  if (impl.image && zrk::ShowsNullSample(impl.image->GetLayout())) SetNullValue(master->GetNullValue());
   impl.blocksAcross = master->GetBlocksAcross();
   impl.blocksDown = master->GetBlocksDown();
 }
@@ -93,17 +106,19 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
   impl.numChannels = 1;
   InitBlockInfo();
   return zrk::Fenced(err, [&] {
-    std::shared_ptr<zrk::TiffImage> image = zrk::TiffImage::Open(path, err);
+    std::shared_ptr<zrk::TiffImage> image = zrk::TiffImage::Open(path, GetReadPolicy(), err);
     if (!image) return 0;
     impl.image = std::move(image);
     const zrk::TiffSource& source = impl.image->GetSource();
     const zrk::TiffTags& tags = source.layout.tags;
     SetSize(static_cast<int>(tags.width), static_cast<int>(tags.height));
     SetDataType(source.layout.dataType);
+    if (zrk::ShowsNullSample(source.layout)) SetNullValue(*source.layout.nullSample);
     impl.numChannels = source.layout.numChannels;
     // Rows of plain strips cost the same however they are read.
     SetDecodeRows(source.isPlain && !tags.isTiled ? 1 : zrk::ToSide(tags.blockHeight));
     InitBlockInfo();
+    SetChannel(GetChannel());
     ReadCoordinateInfo(err);
     return 1;
   });
@@ -127,11 +142,22 @@ int ZRMBandGTIFF::GetChannel() const {
 }
 
 void ZRMBandGTIFF::SetChannel(int channel) {
-  GetImpl().shownChannel = channel;
+  Impl& impl = GetImpl();
+  impl.shownChannel = channel;
+  if (!impl.image) return;
+  SetColourRole(zrk::FindColourRole(impl.image->GetLayout(), impl.image->GetSource().extraSamples, channel));
 }
 
 int ZRMBandGTIFF::GetNumChannels() const {
   return GetImpl().numChannels;
+}
+
+int ZRMBandGTIFF::GetSample() const {
+  const Impl& impl = GetImpl();
+  if (!impl.image) return impl.shownChannel;
+  const zrk::TiffLayout& layout = impl.image->GetLayout();
+  const bool isColour = layout.palette.GetSize() > 0 && impl.shownChannel < layout.CountColours();
+  return layout.isRgba || isColour ? -1 : layout.SampleOf(impl.shownChannel);
 }
 
 int ZRMBandGTIFF::GetBlocksAcross() const {
@@ -199,6 +225,13 @@ std::vector<tagXTiffDirectory> ZRMBandGTIFF::GetDirectories(int most) const {
   return GetImpl().image ? GetImpl().image->ListDirectories(most) : std::vector<tagXTiffDirectory>();
 }
 
+std::vector<int> ZRMBandGTIFF::GetOverviewLevels() const {
+  std::vector<int> levels;
+  if (!GetImpl().image) return levels;
+  for (const zrk::TiffReduced& each : GetImpl().image->GetReducedImages()) levels.push_back(each.level);
+  return levels;
+}
+
 bool ZRMBandGTIFF::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int*) const {
   return image && isInside;
 }
@@ -210,17 +243,23 @@ zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Begin(const zrk::ReadRequest& req
   const bool isInImage =
       std::uint32_t(request.x1) < layout.tags.width && std::uint32_t(request.y1) < layout.tags.height;
   const bool isChannel = shownChannel >= 0 && shownChannel < layout.numChannels;
+  if (!hasBlocks || !isChannel) zrk::NoteReadError("The file has no such image");
+  if (!isInImage) zrk::NoteReadError(zrk::kWindowOutside);
   if (!hasBlocks || !isInImage || !isChannel || !IsLevel(request.level)) return nullptr;
   const int width = request.Width() >> request.level, height = request.Height() >> request.level;
+  if (width == 0 || height == 0) zrk::NoteReadError(zrk::kNoSuchLevel);
   return reads.Begin(request, {1, width, height, XfnGetDataSize(layout.dataType)});
 }
 
 zrk::ChannelReads::Record* ZRMBandGTIFF::Impl::Decode(const zrk::ReadRequest& request, const int* cancel) {
   zrk::ChannelReads::Record* const record = Begin(request);
   if (!record) return nullptr;
-  const zrk::TiffImage::Loan decoder(*image);
+  const zrk::TiffReduced* const reduced = request.level > 0 ? image->FindReduced(request.level) : nullptr;
+  const zrk::TiffImage::Loan decoder(reduced ? *reduced->image : *image);
   const zrk::TiffTarget target = {shownChannel, &record->At(0)};
-  return decoder && zrk::SampleTiff(*decoder, request, {&target, 1}, cancel) ? record : nullptr;
+  if (!decoder) zrk::NoteReadError(kChangedFile);
+  const zrk::ReadRequest onImage = reduced ? AtLevel(request, reduced->level) : request;
+  return decoder && zrk::SampleTiff(*decoder, onImage, {&target, 1}, cancel) ? record : nullptr;
 }
 
 /// The open image is shared, so its decoders are freed for all bands. A follower has the opener free its own results
@@ -242,7 +281,7 @@ int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, i
                               std::span<tagXArr2*> out) {
   if (!GetImpl().image || out.size() < bands.size() || !XfnHaveJointSource(bands)) return 0;
   const zrk::ReadRequest request = {0, x0, x1, y0, y1};
-  return zrk::FencedRead([&] {
+  return zrk::ReadPixels([&] {
     std::vector<zrk::TiffTarget> targets;
     // Each band's own record takes its samples, so that every result lives as long as after a read of its own.
     for (ZRMBand* each : bands) {
@@ -253,7 +292,8 @@ int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, i
       targets.push_back({band->GetChannel(), &record->At(0)});
     }
     const zrk::TiffImage::Loan decoder(*GetImpl().image);
-    if (!decoder || !zrk::SampleTiff(*decoder, request, targets, cancel)) return 0;
+    if (!decoder) return zrk::FailRead(kChangedFile);
+    if (!zrk::SampleTiff(*decoder, request, targets, cancel)) return 0;
     std::ranges::transform(targets, out.begin(), [](const zrk::TiffTarget& target) { return target.out; });
     return 1;
   });

@@ -17,6 +17,8 @@
 //     using Band = ZRMBandBMP;                                        // made as Band(master), null for the master
 //     static constexpr ChannelNames kNames = ChannelNames::kPlain;
 //     static constexpr const char* kWorldFile = ".bmw";               // null where the file places itself
+//     static void Finish(XRSFile& file);                              // may be left out; tells the dataset what else
+//                                                                     // the file knows
 //   };
 //   LoadRaster<Bitmap>(call);
 //
@@ -107,6 +109,7 @@ int LoadRaster(const RasterCall& call) {
     TakeRoles<Format>(channels);
     AddChannels(*call.file, std::move(channels));
     if (Format::kWorldFile) PlaceByWorldFile(*call.file, call.path, Format::kWorldFile);
+    if constexpr (requires { Format::Finish(*call.file); }) Format::Finish(*call.file);
     FinishRaster(call);
     return 1;
   });

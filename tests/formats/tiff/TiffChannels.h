@@ -15,7 +15,8 @@
 /// The master of a TIFF file and its followers.
 class TiffChannels {
  public:
-  explicit TiffChannels(const std::string& path) : master_(nullptr) {
+  explicit TiffChannels(const std::string& path, XReadPolicy policy = kReadCompatible) : master_(nullptr) {
+    master_.SetReadPolicy(policy);
     isOpen_ = master_.ReadFile(path, err_, nullptr) == 1;
     for (int c = 1; isOpen_ && c < master_.GetNumChannels(); ++c) {
       followers_.push_back(std::make_unique<ZRMBandGTIFF>(&master_));

@@ -1,0 +1,127 @@
+// Many files carry their image in smaller sizes, too: in directories behind the first one, in directories that hang
+// below it, or in a file of their own beside it. Those that hold the samples of a level serve exact reads of it.
+//
+// What can't be opened or doesn't fit is no reduced image of this one, and the levels are then taken from a finer one.
+
+#include "bands/tiff/TiffReduced.h"
+
+#include "XFile.h"
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+namespace zrk {
+namespace {
+
+/// A damaged file may have no end of directories.
+constexpr int kMaxDirectories = 1000;
+constexpr int kMaxLevel = 30;
+
+constexpr std::uint32_t kIsReduced = 1, kIsMask = 4;
+
+/// 0 where the sizes are not those of a level.
+int FindLevelOfSize(const TiffTags& tags, const TiffTags& first) {
+  for (int level = 1; level <= kMaxLevel; ++level) {
+    if (IsSizeAtLevel(ToSide(tags.width), ToSide(first.width), level) &&
+        IsSizeAtLevel(ToSide(tags.height), ToSide(first.height), level)) {
+      return level;
+    }
+  }
+  return 0;
+}
+
+/// Whether the samples mean the same in both.
+bool HasSamplesOf(const TiffLayout& layout, const TiffLayout& first) {
+  const TiffTags &tags = layout.tags, &others = first.tags;
+  const bool isWhiteZero = tags.photometric == PHOTOMETRIC_MINISWHITE;
+  return layout.dataType == first.dataType && layout.numChannels == first.numChannels &&
+         layout.isRgba == first.isRgba && tags.bitsPerSample == others.bitsPerSample &&
+         tags.samplesPerPixel == others.samplesPerPixel && tags.sampleFormat == others.sampleFormat &&
+         isWhiteZero == (others.photometric == PHOTOMETRIC_MINISWHITE) && layout.palette.red == first.palette.red &&
+         layout.palette.green == first.palette.green && layout.palette.blue == first.palette.blue;
+}
+
+std::uint32_t ReadKind(TIFF* tiff) {
+  std::uint32_t kind = 0;
+  TIFFGetField(tiff, TIFFTAG_SUBFILETYPE, &kind);
+  return kind;
+}
+
+/// The directories that hang below the open one.
+std::vector<std::uint64_t> ListDirectoriesBelow(TIFF* tiff) {
+  std::uint16_t count = 0;
+  const std::uint64_t* offsets = nullptr;
+  if (!TIFFGetField(tiff, TIFFTAG_SUBIFD, &count, &offsets) || !offsets) return {};
+  const std::span<const std::uint64_t> all(offsets, count);
+  return {all.begin(), all.end()};
+}
+
+class Finder {
+ public:
+  explicit Finder(const TiffSource& first) : first_(first) {}
+
+  std::vector<TiffReduced> Find() {
+    LookInFile();
+    LookBeside();
+    std::ranges::sort(found_, {}, &TiffReduced::level);
+    return std::move(found_);
+  }
+
+ private:
+  void LookInFile() {
+    const auto handle = TiffHandle::Open(first_.file->Share(), first_.name, first_.messages, TiffHandle::kTableBytes);
+    if (!handle) return;
+    TIFF* const tiff = handle->Get();
+    const std::vector<std::uint64_t> below = ListDirectoriesBelow(tiff);
+    for (int i = 0; i < kMaxDirectories && TIFFReadDirectory(tiff); ++i) Look(tiff, first_, true);
+    for (const std::uint64_t offset : below) {
+      if (TIFFSetSubDirectory(tiff, offset)) Look(tiff, first_, true);
+    }
+  }
+
+  /// The images of the file beside need not say that they are reduced: they have no other use.
+  void LookBeside() {
+    XFile file;
+    TiffSource beside;
+    beside.name = first_.name + ".ovr";
+    if (!file.Open(beside.name, XFile::kRead | XFile::kShareDenyWrite)) return;
+    beside.file = std::make_shared<RowFile>(file.GetDiskFile());
+    beside.messages = std::make_shared<TiffMessages>(first_.messages);
+    const auto handle = TiffHandle::Open(beside.file->Share(), beside.name, beside.messages, TiffHandle::kTableBytes);
+    if (!handle) return;
+    for (int i = 0; i < kMaxDirectories; ++i) {
+      Look(handle->Get(), beside, false);
+      if (!TIFFReadDirectory(handle->Get())) return;
+    }
+  }
+
+  /// Keeps the open directory where it is one of a level that has none.
+  void Look(TIFF* tiff, const TiffSource& file, bool mustSayReduced) {
+    const std::uint32_t kind = ReadKind(tiff);
+    if ((kind & kIsMask) != 0 || (mustSayReduced && (kind & kIsReduced) == 0)) return;
+    const int level = FindLevelOfSize(ReadTiffTags(tiff), first_.layout.tags);
+    if (level == 0 || std::ranges::find(found_, level, &TiffReduced::level) != found_.end()) return;
+    std::shared_ptr<TiffImage> image = TiffImage::OpenDirectory(tiff, file);
+    if (!image || !HasSamplesOf(image->GetLayout(), first_.layout)) return;
+    image->SetNullSample(first_.layout.nullSample);
+    found_.push_back({level, std::move(image)});
+  }
+
+  const TiffSource& first_;
+  std::vector<TiffReduced> found_;
+};
+
+}  // namespace
+
+bool IsSizeAtLevel(int size, int whole, int level) {
+  const int down = whole >> level;
+  const int up = static_cast<int>((std::int64_t{whole} + (std::int64_t{1} << level) - 1) >> level);
+  return size > 0 && (size == down || size == up);
+}
+
+std::vector<TiffReduced> FindReducedImages(const TiffSource& first) {
+  return Finder(first).Find();
+}
+
+}  // namespace zrk

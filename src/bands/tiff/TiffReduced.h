@@ -1,0 +1,19 @@
+#pragma once
+
+#include "bands/tiff/TiffImage.h"
+
+#include <memory>
+#include <vector>
+
+namespace zrk {
+
+/// Whether an image of `size` has the size that `whole` has at a level: the half, n times, rounded up or down.
+bool IsSizeAtLevel(int size, int whole, int level);
+
+/// The reduced images of a file whose first image has been opened for exact reads, in the order of their levels: those
+/// in further directories that say so, those below the first directory, and then those of the file of its name with
+/// ".ovr" behind it. Each is one of whole levels, and has the samples of the first image. Of several of one level the
+/// first counts. Masks don't.
+std::vector<TiffReduced> FindReducedImages(const TiffSource& first);
+
+}  // namespace zrk

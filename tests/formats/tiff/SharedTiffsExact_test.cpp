@@ -1,0 +1,160 @@
+// Exact reads of TIFF files that other programs wrote: pixels, types, null values and transforms as GDAL has them, but
+// for those that are listed with the reason.
+
+#include "Oracle.h"
+#include "Samples.h"
+#include "TempFolder.h"
+#include "TiffMemory.h"
+#include "XDataType.h"
+#include "XReadPolicy.h"
+#include "XRSFileIO.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+
+namespace {
+
+enum class How {
+  kAsGdal,
+  kInColours,  ///< of the palette: red, green and blue, or one band of greys, where GDAL has the entries' numbers
+  kWithAlpha,  ///< a band more, which is 255
+  kFails,      ///< the read, with a sentence; GDAL's fails too
+  kRefused     ///< with a sentence; by GDAL too
+};
+
+struct Exception {
+  const char* name;
+  How how;
+};
+
+const Exception kExceptions[] = {
+    {"GeogToWGS84GeoKey5.tif", How::kInColours},
+    {"byte_truncated.tif", How::kFails},
+    {"corrupted_gtiff_tags.tif", How::kFails},
+    {"flower-palette-04.tif", How::kInColours},
+    {"flower-palette-16.tif", How::kInColours},
+    {"gen_palette16.tif", How::kInColours},
+    {"gen_palette4.tif", How::kInColours},
+    {"gen_palette8.tif", How::kInColours},
+    {"mandrilmini_12bitjpeg.tif", How::kRefused},
+    {"palette-1c-1b.tiff", How::kInColours},
+    {"seq-1c-4b-palette-85108c5a.tiff", How::kInColours},
+    {"seq-1c-8b-palette-89b39bc3.tiff", How::kInColours},
+    {"slim_g4.tif", How::kInColours},
+    {"test_color_table.tif", How::kInColours},
+    {"tiled_bad_offset.tif", How::kFails},
+    {"ycbcr-cat.tif", How::kWithAlpha},
+    {"ycbcr_11_lzw.tif", How::kWithAlpha},
+    {"ycbcr_22_lzw.tif", How::kWithAlpha},
+    {"ycbcr_41_lzw.tif", How::kWithAlpha},
+    {"zackthecat.tif", How::kWithAlpha},
+};
+
+How HowOf(const std::string& name) {
+  const auto* const found =
+      std::ranges::find_if(kExceptions, [&name](const Exception& each) { return name == each.name; });
+  return found == std::end(kExceptions) ? How::kAsGdal : found->how;
+}
+
+/// GDAL's number of a type is the index.
+int TypeOf(const StoredImage::Plane& plane) {
+  constexpr int kTypeOfGdal[] = {0, 1, 3, 4, 5, 6, 7, 8, 12, 14, 15, 16};
+  return plane.hasSignedBytes ? kSint08 : kTypeOfGdal[plane.dataType];
+}
+
+/// Samples looked up in the colour map, whose components go from 0 to 65,535. Equal planes are one.
+std::vector<StoredImage::Plane> InColours(const StoredImage& image, const std::string& path) {
+  std::vector<unsigned char> file = ReadBytes(path);
+  const TiffPointer tiff = OpenTiffInMemory(file, "r");
+  std::array<std::uint16_t*, 3> map{};
+  std::vector<StoredImage::Plane> planes;
+  if (!TIFFGetField(tiff.get(), TIFFTAG_COLORMAP, &map[0], &map[1], &map[2])) return planes;
+  for (const std::uint16_t* component : map) {
+    StoredImage::Plane plane = image.planes.at(0);
+    const auto size = static_cast<std::size_t>(plane.sampleBytes);
+    for (std::size_t i = 0; i + size <= plane.bytes.size(); i += size) {
+      std::uint16_t value = 0;
+      std::memcpy(&value, &plane.bytes[i], size);
+      value = static_cast<std::uint16_t>(component[value] * 255.0 / 65535.0 + 0.5);
+      std::memcpy(&plane.bytes[i], &value, size);
+    }
+    planes.push_back(plane);
+  }
+  if (planes[0].bytes == planes[1].bytes && planes[0].bytes == planes[2].bytes) planes.resize(1);
+  return planes;
+}
+
+std::vector<StoredImage::Plane> PlanesOf(How how, const StoredImage& image, const std::string& path) {
+  if (how == How::kInColours) return InColours(image, path);
+  std::vector<StoredImage::Plane> planes = image.planes;
+  if (how == How::kWithAlpha) {
+    planes.push_back(planes.at(0));
+    std::ranges::fill(planes.back().bytes, static_cast<unsigned char>(255));
+  }
+  return planes;
+}
+
+void ExpectBand(ZRMBand& band, const StoredImage::Plane& plane) {
+  EXPECT_EQ(TypeOf(plane), band.GetDataType());
+  const double nullValue = plane.nullValue.value_or(kNotSet);
+  EXPECT_TRUE(nullValue == band.GetNullValue() || (std::isnan(nullValue) && std::isnan(band.GetNullValue())));
+  EXPECT_TRUE(plane.bytes == ReadPixels(band, 0, WholeOf(band)).bytes);
+}
+
+void ExpectPlace(const ZRMBand& band, const StoredImage& image) {
+  ASSERT_EQ(image.isPlaced ? kCoordinateWorld : kCoordinatePixel, band.GetCoordinateKind());
+  if (!image.isPlaced) return;
+  std::array<double, 6> transform{};
+  band.GetGeoTransform(transform.data());
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_DOUBLE_EQ(image.transform[i], transform[i]) << i;
+}
+
+void ExpectFailure(ZRMBand& band, const StoredImage& image) {
+  EXPECT_FALSE(image.isOpen) << "GDAL reads it";
+  tagXArr2* out = nullptr;
+  EXPECT_EQ(0, band.ReadSubset(out, 0, 0, band.GetXSize() - 1, 0, band.GetYSize() - 1, nullptr));
+  XString reason;
+  EXPECT_EQ(1, XfnGetLastReadError(reason));
+}
+
+void ExpectFile(const std::string& path, How how) {
+  XRSFile file;
+  file.SetReadPolicy(kReadExact);
+  XString err;
+  const int isOpen = XRSFileIO::LoadFileRaster(&file, kFormatTIF, path, err, 0, kLevelNone, nullptr);
+  ASSERT_EQ(how != How::kRefused, isOpen == 1) << err;
+  const StoredImage image = ReadStoredWithGdal(path);
+  if (how == How::kRefused) {
+    EXPECT_FALSE(image.isOpen);
+    EXPECT_FALSE(err.IsEmpty());
+    return;
+  }
+  if (how == How::kFails) return ExpectFailure(*file.GetBandAt(0), image);
+  const std::vector<StoredImage::Plane> planes = PlanesOf(how, image, path);
+  ASSERT_EQ(std::ssize(planes), file.GetNumOfBands());
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    SCOPED_TRACE(i);
+    ExpectBand(*file.GetBandAt(i), planes[static_cast<std::size_t>(i)]);
+    ExpectPlace(*file.GetBandAt(i), image);
+  }
+}
+
+TEST(SharedTiffsExactly, AreAsGdalReadsThemOrAsListed) {
+  if (!std::filesystem::is_directory(SharedDataDir())) GTEST_SKIP() << "no shared data";
+  int numFiles = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(SharedDataDir())) {
+    const std::string extension = entry.path().extension().string(), name = entry.path().filename().string();
+    if (extension != ".tif" && extension != ".tiff" && extension != ".TIF") continue;
+    SCOPED_TRACE(name);
+    ExpectFile(entry.path().string(), HowOf(name));
+    ++numFiles;
+  }
+  EXPECT_LT(0, numFiles);
+}
+
+}  // namespace
