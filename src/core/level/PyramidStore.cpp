@@ -9,6 +9,7 @@
 
 #include "core/level/PyramidStore.h"
 
+#include "base/AlignLike.h"
 #include "base/DataTypeVisit.h"
 #include "base/ReadError.h"
 #include "math/CopyBlock.h"
@@ -143,6 +144,17 @@ bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std
     CopyBlock(from, stride, room.data(), tileRow, rowBytes, part.height);
   }
   return file_.File().WriteAt(place, room.data(), count) == 0;
+}
+
+const unsigned char* PlainStore::ReadTiles(const TileRun& run, std::vector<unsigned char>& room) const {
+  const std::int64_t place = Place(run), count = run.count * Layout().TileBytes();
+  room.resize(static_cast<std::size_t>(count + kAlignRoom));
+  unsigned char* const first = AlignLike(room.data(), place);
+  return file_.File().ReadAt(place, first, count) == count ? first : nullptr;
+}
+
+bool PlainStore::WriteTiles(const TileRun& run, const unsigned char* tiles) {
+  return file_.File().WriteAt(Place(run), tiles, run.count * Layout().TileBytes()) == 0;
 }
 
 void PlainStore::LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const {
