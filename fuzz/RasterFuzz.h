@@ -7,8 +7,21 @@
 
 #include <cstdint>
 
+/// Reads the upper left corner of a band, or the lower right one.
+inline void ReadCorner(ZRMBand& band, int level, bool isAtEnd) {
+  constexpr int kLast = 31;
+  const int right = band.GetXSize() - 1, bottom = band.GetYSize() - 1;
+  tagXArr2* out = nullptr;
+  if (isAtEnd) {
+    band.ReadSubset(out, level, std::max(right - kLast, 0), right, std::max(bottom - kLast, 0), bottom, nullptr);
+  } else {
+    band.ReadSubset(out, level, 0, std::min(right, kLast), 0, std::min(bottom, kLast), nullptr);
+  }
+}
+
 /// Opens the bytes as a raster of the format through the dispatch and reads a few windows of every channel at a few
-/// levels. Images that are large for a fuzz run are opened but read at their corners only.
+/// levels. Images that are large for a fuzz run are opened but read at their corners only. A window is read of one
+/// channel after another, as programs do it, so that what one decoding gave serves them all.
 inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path, int id) {
   MemoryDisk disk;
   disk.Add(path, {data, size});
@@ -19,15 +32,14 @@ inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char*
   if (!XRSFileIO::LoadFileRaster(&file, id, path, err, 0, kLevelNone, nullptr)) return;
   // Each channel decodes the same block again, so a few of thousands of channels tell as much as all of them.
   const int step = std::max(1, file.GetNumOfBands() / 8);
+  for (const int level : {0, 1, 3}) {
+    for (const bool isAtEnd : {false, true}) {
+      for (int i = 0; i < file.GetNumOfBands(); i += step) ReadCorner(*file.GetBandAt(i), level, isAtEnd);
+    }
+  }
   for (int i = 0; i < file.GetNumOfBands(); i += step) {
     ZRMBand& band = *file.GetBandAt(i);
-    const int right = band.GetXSize() - 1, bottom = band.GetYSize() - 1;
-    tagXArr2* out = nullptr;
-    for (const int level : {0, 1, 3}) {
-      band.ReadSubset(out, level, 0, std::min(right, 31), 0, std::min(bottom, 31), nullptr);
-      band.ReadSubset(out, level, std::max(right - 31, 0), right, std::max(bottom - 31, 0), bottom, nullptr);
-    }
-    if (std::int64_t{right} * bottom < 1 << 16) band.CalcStatistics(1);
+    if (std::int64_t{band.GetXSize()} * band.GetYSize() <= 1 << 16) band.CalcStatistics(1);
   }
 }
 

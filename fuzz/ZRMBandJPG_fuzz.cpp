@@ -5,7 +5,7 @@
 /// The decoder's own work grows with the pixels promised, so an image of a fuzz run is held small.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   tagXLimits limits;
-  limits.imagePixels = 1 << 20;
+  limits.imagePixels = 1 << 16;
   limits.jpegScans = 20;
   XfnSetLimits(limits);
   return 0;

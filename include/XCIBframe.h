@@ -7,6 +7,7 @@
 namespace zrk {
 class PixelStorage;
 class RpfBlocks;
+struct FramePlanes;
 }  // namespace zrk
 
 /// Where a frame lies, as its file tells; nothing is checked. Latitudes are positive to the north, longitudes to the
@@ -53,6 +54,10 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   /// one plane behind the other. It is the same as mapping the image of `LoadFile` through the planes of the colour
   /// table, and leaves no image behind. Codes that no colour table can have are 0. 1 or 0.
   int LoadPlanes(const XString& path, zrk::PixelStorage& planes);
+  /// Loads the frame in its colours for the exact policy: transparent pixels keep their colour, absent subframes are
+  /// transparent, and what can't be read is told by subframe. 0 where the frame as a whole can't be read, colours
+  /// included.
+  int LoadPlanesExactly(const XString& path, zrk::FramePlanes& planes);
   /// Frees tables and image, and clears coverage, colours and masks. The type of the colour table stays.
   void CleanUp();
 
@@ -115,7 +120,7 @@ class ZRKIO_API XCIBframe : public XCIBbase {
 
   int Load(const XString& path, const Wanted& wanted);
   int ReadSections(XFile* file, const unsigned char* buffer, int bytes, const Wanted& wanted);
-  int ReadImage(XFile* file, const unsigned char* buffer, int bytes, zrk::PixelStorage* planes);
+  int ReadImage(XFile* file, const unsigned char* buffer, int bytes, const Wanted& wanted);
   int LoadImage(zrk::RpfBlocks& blocks, const Image& image);
 
   std::unique_ptr<State> state_;

@@ -23,6 +23,10 @@ class ZRKIO_API XWorldFile {
   /// rotation. Numbers have ten digits behind the point, whatever the locale.
   static int Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y);
 
+  /// As above with all six numbers, for any transform that `ZRMBand::GetGeoTransform` gives. The origin of the file is
+  /// the centre of the first pixel.
+  static int Write(const XString& path, const double transform[6]);
+
   /// The names by which a reader of a TIFF file looks for its world file, in that order; the first that is there
   /// counts.
   static std::vector<XString> ListNamesForTiff(const XString& path);

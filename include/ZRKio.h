@@ -85,6 +85,7 @@
 #include "XSystemFit.h"
 #include "XThread.h"
 #include "XThreadSafeArr.h"
+#include "XTileSource.h"
 #include "XWorldFile.h"
 #include "ZRKVersion.h"
 #include "ZRMBand.h"

@@ -8,8 +8,14 @@
 class XFile;
 class XThread;
 
-/// One channel of a Windows bitmap of 8 to 32 bits a pixel. Rows lie bottom-up, directly behind the palette, and are
-/// taken as uncompressed whatever the header says of compression.
+/// One channel of a Windows bitmap.
+///
+/// Under the exact policy bitmaps of any version of the header are read as their fields say: 1 to 32 bits, bit fields
+/// and run-length codes, rows from either end. Channels are red, green and blue, of the palette for indexed pixels, and
+/// opacity where the header has a mask for it. Level n gives every 2^n-th pixel of every 2^n-th row.
+///
+/// Under the compatible policy bitmaps of 8 to 32 bits a pixel are read. Rows lie bottom-up, directly behind the
+/// palette, and are taken as uncompressed whatever the header says of compression.
 ///
 /// Channels are red, green, blue and the fourth byte of 32-bit pixels, all of data type 1; an indexed bitmap gives
 /// three channels with the palette applied. Images below 32,000,000 bytes are held in memory, larger ones are mapped;
@@ -41,7 +47,7 @@ class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO> {
   int GetPaletteSize() const;
   /// Header and palette, or null; belongs to the band, and stays until the next image.
   const BITMAPINFO* GetBitmapInfo() const;
-  /// A value of `SourceType`. A follower has none.
+  /// A value of `SourceType`: `kSourceFile` under the exact policy. A follower has none.
   int GetSourceType() const;
   /// Byte offset of the first row in the file or view; 0 for a copy in memory.
   std::int64_t GetOffset() const;

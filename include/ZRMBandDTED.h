@@ -10,9 +10,11 @@ class XThread;
 /// The one band of a DTED elevation cell: heights in metres, data type 4 (signed 16 bits), north up.
 ///
 /// The whole cell is decoded when it is opened, and reads copy from memory: any number of threads may read the band.
-/// Unknown heights are 0. Pixel (x, y) is the post x steps east and y steps south of the north-west corner, and the
-/// upper-left place of the band is that of the corner's post itself. Level n takes every 2^n-th post of every 2^n-th
-/// row.
+/// Under the compatible policy unknown heights are 0. Under the exact one they are -32767, which is then the null
+/// value; columns have the place that their records tell; columns that the cell lacks are unknown; and a read fails
+/// that takes a height behind the end of the file or of a record whose checksum is wrong. Pixel (x, y) is the post x
+/// steps east and y steps south of the north-west corner, and the upper-left place of the band is that of the corner's
+/// post itself. Level n takes every 2^n-th post of every 2^n-th row.
 class ZRKIO_API ZRMBandDTED : public ZRMBandFile<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandDTED();
@@ -40,4 +42,5 @@ class ZRKIO_API ZRMBandDTED : public ZRMBandFile<ZRMBandDRIO> {
   struct Impl;
   Impl& GetImpl() const;
   int OpenFile(const XString& path);
+  void PlacePosts();
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "XEPOT2D.h"
+#include "XTileSource.h"
 #include "ZRMBand.h"
 
 #include <memory>
@@ -9,7 +10,7 @@
 ///
 /// Levels are those of the store: level n is its image n, and a read of any other level fails. Several threads
 /// may read it at once, and write windows that share no tile.
-class ZRKIO_API ZRMBandEPOT : public ZRMBand {
+class ZRKIO_API ZRMBandEPOT : public ZRMBand, public XTileSource {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandEPOT();
   ~ZRMBandEPOT() override;
@@ -21,6 +22,8 @@ class ZRKIO_API ZRMBandEPOT : public ZRMBand {
   /// The store, which belongs to the band; never null. It serves nothing before `SetImage`.
   XEPOT2D* GetEPOT();
   const XEPOT2D* GetEPOT() const;
+  /// Null for a class derived from this one, since it may read in its own way.
+  const XEPOT2D* GetTileStore() const override;
 
   /// Beside what `XBand` tells: a buffer of the caller's own that `out` points to is filled in place, with as many
   /// columns and rows as it has from the window's corner on its level. So `out` must be null or point to a buffer. One

@@ -4,11 +4,17 @@
 
 class XThread;
 
-/// The one raster of an HDF4 file, of unsigned bytes that lie plainly in it. It is the only band of its file.
+/// The one raster of an HDF4 file. It is the only band of its file.
 ///
-/// The raster is held in memory from the open on, and the file is closed again. Every read gives full resolution,
-/// whatever the level, and never asks level data. A file that does not tell the size of its raster, or tells one that
-/// it is too short for, is taken as 2592 x 2796 pixels; those that it does not have are 0.
+/// Under the exact policy it is a raster image of one sample a pixel, or a scientific data set of two dimensions, whose
+/// samples lie plainly in the file, of any type of one to four bytes or of doubles. A file of several images is
+/// refused, and so is one whose pixels are compressed, each with a sentence. Rows are read from the open file, and fail
+/// where it lacks them. Level n gives every 2^n-th pixel of every 2^n-th row.
+///
+/// Under the compatible policy it is a raster of unsigned bytes. The raster is held in memory from the open on, and the
+/// file is closed again. Every read gives full resolution, whatever the level, and never asks level data. A file that
+/// does not tell the size of its raster, or tells one that it is too short for, is taken as 2592 x 2796 pixels; those
+/// that it does not have are 0.
 class ZRKIO_API ZRMBandHDF4 : public ZRMBandFile<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandHDF4();
@@ -30,4 +36,5 @@ class ZRKIO_API ZRMBandHDF4 : public ZRMBandFile<ZRMBandDRIO> {
  private:
   struct Impl;
   Impl& GetImpl() const;
+  int ReadFileExactly(const XString& path, XString& err);
 };

@@ -89,6 +89,18 @@ void CopyDescription(const XRSFile& source, XRSFile& view) {
   }
 }
 
+/// Texts of the file hold for the view; those of a band come with each view of it.
+void CopyMetadata(const XRSFile& source, const std::vector<int>& numbers, XRSFile& view) {
+  for (const tagXMetadataItem& item : source.GetMetadata()) {
+    if (item.band < 0) view.AddMetadata(item);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      tagXMetadataItem own = item;
+      own.band = static_cast<int>(i);
+      if (item.band >= 0 && item.band == numbers[i] - 1) view.AddMetadata(own);
+    }
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<XRSFile> MakeDatasetView(const XRSFile& source, const std::vector<int>& numbers, std::string& err) {
@@ -101,5 +113,6 @@ std::unique_ptr<XRSFile> MakeDatasetView(const XRSFile& source, const std::vecto
     view->AddBand(std::make_unique<BandView>(*band, isShared).release());
   }
   CopyDescription(source, *view);
+  CopyMetadata(source, numbers, *view);
   return view;
 }

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
+class CommandLine;
 
 // What a format brings to the program beyond what all datasets can do. Its folder under formats/ has the sources, and
 // one of them, named <Name>Tools.cpp, defines `extern const FormatTools k<Name>Tools`, which the build collects.
@@ -24,7 +24,7 @@ struct ViewRequest {
 
 struct FormatTools {
   /// Declares subcommands, as those of commands/Commands.h do.
-  void (*addCommands)(CLI::App& program, int& status);
+  void (*addCommands)(CommandLine& program);
   /// Makes the picture of a file that is no raster. Answers nothing where the file is not of the format. Otherwise it
   /// answers whether the picture was made, with its shape, or with the reason in `err`.
   std::optional<bool> (*view)(const ViewRequest& request, XThread& thread, PngShape& shape, std::string& err);

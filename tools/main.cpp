@@ -1,6 +1,7 @@
 // zrkio, the program. Here stand the grammar of the command line and what is common to all subcommands: help, version
 // and exit status. The subcommands lie in commands/, and those of a format in its own folder under formats/.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "FormatTools.h"
 #include "Interrupt.h"
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr int kFailedJob = 1;
-constexpr int kBadUsage = 2;
 
 std::string VersionText() {
   std::string text = std::string("zrkio ") + XfnGetVersion();
@@ -27,16 +27,6 @@ bool FlushOutput() {
   if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
   std::fputs("zrkio: can't write to standard output\n", stderr);
   return false;
-}
-
-/// Help and version end the parsing too, but are no failure.
-int Parse(CLI::App& program, int argc, char** argv, const int& status) {
-  try {
-    program.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return program.exit(error) == 0 ? 0 : kBadUsage;
-  }
-  return status;
 }
 
 const char* const kExamples =
@@ -56,27 +46,20 @@ const char* const kExamples =
 /// Builds the grammar of the command line and runs the subcommand that was chosen. A bad command and a failed job have
 /// different exit statuses.
 int Run(int argc, char** argv) {
-  CLI::App program("Looks into raster and vector files of remote sensing and mapping.", "zrkio");
-  program.set_version_flag("--version", VersionText(), "Print the version and those of the libraries used");
-  program.footer(kExamples);
-  program.require_subcommand(1);
-  program.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return std::string("zrkio: ") + error.what() + "\nRun zrkio --help for more information.\n";
-  });
-
-  int status = 0;
-  AddInfoCommand(program, status);
-  AddBoundsCommand(program, status);
-  AddReadCommand(program, status);
-  AddViewCommand(program, status);
-  AddLevelsCommand(program, status);
-  AddConvertCommand(program, status);
-  for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program, status);
-  AddFormatsCommand(program, status);
+  CommandLine program("zrkio", "Looks into raster and vector files of remote sensing and mapping.", kExamples);
+  program.SetVersion(VersionText(), "Print the version and those of the libraries used");
+  AddInfoCommand(program);
+  AddBoundsCommand(program);
+  AddReadCommand(program);
+  AddViewCommand(program);
+  AddLevelsCommand(program);
+  AddConvertCommand(program);
+  for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program);
+  AddFormatsCommand(program);
   InstallInterruptHandlers();
   // A file that another process cuts short is an error to tell, and not the end of the program.
   XfnSetMappedReads(false);
-  const int result = Parse(program, argc, argv, status);
+  const int result = program.Run(argc, argv);
   return FlushOutput() ? result : kFailedJob;
 }
 

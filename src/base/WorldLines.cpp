@@ -3,7 +3,9 @@
 #include "XFile.h"
 #include "XPath.h"
 
+#include <algorithm>
 #include <clocale>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -41,6 +43,41 @@ class PlainLocale {
 };
 
 }  // namespace
+
+/// A line of the file has the step of a column in both directions of the world, then that of a row, then the place.
+std::optional<std::array<double, 6>> TransformOf(const WorldLines& lines) {
+  const std::array<double, 6>& n = lines.numbers;
+  const double area = n[0] * n[3] - n[1] * n[2];
+  const bool areFinite = std::ranges::all_of(n, [](double number) { return std::isfinite(number); });
+  if (lines.count < std::ssize(n) || !areFinite || !std::isfinite(area) || area == 0.0) return std::nullopt;
+  return std::array{n[4] - (n[0] + n[2]) / 2, n[0], n[2], n[5] - (n[1] + n[3]) / 2, n[1], n[3]};
+}
+
+std::vector<XString> ListWorldFiles(const XString& path, const char* extension) {
+  const XString stem = XfnGetFileFolder(path) + XfnGetFileTitle(path), ext = XfnGetFileExt(path);
+  std::vector<XString> endings;
+  if (ext.GetLength() > 1) endings.push_back("." + ext.Left(1) + ext.Mid(ext.GetLength() - 1) + "w");
+  if (!ext.IsEmpty()) endings.push_back("." + ext + "w");
+  endings.insert(endings.end(), {XString(extension), XString(".wld")});
+  std::vector<XString> paths;
+  for (XString& ending : endings) {
+    ending.MakeLower();
+    paths.push_back(stem + ending);
+    ending.MakeUpper();
+    paths.push_back(stem + ending);
+  }
+  return paths;
+}
+
+XString FindWorldFile(const XString& path, const char* extension, WorldLines& lines) {
+  for (const XString& name : ListWorldFiles(path, extension)) {
+    const std::optional<WorldLines> found = ReadWorldLines(name);
+    if (!found || !TransformOf(*found)) continue;
+    lines = *found;
+    return name;
+  }
+  return {};
+}
 
 XString GetWorldFileName(const XString& path, const char* extension) {
   return path.Left(path.GetLength() - 4) + extension;

@@ -18,7 +18,20 @@ struct WorldLines {
 /// Empty where the file can't be opened. Only its first bytes are looked at, as many as six lines can need.
 std::optional<WorldLines> ReadWorldLines(const XString& path);
 
-/// The name of an image's world file as loaders look for it: the last four characters of the path replaced.
+/// The transform that all six lines make, as `ZRMBand::GetGeoTransform` has it: from the outer corner of the first
+/// pixel, whose centre the lines name. Empty where a line is missing or not finite, and where all pixels would fall on
+/// a line.
+std::optional<std::array<double, 6>> TransformOf(const WorldLines& lines);
+
+/// The usual names of an image's world file, in the order in which the exact policy looks for them. The extension is
+/// replaced by its first and last letter and a w, by all of it and a w, by `extension`, which is what the compatible
+/// policy looks for, and by wld; each of them in small letters and then in capitals.
+std::vector<XString> ListWorldFiles(const XString& path, const char* extension);
+/// The first of these that places the image, and its lines in `lines`; empty where none does.
+XString FindWorldFile(const XString& path, const char* extension, WorldLines& lines);
+
+/// The name of an image's world file as loaders look for it under the compatible policy: the last four characters of
+/// the path replaced.
 XString GetWorldFileName(const XString& path, const char* extension);
 
 /// The names by which the world file of a TIFF image is looked for, all beside the image, the first that is there

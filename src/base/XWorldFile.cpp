@@ -23,6 +23,14 @@ std::string MakeLine(double number) {
   return line + '\n';
 }
 
+/// The file is small, but an old one still stays until the new one is whole.
+int WriteLines(const XString& path, std::initializer_list<double> numbers) {
+  std::string text;
+  for (const double number : numbers) text += MakeLine(number);
+  zrk::NewFile file;
+  return file.Begin(path) && file.File().Write(text.data(), static_cast<std::int64_t>(text.size())) && file.Publish();
+}
+
 }  // namespace
 
 XWorldFile::~XWorldFile() = default;
@@ -39,13 +47,16 @@ bool XWorldFile::Read(const XString& path) {
   return true;
 }
 
-/// Rows go down while the world goes up, hence the minus of the second size. The file is small, but an old one still
-/// stays until the new one is whole.
+/// Rows go down while the world goes up, hence the minus of the second size.
 int XWorldFile::Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y) {
-  std::string text;
-  for (const double number : {xPixelSize, 0.0, 0.0, -yPixelSize, x, y}) text += MakeLine(number);
-  zrk::NewFile file;
-  return file.Begin(path) && file.File().Write(text.data(), static_cast<std::int64_t>(text.size())) && file.Publish();
+  return WriteLines(path, {xPixelSize, 0.0, 0.0, -yPixelSize, x, y});
+}
+
+/// The file has the numbers of the columns before those of the rows.
+int XWorldFile::Write(const XString& path, const double transform[6]) {
+  const double x = transform[0] + (transform[1] + transform[2]) / 2.0;
+  const double y = transform[3] + (transform[4] + transform[5]) / 2.0;
+  return WriteLines(path, {transform[1], transform[4], transform[2], transform[5], x, y});
 }
 
 std::vector<XString> XWorldFile::ListNamesForTiff(const XString& path) {

@@ -140,6 +140,18 @@ void MeansOfType(int dataType, const void* upper, const void* lower, std::size_t
   });
 }
 
+void MeansOfRows(int dataType, const BlockPair& block) {
+  VisitDataType(dataType, [&](auto zero) {
+    using Sample = decltype(zero);
+    const unsigned char* from = block.from;
+    unsigned char* to = block.to;
+    for (int row = 0; row < block.rows; ++row, from += 2 * block.fromStride, to += block.toStride) {
+      Means(reinterpret_cast<const Sample*>(from), reinterpret_cast<const Sample*>(from + block.fromStride),
+            static_cast<std::size_t>(block.width), reinterpret_cast<Sample*>(to));
+    }
+  });
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace zrk
 HWY_AFTER_NAMESPACE();
@@ -152,6 +164,7 @@ namespace zrk {
 namespace {
 
 HWY_EXPORT(MeansOfType);
+HWY_EXPORT(MeansOfRows);
 
 template <class Sample>
 using SumOf = std::conditional_t<std::is_integral_v<Sample>, std::int64_t, double>;
@@ -205,6 +218,10 @@ void ReduceRow(const void* upper, const void* lower, int count, void* out, Choos
 
 void MeanOfFour(int dataType, const void* upper, const void* lower, int count, void* out) {
   HWY_DYNAMIC_DISPATCH(MeansOfType)(dataType, upper, lower, static_cast<std::size_t>(count), out);
+}
+
+void MeanOfFourRows(int dataType, const BlockPair& block) {
+  HWY_DYNAMIC_DISPATCH(MeansOfRows)(dataType, block);
 }
 
 void MeanOfFourKept(int dataType, const void* upper, const void* lower, int count, void* out, double nullValue) {

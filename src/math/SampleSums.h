@@ -86,11 +86,15 @@ inline ByteCounts CountBytes(const unsigned char* bytes, std::size_t count) {
 }
 
 /// Counts the patterns of many bytes that come some at a time. A table counts pairs of neighbours, which halves the
-/// increments. The counts may be asked for at any time.
+/// increments. The first bytes are counted without it, since the table costs more than the counts of a small image. The
+/// counts may be asked for at any time.
 class BytePairCounter {
  public:
   void Add(const unsigned char* bytes, std::size_t count) {
-    if (pairs_.empty()) pairs_.resize(std::size_t{1} << 16);
+    if (pairs_.empty()) {
+      if (count < kNumPatterns - numSingles_) return AddSingles(bytes, count);
+      pairs_.resize(kNumPatterns);
+    }
     // No count of the table can be larger than the number of pairs in it, and so none overflows.
     if (numPairs_ > UINT32_MAX - count / 2) Gather();
     numPairs_ += count / 2;
@@ -114,8 +118,16 @@ class BytePairCounter {
   }
 
  private:
+  static constexpr std::size_t kNumPatterns = std::size_t{1} << 16;
+
+  void AddSingles(const unsigned char* bytes, std::size_t count) {
+    numSingles_ += count;
+    for (std::size_t i = 0; i < count; ++i) ++counts_[bytes[i]];
+  }
+
   std::vector<std::uint32_t> pairs_;
-  std::size_t numPairs_ = 0;  // that the table holds
+  std::size_t numSingles_ = 0;  // bytes that were counted before there was a table; always less than its entries
+  std::size_t numPairs_ = 0;    // that the table holds
   ByteCounts counts_{};
 };
 

@@ -33,9 +33,23 @@ bool IsMapFrame(FileHead head) {
   return IsMapExtension(FindProductExtension(head));
 }
 
+struct MapFrame {
+  using Band = ZRMBandCADRG;
+
+  static XColourRole GetRole(const ZRMBandCADRG& master, int channel) {
+    const int numColours = master.GetNumChannels() - (master.HasOpacity() ? 1 : 0);
+    return channel == numColours ? kRoleAlpha : GetPlainRole(numColours, channel);
+  }
+};
+
+Channels OpenFrame(const RasterCall& call) {
+  Channels channels = OpenChannels<ZRMBandCADRG>(ChannelNames::kPlain, call);
+  if (!channels.empty()) TakeRoles<MapFrame>(channels);
+  return channels;
+}
+
 int LoadCadrg(const RasterCall& call) {
-  return LoadFrame(call,
-                   [](const RasterCall& frame) { return OpenChannels<ZRMBandCADRG>(ChannelNames::kPlain, frame); });
+  return LoadFrame(call, &OpenFrame);
 }
 
 }  // namespace

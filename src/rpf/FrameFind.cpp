@@ -55,4 +55,22 @@ bool FindSubframes(RpfBlocks& blocks, std::int64_t offset, const FrameMasks& mas
   return FindEach(blocks, offset, masks, subframes);
 }
 
+void FindSubframesExactly(RpfBlocks& blocks, std::int64_t offset, const FrameMasks& masks, FrameSubframes& subframes,
+                          std::array<FramePlanes::Subframe, kSubframes>& states) {
+  const auto count = static_cast<std::int64_t>(subframes.bytes);
+  for (std::size_t i = 0; i < kSubframes; ++i) {
+    if (masks.hasSubframes && masks.subframes[i] == -1) {
+      states[i] = FramePlanes::Subframe::kAbsent;
+      continue;
+    }
+    const std::int64_t within = masks.hasSubframes ? masks.subframes[i] : static_cast<std::int64_t>(i) * count;
+    subframes.at[i] = blocks.FindInHead(offset + within, count).data();
+    if (!subframes.at[i] && blocks.HasFile()) {
+      unsigned char* const slot = subframes.Slot(i);
+      if (blocks.ReadFromFile(offset + within, {slot, subframes.bytes}) == count) subframes.at[i] = slot;
+    }
+    states[i] = subframes.at[i] ? FramePlanes::Subframe::kThere : FramePlanes::Subframe::kCut;
+  }
+}
+
 }  // namespace zrk

@@ -42,7 +42,7 @@ void Map(const FrameMap& map, std::span<const unsigned char> source, unsigned ch
 /// The tables are copied to be mapped, since the planes of a colour frame are painted from the same tables with a map
 /// each.
 void PaintCompressed(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map,
-                     unsigned char* plane) {
+                     unsigned char absent, unsigned char* plane) {
   std::vector<unsigned char> mapped;
   if (map) {
     mapped.resize(kLookupTables * kLookupTableBytes);
@@ -53,16 +53,16 @@ void PaintCompressed(const FrameSubframes& subframes, const unsigned char* table
     if (subframes.at[i]) {
       DecodeSubframe(subframes.at[i], tables, OriginOf(i, plane));
     } else {
-      PaintAbsent(map ? map->front() : 0, OriginOf(i, plane));
+      PaintAbsent(absent, OriginOf(i, plane));
     }
   }
 }
 
 /// Here the map has to be applied to each pixel. Without a map rows are copied as they are.
-void PaintPlain(const FrameSubframes& subframes, const FrameMap* map, unsigned char* plane) {
+void PaintPlain(const FrameSubframes& subframes, const FrameMap* map, unsigned char absent, unsigned char* plane) {
   for (std::size_t i = 0; i < kSubframes; ++i) {
     unsigned char* const target = OriginOf(i, plane);
-    if (!subframes.at[i]) PaintAbsent(map ? map->front() : 0, target);
+    if (!subframes.at[i]) PaintAbsent(absent, target);
     for (std::size_t row = 0; subframes.at[i] && row < kSubframeSide; ++row) {
       const std::span<const unsigned char> source(subframes.at[i] + row * kSubframeSide, kSubframeSide);
       if (map) {
@@ -95,11 +95,41 @@ FrameMap MakeCodeMap(unsigned transparentCode) {
 }
 
 void Paint(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map, unsigned char* plane) {
+  Paint(subframes, tables, map, map ? map->front() : 0, plane);
+}
+
+void Paint(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map, unsigned char absent,
+           unsigned char* plane) {
   if (subframes.isCompressed) {
-    PaintCompressed(subframes, tables, map, plane);
+    PaintCompressed(subframes, tables, map, absent, plane);
   } else {
-    PaintPlain(subframes, map, plane);
+    PaintPlain(subframes, map, absent, plane);
   }
+}
+
+/// A compressed subframe has the bytes of the tables that its codes name, 4 in each table.
+std::array<bool, 256> FindUsedBytes(const FrameSubframes& subframes, std::size_t subframe,
+                                    const unsigned char* tables) {
+  std::array<bool, 256> used{};
+  const unsigned char* const bytes = subframes.at[subframe];
+  if (!subframes.isCompressed) {
+    for (std::size_t i = 0; i < kPlainSubframe; ++i) used[bytes[i]] = true;
+    return used;
+  }
+  std::vector<bool> isSeen(kLookupTableBytes / 4);
+  const auto see = [&](unsigned code) {
+    if (isSeen[code]) return;
+    isSeen[code] = true;
+    for (std::size_t table = 0; table < kLookupTables; ++table) {
+      for (std::size_t i = 0; i < 4; ++i) used[tables[table * kLookupTableBytes + 4 * code + i]] = true;
+    }
+  };
+  for (std::size_t i = 0; i < kCompressedSubframe; i += 3) {
+    const CodePair pair = SplitCodes(bytes + i);
+    see(pair.first);
+    see(pair.second);
+  }
+  return used;
 }
 
 }  // namespace zrk

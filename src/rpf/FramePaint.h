@@ -61,4 +61,11 @@ FrameMap MakeCodeMap(unsigned transparentCode);
 /// are painted as code 0. `tables` are the four of a compressed image.
 void Paint(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map, unsigned char* plane);
 
+/// The same with a value of its own for absent subframes.
+void Paint(const FrameSubframes& subframes, const unsigned char* tables, const FrameMap* map, unsigned char absent,
+           unsigned char* plane);
+
+/// Which bytes the pixels of a subframe have, one that is there.
+std::array<bool, 256> FindUsedBytes(const FrameSubframes& subframes, std::size_t subframe, const unsigned char* tables);
+
 }  // namespace zrk

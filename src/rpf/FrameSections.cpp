@@ -69,6 +69,7 @@ struct FrameSections::ColorTable {
 void FrameColors::Clear() {
   for (auto& plane : planes) plane.fill(0);
   std::memset(histogram.data(), 0, planes.front().size());
+  numColours = 0;
 }
 
 bool FrameSections::ReadCoverage(std::int64_t offset, tagCoverageSectionSubheaderRPF& coverage) {
@@ -157,6 +158,7 @@ bool FrameSections::TakeColors(std::int64_t offset, const ColorTable& table, Fra
     for (std::size_t plane = 0; plane < taken; ++plane) colors.planes[plane][i] = entries[i * taken + plane];
   }
   colors.tableType = table.id;
+  colors.numColours = static_cast<int>(numKept);
   return true;
 }
 

@@ -14,6 +14,7 @@ struct FrameColors {
   std::array<std::array<unsigned char, XCIBframe::kNumColors>, 4> planes{};
   std::array<std::int32_t, XCIBframe::kNumColors> histogram{};
   int tableType = 3;
+  int numColours = 0;  ///< entries that the file has, at most 217
 
   /// The planes that bands are made of.
   int CountChannels() const { return tableType == 3 ? 1 : tableType == 4 ? 4 : 3; }

@@ -13,12 +13,15 @@
 
 #include "base/Fence.h"
 #include "base/PixelStorage.h"
+#include "base/ReadError.h"
 #include "rpf/FrameFind.h"
 #include "rpf/FramePaint.h"
+#include "rpf/FramePlanes.h"
 #include "rpf/FrameSections.h"
 #include "XFile.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <vector>
@@ -55,6 +58,7 @@ struct XCIBframe::Wanted {
   bool color = false;
   bool image = false;
   zrk::PixelStorage* planes = nullptr;
+  zrk::FramePlanes* exact = nullptr;  ///< the same under the exact policy
 };
 
 /// How an image is loaded.
@@ -62,6 +66,7 @@ struct XCIBframe::Image {
   unsigned transparentCode = kNoTransparentCode;
   bool isCompressed = false;
   zrk::PixelStorage* planes = nullptr;  ///< as in `Wanted`
+  zrk::FramePlanes* exact = nullptr;
 };
 
 struct XCIBframe::State {
@@ -76,6 +81,10 @@ struct XCIBframe::State {
 
   bool PaintCodes(const zrk::FrameSubframes& subframes, unsigned transparentCode);
   bool PaintColors(const zrk::FrameSubframes& subframes, unsigned transparentCode, zrk::PixelStorage& planes) const;
+  bool PaintExactly(const zrk::FrameSubframes& subframes, unsigned transparentCode, zrk::FramePlanes& planes) const;
+  void CheckColors(const zrk::FrameSubframes& subframes, unsigned transparentCode, zrk::FramePlanes& planes) const;
+  zrk::FrameMap MakeColorMap(std::size_t plane) const;
+  unsigned char ChooseTransparentGrey(unsigned transparentCode) const;
 };
 
 /// A frame without a transparent code needs no map, and its tables are then used where they are.
@@ -106,6 +115,65 @@ bool XCIBframe::State::PaintColors(const zrk::FrameSubframes& subframes, unsigne
   return true;
 }
 
+zrk::FrameMap XCIBframe::State::MakeColorMap(std::size_t plane) const {
+  zrk::FrameMap map{};
+  std::ranges::copy(colors.planes[plane], map.begin());
+  return map;
+}
+
+/// That of the transparent code itself, if no other code has it, or else one that no code has. There are more values of
+/// a byte than colours.
+unsigned char XCIBframe::State::ChooseTransparentGrey(unsigned transparentCode) const {
+  std::array<bool, 256> isTaken{};
+  for (unsigned code = 0; code < static_cast<unsigned>(colors.numColours); ++code) {
+    if (code != transparentCode) isTaken[colors.planes[0][code]] = true;
+  }
+  if (transparentCode < kNumColors && !isTaken[colors.planes[0][transparentCode]]) {
+    return colors.planes[0][transparentCode];
+  }
+  return static_cast<unsigned char>(std::ranges::find(isTaken, false) - isTaken.begin());
+}
+
+/// A subframe whose pixels have no colour fails when it is read.
+void XCIBframe::State::CheckColors(const zrk::FrameSubframes& subframes, unsigned transparentCode,
+                                   zrk::FramePlanes& planes) const {
+  for (std::size_t i = 0; i < zrk::kSubframes; ++i) {
+    if (!subframes.at[i]) continue;
+    std::array<bool, 256> used = zrk::FindUsedBytes(subframes, i, tables.data());
+    if (transparentCode < used.size()) used[transparentCode] = false;
+    const auto firstBeyond = used.begin() + colors.numColours;
+    if (std::find(firstBeyond, used.end(), true) != used.end()) {
+      planes.subframes[i] = zrk::FramePlanes::Subframe::kNoColour;
+    }
+  }
+}
+
+/// A grey frame has one value for its transparent pixels. One in colours has a plane that tells them.
+bool XCIBframe::State::PaintExactly(const zrk::FrameSubframes& subframes, unsigned transparentCode,
+                                    zrk::FramePlanes& planes) const {
+  CheckColors(subframes, transparentCode, planes);
+  const bool hasCode = transparentCode < std::tuple_size_v<zrk::FrameMap>;
+  const bool isSeeThrough =
+      hasCode || std::ranges::find(planes.subframes, zrk::FramePlanes::Subframe::kAbsent) != planes.subframes.end();
+  const int numColors = colors.CountChannels();
+  planes.hasOpacity = isSeeThrough && numColors > 1;
+  if (isSeeThrough && numColors == 1) planes.transparentGrey = ChooseTransparentGrey(transparentCode);
+  planes.numPlanes = numColors + (planes.hasOpacity ? 1 : 0);
+  if (!planes.pixels.Reserve(static_cast<std::size_t>(planes.numPlanes) * zrk::kFramePixels)) return false;
+  for (std::size_t plane = 0; plane < static_cast<std::size_t>(planes.numPlanes); ++plane) {
+    const bool isOpacity = plane == static_cast<std::size_t>(numColors);
+    zrk::FrameMap map{};
+    isOpacity ? map.fill(255) : static_cast<void>(map = MakeColorMap(plane));
+    if (hasCode && isOpacity) map[transparentCode] = 0;
+    if (hasCode && planes.transparentGrey >= 0)
+      map[transparentCode] = static_cast<unsigned char>(planes.transparentGrey);
+    unsigned char absent = hasCode ? map[transparentCode] : 0;
+    if (planes.transparentGrey >= 0) absent = static_cast<unsigned char>(planes.transparentGrey);
+    zrk::Paint(subframes, tables.data(), &map, absent, planes.pixels.Get() + plane * zrk::kFramePixels);
+  }
+  return true;
+}
+
 XCIBframe::XCIBframe() : state_(std::make_unique<State>()) {}
 XCIBframe::~XCIBframe() = default;
 
@@ -115,6 +183,11 @@ int XCIBframe::LoadFile(const XString& path, int withColor, int withImage) {
 
 int XCIBframe::LoadPlanes(const XString& path, zrk::PixelStorage& planes) {
   return zrk::FencedRead([&] { return Load(path, {true, true, &planes}); });
+}
+
+int XCIBframe::LoadPlanesExactly(const XString& path, zrk::FramePlanes& planes) {
+  planes = {};
+  return zrk::FencedRead([&] { return Load(path, {true, true, nullptr, &planes}); });
 }
 
 /// Whatever was loaded before goes first, so that a load that fails leaves no mixture of two frames. A caller that only
@@ -140,9 +213,12 @@ int XCIBframe::ReadSections(XFile* file, const unsigned char* buffer, int bytes,
   if (!ReadCoverageSection(file, buffer, bytes)) return 0;
   if (wanted.color || wanted.image) {
     ReadCompressionSection(file, buffer, bytes);
-    ReadGrayscaleSection(file, buffer, bytes);
+    const int hasColors = ReadGrayscaleSection(file, buffer, bytes);
+    if (wanted.exact && (!hasColors || state_->colors.numColours == 0)) {
+      return zrk::FailRead("The frame has no colour table, or a damaged one");
+    }
   }
-  return wanted.image ? ReadImage(file, buffer, bytes, wanted.planes) : 1;
+  return wanted.image ? ReadImage(file, buffer, bytes, wanted) : 1;
 }
 
 void XCIBframe::CleanUp() {
@@ -180,11 +256,11 @@ int XCIBframe::ReadGrayscaleSection(XFile* file, const unsigned char* buffer, in
 }
 
 int XCIBframe::ReadImageSection(XFile* file, const unsigned char* buffer, int bytes) {
-  return ReadImage(file, buffer, bytes, nullptr);
+  return ReadImage(file, buffer, bytes, {});
 }
 
 /// A mask that is announced has to be there: without it the offsets of the subframes are unknown.
-int XCIBframe::ReadImage(XFile* file, const unsigned char* buffer, int bytes, zrk::PixelStorage* planes) {
+int XCIBframe::ReadImage(XFile* file, const unsigned char* buffer, int bytes, const Wanted& wanted) {
   const tagComponentRPF* description = FindComponent(kImageDescription);
   const tagComponentRPF* display = FindComponent(kImageDisplay);
   const tagComponentRPF* mask = FindComponent(kMask);
@@ -192,7 +268,7 @@ int XCIBframe::ReadImage(XFile* file, const unsigned char* buffer, int bytes, zr
   zrk::RpfBlocks blocks(file, buffer, bytes);
   zrk::FrameSections sections(blocks, IsLittleEndian());
   if (!sections.ReadDescription(description->offset, state_->description)) return 0;
-  Image image = {kNoTransparentCode, false, planes};
+  Image image = {kNoTransparentCode, false, wanted.planes, wanted.exact};
   const bool areMasked =
       !state_->description.HasMask() ||
       (mask && sections.ReadMasks(mask->offset, state_->description, state_->masks, image.transparentCode));
@@ -203,19 +279,23 @@ int XCIBframe::ReadImage(XFile* file, const unsigned char* buffer, int bytes, zr
 
 int XCIBframe::LoadCompressedImageData(XFile* file, unsigned transparentCode, const unsigned char* buffer, int bytes) {
   zrk::RpfBlocks blocks(file, buffer, bytes);
-  return LoadImage(blocks, {transparentCode, true, nullptr});
+  return LoadImage(blocks, {transparentCode, true});
 }
 
 int XCIBframe::LoadUncompressedImageData(XFile* file, unsigned transparentCode, const unsigned char* buffer,
                                          int bytes) {
   zrk::RpfBlocks blocks(file, buffer, bytes);
-  return LoadImage(blocks, {transparentCode, false, nullptr});
+  return LoadImage(blocks, {transparentCode, false});
 }
 
 int XCIBframe::LoadImage(zrk::RpfBlocks& blocks, const Image& image) {
   const tagComponentRPF* spatial = FindComponent(kSpatialData);
   if (!spatial || (image.isCompressed && state_->tables.empty())) return 0;
   zrk::FrameSubframes subframes(image.isCompressed);
+  if (image.exact) {
+    zrk::FindSubframesExactly(blocks, spatial->offset, state_->masks, subframes, image.exact->subframes);
+    return state_->PaintExactly(subframes, image.transparentCode, *image.exact);
+  }
   if (!zrk::FindSubframes(blocks, spatial->offset, state_->masks, subframes)) return 0;
   if (!image.planes) return state_->PaintCodes(subframes, image.transparentCode);
   return state_->PaintColors(subframes, image.transparentCode, *image.planes);

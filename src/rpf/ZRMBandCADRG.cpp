@@ -1,5 +1,6 @@
 // A frame of a colour map. Its blocks are painted through the frame's colour table when it is opened, into one plane
-// for each channel. Every read copies from these planes, at full size whatever level is asked for.
+// for each channel. Every read copies from these planes. Under the exact policy a further plane tells which pixels are
+// transparent.
 
 #include "ZRMBandCADRG.h"
 
@@ -7,16 +8,20 @@
 #include "core/model/BandFrame.h"
 #include "rpf/FrameBand.h"
 #include "rpf/FramePaint.h"
+#include "rpf/FramePlanes.h"
 
 #include <utility>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandCADRG, ZRMBand);
 
 struct ZRMBandCADRG::Impl final : Frame {
+  Impl() { decodesNoLevels = true; }
+
   zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
 
-  zrk::PixelStorage pixels;  // one plane a channel
-  int numChannels = 0;
+  void Adopt(zrk::FramePlanes fresh);
+
+  zrk::FramePlanes planes;  // one a channel; under the compatible policy all subframes count as there
 };
 
 ZRMBandCADRG::ZRMBandCADRG(ZRMBandCADRG* parent) : ZRMBandChannels(std::make_unique<Impl>(), parent) {
@@ -33,31 +38,45 @@ int ZRMBandCADRG::CheckToRead(const XString& path) {
   return XCIBframe().LoadFile(path, 1, 0);
 }
 
-int ZRMBandCADRG::ReadFile(XString path, XString&, XThread*) {
+void ZRMBandCADRG::Impl::Adopt(zrk::FramePlanes fresh) {
+  planes = std::move(fresh);
+  reads.Forget();
+}
+
+int ZRMBandCADRG::ReadFile(XString path, XString& err, XThread*) {
   XCIBframe frame;
-  zrk::PixelStorage pixels;
-  if (!frame.LoadPlanes(path, pixels)) return 0;
-  Impl& impl = GetImpl();
-  impl.pixels = std::move(pixels);
-  impl.numChannels = frame.GetNumChannels();
-  impl.reads.Forget();
+  zrk::FramePlanes fresh;
+  if (IsExact()) {
+    if (!zrk::LoadExactly(frame, path, fresh, err)) return 0;
+  } else {
+    if (!frame.LoadPlanes(path, fresh.pixels)) return 0;
+    fresh.numPlanes = frame.GetNumChannels();
+  }
+  GetImpl().Adopt(std::move(fresh));
+  if (IsExact() && GetImpl().planes.transparentGrey >= 0) SetNullValue(GetImpl().planes.transparentGrey);
   const tagCoverageSectionSubheaderRPF& coverage = frame.GetCoverageSec();
   zrk::PlaceAsFrame(*this, coverage.nwLongitude, coverage.nwLatitude, coverage.horizontalInterval,
                     coverage.verticalInterval);
   return 1;
 }
 
+bool ZRMBandCADRG::HasOpacity() const {
+  return GetImpl().planes.hasOpacity;
+}
+
 int ZRMBandCADRG::GetNumChannels() const {
-  return GetImpl().numChannels;
+  return GetImpl().planes.numPlanes;
 }
 
 /// The band's size can be set to another than the frame's, which is the one that bounds the pixels.
 zrk::ChannelReads::Record* ZRMBandCADRG::Impl::Decode(const zrk::ReadRequest& request, const int*) {
+  const int numChannels = planes.numPlanes;
   if (numChannels == 0 || !zrk::IsOnFrame(request.x0, request.x1, request.y0, request.y1)) return nullptr;
+  if (!zrk::HoldsWindow(planes, request.x0, request.x1, request.y0, request.y1)) return nullptr;
   zrk::ChannelReads::Record* const record = reads.Begin(request, {numChannels, request.Width(), request.Height()});
   if (!record) return nullptr;
   for (int c = 0; c < numChannels; ++c) {
-    const unsigned char* const plane = pixels.Get() + static_cast<std::size_t>(c) * zrk::kFramePixels;
+    const unsigned char* const plane = planes.pixels.Get() + static_cast<std::size_t>(c) * zrk::kFramePixels;
     zrk::CopyFromPlane(plane, request.x0, request.x1, request.y0, request.y1, record->At(c).data);
   }
   return record;

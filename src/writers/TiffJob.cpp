@@ -66,6 +66,12 @@ int TiffJob::SampleBytes() const {
   return XfnGetDataSize(dataType);
 }
 
+void TiffJob::GetTransform(double transform[6]) const {
+  FirstBand()->GetGeoTransform(transform);
+  transform[0] += window.x0 * transform[1] + window.y0 * transform[2];
+  transform[3] += window.x0 * transform[4] + window.y0 * transform[5];
+}
+
 /// Blocks are also kept to a size in memory, which wide images reach with fewer rows than wanted.
 int TiffJob::BlockHeight() const {
   constexpr int kWantedRows = 200;

@@ -33,6 +33,8 @@ struct TiffJob {
   /// Whether the samples of a pixel lie together as red, green and blue.
   bool IsColour() const;
   int SampleBytes() const;
+  /// The full transform of the window, as `ZRMBand::GetGeoTransform` tells that of a band.
+  void GetTransform(double transform[6]) const;
   /// The rows that are read at once.
   int BlockHeight() const;
 };

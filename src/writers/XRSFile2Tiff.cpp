@@ -83,8 +83,14 @@ bool XRSFile2Tiff::State::Open(const XString& path) {
 
 /// The georeference fails no save.
 bool XRSFile2Tiff::State::SetTags(XString& err) {
-  if (!SetImageTags(tiff->Output().Get(), job)) return FailWith(err, zrk::kWriteFailed);
-  SetGeoTags(tiff->Output().Get(), job);
+  TIFF* const output = tiff->Output().Get();
+  if (!SetImageTags(output, job)) return FailWith(err, zrk::kWriteFailed);
+  if (job.dataset->GetReadPolicy() != kReadExact) {
+    SetGeoTags(output, job);
+    return true;
+  }
+  if (!SetExactTags(output, job, err)) return false;
+  SetExactGeoTags(output, job);
   return true;
 }
 
@@ -105,8 +111,14 @@ bool XRSFile2Tiff::State::Write(bool (TiffPixels::*way)(), XString& err, XThread
   return isWritten;
 }
 
-/// The corner is that of the whole image, also for a window of it.
+/// The corner is that of the whole image, also for a window of it. An exact save tells the transform of its window.
 bool XRSFile2Tiff::State::WriteWorldFile(const XString& path) const {
+  if (dataset.dataset && dataset.dataset->GetReadPolicy() == kReadExact) {
+    if (job.FirstBand()->GetCoordinateKind() != kCoordinateWorld) return false;
+    double transform[6];
+    job.GetTransform(transform);
+    return XWorldFile::Write(path, transform);
+  }
   const XSpatialReference* system = dataset.dataset ? dataset.dataset->GetSR() : nullptr;
   if (!system || system->IsEmpty()) return false;
   const ZRMBand& first = *dataset.FirstBand();

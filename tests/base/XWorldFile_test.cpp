@@ -338,6 +338,22 @@ TEST(XWorldFile, IsNotWrittenWhereItDoesNotOpen) {
   EXPECT_EQ(0, XWorldFile::Write("", 1.0, 1.0, 0.0, 0.0));
 }
 
+// Lines 2 and 3 are what a column moves in y and a row in x; the centre is half a column and half a row from the corner.
+TEST(XWorldFile, HoldsAnyTransformByTheCentreOfTheFirstPixel) {
+  const TempFolder folder;
+  const double transform[6] = {1000.0, 2.0, 0.5, 5000.0, 0.25, -4.0};
+  ASSERT_EQ(1, XWorldFile::Write(folder.Path("a.tfw"), transform));
+  const std::vector<unsigned char> bytes = ReadBytes(folder.Path("a.tfw"));
+  EXPECT_EQ(
+      "                  2.0000000000\n"
+      "                  0.2500000000\n"
+      "                  0.5000000000\n"
+      "                 -4.0000000000\n"
+      "               1001.2500000000\n"
+      "               4998.1250000000\n",
+      std::string(bytes.begin(), bytes.end()));
+}
+
 TEST(XWorldFile, IsRemovedWhereItIsNotWrittenToTheEnd) {
   const TempFolder folder;
   FaultyDisk disk;

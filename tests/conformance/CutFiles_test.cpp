@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,8 +29,14 @@ class Cutter {
     void* const shared =
         mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     numCuts_ = new (shared) std::atomic<int>(0);
+    const pid_t parent = getpid();
     child_ = fork();
-    if (child_ == 0) CutForEver(path.c_str());
+    if (child_ == 0) {
+      // A signal that ends the parent, which is what these tests look for, must end this process as well.
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      if (getppid() == parent) CutForEver(path.c_str());
+      _exit(1);
+    }
   }
   ~Cutter() {
     kill(child_, SIGKILL);

@@ -61,6 +61,20 @@ TYPED_TEST(HalfMean, IsTheMeanOfFourForEveryLength) {
   }
 }
 
+TYPED_TEST(HalfMean, OfABlockIsThatOfEachPairOfItsRows) {
+  constexpr std::size_t kWidth = 37, kRows = 11, kFromStride = 81, kToStride = 45;
+  const auto from = Row<TypeParam>(2 * kRows * kFromStride, 3);
+  std::vector<TypeParam> expected(kRows * kToStride, TypeParam{7}), to = expected;
+  for (std::size_t row = 0; row < kRows; ++row) {
+    const TypeParam* const upper = &from[2 * row * kFromStride];
+    zrk::MeanOfFour(zrk::kDataTypeOf<TypeParam>, upper, upper + kFromStride, kWidth, &expected[row * kToStride]);
+  }
+  zrk::MeanOfFourRows(zrk::kDataTypeOf<TypeParam>,
+                      {reinterpret_cast<const unsigned char*>(from.data()), kFromStride * sizeof(TypeParam),
+                       reinterpret_cast<unsigned char*>(to.data()), kToStride * sizeof(TypeParam), kWidth, kRows});
+  EXPECT_EQ(expected, to);
+}
+
 TYPED_TEST(HalfMean, ReachesTheEndsOfTheRange) {
   using Limits = std::numeric_limits<TypeParam>;
   const std::vector<TypeParam> most(70, Limits::max()), least(70, Limits::lowest());

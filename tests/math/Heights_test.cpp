@@ -45,6 +45,23 @@ TEST(Heights, ComeOutOfEveryWordAsByDefinition) {
   }
 }
 
+/// Kept as they are, whatever the sign and the size; 0xFFFF is -32767.
+TEST(Heights, FarBelowZeroAreKeptWhereTheyAreAskedFor) {
+  std::vector<unsigned char> columns;
+  for (int word = 0; word < 65536; ++word) {
+    columns.push_back(static_cast<unsigned char>(word >> 8));
+    columns.push_back(static_cast<unsigned char>(word));
+  }
+  std::vector<std::int16_t> rows(65536), twin(65536);
+  zrk::TransposeHeights(columns.data(), 512, 256, 256, rows.data(), 256, zrk::FarBelow::kKept);
+  zrk::TransposeHeightsSingly(columns.data(), 512, 256, 256, twin.data(), 256, zrk::FarBelow::kKept);
+  for (int word = 0; word < 65536; ++word) {
+    const int column = word / 256, row = 255 - word % 256;
+    ASSERT_EQ(word < 32768 ? word : 32768 - word, rows[static_cast<std::size_t>(256 * row + column)]) << word;
+  }
+  EXPECT_EQ(rows, twin);
+}
+
 TEST(Heights, EqualTheirScalarTwinsAtEverySizeAndTouchNothingElse) {
   std::mt19937 random(5);
   for (int numColumns = 1; numColumns < 36; ++numColumns) {

@@ -89,6 +89,20 @@ TYPED_TEST(SampleStatisticsOf, EqualsTheDefinitionsHoweverThePartsCome) {
   }
 }
 
+/// More bytes than are counted one by one, and then few again behind them.
+TYPED_TEST(SampleStatisticsOf, EqualsTheDefinitionsOfFewSamplesAndMany) {
+  for (const std::size_t count : {std::size_t{3}, std::size_t{65535}, std::size_t{65536}, std::size_t{200003}}) {
+    const auto samples = Draw<TypeParam>(count);
+    zrk::SampleStatistics one(this->kType, kNone), other(this->kType, kNone);
+    const std::size_t begin = count / 3, end = count - count / 100;
+    one.Add(0, samples.data(), begin);
+    one.Add(1, samples.data() + begin, end - begin);
+    other.Add(2, samples.data() + end, count - end);
+    one.Merge(other);
+    this->Expect(Compute(samples, kNone), one, samples, kNone);
+  }
+}
+
 TYPED_TEST(SampleStatisticsOf, IsBitForBitTheSameForEveryShareOfTheParts) {
   const auto samples = Draw<TypeParam>(9000);
   const auto measure = [&](int numWorkers) {

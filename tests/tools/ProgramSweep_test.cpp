@@ -246,6 +246,18 @@ TEST_P(ProgramSweepOfWriters, TwoSignalsAfterAnyCallLeaveAllFilesOrNone) {
   }
 }
 
+/// A sweep fails each call that comes, and can't tell that one is missing.
+TEST_P(ProgramSweepOfWriters, SyncsAndClosesTheFileJustBeforeItGetsItsName) {
+  const std::vector<Call> calls = RunOn(Prepare(true), {}).calls;
+  const auto isNaming = [](const Call& call) { return call.kind == "rename" && call.name == GetParam().output; };
+  const auto naming = std::ranges::find_if(calls, isNaming);
+  ASSERT_NE(calls.end(), naming);
+  ASSERT_GE(naming - calls.begin(), 2);
+  EXPECT_EQ("sync", naming[-2].kind);
+  EXPECT_EQ("close-written", naming[-1].kind);
+  EXPECT_EQ(naming[-2].name, naming[-1].name);
+}
+
 std::vector<Command> CommandsThatWrite() {
   std::vector<Command> commands = AllCommands();
   std::erase_if(commands, [](const Command& command) { return std::string(command.output).empty(); });

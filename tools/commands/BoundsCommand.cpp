@@ -1,6 +1,7 @@
 // zrkio bounds: where the corners of rasters are. Tie points that a file lists come first, because its tags alone tell
 // them and no pixel has to be looked for. Otherwise the dataset is opened and its corners are worked out.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "Corners.h"
 #include "Dataset.h"
@@ -110,11 +111,10 @@ const char* const kExamples =
 
 }  // namespace
 
-void AddBoundsCommand(CLI::App& program, int& status) {
+void AddBoundsCommand(CommandLine& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = program.add_subcommand("bounds", "Tell where the corners of rasters are");
-  command->footer(kExamples);
-  command->add_option("FILE", options->files, "Raster files")->required()->type_name("");
-  command->add_flag("--json", options->json, "Print an array of objects for machines");
-  command->callback([options, &status] { status = Run(*options); });
+  Command command = program.AddCommand("bounds", "Tell where the corners of rasters are", kExamples);
+  command.AddArgument("FILE", options->files, "Raster files");
+  command.AddFlag("--json", options->json, "Print an array of objects for machines");
+  command.SetAction([options] { return Run(*options); });
 }

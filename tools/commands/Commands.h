@@ -1,14 +1,13 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+class CommandLine;
 
-// Each subcommand is one source. `Add...` declares its options; when it is the one chosen it runs and puts its exit
-// status into `status`: 0, or 1 where a job failed.
+// Each subcommand is one source. `Add...` declares its options, and what runs when it is the one chosen.
 
-void AddInfoCommand(CLI::App& program, int& status);
-void AddBoundsCommand(CLI::App& program, int& status);
-void AddReadCommand(CLI::App& program, int& status);
-void AddViewCommand(CLI::App& program, int& status);
-void AddLevelsCommand(CLI::App& program, int& status);
-void AddConvertCommand(CLI::App& program, int& status);
-void AddFormatsCommand(CLI::App& program, int& status);
+void AddInfoCommand(CommandLine& program);
+void AddBoundsCommand(CommandLine& program);
+void AddReadCommand(CommandLine& program);
+void AddViewCommand(CommandLine& program);
+void AddLevelsCommand(CommandLine& program);
+void AddConvertCommand(CommandLine& program);
+void AddFormatsCommand(CommandLine& program);

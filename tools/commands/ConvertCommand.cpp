@@ -4,6 +4,7 @@
 // The new file is written beside its target and renamed when it is whole. A format that needs a world file gets one,
 // which appears together with the image.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
 #include "Dataset.h"
@@ -150,33 +151,30 @@ const char* const kExamples =
     "  zrkio convert earth.jpg africa.tif --window 896,1279,192,575\n"
     "  zrkio convert earth.jpg turned.tif --bands 3,2,1\n";
 
-void AddWriterOptions(CLI::App& command, Options& options) {
+void AddWriterOptions(Command& command, Options& options) {
   command
-      .add_option("--levels", options.levels,
-                  TitleWritableFormats(&tagXFormatWriter::takesLevels) +
-                      ": how many reduced levels are written, at\n"
-                      "most; unless given, as many as there can be")
-      ->check(CLI::Range(0, kMaxLevels).description(""))
-      ->type_name("N");
-  command
-      .add_option("--max-error", options.maxError,
-                  TitleWritableFormats(&tagXFormatWriter::takesMaxError) +
-                      ": compress, no sample being off by more than\n"
-                      "this; 0 is lossless. Unless given, samples are kept as they\n"
-                      "are.")
-      ->type_name("E");
+      .AddOption("--levels", "N", options.levels,
+                 TitleWritableFormats(&tagXFormatWriter::takesLevels) +
+                     ": how many reduced levels are written, at\n"
+                     "most; unless given, as many as there can be")
+      .SetRange(0, kMaxLevels);
+  command.AddOption("--max-error", "E", options.maxError,
+                    TitleWritableFormats(&tagXFormatWriter::takesMaxError) +
+                        ": compress, no sample being off by more than\n"
+                        "this; 0 is lossless. Unless given, samples are kept as they\n"
+                        "are.");
 }
 
 /// Refuses an option that was given where the writer of the output does not take it.
 void CheckTaken(const char* name, bool isGiven, const tagXFormatWriter& writer, bool tagXFormatWriter::*takes) {
   if (!isGiven || writer.*takes) return;
-  throw CLI::ValidationError(name, "belongs to " + ListWritableFormats(takes) + ", not to " + writer.plural);
+  throw UsageError(name, "belongs to " + ListWritableFormats(takes) + ", not to " + writer.plural);
 }
 
 /// The output's extension tells what options make sense, so a wrong one is refused before anything is opened.
 void CheckUsage(const Options& options) {
   if (options.maxError && !(*options.maxError >= 0.0 && std::isfinite(*options.maxError))) {
-    throw CLI::ValidationError("--max-error", "takes a number from 0 on");
+    throw UsageError("--max-error", "takes a number from 0 on");
   }
   const tagXFormat* const format = FindWritableFormat(options.output);
   if (!format) return;
@@ -186,27 +184,22 @@ void CheckUsage(const Options& options) {
 
 }  // namespace
 
-void AddConvertCommand(CLI::App& program, int& status) {
+void AddConvertCommand(CommandLine& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = program.add_subcommand("convert", "Write an image as " + NameWritableFiles());
-  command->footer(kExamples);
-  command->add_option("IN", options->input, "A raster file")->required()->type_name("");
-  command->add_option("OUT", options->output, "The file to write, by its extension: " + ListWritableExtensions())
-      ->required()
-      ->type_name("");
-  AddWindowOption(*command, options->window);
+  Command command = program.AddCommand("convert", "Write an image as " + NameWritableFiles(), kExamples);
+  command.AddArgument("IN", options->input, "A raster file");
+  command.AddArgument("OUT", options->output, "The file to write, by its extension: " + ListWritableExtensions());
+  AddWindowOption(command, options->window);
   command
-      ->add_option("--bands", options->bands,
-                   "The channels, counted from 1, in the order in which they are\n"
-                   "written; all unless given")
-      ->delimiter(',')
-      ->allow_extra_args(false)
-      ->check(CLI::Range(1, INT_MAX).description(""))
-      ->type_name("BANDS");
-  AddWriterOptions(*command, *options);
-  AddWorkersOption(*command, options->workers);
-  command->callback([options, &status] {
+      .AddOption("--bands", "BANDS", options->bands,
+                 "The channels, counted from 1, in the order in which they are\n"
+                 "written; all unless given")
+      .TakeOneWord()
+      .SetRange(1, INT_MAX);
+  AddWriterOptions(command, *options);
+  AddWorkersOption(command, options->workers);
+  command.SetAction([options] {
     CheckUsage(*options);
-    status = Run(*options);
+    return Run(*options);
   });
 }

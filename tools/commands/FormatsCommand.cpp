@@ -1,5 +1,6 @@
 // zrkio formats: what this build can do with each format.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "XFormatTable.h"
 
@@ -38,13 +39,12 @@ void PrintJson() {
 
 }  // namespace
 
-void AddFormatsCommand(CLI::App& program, int& status) {
+void AddFormatsCommand(CommandLine& program) {
   auto json = std::make_shared<bool>(false);
-  CLI::App* command = program.add_subcommand("formats", "List the formats and what this build can do with each");
-  command->footer("");
-  command->add_flag("--json", *json, "Print an array of objects for machines");
-  command->callback([json, &status] {
+  Command command = program.AddCommand("formats", "List the formats and what this build can do with each", "");
+  command.AddFlag("--json", *json, "Print an array of objects for machines");
+  command.SetAction([json] {
     *json ? PrintJson() : PrintText();
-    status = 0;
+    return 0;
   });
 }

@@ -1,6 +1,7 @@
 // zrkio info: what files are, for people or for machines. Every file is described into JSON first, and the text is
 // printed from that, so that both say the same.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "Dataset.h"
 #include "DescribeDataset.h"
@@ -80,15 +81,14 @@ const char* const kExamples =
 
 }  // namespace
 
-void AddInfoCommand(CLI::App& program, int& status) {
+void AddInfoCommand(CommandLine& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = program.add_subcommand("info", "Tell what files are");
-  command->footer(kExamples);
-  command->add_option("FILE", options->files, "Raster or vector files")->required()->type_name("");
-  command->add_flag("--json", options->json, "Print an array of objects for machines");
-  command->add_flag("--stats", options->stats, "Compute statistics of every channel");
-  command->add_flag("--verbose", options->verbose,
-                    "Tell also of the further images of a TIFF file, and what\n"
-                    "libtiff has to say of it");
-  command->callback([options, &status] { status = Run(*options); });
+  Command command = program.AddCommand("info", "Tell what files are", kExamples);
+  command.AddArgument("FILE", options->files, "Raster or vector files");
+  command.AddFlag("--json", options->json, "Print an array of objects for machines");
+  command.AddFlag("--stats", options->stats, "Compute statistics of every channel");
+  command.AddFlag("--verbose", options->verbose,
+                  "Tell also of the further images of a TIFF file, and what\n"
+                  "libtiff has to say of it");
+  command.SetAction([options] { return Run(*options); });
 }

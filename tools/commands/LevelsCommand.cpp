@@ -1,6 +1,7 @@
 // zrkio levels: level files, which hold the reduced levels and the statistics of images beside them. They are built,
 // checked, or given another system. A level file that is of use is left alone unless the user insists.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
 #include "Dataset.h"
@@ -176,30 +177,27 @@ const char* const kExamples =
 
 }  // namespace
 
-void AddLevelsCommand(CLI::App& program, int& status) {
+void AddLevelsCommand(CommandLine& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = program.add_subcommand("levels", "Build the level files of images");
-  command->footer(kExamples);
-  command->add_option("FILE", options->files, "Raster files")->required()->type_name("");
-  CLI::Option* statsOnly = command->add_flag("--stats-only", options->statsOnly, "Statistics only, without levels");
-  CLI::Option* force = command->add_flag("--force", options->force, "Build also where there is a level file of use");
-  CLI::Option* check = command->add_flag("--check", options->check,
-                                         "Build nothing: tell whether the level file is whole and\n"
-                                         "belongs to the image");
-  CLI::Option* srs = command
-                         ->add_option("--update-srs", options->srs,
-                                      "Build nothing: give the level file another system, as\n"
-                                      "EPSG:n or WKT")
-                         ->type_name("SRS");
-  for (CLI::Option* other : {statsOnly, force}) other->excludes(check)->excludes(srs);
-  check->excludes(srs);
-  AddWorkersOption(*command, options->workers);
+  Command command = program.AddCommand("levels", "Build the level files of images", kExamples);
+  command.AddArgument("FILE", options->files, "Raster files");
+  const Option statsOnly = command.AddFlag("--stats-only", options->statsOnly, "Statistics only, without levels");
+  const Option force = command.AddFlag("--force", options->force, "Build also where there is a level file of use");
+  Option check = command.AddFlag("--check", options->check,
+                                 "Build nothing: tell whether the level file is whole and\n"
+                                 "belongs to the image");
+  const Option srs = command.AddOption("--update-srs", "SRS", options->srs,
+                                       "Build nothing: give the level file another system, as\n"
+                                       "EPSG:n or WKT");
+  for (Option other : {statsOnly, force}) other.Exclude(check).Exclude(srs);
+  check.Exclude(srs);
+  AddWorkersOption(command, options->workers);
   // A system that is not understood is a command that makes no sense, so it is read before any file is opened.
-  command->callback([options, srs, &status] {
+  command.SetAction([options, srs] {
     XSpatialReference system;
-    if (srs->count() > 0 && !ReadSystem(options->srs, system)) {
-      throw CLI::ValidationError("--update-srs", "takes EPSG:n or WKT that is understood");
+    if (srs.IsGiven() && !ReadSystem(options->srs, system)) {
+      throw UsageError("--update-srs", "takes EPSG:n or WKT that is understood");
     }
-    status = Run(*options, system);
+    return Run(*options, system);
   });
 }

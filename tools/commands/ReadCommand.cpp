@@ -3,6 +3,7 @@
 //
 // Samples pass through strip by strip, so that a large window needs little memory.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
 #include "Dataset.h"
@@ -118,28 +119,23 @@ const char* const kExamples =
 
 }  // namespace
 
-void AddReadCommand(CLI::App& program, int& status) {
+void AddReadCommand(CommandLine& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = program.add_subcommand("read", "Read samples of one channel");
-  command->footer(kExamples);
-  command->add_option("FILE", options->file, "A raster file")->required()->type_name("");
-  command->add_option("--band", options->band, "The channel, counted from 1; the first unless given")
-      ->check(CLI::Range(1, INT_MAX).description(""))
-      ->type_name("N");
+  Command command = program.AddCommand("read", "Read samples of one channel", kExamples);
+  command.AddArgument("FILE", options->file, "A raster file");
+  command.AddOption("--band", "N", options->band, "The channel, counted from 1; the first unless given")
+      .SetRange(1, INT_MAX);
   command
-      ->add_option("--level", options->level,
-                   "A reduction of 2^L, 0 to 30; 0 unless given.\n"
-                   "Some formats answer full resolution at any level, unless\n"
-                   "there is a level file.")
-      ->check(CLI::Range(0, 30).description(""))
-      ->type_name("L");
-  AddWindowOption(*command, options->window);
-  command
-      ->add_option("-o,--output", options->output,
-                   "A PNG by its extension, otherwise raw samples; - for raw\n"
-                   "samples on standard output. Unless given, a small window\n"
-                   "is printed as a table.")
-      ->type_name("OUT");
-  AddNoLevelsOption(*command, options->noLevels);
-  command->callback([options, &status] { status = Run(*options); });
+      .AddOption("--level", "L", options->level,
+                 "A reduction of 2^L, 0 to 30; 0 unless given.\n"
+                 "Some formats answer full resolution at any level, unless\n"
+                 "there is a level file.")
+      .SetRange(0, 30);
+  AddWindowOption(command, options->window);
+  command.AddOption("-o,--output", "OUT", options->output,
+                    "A PNG by its extension, otherwise raw samples; - for raw\n"
+                    "samples on standard output. Unless given, a small window\n"
+                    "is printed as a table.");
+  AddNoLevelsOption(command, options->noLevels);
+  command.SetAction([options] { return Run(*options); });
 }

@@ -2,18 +2,18 @@
 
 #include "commands/SharedOptions.h"
 
+#include "CommandLine.h"
 #include "XSystem.h"
 
 #include <algorithm>
 #include <thread>
 
-void AddWorkersOption(CLI::App& command, int& count) {
+void AddWorkersOption(Command& command, int& count) {
   command
-      .add_option("--workers", count,
-                  "Threads that share the work; as many as there are cores\n"
-                  "unless given. The result is the same for any number.")
-      ->check(CLI::Range(1, 1024).description(""))
-      ->type_name("N");
+      .AddOption("--workers", "N", count,
+                 "Threads that share the work; as many as there are cores\n"
+                 "unless given. The result is the same for any number.")
+      .SetRange(1, 1024);
 }
 
 /// The library uses no threads unless it is granted some. The program owns its process and grants all cores.
@@ -22,16 +22,14 @@ void UseWorkers(int count) {
   XfnSetWorkerCount(count > 0 ? count : numCores);
 }
 
-void AddWindowOption(CLI::App& command, std::vector<int>& window) {
+void AddWindowOption(Command& command, std::vector<int>& window) {
   command
-      .add_option("--window", window,
-                  "Columns and rows, inclusive, in full-resolution pixels, as\n"
-                  "x0,x1,y0,y1; the whole image unless given")
-      ->delimiter(',')
-      ->expected(4)
-      ->type_name("WINDOW");
+      .AddOption("--window", "WINDOW", window,
+                 "Columns and rows, inclusive, in full-resolution pixels, as\n"
+                 "x0,x1,y0,y1; the whole image unless given")
+      .SetCount(4);
 }
 
-void AddNoLevelsOption(CLI::App& command, bool& noLevels) {
-  command.add_flag("--no-levels", noLevels, "Read the image itself, also where it has a level file");
+void AddNoLevelsOption(Command& command, bool& noLevels) {
+  command.AddFlag("--no-levels", noLevels, "Read the image itself, also where it has a level file");
 }

@@ -2,17 +2,17 @@
 
 #include <vector>
 
-#include <CLI/CLI.hpp>
+class Command;
 
 // Options that several subcommands take.
 
 /// --workers: how many threads the library may use, by default as many as there are cores. Call `UseWorkers` with what
 /// it left in `count` when the subcommand runs.
-void AddWorkersOption(CLI::App& command, int& count);
+void AddWorkersOption(Command& command, int& count);
 void UseWorkers(int count);
 
 /// --window: four numbers, or none where it is not given.
-void AddWindowOption(CLI::App& command, std::vector<int>& window);
+void AddWindowOption(Command& command, std::vector<int>& window);
 
 /// --no-levels: see `DetachLevelFile`.
-void AddNoLevelsOption(CLI::App& command, bool& noLevels);
+void AddNoLevelsOption(Command& command, bool& noLevels);

@@ -1,6 +1,7 @@
 // zrkio view: a quick look at an image as a PNG. Formats whose files are no rasters may bring a picture of their own,
 // and are asked before the file is opened as a raster.
 
+#include "CommandLine.h"
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
 #include "Dataset.h"
@@ -97,52 +98,46 @@ const char* const kExamples =
     "listed. It is as large as --max-size allows, up to 8192 pixels.\n";
 
 /// A factor for heights means nothing without the shading.
-void AddHillshadeOptions(CLI::App& command, Look& look) {
-  CLI::Option* hillshade = command.add_flag("--hillshade", look.isShaded,
-                                            "Shade one band of heights by light from the north-west, 45\n"
-                                            "degrees above the horizon");
+void AddHillshadeOptions(Command& command, Look& look) {
+  const Option hillshade = command.AddFlag("--hillshade", look.isShaded,
+                                           "Shade one band of heights by light from the north-west, 45\n"
+                                           "degrees above the horizon");
   command
-      .add_option("--z-factor", look.zFactor,
-                  "What heights are multiplied by, 1 unless given: above it to\n"
-                  "exaggerate, 0.3048 for heights in feet over metres")
-      ->check(CLI::Range(1e-6, 1e6).description(""))
-      ->needs(hillshade)
-      ->type_name("FACTOR");
+      .AddOption("--z-factor", "FACTOR", look.zFactor,
+                 "What heights are multiplied by, 1 unless given: above it to\n"
+                 "exaggerate, 0.3048 for heights in feet over metres")
+      .SetRange(1e-6, 1e6)
+      .Need(hillshade);
 }
 
 }  // namespace
 
-void AddViewCommand(CLI::App& program, int& status) {
+void AddViewCommand(CommandLine& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = program.add_subcommand("view", "Make a quick-look picture");
-  command->footer(kExamples);
-  command->add_option("FILE", options->file, "A raster file, or a table of contents")->required()->type_name("");
-  command->add_option("-o,--output", options->output, "The PNG file to write; - for standard output")
-      ->required()
-      ->type_name("OUT.png");
+  Command command = program.AddCommand("view", "Make a quick-look picture", kExamples);
+  command.AddArgument("FILE", options->file, "A raster file, or a table of contents");
+  command.AddOption("-o,--output", "OUT.png", options->output, "The PNG file to write; - for standard output")
+      .Require();
   command
-      ->add_option("--max-size", options->maxSize,
-                   "The longer side of the picture at most, 1024 unless given;\n"
-                   "the image is never enlarged")
-      ->check(CLI::Range(1, 100000).description(""))
-      ->type_name("PIXELS");
+      .AddOption("--max-size", "PIXELS", options->maxSize,
+                 "The longer side of the picture at most, 1024 unless given;\n"
+                 "the image is never enlarged")
+      .SetRange(1, 100000);
   command
-      ->add_option("--bands", options->bands,
-                   "Three channels for red, green and blue, or one for a grey\n"
-                   "picture, counted from 1; unless given the first three, or\n"
-                   "the first where there are fewer")
-      ->delimiter(',')
-      ->check(CLI::Range(1, INT_MAX).description(""))
-      ->type_name("R,G,B");
-  AddHillshadeOptions(*command, options->look);
-  AddNoLevelsOption(*command, options->noLevels);
-  command->callback([options, &status] {
+      .AddOption("--bands", "R,G,B", options->bands,
+                 "Three channels for red, green and blue, or one for a grey\n"
+                 "picture, counted from 1; unless given the first three, or\n"
+                 "the first where there are fewer")
+      .SetRange(1, INT_MAX);
+  AddHillshadeOptions(command, options->look);
+  AddNoLevelsOption(command, options->noLevels);
+  command.SetAction([options] {
     if (!options->bands.empty() && options->bands.size() != 1 && options->bands.size() != 3) {
-      throw CLI::ValidationError("--bands", "takes one number or three");
+      throw UsageError("--bands", "takes one number or three");
     }
     if (options->look.isShaded && options->bands.size() > 1) {
-      throw CLI::ValidationError("--hillshade", "takes one band");
+      throw UsageError("--hillshade", "takes one band");
     }
-    status = Run(*options);
+    return Run(*options);
   });
 }

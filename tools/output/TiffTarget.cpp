@@ -95,9 +95,12 @@ bool TiffTarget::CanHaveWorldFile(std::string& err) const {
 /// The writer's world file is written anew, by the corner of the window that was taken.
 bool TiffTarget::TellPlace(const ZRMBand& band, const Window& window, std::string& err) {
   if (!hasPlace_) return true;
-  double x = window.x0, y = window.y0;
-  band.ConvPixelToWorldCoord(x, y);
-  if (XWorldFile::Write(unfinishedWorldFile_, band.GetXPixelSize(), band.GetYPixelSize(), x, y)) return true;
+  double transform[6];
+  band.GetGeoTransform(transform);
+  transform[0] += window.x0 * transform[1] + window.y0 * transform[2];
+  transform[3] += window.x0 * transform[4] + window.y0 * transform[5];
+  const SignalsHeldBack held;  // while the new lines stand beside the old ones
+  if (XWorldFile::Write(unfinishedWorldFile_, transform)) return true;
   err = CannotWrite(worldFile_);
   return false;
 }

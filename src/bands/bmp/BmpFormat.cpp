@@ -10,6 +10,11 @@ struct Bitmap {
   using Band = ZRMBandBMP;
   static constexpr ChannelNames kNames = ChannelNames::kPlain;
   static constexpr const char* kWorldFile = ".bmw";
+
+  /// The fourth channel is opacity where a field of the header says so, and a byte without a meaning elsewhere.
+  static XColourRole GetRole(const ZRMBandBMP& master, int channel) {
+    return channel == 3 && master.IsExact() ? kRoleAlpha : GetPlainRole(master.GetNumChannels(), channel);
+  }
 };
 
 /// "BM" begins other texts too. The length of the info header tells a bitmap from these: only its lowest byte is not 0.

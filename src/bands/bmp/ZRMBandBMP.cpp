@@ -9,7 +9,10 @@
 #include "ZRMBandBMP.h"
 
 #include "bands/bmp/BmpHeader.h"
+#include "bands/bmp/BmpImage.h"
 #include "base/Disk.h"
+#include "base/Fence.h"
+#include "base/ReadError.h"
 #include "base/RowReader.h"
 #include "core/model/BandFrame.h"
 #include "math/Interleave.h"
@@ -104,10 +107,14 @@ std::array<unsigned char*, 4> RowsOf(zrk::ChannelReads::Record& record, int row)
 
 /// The image that is shown. A follower's is empty.
 struct ZRMBandBMP::Impl final : Frame {
-  Impl() { answersAtFullSize = true; }
+  Impl() {
+    answersAtFullSize = true;
+    decodesNoLevels = true;
+  }
 
   void Close();
   int ReadFile(const XString& path, XString& err);
+  int ReadFileExactly(const XString& path, XString& err);
   int ReadIntoMemory(const XFile& from, const zrk::BmpHeader& header, XString& err);
   void AdoptHeader(const BITMAPINFO& header, int type, std::int64_t rowsOffset);
   void AdoptCopy(const BITMAPINFO& header, std::unique_ptr<unsigned char[]> rows);
@@ -123,6 +130,7 @@ struct ZRMBandBMP::Impl final : Frame {
   zrk::ChannelReads::Record* DecodeFromMemory(const zrk::ReadRequest& request);
   zrk::ChannelReads::Record* DecodeFromFile(const zrk::ReadRequest& request, int level);
   zrk::ChannelReads::Record* DecodeFromMapped(const zrk::ReadRequest& request);
+  zrk::ChannelReads::Record* DecodeExactly(const zrk::ReadRequest& request);
   void FreeBuffers() override;
 
   std::unique_ptr<BITMAPINFO> info;
@@ -132,6 +140,7 @@ struct ZRMBandBMP::Impl final : Frame {
   std::unique_ptr<unsigned char[]> copy;  // behind kSourceMemory
   const unsigned char* data = nullptr;    // rows of kSourceMemory, and of kSourceView of memory
   std::int64_t offset = 0;
+  std::unique_ptr<zrk::BmpImage> image;  // of a file that is read exactly, in place of all others
   XThreadSafeArr1 rowBuffers;
 };
 
@@ -147,7 +156,9 @@ ZRMBandBMP::Impl& ZRMBandBMP::GetImpl() const {
 
 int ZRMBandBMP::ReadFile(XString path, XString& err, XThread*) {
   err.Empty();
-  if (!GetImpl().ReadFile(path, err)) return 0;
+  const int isRead = IsExact() ? zrk::Fenced(err, [&] { return GetImpl().ReadFileExactly(path, err); })
+                               : GetImpl().ReadFile(path, err);
+  if (!isRead) return 0;
   PlaceAsImage();
   return 1;
 }
@@ -170,6 +181,22 @@ int ZRMBandBMP::Impl::ReadFile(const XString& path, XString& err) {
   AdoptHeader(header.info, rows->Map() ? kSourceView : kSourceFile, header.pixelOffset);
   if (rows->Map()) rowFile = std::move(rows);
   file = std::move(opened);
+  return 1;
+}
+
+int ZRMBandBMP::Impl::ReadFileExactly(const XString& path, XString& err) {
+  Close();
+  XFile opened;
+  if (!opened.Open(path, XFile::kRead | XFile::kShareDenyNone)) {
+    err = "Can't open file : " + path;
+    return 0;
+  }
+  auto fresh = std::make_unique<zrk::BmpImage>();
+  if (!fresh->Open(opened, err)) return 0;
+  info = std::make_unique<BITMAPINFO>(zrk::MakeDibHeader(fresh->GetLayout()));
+  image = std::move(fresh);
+  sourceType = kSourceFile;
+  offset = image->GetLayout().pixelOffset;
   return 1;
 }
 
@@ -199,6 +226,7 @@ void ZRMBandBMP::Impl::Close() {
   rowFile.reset();
   file.reset();
   copy.reset();
+  image.reset();
   info.reset();
   reads.Forget();
 }
@@ -262,6 +290,7 @@ int ZRMBandBMP::GetNumChannels() const {
 
 int ZRMBandBMP::Impl::GetNumChannels() const {
   if (!info) return 0;
+  if (image) return image->GetLayout().numChannels;
   return GetPaletteSize() > 0 ? 3 : PixelBytes();
 }
 
@@ -287,6 +316,7 @@ void ZRMBandBMP::Impl::FreeBuffers() {}
 zrk::ChannelReads::Record* ZRMBandBMP::Impl::Decode(const zrk::ReadRequest& request, const int*) {
   // The band's size can be set to another than the image's, which is the one that bounds the pixels.
   if (!info || request.x1 >= info->bmiHeader.biWidth || request.y1 >= info->bmiHeader.biHeight) return nullptr;
+  if (image) return DecodeExactly(request);
   if (sourceType == kSourceFile) return DecodeFromFile(request, request.level);
   return rowFile ? DecodeFromMapped(request) : DecodeFromMemory(request);
 }
@@ -301,7 +331,9 @@ bool ZRMBandBMP::Impl::HoldsRows(const zrk::ReadRequest& request) const {
   if (!file) return true;
   // Rows lie bottom-up, so the upper row of the window is its last one in the file.
   const std::int64_t end = CalcRowOffset(request.y0) + (request.x1 + std::int64_t{1}) * PixelBytes();
-  return end <= file->GetLength();
+  if (end <= file->GetLength()) return true;
+  zrk::NoteReadError("The file ends before rows of the window");
+  return false;
 }
 
 /// Records a request that was asked and can't be answered, without any memory for it.
@@ -349,6 +381,11 @@ zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromMapped(const zrk::ReadReq
     }
   }
   return record;
+}
+
+zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeExactly(const zrk::ReadRequest& request) {
+  zrk::ChannelReads::Record* const record = reads.Begin(request, {GetNumChannels(), request.Width(), request.Height()});
+  return record && image->Read(request, *record) ? record : nullptr;
 }
 
 zrk::ChannelReads::Record* ZRMBandBMP::Impl::DecodeFromFile(const zrk::ReadRequest& request, int level) {

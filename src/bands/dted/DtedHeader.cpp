@@ -44,20 +44,20 @@ int NumberAt(Leader leader, std::size_t offset, std::size_t length) {
 
 /// An angle is so many digits of degrees, then minutes, seconds and a hemisphere. Only the letter of the positive
 /// hemisphere counts: a corner without a letter is south or west.
-float AngleAt(Leader leader, std::size_t offset, std::size_t digits, char positive) {
+double AngleAt(Leader leader, std::size_t offset, std::size_t digits, char positive) {
   const double degrees = NumberAt(leader, offset, digits);
   const double minutes = NumberAt(leader, offset + digits, 2);
   const double seconds = NumberAt(leader, offset + digits + 2, 2);
   const double angle = degrees + minutes / 60.0 + seconds / 3600.0;
   const bool isPositive = CapitalsAt(leader, offset + digits + 4, 1) == std::string(1, positive);
-  return static_cast<float>(isPositive ? angle : -angle);
+  return isPositive ? angle : -angle;
 }
 
-float LatitudeAt(Leader leader, std::size_t offset) {
+double LatitudeAt(Leader leader, std::size_t offset) {
   return AngleAt(leader, offset, 2, 'N');
 }
 
-float LongitudeAt(Leader leader, std::size_t offset) {
+double LongitudeAt(Leader leader, std::size_t offset) {
   return AngleAt(leader, offset, 3, 'E');
 }
 

@@ -23,10 +23,10 @@ struct DtedSize {
 
 /// The posts at the corners, in degrees, and the system that they are of.
 struct DtedPlace {
-  float south = 0.0f;
-  float west = 0.0f;
-  float north = 0.0f;
-  float east = 0.0f;
+  double south = 0.0;
+  double west = 0.0;
+  double north = 0.0;
+  double east = 0.0;
   XString datum;  ///< in capitals
 };
 

@@ -1,6 +1,5 @@
 // An HDF4 file is a magic number and a chain of blocks of descriptors. A descriptor says by a tag what lies where in
-// the file. A block begins with the number of its descriptors and the offset of the next block, which is 0 in the last
-// one. All numbers are big-endian.
+// the file. All numbers are big-endian. This is how the compatible policy finds its raster.
 //
 // Three tags are known: the dimensions of an image, its raster, and the type of its numbers. References, which tell the
 // parts of several images apart, are not looked at, so the last descriptor of a tag counts. Dimensions and offset that
@@ -9,29 +8,19 @@
 
 #include "bands/hdf4/HdfWalk.h"
 
-#include "base/Checked.h"
+#include "bands/hdf4/HdfChain.h"
 #include "base/Cursor.h"
 #include "XFile.h"
 #include "XLimits.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <set>
-#include <vector>
 
 namespace zrk {
 namespace {
 
 constexpr std::uint32_t kMagic = 0x0E031301;
-constexpr std::int64_t kFirstBlock = 4;
-constexpr std::size_t kBlockHeaderBytes = 6;
-constexpr std::size_t kDescriptorBytes = 12;
-
-// References have 16 bits, so that no real file has nearly as many descriptors. A block holds 16 of them unless its
-// maker asks for another number.
-constexpr std::size_t kMaxDescriptors = std::size_t{1} << 20;
-constexpr std::size_t kMaxBlocks = kMaxDescriptors / 16;
+constexpr std::int64_t kMagicBytes = 4;
 
 constexpr int kFallbackWidth = 2592;
 constexpr int kFallbackHeight = 2796;
@@ -46,19 +35,15 @@ bool ReadRecord(const XFile& file, std::int64_t offset, std::array<unsigned char
   return file.ReadAt(offset, bytes.data(), kCount) == kCount;
 }
 
-/// One walk along the chain of a file.
+/// What a walk along the chain finds of an image.
 class HdfWalk {
  public:
   explicit HdfWalk(const XFile& file) : file_(file), fileBytes_(file.GetLength()) {}
 
   bool ToTheEnd() {
-    if (fileBytes_ < 0) return false;  // the disk does not tell
-    std::int64_t block = kFirstBlock;
-    do {
-      // A chain that comes back to a block would have no end.
-      if (blocks_.size() == kMaxBlocks || !blocks_.insert(block).second || !TakeBlock(block)) return false;
-    } while (block != 0);
-    return true;
+    // The length is -1 where the disk does not tell.
+    return fileBytes_ >= 0 &&
+           WalkHdfChain(file_, [this](const HdfDescriptor& each) { return Take(each.tag, each.offset); });
   }
 
   HdfImage GetImage() const {
@@ -68,40 +53,11 @@ class HdfWalk {
       image.width = kFallbackWidth;
       image.height = kFallbackHeight;
     }
-    if (image.rasterOffset < kFirstBlock || image.rasterOffset > fileBytes_) image.rasterOffset = kFallbackRasterOffset;
+    if (image.rasterOffset < kMagicBytes || image.rasterOffset > fileBytes_) image.rasterOffset = kFallbackRasterOffset;
     return image;
   }
 
  private:
-  /// Leaves the offset of the next block in `block`.
-  bool TakeBlock(std::int64_t& block) {
-    std::array<unsigned char, kBlockHeaderBytes> bytes;
-    if (!ReadRecord(file_, block, bytes)) return false;
-    Cursor header(bytes);
-    const std::size_t count = header.U16BE();
-    const std::int64_t descriptors = block + static_cast<std::int64_t>(kBlockHeaderBytes);
-    block = header.U32BE();
-    numDescriptors_ += count;
-    return numDescriptors_ <= kMaxDescriptors && TakeDescriptors(descriptors, count);
-  }
-
-  /// The length is checked before memory is taken, so that a count alone can't make it large.
-  bool TakeDescriptors(std::int64_t offset, std::size_t count) {
-    const auto numBytes = static_cast<std::int64_t>(count * kDescriptorBytes);
-    if (!FitsWithin(offset, numBytes, fileBytes_)) return false;
-    bytes_.resize(count * kDescriptorBytes);
-    if (file_.ReadAt(offset, bytes_.data(), numBytes) != numBytes) return false;
-    Cursor cursor(bytes_);
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::uint16_t tag = cursor.U16BE();
-      cursor.Skip(2);
-      const std::int64_t place = cursor.U32BE();
-      cursor.Skip(4);
-      if (!Take(tag, place)) return false;
-    }
-    return true;
-  }
-
   bool Take(std::uint16_t tag, std::int64_t place) {
     switch (tag) {
       case kDimensions:
@@ -133,10 +89,7 @@ class HdfWalk {
 
   const XFile& file_;
   const std::int64_t fileBytes_;
-  std::set<std::int64_t> blocks_;
-  std::size_t numDescriptors_ = 0;
-  std::vector<unsigned char> bytes_;  // of the block at hand
-  HdfImage found_ = {-1, -1, 0};      // none of it told yet
+  HdfImage found_ = {-1, -1, 0};  // none of it told yet
 };
 
 }  // namespace

@@ -10,6 +10,9 @@ struct Jpeg {
   using Band = ZRMBandJPG;
   static constexpr ChannelNames kNames = ChannelNames::kPlain;
   static constexpr const char* kWorldFile = ".jpw";
+  static XColourRole GetRole(const ZRMBandJPG& master, int channel) {
+    return GetPlainRole(master.GetNumChannels(), channel);
+  }
 };
 
 /// The start of an image, and of the marker that follows it.

@@ -4,14 +4,17 @@
 // without a lock while another decode makes a new set. Grey is decoded anew for every read, as its users know it, and
 // goes row by row straight to the reader's own buffer. No plane of it is ever held.
 //
-// Whatever level is asked for, the window comes at full size. The band does not ask level data.
+// Under the compatible policy the window comes at full size, whatever level is asked for. The band does not ask level
+// data.
 
 #include "ZRMBandJPG.h"
 
 #include "base/Disk.h"
 #include "base/Fence.h"
+#include "base/ReadError.h"
 #include "codec/JpegDecoder.h"
 #include "core/model/BandFrame.h"
+#include "math/Interleave.h"
 #include "XFile.h"
 #include "XThread.h"
 
@@ -52,12 +55,12 @@ class PlaneRows final : public zrk::JpegRows {
   ImageSize expected_;
 };
 
-/// Takes the rows of a window of a grey image. Without a buffer it takes none, for callers that only ask whether the
-/// image can be decoded.
+/// Takes the rows of a window of a grey image, or every `step`-th pixel of every `step`-th row. Without a buffer it
+/// takes none, for callers that only ask whether the image can be decoded.
 class GreyWindow final : public zrk::JpegRows {
  public:
-  GreyWindow(const ImageSize& expected, const zrk::ReadRequest& request, tagXArr2* out)
-      : expected_(expected), request_(request), out_(out) {}
+  GreyWindow(const ImageSize& expected, const zrk::ReadRequest& request, tagXArr2* out, int step = 1)
+      : expected_(expected), request_(request), out_(out), step_(step) {}
 
   bool Begin(int width, int height, int numPlanes) override {
     if (ImageSize{width, height, numPlanes} != expected_) return false;
@@ -67,17 +70,23 @@ class GreyWindow final : public zrk::JpegRows {
   unsigned char* RowOf(int, int y) override { return GoesStraight(y) ? out_->Row(y - request_.y0) : row_.data(); }
   void Take(int y) override {
     if (!IsWanted(y) || GoesStraight(y)) return;
-    std::memcpy(out_->Row(y - request_.y0), row_.data() + request_.x0, static_cast<std::size_t>(request_.Width()));
+    if (step_ == 1) {
+      std::memcpy(out_->Row(y - request_.y0), row_.data() + request_.x0, static_cast<std::size_t>(request_.Width()));
+    } else if ((y - request_.y0) % step_ == 0 && (y - request_.y0) / step_ < out_->ySize) {
+      zrk::GatherSamples(row_.data() + request_.x0, static_cast<std::size_t>(out_->xSize), step_, 1,
+                         out_->Row((y - request_.y0) / step_));
+    }
   }
 
  private:
   bool IsWanted(int y) const { return out_ && y >= request_.y0 && y <= request_.y1; }
   /// Whole rows need no copy of their own on the way.
-  bool GoesStraight(int y) const { return IsWanted(y) && request_.Width() == expected_.width; }
+  bool GoesStraight(int y) const { return step_ == 1 && IsWanted(y) && request_.Width() == expected_.width; }
 
   ImageSize expected_;
   zrk::ReadRequest request_;
   tagXArr2* out_;
+  int step_;
   std::vector<unsigned char> row_;
 };
 
@@ -87,6 +96,7 @@ struct ZRMBandJPG::Impl final : Frame {
   explicit Impl(const ZRMBandJPG& itsBand) : band(itsBand) {
     asksLevelData = false;
     answersAtFullSize = true;
+    decodesNoLevels = true;
   }
 
   int Open(const XString& from, zrk::JpegHeader& header, XString& err);
@@ -98,7 +108,8 @@ struct ZRMBandJPG::Impl final : Frame {
 
   bool Accepts(const zrk::ReadRequest& request, bool isInside, const int* cancel) const override;
   zrk::ChannelReads::Record* Decode(const zrk::ReadRequest& request, const int* cancel) override;
-  zrk::ChannelReads::Record* DecodeGrey(const zrk::ReadRequest& request, const int* cancel);
+  zrk::ChannelReads::Record* DecodeLevel(const zrk::ReadRequest& request, const int* cancel) override;
+  zrk::ChannelReads::Record* DecodeGrey(const zrk::ReadRequest& request, const int* cancel, int level);
   void FreeBuffers() override;
 
   const ZRMBandJPG& band;
@@ -197,7 +208,10 @@ std::shared_ptr<const Planes> ZRMBandJPG::Impl::ObtainPlanes(XThread* thread, co
 /// The file is opened anew, so that an open band holds no descriptor.
 int ZRMBandJPG::Impl::DecodeFile(XThread* thread, const int* cancel, zrk::JpegRows& rows) const {
   XFile file;
-  if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return 0;
+  if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) {
+    zrk::NoteReadError("The file can't be opened any more");
+    return 0;
+  }
   zrk::JpegWatch watch;
   if (thread || cancel) {
     watch.keepGoing = [=] { return !(thread && thread->GetState() != 0) && !XfnIsStopRequested(cancel); };
@@ -208,7 +222,10 @@ int ZRMBandJPG::Impl::DecodeFile(XThread* thread, const int* cancel, zrk::JpegRo
     watch.reportRow = [=](int row) { thread->CallbackPercent(static_cast<int>(row * 100.0 / lastRow)); };
   }
   XString reason;
-  return zrk::DecodeJpeg(*file.GetDiskFile(), watch, rows, reason);
+  if (zrk::DecodeJpeg(*file.GetDiskFile(), watch, rows, reason)) return 1;
+  // An image that was stopped has no reason of its own.
+  if (!reason.IsEmpty()) zrk::NoteReadError(reason);
+  return 0;
 }
 
 int ZRMBandJPG::GetHighestLevelForTarget(int, int, int, int, int, int) {
@@ -221,7 +238,7 @@ bool ZRMBandJPG::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int
 }
 
 zrk::ChannelReads::Record* ZRMBandJPG::Impl::Decode(const zrk::ReadRequest& request, const int* cancel) {
-  if (numChannels == 1) return DecodeGrey(request, cancel);
+  if (numChannels == 1) return DecodeGrey(request, cancel, 0);
   const std::shared_ptr<const Planes> whole = ObtainPlanes(nullptr, cancel);
   // The band's size can be set to another than the image's, which is the one that bounds the pixels.
   if (!whole || request.x1 >= whole->front().xSize || request.y1 >= whole->front().ySize) return nullptr;
@@ -237,10 +254,19 @@ zrk::ChannelReads::Record* ZRMBandJPG::Impl::Decode(const zrk::ReadRequest& requ
   return record;
 }
 
-zrk::ChannelReads::Record* ZRMBandJPG::Impl::DecodeGrey(const zrk::ReadRequest& request, const int* cancel) {
-  zrk::ChannelReads::Record* const record = reads.Begin(request, {1, request.Width(), request.Height()});
+/// A decode of a grey image passes all rows, so one of them serves a level too.
+zrk::ChannelReads::Record* ZRMBandJPG::Impl::DecodeLevel(const zrk::ReadRequest& request, const int* cancel) {
+  if (numChannels != 1) return Frame::DecodeLevel(request, cancel);
+  if (LeavesPixels(request)) return DecodeGrey(request, cancel, request.level);
+  zrk::NoteReadError(zrk::kNoSuchLevel);
+  return nullptr;
+}
+
+zrk::ChannelReads::Record* ZRMBandJPG::Impl::DecodeGrey(const zrk::ReadRequest& request, const int* cancel, int level) {
+  zrk::ChannelReads::Record* const record =
+      reads.Begin(request, {1, request.Width() >> level, request.Height() >> level});
   if (!record) return nullptr;
-  GreyWindow rows(GetExpectedSize(), request, &record->At(0));
+  GreyWindow rows(GetExpectedSize(), request, &record->At(0), 1 << level);
   return DecodeFile(nullptr, cancel, rows) ? record : nullptr;
 }
 

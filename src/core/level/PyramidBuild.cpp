@@ -1,6 +1,7 @@
 // The build of pyramids, for level files and for native rasters without compression.
 //
-// The top is cut into stripes of whole rows of tiles. A worker takes a stripe and reads the source for it in chunks. It
+// A source in tiles is built in trees of blocks, of which TileTree.cpp tells. For others the top is cut into stripes of
+// whole rows of tiles. A worker takes a stripe and reads the source for it in chunks. It
 // makes rows of the top, adds them to the statistics while they are in the cache, and carries them down through the
 // levels. It stops at the last level on which the stripe still begins and ends with a whole row. So stripes have
 // nothing to do with each other, and any thread may take any of them. The few small levels below are made from the
@@ -17,6 +18,7 @@
 #include "core/level/BuildProgress.h"
 #include "core/level/LowerLevels.h"
 #include "core/level/PyramidStore.h"
+#include "core/level/TileTree.h"
 #include "core/level/TopMaker.h"
 #include "XJointReader.h"
 
@@ -33,8 +35,6 @@ namespace {
 /// About how much is read of a source at once. That is enough to make calls cheap, and little enough to be still in the
 /// cache when it is made smaller.
 constexpr std::int64_t kReadBytes = 4 << 20;
-/// How much is read at once of a source in tiles, which can give some columns at a time.
-constexpr std::int64_t kBlockBytes = 512 << 10;
 /// How much the stripes of the bands of a group may take, for each worker.
 constexpr std::int64_t kStripeBytes = 64 << 20;
 /// How many bands a group may have: as many as files of interleaved pixels mostly have.
@@ -95,7 +95,6 @@ class BandStripe : public RowTaker {
   }
 
   RowCascade& Cascade() { return cascade_; }
-  ZRMBand& Source() { return *band_.source; }
 
   SampleStatistics statistics;
 
@@ -114,26 +113,33 @@ class GroupBuild {
         progress_(progress),
         plan_(job, bands.front()),
         topMaker_(job.top, job.window, bands.front().store->Layout()),
-        crews_(static_cast<std::size_t>(plan_.CountWorkers())) {
+        trees_(TreePlan::Make(bands, topMaker_, job.window)),
+        crews_(static_cast<std::size_t>(trees_ ? zrk::CountWorkers(trees_->CountTrees()) : plan_.CountWorkers())) {
     for (const PyramidBand& band : bands_) sources_.push_back(band.source);
-    blockColumns_ = CountBlockColumns();
   }
 
   PyramidResult Run();
 
  private:
   struct Crew {
-    std::vector<std::unique_ptr<BandStripe>> stripes;
+    std::vector<std::unique_ptr<BandStripe>> stripes;  // of the bands, where stripes are built
+    std::vector<std::unique_ptr<TileTree>> trees;      // of the bands, where trees are built
+
+    bool IsIdle() const { return stripes.empty() && trees.empty(); }
+    SampleStatistics& Statistics(std::size_t band) {
+      return trees.empty() ? stripes[band]->statistics : trees[band]->statistics;
+    }
     TopMaker::Scratch scratch;
     std::vector<tagXArr2*> read;  // what a pass over the source gave the bands; empty where each is read by itself
   };
 
+  bool BuildTree(int tree, int worker);
+  bool NoteTiles(int numTiles, int worker);
   bool BuildStripe(int stripe, int worker);
+  bool GoesOn(int worker);
   bool BuildChunk(Crew& crew, int stripe, int first, int last);
-  bool BuildByColumns(BandStripe& band, int stripe, int first, int last);
   bool TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last, const tagXArr2& source);
   int CountChunkRows() const;
-  int CountBlockColumns() const;
   bool Fail(PyramidResult result);
   void Summarize();
   bool CountHistogram(PyramidBand& band);
@@ -145,10 +151,11 @@ class GroupBuild {
   BuildProgress& progress_;
   StripePlan plan_;
   TopMaker topMaker_;
-  int blockColumns_ = 0;  // 0 where whole rows are read
+  std::optional<TreePlan> trees_;  // none where stripes are built
   // One for each worker. A worker fills its own when it begins its first stripe.
   std::vector<Crew> crews_;
   std::atomic<PyramidResult> result_ = PyramidResult::kDone;
+  std::atomic<std::int64_t> tilesDone_ = 0;  // of the tops
 };
 
 bool GroupBuild::Fail(PyramidResult result) {
@@ -184,13 +191,6 @@ bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int str
 }
 
 bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
-  if (blockColumns_ > 0) {
-    return std::ranges::all_of(crew.stripes, [&](const auto& band) {
-      if (!BuildByColumns(*band, stripe, first, last)) return false;
-      progress_.Add(last - first + 1);
-      return true;
-    });
-  }
   const Window& window = job_.window;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
   const bool isJoint = !crew.read.empty();
@@ -210,49 +210,37 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
   return true;
 }
 
-/// How many columns of the top are made at once, so that what is read for them stays near the core until it is made
-/// smaller and counted; 0 for whole rows. Only samples that are counted value by value may come in any order.
-int GroupBuild::CountBlockColumns() const {
-  const PyramidLayout& layout = bands_.front().store->Layout();
-  const int together = sources_.front()->GetDecodeColumns();
-  // Blocks begin at an edge of the source's tiles, or each tile on the edge would be read twice.
-  const bool haveTiles =
-      together > 0 && job_.window.x0 % together == 0 &&
-      std::ranges::all_of(sources_, [&](ZRMBand* each) { return each->GetDecodeColumns() == together; });
-  const bool areCounted = layout.SampleBytes() <= 2;
-  const int yTile = layout.Shape().yTile;
-  if (!haveTiles || !areCounted || !topMaker_.CanMakeColumns() || yTile % plan_.decodeRows != 0) return 0;
-  if (XfnHaveJointSource(sources_)) return 0;
-  // A block is as high as a row of tiles of the top, and as wide as its size in memory allows.
-  const int sourceRows = topMaker_.LastSourceRow(yTile - 1) + 1;
-  const auto wanted = static_cast<int>(kBlockBytes / layout.SampleBytes() / sourceRows);
-  const int sourceColumns = std::max(wanted / together, 1) * together;
-  const int columns = sourceColumns / (topMaker_.LastSourceColumn(0) + 1);
-  return columns < layout.Width(0) ? columns : 0;
+/// Messages are posted by the thread of the caller, which is worker 0. The other workers only look at the stop word.
+bool GroupBuild::GoesOn(int worker) {
+  return worker == 0 ? progress_.Report() : !progress_.IsStopped();
 }
 
-/// Makes the rows `first` to `last` of the top of one band, for which its cascade has room at once, block by block.
-bool GroupBuild::BuildByColumns(BandStripe& band, int stripe, int first, int last) {
-  const Window& window = job_.window;
+/// Progress counts rows. Tiles are turned into their share of the rows of all bands, which the last one makes complete.
+bool GroupBuild::NoteTiles(int numTiles, int worker) {
   const PyramidLayout& layout = bands_.front().store->Layout();
-  const int width = layout.Width(0), numRows = last - first + 1;
-  const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
-  const std::int64_t rowBytes = std::int64_t{width} * layout.SampleBytes();
-  for (int column = 0, columns = 0; column < width; column += columns) {
-    columns = std::min(blockColumns_, width - column);
-    const int x0 = window.x0 + topMaker_.FirstSourceColumn(column);
-    const int x1 = window.x0 + topMaker_.LastSourceColumn(column + columns - 1);
-    tagXArr2* source = nullptr;
-    const bool isRead = band.Source().ReadSubset(source, 0, x0, x1, y0, y1, nullptr) && source->xSize == x1 - x0 + 1 &&
-                        source->ySize == y1 - y0 + 1;
-    if (!isRead) return Fail(PyramidResult::kReadFailed);
-    unsigned char* place = band.Cascade().GetPlace() + std::int64_t{column} * layout.SampleBytes();
-    topMaker_.MakeColumns(numRows, columns, *source, place);
-    for (int row = 0; row < numRows; ++row, place += rowBytes) {
-      band.statistics.Add(stripe, place, static_cast<std::size_t>(columns));
+  const auto numBands = static_cast<double>(bands_.size());
+  const double allRows = numBands * layout.Height(0), allTiles = numBands * layout.Columns(0) * layout.Rows(0);
+  const auto rowsOf = [&](std::int64_t tiles) {
+    return static_cast<std::int64_t>(static_cast<double>(tiles) / allTiles * allRows);
+  };
+  const std::int64_t before = tilesDone_.fetch_add(numTiles);
+  progress_.Add(static_cast<int>(rowsOf(before + numTiles) - rowsOf(before)));
+  return GoesOn(worker);
+}
+
+bool GroupBuild::BuildTree(int tree, int worker) {
+  Crew& crew = crews_[static_cast<std::size_t>(worker)];
+  if (crew.trees.empty()) {
+    for (const PyramidBand& band : bands_) {
+      crew.trees.push_back(std::make_unique<TileTree>(band, *trees_, topMaker_, job_.window));
     }
   }
-  return band.Cascade().Put(numRows) || Fail(PyramidResult::kWriteFailed);
+  const auto goOn = [&](int numTiles) { return NoteTiles(numTiles, worker); };
+  if (!GoesOn(worker)) return Fail(PyramidResult::kStopped);
+  return std::ranges::all_of(crew.trees, [&](const auto& band) {
+    const PyramidResult built = band->Build(tree, goOn);
+    return built == PyramidResult::kDone || Fail(built);
+  });
 }
 
 bool GroupBuild::BuildStripe(int stripe, int worker) {
@@ -264,11 +252,8 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
   for (const auto& band : crew.stripes) band->Cascade().Start(plan_.FirstRow(stripe));
   const int mostRows = CountChunkRows();
   for (int row = plan_.FirstRow(stripe), rows = 0; row <= plan_.LastRow(stripe); row += rows) {
-    // Messages are posted by the thread of the caller, which is worker 0. The other workers only look at the stop word.
-    const bool goesOn = worker == 0 ? progress_.Report() : !progress_.IsStopped();
-    if (!goesOn) return Fail(PyramidResult::kStopped);
-    const int room = blockColumns_ > 0 ? crew.stripes.front()->Cascade().GetRoom() : mostRows;
-    rows = std::min(room, plan_.LastRow(stripe) - row + 1);
+    if (!GoesOn(worker)) return Fail(PyramidResult::kStopped);
+    rows = std::min(mostRows, plan_.LastRow(stripe) - row + 1);
     if (!BuildChunk(crew, stripe, row, row + rows - 1)) return false;
   }
   for (const auto& band : crew.stripes) {
@@ -279,11 +264,11 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
 
 void GroupBuild::Summarize() {
   for (std::size_t i = 0; i < bands_.size(); ++i) {
-    // The first crew that did anything takes in the others. A crew without a stripe has nothing to add.
+    // The first crew that did anything takes in the others. An idle crew has nothing to add.
     SampleStatistics* all = nullptr;
     for (Crew& crew : crews_) {
-      if (crew.stripes.empty()) continue;
-      SampleStatistics& part = crew.stripes[i]->statistics;
+      if (crew.IsIdle()) continue;
+      SampleStatistics& part = crew.Statistics(i);
       if (all) all->Merge(part);
       if (!all) all = &part;
     }
@@ -322,12 +307,13 @@ bool GroupBuild::CountHistogram(PyramidBand& band) {
 }
 
 PyramidResult GroupBuild::Run() {
-  if (!ForEachInParallel(static_cast<int>(crews_.size()), plan_.numStripes,
-                         [&](int stripe, int worker) { return BuildStripe(stripe, worker); })) {
-    return result_;
-  }
+  const int numWorkers = static_cast<int>(crews_.size()), numParts = trees_ ? trees_->CountTrees() : plan_.numStripes;
+  const bool isBuilt = ForEachInParallel(numWorkers, numParts, [&](int part, int worker) {
+    return trees_ ? BuildTree(part, worker) : BuildStripe(part, worker);
+  });
+  if (!isBuilt) return result_;
   Summarize();
-  // From here on all stripes are in the stores, so that the lower levels find complete images above them.
+  // From here on all parts are in the stores, so that the lower levels find complete images above them.
   for (PyramidBand& band : bands_) {
     const bool isWide = band.store->Layout().SampleBytes() > 2;
     if (isWide && !CountHistogram(band)) {
@@ -335,7 +321,7 @@ PyramidResult GroupBuild::Run() {
     }
     const PyramidLayout& layout = band.store->Layout();
     const Window whole = {0, layout.Width(0) - 1, 0, layout.Height(0) - 1};
-    if (!MakeLowerLevels(*band.store, plan_.carriedLevel + 1, whole, band.reduction)) {
+    if (!MakeLowerLevels(*band.store, (trees_ ? trees_->depth : plan_.carriedLevel) + 1, whole, band.reduction)) {
       return PyramidResult::kWriteFailed;
     }
   }

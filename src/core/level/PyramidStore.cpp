@@ -9,10 +9,13 @@
 
 #include "core/level/PyramidStore.h"
 
+#include "base/AlignLike.h"
 #include "base/DataTypeVisit.h"
+#include "base/ReadError.h"
 #include "math/CopyBlock.h"
 #include "math/CopyFileRows.h"
 #include "math/SampleFilter.h"
+#include "XString.h"
 #include "XThread.h"
 
 #include <algorithm>
@@ -42,6 +45,13 @@ void CopyKeptRows(const unsigned char* from, std::int64_t fromStride, unsigned c
   }
 }
 
+bool FailAtTile(const TilePiece& piece) {
+  XString sentence;
+  sentence.Format("The tile in column %d and row %d of level %d can't be read", piece.column, piece.row, piece.level);
+  NoteReadError(sentence);
+  return false;
+}
+
 }  // namespace
 
 PyramidStore::~PyramidStore() = default;
@@ -58,7 +68,8 @@ bool PyramidStore::Read(tagXArr2& buffer, int level, int left, int top, const in
   const auto read = [&](const TilePiece& piece, int x, int y) {
     // A stop is heard between pieces, and so within the time of one tile.
     if (XfnIsStopRequested(cancel)) return false;
-    return ReadPiece(piece, stride * buffer.ySize, buffer.data + y * stride + x * sampleBytes, stride);
+    return ReadPiece(piece, stride * buffer.ySize, buffer.data + y * stride + x * sampleBytes, stride) ||
+           FailAtTile(piece);
   };
   return ForEachPiece(layout_, level, left, top, buffer.xSize, buffer.ySize, read);
 }
@@ -133,6 +144,17 @@ bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std
     CopyBlock(from, stride, room.data(), tileRow, rowBytes, part.height);
   }
   return file_.File().WriteAt(place, room.data(), count) == 0;
+}
+
+const unsigned char* PlainStore::ReadTiles(const TileRun& run, std::vector<unsigned char>& room) const {
+  const std::int64_t place = Place(run), count = run.count * Layout().TileBytes();
+  room.resize(static_cast<std::size_t>(count + kAlignRoom));
+  unsigned char* const first = AlignLike(room.data(), place);
+  return file_.File().ReadAt(place, first, count) == count ? first : nullptr;
+}
+
+bool PlainStore::WriteTiles(const TileRun& run, const unsigned char* tiles) {
+  return file_.File().WriteAt(Place(run), tiles, run.count * Layout().TileBytes()) == 0;
 }
 
 void PlainStore::LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const {

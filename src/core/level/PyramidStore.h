@@ -88,12 +88,29 @@ class PlainStore : public PyramidStore {
   /// last tiles becomes 0. `staging` is room for the writer's use, one for each thread.
   bool WriteTileRows(const TileRows& part, const unsigned char* rows, std::vector<unsigned char>& staging);
 
+  /// Some tiles side by side. They lie one behind the other in the file.
+  struct TileRun {
+    int level;
+    int column;
+    int row;
+    int count;
+  };
+  /// Writes whole tiles that lie one behind the other in memory as well.
+  bool WriteTiles(const TileRun& run, const unsigned char* tiles);
+  /// Hints that tiles are written to the end.
+  void StartSync(const TileRun& run) { file_.File().StartSync(Place(run), run.count * Layout().TileBytes()); }
+
+  /// Reads whole tiles, which come to lie one behind the other in `room`; answers the first of them, or null where not
+  /// all are there.
+  const unsigned char* ReadTiles(const TileRun& run, std::vector<unsigned char>& room) const;
+
  protected:
   bool ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,
                  std::int64_t stride) const override;
 
  private:
   std::int64_t Place(const TilePiece& piece) const;
+  std::int64_t Place(const TileRun& run) const { return Place({run.level, run.column, run.row, 0, 0, 0, 0}); }
   void LayOutTile(const TileRows& part, int column, const unsigned char* rows, unsigned char* tile) const;
   /// Where `keptNull` is not null, samples equal to it leave the file unchanged.
   bool WritePiece(const TilePiece& piece, const unsigned char* from, std::int64_t stride, const double* keptNull);

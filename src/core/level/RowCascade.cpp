@@ -7,12 +7,39 @@
 
 #include "core/level/RowCascade.h"
 
+#include "base/DataTypeVisit.h"
 #include "math/HalfMean.h"
+#include "math/SampleFilter.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace zrk {
+namespace {
+
+void ReducePair(int dataType, const Reduction& how, const unsigned char* const (&rows)[2], int count,
+                unsigned char* out) {
+  if (how.thematic) {
+    MostFrequentOfFour(dataType, rows[0], rows[1], count, out);
+  } else {
+    MeanOfFourKept(dataType, rows[0], rows[1], count, out, how.nullValue);
+  }
+}
+
+}  // namespace
+
+void ReduceBlock(int dataType, const Reduction& how, const BlockPair& block) {
+  bool canBeNull = false;
+  VisitDataType(dataType, [&](auto zero) { canBeNull = CanEqual<decltype(zero)>(how.nullValue); });
+  if (!how.thematic && !canBeNull) {
+    MeanOfFourRows(dataType, block);
+    return;
+  }
+  for (int row = 0; row < block.rows; ++row) {
+    const unsigned char* const upper = block.from + 2 * row * block.fromStride;
+    ReducePair(dataType, how, {upper, upper + block.fromStride}, block.width, block.to + row * block.toStride);
+  }
+}
 
 void ReduceRows(const PyramidLayout& layout, int level, const Reduction& how, const unsigned char* upper,
                 const unsigned char* lower, unsigned char* out) {
@@ -28,11 +55,7 @@ void ReduceRows(const PyramidLayout& layout, int level, const Reduction& how, co
     upper = doubled[0];
     lower = doubled[1];
   }
-  if (how.thematic) {
-    MostFrequentOfFour(dataType, upper, lower, layout.Width(level + 1), out);
-  } else {
-    MeanOfFourKept(dataType, upper, lower, layout.Width(level + 1), out, how.nullValue);
-  }
+  ReducePair(dataType, how, {upper, lower}, layout.Width(level + 1), out);
 }
 
 RowCascade::RowCascade(const PyramidLayout& layout, int lastLevel, const Reduction& how, RowTaker& taker)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/level/PyramidLayout.h"
+#include "math/BlockPair.h"
 
 #include <vector>
 
@@ -16,6 +17,9 @@ struct Reduction {
 /// image has only one.
 void ReduceRows(const PyramidLayout& layout, int level, const Reduction& how, const unsigned char* upper,
                 const unsigned char* lower, unsigned char* out);
+
+/// Makes a block of half the size from samples of the data type, of which there are two for each column and row.
+void ReduceBlock(int dataType, const Reduction& how, const BlockPair& block);
 
 /// Takes rows of images, from the top down.
 class RowTaker {

@@ -1,5 +1,6 @@
 #include "core/level/TopMaker.h"
 
+#include "math/CopyBlock.h"
 #include "math/HalfMean.h"
 
 #include <cstring>
@@ -49,13 +50,12 @@ void TopMaker::Make(int first, int last, const tagXArr2& source, int sourceTop, 
   }
 }
 
-void TopMaker::MakeColumns(int numRows, int numColumns, const tagXArr2& source, unsigned char* out) const {
-  for (int row = 0; row < numRows; ++row, out += rowBytes_) {
-    if (kind_ == Kind::kHalf) {
-      MeanOfFour(dataType_, source.Row(2 * row), source.Row(2 * row + 1), numColumns, out);
-    } else {
-      std::memcpy(out, source.Row(row), static_cast<std::size_t>(numColumns) * sampleBytes_);
-    }
+void TopMaker::MakeBlock(const BlockPair& block) const {
+  if (kind_ == Kind::kHalf) {
+    MeanOfFourRows(dataType_, block);
+  } else {
+    CopyBlock(block.from, block.fromStride, block.to, block.toStride,
+              std::int64_t{block.width} * static_cast<std::int64_t>(sampleBytes_), block.rows);
   }
 }
 

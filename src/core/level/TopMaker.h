@@ -2,6 +2,7 @@
 
 #include "core/level/PyramidBuild.h"
 #include "core/resample/AreaMean.h"
+#include "math/BlockPair.h"
 
 #include <optional>
 
@@ -21,18 +22,15 @@ class TopMaker {
     AreaMean::Scratch area;
     std::vector<const void*> rows;
   };
-  /// Whether some columns of the top can be made apart from the others.
-  bool CanMakeColumns() const { return kind_ != Kind::kArea; }
-  /// The source columns that make a column of the top, counted from the left edge of the window. Only where columns can
-  /// be made apart.
-  int FirstSourceColumn(int column) const { return kind_ == Kind::kHalf ? 2 * column : column; }
-  int LastSourceColumn(int column) const { return kind_ == Kind::kHalf ? 2 * column + 1 : column; }
-
   /// Makes rows `first` to `last`, one after the other at `out`. `source` holds source rows from `sourceTop` on.
   void Make(int first, int last, const tagXArr2& source, int sourceTop, unsigned char* out, Scratch& scratch) const;
-  /// Makes some columns of some rows. At `out` the rows lie as far apart as rows of the top. `source` holds the source
-  /// samples of this part and no others.
-  void MakeColumns(int numRows, int numColumns, const tagXArr2& source, unsigned char* out) const;
+
+  /// Whether blocks of the top can be made apart from each other.
+  bool CanMakeBlocks() const { return kind_ != Kind::kArea; }
+  /// The source samples that make a sample of a block, each way.
+  int GetBlockScale() const { return kind_ == Kind::kHalf ? 2 : 1; }
+  /// Makes a block from the source samples that make it.
+  void MakeBlock(const BlockPair& block) const;
 
  private:
   enum class Kind { kCopy, kHalf, kArea };

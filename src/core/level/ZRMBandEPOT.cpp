@@ -5,6 +5,10 @@
 #include "core/level/PyramidStore.h"
 #include "XThreadSafeArr.h"
 
+#include <typeinfo>
+
+XTileSource::~XTileSource() = default;
+
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandEPOT, ZRMBand);
 
 struct ZRMBandEPOT::Impl {
@@ -22,6 +26,10 @@ XEPOT2D* ZRMBandEPOT::GetEPOT() {
 
 const XEPOT2D* ZRMBandEPOT::GetEPOT() const {
   return &impl_->epot;
+}
+
+const XEPOT2D* ZRMBandEPOT::GetTileStore() const {
+  return typeid(*this) == typeid(ZRMBandEPOT) ? &impl_->epot : nullptr;
 }
 
 int ZRMBandEPOT::SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, int dataType, int xTileSize,

@@ -15,6 +15,8 @@
 #include "XRSFile.h"
 #include "XWorldFile.h"
 
+#include <array>
+
 namespace zrk {
 namespace {
 
@@ -27,11 +29,22 @@ void PlaceAsPixels(ZRMBand& band) {
   if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceNone);
 }
 
+/// The world file of an image under a policy, and its lines; false where there is none.
+bool ReadWorldFile(const XString& path, const char* extension, XReadPolicy policy, XWorldFile& worldFile,
+                   WorldLines& lines) {
+  const XString name = policy == kReadExact ? FindWorldFile(path, extension, lines) : GetWorldFileName(path, extension);
+  if (name.IsEmpty() || !worldFile.Read(name)) return false;
+  if (policy == kReadCompatible) lines = ReadWorldLines(name).value_or(WorldLines{});
+  return true;
+}
+
 /// A world file tells places but no system, so the system is unknown unless the band brought one.
-void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile) {
+void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile, const WorldLines& lines) {
   band.SetPixelSize(worldFile.XPixelSize(), worldFile.YPixelSize());
   band.SetUpperLeft(worldFile.Left(band.GetXSize()), worldFile.Top(band.GetYSize()));
   band.SetCoordinateKind(kCoordinateWorld);
+  band.SetPixelAnchor(kPixelCentre);
+  if (const auto transform = TransformOf(lines)) band.SetGeoTransform(transform->data());
   if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceUnknown);
 }
 
@@ -49,15 +62,23 @@ XString MakeChannelName(ChannelNames names, const XString& path, int number) {
 
 void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension) {
   XWorldFile worldFile;
-  const bool isPlaced = worldFile.Read(GetWorldFileName(path, extension));
+  WorldLines lines;
+  const bool isPlaced = ReadWorldFile(path, extension, file.GetReadPolicy(), worldFile, lines);
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
     ZRMBand& band = *file.GetBandAt(i);
     if (isPlaced) {
-      PlaceInWorld(band, worldFile);
+      PlaceInWorld(band, worldFile, lines);
     } else {
       PlaceAsPixels(band);
     }
   }
+}
+
+XColourRole GetPlainRole(int numChannels, int channel) {
+  if (numChannels == 1) return kRoleGrey;
+  constexpr std::array<XColourRole, 3> kRoles = {kRoleRed, kRoleGreen, kRoleBlue};
+  const auto place = static_cast<std::size_t>(channel);
+  return numChannels >= 3 && place < kRoles.size() ? kRoles[place] : kRoleUnknown;
 }
 
 /// The dataset takes over each band and frees it.

@@ -22,6 +22,10 @@
 //   };
 //   LoadRaster<Bitmap>(call);
 //
+// The record of a format whose channels are colours may have a function that tells them:
+//
+//     static XColourRole GetRole(const ZRMBandBMP& master, int channel);
+//
 // A band that is made without a master is the only one of its file.
 
 namespace zrk {
@@ -31,9 +35,10 @@ enum class ChannelNames { kPlain, kWithFileName };
 
 XString MakeChannelName(ChannelNames names, const XString& path, int number);
 
-/// Places every band of the dataset by the world file beside the image, or as plain pixels where there is none. The
-/// world file's name is the path with its last four characters replaced by `extension`, however long the path's own
-/// extension is.
+/// Places every band of the dataset by the world file beside the image, or as plain pixels where there is none. Under
+/// the compatible policy the world file's name is the path with its last four characters replaced by `extension`,
+/// however long the path's own extension is. Under the exact one it has any of the usual names (`ListWorldFiles`), and
+/// a file that can't place the image counts as none.
 void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension);
 
 /// What follows once the bands are in the dataset: names, level data, and statistics where no level data brought them.
@@ -73,11 +78,24 @@ Channels OpenChannels(ChannelNames names, const RasterCall& call) {
   return channels;
 }
 
+/// Grey for one channel, and red, green and blue for three or more.
+XColourRole GetPlainRole(int numChannels, int channel);
+
 /// Moves the channels into the dataset, in order.
 void AddChannels(XRSFile& file, Channels channels);
 
 /// The shape of the loaders whose bands never have level data: statistics come before the bands are in the dataset.
 int LoadFrame(const RasterCall& call, Channels (*open)(const RasterCall& call));
+
+/// What each channel shows, where the format tells it.
+template <class Format>
+void TakeRoles(const Channels& channels) {
+  if constexpr (requires(const typename Format::Band& master) { Format::GetRole(master, 0); }) {
+    const auto& master = static_cast<const typename Format::Band&>(*channels.front());
+    int channel = 0;
+    for (const std::unique_ptr<ZRMBand>& each : channels) each->SetColourRole(Format::GetRole(master, channel++));
+  }
+}
 
 template <class Format>
 int LoadRaster(const RasterCall& call) {
@@ -88,6 +106,7 @@ int LoadRaster(const RasterCall& call) {
   return Fenced(call.err, [&call] {
     Channels channels = OpenChannels<typename Format::Band>(Format::kNames, call);
     if (channels.empty()) return 0;
+    TakeRoles<Format>(channels);
     AddChannels(*call.file, std::move(channels));
     if (Format::kWorldFile) PlaceByWorldFile(*call.file, call.path, Format::kWorldFile);
     if constexpr (requires { Format::Finish(*call.file); }) Format::Finish(*call.file);

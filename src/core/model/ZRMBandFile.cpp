@@ -47,7 +47,7 @@ int ZRMBandFile<Base>::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int
     if constexpr (std::derived_from<Base, ZRMBandDRIO>) {
       if (frame_->asksLevelData && this->ReadFromLevelData(out, level, x0, x1, y0, y1, cancel)) return 1;
     }
-    tagXArr2* const result = frame_->Read(request, cancel);
+    tagXArr2* const result = frame_->Read(request, cancel, this->IsExact());
     if (!result) {
       if (XfnIsStopRequested(cancel)) zrk::NoteReadError(zrk::kReadStopped);
       return 0;

@@ -161,7 +161,10 @@ int LoadNewBands(XRSFile& dataset, const pugi::xml_document& document, const Bod
   }
   // Room comes first. After it nothing can fail, and so the dataset gets all bands.
   FieldAccess::Bands(dataset).reserve(bands.size());
-  for (auto& band : bands) dataset.AddBand(band.release());
+  for (auto& band : bands) {
+    band->SetReadPolicy(dataset.GetReadPolicy());
+    dataset.AddBand(band.release());
+  }
   text.MoveTo(dataset);
   return 1;
 }

@@ -1,11 +1,14 @@
+#include "base/Window.h"
 #include "LevelDataset.h"
 #include "ReferencePyramid.h"
 #include "TempFolder.h"
+#include "XEPOT2D.h"
 #include "XRSFileIO.h"
 #include "XSystem.h"
 
 #include <gtest/gtest.h>
 #include <atomic>
+#include <filesystem>
 #include <thread>
 
 namespace {
@@ -134,6 +137,74 @@ TYPED_TEST(LevelImagesOf, AreTheSameWhetherRowsOrTilesAreRead) {
     const bool isCutExactly = sizeof(TypeParam) <= 2 && width % 2 == 0;
     EXPECT_EQ(isCutExactly, byTiles.GetNumReadsOfBuild() > byRows.GetNumReadsOfBuild());
   }
+}
+
+/// Some rows and columns of blocks, of which the last ones are cut by the edges of the image or have no pair.
+TYPED_TEST(LevelImagesOf, AreTheSameForAnyNumberOfRowsAndColumnsOfTiles) {
+  const int sizes[][2] = {{64, 48}, {66, 98}, {100, 38}, {40, 200}, {258, 130}, {17000, 162}, {34, 2050}};
+  for (const auto& [width, height] : sizes) {
+    SCOPED_TRACE(testing::Message() << width << " x " << height);
+    const auto samples = RandomSamples<TypeParam>(width, height);
+    BuiltLevels<TypeParam> byRows(width, height, samples), byTiles(width, height, samples, true);
+    ASSERT_TRUE(byRows.IsBuilt() && byTiles.IsBuilt());
+    EXPECT_TRUE(byRows.Bytes() == byTiles.Bytes());
+  }
+}
+
+/// Null samples and classes make images of a native raster other than by means of four.
+class NativeImages : public testing::TestWithParam<std::pair<int, int>> {
+ protected:
+  static constexpr int kWidth = 300, kHeight = 210;
+
+  /// A dataset of a kind of bands over tiny classes, so that null samples are many.
+  void Fill(XRSFile& file, int bandType, double nullValue) {
+    auto samples = RandomSamples<std::uint8_t>(kWidth, kHeight);
+    for (std::uint8_t& sample : samples) sample %= 4;
+    auto& band = AddDirectBand(file, kWidth, kHeight, samples, kTile);
+    band.SetBandType(bandType);
+    band.SetNullValue(nullValue);
+  }
+  /// Saves a part of a dataset as a native raster with images.
+  std::vector<unsigned char> Save(XRSFile& file, const char* name, const zrk::Window& part) {
+    XString err;
+    EXPECT_TRUE(XRSFileIO::SaveFileZRM(&file, folder_.Path(name), 1, part.x0, part.x1, part.y0, part.y1, err, nullptr,
+                                       kCompressionPlain, 0, 1))
+        << err.GetText();
+    return ReadBytes(folder_.Path(name));
+  }
+
+  TempFolder folder_;
+};
+
+/// A native raster is read tile by tile, unless its part begins within a tile; memory is read by rows.
+TEST_P(NativeImages, AreTheSameFromANativeRasterAsFromMemory) {
+  XRSFile memory, native;
+  Fill(memory, GetParam().first, GetParam().second);
+  Save(memory, "all.zrm", {0, kWidth - 1, 0, kHeight - 1});
+  XString err;
+  ASSERT_TRUE(XRSFileIO::LoadFileZRM(&native, folder_.Path("all.zrm"), err, nullptr)) << err.GetText();
+  for (const zrk::Window& part : {zrk::Window{0, kWidth - 1, 0, kHeight - 1}, zrk::Window{32, 250, 48, 200},
+                                  zrk::Window{16, 299, 5, 180}, zrk::Window{7, 250, 16, 209}}) {
+    SCOPED_TRACE(testing::Message() << part.x0 << " " << part.y0);
+    EXPECT_TRUE(Save(memory, "a.zrm", part) == Save(native, "a.zrm", part));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEveryKind, NativeImages,
+                         testing::Values(std::pair(kBandTypeThematic, -1), std::pair(0, 0), std::pair(0, 1000)));
+
+TEST(LevelImages, OfANativeRasterFailWhereItsFileHasBeenCut) {
+  TempFolder folder;
+  XRSFile memory, native;
+  AddDirectBand(memory, 300, 210, RandomSamples<std::uint8_t>(300, 210), kTile);
+  XString err;
+  ASSERT_TRUE(
+      XRSFileIO::SaveFileZRM(&memory, folder.Path("a.zrm"), 1, 0, 299, 0, 209, err, nullptr, kCompressionPlain, 0, 1));
+  ASSERT_TRUE(XRSFileIO::LoadFileZRM(&native, folder.Path("a.zrm"), err, nullptr));
+  std::filesystem::resize_file(folder.Path("a.zrm"), 40000);
+  EXPECT_FALSE(XRSFileIO::CreateFileXLD(&native, folder.Path("a.zrm"), err, kLevelBuild, nullptr));
+  EXPECT_EQ(XString("Fail to read data"), err);
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("a.xld")));
 }
 
 TEST(LevelImages, TakeTheMostFrequentClassBelowTheHalfSizeImage) {

@@ -41,6 +41,20 @@ class XRSFile2XLDTest : public testing::Test {
     const auto bytes = Bytes();
     return std::string(bytes.begin() + TextOffsetOf(bytes), bytes.end());
   }
+  void ExpectNothingLeftWhereAnyWriteFails() {
+    for (int nth = 1; nth < 100; ++nth) {
+      FaultyDisk disk;
+      disk.FailWrite(nth);
+      const zrk::ScopedDisk scoped(disk);
+      if (Save(3)) {
+        EXPECT_GT(nth, 10);
+        return;
+      }
+      ASSERT_EQ(XString("Fail to write Data"), err_) << nth;
+      ASSERT_TRUE(HasLeftNothing()) << nth;
+    }
+    FAIL() << "no end of writes";
+  }
   bool HasLeftNothing() const { return std::filesystem::is_empty(folder_.Path()); }
 
   TempFolder folder_;
@@ -166,20 +180,34 @@ TEST_F(XRSFile2XLDTest, SaysNothingOfAnImageThatIsTooNarrowToBeHalved) {
   EXPECT_TRUE(HasLeftNothing());
 }
 
+TEST_F(XRSFile2XLDTest, LeavesNothingWhereAnyWriteOfTilesFails) {
+  Add(130, 130).ClaimTiles();
+  ExpectNothingLeftWhereAnyWriteFails();
+}
+
 TEST_F(XRSFile2XLDTest, LeavesNothingWhereAnyWriteFails) {
   Add(130, 130);
-  for (int nth = 1; nth < 100; ++nth) {
-    FaultyDisk disk;
-    disk.FailWrite(nth);
-    const zrk::ScopedDisk scoped(disk);
-    if (Save(3)) {
-      EXPECT_GT(nth, 10);
-      return;
-    }
-    ASSERT_EQ(XString("Fail to write Data"), err_) << nth;
-    ASSERT_TRUE(HasLeftNothing()) << nth;
-  }
-  FAIL() << "no end of writes";
+  ExpectNothingLeftWhereAnyWriteFails();
+}
+
+TEST_F(XRSFile2XLDTest, SaysThatABandInTilesCannotBeRead) {
+  DirectMemoryBand& band = Add(130, 130);
+  band.ClaimTiles();
+  band.FailReads();
+  EXPECT_EQ(0, Save(3));
+  EXPECT_EQ(XString("Fail to read data"), err_);
+  EXPECT_TRUE(HasLeftNothing());
+}
+
+TEST_F(XRSFile2XLDTest, KeepsTheOlderFileWhereABuildOfTilesIsStopped) {
+  Add(64, 2000).ClaimTiles();
+  folder_.Write("a.xld", "an older one");
+  PercentKeeper keeper(2);
+  XThread thread(&keeper);
+  EXPECT_EQ(0, Save(3, &thread));
+  EXPECT_TRUE(err_.IsEmpty());
+  EXPECT_EQ(2u, keeper.percents.size());
+  EXPECT_EQ(12u, Bytes().size());
 }
 
 TEST_F(XRSFile2XLDTest, LeavesNothingWhereThereIsNoRoomOrNoSyncOrNoRename) {
@@ -217,10 +245,13 @@ TEST_F(XRSFile2XLDTest, HearsAStopAtEveryStepOfTheShortForm) {
 }
 
 TEST_F(XRSFile2XLDTest, ReportsOneStepForEachBlockOf200RowsOfTheHalfSizeImage) {
-  const auto percentsFor = [](int height, int numBands) {
+  const auto percentsFor = [](int height, int numBands, bool isTiled = false) {
     TempFolder folder;
     XRSFile file;
-    for (int i = 0; i < numBands; ++i) AddDirectBand(file, 32, height, RandomSamples<std::uint8_t>(32, height));
+    for (int i = 0; i < numBands; ++i) {
+      DirectMemoryBand& band = AddDirectBand(file, 32, height, RandomSamples<std::uint8_t>(32, height));
+      if (isTiled) band.ClaimTiles();
+    }
     PercentKeeper keeper;
     XThread thread(&keeper);
     XString err;
@@ -232,6 +263,7 @@ TEST_F(XRSFile2XLDTest, ReportsOneStepForEachBlockOf200RowsOfTheHalfSizeImage) {
   EXPECT_THAT(percentsFor(401, 1), ElementsAre(0));
   EXPECT_THAT(percentsFor(402, 1), ElementsAre(0, 50));
   EXPECT_THAT(percentsFor(802, 2), ElementsAre(0, 16, 33, 50, 66, 83));
+  EXPECT_THAT(percentsFor(802, 2, true), ElementsAre(0, 16, 33, 50, 66, 83));
 }
 
 TEST_F(XRSFile2XLDTest, ReportsThreeStepsForEachBandInTheShortForm) {

@@ -90,7 +90,7 @@ TEST(DtedHeader, ReadsCornersOfDegreesMinutesAndSeconds) {
   const zrk::DtedPlace place = PlaceOf(DtedBuilder().Corners("353000N", "1381515E", "361236N", "1394500E"));
   EXPECT_EQ(35.5f, place.south);
   EXPECT_FLOAT_EQ(138.254167f, place.west);
-  EXPECT_EQ(36.21f, place.north);
+  EXPECT_DOUBLE_EQ(36.21, place.north);
   EXPECT_EQ(139.75f, place.east);
 }
 

@@ -7,7 +7,11 @@
 #include "JpegBuilder.h"
 #include "ReferenceJpeg.h"
 #include "TempFolder.h"
+#include "XFormatId.h"
+#include "XLevelMode.h"
 #include "XLimits.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
 #include "XThread.h"
 #include "ZRMBandXLD.h"
 
@@ -15,6 +19,7 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -397,12 +402,38 @@ TEST_F(ZRMBandJPGFiles, APromiseOfHugePlanesIsHeldAgainstTheFileLength) {
   }
 }
 
+std::size_t CountHeldBytes() {
+  const struct mallinfo2 held = mallinfo2();
+  return held.uordblks + held.hblkhd;
+}
+
 /// 4,000,000 samples: a buffer of that size is there for the result, and no second one for the image.
 TEST_F(ZRMBandJPGFiles, AReadOfAGreyImageHoldsItOnce) {
   JpegChannels image(Write(JpegBuilder().Size(2000, 2000).Grey()));
-  const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+  const std::size_t before = CountHeldBytes();
   ASSERT_NE(nullptr, Read(image.master, 0, 0, 1999, 0, 1999));
-  EXPECT_LT(mallinfo2().uordblks + mallinfo2().hblkhd, before + 6000000);
+  EXPECT_LT(CountHeldBytes(), before + 6000000);
+}
+
+/// Keeps the most that was held at a message.
+class HeldBytes : public XMessageTarget {
+ public:
+  void PostMessage(unsigned, XThread*, long) override { most = std::max(most, CountHeldBytes()); }
+  std::size_t most = 0;
+};
+
+/// 16,000,000 samples, all of which one decoding gives the build. They may be held once, and the half-size rows beside
+/// them, while it goes on and when it has given back what it can.
+TEST_F(ZRMBandJPGFiles, ALevelBuildOfAGreyImageHoldsItOnce) {
+  const std::string path = Write(JpegBuilder().Size(4000, 4000).Grey());
+  XRSFile file;
+  XString err;
+  ASSERT_EQ(1, XRSFileIO::LoadFileRaster(&file, kFormatJPG, path, err, 0, kLevelNone, nullptr)) << err;
+  const std::size_t before = CountHeldBytes();
+  HeldBytes held;
+  XThread thread(&held);
+  ASSERT_EQ(1, XRSFileIO::CreateFileXLD(&file, path, err, kLevelBuild, &thread)) << err;
+  EXPECT_LT(std::max(held.most, CountHeldBytes()), before + 26000000);
 }
 
 TEST_F(ZRMBandJPGFiles, StatisticsOfALargeColourImageKeepSomeRowsOfIt) {

@@ -89,6 +89,14 @@ class Joint : public XJointReader {
   int ReadJointly(std::span<ZRMBand* const>, int, int, int, int, int*, std::span<tagXArr2*>) override { return 0; }
 };
 
+class Tiled : public XTileSource {
+ public:
+  const XEPOT2D* GetTileStore() const override { return &store_; }
+
+ private:
+  XEPOT2D store_;
+};
+
 void MakeTheRest() {
   XRSFile file;
   CheckClass(file, "XRSFile");
@@ -106,6 +114,8 @@ void MakeTheRest() {
   CHECK(target.last == 50);
   const Joint joint;
   CHECK(joint.GetJointSource() == &joint);
+  const Tiled tiled;
+  CHECK(!tiled.GetTileStore()->IsOpen());
   const XCIBframe frame;
   const XCIBtoc table;
   const XWorldFile world;

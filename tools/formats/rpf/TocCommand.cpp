@@ -5,6 +5,7 @@
 
 #include "formats/rpf/TocCommand.h"
 
+#include "CommandLine.h"
 #include "Corners.h"
 #include "formats/rpf/TocFrames.h"
 #include "Job.h"
@@ -214,16 +215,15 @@ const char* const kExamples =
 
 }  // namespace
 
-void AddTocCommand(CLI::App& program, int& status) {
+void AddTocCommand(CommandLine& program) {
   auto options = std::make_shared<Options>();
-  CLI::App* command = program.add_subcommand("toc", "Tell what tables of contents of raster maps hold");
-  command->footer(kExamples);
-  command->add_option("FILE", options->files, "Tables of contents, mostly named A.TOC")->required()->type_name("");
-  CLI::Option* frames = command->add_flag("--frames", options->frames, "List every frame with its file");
-  command->add_flag("--missing", options->missing, "List the frames whose file is not there")->excludes(frames);
-  command->add_flag("--anywhere", options->anywhere,
-                    "Follow paths that lead out of the folder of the table\n"
-                    "of contents, which otherwise are not looked at");
-  command->add_flag("--json", options->json, "Print an array of objects for machines");
-  command->callback([options, &status] { status = Run(*options); });
+  Command command = program.AddCommand("toc", "Tell what tables of contents of raster maps hold", kExamples);
+  command.AddArgument("FILE", options->files, "Tables of contents, mostly named A.TOC");
+  const Option frames = command.AddFlag("--frames", options->frames, "List every frame with its file");
+  command.AddFlag("--missing", options->missing, "List the frames whose file is not there").Exclude(frames);
+  command.AddFlag("--anywhere", options->anywhere,
+                  "Follow paths that lead out of the folder of the table\n"
+                  "of contents, which otherwise are not looked at");
+  command.AddFlag("--json", options->json, "Print an array of objects for machines");
+  command.SetAction([options] { return Run(*options); });
 }

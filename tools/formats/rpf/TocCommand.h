@@ -1,6 +1,6 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+class CommandLine;
 
 /// Declares `zrkio toc`; see commands/Commands.h.
-void AddTocCommand(CLI::App& program, int& status);
+void AddTocCommand(CommandLine& program);

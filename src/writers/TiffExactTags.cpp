@@ -1,0 +1,198 @@
+// What an exact save keeps beside the pixels. TIFF itself has tags for alpha and for some texts. The null value, scale
+// and offset, and all other texts stand in two tags that GDAL has registered: GDAL_NODATA, a number as text, and
+// GDAL_METADATA, a small XML document of items. Most readers of rasters know both.
+//
+// The place goes by the full transform of the first band. It is written as a tie point and a scale where that says it
+// all, and otherwise as the matrix of ModelTransformation.
+
+#include "base/Failure.h"
+#include "geo/GeoKeyHandle.h"
+#include "writers/TiffJob.h"
+#include "writers/TiffTagWriter.h"
+#include "XGeoKeys.h"
+#include "XRSFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <pugixml.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <geotiffio.h>
+#include <xtiffio.h>
+
+namespace zrk {
+namespace {
+
+constexpr ttag_t kMetadataTag = 42112, kNullValueTag = 42113;
+
+void KnowTextTags(TIFF* tiff) {
+  static const TIFFFieldInfo kFields[] = {
+      {kMetadataTag, -1, -1, TIFF_ASCII, FIELD_CUSTOM, true, false, const_cast<char*>("GDALMetadata")},
+      {kNullValueTag, -1, -1, TIFF_ASCII, FIELD_CUSTOM, true, false, const_cast<char*>("GDALNoDataValue")}};
+  TIFFMergeFieldInfo(tiff, kFields, std::size(kFields));
+}
+
+/// The shortest text that is read back as the same number.
+std::string MakeNumber(double value) {
+  if (std::isnan(value)) return "nan";
+  for (int digits = 15; digits <= 17; ++digits) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.*g", digits, value);
+    if (std::stod(text) == value) return text;
+  }
+  return "";
+}
+
+bool AreSame(double a, double b) {
+  return a == b || (std::isnan(a) && std::isnan(b));
+}
+
+/// A file has one null value for all of its bands.
+bool SetNullValue(TIFF* tiff, const TiffJob& job, XString& err) {
+  const double value = job.FirstBand()->GetNullValue();
+  for (int i = 1; i < job.numBands; ++i) {
+    if (!AreSame(job.dataset->GetBandAt(i)->GetNullValue(), value)) {
+      return FailWith(err, "The bands have different null values, and a TIFF file has one for all of them");
+    }
+  }
+  return value == kNotSet || TIFFSetField(tiff, kNullValueTag, MakeNumber(value).c_str()) != 0;
+}
+
+bool HasRole(const TiffJob& job, int band, XColourRole role) {
+  return band < job.numBands && job.dataset->GetBandAt(band)->GetColourRole() == role;
+}
+
+/// The bands that the photometric tag speaks of come first; alpha is one of the others.
+bool SetRoles(TIFF* tiff, const TiffJob& job) {
+  const bool isColour =
+      job.IsColour() || (HasRole(job, 0, kRoleRed) && HasRole(job, 1, kRoleGreen) && HasRole(job, 2, kRoleBlue));
+  const int numColours = isColour ? 3 : 1;
+  if (isColour && !TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB)) return false;
+  std::vector<std::uint16_t> extra;
+  for (int i = numColours; i < job.numBands; ++i) {
+    extra.push_back(HasRole(job, i, kRoleAlpha) ? EXTRASAMPLE_UNASSALPHA : EXTRASAMPLE_UNSPECIFIED);
+  }
+  return extra.empty() || TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, static_cast<int>(extra.size()), extra.data()) != 0;
+}
+
+/// Texts that TIFF has tags of its own for, under the names by which GDAL knows them.
+ttag_t FindTextTag(const std::string& name) {
+  constexpr std::pair<const char*, ttag_t> kTags[] = {{"TIFFTAG_DOCUMENTNAME", TIFFTAG_DOCUMENTNAME},
+                                                      {"TIFFTAG_IMAGEDESCRIPTION", TIFFTAG_IMAGEDESCRIPTION},
+                                                      {"TIFFTAG_SOFTWARE", TIFFTAG_SOFTWARE},
+                                                      {"TIFFTAG_DATETIME", TIFFTAG_DATETIME},
+                                                      {"TIFFTAG_ARTIST", TIFFTAG_ARTIST},
+                                                      {"TIFFTAG_HOSTCOMPUTER", TIFFTAG_HOSTCOMPUTER},
+                                                      {"TIFFTAG_COPYRIGHT", TIFFTAG_COPYRIGHT}};
+  const auto found = std::ranges::find(kTags, name, &std::pair<const char*, ttag_t>::first);
+  return found == std::end(kTags) ? 0 : found->second;
+}
+
+/// The text as XML writes it. GDAL's own files have it so within an item, which is XML already, and its reader takes it
+/// back twice.
+std::string Escape(const std::string& text) {
+  std::string escaped;
+  for (const char each : text) {
+    switch (each) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      default:
+        escaped += each;
+    }
+  }
+  return escaped;
+}
+
+/// Items of the XML document, which is written only where there are some.
+class ItemList {
+ public:
+  void Add(const char* name, int band, const std::string& value) {
+    pugi::xml_node item = list_.append_child("Item");
+    item.append_attribute("name") = name;
+    if (band >= 0) item.append_attribute("sample") = band;
+    item.append_child(pugi::node_pcdata).set_value(Escape(value).c_str());
+    last_ = item;
+  }
+  void AddNumber(const char* name, const char* role, int band, double value) {
+    Add(name, band, MakeNumber(value));
+    last_.append_attribute("role") = role;
+  }
+  void SetDomain(const XString& domain) {
+    if (!domain.IsEmpty()) last_.append_attribute("domain") = domain.GetText();
+  }
+  bool Write(TIFF* tiff) const {
+    if (!list_.first_child()) return true;
+    std::ostringstream text;
+    document_.save(text, "  ", pugi::format_indent | pugi::format_no_declaration);
+    return TIFFSetField(tiff, kMetadataTag, text.str().c_str()) != 0;
+  }
+
+ private:
+  pugi::xml_document document_;
+  pugi::xml_node list_ = document_.append_child("GDALMetadata");
+  pugi::xml_node last_;
+};
+
+bool SetTexts(TIFF* tiff, const TiffJob& job) {
+  ItemList items;
+  for (const tagXMetadataItem& item : job.dataset->GetMetadata()) {
+    const ttag_t tag = item.band < 0 && item.domain.IsEmpty() ? FindTextTag(item.name) : 0;
+    if (tag && TIFFSetField(tiff, tag, item.value.GetText())) continue;
+    items.Add(item.name, item.band, item.value);
+    items.SetDomain(item.domain);
+  }
+  for (int i = 0; i < job.numBands; ++i) {
+    const ZRMBand& band = *job.dataset->GetBandAt(i);
+    if (band.GetGain() == 1.0 && band.GetBias() == 0.0) continue;
+    items.AddNumber("OFFSET", "offset", i, band.GetBias());
+    items.AddNumber("SCALE", "scale", i, band.GetGain());
+  }
+  return items.Write(tiff);
+}
+
+void SetTransform(TIFF* tiff, const double t[6]) {
+  if (t[2] == 0.0 && t[4] == 0.0 && t[1] > 0.0 && t[5] < 0.0) {
+    const double tiePoint[] = {0.0, 0.0, 0.0, t[0], t[3], 0.0}, scale[] = {t[1], -t[5], 0.0};
+    TIFFSetField(tiff, TIFFTAG_GEOTIEPOINTS, 6, tiePoint);
+    TIFFSetField(tiff, TIFFTAG_GEOPIXELSCALE, 3, scale);
+    return;
+  }
+  const double matrix[16] = {t[1], t[2], 0.0, t[0], t[4], t[5], 0.0, t[3], 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0};
+  TIFFSetField(tiff, TIFFTAG_GEOTRANSMATRIX, 16, matrix);
+}
+
+}  // namespace
+
+/// Bands that are missing fail the save later, when they are read.
+bool SetExactTags(TIFF* tiff, const TiffJob& job, XString& err) {
+  KnowTextTags(tiff);
+  if (!SetNullValue(tiff, job, err)) return false;
+  return (SetRoles(tiff, job) && SetTexts(tiff, job)) || FailWith(err, "The tags can't be written");
+}
+
+bool SetExactGeoTags(TIFF* tiff, const TiffJob& job) {
+  const ZRMBand& first = *job.FirstBand();
+  XString wkt;
+  const bool hasSystem = !first.GetSR()->IsEmpty() && first.GetSR()->exportToWkt(wkt) && !wkt.IsEmpty();
+  if (!hasSystem && first.GetCoordinateKind() != kCoordinateWorld) return false;
+  double transform[6];
+  job.GetTransform(transform);
+  SetTransform(tiff, transform);
+  const GeoKeys keys(GTIFNew(tiff));
+  if (!keys) return false;
+  if (hasSystem) XfnGTIFSetFromOGISDefn(keys.get(), wkt);
+  GTIFKeySet(keys.get(), GTRasterTypeGeoKey, TYPE_SHORT, 1, RasterPixelIsArea);
+  return GTIFWriteKeys(keys.get()) != 0;
+}
+
+}  // namespace zrk

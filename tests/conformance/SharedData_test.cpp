@@ -1,0 +1,42 @@
+// Every raster of the shared files equals GDAL's reading, or is refused with a sentence, or is on the list below with
+// its reason. Counts are printed, so that a change of them is seen.
+
+#include "ExactComparison.h"
+#include "TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <iostream>
+#include <map>
+
+namespace {
+
+/// Differences by choice: the file, and why it differs.
+const std::map<std::string, std::string> kDifferences = {};
+
+TEST(SharedData, EqualsGdalOrIsRefusedOrListed) {
+  const std::filesystem::path root = SharedDataDir();
+  if (!std::filesystem::exists(root)) GTEST_SKIP() << "no files at " << root;
+  std::map<Comparison::Outcome, int> counts;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    if (!entry.is_regular_file()) continue;
+    const std::string name = std::filesystem::relative(entry.path(), root).generic_string();
+    const Comparison comparison = CompareWithGdal(entry.path());
+    ++counts[comparison.outcome];
+    if (comparison.outcome == Comparison::kRefused) {
+      EXPECT_NE("", comparison.reason) << name;
+      std::cout << "refused: " << name << ": " << comparison.reason << "\n";
+    }
+    if (comparison.outcome == Comparison::kDifferent) {
+      EXPECT_TRUE(kDifferences.contains(name)) << name << ": " << comparison.reason;
+    } else {
+      EXPECT_FALSE(kDifferences.contains(name)) << name << " is listed and does not differ";
+    }
+  }
+  std::cout << counts[Comparison::kEqual] << " equal, " << counts[Comparison::kDifferent] << " different by choice, "
+            << counts[Comparison::kRefused] << " refused, " << counts[Comparison::kNotForUs] << " not for us\n";
+  EXPECT_GT(counts[Comparison::kEqual], 100);
+}
+
+}  // namespace
