@@ -279,16 +279,14 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
 
 void GroupBuild::Summarize() {
   for (std::size_t i = 0; i < bands_.size(); ++i) {
-    // The first crew that did anything takes in the others. A crew without a stripe has nothing to add.
-    SampleStatistics* all = nullptr;
-    for (Crew& crew : crews_) {
-      if (crew.stripes.empty()) continue;
-      SampleStatistics& part = crew.stripes[i]->statistics;
-      if (all) all->Merge(part);
-      if (!all) all = &part;
+    std::vector<SampleStatistics*> parts;
+    for (const Crew& crew : crews_) {
+      // A crew without a stripe has nothing to add.
+      if (!crew.stripes.empty()) parts.push_back(&crew.stripes[i]->statistics);
     }
-    bands_[i].summary = all->Summarize();
-    if (all->HasHistogram()) bands_[i].histogram = all->GetHistogram();
+    const SampleStatistics& all = MergeAll<SampleStatistics>(parts);
+    bands_[i].summary = all.Summarize();
+    if (all.HasHistogram()) bands_[i].histogram = all.GetHistogram();
   }
 }
 

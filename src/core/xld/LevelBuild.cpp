@@ -10,6 +10,7 @@
 
 #include "base/Failure.h"
 #include "core/level/PyramidStore.h"
+#include "core/model/StripStatistics.h"
 #include "core/native/SaverGroups.h"
 #include "core/xld/LevelFile.h"
 #include "Xepot.h"
@@ -56,20 +57,11 @@ bool AddHistogram(const tagXArr2& data, int dataType, Sums& sums) {
                                sums.maxValue, sums.histogram.data(), INT_MIN, INT_MAX, INT_MIN, INT_MAX, kNotSet);
 }
 
-void SetStatistics(ZRMBand& record, double minValue, double maxValue, double mean, double stdDev,
-                   const std::int64_t* histogram) {
-  record.SetBandMin(minValue);
-  record.SetBandMax(maxValue);
-  record.SetBandMean(mean);
-  record.SetBandStdDev(stdDev);
-  record.SetHistogram(histogram);
-}
-
 /// Takes what is known of a band over, without its statistics, which are those of other pixels.
 void CopyFields(ZRMBand& record, ZRMBand& band) {
   const std::array<std::int64_t, 256> none{};
   record.CloneBand(&band);
-  SetStatistics(record, kNotSet, kNotSet, kNotSet, kNotSet, none.data());
+  SetStatistics(record, {0, kNotSet, kNotSet, kNotSet, kNotSet}, none.data());
 }
 
 /// Whether level data of a band has the shape of the first band's, which is what the level file tells for all bands.
@@ -144,7 +136,8 @@ bool LevelBuild::MeasureBand(int index) {
   ZRMBandEPOT& record = *records_[static_cast<std::size_t>(index)];
   CopyFields(record, *band);
   if (sums.count > 0) {
-    SetStatistics(record, sums.minValue, sums.maxValue, sums.GetMean(), sums.GetStdDev(), sums.histogram.data());
+    SetStatistics(record, {sums.count, sums.minValue, sums.maxValue, sums.GetMean(), sums.GetStdDev()},
+                  sums.histogram.data());
   }
   band->CleanupMemory(1, 1);
   return true;
@@ -188,11 +181,8 @@ bool LevelBuild::BuildPyramids() {
   if (!Check(zrk::BuildPyramids(job))) return false;
   for (std::size_t i = 0; i < records_.size(); ++i) {
     const PyramidBand& built = job.bands[i];
-    const Summary& known = built.summary;
     CopyFields(*records_[i], *built.source);
-    if (known.count > 0) {
-      SetStatistics(*records_[i], known.minValue, known.maxValue, known.mean, known.stdDev, built.histogram.data());
-    }
+    if (built.summary.count > 0) SetStatistics(*records_[i], built.summary, built.histogram.data());
     built.source->CleanupMemory(1, 1);
   }
   return true;
