@@ -2,9 +2,11 @@
 
 #include "base/NewFile.h"
 #include "core/level/PyramidBuild.h"
+#include "core/xld/ImageStamp.h"
 #include "ZRMBandEPOT.h"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 class XRSFile;
@@ -24,6 +26,8 @@ class LevelBuild {
 
  private:
   bool Write(bool wantsPyramids);
+  bool StampImage();
+  bool CheckImage();
   bool MeasureBands();
   bool MeasureBand(int index);
   bool BuildPyramids();
@@ -38,6 +42,7 @@ class LevelBuild {
   XString& err_;
   NewFile output_;
   std::vector<std::unique_ptr<ZRMBandEPOT>> records_;  // of each band, the store and what was measured
+  std::optional<ImageStamp> stamp_;                    // of the image, where the dataset has a file
   std::int64_t end_ = 0;                               // of what is written, in bytes
   bool wasStopped_ = false;
 };
