@@ -3,8 +3,9 @@
 // any of that differs all bytes of the image do.
 //
 // Times have a granularity. A file that was changed just now may be changed again under the same time, so a stamp is
-// taken only when the next change would be seen. The same file is looked at by its name before and after its bytes are
-// read, since it may be replaced meanwhile.
+// taken only when the next change would be seen. A file is looked at by its name before and after it is read, since it
+// may be replaced meanwhile. Levels are stamped when their pixels are written: the disk is busy with these while the
+// processor goes over the bytes.
 
 #include "core/xld/ImageStamp.h"
 
@@ -39,6 +40,34 @@ nanoseconds CountUnsettled(const FileStatus& status) {
   const nanoseconds tick = status.changed % 1'000'000'000 == 0 ? kCoarseTick : kFineTick;
   const nanoseconds age = std::chrono::system_clock::now().time_since_epoch() - nanoseconds(status.changed);
   return std::clamp(tick - age, nanoseconds(0), tick);
+}
+
+/// Sleeps until the times tell of any further change. A file that is being written has the status of no file.
+bool FindSettled(const XString& path, FileStatus& status) {
+  FileStatus later;
+  if (!FindStatus(path, status)) return false;
+  const nanoseconds wait = CountUnsettled(status);
+  if (wait == nanoseconds(0)) return true;
+  std::this_thread::sleep_for(wait);
+  if (!FindStatus(path, later)) return false;
+  if (later != status) status = {};
+  return true;
+}
+
+/// Reads all of a file. Whoever changes it meanwhile leaves a stamp that fits nothing.
+StampResult MakeStamp(const XString& path, const int* cancel, ImageStamp& stamp) {
+  FileStatus before, after;
+  std::shared_ptr<DiskFile> file;
+  stamp = {};
+  const bool isOpen = FindSettled(path, before) && CurrentDisk().Open(path.AsStdString(), {}, file) == 0;
+  if (!isOpen) return StampResult::kUnreadable;
+  if (before.length < 0) return StampResult::kDone;
+  std::uint64_t fingerprint = 0;
+  if (!FingerprintFile(*file, before.length, cancel, fingerprint)) {
+    return XfnIsStopRequested(cancel) ? StampResult::kStopped : StampResult::kUnreadable;
+  }
+  if (FindStatus(path, after) && after == before) stamp = {before, fingerprint};
+  return StampResult::kDone;
 }
 
 XString PathOf(const XRSFile& dataset) {
@@ -82,37 +111,17 @@ int NoteOpenedImage(XRSFile& dataset, const XString& path) {
   return 1;
 }
 
-/// Whoever changes the image while it is read leaves a stamp that fits nothing.
-StampResult MakeStamp(const XString& path, const int* cancel, ImageStamp& stamp) {
-  FileStatus before, after;
-  std::shared_ptr<DiskFile> file;
-  stamp = {};
-  if (!FindStatus(path, before)) return StampResult::kUnreadable;
-  if (const nanoseconds wait = CountUnsettled(before); wait > nanoseconds(0)) std::this_thread::sleep_for(wait);
-  if (!FindStatus(path, before)) return StampResult::kUnreadable;
-  if (CurrentDisk().Open(path.AsStdString(), {}, file) != 0) return StampResult::kUnreadable;
-  std::uint64_t fingerprint = 0;
-  if (!FingerprintFile(*file, before.length, cancel, fingerprint)) {
-    return XfnIsStopRequested(cancel) ? StampResult::kStopped : StampResult::kUnreadable;
-  }
-  if (FindStatus(path, after) && after == before) stamp = {before, fingerprint};
-  return StampResult::kDone;
+std::optional<FileStatus> WatchImage(const XRSFile& dataset) {
+  const FileStatus* const opened = FieldAccess::OpenedStatus(dataset).get();
+  FileStatus now;
+  if (!FindSettled(PathOf(dataset), now)) return opened ? std::optional(FileStatus()) : std::nullopt;
+  return opened && *opened != now ? FileStatus() : now;
 }
 
-StampResult StampImage(XRSFile& dataset, const int* cancel, std::optional<ImageStamp>& stamp) {
-  stamp.reset();
-  const auto& opened = FieldAccess::OpenedStatus(dataset);
-  FileStatus status;
-  const bool isThere = FindStatus(PathOf(dataset), status);
-  if (!isThere && !opened) return StampResult::kDone;
-  stamp.emplace();
-  if (!isThere || (opened && *opened != status)) return StampResult::kDone;
-  return MakeStamp(PathOf(dataset), cancel, *stamp);
-}
-
-bool IsUnchanged(const XRSFile& dataset, const ImageStamp& stamp) {
-  FileStatus status;
-  return FindStatus(PathOf(dataset), status) && status == stamp.status;
+StampResult StampImage(const XRSFile& dataset, const FileStatus& watched, const int* cancel, ImageStamp& stamp) {
+  const StampResult result = MakeStamp(PathOf(dataset), cancel, stamp);
+  if (stamp.status != watched) stamp = {};
+  return result;
 }
 
 bool IsOfImage(const XString& levelFile, std::int64_t textOffset, const XString& text, const XString& path) {

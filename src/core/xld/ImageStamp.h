@@ -14,17 +14,16 @@ namespace zrk {
 /// meanwhile. 1. Throws std::bad_alloc.
 int NoteOpenedImage(XRSFile& dataset, const XString& path);
 
+/// The image of a dataset as it is before its pixels are read; nothing where the dataset has none, as one in memory.
+/// The status of no file where the image is no longer the one that was opened. Waits for some milliseconds where the
+/// image was changed just now, so that a further change will be seen in its times.
+std::optional<FileStatus> WatchImage(const XRSFile& dataset);
+
 enum class StampResult { kDone, kStopped, kUnreadable };
 
-/// Reads all of a file. A file that changes meanwhile, or that was changed just now, leaves the stamp fitting nothing
-/// or takes some milliseconds longer. Throws std::bad_alloc.
-StampResult MakeStamp(const XString& path, const int* cancel, ImageStamp& stamp);
-
-/// Stamps the image of a dataset for a level file. Nothing where it has none, as a dataset in memory. A stamp that fits
-/// nothing where the file is no longer the one that was opened.
-StampResult StampImage(XRSFile& dataset, const int* cancel, std::optional<ImageStamp>& stamp);
-/// Whether the image of the dataset is still as the stamp says, by its length and times.
-bool IsUnchanged(const XRSFile& dataset, const ImageStamp& stamp);
+/// Stamps the image of a dataset when its pixels have been read, which reads all of its file. The stamp fits nothing
+/// where the image has changed since it was watched. Throws std::bad_alloc.
+StampResult StampImage(const XRSFile& dataset, const FileStatus& watched, const int* cancel, ImageStamp& stamp);
 
 /// Whether the level file of that name, with this text at its end, was made of the image as it is now. Equal length and
 /// times suffice. Of other times the fingerprint decides, and they are renewed in the level file where it can be

@@ -103,7 +103,7 @@ bool LevelBuild::Write(bool wantsPyramids) {
   for (int i = 0; i < dataset_.GetNumOfBands(); ++i) records_.push_back(std::make_unique<ZRMBandEPOT>());
   end_ = kLevelHeadBytes;
   const bool isFull = wantsPyramids && dataset_.GetBandAt(0)->GetLevel() >= 1;
-  if (!StampImage() || !(isFull ? BuildPyramids() : MeasureBands()) || !CheckImage()) return false;
+  if (!WritePixels(isFull)) return false;
 
   const XString text = MakeText(isFull ? kCompressionPlain : kCompressionNone);
   const auto whole = FormatLevelHead(end_);
@@ -112,20 +112,21 @@ bool LevelBuild::Write(bool wantsPyramids) {
   return isWritten || Fail("Fail to write Data");
 }
 
-/// The image is stamped before its pixels are read, which brings its bytes into the memory of the system as well.
-bool LevelBuild::StampImage() {
-  const StampResult result = zrk::StampImage(dataset_, thread_ ? thread_->GetStatePtr() : nullptr, stamp_);
-  wasStopped_ = result == StampResult::kStopped;
-  if (result == StampResult::kUnreadable) return Fail(GetSentence(PyramidResult::kReadFailed));
-  return !wasStopped_;
+bool LevelBuild::WritePixels(bool isFull) {
+  watched_ = WatchImage(dataset_);
+  return (isFull ? BuildPyramids() : MeasureBands()) && StampImage();
 }
 
 /// Levels of an image that is changed while they are made may be of neither image. They are given up in the exact
-/// policy. Otherwise they get a stamp that fits nothing.
-bool LevelBuild::CheckImage() {
-  if (!stamp_ || IsUnchanged(dataset_, *stamp_)) return true;
-  stamp_ = ImageStamp();
-  return dataset_.GetReadPolicy() == kReadCompatible || Fail("The image was changed while its levels were made");
+/// policy. Otherwise they keep a stamp that fits nothing.
+bool LevelBuild::StampImage() {
+  if (!watched_) return true;
+  const StampResult result = zrk::StampImage(dataset_, *watched_, thread_ ? thread_->GetStatePtr() : nullptr, stamp_);
+  wasStopped_ = result == StampResult::kStopped;
+  if (wasStopped_) return false;
+  if (result == StampResult::kUnreadable && watched_->length >= 0) return Fail(GetSentence(PyramidResult::kReadFailed));
+  const bool isGivenUp = stamp_.status.length < 0 && dataset_.GetReadPolicy() == kReadExact;
+  return !isGivenUp || Fail("The image was changed while its levels were made");
 }
 
 bool LevelBuild::MeasureBands() {
@@ -220,10 +221,8 @@ XString LevelBuild::MakeText(int compression) {
     CopyDescription(saver, *record);
   }
   CopyDataset(saver, dataset_);
-  if (stamp_) {
-    const FileStatus& image = stamp_->status;
-    saver.WriteLevelImage(image.length, image.modified, image.changed, stamp_->fingerprint);
-  }
+  const FileStatus& image = stamp_.status;
+  if (watched_) saver.WriteLevelImage(image.length, image.modified, image.changed, stamp_.fingerprint);
   return saver.GetXML();
 }
 
