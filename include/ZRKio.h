@@ -47,6 +47,7 @@
 #include "XDib.h"
 #include "Xepot.h"
 #include "XEPOT2D.h"
+#include "XExactStatistics.h"
 #include "XException.h"
 #include "XExport.h"
 #include "XFile.h"

@@ -3,7 +3,21 @@
 
 #include "Dataset.h"
 
+#include "LevelFile.h"
+#include "output/Text.h"
 #include "ZRKio.h"
+
+#include <cstdio>
+
+namespace {
+
+/// The image is read without its levels, which takes longer and gives other pixels on levels above 0.
+void TellStaleLevelFile(const std::string& path) {
+  std::fprintf(stderr, "zrkio: the level file %s is older than its image and isn't used; zrkio levels rebuilds it\n",
+               Printable(LevelFileName(path)).c_str());
+}
+
+}  // namespace
 
 /// A missing file is told first, since no format would be found for it either.
 std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, std::string& err) {
@@ -19,7 +33,10 @@ std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, s
   }
   auto file = std::make_unique<XRSFile>();
   XString reason;
-  if (XfnOpenFile(file.get(), path, reason, &thread)) return file;
+  if (XfnOpenFile(file.get(), path, reason, &thread)) {
+    if (reason == kLevelFileIsStale) TellStaleLevelFile(path);
+    return file;
+  }
   err = reason.AsStdString();
   return nullptr;
 }

@@ -5,6 +5,7 @@
 #include "commands/Commands.h"
 #include "FormatTools.h"
 #include "Interrupt.h"
+#include "XReadPolicy.h"
 #include "XSystem.h"
 #include "ZRKVersion.h"
 
@@ -57,6 +58,7 @@ int Run(int argc, char** argv) {
   for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program);
   AddFormatsCommand(program);
   InstallInterruptHandlers();
+  XfnSetDefaultReadPolicy(kReadExact);
   // A file that another process cuts short is an error to tell, and not the end of the program.
   XfnSetMappedReads(false);
   const int result = program.Run(argc, argv);

@@ -10,6 +10,7 @@
 #include "Dataset.h"
 #include "DatasetView.h"
 #include "Job.h"
+#include "output/ReplacedRaster.h"
 #include "output/Text.h"
 #include "output/TiffTarget.h"
 #include "Window.h"
@@ -129,7 +130,9 @@ bool Convert(const Options& options, XThread& thread, WorkReport& report, std::s
   if (!HasSamplesFor(*format->writer, source.Chosen(), options.bands, err)) return false;
   // The row tells whether a world file belongs to the format.
   const auto write = format->writer->worldFile ? &WriteWithWorldFile : &WriteAlone;
+  const ReplacedRaster replaced(options.output);
   if (!write(source, options, *format, thread, err)) return false;
+  replaced.RemoveLevelFile();
   report.Finish(options.output);
   return true;
 }

@@ -7,6 +7,8 @@
 #include "base/Fence.h"
 #include "core/dispatch/FormatTable.h"
 #include "core/load/Outcome.h"
+#include "core/xld/ImageStamp.h"
+#include "XLevelMode.h"
 #include "XRSFile.h"
 #include "ZRMBand.h"
 
@@ -65,7 +67,9 @@ int LoadRasterBy(const FormatRow* row, const RasterCall& call) {
   if (!call.file) return FailWith(call.err, kNotValidFile);
   if (!row || !row->format.isRaster) return FailWith(call.err, kNotSupportedType);
   const XString refusal = WhyNotLoaded(*row);
-  return refusal.IsEmpty() ? row->loadRaster(call) : FailWith(call.err, refusal);
+  if (!refusal.IsEmpty()) return FailWith(call.err, refusal);
+  if (!Fenced(call.err, [&call] { return NoteOpenedImage(*call.file, call.path); })) return 0;
+  return row->loadRaster(call);
 }
 
 int LoadVectorBy(const FormatRow* row, const VectorCall& call) {
@@ -85,8 +89,8 @@ int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* threa
       row->format.isRaster
           ? zrk::LoadRasterBy(row, {file, path, err, options.calcStatistics, options.levelMode, thread})
           : zrk::LoadVectorBy(row, {.file = file, .path = path, .err = err, .thread = thread, .sr = options.sr});
-  // Loaders leave remarks about level data in `err` also where they succeed.
-  if (isLoaded) err.Empty();
+  // Loaders leave remarks about level data in `err` also where they succeed. Of these only one is for the caller.
+  if (isLoaded && err != kLevelFileIsStale) err.Empty();
   return isLoaded;
 }
 
