@@ -2,9 +2,11 @@
 // function looks at whether the row can do it, and leaves the rest to the row.
 //
 // A load is refused with a sentence in this order: there is no dataset, the format is unknown or of the other kind, a
-// codec is absent, this build has no loader.
+// codec is absent, this build has no loader. The exact policy asks first whether there is a file with any bytes.
 
 #include "base/Fence.h"
+#include "base/ReadError.h"
+#include "core/dispatch/FileCheck.h"
 #include "core/dispatch/FormatTable.h"
 #include "core/load/Outcome.h"
 #include "core/xld/ImageStamp.h"
@@ -61,6 +63,16 @@ XString WhyNotLoaded(const FormatRow& row) {
   return sentence;
 }
 
+/// In the exact policy a load that fails has a reason, also where the loader leaves none that tells anything.
+template <class Call>
+int LoadWithReason(const FormatRow& row, int (*load)(const Call& call), const Call& call) {
+  if (call.file->GetReadPolicy() != kReadExact) return load(call);
+  if (!XfnCheckFile(call.path, call.err)) return 0;
+  if (const int isLoaded = load(call)) return isLoaded;
+  call.err = ExplainFailedLoad(row, call.path, call.err);
+  return 0;
+}
+
 }  // namespace
 
 int LoadRasterBy(const FormatRow* row, const RasterCall& call) {
@@ -69,20 +81,21 @@ int LoadRasterBy(const FormatRow* row, const RasterCall& call) {
   const XString refusal = WhyNotLoaded(*row);
   if (!refusal.IsEmpty()) return FailWith(call.err, refusal);
   if (!Fenced(call.err, [&call] { return NoteOpenedImage(*call.file, call.path); })) return 0;
-  return row->loadRaster(call);
+  return LoadWithReason(*row, row->loadRaster, call);
 }
 
 int LoadVectorBy(const FormatRow* row, const VectorCall& call) {
   if (!call.file) return FailWith(call.err, kNotValidFile);
   if (!row || row->format.isRaster) return FailWith(call.err, kNotSupportedType);
   const XString refusal = WhyNotLoaded(*row);
-  return refusal.IsEmpty() ? row->loadVector(call) : FailWith(call.err, refusal);
+  return refusal.IsEmpty() ? LoadWithReason(*row, row->loadVector, call) : FailWith(call.err, refusal);
 }
 
 }  // namespace zrk
 
 int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread, const tagXOpenOptions& options) {
   if (!file) return FailWith(err, zrk::kNotValidFile);
+  if (file->GetReadPolicy() == kReadExact && !XfnCheckFile(path, err)) return 0;
   const zrk::FormatRow* const row = zrk::FindRowOfFile(path);
   if (!row) return FailWith(err, "The format can't be told from the file's extension or its first bytes");
   const int isLoaded =
@@ -108,7 +121,8 @@ bool XfnIsDecodedWhole(ZRMBand* band) {
 
 /// A band that is not decoded as a whole is ready as it is.
 int XfnDecodeWhole(ZRMBand* band, XThread* thread) {
-  return XfnIsDecodedWhole(band) ? RowOf(band)->decodeWhole(*band, thread) : 1;
+  if (!XfnIsDecodedWhole(band)) return 1;
+  return zrk::ReadPixels([&] { return RowOf(band)->decodeWhole(*band, thread); });
 }
 
 tagXFormatNotes XfnDescribeFormat(ZRMBand* first, bool isVerbose) {
