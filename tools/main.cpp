@@ -40,6 +40,7 @@ const char* const kExamples =
     "  zrkio toc A.TOC --missing\n"
     "  zrkio read earth.jpg --band 1 --window 100,107,200,203\n"
     "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
+    "  zrkio value scene.tif 11.58 48.14 --lonlat\n"
     "\n"
     "The exit status is 0 where all went well, 1 where a file could not be handled,\n"
     "and 2 for a command that makes no sense.\n";
@@ -52,6 +53,7 @@ int Run(int argc, char** argv) {
   AddInfoCommand(program);
   AddBoundsCommand(program);
   AddReadCommand(program);
+  AddValueCommand(program);
   AddViewCommand(program);
   AddLevelsCommand(program);
   AddConvertCommand(program);
