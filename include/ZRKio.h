@@ -39,6 +39,7 @@
 #include "XArray.h"
 #include "XBand.h"
 #include "XBits.h"
+#include "XBlockCache.h"
 #include "XCIBbase.h"
 #include "XCIBframe.h"
 #include "XCIBtoc.h"

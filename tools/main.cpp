@@ -5,10 +5,12 @@
 #include "commands/Commands.h"
 #include "FormatTools.h"
 #include "Interrupt.h"
+#include "XBlockCache.h"
 #include "XReadPolicy.h"
 #include "XSystem.h"
 #include "ZRKVersion.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -16,6 +18,8 @@
 namespace {
 
 constexpr int kFailedJob = 1;
+/// Memory for decoded blocks. A row of tiles across a wide image in colours takes less.
+constexpr std::int64_t kBlockCacheBytes = std::int64_t{256} << 20;
 
 std::string VersionText() {
   std::string text = std::string("zrkio ") + XfnGetVersion();
@@ -63,6 +67,8 @@ int Run(int argc, char** argv) {
   XfnSetDefaultReadPolicy(kReadExact);
   // A file that another process cuts short is an error to tell, and not the end of the program.
   XfnSetMappedReads(false);
+  // Strips and windows that follow each other meet the same blocks, and so do the bands of an image.
+  XfnSetBlockCacheBytes(kBlockCacheBytes);
   const int result = program.Run(argc, argv);
   return FlushOutput() ? result : kFailedJob;
 }
