@@ -74,6 +74,7 @@ class TiffDecoder {
   std::unique_ptr<TiffHandle> handle_;
   std::vector<unsigned char> room_;
   std::vector<unsigned char> planes_;  // of a block whose colours are made
+  bool isTableDoubtful_ = false;       // of blocks, by what libtiff said of it
   int nextBlock_ = -1;                 // where old JPEG goes on; -1 before the first
 };
 
