@@ -131,16 +131,20 @@ bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
   return source_->layout.isExact ? got == numBytes : got >= 0;
 }
 
-/// libtiff's decoder of old JPEG finds its bytes by other tags. A block never lies where the file's head is.
+/// libtiff's decoder of old JPEG finds its bytes by other tags. A block never lies where the file's head is. A table
+/// that has too few entries is filled up with zeros, of which libtiff warns when it first looks into it.
 TiffPresence TiffDecoder::Look(int block, std::int64_t fileBytes) {
   constexpr std::uint64_t kHeadBytes = 8;
   if (source_->layout.tags.compression == COMPRESSION_OJPEG) return TiffPresence::kThere;
   const auto number = static_cast<std::uint32_t>(block);
   int isLost = 0, isOffsetLost = 0;
+  messages_->Watch();
   const std::uint64_t packedBytes = TIFFGetStrileByteCountWithErr(handle_->Get(), number, &isLost);
   const std::uint64_t offset = TIFFGetStrileOffsetWithErr(handle_->Get(), number, &isOffsetLost);
   if (isLost || isOffsetLost) return TiffPresence::kCut;
-  if (packedBytes == 0) return TiffPresence::kMissing;
+  XString warning;
+  isTableDoubtful_ |= messages_->HasDamage(warning);
+  if (packedBytes == 0) return isTableDoubtful_ ? TiffPresence::kCut : TiffPresence::kMissing;
   const std::int64_t numBytes = source_->BytesInFile(block);
   const bool isWhole = source_->isPlain
                            ? packedBytes >= static_cast<std::uint64_t>(numBytes) && FindPlainBlock(block, fileBytes)

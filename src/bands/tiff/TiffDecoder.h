@@ -90,6 +90,7 @@ class TiffDecoder {
   std::vector<unsigned char> room_;
   std::shared_ptr<const BlockRoom> held_;  // of the cache, whose bytes were answered last
   std::vector<unsigned char> planes_;      // of a block whose colours are made
+  bool isTableDoubtful_ = false;           // of blocks, by what libtiff said of it
   int nextBlock_ = -1;                     // where old JPEG goes on; -1 before the first
 };
 

@@ -155,13 +155,6 @@ std::optional<TiffTransform> TransformByTags(const TiffGeoTags& tags) {
   return IfUsable(FromInside({m[3], m[0], m[1], m[7], m[4], m[5]}, shift));
 }
 
-std::optional<TiffTransform> TransformByWorldLines(const WorldLines& lines) {
-  constexpr int kLines = 6;
-  const auto& n = lines.numbers;
-  if (lines.count < kLines) return std::nullopt;
-  return IfUsable(FromInside({n[4], n[0], n[2], n[5], n[1], n[3]}, 0.5));
-}
-
 std::optional<TiffPlace> PlaceByWorldLines(const WorldLines& lines, int width, int height) {
   const double a = lines.numbers[0], d = lines.numbers[3], e = lines.numbers[4], f = lines.numbers[5];
   TiffPlace place{e, f, std::abs(a), std::abs(d)};

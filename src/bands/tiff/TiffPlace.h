@@ -42,8 +42,6 @@ using TiffTransform = std::array<double, 6>;
 /// By the pixel scale and the first tie point, with the signs of the scale, or else by the matrix. Empty where a number
 /// is missing or not finite, and where all pixels would fall on a line.
 std::optional<TiffTransform> TransformByTags(const TiffGeoTags& tags);
-/// By all six lines of a world file, which name the centre of the first pixel. Empty likewise.
-std::optional<TiffTransform> TransformByWorldLines(const WorldLines& lines);
 
 // Each of the following is empty where it can't place the image: a number is missing or is not finite.
 

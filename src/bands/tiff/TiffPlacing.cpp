@@ -5,11 +5,12 @@
 
 #include "base/WorldLines.h"
 #include "XGeoKeys.h"
-#include "XPath.h"
 #include "XSpatialReference.h"
 #include "ZRMBand.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <vector>
 
 namespace zrk {
@@ -62,16 +63,14 @@ void PlaceByWorldLines(ZRMBand& band, const WorldLines& lines) {
   if (!place) return;
   Place(band, *place, kCoordinateWorld);
   band.SetPixelAnchor(kPixelCentre);
-  KeepTransform(band, TransformByWorldLines(lines));
+  KeepTransform(band, TransformOf(lines));
   band.GetSR()->SetCoordinateKind(kReferenceUnknown);
 }
 
 /// The names under which exact reads look for a world file: those of all reads, and others that programs write.
 std::vector<XString> ListAllWorldFiles(const XString& path) {
   std::vector<XString> paths = ListWorldFilesOfTiff(path);
-  const XString stem = XfnGetFileFolder(path) + XfnGetFileTitle(path);
-  for (const char* extension : {".tifw", ".TIFW", ".tiffw", ".TIFFW", ".wld", ".WLD"})
-    paths.push_back(stem + extension);
+  std::ranges::copy(ListWorldFiles(path, ".tfw"), std::back_inserter(paths));
   return paths;
 }
 
@@ -79,7 +78,7 @@ std::vector<XString> ListAllWorldFiles(const XString& path) {
 std::optional<WorldLines> FindUsableWorldLines(const XString& path) {
   for (const XString& name : ListAllWorldFiles(path)) {
     const std::optional<WorldLines> lines = ReadWorldLines(name);
-    if (lines && TransformByWorldLines(*lines)) return lines;
+    if (lines && TransformOf(*lines)) return lines;
   }
   return std::nullopt;
 }

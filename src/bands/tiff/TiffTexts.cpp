@@ -18,6 +18,7 @@
 #include <cmath>
 #include <iterator>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include <pugixml.hpp>
@@ -33,18 +34,18 @@ struct TextTag {
   const char* name;
 };
 
-/// Texts of the standard that tell something about the image.
+/// Texts of the standard that tell something about the image, under the names that other programs show them by.
 constexpr TextTag kTextTags[] = {
-    {TIFFTAG_DOCUMENTNAME, "DocumentName"},
-    {TIFFTAG_IMAGEDESCRIPTION, "ImageDescription"},
-    {TIFFTAG_MAKE, "Make"},
-    {TIFFTAG_MODEL, "Model"},
-    {TIFFTAG_PAGENAME, "PageName"},
-    {TIFFTAG_SOFTWARE, "Software"},
-    {TIFFTAG_DATETIME, "DateTime"},
-    {TIFFTAG_ARTIST, "Artist"},
-    {TIFFTAG_HOSTCOMPUTER, "HostComputer"},
-    {TIFFTAG_COPYRIGHT, "Copyright"},
+    {TIFFTAG_DOCUMENTNAME, "TIFFTAG_DOCUMENTNAME"},
+    {TIFFTAG_IMAGEDESCRIPTION, "TIFFTAG_IMAGEDESCRIPTION"},
+    {TIFFTAG_MAKE, "TIFFTAG_MAKE"},
+    {TIFFTAG_MODEL, "TIFFTAG_MODEL"},
+    {TIFFTAG_PAGENAME, "TIFFTAG_PAGENAME"},
+    {TIFFTAG_SOFTWARE, "TIFFTAG_SOFTWARE"},
+    {TIFFTAG_DATETIME, "TIFFTAG_DATETIME"},
+    {TIFFTAG_ARTIST, "TIFFTAG_ARTIST"},
+    {TIFFTAG_HOSTCOMPUTER, "TIFFTAG_HOSTCOMPUTER"},
+    {TIFFTAG_COPYRIGHT, "TIFFTAG_COPYRIGHT"},
 };
 
 /// The text of a tag up to its first zero; empty without one. Tags that libtiff doesn't know come with their length,
@@ -68,6 +69,21 @@ std::optional<Number> ParseWhole(std::string_view text) {
   Number number{};
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   return error == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+/// Programs write the text of an item as XML, and then that as the text of the XML document.
+XString Unescape(std::string_view text) {
+  constexpr std::pair<std::string_view, char> kEntities[] = {
+      {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}, {"&amp;", '&'}};
+  std::string plain;
+  while (!text.empty()) {
+    const auto* const entity =
+        std::ranges::find_if(kEntities, [text](const auto& each) { return text.starts_with(each.first); });
+    const bool isEntity = entity != std::end(kEntities);
+    plain += isEntity ? entity->second : text.front();
+    text.remove_prefix(isEntity ? entity->first.size() : 1);
+  }
+  return plain;
 }
 
 bool IsExtraAlpha(std::uint16_t kind) {
@@ -159,8 +175,8 @@ TiffItems ParseTiffItems(std::string_view xml) {
     if ((role == "scale" || role == "offset") && sample && number && std::isfinite(*number)) {
       items.numbers.push_back({*sample, role == "scale", *number});
     } else {
-      items.texts.push_back({item.attribute("name").value(), XString(std::string(text)), sample.value_or(-1),
-                             item.attribute("domain").value()});
+      items.texts.push_back(
+          {item.attribute("name").value(), Unescape(text), sample.value_or(-1), item.attribute("domain").value()});
     }
   }
   return items;
@@ -178,7 +194,7 @@ void TellTiffTexts(XRSFile& file) {
   }
   for (const TextTag& each : kTextTags) {
     const std::string_view text = ReadText(tiff, each.tag);
-    if (!text.empty()) file.AddMetadata({each.name, XString(std::string(text)), -1, "TIFF"});
+    if (!text.empty()) file.AddMetadata({each.name, XString(text), -1, {}});
   }
 }
 

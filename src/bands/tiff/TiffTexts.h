@@ -36,7 +36,7 @@ struct TiffItems {
 TiffItems ParseTiffItems(std::string_view xml);
 
 /// Gives the bands of an exact load their gain and bias and the dataset its texts: those of the XML, and those of text
-/// tags under the tags' names in the domain "TIFF". Compatible loads are left as they are.
+/// tags under names such as "TIFFTAG_SOFTWARE". Compatible loads are left as they are.
 void TellTiffTexts(XRSFile& file);
 
 }  // namespace zrk

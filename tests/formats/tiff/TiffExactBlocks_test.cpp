@@ -139,6 +139,14 @@ TEST_F(TiffExactBlocks, TooFewBytesForAPlainBlockFailItsRead) {
   ExpectFailure(image, 0, 0, 19, 8, 8, std::string(kNotWhole) + " at column 0, row 8");
 }
 
+TEST_F(TiffExactBlocks, ATableThatIsTooShortFailsTheReadsOfWhatItLacks) {
+  const auto file = TiffBuilder().Size(20, 20).Strips(4).ByteCounts(3);
+  TiffChannels image(Write(file), kReadExact);
+  ASSERT_TRUE(image.IsOpen()) << image.GetError();
+  EXPECT_EQ(ReferenceOf(file, 0).Read(0, 0, 19, 0, 11), image.Read(0, 0, 0, 19, 0, 11));
+  ExpectFailure(image, 0, 0, 19, 12, 12, std::string(kNotWhole) + " at column 0, row 12");
+}
+
 TEST_F(TiffExactBlocks, AReadErrorFailsTheRead) {
   FaultyDisk disk;
   const zrk::ScopedDisk scope(disk);

@@ -2,7 +2,6 @@
 // places are worked out by hand.
 
 #include "bands/tiff/TiffPlace.h"
-#include "base/WorldLines.h"
 #include "GeoTiffFile.h"
 #include "TempFolder.h"
 #include "XSpatialReference.h"
@@ -17,7 +16,6 @@ namespace {
 
 using testing::ElementsAre;
 using zrk::TransformByTags;
-using zrk::TransformByWorldLines;
 
 constexpr XReadPolicy kPolicies[] = {kReadCompatible, kReadExact};
 
@@ -123,7 +121,7 @@ TEST_F(TiffTransform, OfAQuarterTurnIsKeptInExactReadsAlone) {
 }
 
 TEST_F(TiffTransform, ComesFromWorldFilesOfOtherNamesInExactReadsAlone) {
-  for (const char* name : {"a.tifw", "a.TIFW", "a.tiffw", "a.wld", "a.WLD"}) {
+  for (const char* name : {"a.tifw", "a.TIFW", "a.wld", "a.WLD"}) {
     TempFolder folder;
     folder.Write(name, "2\n0\n0\n-4\n1000\n2000\n");
     folder.Write("a.tif", GeoTiffFile().Build());
@@ -158,7 +156,6 @@ TEST(TiffTransformOfTags, IsNoneWhereColumnsAndRowsLeadAlongOneLine) {
   EXPECT_FALSE(TransformByTags({false, {}, {}, {2, 4, 0, 1, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1}}));
   EXPECT_FALSE(TransformByTags({false, {0, 0, 0, 1, 2, 0}, {10, std::nan(""), 0}, {}}));
   EXPECT_FALSE(TransformByTags({false, {0, 0, 0}, {10, 10, 0}, {}}));
-  EXPECT_FALSE(TransformByWorldLines({{0, 0, 0, -4, 1, 2}, 6}));
 }
 
 }  // namespace

@@ -26,7 +26,8 @@ class TiffTexts : public ExactTiffs {
   static std::vector<std::string> Texts(const XRSFile& file) {
     std::vector<std::string> texts;
     for (const tagXMetadataItem& each : file.GetMetadata()) {
-      texts.push_back(std::to_string(each.band) + ' ' + each.domain.AsStdString() + ' ' + each.name.AsStdString() + '=' + each.value.AsStdString());
+      texts.push_back(std::to_string(each.band) + ' ' + each.domain.AsStdString() + ' ' + each.name.AsStdString() +
+                      '=' + each.value.AsStdString());
     }
     return texts;
   }
@@ -94,8 +95,8 @@ TEST_F(TiffTexts, CompatibleLoadsHaveNone) {
 TEST_F(TiffTexts, TagsGiveTextsUnderTheirNames) {
   XRSFile file;
   Load(file, TiffBuilder().Text(270, "a view").Text(305, "maker").Text(306, "2020:01:02 03:04:05").Text(33432, "us"));
-  EXPECT_THAT(Texts(file), ElementsAre("-1 TIFF ImageDescription=a view", "-1 TIFF Software=maker",
-                                       "-1 TIFF DateTime=2020:01:02 03:04:05", "-1 TIFF Copyright=us"));
+  EXPECT_THAT(Texts(file), ElementsAre("-1  TIFFTAG_IMAGEDESCRIPTION=a view", "-1  TIFFTAG_SOFTWARE=maker",
+                                       "-1  TIFFTAG_DATETIME=2020:01:02 03:04:05", "-1  TIFFTAG_COPYRIGHT=us"));
 }
 
 TEST_F(TiffTexts, OfASampleBesideAPaletteAreOfItsBand) {
@@ -116,6 +117,13 @@ TEST(TiffItems, OfDangerousOrBrokenTextsAreNone) {
   EXPECT_TRUE(ParseTiffItems("<GDALMetadata><Item name=\"a\">b").texts.empty());
   EXPECT_TRUE(ParseTiffItems("<!DOCTYPE x><GDALMetadata><Item name=\"a\">b</Item></GDALMetadata>").texts.empty());
   EXPECT_EQ(1u, ParseTiffItems("<GDALMetadata><Item name=\"a\">b</Item></GDALMetadata>").texts.size());
+}
+
+TEST(TiffItems, HoldTextsThatWereMadeXmlTwice) {
+  const auto items =
+      ParseTiffItems("<GDALMetadata><Item name=\"a\">1 &amp;lt; 2 &amp;amp;lt; &lt;&amp;</Item></GDALMetadata>");
+  ASSERT_EQ(1u, items.texts.size());
+  EXPECT_EQ("1 < 2 &lt; <&", items.texts[0].value.AsStdString());
 }
 
 TEST(TiffItems, ThatAreNoNumbersStayTexts) {

@@ -14,8 +14,9 @@ struct TiffTrial {
 };
 
 /// Opens the bytes twice, and each time reads two corners of some bands. Expects that a refusal has a reason, that both
-/// times end alike, that neither takes long, and, where the address sanitizer is there to watch, that no piece of
-/// memory was asked for that goes beyond the tables of a header and one block of the image.
+/// times end alike, that an exact load as a third is as well-behaved, that neither takes long, and, where the address
+/// sanitizer is there to watch, that no piece of memory was asked for that goes beyond the tables of a header and one
+/// block of the image.
 TiffTrial TryTiff(const std::vector<unsigned char>& bytes);
 
 /// Where the first directory begins; 0 where that is not in the file.
