@@ -42,7 +42,7 @@ struct tagXOpenOptions {
 
 /// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. 1, with `err`
 /// empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail leave no
-/// message: ask the bands what they have. The rest is as `XRSFileIO` tells of its loaders; `thread` may be null.
+/// message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its loaders; `thread` may be null.
 ZRKIO_API int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread = nullptr,
                           const tagXOpenOptions& options = {});
 
