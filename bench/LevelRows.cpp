@@ -13,6 +13,7 @@
 #include "LevelInputs.h"
 #include "LevelLimit.h"
 #include "Rows.h"
+#include "XExactStatistics.h"
 #include "XPath.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
@@ -27,6 +28,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -115,6 +117,27 @@ void BuildByUs(const Picture& picture, int numWorkers) {
   XString err;
   Must(XRSFileIO::CreateFileXLD(file.get(), picture.native, err, kLevelBuild, nullptr), err.AsStdString());
   XfnSetWorkerCount(1);
+}
+
+/// With the histogram, as a level file has it.
+void MeasureByUs(const Picture& picture, int numWorkers) {
+  XfnSetWorkerCount(numWorkers);
+  const std::unique_ptr<XRSFile> file = OpenNative(picture.native);
+  std::vector<ZRMBand*> bands;
+  for (int i = 0; i < file->GetNumOfBands(); ++i) bands.push_back(file->GetBandAt(i));
+  Must(XfnCalcExactStatistics(bands, 1), "no statistics");
+  XfnSetWorkerCount(1);
+}
+
+/// Statistics of all pixels beside the build of a level file, which takes those of the half-size image.
+void AddStatisticsRows(const Picture& picture, std::vector<Row>& rows) {
+  for (const int numWorkers : {1, 2}) {
+    const std::string workers = numWorkers == 1 ? "" : ", 2 workers";
+    rows.push_back({std::string("level_statistics_") + picture.key + "_" + std::to_string(numWorkers),
+                    std::string("statistics of all pixels of ") + picture.title + workers, "its level file, built",
+                    [=] { MeasureByUs(picture, numWorkers); }, [=] { BuildByUs(picture, numWorkers); }, 1, 2.0,
+                    [] { ::sync(); }});
+  }
 }
 
 /// The build beside the floor under it, on one worker and on two.
@@ -308,6 +331,7 @@ void AddLevelRows(const BenchOptions& options, std::vector<Row>& rows) {
   const Picture real = MakePicture(options, "f32", "a float picture", options.side, kReal32, 1);
   for (const Picture& picture : {grey, colour, real}) AddBuildRows(picture, rows);
   for (const Picture& picture : {grey, colour, real}) AddLimitRows(picture, rows);
+  for (const Picture& picture : {grey, colour, real}) AddStatisticsRows(picture, rows);
   AddReadRows(options, grey, rows);
 }
 

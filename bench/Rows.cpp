@@ -157,6 +157,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
     AddJpegRows(options, stem + ".jpg", rows);
   }
   if (wants("tiff")) AddTiffRows(options, rows);
+  if (wants("cache")) AddCacheRows(options, rows);
   if (wants("level")) AddLevelRows(options, rows);
   if (wants("comp")) AddCompressedRows(options, rows);
   if (wants("write")) AddTiffWriteRows(options, rows);

@@ -32,6 +32,8 @@ void AddLevelRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddCompressedRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about TIFF files.
 void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about decoded blocks that are kept.
+void AddCacheRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about writing TIFF files.
 void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about frames of the Raster Product Format.

@@ -110,8 +110,9 @@ class ZRKIO_API XBand : public XObject {
   /// band or a level below 0 or above 30, with the outputs as they were.
   virtual int GetSubsetPos(int level, int x0, int x1, int y0, int y1, int& left, int& right, int& top, int& bottom);
 
-  /// Estimates minimum, maximum, mean and deviation from the coarsest level, and with a nonzero argument the histogram.
-  /// Samples equal to the null value and samples that are not finite are left out.
+  /// Minimum, maximum, mean and deviation, and with a nonzero argument the histogram: estimated from the coarsest
+  /// level, or in the exact policy those of all pixels. Samples equal to the null value and samples that are not finite
+  /// are left out.
   virtual int CalcStatistics(int withHistogram);
   /// With `freeBuffers` nonzero, frees the calling thread's buffers, where free physical memory is at or below 20.0
   /// percent or `force` is nonzero. 1; the base form has nothing to free.

@@ -28,6 +28,10 @@ ZRKIO_API const tagXFormat* XfnFindFormatOfFile(const XString& path);
 /// The format behind a band, by the band's class; null for a band that no format made.
 ZRKIO_API const tagXFormat* XfnFindFormatOfBand(const ZRMBand* band);
 
+/// Whether the path leads to a file that can be opened and has any bytes, whatever its format. 1; or 0 with the reason
+/// in `err`: "No such file", a folder, a device or a pipe, no permission, "The file is empty".
+ZRKIO_API int XfnCheckFile(const XString& path, XString& err);
+
 /// How a file is opened.
 struct tagXOpenOptions {
   int calcStatistics = 0;  ///< see `XRSFileIO::LoadFileRaster`

@@ -21,7 +21,8 @@ class XThread;
 
 namespace zrk {
 struct FieldAccess;
-}
+struct FileStatus;
+}  // namespace zrk
 
 /// One opened dataset: its bands, vector sets and all that is stored about it as a whole.
 ///
@@ -165,6 +166,7 @@ class ZRKIO_API XRSFile : public XObject {
   std::unique_ptr<tagXRadarScene> radarScene_;
   XString name_;
   XString filePath_;
+  std::shared_ptr<const zrk::FileStatus> openedStatus_;  // of the file when it was opened, or null
   int version_ = 0;
   std::vector<std::unique_ptr<ZRMBand>> bands_;
   std::vector<std::unique_ptr<ZRMVand>> vands_;

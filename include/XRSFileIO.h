@@ -6,6 +6,8 @@
 #include "XObList.h"
 #include "XString.h"
 
+#include <cstdint>
+
 class XRSFile;
 class XSpatialReference;
 class XThread;
@@ -143,6 +145,11 @@ class ZRKIO_API XRSFileIO {
   /// another image, and for a dataset whose file has another name than `path`. What the text of such a file brought
   /// into the dataset stays there.
   static int LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
+  /// For whoever has replaced a raster by renaming a new file: removes the level file of the old one, whose length in
+  /// bytes was `oldLength`. A level file that says that it belongs to a file of another length stays, since rasters
+  /// that differ only by their extension share the name. All saves here do it themselves. 1 where no such level file is
+  /// there any more.
+  static int RemoveFileXLD(XString path, std::int64_t oldLength);
   /// Gives the projection in the level file of the dataset another one; pyramids and all else stay.
   static int UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err);
 };

@@ -24,7 +24,7 @@ class ZRKIO_API XWorldFile {
   static int Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y);
 
   /// As above with all six numbers, for any transform that `ZRMBand::GetGeoTransform` gives. The origin of the file is
-  /// the centre of the first pixel.
+  /// the centre of the first pixel. Numbers have more digits where ten would not bring the same number back.
   static int Write(const XString& path, const double transform[6]);
 
   /// The names by which a reader of a TIFF file looks for its world file, in that order; the first that is there

@@ -54,9 +54,10 @@ class ZRKIO_API ZRMBand : public XBand {
   int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1, double cornerX2,
                                double cornerY2, double cornerX3, double cornerY3, int width, int height) override;
   using XBand::GetHighestLevelForTarget;
-  /// Sets minimum, maximum, mean and deviation from the coarsest level, and the histogram where `withHistogram` is
-  /// nonzero. It is an estimate by design. 1; or 0 where that level has no pixel or can't be read, and the old values
-  /// stay. It changes fields, so that no other thread may use them meanwhile.
+  /// Sets minimum, maximum, mean and deviation, and the histogram where `withHistogram` is nonzero. In the exact policy
+  /// they are those of all pixels, see `XfnCalcExactStatistics`. Otherwise they come from the coarsest level, an
+  /// estimate by design. 1; or 0 where that level has no pixel or can't be read, and the old values stay. It changes
+  /// fields, so that no other thread may use them meanwhile.
   int CalcStatistics(int withHistogram) override;
   /// Copies all fields of `source` deeply but its dataset and output store; pixels and level data are not copied. 1,
   /// also for the band itself; 0 for null.

@@ -4,7 +4,14 @@
 
 #include "CommandLine.h"
 
+#include "output/Text.h"
+
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <numeric>
+#include <string_view>
 #include <utility>
 
 #include <CLI/CLI.hpp>
@@ -15,8 +22,8 @@ constexpr int kBadUsage = 2;
 
 template <typename T>
 constexpr bool kIsList = false;
-template <>
-constexpr bool kIsList<std::vector<int>> = true;
+template <typename Number>
+constexpr bool kIsList<std::vector<Number>> = true;
 
 int TellBadUsage(const char* reason) {
   std::fprintf(stderr, "zrkio: %s\nRun zrkio --help for more information.\n", reason);
@@ -27,6 +34,35 @@ int TellBadUsage(const char* reason) {
 template <typename T>
 void CheckRange(CLI::Option& option, T least, T most) {
   option.check(CLI::Range(least, most).description(""));
+  // What is not a number lies neither below a range nor above it.
+  option.check([](const std::string& text) { return std::isnan(std::atof(text.c_str())) ? "a number is wanted" : ""; });
+}
+
+/// How many letters have to be put in, taken out or changed to come from one word to the other.
+std::size_t CountEdits(std::string_view from, std::string_view to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t changed = diagonal + (from[i] == to[j] ? 0 : 1);
+      diagonal = std::exchange(row[j + 1], std::min({row[j] + 1, row[j + 1] + 1, changed}));
+    }
+  }
+  return row.back();
+}
+
+/// As "there is no subcommand infos; did you mean info? There are bounds and info".
+std::string TellNoSubcommand(const std::string& word, const std::vector<std::string>& names) {
+  constexpr std::size_t kMaxEdits = 2;
+  const auto edits = [&](const std::string& name) { return CountEdits(word, name); };
+  const std::string& nearest = *std::ranges::min_element(names, {}, edits);
+  std::string text = "there is no subcommand " + Printable(word);
+  text += edits(nearest) <= kMaxEdits ? "; did you mean " + nearest + "? There are " : ". There are ";
+  for (const std::string& name : names) {
+    text += (&name == &names.front() ? "" : &name == &names.back() ? " and " : ", ") + name;
+  }
+  return text;
 }
 
 }  // namespace
@@ -84,12 +120,14 @@ Option Command::AddOption(const char* names, const char* valueName, T& value, co
 
 template Option Command::AddArgument(const char*, std::string&, const std::string&);
 template Option Command::AddArgument(const char*, std::vector<std::string>&, const std::string&);
+template Option Command::AddArgument(const char*, double&, const std::string&);
 template Option Command::AddOption(const char*, const char*, int&, const std::string&);
 template Option Command::AddOption(const char*, const char*, double&, const std::string&);
 template Option Command::AddOption(const char*, const char*, std::string&, const std::string&);
 template Option Command::AddOption(const char*, const char*, std::optional<int>&, const std::string&);
 template Option Command::AddOption(const char*, const char*, std::optional<double>&, const std::string&);
 template Option Command::AddOption(const char*, const char*, std::vector<int>&, const std::string&);
+template Option Command::AddOption(const char*, const char*, std::vector<double>&, const std::string&);
 
 Option Command::AddFlag(const char* names, bool& value, const std::string& description) {
   return Option(*app_->add_flag(names, value, description));
@@ -117,8 +155,18 @@ Command CommandLine::AddCommand(const char* name, const std::string& description
   return Command(*command, status_);
 }
 
+/// The library that parses would say no more than that it did not expect the word.
+std::string CommandLine::RefuseSubcommand(const std::string& word) const {
+  std::vector<std::string> names;
+  for (const CLI::App* command : app_->get_subcommands(nullptr)) names.push_back(command->get_name());
+  const bool isKnown = word.starts_with('-') || std::ranges::find(names, word) != names.end();
+  return isKnown ? std::string() : TellNoSubcommand(word, names);
+}
+
 /// Help and version end the parsing too, but are no failure.
 int CommandLine::Run(int argc, char** argv) {
+  const std::string refusal = argc > 1 ? RefuseSubcommand(argv[1]) : "";
+  if (!refusal.empty()) return TellBadUsage(refusal.c_str());
   try {
     app_->parse(argc, argv);
   } catch (const CLI::Success& wanted) {

@@ -53,11 +53,11 @@ class Command {
  public:
   Command(CLI::App& app, int& status) : app_(&app), status_(&status) {}
 
-  /// What stands without a name; it is required. T is std::string or a vector of it.
+  /// What stands without a name; it is required. T is double, std::string or a vector of it.
   template <typename T>
   Option AddArgument(const char* name, T& value, const std::string& description);
   /// `valueName` stands for the value in the help. T is int, double or std::string; std::optional of a number, which
-  /// stays empty where the option is not given; or a vector of int, whose numbers are parted by commas.
+  /// stays empty where the option is not given; or a vector of int or double, whose numbers are parted by commas.
   template <typename T>
   Option AddOption(const char* names, const char* valueName, T& value, const std::string& description);
   Option AddFlag(const char* names, bool& value, const std::string& description);
@@ -86,6 +86,8 @@ class CommandLine {
   int Run(int argc, char** argv);
 
  private:
+  std::string RefuseSubcommand(const std::string& word) const;
+
   std::unique_ptr<CLI::App> app_;
   int status_ = 0;
 };

@@ -3,6 +3,7 @@
 
 #include "Corners.h"
 
+#include "Place.h"
 #include "XCoordinateTransformation.h"
 #include "ZRMBand.h"
 
@@ -42,10 +43,9 @@ std::string FormatPoint(const Json& point) {
 
 /// Corners are those of the outer pixels and not the centres, in the order in which they are printed.
 Points CornersOf(const ZRMBand& band) {
+  const Place place(band);
   const double width = band.GetXSize(), height = band.GetYSize();
-  Points corners = {{0.0, 0.0}, {width, 0.0}, {width, height}, {0.0, height}};
-  for (auto& [x, y] : corners) band.ConvPixelToWorldCoord(x, y);
-  return corners;
+  return {place.ToWorld(0.0, 0.0), place.ToWorld(width, 0.0), place.ToWorld(width, height), place.ToWorld(0.0, height)};
 }
 
 Json DescribePoints(const Points& points) {

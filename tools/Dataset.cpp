@@ -3,12 +3,36 @@
 
 #include "Dataset.h"
 
+#include "LevelFile.h"
+#include "Notes.h"
+#include "output/Text.h"
 #include "ZRKio.h"
 
-/// A missing file is told first, since no format would be found for it either.
+#include <cctype>
+#include <cstdio>
+
+namespace {
+
+/// The image is read without its levels, which takes longer and gives other pixels on levels above 0.
+void TellStaleLevelFile(const std::string& path) {
+  std::fprintf(stderr, "zrkio: the level file %s is older than its image and isn't used; zrkio levels rebuilds it\n",
+               Printable(LevelFileName(path)).c_str());
+}
+
+/// The library's sentences begin with a capital, and those of the program stand behind a colon.
+std::string WithoutCapital(std::string sentence) {
+  const bool isWord = sentence.size() > 1 && !std::isupper(static_cast<unsigned char>(sentence[1]));
+  if (isWord) sentence[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(sentence[0])));
+  return sentence;
+}
+
+}  // namespace
+
+/// What is wrong with the file itself is told first, since no format would be found for it either.
 std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, std::string& err) {
-  if (!XFile::Exists(path)) {
-    err = "no such file";
+  XString wrong;
+  if (!XfnCheckFile(path, wrong)) {
+    err = WithoutCapital(wrong.AsStdString());
     return nullptr;
   }
   if (!XfnFindFormatOfFile(path)) {
@@ -19,7 +43,10 @@ std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, s
   }
   auto file = std::make_unique<XRSFile>();
   XString reason;
-  if (XfnOpenFile(file.get(), path, reason, &thread)) return file;
+  if (XfnOpenFile(file.get(), path, reason, &thread)) {
+    if (reason == kLevelFileIsStale && !IsQuiet()) TellStaleLevelFile(path);
+    return file;
+  }
   err = reason.AsStdString();
   return nullptr;
 }
@@ -40,13 +67,19 @@ ZRMBand* FindBand(const XRSFile& file, int number, std::string& err) {
   return band;
 }
 
+std::string WhyNotRead(const std::string& otherwise) {
+  XString reason;
+  return XfnGetLastReadError(reason) ? WithoutCapital(reason.AsStdString()) : otherwise;
+}
+
 /// The decode of a whole image may take longer than what follows. It gets its own share of the percentages, so that the
 /// bar moves from the start.
 bool DecodeAhead(ZRMBand& band, int lastPercent, XThread& thread, std::string& err) {
   if (!XfnIsDecodedWhole(&band)) return true;
   thread.SetPercentRange(0, lastPercent);
+  XfnForgetLastReadError();
   if (!XfnDecodeWhole(&band, &thread)) {
-    err = "the pixels can't be read";
+    err = WhyNotRead();
     return false;
   }
   thread.SetPercentRange(lastPercent, 100);

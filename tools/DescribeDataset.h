@@ -1,6 +1,7 @@
 #pragma once
 
 #include "output/Json.h"
+#include "Statistics.h"
 #include "tagXFormatNotes.h"
 #include "XRSFile.h"
 
@@ -15,5 +16,7 @@ struct DatasetInfo {
   std::vector<tagXFormatNotes> bandNotes;
 };
 
-/// With `isVerbose` also what takes a look at other parts of the file.
-DatasetInfo DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose);
+/// With `isVerbose` also what takes a look at other parts of the file. `sources` are those of the bands' statistics;
+/// bands beyond them have what is stored.
+DatasetInfo DescribeDataset(XRSFile& file, const std::string& path, bool isVerbose,
+                            const std::vector<StatisticsSource>& sources = {});

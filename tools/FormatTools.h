@@ -20,6 +20,7 @@ struct ViewRequest {
   int maxSize = 1024;
   bool hasBands = false;  ///< channels were chosen
   bool isShaded = false;
+  bool hasWindow = false;
 };
 
 struct FormatTools {

@@ -59,6 +59,8 @@ void OnSignal(int signalNumber) {
 }  // namespace
 
 void InstallInterruptHandlers() {
+  // A file that outgrows its limit is a write that fails, as on a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
   struct sigaction action {};
   action.sa_handler = &OnSignal;
   sigemptyset(&action.sa_mask);

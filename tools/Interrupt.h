@@ -6,7 +6,7 @@
 #include <string>
 
 /// From now on SIGINT, SIGTERM and SIGHUP ask the job that runs to stop. A second one, or one between jobs, ends the
-/// program at once.
+/// program at once. SIGXFSZ is ignored, so that a write beyond the limit of a file's size fails.
 void InstallInterruptHandlers();
 
 /// Makes a job stoppable for its own lifetime.

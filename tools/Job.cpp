@@ -4,9 +4,11 @@
 #include "Job.h"
 
 #include "Interrupt.h"
+#include "Notes.h"
 #include "output/Text.h"
 #include "Progress.h"
 #include "XPath.h"
+#include "XReadPolicy.h"
 
 #include <cstdio>
 #include <exception>
@@ -15,15 +17,17 @@
 namespace {
 
 /// Memory that runs out for one file is no reason to leave out the next.
-bool RunFenced(const Work& work, XThread& thread, std::string& err) {
+void RunFenced(const Work& work, XThread& thread, JobResult& result) {
   try {
-    return work(thread, err);
+    result.isDone = work(thread, result.reason);
+  } catch (const BadCommand& error) {
+    result.wasBadCommand = true;
+    result.reason = error.what();
   } catch (const std::bad_alloc&) {
-    err = "out of memory";
+    result.reason = "out of memory";
   } catch (const std::exception& error) {
-    err = error.what();
+    result.reason = error.what();
   }
-  return false;
 }
 
 /// The work posts shares of the whole, and a step may end before its last one.
@@ -38,7 +42,7 @@ JobResult RunVisibly(const std::string& path, const Work& work) {
   XThread thread(&bar);
   const StoppableJob stoppable(thread);
   JobResult result;
-  result.isDone = RunFenced(work, thread, result.reason);
+  RunFenced(work, thread, result);
   if (result.isDone) ReportWhole(thread);
   result.wasStopped = !result.isDone && thread.GetState() != XThread::kStateRun;
   return result;
@@ -47,7 +51,10 @@ JobResult RunVisibly(const std::string& path, const Work& work) {
 }  // namespace
 
 JobResult RunJob(const std::string& path, const Work& work) {
+  // A reason of the file before would mislead.
+  XfnForgetLastReadError();
   JobResult result = RunVisibly(path, work);
+  PrintRemarks(path);
   if (result.isDone) return result;
   // A stop makes reads fail for reasons of their own.
   if (result.wasStopped) result.reason = "stopped";

@@ -3,7 +3,6 @@
 
 #include "LevelFile.h"
 
-#include "Window.h"
 #include "XRSFileIO.h"
 #include "ZRMBandDRIO.h"
 
@@ -41,8 +40,7 @@ void DetachLevelFile(XRSFile& file) {
 }
 
 /// Level data knows its own levels; without it the format answers.
-int FindLevelFor(ZRMBand& band, int width, int height) {
+int FindLevelFor(ZRMBand& band, const Window& window, int width, int height) {
   ZRMBand* levels = FindLevelBand(band);
-  const Window window = WholeOf(band);
   return (levels ? *levels : band).GetHighestLevelForTarget(window.x0, window.x1, window.y0, window.y1, width, height);
 }

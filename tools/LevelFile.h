@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Window.h"
 #include "XRSFile.h"
 #include "ZRMBandXLD.h"
 
@@ -20,6 +21,6 @@ ZRMBandXLD* FindLevelBand(ZRMBand& band);
 /// Takes the level file away from the dataset, which then reads all pixels from the image itself.
 void DetachLevelFile(XRSFile& file);
 
-/// The coarsest level that has a pixel for each of `width` by `height` that the band is drawn on: of its level data,
-/// also where its format has no levels, or its own.
-int FindLevelFor(ZRMBand& band, int width, int height);
+/// The coarsest level that has a pixel for each of `width` by `height` that the window of the band is drawn on: of its
+/// level data, also where its format has no levels, or its own.
+int FindLevelFor(ZRMBand& band, const Window& window, int width, int height);

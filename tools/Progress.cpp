@@ -3,6 +3,7 @@
 
 #include "Progress.h"
 
+#include "Notes.h"
 #include "output/Text.h"
 
 #include <sys/ioctl.h>
@@ -15,6 +16,8 @@ namespace {
 
 /// Short jobs are over before a bar could be read.
 constexpr double kSecondsBeforeShown = 0.5;
+/// How often the terminal is asked for its width while the percentage stays.
+constexpr double kSecondsBetweenLooks = 0.1;
 constexpr long kBarCells = 30;
 
 /// A terminal that does not tell its width is taken to have 80 columns.
@@ -42,25 +45,31 @@ std::string FormatBar(long percent, double seconds) {
 
 }  // namespace
 
-ProgressBar::ProgressBar(std::string title) : title_(std::move(title)), isTerminal_(isatty(STDERR_FILENO)) {}
+ProgressBar::ProgressBar(std::string title)
+    : title_(std::move(title)), isTerminal_(!IsQuiet() && isatty(STDERR_FILENO)) {}
 
 /// The line is wiped, so that it does not stay among the output.
 ProgressBar::~ProgressBar() {
   if (isShown_) std::fputs("\r\033[K", stderr);
 }
 
-/// Each percentage is drawn once, however often it is posted.
+/// Each percentage is drawn once, however often it is posted, unless the terminal has another width by now.
 void ProgressBar::PostMessage(unsigned message, XThread*, long value) {
-  if (message != kXThreadMessage || !isTerminal_ || value == lastPercent_) return;
+  if (message != kXThreadMessage || !isTerminal_) return;
   const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
-  if (seconds < kSecondsBeforeShown) return;
+  const bool isNew = value != lastPercent_;
+  if (seconds < kSecondsBeforeShown || (!isNew && seconds < lastLook_ + kSecondsBetweenLooks)) return;
+  lastLook_ = seconds;
+  const std::size_t width = TerminalWidth();
+  if (!isNew && width == width_) return;
   lastPercent_ = value;
+  width_ = width;
   Draw(std::clamp(value, 0L, 100L), seconds);
 }
 
 /// A line that is too long would wrap and could not be wiped away, so the title gives way to the bar.
 void ProgressBar::Draw(long percent, double seconds) {
-  const std::size_t room = TerminalWidth() - 1;
+  const std::size_t room = width_ - 1;
   const std::string bar = Shortened(FormatBar(percent, seconds), room);
   const std::string title = Shortened(title_, room - bar.size());
   std::fprintf(stderr, "\r%s%s\033[K", title.c_str(), bar.c_str());

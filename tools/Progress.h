@@ -24,5 +24,7 @@ class ProgressBar : public XMessageTarget {
   bool isTerminal_;
   bool isShown_ = false;
   long lastPercent_ = -1;
+  std::size_t width_ = 0;  // of the terminal when the bar was drawn
+  double lastLook_ = 0.0;  // at the width, in seconds from the start
   Clock::time_point start_ = Clock::now();
 };

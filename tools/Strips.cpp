@@ -4,7 +4,9 @@
 
 #include "Strips.h"
 
+#include "Dataset.h"
 #include "LevelFile.h"
+#include "XReadPolicy.h"
 #include "XSystem.h"
 
 #include <algorithm>
@@ -82,6 +84,7 @@ bool StripReader::TakeShape(const tagXArr2& strip, int numRows) {
 
 const tagXArr2* StripReader::ReadNext(XThread& thread, std::string& err) {
   tagXArr2* strip = nullptr;
+  XfnForgetLastReadError();
   const bool isRead = ReadRows(thread.GetStatePtr(), strip);
   if (XfnIsStopRequested(thread.GetStatePtr())) return nullptr;
   const int numRows = CountNextRows();
@@ -90,6 +93,6 @@ const tagXArr2* StripReader::ReadNext(XThread& thread, std::string& err) {
     return strip;
   }
   const bool isTooSmall = (window_.Width() >> level_) == 0 || (window_.Height() >> level_) == 0;
-  err = isTooSmall ? "level " + std::to_string(level_) + " leaves no pixel of the window" : "the pixels can't be read";
+  err = isTooSmall ? "level " + std::to_string(level_) + " leaves no pixel of the window" : WhyNotRead();
   return nullptr;
 }

@@ -5,9 +5,12 @@
 #include "commands/Commands.h"
 #include "FormatTools.h"
 #include "Interrupt.h"
+#include "XBlockCache.h"
+#include "XReadPolicy.h"
 #include "XSystem.h"
 #include "ZRKVersion.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -15,6 +18,8 @@
 namespace {
 
 constexpr int kFailedJob = 1;
+/// Memory for decoded blocks. A row of tiles across a wide image in colours takes less.
+constexpr std::int64_t kBlockCacheBytes = std::int64_t{256} << 20;
 
 std::string VersionText() {
   std::string text = std::string("zrkio ") + XfnGetVersion();
@@ -39,6 +44,7 @@ const char* const kExamples =
     "  zrkio toc A.TOC --missing\n"
     "  zrkio read earth.jpg --band 1 --window 100,107,200,203\n"
     "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
+    "  zrkio value scene.tif 11.58 48.14 --lonlat\n"
     "\n"
     "The exit status is 0 where all went well, 1 where a file could not be handled,\n"
     "and 2 for a command that makes no sense.\n";
@@ -51,14 +57,18 @@ int Run(int argc, char** argv) {
   AddInfoCommand(program);
   AddBoundsCommand(program);
   AddReadCommand(program);
+  AddValueCommand(program);
   AddViewCommand(program);
   AddLevelsCommand(program);
   AddConvertCommand(program);
   for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program);
   AddFormatsCommand(program);
   InstallInterruptHandlers();
+  XfnSetDefaultReadPolicy(kReadExact);
   // A file that another process cuts short is an error to tell, and not the end of the program.
   XfnSetMappedReads(false);
+  // Strips and windows that follow each other meet the same blocks, and so do the bands of an image.
+  XfnSetBlockCacheBytes(kBlockCacheBytes);
   const int result = program.Run(argc, argv);
   return FlushOutput() ? result : kFailedJob;
 }

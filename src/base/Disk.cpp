@@ -18,8 +18,13 @@ DiskFile::~DiskFile() = default;
 Disk::~Disk() = default;
 
 // A disk need not offer what follows. Whoever asks gets along with the refusal: room that can't be counted is taken to
-// be there, and a folder that can't be listed has no names.
+// be there, a file whose times are not known is never the same as before, and a folder that can't be listed has no
+// names.
 int Disk::CountFreeBytes(const std::string&, std::int64_t&) {
+  return ENOTSUP;
+}
+
+int Disk::GetStatus(const std::string&, FileStatus&) {
   return ENOTSUP;
 }
 

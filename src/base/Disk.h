@@ -43,6 +43,15 @@ class DiskFile {
   virtual std::unique_ptr<DiskMap> Map() = 0;
 };
 
+/// The length of a file, and when its bytes and what is known of it were last changed, in nanoseconds since 1970. The
+/// time of the last change can't be set back by a program. A length of -1 is that of no file.
+struct FileStatus {
+  std::int64_t length = -1;
+  std::int64_t modified = 0;
+  std::int64_t changed = 0;
+  friend bool operator==(const FileStatus&, const FileStatus&) = default;
+};
+
 /// How to open a file. Locks are asked for where the file system offers them. One that another holds fails the opening
 /// of a file to be written, or to be had alone; a file that is read is then opened without.
 struct DiskOpen {
@@ -62,6 +71,8 @@ class Disk {
   virtual int Remove(const std::string& path) = 0;
   virtual int SyncFolder(const std::string& folder) = 0;
   virtual bool Exists(const std::string& path) = 0;
+  /// What is known of a regular file without opening it.
+  virtual int GetStatus(const std::string& path, FileStatus& status);
   /// How many bytes the folder of `path` has room for.
   virtual int CountFreeBytes(const std::string& path, std::int64_t& bytes);
   /// The names of what lies in a folder, in no order.

@@ -1,11 +1,13 @@
 #include "base/Parallel.h"
 
+#include "base/ReadError.h"
 #include "XSystem.h"
 
 #include <algorithm>
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -23,7 +25,7 @@ class Crew {
   void Work(int worker) noexcept {
     try {
       for (int index = next_++; index < count_ && isGood_; index = next_++) {
-        if (!work_(index, worker)) isGood_ = false;
+        if (!work_(index, worker)) Fail(worker);
       }
     } catch (...) {
       const std::lock_guard lock(mutex_);
@@ -34,16 +36,26 @@ class Crew {
   // Called when all other workers have ended, so that nothing here needs the lock.
   bool Finish() {
     if (thrown_) std::rethrow_exception(thrown_);
+    AdoptReadError(readError_);
     return isGood_;
   }
 
  private:
+  /// Why a read failed is known on the thread that has read, which is about to end unless it is the caller's.
+  void Fail(int worker) {
+    isGood_ = false;
+    if (worker == 0) return;
+    const std::lock_guard lock(mutex_);
+    if (readError_.empty()) readError_ = CopyReadError();
+  }
+
   int count_;
   const std::function<bool(int, int)>& work_;
   std::atomic<int> next_ = 0;
   std::atomic<bool> isGood_ = true;
   std::mutex mutex_;
   std::exception_ptr thrown_;
+  std::string readError_;
 };
 
 }  // namespace

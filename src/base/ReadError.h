@@ -1,6 +1,7 @@
 #pragma once
 
 #include <new>
+#include <string>
 
 namespace zrk {
 
@@ -32,6 +33,12 @@ class ReadErrand {
   /// Hands the result on. A failure for which no reason was noted has the sentence given.
   int End(int result, const char* reasonOtherwise = "The pixels can't be read") noexcept;
 };
+
+/// The sentence that this thread has noted, or else its last reason; empty where it has neither. For a worker, which
+/// hands it to the thread that waits for it.
+std::string CopyReadError();
+/// Takes over the sentence of a worker: for the read that is under way here, or as the last reason where none is.
+void AdoptReadError(const std::string& sentence) noexcept;
 
 /// Forgets what was noted of a source that was asked in vain, before the next one is asked.
 void ForgetReadError() noexcept;

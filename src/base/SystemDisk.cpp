@@ -169,6 +169,10 @@ bool IsNamed(const std::string& path, const struct stat& file) {
   return ::stat(path.c_str(), &named) == 0 && named.st_dev == file.st_dev && named.st_ino == file.st_ino;
 }
 
+std::int64_t Nanoseconds(const timespec& time) {
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
 class SystemDiskImpl : public Disk {
  public:
   int Open(const std::string& path, const DiskOpen& how, std::shared_ptr<DiskFile>& file) override {
@@ -209,6 +213,14 @@ class SystemDiskImpl : public Disk {
         CheckedMultiply(static_cast<std::int64_t>(status.f_bavail), static_cast<std::int64_t>(status.f_frsize));
     if (!product || *product < 0) return EOVERFLOW;
     bytes = *product;
+    return 0;
+  }
+
+  int GetStatus(const std::string& path, FileStatus& status) override {
+    struct stat found;
+    if (::stat(path.c_str(), &found) != 0) return errno;
+    if (!S_ISREG(found.st_mode)) return EINVAL;
+    status = {found.st_size, Nanoseconds(found.st_mtim), Nanoseconds(found.st_ctim)};
     return 0;
   }
 

@@ -42,6 +42,10 @@ int XfnGetLastReadError(XString& err) {
   return 1;
 }
 
+void XfnForgetLastReadError() {
+  OfThisThread().last.clear();
+}
+
 namespace zrk {
 
 void NoteReadError(const char* sentence) noexcept {
@@ -51,6 +55,20 @@ void NoteReadError(const char* sentence) noexcept {
     reasons.pending = sentence;
   } catch (const std::bad_alloc&) {
   }
+}
+
+std::string CopyReadError() {
+  const Reasons& reasons = OfThisThread();
+  return reasons.pending.empty() ? reasons.last : reasons.pending;
+}
+
+void AdoptReadError(const std::string& sentence) noexcept {
+  if (sentence.empty()) return;
+  Reasons& reasons = OfThisThread();
+  const bool isUnderWay = reasons.depth > 0;
+  if (!isUnderWay) reasons.pending.clear();
+  NoteReadError(sentence.c_str());
+  if (!isUnderWay) reasons.last.swap(reasons.pending);
 }
 
 void ForgetReadError() noexcept {

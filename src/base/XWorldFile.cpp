@@ -3,6 +3,7 @@
 #include "base/NewFile.h"
 #include "base/WorldLines.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -10,23 +11,38 @@
 
 namespace {
 
-/// A number with ten digits behind the point, in a column 30 wide. The digits are written without a locale, so that the
-/// point stays a point. The text has room for the largest number there is.
-std::string MakeLine(double number) {
+/// A number with ten digits behind the point. The digits are written without a locale, so that the point stays a point.
+/// The text has room for the largest number there is.
+std::string WithTenDigits(double number) {
   constexpr int kDigits = 10;
-  constexpr std::size_t kWidth = 30;
   char text[std::numeric_limits<double>::max_exponent10 + kDigits + 4];
   const std::to_chars_result result =
       std::to_chars(std::begin(text), std::end(text), number, std::chars_format::fixed, kDigits);
-  std::string line(text, result.ptr);
-  if (line.size() < kWidth) line.insert(0, kWidth - line.size(), ' ');
-  return line + '\n';
+  return std::string(text, result.ptr);
 }
 
-/// The file is small, but an old one still stays until the new one is whole.
-int WriteLines(const XString& path, std::initializer_list<double> numbers) {
+/// As above where that brings the same number back, and otherwise with as many digits as do.
+std::string WithAllDigits(double number) {
+  std::string text = WithTenDigits(number);
+  double back = 0.0;
+  std::from_chars(text.data(), text.data() + text.size(), back);
+  if (back == number) return text;
+  constexpr int kMaxZeros = -std::numeric_limits<double>::min_exponent10;
+  char digits[kMaxZeros + 2 * std::numeric_limits<double>::max_digits10];
+  const std::to_chars_result result =
+      std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::fixed);
+  return result.ec == std::errc() ? std::string(digits, result.ptr) : text;
+}
+
+/// Numbers stand in a column 30 wide. The file is small, but an old one still stays until the new one is whole.
+int WriteLines(const XString& path, std::initializer_list<double> numbers, std::string (*write)(double number)) {
+  constexpr std::size_t kWidth = 30;
   std::string text;
-  for (const double number : numbers) text += MakeLine(number);
+  for (const double number : numbers) {
+    const std::string line = write(number);
+    text.append(kWidth - std::min(line.size(), kWidth), ' ');
+    text += line + '\n';
+  }
   zrk::NewFile file;
   return file.Begin(path) && file.File().Write(text.data(), static_cast<std::int64_t>(text.size())) && file.Publish();
 }
@@ -49,14 +65,14 @@ bool XWorldFile::Read(const XString& path) {
 
 /// Rows go down while the world goes up, hence the minus of the second size.
 int XWorldFile::Write(const XString& path, double xPixelSize, double yPixelSize, double x, double y) {
-  return WriteLines(path, {xPixelSize, 0.0, 0.0, -yPixelSize, x, y});
+  return WriteLines(path, {xPixelSize, 0.0, 0.0, -yPixelSize, x, y}, &WithTenDigits);
 }
 
 /// The file has the numbers of the columns before those of the rows.
 int XWorldFile::Write(const XString& path, const double transform[6]) {
   const double x = transform[0] + (transform[1] + transform[2]) / 2.0;
   const double y = transform[3] + (transform[4] + transform[5]) / 2.0;
-  return WriteLines(path, {transform[1], transform[4], transform[2], transform[5], x, y});
+  return WriteLines(path, {transform[1], transform[4], transform[2], transform[5], x, y}, &WithAllDigits);
 }
 
 std::vector<XString> XWorldFile::ListNamesForTiff(const XString& path) {

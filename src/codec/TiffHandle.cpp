@@ -71,6 +71,7 @@ void TiffMessages::Note(const char* format, std::va_list arguments) noexcept {
   }
   char text[512];
   std::vsnprintf(text, sizeof text, format, arguments);
+  if (!IsAboutStyle(text)) ++numDamages_;
   const std::lock_guard lock(mutex_);
   try {
     last_ = text;

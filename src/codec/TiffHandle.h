@@ -2,6 +2,7 @@
 
 #include "XString.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdint>
 #include <memory>
@@ -27,12 +28,15 @@ class TiffMessages {
   void Watch() noexcept;
   /// Whether there was one. The first is in `text`.
   bool HasDamage(XString& text) const;
+  /// How many there were.
+  std::int64_t CountDamage() const { return numDamages_; }
 
  private:
   mutable std::mutex mutex_;
   XString last_;
   XString damage_;
   bool hasDamage_ = false;
+  std::atomic<std::int64_t> numDamages_ = 0;
   std::shared_ptr<TiffMessages> ofFile_;
 };
 

@@ -26,8 +26,9 @@ void CopyVectors(const unsigned char* from, std::int64_t fromStride, unsigned ch
                  std::size_t rowBytes, int rows) {
   const hn::ScalableTag<unsigned char> bytes;
   const std::size_t lanes = hn::Lanes(bytes);
+  const int ahead = CountRowsAhead(rowBytes);
   for (int y = 0; y < rows; ++y, from += fromStride, to += toStride) {
-    if (y + kPrefetchRows < rows) PrefetchBytes(from + kPrefetchRows * fromStride, static_cast<std::int64_t>(rowBytes));
+    if (y + ahead < rows) PrefetchBytes(from + ahead * fromStride, static_cast<std::int64_t>(rowBytes));
     for (std::size_t i = 0; i + lanes <= rowBytes; i += lanes) hn::StoreU(hn::LoadU(bytes, from + i), bytes, to + i);
     hn::StoreU(hn::LoadU(bytes, from + rowBytes - lanes), bytes, to + rowBytes - lanes);
   }
@@ -55,7 +56,11 @@ void CopyBlock(const unsigned char* from, std::int64_t fromStride, unsigned char
     HWY_DYNAMIC_DISPATCH(CopyVectors)(from, fromStride, to, toStride, count, rows);
     return;
   }
-  for (int y = 0; y < rows; ++y, from += fromStride, to += toStride) std::memcpy(to, from, count);
+  const int ahead = CountRowsAhead(count);
+  for (int y = 0; y < rows; ++y, from += fromStride, to += toStride) {
+    if (count < kLong && y + ahead < rows) __builtin_prefetch(from + ahead * fromStride);
+    std::memcpy(to, from, count);
+  }
 }
 
 }  // namespace zrk

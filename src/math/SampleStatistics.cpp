@@ -103,9 +103,7 @@ void SampleStatistics::Merge(const SampleStatistics& other) {
 std::vector<std::int64_t> SampleStatistics::GetCounts() const {
   std::vector<std::int64_t> counts = counts_;
   if (counts.size() != 256) return counts;
-  // Pairs are gathered in a copy, since a question must not change what is asked.
-  BytePairCounter bytes = bytes_;
-  std::ranges::transform(counts, bytes.Gather(), counts.begin(), std::plus());
+  std::ranges::transform(counts, bytes_.GetCounts(), counts.begin(), std::plus());
   return counts;
 }
 

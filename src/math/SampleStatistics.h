@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <map>
+#include <span>
 #include <vector>
 
 namespace zrk {
@@ -61,5 +62,12 @@ class HistogramCounter {
   BinScale bins_;
   Histogram histogram_{};
 };
+
+/// Merges what several threads counted into the first of them, which has to be there.
+template <class Counter>
+Counter& MergeAll(std::span<Counter* const> parts) {
+  for (Counter* const part : parts.subspan(1)) parts.front()->Merge(*part);
+  return *parts.front();
+}
 
 }  // namespace zrk

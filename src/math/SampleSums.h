@@ -106,15 +106,18 @@ class BytePairCounter {
     }
     for (; i < count; ++i) ++counts_[bytes[i]];
   }
-  /// Brings what the table of pairs holds to the counts.
-  const ByteCounts& Gather() {
-    for (std::size_t pair = 0; pair < pairs_.size(); ++pair) {
-      counts_[pair & 0xFF] += pairs_[pair];
-      counts_[pair >> 8] += pairs_[pair];
-      pairs_[pair] = 0;
+  /// Takes each half of the pairs by itself: a row of the table has all pairs with one upper half.
+  ByteCounts GetCounts() const {
+    ByteCounts counts = counts_;
+    for (std::size_t first = 0; first < pairs_.size(); first += 256) {
+      std::int64_t rowCount = 0;
+      for (std::size_t low = 0; low < 256; ++low) {
+        counts[low] += pairs_[first + low];
+        rowCount += pairs_[first + low];
+      }
+      counts[first / 256] += rowCount;
     }
-    numPairs_ = 0;
-    return counts_;
+    return counts;
   }
 
  private:
@@ -123,6 +126,12 @@ class BytePairCounter {
   void AddSingles(const unsigned char* bytes, std::size_t count) {
     numSingles_ += count;
     for (std::size_t i = 0; i < count; ++i) ++counts_[bytes[i]];
+  }
+  /// Empties the table of pairs.
+  void Gather() {
+    counts_ = GetCounts();
+    std::ranges::fill(pairs_, 0);
+    numPairs_ = 0;
   }
 
   std::vector<std::uint32_t> pairs_;

@@ -40,4 +40,17 @@ inline void PlaceAsFrame(ZRMBand& band, double ulx, double uly, double xPixelSiz
   band.SetSR(wgs84);
 }
 
+/// Sets the band's transform by the four corners, where these make a rectangle along the axes, since intervals are
+/// rounded in some products. Otherwise it is that of the north-west corner and the intervals.
+inline void PlaceByCorners(ZRMBand& band, const tagCoverageSectionSubheaderRPF& c) {
+  const bool isUpright = c.nwLatitude == c.neLatitude && c.swLatitude == c.seLatitude &&
+                         c.nwLongitude == c.swLongitude && c.neLongitude == c.seLongitude;
+  const double width = c.neLongitude - c.nwLongitude, height = c.nwLatitude - c.swLatitude;
+  const bool areCorners = isUpright && width > 0.0 && height > 0.0;
+  const double xStep = areCorners ? width / XCIBframe::kSide : c.horizontalInterval;
+  const double yStep = areCorners ? height / XCIBframe::kSide : c.verticalInterval;
+  const double transform[6] = {c.nwLongitude, xStep, 0.0, c.nwLatitude, 0.0, -yStep};
+  band.SetGeoTransform(transform);
+}
+
 }  // namespace zrk

@@ -57,6 +57,7 @@ int ZRMBandCADRG::ReadFile(XString path, XString& err, XThread*) {
   const tagCoverageSectionSubheaderRPF& coverage = frame.GetCoverageSec();
   zrk::PlaceAsFrame(*this, coverage.nwLongitude, coverage.nwLatitude, coverage.horizontalInterval,
                     coverage.verticalInterval);
+  zrk::PlaceByCorners(*this, coverage);
   return 1;
 }
 

@@ -64,9 +64,7 @@ int ZRMBandCIB::Open(XString path) {
   const tagCoverageSectionSubheaderRPF& coverage = frame.GetCoverageSec();
   zrk::PlaceAsFrame(*this, ToSingle(coverage.nwLongitude), ToSingle(coverage.nwLatitude),
                     ToSingle(coverage.horizontalInterval), ToSingle(coverage.verticalInterval));
-  const double transform[6] = {coverage.nwLongitude,      coverage.horizontalInterval, 0.0, coverage.nwLatitude, 0.0,
-                               -coverage.verticalInterval};
-  SetGeoTransform(transform);
+  zrk::PlaceByCorners(*this, coverage);
   return 1;
 }
 
@@ -85,6 +83,7 @@ int ZRMBandCIB::OpenExactly(const XString& path, XString& err) {
   const tagCoverageSectionSubheaderRPF& coverage = frame.GetCoverageSec();
   zrk::PlaceAsFrame(*this, coverage.nwLongitude, coverage.nwLatitude, coverage.horizontalInterval,
                     coverage.verticalInterval);
+  zrk::PlaceByCorners(*this, coverage);
   return 1;
 }
 

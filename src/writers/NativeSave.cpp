@@ -16,7 +16,6 @@
 #include "core/native/BandBodies.h"
 #include "core/native/SaverGroups.h"
 #include "writers/BandList.h"
-#include "writers/OutputPath.h"
 #include "writers/Sharpening.h"
 #include "XFile.h"
 #include "XRSFile.h"
@@ -121,6 +120,7 @@ bool NativeSave::HasWindow() const {
 /// saver writes a header without a text when it gets the file.
 bool NativeSave::Begin() {
   if (!HasWindow()) return Fail(GetSentence(PyramidResult::kReadFailed));
+  replaced_ = ReplacedImage(request_.path);
   if (!MayReplace(*request_.dataset, request_.path) || !output_.BeginOrFill(request_.path)) {
     return Fail("Cannot open file to write");
   }
@@ -194,8 +194,9 @@ bool NativeSave::WriteSharpenedBands() {
 /// name.
 bool NativeSave::Finish() {
   CopyDataset(saver_, *request_.dataset);
-  const bool isPublished = saver_.Save() && output_.Publish();
-  return isPublished || Fail("Fail to write Data");
+  if (!saver_.Save() || !output_.Publish()) return Fail("Fail to write Data");
+  replaced_.RemoveLevelFile();
+  return true;
 }
 
 }  // namespace zrk

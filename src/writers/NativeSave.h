@@ -3,6 +3,7 @@
 #include "base/NewFile.h"
 #include "base/Window.h"
 #include "core/level/PyramidBuild.h"
+#include "writers/OutputPath.h"
 #include "XRSFileSaver.h"
 
 #include <ctime>
@@ -67,6 +68,7 @@ class NativeSave {
   const NativeRequest& request_;
   XString& err_;
   std::vector<ZRMBand*> bands_;
+  ReplacedImage replaced_;
   NewFile output_;
   XRSFileSaver saver_;
   std::clock_t ticks_ = 0;

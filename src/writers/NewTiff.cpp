@@ -1,7 +1,6 @@
 #include "writers/NewTiff.h"
 
 #include "base/Checked.h"
-#include "writers/OutputPath.h"
 #include "writers/TiffJob.h"
 #include "writers/TiffTagWriter.h"
 
@@ -28,6 +27,7 @@ bool NeedsBigTiff(const TiffJob& job) {
 /// has begun.
 std::unique_ptr<NewTiff> NewTiff::Begin(const TiffJob& job) {
   auto tiff = std::make_unique<NewTiff>();
+  tiff->replaced_ = ReplacedImage(job.path);
   if (!MayReplace(*job.dataset, job.path) || !tiff->file_.BeginOrFill(job.path)) return nullptr;
   tiff->output_ = TiffOutput::Create(tiff->file_.File().GetDiskFile(), NeedsBigTiff(job));
   return tiff->output_ ? std::move(tiff) : nullptr;
@@ -35,7 +35,9 @@ std::unique_ptr<NewTiff> NewTiff::Begin(const TiffJob& job) {
 
 /// A file whose head is not written yet is no TIFF, and must not take the place of one.
 bool NewTiff::Publish() {
-  return output_->IsFinished() && file_.Publish();
+  if (!output_->IsFinished() || !file_.Publish()) return false;
+  replaced_.RemoveLevelFile();
+  return true;
 }
 
 }  // namespace zrk

@@ -2,6 +2,7 @@
 
 #include "base/NewFile.h"
 #include "codec/TiffOutput.h"
+#include "writers/OutputPath.h"
 
 #include <memory>
 
@@ -16,10 +17,12 @@ class NewTiff {
   static std::unique_ptr<NewTiff> Begin(const TiffJob& job);
 
   TiffOutput& Output() { return *output_; }
-  /// Gives the file its name; false where it is not whole, or can't be brought to the medium.
+  /// Gives the file its name; false where it is not whole, or can't be brought to the medium. The level file of an
+  /// image that it replaces is removed.
   bool Publish();
 
  private:
+  ReplacedImage replaced_;
   NewFile file_;
   std::unique_ptr<TiffOutput> output_;  // writes to the file
 };

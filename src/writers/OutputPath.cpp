@@ -1,6 +1,7 @@
 #include "writers/OutputPath.h"
 
 #include "base/Disk.h"
+#include "core/xld/ImageStamp.h"
 #include "XFile.h"
 #include "XRSFile.h"
 
@@ -11,6 +12,15 @@ namespace zrk {
 bool MayReplace(const XRSFile& dataset, const XString& path) {
   if (CurrentDisk().AreSame(dataset.GetFilePath().AsStdString(), path.AsStdString())) return false;
   return !XFile::Exists(path) || XFile().Open(path, XFile::kReadWrite | XFile::kShareDenyNone);
+}
+
+ReplacedImage::ReplacedImage(const XString& path) : path_(path) {
+  FileStatus status;
+  if (CurrentDisk().GetStatus(path.AsStdString(), status) == 0) length_ = status.length;
+}
+
+void ReplacedImage::RemoveLevelFile() const {
+  RemoveLevelFileOf(path_, length_);
 }
 
 }  // namespace zrk

@@ -1,9 +1,11 @@
 #include "base/ReadError.h"
 
+#include "base/Parallel.h"
 #include "XBand.h"
 #include "XReadPolicy.h"
 
 #include <gtest/gtest.h>
+#include <atomic>
 #include <stdexcept>
 #include <thread>
 
@@ -74,4 +76,40 @@ TEST(ReadError, ABandWithoutPixelsSaysSo) {
   EXPECT_EQ(XString("The band has no pixels"), LastError());
   EXPECT_EQ(0, band.ReadPixel(out, 0, 0));
   EXPECT_EQ(XString("The window is not inside the band"), LastError());
+}
+
+TEST(ReadError, IsForgottenOnRequest) {
+  zrk::ReadPixels([] { return zrk::FailRead("before"); });
+  XfnForgetLastReadError();
+  XString err = "as it was";
+  EXPECT_EQ(0, XfnGetLastReadError(err));
+  EXPECT_EQ(XString("as it was"), err);
+}
+
+/// The second piece of work is another thread's, since the first one waits for it.
+TEST(ReadError, OfAWorkerIsThatOfTheThreadThatWaitsForIt) {
+  XfnForgetLastReadError();
+  std::atomic<bool> hasFailed = false;
+  const auto work = [&](int, int worker) {
+    while (worker == 0 && !hasFailed) std::this_thread::yield();
+    if (worker == 0) return true;
+    zrk::ReadPixels([] { return zrk::FailRead("block 7 can't be decoded"); });
+    hasFailed = true;
+    return false;
+  };
+  EXPECT_FALSE(zrk::ForEachInParallel(2, 2, work));
+  EXPECT_EQ(XString("block 7 can't be decoded"), LastError());
+}
+
+TEST(ReadError, OfAWorkerBelongsToTheReadThatItWorksFor) {
+  std::atomic<bool> hasFailed = false;
+  EXPECT_EQ(0, zrk::ReadPixels([&] {
+              return zrk::ForEachInParallel(2, 2, [&](int, int worker) {
+                while (worker == 0 && !hasFailed) std::this_thread::yield();
+                if (worker != 0) zrk::NoteReadError("strip 3 is cut short");
+                hasFailed = true;
+                return worker == 0;
+              });
+            }));
+  EXPECT_EQ(XString("strip 3 is cut short"), LastError());
 }

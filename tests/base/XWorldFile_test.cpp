@@ -354,6 +354,17 @@ TEST(XWorldFile, HoldsAnyTransformByTheCentreOfTheFirstPixel) {
       std::string(bytes.begin(), bytes.end()));
 }
 
+TEST(XWorldFile, HasEnoughDigitsOfATransformForTheSameNumbers) {
+  const TempFolder folder;
+  constexpr double kSecond = 1.0 / 3600.0;
+  const double transform[6] = {7.0, kSecond, 0.0, 50.0, 0.0, -kSecond};
+  ASSERT_EQ(1, XWorldFile::Write(folder.Path("a.tfw"), transform));
+  XWorldFile file;
+  ASSERT_TRUE(file.Read(folder.Path("a.tfw")));
+  EXPECT_EQ(kSecond, file.XPixelSize());
+  EXPECT_EQ(kSecond, file.YPixelSize());
+}
+
 TEST(XWorldFile, IsRemovedWhereItIsNotWrittenToTheEnd) {
   const TempFolder folder;
   FaultyDisk disk;

@@ -39,6 +39,9 @@ class FaultyDisk : public zrk::Disk {
   int SyncFolder(const std::string& folder) override;
   int CountFreeBytes(const std::string& path, std::int64_t& bytes) override;
   bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
+  int GetStatus(const std::string& path, zrk::FileStatus& status) override {
+    return zrk::SystemDisk().GetStatus(path, status);
+  }
   int ListFolder(const std::string& folder, std::vector<std::string>& names) override;
   int ResolveLinks(const std::string& path, std::string& resolved) override;
   int FollowLink(const std::string& path, std::string& target) override {

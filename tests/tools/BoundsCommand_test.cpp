@@ -134,10 +134,10 @@ TEST_F(ZrkioBounds, AWorldFileGivesCornersInAnUnknownSystem) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(10, 20).Build());
   folder_.Write("a.bmw", "0.5\n0\n0\n-0.25\n100\n200\n");
   const Json json = Bounds(path);
-  EXPECT_EQ(Json::parse("[[100, 200], [105, 200], [105, 195], [100, 195]]"), json["corners"]);
+  EXPECT_EQ(Json::parse("[[99.75, 200.125], [104.75, 200.125], [104.75, 195.125], [99.75, 195.125]]"), json["corners"]);
   EXPECT_TRUE(json["lonLat"].is_null());
   EXPECT_TRUE(json["system"].is_null());
-  EXPECT_THAT(Run({"bounds", path}).out, HasSubstr("  lower left  100, 195\n  system      unknown\n"));
+  EXPECT_THAT(Run({"bounds", path}).out, HasSubstr("  lower left  99.75, 195.125\n  system      unknown\n"));
 }
 
 TEST_F(ZrkioBounds, AFileWithoutPlaceSaysSoAndIsNoFailure) {

@@ -78,7 +78,7 @@ TEST_F(ZrkioConvertTiffPlace, ANewPlaceIsTheOneThatIsRead) {
   folder_.Write("a.bmw", kWorldText);
   folder_.Write("out..tfw", "1\n0\n0\n-1\n0\n0\n");
   EXPECT_EQ(0, Run({"convert", path, out}).exitStatus);
-  EXPECT_EQ(100, Describe(out)["georeference"]["west"]);
+  EXPECT_EQ(99.75, Describe(out)["georeference"]["west"]);
   EXPECT_EQ((Names{"a.bmp", "a.bmw", "out.tfw", "out.tiff"}), ListFiles());
 }
 

@@ -131,8 +131,8 @@ TEST_F(ZrkioConvertTiff, AWindowHasItsOwnPlace) {
         "                  0.0000000000\n"
         "                  0.0000000000\n"
         "               -100.0000000000\n"
-        "             500500.0000000000\n"
-        "                800.0000000000\n",
+        "             500550.0000000000\n"
+        "                750.0000000000\n",
         Text("out.tfw"));
     EXPECT_EQ((Names{"a.tif", "out.tif", "out.tfw"}), ListFiles());
   }
@@ -145,7 +145,9 @@ TEST_F(ZrkioConvertTiff, APlaceInNoKnownSystemStandsInAWorldFile) {
     ASSERT_EQ(0, Run({"convert", path, out, "--window", "10,19,20,27"}).exitStatus);
     EXPECT_EQ((Names{"a.bmp", "a.bmw", name, "out.tfw"}), ListFiles());
     const Json place = Describe(out)["georeference"];
-    EXPECT_EQ(Json::parse("[[105, 195], [110, 195], [110, 193], [105, 193]]"), place["corners"]) << name;
+    EXPECT_EQ(Json::parse("[[104.75, 195.125], [109.75, 195.125], [109.75, 193.125], [104.75, 193.125]]"),
+              place["corners"])
+        << name;
     EXPECT_TRUE(place["system"].is_null());
     std::filesystem::remove(out);
   }
@@ -156,7 +158,7 @@ TEST_F(ZrkioConvertTiff, ReplacesTheFileThatWasThereAndItsPlace) {
   folder_.Write("out.tif", "old");
   folder_.Write("out.tfw", "old");
   ASSERT_EQ(0, Run({"convert", path, Out()}).exitStatus);
-  EXPECT_EQ(100, Describe(Out())["georeference"]["west"]);
+  EXPECT_EQ(99.75, Describe(Out())["georeference"]["west"]);
   std::filesystem::remove(folder_.Path("a.bmw"));
   ASSERT_EQ(0, Run({"convert", path, Out()}).exitStatus);
   EXPECT_TRUE(Describe(Out())["georeference"].is_null());

@@ -112,14 +112,14 @@ TEST(Hillshade, FindsItsStepsFromTheBandAndThePicture) {
   MemoryBand band;
   band.SetSize(200, 100);
   band.SetPixelSize(10.0, 20.0);
-  const GroundSteps metres = FindGroundSteps(band, 50, 25);
+  const GroundSteps metres = FindGroundSteps(band, WholeOf(band), 50, 25);
   EXPECT_EQ(40.0, metres.x);
   EXPECT_EQ(80.0, metres.y);
   EXPECT_FALSE(metres.areDegrees);
   band.GetSR()->SetWellKnownGeogCS("WGS84");
   band.SetPixelSize(0.01, 0.02);
   band.SetUpperLeft(10.0, 50.0);
-  const GroundSteps degrees = FindGroundSteps(band, 100, 50);
+  const GroundSteps degrees = FindGroundSteps(band, WholeOf(band), 100, 50);
   EXPECT_TRUE(degrees.areDegrees);
   EXPECT_DOUBLE_EQ(0.02, degrees.x);
   EXPECT_DOUBLE_EQ(50.0 - 0.02, degrees.topLatitude);
@@ -130,8 +130,8 @@ TEST(Hillshade, TakesPixelsWithoutASizeForOneUnit) {
   band.SetSize(4, 4);
   for (const double size : {0.0, std::numeric_limits<double>::infinity(), kNoHeight}) {
     band.SetPixelSize(size, size);
-    EXPECT_EQ(1.0, FindGroundSteps(band, 4, 4).x);
-    EXPECT_EQ(1.0, FindGroundSteps(band, 4, 4).y);
+    EXPECT_EQ(1.0, FindGroundSteps(band, WholeOf(band), 4, 4).x);
+    EXPECT_EQ(1.0, FindGroundSteps(band, WholeOf(band), 4, 4).y);
   }
 }
 

@@ -100,9 +100,10 @@ TEST_F(ZrkioInfoTiff, WithoutASystemThereIsNoLongitudeAndLatitude) {
   folder_.Write("a.tfw", "0.5\n0\n0\n-0.25\n100\n200\n");
   const auto bytes = GeoTiffFile().Size(10, 20).Build();
   const Json place = Describe(bytes)["georeference"];
-  EXPECT_EQ(Json::parse("[[100, 200], [105, 200], [105, 195], [100, 195]]"), place["corners"]);
+  EXPECT_EQ(Json::parse("[[99.75, 200.125], [104.75, 200.125], [104.75, 195.125], [99.75, 195.125]]"),
+            place["corners"]);
   EXPECT_TRUE(place["lonLat"].is_null());
-  EXPECT_THAT(Print(bytes), HasSubstr("  lower right 105, 195\n"));
+  EXPECT_THAT(Print(bytes), HasSubstr("  lower right 104.75, 195.125\n"));
 }
 
 TEST_F(ZrkioInfoTiff, RowsThatGoNorthHaveTheirLowerCornersThere) {

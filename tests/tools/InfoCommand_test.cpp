@@ -31,10 +31,12 @@ TEST_F(ZrkioInfo, TellsThePlaceOfAWorldFile) {
   folder_.Write("a.bmw", "0.5\n0\n0\n-0.25\n100\n200\n");
   const Json json = Json::parse(Run({"info", "--json", path}).out);
   const Json& place = json[0]["georeference"];
-  EXPECT_EQ((std::vector<double>{100.0, 200.0}), place["upperLeft"]);
+  // A world file names the centre of the first pixel.
+  EXPECT_EQ((std::vector<double>{99.75, 200.125}), place["upperLeft"]);
   EXPECT_EQ((std::vector<double>{0.5, 0.25}), place["pixelSize"]);
-  EXPECT_EQ(105.0, place["east"]);
-  EXPECT_EQ(195.0, place["south"]);
+  EXPECT_EQ((std::vector<double>{99.75, 0.5, 0.0, 200.125, 0.0, -0.25}), place["transform"]);
+  EXPECT_EQ(104.75, place["east"]);
+  EXPECT_EQ(195.125, place["south"]);
   EXPECT_TRUE(place["system"].is_null());
 }
 
@@ -54,9 +56,9 @@ TEST_F(ZrkioInfo, StatisticsThatFailLeaveTheRestToBeTold) {
   std::filesystem::resize_file(path, 54);  // no row is there
   const ProgramResult result = Run({"info", "--json", "--stats", path});
   EXPECT_EQ(1, result.exitStatus);
-  EXPECT_EQ("zrkio: " + path + ": the statistics can't be computed\n", result.err);
+  EXPECT_EQ("zrkio: " + path + ": the pixels can't be read\n", result.err);
   const Json json = Json::parse(result.out)[0];
-  EXPECT_EQ("the statistics can't be computed", json["error"]);
+  EXPECT_EQ("the pixels can't be read", json["error"]);
   EXPECT_EQ(4000, json["width"]);
   EXPECT_TRUE(json["channels"][0]["statistics"].is_null());
 }
@@ -74,15 +76,33 @@ TEST_F(ZrkioInfo, TellsWhetherThereIsALevelFileAndOfWhichKind) {
   EXPECT_NE(std::string::npos, Run({"info", path}).out.find("  levels      in a.xld\n"));
 }
 
-TEST_F(ZrkioInfo, TakesStatisticsFromTheLevelFile) {
-  std::vector<unsigned char> bytes = JpegBuilder().Size(600, 500).Build();
-  const std::string path = Write("a.jpg", bytes);
+TEST_F(ZrkioInfo, TakesStatisticsOfALevelFileAsStoredUnlessAllPixelsAreAskedFor) {
+  const std::string path = Write("a.jpg", JpegBuilder().Size(600, 500).Build());
   Run({"levels", path});
-  bytes.resize(bytes.size() / 2);
-  Write("a.jpg", bytes);
-  const ProgramResult result = Run({"info", "--stats", path});
-  EXPECT_EQ(0, result.exitStatus);
-  EXPECT_NE(std::string::npos, result.out.find("minimum "));
+  const auto source = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> arguments = {"info", "--json", path};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return Json::parse(Run(arguments).out)[0]["channels"][0]["statistics"]["source"];
+  };
+  EXPECT_EQ("stored", source({}));
+  EXPECT_EQ("stored", source({"--stats", "--approximate"}));
+  EXPECT_EQ("allPixels", source({"--stats"}));
+  EXPECT_NE(std::string::npos, Run({"info", path}).out.find(", as stored\n"));
+  EXPECT_NE(std::string::npos, Run({"info", "--stats", path}).out.find(", of all pixels\n"));
+}
+
+/// Every second pixel, as a reduced level takes them, is 10, and there is one of 99 that none of them meets.
+TEST_F(ZrkioInfo, StatisticsAreOfAllPixelsUnlessApproximateOnesAreWanted) {
+  const auto pixel = [](int x, int y) { return x == 301 && y == 301 ? 99u : x % 2 || y % 2 ? 20u : 10u; };
+  const std::string path = Write("a.bmp", BmpBuilder().Size(1200, 1200).Pixel(pixel).Build());
+  const Json exact = Json::parse(Run({"info", "--json", "--stats", path}).out)[0]["channels"][2]["statistics"];
+  EXPECT_EQ(99.0, exact["max"]);
+  EXPECT_EQ(0, exact["level"]);
+  const ProgramResult quick = Run({"info", "--json", "--stats", "--approximate", path});
+  EXPECT_EQ(0, quick.exitStatus) << quick.err;
+  const Json statistics = Json::parse(quick.out)[0]["channels"][2]["statistics"];
+  EXPECT_EQ(statistics["level"] == 0 ? "allPixels" : "level", statistics["source"]);
+  EXPECT_EQ(2, Run({"info", "--approximate", path}).exitStatus);
 }
 
 TEST_F(ZrkioInfo, TellsTheLevelsOfNativeRastersAndWhetherTheyAreCompressed) {

@@ -22,9 +22,10 @@ class Zrkio : public testing::Test {
     arguments.insert(arguments.begin(), ZRK_PROGRAM);
     return RunProgram(arguments, options);
   }
-  static ProgramResult RunAtTerminal(std::vector<std::string> arguments, const Typist& typist = {}) {
+  static ProgramResult RunAtTerminal(std::vector<std::string> arguments, const Typist& typist = {},
+                                     const Resizer& resizer = {}) {
     arguments.insert(arguments.begin(), ZRK_PROGRAM);
-    return RunOnTerminal(arguments, typist);
+    return RunOnTerminal(arguments, typist, resizer);
   }
   std::string Write(const std::string& name, const std::vector<unsigned char>& bytes) {
     folder_.Write(name, bytes);
@@ -53,9 +54,10 @@ class Zrkio : public testing::Test {
     for (const auto& each : std::filesystem::directory_iterator(folder_.Path())) names.insert(each.path().filename());
     return names;
   }
-  /// For a child: writes beyond some bytes of a file fail.
+  /// For a child: writes beyond some bytes of a file end the program by a signal, unless that is ignored; then they
+  /// fail.
   static void LimitFileSize() {
-    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_DFL);
     const rlimit limit{10000, 10000};
     setrlimit(RLIMIT_FSIZE, &limit);
   }

@@ -44,6 +44,40 @@ TEST_F(ZrkioProgress, ALongNameGivesWayToTheBar) {
   EXPECT_NE(std::string::npos, lastLine.find("n... ["));
 }
 
+TEST_F(ZrkioProgress, TheBarFitsATerminalThatBecomesNarrower) {
+  const std::string path = WriteHuge("huge.bmp", 60000);
+  std::size_t resizedAt = std::string::npos;
+  bool hasTyped = false;
+  const auto isDrawnAnew = [&](const std::string& shown) {
+    return resizedAt != std::string::npos && shown.find("\033[K", resizedAt + 200) != std::string::npos;
+  };
+  const ProgramResult result = RunAtTerminal(
+      {"view", path, "-o", folder_.Path("out.png")},
+      [&](const std::string& shown) { return !hasTyped && isDrawnAnew(shown) && (hasTyped = true) ? "\x03" : ""; },
+      [&](const std::string& shown) {
+        if (resizedAt != std::string::npos || shown.find(" left\033[K") == std::string::npos) return 0;
+        resizedAt = shown.size();
+        return 30;
+      });
+  ASSERT_NE(std::string::npos, resizedAt) << result.out;
+  // A line that was under way may still be of the old width.
+  std::size_t line = result.out.find('\r', result.out.find("\033[K", resizedAt));
+  ASSERT_NE(std::string::npos, line);
+  for (std::size_t end; (end = result.out.find("\033[K", line)) != std::string::npos;) {
+    EXPECT_LT(end - line - 1, 30u) << result.out.substr(line, end - line);
+    line = std::min(result.out.find('\r', end), result.out.size());
+  }
+  EXPECT_EQ("zrkio: " + path + ": stopped\r\n", WhatStays(result.out));
+}
+
+TEST_F(ZrkioProgress, QuietWorkShowsNone) {
+  const std::string path = WriteHuge("huge.bmp", 60000);
+  const ProgramResult result =
+      RunAtTerminal({"view", path, "--quiet", "--bands", "1", "--max-size", "64", "-o", folder_.Path("out.png")});
+  EXPECT_EQ(0, result.exitStatus);
+  EXPECT_EQ("", result.out);
+}
+
 TEST_F(ZrkioProgress, WorkThatIsDoneEndsAt100) {
   const std::string path = WriteHuge("huge.bmp", 60000);
   const ProgramResult result = RunAtTerminal({"view", path, "--max-size", "64", "-o", folder_.Path("out.png")});

@@ -21,7 +21,8 @@ class QuickLook : public testing::Test {
     EXPECT_TRUE(output.Open(path, "", err_));
     PngWriter png(output);
     XThread thread;
-    if (!WriteQuickLook(bands, shape, look, png, thread, err_) || !output.Commit(err_)) return {};
+    if (!WriteQuickLook({bands, WholeOf(*bands.front()), look}, shape, png, thread, err_) || !output.Commit(err_))
+      return {};
     return DecodePng(path);
   }
   static void SetStatistics(ZRMBand& band, double min, double max, double mean, double deviation) {

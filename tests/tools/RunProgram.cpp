@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <csignal>
@@ -67,7 +68,7 @@ ProgramResult RunProgram(const std::vector<std::string>& command, const ProgramO
   return result;
 }
 
-ProgramResult RunOnTerminal(const std::vector<std::string>& command, const Typist& typist) {
+ProgramResult RunOnTerminal(const std::vector<std::string>& command, const Typist& typist, const Resizer& resizer) {
   int terminal = -1;
   const winsize size{24, 80, 0, 0};
   const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
@@ -80,6 +81,9 @@ ProgramResult RunOnTerminal(const std::vector<std::string>& command, const Typis
   char buffer[4096];
   for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;) {
     result.out.append(buffer, static_cast<std::size_t>(got));
+    const int columns = resizer ? resizer(result.out) : 0;
+    const winsize wanted{24, static_cast<unsigned short>(columns), 0, 0};
+    if (columns > 0) ::ioctl(terminal, TIOCSWINSZ, &wanted);
     const std::string keys = typist ? typist(result.out) : "";
     if (!keys.empty() && ::write(terminal, keys.data(), keys.size()) < 0) break;
   }

@@ -24,5 +24,10 @@ ProgramResult RunProgram(const std::vector<std::string>& command, const ProgramO
 /// Given all that the terminal has shown so far, answers what is typed now.
 using Typist = std::function<std::string(const std::string& shown)>;
 
+/// Given all that the terminal has shown so far, answers how many columns it has from now on, or 0 to leave it as it
+/// is.
+using Resizer = std::function<int(const std::string& shown)>;
+
 /// Runs a program on a terminal of its own, of 80 columns; `out` is all that it was shown, `err` stays empty.
-ProgramResult RunOnTerminal(const std::vector<std::string>& command, const Typist& typist = {});
+ProgramResult RunOnTerminal(const std::vector<std::string>& command, const Typist& typist = {},
+                            const Resizer& resizer = {});

@@ -123,6 +123,24 @@ TEST(StripReader, EndsWhereRowsThatAreDecodedTogetherDo) {
   EXPECT_EQ((std::vector<int>{30, 400, 800, 1200, 1600, 2000, 2400}), band.firstRows);
 }
 
+TEST(StripReader, ALevelHasTheSamePixelsWhereverStripsAreCut) {
+  const Window window{5, 60, 3, 1990};
+  for (const int together : {1, 7, 100, 511}) {
+    TiledBand band(together);
+    band.SetRamp<std::int32_t>(61, 2000);
+    for (const int level : {1, 2, 3, 4}) {
+      int numStrips = 0;
+      const std::vector<std::int32_t> samples = ReadAll<std::int32_t>(band, level, window, numStrips);
+      const int width = window.Width() >> level, height = window.Height() >> level;
+      ASSERT_EQ(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), samples.size());
+      for (int i = 0; i < width * height; ++i) {
+        const int x = 5 + ((i % width) << level), y = 3 + ((i / width) << level);
+        ASSERT_EQ(x + 100 * y, samples[static_cast<std::size_t>(i)]) << level << " of " << together;
+      }
+    }
+  }
+}
+
 class LevelStrips : public testing::Test {
  protected:
   /// Odd sizes, so that pixels of the level data are a little more than twice as large.

@@ -84,8 +84,8 @@ TEST_F(ZrkioView, LevelsShowWhatTheImageDoes) {
 TEST_F(ZrkioView, ThePictureIsNeverPutInPlaceOfTheImage) {
   const std::vector<unsigned char> bytes = BmpBuilder().Build();
   const std::string path = Write("a.bmp", bytes);
-  std::filesystem::create_symlink(path, folder_.Path("link.bmp"));
-  const ProgramResult result = Run({"view", path, "-o", folder_.Path("link.bmp")});
+  std::filesystem::create_symlink(path, folder_.Path("link.png"));
+  const ProgramResult result = Run({"view", path, "-o", folder_.Path("link.png")});
   EXPECT_EQ(1, result.exitStatus);
   EXPECT_EQ("zrkio: " + path + ": the output would take the place of this file\n", result.err);
   EXPECT_EQ(bytes, ReadBytes(path));

@@ -246,4 +246,29 @@ TEST(OldNativeRaster, SurvivesAWindowThatIsNone) {
   }
 }
 
+/// A dataset without bands, and bands that are no outputs of a sharpening.
+TEST(OldNativeRaster, SurvivesBandsThatCannotBeSaved) {
+  TempFolder folder;
+  const std::string path = folder.Path("a.zrm");
+  folder.Write("a.zrm", "good");
+  XRSFile none, plain;
+  for (int i = 0; i < 3; ++i) AddDirectBand(plain, 20, 20, RandomSamples<std::uint8_t>(20, 20));
+  XRSFile2ZRM writer;
+  for (XRSFile* file : {&none, &plain}) {
+    XString err;
+    writer.SetXRSFile(file);
+    EXPECT_EQ(0, writer.SaveZRMBandImageSharpen(path, 0, 0, 19, 0, 19, 0, err, nullptr));
+    EXPECT_FALSE(err.IsEmpty());
+    EXPECT_EQ(4u, ReadBytes(path).size());
+  }
+  for (const int mode : {0, 3}) {
+    XString err;
+    writer.SetXRSFile(&none);
+    EXPECT_EQ(0, writer.Save(path, 0, 0, 19, 0, 19, mode, 0.0, err, nullptr));
+    EXPECT_EQ("No Band found", err);
+    EXPECT_EQ(4u, ReadBytes(path).size());
+  }
+  EXPECT_FALSE(XFile::Exists(path + "_tmp"));
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "CommandLine.h"
 #include "commands/Commands.h"
+#include "commands/SharedOptions.h"
 #include "Corners.h"
 #include "Dataset.h"
 #include "Job.h"
@@ -116,5 +117,6 @@ void AddBoundsCommand(CommandLine& program) {
   Command command = program.AddCommand("bounds", "Tell where the corners of rasters are", kExamples);
   command.AddArgument("FILE", options->files, "Raster files");
   command.AddFlag("--json", options->json, "Print an array of objects for machines");
+  AddQuietOption(command);
   command.SetAction([options] { return Run(*options); });
 }

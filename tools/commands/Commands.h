@@ -7,6 +7,7 @@ class CommandLine;
 void AddInfoCommand(CommandLine& program);
 void AddBoundsCommand(CommandLine& program);
 void AddReadCommand(CommandLine& program);
+void AddValueCommand(CommandLine& program);
 void AddViewCommand(CommandLine& program);
 void AddLevelsCommand(CommandLine& program);
 void AddConvertCommand(CommandLine& program);

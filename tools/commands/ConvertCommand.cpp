@@ -10,13 +10,17 @@
 #include "Dataset.h"
 #include "DatasetView.h"
 #include "Job.h"
+#include "Notes.h"
+#include "output/ReplacedRaster.h"
 #include "output/Text.h"
 #include "output/TiffTarget.h"
+#include "Place.h"
 #include "Window.h"
 #include "WorkReport.h"
 #include "WritableFormats.h"
 #include "XFormatTable.h"
 #include "XPath.h"
+#include "XReadPolicy.h"
 
 #include <climits>
 #include <cmath>
@@ -33,7 +37,7 @@ constexpr int kMaxLevels = 30;
 struct Options {
   std::string input;
   std::string output;
-  std::vector<int> window;
+  WindowRequest window;
   std::vector<int> bands;
   std::optional<int> levels;
   std::optional<double> maxError;
@@ -65,15 +69,28 @@ std::int64_t CountSampleBytes(const XRSFile& file, const Window& window) {
   return count;
 }
 
+/// Writers place an image by the corner of its first pixel, also where the format of the input names the centre.
+void PlaceByCorner(XRSFile& file) {
+  for (int i = 0; i < file.GetNumOfBands(); ++i) {
+    ZRMBand& band = *file.GetBandAt(i);
+    const Place place(band);
+    if (band.GetPixelAnchor() == kPixelCorner || place.IsTurned()) continue;
+    band.SetUpperLeft(place.GetTransform()[0], place.GetTransform()[3]);
+    band.SetPixelAnchor(kPixelCorner);
+  }
+}
+
 /// The window has to lie within the first band that is chosen.
 bool Open(const Options& options, Source& source, XThread& thread, std::string& err) {
   source.file = OpenRaster(options.input, thread, err);
   if (!source.file) return false;
+  PlaceByCorner(*source.file);
   if (!options.bands.empty()) {
     source.view = MakeDatasetView(*source.file, options.bands, err);
     if (!source.view) return false;
   }
-  return FindWindow(*source.Chosen().GetBandAt(0), options.window, source.window, err);
+  source.window = FindWindow(*source.Chosen().GetBandAt(0), options.window);
+  return true;
 }
 
 /// A compressing writer reports percentages of the whole by itself, so no share of them can be kept for decoding.
@@ -83,8 +100,11 @@ bool Save(const Source& source, const Options& options, const tagXFormat& format
   const Window& w = source.window;
   const tagXSaveOptions what{w.x0, w.x1, w.y0, w.y1, options.levels.value_or(kMaxLevels), options.maxError};
   XString reason;
+  XfnForgetLastReadError();
   if (XfnSaveFile(&source.Chosen(), path, format.id, what, reason, &thread)) return true;
-  err = reason.IsEmpty() ? std::string("the ") + format.writer->noun + " can't be made" : reason.AsStdString();
+  // Why a read failed says more than that one did.
+  err = WhyNotRead(reason.IsEmpty() ? std::string("the ") + format.writer->noun + " can't be made"
+                                    : reason.AsStdString());
   return false;
 }
 
@@ -129,7 +149,9 @@ bool Convert(const Options& options, XThread& thread, WorkReport& report, std::s
   if (!HasSamplesFor(*format->writer, source.Chosen(), options.bands, err)) return false;
   // The row tells whether a world file belongs to the format.
   const auto write = format->writer->worldFile ? &WriteWithWorldFile : &WriteAlone;
+  const ReplacedRaster replaced(options.output);
   if (!write(source, options, *format, thread, err)) return false;
+  replaced.RemoveLevelFile();
   report.Finish(options.output);
   return true;
 }
@@ -139,9 +161,8 @@ int Run(const Options& options) {
   WorkReport report;
   const JobResult result =
       RunJob(options.input, [&](XThread& thread, std::string& err) { return Convert(options, thread, report, err); });
-  if (!result.isDone) return 1;
-  std::fprintf(stderr, "%s: %s\n", Printable(options.output).c_str(), report.GetText().c_str());
-  return 0;
+  if (result.isDone) PrintNote(options.output, report.GetText());
+  return result.GetExitStatus();
 }
 
 const char* const kExamples =
@@ -189,7 +210,7 @@ void AddConvertCommand(CommandLine& program) {
   Command command = program.AddCommand("convert", "Write an image as " + NameWritableFiles(), kExamples);
   command.AddArgument("IN", options->input, "A raster file");
   command.AddArgument("OUT", options->output, "The file to write, by its extension: " + ListWritableExtensions());
-  AddWindowOption(command, options->window);
+  AddWindowOptions(command, options->window);
   command
       .AddOption("--bands", "BANDS", options->bands,
                  "The channels, counted from 1, in the order in which they are\n"
@@ -198,6 +219,7 @@ void AddConvertCommand(CommandLine& program) {
       .SetRange(1, INT_MAX);
   AddWriterOptions(command, *options);
   AddWorkersOption(command, options->workers);
+  AddQuietOption(command);
   command.SetAction([options] {
     CheckUsage(*options);
     return Run(*options);

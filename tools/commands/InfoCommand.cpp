@@ -3,42 +3,25 @@
 
 #include "CommandLine.h"
 #include "commands/Commands.h"
+#include "commands/SharedOptions.h"
 #include "Dataset.h"
 #include "DescribeDataset.h"
 #include "Job.h"
 #include "output/PrintInfo.h"
+#include "Statistics.h"
 
 #include <cstdio>
 #include <vector>
 
 namespace {
 
-/// The share of decoding in computing statistics.
-constexpr int kDecodePercent = 70;
-
 struct Options {
   std::vector<std::string> files;
   bool json = false;
   bool stats = false;
+  bool approximate = false;
   bool verbose = false;
 };
-
-/// Statistics come from the coarsest level. Channels whose statistics are known are left alone.
-bool ComputeStatistics(XRSFile& file, XThread& thread, std::string& err) {
-  const int numBands = file.GetNumOfBands();
-  for (int i = 0; i < numBands; ++i) {
-    ZRMBand& band = *file.GetBandAt(i);
-    if (thread.GetState() != XThread::kStateRun) return false;
-    if (band.GetBandMean() != kNotSet) continue;
-    if (!DecodeAhead(band, kDecodePercent, thread, err)) return false;
-    if (!band.CalcStatistics(1)) {
-      err = "the statistics can't be computed";
-      return false;
-    }
-    thread.CallbackPercent(100.0 * (i + 1) / numBands);
-  }
-  return true;
-}
 
 /// A file whose statistics failed is described all the same. The description is null where the file can't be opened.
 DatasetInfo DescribeFile(const Options& options, const std::string& path, JobResult& result) {
@@ -46,8 +29,10 @@ DatasetInfo DescribeFile(const Options& options, const std::string& path, JobRes
   result = RunJob(path, [&](XThread& thread, std::string& err) {
     const std::unique_ptr<XRSFile> file = OpenDataset(path, thread, err);
     if (!file) return false;
-    const bool isDone = !options.stats || ComputeStatistics(*file, thread, err);
-    info = DescribeDataset(*file, path, options.verbose);
+    const auto compute = options.approximate ? &ComputeQuickStatistics : &ComputeExactStatistics;
+    std::vector<StatisticsSource> sources;
+    const bool isDone = !options.stats || compute(*file, thread, sources, err);
+    info = DescribeDataset(*file, path, options.verbose, sources);
     return isDone;
   });
   return info;
@@ -86,9 +71,15 @@ void AddInfoCommand(CommandLine& program) {
   Command command = program.AddCommand("info", "Tell what files are", kExamples);
   command.AddArgument("FILE", options->files, "Raster or vector files");
   command.AddFlag("--json", options->json, "Print an array of objects for machines");
-  command.AddFlag("--stats", options->stats, "Compute statistics of every channel");
+  const Option stats = command.AddFlag("--stats", options->stats, "Compute statistics of all pixels of every channel");
+  command
+      .AddFlag("--approximate", options->approximate,
+               "With --stats: take statistics that are stored, and compute\n"
+               "others from a reduced level, which is quick")
+      .Need(stats);
   command.AddFlag("--verbose", options->verbose,
                   "Tell also of the further images of a TIFF file, and what\n"
                   "libtiff has to say of it");
+  AddQuietOption(command);
   command.SetAction([options] { return Run(*options); });
 }

@@ -8,9 +8,11 @@
 #include "Interrupt.h"
 #include "Job.h"
 #include "LevelFile.h"
+#include "Notes.h"
+#include "output/InputFiles.h"
 #include "output/TargetFile.h"
-#include "output/Text.h"
 #include "WorkReport.h"
+#include "XReadPolicy.h"
 #include "XRSFileIO.h"
 #include "XSystemFit.h"
 #include "ZRMBandDRIO.h"
@@ -68,6 +70,19 @@ bool IsWanted(LevelFileKind kind, ZRMBand& first, bool statsOnly) {
   return kind == LevelFileKind::kFull;
 }
 
+/// What the library calls the file while it writes it.
+std::string UnfinishedName(const std::string& levelFile) {
+  return FollowLinks(levelFile) + "_tmp";
+}
+
+/// Links, and names that differ by their extension alone, may make the image its own level file.
+bool WouldReplaceImage(const std::string& path, std::string& err) {
+  const std::string levelFile = LevelFileName(path);
+  if (!AreSameFile(levelFile, path) && !AreSameFile(UnfinishedName(levelFile), path)) return false;
+  err = "the level file would take the place of this file";
+  return true;
+}
+
 std::int64_t CountSampleBytes(const XRSFile& file) {
   std::int64_t count = 0;
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
@@ -87,11 +102,12 @@ bool Build(XRSFile& file, const std::string& path, const Options& options, XThre
   if (!DecodeAhead(*file.GetBandAt(0), kDecodePercent, thread, err)) return false;
   const std::string levelFile = LevelFileName(path);
   // The library builds beside the file that links lead to.
-  const UnfinishedFile unfinished(FollowLinks(levelFile) + "_tmp");
+  const UnfinishedFile unfinished(UnfinishedName(levelFile));
   const int mode = options.statsOnly ? kLevelStatistics : kLevelBuild;
   XString reason;
+  XfnForgetLastReadError();
   if (!XRSFileIO::CreateFileXLD(&file, path, reason, mode, &thread)) {
-    err = reason.IsEmpty() ? "the level file can't be made" : reason.AsStdString();
+    err = WhyNotRead(reason.IsEmpty() ? "the level file can't be made" : reason.AsStdString());
     return false;
   }
   report.Finish(levelFile);
@@ -131,7 +147,7 @@ bool UpdateSystem(XRSFile& file, const std::string& path, XSpatialReference& sr,
 bool WorkOn(const std::string& path, const Options& options, XSpatialReference& sr, XThread& thread,
             std::string& remark, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenImage(path, thread, err);
-  if (!file) return false;
+  if (!file || WouldReplaceImage(path, err)) return false;
   if (options.check) return Check(*file, path, thread, remark, err);
   if (!options.srs.empty()) return UpdateSystem(*file, path, sr, thread, remark, err);
   const LevelFileKind kind = GetLevelFileKind(*file);
@@ -152,8 +168,7 @@ int Run(const Options& options, XSpatialReference& sr) {
     if (!result.isDone) status = 1;
     if (result.wasStopped) break;
     // `RunJob` has told the failure.
-    if (!result.isDone) continue;
-    std::fprintf(stderr, "%s: %s\n", Printable(LevelFileName(path)).c_str(), Printable(remark).c_str());
+    if (result.isDone) PrintNote(LevelFileName(path), remark);
   }
   return status;
 }
@@ -192,6 +207,7 @@ void AddLevelsCommand(CommandLine& program) {
   for (Option other : {statsOnly, force}) other.Exclude(check).Exclude(srs);
   check.Exclude(srs);
   AddWorkersOption(command, options->workers);
+  AddQuietOption(command);
   // A system that is not understood is a command that makes no sense, so it is read before any file is opened.
   command.SetAction([options, srs] {
     XSpatialReference system;

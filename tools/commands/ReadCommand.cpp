@@ -9,9 +9,9 @@
 #include "Dataset.h"
 #include "Job.h"
 #include "LevelFile.h"
+#include "Notes.h"
 #include "output/OutputFile.h"
 #include "output/SampleSink.h"
-#include "output/Text.h"
 #include "Strips.h"
 #include "XPath.h"
 
@@ -28,7 +28,7 @@ struct Options {
   std::string file;
   int band = 1;
   int level = 0;
-  std::vector<int> window;
+  WindowRequest window;
   std::string output;
   bool noLevels = false;
 };
@@ -40,7 +40,6 @@ struct Shape {
   const char* dataType = "";
 };
 
-/// A file with any other name gets raw samples.
 bool HasPngExtension(const std::string& path) {
   XString extension = XfnGetFileExt(path);
   extension.MakeLower();
@@ -83,8 +82,8 @@ bool ReadStrips(StripReader& strips, SampleSink& sink, XThread& thread, std::str
 bool Read(const Options& options, XThread& thread, Shape& shape, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   ZRMBand* band = file ? FindBand(*file, options.band, err) : nullptr;
-  Window window;
-  if (!band || !FindWindow(*band, options.window, window, err)) return false;
+  if (!band) return false;
+  const Window window = FindWindow(*band, options.window);
   // Without level data the image itself answers the level.
   if (options.noLevels) DetachLevelFile(*file);
   OutputFile output;
@@ -103,19 +102,19 @@ int Run(const Options& options) {
   Shape shape;
   const JobResult result =
       RunJob(options.file, [&](XThread& thread, std::string& err) { return Read(options, thread, shape, err); });
-  if (!result.isDone) return 1;
-  if (!options.output.empty()) {
-    const std::string name = options.output == "-" ? "standard output" : Printable(options.output);
-    std::fprintf(stderr, "%s: %d x %d samples %s\n", name.c_str(), shape.width, shape.height, shape.dataType);
+  if (result.isDone && !options.output.empty()) {
+    PrintNote(options.output == "-" ? "standard output" : options.output,
+              std::to_string(shape.width) + " x " + std::to_string(shape.height) + " samples " + shape.dataType);
   }
-  return 0;
+  return result.GetExitStatus();
 }
 
 const char* const kExamples =
     "Examples:\n"
     "  zrkio read earth.jpg --window 100,107,200,203\n"
     "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
-    "  zrkio read earth.jpg --band 3 -o blue.raw\n";
+    "  zrkio read earth.jpg --band 3 -o blue.raw\n"
+    "  zrkio read scene.tif --bbox 11.2,48.1,11.3,48.2 --lonlat -o part.raw\n";
 
 }  // namespace
 
@@ -131,11 +130,15 @@ void AddReadCommand(CommandLine& program) {
                  "Some formats answer full resolution at any level, unless\n"
                  "there is a level file.")
       .SetRange(0, 30);
-  AddWindowOption(command, options->window);
+  AddWindowOptions(command, options->window);
   command.AddOption("-o,--output", "OUT", options->output,
-                    "A PNG by its extension, otherwise raw samples; - for raw\n"
-                    "samples on standard output. Unless given, a small window\n"
-                    "is printed as a table.");
+                    "A PNG by its extension; raw samples as .raw, .bin, .dat or\n"
+                    "without an extension; - for raw samples on standard\n"
+                    "output. Unless given, a small window is printed as a table.");
   AddNoLevelsOption(command, options->noLevels);
-  command.SetAction([options] { return Run(*options); });
+  AddQuietOption(command);
+  command.SetAction([options] {
+    CheckOutputName(options->output, {"png", "raw", "bin", "dat"}, "a PNG (.png) or raw samples (.raw, .bin, .dat)");
+    return Run(*options);
+  });
 }

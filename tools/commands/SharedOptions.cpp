@@ -3,6 +3,10 @@
 #include "commands/SharedOptions.h"
 
 #include "CommandLine.h"
+#include "Notes.h"
+#include "output/TargetFile.h"
+#include "output/Text.h"
+#include "XPath.h"
 #include "XSystem.h"
 
 #include <algorithm>
@@ -22,12 +26,34 @@ void UseWorkers(int count) {
   XfnSetWorkerCount(count > 0 ? count : numCores);
 }
 
-void AddWindowOption(Command& command, std::vector<int>& window) {
-  command
-      .AddOption("--window", "WINDOW", window,
-                 "Columns and rows, inclusive, in full-resolution pixels, as\n"
-                 "x0,x1,y0,y1; the whole image unless given")
-      .SetCount(4);
+void AddWindowOptions(Command& command, WindowRequest& window) {
+  const Option pixels = command
+                            .AddOption("--window", "WINDOW", window.pixels,
+                                       "Columns and rows, inclusive, in full-resolution pixels, as\n"
+                                       "x0,x1,y0,y1; the whole image unless given")
+                            .SetCount(4);
+  const Option box = command
+                         .AddOption("--bbox", "W,S,E,N", window.box,
+                                    "A box of coordinates in the place of a window: all pixels\n"
+                                    "that it meets, in the system of the image")
+                         .SetCount(4)
+                         .Exclude(pixels);
+  command.AddFlag("--lonlat", window.isLonLat, "The box is in degrees on WGS 84").Need(box);
+}
+
+void AddQuietOption(Command& command) {
+  command.AddFlag("--quiet", QuietFlag(), "No progress and no remarks, only failures");
+}
+
+void CheckOutputName(const std::string& path, const std::vector<std::string>& extensions, const std::string& written) {
+  XString extension = XfnGetFileExt(path);
+  extension.MakeLower();
+  if (extension.IsEmpty() || !CanBeReplaced(path) ||
+      std::ranges::find(extensions, extension.AsStdString()) != extensions.end()) {
+    return;
+  }
+  throw UsageError("-o",
+                   "a name in ." + Printable(extension.AsStdString()) + " promises something else than " + written);
 }
 
 void AddNoLevelsOption(Command& command, bool& noLevels) {

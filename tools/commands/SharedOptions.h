@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Window.h"
+
+#include <string>
 #include <vector>
 
 class Command;
@@ -11,8 +14,15 @@ class Command;
 void AddWorkersOption(Command& command, int& count);
 void UseWorkers(int count);
 
-/// --window: four numbers, or none where it is not given.
-void AddWindowOption(Command& command, std::vector<int>& window);
+/// --window, --bbox and --lonlat: see `FindWindow`.
+void AddWindowOptions(Command& command, WindowRequest& window);
 
 /// --no-levels: see `DetachLevelFile`.
 void AddNoLevelsOption(Command& command, bool& noLevels);
+
+/// --quiet: see Notes.h. For commands that show progress.
+void AddQuietOption(Command& command);
+
+/// Refuses a name of an output file whose extension promises something else than one of those given, which are in small
+/// letters. A name without an extension promises nothing, and neither does a device.
+void CheckOutputName(const std::string& path, const std::vector<std::string>& extensions, const std::string& written);

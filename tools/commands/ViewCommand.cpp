@@ -8,8 +8,8 @@
 #include "FormatTools.h"
 #include "Job.h"
 #include "LevelFile.h"
+#include "Notes.h"
 #include "output/OutputFile.h"
-#include "output/Text.h"
 #include "picture/QuickLook.h"
 
 #include <climits>
@@ -21,6 +21,7 @@ struct Options {
   std::string file;
   std::string output;
   int maxSize = 1024;
+  WindowRequest window;
   std::vector<int> bands;
   Look look;
   bool noLevels = false;
@@ -55,18 +56,20 @@ bool View(const Options& options, XThread& thread, PngShape& shape, std::string&
   std::vector<ZRMBand*> bands;
   if (!file || !ChooseBands(*file, options, bands, err)) return false;
   if (options.noLevels) DetachLevelFile(*file);
-  shape = FitPicture(bands.front()->GetXSize(), bands.front()->GetYSize(), options.maxSize);
+  const Window window = FindWindow(*bands.front(), options.window);
+  shape = FitPicture(window.Width(), window.Height(), options.maxSize);
   shape.channels = static_cast<int>(bands.size());
   OutputFile output;
   if (!output.Open(options.output, options.file, err)) return false;
   PngWriter png(output);
-  return WriteQuickLook(bands, shape, options.look, png, thread, err) && output.Commit(err);
+  return WriteQuickLook({bands, window, options.look}, shape, png, thread, err) && output.Commit(err);
 }
 
 /// A format answers nothing for a file that is not its own; then the next one is asked.
 bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
-  const ViewRequest request{options.file, options.output, options.maxSize, !options.bands.empty(),
-                            options.look.isShaded};
+  const bool hasWindow = !options.window.pixels.empty() || !options.window.box.empty();
+  const ViewRequest request{options.file,           options.output,        options.maxSize,
+                            !options.bands.empty(), options.look.isShaded, hasWindow};
   for (const FormatTools* tools : AllFormatTools()) {
     if (const std::optional<bool> isViewed = tools->view(request, thread, shape, err)) return *isViewed;
   }
@@ -78,11 +81,10 @@ int Run(const Options& options) {
   PngShape shape;
   const JobResult result =
       RunJob(options.file, [&](XThread& thread, std::string& err) { return ViewAny(options, thread, shape, err); });
-  if (!result.isDone) return 1;
-  if (options.output != "-") {
-    std::fprintf(stderr, "%s: %d x %d pixels\n", Printable(options.output).c_str(), shape.width, shape.height);
+  if (result.isDone && options.output != "-") {
+    PrintNote(options.output, std::to_string(shape.width) + " x " + std::to_string(shape.height) + " pixels");
   }
-  return 0;
+  return result.GetExitStatus();
 }
 
 const char* const kExamples =
@@ -90,6 +92,7 @@ const char* const kExamples =
     "  zrkio view earth.jpg -o earth.png\n"
     "  zrkio view earth.jpg -o small.png --max-size 300\n"
     "  zrkio view earth.jpg -o blue.png --bands 3\n"
+    "  zrkio view scene.tif -o town.png --bbox 11.4,48.1,11.7,48.2 --lonlat\n"
     "  zrkio view n35e138.dt1 -o hills.png --hillshade\n"
     "  zrkio view A.TOC -o coverage.png\n"
     "\n"
@@ -129,9 +132,12 @@ void AddViewCommand(CommandLine& program) {
                  "picture, counted from 1; unless given the first three, or\n"
                  "the first where there are fewer")
       .SetRange(1, INT_MAX);
+  AddWindowOptions(command, options->window);
   AddHillshadeOptions(command, options->look);
   AddNoLevelsOption(command, options->noLevels);
+  AddQuietOption(command);
   command.SetAction([options] {
+    CheckOutputName(options->output, {"png"}, "a PNG (.png)");
     if (!options->bands.empty() && options->bands.size() != 1 && options->bands.size() != 3) {
       throw UsageError("--bands", "takes one number or three");
     }

@@ -3,6 +3,8 @@
 
 #include "output/OutputFile.h"
 
+#include "output/InputFiles.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 #include <cerrno>
@@ -22,7 +24,8 @@ bool OutputFile::Open(const std::string& path, const std::string& input, std::st
     kind_ = Kind::kStandardOutput;
     name_ = "standard output";
     descriptor_ = STDOUT_FILENO;
-    return true;
+    // A shell may have opened it at the end of the very file that is read.
+    return !WouldReplaceInput(descriptor_, input, err);
   }
   // A new file would take the place of the pipe or the device.
   if (IsSpecialFile(path)) {

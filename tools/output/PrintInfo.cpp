@@ -21,6 +21,14 @@ void PrintExtent(const Json& extent, const char* indent) {
               GetNumber(extent["east"]), GetNumber(extent["south"]), GetNumber(extent["north"]));
 }
 
+/// Corners and sizes of an image that is not turned say as much.
+void PrintTransform(const Json& place) {
+  const Json& t = place["transform"];
+  if (GetNumber(t[2]) == 0.0 && GetNumber(t[4]) == 0.0) return;
+  std::printf("  turned      x = %.17g %+.17g column %+.17g row\n", GetNumber(t[0]), GetNumber(t[1]), GetNumber(t[2]));
+  std::printf("              y = %.17g %+.17g column %+.17g row\n", GetNumber(t[3]), GetNumber(t[4]), GetNumber(t[5]));
+}
+
 void PrintPlace(const Json& place) {
   if (place.is_null()) {
     PrintCorners(nullptr, nullptr);
@@ -28,6 +36,7 @@ void PrintPlace(const Json& place) {
   }
   PrintCorners(place["corners"], place["lonLat"]);
   std::printf("  pixel size  %.10g x %.10g\n", GetNumber(place["pixelSize"][0]), GetNumber(place["pixelSize"][1]));
+  PrintTransform(place);
   PrintExtent(place, "  ");
   PrintSystem(place["system"], "  ");
 }
@@ -44,6 +53,12 @@ void PrintLines(const std::vector<XString>& lines) {
   for (const XString& line : lines) std::printf("  %s\n", Printable(line.AsStdString()).c_str());
 }
 
+std::string NameSource(const Json& statistics) {
+  if (statistics["source"] == "stored") return "as stored";
+  const int level = statistics["level"].get<int>();
+  return level == 0 ? "of all pixels" : "of level " + std::to_string(level);
+}
+
 /// The remarks of the format stand on the line of the data type.
 void PrintChannel(const Json& channel, const tagXFormatNotes& notes) {
   std::printf("  %s\n", GetText(channel["name"]).c_str());
@@ -53,8 +68,9 @@ void PrintChannel(const Json& channel, const tagXFormatNotes& notes) {
   std::printf("\n");
   const Json& statistics = channel["statistics"];
   if (statistics.is_null()) return;
-  std::printf("    minimum %.6g, maximum %.6g, mean %.6g, deviation %.6g\n", GetNumber(statistics["min"]),
-              GetNumber(statistics["max"]), GetNumber(statistics["mean"]), GetNumber(statistics["stdDev"]));
+  std::printf("    minimum %.6g, maximum %.6g, mean %.6g, deviation %.6g, %s\n", GetNumber(statistics["min"]),
+              GetNumber(statistics["max"]), GetNumber(statistics["mean"]), GetNumber(statistics["stdDev"]),
+              NameSource(statistics).c_str());
 }
 
 void PrintRaster(const DatasetInfo& info) {

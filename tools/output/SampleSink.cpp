@@ -14,6 +14,27 @@
 
 namespace {
 
+/// The shortest text that is read back as the same number.
+template <class Sample>
+std::string FormatAs(const unsigned char* bytes) {
+  Sample sample;
+  std::memcpy(&sample, bytes, sizeof sample);
+  char text[40];
+  const auto [end, error] = std::to_chars(text, text + sizeof text, sample);
+  return std::string(text, end);
+}
+
+using Format = std::string (*)(const unsigned char* bytes);
+
+/// By data type code, from 1.
+constexpr Format kFormats[] = {&FormatAs<std::uint8_t>, &FormatAs<std::int8_t>,   &FormatAs<std::uint16_t>,
+                               &FormatAs<std::int16_t>, &FormatAs<std::uint32_t>, &FormatAs<std::int32_t>,
+                               &FormatAs<float>,        &FormatAs<double>};
+
+Format FormatOf(int dataType) {
+  return dataType >= kPint08 && dataType <= kReal64 ? kFormats[dataType - 1] : nullptr;
+}
+
 /// Samples go out in the machine's order of bytes, without a head.
 class RawSink : public SampleSink {
  public:
@@ -47,28 +68,10 @@ class PngSink : public SampleSink {
   int bits_;
 };
 
-template <class Sample>
-/// The shortest text that is read back as the same number.
-std::string FormatSample(const unsigned char* bytes) {
-  Sample sample;
-  std::memcpy(&sample, bytes, sizeof sample);
-  char text[40];
-  const auto [end, error] = std::to_chars(text, text + sizeof text, sample);
-  return std::string(text, end);
-}
-
-using Format = std::string (*)(const unsigned char* bytes);
-
-/// By data type code, from 1.
-constexpr Format kFormats[] = {&FormatSample<std::uint8_t>, &FormatSample<std::int8_t>,   &FormatSample<std::uint16_t>,
-                               &FormatSample<std::int16_t>, &FormatSample<std::uint32_t>, &FormatSample<std::int32_t>,
-                               &FormatSample<float>,        &FormatSample<double>};
-
 /// Columns are aligned, so nothing is printed before the widest number is known.
 class TableSink : public SampleSink {
  public:
-  TableSink(int dataType, std::FILE* out)
-      : format_(dataType >= kPint08 && dataType <= kReal64 ? kFormats[dataType - 1] : nullptr), out_(out) {}
+  TableSink(int dataType, std::FILE* out) : format_(FormatOf(dataType)), out_(out) {}
 
   bool Begin(int width, int, std::string& err) override {
     width_ = static_cast<std::size_t>(width);
@@ -100,6 +103,11 @@ class TableSink : public SampleSink {
 };
 
 }  // namespace
+
+std::string FormatSample(int dataType, const unsigned char* bytes) {
+  const Format format = FormatOf(dataType);
+  return format ? format(bytes) : std::string();
+}
 
 std::unique_ptr<SampleSink> MakeRawSink(OutputFile& output) {
   return std::make_unique<RawSink>(output);

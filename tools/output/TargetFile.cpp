@@ -8,6 +8,7 @@
 #include "output/TargetFile.h"
 
 #include "Interrupt.h"
+#include "output/InputFiles.h"
 #include "XPath.h"
 
 #include <fcntl.h>
@@ -65,13 +66,6 @@ bool CanBeReplaced(const std::string& path) {
   if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
   errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
   return false;
-}
-
-/// Names tell little, because links of both kinds give one file two names.
-bool AreSameFile(const std::string& one, const std::string& other) {
-  struct stat first, second;
-  return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-         first.st_ino == second.st_ino;
 }
 
 std::string CannotWrite(const std::string& name) {
@@ -139,10 +133,7 @@ bool TargetFile::Begin(const std::string& path, const std::string& input, std::s
   path_ = path;
   target_ = FollowLinks(path);
   // The image is still being read while its own file would be replaced.
-  if (AreSameFile(path, input)) {
-    err = "the output would take the place of this file";
-    return false;
-  }
+  if (WouldReplaceInput(path, input, err)) return false;
   return (CanBeReplaced(path) && Create()) || Fail(err);
 }
 

@@ -17,7 +17,8 @@ class TargetFile {
   // Both answer false with the reason in `err`.
 
   /// Creates the unfinished file, empty, and so its companion, which is the caller's from then on. A path that leads to
-  /// `input`, the file that the target is made of, is refused, and so is one that leads to anything but a regular file.
+  /// `input`, the image that the target is made of, or to a file that belongs to it is refused, and so is one that
+  /// leads to anything but a regular file.
   bool Begin(const std::string& path, const std::string& input, std::string& err);
   /// Brings the file to the disk and gives it its name.
   bool Commit(std::string& err);
@@ -49,9 +50,6 @@ std::string FollowLinks(const std::string& path);
 
 /// Whether the path leads to a regular file or nowhere. Otherwise the reason is in `errno`.
 bool CanBeReplaced(const std::string& path);
-
-/// Whether both paths lead to the same file.
-bool AreSameFile(const std::string& one, const std::string& other);
 
 /// Whether the path leads to a device, a pipe or the like, which can be written but not replaced.
 bool IsSpecialFile(const std::string& path);

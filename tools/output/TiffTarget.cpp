@@ -7,6 +7,8 @@
 #include "output/TiffTarget.h"
 
 #include "Interrupt.h"
+#include "output/InputFiles.h"
+#include "Place.h"
 #include "XFormatTable.h"
 #include "XPath.h"
 #include "XWorldFile.h"
@@ -87,12 +89,13 @@ bool TiffTarget::CanHaveWorldFile(std::string& err) const {
     err = "the world file of the output would be taken for that of this file";
     return false;
   }
+  if (WouldReplaceInput(worldFile_, input_, err)) return false;
   if (CanBeReplaced(worldFile_)) return true;
   err = CannotWrite(worldFile_);
   return false;
 }
 
-/// The writer's world file is written anew, by the corner of the window that was taken.
+/// The writer's world file is written anew, by the place of the window that was taken.
 bool TiffTarget::TellPlace(const ZRMBand& band, const Window& window, std::string& err) {
   if (!hasPlace_) return true;
   double transform[6];
@@ -128,9 +131,11 @@ bool TiffTarget::CommitWorldFile(std::string& err) {
 /// An old world file would place the new image where the old one lay.
 bool TiffTarget::RemoveOldWorldFiles(std::string& err) const {
   bool isDone = true;
+  std::string isInput;
   for (const std::string& name : WorldFilesOf(path_)) {
     const bool isNew = hasPlace_ && IsSamePath(name, worldFile_);
-    if (isNew || IsPlacedBy(input_, name) || ::unlink(name.c_str()) == 0 || errno == ENOENT) continue;
+    if (isNew || IsPlacedBy(input_, name) || WouldReplaceInput(name, input_, isInput)) continue;
+    if (::unlink(name.c_str()) == 0 || errno == ENOENT) continue;
     err = "can't remove " + name + " (" + std::strerror(errno) + ")";
     isDone = false;
   }

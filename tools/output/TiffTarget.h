@@ -18,8 +18,8 @@ class TiffTarget {
   /// world file has to be as free as that of the image. It must not be one by which a TIFF file `input` is placed.
   bool Begin(const std::string& path, const std::string& input, const ZRMBand& band, std::string& err);
   /// Writes the place of a window of the band into the world file, once the image is written. The writer of the image
-  /// may have written a world file of its own. That one names the corner of the whole band, and is missing where only
-  /// the place is known.
+  /// may have written a world file of its own. That one is of the whole band, without rotation, and is missing where
+  /// only the place is known.
   bool TellPlace(const ZRMBand& band, const Window& window, std::string& err);
   /// Other world files by which the new image would be placed go away, unless `input` is placed by them. Where one
   /// can't be removed, the new image is there, and the answer is false all the same because its place is wrong.

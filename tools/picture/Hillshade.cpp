@@ -6,6 +6,7 @@
 
 #include "picture/Hillshade.h"
 
+#include "Place.h"
 #include "XFormatTable.h"
 
 #include <algorithm>
@@ -31,6 +32,11 @@ double UsableStep(double step) {
   return std::isfinite(step) && step != 0.0 ? step : 1.0;
 }
 
+/// Twice the area of the triangle of two steps, with a sign. Nothing can be divided by 0.
+double AreaOf(const GroundSteps& steps) {
+  return steps.x * steps.y + steps.xDown * steps.yAcross;
+}
+
 /// A neighbour without a height is taken to be as high as the pixel itself.
 double OrElse(double height, double other) {
   return std::isnan(height) ? other : height;
@@ -38,12 +44,17 @@ double OrElse(double height, double other) {
 
 }  // namespace
 
-GroundSteps FindGroundSteps(const ZRMBand& band, int width, int height) {
-  GroundSteps steps;
-  steps.x = UsableStep(band.GetXPixelSize() * band.GetXSize() / width);
-  steps.y = UsableStep(band.GetYPixelSize() * band.GetYSize() / height);
-  steps.areDegrees = IsInDegrees(band);
-  steps.topLatitude = band.GetULY() - steps.y / 2.0;
+GroundSteps FindGroundSteps(const ZRMBand& band, const Window& window, int width, int height) {
+  const Place place(band);
+  const std::array<double, 6>& t = place.GetTransform();
+  const double columns = static_cast<double>(window.Width()) / width;
+  const double rows = static_cast<double>(window.Height()) / height;
+  GroundSteps steps{t[1] * columns, -t[5] * rows, IsInDegrees(band), 0.0, t[2] * rows, t[4] * columns};
+  if (!std::isfinite(AreaOf(steps)) || AreaOf(steps) == 0.0) {
+    steps = {UsableStep(steps.x), UsableStep(steps.y), steps.areDegrees};
+  }
+  // Of a row that is turned, the middle stands for all of it.
+  steps.topLatitude = place.ToWorld(window.x0, window.y0)[1] + (steps.yAcross * width - steps.y) / 2.0;
   return steps;
 }
 
@@ -93,25 +104,30 @@ Hillshade::Line Hillshade::Beyond(const Line& edge, const Line& inner) {
 }
 
 void Hillshade::ShadeMiddle(std::vector<unsigned char>& pixels) {
-  double xStep = steps_.x, yStep = steps_.y;
+  GroundSteps steps = steps_;
   // A degree of longitude shrinks towards the poles, so that each row has a step of its own.
   if (steps_.areDegrees) {
     const MetresPerDegree metres = FindMetresPerDegree(steps_.topLatitude - numShaded_ * steps_.y);
-    xStep *= metres.longitude;
-    yStep *= metres.latitude;
+    steps.x *= metres.longitude;
+    steps.xDown *= metres.longitude;
+    steps.y *= metres.latitude;
+    steps.yAcross *= metres.latitude;
   }
   ++numShaded_;
-  for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x) pixels.push_back(ShadeAt(x, xStep, yStep));
+  for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x) pixels.push_back(ShadeAt(x, steps));
 }
 
-unsigned char Hillshade::ShadeAt(std::size_t x, double xStep, double yStep) const {
+/// What the ground rises by from column to column and from row to row is turned into what it rises by to the east and
+/// to the north.
+unsigned char Hillshade::ShadeAt(std::size_t x, const GroundSteps& metres) const {
   const double here = lines_[1][x + 1];
   if (std::isnan(here)) return 0;
   const auto at = [&](std::size_t row, std::size_t column) { return OrElse(lines_[row][x + column], here); };
-  const double west = at(0, 0) + 2.0 * at(1, 0) + at(2, 0), east = at(0, 2) + 2.0 * at(1, 2) + at(2, 2);
-  const double north = at(0, 0) + 2.0 * at(0, 1) + at(0, 2), south = at(2, 0) + 2.0 * at(2, 1) + at(2, 2);
-  const double eastward = (east - west) * zFactor_ / (8.0 * xStep);
-  const double northward = (north - south) * zFactor_ / (8.0 * yStep);
+  const double left = at(0, 0) + 2.0 * at(1, 0) + at(2, 0), right = at(0, 2) + 2.0 * at(1, 2) + at(2, 2);
+  const double above = at(0, 0) + 2.0 * at(0, 1) + at(0, 2), below = at(2, 0) + 2.0 * at(2, 1) + at(2, 2);
+  const double across = right - left, up = above - below, scale = zFactor_ / (8.0 * AreaOf(metres));
+  const double eastward = (across * metres.y - up * metres.yAcross) * scale;
+  const double northward = (up * metres.x + across * metres.xDown) * scale;
   // The light comes along (-1/2, 1/2, root of 1/2): as far from the west as from the north, and as far up as along.
   const double toward = (eastward - northward) / 2.0 + std::numbers::sqrt2 / 2.0;
   const double light = toward / std::sqrt(1.0 + eastward * eastward + northward * northward);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Window.h"
 #include "ZRMBand.h"
 
 #include <array>
@@ -11,11 +12,13 @@ struct GroundSteps {
   double y = 1.0;  ///< north of a pixel to its upper neighbour
   bool areDegrees = false;
   double topLatitude = 0.0;  ///< of the middle of the first row, where steps are degrees
+  double xDown = 0.0;        ///< east of a pixel to its lower neighbour, where the image is turned
+  double yAcross = 0.0;      ///< north of a pixel to its right neighbour
 };
 
-/// The steps of a picture of so many pixels of the whole band. They are degrees where the band's system is geographic,
-/// and for an elevation cell, which may have a datum that no system is known for.
-GroundSteps FindGroundSteps(const ZRMBand& band, int width, int height);
+/// The steps of a picture of so many pixels of a window of the band. They are degrees where the band's system is
+/// geographic, and for an elevation cell, which may have a datum that no system is known for.
+GroundSteps FindGroundSteps(const ZRMBand& band, const Window& window, int width, int height);
 
 /// Metres in a degree of longitude and of latitude on the ellipsoid of WGS 84.
 struct MetresPerDegree {
@@ -49,7 +52,7 @@ class Hillshade {
   Line Extend(const std::vector<double>& heights) const;
   static Line Beyond(const Line& edge, const Line& inner);
   void ShadeMiddle(std::vector<unsigned char>& pixels);
-  unsigned char ShadeAt(std::size_t x, double xStep, double yStep) const;
+  unsigned char ShadeAt(std::size_t x, const GroundSteps& metres) const;
 
   int width_;
   int height_;

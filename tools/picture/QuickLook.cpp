@@ -10,7 +10,9 @@
 #include "LevelFile.h"
 #include "picture/AreaMeans.h"
 #include "picture/Hillshade.h"
+#include "Statistics.h"
 #include "Strips.h"
+#include "XReadPolicy.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,10 +37,11 @@ struct Range {
 
 /// Bytes are shown as they are. Other samples are stretched over two deviations either side of the mean, as far as
 /// there are samples.
-bool FindRange(ZRMBand& band, Range& range, std::string& err) {
+bool FindRange(ZRMBand& band, Range& range, XThread& thread, std::string& err) {
   if (band.GetDataType() == kPint08) return true;
-  if (band.GetBandMean() == kNotSet && !band.CalcStatistics(0)) {
-    err = "there are no statistics to stretch the picture by";
+  XfnForgetLastReadError();
+  if (band.GetBandMean() == kNotSet && !MeasureQuickly(band, thread)) {
+    err = WhyNotRead("there are no statistics to stretch the picture by");
     return false;
   }
   range.low = std::max(band.GetBandMin(), band.GetBandMean() - 2.0 * band.GetBandStdDev());
@@ -49,10 +52,13 @@ bool FindRange(ZRMBand& band, Range& range, std::string& err) {
 /// A band on its way into a channel of the picture.
 class Channel {
  public:
-  Channel(ZRMBand& band, const PngShape& shape, const Look& look)
-      : band_(band), shape_(shape), strips_(band, FindLevelFor(band, shape.width, shape.height), WholeOf(band)) {
-    if (!look.isShaded) return;
-    hillshade_.emplace(shape.width, shape.height, FindGroundSteps(band, shape.width, shape.height), look.zFactor);
+  Channel(ZRMBand& band, const View& view, const PngShape& shape)
+      : band_(band),
+        shape_(shape),
+        strips_(band, FindLevelFor(band, view.window, shape.width, shape.height), view.window) {
+    if (!view.look.isShaded) return;
+    const GroundSteps steps = FindGroundSteps(band, view.window, shape.width, shape.height);
+    hillshade_.emplace(shape.width, shape.height, steps, view.look.zFactor);
   }
 
   bool Prepare(XThread& thread, std::string& err) {
@@ -61,7 +67,7 @@ class Channel {
       return false;
     }
     if (strips_.ReadsImage() && !DecodeAhead(band_, kDecodePercent, thread, err)) return false;
-    return hillshade_ || FindRange(band_, range_, err);
+    return hillshade_ || FindRange(band_, range_, thread, err);
   }
 
   bool HasMore() const { return strips_.HasMore(); }
@@ -161,12 +167,11 @@ PngShape FitPicture(int width, int height, int maxSize) {
   return shape;
 }
 
-bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, const Look& look, PngWriter& png,
-                    XThread& thread, std::string& err) {
+bool WriteQuickLook(const View& view, const PngShape& shape, PngWriter& png, XThread& thread, std::string& err) {
   std::vector<Channel> channels;
-  channels.reserve(bands.size());
-  for (ZRMBand* band : bands) {
-    channels.emplace_back(*band, shape, look);
+  channels.reserve(view.bands.size());
+  for (ZRMBand* band : view.bands) {
+    channels.emplace_back(*band, view, shape);
     if (!channels.back().Prepare(thread, err)) return false;
   }
   return png.Begin(shape, err) && ReadStrips(channels, shape, png, thread, err) && png.End(err);

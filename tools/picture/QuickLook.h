@@ -1,6 +1,7 @@
 #pragma once
 
 #include "output/PngWriter.h"
+#include "Window.h"
 #include "XThread.h"
 #include "ZRMBand.h"
 
@@ -16,10 +17,15 @@ struct Look {
   double zFactor = 1.0;
 };
 
-/// Writes a picture of one band (grey) or three (red, green, blue) into `png`, from its beginning to its end. The bands
-/// are of one size. Pixels are means over the area that they stand for, taken at the level that has enough of them.
-/// Bands of other than unsigned 8-bit samples are stretched: the mean less and plus two deviations, cut to minimum and
-/// maximum, become 0 and 255. What has null samples only is black. A look that is shaded is for one band. False with
-/// the reason in `err`.
-bool WriteQuickLook(const std::vector<ZRMBand*>& bands, const PngShape& shape, const Look& look, PngWriter& png,
-                    XThread& thread, std::string& err);
+/// What a picture shows.
+struct View {
+  std::vector<ZRMBand*> bands;  ///< one (grey) or three (red, green, blue), of one size
+  Window window;                ///< of each of them
+  Look look;
+};
+
+/// Writes a picture into `png`, from its beginning to its end. Pixels are means over the area that they stand for,
+/// taken at the level that has enough of them. Bands of other than unsigned 8-bit samples are stretched: the mean less
+/// and plus two deviations, cut to minimum and maximum, become 0 and 255. What has null samples only is black. A look
+/// that is shaded is for one band. False with the reason in `err`.
+bool WriteQuickLook(const View& view, const PngShape& shape, PngWriter& png, XThread& thread, std::string& err);

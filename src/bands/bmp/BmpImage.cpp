@@ -92,7 +92,7 @@ bool BmpImage::ReadRows(const ReadRequest& window, ChannelReads::Record& record)
   const std::int64_t numBytes = pixels.CountBytes(window.x0, window.x1);
   const auto atOnce = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / numBytes, 1, window.Height()));
   const RowReader reader(*file_, numBytes * window.Height());
-  std::vector<unsigned char> indexes(layout_.bits < 8 ? static_cast<std::size_t>(window.Width()) : 0);
+  std::vector<unsigned char> pixelRoom(static_cast<std::size_t>(window.Width()));
   for (int y = window.y0; y <= window.y1; y += atOnce) {
     const int numRows = std::min(atOnce, window.y1 - y + 1);
     const int first = layout_.isTopDown ? y : y + numRows - 1;
@@ -104,7 +104,7 @@ bool BmpImage::ReadRows(const ReadRequest& window, ChannelReads::Record& record)
     if (!fetched.first) return FailAtRow("The disk fails at the bitmap's row ", y);
     for (int i = 0; i < numRows; ++i) {
       const unsigned char* const source = fetched.first + (layout_.isTopDown ? i : numRows - 1 - i) * fetched.stride;
-      if (!pixels.Unpack(source, window.x0, static_cast<std::size_t>(window.Width()), indexes.data(),
+      if (!pixels.Unpack(source, window.x0, static_cast<std::size_t>(window.Width()), pixelRoom.data(),
                          RowsOf(record, y - window.y0 + i).data())) {
         return FailAtRow(kNoSuchColour, y + i);
       }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace zrk {
 namespace {
@@ -35,21 +36,28 @@ void TakeField(const BmpLayout::Field& field, const unsigned char* source, std::
   for (std::size_t i = 0; i < count; ++i) target[i] = scale[PixelAt<kBytes>(source + i * kBytes) >> field.shift & mask];
 }
 
-bool AreWholeBytes(const BmpLayout& layout) {
-  return layout.bits == 32 && std::ranges::all_of(layout.fields, [](const BmpLayout::Field& field) {
-           return field.bits == 8 && field.shift % 8 == 0;
-         });
+/// The channels in the order of the bytes of a pixel of 32 bits, where each field is a byte of its own; bytes without a
+/// channel go to the room. Nothing where a field is no such byte.
+std::optional<std::array<unsigned char*, 4>> FindPlanes(const BmpLayout& layout, unsigned char* room,
+                                                        unsigned char* const* target) {
+  std::array<unsigned char*, 4> planes = {room, room, room, room};
+  if (layout.bits != 32) return std::nullopt;
+  for (std::size_t c = 0; c < static_cast<std::size_t>(layout.numChannels); ++c) {
+    const BmpLayout::Field& field = layout.fields[c];
+    if (field.bits != 8 || field.shift % 8 != 0) return std::nullopt;
+    unsigned char*& plane = planes[static_cast<std::size_t>(field.shift / 8)];
+    if (plane != room) return std::nullopt;  // two channels of one byte
+    plane = target[c];
+  }
+  return planes;
 }
 
-/// Four fields of a byte each are split by the kernel that plain pixels have.
-void TakeFields(const BmpLayout& layout, const unsigned char* source, std::size_t count, unsigned char* const* target) {
-  if (layout.numChannels == 4 && AreWholeBytes(layout)) {
-    std::array<unsigned char*, 4> planes{};
-    for (std::size_t c = 0; c < 4; ++c) planes[static_cast<std::size_t>(layout.fields[c].shift / 8)] = target[c];
-    if (std::ranges::find(planes, nullptr) == planes.end()) {
-      SplitPixels4(source, count, planes[0], planes[1], planes[2], planes[3]);
-      return;
-    }
+/// Fields of a byte each are split by the kernel that plain pixels have.
+void TakeFields(const BmpLayout& layout, const unsigned char* source, std::size_t count, unsigned char* room,
+                unsigned char* const* target) {
+  if (const auto planes = FindPlanes(layout, room, target)) {
+    SplitPixels4(source, count, (*planes)[0], (*planes)[1], (*planes)[2], (*planes)[3]);
+    return;
   }
   for (std::size_t c = 0; c < static_cast<std::size_t>(layout.numChannels); ++c) {
     layout.bits == 16 ? TakeField<2>(layout.fields[c], source, count, target[c])
@@ -59,23 +67,23 @@ void TakeFields(const BmpLayout& layout, const unsigned char* source, std::size_
 
 }  // namespace
 
-bool BmpPixels::Unpack(const unsigned char* source, int x, std::size_t count, unsigned char* indexes,
+bool BmpPixels::Unpack(const unsigned char* source, int x, std::size_t count, unsigned char* room,
                        unsigned char* const* target) const {
   switch (layout_.coding) {
     case BmpLayout::Coding::kMasked:
-      TakeFields(layout_, source, count, target);
+      TakeFields(layout_, source, count, room, target);
       return true;
     case BmpLayout::Coding::kBytes:
       if (layout_.bits == 24) {
         SplitPixels3(source, count, target[2], target[1], target[0]);
       } else {
-        for (int c = 0; c < 3; ++c) TakeByte(source, count, 4, 1, 2 - c, target[c]);
+        SplitPixels4(source, count, target[2], target[1], target[0], room);
       }
       return true;
     default:
       if (layout_.bits == 8) return TakeColours(source, count, target);
-      TakeIndexes(source, x, count, indexes);
-      return TakeColours(indexes, count, target);
+      TakeIndexes(source, x, count, room);
+      return TakeColours(room, count, target);
   }
 }
 

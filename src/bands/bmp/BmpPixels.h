@@ -17,9 +17,9 @@ class BmpPixels {
     return (std::int64_t{x1} * layout_.bits + layout_.bits + 7) / 8 - FirstByteOf(x0);
   }
 
-  /// Unpacks `count` pixels from column x on; `source` holds the bytes from `FirstByteOf(x)` on. `indexes` is room for
-  /// as many bytes. False where a pixel has an index that the palette lacks.
-  bool Unpack(const unsigned char* source, int x, std::size_t count, unsigned char* indexes,
+  /// Unpacks `count` pixels from column x on; `source` holds the bytes from `FirstByteOf(x)` on. `room` is room for as
+  /// many bytes. False where a pixel has an index that the palette lacks.
+  bool Unpack(const unsigned char* source, int x, std::size_t count, unsigned char* room,
               unsigned char* const* target) const;
   /// The colours of indexes; false as above.
   bool TakeColours(const unsigned char* indexes, std::size_t count, unsigned char* const* target) const;

@@ -61,10 +61,11 @@ tagXArr1* TiffBlocks::Load(int block, XThreadSafeArr1& buffers) {
   if (block < 0 || block >= planes * source.BlocksPerPlane()) return nullptr;
   const TiffImage::Loan decoder(image_);
   const std::int64_t numBytes = source.blockBytes;
-  const auto rows = decoder && numBytes <= XfnGetLimits().decodedTileBytes ? decoder->DecodeBlock(block) : std::nullopt;
+  const bool isAllowed = decoder && numBytes <= XfnGetLimits().decodedTileBytes;
+  const unsigned char* const bytes = isAllowed ? decoder->DecodePacked(block) : nullptr;
   // The decoder goes back to its pool, so the caller gets a copy.
-  tagXArr1* const buffer = rows && numBytes <= INT32_MAX ? buffers.GetBuffer(static_cast<int>(numBytes), 1) : nullptr;
-  if (buffer) std::memcpy(buffer->data, rows->data, static_cast<std::size_t>(numBytes));
+  tagXArr1* const buffer = bytes && numBytes <= INT32_MAX ? buffers.GetBuffer(static_cast<int>(numBytes), 1) : nullptr;
+  if (buffer) std::memcpy(buffer->data, bytes, static_cast<std::size_t>(numBytes));
   return buffer;
 }
 

@@ -11,6 +11,7 @@
 
 #include "bands/tiff/TiffColours.h"
 #include "base/Checked.h"
+#include "math/Interleave.h"
 #include "XLimits.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ TiffDecoder::TiffDecoder(std::shared_ptr<const TiffSource> source, std::shared_p
 
 std::unique_ptr<TiffDecoder> TiffDecoder::Open(std::shared_ptr<const TiffSource> source) {
   // Whoever looks out for damage must not hear of other threads' blocks.
-  auto messages = source->layout.isExact ? std::make_shared<TiffMessages>(source->messages) : source->messages;
+  auto messages = std::make_shared<TiffMessages>(source->messages);
   std::unique_ptr<TiffHandle> handle =
       TiffHandle::Open(source->file->Share(), source->name, messages, GetMostHandleBytes(*source));
   if (!handle || (source->directory && !TIFFSetSubDirectory(handle->Get(), source->directory))) return nullptr;
@@ -86,17 +87,13 @@ std::unique_ptr<TiffDecoder> TiffDecoder::Open(std::shared_ptr<const TiffSource>
   return std::unique_ptr<TiffDecoder>(new TiffDecoder(std::move(source), std::move(messages), std::move(handle)));
 }
 
+/// Vector code of libjpeg writes past the processor's caches where a row begins at a multiple of 32 bytes, as if nobody
+/// read it soon. What is decoded here is sampled at once, and so it begins at none.
 unsigned char* TiffDecoder::MakeRoom(std::vector<unsigned char>& room, std::int64_t numBytes) {
-  const auto size = static_cast<std::size_t>(numBytes);
+  constexpr std::size_t kLine = 64, kBehindLine = 16;
+  const std::size_t size = static_cast<std::size_t>(numBytes) + kLine;
   if (room.size() < size) room.resize(size);
-  return room.data();
-}
-
-/// As `MakeRoom`, and all of it 0: a decoder that meets damage may leave bytes as they are.
-unsigned char* TiffDecoder::MakeClearRoom(std::vector<unsigned char>& room, std::int64_t numBytes) {
-  unsigned char* const bytes = MakeRoom(room, numBytes);
-  std::memset(bytes, 0, static_cast<std::size_t>(numBytes));
-  return bytes;
+  return room.data() + ((kBehindLine - reinterpret_cast<std::uintptr_t>(room.data())) & (kLine - 1));
 }
 
 bool TiffDecoder::BeginAnew() {
@@ -124,7 +121,9 @@ bool TiffDecoder::IsThere(int block) {
                  source_->layout.tags.compression);
 }
 
+/// A decoder that meets damage may leave bytes as they are, and so all of them begin as 0.
 bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
+  std::memset(room, 0, static_cast<std::size_t>(source_->blockBytes));
   const auto number = static_cast<std::uint32_t>(block);
   const std::int64_t numBytes = source_->BytesInFile(block);
   const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, numBytes)
@@ -153,21 +152,86 @@ TiffPresence TiffDecoder::Look(int block, std::int64_t fileBytes) {
   return isWhole && offset >= kHeadBytes ? TiffPresence::kThere : TiffPresence::kCut;
 }
 
-std::optional<TiffRows> TiffDecoder::DecodeBlock(int block) {
-  if (!IsThere(block)) return std::nullopt;
-  unsigned char* const room = MakeClearRoom(room_, source_->blockBytes);
-  if (!DecodeInto(block, room)) return std::nullopt;
-  return TiffRows{room, source_->rowBytes, static_cast<int>(source_->layout.tags.blockHeight)};
+/// No memory is taken for a block that is not there. A block of which libtiff has told damage is not kept, so that
+/// every read of it hears of the damage.
+template <class HasBlock, class Decode>
+const unsigned char* TiffDecoder::FindOrDecode(std::int64_t number, std::int64_t numBytes, HasBlock&& hasBlock,
+                                               Decode&& decode) {
+  LetGo();
+  BlockClaim claim(source_->isPlain ? nullptr : &source_->blocks, number);
+  if (!claim.IsDecoded()) {
+    if (!hasBlock()) return nullptr;
+    const std::shared_ptr<BlockRoom> kept = claim.MakeRoom(numBytes);
+    unsigned char* const room = kept ? kept->Get() : MakeRoom(room_, numBytes);
+    const std::int64_t numDamages = messages_->CountDamage();
+    if (!decode(room, kept != nullptr)) return nullptr;
+    if (!kept) return room;
+    if (messages_->CountDamage() == numDamages) claim.Keep();
+  }
+  held_ = claim.GetRoom();
+  return held_->Get();
 }
 
-/// libtiff reads the tile or strip itself, but for plain tiles, whose size it rounds up and then refuses.
+/// Blocks that are kept are read more often than they are decoded, mostly a band at a time. In planes a band's samples
+/// are rows to copy.
+bool TiffDecoder::DecodePlanes(int block, unsigned char* planes) {
+  unsigned char* const packed = MakeRoom(room_, source_->blockBytes);
+  if (!DecodeInto(block, packed)) return false;
+  const TiffTags& tags = source_->layout.tags;
+  const std::int64_t planeBytes = source_->blockBytes / tags.samplesPerPixel;
+  std::vector<unsigned char*> starts(static_cast<std::size_t>(tags.samplesPerPixel));
+  for (std::size_t i = 0; i < starts.size(); ++i) starts[i] = planes + static_cast<std::int64_t>(i) * planeBytes;
+  const std::size_t numPixels = std::size_t{tags.blockWidth} * tags.blockHeight;
+  SplitSamples(packed, numPixels, tags.samplesPerPixel, tags.bitsPerSample / 8, starts.data());
+  return true;
+}
+
+const unsigned char* TiffDecoder::DecodePacked(int block) {
+  LetGo();
+  if (!IsThere(block)) return nullptr;
+  unsigned char* const room = MakeRoom(room_, source_->blockBytes);
+  return DecodeInto(block, room) ? room : nullptr;
+}
+
+std::optional<TiffRows> TiffDecoder::DecodeBlock(int block) {
+  const bool canPart = source_->HasWholeSamples();
+  const unsigned char* const bytes = FindOrDecode(
+      2 * std::int64_t{block}, source_->blockBytes, [=, this] { return IsThere(block); },
+      [=, this](unsigned char* room, bool isKept) {
+        return isKept && canPart ? DecodePlanes(block, room) : DecodeInto(block, room);
+      });
+  if (!bytes) return std::nullopt;
+  const int numRows = static_cast<int>(source_->layout.tags.blockHeight), numPlanes = source_->SamplesTogether();
+  if (!held_ || !canPart) return TiffRows{bytes, source_->rowBytes, numRows};
+  return TiffRows{bytes, source_->rowBytes / numPlanes, numRows, source_->blockBytes / numPlanes};
+}
+
+/// Colours of a block have a number of their own in the cache, because its samples can be asked for as well.
 std::optional<TiffRows> TiffDecoder::DecodeColours(int blockX, int blockY) {
   const TiffTags& tags = source_->layout.tags;
   const int block = source_->BlockAt(blockX, blockY, 0);
-  if (tags.compression == COMPRESSION_OJPEG) return GoTo(block) ? LetColour(blockX, blockY) : std::nullopt;
-  if (!IsThere(block)) return std::nullopt;
-  const bool isPlainTile = tags.isTiled && tags.compression == COMPRESSION_NONE;
-  return isPlainTile ? ColourPlainTile(blockX, blockY) : LetColour(blockX, blockY);
+  const std::int64_t stride = tags.blockWidth * kColourBytes;
+  const unsigned char* const bytes = FindOrDecode(
+      2 * std::int64_t{block} + 1, stride * tags.blockHeight,
+      [=, this, &tags] { return tags.compression == COMPRESSION_OJPEG || IsThere(block); },
+      [=, this](unsigned char* room, bool) { return MakeColours(blockX, blockY, room); });
+  if (!bytes) return std::nullopt;
+  if (IsPlainTile()) return TiffRows{bytes, stride, static_cast<int>(tags.blockHeight)};
+  // libtiff gives the rows of a block bottom-up.
+  const std::uint32_t below = tags.height - static_cast<std::uint32_t>(blockY) * tags.blockHeight;
+  const std::uint32_t numRows = tags.isTiled ? tags.blockHeight : std::min(tags.blockHeight, below);
+  return TiffRows{bytes + (numRows - 1) * stride, -stride, static_cast<int>(numRows)};
+}
+
+bool TiffDecoder::IsPlainTile() const {
+  return source_->layout.tags.isTiled && source_->layout.tags.compression == COMPRESSION_NONE;
+}
+
+/// libtiff reads the tile or strip itself, but for plain tiles, whose size it rounds up and then refuses.
+bool TiffDecoder::MakeColours(int blockX, int blockY, unsigned char* room) {
+  if (IsPlainTile()) return ColourPlainTile(blockX, blockY, room);
+  const bool isOldJpeg = source_->layout.tags.compression == COMPRESSION_OJPEG;
+  return (!isOldJpeg || GoTo(source_->BlockAt(blockX, blockY, 0))) && LetColour(blockX, blockY, room);
 }
 
 /// libtiff's decoder of old JPEG goes on where it stopped, whatever block is asked for. Going back needs a fresh start.
@@ -177,39 +241,33 @@ bool TiffDecoder::GoTo(int block) {
   return goesOn || BeginAnew();
 }
 
-/// libtiff gives the rows of a block bottom-up.
-std::optional<TiffRows> TiffDecoder::LetColour(int blockX, int blockY) {
+bool TiffDecoder::LetColour(int blockX, int blockY, unsigned char* room) {
   const TiffTags& tags = source_->layout.tags;
-  const std::int64_t stride = tags.blockWidth * kColourBytes;
   const auto row = static_cast<std::uint32_t>(blockY) * tags.blockHeight;
   const auto column = static_cast<std::uint32_t>(blockX) * tags.blockWidth;
-  const std::uint32_t numRows = tags.isTiled ? tags.blockHeight : std::min(tags.blockHeight, tags.height - row);
-  unsigned char* const room = MakeClearRoom(room_, stride * tags.blockHeight);
+  const std::size_t numPixels = std::size_t{tags.blockWidth} * tags.blockHeight;
   auto* const raster = reinterpret_cast<std::uint32_t*>(room);
+  std::memset(raster, 0, numPixels * sizeof *raster);
   const int stopsOnError = source_->layout.isExact;
-  const int isRead = tags.isTiled ? TIFFReadRGBATileExt(handle_->Get(), column, row, raster, stopsOnError)
-                                  : TIFFReadRGBAStripExt(handle_->Get(), row, raster, stopsOnError);
-  if (!isRead) return std::nullopt;
-  return TiffRows{room + (numRows - 1) * stride, -stride, static_cast<int>(numRows)};
+  return (tags.isTiled ? TIFFReadRGBATileExt(handle_->Get(), column, row, raster, stopsOnError)
+                       : TIFFReadRGBAStripExt(handle_->Get(), row, raster, stopsOnError)) != 0;
 }
 
-std::optional<TiffRows> TiffDecoder::ColourPlainTile(int blockX, int blockY) {
+bool TiffDecoder::ColourPlainTile(int blockX, int blockY, unsigned char* room) {
   const TiffTags& tags = source_->layout.tags;
   TiffColours colours(handle_->Get());
-  if (!colours) return std::nullopt;
+  if (!colours) return false;
   const std::vector<int> planes = colours.GetPlanes();
-  unsigned char* const samples = MakeClearRoom(planes_, source_->blockBytes * std::ssize(planes));
+  unsigned char* const samples = MakeRoom(planes_, source_->blockBytes * std::ssize(planes));
   for (std::size_t i = 0; i < planes.size(); ++i) {
     const int block = source_->BlockAt(blockX, blockY, planes[i]);
     unsigned char* const plane = samples + static_cast<std::int64_t>(i) * source_->blockBytes;
     // A plane that is missing would leave wrong colours, so the block fails with it.
-    if (!IsThere(block) || !DecodeInto(block, plane)) return std::nullopt;
+    if (!IsThere(block) || !DecodeInto(block, plane)) return false;
   }
-  const std::int64_t stride = tags.blockWidth * kColourBytes;
-  unsigned char* const room = MakeClearRoom(room_, stride * tags.blockHeight);
   colours.Convert(samples, source_->blockBytes, tags.blockWidth, tags.blockHeight,
                   reinterpret_cast<std::uint32_t*>(room));
-  return TiffRows{room, stride, static_cast<int>(tags.blockHeight)};
+  return true;
 }
 
 std::optional<TiffRows> TiffDecoder::DecodeFirstRow() {
@@ -218,7 +276,8 @@ std::optional<TiffRows> TiffDecoder::DecodeFirstRow() {
   TIFF* const tiff = handle_->Get();
   const tmsize_t rowBytes = TIFFScanlineSize(tiff);
   if (rowBytes < source_->rowBytes || rowBytes > XfnGetLimits().decodedTileBytes) return std::nullopt;
-  unsigned char* const room = MakeClearRoom(room_, rowBytes);
+  unsigned char* const room = MakeRoom(room_, rowBytes);
+  std::memset(room, 0, static_cast<std::size_t>(rowBytes));
   if (TIFFReadScanline(tiff, room, 0, 0) == -1) return std::nullopt;
   return TiffRows{room, source_->rowBytes, 1};
 }

@@ -177,6 +177,7 @@ std::unique_ptr<TiffDecoder> TiffImage::Take() {
 
 void TiffImage::Return(std::unique_ptr<TiffDecoder> decoder) {
   if (!decoder) return;
+  decoder->LetGo();
   const std::lock_guard lock(mutex_);
   decoders_.push_back(std::move(decoder));
 }

@@ -61,7 +61,7 @@ bool TiffPieces::Read(int bx, int by, const TiffPiece& piece, int firstRow, cons
 
 void TiffPieces::Take(const TiffRows& rows, std::int64_t firstByte, std::int64_t numBytes, const TiffPiece& piece,
                       const Place& place) {
-  if (!planes_.empty() && rows.numRows >= piece.numRows) {
+  if (!planes_.empty() && rows.planeBytes == 0 && rows.numRows >= piece.numRows) {
     const std::int64_t pixelBytes = std::ssize(samplers_) * SampleBytes();
     Split(rows.data + (piece.column * pixelBytes - firstByte), rows.stride, piece, place);
     return;

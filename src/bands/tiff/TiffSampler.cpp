@@ -89,8 +89,19 @@ bool TiffSampler::CopiesRows(const TiffPiece& piece) const {
   return piece.step == 1 && CopiesSamples(1);
 }
 
+TiffSampler TiffSampler::OfPlane() const {
+  TiffSampler sampler = *this;
+  sampler.samplesTogether_ = 1;
+  sampler.sample_ = 0;
+  return sampler;
+}
+
 void TiffSampler::Take(const TiffRows& rows, std::int64_t firstByte, std::int64_t numBytes, const TiffPiece& piece,
                        unsigned char* out, std::int64_t outStride) const {
+  if (rows.planeBytes > 0) {
+    const TiffRows plane{rows.data + sample_ * rows.planeBytes, rows.stride, rows.numRows};
+    return OfPlane().Take(plane, 0, rows.stride, piece, out, outStride);
+  }
   const int present = rows.numRows > 0 ? (rows.numRows - 1) / piece.step + 1 : 0,
             numRows = std::min(piece.numRows, present);
   const std::int64_t rowBytes = std::int64_t{piece.numColumns} * sampleBytes_;

@@ -30,12 +30,15 @@ class TiffSampler {
   bool CopiesRows(const TiffPiece& piece) const;
   /// Whether samples are as the band has them, in pixels of so many.
   bool CopiesSamples(std::size_t numSamples) const;
-  /// Takes a piece; its first row is the first of `rows`, which begin with byte `firstByte` of a row of the block and
-  /// hold `numBytes` of each. Rows that are not there hold zeros. `out` has rows that are `outStride` bytes apart.
+  /// Takes a piece; its first row is the first of `rows`, which begin with byte `firstByte` of a row of the block, or
+  /// with its first one where they are in planes, and hold `numBytes` of each. Rows that are not there hold zeros.
+  /// `out` has rows that are `outStride` bytes apart.
   void Take(const TiffRows& rows, std::int64_t firstByte, std::int64_t numBytes, const TiffPiece& piece,
             unsigned char* out, std::int64_t outStride) const;
 
  private:
+  /// As this one, of the sample's own plane.
+  TiffSampler OfPlane() const;
   void TakeRow(const unsigned char* row, std::int64_t firstByte, std::int64_t numBytes, const TiffPiece& piece,
                unsigned char* out) const;
   void TakeWhole(const unsigned char* row, std::int64_t firstByte, const TiffPiece& piece, unsigned char* out) const;

@@ -50,6 +50,12 @@ std::int64_t TiffSource::BytesInFile(int block) const {
   return (blockHeight - end % height) * (blockBytes / blockHeight);
 }
 
+bool TiffSource::HasWholeSamples() const {
+  const int bits = layout.tags.bitsPerSample;
+  const bool isWhole = bits == 8 || bits == 16 || bits == 32 || bits == 64 || bits == 128;
+  return SamplesTogether() > 1 && isWhole && blockBytes == rowBytes * layout.tags.blockHeight;
+}
+
 void AskForRgb(TIFF* tiff, const TiffTags& tags) {
   if (tags.compression != COMPRESSION_JPEG || tags.photometric != PHOTOMETRIC_YCBCR) return;
   int mode = 0;

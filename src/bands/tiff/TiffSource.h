@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bands/tiff/TiffLayout.h"
+#include "base/BlockCache.h"
 #include "base/RowReader.h"
 #include "codec/TiffHandle.h"
 #include "XString.h"
@@ -11,7 +12,7 @@
 
 namespace zrk {
 
-/// An open file as all decoders of it see it. It never changes.
+/// An open file as all decoders of it see it. It never changes. Its blocks leave the cache when the last of them goes.
 struct TiffSource {
   XString name;
   std::shared_ptr<RowFile> file;
@@ -22,11 +23,14 @@ struct TiffSource {
   TiffGrid grid;
   std::int64_t blockBytes = 0;  ///< of a decoded block, as libtiff packs it
   std::int64_t rowBytes = 0;    ///< of a row of a block, unless libtiff makes colours of it
+  BlockFile blocks;             ///< that are decoded and kept
   bool isPlain = false;         ///< blocks lie in the file as they are decoded, but perhaps for the order of bytes
 
   int BlocksPerPlane() const { return grid.across * grid.down; }
   /// Samples that lie together in a block.
   int SamplesTogether() const { return layout.tags.IsPlanar() ? 1 : layout.tags.samplesPerPixel; }
+  /// Whether pixels have several samples of whole bytes, packed without gaps.
+  bool HasWholeSamples() const;
   /// The block of a place in the grid, in the plane of a sample.
   int BlockAt(int blockX, int blockY, int sample) const {
     return grid.across * blockY + blockX + (layout.tags.IsPlanar() ? BlocksPerPlane() * sample : 0);

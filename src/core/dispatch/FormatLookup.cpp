@@ -112,6 +112,11 @@ const FormatRow* FindRowOfFile(const XString& path) {
   return byContent ? byContent : byExtension;
 }
 
+bool MayBeOfRow(const FormatRow& row, const XString& path) {
+  std::array<unsigned char, kFileHeadBytes> buffer;
+  return !row.isContent || MayBe(row, ReadHead(path, buffer));
+}
+
 /// A class derived from a format's band is still of that format, so the base classes are asked in turn.
 const FormatRow* FindRowOfBand(const ZRMBand& band) {
   for (const XRuntimeClass* each = band.GetRuntimeClass(); each; each = each->baseClass) {

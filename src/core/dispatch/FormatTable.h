@@ -19,6 +19,8 @@ const FormatRow* FindRowOfExtension(const XString& ext);
 const FormatRow* FindRowOfFile(const XString& path);
 /// The row whose files begin as the head does, or null.
 const FormatRow* FindRowOfContent(FileHead head);
+/// Whether the first bytes of a file leave it the format of a row. They do where the format has no mark.
+bool MayBeOfRow(const FormatRow& row, const XString& path);
 /// The row of a band's class or of one that it derives from, or null.
 const FormatRow* FindRowOfBand(const ZRMBand& band);
 

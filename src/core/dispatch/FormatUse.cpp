@@ -2,11 +2,15 @@
 // function looks at whether the row can do it, and leaves the rest to the row.
 //
 // A load is refused with a sentence in this order: there is no dataset, the format is unknown or of the other kind, a
-// codec is absent, this build has no loader.
+// codec is absent, this build has no loader. The exact policy asks first whether there is a file with any bytes.
 
 #include "base/Fence.h"
+#include "base/ReadError.h"
+#include "core/dispatch/FileCheck.h"
 #include "core/dispatch/FormatTable.h"
 #include "core/load/Outcome.h"
+#include "core/xld/ImageStamp.h"
+#include "XLevelMode.h"
 #include "XRSFile.h"
 #include "ZRMBand.h"
 
@@ -59,34 +63,47 @@ XString WhyNotLoaded(const FormatRow& row) {
   return sentence;
 }
 
+/// In the exact policy a load that fails has a reason, also where the loader leaves none that tells anything.
+template <class Call>
+int LoadWithReason(const FormatRow& row, int (*load)(const Call& call), const Call& call) {
+  if (call.file->GetReadPolicy() != kReadExact) return load(call);
+  if (!XfnCheckFile(call.path, call.err)) return 0;
+  if (const int isLoaded = load(call)) return isLoaded;
+  call.err = ExplainFailedLoad(row, call.path, call.err);
+  return 0;
+}
+
 }  // namespace
 
 int LoadRasterBy(const FormatRow* row, const RasterCall& call) {
   if (!call.file) return FailWith(call.err, kNotValidFile);
   if (!row || !row->format.isRaster) return FailWith(call.err, kNotSupportedType);
   const XString refusal = WhyNotLoaded(*row);
-  return refusal.IsEmpty() ? row->loadRaster(call) : FailWith(call.err, refusal);
+  if (!refusal.IsEmpty()) return FailWith(call.err, refusal);
+  if (!Fenced(call.err, [&call] { return NoteOpenedImage(*call.file, call.path); })) return 0;
+  return LoadWithReason(*row, row->loadRaster, call);
 }
 
 int LoadVectorBy(const FormatRow* row, const VectorCall& call) {
   if (!call.file) return FailWith(call.err, kNotValidFile);
   if (!row || row->format.isRaster) return FailWith(call.err, kNotSupportedType);
   const XString refusal = WhyNotLoaded(*row);
-  return refusal.IsEmpty() ? row->loadVector(call) : FailWith(call.err, refusal);
+  return refusal.IsEmpty() ? LoadWithReason(*row, row->loadVector, call) : FailWith(call.err, refusal);
 }
 
 }  // namespace zrk
 
 int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread, const tagXOpenOptions& options) {
   if (!file) return FailWith(err, zrk::kNotValidFile);
+  if (file->GetReadPolicy() == kReadExact && !XfnCheckFile(path, err)) return 0;
   const zrk::FormatRow* const row = zrk::FindRowOfFile(path);
   if (!row) return FailWith(err, "The format can't be told from the file's extension or its first bytes");
   const int isLoaded =
       row->format.isRaster
           ? zrk::LoadRasterBy(row, {file, path, err, options.calcStatistics, options.levelMode, thread})
           : zrk::LoadVectorBy(row, {.file = file, .path = path, .err = err, .thread = thread, .sr = options.sr});
-  // Loaders leave remarks about level data in `err` also where they succeed.
-  if (isLoaded) err.Empty();
+  // Loaders leave remarks about level data in `err` also where they succeed. Of these only one is for the caller.
+  if (isLoaded && err != kLevelFileIsStale) err.Empty();
   return isLoaded;
 }
 
@@ -104,7 +121,8 @@ bool XfnIsDecodedWhole(ZRMBand* band) {
 
 /// A band that is not decoded as a whole is ready as it is.
 int XfnDecodeWhole(ZRMBand* band, XThread* thread) {
-  return XfnIsDecodedWhole(band) ? RowOf(band)->decodeWhole(*band, thread) : 1;
+  if (!XfnIsDecodedWhole(band)) return 1;
+  return zrk::ReadPixels([&] { return RowOf(band)->decodeWhole(*band, thread); });
 }
 
 tagXFormatNotes XfnDescribeFormat(ZRMBand* first, bool isVerbose) {

@@ -6,8 +6,10 @@
 
 #include "XRSFileIO.h"
 
+#include "base/Fence.h"
 #include "core/dispatch/FormatTable.h"
 #include "core/load/Outcome.h"
+#include "core/xld/ImageStamp.h"
 #include "core/xld/LevelData.h"
 #include "XDataType.h"
 #include "XPath.h"
@@ -226,6 +228,11 @@ XString XRSFileIO::GetFileNameXLD(XString path) {
 
 int XRSFileIO::CheckFileXLD(XRSFile* file, XString path, XString& err, XThread*) {
   return file ? zrk::CheckLevelData(*file, path, err) : 0;
+}
+
+int XRSFileIO::RemoveFileXLD(XString path, std::int64_t oldLength) {
+  XString unused;
+  return zrk::Fenced(unused, [&] { return zrk::RemoveLevelFileOf(path, oldLength); });
 }
 
 int XRSFileIO::CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread) {

@@ -3,9 +3,10 @@
 // docs/FORMATS.md shows the layout.
 //
 // `Open` reads and checks the whole table, so that a read finds its blob by an index alone. Windows are often lower
-// than a tile, and meet the same tile many times. So each thread keeps the last tile that it did not decode straight
-// into its target. Blobs are read and never mapped: a file that another process cuts is then an error and not a signal.
-// CompressEPOT.cpp writes stores; this class only reads them.
+// than a tile, and meet the same tile many times. So tiles that are not decoded straight into their target go through
+// the cache of decoded blocks, and each thread keeps the last one for which that had no room. Blobs are read and never
+// mapped: a file that another process cuts is then an error and not a signal. CompressEPOT.cpp writes stores; this
+// class only reads them.
 
 #include "core/level/BlobStore.h"
 
@@ -91,6 +92,24 @@ bool BlobStore::Decode(std::int64_t tileNumber, int width, int height, Desk& des
   return DecodeTile(desk.blob, place.coding, Layout().Shape().dataType, width, height, out, desk.room);
 }
 
+const unsigned char* BlobStore::FindTile(std::int64_t tileNumber, int width, int height, Desk& desk) const {
+  const std::int64_t numBytes = std::int64_t{width} * Layout().SampleBytes() * height;
+  if (desk.tileNumber == tileNumber) return desk.samples.data();
+  BlockClaim claim(&tiles_, tileNumber);
+  if (!claim.IsDecoded() && claim.MakeRoom(numBytes)) {
+    if (!Decode(tileNumber, width, height, desk, claim.GetRoom()->Get())) return nullptr;
+    claim.Keep();
+  }
+  desk.held = claim.GetRoom();
+  if (desk.held) return desk.held->Get();
+  // The samples are not those of any tile while they are decoded, nor after a failure.
+  desk.tileNumber = -1;
+  desk.samples.resize(static_cast<std::size_t>(numBytes));
+  if (!Decode(tileNumber, width, height, desk, desk.samples.data())) return nullptr;
+  desk.tileNumber = tileNumber;
+  return desk.samples.data();
+}
+
 bool BlobStore::ReadPiece(const TilePiece& piece, std::int64_t, unsigned char* out, std::int64_t stride) const {
   const PyramidLayout& layout = Layout();
   const int xTile = layout.Shape().xTile, yTile = layout.Shape().yTile, sampleBytes = layout.SampleBytes();
@@ -99,22 +118,18 @@ bool BlobStore::ReadPiece(const TilePiece& piece, std::int64_t, unsigned char* o
   const std::int64_t rowBytes = std::int64_t{width} * sampleBytes;
   const std::int64_t number = layout.TileNumber(piece.level, piece.column, piece.row);
   Desk& desk = desks_.Get();
-  // A whole tile whose rows follow each other in the target is decoded in place. No copy of it is kept.
+  // A whole tile whose rows follow each other in the target is decoded in place, and no copy of it is kept.
   if (piece.width == width && piece.height == height && stride == rowBytes) {
     return Decode(number, width, height, desk, out);
   }
-  if (desk.tileNumber != number) {
-    // The samples are not those of any tile while they are decoded, nor after a failure.
-    desk.tileNumber = -1;
-    desk.samples.resize(static_cast<std::size_t>(rowBytes * height));
-    if (!Decode(number, width, height, desk, desk.samples.data())) return false;
-    desk.tileNumber = number;
-  }
-  const unsigned char* from = desk.samples.data() + piece.y * rowBytes + std::int64_t{piece.x} * sampleBytes;
+  const unsigned char* const samples = FindTile(number, width, height, desk);
+  if (!samples) return false;
+  const unsigned char* const from = samples + piece.y * rowBytes + std::int64_t{piece.x} * sampleBytes;
   for (int y = 0; y < piece.height; ++y) {
     std::memcpy(out + y * stride, from + y * rowBytes,
                 static_cast<std::size_t>(piece.width) * static_cast<std::size_t>(sampleBytes));
   }
+  desk.held.reset();
   return true;
 }
 

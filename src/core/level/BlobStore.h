@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/BlockCache.h"
 #include "base/PerThread.h"
 #include "codec/TileCodec.h"
 #include "core/level/PyramidStore.h"
@@ -48,19 +49,23 @@ class BlobStore : public PyramidStore {
                  std::int64_t stride) const override;
 
  private:
-  /// What a thread needs to decode a tile, and the last tile that it decoded.
+  /// What a thread needs to decode a tile, and the last tile that it decoded where the cache had no room for it.
   struct Desk {
     std::int64_t tileNumber = -1;
     std::vector<unsigned char> blob;
     std::vector<unsigned char> samples;
     TileRoom room;
+    std::shared_ptr<const BlockRoom> held;  // a tile of the cache, for the time of a read
   };
 
   bool Decode(std::int64_t tileNumber, int width, int height, Desk& desk, void* out) const;
+  /// The samples of a tile, decoded by this call or one before; null where they can't be.
+  const unsigned char* FindTile(std::int64_t tileNumber, int width, int height, Desk& desk) const;
 
   std::shared_ptr<DiskFile> file_;
   std::int64_t offset_;
   BlobTable table_;
+  BlockFile tiles_;  // that are decoded and kept
   mutable PerThread<Desk> desks_;
 };
 

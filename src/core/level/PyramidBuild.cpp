@@ -264,16 +264,14 @@ bool GroupBuild::BuildStripe(int stripe, int worker) {
 
 void GroupBuild::Summarize() {
   for (std::size_t i = 0; i < bands_.size(); ++i) {
-    // The first crew that did anything takes in the others. An idle crew has nothing to add.
-    SampleStatistics* all = nullptr;
+    std::vector<SampleStatistics*> parts;
     for (Crew& crew : crews_) {
-      if (crew.IsIdle()) continue;
-      SampleStatistics& part = crew.Statistics(i);
-      if (all) all->Merge(part);
-      if (!all) all = &part;
+      // An idle crew has nothing to add.
+      if (!crew.IsIdle()) parts.push_back(&crew.Statistics(i));
     }
-    bands_[i].summary = all->Summarize();
-    if (all->HasHistogram()) bands_[i].histogram = all->GetHistogram();
+    const SampleStatistics& all = MergeAll<SampleStatistics>(parts);
+    bands_[i].summary = all.Summarize();
+    if (all.HasHistogram()) bands_[i].histogram = all.GetHistogram();
   }
 }
 

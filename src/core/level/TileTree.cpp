@@ -43,10 +43,13 @@ const PlainStore* FindTileSource(ZRMBand& band) {
   return epot ? dynamic_cast<const PlainStore*>(epot->GetStore().get()) : nullptr;
 }
 
-/// Whether blocks of the top are made of whole tiles of the source.
-bool CanTakeTiles(const PyramidShape& source, const PyramidShape& top, const Window& window, int scale) {
-  const bool isAligned = window.x0 % source.xTile == 0 && window.y0 % source.yTile == 0;
-  return isAligned && source.xTile % scale == 0 && source.yTile % scale == 0 && scale * top.yTile % source.yTile == 0;
+/// Whether blocks of the top are made of whole tiles of the source. Callers can give a band another size or type than
+/// its store has.
+bool CanTakeTiles(const PyramidLayout& source, const PyramidLayout& top, const Window& window, int scale) {
+  const int xTile = source.Shape().xTile, yTile = source.Shape().yTile;
+  const bool isInside = window.x1 < source.Width(0) && window.y1 < source.Height(0);
+  const bool isAligned = window.x0 % xTile == 0 && window.y0 % yTile == 0 && scale * top.Shape().yTile % yTile == 0;
+  return isInside && isAligned && xTile % scale == 0 && yTile % scale == 0 && source.SampleBytes() == top.SampleBytes();
 }
 
 }  // namespace
@@ -55,7 +58,8 @@ std::optional<TreePlan> TreePlan::Make(std::span<PyramidBand> bands, const TopMa
   const PyramidLayout& layout = bands.front().store->Layout();
   const int xTile = layout.Shape().xTile, yTile = layout.Shape().yTile, scale = top.GetBlockScale();
   const int together = bands.front().source->GetDecodeColumns();
-  const bool canBeCut = top.CanMakeBlocks() && layout.SampleBytes() <= 2 && xTile % 2 == 0 && yTile % 2 == 0;
+  const bool canBeCut = top.CanMakeBlocks() && layout.SampleBytes() <= 2 && xTile % 2 == 0 && yTile % 2 == 0 &&
+                        layout.TileBytes() <= kMaxTileBytes;
   // Blocks begin and end at edges of the source's tiles, or each tile on the edge would be read twice.
   const auto isInTiles = [&](const PyramidBand& band) {
     return band.source->GetDecodeColumns() == together &&
@@ -102,10 +106,7 @@ TileTree::TileTree(const PyramidBand& band, const TreePlan& plan, const TopMaker
       window_(window),
       tileSource_(FindTileSource(source_)),
       tiles_(static_cast<std::size_t>(plan.depth) + 1) {
-  const PyramidShape& shape = layout_.Shape();
-  if (tileSource_ && !CanTakeTiles(tileSource_->Layout().Shape(), shape, window, top.GetBlockScale())) {
-    tileSource_ = nullptr;
-  }
+  if (tileSource_ && !CanTakeTiles(tileSource_->Layout(), layout_, window, top.GetBlockScale())) tileSource_ = nullptr;
   for (int level = 0; level <= plan.depth; ++level) {
     tiles_[static_cast<std::size_t>(level)].resize(
         static_cast<std::size_t>((plan.blockTiles >> level) * layout_.TileBytes()));
@@ -119,12 +120,12 @@ int TileTree::CountTiles(const Block& block) const {
 
 /// The rows of a block and the columns of one of its tiles that the image has. Not above 0 beyond it.
 int TileTree::RowsOf(const Block& block) const {
-  const int yTile = layout_.Shape().yTile;
-  return std::min(yTile, layout_.Height(block.level) - block.row * yTile);
+  const std::int64_t yTile = layout_.Shape().yTile;
+  return static_cast<int>(std::min(yTile, layout_.Height(block.level) - block.row * yTile));
 }
 int TileTree::ColumnsOf(const Block& block, int tile) const {
-  const int xTile = layout_.Shape().xTile;
-  return std::min(xTile, layout_.Width(block.level) - (FirstTile(block) + tile) * xTile);
+  const std::int64_t xTile = layout_.Shape().xTile;
+  return static_cast<int>(std::min(xTile, layout_.Width(block.level) - (FirstTile(block) + tile) * xTile));
 }
 
 /// Whether the image ends within the block.

@@ -11,6 +11,7 @@
 
 #include "base/WorldLines.h"
 #include "core/xld/LevelData.h"
+#include "XExactStatistics.h"
 #include "XPath.h"
 #include "XRSFile.h"
 #include "XWorldFile.h"
@@ -46,6 +47,28 @@ void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile, const WorldLines& 
   band.SetPixelAnchor(kPixelCentre);
   if (const auto transform = TransformOf(lines)) band.SetGeoTransform(transform->data());
   if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceUnknown);
+}
+
+/// The statistics that a load was asked for. A failure of them is none of the load. In the exact policy one pass over
+/// the file serves all bands.
+void CalcStatistics(std::span<ZRMBand* const> bands, XReadPolicy policy) {
+  if (policy == kReadExact) {
+    XfnCalcExactStatistics(bands, 1);
+    return;
+  }
+  for (ZRMBand* const band : bands) band->CalcStatistics(1);
+}
+
+std::vector<ZRMBand*> BandsOf(const Channels& channels) {
+  std::vector<ZRMBand*> bands;
+  for (const std::unique_ptr<ZRMBand>& channel : channels) bands.push_back(channel.get());
+  return bands;
+}
+
+std::vector<ZRMBand*> BandsOf(const XRSFile& file) {
+  std::vector<ZRMBand*> bands;
+  for (int i = 0; i < file.GetNumOfBands(); ++i) bands.push_back(file.GetBandAt(i));
+  return bands;
 }
 
 }  // namespace
@@ -94,9 +117,7 @@ int LoadFrame(const RasterCall& call, Channels (*open)(const RasterCall& call)) 
   return Fenced(call.err, [&] {
     Channels channels = open(call);
     if (channels.empty()) return 0;
-    if (call.calcStatistics) {
-      for (const std::unique_ptr<ZRMBand>& channel : channels) channel->CalcStatistics(1);
-    }
+    if (call.calcStatistics) CalcStatistics(BandsOf(channels), call.file->GetReadPolicy());
     AddChannels(*call.file, std::move(channels));
     call.file->SetName(call.path);
     call.file->SetFilePath(call.path);
@@ -110,9 +131,10 @@ void FinishRaster(const RasterCall& call) {
   file.SetFilePath(call.path);
   // Memory that runs out here is a failure of level data or statistics, and not of the load.
   Fenced(call.err, [&] {
-    if (LoadLevelData(file, call.path, call.err, call.levelMode, call.thread)) return 1;
-    if (!call.calcStatistics) return 1;
-    for (int i = 0; i < file.GetNumOfBands(); ++i) file.GetBandAt(i)->CalcStatistics(1);
+    const XReadPolicy policy = file.GetReadPolicy();
+    // Level data brings statistics, but those of an image of half the size, which are not exact.
+    const int hasLevels = LoadLevelData(file, call.path, call.err, call.levelMode, call.thread);
+    if (call.calcStatistics && (!hasLevels || policy == kReadExact)) CalcStatistics(BandsOf(file), policy);
     return 1;
   });
 }

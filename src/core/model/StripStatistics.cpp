@@ -40,6 +40,15 @@ bool AddStrips(ZRMBand& band, int level, SampleStatistics& statistics) {
 
 }  // namespace
 
+/// A null histogram is passed over by the band itself.
+void SetStatistics(ZRMBand& band, const Summary& summary, const std::int64_t* histogram) {
+  band.SetBandMin(summary.minValue);
+  band.SetBandMax(summary.maxValue);
+  band.SetBandMean(summary.mean);
+  band.SetBandStdDev(summary.stdDev);
+  band.SetHistogram(histogram);
+}
+
 /// A level that leaves no pixel fails as it does for a band that reads its levels. Fields are set only when everything
 /// was read.
 int CalcStatisticsByStrips(ZRMBand& band, int level, bool withHistogram) {
@@ -49,11 +58,7 @@ int CalcStatisticsByStrips(ZRMBand& band, int level, bool withHistogram) {
   if (!AddStrips(band, level, statistics)) return 0;
   const Summary summary = statistics.Summarize();
   if (summary.count == 0) return 0;
-  band.SetBandMin(summary.minValue);
-  band.SetBandMax(summary.maxValue);
-  band.SetBandMean(summary.mean);
-  band.SetBandStdDev(summary.stdDev);
-  if (withHistogram) band.SetHistogram(statistics.GetHistogram().data());
+  SetStatistics(band, summary, withHistogram ? statistics.GetHistogram().data() : nullptr);
   return 1;
 }
 

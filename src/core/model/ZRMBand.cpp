@@ -3,11 +3,12 @@
 // sizes may be 0 for a band without a place, so that a division by them may give what is not a number; every conversion
 // to an int is ready for that.
 //
-// Statistics are an estimate from a coarse level. The conversions only read fields, and several threads may use them at
-// once.
+// Statistics are an estimate from a coarse level, and those of all pixels in the exact policy. The conversions only
+// read fields, and several threads may use them at once.
 
 #include "ZRMBand.h"
 
+#include "XExactStatistics.h"
 #include "XStatistics.h"
 #include "XSystem.h"
 
@@ -51,6 +52,10 @@ int ZRMBand::GetHighestLevelForTarget(double cornerX0, double cornerY0, double c
 }
 
 int ZRMBand::CalcStatistics(int withHistogram) {
+  if (IsExact()) {
+    ZRMBand* const self = this;
+    return XfnCalcExactStatistics({&self, 1}, withHistogram);
+  }
   return CalcStatisticsAtLevel(std::max(GetLevel() - 1, 0), withHistogram);
 }
 

@@ -60,6 +60,7 @@ int ZRMBandFile<Base>::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int
 
 template <class Base>
 int ZRMBandFile<Base>::CalcStatistics(int withHistogram) {
+  if (this->IsExact()) return ZRMBand::CalcStatistics(withHistogram);
   // Level data has coarse images of its own, which are small, and so the general way serves. It also serves where a
   // pixel size is 0, and answers as it does for any such band.
   bool hasLevelData = false;

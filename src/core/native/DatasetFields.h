@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/native/FieldAccess.h"
+#include "core/native/ImageElement.h"
 #include "core/native/XmlArchive.h"
 #include "XRSFile.h"
 
@@ -20,6 +21,19 @@ template <class Archive>
 void VisitWriterInfo(Archive& archive, WriterInfo& info) {
   archive.Field("XRS_TAG_CRYPTOINFO", info.cryptoVaildationInfo);
   archive.Field("XRS_TAG_WRITERFLAGS", info.flags);
+}
+
+/// The image of a level file. Readers that do not know the element pass over it.
+inline constexpr char kTagImage[] = "XRS_TAG_IMAGE";
+
+template <class Archive>
+void VisitImage(Archive& archive, ImageStamp& stamp) {
+  archive.Group(kTagImage, [&stamp](Archive& inner) {
+    inner.Attribute("length", stamp.status.length);
+    inner.Attribute("modified", stamp.status.modified);
+    inner.Attribute("changed", stamp.status.changed);
+    inner.Attribute("fingerprint", stamp.fingerprint);
+  });
 }
 
 template <class Archive>

@@ -15,6 +15,8 @@ struct FieldAccess {
   static auto& ScanSensorParam(ZRMBand& band) { return band.scanSensorParam_; }
 
   static auto& Bands(XRSFile& dataset) { return dataset.bands_; }
+  static auto& OpenedStatus(XRSFile& dataset) { return dataset.openedStatus_; }
+  static const auto& OpenedStatus(const XRSFile& dataset) { return dataset.openedStatus_; }
   static auto& RadarScene(XRSFile& dataset) { return dataset.radarScene_; }
   static auto& GcpSets(XRSFile& dataset) { return dataset.gcpSets_; }
   static auto& Rois(XRSFile& dataset) { return dataset.rois_; }

@@ -296,6 +296,12 @@ void XRSFileSaver::CopySIGDataSetAll(XRSFile* dataset) {
   if (dataset) document_->ToDataset([dataset](XmlWriter& writer) { VisitSIGDataSet(writer, *dataset); });
 }
 
+void XRSFileSaver::WriteLevelImage(std::int64_t length, std::int64_t modified, std::int64_t changed,
+                                   std::uint64_t fingerprint) {
+  zrk::ImageStamp stamp{{length, modified, changed}, fingerprint};
+  document_->ToDataset([&stamp](XmlWriter& writer) { VisitImage(writer, stamp); });
+}
+
 XString XRSFileSaver::GetXML() const {
   return zrk::FormatNativeXml(document_->xml);
 }

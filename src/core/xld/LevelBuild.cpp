@@ -10,6 +10,7 @@
 
 #include "base/Failure.h"
 #include "core/level/PyramidStore.h"
+#include "core/model/StripStatistics.h"
 #include "core/native/SaverGroups.h"
 #include "core/xld/LevelFile.h"
 #include "Xepot.h"
@@ -56,20 +57,11 @@ bool AddHistogram(const tagXArr2& data, int dataType, Sums& sums) {
                                sums.maxValue, sums.histogram.data(), INT_MIN, INT_MAX, INT_MIN, INT_MAX, kNotSet);
 }
 
-void SetStatistics(ZRMBand& record, double minValue, double maxValue, double mean, double stdDev,
-                   const std::int64_t* histogram) {
-  record.SetBandMin(minValue);
-  record.SetBandMax(maxValue);
-  record.SetBandMean(mean);
-  record.SetBandStdDev(stdDev);
-  record.SetHistogram(histogram);
-}
-
 /// Takes what is known of a band over, without its statistics, which are those of other pixels.
 void CopyFields(ZRMBand& record, ZRMBand& band) {
   const std::array<std::int64_t, 256> none{};
   record.CloneBand(&band);
-  SetStatistics(record, kNotSet, kNotSet, kNotSet, kNotSet, none.data());
+  SetStatistics(record, {0, kNotSet, kNotSet, kNotSet, kNotSet}, none.data());
 }
 
 /// Whether level data of a band has the shape of the first band's, which is what the level file tells for all bands.
@@ -111,13 +103,30 @@ bool LevelBuild::Write(bool wantsPyramids) {
   for (int i = 0; i < dataset_.GetNumOfBands(); ++i) records_.push_back(std::make_unique<ZRMBandEPOT>());
   end_ = kLevelHeadBytes;
   const bool isFull = wantsPyramids && dataset_.GetBandAt(0)->GetLevel() >= 1;
-  if (!(isFull ? BuildPyramids() : MeasureBands())) return false;
+  if (!WritePixels(isFull)) return false;
 
   const XString text = MakeText(isFull ? kCompressionPlain : kCompressionNone);
   const auto whole = FormatLevelHead(end_);
   const bool isWritten =
       out.WriteAt(end_, text.GetText(), text.GetLength()) && out.WriteAt(0, whole.data(), kLevelHeadBytes);
   return isWritten || Fail("Fail to write Data");
+}
+
+bool LevelBuild::WritePixels(bool isFull) {
+  watched_ = WatchImage(dataset_);
+  return (isFull ? BuildPyramids() : MeasureBands()) && StampImage();
+}
+
+/// Levels of an image that is changed while they are made may be of neither image. They are given up in the exact
+/// policy. Otherwise they keep a stamp that fits nothing.
+bool LevelBuild::StampImage() {
+  if (!watched_) return true;
+  const StampResult result = zrk::StampImage(dataset_, *watched_, thread_ ? thread_->GetStatePtr() : nullptr, stamp_);
+  wasStopped_ = result == StampResult::kStopped;
+  if (wasStopped_) return false;
+  if (result == StampResult::kUnreadable && watched_->length >= 0) return Fail(GetSentence(PyramidResult::kReadFailed));
+  const bool isGivenUp = stamp_.status.length < 0 && dataset_.GetReadPolicy() == kReadExact;
+  return !isGivenUp || Fail("The image was changed while its levels were made");
 }
 
 bool LevelBuild::MeasureBands() {
@@ -144,7 +153,8 @@ bool LevelBuild::MeasureBand(int index) {
   ZRMBandEPOT& record = *records_[static_cast<std::size_t>(index)];
   CopyFields(record, *band);
   if (sums.count > 0) {
-    SetStatistics(record, sums.minValue, sums.maxValue, sums.GetMean(), sums.GetStdDev(), sums.histogram.data());
+    SetStatistics(record, {sums.count, sums.minValue, sums.maxValue, sums.GetMean(), sums.GetStdDev()},
+                  sums.histogram.data());
   }
   band->CleanupMemory(1, 1);
   return true;
@@ -188,11 +198,8 @@ bool LevelBuild::BuildPyramids() {
   if (!Check(zrk::BuildPyramids(job))) return false;
   for (std::size_t i = 0; i < records_.size(); ++i) {
     const PyramidBand& built = job.bands[i];
-    const Summary& known = built.summary;
     CopyFields(*records_[i], *built.source);
-    if (known.count > 0) {
-      SetStatistics(*records_[i], known.minValue, known.maxValue, known.mean, known.stdDev, built.histogram.data());
-    }
+    if (built.summary.count > 0) SetStatistics(*records_[i], built.summary, built.histogram.data());
     built.source->CleanupMemory(1, 1);
   }
   return true;
@@ -214,6 +221,8 @@ XString LevelBuild::MakeText(int compression) {
     CopyDescription(saver, *record);
   }
   CopyDataset(saver, dataset_);
+  const FileStatus& image = stamp_.status;
+  if (watched_) saver.WriteLevelImage(image.length, image.modified, image.changed, stamp_.fingerprint);
   return saver.GetXML();
 }
 

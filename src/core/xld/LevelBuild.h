@@ -2,9 +2,11 @@
 
 #include "base/NewFile.h"
 #include "core/level/PyramidBuild.h"
+#include "core/xld/ImageStamp.h"
 #include "ZRMBandEPOT.h"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 class XRSFile;
@@ -24,6 +26,8 @@ class LevelBuild {
 
  private:
   bool Write(bool wantsPyramids);
+  bool WritePixels(bool isFull);
+  bool StampImage();
   bool MeasureBands();
   bool MeasureBand(int index);
   bool BuildPyramids();
@@ -38,7 +42,9 @@ class LevelBuild {
   XString& err_;
   NewFile output_;
   std::vector<std::unique_ptr<ZRMBandEPOT>> records_;  // of each band, the store and what was measured
-  std::int64_t end_ = 0;                               // of what is written, in bytes
+  std::optional<FileStatus> watched_;                  // of the image before it is read, where the dataset has a file
+  ImageStamp stamp_;
+  std::int64_t end_ = 0;  // of what is written, in bytes
   bool wasStopped_ = false;
 };
 

@@ -5,6 +5,7 @@
 
 #include "base/Fence.h"
 #include "core/native/NativeXml.h"
+#include "core/xld/ImageStamp.h"
 #include "core/xld/LevelFile.h"
 #include "XFile.h"
 #include "XLevelMode.h"
@@ -126,7 +127,8 @@ bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& oldText, c
   return false;
 }
 
-int CheckLevelFile(XRSFile& dataset, const XString& name, XString& err) {
+int CheckLevelFile(XRSFile& dataset, const XString& path, XString& err) {
+  const XString name = zrk::LevelFileNameOf(path);
   if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
   XFile file;
   if (!file.Open(name, kReadShared)) return FailWith(err, "Fail to open XLD file");
@@ -135,10 +137,13 @@ int CheckLevelFile(XRSFile& dataset, const XString& name, XString& err) {
   if (head == zrk::LevelHead::kShort) return 0;
   if (head == zrk::LevelHead::kUnreadable) return FailWith(err, "Fail to load XLD information");
   if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
+  const XString text = zrk::ReadLevelText(file, textOffset);
+  // Statistics and system are taken over with the text, and those of another image must not be.
+  const bool isStale = dataset.GetReadPolicy() == kReadExact && !zrk::IsOfImage(name, textOffset, text, path);
+  if (isStale) return FailWith(err, kLevelFileIsStale);
   // A text makes the bands of a dataset that has none, but those of a level file are no bands to read.
   XString reason;
-  const bool isLoaded =
-      dataset.GetNumOfBands() > 0 && dataset.LoadStringZRM(zrk::ReadLevelText(file, textOffset), reason, nullptr);
+  const bool isLoaded = dataset.GetNumOfBands() > 0 && dataset.LoadStringZRM(text, reason, nullptr);
   return isLoaded ? 1 : FailWith(err, "Fail to load XLD information");
 }
 
@@ -171,7 +176,7 @@ XString LevelFileNameOf(const XString& path) {
 }
 
 int CheckLevelData(XRSFile& dataset, const XString& path, XString& err) {
-  return Fenced(err, [&] { return CheckLevelFile(dataset, LevelFileNameOf(path), err); });
+  return Fenced(err, [&] { return CheckLevelFile(dataset, path, err); });
 }
 
 int CreateLevelData(XRSFile& dataset, const XString& path, XString& err, int levelMode, XThread* thread) {
@@ -182,12 +187,15 @@ int CreateLevelData(XRSFile& dataset, const XString& path, XString& err, int lev
 }
 
 int LoadLevelData(XRSFile& dataset, const XString& path, XString& err, int levelMode, XThread* thread) {
-  if (!CheckLevelData(dataset, path, err) && levelMode != kLevelNone) {
+  int isGood = CheckLevelData(dataset, path, err);
+  if (!isGood && levelMode != kLevelNone) {
     if (levelMode == kLevelAsk && !AskToCreate()) return 0;
     err.Empty();
-    const int isCreated = CreateLevelData(dataset, path, err, levelMode, thread);
-    if (!isCreated && (levelMode == kLevelAsk || levelMode == kLevelBuild)) return 0;
+    isGood = CreateLevelData(dataset, path, err, levelMode, thread);
+    if (!isGood && (levelMode == kLevelAsk || levelMode == kLevelBuild)) return 0;
   }
+  // What is attached is looked at once more, but not whether it is of these bytes.
+  if (!isGood && dataset.GetReadPolicy() == kReadExact) return 0;
   return Fenced(err, [&] { return AttachLevelData(dataset, path, err); });
 }
 

@@ -175,6 +175,39 @@ TEST_F(OpenFile, TellsWhyAFileCannotBeOpened) {
   EXPECT_EQ(0, file_.GetNumOfBands());
 }
 
+TEST_F(OpenFile, InTheCompatiblePolicyHidesWhyUnderAWordOfTheLoader) {
+  EXPECT_EQ(0, Open("a.hdf", {}));
+  EXPECT_EQ(XString("Can't open file : " + folder_.Path("a.hdf")), err_);
+  EXPECT_EQ(0, Open("b.hdf", BytesOf({"\x0E\x03\x13\x01", 4})));
+  EXPECT_EQ(XString("Can't open file : " + folder_.Path("b.hdf")), err_);
+  EXPECT_EQ(0, Open("a.tif", BytesOf("none")));
+  EXPECT_EQ(XString("Can't open file : " + folder_.Path("a.tif")), err_);
+  std::filesystem::create_directory(folder_.Path("c.tif"));
+  EXPECT_EQ(0, XfnOpenFile(&file_, folder_.Path("c.tif"), err_));
+  EXPECT_EQ(XString("Can't open file : " + folder_.Path("c.tif")), err_);
+}
+
+TEST_F(OpenFile, InTheExactPolicyTellsWhy) {
+  file_.SetReadPolicy(kReadExact);
+  EXPECT_EQ(0, Open("a.hdf", {}));
+  EXPECT_EQ(XString("The file is empty"), err_);
+  EXPECT_EQ(0, Open("b.hdf", BytesOf({"\x0E\x03\x13\x01", 4})));
+  EXPECT_EQ(XString("The file is damaged, or is a kind of HDF4 file that can't be read"), err_);
+  EXPECT_EQ(0, Open("a.tif", BytesOf("none")));
+  EXPECT_EQ(XString("The file is named as a TIFF, GeoTIFF file and does not begin as one"), err_);
+  std::filesystem::create_directory(folder_.Path("c.tif"));
+  EXPECT_EQ(0, XfnOpenFile(&file_, folder_.Path("c.tif"), err_));
+  EXPECT_EQ(XString("This is a folder and not a file"), err_);
+  EXPECT_EQ(0, XfnOpenFile(&file_, folder_.Path("none"), err_));
+  EXPECT_EQ(XString("No such file"), err_);
+}
+
+TEST_F(OpenFile, InTheExactPolicyKeepsSentencesThatTellWhy) {
+  file_.SetReadPolicy(kReadExact);
+  EXPECT_EQ(0, Open("a.bmp", BytesOf("none")));
+  EXPECT_EQ(XString("Can't read bitmap file header."), err_);
+}
+
 TEST_F(OpenFile, ComputesStatisticsAndBuildsLevelDataWhereAsked) {
   folder_.Write("a.bmp", BmpBuilder().Size(4, 3).Build());
   ASSERT_EQ(1, XfnOpenFile(&file_, folder_.Path("a.bmp"), err_, nullptr, {.calcStatistics = 1}));

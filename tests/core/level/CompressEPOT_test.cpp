@@ -4,6 +4,7 @@
 #include "LevelDataset.h"
 #include "ReferencePyramid.h"
 #include "TempFolder.h"
+#include "XBlockCache.h"
 #include "Xepot.h"
 #include "XFile.h"
 #include "XSystem.h"
@@ -97,6 +98,23 @@ TEST_F(CompressEPOT, WritesTheSameBytesForAnyNumberOfThreads) {
   XfnSetWorkerCount(1);
   EXPECT_TRUE(files[0] == files[1]);
   EXPECT_TRUE(files[0] == files[2]);
+}
+
+TEST_F(CompressEPOT, DecodesATileOnceWhereMemoryIsGranted) {
+  XfnSetBlockCacheBytes(1 << 20);
+  const auto samples = RandomSamples<std::uint8_t>(50, 40);
+  const std::int64_t size = Compress(50, 40, samples, 0, 0.0);
+  tagXArr2* out = nullptr;
+  ASSERT_TRUE(band_.ReadSubset(out, 0, 10, 37, 8, 20, nullptr));
+  const auto expected = SamplesOf<std::uint8_t>(*out);
+  // With zeros in place of all blobs, only what was kept can serve the window.
+  std::vector<unsigned char> zeros(static_cast<std::size_t>(size) - 12 * 16 - 16);
+  file_.Seek(7 + 12 * 16 + 16, XFile::kBegin);
+  file_.Write(zeros.data(), static_cast<unsigned int>(zeros.size()));
+  ASSERT_TRUE(band_.ReadSubset(out, 0, 10, 37, 8, 20, nullptr));
+  ExpectSameSamples(expected, SamplesOf<std::uint8_t>(*out));
+  XfnSetBlockCacheBytes(0);
+  EXPECT_FALSE(band_.ReadSubset(out, 0, 10, 37, 8, 20, nullptr));
 }
 
 TEST_F(CompressEPOT, ServesAnyWindow) {

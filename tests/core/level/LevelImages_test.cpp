@@ -193,6 +193,19 @@ TEST_P(NativeImages, AreTheSameFromANativeRasterAsFromMemory) {
 INSTANTIATE_TEST_SUITE_P(OfEveryKind, NativeImages,
                          testing::Values(std::pair(kBandTypeThematic, -1), std::pair(0, 0), std::pair(0, 1000)));
 
+TEST(LevelImages, OfABandThatIsLargerThanItsStoreFail) {
+  TempFolder folder;
+  XRSFile memory, native;
+  AddDirectBand(memory, 64, 64, RandomSamples<std::uint8_t>(64, 64), kTile);
+  XString err;
+  ASSERT_TRUE(
+      XRSFileIO::SaveFileZRM(&memory, folder.Path("a.zrm"), 1, 0, 63, 0, 63, err, nullptr, kCompressionPlain, 0, 1));
+  ASSERT_TRUE(XRSFileIO::LoadFileZRM(&native, folder.Path("a.zrm"), err, nullptr));
+  native.GetBandAt(0)->SetSize(64, 96);
+  EXPECT_FALSE(XRSFileIO::CreateFileXLD(&native, folder.Path("a.zrm"), err, kLevelBuild, nullptr));
+  EXPECT_EQ(XString("Fail to read data"), err);
+}
+
 TEST(LevelImages, OfANativeRasterFailWhereItsFileHasBeenCut) {
   TempFolder folder;
   XRSFile memory, native;

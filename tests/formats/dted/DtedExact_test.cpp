@@ -183,6 +183,27 @@ TEST(DtedExact, SaysWhatIsWrongWithAFileThatItRefuses) {
   EXPECT_EQ("The cell has no columns or no rows", reason(DtedBuilder().Claim("0000", "0005").Build()));
 }
 
+TEST(DtedCompatible, HasNoNullValue) {
+  ExactCell cell(DtedBuilder().Size(9, 3).Build(), kReadCompatible);
+  EXPECT_EQ(kNotSet, cell.Band().GetNullValue());
+}
+
+TEST(DtedCompatible, DoesNotLookAtChecksums) {
+  const DtedBuilder builder = DtedBuilder().Size(20, 9).Words([](int, int) { return std::uint16_t{64}; });
+  std::vector<unsigned char> bytes = builder.Build();
+  bytes[ColumnAt(builder, 17) + 8 + 1] ^= 4;
+  ExactCell cell(bytes, kReadCompatible);
+  EXPECT_EQ(68, cell.Post(17, 8));
+}
+
+TEST(DtedCompatible, TakesColumnsInTheOrderOfTheFile) {
+  ExactCell cell(WithColumns(DtedBuilder().Size(5, 3), {3, 0, 4}), kReadCompatible);
+  for (const auto& [x, column] : {std::pair(0, 3), std::pair(1, 0), std::pair(2, 4)}) {
+    EXPECT_EQ(HeightOfWord(DtedBuilder::AnyWord(column, 1)), cell.Post(x, 1)) << x;
+  }
+  EXPECT_EQ(0, cell.Post(3, 1));
+}
+
 /// In both policies the outer edges lie half a step outside the corner posts.
 TEST(DtedPlace, IsThatOfTheOuterEdgesInTheTransformOfBothPolicies) {
   for (const XReadPolicy policy : {kReadCompatible, kReadExact}) {

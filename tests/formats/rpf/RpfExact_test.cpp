@@ -174,4 +174,16 @@ TEST(RpfPlace, HasThePrecisionOfTheFileInTheTransformOfBothPolicies) {
   }
 }
 
+TEST(RpfPlace, FollowsTheCornersWhereTheyMakeARectangle) {
+  // The intervals say 0.0015 and 0.0017.
+  ExactFrame frame = Map(Frame());
+  double transform[6];
+  frame.Band(2).GetGeoTransform(transform);
+  EXPECT_EQ(-99.5, transform[0]);
+  EXPECT_DOUBLE_EQ(2.5 / 1536, transform[1]);
+  EXPECT_EQ(31.25, transform[3]);
+  EXPECT_DOUBLE_EQ(-2.25 / 1536, transform[5]);
+  EXPECT_EQ(0.0017, frame.Band(0).GetXPixelSize());
+}
+
 }  // namespace

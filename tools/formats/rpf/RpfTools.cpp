@@ -20,6 +20,10 @@ bool ViewToc(const ViewRequest& request, const XCIBtoc& toc, XThread& thread, Pn
     err = "a table of contents has no bands";
     return false;
   }
+  if (request.hasWindow) {
+    err = "a table of contents has no pixels for a window";
+    return false;
+  }
   if (request.isShaded) {
     err = "a table of contents has no heights";
     return false;

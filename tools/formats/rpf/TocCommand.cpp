@@ -6,6 +6,7 @@
 #include "formats/rpf/TocCommand.h"
 
 #include "CommandLine.h"
+#include "commands/SharedOptions.h"
 #include "Corners.h"
 #include "formats/rpf/TocFrames.h"
 #include "Job.h"
@@ -225,5 +226,6 @@ void AddTocCommand(CommandLine& program) {
                   "Follow paths that lead out of the folder of the table\n"
                   "of contents, which otherwise are not looked at");
   command.AddFlag("--json", options->json, "Print an array of objects for machines");
+  AddQuietOption(command);
   command.SetAction([options] { return Run(*options); });
 }

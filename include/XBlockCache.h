@@ -1,0 +1,31 @@
+#pragma once
+
+#include "XExport.h"
+
+#include <cstdint>
+
+// Memory for decoded blocks. A compressed file is decoded block by block, and a read that wants some pixels of a block
+// decodes all of it. By itself the library keeps no block when a read ends, so that it takes no memory that a caller
+// does not know of. A caller who grants it memory has every block decoded once for as long as the memory suffices:
+// windows that lie near each other or follow each other, and the bands of an interleaved file, share what was decoded.
+//
+// One cache serves all files and threads. Tiles and strips of compressed TIFF files and tiles of compressed native
+// rasters go through it. Rasters that lie plainly in their files are read from there and are not kept, nor are JPEG
+// files, which are decoded from top to bottom.
+//
+// The pixels of every read are the same with the cache and without. A file must not be written to while it is open: a
+// block that is kept stays what it was when it was decoded.
+
+/// Grants the cache so many bytes from now on, for all threads; 0, the initial value, turns it off. Numbers below 0 are
+/// taken for 0.
+///
+/// The bytes are those of the blocks and of what is noted of each, and at no time does the cache take more. Blocks that
+/// were not used for a while make room for others. A block for which no room can be made, since it is larger than all
+/// of the cache or others are being read, is decoded as without a cache. Blocks of a file go when the last of the bands
+/// that share the open file goes.
+///
+/// Any thread may call this at any time. A smaller number than before empties the cache. Only blocks that reads on
+/// other threads are copying from at this moment stay until these reads are done with them.
+ZRKIO_API void XfnSetBlockCacheBytes(std::int64_t numBytes);
+/// What was granted last.
+ZRKIO_API std::int64_t XfnGetBlockCacheBytes();

@@ -1,0 +1,161 @@
+// zrkio value: the samples of one place in the world. The pixel is the one that holds the place, so that positions are
+// rounded down and a place left of the image or above it is outside.
+//
+// Bands of a file may differ in size, so that each finds its own pixel.
+
+#include "CommandLine.h"
+#include "commands/Commands.h"
+#include "commands/SharedOptions.h"
+#include "Dataset.h"
+#include "Job.h"
+#include "output/Json.h"
+#include "output/SampleSink.h"
+#include "Place.h"
+#include "XReadPolicy.h"
+
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+struct Options {
+  std::string file;
+  double x = 0.0;
+  double y = 0.0;
+  std::optional<int> band;
+  bool isLonLat = false;
+  bool json = false;
+};
+
+struct Pixel {
+  int column = 0;
+  int row = 0;
+};
+
+/// The place in the system of the band.
+bool FindPlace(const ZRMBand& band, const Options& options, std::array<double, 2>& place, std::string& err) {
+  place = {options.x, options.y};
+  if (band.GetCoordinateKind() != kCoordinateWorld || !Place(band).HasExtent()) {
+    err = "the image has no place in the world";
+    return false;
+  }
+  if (!options.isLonLat) return true;
+  const auto way = FindWayFromLonLat(band);
+  if (!way) {
+    err = "no way leads from degrees to the system of the image";
+    return false;
+  }
+  if (way->TransformPt(place[0], place[1])) return true;
+  err = "the system of the image does not have this place";
+  return false;
+}
+
+bool FindPixel(const ZRMBand& band, const std::array<double, 2>& place, Pixel& pixel, std::string& err) {
+  const auto [x, y] = Place(band).ToPixel(place[0], place[1]);
+  const double column = std::floor(x), row = std::floor(y);
+  const bool isInside = column >= 0.0 && column < band.GetXSize() && row >= 0.0 && row < band.GetYSize();
+  if (isInside) {
+    pixel = {static_cast<int>(column), static_cast<int>(row)};
+    return true;
+  }
+  char text[200];
+  std::snprintf(text, sizeof text, "the place is outside the image: it would be column %.10g, row %.10g", column, row);
+  err = text;
+  return false;
+}
+
+/// A value that JSON can't hold, such as one that is not a number, is null there and stands in the text.
+bool DescribeSample(ZRMBand& band, const Pixel& at, Json& json, std::string& err) {
+  tagXArr2* sample = nullptr;
+  if (!band.ReadSubset(sample, 0, at.column, at.column, at.row, at.row, nullptr) || !sample) {
+    err = WhyNotRead();
+    return false;
+  }
+  const std::string text = FormatSample(band.GetDataType(), sample->Row(0));
+  if (text.empty()) {
+    err = "samples of this data type can't be printed";
+    return false;
+  }
+  const double value = std::strtod(text.c_str(), nullptr);
+  const bool isNull = std::isnan(value) || (band.GetNullValue() != kNotSet && value == band.GetNullValue());
+  json = {{"name", band.GetBandName().GetText()},
+          {"column", at.column},
+          {"row", at.row},
+          {"value", Number(value)},
+          {"text", text},
+          {"isNull", isNull}};
+  return true;
+}
+
+bool DescribeValues(const Options& options, Json& json, XThread& thread, std::string& err) {
+  const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
+  if (!file || !FindBand(*file, options.band.value_or(1), err)) return false;
+  const int first = options.band.value_or(1), last = options.band.value_or(file->GetNumOfBands());
+  for (int number = first; number <= last; ++number) {
+    ZRMBand& band = *file->GetBandAt(number - 1);
+    std::array<double, 2> place;
+    Pixel pixel;
+    Json channel;
+    if (!FindPlace(band, options, place, err) || !FindPixel(band, place, pixel, err)) return false;
+    if (!DescribeSample(band, pixel, channel, err)) return false;
+    if (number == first) json["place"] = {place[0], place[1]};
+    json["channels"].push_back(std::move(channel));
+  }
+  return true;
+}
+
+/// The pixel stands beside the channel only where channels differ.
+void PrintText(const Json& json) {
+  const Json& channels = json["channels"];
+  const auto at = [](const Json& channel) {
+    return "column " + channel["column"].dump() + ", row " + channel["row"].dump();
+  };
+  std::printf("%s\n  place       %.10g, %.10g\n  pixel       %s\n", GetText(json["file"]).c_str(),
+              GetNumber(json["place"][0]), GetNumber(json["place"][1]), at(channels[0]).c_str());
+  for (const Json& channel : channels) {
+    const std::string other = at(channel) == at(channels[0]) ? "" : " at " + at(channel);
+    std::printf("  %-11s %s%s%s\n", GetText(channel["name"]).c_str(), GetText(channel["text"]).c_str(),
+                channel["isNull"].get<bool>() ? " (null)" : "", other.c_str());
+  }
+}
+
+int Run(const Options& options) {
+  Json json = {{"file", options.file}};
+  if (options.isLonLat) json["lonLat"] = {options.x, options.y};
+  const JobResult result = RunJob(options.file, [&](XThread& thread, std::string& err) {
+    XfnForgetLastReadError();
+    return DescribeValues(options, json, thread, err);
+  });
+  if (options.json && !result.wasStopped) {
+    if (!result.isDone) json = {{"file", options.file}, {"error", result.reason}};
+    std::printf("%s\n", Serialize(json).c_str());
+  } else if (result.isDone) {
+    PrintText(json);
+  }
+  return result.GetExitStatus();
+}
+
+const char* const kExamples =
+    "Examples:\n"
+    "  zrkio value scene.tif 691234.5 5334567.8\n"
+    "  zrkio value scene.tif -0.127 51.507 --lonlat --band 2 --json\n";
+
+}  // namespace
+
+void AddValueCommand(CommandLine& program) {
+  auto options = std::make_shared<Options>();
+  Command command = program.AddCommand("value", "Tell the samples of a place", kExamples);
+  command.AddArgument("FILE", options->file, "A raster file");
+  command.AddArgument("X", options->x, "East, in the system of the image; with --lonlat the longitude");
+  command.AddArgument("Y", options->y, "North; with --lonlat the latitude");
+  command.AddFlag("--lonlat", options->isLonLat, "The place is in degrees on WGS 84");
+  command.AddOption("--band", "N", options->band, "The channel, counted from 1; all unless given").SetRange(1, INT_MAX);
+  command.AddFlag("--json", options->json, "Print an object for machines");
+  AddQuietOption(command);
+  command.SetAction([options] {
+    if (!std::isfinite(options->x) || !std::isfinite(options->y)) throw UsageError("X Y", "take numbers");
+    return Run(*options);
+  });
+}
