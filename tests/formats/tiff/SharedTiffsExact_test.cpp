@@ -16,6 +16,9 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <utility>
+
+#include <gdal.h>
 
 namespace {
 
@@ -155,6 +158,62 @@ TEST(SharedTiffsExactly, AreAsGdalReadsThemOrAsListed) {
     ++numFiles;
   }
   EXPECT_LT(0, numFiles);
+}
+
+struct Overview {
+  int width = 0;
+  int sampleBytes = 0;
+  std::vector<unsigned char> bytes;
+};
+
+/// A reduced image as GDAL reads it; empty where it has none of that number.
+Overview ReadOverview(const std::string& path, int band, int number) {
+  Overview read;
+  GDALAllRegister();
+  const GDALDatasetH dataset = GDALOpen(path.c_str(), GA_ReadOnly);
+  const GDALRasterBandH overview = GDALGetOverview(GDALGetRasterBand(dataset, band + 1), number);
+  if (overview) {
+    read.width = GDALGetRasterBandXSize(overview);
+    read.sampleBytes = GDALGetDataTypeSizeBytes(GDALGetRasterDataType(overview));
+    const int height = GDALGetRasterBandYSize(overview);
+    read.bytes.resize(static_cast<std::size_t>(read.width * height * read.sampleBytes));
+    EXPECT_EQ(CE_None, GDALRasterIO(overview, GF_Read, 0, 0, read.width, height, read.bytes.data(), read.width, height,
+                                    GDALGetRasterDataType(overview), 0, 0));
+  }
+  GDALClose(dataset);
+  return read;
+}
+
+/// The pixels of a level are those of GDAL's overview, which may have one column and one row more.
+void ExpectLevel(ZRMBand& band, int level, const Overview& overview) {
+  const Pixels pixels = ReadPixels(band, level, WholeOf(band));
+  const auto rowBytes = static_cast<std::size_t>((band.GetXSize() >> level) * overview.sampleBytes);
+  const auto stride = static_cast<std::size_t>(overview.width * overview.sampleBytes);
+  ASSERT_EQ(rowBytes * static_cast<std::size_t>(band.GetYSize() >> level), pixels.bytes.size());
+  for (std::size_t y = 0; (y + 1) * rowBytes <= pixels.bytes.size(); ++y) {
+    ASSERT_EQ(0, std::memcmp(&pixels.bytes[y * rowBytes], &overview.bytes.at(y * stride), rowBytes)) << "row " << y;
+  }
+}
+
+TEST(SharedTiffsExactly, HaveTheLevelsOfTheirReducedImages) {
+  const std::pair<const char*, int> files[] = {{"L7_ETMs.tif", 4},
+                                               {"byte_with_ovr.tif", 2},
+                                               {"gen_cog.tif", 2},
+                                               {"gen_overviews_internal.tif", 3},
+                                               {"red.tif", 2}};
+  for (const auto& [name, numLevels] : files) {
+    const std::string path = SharedDataDir() + "/tiff/" + name;
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no shared data";
+    SCOPED_TRACE(name);
+    XRSFile file;
+    file.SetReadPolicy(kReadExact);
+    XString err;
+    ASSERT_EQ(1, XRSFileIO::LoadFileRaster(&file, kFormatTIF, path, err, 0, kLevelNone, nullptr)) << err;
+    for (int level = 1; level <= numLevels; ++level) {
+      for (int i = 0; i < file.GetNumOfBands(); ++i)
+        ExpectLevel(*file.GetBandAt(i), level, ReadOverview(path, i, level - 1));
+    }
+  }
 }
 
 }  // namespace
