@@ -38,7 +38,9 @@ DatasetInfo DescribeFile(const Options& options, const std::string& path, JobRes
   return info;
 }
 
+/// Statistics of all pixels are the only work that threads can share.
 int Run(const Options& options) {
+  UseWorkers(0);
   int status = 0;
   Json all = Json::array();
   for (const std::string& path : options.files) {
