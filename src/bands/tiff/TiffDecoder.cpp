@@ -72,7 +72,10 @@ bool HasTagsOf(const TiffLayout& layout, TIFF* tiff) {
 
 TiffDecoder::TiffDecoder(std::shared_ptr<const TiffSource> source, std::shared_ptr<TiffMessages> messages,
                          std::unique_ptr<TiffHandle> handle)
-    : source_(std::move(source)), messages_(std::move(messages)), handle_(std::move(handle)) {}
+    : source_(std::move(source)),
+      messages_(std::move(messages)),
+      handle_(std::move(handle)),
+      lzw_(handle_->Get(), *source_) {}
 
 std::unique_ptr<TiffDecoder> TiffDecoder::Open(std::shared_ptr<const TiffSource> source) {
   // Whoever looks out for damage must not hear of other threads' blocks.
@@ -123,9 +126,13 @@ bool TiffDecoder::IsThere(int block) {
 
 /// A decoder that meets damage may leave bytes as they are, and so all of them begin as 0.
 bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
-  std::memset(room, 0, static_cast<std::size_t>(source_->blockBytes));
   const auto number = static_cast<std::uint32_t>(block);
   const std::int64_t numBytes = source_->BytesInFile(block);
+  const auto size = static_cast<std::size_t>(numBytes), blockSize = static_cast<std::size_t>(source_->blockBytes);
+  std::memset(room + size, 0, blockSize - size);
+  const TiffLzw::Result result = lzw_.Decode(handle_->Get(), block, {room, size});
+  if (result != TiffLzw::Result::kLeftToLibtiff) return result == TiffLzw::Result::kDone;
+  std::memset(room, 0, size);
   const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, numBytes)
                                                     : TIFFReadEncodedStrip(handle_->Get(), number, room, numBytes);
   return source_->layout.isExact ? got == numBytes : got >= 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bands/tiff/TiffLzw.h"
 #include "bands/tiff/TiffSource.h"
 
 #include <cstdint>
@@ -87,6 +88,7 @@ class TiffDecoder {
   std::shared_ptr<const TiffSource> source_;
   std::shared_ptr<TiffMessages> messages_;  // of the handle
   std::unique_ptr<TiffHandle> handle_;
+  TiffLzw lzw_;
   std::vector<unsigned char> room_;
   std::shared_ptr<const BlockRoom> held_;  // of the cache, whose bytes were answered last
   std::vector<unsigned char> planes_;      // of a block whose colours are made
