@@ -3,6 +3,7 @@
 #include "ExactTiffs.h"
 #include "FaultyDisk.h"
 #include "TiffMemory.h"
+#include "XBlockCache.h"
 
 #include <gmock/gmock.h>
 
@@ -100,6 +101,19 @@ TEST_F(TiffExactBlocks, AJpegThatBreaksOffFailsTheRead) {
   ASSERT_TRUE(image.IsOpen());
   EXPECT_FALSE(image.Read(0, 0, 0, 63, 0, 31).empty());
   ExpectFailure(image, 0, 0, 63, 32, 63, std::string(kCannotRead) + " at column 0, row 32: ");
+}
+
+TEST_F(TiffExactBlocks, DamageFailsEveryReadWhereDecodedBlocksAreKept) {
+  auto bytes = TiffBuilder().Size(64, 64).Strips(32).Compression(7).Encode();
+  const std::span<unsigned char> strip = FindBlock(bytes, 1);
+  std::ranges::fill(strip.subspan(strip.size() / 2), static_cast<unsigned char>(0));
+  XfnSetBlockCacheBytes(std::int64_t{1} << 20);
+  TiffChannels image(Write(bytes), kReadExact);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_FALSE(image.Read(0, 0, 0, 63, 0, 31).empty()) << i;
+    ExpectFailure(image, 0, 0, 63, 0, 63, std::string(kCannotRead) + " at column 0, row 32: ");
+  }
+  XfnSetBlockCacheBytes(0);
 }
 
 TEST_F(TiffExactBlocks, AFileThatEndsBeforeABlockFailsItsRead) {
