@@ -1,6 +1,5 @@
 // Commands that make no sense, and options that all commands have.
 
-#include "JpegBuilder.h"
 #include "Program.h"
 
 namespace {

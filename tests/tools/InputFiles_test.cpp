@@ -1,6 +1,5 @@
 // No output takes the place of a file that is read, by whatever name it goes.
 
-#include "GeoTiffFile.h"
 #include "Program.h"
 
 #include <fcntl.h>

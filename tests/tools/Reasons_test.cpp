@@ -1,8 +1,6 @@
 // What the program says of files that it can't open or read. A sentence has to tell which kind of trouble it is.
 
-#include "JpegBuilder.h"
 #include "Program.h"
-#include "TiffBuilder.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

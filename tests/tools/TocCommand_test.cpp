@@ -271,6 +271,8 @@ TEST_F(ZrkioToc, TheViewOfATableTakesNeitherBandsNorHillshade) {
   EXPECT_EQ("zrkio: " + path + ": a table of contents has no bands\n", result.err);
   EXPECT_EQ("zrkio: " + path + ": a table of contents has no heights\n",
             Run({"view", path, "--hillshade", "-o", folder_.Path("a.png")}).err);
+  EXPECT_EQ("zrkio: " + path + ": a table of contents has no pixels for a window\n",
+            Run({"view", path, "--window", "0,1,0,1", "-o", folder_.Path("a.png")}).err);
   EXPECT_FALSE(ListFiles().contains("a.png"));
 }
 

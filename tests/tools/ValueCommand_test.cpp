@@ -1,8 +1,10 @@
 // zrkio value: the pixel of a place by hand, its samples by the builder of the image.
 
-#include "GeoTiffFile.h"
 #include "PlacedImage.h"
+#include "TiffBuilder.h"
 
+#include <bit>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -63,6 +65,22 @@ TEST_F(ZrkioValue, ImagesWithoutAPlaceHaveNoValues) {
   EXPECT_EQ("zrkio: " + path + ": the image has no place in the world\n", result.err);
   EXPECT_EQ("zrkio: " + path_ + ": no way leads from degrees to the system of the image\n",
             Run({"value", path_, "9", "0", "--lonlat"}).err);
+}
+
+TEST_F(ZrkioValue, ASampleThatIsNotANumberIsMarkedAsNull) {
+  const auto pixel = [](int x, int, int) {
+    return std::bit_cast<std::uint32_t>(x == 2 ? std::numeric_limits<float>::quiet_NaN() : 0.1f);
+  };
+  const std::string path = Write("b.tif", TiffBuilder().Size(4, 3).Bits(32).Format(3).Pixel(pixel).Build());
+  folder_.Write("b.tfw", "1\n0\n0\n-1\n0.5\n-0.5\n");
+  EXPECT_NE(std::string::npos, Run({"value", path, "2.5", "-1.5"}).out.find(" nan (null)\n"));
+  const Json null = Json::parse(Run({"value", path, "2.5", "-1.5", "--json"}).out)["channels"][0];
+  EXPECT_TRUE(null["value"].is_null());
+  EXPECT_EQ(true, null["isNull"]);
+  // The shortest text of the sample, and not of the number that is nearest to it among doubles.
+  const Json other = Json::parse(Run({"value", path, "1.5", "-1.5", "--json"}).out)["channels"][0];
+  EXPECT_EQ("0.1", other["text"]);
+  EXPECT_EQ(false, other["isNull"]);
 }
 
 TEST_F(ZrkioValue, WhatIsNoNumberIsBadUsage) {

@@ -16,7 +16,6 @@
 #include <climits>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -67,18 +66,18 @@ bool FindPixel(const ZRMBand& band, const std::array<double, 2>& place, Pixel& p
 }
 
 /// A value that JSON can't hold, such as one that is not a number, is null there and stands in the text.
-bool DescribeSample(ZRMBand& band, const Pixel& at, Json& json, std::string& err) {
+bool DescribeChannel(ZRMBand& band, const Pixel& at, Json& json, std::string& err) {
   tagXArr2* sample = nullptr;
   if (!band.ReadSubset(sample, 0, at.column, at.column, at.row, at.row, nullptr) || !sample) {
     err = WhyNotRead();
     return false;
   }
-  const std::string text = FormatSample(band.GetDataType(), sample->Row(0));
-  if (text.empty()) {
+  std::string text;
+  double value = 0.0;
+  if (!DescribeSample(band.GetDataType(), sample->Row(0), text, value)) {
     err = "samples of this data type can't be printed";
     return false;
   }
-  const double value = std::strtod(text.c_str(), nullptr);
   const bool isNull = std::isnan(value) || (band.GetNullValue() != kNotSet && value == band.GetNullValue());
   json = {{"name", band.GetBandName().GetText()},
           {"column", at.column},
@@ -99,7 +98,7 @@ bool DescribeValues(const Options& options, Json& json, XThread& thread, std::st
     Pixel pixel;
     Json channel;
     if (!FindPlace(band, options, place, err) || !FindPixel(band, place, pixel, err)) return false;
-    if (!DescribeSample(band, pixel, channel, err)) return false;
+    if (!DescribeChannel(band, pixel, channel, err)) return false;
     if (number == first) json["place"] = {place[0], place[1]};
     json["channels"].push_back(std::move(channel));
   }

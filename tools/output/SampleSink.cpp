@@ -14,25 +14,43 @@
 
 namespace {
 
+template <class Sample>
+Sample SampleAt(const unsigned char* bytes) {
+  Sample sample;
+  std::memcpy(&sample, bytes, sizeof sample);
+  return sample;
+}
+
 /// The shortest text that is read back as the same number.
 template <class Sample>
 std::string FormatAs(const unsigned char* bytes) {
-  Sample sample;
-  std::memcpy(&sample, bytes, sizeof sample);
   char text[40];
-  const auto [end, error] = std::to_chars(text, text + sizeof text, sample);
+  const auto [end, error] = std::to_chars(text, text + sizeof text, SampleAt<Sample>(bytes));
   return std::string(text, end);
 }
 
-using Format = std::string (*)(const unsigned char* bytes);
+template <class Sample>
+double NumberAs(const unsigned char* bytes) {
+  return static_cast<double>(SampleAt<Sample>(bytes));
+}
+
+/// What is done with a sample of a data type.
+struct SampleType {
+  std::string (*format)(const unsigned char* bytes);
+  double (*number)(const unsigned char* bytes);
+};
+
+template <class Sample>
+constexpr SampleType kTypeOf = {&FormatAs<Sample>, &NumberAs<Sample>};
 
 /// By data type code, from 1.
-constexpr Format kFormats[] = {&FormatAs<std::uint8_t>, &FormatAs<std::int8_t>,   &FormatAs<std::uint16_t>,
-                               &FormatAs<std::int16_t>, &FormatAs<std::uint32_t>, &FormatAs<std::int32_t>,
-                               &FormatAs<float>,        &FormatAs<double>};
+constexpr SampleType kTypes[] = {kTypeOf<std::uint8_t>, kTypeOf<std::int8_t>,   kTypeOf<std::uint16_t>,
+                                 kTypeOf<std::int16_t>, kTypeOf<std::uint32_t>, kTypeOf<std::int32_t>,
+                                 kTypeOf<float>,        kTypeOf<double>};
 
-Format FormatOf(int dataType) {
-  return dataType >= kPint08 && dataType <= kReal64 ? kFormats[dataType - 1] : nullptr;
+/// Null for samples that are no single numbers.
+const SampleType* FindType(int dataType) {
+  return dataType >= kPint08 && dataType <= kReal64 ? &kTypes[dataType - 1] : nullptr;
 }
 
 /// Samples go out in the machine's order of bytes, without a head.
@@ -71,17 +89,17 @@ class PngSink : public SampleSink {
 /// Columns are aligned, so nothing is printed before the widest number is known.
 class TableSink : public SampleSink {
  public:
-  TableSink(int dataType, std::FILE* out) : format_(FormatOf(dataType)), out_(out) {}
+  TableSink(int dataType, std::FILE* out) : type_(FindType(dataType)), out_(out) {}
 
   bool Begin(int width, int, std::string& err) override {
     width_ = static_cast<std::size_t>(width);
-    if (format_) return true;
+    if (type_) return true;
     err = "samples of this data type can't be printed";
     return false;
   }
   bool Take(const tagXArr2& rows, std::string&) override {
     for (int y = 0; y < rows.ySize; ++y) {
-      for (int x = 0; x < rows.xSize; ++x) cells_.push_back(format_(rows.Row(y) + rows.colOffsets[x]));
+      for (int x = 0; x < rows.xSize; ++x) cells_.push_back(type_->format(rows.Row(y) + rows.colOffsets[x]));
     }
     return true;
   }
@@ -96,7 +114,7 @@ class TableSink : public SampleSink {
   }
 
  private:
-  Format format_;
+  const SampleType* type_;
   std::FILE* out_;
   std::size_t width_ = 0;
   std::vector<std::string> cells_;
@@ -104,9 +122,12 @@ class TableSink : public SampleSink {
 
 }  // namespace
 
-std::string FormatSample(int dataType, const unsigned char* bytes) {
-  const Format format = FormatOf(dataType);
-  return format ? format(bytes) : std::string();
+bool DescribeSample(int dataType, const unsigned char* bytes, std::string& text, double& number) {
+  const SampleType* const type = FindType(dataType);
+  if (!type) return false;
+  text = type->format(bytes);
+  number = type->number(bytes);
+  return true;
 }
 
 std::unique_ptr<SampleSink> MakeRawSink(OutputFile& output) {

@@ -24,5 +24,6 @@ std::unique_ptr<SampleSink> MakePngSink(OutputFile& output, int bits);
 /// Numbers in aligned columns, printed once all are there.
 std::unique_ptr<SampleSink> MakeTableSink(int dataType, std::FILE* out);
 
-/// The shortest text that is read back as the same number. Empty for a type whose samples are no single numbers.
-std::string FormatSample(int dataType, const unsigned char* bytes);
+/// A sample as a number and as the shortest text that is read back as the same sample. False for a data type whose
+/// samples are no single numbers.
+bool DescribeSample(int dataType, const unsigned char* bytes, std::string& text, double& number);
