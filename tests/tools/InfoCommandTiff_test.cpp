@@ -106,19 +106,38 @@ TEST_F(ZrkioInfoTiff, WithoutASystemThereIsNoLongitudeAndLatitude) {
   EXPECT_THAT(Print(bytes), HasSubstr("  lower right 104.75, 195.125\n"));
 }
 
+/// The tie point holds the end of row 9, from which the rows before it go south.
 TEST_F(ZrkioInfoTiff, RowsThatGoNorthHaveTheirLowerCornersThere) {
   const Json place = Describe(OnTheEquator().Scale({100, -100, 0}).Build())["georeference"];
-  EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 2000], [500000, 2000]]"), place["corners"]);
+  EXPECT_EQ(Json::parse("[[500000, -1000], [502000, -1000], [502000, 0], [500000, 0]]"), place["corners"]);
+  EXPECT_EQ(Json::parse("[100, -100]"), place["pixelSize"]);
+  EXPECT_EQ(-1000, place["south"]);
+  EXPECT_EQ(0, place["north"]);
 }
 
-TEST_F(ZrkioInfoTiff, RowsOfAMatrixGoSouthWhateverItsSign) {
-  const auto file = OnTheEquator().Scale({}).TiePoints({});
-  const Json expected = Json::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]");
-  for (const double rowStep : {-100.0, 100.0}) {
-    auto matrix = file;
-    matrix.Matrix({100, 0, 0, 500000, 0, rowStep, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 1});
-    EXPECT_EQ(expected, Describe(matrix.Build())["georeference"]["corners"]) << rowStep;
-  }
+TEST_F(ZrkioInfoTiff, RowsOfAMatrixGoWhereItSays) {
+  const auto cornersOf = [](const std::vector<double>& matrix) {
+    return Describe(OnTheEquator().Scale({}).TiePoints({}).Matrix(matrix).Build())["georeference"]["corners"];
+  };
+  EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"),
+            cornersOf({100, 0, 0, 500000, 0, -100, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 1}));
+  EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 2000], [500000, 2000]]"),
+            cornersOf({100, 0, 0, 500000, 0, 100, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 1}));
+}
+
+TEST_F(ZrkioInfoTiff, ATurnedImageIsToldWithItsTransform) {
+  const auto bytes = OnTheEquator()
+                         .Scale({})
+                         .TiePoints({})
+                         .Matrix({0, 100, 0, 500000, 100, 0, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 1})
+                         .Build();
+  const Json place = Describe(bytes)["georeference"];
+  // 20 columns go north and 10 rows go east.
+  EXPECT_EQ(Json::parse("[[500000, 1000], [500000, 3000], [501000, 3000], [501000, 1000]]"), place["corners"]);
+  EXPECT_EQ(Json::parse("[500000, 0, 100, 1000, 100, 0]"), place["transform"]);
+  EXPECT_EQ(501000, place["east"]);
+  EXPECT_EQ(3000, place["north"]);
+  EXPECT_THAT(Print(bytes), HasSubstr("  turned      x = 500000 +0 column +100 row\n"));
 }
 
 TEST_F(ZrkioInfoTiff, AFileWithoutPlaceSaysSo) {

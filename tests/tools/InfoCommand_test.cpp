@@ -56,9 +56,10 @@ TEST_F(ZrkioInfo, StatisticsThatFailLeaveTheRestToBeTold) {
   std::filesystem::resize_file(path, 54);  // no row is there
   const ProgramResult result = Run({"info", "--json", "--stats", path});
   EXPECT_EQ(1, result.exitStatus);
-  EXPECT_EQ("zrkio: " + path + ": the pixels can't be read\n", result.err);
+  const std::string reason = "the file ends before the bitmap's row ";
+  EXPECT_EQ(0u, result.err.find("zrkio: " + path + ": " + reason)) << result.err;
   const Json json = Json::parse(result.out)[0];
-  EXPECT_EQ("the pixels can't be read", json["error"]);
+  EXPECT_EQ(0u, json["error"].get<std::string>().find(reason));
   EXPECT_EQ(4000, json["width"]);
   EXPECT_TRUE(json["channels"][0]["statistics"].is_null());
 }

@@ -116,7 +116,9 @@ TEST_F(ZrkioLevels, ALevelFileOfAnotherImageOrCutShortIsBuiltAnew) {
   const std::string other = Write("b.bmp", BmpBuilder().Size(500, 600).Build());
   Run({"levels", other});
   std::filesystem::copy(folder_.Path("b.xld"), LevelFile());
-  EXPECT_EQ(Failure(path, "Fail to load XLD information"), Run({"levels", "--check", path}).err);
+  const ProgramResult result = Run({"levels", "--check", path});
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_NE(std::string::npos, result.err.find("is older than its image and isn't used")) << result.err;
   EXPECT_EQ(0, Run({"levels", path}).exitStatus);
   std::filesystem::resize_file(LevelFile(), ReadBytes(LevelFile()).size() - 200);
   EXPECT_EQ(1, Run({"levels", "--check", path}).exitStatus);
@@ -201,7 +203,7 @@ TEST_F(ZrkioLevels, ADamagedImageLeavesNothingBehind) {
   Bytes bytes = JpegBuilder().Size(600, 500).Build();
   bytes.resize(bytes.size() / 2);
   const std::string path = Write("a.jpg", bytes);
-  EXPECT_EQ(Failure(path, "the pixels can't be read"), Run({"levels", path}).err);
+  EXPECT_EQ(Failure(path, "premature end of file"), Run({"levels", path}).err);
   EXPECT_EQ(1, CountFiles());
 }
 

@@ -49,7 +49,7 @@ TEST_F(ZrkioOutput, AFailureKeepsTheFileThatWasThere) {
   folder_.Write("out.raw", "precious");
   const ProgramResult result = Run({"read", path, "-o", folder_.Path("out.raw")});
   EXPECT_EQ(1, result.exitStatus);
-  EXPECT_EQ("zrkio: " + path + ": the pixels can't be read\n", result.err);
+  EXPECT_EQ(0u, result.err.find("zrkio: " + path + ": the file ends before the bitmap's row ")) << result.err;
   EXPECT_EQ(8u, ReadBytes(folder_.Path("out.raw")).size());
   EXPECT_EQ(2, CountFiles());
 }

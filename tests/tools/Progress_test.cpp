@@ -71,16 +71,15 @@ TEST_F(ZrkioProgress, TheBarFitsATerminalThatBecomesNarrower) {
 }
 
 TEST_F(ZrkioProgress, QuietWorkShowsNone) {
-  const std::string path = WriteHuge("huge.bmp", 60000);
-  const ProgramResult result =
-      RunAtTerminal({"view", path, "--quiet", "--bands", "1", "--max-size", "64", "-o", folder_.Path("out.png")});
+  const std::string path = WriteHuge("huge.bmp", 30000);
+  const ProgramResult result = RunAtTerminal({"info", "--stats", "--quiet", path});
   EXPECT_EQ(0, result.exitStatus);
-  EXPECT_EQ("", result.out);
+  EXPECT_EQ(std::string::npos, result.out.find(" %")) << result.out;
 }
 
 TEST_F(ZrkioProgress, WorkThatIsDoneEndsAt100) {
-  const std::string path = WriteHuge("huge.bmp", 60000);
-  const ProgramResult result = RunAtTerminal({"view", path, "--max-size", "64", "-o", folder_.Path("out.png")});
+  const std::string path = WriteHuge("huge.bmp", 30000);
+  const ProgramResult result = RunAtTerminal({"info", "--stats", path});
   EXPECT_EQ(0, result.exitStatus) << result.out;
   EXPECT_NE(std::string::npos, result.out.find("] 100 %")) << result.out;
 }

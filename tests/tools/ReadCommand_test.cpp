@@ -2,6 +2,7 @@
 #include "PngReader.h"
 #include "Program.h"
 #include "ReferenceJpeg.h"
+#include "TiffBuilder.h"
 
 namespace {
 
@@ -78,7 +79,24 @@ TEST_F(ZrkioRead, TakesALevelFromTheLevelFileUnlessToldNotTo) {
   EXPECT_EQ("15 15\n", Run(arguments).out);
   std::vector<std::string> withoutLevels = arguments;
   withoutLevels.emplace_back("--no-levels");
-  EXPECT_EQ(" 0 10  0 10\n20 30 20 30\n", Run(withoutLevels).out);
+  EXPECT_EQ("0 0\n", Run(withoutLevels).out);
+}
+
+/// Blocks of three rows and strips of the program begin anywhere in the phase of a level.
+TEST_F(ZrkioRead, ALevelHasEveryPixelOfItsStepWhateverTheBlocks) {
+  const auto pixel = [](int x, int y, int) { return static_cast<std::uint64_t>((7 * x + 13 * y) & 0xFF); };
+  const auto flat = [&](int x, int y) { return static_cast<std::uint32_t>(pixel(x, y, 0)); };
+  const std::string raw = folder_.Path("out.raw");
+  for (const std::string& path : {Write("a.tif", TiffBuilder().Size(40, 1300).Strips(3).Pixel(pixel).Build()),
+                                  Write("b.bmp", BmpBuilder().Size(40, 1300).Pixel(flat).Build())}) {
+    const std::string band = path.ends_with(".bmp") ? "3" : "1";
+    ASSERT_EQ(0, Run({"read", path, "--band", band, "--level", "2", "--window", "1,38,5,1290", "-o", raw}).exitStatus);
+    const std::vector<unsigned char> samples = ReadBytes(raw);
+    ASSERT_EQ(9u * 321u, samples.size()) << path;
+    for (int i = 0; i < 9 * 321; ++i) {
+      ASSERT_EQ(pixel(1 + 4 * (i % 9), 5 + 4 * (i / 9), 0), samples[static_cast<std::size_t>(i)]) << path << i;
+    }
+  }
 }
 
 TEST_F(ZrkioRead, NamesWhatIsNotThere) {

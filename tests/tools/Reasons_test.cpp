@@ -53,8 +53,8 @@ TEST_F(ZrkioReasons, ContentThatIsNotOfTheNameIsSaidToBeThat) {
 }
 
 TEST_F(ZrkioReasons, AKindThatCannotBeReadIsToldApartFromOtherContent) {
-  const std::string path = Write("a.hdf", {0x0E, 0x03, 0x13, 0x01});
-  EXPECT_EQ("The file is damaged, or is a kind of HDF4 file that can't be read\n", ReasonOf(path));
+  const std::string path = Write("a.tif", {'I', 'I', '*', 0, 0xFF, 0xFF, 0xFF, 0x7F});
+  EXPECT_EQ("The file is damaged, or is a kind of TIFF, GeoTIFF file that can't be read\n", ReasonOf(path));
 }
 
 }  // namespace

@@ -83,6 +83,18 @@ TEST_F(ZrkioValue, ASampleThatIsNotANumberIsMarkedAsNull) {
   EXPECT_EQ(false, other["isNull"]);
 }
 
+/// The null value of real samples is mostly the double that is nearest to the sample, which has more digits.
+TEST_F(ZrkioValue, ANullValueIsMarkedThatHasMoreDigitsThanASample) {
+  const auto pixel = [](int x, int, int) {
+    return std::bit_cast<std::uint32_t>(x == 2 ? -3.4028234663852886e+38f : 1.5f);
+  };
+  const std::string path = Write(
+      "b.tif", TiffBuilder().Size(4, 3).Bits(32).Format(3).Pixel(pixel).Text(42113, "-3.4028234663852886e+38").Build());
+  folder_.Write("b.tfw", "1\n0\n0\n-1\n0.5\n-0.5\n");
+  EXPECT_NE(std::string::npos, Run({"value", path, "2.5", "-1.5"}).out.find("e+38 (null)\n"));
+  EXPECT_EQ(std::string::npos, Run({"value", path, "1.5", "-1.5"}).out.find("(null)"));
+}
+
 TEST_F(ZrkioValue, WhatIsNoNumberIsBadUsage) {
   EXPECT_EQ(2, Run({"value", path_, "here", "0"}).exitStatus);
   EXPECT_EQ(2, Run({"value", path_, "nan", "0"}).exitStatus);

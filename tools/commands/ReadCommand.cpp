@@ -126,9 +126,8 @@ void AddReadCommand(CommandLine& program) {
       .SetRange(1, INT_MAX);
   command
       .AddOption("--level", "L", options->level,
-                 "A reduction of 2^L, 0 to 30; 0 unless given.\n"
-                 "Some formats answer full resolution at any level, unless\n"
-                 "there is a level file.")
+                 "A reduction of 2^L, 0 to 30; 0 unless given. Of the image\n"
+                 "itself every 2^L-th pixel is taken.")
       .SetRange(0, 30);
   AddWindowOptions(command, options->window);
   command.AddOption("-o,--output", "OUT", options->output,

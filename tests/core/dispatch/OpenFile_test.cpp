@@ -191,8 +191,8 @@ TEST_F(OpenFile, InTheExactPolicyTellsWhy) {
   file_.SetReadPolicy(kReadExact);
   EXPECT_EQ(0, Open("a.hdf", {}));
   EXPECT_EQ(XString("The file is empty"), err_);
-  EXPECT_EQ(0, Open("b.hdf", BytesOf({"\x0E\x03\x13\x01", 4})));
-  EXPECT_EQ(XString("The file is damaged, or is a kind of HDF4 file that can't be read"), err_);
+  EXPECT_EQ(0, Open("b.tif", BytesOf({"II*\0\xFF\xFF\xFF\x7F", 8})));
+  EXPECT_EQ(XString("The file is damaged, or is a kind of TIFF, GeoTIFF file that can't be read"), err_);
   EXPECT_EQ(0, Open("a.tif", BytesOf("none")));
   EXPECT_EQ(XString("The file is named as a TIFF, GeoTIFF file and does not begin as one"), err_);
   std::filesystem::create_directory(folder_.Path("c.tif"));
