@@ -22,6 +22,16 @@ const std::map<std::string, std::string> kDifferences = {
     {"hdf4/gen_u8_rank2.hdf", "GDAL places the image by an attribute of its own"},
     {"hdf4/utmsmall_2.hdf", "GDAL places the image by an attribute of its own"},
     {"jpeg/jpg-cmyk-1.jpg", "the product of an ink and black is rounded here, and GDAL cuts it"},
+    {"tiff/flower-palette-04.tif", "colours of 16 bits are rounded here, and GDAL cuts them"},
+    {"tiff/flower-palette-16.tif", "values are looked up in their palette, and GDAL gives them as they are"},
+    {"tiff/gen_palette16.tif", "values are looked up in their palette, and GDAL gives them as they are"},
+    {"tiff/palette-1c-1b.tiff", "values are looked up in their palette, and GDAL gives them as they are"},
+    {"tiff/slim_g4.tif", "values are looked up in their palette, and GDAL gives them as they are"},
+    {"tiff/ycbcr-cat.tif", "the colours come with an opacity, which is full"},
+    {"tiff/ycbcr_11_lzw.tif", "the colours come with an opacity, which is full"},
+    {"tiff/ycbcr_22_lzw.tif", "the colours come with an opacity, which is full"},
+    {"tiff/ycbcr_41_lzw.tif", "the colours come with an opacity, which is full"},
+    {"tiff/zackthecat.tif", "the colours come with an opacity, which is full"},
 };
 
 TEST(SharedData, EqualsGdalOrIsRefusedOrListed) {

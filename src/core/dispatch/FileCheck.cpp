@@ -44,7 +44,8 @@ namespace zrk {
 
 XString ExplainFailedLoad(const FormatRow& row, const XString& path, const XString& err) {
   const std::string_view told = err;
-  if (!told.empty() && !told.starts_with("Can't open file")) return err;
+  const bool tellsNothing = told.empty() || told == "Can't open file" || err == "Can't open file : " + path;
+  if (!tellsNothing) return err;
   XString sentence;
   sentence.Format(MayBeOfRow(row, path) ? "The file is damaged, or is a kind of %s file that can't be read"
                                         : "The file is named as a %s file and does not begin as one",

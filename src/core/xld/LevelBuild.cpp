@@ -137,14 +137,16 @@ bool LevelBuild::MeasureBands() {
 }
 
 /// The image is asked for at the count of levels, which is the coarsest one that a band serves. A band that can't be
-/// read has no statistics, and its record stays empty; the build goes on with the others.
+/// read has no statistics, and its record stays empty; the build goes on with the others. In the exact policy it fails.
 bool LevelBuild::MeasureBand(int index) {
   ZRMBand* band = dataset_.GetBandAt(index);
   if (!band) return false;
   Sums sums;
   tagXArr2* data = nullptr;
   const int level = dataset_.GetBandAt(0)->GetLevel(), dataType = band->GetDataType();
-  if (!band->ReadSubset(data, level, 0, band->GetXSize() - 1, 0, band->GetYSize() - 1, nullptr)) return true;
+  if (!band->ReadSubset(data, level, 0, band->GetXSize() - 1, 0, band->GetYSize() - 1, nullptr)) {
+    return dataset_.GetReadPolicy() == kReadCompatible || Fail(GetSentence(PyramidResult::kReadFailed));
+  }
   if (!ReportStep(3 * index)) return false;
   if (!AddRange(*data, dataType, sums)) return Fail("Fail to calculate statistics");
   if (!ReportStep(3 * index + 1)) return false;

@@ -179,7 +179,7 @@ TEST(DtedExact, SaysWhatIsWrongWithAFileThatItRefuses) {
   };
   EXPECT_EQ("a.dt1 : it is no elevation cell", reason(DtedBuilder().Put(139, "XXXX").Build()));
   EXPECT_EQ("a.dt1 : it begins with a record that must not come first", reason(DtedBuilder().Put(0, "ACC").Build()));
-  EXPECT_EQ("a.dt1 : there is no such file, or it is empty", reason({}));
+  EXPECT_EQ("The file is empty", reason({}));
   EXPECT_EQ("The cell has no columns or no rows", reason(DtedBuilder().Claim("0000", "0005").Build()));
 }
 
