@@ -25,12 +25,13 @@ struct FileSlot {
 };
 FileSlot unfinishedFile;
 FileSlot companionFile;
+FileSlot rewrittenCompanion;
 
 static_assert(std::atomic<int*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
 /// The signal is raised again with its own meaning, so that the starter of the program sees what ended it.
 void EndAtOnce(int signalNumber) {
-  for (const FileSlot* slot : {&unfinishedFile, &companionFile}) {
+  for (const FileSlot* slot : {&unfinishedFile, &companionFile, &rewrittenCompanion}) {
     if (slot->isSet) ::unlink(slot->path);
   }
   std::signal(signalNumber, SIG_DFL);
@@ -96,4 +97,6 @@ SignalsHeldBack::~SignalsHeldBack() {
 void SetUnfinishedFile(const std::string& path, const std::string& companion) {
   SetSlot(unfinishedFile, path);
   SetSlot(companionFile, companion);
+  // What the library calls a file while it replaces one.
+  SetSlot(rewrittenCompanion, companion.empty() ? companion : companion + "_tmp");
 }

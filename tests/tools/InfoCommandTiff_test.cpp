@@ -116,7 +116,7 @@ TEST_F(ZrkioInfoTiff, RowsThatGoNorthHaveTheirLowerCornersThere) {
 }
 
 TEST_F(ZrkioInfoTiff, RowsOfAMatrixGoWhereItSays) {
-  const auto cornersOf = [](const std::vector<double>& matrix) {
+  const auto cornersOf = [this](const std::vector<double>& matrix) {
     return Describe(OnTheEquator().Scale({}).TiePoints({}).Matrix(matrix).Build())["georeference"]["corners"];
   };
   EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"),

@@ -113,7 +113,7 @@ TEST_F(ZrkioLevels, CheckSeesThatLevelsDoNotFitTheirText) {
 
 TEST_F(ZrkioLevels, ALevelFileOfAnotherImageOrCutShortIsBuiltAnew) {
   const std::string path = WriteImage();
-  const std::string other = Write("b.bmp", BmpBuilder().Size(500, 600).Build());
+  const std::string other = Write("b.bmp", BmpBuilder().Size(500, 400).Build());
   Run({"levels", other});
   std::filesystem::copy(folder_.Path("b.xld"), LevelFile());
   const ProgramResult result = Run({"levels", "--check", path});
