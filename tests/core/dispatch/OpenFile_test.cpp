@@ -176,8 +176,8 @@ TEST_F(OpenFile, TellsWhyAFileCannotBeOpened) {
 }
 
 TEST_F(OpenFile, InTheCompatiblePolicyHidesWhyUnderAWordOfTheLoader) {
-  EXPECT_EQ(0, Open("a.hdf", {}));
-  EXPECT_EQ(XString("Can't open file : " + folder_.Path("a.hdf")), err_);
+  EXPECT_EQ(0, Open("d.tif", {}));
+  EXPECT_EQ(XString("Can't open file : " + folder_.Path("d.tif")), err_);
   EXPECT_EQ(0, Open("b.hdf", BytesOf({"\x0E\x03\x13\x01", 4})));
   EXPECT_EQ(XString("Can't open file : " + folder_.Path("b.hdf")), err_);
   EXPECT_EQ(0, Open("a.tif", BytesOf("none")));
