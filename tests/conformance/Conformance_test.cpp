@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -37,23 +38,34 @@ std::vector<Window> WindowsOf(const ZRMBand& band) {
           {0, std::min(right, 700), 0, std::min(bottom, 600)}};
 }
 
-void AppendSample(Pixels& to, const Pixels& whole, int x, int y) {
-  const auto* const sample =
-      &whole.bytes[(static_cast<std::size_t>(y) * static_cast<std::size_t>(whole.width) + static_cast<std::size_t>(x)) *
-                   static_cast<std::size_t>(whole.sampleBytes)];
-  to.bytes.insert(to.bytes.end(), sample, sample + whole.sampleBytes);
+/// The samples of these columns and rows. Suites are compiled without optimisation, and this runs for all samples.
+Pixels Pick(const Pixels& whole, const std::vector<int>& columns, const std::vector<int>& rows) {
+  if (columns.empty() || rows.empty()) return {};
+  const auto size = static_cast<std::size_t>(whole.sampleBytes);
+  Pixels picked{static_cast<int>(columns.size()), static_cast<int>(rows.size()), {}, whole.sampleBytes};
+  picked.bytes.resize(columns.size() * rows.size() * size);
+  unsigned char* to = picked.bytes.data();
+  for (const int y : rows) {
+    const unsigned char* const row =
+        &whole.bytes[static_cast<std::size_t>(y) * static_cast<std::size_t>(whole.width) * size];
+    for (const int x : columns) {
+      std::memcpy(to, row + static_cast<std::size_t>(x) * size, size);
+      to += size;
+    }
+  }
+  return picked;
 }
 
-/// The samples of a window, taken out of a larger read; `step` apart in both directions.
+/// The places in the image of the samples of a row or column of a window.
+std::vector<int> PlacesByStep(int first, int last, int level) {
+  std::vector<int> places(static_cast<std::size_t>((last - first + 1) >> level));
+  for (std::size_t i = 0; i < places.size(); ++i) places[i] = first + (static_cast<int>(i) << level);
+  return places;
+}
+
+/// The samples of a window, taken out of a larger read, 2^level apart in both directions.
 Pixels CutOut(const Pixels& whole, const Window& window, int level) {
-  const int width = window.Width() >> level;
-  const int height = window.Height() >> level;
-  if (width < 1 || height < 1) return {};
-  Pixels cut{width, height, {}, whole.sampleBytes};
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) AppendSample(cut, whole, window.x0 + (x << level), window.y0 + (y << level));
-  }
-  return cut;
+  return Pick(whole, PlacesByStep(window.x0, window.x1, level), PlacesByStep(window.y0, window.y1, level));
 }
 
 /// Half the size each way: means of four bytes, rounded half up.
@@ -85,14 +97,8 @@ std::vector<int> PlacesByBlock(int first, int last, int level, int blockSize) {
 }
 
 Pixels CutOutByBlock(const Pixels& whole, const Window& window, int level, const Sample& sample) {
-  const std::vector<int> columns = PlacesByBlock(window.x0, window.x1, level, sample.blockWidth);
-  const std::vector<int> rows = PlacesByBlock(window.y0, window.y1, level, sample.blockHeight);
-  if (columns.empty() || rows.empty()) return {};
-  Pixels cut{static_cast<int>(columns.size()), static_cast<int>(rows.size()), {}, whole.sampleBytes};
-  for (const int y : rows) {
-    for (const int x : columns) AppendSample(cut, whole, x, y);
-  }
-  return cut;
+  return Pick(whole, PlacesByBlock(window.x0, window.x1, level, sample.blockWidth),
+              PlacesByBlock(window.y0, window.y1, level, sample.blockHeight));
 }
 
 /// What a window at a level shall be, by the sample's rule, from the whole at level 0.
