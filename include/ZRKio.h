@@ -19,6 +19,9 @@
 // 10. XRSFileIO::SaveFileTiff(...)                     writes a window of all bands to a file; XfnGetFormats() tells
 //                                                      what can be read and written
 //
+// Reads are compatible unless a program asks for exact ones first: XfnSetDefaultReadPolicy(kReadExact). These give what
+// the file says or fail, and XfnGetLastReadError tells why a read failed.
+//
 // Many threads may read one band, or several of one file; a dataset is opened and changed by one thread. Files of
 // strangers are read under limits (XLimits.h). Nothing is thrown but by what says so.
 

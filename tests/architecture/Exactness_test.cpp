@@ -78,7 +78,7 @@ std::vector<std::string> TestsIn(const std::string& cell) {
 TEST(Exactness, HasTwoTestsForEachUnevenness) {
   const std::vector<std::vector<std::string>> rows = RowsOf(ReadText(SourcePath("docs/EXACTNESS.md")));
   const std::set<std::string> tests = ListTests(SourcePath("tests"));
-  ASSERT_FALSE(rows.empty());
+  ASSERT_GT(rows.size(), 10U);
   for (const std::vector<std::string>& row : rows) {
     ASSERT_EQ(5U, row.size()) << row[0];  // format, compatible, exact, and a test for each
     for (const std::size_t column : {3U, 4U}) {

@@ -28,7 +28,7 @@ bool ShowsNullSample(const TiffLayout& layout);
 
 /// The bytes of one sample of a band; those behind its size are 0.
 using TiffSampleBytes = std::array<unsigned char, 16>;
-/// The sample that a channel shows where the file leaves a block out: the null sample, or 0 where there is none.
+/// The sample that a channel shows where the file leaves a block out: the null sample, or 0 without one.
 TiffSampleBytes MakeMissingSample(const TiffLayout& layout, int channel);
 
 }  // namespace zrk

@@ -59,7 +59,7 @@ class TiffImage {
   void SetNullSample(const std::optional<double>& nullSample) { source_->layout.nullSample = nullSample; }
   /// The reduced images that exact reads use, in the order of their levels. They are looked for at the first call.
   const std::vector<TiffReduced>& GetReducedImages();
-  /// The coarsest of these up to a level; null where there is none.
+  /// The coarsest of these up to a level, or null.
   const TiffReduced* FindReduced(int level);
   /// The images behind the first one, up to `most` of them.
   std::vector<tagXTiffDirectory> ListDirectories(int most) const;
