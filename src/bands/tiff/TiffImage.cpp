@@ -8,6 +8,7 @@
 
 #include "bands/tiff/TiffImage.h"
 
+#include "bands/tiff/TiffDirectoryCheck.h"
 #include "bands/tiff/TiffExactPlan.h"
 #include "bands/tiff/TiffReduced.h"
 #include "bands/tiff/TiffTexts.h"
@@ -112,6 +113,10 @@ std::shared_ptr<TiffImage> TiffImage::Open(const XString& path, XReadPolicy poli
 }
 
 bool TiffImage::Plan(TIFF* tiff, XReadPolicy policy, XString& err) {
+  if (policy == kReadExact && !HoldsTiffDirectory(tiff, source_->file->File())) {
+    err = "The file ends before the values of its tags do";
+    return false;
+  }
   const TiffTags tags = ReadTiffTags(tiff);
   if (!HasDecoder(tags, policy, err)) return false;
   source_->layout = PlanDirectory(tiff, tags, policy);
