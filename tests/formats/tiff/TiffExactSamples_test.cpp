@@ -79,11 +79,11 @@ TEST_F(TiffExactSamples, IntegersOf64BitsAreDoubles) {
 }
 
 TEST_F(TiffExactSamples, AnIntegerOf64BitsWithoutADoubleFailsTheRead) {
-  const std::uint64_t odd = (std::uint64_t{1} << 53) + 1;
+  static constexpr std::uint64_t kOdd = (std::uint64_t{1} << 53) + 1;
   for (const int compression : {1, 5}) {
     TiffBuilder file;
-    file.Size(4, 4).Strips(1).Bits(64).Compression(compression).Pixel([odd](int x, int y, int) {
-      return x == 2 && y == 2 ? odd : std::uint64_t(x);
+    file.Size(4, 4).Strips(1).Bits(64).Compression(compression).Pixel([](int x, int y, int) {
+      return x == 2 && y == 2 ? kOdd : std::uint64_t(x);
     });
     TiffChannels image(Write(BytesOf(file)), kReadExact);
     ExpectFailure(image, 0, 0, 3, 0, 3, "No double has the value of a 64-bit integer in the block at column 0, row 2");
