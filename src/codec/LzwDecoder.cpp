@@ -16,8 +16,8 @@ namespace zrk {
 namespace {
 
 constexpr std::uint32_t kClear = 256, kFirst = 258;
-constexpr int kLeastBits = 9, kMostBits = 12;
-constexpr std::uint32_t kNumCodes = 1u << kMostBits;
+constexpr int kMinBits = 9, kMaxBits = 12;
+constexpr std::uint32_t kNumCodes = 1u << kMaxBits;
 
 /// Codes out of bytes, the highest bit first. Behind the last byte come zeros.
 class Codes {
@@ -70,20 +70,20 @@ void CopyString(const unsigned char* from, unsigned char* to, std::size_t size, 
 bool LzwDecoder::Decode(std::span<const unsigned char> packed, std::span<unsigned char> bytes) {
   strings_.resize(kNumCodes);
   Codes codes(packed);
-  if (bytes.size() > UINT32_MAX || codes.Take(kLeastBits) != kClear) return false;
+  if (bytes.size() > UINT32_MAX || codes.Take(kMinBits) != kClear) return false;
   std::uint32_t numCodes = kFirst, at = 0;
-  int numBits = kLeastBits;
+  int numBits = kMinBits;
   String last{};  // nothing behind a clear code
   while (at < bytes.size()) {
     const std::uint32_t code = codes.Take(numBits);
     if (code == kClear) {
-      numCodes = kFirst, numBits = kLeastBits, last = {};
+      numCodes = kFirst, numBits = kMinBits, last = {};
       continue;
     }
     if (last.size > 0) {
       if (numCodes == kNumCodes) return false;
       strings_[numCodes++] = {last.begin, last.size + 1};
-      if (numCodes == (1u << numBits) - 1 && numBits < kMostBits) ++numBits;
+      if (numCodes == (1u << numBits) - 1 && numBits < kMaxBits) ++numBits;
     }
     String string{at, 1};
     if (code < kClear) {

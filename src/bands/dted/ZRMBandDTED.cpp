@@ -210,7 +210,7 @@ int ZRMBandDTED::ReadFile(XString path, XString& err, XThread* thread) {
   return isRead;
 }
 
-/// Why a file that could not be opened, or whose heights found no room, is none.
+/// The reason why a cell was refused.
 const char* ZRMBandDTED::Impl::FindFault() const {
   if (leader.empty()) return "there is no such file, or it is empty";
   if (!zrk::HasDtedMark(leader)) return "it is no elevation cell";

@@ -58,8 +58,8 @@ bool IsInteger(const TiffTags& tags) {
 /// A colour map counts where the image is said to be one of a palette. Its entries are numbered from 0, so that the
 /// samples are taken as unsigned.
 bool UsesPalette(const TiffTags& tags, const TiffColourMap& map) {
-  constexpr int kMostBits = 16;
-  return tags.photometric == PHOTOMETRIC_PALETTE && tags.bitsPerSample <= kMostBits && IsInteger(tags) &&
+  constexpr int kMaxBits = 16;
+  return tags.photometric == PHOTOMETRIC_PALETTE && tags.bitsPerSample <= kMaxBits && IsInteger(tags) &&
          !map.red.empty();
 }
 
@@ -148,14 +148,14 @@ XString TellTiffObstacle(const TiffLayout& layout) {
 }
 
 TiffPalette RoundTiffPalette(const TiffColourMap& map) {
-  constexpr int kMostByte = 255, kMostWord = 65535;
-  const auto isByte = [](std::uint16_t component) { return component <= kMostByte; };
+  constexpr int kMaxByte = 255, kMaxWord = 65535;
+  const auto isByte = [](std::uint16_t component) { return component <= kMaxByte; };
   const bool areBytes = std::ranges::all_of(map.red, isByte) && std::ranges::all_of(map.green, isByte) &&
                         std::ranges::all_of(map.blue, isByte);
   const auto convert = [areBytes](const std::vector<std::uint16_t>& components) {
     std::vector<short> values(components.size());
     std::ranges::transform(components, values.begin(), [areBytes](int component) {
-      return static_cast<short>(areBytes ? component : (component * kMostByte + kMostWord / 2) / kMostWord);
+      return static_cast<short>(areBytes ? component : (component * kMaxByte + kMaxWord / 2) / kMaxWord);
     });
     return values;
   };

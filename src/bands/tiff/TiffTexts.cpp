@@ -90,7 +90,7 @@ bool IsExtraAlpha(std::uint16_t kind) {
   return kind == EXTRASAMPLE_ASSOCALPHA || kind == EXTRASAMPLE_UNASSALPHA;
 }
 
-/// The number of samples that are colours of the photometric; 0 where that is none that has a role.
+/// The number of samples that the photometric makes colours of. It is 0 for a photometric that gives samples no role.
 int CountColourSamples(const TiffLayout& layout) {
   switch (layout.tags.photometric) {
     case PHOTOMETRIC_MINISWHITE:

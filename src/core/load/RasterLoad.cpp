@@ -30,7 +30,7 @@ void PlaceAsPixels(ZRMBand& band) {
   if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceNone);
 }
 
-/// The world file of an image under a policy, and its lines; false where there is none.
+/// Reads the world file of an image, and its lines, as the policy has it. False where no file places the image.
 bool ReadWorldFile(const XString& path, const char* extension, XReadPolicy policy, XWorldFile& worldFile,
                    WorldLines& lines) {
   const XString name = policy == kReadExact ? FindWorldFile(path, extension, lines) : GetWorldFileName(path, extension);
@@ -49,7 +49,7 @@ void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile, const WorldLines& 
   if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceUnknown);
 }
 
-/// The statistics that a load was asked for. A failure of them is none of the load. In the exact policy one pass over
+/// The statistics that a load was asked for. They may fail without failing the load. In the exact policy one pass over
 /// the file serves all bands.
 void CalcStatistics(std::span<ZRMBand* const> bands, XReadPolicy policy) {
   if (policy == kReadExact) {

@@ -35,10 +35,10 @@ enum class ChannelNames { kPlain, kWithFileName };
 
 XString MakeChannelName(ChannelNames names, const XString& path, int number);
 
-/// Places every band of the dataset by the world file beside the image, or as plain pixels where there is none. Under
+/// Places every band of the dataset by the world file beside the image, or as plain pixels without such a file. Under
 /// the compatible policy the world file's name is the path with its last four characters replaced by `extension`,
 /// however long the path's own extension is. Under the exact one it has any of the usual names (`ListWorldFiles`), and
-/// a file that can't place the image counts as none.
+/// a file that can't place the image is passed over.
 void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension);
 
 /// What follows once the bands are in the dataset: names, level data, and statistics where no level data brought them.

@@ -57,7 +57,7 @@ PyramidShape CompressedShapeFor(const ZRMBand& band, const BodyRequest& request)
   return shape;
 }
 
-/// One plain body from `offset` on. There is none where a band has no such pyramid, or the file would become too long.
+/// One plain body from `offset` on. Empty where a band has no such pyramid, or the file would become too long.
 std::optional<BandBody> PlanBody(const ZRMBand& band, std::int64_t offset, const BodyRequest& request) {
   BandBody body;
   body.shape = ShapeFor(band, request);
