@@ -67,6 +67,7 @@
 #include "XList.h"
 #include "XMap.h"
 #include "XMessageBox.h"
+#include "XMMFile.h"
 #include "XObject.h"
 #include "XObList.h"
 #include "XOrbitInterpolater.h"
