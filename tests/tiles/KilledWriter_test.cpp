@@ -25,8 +25,8 @@
 
 namespace {
 
-constexpr int kSide = 8;
-constexpr unsigned kNumTiles = kSide * kSide;
+constexpr int kSideMade = 8;
+constexpr unsigned kTilesMade = kSideMade * kSideMade;
 constexpr int kMoments = 50;
 
 /// The bytes of a tile that is told by one number.
@@ -94,16 +94,16 @@ void ExpectTiles(const XPBIFile& store, unsigned numDone, unsigned seed) {
   for (unsigned i = 0; i < numDone; ++i) {
     int size = 0;
     const std::unique_ptr<unsigned char[]> tile(
-        store.GetDXTdata(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), size));
+        store.GetDXTdata(3, static_cast<int>(i / kSideMade), static_cast<int>(i % kSideMade), size));
     ASSERT_TRUE(tile) << i;
     ASSERT_EQ(0, std::memcmp(tile.get(), BlocksOf(i + seed).data(), 32768)) << i;
   }
 }
 
 void WriteTiles(XPBIFile& store, Count& numDone, unsigned seed) {
-  for (unsigned i = 0; i < kNumTiles; ++i) {
+  for (unsigned i = 0; i < kTilesMade; ++i) {
     std::vector<unsigned char> tile = BlocksOf(i + seed);
-    if (!store.UpdateDXT(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), tile.data())) _exit(1);
+    if (!store.UpdateDXT(3, static_cast<int>(i / kSideMade), static_cast<int>(i % kSideMade), tile.data())) _exit(1);
     numDone = i + 1;
   }
 }
@@ -116,7 +116,7 @@ TEST(KilledWriter, LeavesAnImageStoreInTheMakingWithItsTilesOrWithoutAHeader) {
   int numOpened = 0;
   const auto make = [&](Count& numDone) {
     XPBIFile store(1.0, 18.0);
-    store.AddLevel(3, 0, 0, kSide - 1, kSide - 1, 256, 256, kDxt1);
+    store.AddLevel(3, 0, 0, kSideMade - 1, kSideMade - 1, 256, 256, kDxt1);
     if (!store.Create(path)) _exit(1);
     WriteTiles(store, numDone, 0);
   };
@@ -127,7 +127,7 @@ TEST(KilledWriter, LeavesAnImageStoreInTheMakingWithItsTilesOrWithoutAHeader) {
     if (!isOpen) return;
     ++numOpened;
     ASSERT_EQ(1, store.GetFileInfo()->GetNumberOfLevel());
-    EXPECT_EQ(51200 + kNumTiles * 32768, store.GetFileInfo()->GetFileSize());
+    EXPECT_EQ(51200 + kTilesMade * 32768, store.GetFileInfo()->GetFileSize());
     ExpectTiles(store, numDone, 0);
   });
   EXPECT_GT(numOpened, 0);
@@ -139,7 +139,7 @@ TEST(KilledWriter, LeavesAChangedImageStoreWithOldTilesAndNewOnes) {
   const SharedCount all;
   {
     XPBIFile store(1.0, 18.0);
-    store.AddLevel(3, 0, 0, kSide - 1, kSide - 1, 256, 256, kDxt1);
+    store.AddLevel(3, 0, 0, kSideMade - 1, kSideMade - 1, 256, 256, kDxt1);
     ASSERT_TRUE(store.Create(path));
     WriteTiles(store, *all, 0);
   }
@@ -161,10 +161,11 @@ TEST(KilledWriter, LeavesAnElevationStoreInTheMakingWithItsTilesOrWithoutAHeader
   const auto tileOf = [](unsigned number) { return std::vector<float>(961 * 4, static_cast<float>(number + 1)); };
   const auto make = [&](Count& numDone) {
     XPBEFile store(2.0, 18.0);
-    store.AddLevel(3, 0, 0, kSide - 1, kSide - 1, 31, 31);
+    store.AddLevel(3, 0, 0, kSideMade - 1, kSideMade - 1, 31, 31);
     store.Create(path);
-    for (unsigned i = 0; store.IsUsable() && i < kNumTiles; ++i) {
-      if (!store.Update(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), tileOf(i).data())) _exit(1);
+    for (unsigned i = 0; store.IsUsable() && i < kTilesMade; ++i) {
+      if (!store.Update(3, static_cast<int>(i / kSideMade), static_cast<int>(i % kSideMade), tileOf(i).data()))
+        _exit(1);
       numDone = i + 1;
     }
   };
@@ -174,7 +175,7 @@ TEST(KilledWriter, LeavesAnElevationStoreInTheMakingWithItsTilesOrWithoutAHeader
     for (unsigned i = 0; i < numDone; ++i) {
       int size = 0;
       const std::unique_ptr<float[]> tile(
-          store.GetElevationData(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), size));
+          store.GetElevationData(3, static_cast<int>(i / kSideMade), static_cast<int>(i % kSideMade), size));
       ASSERT_TRUE(tile);
       ASSERT_EQ(tileOf(i), std::vector<float>(tile.get(), tile.get() + 961 * 4));
     }

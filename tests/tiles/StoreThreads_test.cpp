@@ -15,18 +15,18 @@
 
 namespace {
 
-constexpr int kSide = 16;
+constexpr int kSideRead = 16;
 constexpr int kTileBytes = 3844;
-constexpr int kThreads = 8;
+constexpr int kReaders = 8;
 
 /// Tiles of 31 x 31 floats, or of as many bytes of blocks, numbered row by row.
 void WriteStore(const TempFolder& folder, const char* mark) {
   std::vector<unsigned char> body;
-  for (unsigned i = 0; i < kSide * kSide; ++i) {
+  for (unsigned i = 0; i < kSideRead * kSideRead; ++i) {
     const std::vector<unsigned char> tile = TileOf(kTileBytes, i);
     body.insert(body.end(), tile.begin(), tile.end());
   }
-  const StoreRecord level{3, 0, 0, kSide - 1, kSide - 1, 0.0, 31, 31, kTileBytes, 1, 51200};
+  const StoreRecord level{3, 0, 0, kSideRead - 1, kSideRead - 1, 0.0, 31, 31, kTileBytes, 1, 51200};
   folder.Write("store", StoreBuilder(mark).Version(1.2).Level(level).Body(body).Build());
 }
 
@@ -34,11 +34,11 @@ void WriteStore(const TempFolder& folder, const char* mark) {
 void OnAllTiles(const std::function<bool(int row, int col, unsigned number)>& check) {
   std::atomic<int> numWrong = 0;
   std::vector<std::thread> threads;
-  for (unsigned t = 0; t < kThreads; ++t) {
+  for (unsigned t = 0; t < kReaders; ++t) {
     threads.emplace_back([&, t] {
-      for (unsigned i = 0; i < 2 * kSide * kSide; ++i) {
-        const unsigned number = (i * (2 * t + 1) + 37 * t) % (kSide * kSide);
-        if (!check(static_cast<int>(number / kSide), static_cast<int>(number % kSide), number)) ++numWrong;
+      for (unsigned i = 0; i < 2 * kSideRead * kSideRead; ++i) {
+        const unsigned number = (i * (2 * t + 1) + 37 * t) % (kSideRead * kSideRead);
+        if (!check(static_cast<int>(number / kSideRead), static_cast<int>(number % kSideRead), number)) ++numWrong;
       }
     });
   }
