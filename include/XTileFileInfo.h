@@ -10,9 +10,6 @@
 
 namespace Vexorine::ZRL::IO {
 
-class XPBELevelInfo;
-class XPBILevelInfo;
-
 /// The header of a tile store: what image and elevation stores have in common. It owns its levels, which keep the order
 /// in which they were added. Any number of threads may ask it while none adds.
 ///
@@ -49,11 +46,13 @@ class ZRKIO_API XTileFileInfo {
   /// Bytes of a tile of the level; -1 where there is none.
   int GetTileStorageRequirement(int level) const;
 
+  /// Appends a level whose tiles lie where its record says, as one that is read from a file. The tile size is worked
+  /// out from that of level 0, and the next position grows by the bytes of the tiles all the same.
+  void AddRecord(tagXTileLevel level);
+
  protected:
   /// Appends a level whose tiles lie at the next position. The tile size is worked out from that of level 0.
   void Append(tagXTileLevel level);
-  /// Appends one whose tiles lie where its record says. The next position grows all the same.
-  void AppendPlaced(tagXTileLevel level);
   /// Gives the level the rows and columns of the whole earth.
   void CoverTheEarth(tagXTileLevel& level) const;
   /// Whether any record of that number holds the tile.
@@ -68,8 +67,5 @@ class ZRKIO_API XTileFileInfo {
   std::vector<std::unique_ptr<Level>> owned_;
   std::list<Level*> levels_;  // the same, for callers
 };
-
-extern template class XTileFileInfo<XPBELevelInfo>;
-extern template class XTileFileInfo<XPBILevelInfo>;
 
 }  // namespace Vexorine::ZRL::IO

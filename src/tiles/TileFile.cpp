@@ -24,6 +24,11 @@ bool WriteHeader(Vexorine::ZRL::IO::XMMFile& file, std::span<const unsigned char
 
 }  // namespace
 
+bool TileFile::MayOpen(const XString& path, unsigned mode) {
+  constexpr unsigned kWriteBit = 2;
+  return (mode & kWriteBit) == 0 || CurrentDisk().IsWritable(path.AsStdString());
+}
+
 std::shared_ptr<TileFile> TileFile::Open(const XString& path, unsigned mode) {
   auto opened = std::make_shared<TileFile>();
   if (!opened->file_.Open(path, mode)) return nullptr;

@@ -21,6 +21,8 @@ struct TileBytes {
 /// both mixed.
 class TileFile {
  public:
+  /// Whether a file may be opened in a mode: one that asks for writing with the bit 2 needs a file that may be written.
+  static bool MayOpen(const XString& path, unsigned mode);
   /// Opens as `XMMFile` does, so that a missing file is made, and fails as empty. Null where that fails.
   static std::shared_ptr<TileFile> Open(const XString& path, unsigned mode);
   /// Makes a file of `fileBytes` zeros and writes the header. Null where that fails; no file is left then, but one that

@@ -7,10 +7,10 @@
 #include "XPBEFile.h"
 
 #include "base/Checked.h"
-#include "base/Disk.h"
 #include "base/Truncate.h"
 #include "tiles/ElevationBip.h"
 #include "tiles/StoreHeader.h"
+#include "tiles/StoreInfo.h"
 #include "tiles/TileFile.h"
 #include "XFile.h"
 #include "XTileGrid.h"
@@ -28,25 +28,9 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little && sizeof(tagXVector3f) == 12);
 
-constexpr unsigned kModeToWrite = 2;
 constexpr double kFirstVersionOfFloats = 1.1;
 constexpr double kFirstVersionWithNormals = 2.0;
 constexpr float kValueOfNoLevels = std::bit_cast<float>(0x7F7FC99Eu);
-
-/// Adds the levels of a file to its info, at their offsets.
-void AddLevels(XPBEFileInfo& info, const zrk::StoreHeader& header) {
-  for (const tagXTileLevel& level : header.levels) {
-    info.AddLevel(level.level, level.llRow, level.llCol, level.urRow, level.urCol, level.tileWidth, level.tileHeight,
-                  level.storageSize, level.startPos);
-  }
-}
-
-/// A tile of a store that has a file and a header; empty where it is not there.
-std::optional<zrk::TileBytes> FindTile(const zrk::TileFile* file, const XPBEFileInfo* info, int level, int row,
-                                       int col) {
-  const XPBELevelInfo* found = file && info ? info->GetLevelInfo(level) : nullptr;
-  return found ? file->Find(found->GetRecord(), row, col) : std::nullopt;
-}
 
 zrk::TileBytes PostsOf(const zrk::TileBytes& tile) {
   return {tile.offset, tile.count / 4};
@@ -114,7 +98,7 @@ XPBEFile::XPBEFile(double version, double tileSize)
       hasNormals_(version >= kFirstVersionWithNormals) {}
 
 XPBEFile::XPBEFile(XString path, unsigned mode) : name_(path) {
-  if ((mode & kModeToWrite) != 0 && !zrk::CurrentDisk().IsWritable(path.AsStdString())) return;
+  if (!zrk::TileFile::MayOpen(path, mode)) return;
   isUsable_ = true;
   file_ = zrk::TileFile::Open(path, mode);
   info_ = ReadFileInfo();
@@ -129,7 +113,7 @@ std::shared_ptr<XPBEFileInfo> XPBEFile::ReadFileInfo() {
   if (!header) return nullptr;
   hasNormals_ = header->version >= kFirstVersionWithNormals;
   auto info = std::make_shared<XPBEFileInfo>(header->version, header->tileSize, header->headerSize);
-  AddLevels(*info, *header);
+  zrk::AddLevels(*info, *header);
   return info;
 }
 
@@ -166,7 +150,7 @@ bool XPBEFile::HasShortPosts() const {
 }
 
 float* XPBEFile::GetElevationData(int level, int row, int col, int& size) const {
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info_.get(), level, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   if (!tile) return nullptr;
   const bool isShort = HasShortPosts();
   const std::int64_t numPosts = tile->count / 2;
@@ -183,9 +167,8 @@ float* XPBEFile::GetElevationData(int level, int row, int col, int& size) const 
 }
 
 bool XPBEFile::GetElevationData(int level, int row, int col, XPBEReadBuffer* buffer) const {
-  if (!buffer) return false;
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info_.get(), level, row, col);
-  if (!tile || !zrk::ReadIntoBuffer(*file_, *tile, *buffer)) return false;
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
+  if (!buffer || !tile || !zrk::ReadIntoBuffer(*file_, *tile, *buffer)) return false;
   const XPBELevelInfo* info = info_->GetLevelInfo(level);
   buffer->tileWidth = info->GetTileWidth();
   buffer->tileHeight = info->GetTileHeight();
@@ -194,7 +177,7 @@ bool XPBEFile::GetElevationData(int level, int row, int col, XPBEReadBuffer* buf
 
 tagXVector3f* XPBEFile::GetNormData(int level, int row, int col, int& size) const {
   if (!hasNormals_) return nullptr;
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info_.get(), level, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   if (!tile) return nullptr;
   const zrk::TileBytes normals = NormalsOf(*tile);
   std::unique_ptr<tagXVector3f[]> vectors = ReadAs<tagXVector3f>(*file_, normals);
@@ -209,7 +192,7 @@ float XPBEFile::GetValue(int level, double lon, double lat) const {
   int row = 0, col = 0;
   XfnGetRowColFromGeo(level, lon, lat, row, col);
   if (!file_ || !info_ || !info_->GetAvailable(level, row, col)) return 0.0f;
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info_.get(), level, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   if (!tile) return 0.0f;
   const std::int64_t y = PostAt(lat - (row * tileSize - 90.0), tileSize);
   const std::int64_t x = PostAt(lon - (col * tileSize - 180.0), tileSize);
@@ -234,17 +217,17 @@ float XPBEFile::GetValue(double lon, double lat) const {
 }
 
 bool XPBEFile::Update(int level, int row, int col, float* data) {
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info_.get(), level, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   return tile && data && file_->Write(*tile, data);
 }
 
 bool XPBEFile::UpdatePosts(int level, int row, int col, const float* data) {
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info_.get(), level, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   return tile && data && file_->Write(hasNormals_ ? PostsOf(*tile) : *tile, data);
 }
 
 bool XPBEFile::UpdateNorm(int level, int row, int col, tagXVector3f* data) {
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info_.get(), level, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   return hasNormals_ && tile && data && file_->Write(NormalsOf(*tile), data);
 }
 
@@ -267,11 +250,7 @@ bool XPBEFile::SerilizeToBIP(int level, XString dataPath, XString headerPath) co
 }
 
 bool XPBEFile::ParseHeaderInfo(const unsigned char* bytes, XPBEFileInfo* info) {
-  if (!bytes || !info) return false;
-  const auto header = zrk::ParseStoreHeader({bytes, zrk::kStoreHeaderBytes}, zrk::StoreKind::kElevation);
-  if (!header) return false;
-  AddLevels(*info, *header);
-  return true;
+  return zrk::AddLevels(info, bytes, zrk::StoreKind::kElevation);
 }
 
 }  // namespace Vexorine::ZRL::IO

@@ -10,6 +10,7 @@
 #include "base/Truncate.h"
 #include "tiles/BlockCoder.h"
 #include "tiles/StoreHeader.h"
+#include "tiles/StoreInfo.h"
 #include "tiles/TileFile.h"
 
 #include <cmath>
@@ -18,22 +19,6 @@
 namespace Vexorine::ZRL::IO {
 
 namespace {
-
-constexpr unsigned kModeToWrite = 2;
-
-/// Adds the levels of a file to its info, at their offsets.
-void AddLevels(XPBIFileInfo& info, const zrk::StoreHeader& header) {
-  for (const tagXTileLevel& level : header.levels) {
-    info.AddLevel(level.level, level.llRow, level.llCol, level.urRow, level.urCol, level.tileWidth, level.tileHeight,
-                  static_cast<_XDXTTYPE>(level.blockType), level.storageSize, level.startPos);
-  }
-}
-
-/// A tile of a level that is there; empty otherwise.
-std::optional<zrk::TileBytes> FindTile(const zrk::TileFile* file, const XPBILevelInfo* level, int row, int col) {
-  if (!file || !level) return std::nullopt;
-  return file->Find(level->GetRecord(), row, col);
-}
 
 /// Whether the data are blocks already, as a level of the type has them.
 bool AreBlocks(_XDXTTYPE type, _XPIXELFORMAT format) {
@@ -59,7 +44,8 @@ XPBIFile::XPBIFile() = default;
 
 XPBIFile::XPBIFile(double version, double tileSize)
     : info_(std::make_shared<XPBIFileInfo>(version, tileSize, zrk::kStoreHeaderBytes)), isUsable_(true) {
-  SetOpenMode(kModeToWrite);
+  constexpr unsigned kModeOfNewStore = 2;
+  SetOpenMode(kModeOfNewStore);
 }
 
 XPBIFile::XPBIFile(const XPBIFile&) = default;
@@ -71,9 +57,8 @@ bool XPBIFile::OpenFile(XString path, unsigned mode) {
   Close();
   name_ = path;
   SetOpenMode(mode);
-  zrk::Disk& disk = zrk::CurrentDisk();
-  if ((mode & kModeToWrite) != 0 && !disk.IsWritable(path.AsStdString())) return false;
-  if (mode == 0 && !disk.Exists(path.AsStdString())) return false;
+  if (!zrk::TileFile::MayOpen(path, mode)) return false;
+  if (mode == 0 && !zrk::CurrentDisk().Exists(path.AsStdString())) return false;
   file_ = zrk::TileFile::Open(path, mode);
   isUsable_ = ReadFileInfo();
   if (const XPBILevelInfo* first = isUsable_ ? info_->GetLevelInfoAt(0) : nullptr) SetGridOf(first->GetRecord());
@@ -84,7 +69,7 @@ bool XPBIFile::ReadFileInfo() {
   const std::optional<zrk::StoreHeader> header = file_ ? file_->ReadHeader(zrk::StoreKind::kImage) : std::nullopt;
   if (!header) return false;
   info_ = std::make_shared<XPBIFileInfo>(std::trunc(header->version), header->tileSize, header->headerSize);
-  AddLevels(*info_, *header);
+  zrk::AddLevels(*info_, *header);
   return true;
 }
 
@@ -147,16 +132,15 @@ bool XPBIFile::Update(int level, int row, int col, unsigned char* data, _XPIXELF
   const XPBILevelInfo* info = data && info_ ? info_->GetLevelInfo(level) : nullptr;
   if (!info) return false;
   if (AreBlocks(info->GetDXTType(), format)) return UpdateDXT(level, row, col, data);
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   if (!tile || !file_->IsWritable()) return false;
   const std::vector<unsigned char> blocks = PackTile(*info, data, format);
   return !blocks.empty() && file_->Write(*tile, blocks.data());
 }
 
 bool XPBIFile::UpdateDXT(int level, int row, int col, unsigned char* data) {
-  const std::optional<zrk::TileBytes> tile =
-      FindTile(file_.get(), data && info_ ? info_->GetLevelInfo(level) : nullptr, row, col);
-  return tile && file_->Write(*tile, data);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
+  return tile && data && file_->Write(*tile, data);
 }
 
 bool XPBIFile::IsUsable() const {
@@ -164,9 +148,9 @@ bool XPBIFile::IsUsable() const {
 }
 
 bool XPBIFile::GetDXTdata(int level, int row, int col, XPBIReadBuffer* buffer) const {
-  const XPBILevelInfo* info = buffer && info_ ? info_->GetLevelInfo(level) : nullptr;
-  const std::optional<zrk::TileBytes> tile = FindTile(file_.get(), info, row, col);
-  if (!tile || !zrk::ReadIntoBuffer(*file_, *tile, *buffer)) return false;
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
+  if (!buffer || !tile || !zrk::ReadIntoBuffer(*file_, *tile, *buffer)) return false;
+  const XPBILevelInfo* info = info_->GetLevelInfo(level);
   buffer->dxtType = info->GetDXTType();
   buffer->tileWidth = info->GetTileWidth();
   buffer->tileHeight = info->GetTileHeight();
@@ -174,8 +158,7 @@ bool XPBIFile::GetDXTdata(int level, int row, int col, XPBIReadBuffer* buffer) c
 }
 
 unsigned char* XPBIFile::GetDXTdata(int level, int row, int col, int& size) const {
-  const std::optional<zrk::TileBytes> tile =
-      FindTile(file_.get(), info_ ? info_->GetLevelInfo(level) : nullptr, row, col);
+  const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   if (!tile) return nullptr;
   std::unique_ptr<unsigned char[]> bytes = zrk::ReadNewTile(*file_, *tile);
   if (bytes) size = static_cast<int>(tile->count);
@@ -189,11 +172,7 @@ int XPBIFile::GetStorageRequirements(int width, int height, _XDXTTYPE type) {
 }
 
 bool XPBIFile::ParseHeaderInfo(const unsigned char* bytes, XPBIFileInfo* info) {
-  if (!bytes || !info) return false;
-  const auto header = zrk::ParseStoreHeader({bytes, zrk::kStoreHeaderBytes}, zrk::StoreKind::kImage);
-  if (!header) return false;
-  AddLevels(*info, *header);
-  return true;
+  return zrk::AddLevels(info, bytes, zrk::StoreKind::kImage);
 }
 
 }  // namespace Vexorine::ZRL::IO

@@ -86,11 +86,11 @@ int XTileFileInfo<Level>::GetTileStorageRequirement(int level) const {
 template <class Level>
 void XTileFileInfo<Level>::Append(tagXTileLevel level) {
   level.startPos = static_cast<std::uint64_t>(nextPos_);
-  AppendPlaced(level);
+  AddRecord(level);
 }
 
 template <class Level>
-void XTileFileInfo<Level>::AppendPlaced(tagXTileLevel level) {
+void XTileFileInfo<Level>::AddRecord(tagXTileLevel level) {
   level.tileSize = zrk::HalveTileSize(tileSize_, level.level);
   owned_.push_back(std::make_unique<Level>(level));
   levels_.push_back(owned_.back().get());
@@ -126,7 +126,7 @@ bool XPBIFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCo
 
 bool XPBIFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                             _XDXTTYPE type, int storageSize, std::uint64_t offset) {
-  AppendPlaced({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, type, offset});
+  AddRecord({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, type, offset});
   return true;
 }
 
@@ -158,7 +158,7 @@ bool XPBEFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCo
 
 bool XPBEFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                             int storageSize, std::uint64_t offset) {
-  AppendPlaced({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, 0, offset});
+  AddRecord({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, 0, offset});
   return true;
 }
 

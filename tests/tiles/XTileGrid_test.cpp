@@ -11,20 +11,20 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-struct Tile {
+struct GridTile {
   int row = 0;
   int col = 0;
-  friend bool operator==(const Tile&, const Tile&) = default;
+  friend bool operator==(const GridTile&, const GridTile&) = default;
 };
 
-void PrintTo(const Tile& tile, std::ostream* stream) {
+void PrintTo(const GridTile& tile, std::ostream* stream) {
   *stream << "row " << tile.row << ", col " << tile.col;
 }
 
 /// The tile by level, or by tile size where that is a double.
 template <class Size>
-Tile TileOf(Size size, double lon, double lat) {
-  Tile tile;
+GridTile GridTileOf(Size size, double lon, double lat) {
+  GridTile tile;
   XfnGetRowColFromGeo(size, lon, lat, tile.row, tile.col);
   return tile;
 }
@@ -54,52 +54,52 @@ TEST(TileGrid, RoundsEachHalfWhereADoubleEnds) {
 }
 
 TEST(TileGrid, BeginsAtTheSouthWestCorner) {
-  EXPECT_EQ((Tile{0, 0}), TileOf(0, -180.0, -90.0));
-  EXPECT_EQ((Tile{0, 0}), TileOf(7, -180.0, -90.0));
+  EXPECT_EQ((GridTile{0, 0}), GridTileOf(0, -180.0, -90.0));
+  EXPECT_EQ((GridTile{0, 0}), GridTileOf(7, -180.0, -90.0));
 }
 
 TEST(TileGrid, CountsRowsUpwardAndColumnsEastward) {
-  EXPECT_EQ((Tile{5, 10}), TileOf(0, 0.0, 0.0));
-  EXPECT_EQ((Tile{10, 20}), TileOf(1, 0.0, 0.0));
-  EXPECT_EQ((Tile{(10 << 8) / 2 + 512, (20 << 8) / 2 + 1024}), TileOf(8, 72.0, 36.0));
+  EXPECT_EQ((GridTile{5, 10}), GridTileOf(0, 0.0, 0.0));
+  EXPECT_EQ((GridTile{10, 20}), GridTileOf(1, 0.0, 0.0));
+  EXPECT_EQ((GridTile{(10 << 8) / 2 + 512, (20 << 8) / 2 + 1024}), GridTileOf(8, 72.0, 36.0));
 }
 
 TEST(TileGrid, HasANegativeTileBeforeItsBeginning) {
-  EXPECT_EQ((Tile{-1, 0}), TileOf(0, -180.0, -90.5));
-  EXPECT_EQ((Tile{0, -1}), TileOf(0, -180.25, -90.0));
+  EXPECT_EQ((GridTile{-1, 0}), GridTileOf(0, -180.0, -90.5));
+  EXPECT_EQ((GridTile{0, -1}), GridTileOf(0, -180.25, -90.0));
   // 18 degrees before the beginning are one whole tile, and one more is taken off.
-  EXPECT_EQ((Tile{-2, -3}), TileOf(0, -180.0 - 36.0, -90.0 - 18.0));
+  EXPECT_EQ((GridTile{-2, -3}), GridTileOf(0, -180.0 - 36.0, -90.0 - 18.0));
 }
 
 TEST(TileGrid, IsNotCutAtItsOtherEnd) {
-  EXPECT_EQ((Tile{10, 20}), TileOf(0, 180.0, 90.0));
-  EXPECT_EQ((Tile{40, 80}), TileOf(2, 180.0, 90.0));
+  EXPECT_EQ((GridTile{10, 20}), GridTileOf(0, 180.0, 90.0));
+  EXPECT_EQ((GridTile{40, 80}), GridTileOf(2, 180.0, 90.0));
 }
 
 TEST(TileGrid, GivesAnEdgeToTheUpperTileByLevelAndToTheLowerBySize) {
-  EXPECT_EQ((Tile{1, 11}), TileOf(0, 18.0, 18.0 - 90.0));
-  EXPECT_EQ((Tile{0, 10}), TileOf(18.0, 18.0, 18.0 - 90.0));
-  EXPECT_EQ((Tile{9, 19}), TileOf(18.0, 180.0, 90.0));
+  EXPECT_EQ((GridTile{1, 11}), GridTileOf(0, 18.0, 18.0 - 90.0));
+  EXPECT_EQ((GridTile{0, 10}), GridTileOf(18.0, 18.0, 18.0 - 90.0));
+  EXPECT_EQ((GridTile{9, 19}), GridTileOf(18.0, 180.0, 90.0));
 }
 
 TEST(TileGrid, ComparesPlacesWithItsBeginningAsTheyAre) {
   // What is taken off leaves these in row and column 0, because truncation goes toward zero and -90 is not below -90.
-  EXPECT_EQ((Tile{0, 0}), TileOf(18.0, -180.0, -90.0));
-  EXPECT_EQ((Tile{-1, -1}), TileOf(18.0, -180.5, -90.5));
+  EXPECT_EQ((GridTile{0, 0}), GridTileOf(18.0, -180.0, -90.0));
+  EXPECT_EQ((GridTile{-1, -1}), GridTileOf(18.0, -180.5, -90.5));
 }
 
 TEST(TileGrid, TakesAnyTileSize) {
-  EXPECT_EQ((Tile{3, 8}), TileOf(7.5, -180.0 + 61.0, -90.0 + 29.0));
+  EXPECT_EQ((GridTile{3, 8}), GridTileOf(7.5, -180.0 + 61.0, -90.0 + 29.0));
 }
 
 TEST(TileGrid, CutsPlacesThatNoIntHolds) {
-  EXPECT_EQ((Tile{INT_MAX, INT_MAX}), TileOf(0, 1e300, kInfinity));
-  EXPECT_EQ((Tile{INT_MIN, INT_MIN}), TileOf(0, -kInfinity, -1e300));
-  EXPECT_EQ((Tile{INT_MAX, INT_MAX}), TileOf(INT_MAX, 0.0, 0.0));
-  EXPECT_EQ((Tile{INT_MAX, INT_MAX}), TileOf(0.0, 0.0, 0.0));
+  EXPECT_EQ((GridTile{INT_MAX, INT_MAX}), GridTileOf(0, 1e300, kInfinity));
+  EXPECT_EQ((GridTile{INT_MIN, INT_MIN}), GridTileOf(0, -kInfinity, -1e300));
+  EXPECT_EQ((GridTile{INT_MAX, INT_MAX}), GridTileOf(INT_MAX, 0.0, 0.0));
+  EXPECT_EQ((GridTile{INT_MAX, INT_MAX}), GridTileOf(0.0, 0.0, 0.0));
 }
 
 TEST(TileGrid, HasNoTileForWhatIsNotANumber) {
-  EXPECT_EQ((Tile{INT_MIN, INT_MIN}), TileOf(0, kNaN, kNaN));
-  EXPECT_EQ((Tile{INT_MIN, INT_MIN}), TileOf(kNaN, 0.0, 0.0));
+  EXPECT_EQ((GridTile{INT_MIN, INT_MIN}), GridTileOf(0, kNaN, kNaN));
+  EXPECT_EQ((GridTile{INT_MIN, INT_MIN}), GridTileOf(kNaN, 0.0, 0.0));
 }
