@@ -39,6 +39,8 @@ class DiskFile {
   /// Hints that a range is written to the end, so that bringing it to the medium may begin now and `Sync` has less to
   /// wait for.
   virtual void StartSync(std::int64_t, std::int64_t) {}
+  /// Whether this is the file that goes by a name now. A disk that can't tell says no.
+  virtual bool GoesBy(const std::string&) { return false; }
   /// Maps the whole file for reading; null where that fails, as for an empty file.
   virtual std::unique_ptr<DiskMap> Map() = 0;
 };

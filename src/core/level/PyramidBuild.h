@@ -11,6 +11,7 @@
 
 namespace zrk {
 
+class Fingerprint;
 class PlainStore;
 
 /// What the top of a pyramid is: the pixels of a window of the source, or their means at half its size. Half of an odd
@@ -22,7 +23,8 @@ struct PyramidBand {
   ZRMBand* source = nullptr;
   std::shared_ptr<PlainStore> store;
   Reduction reduction;
-  Summary summary;  ///< of the top; filled by the build, as is the histogram
+  Fingerprint* fingerprint = nullptr;  ///< of the file that the source's tiles lie in, which is shown them; may be null
+  Summary summary;                     ///< of the top; filled by the build, as is the histogram
   Histogram histogram{};
 };
 

@@ -10,6 +10,7 @@
 
 #include "base/Failure.h"
 #include "core/level/PyramidStore.h"
+#include "core/level/TileTree.h"
 #include "core/model/StripStatistics.h"
 #include "core/native/SaverGroups.h"
 #include "core/xld/LevelFile.h"
@@ -114,6 +115,7 @@ bool LevelBuild::Write(bool wantsPyramids) {
 
 bool LevelBuild::WritePixels(bool isFull) {
   watched_ = WatchImage(dataset_);
+  if (watched_) fingerprint_.emplace(watched_->length);
   return (isFull ? BuildPyramids() : MeasureBands()) && StampImage();
 }
 
@@ -121,7 +123,8 @@ bool LevelBuild::WritePixels(bool isFull) {
 /// policy. Otherwise they keep a stamp that fits nothing.
 bool LevelBuild::StampImage() {
   if (!watched_) return true;
-  const StampResult result = zrk::StampImage(dataset_, *watched_, thread_ ? thread_->GetStatePtr() : nullptr, stamp_);
+  const int* const cancel = thread_ ? thread_->GetStatePtr() : nullptr;
+  const StampResult result = zrk::StampImage(dataset_, *watched_, *fingerprint_, cancel, stamp_);
   wasStopped_ = result == StampResult::kStopped;
   if (wasStopped_) return false;
   if (result == StampResult::kUnreadable && watched_->length >= 0) return Fail(GetSentence(PyramidResult::kReadFailed));
@@ -162,6 +165,14 @@ bool LevelBuild::MeasureBand(int index) {
   return true;
 }
 
+/// The fingerprint that takes what is read of a band: bands of other files have none. Called when the image is watched,
+/// so that the name does not lead to another file afterwards without a change of times.
+Fingerprint* LevelBuild::FindFingerprintOf(ZRMBand& band) {
+  const PlainStore* const tiles = FindTileSource(band);
+  const bool isOfImage = fingerprint_ && tiles && tiles->LiesIn(ImagePathOf(dataset_).AsStdString());
+  return isOfImage ? &*fingerprint_ : nullptr;
+}
+
 /// Gives a band its store, behind those of the bands before. Sizes and tiles are the first band's for all, because the
 /// text tells the same ones for every band.
 bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
@@ -180,6 +191,7 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   job.bands.push_back({band,
                        std::dynamic_pointer_cast<PlainStore>(record.GetEPOT()->GetStore()),
                        {band->GetBandType() == kBandTypeThematic, kNotSet},
+                       FindFingerprintOf(*band),
                        {},
                        {}});
   return true;
