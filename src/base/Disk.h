@@ -75,6 +75,8 @@ class Disk {
   virtual bool Exists(const std::string& path) = 0;
   /// What is known of a regular file without opening it.
   virtual int GetStatus(const std::string& path, FileStatus& status);
+  /// Hints that nobody needs what the system keeps of a file in memory.
+  virtual void DropCached(const std::string&) {}
   /// How many bytes the folder of `path` has room for.
   virtual int CountFreeBytes(const std::string& path, std::int64_t& bytes);
   /// The names of what lies in a folder, in no order.

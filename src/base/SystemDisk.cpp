@@ -229,6 +229,11 @@ class SystemDiskImpl : public Disk {
     return 0;
   }
 
+  void DropCached(const std::string& path) override {
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (descriptor.IsOpen()) ::posix_fadvise(descriptor.Number(), 0, 0, POSIX_FADV_DONTNEED);
+  }
+
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }
 
   // The order is that of the file system. Callers sort where it matters.

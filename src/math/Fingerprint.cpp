@@ -49,6 +49,7 @@ std::uint64_t BitOf(std::int64_t block) {
 Fingerprint::Fingerprint(std::int64_t length)
     : length_(std::max<std::int64_t>(length, 0)),
       numBlocks_(CountBlocks(length_)),
+      numChunks_(static_cast<int>(std::min<std::int64_t>((numBlocks_ + kChunkBlocks - 1) / kChunkBlocks, INT_MAX))),
       taken_(static_cast<std::size_t>(numBlocks_ / 64 + 1)) {}
 
 bool Fingerprint::IsTaken(std::int64_t block) const {
@@ -74,10 +75,13 @@ void Fingerprint::Take(std::int64_t offset, const unsigned char* bytes, std::int
   sum_ += sum;
 }
 
-/// Reads the runs of blocks of a chunk that are still missing.
-bool Fingerprint::ReadChunk(DiskFile& file, std::int64_t chunk, std::vector<unsigned char>& room) {
-  const std::int64_t endBlock = std::min((chunk + 1) * kChunkBlocks, numBlocks_);
-  for (std::int64_t block = chunk * kChunkBlocks, last = 0; block < endBlock; block = last + 1) {
+/// Reads the runs of blocks that are still missing. What lies at the end of a file is what others come by last, or
+/// never.
+bool Fingerprint::ReadChunk(DiskFile& file, int chunk, std::vector<unsigned char>& room) {
+  const std::int64_t firstBlock = (std::int64_t{numChunks_} - 1 - chunk) * kChunkBlocks;
+  const std::int64_t endBlock = std::min(firstBlock + kChunkBlocks, numBlocks_);
+  room.resize(static_cast<std::size_t>(kChunkBlocks * kHashBlock));
+  for (std::int64_t block = firstBlock, last = 0; block < endBlock; block = last + 1) {
     for (last = block; last < endBlock && !IsTaken(last);) ++last;
     const std::int64_t from = block * kHashBlock, count = std::min(last * kHashBlock, length_) - from;
     if (count <= 0) continue;
@@ -88,15 +92,11 @@ bool Fingerprint::ReadChunk(DiskFile& file, std::int64_t chunk, std::vector<unsi
 }
 
 bool Fingerprint::ReadRest(DiskFile& file, const int* cancel) {
-  const std::int64_t numChunks = (numBlocks_ + kChunkBlocks - 1) / kChunkBlocks;
-  if (numChunks >= INT_MAX) return false;
-  const int numWorkers = CountWorkers(static_cast<int>(numChunks));
+  if (numChunks_ == INT_MAX) return false;
+  const int numWorkers = CountWorkers(numChunks_);
   std::vector<std::vector<unsigned char>> rooms(static_cast<std::size_t>(numWorkers));
-  return ForEachInParallel(numWorkers, static_cast<int>(numChunks), [&](int chunk, int worker) {
-    if (XfnIsStopRequested(cancel)) return false;
-    std::vector<unsigned char>& room = rooms[static_cast<std::size_t>(worker)];
-    room.resize(static_cast<std::size_t>(kChunkBlocks * kHashBlock));
-    return ReadChunk(file, chunk, room);
+  return ForEachInParallel(numWorkers, numChunks_, [&](int chunk, int worker) {
+    return !XfnIsStopRequested(cancel) && ReadChunk(file, chunk, rooms[static_cast<std::size_t>(worker)]);
   });
 }
 

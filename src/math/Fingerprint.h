@@ -16,15 +16,22 @@ class DiskFile;
 /// after.
 class Fingerprint {
  public:
-  /// Of the first `length` bytes of a file. A length below 0 counts as 0. Throws std::bad_alloc.
+  /// Of the first `length` bytes of a file. A length below 0 counts as 0. No file is read that has 2^31 chunks. Throws
+  /// std::bad_alloc.
   explicit Fingerprint(std::int64_t length);
 
   /// Takes `count` bytes that were read at `offset`. Blocks that lie in them as a whole are taken, each once only; what
   /// lies beyond the length is left out. For any thread.
   void Take(std::int64_t offset, const unsigned char* bytes, std::int64_t count);
 
-  /// Reads what has not been taken. As many threads read the file as `XfnGetWorkerCount` tells. False where it can't be
-  /// read so far, or the word behind `cancel`, which may be null, asks to stop. Throws std::bad_alloc.
+  /// The file in chunks, each of which a thread may read. Those at the end of the file have the lowest numbers.
+  int CountChunks() const { return numChunks_; }
+  /// Reads what has not been taken of a chunk. `room` is room for the thread's use. False where that can't be read.
+  bool ReadChunk(DiskFile& file, int chunk, std::vector<unsigned char>& room);
+
+  /// Reads what has not been taken of all chunks. As many threads read the file as `XfnGetWorkerCount` tells. False
+  /// where it can't be read so far, or the word behind `cancel`, which may be null, asks to stop. Throws
+  /// std::bad_alloc.
   bool ReadRest(DiskFile& file, const int* cancel);
 
   /// The fingerprint, when all blocks have been taken. It does not depend on the order in which they were.
@@ -33,10 +40,10 @@ class Fingerprint {
  private:
   bool IsTaken(std::int64_t block) const;
   bool Claim(std::int64_t block);
-  bool ReadChunk(DiskFile& file, std::int64_t chunk, std::vector<unsigned char>& room);
 
   std::int64_t length_;
   std::int64_t numBlocks_;
+  int numChunks_;
   std::vector<std::atomic<std::uint64_t>> taken_;  // a bit for each block
   std::atomic<std::uint64_t> sum_ = 0;
 };

@@ -6,6 +6,7 @@
 #include "XThread.h"
 #include "ZRMBand.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -33,6 +34,10 @@ struct PyramidJob {
   Window window;  ///< of the sources, in full-resolution pixels
   PyramidTop top = PyramidTop::kCopy;
   XThread* thread = nullptr;  ///< may be null
+  /// Work of the caller's own, for workers that find no part of a pyramid left to build. It is called once with each
+  /// number below `numExtras` on any thread, with room for the thread's use, when all sources are read or nearly so.
+  int numExtras = 0;
+  std::function<void(int extra, std::vector<unsigned char>& room)> doExtra = nullptr;
   int percentStart = 0;
   int percentSpan = 100;
 };

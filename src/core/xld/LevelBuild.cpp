@@ -8,6 +8,7 @@
 
 #include "core/xld/LevelBuild.h"
 
+#include "base/Disk.h"
 #include "base/Failure.h"
 #include "core/level/PyramidStore.h"
 #include "core/level/TileTree.h"
@@ -197,6 +198,22 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   return true;
 }
 
+/// Workers that find nothing left to build read what is missing of the image's fingerprint. What they can't read is
+/// noticed when the image is stamped. Before that, one of them makes the system forget the old level file: that is work
+/// for one thread otherwise, when the new file takes its name.
+void LevelBuild::PlanExtras(PyramidJob& job) {
+  std::shared_ptr<DiskFile> image;
+  if (watched_ && watched_->length >= 0) CurrentDisk().Open(ImagePathOf(dataset_).AsStdString(), {}, image);
+  job.numExtras = 1 + (image ? std::min(fingerprint_->CountChunks(), INT_MAX / 2) : 0);
+  job.doExtra = [this, image](int extra, std::vector<unsigned char>& room) {
+    if (extra == 0) {
+      output_.DropOld();
+    } else {
+      fingerprint_->ReadChunk(*image, extra - 1, room);
+    }
+  };
+}
+
 /// All bands are planned before the first is built, so that bands that are not alike are found while the file has
 /// nothing but a head.
 bool LevelBuild::BuildPyramids() {
@@ -208,6 +225,7 @@ bool LevelBuild::BuildPyramids() {
   for (int i = 0; i < dataset_.GetNumOfBands(); ++i) {
     if (!PlanPyramid(i, job)) return false;
   }
+  PlanExtras(job);
   if (!output_.File().Preallocate(end_)) return Fail("Fail to write Data");
   if (!Check(zrk::BuildPyramids(job))) return false;
   for (std::size_t i = 0; i < records_.size(); ++i) {

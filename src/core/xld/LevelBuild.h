@@ -32,6 +32,7 @@ class LevelBuild {
   bool MeasureBands();
   bool MeasureBand(int index);
   bool BuildPyramids();
+  void PlanExtras(PyramidJob& job);
   Fingerprint* FindFingerprintOf(ZRMBand& band);
   bool PlanPyramid(int index, PyramidJob& job);
   XString MakeText(int compression);
