@@ -72,10 +72,14 @@ class RowUnpacker {
 
  private:
   void UnpackIndexed(const unsigned char* source, std::size_t count, unsigned char* const* target) const {
-    for (std::size_t i = 0; i < count; ++i, source += step_) {
-      target[0][i] = (*tables_)[0][*source];
-      target[1][i] = (*tables_)[1][*source];
-      target[2][i] = (*tables_)[2][*source];
+    const auto& [red, green, blue] = *tables_;
+    unsigned char *const reds = target[0], *const greens = target[1], *const blues = target[2];
+    const int step = step_;
+    for (std::size_t i = 0; i < count; ++i, source += step) {
+      const unsigned char index = *source;
+      reds[i] = red[index];
+      greens[i] = green[index];
+      blues[i] = blue[index];
     }
   }
 

@@ -85,6 +85,7 @@ ZRMBandGTIFF::ZRMBandGTIFF(ZRMBandGTIFF* master) : ZRMBandFile(std::make_unique<
   SetReadPolicy(master->GetReadPolicy());
   SetDataType(master->GetDataType());
   SetDecodeRows(master->GetDecodeRows());
+  SetDecodeColumns(master->GetDecodeColumns());
   Impl& impl = GetImpl();
   impl.opener = master;
   impl.image = master->GetImpl().image;
@@ -117,6 +118,7 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
     impl.numChannels = source.layout.numChannels;
     // Rows of plain strips cost the same however they are read.
     SetDecodeRows(source.isPlain && !tags.isTiled ? 1 : zrk::ToSide(tags.blockHeight));
+    SetDecodeColumns(IsExact() && source.isPlain && tags.isTiled ? zrk::ToSide(tags.blockWidth) : 0);
     InitBlockInfo();
     SetChannel(GetChannel());
     ReadCoordinateInfo(err);
