@@ -103,6 +103,8 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   XString GetLastMessage() const;
 
   /// Places the band by its geokeys, by a world file beside the image, or as plain pixels, whichever is found first.
+  /// `err` is set where the band reads exactly and a world file that would place it can't be used. Then it has no
+  /// place.
   void ReadCoordinateInfo(XString& err);
   /// Reads the coordinate system out of libgeotiff's key handle: coordinate kind 3 with a system, 2 without. 1, or -1
   /// for a null handle.

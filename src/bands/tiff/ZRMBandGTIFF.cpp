@@ -119,8 +119,12 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
     SetDecodeRows(source.isPlain && !tags.isTiled ? 1 : zrk::ToSide(tags.blockHeight));
     InitBlockInfo();
     SetChannel(GetChannel());
-    ReadCoordinateInfo(err);
-    return 1;
+    XString reason;
+    ReadCoordinateInfo(reason);
+    if (reason.IsEmpty()) return 1;
+    impl.image.reset();
+    err = reason;
+    return 0;
   });
 }
 
@@ -342,15 +346,14 @@ int ZRMBandGTIFF::ReadBlockSplitBitmap(int blockX, int blockY, void* out, XStrin
 }
 
 /// Whatever a former file has left is cleared first, so that a file without a place has none.
-void ZRMBandGTIFF::ReadCoordinateInfo(XString&) {
+void ZRMBandGTIFF::ReadCoordinateInfo(XString& err) {
   SetCoordinateKind(kCoordinatePixel);
   GetSR()->Clear();
   tiff* const handle = GetFileTIFF();
   if (!handle) return;
-  zrk::FencedRead([&] {
-    zrk::PlaceTiff(*this, handle);
-    return 1;
-  });
+  XString reason;
+  const int isDone = zrk::Fenced(reason, [&] { return zrk::PlaceTiff(*this, handle, reason); });
+  if (!isDone && IsExact()) err = reason;
 }
 
 int ZRMBandGTIFF::ExtractProjection(gtiff* gtif, XSpatialReference* sr) {
