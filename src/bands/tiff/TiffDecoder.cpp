@@ -61,6 +61,10 @@ bool CanHold(std::uint64_t packedBytes, std::int64_t fileBytes, std::int64_t num
   return numBytes / GetMostExpansion(compression) <= static_cast<std::int64_t>(available);
 }
 
+bool IsDeflate(int compression) {
+  return compression == COMPRESSION_DEFLATE || compression == COMPRESSION_ADOBE_DEFLATE;
+}
+
 /// The tags as they were when the file was planned, apart from what the plan changes.
 bool HasTagsOf(const TiffLayout& layout, TIFF* tiff) {
   TiffTags tags = ReadTiffTags(tiff);
@@ -133,9 +137,12 @@ bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
   const TiffLzw::Result result = lzw_.Decode(handle_->Get(), block, {room, size});
   if (result != TiffLzw::Result::kLeftToLibtiff) return result == TiffLzw::Result::kDone;
   std::memset(room, 0, size);
-  const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, numBytes)
+  // Only where a whole tile is asked for is the sum behind a Deflate stream compared.
+  const bool isWhole = source_->layout.isExact && IsDeflate(source_->layout.tags.compression);
+  const std::int64_t tileBytes = isWhole ? source_->blockBytes : numBytes;
+  const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, tileBytes)
                                                     : TIFFReadEncodedStrip(handle_->Get(), number, room, numBytes);
-  return source_->layout.isExact ? got == numBytes : got >= 0;
+  return source_->layout.isExact ? got >= numBytes : got >= 0;
 }
 
 /// libtiff's decoder of old JPEG finds its bytes by other tags. A block never lies where the file's head is. A table
