@@ -51,8 +51,10 @@ class PlainLocale {
     if (end) *end = const_cast<char*>(text);
     return locale_ ? ::strtod_l(text, end, locale_) : 0.0;
   }
-  /// Nothing where the line does not begin with a number, or where the number goes on with what is no blank.
-  std::optional<double> ParseWhole(const std::string& line) const {
+  /// Nothing where the line does not begin with a number and a blank. Some programs end lines with a comma.
+  std::optional<double> ParseWhole(std::string line) const {
+    line.erase(line.find_last_not_of(" \t\r") + 1);
+    if (line.ends_with(',')) line.pop_back();
     char* end = nullptr;
     const double number = Parse(line.c_str(), &end);
     const bool isRead = end != line.c_str();

@@ -75,6 +75,12 @@ TEST_F(WorldFileSearch, TakesTheFirstFileThatIsThere) {
   EXPECT_THAT(found_->numbers, testing::ElementsAre(2.5, 0, 0, -2.5, 10, 20));
 }
 
+TEST_F(WorldFileSearch, TakesLinesThatEndWithAComma) {
+  folder_.Write("a.jgw", "1,\n0,\n0,\r\n-1,\n100,\n200");
+  ASSERT_EQ(1, Find());
+  EXPECT_THAT(found_->numbers, testing::ElementsAre(1, 0, 0, -1, 100, 200));
+}
+
 TEST_F(WorldFileSearch, FailsWhereTheFirstFileThatIsThereIsDamaged) {
   folder_.Write("a.wld", "3\n0\n0\n-3\n10\n20\n");
   constexpr std::pair<std::string_view, const char*> kDamaged[] = {

@@ -47,11 +47,12 @@ TEST_F(ZrkioConvertTiffPlace, TheWorldFileOfTheImageIsNotReplacedByWayOfALink) {
   EXPECT_TRUE(std::filesystem::is_symlink(folder_.Path("out.tfw")));
 }
 
-TEST_F(ZrkioConvertTiffPlace, AFileOfTheNameThatPlacesNothingIsNoHindranceAndStays) {
+TEST_F(ZrkioConvertTiffPlace, AWorldFileThatPlacesNothingFailsTheConversionAndStays) {
   const std::string path = WriteTiff("x.tiff");
   folder_.Write("x.tfw", "nan\n");
-  EXPECT_EQ(0, Run({"convert", path, folder_.Path("x.tif")}).exitStatus);
-  EXPECT_EQ((Names{"x.tfw", "x.tif", "x.tiff"}), ListFiles());
+  EXPECT_EQ(Failure(path, "The world file x.tfw has fewer than six lines"),
+            Refuse({"convert", path, folder_.Path("x.tif")}));
+  EXPECT_EQ((Names{"x.tfw", "x.tiff"}), ListFiles());
 }
 
 TEST_F(ZrkioConvertTiffPlace, AWorldFileOfAnotherFormatIsNoHindrance) {
