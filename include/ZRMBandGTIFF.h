@@ -2,6 +2,7 @@
 
 #include "tagXTiffDirectory.h"
 #include "XJointReader.h"
+#include "XPaletteReader.h"
 #include "ZRMBandFile.h"
 
 #include <vector>
@@ -27,7 +28,7 @@ class XThread;
 /// Each band decodes for itself, a follower too, and bands of one file may be read from many threads at once: each
 /// reading thread uses a decoder of its own. `CleanupMemory` frees the calling thread's result and the decoders'
 /// buffers, and the master's too.
-class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointReader {
+class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointReader, public XPaletteReader {
   X_DECLARE_RUNTIME_CLASS
   /// Null makes a master; with a master this is a follower that shares its file, size and place. Not owned.
   explicit ZRMBandGTIFF(ZRMBandGTIFF* master);
@@ -117,6 +118,11 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   const void* GetJointSource() const override;
   int ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
                   std::span<tagXArr2*> out) override;
+
+  /// Shared by the bands that show the colours of the first sample.
+  const void* GetPaletteSource() const override;
+  tagXColourMap GetColourMap() const override;
+  std::unique_ptr<ZRMBand> MakeIndexBand() override;
 
  private:
   struct Impl;

@@ -65,8 +65,18 @@ bool HasRole(const TiffJob& job, int band, XColourRole role) {
   return band < job.numBands && job.dataset->GetBandAt(band)->GetColourRole() == role;
 }
 
+/// A map has an entry for each value that a sample can have. Those that the image had none for are black.
+bool SetColours(TIFF* tiff, const TiffJob& job) {
+  const std::size_t numEntries = std::size_t{1} << (8 * job.SampleBytes());
+  tagXColourMap map = *job.colours;
+  for (auto* const each : {&map.red, &map.green, &map.blue}) each->resize(numEntries);
+  return TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_PALETTE) &&
+         TIFFSetField(tiff, TIFFTAG_COLORMAP, map.red.data(), map.green.data(), map.blue.data());
+}
+
 /// The bands that the photometric tag speaks of come first; alpha is one of the others.
 bool SetRoles(TIFF* tiff, const TiffJob& job) {
+  if (job.colours) return SetColours(tiff, job);
   const bool isColour =
       job.IsColour() || (HasRole(job, 0, kRoleRed) && HasRole(job, 1, kRoleGreen) && HasRole(job, 2, kRoleBlue));
   const int numColours = isColour ? 3 : 1;

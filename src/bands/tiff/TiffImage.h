@@ -32,6 +32,9 @@ class TiffImage {
   /// are those of `file`. Null where it can't be read.
   static std::shared_ptr<TiffImage> OpenDirectory(TIFF* tiff, const TiffSource& file);
 
+  /// The same image with the samples of a palette as they are stored. Null where the file can't be opened anew.
+  std::shared_ptr<TiffImage> OpenIndices() const;
+
   /// A decoder for the time of a read.
   class Loan {
    public:
