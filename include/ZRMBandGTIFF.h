@@ -100,6 +100,9 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   /// The levels that reduced images hold, inside the file or in one of its name with ".ovr" behind it, in order. Exact
   /// reads take levels from these, and those between from the next finer one. Empty for compatible reads.
   std::vector<int> GetOverviewLevels() const;
+  /// A sentence about the file with ".ovr" behind the name where exact reads don't use it: it is older than the image,
+  /// can't be read, or belongs to an image of another size or with other samples. Empty otherwise.
+  XString GetOverviewRefusal() const;
   /// What libtiff last had to warn of or to complain about in this file; empty where it had nothing.
   XString GetLastMessage() const;
 

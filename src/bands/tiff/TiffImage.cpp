@@ -153,7 +153,7 @@ std::shared_ptr<TiffImage> TiffImage::OpenIndices() const {
 
 const std::vector<TiffReduced>& TiffImage::GetReducedImages() {
   std::call_once(isLookedFor_, [this] {
-    if (source_->layout.isExact) reduced_ = FindReducedImages(*source_);
+    if (source_->layout.isExact) reduced_ = FindReducedImages(*source_, whyNotBeside_);
     areReducedKnown_ = true;
   });
   return reduced_;

@@ -237,6 +237,10 @@ std::vector<int> ZRMBandGTIFF::GetOverviewLevels() const {
   return levels;
 }
 
+XString ZRMBandGTIFF::GetOverviewRefusal() const {
+  return GetImpl().image ? GetImpl().image->WhyNotBeside() : XString();
+}
+
 bool ZRMBandGTIFF::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int*) const {
   return image && isInside;
 }
