@@ -137,8 +137,10 @@ class ItemList {
     Add(name, band, MakeNumber(value));
     last_.append_attribute("role") = role;
   }
-  void SetDomain(const XString& domain) {
-    if (!domain.IsEmpty()) last_.append_attribute("domain") = domain.GetText();
+  void Add(const tagXMetadataItem& item) {
+    Add(item.name, item.band, item.value);
+    if (!item.role.IsEmpty()) last_.append_attribute("role") = item.role.GetText();
+    if (!item.domain.IsEmpty()) last_.append_attribute("domain") = item.domain.GetText();
   }
   bool Write(TIFF* tiff) const {
     if (!list_.first_child()) return true;
@@ -158,8 +160,7 @@ bool SetTexts(TIFF* tiff, const TiffJob& job) {
   for (const tagXMetadataItem& item : job.dataset->GetMetadata()) {
     const ttag_t tag = item.band < 0 && item.domain.IsEmpty() ? FindTextTag(item.name) : 0;
     if (tag && TIFFSetField(tiff, tag, item.value.GetText())) continue;
-    items.Add(item.name, item.band, item.value);
-    items.SetDomain(item.domain);
+    items.Add(item);
   }
   for (int i = 0; i < job.numBands; ++i) {
     const ZRMBand& band = *job.dataset->GetBandAt(i);
@@ -194,10 +195,11 @@ bool SetExactGeoTags(TIFF* tiff, const TiffJob& job) {
   const ZRMBand& first = *job.FirstBand();
   XString wkt;
   const bool hasSystem = !first.GetSR()->IsEmpty() && first.GetSR()->exportToWkt(wkt) && !wkt.IsEmpty();
-  if (!hasSystem && first.GetCoordinateKind() != kCoordinateWorld) return false;
+  const bool hasPlace = first.GetCoordinateKind() == kCoordinateWorld;
+  if (!hasSystem && !hasPlace) return false;
   double transform[6];
   job.GetTransform(transform);
-  SetTransform(tiff, transform);
+  if (hasPlace) SetTransform(tiff, transform);
   const GeoKeys keys(GTIFNew(tiff));
   if (!keys) return false;
   if (hasSystem) XfnGTIFSetFromOGISDefn(keys.get(), wkt);

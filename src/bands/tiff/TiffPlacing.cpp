@@ -81,7 +81,7 @@ TiffPlace PlaceByTransform(const TiffTransform& t) {
 }
 
 /// Tags place the image also where nothing is said of a system. A system that the keys tell goes with a world file,
-/// too, if that is what places the image.
+/// too, if that is what places the image, and stays where nothing does.
 int PlaceExactly(ZRMBand& band, TIFF* tiff, XString& err) {
   const GeoKeys keys = OpenGeoKeys(tiff);
   const TiffGeoTags tags = ReadTiffGeoTags(tiff, keys.get());
@@ -94,11 +94,11 @@ int PlaceExactly(ZRMBand& band, TIFF* tiff, XString& err) {
     if (!FindWorldFile(ListAllWorldFiles(TIFFFileName(tiff)), lines, err)) return 0;
     if (lines) PlaceByWorldLines(band, *lines);
   }
-  if (band.GetCoordinateKind() != kCoordinateWorld) return 1;
+  const bool hasPlace = band.GetCoordinateKind() == kCoordinateWorld;
   XSpatialReference system;
   system.SetCoordinateKind(kReferenceUnknown);
   if (AreUsable(keys.get())) ReadTiffSystem(keys.get(), system);
-  band.SetSR(system);
+  if (hasPlace || !system.IsEmpty()) band.SetSR(system);
   return 1;
 }
 

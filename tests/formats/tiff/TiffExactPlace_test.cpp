@@ -177,6 +177,15 @@ TEST_F(TiffTransform, OfAWorldFileGoesWithTheSystemOfTheKeysInExactReads) {
   EXPECT_EQ(32632, Open(Utm32(), kReadExact)->GetSR()->GetEPSG());
 }
 
+TEST_F(TiffTransform, IsNoneOfASystemWithoutAPlaceWhichStaysInExactReads) {
+  for (const XReadPolicy policy : kPolicies) {
+    const auto band = Open(Utm32(), policy);
+    EXPECT_EQ(kCoordinatePixel, band->GetCoordinateKind());
+    EXPECT_THAT(Of(*band), ElementsAre(0, 1, 0, 5, 0, -1));
+    EXPECT_EQ(policy == kReadExact ? 32632 : 0, band->GetSR()->GetEPSG());
+  }
+}
+
 TEST(TiffTransformOfTags, IsNoneWhereColumnsAndRowsLeadAlongOneLine) {
   EXPECT_FALSE(TransformByTags({false, {}, {}, {2, 4, 0, 1, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1}}));
   EXPECT_FALSE(TransformByTags({false, {0, 0, 0, 1, 2, 0}, {10, std::nan(""), 0}, {}}));
