@@ -68,6 +68,7 @@
 #include "XObject.h"
 #include "XObList.h"
 #include "XOrbitInterpolater.h"
+#include "XPaletteReader.h"
 #include "XPath.h"
 #include "XPtrArray.h"
 #include "XPtrList.h"

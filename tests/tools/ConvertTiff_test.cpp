@@ -76,6 +76,21 @@ TEST_F(ZrkioConvertTiff, WritesFullResolutionAlsoWhereThereIsALevelFile) {
   ExpectSameSamples(path);
 }
 
+TEST_F(ZrkioConvertTiff, KeepsAPaletteWhereAllItsColoursAreWrittenInOrder) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(40, 30).Bits(8).Build());
+  const auto photometric = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> arguments = {"convert", path, Out()};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    EXPECT_EQ(0, Run(arguments).exitStatus);
+    return Describe(Out())["blocks"]["photometric"].get<int>();
+  };
+  EXPECT_EQ(3, photometric({}));
+  ExpectSameSamples(path);
+  EXPECT_EQ(3, photometric({"--bands", "1,2,3"}));
+  EXPECT_EQ(2, photometric({"--bands", "3,2,1"}));
+  EXPECT_EQ(1, photometric({"--bands", "1"}));
+}
+
 TEST_F(ZrkioConvertTiff, WritesTheBandsAskedForInTheirOrder) {
   const std::string path = WriteImage();
   ASSERT_EQ(0, Run({"convert", "--bands", "3,2,1", path, Out()}).exitStatus);

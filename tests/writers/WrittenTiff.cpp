@@ -145,7 +145,8 @@ TiffTags::TiffTags(const std::string& path) {
   std::uint16_t count = 0, *kinds = nullptr, *red = nullptr, *green = nullptr, *blue = nullptr;
   if (TIFFGetField(tiff.get(), TIFFTAG_EXTRASAMPLES, &count, &kinds)) extraSamples.assign(kinds, kinds + count);
   if (TIFFGetField(tiff.get(), TIFFTAG_COLORMAP, &red, &green, &blue)) {
-    colourMap = {{{red, red + 256}, {green, green + 256}, {blue, blue + 256}}};
+    const int numEntries = 1 << bitsPerSample;
+    colourMap = {{{red, red + numEntries}, {green, green + numEntries}, {blue, blue + numEntries}}};
   }
   isBig = TIFFIsBigTIFF(tiff.get()) != 0;
   ReadGeoTags(path);

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -46,8 +47,19 @@ int BmpImage::Open(const XFile& file, XString& err) {
   std::vector<unsigned char> bytes(static_cast<std::size_t>(kBmpLayoutBytes));
   bytes.resize(static_cast<std::size_t>(std::max<std::int64_t>(file.ReadAt(0, bytes.data(), kBmpLayoutBytes), 0)));
   if (!ParseBmpLayout(bytes, layout_, err)) return 0;
-  file_ = std::make_unique<RowFile>(file.GetDiskFile());
+  file_ = std::make_shared<RowFile>(file.GetDiskFile());
   return layout_.coding == BmpLayout::Coding::kRunLengths ? ReadCodes(err) : 1;
+}
+
+/// The colour of each entry is its number.
+std::unique_ptr<BmpImage> BmpImage::MakeIndices() const {
+  auto indices = std::make_unique<BmpImage>();
+  indices->layout_ = layout_;
+  indices->layout_.numChannels = 1;
+  std::iota(indices->layout_.palette[0].begin(), indices->layout_.palette[0].end(), static_cast<unsigned char>(0));
+  indices->file_ = file_;
+  indices->codes_ = codes_;
+  return indices;
 }
 
 bool BmpImage::ReadCodes(XString& err) {
@@ -61,7 +73,7 @@ bool BmpImage::ReadCodes(XString& err) {
     err = "Can't read bitmap bits";
     return false;
   }
-  codes_ = std::make_unique<const BmpCodes>(std::move(codes), layout_.bits, layout_.height);
+  codes_ = std::make_shared<const BmpCodes>(std::move(codes), layout_.bits, layout_.height);
   return true;
 }
 

@@ -61,6 +61,10 @@ bool CanHold(std::uint64_t packedBytes, std::int64_t fileBytes, std::int64_t num
   return numBytes / GetMostExpansion(compression) <= static_cast<std::int64_t>(available);
 }
 
+bool IsDeflate(int compression) {
+  return compression == COMPRESSION_DEFLATE || compression == COMPRESSION_ADOBE_DEFLATE;
+}
+
 /// The tags as they were when the file was planned, apart from what the plan changes.
 bool HasTagsOf(const TiffLayout& layout, TIFF* tiff) {
   TiffTags tags = ReadTiffTags(tiff);
@@ -135,9 +139,12 @@ bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
   std::memset(room + size, 0, blockSize - size);
   if (result == Result::kDone || result == Result::kUnread) return result == Result::kDone;
   std::memset(room, 0, size);
-  const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, numBytes)
+  // Only where a whole tile is asked for is the sum behind a Deflate stream compared.
+  const bool isWhole = source_->layout.isExact && IsDeflate(source_->layout.tags.compression);
+  const std::int64_t tileBytes = isWhole ? source_->blockBytes : numBytes;
+  const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, tileBytes)
                                                     : TIFFReadEncodedStrip(handle_->Get(), number, room, numBytes);
-  return source_->layout.isExact ? got == numBytes && result != Result::kDamaged : got >= 0;
+  return source_->layout.isExact ? got >= numBytes && result != Result::kDamaged : got >= 0;
 }
 
 /// libtiff's decoder of old JPEG finds its bytes by other tags. A block never lies where the file's head is. A table

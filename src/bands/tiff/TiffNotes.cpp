@@ -199,6 +199,9 @@ void DescribeOverviews(const ZRMBandGTIFF& band, tagXFormatNotes& notes) {
   for (const int level : levels) numbers.push_back(Integer("", level));
   notes.values.push_back(List("overviews", std::move(numbers)));
   if (!levels.empty()) notes.lines.push_back("overviews   " + FormatLevels(levels));
+  const XString refusal = band.GetOverviewRefusal();
+  notes.values.push_back(refusal.IsEmpty() ? tagXNote{.name = "overviewRefusal"} : Text("overviewRefusal", refusal));
+  if (!refusal.IsEmpty()) notes.lines.push_back("overviews   " + refusal);
 }
 
 /// Without a message machines get null, and people get no line.

@@ -1,10 +1,7 @@
 #include "ByteFlips.h"
 #include "DtedBuilder.h"
-#include "Samples.h"
-#include "TempFolder.h"
+#include "LoadedRaster.h"
 #include "XFormatId.h"
-#include "XReadPolicy.h"
-#include "XRSFileIO.h"
 #include "ZRMBandDTED.h"
 
 #include <gtest/gtest.h>
@@ -17,40 +14,17 @@ namespace {
 
 constexpr int kFailed = -99999;
 
-class ExactCell {
+class ExactCell : public LoadedRaster {
  public:
-  explicit ExactCell(const std::vector<unsigned char>& bytes, XReadPolicy policy = kReadExact) {
-    folder_.Write("a.dt1", bytes);
-    file_.SetReadPolicy(policy);
-    isOpen_ = XRSFileIO::LoadFileRaster(&file_, kFormatDTED, folder_.Path("a.dt1"), err_, 0, kLevelNone, nullptr);
-  }
-  bool IsOpen() const { return isOpen_ != 0; }
-  std::string Reason() const { return err_.AsStdString(); }
-  ZRMBand& Band() { return *file_.GetBandAt(0); }
+  explicit ExactCell(const std::vector<unsigned char>& bytes, XReadPolicy policy = kReadExact)
+      : LoadedRaster(bytes, kFormatDTED, policy) {}
   int Post(int x, int y) {
-    const Pixels pixels = ReadPixels(Band(), 0, {x, x, y, y});
-    if (pixels.bytes.empty()) return kFailed;
-    std::int16_t height;
-    std::memcpy(&height, pixels.bytes.data(), sizeof height);
-    return height;
+    const std::vector<std::int16_t> heights = Heights(0, {x, x, y, y});
+    return heights.empty() ? kFailed : heights[0];
   }
   std::vector<std::int16_t> Heights(int level, const Window& window) {
-    const Pixels pixels = ReadPixels(Band(), level, window);
-    std::vector<std::int16_t> heights(pixels.bytes.size() / 2);
-    if (!heights.empty()) std::memcpy(heights.data(), pixels.bytes.data(), pixels.bytes.size());
-    return heights;
+    return ReadSamples<std::int16_t>(level, window);
   }
-  std::string Failure(const Window& window) {
-    if (!ReadPixels(Band(), 0, window).bytes.empty()) return {};
-    XString reason;
-    return XfnGetLastReadError(reason) ? reason.AsStdString() : "no reason";
-  }
-
- private:
-  TempFolder folder_;
-  XRSFile file_;
-  XString err_;
-  int isOpen_ = 0;
 };
 
 std::size_t ColumnAt(const DtedBuilder& builder, int column) {
@@ -171,10 +145,10 @@ TEST(DtedExact, AColumnThatComesTwiceIsDamage) {
 TEST(DtedExact, SaysWhatIsWrongWithAFileThatItRefuses) {
   const auto reason = [](const std::vector<unsigned char>& bytes) {
     const std::string text = ExactCell(bytes).Reason();
-    return text.substr(text.find("a.dt1") == std::string::npos ? 0 : text.find("a.dt1"));
+    return text.substr(text.find("image") == std::string::npos ? 0 : text.find("image"));
   };
-  EXPECT_EQ("a.dt1 : it is no elevation cell", reason(DtedBuilder().Put(139, "XXXX").Build()));
-  EXPECT_EQ("a.dt1 : it begins with a record that must not come first", reason(DtedBuilder().Put(0, "ACC").Build()));
+  EXPECT_EQ("image : it is no elevation cell", reason(DtedBuilder().Put(139, "XXXX").Build()));
+  EXPECT_EQ("image : it begins with a record that must not come first", reason(DtedBuilder().Put(0, "ACC").Build()));
   EXPECT_EQ("The file is empty", reason({}));
   EXPECT_EQ("The cell has no columns or no rows", reason(DtedBuilder().Claim("0000", "0005").Build()));
 }

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -29,6 +30,15 @@ class TiffTransform : public testing::Test {
     XString err;
     EXPECT_EQ(1, band->ReadFile(folder_.Path(name), err, nullptr)) << err;
     return band;
+  }
+  /// The sentence of an exact load that fails.
+  std::string TryExactly(const GeoTiffFile& file) {
+    folder_.Write("a.tif", file.Build());
+    ZRMBandGTIFF band(nullptr);
+    band.SetReadPolicy(kReadExact);
+    XString err;
+    EXPECT_EQ(0, band.ReadFile(folder_.Path("a.tif"), err, nullptr));
+    return err.AsStdString();
   }
   static std::array<double, 6> Of(const ZRMBand& band) {
     std::array<double, 6> transform{};
@@ -134,18 +144,42 @@ TEST_F(TiffTransform, ComesFromWorldFilesOfOtherNamesInExactReadsAlone) {
   }
 }
 
-TEST_F(TiffTransform, DoesNotComeFromHalfAWorldFileInExactReads) {
+TEST_F(TiffTransform, OfHalfAWorldFileFailsTheLoadInExactReads) {
   folder_.Write("a.tfw", "2\n0\n0\n-3\n");
   EXPECT_EQ(kCoordinateWorld, Open(GeoTiffFile(), kReadCompatible)->GetCoordinateKind());
-  EXPECT_EQ(kCoordinatePixel, Open(GeoTiffFile(), kReadExact)->GetCoordinateKind());
   folder_.Write("a.wld", "2\n0\n0\n-4\n1000\n2000\n");
-  EXPECT_THAT(Of(*Open(GeoTiffFile(), kReadExact)), ElementsAre(999, 2, 0, 2002, 0, -4));
+  EXPECT_EQ("The world file a.tfw has fewer than six lines", TryExactly(GeoTiffFile()));
+}
+
+TEST_F(TiffTransform, OfTagsNeedsNoWorldFileInExactReads) {
+  folder_.Write("a.tfw", "2\n0\n0\n-3\n");
+  const auto band = Open(Utm32().Scale({10, 20, 0}).TiePoints({0, 0, 0, 400, 500, 0}), kReadExact);
+  EXPECT_THAT(Of(*band), ElementsAre(400, 10, 0, 500, 0, -20));
+}
+
+TEST_F(TiffTransform, ThatTheDiskDoesNotGiveCountsAsNoneInCompatibleReads) {
+  std::filesystem::create_directory(folder_.Path("a.tfw"));
+  EXPECT_EQ(kCoordinatePixel, Open(GeoTiffFile(), kReadCompatible)->GetCoordinateKind());
+}
+
+TEST_F(TiffTransform, ThatTheDiskDoesNotGiveFailsTheLoadInExactReads) {
+  std::filesystem::create_directory(folder_.Path("a.tfw"));
+  EXPECT_THAT(TryExactly(GeoTiffFile()), testing::StartsWith("The world file a.tfw can't be read: "));
 }
 
 TEST_F(TiffTransform, OfAWorldFileGoesWithTheSystemOfTheKeysInExactReads) {
   folder_.Write("a.tfw", "2\n0\n0\n-4\n1000\n2000\n");
   EXPECT_EQ(0, Open(Utm32(), kReadCompatible)->GetSR()->GetEPSG());
   EXPECT_EQ(32632, Open(Utm32(), kReadExact)->GetSR()->GetEPSG());
+}
+
+TEST_F(TiffTransform, IsNoneOfASystemWithoutAPlaceWhichStaysInExactReads) {
+  for (const XReadPolicy policy : kPolicies) {
+    const auto band = Open(Utm32(), policy);
+    EXPECT_EQ(kCoordinatePixel, band->GetCoordinateKind());
+    EXPECT_THAT(Of(*band), ElementsAre(0, 1, 0, 5, 0, -1));
+    EXPECT_EQ(policy == kReadExact ? 32632 : 0, band->GetSR()->GetEPSG());
+  }
 }
 
 TEST(TiffTransformOfTags, IsNoneWhereColumnsAndRowsLeadAlongOneLine) {
