@@ -43,7 +43,7 @@ bool HoldsBlocks(std::size_t numBytes, const BlockShape& shape) {
 
 /// Packs from the highest whole row of blocks down. What is left below it is zero.
 void EncodeRows(const PixelPicture& picture, const BlockShape& shape, std::span<std::uint8_t> blocks) {
-  BlockStrip strip;
+  BlockStrip strip{};  // vectors may read what no block has been put into
   std::uint8_t* out = blocks.data();
   for (int y0 = shape.height - 4; y0 >= 0; y0 -= 4) {
     for (int block = 0; block < BlocksAcross(shape); block += static_cast<int>(strip.numBlocks)) {
