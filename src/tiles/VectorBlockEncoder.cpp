@@ -41,7 +41,7 @@ using MaskF = hn::Mask<Floats>;
 constexpr int kNumPixels = 16;
 constexpr int kMaxRounds = 20;
 constexpr std::size_t kMaxLanes = hn::MaxLanes(Floats());
-static_assert(BlockStrip::kMaxBlocks % kMaxLanes == 0);
+static_assert(BlockStrip::kMaxBlocks % (2 * kMaxLanes) == 0);
 
 struct Vector {
   VF red;
@@ -161,31 +161,26 @@ class Opacity {
   PerPixel opaque_;
 };
 
-/// What is known of the blocks of all lanes. `isFlat` marks those that give no line.
-struct Lines {
-  Vector mean;
-  Vector axis;
-  MaskF isFlat;
-};
+/// The whole part of numbers from 0 to 65,535, in the low 16 bits. The bits above have no meaning. This takes fewer
+/// steps than a conversion, which has to answer for numbers of any size.
+HWY_INLINE VW LowBitsOf(VF numbers) {
+  constexpr float kUlpIsOne = 8388608.0f;
+  return hn::BitCast(Words(), hn::Add(hn::Trunc(numbers), hn::Set(Floats(), kUlpIsOne)));
+}
 
-HWY_INLINE VW AddScaled(VW word, VF component, float offset, float scale, float most, std::uint32_t unit) {
+/// A component of a colour, cut to a whole number from 0 to `most`.
+HWY_INLINE VF Quantise(VF component, float offset, float scale, float most) {
   const Floats f;
   const auto scaled = hn::Mul(hn::Add(component, hn::Set(f, offset)), hn::Set(f, scale));
-  const auto clamped = hn::Min(hn::Max(scaled, hn::Zero(f)), hn::Set(f, most));
-  const auto whole = hn::BitCast(Words(), hn::ConvertTo(Ints(), clamped));
-  return hn::Add(word, hn::Mul(whole, hn::Set(Words(), unit)));
+  return hn::Trunc(hn::Min(hn::Max(scaled, hn::Zero(f)), hn::Set(f, most)));
 }
 
 HWY_INLINE VW WordOf(const Vector& colour) {
-  auto word = AddScaled(hn::Zero(Words()), colour.red, 4.0f, 0.125f, 31.0f, 2048);
-  word = AddScaled(word, colour.green, 2.0f, 0.25f, 63.0f, 32);
-  return AddScaled(word, colour.blue, 4.0f, 0.125f, 31.0f, 1);
-}
-
-HWY_INLINE VW WordAt(const Lines& lines, VF place) {
-  return WordOf({hn::Add(hn::Mul(lines.axis.red, place), lines.mean.red),
-                 hn::Add(hn::Mul(lines.axis.green, place), lines.mean.green),
-                 hn::Add(hn::Mul(lines.axis.blue, place), lines.mean.blue)});
+  const Floats f;
+  const auto red = hn::Mul(Quantise(colour.red, 4.0f, 0.125f, 31.0f), hn::Set(f, 2048.0f));
+  const auto green = hn::Mul(Quantise(colour.green, 2.0f, 0.25f, 63.0f), hn::Set(f, 32.0f));
+  const auto word = hn::Add(hn::Add(red, green), Quantise(colour.blue, 4.0f, 0.125f, 31.0f));
+  return hn::And(LowBitsOf(word), hn::Set(Words(), 0xFFFFu));
 }
 
 /// The length of half of the vectors, in doubles until it is known.
@@ -208,40 +203,73 @@ HWY_INLINE VF LengthOf(const Vector& v) {
   return hn::Combine(f, high, low);
 }
 
+/// All codes of a block of four colours from its steps. The steps 0 to 3 have the codes 1, 3, 2, 0, and each with its
+/// low bit turned where colour 0 is the lower end.
+HWY_INLINE VW FourColourCodes(VW steps, hn::Mask<Words> isFalling) {
+  const auto lowBits = hn::Set(Words(), 0x55555555u);
+  const auto two = hn::And(hn::ShiftRight<1>(steps), lowBits), one = hn::And(steps, lowBits);
+  const auto turn = hn::IfThenZeroElse(isFalling, lowBits);
+  return hn::Or(hn::ShiftLeft<1>(hn::Xor(two, one)), hn::Xor(two, turn));
+}
+
+/// The same for three colours. The steps 0 to 2 have 1, 2, 0, or 0, 2, 1 where colour 0 is the lower end.
+HWY_INLINE VW ThreeColourCodes(VW steps, hn::Mask<Words> isFalling) {
+  const auto lowBits = hn::Set(Words(), 0x55555555u);
+  const auto two = hn::And(hn::ShiftRight<1>(steps), lowBits), one = hn::And(steps, lowBits);
+  const auto isFirst = hn::AndNot(hn::Or(two, one), lowBits);
+  return hn::Or(hn::ShiftLeft<1>(one), hn::IfThenElse(isFalling, isFirst, two));
+}
+
+/// As many blocks as there are lanes, from their pixels to their bytes.
 template <bool kHasAlpha>
 class Batch {
  public:
-  /// Packs as many blocks as there are lanes; the words of colours and codes take turns in `words`.
-  HWY_INLINE void Encode(const BlockStrip& strip, std::size_t first, std::uint32_t* words) {
+  HWY_INLINE void Start(const BlockStrip& strip, std::size_t first) {
     opacity_.Take(strip, first);
-    Lines lines;
-    TakeDifferences(strip, first, lines);
-    FindAxes(lines);
-    VF smallest, largest;
-    FindEnds(lines.axis, smallest, largest);
-    const auto low = WordAt(lines, smallest), high = WordAt(lines, largest);
-    const auto isFlat = hn::Or(hn::RebindMask(Words(), lines.isFlat), hn::Eq(low, high));
-    const auto range =
-        hn::IfThenElse(hn::RebindMask(Floats(), isFlat), hn::Set(Floats(), 1.0f), hn::Sub(largest, smallest));
+    count_ = opacity_.Count();
+    mean_.red = TakePlane(strip.red, first, red_);
+    mean_.green = TakePlane(strip.green, first, green_);
+    mean_.blue = TakePlane(strip.blue, first, blue_);
+    const Floats f;
+    axis_.red = axis_.green = axis_.blue = hn::Set(f, 0.57735f);
+    sum_.red = sum_.green = sum_.blue = hn::Zero(f);
+    isFlat_ = hn::FirstN(f, 0);
+    isMoving_ = hn::Not(isFlat_);
+    numRounds_ = 0;
+  }
 
-    const auto isThree = hn::Lt(opacity_.Count(), hn::Set(Floats(), float{kNumPixels}));
-    const auto steps = hn::IfThenElse(isThree, hn::Set(Floats(), 2.0f), hn::Set(Floats(), 3.0f));
-    const auto places = PlaceWords(smallest, range, steps);
-    Store(lines, low, high, isFlat, places, words);
+  /// False when all lanes have their axis, or none. The places of pixels are then those on the axis.
+  HWY_INLINE bool Round() {
+    const Floats f;
+    const Vector sum = SumAlongAxis();
+    const auto isNew =
+        hn::Or(hn::Or(hn::Ne(sum.red, sum_.red), hn::Ne(sum.green, sum_.green)), hn::Ne(sum.blue, sum_.blue));
+    if (numRounds_ > 0 && hn::AllFalse(f, hn::And(isMoving_, isNew))) return false;
+    if (numRounds_ == kMaxRounds) return false;
+    ++numRounds_;
+    sum_.red = sum.red;
+    sum_.green = sum.green;
+    sum_.blue = sum.blue;
+    Turn();
+    return true;
+  }
+
+  /// The words of colours and codes take turns.
+  HWY_INLINE void Finish(std::uint32_t* words) {
+    const Floats f;
+    VF smallest = hn::Set(f, 3.4e+38f), largest = hn::Set(f, -3.4e+38f);
+    FindEnds(smallest, largest);
+    const auto low = WordAt(smallest), high = WordAt(largest);
+    const auto isFlat = hn::Or(hn::RebindMask(Words(), isFlat_), hn::Eq(low, high));
+    const auto range = hn::IfThenElse(hn::RebindMask(f, isFlat), hn::Set(f, 1.0f), hn::Sub(largest, smallest));
+    Store(low, high, isFlat, StepsFrom(smallest, range), words);
   }
 
  private:
-  HWY_INLINE void TakeDifferences(const BlockStrip& strip, std::size_t first, Lines& lines) {
-    const auto count = hn::Max(opacity_.Count(), hn::Set(Floats(), 1.0f));
-    lines.mean.red = TakePlane(strip.red, first, count, red_);
-    lines.mean.green = TakePlane(strip.green, first, count, green_);
-    lines.mean.blue = TakePlane(strip.blue, first, count, blue_);
-  }
-
   /// Answers the mean.
-  HWY_INLINE VF TakePlane(const BlockStrip::Plane& plane, std::size_t first, VF count, PerPixel& differences) {
+  HWY_INLINE VF TakePlane(const BlockStrip::Plane& plane, std::size_t first, PerPixel& differences) {
     const Rows rows(plane, first);
-    const auto mean = hn::Div(SumOfOpaque(rows), count);
+    const auto mean = hn::Div(SumOfOpaque(rows), hn::Max(count_, hn::Set(Floats(), 1.0f)));
     VisitPixels(rows, [&](int pixel, VW samples)
                           HWY_ATTR { differences.Set(pixel, opacity_.Keep(pixel, hn::Sub(ToFloats(samples), mean))); });
     return mean;
@@ -257,15 +285,14 @@ class Batch {
 
   HWY_INLINE Vector DifferenceOf(int pixel) const { return {red_.Get(pixel), green_.Get(pixel), blue_.Get(pixel)}; }
 
-  /// The sum of differences, each turned to the side of the axis.
-  HWY_INLINE Vector SumAlong(const Vector& axis) const {
-    const Floats f;
-    const auto zero = hn::Zero(f), signBit = hn::Set(f, -0.0f);
+  /// The sum of differences, each turned to the side of the axis. Keeps their places on it.
+  HWY_INLINE Vector SumAlongAxis() {
+    const auto zero = hn::Zero(Floats()), signBit = hn::Set(Floats(), -0.0f);
+    if constexpr (!kHasAlpha) return HalfSumAlongAxis();
     Vector sum{zero, zero, zero};
     for (int pixel = 0; pixel < kNumPixels; ++pixel) {
       const Vector d = DifferenceOf(pixel);
-      const auto isAbove = hn::Gt(Dot(d, axis), zero);
-      const auto flip = hn::IfThenZeroElse(isAbove, signBit);
+      const auto flip = hn::IfThenZeroElse(hn::Gt(FindPlace(pixel, d), zero), signBit);
       sum.red = hn::Add(sum.red, hn::Xor(d.red, flip));
       sum.green = hn::Add(sum.green, hn::Xor(d.green, flip));
       sum.blue = hn::Add(sum.blue, hn::Xor(d.blue, flip));
@@ -273,92 +300,100 @@ class Batch {
     return sum;
   }
 
-  HWY_INLINE void FindAxes(Lines& lines) const {
-    const Floats f;
-    const auto start = hn::Set(f, 0.57735f), zero = hn::Zero(f);
-    lines.axis = {start, start, start};
-    lines.isFlat = hn::FirstN(f, 0);
-    auto isMoving = hn::Not(lines.isFlat);
-    Vector last{zero, zero, zero};
-    for (int round = 0; round < kMaxRounds; ++round) {
-      const Vector sum = SumAlong(lines.axis);
-      const auto isNew =
-          hn::Or(hn::Or(hn::Ne(sum.red, last.red), hn::Ne(sum.green, last.green)), hn::Ne(sum.blue, last.blue));
-      if (round > 0 && hn::AllFalse(f, hn::And(isMoving, isNew))) return;
-      last = sum;
-      Turn(sum, isMoving, lines);
-      if (hn::AllFalse(f, isMoving)) return;
+  /// Half of that sum for sixteen opaque pixels, which has the same direction. Differences are then sixteenths below
+  /// 2^8, so that sums are exact in any order, and together they are 0: those above the axis add up to what those below
+  /// it lack.
+  HWY_INLINE Vector HalfSumAlongAxis() {
+    const auto zero = hn::Zero(Floats());
+    Vector even{zero, zero, zero}, odd{zero, zero, zero};
+    for (int pixel = 0; pixel < kNumPixels; pixel += 2) {
+      AddIfAbove(pixel, even);
+      AddIfAbove(pixel + 1, odd);
     }
+    return {hn::Add(even.red, odd.red), hn::Add(even.green, odd.green), hn::Add(even.blue, odd.blue)};
   }
 
-  /// Gives moving lanes their next axis, and ends those that found theirs or have none.
-  HWY_INLINE void Turn(const Vector& sum, MaskF& isMoving, Lines& lines) const {
+  HWY_INLINE void AddIfAbove(int pixel, Vector& sum) {
+    const Vector d = DifferenceOf(pixel);
+    const auto isAbove = hn::Gt(FindPlace(pixel, d), hn::Zero(Floats()));
+    sum.red = hn::Add(sum.red, hn::IfThenElseZero(isAbove, d.red));
+    sum.green = hn::Add(sum.green, hn::IfThenElseZero(isAbove, d.green));
+    sum.blue = hn::Add(sum.blue, hn::IfThenElseZero(isAbove, d.blue));
+  }
+
+  HWY_INLINE VF FindPlace(int pixel, const Vector& difference) {
+    const auto place = Dot(difference, axis_);
+    places_.Set(pixel, place);
+    return place;
+  }
+
+  /// Gives moving lanes their next axis, and stops those that found theirs or have none.
+  HWY_INLINE void Turn() {
     const Floats f;
-    const auto length = LengthOf(sum);
+    const auto length = LengthOf(sum_);
     const auto isZero = hn::Eq(length, hn::Zero(f));
-    lines.isFlat = hn::Or(lines.isFlat, hn::And(isMoving, isZero));
-    isMoving = hn::AndNot(isZero, isMoving);
+    isFlat_ = hn::Or(isFlat_, hn::And(isMoving_, isZero));
+    isMoving_ = hn::AndNot(isZero, isMoving_);
     const auto divisor = hn::IfThenElse(isZero, hn::Set(f, 1.0f), length);
-    Vector& axis = lines.axis;
-    const Vector next{hn::IfThenElse(isMoving, hn::Div(sum.red, divisor), axis.red),
-                      hn::IfThenElse(isMoving, hn::Div(sum.green, divisor), axis.green),
-                      hn::IfThenElse(isMoving, hn::Div(sum.blue, divisor), axis.blue)};
-    const auto change = hn::Add(hn::Add(hn::AbsDiff(next.red, axis.red), hn::AbsDiff(next.green, axis.green)),
-                                hn::AbsDiff(next.blue, axis.blue));
-    isMoving = hn::And(isMoving, hn::Ge(change, hn::Set(f, 1e-05f)));
-    axis = next;
+    const Vector next{hn::IfThenElse(isMoving_, hn::Div(sum_.red, divisor), axis_.red),
+                      hn::IfThenElse(isMoving_, hn::Div(sum_.green, divisor), axis_.green),
+                      hn::IfThenElse(isMoving_, hn::Div(sum_.blue, divisor), axis_.blue)};
+    const auto change = hn::Add(hn::Add(hn::AbsDiff(next.red, axis_.red), hn::AbsDiff(next.green, axis_.green)),
+                                hn::AbsDiff(next.blue, axis_.blue));
+    isMoving_ = hn::And(isMoving_, hn::Ge(change, hn::Set(f, 1e-05f)));
+    axis_.red = next.red;
+    axis_.green = next.green;
+    axis_.blue = next.blue;
   }
 
-  HWY_INLINE void FindEnds(const Vector& axis, VF& smallest, VF& largest) {
-    const auto far = hn::Set(Floats(), 3.4e+38f), farBelow = hn::Set(Floats(), -3.4e+38f);
-    smallest = far;
-    largest = farBelow;
+  HWY_INLINE void FindEnds(VF& smallest, VF& largest) const {
+    const auto above = smallest, below = largest;
     for (int pixel = 0; pixel < kNumPixels; ++pixel) {
-      const auto place = Dot(DifferenceOf(pixel), axis);
-      places_.Set(pixel, place);
-      smallest = hn::Min(smallest, opacity_.Choose(pixel, place, far));
-      largest = hn::Max(largest, opacity_.Choose(pixel, place, farBelow));
+      smallest = hn::Min(smallest, opacity_.Choose(pixel, places_.Get(pixel), above));
+      largest = hn::Max(largest, opacity_.Choose(pixel, places_.Get(pixel), below));
     }
   }
 
-  /// The step on the line for each pixel, 0 to 3, as codes would lie.
-  HWY_INLINE VW PlaceWords(VF smallest, VF range, VF steps) const {
-    auto words = hn::Zero(Words());
-    for (int pixel = 0; pixel < kNumPixels; ++pixel) {
-      const auto part = hn::Div(hn::Sub(places_.Get(pixel), smallest), range);
-      const auto step = hn::Add(hn::Mul(opacity_.Keep(pixel, part), steps), hn::Set(Floats(), 0.5f));
-      words = hn::Or(hn::ShiftLeft<2>(words), hn::BitCast(Words(), hn::ConvertTo(Ints(), step)));
-    }
-    return words;
+  HWY_INLINE VW WordAt(VF place) const {
+    return WordOf({hn::Add(hn::Mul(axis_.red, place), mean_.red), hn::Add(hn::Mul(axis_.green, place), mean_.green),
+                   hn::Add(hn::Mul(axis_.blue, place), mean_.blue)});
   }
 
-  HWY_INLINE void Store(const Lines& lines, VW low, VW high, hn::Mask<Words> isFlat, VW places,
-                        std::uint32_t* words) const {
+  /// The steps of all pixels on the line, 0 to 3, or 0 to 2 where a block has a transparent pixel. They lie as codes
+  /// do.
+  HWY_INLINE VW StepsFrom(VF smallest, VF range) const {
+    const Floats f;
+    const auto isThree = hn::Lt(count_, hn::Set(f, float{kNumPixels}));
+    const auto numSteps = hn::IfThenElse(isThree, hn::Set(f, 2.0f), hn::Set(f, 3.0f));
+    const auto half = hn::Set(f, 0.5f);
+    const auto stepBits = hn::Set(Words(), 3u);
+    auto steps = hn::Zero(Words());
+    for (int pixel = 0; pixel < kNumPixels; ++pixel) {
+      const auto part = opacity_.Keep(pixel, hn::Div(hn::Sub(places_.Get(pixel), smallest), range));
+      const auto step = hn::And(LowBitsOf(hn::Add(hn::Mul(part, numSteps), half)), stepBits);
+      steps = hn::Or(hn::ShiftLeft<2>(steps), step);
+    }
+    return steps;
+  }
+
+  HWY_INLINE void Store(VW low, VW high, hn::Mask<Words> isFlat, VW steps, std::uint32_t* words) const {
     const Words w;
-    const auto transparent = opacity_.TransparentCodes();
-    const auto isThree = hn::Ne(transparent, hn::Zero(w));
-    const auto smaller = hn::Min(low, high), larger = hn::Max(low, high);
-    auto colour0 = hn::IfThenElse(isThree, smaller, larger);
-    auto colour1 = hn::IfThenElse(isThree, larger, smaller);
-    auto codes = hn::Or(CodesOf(places, hn::Gt(low, high), isThree), transparent);
-
-    colour0 = hn::IfThenElse(isFlat, WordOf(lines.mean), colour0);
-    colour1 = hn::IfThenElse(isFlat, hn::IfThenZeroElse(isThree, hn::Set(w, 0xFFFFu)), colour1);
-    codes = hn::IfThenElse(isFlat, transparent, codes);
+    const auto isFalling = hn::Gt(low, high);
+    auto colour0 = hn::Max(low, high), colour1 = hn::Min(low, high);
+    auto flatColour1 = hn::Set(w, 0xFFFFu);
+    auto codes = FourColourCodes(steps, isFalling), flatCodes = hn::Zero(w);
+    if constexpr (kHasAlpha) {
+      flatCodes = opacity_.TransparentCodes();
+      const auto isThree = hn::Ne(flatCodes, hn::Zero(w));
+      flatColour1 = hn::IfThenZeroElse(isThree, flatColour1);
+      codes = hn::IfThenElse(isThree, hn::Or(ThreeColourCodes(steps, isFalling), flatCodes), codes);
+      colour0 = hn::IfThenElse(isThree, hn::Min(low, high), colour0);
+      colour1 = hn::IfThenElse(isThree, hn::Max(low, high), colour1);
+    }
+    colour0 = hn::IfThenElse(isFlat, WordOf(mean_), colour0);
+    colour1 = hn::IfThenElse(isFlat, flatColour1, colour1);
+    codes = hn::IfThenElse(isFlat, flatCodes, codes);
     hn::StoreInterleaved2(hn::Or(colour0, hn::ShiftLeft<16>(colour1)), codes, w, words);
-  }
-
-  /// All codes of a block from its steps. Of four colours the steps 0 to 3 have the codes 1, 3, 2, 0, and with the
-  /// lower end as colour 0 each with its low bit turned. Of three colours the steps 0 to 2 have 1, 2, 0 or 0, 2, 1.
-  static HWY_INLINE VW CodesOf(VW places, hn::Mask<Words> isFalling, hn::Mask<Words> isThree) {
-    const auto lowBits = hn::Set(Words(), 0x55555555u);
-    const auto two = hn::And(hn::ShiftRight<1>(places), lowBits), one = hn::And(places, lowBits);
-    const auto turn = hn::IfThenElse(isFalling, hn::Zero(Words()), lowBits);
-    const auto four = hn::Or(hn::ShiftLeft<1>(hn::Xor(two, one)), hn::Xor(two, turn));
-    if constexpr (!kHasAlpha) return four;
-    const auto isFirst = hn::AndNot(hn::Or(two, one), lowBits);
-    const auto three = hn::Or(hn::ShiftLeft<1>(one), hn::IfThenElse(isFalling, isFirst, two));
-    return hn::IfThenElse(isThree, three, four);
   }
 
   Opacity<kHasAlpha> opacity_;
@@ -366,22 +401,43 @@ class Batch {
   PerPixel green_;
   PerPixel blue_;
   PerPixel places_;
+  VF count_;
+  Vector mean_;
+  Vector axis_;
+  Vector sum_;
+  MaskF isFlat_;  // lanes whose pixels give no line
+  MaskF isMoving_;
+  int numRounds_;
 };
+
+/// Two batches take turns, so that one works while the other waits for its root.
+template <bool kHasAlpha>
+HWY_INLINE void EncodeTwo(const BlockStrip& strip, std::size_t first, std::uint32_t* words) {
+  const std::size_t lanes = hn::Lanes(Floats());
+  Batch<kHasAlpha> left, right;
+  left.Start(strip, first);
+  right.Start(strip, first + lanes);
+  for (bool isLeft = true, isRight = true; isLeft || isRight;) {
+    if (isLeft) isLeft = left.Round();
+    if (isRight) isRight = right.Round();
+  }
+  left.Finish(words);
+  right.Finish(words + 2 * lanes);
+}
 
 template <bool kHasAlpha>
 void EncodeBatches(const BlockStrip& strip, std::uint8_t* blocks) {
-  const std::size_t lanes = hn::Lanes(Floats());
-  Batch<kHasAlpha> batch;
-  HWY_ALIGN std::uint32_t words[2 * kMaxLanes];
-  for (std::size_t first = 0; first < strip.numBlocks; first += lanes) {
-    batch.Encode(strip, first, words);
+  const std::size_t numAtOnce = 2 * hn::Lanes(Floats());
+  HWY_ALIGN std::uint32_t words[4 * kMaxLanes];
+  for (std::size_t first = 0; first < strip.numBlocks; first += numAtOnce) {
+    EncodeTwo<kHasAlpha>(strip, first, words);
     const std::size_t left = strip.numBlocks - first;
-    std::memcpy(blocks + 8 * first, words, 8 * (left < lanes ? left : lanes));
+    std::memcpy(blocks + 8 * first, words, 8 * (left < numAtOnce ? left : numAtOnce));
   }
 }
 
 void EncodeMany(const BlockStrip& strip, std::uint8_t* blocks) {
-  strip.hasAlpha ? EncodeBatches<true>(strip, blocks) : EncodeBatches<false>(strip, blocks);
+  strip.hasTransparent ? EncodeBatches<true>(strip, blocks) : EncodeBatches<false>(strip, blocks);
 }
 
 #endif
