@@ -287,12 +287,13 @@ class Batch {
 
   /// The sum of differences, each turned to the side of the axis. Keeps their places on it.
   HWY_INLINE Vector SumAlongAxis() {
-    const auto zero = hn::Zero(Floats()), signBit = hn::Set(Floats(), -0.0f);
     if constexpr (!kHasAlpha) return HalfSumAlongAxis();
+    const auto zero = hn::Zero(Floats()), signBit = hn::Set(Floats(), -0.0f);
+    const Vector axis{axis_.red, axis_.green, axis_.blue};
     Vector sum{zero, zero, zero};
     for (int pixel = 0; pixel < kNumPixels; ++pixel) {
       const Vector d = DifferenceOf(pixel);
-      const auto flip = hn::IfThenZeroElse(hn::Gt(FindPlace(pixel, d), zero), signBit);
+      const auto flip = hn::IfThenZeroElse(hn::Gt(FindPlace(pixel, d, axis), zero), signBit);
       sum.red = hn::Add(sum.red, hn::Xor(d.red, flip));
       sum.green = hn::Add(sum.green, hn::Xor(d.green, flip));
       sum.blue = hn::Add(sum.blue, hn::Xor(d.blue, flip));
@@ -305,24 +306,25 @@ class Batch {
   /// it lack.
   HWY_INLINE Vector HalfSumAlongAxis() {
     const auto zero = hn::Zero(Floats());
+    const Vector axis{axis_.red, axis_.green, axis_.blue};
     Vector even{zero, zero, zero}, odd{zero, zero, zero};
     for (int pixel = 0; pixel < kNumPixels; pixel += 2) {
-      AddIfAbove(pixel, even);
-      AddIfAbove(pixel + 1, odd);
+      AddIfAbove(pixel, axis, even);
+      AddIfAbove(pixel + 1, axis, odd);
     }
     return {hn::Add(even.red, odd.red), hn::Add(even.green, odd.green), hn::Add(even.blue, odd.blue)};
   }
 
-  HWY_INLINE void AddIfAbove(int pixel, Vector& sum) {
+  HWY_INLINE void AddIfAbove(int pixel, const Vector& axis, Vector& sum) {
     const Vector d = DifferenceOf(pixel);
-    const auto isAbove = hn::Gt(FindPlace(pixel, d), hn::Zero(Floats()));
+    const auto isAbove = hn::Gt(FindPlace(pixel, d, axis), hn::Zero(Floats()));
     sum.red = hn::Add(sum.red, hn::IfThenElseZero(isAbove, d.red));
     sum.green = hn::Add(sum.green, hn::IfThenElseZero(isAbove, d.green));
     sum.blue = hn::Add(sum.blue, hn::IfThenElseZero(isAbove, d.blue));
   }
 
-  HWY_INLINE VF FindPlace(int pixel, const Vector& difference) {
-    const auto place = Dot(difference, axis_);
+  HWY_INLINE VF FindPlace(int pixel, const Vector& difference, const Vector& axis) {
+    const auto place = Dot(difference, axis);
     places_.Set(pixel, place);
     return place;
   }
