@@ -429,13 +429,11 @@ HWY_INLINE void EncodeTwo(const BlockStrip& strip, std::size_t first, std::uint3
 
 template <bool kHasAlpha>
 void EncodeBatches(const BlockStrip& strip, std::uint8_t* blocks) {
-  const std::size_t numAtOnce = 2 * hn::Lanes(Floats());
-  HWY_ALIGN std::uint32_t words[4 * kMaxLanes];
-  for (std::size_t first = 0; first < strip.numBlocks; first += numAtOnce) {
-    EncodeTwo<kHasAlpha>(strip, first, words);
-    const std::size_t left = strip.numBlocks - first;
-    std::memcpy(blocks + 8 * first, words, 8 * (left < numAtOnce ? left : numAtOnce));
+  HWY_ALIGN std::uint32_t words[2 * BlockStrip::kMaxBlocks];
+  for (std::size_t first = 0; first < strip.numBlocks; first += 2 * hn::Lanes(Floats())) {
+    EncodeTwo<kHasAlpha>(strip, first, words + 2 * first);
   }
+  std::memcpy(blocks, words, 8 * strip.numBlocks);
 }
 
 void EncodeMany(const BlockStrip& strip, std::uint8_t* blocks) {
