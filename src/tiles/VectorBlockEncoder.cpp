@@ -31,6 +31,8 @@ void EncodeMany(const BlockStrip& strip, std::uint8_t* blocks) {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 using Floats = hn::ScalableTag<float>;
 using Words = hn::RebindToUnsigned<Floats>;
 using Ints = hn::RebindToSigned<Floats>;
@@ -435,6 +437,8 @@ void EncodeBatches(const BlockStrip& strip, std::uint8_t* blocks) {
   }
   std::memcpy(blocks, words, 8 * strip.numBlocks);
 }
+
+}  // namespace
 
 void EncodeMany(const BlockStrip& strip, std::uint8_t* blocks) {
   strip.hasTransparent ? EncodeBatches<true>(strip, blocks) : EncodeBatches<false>(strip, blocks);
