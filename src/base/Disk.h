@@ -62,6 +62,7 @@ struct DiskOpen {
   bool create = false;     ///< an empty file, in place of one that is there
   bool exclusive = false;  ///< nobody else may have it open with a lock
   bool denyWrite = false;  ///< nobody else may have it locked for writing
+  bool ensure = false;     ///< an empty file where none is there; one that is there keeps its bytes
 };
 
 class Disk {
@@ -73,6 +74,8 @@ class Disk {
   virtual int Remove(const std::string& path) = 0;
   virtual int SyncFolder(const std::string& folder) = 0;
   virtual bool Exists(const std::string& path) = 0;
+  /// Whether something of that name exists that this process may write to.
+  virtual bool IsWritable(const std::string& path) { return Exists(path); }
   /// What is known of a regular file without opening it.
   virtual int GetStatus(const std::string& path, FileStatus& status);
   /// Hints that nobody needs what the system keeps of a file in memory.

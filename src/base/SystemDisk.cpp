@@ -140,7 +140,7 @@ int OpenModeBits(const DiskOpen& how) {
   const int access = how.read && how.write ? O_RDWR : how.write ? O_WRONLY : O_RDONLY;
   // The opening does not wait, so that a pipe in the place of a file is found and refused. An existing file is emptied
   // only once it is known to be a regular one and locked.
-  return access | O_CLOEXEC | O_NONBLOCK | (how.create ? O_CREAT : 0);
+  return access | O_CLOEXEC | O_NONBLOCK | (how.create || how.ensure ? O_CREAT : 0);
 }
 
 /// Locks hold between those who ask for one. Denying writers takes a shared lock for a reader, which other readers may
@@ -235,6 +235,7 @@ class SystemDiskImpl : public Disk {
   }
 
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }
+  bool IsWritable(const std::string& path) override { return ::access(path.c_str(), W_OK) == 0; }
 
   // The order is that of the file system. Callers sort where it matters.
   int ListFolder(const std::string& folder, std::vector<std::string>& names) override {

@@ -14,6 +14,7 @@
 #include "base/Fence.h"
 #include "base/PixelStorage.h"
 #include "base/ReadError.h"
+#include "base/Truncate.h"
 #include "rpf/FrameFind.h"
 #include "rpf/FramePaint.h"
 #include "rpf/FramePlanes.h"
@@ -22,8 +23,6 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
-#include <cmath>
 #include <vector>
 
 namespace {
@@ -44,12 +43,6 @@ enum Section {
   kMask = 0x8A,
   kSpatialData = 0x8C,
 };
-
-/// A position far off the frame, or one of a coverage whose interval is 0, must not be an undefined conversion.
-int TruncateToInt(double value) {
-  if (std::isnan(value)) return 0;
-  return static_cast<int>(std::clamp(value, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
-}
 
 }  // namespace
 
@@ -350,8 +343,9 @@ void XCIBframe::PixelToWorldCoord(int row, int col, double& lat, double& lon) co
 
 void XCIBframe::WorldToPixelCoord(double lat, double lon, int& row, int& col) const {
   const tagCoverageSectionSubheaderRPF& coverage = state_->coverage;
-  row = TruncateToInt((coverage.nwLatitude - lat) / coverage.verticalInterval);
-  col = TruncateToInt((lon - coverage.nwLongitude) / coverage.horizontalInterval);
+  // A position far off the frame, or one of a coverage whose interval is 0, must not be an undefined conversion.
+  row = zrk::TruncateToInt((coverage.nwLatitude - lat) / coverage.verticalInterval);
+  col = zrk::TruncateToInt((lon - coverage.nwLongitude) / coverage.horizontalInterval);
 }
 
 int XCIBframe::SaveToBinaryData(const XString& path) const {

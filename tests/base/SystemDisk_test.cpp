@@ -116,6 +116,22 @@ TEST_F(SystemDisk, WhatIsNotThereIsNotOpened) {
   EXPECT_FALSE(zrk::SystemDisk().Exists(path_));
 }
 
+TEST_F(SystemDisk, AFileThatMustBeThereIsMadeOrKept) {
+  constexpr zrk::DiskOpen kToEnsure{.read = true, .ensure = true};
+  EXPECT_EQ(0, Open(kToEnsure)->Size());
+  folder_.Write("a.bin", "0123456789");
+  EXPECT_EQ(10, Open(kToEnsure)->Size());
+  EXPECT_EQ(ENOENT, ErrorOfOpen(folder_.Path("no/a.bin"), kToEnsure));
+}
+
+TEST_F(SystemDisk, TellsWhatMayBeWrittenTo) {
+  EXPECT_FALSE(zrk::SystemDisk().IsWritable(path_));
+  folder_.Write("a.bin", "0123456789");
+  EXPECT_TRUE(zrk::SystemDisk().IsWritable(path_));
+  chmod(path_.c_str(), 0444);
+  EXPECT_EQ(geteuid() == 0, zrk::SystemDisk().IsWritable(path_));  // root may write to all
+}
+
 TEST_F(SystemDisk, AFileLockedByAnotherIsBusy) {
   folder_.Write("a.bin", "x");
   const auto first = Open({.exclusive = true});

@@ -43,6 +43,7 @@ class FaultyDisk : public zrk::Disk {
   int SyncFolder(const std::string& folder) override;
   int CountFreeBytes(const std::string& path, std::int64_t& bytes) override;
   bool Exists(const std::string& path) override { return zrk::SystemDisk().Exists(path); }
+  bool IsWritable(const std::string& path) override { return zrk::SystemDisk().IsWritable(path); }
   int GetStatus(const std::string& path, zrk::FileStatus& status) override {
     return zrk::SystemDisk().GetStatus(path, status);
   }

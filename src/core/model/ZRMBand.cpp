@@ -8,29 +8,23 @@
 
 #include "ZRMBand.h"
 
+#include "base/Truncate.h"
 #include "XExactStatistics.h"
 #include "XStatistics.h"
 #include "XSystem.h"
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBand, XBand);
 
 namespace {
 
-/// Truncates toward zero and cuts to the range of an int. What is not a number gives 0.
-int TruncateToInt(double value) {
-  if (std::isnan(value)) return 0;
-  return static_cast<int>(std::clamp(value, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
-}
-
 /// The whole pixels in an extent. World coordinates are seldom exact in binary, so that an extent of ten pixels may
 /// come out a hair below ten. A millionth of a pixel makes up for that. Where the pixels are those of a level, it is a
 /// millionth of a pixel at full resolution.
 int WholePixels(double extent, double pixelSize, int level = 0) {
-  return TruncateToInt(extent / pixelSize + std::ldexp(1e-6, -level));
+  return zrk::TruncateToInt(extent / pixelSize + std::ldexp(1e-6, -level));
 }
 
 }  // namespace
@@ -161,8 +155,8 @@ void ZRMBand::ConvWorldToPixelCoord(double& x, double& y) const {
 
 void ZRMBand::ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y) const {
   ConvWorldToPixelCoord(worldX, worldY);
-  x = TruncateToInt(worldX);
-  y = TruncateToInt(worldY);
+  x = zrk::TruncateToInt(worldX);
+  y = zrk::TruncateToInt(worldY);
 }
 
 /// Half a pixel lies between the centre of the first pixel and its outer corner.

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "XPBILevelInfo.h"
+#include "XTileFileInfo.h"
+
+namespace Vexorine::ZRL::IO {
+
+/// The header of an image store.
+class ZRKIO_API XPBIFileInfo : public XTileFileInfo<XPBILevelInfo> {
+ public:
+  using XTileFileInfo::XTileFileInfo;
+
+  /// Appends a level of a range of tiles, each of `storageSize` bytes; always true. Its tiles lie at the next position.
+  bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight, _XDXTTYPE type,
+                int storageSize);
+  /// The same, but the tiles lie at an offset of their own.
+  bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight, _XDXTTYPE type,
+                int storageSize, std::uint64_t offset);
+  /// The same of the whole earth.
+  bool AddLevel(int level, int tileWidth, int tileHeight, _XDXTTYPE type, int storageSize);
+
+  /// Offset of a tile in the file: 0 for an unknown level, -1 for a tile outside the range of the first level of that
+  /// number.
+  std::int64_t GetOffset(int level, int row, int col) const;
+  /// Whether some level of that number holds the tile.
+  bool IsAvailable(int level, int row, int col) const;
+
+  /// The bytes of the header, as many as `GetHeaderSize` tells; the caller releases them by `delete[]`. Null where the
+  /// levels do not fit into so many.
+  unsigned char* GetBindInfo() const;
+};
+
+}  // namespace Vexorine::ZRL::IO
+
+using Vexorine::ZRL::IO::XPBIFileInfo;

@@ -1,0 +1,12 @@
+#pragma once
+
+/// A tile's bytes, for callers that read many tiles with one buffer. The array and the record belong to the caller, who
+/// releases `data` by `delete[]`. `XPBIFile` replaces the array where it is too small.
+struct XPBIReadBuffer {
+  unsigned char* data = nullptr;
+  int capacity = 0;    ///< bytes that the array has room for
+  int usedLength = 0;  ///< bytes of the tile
+  int dxtType = 0;     ///< `_XDXTTYPE` of its blocks
+  int tileWidth = 0;   ///< in pixels
+  int tileHeight = 0;
+};
