@@ -163,6 +163,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("write")) AddTiffWriteRows(options, rows);
   if (wants("rpf")) AddRpfRows(options, rows);
   if (wants("dted")) AddDtedRows(options, rows);
+  if (wants("txid")) AddTxidRows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }

@@ -40,3 +40,5 @@ void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddRpfRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about elevation cells.
 void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about TXID stores.
+void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
