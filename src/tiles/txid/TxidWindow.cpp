@@ -113,6 +113,8 @@ bool TxidWindow::Read(const ReadRequest& request, const int* cancel) {
     if (XfnIsStopRequested(cancel)) return FailRead(kReadStopped) != 0;
     if (!ReadTiles(row)) return false;
   }
+  // Tiles at the rim of a window may have none of a level's pixels.
+  isBlank_ = isBlank_ && !HasTileWithin(store_.info, {request.x0, request.x1, request.y0, request.y1});
   return true;
 }
 
