@@ -43,3 +43,5 @@ void AddRpfRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about blocks for graphics cards, from a picture of at least 256 by 256 pixels in colour.
 void AddBlockRows(const std::string& photograph, std::vector<Row>& rows);
+/// The rows about TXID stores.
+void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
