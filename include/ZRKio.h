@@ -30,7 +30,11 @@
 #include "tagFrameFileIndexRecordRPF.h"
 #include "tagGCPSets.h"
 #include "tagPathnameRecordRPF.h"
+<<<<<<< HEAD
 #include "tagVirtualTileGrid.h"
+=======
+#include "tagTxiInfo.h"
+>>>>>>> hg
 #include "tagXArr1.h"
 #include "tagXArr2.h"
 #include "tagXArr3.h"
@@ -130,5 +134,6 @@
 #include "ZRMBandJPG.h"
 #include "ZRMBandMosaic.h"
 #include "ZRMBandResize.h"
+#include "ZRMBandTXID.h"
 #include "ZRMBandXLD.h"
 #include "ZRMVand.h"

@@ -275,6 +275,7 @@ TEST_P(ConformanceThreads, MayOpenTheSameFileAtOnce) {
   std::atomic<int> numDifferent = 0;
   RunOnThreads([&](int) {
     XRSFile file;
+    file.SetReadPolicy(GetParam().policy);
     XString err;
     const int isOpen = XRSFileIO::LoadFileRaster(&file, GetParam().formatId, path, err, 0, kLevelNone, nullptr);
     if (!isOpen || ReadPixels(*file.GetBandAt(0), 0, {0, 5, 0, 5}) != expected) ++numDifferent;

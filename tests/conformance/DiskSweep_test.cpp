@@ -64,6 +64,7 @@ struct ReadOutcome {
 ReadOutcome ReadAll(const Sample& sample, const std::string& path) {
   ReadOutcome outcome;
   XRSFile file;
+  file.SetReadPolicy(sample.policy);
   outcome.isOpen = XRSFileIO::LoadFileRaster(&file, sample.formatId, path, outcome.err, 1, kLevelNone, nullptr) != 0;
   for (int i = 0; outcome.isOpen && i < file.GetNumOfBands(); ++i) {
     for (const int level : {0, 1})

@@ -29,7 +29,11 @@ std::vector<Sample> SmallSamples() {
 std::string PathOf(const Sample& sample) {
   static const TempFolder folder;
   std::string path = folder.Path(sample.name);
-  if (!std::filesystem::exists(path)) folder.Write(sample.name, sample.build());
+  if (std::filesystem::exists(path)) return path;
+  folder.Write(sample.name, sample.build());
+  if (!sample.companion) return path;
+  const std::string name = sample.name;
+  folder.Write(name.substr(0, name.size() - 4) + sample.companion, sample.buildCompanion());
   return path;
 }
 
@@ -48,5 +52,6 @@ OpenSample::OpenSample(const Sample& sample, int calcStatistics) {
   const std::string path = PathOf(sample);
   if (sample.disk == SampleDisk::kWithoutMaps) disk_.FailMap(1);
   const zrk::ScopedDisk scoped(disk_);
+  file_.SetReadPolicy(sample.policy);
   isOpen_ = XRSFileIO::LoadFileRaster(&file_, sample.formatId, path, err_, calcStatistics, kLevelNone, nullptr);
 }

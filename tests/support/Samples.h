@@ -2,6 +2,7 @@
 
 #include "FaultyDisk.h"
 #include "tagXArr2.h"
+#include "XReadPolicy.h"
 #include "XRSFile.h"
 
 #include <memory>
@@ -39,6 +40,11 @@ struct Sample {
   int blockWidth = 0;                                         ///< where levels are decimated by block
   int blockHeight = 0;
   DamageRule damage = DamageRule::kRefuses;
+  /// For a format whose compatible reads keep to none of the rules.
+  XReadPolicy policy = kReadCompatible;
+  /// A second file that belongs to it; its name is that of the sample, with the last four characters replaced by these.
+  const char* companion = nullptr;
+  std::vector<unsigned char> (*buildCompanion)() = nullptr;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Sample& sample);

@@ -76,7 +76,6 @@ constinit const FormatRow kHfaFormat = Absent(kFormatHFA, "HFA", "img", &IsHfa);
 constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
 constinit const FormatRow kPbiFormat = Absent(kFormatPBI, "PBI tile pyramid", "pbi pei");
 constinit const FormatRow kPbeFormat = Absent(kFormatPBE, "PBE tile pyramid", "pbe");
-constinit const FormatRow kTxidFormat = Absent(kFormatTXID, "TXID tile store", "txi");
 
 std::vector<const FormatRow*> ListFormats() {
 #define ZRK_NAME_ROW(row) &row,

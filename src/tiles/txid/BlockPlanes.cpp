@@ -1,0 +1,146 @@
+// A block of DXT1 has two colours of 5, 6 and 5 bits, and for each of its 16 pixels a code of 2 bits. The codes choose
+// among four colours. Where the first number is greater than the second, two colours lie between; otherwise one does,
+// and the fourth is transparent black.
+//
+// Vectors take one block a lane of 32 bits. The four values that a channel can have in a block fill its lane, so that
+// one shuffle of bytes looks up a row of four pixels in each block of the vector. The planes that callers want come out
+// at once, without pixels in between.
+//
+// Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
+
+#include "tiles/txid/BlockPlanes.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "tiles/txid/BlockPlanes.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace zrk {
+namespace HWY_NAMESPACE {
+
+#if HWY_TARGET == HWY_SCALAR
+
+/// For machines without vectors.
+void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, unsigned char* planes, std::size_t rowBytes) {
+  for (std::size_t x = 0; x < numBlocks * kBlockSide; ++x) {
+    for (int y = 0; y < kBlockSide; ++y) {
+      const auto pixel = UnpackPixel(blocks + x / kBlockSide * kBlockBytes, static_cast<int>(x % kBlockSide), y);
+      unsigned char* const to = planes + static_cast<std::size_t>(y) * rowBytes + x;
+      for (std::size_t k = 0; k < kNumPlanes; ++k) to[kBlockSide * k * rowBytes] = pixel[k];
+    }
+  }
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+using Words = hn::CappedTag<std::uint32_t, 16>;
+using Word = hn::Vec<Words>;
+
+constexpr Words kWords;
+
+/// A component of both colours of each block, widened to 8 bits by repeating its upper bits.
+template <int kShift, int kBits>
+Word TakeComponent(Word colours) {
+  const Word value = hn::And(hn::ShiftRight<kShift>(colours), hn::Set(kWords, (1U << kBits) - 1));
+  return hn::Or(hn::ShiftLeft<8 - kBits>(value), hn::ShiftRight<2 * kBits - 8>(value));
+}
+
+/// The four values of a channel, one a byte. Sums are at most 765, of which the product is an exact third.
+template <class Mask>
+Word MixValues(Word first, Word second, Mask isOpaque) {
+  const Word sum = hn::Add(first, second);
+  const Word third = hn::Set(kWords, 21846);
+  const Word nearFirst = hn::ShiftRight<16>(hn::Mul(hn::Add(sum, first), third));
+  const Word nearSecond = hn::ShiftRight<16>(hn::Mul(hn::Add(sum, second), third));
+  const Word middle = hn::IfThenElse(isOpaque, nearFirst, hn::ShiftRight<1>(sum));
+  const Word last = hn::IfThenElseZero(isOpaque, nearSecond);
+  const Word low = hn::Or(first, hn::ShiftLeft<8>(second));
+  return hn::Or(low, hn::Or(hn::ShiftLeft<16>(middle), hn::ShiftLeft<24>(last)));
+}
+
+/// The codes of a row of pixels, a byte each, and where in the vector of its block the block's values begin.
+template <class Bytes>
+hn::Vec<Bytes> SpreadCodes(Word codes, Word places, Bytes bytes) {
+  const Word row = hn::And(codes, hn::Set(kWords, 0xFF));
+  const Word pairs = hn::Or(row, hn::ShiftLeft<6>(row));
+  const Word each = hn::And(hn::Or(pairs, hn::ShiftLeft<12>(pairs)), hn::Set(kWords, 0x03030303));
+  return hn::BitCast(bytes, hn::Or(each, places));
+}
+
+void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, unsigned char* planes, std::size_t rowBytes) {
+  const hn::Repartition<std::uint8_t, Words> bytes;
+  const std::size_t lanes = hn::Lanes(kWords);
+  const Word inVector = hn::And(hn::Iota(kWords, 0), hn::Set(kWords, 3));
+  const Word places = hn::Mul(inVector, hn::Set(kWords, 0x04040404));
+  for (std::size_t i = 0; i < numBlocks; i += lanes) {
+    const auto* const source = reinterpret_cast<const std::uint32_t*>(blocks + i * kBlockBytes);
+    Word colours, codes;
+    hn::LoadInterleaved2(kWords, source, colours, codes);
+    const Word first = hn::And(colours, hn::Set(kWords, 0xFFFF)), second = hn::ShiftRight<16>(colours);
+    const auto isOpaque = hn::Gt(first, second);
+    const auto mix = [&](Word a, Word b) { return hn::BitCast(bytes, MixValues(a, b, isOpaque)); };
+    const auto red = mix(TakeComponent<11, 5>(first), TakeComponent<11, 5>(second));
+    const auto green = mix(TakeComponent<5, 6>(first), TakeComponent<5, 6>(second));
+    const auto blue = mix(TakeComponent<0, 5>(first), TakeComponent<0, 5>(second));
+    const Word solid = hn::Set(kWords, 0xFFFFFFFF), withHole = hn::Set(kWords, 0x00FFFFFF);
+    const auto alpha = hn::BitCast(bytes, hn::IfThenElse(isOpaque, solid, withHole));
+    unsigned char* to = planes + i * kBlockSide;
+    for (int row = 0; row < kBlockSide; ++row, to += rowBytes, codes = hn::ShiftRight<8>(codes)) {
+      const auto codesOfRow = SpreadCodes(codes, places, bytes);
+      hn::StoreU(hn::TableLookupBytes(red, codesOfRow), bytes, to);
+      hn::StoreU(hn::TableLookupBytes(green, codesOfRow), bytes, to + 4 * rowBytes);
+      hn::StoreU(hn::TableLookupBytes(blue, codesOfRow), bytes, to + 8 * rowBytes);
+      hn::StoreU(hn::TableLookupBytes(alpha, codesOfRow), bytes, to + 12 * rowBytes);
+    }
+  }
+}
+
+#endif  // HWY_TARGET == HWY_SCALAR
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zrk
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace zrk {
+namespace {
+
+HWY_EXPORT(UnpackAll);
+
+unsigned char Widen(unsigned value, int numBits) {
+  return static_cast<unsigned char>(value << (8 - numBits) | value >> (2 * numBits - 8));
+}
+
+/// The value of a code between those of the two colours.
+unsigned char Mix(unsigned first, unsigned second, unsigned code, bool isOpaque) {
+  if (code == 0) return static_cast<unsigned char>(first);
+  if (code == 1) return static_cast<unsigned char>(second);
+  if (!isOpaque) return static_cast<unsigned char>(code == 2 ? (first + second) / 2 : 0);
+  return static_cast<unsigned char>(code == 2 ? (2 * first + second) / 3 : (first + 2 * second) / 3);
+}
+
+}  // namespace
+
+void UnpackToPlanes(const unsigned char* blocks, std::size_t numBlocks, unsigned char* planes, std::size_t rowBytes) {
+  HWY_DYNAMIC_DISPATCH(UnpackAll)(blocks, numBlocks, planes, rowBytes);
+}
+
+std::array<unsigned char, kNumPlanes> UnpackPixel(const unsigned char* block, int x, int y) {
+  const unsigned first = block[0] | static_cast<unsigned>(block[1]) << 8;
+  const unsigned second = block[2] | static_cast<unsigned>(block[3]) << 8;
+  const unsigned code = static_cast<unsigned>(block[4 + y]) >> (2 * x) & 3U;
+  const bool isOpaque = first > second;
+  const auto channel = [&](int shift, int numBits) {
+    const unsigned mask = (1U << numBits) - 1;
+    return Mix(Widen(first >> shift & mask, numBits), Widen(second >> shift & mask, numBits), code, isOpaque);
+  };
+  const unsigned char alpha = !isOpaque && code == 3 ? 0 : 255;
+  return {channel(11, 5), channel(5, 6), channel(0, 5), alpha};
+}
+
+}  // namespace zrk
+
+#endif  // HWY_ONCE
