@@ -1,0 +1,182 @@
+// A process that is killed while it makes or changes a store. The file opens afterwards or has no header, and tiles
+// that were written before are whole.
+
+#include "ByteFlips.h"
+#include "TempFolder.h"
+#include "XPBEFile.h"
+#include "XPBIFile.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <new>
+#include <optional>
+#include <random>
+#include <thread>
+
+namespace {
+
+constexpr int kSide = 8;
+constexpr unsigned kNumTiles = kSide * kSide;
+constexpr int kMoments = 50;
+
+/// The bytes of a tile that is told by one number.
+std::vector<unsigned char> BlocksOf(unsigned number) {
+  return std::vector<unsigned char>(32768, static_cast<unsigned char>(number % 255 + 1));
+}
+
+/// A count that outlives the process that counts.
+class SharedCount {
+ public:
+  SharedCount()
+      : count_(new (mmap(nullptr, sizeof(std::atomic<unsigned>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1,
+                         0)) std::atomic<unsigned>(0)) {}
+  ~SharedCount() { munmap(count_, sizeof(std::atomic<unsigned>)); }
+  SharedCount(const SharedCount&) = delete;
+  SharedCount& operator=(const SharedCount&) = delete;
+  std::atomic<unsigned>& operator*() const { return *count_; }
+
+ private:
+  std::atomic<unsigned>* count_;
+};
+
+using Count = std::atomic<unsigned>;
+using Clock = std::chrono::steady_clock;
+
+/// Starts `work` in a process of its own, kills it after a while unless it may end, and waits for its end. Whether it
+/// was killed.
+bool RunAndKill(const std::function<void(Count&)>& work, Count& numDone, std::optional<Clock::duration> after) {
+  numDone = 0;
+  const pid_t parent = getpid();
+  const pid_t child = fork();
+  if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() == parent) work(numDone);
+    _exit(0);
+  }
+  if (after) {
+    std::this_thread::sleep_for(*after);
+    kill(child, SIGKILL);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFSIGNALED(status);
+}
+
+/// Kills the work at moments spread over the time that it takes, and looks at what is left each time.
+void KillAtAllMoments(const std::function<void(Count&)>& work, const std::function<void(unsigned numDone)>& inspect) {
+  const SharedCount numDone;
+  const Clock::time_point begin = Clock::now();
+  EXPECT_FALSE(RunAndKill(work, *numDone, std::nullopt)) << "the work ends where nobody kills it";
+  const auto whole = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
+  inspect(*numDone);
+  std::mt19937 random(7);
+  int numKilled = 0;
+  for (int i = 0; i < TrialCount(kMoments) && !testing::Test::HasFailure(); ++i) {
+    const auto after = whole * static_cast<int>(random() % 1000) / 1000;
+    numKilled += RunAndKill(work, *numDone, after) ? 1 : 0;
+    inspect(*numDone);
+  }
+  EXPECT_GT(numKilled, 0);
+}
+
+/// Every tile that was told to be done has its bytes.
+void ExpectTiles(const XPBIFile& store, unsigned numDone, unsigned seed) {
+  for (unsigned i = 0; i < numDone; ++i) {
+    int size = 0;
+    const std::unique_ptr<unsigned char[]> tile(
+        store.GetDXTdata(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), size));
+    ASSERT_TRUE(tile) << i;
+    ASSERT_EQ(0, std::memcmp(tile.get(), BlocksOf(i + seed).data(), 32768)) << i;
+  }
+}
+
+void WriteTiles(XPBIFile& store, Count& numDone, unsigned seed) {
+  for (unsigned i = 0; i < kNumTiles; ++i) {
+    std::vector<unsigned char> tile = BlocksOf(i + seed);
+    if (!store.UpdateDXT(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), tile.data())) _exit(1);
+    numDone = i + 1;
+  }
+}
+
+}  // namespace
+
+TEST(KilledWriter, LeavesAnImageStoreInTheMakingWithItsTilesOrWithoutAHeader) {
+  const TempFolder folder;
+  const XString path = folder.Path("a.pbi");
+  int numOpened = 0;
+  const auto make = [&](Count& numDone) {
+    XPBIFile store(1.0, 18.0);
+    store.AddLevel(3, 0, 0, kSide - 1, kSide - 1, 256, 256, kDxt1);
+    if (!store.Create(path)) _exit(1);
+    WriteTiles(store, numDone, 0);
+  };
+  KillAtAllMoments(make, [&](unsigned numDone) {
+    XPBIFile store;
+    const bool isOpen = store.OpenFile(path, 0) && store.IsUsable();
+    EXPECT_TRUE(isOpen || numDone == 0);
+    if (!isOpen) return;
+    ++numOpened;
+    ASSERT_EQ(1, store.GetFileInfo()->GetNumberOfLevel());
+    EXPECT_EQ(51200 + kNumTiles * 32768, store.GetFileInfo()->GetFileSize());
+    ExpectTiles(store, numDone, 0);
+  });
+  EXPECT_GT(numOpened, 0);
+}
+
+TEST(KilledWriter, LeavesAChangedImageStoreWithOldTilesAndNewOnes) {
+  const TempFolder folder;
+  const XString path = folder.Path("a.pbi");
+  const SharedCount all;
+  {
+    XPBIFile store(1.0, 18.0);
+    store.AddLevel(3, 0, 0, kSide - 1, kSide - 1, 256, 256, kDxt1);
+    ASSERT_TRUE(store.Create(path));
+    WriteTiles(store, *all, 0);
+  }
+  const auto change = [&](Count& numDone) {
+    XPBIFile store;
+    if (!store.OpenFile(path, 2) || !store.IsUsable()) _exit(1);
+    WriteTiles(store, numDone, 100);
+  };
+  KillAtAllMoments(change, [&](unsigned numDone) {
+    XPBIFile store;
+    ASSERT_TRUE(store.OpenFile(path, 0) && store.IsUsable());
+    ExpectTiles(store, numDone, 100);
+  });
+}
+
+TEST(KilledWriter, LeavesAnElevationStoreInTheMakingWithItsTilesOrWithoutAHeader) {
+  const TempFolder folder;
+  const XString path = folder.Path("a.pbe");
+  const auto tileOf = [](unsigned number) { return std::vector<float>(961 * 4, static_cast<float>(number + 1)); };
+  const auto make = [&](Count& numDone) {
+    XPBEFile store(2.0, 18.0);
+    store.AddLevel(3, 0, 0, kSide - 1, kSide - 1, 31, 31);
+    store.Create(path);
+    for (unsigned i = 0; store.IsUsable() && i < kNumTiles; ++i) {
+      if (!store.Update(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), tileOf(i).data())) _exit(1);
+      numDone = i + 1;
+    }
+  };
+  KillAtAllMoments(make, [&](unsigned numDone) {
+    const XPBEFile store(path, 0);
+    EXPECT_TRUE(store.GetFileInfo() || numDone == 0);
+    for (unsigned i = 0; i < numDone; ++i) {
+      int size = 0;
+      const std::unique_ptr<float[]> tile(
+          store.GetElevationData(3, static_cast<int>(i / kSide), static_cast<int>(i % kSide), size));
+      ASSERT_TRUE(tile);
+      ASSERT_EQ(tileOf(i), std::vector<float>(tile.get(), tile.get() + 961 * 4));
+    }
+  });
+}
