@@ -34,14 +34,14 @@ ZRKIO_API int XfnReadStoreTile(const XString& path, int level, int row, int col,
 struct tagXStoreReport {
   static constexpr std::size_t kMaxFindings = 1000;
 
-  std::vector<XString> findings;    ///< a sentence each, the first `kMaxFindings` of them
-  std::int64_t numFindings = 0;     ///< all of them
-  std::int64_t numTiles = 0;        ///< tiles that were looked at
-  std::int64_t numEmptyTiles = 0;   ///< of these, tiles whose bytes are all 0
+  std::vector<XString> findings;   ///< a sentence each, the first `kMaxFindings` of them
+  std::int64_t numFindings = 0;    ///< all of them
+  std::int64_t numTiles = 0;       ///< tiles that were looked at
+  std::int64_t numEmptyTiles = 0;  ///< of these, tiles whose bytes are all 0
 };
 
 /// Checks a store from end to end: header and index, ranges and levels, places of tiles in the file, and what each tile
-/// holds. All tiles are read once. 1 where the check went through, whatever it found; or 0 with the reason in `err`: the
-/// file is no store or can't be opened, or the thread was asked to stop, which leaves `err` empty. The thread, which may
-/// be null, is told the progress.
+/// holds. All tiles are read once. 1 where the check went through, whatever it found; or 0 with the reason in `err`:
+/// the file is no store or can't be opened, or the thread was asked to stop, which leaves `err` empty. The thread,
+/// which may be null, is told the progress.
 ZRKIO_API int XfnCheckStore(const XString& path, tagXStoreReport& report, XString& err, XThread* thread = nullptr);

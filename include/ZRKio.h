@@ -30,11 +30,8 @@
 #include "tagFrameFileIndexRecordRPF.h"
 #include "tagGCPSets.h"
 #include "tagPathnameRecordRPF.h"
-<<<<<<< HEAD
 #include "tagVirtualTileGrid.h"
-=======
 #include "tagTxiInfo.h"
->>>>>>> hg
 #include "tagXArr1.h"
 #include "tagXArr2.h"
 #include "tagXArr3.h"
@@ -115,6 +112,7 @@
 #include "XTileGrid.h"
 #include "XTileLevelInfo.h"
 #include "XTileSource.h"
+#include "XTileStore.h"
 #include "XWaveletLayers.h"
 #include "XWorldFile.h"
 #include "ZRKVersion.h"

@@ -45,7 +45,8 @@ class GlobeStoreCheck {
   void CheckLevels() {
     std::set<int> numbers;
     for (const tagXTileLevel& level : header_.levels) {
-      if (!numbers.insert(level.level).second) findings_.Add("Level %d is there twice; the first one counts", level.level);
+      if (!numbers.insert(level.level).second)
+        findings_.Add("Level %d is there twice; the first one counts", level.level);
       CheckLevel(level);
     }
     CheckGaps(numbers);
@@ -84,7 +85,7 @@ class GlobeStoreCheck {
     constexpr double kSlack = 1e-9;
     const double size = level.tileSize;
     return level.llRow >= 0 && level.llCol >= 0 && (level.urRow + 1.0) * size <= 180.0 + kSlack &&
-        (level.urCol + 1.0) * size <= 360.0 + kSlack;
+           (level.urCol + 1.0) * size <= 360.0 + kSlack;
   }
 
   void CheckPlace(const tagXTileLevel& level) {
@@ -95,7 +96,7 @@ class GlobeStoreCheck {
     const std::int64_t bytes = CountTileBytes(level);
     const std::int64_t fileBytes = file_.GetFileBytes();
     const bool isInside = level.startPos <= static_cast<std::uint64_t>(fileBytes) &&
-        bytes <= fileBytes - static_cast<std::int64_t>(level.startPos);
+                          bytes <= fileBytes - static_cast<std::int64_t>(level.startPos);
     if (!isInside) {
       findings_.Add("Level %d: tiles lie behind the end of the file: %lld bytes from byte %llu on", level.level,
                     static_cast<long long>(bytes), static_cast<unsigned long long>(level.startPos));
@@ -105,8 +106,9 @@ class GlobeStoreCheck {
   void CheckGaps(const std::set<int>& numbers) {
     for (auto one = numbers.begin(); one != numbers.end() && std::next(one) != numbers.end(); ++one) {
       const std::int64_t missing = std::int64_t{*std::next(one)} - *one - 1;
-      if (missing > 0) findings_.Add("Between the levels %d and %d %lld are missing", *one, *std::next(one),
-                                     static_cast<long long>(missing));
+      if (missing > 0)
+        findings_.Add("Between the levels %d and %d %lld are missing", *one, *std::next(one),
+                      static_cast<long long>(missing));
     }
   }
 

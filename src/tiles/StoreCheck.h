@@ -11,8 +11,8 @@ class XThread;
 namespace zrk {
 
 /// Looks at a tile of a level that was read whole and isn't empty.
-using TileCheck = std::function<void(const tagXTileLevel& level, const StoreTilePlace& place,
-                                     std::span<const unsigned char> bytes)>;
+using TileCheck =
+    std::function<void(const tagXTileLevel& level, const StoreTilePlace& place, std::span<const unsigned char> bytes)>;
 
 /// What differs between stores of the globe when they are checked.
 struct StoreCheckPlan {

@@ -63,7 +63,8 @@ int ReadElevationTile(const XString& path, const StoreTilePlace& place, tagXStor
   if (!FindTile(path, StoreKind::kElevation, place, found, err)) return 0;
   ElevationPosts posts;
   const PostGrid grid = {found.level.tileWidth, found.level.tileHeight};
-  if (!TakePosts(found.bytes, found.version, grid, posts)) return Refuse(err, "The tile has too few bytes for its posts");
+  if (!TakePosts(found.bytes, found.version, grid, posts))
+    return Refuse(err, "The tile has too few bytes for its posts");
   tile = {grid.width, grid.height, kDxtNone, std::move(found.bytes), {}, std::move(posts.heights)};
   return 1;
 }

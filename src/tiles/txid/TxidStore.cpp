@@ -72,7 +72,8 @@ void CheckKeys(const XString& path, const OpenTxid& store, StoreFindings& findin
   std::vector<std::int32_t> keys = ReadKeys(path);
   std::ranges::sort(keys);
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    if (i > 0 && keys[i] == keys[i - 1]) findings.Add("The key %d is there more than once; the last one counts", keys[i]);
+    if (i > 0 && keys[i] == keys[i - 1])
+      findings.Add("The key %d is there more than once; the last one counts", keys[i]);
     if (keys[i] < 0 || keys[i] >= store.NumTiles()) {
       findings.Add("The key %d is none of a grid of %d by %d tiles", keys[i], store.info.numXTiles,
                    store.info.numYTiles);
