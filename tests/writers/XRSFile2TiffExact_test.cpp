@@ -1,15 +1,12 @@
 // What saves of the exact policy keep beside the pixels, as GDAL reads it back.
 
+#include "GdalDataset.h"
 #include "TiffWriting.h"
 
 #include <cpl_conv.h>
 #include <gdal.h>
 
 namespace {
-
-struct CloseDataset {
-  void operator()(GDALDatasetH dataset) const { GDALClose(dataset); }
-};
 
 class XRSFile2TiffExact : public TiffWriting {
  protected:
@@ -37,7 +34,7 @@ class XRSFile2TiffExact : public TiffWriting {
   GDALRasterBandH OpenBand(int number) { return GDALGetRasterBand(Open(), number); }
 
  private:
-  std::unique_ptr<void, CloseDataset> dataset_;
+  GdalDataset dataset_;
 };
 
 TEST_F(XRSFile2TiffExact, KeepsTheNullValue) {

@@ -2,6 +2,7 @@
 
 #include "bands/tiff/TiffNotes.h"
 
+#include "bands/tiff/TiffReduced.h"
 #include "tagXFormatNotes.h"
 #include "tagXTiffDirectory.h"
 #include "XDataType.h"
@@ -14,7 +15,6 @@ namespace zrk {
 namespace {
 
 /// A damaged file may have no end of directories.
-constexpr int kMaxDirectories = 1000;
 
 constexpr int kWhiteIsZero = 0;
 constexpr int kRealFormat = 3;
@@ -173,7 +173,7 @@ void AddDirectoryLines(const tagXTiffDirectory& directory, int number, std::vect
 void DescribeFurtherImages(const ZRMBandGTIFF& band, tagXFormatNotes& notes) {
   std::vector<tagXNote> directories;
   int number = 1;  // of the image itself
-  for (const tagXTiffDirectory& each : band.GetDirectories(kMaxDirectories)) {
+  for (const tagXTiffDirectory& each : band.GetDirectories(kMaxTiffDirectories)) {
     directories.push_back(DescribeDirectory(each));
     AddDirectoryLines(each, ++number, notes.furtherLines);
   }

@@ -15,7 +15,6 @@ namespace zrk {
 namespace {
 
 /// A damaged file may have no end of directories.
-constexpr int kMaxDirectories = 1000;
 constexpr int kMaxLevel = 30;
 
 constexpr std::uint32_t kIsReduced = 1, kIsMask = 4;
@@ -74,7 +73,7 @@ class Finder {
     if (!handle) return;
     TIFF* const tiff = handle->Get();
     const std::vector<std::uint64_t> below = ListDirectoriesBelow(tiff);
-    for (int i = 0; i < kMaxDirectories && TIFFReadDirectory(tiff); ++i) Look(tiff, first_, true);
+    for (int i = 0; i < kMaxTiffDirectories && TIFFReadDirectory(tiff); ++i) Look(tiff, first_, true);
     for (const std::uint64_t offset : below) {
       if (TIFFSetSubDirectory(tiff, offset)) Look(tiff, first_, true);
     }
@@ -90,7 +89,7 @@ class Finder {
     beside.messages = std::make_shared<TiffMessages>(first_.messages);
     const auto handle = TiffHandle::Open(beside.file->Share(), beside.name, beside.messages, TiffHandle::kTableBytes);
     if (!handle) return;
-    for (int i = 0; i < kMaxDirectories; ++i) {
+    for (int i = 0; i < kMaxTiffDirectories; ++i) {
       Look(handle->Get(), beside, false);
       if (!TIFFReadDirectory(handle->Get())) return;
     }

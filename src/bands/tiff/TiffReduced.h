@@ -7,6 +7,9 @@
 
 namespace zrk {
 
+/// What follows in a chain of directories is not looked at.
+inline constexpr int kMaxTiffDirectories = 1000;
+
 /// Whether an image of `size` has the size that `whole` has at a level: the half, n times, rounded up or down.
 bool IsSizeAtLevel(int size, int whole, int level);
 

@@ -15,13 +15,7 @@
 
 namespace {
 
-constexpr int kUnknown = -32767;
 constexpr int kFailed = -99999;
-
-/// What a word of sign and magnitude stands for.
-int HeightOfWord(int word) {
-  return word < 0x8000 ? word : 0x8000 - word;
-}
 
 class ExactCell {
  public:
@@ -78,9 +72,9 @@ TEST(DtedExact, KeepsUnknownHeightsAndTellsTheirValue) {
   const std::uint16_t words[] = {0xFFFF, 12, 0xFFFF};
   ExactCell cell(DtedBuilder().Size(9, 3).Words([&](int, int point) { return words[point]; }).Build());
   ASSERT_TRUE(cell.IsOpen()) << cell.Reason();
-  EXPECT_EQ(kUnknown, cell.Post(4, 0));
+  EXPECT_EQ(kUnknownHeight, cell.Post(4, 0));
   EXPECT_EQ(12, cell.Post(4, 1));
-  EXPECT_EQ(kUnknown, cell.Band().GetNullValue());
+  EXPECT_EQ(kUnknownHeight, cell.Band().GetNullValue());
 }
 
 TEST(DtedExact, KeepsHeightsFarBelowZero) {
@@ -152,17 +146,19 @@ TEST(DtedExact, ColumnsThatACellLacksAreUnknown) {
   ASSERT_EQ(9u, row.size());
   for (int x = 0; x < 9; ++x) {
     const bool isThere = x == 2 || x == 3 || x == 6;
-    EXPECT_EQ(isThere ? HeightOfWord(DtedBuilder::AnyWord(x, 1)) : kUnknown, row[static_cast<std::size_t>(x)]) << x;
+    EXPECT_EQ(isThere ? HeightOfWord(DtedBuilder::AnyWord(x, 1)) : kUnknownHeight, row[static_cast<std::size_t>(x)])
+        << x;
   }
   const auto known = [](int x) { return static_cast<std::int16_t>(HeightOfWord(DtedBuilder::AnyWord(x, 2))); };
-  EXPECT_EQ((std::vector<std::int16_t>{kUnknown, known(2), kUnknown, known(6)}), cell.Heights(1, {0, 8, 0, 1}));
+  EXPECT_EQ((std::vector<std::int16_t>{kUnknownHeight, known(2), kUnknownHeight, known(6)}),
+            cell.Heights(1, {0, 8, 0, 1}));
 }
 
 TEST(DtedExact, APartialCellThatIsCutWithinARecordFailsBehindIt) {
   std::vector<unsigned char> bytes = WithColumns(DtedBuilder().Size(9, 3), {2, 3, 6});
   bytes.resize(bytes.size() - 5);
   ExactCell cell(bytes);
-  EXPECT_EQ(kUnknown, cell.Post(1, 0));
+  EXPECT_EQ(kUnknownHeight, cell.Post(1, 0));
   EXPECT_EQ("The file ends before column 6 of the cell", cell.Failure({6, 6, 0, 0}));
 }
 
@@ -229,7 +225,7 @@ TEST(DtedExact, SurvivesFlippedBytes) {
       EXPECT_NE("", cell.Reason());
       return;
     }
-    const Window whole = WholeOf(cell.Band());
+    const Window whole = WholeWindowOf(cell.Band());
     EXPECT_TRUE(cell.Failure(whole) != "no reason");
   });
 }

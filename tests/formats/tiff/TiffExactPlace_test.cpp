@@ -39,11 +39,7 @@ class TiffTransform : public testing::Test {
   TempFolder folder_;
 };
 
-GeoTiffFile Utm32() {
-  return GeoTiffFile().Key(1024, 1).Key(3072, 32632);
-}
-
-const std::vector<double> kTurned = {2, 0.5, 0, 1000, 0.25, -4, 0, 2000, 0, 0, 0, 0, 0, 0, 0, 1};
+const std::vector<double> kTurnedMatrix = {2, 0.5, 0, 1000, 0.25, -4, 0, 2000, 0, 0, 0, 0, 0, 0, 0, 1};
 
 TEST_F(TiffTransform, FollowsScaleAndTiePointInBothPolicies) {
   for (const XReadPolicy policy : kPolicies) {
@@ -56,14 +52,14 @@ TEST_F(TiffTransform, OfPointsBeginsAtTheOuterCornerInBothPolicies) {
   for (const XReadPolicy policy : kPolicies) {
     const auto scaled = Open(Utm32().Key(1025, 2).Scale({10, 20, 0}).TiePoints({0, 0, 0, 400000, 5000000, 0}), policy);
     EXPECT_THAT(Of(*scaled), ElementsAre(399995, 10, 0, 5000010, 0, -20));
-    const auto turned = Open(Utm32().Key(1025, 2).Matrix(kTurned), policy);
+    const auto turned = Open(Utm32().Key(1025, 2).Matrix(kTurnedMatrix), policy);
     EXPECT_THAT(Of(*turned), ElementsAre(998.75, 2, 0.5, 2001.875, 0.25, -4));
   }
 }
 
 TEST_F(TiffTransform, HasTheRotationOfTheMatrixInBothPolicies) {
   for (const XReadPolicy policy : kPolicies) {
-    const auto band = Open(Utm32().Matrix(kTurned), policy);
+    const auto band = Open(Utm32().Matrix(kTurnedMatrix), policy);
     EXPECT_THAT(Of(*band), ElementsAre(1000, 2, 0.5, 2000, 0.25, -4));
     EXPECT_EQ(1000, band->GetULX());
     EXPECT_EQ(4, band->GetYPixelSize());
@@ -91,7 +87,7 @@ TEST_F(TiffTransform, TakesTheCentreOfAWorldFileHalfAPixelOutInBothPolicies) {
 }
 
 TEST_F(TiffTransform, IsSharedWithFollowers) {
-  const auto band = Open(Utm32().Matrix(kTurned), kReadExact);
+  const auto band = Open(Utm32().Matrix(kTurnedMatrix), kReadExact);
   const ZRMBandGTIFF follower(band.get());
   EXPECT_EQ(Of(*band), Of(follower));
 }
