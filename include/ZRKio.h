@@ -113,6 +113,7 @@
 #include "XTileGrid.h"
 #include "XTileLevelInfo.h"
 #include "XTileSource.h"
+#include "XTileStore.h"
 #include "XWaveletLayers.h"
 #include "XWorldFile.h"
 #include "ZRKVersion.h"
