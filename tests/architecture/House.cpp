@@ -12,7 +12,7 @@ namespace {
 
 // Rooms of one floor do not see each other. Each folder of bands is a room of its own. Writers lie below the formats,
 // whose rows name the writer that saves as them. Tile stores are files and know no bands: the bands over them are
-// formats of their own.
+// formats, each in a folder of its own beneath the stores.
 const std::map<std::string, int> kFloors = {
     {"base", 0},           {"geo", 1},         {"math", 1},     {"codec", 2},
     {"core/failure", 3},   {"core/model", 3},  {"tiles", 3},    {"core/resample", 4},
@@ -73,7 +73,8 @@ std::string WithoutFamilyPrefix(const std::string& stem) {
 }  // namespace
 
 int FloorOf(const std::string& room) {
-  const auto found = kFloors.find(StartsWith(room, "bands/") ? "bands" : room);
+  const bool isFormat = StartsWith(room, "bands/") || StartsWith(room, "tiles/");
+  const auto found = kFloors.find(isFormat ? "bands" : room);
   return found == kFloors.end() ? -1 : found->second;
 }
 
@@ -91,10 +92,10 @@ House::House(const fs::path& root, std::vector<std::string> bandClasses)
 
 std::string House::RoomOf(const std::string& path) const {
   if (StartsWith(path, "tools/")) return "tools";
-  for (const char* const storey : {"src/core/", "src/bands/", "src/"}) {
+  for (const char* const storey : {"src/core/", "src/bands/", "src/tiles/", "src/"}) {
     if (!StartsWith(path, storey)) continue;
     const std::size_t end = path.find('/', std::string_view(storey).size());
-    return end == std::string::npos ? "" : path.substr(4, end - 4);
+    if (end != std::string::npos) return path.substr(4, end - 4);
   }
   const auto header = byPath_.find(path);
   return StartsWith(path, "include/") && header != byPath_.end() ? RoomOfHeader(*header->second) : "";
