@@ -52,6 +52,7 @@ class FaultyDisk : public zrk::Disk {
   int FollowLink(const std::string& path, std::string& target) override {
     return zrk::SystemDisk().FollowLink(path, target);
   }
+  void DropCached(const std::string& path) override { zrk::SystemDisk().DropCached(path); }
   bool AreSame(const std::string& one, const std::string& other) override {
     return zrk::SystemDisk().AreSame(one, other);
   }
