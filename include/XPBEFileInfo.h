@@ -5,6 +5,8 @@
 
 namespace Vexorine::ZRL::IO {
 
+extern template class ZRKIO_API XTileFileInfo<XPBELevelInfo>;
+
 /// The header of an elevation store.
 class ZRKIO_API XPBEFileInfo : public XTileFileInfo<XPBELevelInfo> {
  public:

@@ -5,6 +5,8 @@
 
 namespace Vexorine::ZRL::IO {
 
+extern template class ZRKIO_API XTileFileInfo<XPBILevelInfo>;
+
 /// The header of an image store.
 class ZRKIO_API XPBIFileInfo : public XTileFileInfo<XPBILevelInfo> {
  public:

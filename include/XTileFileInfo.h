@@ -10,9 +10,6 @@
 
 namespace Vexorine::ZRL::IO {
 
-class XPBELevelInfo;
-class XPBILevelInfo;
-
 /// The header of a tile store: what image and elevation stores have in common. It owns its levels, which keep the order
 /// in which they were added. Any number of threads may ask it while none adds.
 ///
@@ -70,8 +67,5 @@ class ZRKIO_API XTileFileInfo {
   std::vector<std::unique_ptr<Level>> owned_;
   std::list<Level*> levels_;  // the same, for callers
 };
-
-extern template class XTileFileInfo<XPBELevelInfo>;
-extern template class XTileFileInfo<XPBILevelInfo>;
 
 }  // namespace Vexorine::ZRL::IO

@@ -127,11 +127,28 @@ void MakeTheRest() {
   CHECK(!store.IsOpen());
 }
 
+/// Tile stores, their infos, which come from a template, and the file beneath them.
+void MakeTileStores() {
+  XPBIFile images(1.0, 18.0);
+  XPBEFile elevations(2.0, 18.0);
+  CHECK(images.AddLevel(0, 256, 256, kDxt1) && elevations.AddLevel(0, 31, 31));
+  CHECK(XPBIFileInfo(*images.GetFileInfo()).GetNumberOfLevel() == 1);
+  CHECK(XPBEFileInfo(*elevations.GetFileInfo()).GetLevelInfoAt(0)->GetNumTiles() == 200);
+  XPBIFileInfo assigned;
+  assigned = *images.GetFileInfo();
+  CHECK(assigned.GetLevelInfo(0) != nullptr && XRSFile3D().GetMaxX() == 0.0);
+  XMMFile file;
+  XMMFile copy = file;
+  copy = file;
+  CHECK(!copy.Seek(0, XMMFile::kBegin) && Vexorine::ZRL::IO::XMMFile().GetLength() == 0);
+}
+
 }  // namespace
 
 int main() {
   MakeBandsOfFiles();
   MakeOtherBands();
   MakeTheRest();
+  MakeTileStores();
   std::printf("all classes are made\n");
 }
