@@ -43,7 +43,7 @@ using MaskF = hn::Mask<Floats>;
 constexpr int kNumPixels = 16;
 constexpr int kMaxRounds = 20;
 constexpr std::size_t kMaxLanes = hn::MaxLanes(Floats());
-static_assert(BlockStrip::kMaxBlocks % (2 * kMaxLanes) == 0);
+static_assert(BlockStrip::kMaxBlocks % kMaxLanes == 0);
 
 struct Vector {
   VF red;
@@ -414,26 +414,35 @@ class Batch {
   int numRounds_;
 };
 
-/// Two batches take turns, so that one works while the other waits for its root.
+/// Batches that take turns, so that one works while others wait for their roots.
+constexpr std::size_t kNumBatches = 4;
+
 template <bool kHasAlpha>
-HWY_INLINE void EncodeTwo(const BlockStrip& strip, std::size_t first, std::uint32_t* words) {
+HWY_INLINE void EncodeInTurns(const BlockStrip& strip, std::size_t first, std::uint32_t* words) {
   const std::size_t lanes = hn::Lanes(Floats());
-  Batch<kHasAlpha> left, right;
-  left.Start(strip, first);
-  right.Start(strip, first + lanes);
-  for (bool isLeft = true, isRight = true; isLeft || isRight;) {
-    if (isLeft) isLeft = left.Round();
-    if (isRight) isRight = right.Round();
+  Batch<kHasAlpha> batches[kNumBatches];
+  bool isMoving[kNumBatches];
+  const std::size_t wanted = (strip.numBlocks - first + lanes - 1) / lanes;
+  const std::size_t count = wanted < kNumBatches ? wanted : kNumBatches;
+  for (std::size_t i = 0; i < count; ++i) {
+    batches[i].Start(strip, first + i * lanes);
+    isMoving[i] = true;
   }
-  left.Finish(words);
-  right.Finish(words + 2 * lanes);
+  for (bool isAnyMoving = true; isAnyMoving;) {
+    isAnyMoving = false;
+    for (std::size_t i = 0; i < count; ++i) {
+      if (isMoving[i]) isMoving[i] = batches[i].Round();
+      isAnyMoving |= isMoving[i];
+    }
+  }
+  for (std::size_t i = 0; i < count; ++i) batches[i].Finish(words + 2 * lanes * i);
 }
 
 template <bool kHasAlpha>
 void EncodeBatches(const BlockStrip& strip, std::uint8_t* blocks) {
   HWY_ALIGN std::uint32_t words[2 * BlockStrip::kMaxBlocks];
-  for (std::size_t first = 0; first < strip.numBlocks; first += 2 * hn::Lanes(Floats())) {
-    EncodeTwo<kHasAlpha>(strip, first, words + 2 * first);
+  for (std::size_t first = 0; first < strip.numBlocks; first += kNumBatches * hn::Lanes(Floats())) {
+    EncodeInTurns<kHasAlpha>(strip, first, words + 2 * first);
   }
   std::memcpy(blocks, words, 8 * strip.numBlocks);
 }
