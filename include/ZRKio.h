@@ -78,6 +78,7 @@
 #include "XROI.h"
 #include "XRSFile.h"
 #include "XRSFile2Tiff.h"
+#include "XRSFile2TXID.h"
 #include "XRSFile2XLD.h"
 #include "XRSFile2ZRM.h"
 #include "XRSFileIO.h"
