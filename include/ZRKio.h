@@ -93,6 +93,7 @@
 #include "XROI.h"
 #include "XRSFile.h"
 #include "XRSFile2Tiff.h"
+#include "XRSFile2TXID.h"
 #include "XRSFile2XLD.h"
 #include "XRSFile2ZRM.h"
 #include "XRSFile3D.h"
