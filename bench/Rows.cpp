@@ -163,6 +163,11 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("write")) AddTiffWriteRows(options, rows);
   if (wants("rpf")) AddRpfRows(options, rows);
   if (wants("dted")) AddDtedRows(options, rows);
+  if (wants("block")) {
+    if (options.photograph.empty()) MakeJpeg(stem + ".jpg", options.side / 2);
+    AddBlockRows(options.photograph.empty() ? stem + ".jpg" : options.photograph, rows);
+  }
+  if (wants("txid")) AddTxidRows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }

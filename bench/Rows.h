@@ -21,7 +21,8 @@ struct BenchOptions {
   int side = 8192;  ///< of the bitmap; the JPEG has half of it
   int numWindows = 1024;
   int rounds = 7;
-  std::string only;  ///< the beginning of the keys of the rows that are wanted
+  std::string photograph;  ///< a picture in colour that blocks are packed of; empty where one is made
+  std::string only;        ///< the beginning of the keys of the rows that are wanted
 };
 
 /// Makes the inputs and answers the rows. Ends the program where readers do not agree on pixels.
@@ -40,3 +41,7 @@ void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddRpfRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about elevation cells.
 void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about blocks for graphics cards, from a picture of at least 256 by 256 pixels in colour.
+void AddBlockRows(const std::string& photograph, std::vector<Row>& rows);
+/// The rows about TXID stores.
+void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -13,10 +13,12 @@
 namespace {
 
 constexpr const char* kUsage =
-    "Usage: zrkio_bench --data=FOLDER [--size=PIXELS] [--windows=N] [--rounds=N] [--only=KEY]\n"
+    "Usage: zrkio_bench --data=FOLDER [--size=PIXELS] [--windows=N] [--rounds=N] [--only=KEY] [--photo=FILE]\n"
     "FOLDER takes the inputs, which are kept; PIXELS (8192) is the side of the bitmap, N windows (1024) of 256 x 256\n"
     "are read at random places, and each figure is the median of N rounds (7). KEY is the beginning of\n"
-    "the keys of the rows that are wanted: bmp, sibling, jpeg, tiff, cache, level, comp, write, rpf, dted.\n"
+    "the keys of the rows that are wanted: bmp, sibling, jpeg, tiff, cache, level, comp, write, rpf, dted, block,\n"
+    "txid.\n"
+    "FILE is a picture in colour that blocks are packed of, in place of one that is made.\n"
     "zrkio_bench --save IN OUT.tif only saves a raster as TIFF, and prints its peak memory in bytes.\n";
 
 /// Numbers below the least that makes sense become it, and so does text that is no number.
@@ -34,6 +36,10 @@ bool TakeArgument(const char* argument, BenchOptions& options) {
   }
   if (std::strncmp(argument, "--only=", 7) == 0) {
     options.only = argument + 7;
+    return true;
+  }
+  if (std::strncmp(argument, "--photo=", 8) == 0) {
+    options.photograph = argument + 8;
     return true;
   }
   return TakeNumber(argument, "--size=", 4 * kWindowSide, options.side) ||

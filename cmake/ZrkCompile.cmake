@@ -26,3 +26,30 @@ if(ZRK_SANITIZE)
   # What the sanitizers put in makes this warning of GCC point at sound code of the standard library.
   target_compile_options(zrk_compile INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
+
+# One compiler run takes all sources of a folder, for builds from nothing: most of a run goes into headers. Names without
+# linkage are therefore used once in a folder. What is compiled with options of its own stays alone, and so does what
+# includes itself for each kind of processor.
+option(ZRK_UNITE "Compile the sources of each folder together" OFF)
+if(ZRK_UNITE)
+  # Here no class is seen from two sources, which is what this warning of GCC is about.
+  target_compile_options(zrk_compile INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
+
+# zrk_unite(TARGET SOURCE...)
+function(zrk_unite target)
+  if(NOT ZRK_UNITE)
+    return()
+  endif()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  foreach(source IN LISTS ARGN)
+    file(STRINGS ${source} alone REGEX "foreach_target" LIMIT_COUNT 1)
+    get_property(options SOURCE ${source} PROPERTY COMPILE_OPTIONS)
+    if(NOT alone AND NOT options)
+      cmake_path(GET source PARENT_PATH folder)
+      cmake_path(RELATIVE_PATH folder BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE group)
+      string(MAKE_C_IDENTIFIER "${group}" group)
+      set_property(SOURCE ${source} PROPERTY UNITY_GROUP ${group})
+    endif()
+  endforeach()
+endfunction()

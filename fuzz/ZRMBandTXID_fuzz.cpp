@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   file.SetReadPolicy(data[size - 1] & 1 ? kReadExact : kReadCompatible);
   XString err;
   if (!XRSFileIO::LoadFileRaster(&file, kFormatTXID, "/fuzz.txi", err, 0, kLevelNone, nullptr)) return 0;
-  for (const int level : {0, 1, 3, 4, 20}) {
+  for (const int level : {0, 1, 3}) {
     for (const bool isAtEnd : {false, true}) {
       for (const int channel : {0, 3}) ReadCorner(*file.GetBandAt(channel), level, isAtEnd);
     }
@@ -28,8 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const int right = band.GetXSize() - 1, bottom = band.GetYSize() - 1;
   tagXArr2* out = nullptr;
   for (const int level : {2, 1, 5, 24, 30}) {
-    const std::int64_t pixels = (std::int64_t{right} >> level) * (std::int64_t{bottom} >> level);
-    if (pixels < 1 << 14) band.ReadSubset(out, level, 0, right, 0, bottom, nullptr);
+    const std::int64_t pixels = ((std::int64_t{right} >> level) + 1) * ((std::int64_t{bottom} >> level) + 1);
+    if (pixels < 1 << 11) band.ReadSubset(out, level, 0, right, 0, bottom, nullptr);
     band.ReadSubset(out, 0, right / 2, right / 2, bottom / 3, bottom / 3, nullptr);
   }
   return 0;

@@ -12,7 +12,12 @@
 /// and any number afterwards. Nothing here throws but `std::bad_alloc`.
 class ZRKIO_API XWorldFile {
  public:
+  XWorldFile();
+  /// As one that has read a file with these numbers, of which there are `count` in the order of the lines.
+  XWorldFile(const double* numbers, int count);
   virtual ~XWorldFile();
+  XWorldFile(const XWorldFile&) = default;
+  XWorldFile& operator=(const XWorldFile&) = default;
 
   /// Whether the file could be opened. Only its first bytes are looked at, as many as six lines can need. A line that
   /// begins with no number counts as 0. A file that can't be opened leaves the object as it was.

@@ -1,12 +1,17 @@
 #pragma once
 
 #include "XDib.h"
+#include "XPaletteReader.h"
 #include "ZRMBandChannels.h"
 
 #include <cstdint>
 
 class XFile;
 class XThread;
+
+namespace zrk {
+class BmpImage;
+}
 
 /// One channel of a Windows bitmap.
 ///
@@ -21,7 +26,7 @@ class XThread;
 /// three channels with the palette applied. Images below 32,000,000 bytes are held in memory, larger ones are mapped;
 /// both ignore the level and always give full resolution. Where a mapping fails rows are read through the file, which
 /// honours the level by taking every 2^level-th pixel.
-class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO> {
+class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO>, public XPaletteReader {
   X_DECLARE_RUNTIME_CLASS
   /// Where the pixels are read from: nowhere yet, memory of the process, the file, or a mapping of the file.
   enum SourceType { kSourceNone = 0, kSourceMemory = 1, kSourceFile = 2, kSourceView = 3 };
@@ -52,8 +57,15 @@ class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO> {
   /// Byte offset of the first row in the file or view; 0 for a copy in memory.
   std::int64_t GetOffset() const;
 
+  /// Shared by the bands of an indexed bitmap.
+  const void* GetPaletteSource() const override;
+  tagXColourMap GetColourMap() const override;
+  std::unique_ptr<ZRMBand> MakeIndexBand() override;
+
  private:
   struct Impl;
   Impl& GetImpl() const;
+  /// That the channels are taken of; null where there is none, and under the compatible policy.
+  const zrk::BmpImage* FindExactImage() const;
   void PlaceAsImage();
 };

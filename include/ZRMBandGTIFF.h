@@ -2,6 +2,7 @@
 
 #include "tagXTiffDirectory.h"
 #include "XJointReader.h"
+#include "XPaletteReader.h"
 #include "ZRMBandFile.h"
 
 #include <vector>
@@ -27,7 +28,7 @@ class XThread;
 /// Each band decodes for itself, a follower too, and bands of one file may be read from many threads at once: each
 /// reading thread uses a decoder of its own. `CleanupMemory` frees the calling thread's result and the decoders'
 /// buffers, and the master's too.
-class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointReader {
+class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointReader, public XPaletteReader {
   X_DECLARE_RUNTIME_CLASS
   /// Null makes a master; with a master this is a follower that shares its file, size and place. Not owned.
   explicit ZRMBandGTIFF(ZRMBandGTIFF* master);
@@ -99,10 +100,15 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   /// The levels that reduced images hold, inside the file or in one of its name with ".ovr" behind it, in order. Exact
   /// reads take levels from these, and those between from the next finer one. Empty for compatible reads.
   std::vector<int> GetOverviewLevels() const;
+  /// A sentence about the file with ".ovr" behind the name where exact reads don't use it: it is older than the image,
+  /// can't be read, or belongs to an image of another size or with other samples. Empty otherwise.
+  XString GetOverviewRefusal() const;
   /// What libtiff last had to warn of or to complain about in this file; empty where it had nothing.
   XString GetLastMessage() const;
 
   /// Places the band by its geokeys, by a world file beside the image, or as plain pixels, whichever is found first.
+  /// `err` is set where the band reads exactly and a world file that would place it can't be used. Then it has no
+  /// place.
   void ReadCoordinateInfo(XString& err);
   /// Reads the coordinate system out of libgeotiff's key handle: coordinate kind 3 with a system, 2 without. 1, or -1
   /// for a null handle.
@@ -115,6 +121,11 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   const void* GetJointSource() const override;
   int ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
                   std::span<tagXArr2*> out) override;
+
+  /// Shared by the bands that show the colours of the first sample.
+  const void* GetPaletteSource() const override;
+  tagXColourMap GetColourMap() const override;
+  std::unique_ptr<ZRMBand> MakeIndexBand() override;
 
  private:
   struct Impl;

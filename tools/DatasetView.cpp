@@ -5,6 +5,7 @@
 
 #include "Dataset.h"
 #include "XJointReader.h"
+#include "XPaletteReader.h"
 #include "XThreadSafeArr.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@
 namespace {
 
 /// Shows another band, pixel for pixel and level for level. Views are read together where their sources can be.
-class BandView : public ZRMBand, public XJointReader {
+class BandView : public ZRMBand, public XJointReader, public XPaletteReader {
  public:
   /// With `isShared` the source is shown by other views too, whose reads must not change what this one has handed out.
   BandView(ZRMBand& source, bool isShared) : source_(source), isShared_(isShared) {
@@ -47,6 +48,20 @@ class BandView : public ZRMBand, public XJointReader {
       sources.push_back(&view->source_);
     }
     return XfnReadBands(sources, x0, x1, y0, y1, cancel, out);
+  }
+
+  /// A palette is shown as the source shows it.
+  const void* GetPaletteSource() const override {
+    const auto* reader = dynamic_cast<const XPaletteReader*>(&source_);
+    return reader ? reader->GetPaletteSource() : nullptr;
+  }
+  tagXColourMap GetColourMap() const override {
+    const auto* reader = dynamic_cast<const XPaletteReader*>(&source_);
+    return reader ? reader->GetColourMap() : tagXColourMap();
+  }
+  std::unique_ptr<ZRMBand> MakeIndexBand() override {
+    auto* const reader = dynamic_cast<XPaletteReader*>(&source_);
+    return reader ? reader->MakeIndexBand() : nullptr;
   }
 
   /// Memory is freed in both places where it may lie.

@@ -123,6 +123,7 @@ void AddRaster(DatasetInfo& info, XRSFile& file, const std::string& path, bool i
   json["width"] = first.GetXSize();
   json["height"] = first.GetYSize();
   json["georeference"] = DescribePlace(first);
+  json["system"] = DescribeSystem(*first.GetSR());
   json["levelFile"] = DescribeLevelFile(file, path);
   info.notes = XfnDescribeFormat(&first, isVerbose);
   AddNotes(json, info.notes);

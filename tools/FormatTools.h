@@ -26,8 +26,8 @@ struct ViewRequest {
 struct FormatTools {
   /// Declares subcommands, as those of commands/Commands.h do.
   void (*addCommands)(CommandLine& program);
-  /// Makes the picture of a file that is no raster. Answers nothing where the file is not of the format. Otherwise it
-  /// answers whether the picture was made, with its shape, or with the reason in `err`.
+  /// Makes the picture of a file that is no raster; null where the format has none. Answers nothing where the file is
+  /// not of the format. Otherwise it answers whether the picture was made, with its shape, or with the reason in `err`.
   std::optional<bool> (*view)(const ViewRequest& request, XThread& thread, PngShape& shape, std::string& err);
 };
 

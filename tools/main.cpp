@@ -61,6 +61,9 @@ int Run(int argc, char** argv) {
   AddViewCommand(program);
   AddLevelsCommand(program);
   AddConvertCommand(program);
+  AddTileCommand(program);
+  AddGridCommand(program);
+  AddVerifyCommand(program);
   for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program);
   AddFormatsCommand(program);
   InstallInterruptHandlers();

@@ -64,4 +64,9 @@ bool VisitDataType(int dataType, Visitor&& visitor) {
   }
 }
 
+/// Whether the code is one of 1 to 8, so that a sample is one number.
+inline bool IsScalar(int dataType) {
+  return VisitDataType(dataType, [](auto) {});
+}
+
 }  // namespace zrk

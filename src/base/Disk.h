@@ -39,6 +39,8 @@ class DiskFile {
   /// Hints that a range is written to the end, so that bringing it to the medium may begin now and `Sync` has less to
   /// wait for.
   virtual void StartSync(std::int64_t, std::int64_t) {}
+  /// Whether this is the file that goes by a name now. A disk that can't tell says no.
+  virtual bool GoesBy(const std::string&) { return false; }
   /// Maps the whole file for reading; null where that fails, as for an empty file.
   virtual std::unique_ptr<DiskMap> Map() = 0;
 };
@@ -76,6 +78,8 @@ class Disk {
   virtual bool IsWritable(const std::string& path) { return Exists(path); }
   /// What is known of a regular file without opening it.
   virtual int GetStatus(const std::string& path, FileStatus& status);
+  /// Hints that nobody needs what the system keeps of a file in memory.
+  virtual void DropCached(const std::string&) {}
   /// How many bytes the folder of `path` has room for.
   virtual int CountFreeBytes(const std::string& path, std::int64_t& bytes);
   /// The names of what lies in a folder, in no order.

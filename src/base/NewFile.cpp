@@ -50,6 +50,10 @@ bool NewFile::BeginOrFill(const XString& path) {
   return Create(IsEmptyFile(target_) ? target_ : target_ + "_tmp");
 }
 
+void NewFile::DropOld() const {
+  CurrentDisk().DropCached(target_);
+}
+
 /// The order is what makes a published file whole: sync, ask what a close would report, rename, sync the folder. The
 /// name is given while the file is still held, so that nobody begins another one under the name that it has before.
 bool NewFile::Publish() {

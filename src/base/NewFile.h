@@ -28,6 +28,9 @@ class NewFile {
   XFile& File() { return file_; }
   bool IsBegun() const { return !unfinished_.empty(); }
 
+  /// Makes the system forget what it keeps in memory of the file that will be replaced, which stays what it is. It does
+  /// so anyway when the new file takes the name, and that takes longer. For any thread.
+  void DropOld() const;
   /// Brings the file to the medium and gives it its name; false where one of that fails, and then the old one stays.
   bool Publish();
   /// Leaves an unfinished file to whoever wants to look at it: under the target's name where that is free, and

@@ -56,6 +56,12 @@ class SystemMap : public DiskMap {
   std::size_t size_;
 };
 
+/// Whether the file goes by the name.
+bool IsNamed(const std::string& path, const struct stat& file) {
+  struct stat named;
+  return ::stat(path.c_str(), &named) == 0 && named.st_dev == file.st_dev && named.st_ino == file.st_ino;
+}
+
 class SystemFile : public DiskFile {
  public:
   explicit SystemFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
@@ -113,6 +119,11 @@ class SystemFile : public DiskFile {
     ::sync_file_range(descriptor_.Number(), offset, count, SYNC_FILE_RANGE_WRITE);
   }
 
+  bool GoesBy(const std::string& path) override {
+    struct stat status;
+    return ::fstat(descriptor_.Number(), &status) == 0 && IsNamed(path, status);
+  }
+
   std::unique_ptr<DiskMap> Map() override {
     const std::int64_t size = Size();
     if (size <= 0) return nullptr;
@@ -161,12 +172,6 @@ bool Empty(const Descriptor& descriptor) {
   struct stat status;
   if (::fstat(descriptor.Number(), &status) != 0) return false;
   return status.st_size == 0 || ::ftruncate(descriptor.Number(), 0) == 0;
-}
-
-/// Whether the file goes by the name.
-bool IsNamed(const std::string& path, const struct stat& file) {
-  struct stat named;
-  return ::stat(path.c_str(), &named) == 0 && named.st_dev == file.st_dev && named.st_ino == file.st_ino;
 }
 
 std::int64_t Nanoseconds(const timespec& time) {
@@ -222,6 +227,11 @@ class SystemDiskImpl : public Disk {
     if (!S_ISREG(found.st_mode)) return EINVAL;
     status = {found.st_size, Nanoseconds(found.st_mtim), Nanoseconds(found.st_ctim)};
     return 0;
+  }
+
+  void DropCached(const std::string& path) override {
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (descriptor.IsOpen()) ::posix_fadvise(descriptor.Number(), 0, 0, POSIX_FADV_DONTNEED);
   }
 
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }

@@ -1,13 +1,23 @@
+// World files as both policies read them. The compatible policy takes what is there: a line that begins with no number
+// is 0, and so is one that is missing. The exact one takes a file whose first six lines are numbers that place an
+// image. It doesn't go on to another name where the first file that is there is not one of these, because it can't know
+// which one was meant.
+
 #include "base/WorldLines.h"
 
+#include "base/Disk.h"
 #include "XFile.h"
 #include "XPath.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <clocale>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -36,11 +46,60 @@ class PlainLocale {
   PlainLocale(const PlainLocale&) = delete;
   PlainLocale& operator=(const PlainLocale&) = delete;
 
-  double Parse(const char* text) const { return locale_ ? ::strtod_l(text, nullptr, locale_) : 0.0; }
+  /// What begins with no number is 0. Text behind the number is passed over.
+  double Parse(const char* text, char** end = nullptr) const {
+    if (end) *end = const_cast<char*>(text);
+    return locale_ ? ::strtod_l(text, end, locale_) : 0.0;
+  }
+  /// Nothing where the line does not begin with a number and a blank. Some programs end lines with a comma.
+  std::optional<double> ParseWhole(std::string line) const {
+    line.erase(line.find_last_not_of(" \t\r") + 1);
+    if (line.ends_with(',')) line.pop_back();
+    char* end = nullptr;
+    const double number = Parse(line.c_str(), &end);
+    const bool isRead = end != line.c_str();
+    const bool isWhole = end == line.c_str() + line.size() || std::isspace(static_cast<unsigned char>(*end));
+    return isRead && isWhole ? std::optional(number) : std::nullopt;
+  }
 
  private:
   locale_t locale_;
 };
+
+/// The first bytes of a file. The result is 0, or the number of the system's error.
+int ReadFirstBytes(const XString& path, std::string& bytes) {
+  std::shared_ptr<DiskFile> file;
+  if (const int error = CurrentDisk().Open(path.AsStdString(), {}, file)) return error;
+  const std::int64_t size = file->Size();
+  if (size < 0) return static_cast<int>(-size);
+  bytes.resize(static_cast<std::size_t>(std::min(size, kMaxBytes)));
+  const std::int64_t got = file->ReadAt(0, bytes.data(), static_cast<std::int64_t>(bytes.size()));
+  if (got < 0) return static_cast<int>(-got);
+  return got == static_cast<std::int64_t>(bytes.size()) ? 0 : EIO;
+}
+
+/// A name that is too long is that of no file.
+bool IsAbsent(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;
+}
+
+/// Takes the lines out of the bytes of a world file. What is wrong with them, or "".
+XString ParseExactly(std::string_view bytes, WorldLines& lines) {
+  const PlainLocale locale;
+  XString wrong;
+  for (double& number : lines.numbers) {
+    if (bytes.empty()) return "has fewer than six lines";
+    const std::optional<double> parsed = locale.ParseWhole(std::string(TakeLine(bytes)));
+    ++lines.count;
+    if (!parsed) {
+      wrong.Format("has no number in line %d", lines.count);
+      return wrong;
+    }
+    number = *parsed;
+  }
+  if (!TransformOf(lines)) wrong = "has numbers that place no image";
+  return wrong;
+}
 
 }  // namespace
 
@@ -69,14 +128,21 @@ std::vector<XString> ListWorldFiles(const XString& path, const char* extension) 
   return paths;
 }
 
-XString FindWorldFile(const XString& path, const char* extension, WorldLines& lines) {
-  for (const XString& name : ListWorldFiles(path, extension)) {
-    const std::optional<WorldLines> found = ReadWorldLines(name);
-    if (!found || !TransformOf(*found)) continue;
-    lines = *found;
-    return name;
+int FindWorldFile(const std::vector<XString>& names, std::optional<WorldLines>& found, XString& err) {
+  for (const XString& name : names) {
+    std::string bytes;
+    const int error = ReadFirstBytes(name, bytes);
+    if (IsAbsent(error)) continue;
+    WorldLines lines;
+    const XString wrong = error ? XString("can't be read: ") + std::strerror(error) : ParseExactly(bytes, lines);
+    if (wrong.IsEmpty()) {
+      found = lines;
+      return 1;
+    }
+    err = "The world file " + XfnGetFileName(name) + " " + wrong;
+    return 0;
   }
-  return {};
+  return 1;
 }
 
 XString GetWorldFileName(const XString& path, const char* extension) {
@@ -108,7 +174,6 @@ std::optional<WorldLines> ReadWorldLines(const XString& path) {
   WorldLines lines;
   for (double& number : lines.numbers) {
     if (rest.empty()) break;
-    // What begins with no number is 0. Text behind the number is passed over.
     number = locale.Parse(std::string(TakeLine(rest)).c_str());
     ++lines.count;
   }

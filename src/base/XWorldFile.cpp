@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <string>
 
@@ -49,17 +50,21 @@ int WriteLines(const XString& path, std::initializer_list<double> numbers, std::
 
 }  // namespace
 
+XWorldFile::XWorldFile() = default;
 XWorldFile::~XWorldFile() = default;
+
+/// The numbers of rotation have no field. Lines that are missing leave theirs unset.
+XWorldFile::XWorldFile(const double* numbers, int count) {
+  double* const fields[] = {&xSize_, nullptr, nullptr, &ySize_, &originX_, &originY_};
+  for (int i = 0; i < std::min(count, static_cast<int>(std::size(fields))); ++i) {
+    if (fields[i]) *fields[i] = numbers[i];
+  }
+}
 
 bool XWorldFile::Read(const XString& path) {
   const std::optional<zrk::WorldLines> lines = zrk::ReadWorldLines(path);
   if (!lines) return false;
-  *this = XWorldFile();
-  // The numbers of rotation have no field. Lines that are missing leave theirs unset.
-  double* const fields[] = {&xSize_, nullptr, nullptr, &ySize_, &originX_, &originY_};
-  for (std::size_t i = 0; i < static_cast<std::size_t>(lines->count); ++i) {
-    if (fields[i]) *fields[i] = lines->numbers[i];
-  }
+  *this = XWorldFile(lines->numbers.data(), lines->count);
   return true;
 }
 

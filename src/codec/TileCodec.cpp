@@ -124,8 +124,8 @@ Bytes Deflate(Bytes bytes, Desk& desk) {
 
 /// Whether the bytes are one frame of today's form. zstd still reads older forms, with decoders that few look after.
 bool IsOneFrame(Bytes bytes) {
-  constexpr std::array<unsigned char, 4> kMark = {0x28, 0xB5, 0x2F, 0xFD};
-  return bytes.size() > kMark.size() && std::ranges::equal(bytes.first(kMark.size()), kMark) &&
+  constexpr std::array<unsigned char, 4> kZstdMark = {0x28, 0xB5, 0x2F, 0xFD};
+  return bytes.size() > kZstdMark.size() && std::ranges::equal(bytes.first(kZstdMark.size()), kZstdMark) &&
          ZSTD_findFrameCompressedSize(bytes.data(), bytes.size()) == bytes.size();
 }
 

@@ -27,7 +27,7 @@ bool IsMapExtension(const XString& upperExt) {
   return HoldsMapProduct(upperExt) && HoldsMapZone(upperExt);
 }
 
-constexpr ExtensionRule kRule = {&IsMapExtension, &HoldsMapProduct};
+constexpr ExtensionRule kMapRule = {&IsMapExtension, &HoldsMapProduct};
 
 bool IsMapFrame(FileHead head) {
   return IsMapExtension(FindProductExtension(head));
@@ -58,7 +58,7 @@ extern const FormatRow kCadrgFormat;
 constinit const FormatRow kCadrgFormat = {
     .format = {kFormatCADRG, "CADRG", "one of gn jn on tp ja tc tl in it, and 1 to 8 or a to h in third place", true,
                true, "ZRMBandCADRG"},
-    .extensionRule = &kRule,
+    .extensionRule = &kMapRule,
     .isContent = &IsMapFrame,
     .mayBeContent = &MayBeFrame,
     .loadRaster = &LoadCadrg};

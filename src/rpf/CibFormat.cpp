@@ -12,7 +12,7 @@ bool IsImageBaseExtension(const XString& upperExt) {
   return upperExt.GetAt(0) == 'I' && (('1' <= resolution && resolution <= '5') || resolution == 'V');
 }
 
-constexpr ExtensionRule kRule = {&IsImageBaseExtension};
+constexpr ExtensionRule kImageBaseRule = {&IsImageBaseExtension};
 
 bool IsImageBaseFrame(FileHead head) {
   return IsImageBaseExtension(FindProductExtension(head));
@@ -28,7 +28,7 @@ int LoadCib(const RasterCall& call) {
 extern const FormatRow kCibFormat;
 constinit const FormatRow kCibFormat = {
     .format = {kFormatCIB, "CIB", "i and one of 1 2 3 4 5 v, whatever follows", true, true, "ZRMBandCIB"},
-    .extensionRule = &kRule,
+    .extensionRule = &kImageBaseRule,
     .isContent = &IsImageBaseFrame,
     .mayBeContent = &MayBeFrame,
     .loadRaster = &LoadCib};

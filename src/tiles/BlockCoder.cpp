@@ -43,7 +43,7 @@ bool HoldsBlocks(std::size_t numBytes, const BlockShape& shape) {
 
 /// Packs from the highest whole row of blocks down. What is left below it is zero.
 void EncodeRows(const PixelPicture& picture, const BlockShape& shape, std::span<std::uint8_t> blocks) {
-  BlockStrip strip;
+  BlockStrip strip{};  // vectors may read what no block has been put into
   std::uint8_t* out = blocks.data();
   for (int y0 = shape.height - 4; y0 >= 0; y0 -= 4) {
     for (int block = 0; block < BlocksAcross(shape); block += static_cast<int>(strip.numBlocks)) {
@@ -53,6 +53,32 @@ void EncodeRows(const PixelPicture& picture, const BlockShape& shape, std::span<
     }
   }
   std::fill(out, blocks.data() + BlockBytes(shape), std::uint8_t{0});
+}
+
+/// A block's pixels as libsquish wants them, and which of them the picture has.
+struct SquishBlock {
+  std::array<std::uint8_t, 64> rgba{};
+  int mask = 0;
+
+  SquishBlock(const std::uint8_t* pixels, const BlockShape& shape, int x0, int y0) {
+    for (int i = 0; i < 16; ++i) {
+      const int x = x0 + i % 4, y = y0 + i / 4;
+      if (x >= shape.width || y >= shape.height) continue;
+      const std::size_t from = PictureBytes({shape.type, shape.width, y}, 4) + static_cast<std::size_t>(x) * 4;
+      std::memcpy(rgba.data() + 4 * i, pixels + from, 4);
+      mask |= 1 << i;
+    }
+  }
+};
+
+/// The bytes of `squish::CompressImage`, which is not called because it starts threads.
+void EncodeBySquish(const std::uint8_t* rgba, const BlockShape& shape, std::uint8_t* out) {
+  for (int y0 = 0; y0 < shape.height; y0 += 4) {
+    for (int x0 = 0; x0 < shape.width; x0 += 4, out += BytesOfBlock(shape.type)) {
+      const SquishBlock block(rgba, shape, x0, y0);
+      squish::CompressMasked(block.rgba.data(), block.mask, out, shape.type);
+    }
+  }
 }
 
 /// One run of blocks, decoded into rows of its own.
@@ -148,7 +174,7 @@ bool EncodeBlocks(std::span<const std::uint8_t> pixels, _XPIXELFORMAT format, co
     return true;
   }
   if (format != kPixelRgba) return false;
-  squish::CompressImage(pixels.data(), shape.width, shape.height, blocks.data(), shape.type);
+  EncodeBySquish(pixels.data(), shape, blocks.data());
   return true;
 }
 

@@ -26,4 +26,7 @@ struct BlockRun {
 /// behind the one above it.
 void DecodeRun(const BlockRun& run, std::uint8_t* first, std::ptrdiff_t rowBytes);
 
+/// The same pixel by pixel. Slow, and there so that the other can be held against it.
+void DecodeRunPlainly(const BlockRun& run, std::uint8_t* first, std::ptrdiff_t rowBytes);
+
 }  // namespace zrk

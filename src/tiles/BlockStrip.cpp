@@ -62,16 +62,17 @@ PixelLayout LayoutOf(_XPIXELFORMAT format) {
 
 void BlockStrip::Take(const PixelPicture& picture, int x0, int y0) {
   const std::size_t count = std::min<std::size_t>(static_cast<std::size_t>(picture.width - x0), 4 * kMaxBlocks);
-  hasAlpha = picture.layout.alpha >= 0;
+  hasTransparent = false;
   numBlocks = (count + 3) / 4;
   for (std::size_t row = 0; row < 4; ++row) {
     const std::size_t first =
         (static_cast<std::size_t>(y0) + row) * static_cast<std::size_t>(picture.width) + static_cast<std::size_t>(x0);
     SplitRow(picture.pixels + first * static_cast<std::size_t>(picture.layout.bytes), picture.layout, count, row,
              *this);
-    for (Plane* plane : {&red, &green, &blue, &alpha}) {
-      if (plane != &alpha || hasAlpha) FillLastBlock((*plane)[row].data(), count);
-    }
+    for (Plane* plane : {&red, &green, &blue}) FillLastBlock((*plane)[row].data(), count);
+    if (picture.layout.alpha < 0) continue;
+    FillLastBlock(alpha[row].data(), count);
+    hasTransparent |= std::memchr(alpha[row].data(), 0, count) != nullptr;
   }
 }
 

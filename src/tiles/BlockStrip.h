@@ -37,8 +37,8 @@ struct BlockStrip {
   alignas(64) Plane red;
   alignas(64) Plane green;
   alignas(64) Plane blue;
-  alignas(64) Plane alpha;  ///< without meaning where `hasAlpha` is not set
-  bool hasAlpha;            ///< whether a pixel may be transparent
+  alignas(64) Plane alpha;  ///< 0 for transparent pixels; without meaning where there are none
+  bool hasTransparent;      ///< whether a pixel of one of the blocks may be transparent
   std::size_t numBlocks;
 
   /// Takes up to `kMaxBlocks` blocks from column `x0` on, whose lowest row is `y0`. Columns at and behind the picture's

@@ -45,7 +45,7 @@ Pixels TakePixels(const BlockStrip& strip, std::size_t block) {
     for (std::size_t column = 0; column < 4; ++column) {
       const std::size_t x = 4 * block + column;
       pixels[4 * row + 3 - column] = {strip.red[row][x], strip.green[row][x], strip.blue[row][x],
-                                      !strip.hasAlpha || strip.alpha[row][x] != 0};
+                                      !strip.hasTransparent || strip.alpha[row][x] != 0};
     }
   }
   return pixels;

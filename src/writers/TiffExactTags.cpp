@@ -65,8 +65,18 @@ bool HasRole(const TiffJob& job, int band, XColourRole role) {
   return band < job.numBands && job.dataset->GetBandAt(band)->GetColourRole() == role;
 }
 
+/// A map has an entry for each value that a sample can have. Those that the image had none for are black.
+bool SetColours(TIFF* tiff, const TiffJob& job) {
+  const std::size_t numEntries = std::size_t{1} << (8 * job.SampleBytes());
+  tagXColourMap map = *job.colours;
+  for (auto* const each : {&map.red, &map.green, &map.blue}) each->resize(numEntries);
+  return TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_PALETTE) &&
+         TIFFSetField(tiff, TIFFTAG_COLORMAP, map.red.data(), map.green.data(), map.blue.data());
+}
+
 /// The bands that the photometric tag speaks of come first; alpha is one of the others.
 bool SetRoles(TIFF* tiff, const TiffJob& job) {
+  if (job.colours) return SetColours(tiff, job);
   const bool isColour =
       job.IsColour() || (HasRole(job, 0, kRoleRed) && HasRole(job, 1, kRoleGreen) && HasRole(job, 2, kRoleBlue));
   const int numColours = isColour ? 3 : 1;
@@ -127,8 +137,10 @@ class ItemList {
     Add(name, band, MakeNumber(value));
     last_.append_attribute("role") = role;
   }
-  void SetDomain(const XString& domain) {
-    if (!domain.IsEmpty()) last_.append_attribute("domain") = domain.GetText();
+  void Add(const tagXMetadataItem& item) {
+    Add(item.name, item.band, item.value);
+    if (!item.role.IsEmpty()) last_.append_attribute("role") = item.role.GetText();
+    if (!item.domain.IsEmpty()) last_.append_attribute("domain") = item.domain.GetText();
   }
   bool Write(TIFF* tiff) const {
     if (!list_.first_child()) return true;
@@ -148,8 +160,7 @@ bool SetTexts(TIFF* tiff, const TiffJob& job) {
   for (const tagXMetadataItem& item : job.dataset->GetMetadata()) {
     const ttag_t tag = item.band < 0 && item.domain.IsEmpty() ? FindTextTag(item.name) : 0;
     if (tag && TIFFSetField(tiff, tag, item.value.GetText())) continue;
-    items.Add(item.name, item.band, item.value);
-    items.SetDomain(item.domain);
+    items.Add(item);
   }
   for (int i = 0; i < job.numBands; ++i) {
     const ZRMBand& band = *job.dataset->GetBandAt(i);
@@ -184,10 +195,11 @@ bool SetExactGeoTags(TIFF* tiff, const TiffJob& job) {
   const ZRMBand& first = *job.FirstBand();
   XString wkt;
   const bool hasSystem = !first.GetSR()->IsEmpty() && first.GetSR()->exportToWkt(wkt) && !wkt.IsEmpty();
-  if (!hasSystem && first.GetCoordinateKind() != kCoordinateWorld) return false;
+  const bool hasPlace = first.GetCoordinateKind() == kCoordinateWorld;
+  if (!hasSystem && !hasPlace) return false;
   double transform[6];
   job.GetTransform(transform);
-  SetTransform(tiff, transform);
+  if (hasPlace) SetTransform(tiff, transform);
   const GeoKeys keys(GTIFNew(tiff));
   if (!keys) return false;
   if (hasSystem) XfnGTIFSetFromOGISDefn(keys.get(), wkt);

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "base/Window.h"
+#include "XPaletteReader.h"
 #include "XString.h"
 
 #include <cstdint>
+#include <memory>
 
 class XRSFile;
 class ZRMBand;
@@ -21,6 +23,7 @@ struct TiffJob {
   Window window = {0, -1, 0, -1};  ///< without pixels while none is given
   double worldLeft = 0.0;          ///< the upper left corner of the window
   double worldTop = 0.0;
+  std::shared_ptr<const tagXColourMap> colours;  ///< where the one band has numbers of its entries
 
   void SetDataset(XRSFile& file);
   /// `first` is the dataset's first band.

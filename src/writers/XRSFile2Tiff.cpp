@@ -12,6 +12,7 @@
 #include "base/Failure.h"
 #include "base/Fence.h"
 #include "base/ThreadResult.h"
+#include "writers/IndexedDataset.h"
 #include "writers/NewTiff.h"
 #include "writers/Sharpening.h"
 #include "writers/TiffJob.h"
@@ -26,12 +27,14 @@ using zrk::FailWith;
 using zrk::TiffPixels;
 
 struct XRSFile2Tiff::State {
-  zrk::TiffJob dataset;  ///< what was recorded of the dataset, without a window
-  zrk::TiffJob job;      ///< of the save under way
+  zrk::TiffJob dataset;         ///< what was recorded of the dataset, without a window
+  zrk::TiffJob job;             ///< of the save under way
+  zrk::IndexedDataset indexed;  ///< what is written in place of a dataset of one palette
   std::unique_ptr<zrk::NewTiff> tiff;
   bool wasStopped = false;
 
   int Save(const XString& path, const zrk::Window& window, bool isSharpened, XString& err, XThread* thread);
+  bool TakePalette(XString& err);
   bool IsPossible(const zrk::Window& window, XString& err);
   bool Open(const XString& path);
   bool SetTags(XString& err);
@@ -47,8 +50,8 @@ int XRSFile2Tiff::State::Save(const XString& path, const zrk::Window& window, bo
   const bool isSaved = zrk::Fenced(err, [&] {
     job = dataset;
     job.path = path;
-    return IsPossible(window, err) && Open(path) && SetTags(err) && WritePixels(isSharpened, err, thread) &&
-           (tiff->Publish() || FailWith(err, zrk::kWriteFailed));
+    return TakePalette(err) && IsPossible(window, err) && Open(path) && SetTags(err) &&
+           WritePixels(isSharpened, err, thread) && (tiff->Publish() || FailWith(err, zrk::kWriteFailed));
   });
   tiff.reset();
   // The last three characters are the extension, whatever they are. A path that ends in "tfw" has no world file, which
@@ -57,6 +60,17 @@ int XRSFile2Tiff::State::Save(const XString& path, const zrk::Window& window, bo
   const XString worldFile = path.Left(path.GetLength() - kExtension) + "tfw";
   if (isSaved && !(worldFile == path)) WriteWorldFile(worldFile);
   return zrk::TellResult(thread, isSaved, wasStopped, err);
+}
+
+/// Exact saves keep a palette where all its colours are written: they write the numbers of the entries instead.
+bool XRSFile2Tiff::State::TakePalette(XString& err) {
+  indexed = {};
+  if (!dataset.dataset || dataset.dataset->GetReadPolicy() != kReadExact) return true;
+  if (!zrk::MakeIndexedDataset(*dataset.dataset, indexed, err)) return false;
+  if (!indexed.file) return true;
+  job.SetDataset(*indexed.file);
+  job.colours = indexed.colours;
+  return true;
 }
 
 /// The checks go in the order of the work, so that a caller hears of the first thing that would have gone wrong. A

@@ -27,7 +27,7 @@ struct Line {
   int number = 0;
 };
 
-struct Place {
+struct PassagePlace {
   const std::string* file;
   std::size_t firstLine;  ///< among those that count
   int number;
@@ -102,7 +102,7 @@ class Passages {
     for (std::size_t i = 0; i + numLines_ <= lines.size(); ++i) {
       const std::string run = Join(lines, i);
       if (run.empty()) continue;
-      const auto [seen, isNew] = places_.try_emplace(run, Place{&kept, i, lines[i].number});
+      const auto [seen, isNew] = places_.try_emplace(run, PassagePlace{&kept, i, lines[i].number});
       const bool overlaps = seen->second.file == &kept && i < seen->second.firstLine + numLines_;
       if (isNew || overlaps || i < told) continue;
       sentences_.push_back(kept + ":" + std::to_string(lines[i].number) + " repeats " + *seen->second.file + ":" +
@@ -126,7 +126,7 @@ class Passages {
 
   std::size_t numLines_;
   std::set<std::string> files_;
-  std::map<std::string, Place> places_;
+  std::map<std::string, PassagePlace> places_;
   std::vector<std::string> sentences_;
 };
 

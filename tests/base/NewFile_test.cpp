@@ -56,6 +56,16 @@ TEST_F(NewFileTest, HasItsNameOnceItIsPublished) {
   EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
+TEST_F(NewFileTest, LeavesTheOldOneAsItIsWhenThatIsDropped) {
+  zrk::NewFile file;
+  ASSERT_TRUE(file.Begin(Path()));
+  file.DropOld();
+  EXPECT_THAT(Names(), ElementsAre("a_tmp"));
+  folder_.Write("a", kOld);
+  file.DropOld();
+  EXPECT_EQ(kOld, TextOf("a"));
+}
+
 TEST_F(NewFileTest, GoesAwayWhereItIsNotPublished) {
   folder_.Write("a", kOld);
   {

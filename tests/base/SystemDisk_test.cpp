@@ -224,6 +224,20 @@ TEST_F(SystemDisk, ADiskMayKnowOfNoFolders) {
   EXPECT_EQ(ENOTSUP, plain.ResolveLinks(folder_.Path(), resolved));
 }
 
+TEST_F(SystemDisk, FilesGoByAllTheirNamesUntilOthersTakeThem) {
+  folder_.Write("a.bin", "0123");
+  const auto file = Open(kToRead);
+  std::filesystem::create_hard_link(path_, folder_.Path("b.bin"));
+  std::filesystem::create_symlink("a.bin", folder_.Path("c.bin"));
+  for (const std::string name : {"a.bin", "b.bin", "c.bin"}) EXPECT_TRUE(file->GoesBy(folder_.Path(name))) << name;
+  folder_.Write("d.bin", "0123");
+  std::filesystem::rename(folder_.Path("d.bin"), path_);
+  EXPECT_FALSE(file->GoesBy(path_));
+  EXPECT_FALSE(file->GoesBy(folder_.Path("c.bin")));
+  EXPECT_FALSE(file->GoesBy(folder_.Path("none.bin")));
+  EXPECT_TRUE(file->GoesBy(folder_.Path("b.bin")));
+}
+
 TEST(ScopedDisk, StandsInTheDisksPlaceForItsLifetime) {
   EXPECT_EQ(&zrk::SystemDisk(), &zrk::CurrentDisk());
   FaultyDisk outer, inner;

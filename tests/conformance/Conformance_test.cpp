@@ -1,3 +1,4 @@
+#include "SampleName.h"
 #include "Samples.h"
 #include "XFormatTable.h"
 #include "XRSFileIO.h"
@@ -13,10 +14,6 @@
 #include <vector>
 
 namespace {
-
-std::string NameOf(const testing::TestParamInfo<Sample>& sample) {
-  return sample.param.name;
-}
 
 class Conformance : public testing::TestWithParam<Sample> {
  protected:
@@ -159,7 +156,7 @@ TEST_P(Conformance, GivesWindowsTheirOwnShape) {
 
 TEST_P(Conformance, CutsWindowsOutOfTheWhole) {
   for (int i = 0; i < image_.GetNumBands(); ++i) {
-    const Pixels whole = ReadPixels(image_.Band(i), 0, WholeOf(image_.Band(i)));
+    const Pixels whole = ReadPixels(image_.Band(i), 0, WholeWindowOf(image_.Band(i)));
     for (const Window& window : WindowsOf(image_.Band(i))) {
       EXPECT_EQ(CutOut(whole, window, 0), ReadPixels(image_.Band(i), 0, window)) << window;
     }
@@ -168,7 +165,7 @@ TEST_P(Conformance, CutsWindowsOutOfTheWhole) {
 
 TEST_P(Conformance, StitchesToTheWhole) {
   ZRMBand& band = image_.Band(image_.GetNumBands() - 1);
-  const Pixels whole = ReadPixels(band, 0, WholeOf(band));
+  const Pixels whole = ReadPixels(band, 0, WholeWindowOf(band));
   const int xStep = std::max(band.GetXSize() / 3, 1);
   const int yStep = std::max(band.GetYSize() / 4, 1);
   for (int y = 0; y < band.GetYSize(); y += yStep) {
@@ -181,7 +178,7 @@ TEST_P(Conformance, StitchesToTheWhole) {
 
 TEST_P(Conformance, AnswersEveryLevelAsItsRuleSays) {
   ZRMBand& band = image_.Band(0);
-  const Pixels whole = ReadPixels(band, 0, WholeOf(band));
+  const Pixels whole = ReadPixels(band, 0, WholeWindowOf(band));
   for (int level = 1; level <= 13; ++level) {
     for (const Window& window : WindowsOf(band)) {
       EXPECT_EQ(ExpectedAt(GetParam(), band.GetLevel(), whole, window, level), ReadPixels(band, level, window))

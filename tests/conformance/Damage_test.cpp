@@ -38,7 +38,7 @@ class Damage : public testing::TestWithParam<Sample> {
 
   static int ReadSomeOf(ZRMBand& band) {
     int numReads = 0;
-    const Window whole = WholeOf(band);
+    const Window whole = WholeWindowOf(band);
     const Window corner{0, std::min(whole.x1, 99), 0, std::min(whole.y1, 99)};
     const Window opposite{std::max(whole.x1 - 99, 0), whole.x1, std::max(whole.y1 - 99, 0), whole.y1};
     for (const Window& window : {corner, opposite}) {

@@ -68,7 +68,7 @@ ReadOutcome ReadAll(const Sample& sample, const std::string& path) {
   outcome.isOpen = XRSFileIO::LoadFileRaster(&file, sample.formatId, path, outcome.err, 1, kLevelNone, nullptr) != 0;
   for (int i = 0; outcome.isOpen && i < file.GetNumOfBands(); ++i) {
     for (const int level : {0, 1})
-      outcome.pixels.push_back(ReadPixels(*file.GetBandAt(i), level, WholeOf(*file.GetBandAt(i))));
+      outcome.pixels.push_back(ReadPixels(*file.GetBandAt(i), level, WholeWindowOf(*file.GetBandAt(i))));
   }
   return outcome;
 }

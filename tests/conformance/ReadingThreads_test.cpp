@@ -43,14 +43,14 @@ class Image {
   std::vector<std::unique_ptr<Band>> followers_;
 };
 
-/// Window `i` of a series that overlaps itself.
-struct Window {
-  Window(int i, int width, int height)
+/// SeriesWindow `i` of a series that overlaps itself.
+struct SeriesWindow {
+  SeriesWindow(int i, int width, int height)
       : x0(i * 7 % (width / 2)), x1(x0 + width / 2 - 1), y0(i * 5 % (height / 2)), y1(y0 + height / 2 - 1) {}
   int x0, x1, y0, y1;
 };
 
-constexpr int kNumThreads = 8;
+constexpr int kNumReaders = 8;
 constexpr int kNumWindows = 12;
 
 template <class Band>
@@ -58,18 +58,18 @@ void ExpectSameBytesFromThreads(Image<Band>& image, Image<Band>& reference, int 
   const int width = image.GetMaster().GetXSize(), height = image.GetMaster().GetYSize();
   std::vector<std::vector<unsigned char>> expected;
   for (int i = 0; i < kNumWindows; ++i) {
-    const Window w(i, width, height);
+    const SeriesWindow w(i, width, height);
     for (int c = 0; c < image.GetNumChannels(); ++c)
       expected.push_back(reference.Read(c, level, w.x0, w.x1, w.y0, w.y1));
     ASSERT_FALSE(expected.back().empty());
   }
   std::atomic<int> numDifferent = 0;
   std::vector<std::thread> threads;
-  for (int t = 0; t < kNumThreads; ++t) {
+  for (int t = 0; t < kNumReaders; ++t) {
     threads.emplace_back([&, t] {
       for (int k = 0; k < 3 * kNumWindows; ++k) {
         const int i = (k + t) % kNumWindows;
-        const Window w(i, width, height);
+        const SeriesWindow w(i, width, height);
         for (int c = 0; c < image.GetNumChannels(); ++c) {
           const auto bytes = image.Read(c, level, w.x0, w.x1, w.y0, w.y1);
           if (bytes != expected[static_cast<std::size_t>(i * image.GetNumChannels() + c)]) ++numDifferent;
@@ -96,7 +96,7 @@ TEST(ReadingThreads, ReadAMappedBitmapAlike) {
   ASSERT_EQ(ZRMBandBMP::kSourceView, image.GetMaster().GetSourceType());
   std::atomic<int> numDifferent = 0;
   std::vector<std::thread> threads;
-  for (int t = 0; t < kNumThreads; ++t) {
+  for (int t = 0; t < kNumReaders; ++t) {
     threads.emplace_back([&, t] {
       for (int k = 0; k < 20; ++k) {
         const int x = (k * 191 + t * 37) % 3900, y = (k * 97 + t * 11) % 2600;

@@ -16,7 +16,7 @@ namespace {
 
 /// What stands in the file for each data type: complex samples are written as plain numbers of their size, and GDAL
 /// knows none of 128 bits.
-int GdalTypeOf(int dataType) {
+int StoredTypeOf(int dataType) {
   constexpr int kGdalTypes[] = {0, 1, 1, 2, 3, 4, 5, 6, 7, 0, 0, 0, 4, 0, 12, 12, 0};
   return kGdalTypes[dataType];
 }
@@ -50,7 +50,7 @@ void ExpectPlace(const StoredImage& image, XRSFile& source, SystemCheck check) {
 }  // namespace
 
 std::string SaveAll(XRSFile& file, const std::string& path) {
-  const Window whole = WholeOf(*file.GetBandAt(0));
+  const Window whole = WholeWindowOf(*file.GetBandAt(0));
   XString err;
   if (XRSFileIO::SaveFileTiff(&file, path, whole.x0, whole.x1, whole.y0, whole.y1, err, nullptr)) return "";
   return err.IsEmpty() ? "refused without a word" : err.AsStdString();
@@ -60,7 +60,7 @@ std::vector<WrittenBand> ReadBands(XRSFile& file) {
   std::vector<WrittenBand> bands;
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
     ZRMBand& band = *file.GetBandAt(i);
-    bands.push_back({GdalTypeOf(band.GetDataType()), ReadPixels(band, 0, WholeOf(band)).bytes});
+    bands.push_back({StoredTypeOf(band.GetDataType()), ReadPixels(band, 0, WholeWindowOf(band)).bytes});
   }
   return bands;
 }
@@ -70,7 +70,7 @@ void ExpectGdalReads(const std::string& path, const std::vector<WrittenBand>& ba
   const StoredImage image = ReadStoredWithGdal(path);
   ASSERT_TRUE(image.isOpen);
   for (const std::string& complaint : image.complaints) ADD_FAILURE() << complaint;
-  const Window whole = WholeOf(*source.GetBandAt(0));
+  const Window whole = WholeWindowOf(*source.GetBandAt(0));
   EXPECT_EQ(whole.Width(), image.width);
   EXPECT_EQ(whole.Height(), image.height);
   ASSERT_EQ(bands.size(), image.planes.size());

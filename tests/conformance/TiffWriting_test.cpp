@@ -1,5 +1,6 @@
 #include "ForeignFiles.h"
 #include "LevelDataset.h"
+#include "SampleName.h"
 #include "Samples.h"
 #include "SavedTiff.h"
 #include "TempFolder.h"
@@ -25,10 +26,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string NameOf(const testing::TestParamInfo<Sample>& sample) {
-  return sample.param.name;
-}
 
 class SavedSamples : public testing::TestWithParam<Sample> {
  protected:
@@ -59,7 +56,7 @@ TEST_P(SavedSamples, ComeOutOfTheFileAsTheyWentIn) {
   ASSERT_TRUE(XRSFileIO::LoadFileTIF(&file, path_, err, 0, kLevelNone, nullptr)) << err.AsStdString();
   ASSERT_EQ(image_.GetNumBands(), file.GetNumOfBands());
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
-    const Window whole = WholeOf(image_.Band(i));
+    const Window whole = WholeWindowOf(image_.Band(i));
     EXPECT_TRUE(ReadPixels(image_.Band(i), 0, whole) == ReadPixels(*file.GetBandAt(i), 0, whole)) << i;
   }
 }

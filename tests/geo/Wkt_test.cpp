@@ -1,16 +1,11 @@
 #include "geo/Wkt.h"
+#include "Repeat.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
 namespace {
-
-std::string Repeat(const char* text, int count) {
-  std::string all;
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
 
 TEST(Wkt, IsBoundedInLength) {
   EXPECT_TRUE(zrk::IsPlausibleWkt(std::string(1 << 20, 'x')));

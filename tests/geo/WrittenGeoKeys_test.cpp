@@ -5,6 +5,7 @@
 
 #include "bands/tiff/TiffPlace.h"
 #include "GeoTiffFile.h"
+#include "Repeat.h"
 #include "TempFolder.h"
 #include "XSpatialReference.h"
 
@@ -171,12 +172,6 @@ constexpr const char* kPreferences[][2] = {{"GTIFF_SRS_SOURCE", "GEOKEYS"},  {"G
                                            {"GDAL_TIFF_ENDIANNESS", "BIG"},  {"GDAL_PAM_ENABLED", "YES"},
                                            {"OSR_WKT_FORMAT", "WKT2"},       {"OSR_WKT_FORMAT", "none"},
                                            {"OSR_STRIP_TOWGS84", "NO"},      {"CPL_DEBUG", "ON"}};
-
-std::string Repeat(const char* text, int count) {
-  std::string all;
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
 
 std::string LocalWithName(std::size_t length) {
   return "LOCAL_CS[\"" + std::string(length, 'n') + "\",UNIT[\"metre\",1]]";

@@ -5,6 +5,7 @@
 
 #include "bands/tiff/TiffPlace.h"
 #include "GeoTiffFile.h"
+#include "Repeat.h"
 #include "TempFolder.h"
 #include "XSpatialReference.h"
 
@@ -44,7 +45,7 @@ std::string WktOf(const GeoTiffFile& file) {
 }
 
 /// The text that OGR itself has for a code.
-std::string WktOfCode(int code) {
+std::string WktOfEpsg(int code) {
   OGRSpatialReference system;
   system.importFromEPSG(code);
   char* text = nullptr;
@@ -52,10 +53,6 @@ std::string WktOfCode(int code) {
   const std::string wkt = text;
   CPLFree(text);
   return wkt;
-}
-
-GeoTiffFile Utm32() {
-  return GeoTiffFile().Key(kModel, kModelProjected).Key(kProjected, 32632);
 }
 
 /// A transverse Mercator projection of one's own, about 9 degrees east.
@@ -79,7 +76,7 @@ TEST(XGeoKeys, OfANullHandleAreEmpty) {
 
 TEST(XGeoKeys, NameProjectedSystemsByCode) {
   for (const int code : {32632, 27700, 2154, 3857, 26718}) {
-    EXPECT_EQ(WktOfCode(code), WktOf(GeoTiffFile().Key(kModel, kModelProjected).Key(kProjected, code)));
+    EXPECT_EQ(WktOfEpsg(code), WktOf(GeoTiffFile().Key(kModel, kModelProjected).Key(kProjected, code)));
   }
 }
 
@@ -132,7 +129,7 @@ TEST(XGeoKeys, KnowGeocentricSystems) {
 }
 
 TEST(XGeoKeys, WithHeightsAreACompoundSystemSinceGeoTiff11) {
-  EXPECT_EQ(WktOfCode(32632), WktOf(Utm32().Key(kVertical, 5773)));
+  EXPECT_EQ(WktOfEpsg(32632), WktOf(Utm32().Key(kVertical, 5773)));
   const std::string compound = WktOf(Utm32().Version(1, 1, 1).Key(kVertical, 5773));
   EXPECT_THAT(compound, HasSubstr("COMPD_CS["));
   EXPECT_THAT(compound, HasSubstr("VERT_CS[\"EGM96 height\""));
@@ -168,12 +165,6 @@ TEST(XGeoKeys, OfAFileWithoutAnyAreEmpty) {
   EXPECT_EQ("", WktOf(GeoTiffFile()));
 }
 
-std::string Repeat(const char* text, int count) {
-  std::string all;
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
-
 /// A citation that holds the text of a geographic system, with so many brackets within brackets at its end.
 std::string EsriText(const std::string& before, int depth) {
   return before +
@@ -195,7 +186,7 @@ TEST(XGeoKeys, WithATextThatNestsTooDeepAreEmpty) {
 }
 
 TEST(XGeoKeys, DoWithoutTextsThatAreTooLong) {
-  EXPECT_EQ(WktOfCode(32632), WktOf(Utm32().Key(kCitation, std::string(40000, 'x'))));
+  EXPECT_EQ(WktOfEpsg(32632), WktOf(Utm32().Key(kCitation, std::string(40000, 'x'))));
 }
 
 TEST(XGeoKeys, HaveTextsThatEndAtAZero) {
@@ -210,12 +201,12 @@ TEST(XGeoKeys, MayShareTheirTexts) {
   GeoTiffFile file = Utm32().Key(kCitation, std::string(15999, 'x'));
   for (int id = kUnitsOfAzimuth; id < kUnitsOfAzimuth + 2; ++id) file.RawKey(id, 34737, 16000, 0);
   for (const int id : {kGeographicCitation, kProjectedCitation, kVerticalCitation}) file.RawKey(id, 34737, 16000, 0);
-  EXPECT_EQ(WktOfCode(32632), WktOf(file));
+  EXPECT_EQ(WktOfEpsg(32632), WktOf(file));
 }
 
 TEST(XGeoKeys, DoWithoutValuesOfOtherCountsThanTheyHave) {
   const std::vector<double> many(200, 1.0);
-  EXPECT_EQ(WktOfCode(32632), WktOf(Utm32().Key(kSemiMajor, many)));
+  EXPECT_EQ(WktOfEpsg(32632), WktOf(Utm32().Key(kSemiMajor, many)));
   // Two words that lie behind the directory's own, which are taken for no code.
   std::vector<std::uint16_t> words = {1, 1, 0, 2, 1024, 0, 1, 1, 3072, 34735, 2, 12, 32632, 32632};
   EXPECT_EQ("", WktOf(GeoTiffFile().Directory(words)));
@@ -265,7 +256,7 @@ TEST(XGeoKeys, MeanTheSameWhateverTheEnvironmentPrefers) {
 }
 
 TEST(XGeoKeysThreads, AreReadByManyAtOnce) {
-  const std::string expected = WktOfCode(32632);
+  const std::string expected = WktOfEpsg(32632);
   std::atomic<int> numWrong = 0;
   std::vector<std::thread> threads;
   for (int t = 0; t < 8; ++t) {

@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr std::int16_t kGuard = 0x5A5A;
+constexpr std::int16_t kGuardHeight = 0x5A5A;
 
 /// By the definition, word by word.
-int Expected(int word) {
+int HeightOf(int word) {
   if (word < 32768) return word;
   const int magnitude = word - 32768;
   return magnitude >= 16000 ? 0 : -magnitude;
@@ -41,7 +41,7 @@ TEST(Heights, ComeOutOfEveryWordAsByDefinition) {
   zrk::TransposeHeights(columns.data(), 512, 256, 256, rows.data(), 256);
   for (int word = 0; word < 65536; ++word) {
     const int column = word / 256, row = 255 - word % 256;
-    ASSERT_EQ(Expected(word), rows[static_cast<std::size_t>(256 * row + column)]) << word;
+    ASSERT_EQ(HeightOf(word), rows[static_cast<std::size_t>(256 * row + column)]) << word;
   }
 }
 
@@ -69,12 +69,12 @@ TEST(Heights, EqualTheirScalarTwinsAtEverySizeAndTouchNothingElse) {
       const std::int64_t columnBytes = 2 * numPoints + 12, rowSamples = numColumns + 3;
       std::vector<unsigned char> columns(static_cast<std::size_t>(numColumns * columnBytes - 12));
       for (unsigned char& byte : columns) byte = static_cast<unsigned char>(random());
-      std::vector<std::int16_t> rows(static_cast<std::size_t>(numPoints * rowSamples), kGuard), twin = rows;
+      std::vector<std::int16_t> rows(static_cast<std::size_t>(numPoints * rowSamples), kGuardHeight), twin = rows;
       zrk::TransposeHeights(columns.data(), columnBytes, numColumns, numPoints, rows.data(), rowSamples);
       zrk::TransposeHeightsSingly(columns.data(), columnBytes, numColumns, numPoints, twin.data(), rowSamples);
       ASSERT_EQ(twin, rows) << numColumns << " x " << numPoints;
       for (int row = 0; row < numPoints; ++row) {
-        ASSERT_EQ(kGuard, rows[static_cast<std::size_t>(row * rowSamples + numColumns)]);
+        ASSERT_EQ(kGuardHeight, rows[static_cast<std::size_t>(row * rowSamples + numColumns)]);
       }
     }
   }

@@ -11,6 +11,7 @@ class FaultyFile : public zrk::DiskFile {
 
   std::int64_t ReadAt(std::int64_t offset, void* buffer, std::int64_t count) override {
     const int readsBefore = disk_.reads_.count;
+    disk_.bytesRead_ += count;
     const int error = disk_.NextError(&disk_.reads_);
     if (disk_.FallsShort()) return file_->ReadAt(offset, buffer, count / 2);
     if (!error) return file_->ReadAt(offset, buffer, count);
@@ -46,6 +47,7 @@ class FaultyFile : public zrk::DiskFile {
     return error ? error : file_->CheckClose();
   }
   void StartSync(std::int64_t offset, std::int64_t count) override { file_->StartSync(offset, count); }
+  bool GoesBy(const std::string& path) override { return disk_.tellsNames_ && file_->GoesBy(path); }
   std::unique_ptr<zrk::DiskMap> Map() override { return disk_.NextError(&disk_.maps_) ? nullptr : file_->Map(); }
 
  private:

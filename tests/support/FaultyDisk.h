@@ -31,6 +31,10 @@ class FaultyDisk : public zrk::Disk {
   void SetFreeBytes(std::int64_t bytes) { freeBytes_ = bytes; }
 
   int GetReadCount() const { return reads_.count; }
+  /// Bytes that reads were asked for.
+  std::int64_t GetBytesRead() const { return bytesRead_; }
+  /// Whether open files can tell the names that they go by; they can unless told otherwise.
+  void SetNames(bool canTell) { tellsNames_ = canTell; }
   int GetOpenCount() const { return opens_.count; }
 
   int Open(const std::string& path, const zrk::DiskOpen& how, std::shared_ptr<zrk::DiskFile>& file) override;
@@ -48,6 +52,7 @@ class FaultyDisk : public zrk::Disk {
   int FollowLink(const std::string& path, std::string& target) override {
     return zrk::SystemDisk().FollowLink(path, target);
   }
+  void DropCached(const std::string& path) override { zrk::SystemDisk().DropCached(path); }
   bool AreSame(const std::string& one, const std::string& other) override {
     return zrk::SystemDisk().AreSame(one, other);
   }
@@ -80,5 +85,7 @@ class FaultyDisk : public zrk::Disk {
   std::atomic<DiskFault> fault_ = DiskFault::kError;
   Calls reads_, writes_, maps_, opens_, syncs_, closes_, setSizes_, renames_;
   std::atomic<std::int64_t> shortBy_ = 0;
+  std::atomic<std::int64_t> bytesRead_ = 0;
+  std::atomic<bool> tellsNames_ = true;
   std::atomic<std::int64_t> freeBytes_ = kAsItIs;
 };

@@ -38,7 +38,7 @@ void ForeignImage::ExpectOwnWay(const std::vector<unsigned char>&) {
 
 Pixels ForeignImage::Read(int channel) {
   ZRMBand& band = *file_.GetBandAt(channel);
-  return ReadPixels(band, 0, WholeOf(band));
+  return ReadPixels(band, 0, WholeWindowOf(band));
 }
 
 void ForeignImage::ExpectAsGdal(const std::string& path, int tolerance) {

@@ -1,4 +1,5 @@
 #include "Oracle.h"
+#include "GdalDataset.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,15 +14,10 @@
 
 namespace {
 
-struct CloseDataset {
-  void operator()(GDALDatasetH dataset) const { GDALClose(dataset); }
-};
-using Dataset = std::unique_ptr<void, CloseDataset>;
-
-Dataset Open(const std::string& path) {
+GdalDataset Open(const std::string& path) {
   GDALAllRegister();
   const char* const drivers[] = {"BMP", "JPEG", "GTiff", "NITF", "DTED", "HDF4", "HDF4Image", nullptr};
-  return Dataset(GDALOpenEx(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, nullptr));
+  return GdalDataset(GDALOpenEx(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, nullptr));
 }
 
 /// GDAL gives bilevel images a table of two colours where they have none.
@@ -41,12 +37,12 @@ std::vector<unsigned char> ReadBand(GDALRasterBandH band) {
 }
 
 /// A copy in memory with one channel a band, so that nothing is written beside the file.
-Dataset Expand(GDALDatasetH dataset) {
+GdalDataset Expand(GDALDatasetH dataset) {
   const bool isIndexed = GetPalette(GDALGetRasterBand(dataset, 1)) != nullptr;
   const char* const indexed[] = {"-of", "MEM", "-expand", "rgb", nullptr};
   const char* const direct[] = {"-of", "MEM", nullptr};
   auto* const options = GDALTranslateOptionsNew(const_cast<char**>(isIndexed ? indexed : direct), nullptr);
-  Dataset expanded(GDALTranslate("", dataset, options, nullptr));
+  GdalDataset expanded(GDALTranslate("", dataset, options, nullptr));
   GDALTranslateOptionsFree(options);
   return expanded;
 }
@@ -107,8 +103,8 @@ void NoteComplaint(CPLErr severity, CPLErrorNum, const char* message) {
 OracleImage ReadWithGdal(const std::string& path) {
   CPLPushErrorHandler(CPLQuietErrorHandler);
   OracleImage image;
-  const Dataset dataset = Open(path);
-  const Dataset expanded = dataset ? Expand(dataset.get()) : nullptr;
+  const GdalDataset dataset = Open(path);
+  const GdalDataset expanded = dataset ? Expand(dataset.get()) : nullptr;
   if (expanded) {
     image.isOpen = true;
     image.width = GDALGetRasterXSize(expanded.get());
@@ -128,7 +124,7 @@ OracleImage ReadWithGdal(const std::string& path) {
 StoredImage ReadStoredWithGdal(const std::string& path) {
   StoredImage image;
   CPLPushErrorHandlerEx(&NoteComplaint, &image.complaints);
-  if (const Dataset dataset = Open(path)) {
+  if (const GdalDataset dataset = Open(path)) {
     image.isOpen = true;
     image.width = GDALGetRasterXSize(dataset.get());
     image.height = GDALGetRasterYSize(dataset.get());

@@ -44,7 +44,7 @@ Pixels ReadPixels(ZRMBand& band, int level, const Window& window) {
   return {out->xSize, out->ySize, {out->data, out->data + numBytes}, out->elementSize};
 }
 
-Window WholeOf(const ZRMBand& band) {
+Window WholeWindowOf(const ZRMBand& band) {
   return {0, band.GetXSize() - 1, 0, band.GetYSize() - 1};
 }
 

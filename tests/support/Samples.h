@@ -81,7 +81,7 @@ struct Pixels {
 };
 
 Pixels ReadPixels(ZRMBand& band, int level, const Window& window);
-Window WholeOf(const ZRMBand& band);
+Window WholeWindowOf(const ZRMBand& band);
 
 /// A sample opened through the router.
 class OpenSample {

@@ -1,9 +1,9 @@
+#include "AnyJson.h"
 #include "GeoTiffFile.h"
 #include "Program.h"
 #include "Wgs84.h"
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include <gdal.h>
 #include <gdal_frmts.h>
@@ -12,7 +12,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
-using Json = nlohmann::json;
 
 /// A file of one byte a pixel as GDAL writes it, with the corners of its image as control points in a system.
 void WriteWithControlPoints(const std::string& path, int epsg, std::array<std::pair<double, double>, 4> corners) {
@@ -37,7 +36,7 @@ void WriteWithControlPoints(const std::string& path, int epsg, std::array<std::p
 
 class ZrkioBounds : public Zrkio {
  protected:
-  static Json Bounds(const std::string& path) { return Json::parse(Run({"bounds", "--json", path}).out)[0]; }
+  static AnyJson Bounds(const std::string& path) { return AnyJson::parse(Run({"bounds", "--json", path}).out)[0]; }
   /// Places in UTM zone 32 north, the first of them on its central meridian at the equator.
   static GeoTiffFile OfTiePoints(int count) {
     std::vector<double> points = {0,      0,     0, 500000, 0, 0, 9,      0,       0, 600000, 7000, 0, 9,      9,  0,
@@ -57,7 +56,7 @@ class ZrkioBounds : public Zrkio {
 };
 
 TEST_F(ZrkioBounds, AnswersTiePointsInLongitudeAndLatitude) {
-  const Json json = Bounds(Write("a.tif", OfTiePoints(5).Key(3072, 32632).Build()));
+  const AnyJson json = Bounds(Write("a.tif", OfTiePoints(5).Key(3072, 32632).Build()));
   EXPECT_EQ("tiePoints", json["source"]);
   EXPECT_TRUE(json["corners"].is_null());
   ASSERT_EQ(4u, json["lonLat"].size());
@@ -75,7 +74,7 @@ TEST_F(ZrkioBounds, AnswersControlPointsThatGdalWrote) {
   const std::string path = folder_.Path("a.tif");
   WriteWithControlPoints(path, 3857,
                          {{{0, 111325.1}, {20037508.342789244, 111325.1}, {10018754.171394622, 0}, {0, 0}}});
-  const Json json = Bounds(path);
+  const AnyJson json = Bounds(path);
   EXPECT_EQ("tiePoints", json["source"]);
   const std::vector<double> longitudes = {0, 180, 90, 0};
   for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(longitudes[i], json["lonLat"][i][0], 1e-9);
@@ -94,9 +93,9 @@ TEST_F(ZrkioBounds, ShowsAsManyTiePointsAsThereAre) {
 
 TEST_F(ZrkioBounds, TiePointsInNoKnownSystemAreTheFilesOwn) {
   const std::string path = Write("a.tif", OfTiePoints(2).Build());
-  const Json json = Bounds(path);
+  const AnyJson json = Bounds(path);
   EXPECT_EQ("tiePoints", json["source"]);
-  EXPECT_EQ(Json::parse("[[500000, 0], [600000, 7000]]"), json["corners"]);
+  EXPECT_EQ(AnyJson::parse("[[500000, 0], [600000, 7000]]"), json["corners"]);
   EXPECT_TRUE(json["lonLat"].is_null());
   EXPECT_THAT(Run({"bounds", path}).out, HasSubstr("  system      unknown\n  point 1     500000, 0\n"));
 }
@@ -104,16 +103,16 @@ TEST_F(ZrkioBounds, TiePointsInNoKnownSystemAreTheFilesOwn) {
 TEST_F(ZrkioBounds, SmallNumbersInNoKnownSystemAreNotTakenForDegrees) {
   const std::string path =
       Write("a.tif", GeoTiffFile().Size(9, 9).TiePoints({0, 0, 0, 10, 20, 0, 9, 0, 0, 14, 20, 0}).Key(1024, 1).Build());
-  const Json json = Bounds(path);
-  EXPECT_EQ(Json::parse("[[10, 20], [14, 20]]"), json["corners"]);
+  const AnyJson json = Bounds(path);
+  EXPECT_EQ(AnyJson::parse("[[10, 20], [14, 20]]"), json["corners"]);
   EXPECT_TRUE(json["lonLat"].is_null());
 }
 
 TEST_F(ZrkioBounds, AnswersTheCornersOfTheDatasetWhereTheFileListsNone) {
   const std::string path = Write("a.tif", OfScale().Build());
-  const Json json = Bounds(path);
+  const AnyJson json = Bounds(path);
   EXPECT_EQ("dataset", json["source"]);
-  EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"), json["corners"]);
+  EXPECT_EQ(AnyJson::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"), json["corners"]);
   EXPECT_NEAR(9.0, json["lonLat"][3][0], 1e-9);
   EXPECT_NEAR(0.0, json["lonLat"][3][1], 1e-9);
   EXPECT_EQ(32632, json["system"]["epsg"]);
@@ -125,7 +124,7 @@ TEST_F(ZrkioBounds, AnswersTheCornersOfTheDatasetWhereTheFileListsNone) {
 TEST_F(ZrkioBounds, AnswersForNativeRastersToo) {
   const std::string path = Write("a.tif", OfScale().Build()), native = folder_.Path("b.zrm");
   ASSERT_EQ(0, Run({"convert", path, native}).exitStatus);
-  Json expected = Bounds(path);
+  AnyJson expected = Bounds(path);
   expected["file"] = native;
   EXPECT_EQ(expected, Bounds(native));
 }
@@ -133,8 +132,9 @@ TEST_F(ZrkioBounds, AnswersForNativeRastersToo) {
 TEST_F(ZrkioBounds, AWorldFileGivesCornersInAnUnknownSystem) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(10, 20).Build());
   folder_.Write("a.bmw", "0.5\n0\n0\n-0.25\n100\n200\n");
-  const Json json = Bounds(path);
-  EXPECT_EQ(Json::parse("[[99.75, 200.125], [104.75, 200.125], [104.75, 195.125], [99.75, 195.125]]"), json["corners"]);
+  const AnyJson json = Bounds(path);
+  EXPECT_EQ(AnyJson::parse("[[99.75, 200.125], [104.75, 200.125], [104.75, 195.125], [99.75, 195.125]]"),
+            json["corners"]);
   EXPECT_TRUE(json["lonLat"].is_null());
   EXPECT_TRUE(json["system"].is_null());
   EXPECT_THAT(Run({"bounds", path}).out, HasSubstr("  lower left  99.75, 195.125\n  system      unknown\n"));
@@ -145,7 +145,7 @@ TEST_F(ZrkioBounds, AFileWithoutPlaceSaysSoAndIsNoFailure) {
   const ProgramResult result = Run({"bounds", path});
   EXPECT_EQ(0, result.exitStatus);
   EXPECT_THAT(result.out, HasSubstr("  place       none, pixel coordinates only\n"));
-  EXPECT_EQ((Json{{"file", path}, {"source", "dataset"}, {"corners", {}}, {"lonLat", {}}, {"system", {}}}),
+  EXPECT_EQ((AnyJson{{"file", path}, {"source", "dataset"}, {"corners", {}}, {"lonLat", {}}, {"system", {}}}),
             Bounds(path));
 }
 
@@ -161,8 +161,8 @@ TEST_F(ZrkioBounds, GoesOnAfterFilesThatFail) {
   const ProgramResult result = Run({"bounds", "--json", none, bad, good});
   EXPECT_EQ(1, result.exitStatus);
   EXPECT_EQ(0u, result.err.find("zrkio: " + none + ": no such file\nzrkio: " + bad + ": "));
-  const Json json = Json::parse(result.out);
-  EXPECT_EQ((Json{{"file", none}, {"error", "no such file"}}), json[0]);
+  const AnyJson json = AnyJson::parse(result.out);
+  EXPECT_EQ((AnyJson{{"file", none}, {"error", "no such file"}}), json[0]);
   EXPECT_TRUE(json[1].contains("error"));
   EXPECT_EQ("dataset", json[2]["source"]);
 }

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "AnyJson.h"
 #include "Program.h"
-
-#include <nlohmann/json.hpp>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr int kNumKills = 8, kKillSize = 1000;
@@ -12,14 +11,13 @@ inline constexpr int kNumKills = 50, kKillSize = 2000;
 
 using Bytes = std::vector<unsigned char>;
 using Names = std::set<std::string>;
-using Json = nlohmann::json;
 
 /// Runs conversions and looks at what they leave behind.
 class ZrkioConversion : public Zrkio {
  protected:
   std::string WriteImage() { return Write("a.bmp", BmpBuilder().Size(600, 500).Build()); }
-  static Json Describe(const std::string& path) { return Json::parse(Run({"info", "--json", path}).out)[0]; }
-  static Json Channel(const std::string& path) { return Describe(path)["channels"][0]; }
+  static AnyJson Describe(const std::string& path) { return AnyJson::parse(Run({"info", "--json", path}).out)[0]; }
+  static AnyJson Channel(const std::string& path) { return Describe(path)["channels"][0]; }
   static Bytes Samples(const std::string& path, const std::string& band, const std::string& level = "0") {
     const ProgramResult result = Run({"read", path, "--band", band, "--level", level, "-o", "-"});
     return Bytes(result.out.begin(), result.out.end());

@@ -3,6 +3,7 @@
 #include "ConvertProgram.h"
 #include "GeoTiffFile.h"
 
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -47,11 +48,21 @@ TEST_F(ZrkioConvertTiffPlace, TheWorldFileOfTheImageIsNotReplacedByWayOfALink) {
   EXPECT_TRUE(std::filesystem::is_symlink(folder_.Path("out.tfw")));
 }
 
-TEST_F(ZrkioConvertTiffPlace, AFileOfTheNameThatPlacesNothingIsNoHindranceAndStays) {
+TEST_F(ZrkioConvertTiffPlace, AWorldFileThatPlacesNothingFailsTheConversionAndStays) {
   const std::string path = WriteTiff("x.tiff");
   folder_.Write("x.tfw", "nan\n");
-  EXPECT_EQ(0, Run({"convert", path, folder_.Path("x.tif")}).exitStatus);
-  EXPECT_EQ((Names{"x.tfw", "x.tif", "x.tiff"}), ListFiles());
+  EXPECT_EQ(Failure(path, "The world file x.tfw has fewer than six lines"),
+            Refuse({"convert", path, folder_.Path("x.tif")}));
+  EXPECT_EQ((Names{"x.tfw", "x.tiff"}), ListFiles());
+}
+
+TEST_F(ZrkioConvertTiffPlace, ASystemWithoutAPlaceIsToldAndKept) {
+  const std::string path = Write("x.tif", GeoTiffFile().Key(1024, 1).Key(3072, 32632).Build());
+  EXPECT_THAT(Run({"info", path}).out, testing::HasSubstr("  system      WGS 84 / UTM zone 32N"));
+  ASSERT_EQ(0, Run({"convert", path, Out()}).exitStatus);
+  EXPECT_EQ((Names{"out.tif", "x.tif"}), ListFiles());
+  EXPECT_TRUE(Describe(Out())["georeference"].is_null());
+  EXPECT_EQ(32632, Describe(Out())["system"]["epsg"]);
 }
 
 TEST_F(ZrkioConvertTiffPlace, AWorldFileOfAnotherFormatIsNoHindrance) {

@@ -76,10 +76,25 @@ TEST_F(ZrkioConvertTiff, WritesFullResolutionAlsoWhereThereIsALevelFile) {
   ExpectSameSamples(path);
 }
 
+TEST_F(ZrkioConvertTiff, KeepsAPaletteWhereAllItsColoursAreWrittenInOrder) {
+  const std::string path = Write("a.bmp", BmpBuilder().Size(40, 30).Bits(8).Build());
+  const auto photometric = [&](const std::vector<std::string>& more) {
+    std::vector<std::string> arguments = {"convert", path, Out()};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    EXPECT_EQ(0, Run(arguments).exitStatus);
+    return Describe(Out())["blocks"]["photometric"].get<int>();
+  };
+  EXPECT_EQ(3, photometric({}));
+  ExpectSameSamples(path);
+  EXPECT_EQ(3, photometric({"--bands", "1,2,3"}));
+  EXPECT_EQ(2, photometric({"--bands", "3,2,1"}));
+  EXPECT_EQ(1, photometric({"--bands", "1"}));
+}
+
 TEST_F(ZrkioConvertTiff, WritesTheBandsAskedForInTheirOrder) {
   const std::string path = WriteImage();
   ASSERT_EQ(0, Run({"convert", "--bands", "3,2,1", path, Out()}).exitStatus);
-  const Json blocks = Describe(Out())["blocks"];
+  const AnyJson blocks = Describe(Out())["blocks"];
   EXPECT_EQ("pixel", blocks["planar"]);
   EXPECT_EQ(2, blocks["photometric"]);
   for (const auto& [to, from] : {std::pair{"1", "3"}, {"2", "2"}, {"3", "1"}}) {
@@ -98,7 +113,7 @@ TEST_F(ZrkioConvertTiff, WritesABandAsOftenAsItIsAskedFor) {
 TEST_F(ZrkioConvertTiff, OneBandMakesAGreyImage) {
   const std::string path = WriteImage();
   ASSERT_EQ(0, Run({"convert", path, Out(), "--bands", "2"}).exitStatus);
-  const Json image = Describe(Out());
+  const AnyJson image = Describe(Out());
   EXPECT_EQ(1u, image["channels"].size());
   EXPECT_EQ(1, image["blocks"]["photometric"]);
   EXPECT_EQ(Samples(path, "2"), Samples(Out(), "1"));
@@ -123,8 +138,8 @@ TEST_F(ZrkioConvertTiff, AWindowHasItsOwnPlace) {
     std::vector<std::string> arguments = {"convert", path, Out(), "--window", "5,9,2,3"};
     if (hasBands) arguments.insert(arguments.end(), {"--bands", "1,1"});
     ASSERT_EQ(0, Run(arguments).exitStatus);
-    const Json place = Describe(Out())["georeference"];
-    EXPECT_EQ(Json::parse("[[500500, 800], [501000, 800], [501000, 600], [500500, 600]]"), place["corners"]);
+    const AnyJson place = Describe(Out())["georeference"];
+    EXPECT_EQ(AnyJson::parse("[[500500, 800], [501000, 800], [501000, 600], [500500, 600]]"), place["corners"]);
     EXPECT_EQ(32632, place["system"]["epsg"]);
     EXPECT_EQ(
         "                100.0000000000\n"
@@ -144,8 +159,8 @@ TEST_F(ZrkioConvertTiff, APlaceInNoKnownSystemStandsInAWorldFile) {
     const std::string out = folder_.Path(name);
     ASSERT_EQ(0, Run({"convert", path, out, "--window", "10,19,20,27"}).exitStatus);
     EXPECT_EQ((Names{"a.bmp", "a.bmw", name, "out.tfw"}), ListFiles());
-    const Json place = Describe(out)["georeference"];
-    EXPECT_EQ(Json::parse("[[104.75, 195.125], [109.75, 195.125], [109.75, 193.125], [104.75, 193.125]]"),
+    const AnyJson place = Describe(out)["georeference"];
+    EXPECT_EQ(AnyJson::parse("[[104.75, 195.125], [109.75, 195.125], [109.75, 193.125], [104.75, 193.125]]"),
               place["corners"])
         << name;
     EXPECT_TRUE(place["system"].is_null());

@@ -119,6 +119,8 @@ TEST(Hillshade, FindsItsStepsFromTheBandAndThePicture) {
   band.GetSR()->SetWellKnownGeogCS("WGS84");
   band.SetPixelSize(0.01, 0.02);
   band.SetUpperLeft(10.0, 50.0);
+  EXPECT_FALSE(FindGroundSteps(band, WholeOf(band), 100, 50).areDegrees) << "without a place";
+  band.SetCoordinateKind(kCoordinateWorld);
   const GroundSteps degrees = FindGroundSteps(band, WholeOf(band), 100, 50);
   EXPECT_TRUE(degrees.areDegrees);
   EXPECT_DOUBLE_EQ(0.02, degrees.x);

@@ -1,25 +1,24 @@
+#include "AnyJson.h"
 #include "GeoTiffFile.h"
 #include "Program.h"
 #include "TiffBuilder.h"
 #include "Wgs84.h"
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
-using Json = nlohmann::json;
 
 class ZrkioInfoTiff : public Zrkio {
  protected:
   std::string WriteTiff(const std::vector<unsigned char>& bytes) { return Write("a.tif", bytes); }
-  Json Describe(const std::vector<unsigned char>& bytes) {
-    return Json::parse(Run({"info", "--json", WriteTiff(bytes)}).out)[0];
+  AnyJson Describe(const std::vector<unsigned char>& bytes) {
+    return AnyJson::parse(Run({"info", "--json", WriteTiff(bytes)}).out)[0];
   }
-  Json DescribeVerbosely(const std::vector<unsigned char>& bytes) {
-    return Json::parse(Run({"info", "--json", "--verbose", WriteTiff(bytes)}).out)[0];
+  AnyJson DescribeVerbosely(const std::vector<unsigned char>& bytes) {
+    return AnyJson::parse(Run({"info", "--json", "--verbose", WriteTiff(bytes)}).out)[0];
   }
   std::string Print(const std::vector<unsigned char>& bytes) { return Run({"info", WriteTiff(bytes)}).out; }
   /// UTM zone 32 north, from the equator on its central meridian to the north and to the east.
@@ -35,8 +34,8 @@ class ZrkioInfoTiff : public Zrkio {
 };
 
 TEST_F(ZrkioInfoTiff, TellsFourCornersInTheWorldAndOnWgs84) {
-  const Json place = Describe(OnTheEquator().Build())["georeference"];
-  EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"), place["corners"]);
+  const AnyJson place = Describe(OnTheEquator().Build())["georeference"];
+  EXPECT_EQ(AnyJson::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"), place["corners"]);
   EXPECT_EQ(32632, place["system"]["epsg"]);
   ASSERT_EQ(4u, place["lonLat"].size());
   for (std::size_t i = 0; i < 4; ++i) {
@@ -64,8 +63,8 @@ TEST_F(ZrkioInfoTiff, DegreesOnWgs84AreTheirOwnLongitudeAndLatitude) {
                          .Key(1025, 1)
                          .Key(2048, 4326)
                          .Build();
-  const Json place = Describe(bytes)["georeference"];
-  EXPECT_EQ(Json::parse("[[-10.25, -50.0], [-8.25, -50.0], [-8.25, -51.0], [-10.25, -51.0]]"), place["corners"]);
+  const AnyJson place = Describe(bytes)["georeference"];
+  EXPECT_EQ(AnyJson::parse("[[-10.25, -50.0], [-8.25, -50.0], [-8.25, -51.0], [-10.25, -51.0]]"), place["corners"]);
   EXPECT_EQ(place["corners"], place["lonLat"]);
   EXPECT_THAT(Print(bytes), HasSubstr("  upper left  -10.25, -50 (10.2500000 W, 50.0000000 S)\n"));
 }
@@ -90,7 +89,7 @@ TEST_F(ZrkioInfoTiff, ASystemWithoutANameIsKnownAllTheSame) {
 
 TEST_F(ZrkioInfoTiff, ACornerThatIsNowhereOnEarthHasNoLongitudeAndLatitude) {
   const auto bytes = OnTheEquator(1e9).Build();
-  const Json lonLat = Describe(bytes)["georeference"]["lonLat"];
+  const AnyJson lonLat = Describe(bytes)["georeference"]["lonLat"];
   EXPECT_TRUE(lonLat[1].is_null());
   EXPECT_NEAR(9.0, lonLat[3][0], 1e-9);
   EXPECT_THAT(Print(bytes), HasSubstr("  upper right 2.00005e+10, 1e+10\n"));
@@ -99,8 +98,8 @@ TEST_F(ZrkioInfoTiff, ACornerThatIsNowhereOnEarthHasNoLongitudeAndLatitude) {
 TEST_F(ZrkioInfoTiff, WithoutASystemThereIsNoLongitudeAndLatitude) {
   folder_.Write("a.tfw", "0.5\n0\n0\n-0.25\n100\n200\n");
   const auto bytes = GeoTiffFile().Size(10, 20).Build();
-  const Json place = Describe(bytes)["georeference"];
-  EXPECT_EQ(Json::parse("[[99.75, 200.125], [104.75, 200.125], [104.75, 195.125], [99.75, 195.125]]"),
+  const AnyJson place = Describe(bytes)["georeference"];
+  EXPECT_EQ(AnyJson::parse("[[99.75, 200.125], [104.75, 200.125], [104.75, 195.125], [99.75, 195.125]]"),
             place["corners"]);
   EXPECT_TRUE(place["lonLat"].is_null());
   EXPECT_THAT(Print(bytes), HasSubstr("  lower right 104.75, 195.125\n"));
@@ -108,9 +107,9 @@ TEST_F(ZrkioInfoTiff, WithoutASystemThereIsNoLongitudeAndLatitude) {
 
 /// The tie point holds the end of row 9, from which the rows before it go south.
 TEST_F(ZrkioInfoTiff, RowsThatGoNorthHaveTheirLowerCornersThere) {
-  const Json place = Describe(OnTheEquator().Scale({100, -100, 0}).Build())["georeference"];
-  EXPECT_EQ(Json::parse("[[500000, -1000], [502000, -1000], [502000, 0], [500000, 0]]"), place["corners"]);
-  EXPECT_EQ(Json::parse("[100, -100]"), place["pixelSize"]);
+  const AnyJson place = Describe(OnTheEquator().Scale({100, -100, 0}).Build())["georeference"];
+  EXPECT_EQ(AnyJson::parse("[[500000, -1000], [502000, -1000], [502000, 0], [500000, 0]]"), place["corners"]);
+  EXPECT_EQ(AnyJson::parse("[100, -100]"), place["pixelSize"]);
   EXPECT_EQ(-1000, place["south"]);
   EXPECT_EQ(0, place["north"]);
 }
@@ -119,9 +118,9 @@ TEST_F(ZrkioInfoTiff, RowsOfAMatrixGoWhereItSays) {
   const auto cornersOf = [this](const std::vector<double>& matrix) {
     return Describe(OnTheEquator().Scale({}).TiePoints({}).Matrix(matrix).Build())["georeference"]["corners"];
   };
-  EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"),
+  EXPECT_EQ(AnyJson::parse("[[500000, 1000], [502000, 1000], [502000, 0], [500000, 0]]"),
             cornersOf({100, 0, 0, 500000, 0, -100, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 1}));
-  EXPECT_EQ(Json::parse("[[500000, 1000], [502000, 1000], [502000, 2000], [500000, 2000]]"),
+  EXPECT_EQ(AnyJson::parse("[[500000, 1000], [502000, 1000], [502000, 2000], [500000, 2000]]"),
             cornersOf({100, 0, 0, 500000, 0, 100, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 1}));
 }
 
@@ -131,10 +130,10 @@ TEST_F(ZrkioInfoTiff, ATurnedImageIsToldWithItsTransform) {
                          .TiePoints({})
                          .Matrix({0, 100, 0, 500000, 100, 0, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 1})
                          .Build();
-  const Json place = Describe(bytes)["georeference"];
+  const AnyJson place = Describe(bytes)["georeference"];
   // 20 columns go north and 10 rows go east.
-  EXPECT_EQ(Json::parse("[[500000, 1000], [500000, 3000], [501000, 3000], [501000, 1000]]"), place["corners"]);
-  EXPECT_EQ(Json::parse("[500000, 0, 100, 1000, 100, 0]"), place["transform"]);
+  EXPECT_EQ(AnyJson::parse("[[500000, 1000], [500000, 3000], [501000, 3000], [501000, 1000]]"), place["corners"]);
+  EXPECT_EQ(AnyJson::parse("[500000, 0, 100, 1000, 100, 0]"), place["transform"]);
   EXPECT_EQ(501000, place["east"]);
   EXPECT_EQ(3000, place["north"]);
   EXPECT_THAT(Print(bytes), HasSubstr("  turned      x = 500000 +0 column +100 row\n"));
@@ -148,7 +147,7 @@ TEST_F(ZrkioInfoTiff, AFileWithoutPlaceSaysSo) {
 
 TEST_F(ZrkioInfoTiff, TellsTilesAndTheirCompression) {
   const auto bytes = TiffBuilder().Size(70, 50).Tiles(32, 16).Samples(3).Photometric(2).Compression(5).Encode();
-  EXPECT_EQ(Json::parse(R"({"kind": "tile", "width": 32, "height": 16, "planar": "pixel",
+  EXPECT_EQ(AnyJson::parse(R"({"kind": "tile", "width": 32, "height": 16, "planar": "pixel",
                             "compression": {"number": 5, "name": "LZW"}, "bitsPerSample": 8, "samplesPerPixel": 3,
                             "photometric": 2})"),
             Describe(bytes)["blocks"]);
@@ -157,7 +156,7 @@ TEST_F(ZrkioInfoTiff, TellsTilesAndTheirCompression) {
 
 TEST_F(ZrkioInfoTiff, TellsStripsPlanesAndOddBits) {
   const auto bytes = TiffBuilder().Size(70, 50).Strips(16).Samples(2).Planar().Bits(12).Build();
-  EXPECT_EQ(Json::parse(R"({"kind": "strip", "width": 70, "height": 16, "planar": "plane",
+  EXPECT_EQ(AnyJson::parse(R"({"kind": "strip", "width": 70, "height": 16, "planar": "plane",
                             "compression": {"number": 1, "name": "none"}, "bitsPerSample": 12, "samplesPerPixel": 2,
                             "photometric": 1})"),
             Describe(bytes)["blocks"]);
@@ -172,7 +171,7 @@ TEST_F(ZrkioInfoTiff, OneSampleAPixelHasNoOrderOfPlanes) {
 
 TEST_F(ZrkioInfoTiff, OtherFormatsHaveNoBlocks) {
   const std::string path = Write("a.bmp", BmpBuilder().Build());
-  const Json json = Json::parse(Run({"info", "--json", "--verbose", path}).out)[0];
+  const AnyJson json = AnyJson::parse(Run({"info", "--json", "--verbose", path}).out)[0];
   for (const char* field : {"blocks", "directories", "message"}) EXPECT_FALSE(json.contains(field)) << field;
 }
 
@@ -181,14 +180,15 @@ TEST_F(ZrkioInfoTiff, ListsFurtherDirectoriesIfAsked) {
   const auto mask = TiffBuilder().Size(70, 50).Bits(1).Compression(60000).Tag(254, 4, {6});
   const auto bytes = TiffBuilder().Size(70, 50).Next(reduced).Next(mask).Build();
   EXPECT_FALSE(Describe(bytes).contains("directories"));
-  EXPECT_EQ(Json::parse(R"([{"width": 35, "height": 25, "kinds": ["reduced"], "samplesPerPixel": 3, "bitsPerSample": 8,
+  EXPECT_EQ(
+      AnyJson::parse(R"([{"width": 35, "height": 25, "kinds": ["reduced"], "samplesPerPixel": 3, "bitsPerSample": 8,
                              "blocks": {"kind": "tile", "width": 16, "height": 32,
                                         "compression": {"number": 1, "name": "none"}}},
                             {"width": 70, "height": 50, "kinds": ["page", "mask"], "samplesPerPixel": 1,
                              "bitsPerSample": 1,
                              "blocks": {"kind": "strip", "width": 70, "height": 50,
                                         "compression": {"number": 60000, "name": null}}}])"),
-            DescribeVerbosely(bytes)["directories"]);
+      DescribeVerbosely(bytes)["directories"]);
   EXPECT_THAT(Run({"info", "--verbose", WriteTiff(bytes)}).out,
               HasSubstr("  directory 2\n    35 x 25 pixels, 3 samples of 8 bits, reduced image\n"
                         "    tiles of 16 x 32, not compressed\n"
@@ -197,7 +197,7 @@ TEST_F(ZrkioInfoTiff, ListsFurtherDirectoriesIfAsked) {
 }
 
 TEST_F(ZrkioInfoTiff, AFileOfOneImageHasNoFurtherDirectories) {
-  EXPECT_EQ(Json::array(), DescribeVerbosely(TiffBuilder().Build())["directories"]);
+  EXPECT_EQ(AnyJson::array(), DescribeVerbosely(TiffBuilder().Build())["directories"]);
 }
 
 TEST_F(ZrkioInfoTiff, TellsWhatLibtiffHasToSayIfAsked) {

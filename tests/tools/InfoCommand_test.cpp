@@ -1,18 +1,17 @@
 // zrkio info, run as a program: its text, its JSON, its exit status and what it says of bad files. The facts expected
 // are those of the files that the tests have made.
 
+#include "AnyJson.h"
 #include "JpegBuilder.h"
 #include "Program.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 namespace {
 
 using ZrkioInfo = Zrkio;
-using Json = nlohmann::json;
 
 TEST_F(ZrkioInfo, TellsFormatSizeAndChannels) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(7, 5).Build());
@@ -29,8 +28,8 @@ TEST_F(ZrkioInfo, TellsFormatSizeAndChannels) {
 TEST_F(ZrkioInfo, TellsThePlaceOfAWorldFile) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(10, 20).Build());
   folder_.Write("a.bmw", "0.5\n0\n0\n-0.25\n100\n200\n");
-  const Json json = Json::parse(Run({"info", "--json", path}).out);
-  const Json& place = json[0]["georeference"];
+  const AnyJson json = AnyJson::parse(Run({"info", "--json", path}).out);
+  const AnyJson& place = json[0]["georeference"];
   // A world file names the centre of the first pixel.
   EXPECT_EQ((std::vector<double>{99.75, 200.125}), place["upperLeft"]);
   EXPECT_EQ((std::vector<double>{0.5, 0.25}), place["pixelSize"]);
@@ -43,8 +42,8 @@ TEST_F(ZrkioInfo, TellsThePlaceOfAWorldFile) {
 TEST_F(ZrkioInfo, ComputesStatisticsOnRequestOnly) {
   const std::string path =
       Write("a.bmp", BmpBuilder().Size(2, 2).Pixel([](int x, int y) { return 10u * (2 * y + x) + 10; }).Build());
-  EXPECT_TRUE(Json::parse(Run({"info", "--json", path}).out)[0]["channels"][2]["statistics"].is_null());
-  const Json blue = Json::parse(Run({"info", "--json", "--stats", path}).out)[0]["channels"][2]["statistics"];
+  EXPECT_TRUE(AnyJson::parse(Run({"info", "--json", path}).out)[0]["channels"][2]["statistics"].is_null());
+  const AnyJson blue = AnyJson::parse(Run({"info", "--json", "--stats", path}).out)[0]["channels"][2]["statistics"];
   EXPECT_EQ(10.0, blue["min"]);
   EXPECT_EQ(40.0, blue["max"]);
   EXPECT_EQ(25.0, blue["mean"]);
@@ -58,7 +57,7 @@ TEST_F(ZrkioInfo, StatisticsThatFailLeaveTheRestToBeTold) {
   EXPECT_EQ(1, result.exitStatus);
   const std::string reason = "the file ends before the bitmap's row ";
   EXPECT_EQ(0u, result.err.find("zrkio: " + path + ": " + reason)) << result.err;
-  const Json json = Json::parse(result.out)[0];
+  const AnyJson json = AnyJson::parse(result.out)[0];
   EXPECT_EQ(0u, json["error"].get<std::string>().find(reason));
   EXPECT_EQ(4000, json["width"]);
   EXPECT_TRUE(json["channels"][0]["statistics"].is_null());
@@ -66,14 +65,14 @@ TEST_F(ZrkioInfo, StatisticsThatFailLeaveTheRestToBeTold) {
 
 TEST_F(ZrkioInfo, TellsWhetherThereIsALevelFileAndOfWhichKind) {
   const std::string path = Write("a.bmp", BmpBuilder().Size(600, 500).Build());
-  EXPECT_TRUE(Json::parse(Run({"info", "--json", path}).out)[0]["levelFile"].is_null());
+  EXPECT_TRUE(AnyJson::parse(Run({"info", "--json", path}).out)[0]["levelFile"].is_null());
   EXPECT_EQ(std::string::npos, Run({"info", path}).out.find("a.xld"));
   Run({"levels", "--stats-only", path});
-  EXPECT_EQ((Json{{"file", folder_.Path("a.xld")}, {"kind", "short"}}),
-            Json::parse(Run({"info", "--json", path}).out)[0]["levelFile"]);
+  EXPECT_EQ((AnyJson{{"file", folder_.Path("a.xld")}, {"kind", "short"}}),
+            AnyJson::parse(Run({"info", "--json", path}).out)[0]["levelFile"]);
   EXPECT_NE(std::string::npos, Run({"info", path}).out.find("  statistics  in a.xld\n"));
   Run({"levels", path});
-  EXPECT_EQ("full", Json::parse(Run({"info", "--json", path}).out)[0]["levelFile"]["kind"]);
+  EXPECT_EQ("full", AnyJson::parse(Run({"info", "--json", path}).out)[0]["levelFile"]["kind"]);
   EXPECT_NE(std::string::npos, Run({"info", path}).out.find("  levels      in a.xld\n"));
 }
 
@@ -83,7 +82,7 @@ TEST_F(ZrkioInfo, TakesStatisticsOfALevelFileAsStoredUnlessAllPixelsAreAskedFor)
   const auto source = [&](const std::vector<std::string>& more) {
     std::vector<std::string> arguments = {"info", "--json", path};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    return Json::parse(Run(arguments).out)[0]["channels"][0]["statistics"]["source"];
+    return AnyJson::parse(Run(arguments).out)[0]["channels"][0]["statistics"]["source"];
   };
   EXPECT_EQ("stored", source({}));
   EXPECT_EQ("stored", source({"--stats", "--approximate"}));
@@ -96,12 +95,12 @@ TEST_F(ZrkioInfo, TakesStatisticsOfALevelFileAsStoredUnlessAllPixelsAreAskedFor)
 TEST_F(ZrkioInfo, StatisticsAreOfAllPixelsUnlessApproximateOnesAreWanted) {
   const auto pixel = [](int x, int y) { return x == 301 && y == 301 ? 99u : x % 2 || y % 2 ? 20u : 10u; };
   const std::string path = Write("a.bmp", BmpBuilder().Size(1200, 1200).Pixel(pixel).Build());
-  const Json exact = Json::parse(Run({"info", "--json", "--stats", path}).out)[0]["channels"][2]["statistics"];
+  const AnyJson exact = AnyJson::parse(Run({"info", "--json", "--stats", path}).out)[0]["channels"][2]["statistics"];
   EXPECT_EQ(99.0, exact["max"]);
   EXPECT_EQ(0, exact["level"]);
   const ProgramResult quick = Run({"info", "--json", "--stats", "--approximate", path});
   EXPECT_EQ(0, quick.exitStatus) << quick.err;
-  const Json statistics = Json::parse(quick.out)[0]["channels"][2]["statistics"];
+  const AnyJson statistics = AnyJson::parse(quick.out)[0]["channels"][2]["statistics"];
   EXPECT_EQ(statistics["level"] == 0 ? "allPixels" : "level", statistics["source"]);
   EXPECT_EQ(2, Run({"info", "--approximate", path}).exitStatus);
 }
@@ -112,7 +111,7 @@ TEST_F(ZrkioInfo, TellsTheLevelsOfNativeRastersAndWhetherTheyAreCompressed) {
   EXPECT_NE(std::string::npos, Run({"info", native}).out.find("PINT08, 1 level, not compressed\n"));
   Run({"convert", path, native, "--max-error", "0"});
   EXPECT_NE(std::string::npos, Run({"info", native}).out.find("PINT08, 2 levels, compressed\n"));
-  EXPECT_FALSE(Json::parse(Run({"info", "--json", path}).out)[0]["channels"][0].contains("compressed"));
+  EXPECT_FALSE(AnyJson::parse(Run({"info", "--json", path}).out)[0]["channels"][0].contains("compressed"));
 }
 
 TEST_F(ZrkioInfo, AFullStandardOutputFails) {
@@ -143,7 +142,7 @@ TEST_F(ZrkioInfo, FailuresStandInTheJsonToo) {
   const std::string none = folder_.Path("none.bmp");
   const ProgramResult result = Run({"info", "--json", none});
   EXPECT_EQ(1, result.exitStatus);
-  const Json json = Json::parse(result.out);
+  const AnyJson json = AnyJson::parse(result.out);
   EXPECT_EQ(none, json[0]["file"]);
   EXPECT_EQ("no such file", json[0]["error"]);
 }
@@ -161,7 +160,7 @@ TEST_F(ZrkioInfo, NamesWhatThisBuildCannotRead) {
 TEST_F(ZrkioInfo, TellsTheLayersOfVectorFiles) {
   const std::string path = SharedDataDir() + "/vector/nc.shp";
   if (!std::filesystem::exists(path)) GTEST_SKIP() << "no sample data";
-  const Json layer = Json::parse(Run({"info", "--json", path}).out)[0]["layers"][0];
+  const AnyJson layer = AnyJson::parse(Run({"info", "--json", path}).out)[0]["layers"][0];
   EXPECT_EQ("nc", layer["name"]);
   EXPECT_EQ(100, layer["features"]);
   EXPECT_EQ(4267, layer["system"]["epsg"]);
@@ -192,10 +191,10 @@ TEST_F(ZrkioInfo, ListsEveryFormat) {
   const ProgramResult text = Run({"formats"});
   EXPECT_EQ(0, text.exitStatus);
   EXPECT_NE(std::string::npos, text.out.find("0x3EF"));
-  const Json json = Json::parse(Run({"formats", "--json"}).out);
+  const AnyJson json = AnyJson::parse(Run({"formats", "--json"}).out);
   EXPECT_EQ(24u, json.size());
   const auto find = [&](int id) {
-    return *std::find_if(json.begin(), json.end(), [id](const Json& format) { return format["id"] == id; });
+    return *std::find_if(json.begin(), json.end(), [id](const AnyJson& format) { return format["id"] == id; });
   };
   EXPECT_EQ(true, find(0x68)["canRead"]);
   EXPECT_EQ("", find(0x6E)["extensions"]);

@@ -171,15 +171,6 @@ bool IsBetween(const Files& now, const Files& before, const Files& after) {
                              [&](const auto& file) { return now.contains(file.first) || !after.contains(file.first); });
 }
 
-/// A world file that can't be read counts as one that is not there or is empty, so that what is made has no place. The
-/// names of the files that are there must still be those of before or of a run on a sound disk.
-std::string HasOnly(const Files& now, const Files& before, const Files& after) {
-  for (const auto& [name, bytes] : now) {
-    if (!before.contains(name) && !after.contains(name)) return "left " + name;
-  }
-  return "";
-}
-
 /// What is wrong with a run whose call number `failing` failed, or "".
 std::string FindWrong(Outcome run, std::size_t failing, const Files& before, const Outcome& right) {
   if (run.calls.size() < failing || !run.calls[failing - 1].isFailed) return "the call did not come";
@@ -190,7 +181,6 @@ std::string FindWrong(Outcome run, std::size_t failing, const Files& before, con
   const Call& failed = run.calls[failing - 1];
   // What can't be removed stays, as the disk has it.
   if (failed.kind == "unlink" && !before.contains(failed.name)) run.files.erase(failed.name);
-  if (failed.name == kWorldFile && run.result.exitStatus == 0) return HasOnly(run.files, before, right.files);
   if (run.result.exitStatus == 0) {
     if (run.files != right.files) return "says that it is done, and left" + ListNames(run.files);
     return run.result.out == right.result.out ? "" : "printed something else: " + run.result.out;

@@ -1,19 +1,18 @@
 // zrkio toc, and the picture that zrkio view makes of a table of contents, run as a program. The tables are built here,
 // so each frame's state and each coloured cell is known beforehand.
 
+#include "AnyJson.h"
 #include "PngReader.h"
 #include "Program.h"
 #include "TocBuilder.h"
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-using Json = nlohmann::json;
 
 constexpr std::array<int, 3> kWhite = {255, 255, 255}, kGrey = {200, 200, 200}, kGreen = {60, 150, 70},
                              kRed = {205, 60, 50}, kDark = {40, 40, 40};
@@ -52,10 +51,10 @@ class ZrkioToc : public Zrkio {
     builder.Frame(0, 0, 0, "./ONC/", "00000001.ON2").Frame(0, 1, 0, "./TPC/", "00000002.ON2");
     return Write("A.TOC", builder.Frame(0, 1, 1, "./ONC/", "00000003.ON2").Build());
   }
-  Json Tell(const std::vector<std::string>& arguments) {
+  AnyJson Tell(const std::vector<std::string>& arguments) {
     std::vector<std::string> all = {"toc", "--json"};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    return Json::parse(Run(all).out)[0];
+    return AnyJson::parse(Run(all).out)[0];
   }
   DecodedPng View(const std::string& path, const std::string& maxSize) {
     const ProgramResult result = Run({"view", path, "-o", folder_.Path("a.png"), "--max-size", maxSize});
@@ -111,23 +110,23 @@ TEST_F(ZrkioToc, ListsOnlyMissingFrames) {
 }
 
 TEST_F(ZrkioToc, TellsMachinesTheSame) {
-  const Json json = Tell({"--frames", WriteProduct()});
+  const AnyJson json = Tell({"--frames", WriteProduct()});
   EXPECT_EQ(4, json["productDataType"]);
-  EXPECT_EQ(Json::parse(R"({"listed": 3, "there": 2, "missing": 1, "outside": 0})"), json["frames"]);
+  EXPECT_EQ(AnyJson::parse(R"({"listed": 3, "there": 2, "missing": 1, "outside": 0})"), json["frames"]);
   ASSERT_EQ(2u, json["boundaries"].size());
-  const Json& first = json["boundaries"][0];
-  EXPECT_EQ(Json::parse(R"({"number": 0, "product": "CADRG", "scale": "1:1,000,000", "zone": "2",
+  const AnyJson& first = json["boundaries"][0];
+  EXPECT_EQ(AnyJson::parse(R"({"number": 0, "product": "CADRG", "scale": "1:1,000,000", "zone": "2",
     "compression": "55:1", "producer": "DMAAC", "lonLat": [[0.0, 10.0], [20.0, 10.0], [20.0, 0.0], [0.0, 0.0]],
     "resolution": [140.25, 150.5], "interval": [0.00178, 0.00135], "rows": 2, "columns": 2,
     "frames": {"listed": 3, "there": 2, "missing": 1, "outside": 0}})"),
             first);
   ASSERT_EQ(3u, json["list"].size());
-  EXPECT_EQ((Json{{"boundary", 0},
-                  {"row", 1},
-                  {"column", 0},
-                  {"state", "there"},
-                  {"path", folder_.Path("tpc/00000002.on2")},
-                  {"stored", "./TPC/00000002.ON2"}}),
+  EXPECT_EQ((AnyJson{{"boundary", 0},
+                     {"row", 1},
+                     {"column", 0},
+                     {"state", "there"},
+                     {"path", folder_.Path("tpc/00000002.on2")},
+                     {"stored", "./TPC/00000002.ON2"}}),
             json["list"][1]);
   EXPECT_FALSE(Tell({folder_.Path("A.TOC")}).contains("list"));
   EXPECT_EQ(1u, Tell({"--missing", folder_.Path("A.TOC")})["list"].size());
@@ -138,10 +137,10 @@ TEST_F(ZrkioToc, FramesOutsideTheFolderAreNotLookedForUnlessAsked) {
   std::filesystem::create_directory(folder_.Path("maps"));
   const std::string path = Write("maps/A.TOC", TocBuilder().Boundary().Frame(0, 0, 0, "./../other/", "A.ON2").Build());
   EXPECT_THAT(Run({"toc", "--missing", path}).out, HasSubstr("outside  (not looked for)  from ./../other/A.ON2"));
-  const Json json = Tell({"--frames", path});
+  const AnyJson json = Tell({"--frames", path});
   EXPECT_EQ(1, json["frames"]["outside"]);
   EXPECT_TRUE(json["list"][0]["path"].is_null());
-  const Json followed = Tell({"--frames", "--anywhere", path});
+  const AnyJson followed = Tell({"--frames", "--anywhere", path});
   EXPECT_EQ(1, followed["frames"]["there"]);
   EXPECT_EQ(folder_.Path("maps/../other/A.ON2"), followed["list"][0]["path"]);
 }
@@ -165,7 +164,7 @@ TEST_F(ZrkioToc, TablesThatCountFromOneHaveTheirFramesInTheirBoundaries) {
                                               .Boundary(Grid(30, 40, 0, 10, 1, 1))
                                               .Frame(2, 1, 1, "./", "A.ON2")
                                               .Build());
-  const Json boundaries = Tell({path})["boundaries"];
+  const AnyJson boundaries = Tell({path})["boundaries"];
   EXPECT_EQ(0, boundaries[0]["frames"]["listed"]);
   EXPECT_EQ(1, boundaries[0]["number"]);
   EXPECT_EQ(1, boundaries[1]["frames"]["there"]);
@@ -180,7 +179,7 @@ TEST_F(ZrkioToc, ABadFileLeavesTheOthersTheirTurn) {
                 "zrkio: " + folder_.Path("none.toc") + ": can't be opened (No such file or directory)\n",
             result.err);
   EXPECT_THAT(result.out, StartsWith(good + "\n"));
-  const Json json = Json::parse(Run({"toc", "--json", bad, good}).out);
+  const AnyJson json = AnyJson::parse(Run({"toc", "--json", bad, good}).out);
   ASSERT_EQ(2u, json.size());
   EXPECT_EQ("not a NITF file, as tables of contents have to be", json[0]["error"]);
   EXPECT_EQ(3, json[1]["frames"]["listed"]);

@@ -1,16 +1,15 @@
 // zrkio value: the pixel of a place by hand, its samples by the builder of the image.
 
+#include "AnyJson.h"
 #include "PlacedImage.h"
 #include "TiffBuilder.h"
 
 #include <bit>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 namespace {
 
 using ZrkioValue = ZrkioPlaced;
-using Json = nlohmann::json;
 
 TEST_F(ZrkioValue, TellsTheSamplesOfAllBands) {
   // Column 7 reaches from 500700 to 500800, row 12 from -200 to -300.
@@ -24,7 +23,7 @@ TEST_F(ZrkioValue, TellsTheSamplesOfAllBands) {
 }
 
 TEST_F(ZrkioValue, TellsOneBandToMachines) {
-  const Json json = Json::parse(Run({"value", path_, "500750", "-250", "--band", "3", "--json"}).out);
+  const AnyJson json = AnyJson::parse(Run({"value", path_, "500750", "-250", "--band", "3", "--json"}).out);
   EXPECT_EQ((std::vector<double>{500750, -250}), json["place"]);
   ASSERT_EQ(1u, json["channels"].size());
   EXPECT_EQ(7, json["channels"][0]["column"]);
@@ -36,7 +35,7 @@ TEST_F(ZrkioValue, TellsOneBandToMachines) {
 TEST_F(ZrkioValue, FindsAPlaceInDegrees) {
   GiveSystem();
   // A hundredth of a degree is about 1,113 metres there, so that half of one is in column 5 and row 4.
-  const Json json = Json::parse(Run({"value", path_, "9.005", "0.005", "--lonlat", "--json"}).out);
+  const AnyJson json = AnyJson::parse(Run({"value", path_, "9.005", "0.005", "--lonlat", "--json"}).out);
   EXPECT_EQ(5, json["channels"][0]["column"]);
   EXPECT_EQ(4, json["channels"][0]["row"]);
 }
@@ -53,7 +52,7 @@ TEST_F(ZrkioValue, APlaceAHairOutsideIsOutside) {
 
 TEST_F(ZrkioValue, PlacesWestOfGreenwichAndSouthOfTheEquatorAreNoOptions) {
   folder_.Write("a.bmw", "1\n0\n0\n-1\n-9.5\n-0.5\n");
-  const Json json = Json::parse(Run({"value", path_, "-8.2", "-3.7", "--json"}).out);
+  const AnyJson json = AnyJson::parse(Run({"value", path_, "-8.2", "-3.7", "--json"}).out);
   EXPECT_EQ(1, json["channels"][0]["column"]);
   EXPECT_EQ(3, json["channels"][0]["row"]);
 }
@@ -74,11 +73,11 @@ TEST_F(ZrkioValue, ASampleThatIsNotANumberIsMarkedAsNull) {
   const std::string path = Write("b.tif", TiffBuilder().Size(4, 3).Bits(32).Format(3).Pixel(pixel).Build());
   folder_.Write("b.tfw", "1\n0\n0\n-1\n0.5\n-0.5\n");
   EXPECT_NE(std::string::npos, Run({"value", path, "2.5", "-1.5"}).out.find(" nan (null)\n"));
-  const Json null = Json::parse(Run({"value", path, "2.5", "-1.5", "--json"}).out)["channels"][0];
+  const AnyJson null = AnyJson::parse(Run({"value", path, "2.5", "-1.5", "--json"}).out)["channels"][0];
   EXPECT_TRUE(null["value"].is_null());
   EXPECT_EQ(true, null["isNull"]);
   // The shortest text of the sample, and not of the number that is nearest to it among doubles.
-  const Json other = Json::parse(Run({"value", path, "1.5", "-1.5", "--json"}).out)["channels"][0];
+  const AnyJson other = AnyJson::parse(Run({"value", path, "1.5", "-1.5", "--json"}).out)["channels"][0];
   EXPECT_EQ("0.1", other["text"]);
   EXPECT_EQ(false, other["isNull"]);
 }

@@ -3,6 +3,7 @@
 
 #include "WrittenTiff.h"
 
+#include "GdalDataset.h"
 #include "TempFolder.h"
 
 #include <cstdlib>
@@ -22,11 +23,6 @@ struct CloseTiff {
   void operator()(TIFF* tiff) const { XTIFFClose(tiff); }
 };
 using OpenedTiff = std::unique_ptr<TIFF, CloseTiff>;
-
-struct CloseDataset {
-  void operator()(GDALDatasetH dataset) const { GDALClose(dataset); }
-};
-using Dataset = std::unique_ptr<void, CloseDataset>;
 
 int Keep(TIFF*, void* complaints, const char* module, const char*, va_list) {
   static_cast<std::vector<std::string>*>(complaints)->emplace_back(module ? module : "libtiff");
@@ -149,7 +145,8 @@ TiffTags::TiffTags(const std::string& path) {
   std::uint16_t count = 0, *kinds = nullptr, *red = nullptr, *green = nullptr, *blue = nullptr;
   if (TIFFGetField(tiff.get(), TIFFTAG_EXTRASAMPLES, &count, &kinds)) extraSamples.assign(kinds, kinds + count);
   if (TIFFGetField(tiff.get(), TIFFTAG_COLORMAP, &red, &green, &blue)) {
-    colourMap = {{{red, red + 256}, {green, green + 256}, {blue, blue + 256}}};
+    const int numEntries = 1 << bitsPerSample;
+    colourMap = {{{red, red + numEntries}, {green, green + numEntries}, {blue, blue + numEntries}}};
   }
   isBig = TIFFIsBigTIFF(tiff.get()) != 0;
   ReadGeoTags(path);
@@ -166,7 +163,8 @@ GdalImage::GdalImage(const std::string& path) {
   GDALAllRegister();
   CPLPushErrorHandlerEx(&KeepComplaint, &complaints);
   const char* const drivers[] = {"GTiff", nullptr};
-  if (const Dataset dataset{GDALOpenEx(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, nullptr)}) {
+  if (const GdalDataset dataset{
+          GDALOpenEx(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, nullptr)}) {
     isOpen = true;
     width = GDALGetRasterXSize(dataset.get());
     height = GDALGetRasterYSize(dataset.get());

@@ -1,15 +1,15 @@
 // What saves of the exact policy keep beside the pixels, as GDAL reads it back.
 
+#include "GdalDataset.h"
 #include "TiffWriting.h"
+#include "XRSFileIO.h"
+
+#include <map>
 
 #include <cpl_conv.h>
 #include <gdal.h>
 
 namespace {
-
-struct CloseDataset {
-  void operator()(GDALDatasetH dataset) const { GDALClose(dataset); }
-};
 
 class XRSFile2TiffExact : public TiffWriting {
  protected:
@@ -34,10 +34,15 @@ class XRSFile2TiffExact : public TiffWriting {
     EXPECT_TRUE(dataset_);
     return dataset_.get();
   }
+  void Load(const std::string& path) {
+    NewDataset();
+    file_->SetReadPolicy(kReadExact);
+    ASSERT_EQ(1, XRSFileIO::LoadFileRaster(file_.get(), kFormatTIF, path, err_, 0, kLevelNone, nullptr)) << err_;
+  }
   GDALRasterBandH OpenBand(int number) { return GDALGetRasterBand(Open(), number); }
 
  private:
-  std::unique_ptr<void, CloseDataset> dataset_;
+  GdalDataset dataset_;
 };
 
 TEST_F(XRSFile2TiffExact, KeepsTheNullValue) {
@@ -149,6 +154,68 @@ TEST_F(XRSFile2TiffExact, PlacesBandsOfPixelCentresByTheirCorners) {
   Band(0).SetPixelAnchor(kPixelCentre);
   ASSERT_EQ(1, SaveAll());
   EXPECT_THAT(WrittenTransform(), testing::ElementsAre(999.0, 2.0, 0.0, 2002.0, 0.0, -4.0));
+}
+
+/// Texts that have to be written with care, as XML within XML.
+const std::vector<std::string>& CarefulTexts() {
+  static const std::vector<std::string> texts = {
+      "plain",        "<Alps> & \"around\" 'it'", "&lt;b&gt; &amp;amp; &#65;",
+      "line\nnext",   "caf\xC3\xA9 \xE2\x82\xAC", "a  b\tc",
+      "</Item><Item", "]]> <![CDATA[x]]>"};
+  return texts;
+}
+
+TEST_F(XRSFile2TiffExact, WritesTextsAsGdalReadsThem) {
+  AddBands(1);
+  int number = 0;
+  for (const std::string& text : CarefulTexts()) file_->AddMetadata({std::to_string(number++), text, -1, "", ""});
+  ASSERT_EQ(1, SaveAll());
+  for (int i = 0; i < number; ++i) {
+    EXPECT_EQ(CarefulTexts()[static_cast<std::size_t>(i)],
+              GDALGetMetadataItem(Open(), std::to_string(i).c_str(), nullptr));
+  }
+}
+
+TEST_F(XRSFile2TiffExact, ReadsTextsAsGdalWritesThem) {
+  const std::string path = Path("gdal.tif");
+  GDALAllRegister();
+  const GDALDatasetH made = GDALCreate(GDALGetDriverByName("GTiff"), path.c_str(), 5, 4, 1, GDT_Byte, nullptr);
+  int number = 0;
+  for (const std::string& text : CarefulTexts()) {
+    GDALSetMetadataItem(made, std::to_string(number++).c_str(), text.c_str(), "OWN");
+  }
+  GDALSetDescription(GDALGetRasterBand(made, 1), "heat & <light>");
+  GDALSetRasterUnitType(GDALGetRasterBand(made, 1), "m\"");
+  GDALClose(made);
+  Load(path);
+  std::map<std::string, std::string> texts;
+  for (const tagXMetadataItem& item : file_->GetMetadata()) {
+    texts[item.role.IsEmpty() ? item.name : item.role] = item.value.AsStdString();
+  }
+  for (int i = 0; i < number; ++i) EXPECT_EQ(CarefulTexts()[static_cast<std::size_t>(i)], texts[std::to_string(i)]);
+  EXPECT_EQ("heat & <light>", texts["description"]);
+  EXPECT_EQ("m\"", texts["unittype"]);
+}
+
+TEST_F(XRSFile2TiffExact, KeepsWhatGdalKnowsOfABand) {
+  AddBands(2);
+  file_->AddMetadata({"DESCRIPTION", "heat", 1, "", "description"});
+  file_->AddMetadata({"UNITTYPE", "kelvin", 1, "", "unittype"});
+  ASSERT_EQ(1, SaveAll());
+  EXPECT_STREQ("heat", GDALGetDescription(OpenBand(2)));
+  EXPECT_STREQ("kelvin", GDALGetRasterUnitType(OpenBand(2)));
+  EXPECT_STREQ("", GDALGetRasterUnitType(OpenBand(1)));
+  EXPECT_EQ(nullptr, GDALGetMetadataItem(OpenBand(2), "UNITTYPE", nullptr));
+}
+
+TEST_F(XRSFile2TiffExact, KeepsASystemWithoutAPlace) {
+  AddBands(1);
+  Band(0).GetSR()->importFromEPSG(32632);
+  ASSERT_EQ(1, SaveAll());
+  double transform[6];
+  EXPECT_NE(CE_None, GDALGetGeoTransform(Open(), transform));
+  EXPECT_EQ(32632, GdalImage(Path()).epsg);
+  EXPECT_FALSE(std::filesystem::exists(Path("a.tfw")));
 }
 
 TEST_F(XRSFile2TiffExact, AddsNothingInTheCompatiblePolicy) {

@@ -13,6 +13,7 @@
 #include "Place.h"
 #include "XReadPolicy.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -24,6 +25,7 @@ struct Options {
   double x = 0.0;
   double y = 0.0;
   std::optional<int> band;
+  int level = 0;
   bool isLonLat = false;
   bool json = false;
 };
@@ -65,10 +67,23 @@ bool FindPixel(const ZRMBand& band, const std::array<double, 2>& place, Pixel& p
   return false;
 }
 
-/// A value that JSON can't hold, such as one that is not a number, is null there and stands in the text.
-bool DescribeChannel(ZRMBand& band, const Pixel& at, Json& json, std::string& err) {
+/// Reads the sample that stands for a pixel at a level: that of the square of 2^level pixels which holds it. The square
+/// is pushed back where it reaches over the edge, because a read gives whole squares only.
+tagXArr2* ReadSample(ZRMBand& band, int level, const Pixel& at) {
+  const auto begin = [level](int position, int size) {
+    return std::max(std::min(position >> level << level, size - (1 << level)), 0);
+  };
+  const int x0 = begin(at.column, band.GetXSize()), y0 = begin(at.row, band.GetYSize());
+  const int step = (1 << level) - 1;
+  const int x1 = std::min(x0 + step, band.GetXSize() - 1), y1 = std::min(y0 + step, band.GetYSize() - 1);
   tagXArr2* sample = nullptr;
-  if (!band.ReadSubset(sample, 0, at.column, at.column, at.row, at.row, nullptr) || !sample) {
+  return band.ReadSubset(sample, level, x0, x1, y0, y1, nullptr) ? sample : nullptr;
+}
+
+/// A value that JSON can't hold, such as one that is not a number, is null there and stands in the text.
+bool DescribeChannel(ZRMBand& band, int level, const Pixel& at, Json& json, std::string& err) {
+  const tagXArr2* sample = ReadSample(band, level, at);
+  if (!sample || sample->xSize < 1 || sample->ySize < 1) {
     err = WhyNotRead();
     return false;
   }
@@ -98,7 +113,7 @@ bool DescribeValues(const Options& options, Json& json, XThread& thread, std::st
     Pixel pixel;
     Json channel;
     if (!FindPlace(band, options, place, err) || !FindPixel(band, place, pixel, err)) return false;
-    if (!DescribeChannel(band, pixel, channel, err)) return false;
+    if (!DescribeChannel(band, options.level, pixel, channel, err)) return false;
     if (number == first) json["place"] = {place[0], place[1]};
     json["channels"].push_back(std::move(channel));
   }
@@ -139,7 +154,8 @@ int Run(const Options& options) {
 const char* const kExamples =
     "Examples:\n"
     "  zrkio value scene.tif 691234.5 5334567.8\n"
-    "  zrkio value scene.tif -0.127 51.507 --lonlat --band 2 --json\n";
+    "  zrkio value scene.tif -0.127 51.507 --lonlat --band 2 --json\n"
+    "  zrkio value globe.pbi -0.127 51.507 --level 3\n";
 
 }  // namespace
 
@@ -151,6 +167,11 @@ void AddValueCommand(CommandLine& program) {
   command.AddArgument("Y", options->y, "North; with --lonlat the latitude");
   command.AddFlag("--lonlat", options->isLonLat, "The place is in degrees on WGS 84");
   command.AddOption("--band", "N", options->band, "The channel, counted from 1; all unless given").SetRange(1, INT_MAX);
+  command
+      .AddOption("--level", "L", options->level,
+                 "A reduction of 2^L, 0 to 30; 0 unless given. The sample is\n"
+                 "that of the square of 2^L by 2^L pixels around the place.")
+      .SetRange(0, 30);
   command.AddFlag("--json", options->json, "Print an object for machines");
   AddQuietOption(command);
   command.SetAction([options] {

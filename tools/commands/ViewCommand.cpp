@@ -71,6 +71,7 @@ bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::stri
   const ViewRequest request{options.file,           options.output,        options.maxSize,
                             !options.bands.empty(), options.look.isShaded, hasWindow};
   for (const FormatTools* tools : AllFormatTools()) {
+    if (!tools->view) continue;
     if (const std::optional<bool> isViewed = tools->view(request, thread, shape, err)) return *isViewed;
   }
   return View(options, thread, shape, err);

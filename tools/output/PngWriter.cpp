@@ -5,6 +5,14 @@
 
 #include <csetjmp>
 
+namespace {
+
+int ColourTypeOf(int channels) {
+  return channels == 4 ? PNG_COLOR_TYPE_RGB_ALPHA : channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY;
+}
+
+}  // namespace
+
 PngWriter::~PngWriter() {
   png_destroy_write_struct(&png_, &info_);
 }
@@ -46,8 +54,8 @@ bool PngWriter::Begin(const PngShape& shape, std::string& err) {
         // The limits of libpng guard readers. Images of this family may be wider.
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         png_set_IHDR(png_, info_, static_cast<png_uint_32>(shape.width), static_cast<png_uint_32>(shape.height),
-                     shape.bits, shape.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
-                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+                     shape.bits, ColourTypeOf(shape.channels), PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                     PNG_FILTER_TYPE_DEFAULT);
         png_write_info(png_, info_);
         // A PNG has the high byte first, and samples in memory have the low one.
         if (shape.bits == 16) png_set_swap(png_);

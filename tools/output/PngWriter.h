@@ -7,7 +7,8 @@
 
 #include <png.h>
 
-/// The shape of an image of 8 or 16 bits a sample, with one channel (grey) or three (red, green, blue).
+/// The shape of an image of 8 or 16 bits a sample, with one channel (grey), three (red, green, blue) or
+/// four (and opacity).
 struct PngShape {
   int width = 0;
   int height = 0;

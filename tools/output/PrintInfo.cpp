@@ -79,6 +79,8 @@ void PrintRaster(const DatasetInfo& info) {
   std::printf("  size        %d x %d pixels, %s\n", json["width"].get<int>(), json["height"].get<int>(),
               Plural(static_cast<int>(channels.size()), "channel").c_str());
   PrintPlace(json["georeference"]);
+  // A system without a place stands for itself.
+  if (json["georeference"].is_null() && !json["system"].is_null()) PrintSystem(json["system"], "  ");
   PrintLines(info.notes.lines);
   PrintLevelFile(json["levelFile"]);
   for (std::size_t i = 0; i < channels.size(); ++i) PrintChannel(channels[i], info.bandNotes[i]);

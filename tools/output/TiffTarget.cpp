@@ -76,8 +76,8 @@ bool TiffTarget::Begin(const std::string& path, const std::string& input, const 
   path_ = FollowLinks(path);
   input_ = input;
   worldFile_ = WithoutExtension(path_) + ".tfw";
-  // Writers of TIFF files go by the system, which may be known where the place is not.
-  hasPlace_ = band.GetCoordinateKind() == kCoordinateWorld || !band.GetSR()->IsEmpty();
+  // A system may be known where the place is not. A world file tells of places alone.
+  hasPlace_ = band.GetCoordinateKind() == kCoordinateWorld;
   if (!image_.Begin(path, input, err)) return false;
   unfinishedWorldFile_ = WorldFileByWriters(image_.GetUnfinishedPath());
   return !hasPlace_ || CanHaveWorldFile(err);

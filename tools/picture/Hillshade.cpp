@@ -24,7 +24,7 @@ bool IsElevationCell(const ZRMBand& band) {
 }
 
 bool IsInDegrees(const ZRMBand& band) {
-  return band.GetSR()->IsGeographic() || IsElevationCell(band);
+  return (band.GetCoordinateKind() == kCoordinateWorld && band.GetSR()->IsGeographic()) || IsElevationCell(band);
 }
 
 /// A step that a slope can be divided by. A band without a usable pixel size is taken to have pixels of one unit.

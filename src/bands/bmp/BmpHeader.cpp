@@ -15,8 +15,6 @@ namespace zrk {
 
 namespace {
 
-constexpr std::uint16_t kMagic = 0x4D42;  // "BM"
-constexpr int kFileHeaderBytes = 14;
 constexpr int kInfoHeaderBytes = 40;
 constexpr int kMinBits = 8;
 constexpr int kMaxBits = 39;  // four whole bytes at the most
@@ -52,20 +50,20 @@ bool IsServableDib(const BITMAPINFOHEADER& header, std::int64_t offset) {
 }
 
 int ParseBmpHeader(std::span<const unsigned char> bytes, BmpHeader& header, XString& err) {
-  if (bytes.size() < kFileHeaderBytes) {
+  if (bytes.size() < kBmpFileHeaderBytes) {
     err = "Can't read bitmap file header.";
     return 0;
   }
   Cursor cursor(bytes);
-  if (cursor.U16LE() != kMagic) {
+  if (cursor.U16LE() != kBmpMagic) {
     err = "Not a valid BMP format";
     return 0;
   }
-  if (bytes.size() < kFileHeaderBytes + kInfoHeaderBytes) {
+  if (bytes.size() < kBmpFileHeaderBytes + kInfoHeaderBytes) {
     err = "Can't read bitmap info header";
     return 0;
   }
-  cursor.Seek(kFileHeaderBytes);
+  cursor.Seek(kBmpFileHeaderBytes);
   BITMAPINFOHEADER& info = header.info.bmiHeader;
   info = ReadInfoHeader(cursor);
   if (info.biBitCount < kMinBits || info.biBitCount > kMaxBits) {
@@ -87,7 +85,7 @@ int ParseBmpHeader(std::span<const unsigned char> bytes, BmpHeader& header, XStr
     err = "Can't allocate memory";
     return 0;
   }
-  header.pixelOffset = kFileHeaderBytes + kInfoHeaderBytes + 4 * paletteSize;
+  header.pixelOffset = kBmpFileHeaderBytes + kInfoHeaderBytes + 4 * paletteSize;
   header.rowBytes = XfnCalcDIBWidthBytes(info.biWidth, info.biBitCount);
   header.imageBytes = *imageBytes;
   return 1;

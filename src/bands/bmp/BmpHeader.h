@@ -16,6 +16,9 @@ struct BmpHeader {
   std::int64_t imageBytes = 0;
 };
 
+/// "BM", as the first two bytes give it.
+inline constexpr std::uint16_t kBmpMagic = 0x4D42;
+inline constexpr std::int64_t kBmpFileHeaderBytes = 14;
 /// The longest header: file header, info header and a palette of 256.
 inline constexpr std::int64_t kBmpHeaderBytes = 14 + 40 + 4 * 256;
 

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,9 @@ bool FailAtRow(const char* what, int y) {
   return false;
 }
 
+/// Image bytes from which on large windows are read, so that they don't stay in the process.
+constexpr std::int64_t kReadFrom = 32'000'000;
+
 constexpr const char* kNoSuchColour = "The palette lacks a colour of the bitmap's row ";
 
 }  // namespace
@@ -43,8 +47,19 @@ int BmpImage::Open(const XFile& file, XString& err) {
   std::vector<unsigned char> bytes(static_cast<std::size_t>(kBmpLayoutBytes));
   bytes.resize(static_cast<std::size_t>(std::max<std::int64_t>(file.ReadAt(0, bytes.data(), kBmpLayoutBytes), 0)));
   if (!ParseBmpLayout(bytes, layout_, err)) return 0;
-  file_ = std::make_unique<RowFile>(file.GetDiskFile());
+  file_ = std::make_shared<RowFile>(file.GetDiskFile());
   return layout_.coding == BmpLayout::Coding::kRunLengths ? ReadCodes(err) : 1;
+}
+
+/// The colour of each entry is its number.
+std::unique_ptr<BmpImage> BmpImage::MakeIndices() const {
+  auto indices = std::make_unique<BmpImage>();
+  indices->layout_ = layout_;
+  indices->layout_.numChannels = 1;
+  std::iota(indices->layout_.palette[0].begin(), indices->layout_.palette[0].end(), static_cast<unsigned char>(0));
+  indices->file_ = file_;
+  indices->codes_ = codes_;
+  return indices;
 }
 
 bool BmpImage::ReadCodes(XString& err) {
@@ -58,7 +73,7 @@ bool BmpImage::ReadCodes(XString& err) {
     err = "Can't read bitmap bits";
     return false;
   }
-  codes_ = std::make_unique<const BmpCodes>(std::move(codes), layout_.bits, layout_.height);
+  codes_ = std::make_shared<const BmpCodes>(std::move(codes), layout_.bits, layout_.height);
   return true;
 }
 
@@ -84,17 +99,19 @@ bool BmpImage::HoldsRows(const ReadRequest& window) const {
   return FailAtRow("The file ends before the bitmap's row ", missing);
 }
 
-/// Some rows at a time, as they lie in the file.
+/// Some rows at a time, as they lie in the file. Those of a small image come out of a mapping however large the window
+/// is, since a copy would take as long as the pixels do. The file's length is asked for each of these times.
 bool BmpImage::ReadRows(const ReadRequest& window, ChannelReads::Record& record) {
   constexpr std::int64_t kReadBytes = 256 << 10;
   if (!HoldsRows(window)) return false;
   const BmpPixels pixels(layout_);
   const std::int64_t numBytes = pixels.CountBytes(window.x0, window.x1);
   const auto atOnce = static_cast<int>(std::clamp<std::int64_t>(kReadBytes / numBytes, 1, window.Height()));
-  const RowReader reader(*file_, numBytes * window.Height());
+  const bool isSmall = layout_.rowBytes * layout_.height < kReadFrom;
   std::vector<unsigned char> pixelRoom(static_cast<std::size_t>(window.Width()));
   for (int y = window.y0; y <= window.y1; y += atOnce) {
     const int numRows = std::min(atOnce, window.y1 - y + 1);
+    const RowReader reader(*file_, numBytes * (isSmall ? numRows : window.Height()));
     const int first = layout_.isTopDown ? y : y + numRows - 1;
     const FileRows rows{CalcRowOffset(first) + pixels.FirstByteOf(window.x0), layout_.rowBytes, numBytes, numRows};
     const std::int64_t roomBytes = RowReader::CountRoomBytes(rows, numBytes);

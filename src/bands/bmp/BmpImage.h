@@ -23,6 +23,8 @@ class BmpImage {
   /// 1, or 0 with the reason in `err`. The file may be closed afterwards.
   int Open(const XFile& file, XString& err);
   const BmpLayout& GetLayout() const { return layout_; }
+  /// The same image of a palette in one channel, which has the numbers of the entries.
+  std::unique_ptr<BmpImage> MakeIndices() const;
   /// Reads a window of the image, which lies inside it, into as many channels as the image has. False, with a reason
   /// noted, where the file lacks or spoils a row of it.
   bool Read(const ReadRequest& window, ChannelReads::Record& record);
@@ -35,8 +37,8 @@ class BmpImage {
   std::int64_t CalcRowOffset(int y) const;
 
   BmpLayout layout_;
-  std::unique_ptr<RowFile> file_;
-  std::unique_ptr<const BmpCodes> codes_;
+  std::shared_ptr<RowFile> file_;
+  std::shared_ptr<const BmpCodes> codes_;
   XThreadSafeArr1 rooms_;
 };
 

@@ -9,6 +9,7 @@
 
 #include "bands/bmp/BmpLayout.h"
 
+#include "bands/bmp/BmpHeader.h"
 #include "base/Checked.h"
 #include "base/Cursor.h"
 #include "XLimits.h"
@@ -20,8 +21,6 @@
 namespace zrk {
 namespace {
 
-constexpr std::uint16_t kMagic = 0x4D42;  // "BM"
-constexpr std::int64_t kFileHeaderBytes = 14;
 constexpr std::uint32_t kCoreHeader = 12, kShortestHeader = 16, kPlainHeader = 40, kMaskHeader = 52, kAlphaHeader = 56;
 constexpr std::uint32_t kOs2Header = 64, kHeader4 = 108, kHeader5 = 124;
 
@@ -81,7 +80,7 @@ bool ReadMasks(std::span<const unsigned char> bytes, Fields& fields) {
   const bool hasAlpha = areInside ? fields.headerBytes >= kAlphaHeader : fields.compression == kAlphaBitFields;
   const std::size_t numMasks = hasAlpha ? 4 : 3;
   Cursor cursor(bytes);
-  cursor.Seek(static_cast<std::size_t>(kFileHeaderBytes) + kPlainHeader);
+  cursor.Seek(static_cast<std::size_t>(kBmpFileHeaderBytes) + kPlainHeader);
   for (std::size_t i = 0; i < numMasks; ++i) fields.masks[i] = cursor.U32LE();
   if (!areInside) fields.paletteOffset += static_cast<std::int64_t>(4 * numMasks);
   return !cursor.HasFailed();
@@ -89,21 +88,21 @@ bool ReadMasks(std::span<const unsigned char> bytes, Fields& fields) {
 
 int ReadFields(std::span<const unsigned char> bytes, Fields& fields, XString& err) {
   Cursor cursor(bytes);
-  if (bytes.size() < kFileHeaderBytes) return Refuse(err, "Can't read bitmap file header.");
-  if (cursor.U16LE() != kMagic) return Refuse(err, "Not a valid BMP format");
+  if (bytes.size() < kBmpFileHeaderBytes) return Refuse(err, "Can't read bitmap file header.");
+  if (cursor.U16LE() != kBmpMagic) return Refuse(err, "Not a valid BMP format");
   cursor.Skip(8);
   fields.pixelOffset = cursor.U32LE();
   fields.headerBytes = cursor.U32LE();
-  if (cursor.HasFailed() || bytes.size() < kFileHeaderBytes + std::size_t{fields.headerBytes}) {
+  if (cursor.HasFailed() || bytes.size() < kBmpFileHeaderBytes + std::size_t{fields.headerBytes}) {
     return Refuse(err, "Can't read bitmap info header");
   }
   if (!IsHeaderLength(fields.headerBytes)) {
     err.Format("Not supported bitmap header of %u bytes", fields.headerBytes);
     return 0;
   }
-  Cursor header(bytes.subspan(kFileHeaderBytes + 4, fields.headerBytes - 4));
+  Cursor header(bytes.subspan(kBmpFileHeaderBytes + 4, fields.headerBytes - 4));
   fields.headerBytes == kCoreHeader ? ReadCoreFields(header, fields) : ReadLongFields(header, fields);
-  fields.paletteOffset = kFileHeaderBytes + fields.headerBytes;
+  fields.paletteOffset = kBmpFileHeaderBytes + fields.headerBytes;
   if (fields.headerBytes == kOs2Header && fields.HasMasks()) {
     return Refuse(err, "Not supported: a bitmap of another system with Huffman or 24-bit run-length codes");
   }

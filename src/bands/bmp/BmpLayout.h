@@ -30,6 +30,8 @@ struct BmpLayout {
   std::array<std::array<unsigned char, 256>, 3> palette{};
   /// Red, green, blue and opacity of masked pixels.
   std::array<Field, 4> fields{};
+  bool HasPalette() const { return coding == Coding::kIndexed || coding == Coding::kRunLengths; }
+
   std::int64_t pixelOffset = 0;
   std::int64_t rowBytes = 0;  ///< padding included; of plain rows
 };

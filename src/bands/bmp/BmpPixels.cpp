@@ -104,7 +104,18 @@ bool BmpPixels::TakeColours(const unsigned char* indexes, std::size_t count, uns
   if (layout_.numColours < 1 << layout_.bits && *std::max_element(indexes, indexes + count) >= layout_.numColours) {
     return false;
   }
-  for (std::size_t c = 0; c < 3; ++c) {
+  if (layout_.numChannels == 3) {
+    const auto& [red, green, blue] = layout_.palette;
+    unsigned char *const reds = target[0], *const greens = target[1], *const blues = target[2];
+    for (std::size_t i = 0; i < count; ++i) {
+      const unsigned char index = indexes[i];
+      reds[i] = red[index];
+      greens[i] = green[index];
+      blues[i] = blue[index];
+    }
+    return true;
+  }
+  for (std::size_t c = 0; c < static_cast<std::size_t>(layout_.numChannels); ++c) {
     const auto& colours = layout_.palette[c];
     for (std::size_t i = 0; i < count; ++i) target[c][i] = colours[indexes[i]];
   }

@@ -24,6 +24,7 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <typeinfo>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandBMP, ZRMBandDRIO);
 
@@ -72,10 +73,14 @@ class RowUnpacker {
 
  private:
   void UnpackIndexed(const unsigned char* source, std::size_t count, unsigned char* const* target) const {
-    for (std::size_t i = 0; i < count; ++i, source += step_) {
-      target[0][i] = (*tables_)[0][*source];
-      target[1][i] = (*tables_)[1][*source];
-      target[2][i] = (*tables_)[2][*source];
+    const auto& [red, green, blue] = *tables_;
+    unsigned char *const reds = target[0], *const greens = target[1], *const blues = target[2];
+    const int step = step_;
+    for (std::size_t i = 0; i < count; ++i, source += step) {
+      const unsigned char index = *source;
+      reds[i] = red[index];
+      greens[i] = green[index];
+      blues[i] = blue[index];
     }
   }
 
@@ -115,6 +120,7 @@ struct ZRMBandBMP::Impl final : Frame {
   void Close();
   int ReadFile(const XString& path, XString& err);
   int ReadFileExactly(const XString& path, XString& err);
+  void AdoptImage(std::unique_ptr<zrk::BmpImage> fresh);
   int ReadIntoMemory(const XFile& from, const zrk::BmpHeader& header, XString& err);
   void AdoptHeader(const BITMAPINFO& header, int type, std::int64_t rowsOffset);
   void AdoptCopy(const BITMAPINFO& header, std::unique_ptr<unsigned char[]> rows);
@@ -193,11 +199,15 @@ int ZRMBandBMP::Impl::ReadFileExactly(const XString& path, XString& err) {
   }
   auto fresh = std::make_unique<zrk::BmpImage>();
   if (!fresh->Open(opened, err)) return 0;
+  AdoptImage(std::move(fresh));
+  return 1;
+}
+
+void ZRMBandBMP::Impl::AdoptImage(std::unique_ptr<zrk::BmpImage> fresh) {
   info = std::make_unique<BITMAPINFO>(zrk::MakeDibHeader(fresh->GetLayout()));
   image = std::move(fresh);
   sourceType = kSourceFile;
   offset = image->GetLayout().pixelOffset;
-  return 1;
 }
 
 /// The file's length is asked first, so that a header cannot have memory allocated that no rows will fill.
@@ -308,6 +318,43 @@ int ZRMBandBMP::GetSourceType() const {
 
 std::int64_t ZRMBandBMP::GetOffset() const {
   return GetImpl().offset;
+}
+
+/// Followers have no image of their own.
+const zrk::BmpImage* ZRMBandBMP::FindExactImage() const {
+  const auto* const master = GetMaster() ? static_cast<const ZRMBandBMP*>(GetMaster()) : this;
+  return master->GetImpl().image.get();
+}
+
+/// A derived class may make something else of the colours.
+const void* ZRMBandBMP::GetPaletteSource() const {
+  const zrk::BmpImage* const image = FindExactImage();
+  return image && image->GetLayout().HasPalette() && typeid(*this) == typeid(ZRMBandBMP) ? image : nullptr;
+}
+
+tagXColourMap ZRMBandBMP::GetColourMap() const {
+  tagXColourMap map;
+  if (!GetPaletteSource()) return map;
+  constexpr int kFullScale = 257;  // times a byte uses all 16 bits
+  const zrk::BmpLayout& layout = FindExactImage()->GetLayout();
+  std::vector<std::uint16_t>* const components[] = {&map.red, &map.green, &map.blue};
+  for (std::size_t c = 0; c < layout.palette.size(); ++c) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(layout.numColours); ++i) {
+      components[c]->push_back(static_cast<std::uint16_t>(layout.palette[c][i] * kFullScale));
+    }
+  }
+  return map;
+}
+
+std::unique_ptr<ZRMBand> ZRMBandBMP::MakeIndexBand() {
+  if (!GetPaletteSource()) return nullptr;
+  auto band = std::make_unique<ZRMBandBMP>(nullptr);
+  band->SetReadPolicy(kReadExact);
+  Impl& impl = band->GetImpl();
+  impl.AdoptImage(FindExactImage()->MakeIndices());
+  band->CopyGeometry(*this);
+  band->SetColourRole(kRoleGrey);
+  return band;
 }
 
 /// Buffers stay, whatever is asked.

@@ -9,6 +9,7 @@
 #include "bands/hdf4/HdfContents.h"
 
 #include "bands/hdf4/HdfChain.h"
+#include "bands/hdf4/HdfTags.h"
 #include "base/Cursor.h"
 #include "XDataType.h"
 #include "XFile.h"
@@ -23,17 +24,6 @@
 namespace zrk {
 namespace {
 
-enum Tag : std::uint16_t {
-  kNumberType = 106,
-  kDimensions = 300,
-  kPlainRaster = 302,
-  kCodedRaster = 303,
-  kImageGroup = 306,
-  kOldDataSet = 700,
-  kDataShape = 701,
-  kDataSamples = 702,
-  kDataSet = 720,
-};
 constexpr std::uint16_t kElsewhere = 0x4000;  // in a tag
 
 constexpr std::uint8_t kLittleEndianClass = 4, kBigEndianClass = 1, kNoClass = 0;

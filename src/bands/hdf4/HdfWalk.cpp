@@ -9,6 +9,7 @@
 #include "bands/hdf4/HdfWalk.h"
 
 #include "bands/hdf4/HdfChain.h"
+#include "bands/hdf4/HdfTags.h"
 #include "base/Cursor.h"
 #include "XFile.h"
 #include "XLimits.h"
@@ -27,8 +28,6 @@ constexpr int kFallbackHeight = 2796;
 constexpr std::int64_t kFallbackRasterOffset = 308;
 
 constexpr std::uint8_t kUnsignedByte = 3;
-
-enum Tag : std::uint16_t { kNumberType = 106, kDimensions = 300, kRaster = 302 };
 
 template <std::size_t kCount>
 bool ReadRecord(const XFile& file, std::int64_t offset, std::array<unsigned char, kCount>& bytes) {
@@ -62,7 +61,7 @@ class HdfWalk {
     switch (tag) {
       case kDimensions:
         return TakeDimensions(place);
-      case kRaster:
+      case kPlainRaster:
         found_.rasterOffset = place;
         return true;
       case kNumberType:

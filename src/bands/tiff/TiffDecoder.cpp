@@ -61,6 +61,10 @@ bool CanHold(std::uint64_t packedBytes, std::int64_t fileBytes, std::int64_t num
   return numBytes / GetMostExpansion(compression) <= static_cast<std::int64_t>(available);
 }
 
+bool IsDeflate(int compression) {
+  return compression == COMPRESSION_DEFLATE || compression == COMPRESSION_ADOBE_DEFLATE;
+}
+
 /// The tags as they were when the file was planned, apart from what the plan changes.
 bool HasTagsOf(const TiffLayout& layout, TIFF* tiff) {
   TiffTags tags = ReadTiffTags(tiff);
@@ -75,7 +79,7 @@ TiffDecoder::TiffDecoder(std::shared_ptr<const TiffSource> source, std::shared_p
     : source_(std::move(source)),
       messages_(std::move(messages)),
       handle_(std::move(handle)),
-      lzw_(handle_->Get(), *source_) {}
+      unpacker_(handle_->Get(), *source_) {}
 
 std::unique_ptr<TiffDecoder> TiffDecoder::Open(std::shared_ptr<const TiffSource> source) {
   // Whoever looks out for damage must not hear of other threads' blocks.
@@ -124,18 +128,23 @@ bool TiffDecoder::IsThere(int block) {
                  source_->layout.tags.compression);
 }
 
-/// A decoder that meets damage may leave bytes as they are, and so all of them begin as 0.
+/// A decoder that meets damage may leave bytes as they are, and so all of them begin as 0. libtiff has its word on what
+/// is damaged, whether it is needed or not: exact reads tell it.
 bool TiffDecoder::DecodeInto(int block, unsigned char* room) {
   const auto number = static_cast<std::uint32_t>(block);
   const std::int64_t numBytes = source_->BytesInFile(block);
   const auto size = static_cast<std::size_t>(numBytes), blockSize = static_cast<std::size_t>(source_->blockBytes);
+  using Result = TiffUnpacker::Result;
+  const Result result = unpacker_.Decode(handle_->Get(), block, {room, blockSize}, numBytes);
   std::memset(room + size, 0, blockSize - size);
-  const TiffLzw::Result result = lzw_.Decode(handle_->Get(), block, {room, size});
-  if (result != TiffLzw::Result::kLeftToLibtiff) return result == TiffLzw::Result::kDone;
+  if (result == Result::kDone || result == Result::kUnread) return result == Result::kDone;
   std::memset(room, 0, size);
-  const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, numBytes)
+  // Only where a whole tile is asked for is the sum behind a Deflate stream compared.
+  const bool isWhole = source_->layout.isExact && IsDeflate(source_->layout.tags.compression);
+  const std::int64_t tileBytes = isWhole ? source_->blockBytes : numBytes;
+  const tmsize_t got = source_->layout.tags.isTiled ? TIFFReadEncodedTile(handle_->Get(), number, room, tileBytes)
                                                     : TIFFReadEncodedStrip(handle_->Get(), number, room, numBytes);
-  return source_->layout.isExact ? got == numBytes : got >= 0;
+  return source_->layout.isExact ? got >= numBytes && result != Result::kDamaged : got >= 0;
 }
 
 /// libtiff's decoder of old JPEG finds its bytes by other tags. A block never lies where the file's head is. A table

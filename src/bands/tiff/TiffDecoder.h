@@ -1,7 +1,7 @@
 #pragma once
 
-#include "bands/tiff/TiffLzw.h"
 #include "bands/tiff/TiffSource.h"
+#include "bands/tiff/TiffUnpacker.h"
 
 #include <cstdint>
 #include <memory>
@@ -88,7 +88,7 @@ class TiffDecoder {
   std::shared_ptr<const TiffSource> source_;
   std::shared_ptr<TiffMessages> messages_;  // of the handle
   std::unique_ptr<TiffHandle> handle_;
-  TiffLzw lzw_;
+  TiffUnpacker unpacker_;
   std::vector<unsigned char> room_;
   std::shared_ptr<const BlockRoom> held_;  // of the cache, whose bytes were answered last
   std::vector<unsigned char> planes_;      // of a block whose colours are made

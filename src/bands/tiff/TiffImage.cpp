@@ -137,9 +137,23 @@ std::shared_ptr<TiffImage> TiffImage::OpenDirectory(TIFF* tiff, const TiffSource
   return image->Plan(tiff, kReadExact, err) ? image : nullptr;
 }
 
+std::shared_ptr<TiffImage> TiffImage::OpenIndices() const {
+  auto image = std::make_shared<TiffImage>();
+  TiffSource& source = *image->source_;
+  source.name = source_->name;
+  source.file = source_->file;
+  source.messages = source_->messages;
+  image->handle_ = TiffHandle::Open(source.file->Share(), source.name, source.messages, TiffHandle::kTableBytes);
+  XString err;
+  if (!image->handle_ || !image->Plan(image->handle_->Get(), kReadExact, err)) return nullptr;
+  source.layout.palette = {};
+  source.layout.numChannels = source.layout.tags.samplesPerPixel;
+  return image;
+}
+
 const std::vector<TiffReduced>& TiffImage::GetReducedImages() {
   std::call_once(isLookedFor_, [this] {
-    if (source_->layout.isExact) reduced_ = FindReducedImages(*source_);
+    if (source_->layout.isExact) reduced_ = FindReducedImages(*source_, whyNotBeside_);
     areReducedKnown_ = true;
   });
   return reduced_;

@@ -32,6 +32,9 @@ class TiffImage {
   /// are those of `file`. Null where it can't be read.
   static std::shared_ptr<TiffImage> OpenDirectory(TIFF* tiff, const TiffSource& file);
 
+  /// The same image with the samples of a palette as they are stored. Null where the file can't be opened anew.
+  std::shared_ptr<TiffImage> OpenIndices() const;
+
   /// A decoder for the time of a read.
   class Loan {
    public:
@@ -59,6 +62,11 @@ class TiffImage {
   void SetNullSample(const std::optional<double>& nullSample) { source_->layout.nullSample = nullSample; }
   /// The reduced images that exact reads use, in the order of their levels. They are looked for at the first call.
   const std::vector<TiffReduced>& GetReducedImages();
+  /// Why the file of reduced images beside this one is not used; empty where it is, or where there is none.
+  const XString& WhyNotBeside() {
+    GetReducedImages();
+    return whyNotBeside_;
+  }
   /// The coarsest of these up to a level, or null.
   const TiffReduced* FindReduced(int level);
   /// The images behind the first one, up to `most` of them.
@@ -75,6 +83,7 @@ class TiffImage {
   std::unique_ptr<TiffHandle> handle_;
   std::once_flag isLookedFor_;
   std::vector<TiffReduced> reduced_;
+  XString whyNotBeside_;
   std::atomic<bool> areReducedKnown_ = false;
   std::mutex mutex_;
   std::vector<std::unique_ptr<TiffDecoder>> decoders_;  // that are not lent, with room for all

@@ -2,6 +2,7 @@
 
 #include "bands/tiff/TiffNotes.h"
 
+#include "bands/tiff/TiffReduced.h"
 #include "tagXFormatNotes.h"
 #include "tagXTiffDirectory.h"
 #include "XDataType.h"
@@ -14,7 +15,6 @@ namespace zrk {
 namespace {
 
 /// A damaged file may have no end of directories.
-constexpr int kMaxDirectories = 1000;
 
 constexpr int kWhiteIsZero = 0;
 constexpr int kRealFormat = 3;
@@ -173,7 +173,7 @@ void AddDirectoryLines(const tagXTiffDirectory& directory, int number, std::vect
 void DescribeFurtherImages(const ZRMBandGTIFF& band, tagXFormatNotes& notes) {
   std::vector<tagXNote> directories;
   int number = 1;  // of the image itself
-  for (const tagXTiffDirectory& each : band.GetDirectories(kMaxDirectories)) {
+  for (const tagXTiffDirectory& each : band.GetDirectories(kMaxTiffDirectories)) {
     directories.push_back(DescribeDirectory(each));
     AddDirectoryLines(each, ++number, notes.furtherLines);
   }
@@ -199,6 +199,9 @@ void DescribeOverviews(const ZRMBandGTIFF& band, tagXFormatNotes& notes) {
   for (const int level : levels) numbers.push_back(Integer("", level));
   notes.values.push_back(List("overviews", std::move(numbers)));
   if (!levels.empty()) notes.lines.push_back("overviews   " + FormatLevels(levels));
+  const XString refusal = band.GetOverviewRefusal();
+  notes.values.push_back(refusal.IsEmpty() ? tagXNote{.name = "overviewRefusal"} : Text("overviewRefusal", refusal));
+  if (!refusal.IsEmpty()) notes.lines.push_back("overviews   " + refusal);
 }
 
 /// Without a message machines get null, and people get no line.

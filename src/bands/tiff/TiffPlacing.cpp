@@ -1,5 +1,6 @@
 // Where a TIFF image lies: by its geokeys and the tags that belong to them, by a world file beside it, or in pixel
-// coordinates where it has neither. None of this fails the open.
+// coordinates where it has neither. None of this fails the open but a world file that exact reads would need and can't
+// use.
 
 #include "bands/tiff/TiffPlacing.h"
 
@@ -74,47 +75,42 @@ std::vector<XString> ListAllWorldFiles(const XString& path) {
   return paths;
 }
 
-/// A file that doesn't place the image gives way to the next name.
-std::optional<WorldLines> FindUsableWorldLines(const XString& path) {
-  for (const XString& name : ListAllWorldFiles(path)) {
-    const std::optional<WorldLines> lines = ReadWorldLines(name);
-    if (lines && TransformOf(*lines)) return lines;
-  }
-  return std::nullopt;
-}
-
 /// The corner and the lengths of a pixel's sides.
 TiffPlace PlaceByTransform(const TiffTransform& t) {
   return {t[0], t[3], std::hypot(t[1], t[4]), std::hypot(t[2], t[5])};
 }
 
 /// Tags place the image also where nothing is said of a system. A system that the keys tell goes with a world file,
-/// too, if that is what places the image.
-void PlaceExactly(ZRMBand& band, TIFF* tiff) {
+/// too, if that is what places the image, and stays where nothing does.
+int PlaceExactly(ZRMBand& band, TIFF* tiff, XString& err) {
   const GeoKeys keys = OpenGeoKeys(tiff);
   const TiffGeoTags tags = ReadTiffGeoTags(tiff, keys.get());
   if (const std::optional<TiffTransform> transform = TransformByTags(tags)) {
     const std::optional<TiffPlace> place = PlaceByTags(tags);
     Place(band, place ? *place : PlaceByTransform(*transform), kCoordinateWorld);
     KeepTransform(band, transform);
-  } else if (const std::optional<WorldLines> lines = FindUsableWorldLines(TIFFFileName(tiff))) {
-    PlaceByWorldLines(band, *lines);
+  } else {
+    std::optional<WorldLines> lines;
+    if (!FindWorldFile(ListAllWorldFiles(TIFFFileName(tiff)), lines, err)) return 0;
+    if (lines) PlaceByWorldLines(band, *lines);
   }
-  if (band.GetCoordinateKind() != kCoordinateWorld) return;
+  const bool hasPlace = band.GetCoordinateKind() == kCoordinateWorld;
   XSpatialReference system;
   system.SetCoordinateKind(kReferenceUnknown);
   if (AreUsable(keys.get())) ReadTiffSystem(keys.get(), system);
-  band.SetSR(system);
+  if (hasPlace || !system.IsEmpty()) band.SetSR(system);
+  return 1;
 }
 
 }  // namespace
 
-void PlaceTiff(ZRMBand& band, TIFF* tiff) {
+int PlaceTiff(ZRMBand& band, TIFF* tiff, XString& err) {
   PlaceAsPixels(band);
   band.SetPixelAnchor(kPixelCorner);
-  if (band.IsExact()) return PlaceExactly(band, tiff);
-  if (PlaceByGeoKeys(band, tiff)) return;
+  if (band.IsExact()) return PlaceExactly(band, tiff, err);
+  if (PlaceByGeoKeys(band, tiff)) return 1;
   if (const std::optional<WorldLines> lines = FindWorldLines(TIFFFileName(tiff))) PlaceByWorldLines(band, *lines);
+  return 1;
 }
 
 void ReadTiffSystem(gtiff* keys, XSpatialReference& system) {

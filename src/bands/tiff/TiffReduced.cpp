@@ -2,10 +2,14 @@
 // below it, or in a file of their own beside it. Those that hold the samples of a level serve exact reads of it.
 //
 // What can't be opened or doesn't fit is no reduced image of this one, and the levels are then taken from a finer one.
+// Nothing ties the file beside the image to the image but its name. It is told where that can't be its own: it was
+// written before the image was, or it has images of other sizes or samples.
 
 #include "bands/tiff/TiffReduced.h"
 
+#include "base/Disk.h"
 #include "XFile.h"
+#include "XPath.h"
 
 #include <algorithm>
 #include <span>
@@ -15,7 +19,6 @@ namespace zrk {
 namespace {
 
 /// A damaged file may have no end of directories.
-constexpr int kMaxDirectories = 1000;
 constexpr int kMaxLevel = 30;
 
 constexpr std::uint32_t kIsReduced = 1, kIsMask = 4;
@@ -48,6 +51,13 @@ std::uint32_t ReadKind(TIFF* tiff) {
   return kind;
 }
 
+/// Whether a file was last written to before the other one was. What can't be told is not so.
+bool IsOlder(const XString& path, const XString& other) {
+  FileStatus status, otherStatus;
+  return CurrentDisk().GetStatus(path.AsStdString(), status) == 0 &&
+         CurrentDisk().GetStatus(other.AsStdString(), otherStatus) == 0 && status.modified < otherStatus.modified;
+}
+
 /// The directories that hang below the open one.
 std::vector<std::uint64_t> ListDirectoriesBelow(TIFF* tiff) {
   std::uint16_t count = 0;
@@ -59,7 +69,7 @@ std::vector<std::uint64_t> ListDirectoriesBelow(TIFF* tiff) {
 
 class Finder {
  public:
-  explicit Finder(const TiffSource& first) : first_(first) {}
+  Finder(const TiffSource& first, XString& whyNot) : first_(first), whyNot_(whyNot) {}
 
   std::vector<TiffReduced> Find() {
     LookInFile();
@@ -74,7 +84,7 @@ class Finder {
     if (!handle) return;
     TIFF* const tiff = handle->Get();
     const std::vector<std::uint64_t> below = ListDirectoriesBelow(tiff);
-    for (int i = 0; i < kMaxDirectories && TIFFReadDirectory(tiff); ++i) Look(tiff, first_, true);
+    for (int i = 0; i < kMaxTiffDirectories && TIFFReadDirectory(tiff); ++i) Look(tiff, first_, true);
     for (const std::uint64_t offset : below) {
       if (TIFFSetSubDirectory(tiff, offset)) Look(tiff, first_, true);
     }
@@ -85,30 +95,46 @@ class Finder {
     XFile file;
     TiffSource beside;
     beside.name = first_.name + ".ovr";
-    if (!file.Open(beside.name, XFile::kRead | XFile::kShareDenyWrite)) return;
+    if (!XFile::Exists(beside.name)) return;
+    if (IsOlder(beside.name, first_.name)) return Refuse("is older than the image");
+    if (!file.Open(beside.name, XFile::kRead | XFile::kShareDenyWrite)) return Refuse("can't be opened");
     beside.file = std::make_shared<RowFile>(file.GetDiskFile());
     beside.messages = std::make_shared<TiffMessages>(first_.messages);
     const auto handle = TiffHandle::Open(beside.file->Share(), beside.name, beside.messages, TiffHandle::kTableBytes);
-    if (!handle) return;
-    for (int i = 0; i < kMaxDirectories; ++i) {
+    if (!handle) return Refuse("is no TIFF file");
+    const std::size_t numBefore = found_.size();
+    for (int i = 0; i < kMaxTiffDirectories && whyNot_.IsEmpty(); ++i) {
       Look(handle->Get(), beside, false);
-      if (!TIFFReadDirectory(handle->Get())) return;
+      if (!TIFFReadDirectory(handle->Get())) break;
     }
+    if (!whyNot_.IsEmpty()) found_.erase(found_.begin() + static_cast<std::ptrdiff_t>(numBefore), found_.end());
   }
 
+  /// One image that is not of this one speaks against the whole file beside.
+  void Refuse(const char* why) { whyNot_ = XfnGetFileName(first_.name) + ".ovr is not used, because it " + why; }
+
   /// Keeps the open directory where it is one of a level that has none.
-  void Look(TIFF* tiff, const TiffSource& file, bool mustSayReduced) {
+  void Look(TIFF* tiff, const TiffSource& file, bool isInFile) {
     const std::uint32_t kind = ReadKind(tiff);
-    if ((kind & kIsMask) != 0 || (mustSayReduced && (kind & kIsReduced) == 0)) return;
-    const int level = FindLevelOfSize(ReadTiffTags(tiff), first_.layout.tags);
+    if ((kind & kIsMask) != 0 || (isInFile && (kind & kIsReduced) == 0)) return;
+    const TiffTags tags = ReadTiffTags(tiff);
+    const int level = FindLevelOfSize(tags, first_.layout.tags);
+    if (!isInFile && !IsReduction(ToSide(tags.width), ToSide(tags.height), ToSide(first_.layout.tags.width),
+                                  ToSide(first_.layout.tags.height))) {
+      return Refuse("has an image of a size that is none of this one's");
+    }
     if (level == 0 || std::ranges::find(found_, level, &TiffReduced::level) != found_.end()) return;
     std::shared_ptr<TiffImage> image = TiffImage::OpenDirectory(tiff, file);
-    if (!image || !HasSamplesOf(image->GetLayout(), first_.layout)) return;
+    if (!image || !HasSamplesOf(image->GetLayout(), first_.layout)) {
+      if (!isInFile) Refuse(image ? "has samples of another kind" : "has an image that can't be read");
+      return;
+    }
     image->SetNullSample(first_.layout.nullSample);
     found_.push_back({level, std::move(image)});
   }
 
   const TiffSource& first_;
+  XString& whyNot_;
   std::vector<TiffReduced> found_;
 };
 
@@ -120,8 +146,16 @@ bool IsSizeAtLevel(int size, int whole, int level) {
   return size > 0 && (size == down || size == up);
 }
 
-std::vector<TiffReduced> FindReducedImages(const TiffSource& first) {
-  return Finder(first).Find();
+/// A factor f rounds w to v where w / f differs from v by less than 1, which leaves f a range without its ends.
+bool IsReduction(int width, int height, int wholeWidth, int wholeHeight) {
+  if (width <= 0 || height <= 0) return false;
+  const auto below = [](std::int64_t whole, std::int64_t size) { return whole / (size + 1); };
+  const std::int64_t factor = std::max<std::int64_t>({2, below(wholeWidth, width) + 1, below(wholeHeight, height) + 1});
+  return factor * (width - std::int64_t{1}) < wholeWidth && factor * (height - std::int64_t{1}) < wholeHeight;
+}
+
+std::vector<TiffReduced> FindReducedImages(const TiffSource& first, XString& whyNot) {
+  return Finder(first, whyNot).Find();
 }
 
 }  // namespace zrk

@@ -175,8 +175,8 @@ TiffItems ParseTiffItems(std::string_view xml) {
     if ((role == "scale" || role == "offset") && sample && number && std::isfinite(*number)) {
       items.numbers.push_back({*sample, role == "scale", *number});
     } else {
-      items.texts.push_back(
-          {item.attribute("name").value(), Unescape(text), sample.value_or(-1), item.attribute("domain").value()});
+      items.texts.push_back({item.attribute("name").value(), Unescape(text), sample.value_or(-1),
+                             item.attribute("domain").value(), item.attribute("role").value()});
     }
   }
   return items;

@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <typeinfo>
+#include <utility>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandGTIFF, ZRMBandDRIO);
 
@@ -85,6 +86,7 @@ ZRMBandGTIFF::ZRMBandGTIFF(ZRMBandGTIFF* master) : ZRMBandFile(std::make_unique<
   SetReadPolicy(master->GetReadPolicy());
   SetDataType(master->GetDataType());
   SetDecodeRows(master->GetDecodeRows());
+  SetDecodeColumns(master->GetDecodeColumns());
   Impl& impl = GetImpl();
   impl.opener = master;
   impl.image = master->GetImpl().image;
@@ -117,10 +119,15 @@ int ZRMBandGTIFF::ReadFile(XString path, XString& err, XThread*) {
     impl.numChannels = source.layout.numChannels;
     // Rows of plain strips cost the same however they are read.
     SetDecodeRows(source.isPlain && !tags.isTiled ? 1 : zrk::ToSide(tags.blockHeight));
+    SetDecodeColumns(IsExact() && source.isPlain && tags.isTiled ? zrk::ToSide(tags.blockWidth) : 0);
     InitBlockInfo();
     SetChannel(GetChannel());
-    ReadCoordinateInfo(err);
-    return 1;
+    XString reason;
+    ReadCoordinateInfo(reason);
+    if (reason.IsEmpty()) return 1;
+    impl.image.reset();
+    err = reason;
+    return 0;
   });
 }
 
@@ -232,6 +239,10 @@ std::vector<int> ZRMBandGTIFF::GetOverviewLevels() const {
   return levels;
 }
 
+XString ZRMBandGTIFF::GetOverviewRefusal() const {
+  return GetImpl().image ? GetImpl().image->WhyNotBeside() : XString();
+}
+
 bool ZRMBandGTIFF::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int*) const {
   return image && isInside;
 }
@@ -275,6 +286,33 @@ const void* ZRMBandGTIFF::GetJointSource() const {
   if (typeid(*this) != typeid(ZRMBandGTIFF)) return nullptr;
   const zrk::TiffImage* const image = GetImpl().image.get();
   return image && !image->GetLayout().tags.IsPlanar() && image->GetLayout().numChannels > 1 ? image : nullptr;
+}
+
+const void* ZRMBandGTIFF::GetPaletteSource() const {
+  if (!IsExact() || typeid(*this) != typeid(ZRMBandGTIFF)) return nullptr;
+  const zrk::TiffImage* const image = GetImpl().image.get();
+  const int channel = GetImpl().shownChannel;
+  return image && channel >= 0 && channel < image->GetLayout().CountColours() ? image : nullptr;
+}
+
+tagXColourMap ZRMBandGTIFF::GetColourMap() const {
+  if (!GetPaletteSource()) return {};
+  zrk::TiffColourMap map = zrk::ReadTiffColourMap(GetFileTIFF(), GetBitsPerSample());
+  return {std::move(map.red), std::move(map.green), std::move(map.blue)};
+}
+
+/// The band has an image of its own, with another plan for the same samples.
+std::unique_ptr<ZRMBand> ZRMBandGTIFF::MakeIndexBand() {
+  std::shared_ptr<zrk::TiffImage> indices = GetPaletteSource() ? GetImpl().image->OpenIndices() : nullptr;
+  if (!indices) return nullptr;
+  auto band = std::make_unique<ZRMBandGTIFF>(this);
+  Impl& impl = band->GetImpl();
+  impl.opener = nullptr;
+  impl.image = std::move(indices);
+  impl.numChannels = impl.image->GetLayout().numChannels;
+  if (zrk::ShowsNullSample(impl.image->GetLayout())) band->SetNullValue(*impl.image->GetLayout().nullSample);
+  band->SetChannel(0);
+  return band;
 }
 
 int ZRMBandGTIFF::ReadJointly(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
@@ -342,15 +380,14 @@ int ZRMBandGTIFF::ReadBlockSplitBitmap(int blockX, int blockY, void* out, XStrin
 }
 
 /// Whatever a former file has left is cleared first, so that a file without a place has none.
-void ZRMBandGTIFF::ReadCoordinateInfo(XString&) {
+void ZRMBandGTIFF::ReadCoordinateInfo(XString& err) {
   SetCoordinateKind(kCoordinatePixel);
   GetSR()->Clear();
   tiff* const handle = GetFileTIFF();
   if (!handle) return;
-  zrk::FencedRead([&] {
-    zrk::PlaceTiff(*this, handle);
-    return 1;
-  });
+  XString reason;
+  const int isDone = zrk::Fenced(reason, [&] { return zrk::PlaceTiff(*this, handle, reason); });
+  if (!isDone && IsExact()) err = reason;
 }
 
 int ZRMBandGTIFF::ExtractProjection(gtiff* gtif, XSpatialReference* sr) {

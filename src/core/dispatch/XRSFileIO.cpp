@@ -197,9 +197,9 @@ int XRSFileIO::SaveFileZRM(XRSFile* file, XString path, int level, int x0, int x
 
 int XRSFileIO::SaveFileZRMComp(XRSFile* file, XString path, int level, int x0, int x1, int y0, int y1, double quality,
                                XString& err, XThread* thread, int writerFlag1) {
-  constexpr int kCompressed = 3, kSecondFlag = 1;
+  constexpr int kLercTiles = 3, kSecondFlag = 1;
   return SaveAs(kFormatZRM,
-                {file, path, x0, x1, y0, y1, err, thread, level, kCompressed, quality, writerFlag1, kSecondFlag});
+                {file, path, x0, x1, y0, y1, err, thread, level, kLercTiles, quality, writerFlag1, kSecondFlag});
 }
 
 int XRSFileIO::GetGeoBounding(XString path, double* const x, double* const y) {

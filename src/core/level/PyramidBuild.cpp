@@ -118,7 +118,8 @@ class GroupBuild {
     for (const PyramidBand& band : bands_) sources_.push_back(band.source);
   }
 
-  PyramidResult Run();
+  /// The extras are done with the parts of the last group.
+  PyramidResult Run(bool isLast);
 
  private:
   struct Crew {
@@ -130,10 +131,12 @@ class GroupBuild {
       return trees.empty() ? stripes[band]->statistics : trees[band]->statistics;
     }
     TopMaker::Scratch scratch;
-    std::vector<tagXArr2*> read;  // what a pass over the source gave the bands; empty where each is read by itself
+    std::vector<unsigned char> room;  // for work of the caller's
+    std::vector<tagXArr2*> read;      // what a pass over the source gave the bands; empty where each is read by itself
   };
 
   bool BuildTree(int tree, int worker);
+  bool DoExtra(int extra, int worker);
   bool NoteTiles(int numTiles, int worker);
   bool BuildStripe(int stripe, int worker);
   bool GoesOn(int worker);
@@ -228,6 +231,13 @@ bool GroupBuild::NoteTiles(int numTiles, int worker) {
   return GoesOn(worker);
 }
 
+/// A stop is heard, and what extras come to is the caller's affair.
+bool GroupBuild::DoExtra(int extra, int worker) {
+  if (progress_.IsStopped()) return Fail(PyramidResult::kStopped);
+  job_.doExtra(extra, crews_[static_cast<std::size_t>(worker)].room);
+  return true;
+}
+
 bool GroupBuild::BuildTree(int tree, int worker) {
   Crew& crew = crews_[static_cast<std::size_t>(worker)];
   if (crew.trees.empty()) {
@@ -304,9 +314,11 @@ bool GroupBuild::CountHistogram(PyramidBand& band) {
   return isCounted;
 }
 
-PyramidResult GroupBuild::Run() {
+PyramidResult GroupBuild::Run(bool isLast) {
   const int numWorkers = static_cast<int>(crews_.size()), numParts = trees_ ? trees_->CountTrees() : plan_.numStripes;
-  const bool isBuilt = ForEachInParallel(numWorkers, numParts, [&](int part, int worker) {
+  const int numExtras = isLast ? job_.numExtras : 0;
+  const bool isBuilt = ForEachInParallel(numWorkers, numParts + numExtras, [&](int part, int worker) {
+    if (part >= numParts) return DoExtra(part - numParts, worker);
     return trees_ ? BuildTree(part, worker) : BuildStripe(part, worker);
   });
   if (!isBuilt) return result_;
@@ -359,7 +371,7 @@ PyramidResult BuildPyramids(PyramidJob& job) {
   for (std::size_t first = 0, count = 0; first < job.bands.size(); first += count) {
     count = CountTogether(job, first);
     GroupBuild build(job, Bands(job.bands).subspan(first, count), progress);
-    const PyramidResult result = build.Run();
+    const PyramidResult result = build.Run(first + count == job.bands.size());
     if (result != PyramidResult::kDone) return result;
   }
   return progress.Report() ? PyramidResult::kDone : PyramidResult::kStopped;

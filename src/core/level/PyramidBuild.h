@@ -6,11 +6,13 @@
 #include "XThread.h"
 #include "ZRMBand.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
 namespace zrk {
 
+class Fingerprint;
 class PlainStore;
 
 /// What the top of a pyramid is: the pixels of a window of the source, or their means at half its size. Half of an odd
@@ -22,7 +24,8 @@ struct PyramidBand {
   ZRMBand* source = nullptr;
   std::shared_ptr<PlainStore> store;
   Reduction reduction;
-  Summary summary;  ///< of the top; filled by the build, as is the histogram
+  Fingerprint* fingerprint = nullptr;  ///< of the file that the source's tiles lie in, which is shown them; may be null
+  Summary summary;                     ///< of the top; filled by the build, as is the histogram
   Histogram histogram{};
 };
 
@@ -31,6 +34,10 @@ struct PyramidJob {
   Window window;  ///< of the sources, in full-resolution pixels
   PyramidTop top = PyramidTop::kCopy;
   XThread* thread = nullptr;  ///< may be null
+  /// Work of the caller's own, for workers that find no part of a pyramid left to build. It is called once with each
+  /// number below `numExtras` on any thread, with room for the thread's use, when all sources are read or nearly so.
+  int numExtras = 0;
+  std::function<void(int extra, std::vector<unsigned char>& room)> doExtra = nullptr;
   int percentStart = 0;
   int percentSpan = 100;
 };

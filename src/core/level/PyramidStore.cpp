@@ -14,6 +14,7 @@
 #include "base/ReadError.h"
 #include "math/CopyBlock.h"
 #include "math/CopyFileRows.h"
+#include "math/Fingerprint.h"
 #include "math/SampleFilter.h"
 #include "XString.h"
 #include "XThread.h"
@@ -146,11 +147,15 @@ bool PlainStore::WritePart(const TilePiece& part, const unsigned char* from, std
   return file_.File().WriteAt(place, room.data(), count) == 0;
 }
 
-const unsigned char* PlainStore::ReadTiles(const TileRun& run, std::vector<unsigned char>& room) const {
+const unsigned char* PlainStore::ReadTiles(const TileRun& run, std::vector<unsigned char>& room,
+                                           Fingerprint* taker) const {
   const std::int64_t place = Place(run), count = run.count * Layout().TileBytes();
   room.resize(static_cast<std::size_t>(count + kAlignRoom));
   unsigned char* const first = AlignLike(room.data(), place);
-  return file_.File().ReadAt(place, first, count) == count ? first : nullptr;
+  if (file_.File().ReadAt(place, first, count) != count) return nullptr;
+  // Now they are near the core.
+  if (taker) taker->Take(place, first, count);
+  return first;
 }
 
 bool PlainStore::WriteTiles(const TileRun& run, const unsigned char* tiles) {

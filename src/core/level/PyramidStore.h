@@ -5,9 +5,12 @@
 #include "tagXArr2.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace zrk {
+
+class Fingerprint;
 
 /// A part of one tile, in samples from the tile's corner, and where it lies in a buffer.
 struct TilePiece {
@@ -101,8 +104,11 @@ class PlainStore : public PyramidStore {
   void StartSync(const TileRun& run) { file_.File().StartSync(Place(run), run.count * Layout().TileBytes()); }
 
   /// Reads whole tiles, which come to lie one behind the other in `room`; answers the first of them, or null where not
-  /// all are there.
-  const unsigned char* ReadTiles(const TileRun& run, std::vector<unsigned char>& room) const;
+  /// all are there. They are shown to `taker`, which may be null, as bytes of the file.
+  const unsigned char* ReadTiles(const TileRun& run, std::vector<unsigned char>& room, Fingerprint* taker) const;
+
+  /// Whether the store lies in the file that goes by this name now.
+  bool LiesIn(const std::string& path) const { return file_.File().GoesBy(path); }
 
  protected:
   bool ReadPiece(const TilePiece& piece, std::int64_t windowBytes, unsigned char* out,

@@ -36,13 +36,6 @@ constexpr int kDepth = 3;
 /// Blocks are smaller where there would be fewer trees for the workers to share.
 constexpr int kMinTrees = 16;
 
-/// The store of a source whose whole tiles can be taken from there.
-const PlainStore* FindTileSource(ZRMBand& band) {
-  const auto* const source = dynamic_cast<const XTileSource*>(&band);
-  const XEPOT2D* const epot = source ? source->GetTileStore() : nullptr;
-  return epot ? dynamic_cast<const PlainStore*>(epot->GetStore().get()) : nullptr;
-}
-
 /// Whether blocks of the top are made of whole tiles of the source. Callers can give a band another size or type than
 /// its store has.
 bool CanTakeTiles(const PyramidLayout& source, const PyramidLayout& top, const Window& window, int scale) {
@@ -53,6 +46,12 @@ bool CanTakeTiles(const PyramidLayout& source, const PyramidLayout& top, const W
 }
 
 }  // namespace
+
+const PlainStore* FindTileSource(ZRMBand& band) {
+  const auto* const source = dynamic_cast<const XTileSource*>(&band);
+  const XEPOT2D* const epot = source ? source->GetTileStore() : nullptr;
+  return epot ? dynamic_cast<const PlainStore*>(epot->GetStore().get()) : nullptr;
+}
 
 std::optional<TreePlan> TreePlan::Make(std::span<PyramidBand> bands, const TopMaker& top, const Window& window) {
   const PyramidLayout& layout = bands.front().store->Layout();
@@ -105,6 +104,7 @@ TileTree::TileTree(const PyramidBand& band, const TreePlan& plan, const TopMaker
       top_(top),
       window_(window),
       tileSource_(FindTileSource(source_)),
+      fingerprint_(band.fingerprint),
       tiles_(static_cast<std::size_t>(plan.depth) + 1) {
   if (tileSource_ && !CanTakeTiles(tileSource_->Layout(), layout_, window, top.GetBlockScale())) tileSource_ = nullptr;
   for (int level = 0; level <= plan.depth; ++level) {
@@ -191,7 +191,7 @@ bool TileTree::ReadTiles(const Window& part, int firstTile) {
   const int first = part.x0 / xTile, count = part.x1 / xTile - first + 1;
   const std::int64_t stride = layout_.TileRowBytes();
   for (int y = part.y0; y <= part.y1; y += yTile) {
-    const unsigned char* tile = tileSource_->ReadTiles({0, first, y / yTile, count}, room_);
+    const unsigned char* tile = tileSource_->ReadTiles({0, first, y / yTile, count}, room_, fingerprint_);
     if (!tile) return false;
     const int rows = std::min(yTile, part.y1 - y + 1) / scale;
     for (int x = part.x0; x <= part.x1; x += xTile, tile += source.TileBytes()) {

@@ -33,6 +33,9 @@ struct TreePlan {
   static TreePlan Cut(const PyramidLayout& layout, int step);
 };
 
+/// The store of a source whose whole tiles can be taken from there, which belongs to the source; null for others.
+const PlainStore* FindTileSource(ZRMBand& band);
+
 /// Builds trees of one band. For one thread.
 class TileTree {
  public:
@@ -81,6 +84,7 @@ class TileTree {
   const TopMaker& top_;
   Window window_;
   const PlainStore* tileSource_;                   // null where the source is read through the band
+  Fingerprint* fingerprint_;                       // may be null
   std::vector<std::vector<unsigned char>> tiles_;  // a block of each level
   std::vector<unsigned char> room_;
   const std::function<bool(int)>* goOn_ = nullptr;

@@ -12,12 +12,16 @@ class XSpatialReference;
 class XThread;
 class ZRMBand;
 struct tagXFormatNotes;
+struct tagXStoreTile;
 
 // All that others need to know of a format stands in its row, which lies in the format's own folder as a constant named
 // for it, as `kBmpFormat`. The table in core/dispatch lists the rows. A member that a format has no answer for stays
 // null, and the format is then treated as its comment says.
 
 namespace zrk {
+
+class StoreFindings;
+struct StoreTilePlace;
 
 /// What the caller of a raster loader asked for. The dataset may be null.
 struct RasterCall {
@@ -110,6 +114,12 @@ struct FormatRow {
   /// Notes of the format about a file, told by its first band, and about each band. There are more where `isVerbose`.
   void (*describe)(ZRMBand& first, bool isVerbose, tagXFormatNotes& notes) = nullptr;
   void (*describeBand)(ZRMBand& band, tagXFormatNotes& notes) = nullptr;
+
+  // What can be done with a tile store as a store. Both null for any other format.
+
+  int (*readTile)(const XString& path, const StoreTilePlace& place, tagXStoreTile& tile, XString& err) = nullptr;
+  /// The thread may be null.
+  int (*checkStore)(const XString& path, StoreFindings& findings, XString& err, XThread* thread) = nullptr;
 };
 
 }  // namespace zrk

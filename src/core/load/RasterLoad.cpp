@@ -9,7 +9,6 @@
 
 #include "core/load/RasterLoad.h"
 
-#include "base/WorldLines.h"
 #include "core/xld/LevelData.h"
 #include "XExactStatistics.h"
 #include "XPath.h"
@@ -30,17 +29,9 @@ void PlaceAsPixels(ZRMBand& band) {
   if (band.GetSR()->IsEmpty()) band.GetSR()->SetCoordinateKind(kReferenceNone);
 }
 
-/// Reads the world file of an image, and its lines, as the policy has it. False where no file places the image.
-bool ReadWorldFile(const XString& path, const char* extension, XReadPolicy policy, XWorldFile& worldFile,
-                   WorldLines& lines) {
-  const XString name = policy == kReadExact ? FindWorldFile(path, extension, lines) : GetWorldFileName(path, extension);
-  if (name.IsEmpty() || !worldFile.Read(name)) return false;
-  if (policy == kReadCompatible) lines = ReadWorldLines(name).value_or(WorldLines{});
-  return true;
-}
-
 /// A world file tells places but no system, so the system is unknown unless the band brought one.
-void PlaceInWorld(ZRMBand& band, const XWorldFile& worldFile, const WorldLines& lines) {
+void PlaceInWorld(ZRMBand& band, const WorldLines& lines) {
+  const XWorldFile worldFile(lines.numbers.data(), lines.count);
   band.SetPixelSize(worldFile.XPixelSize(), worldFile.YPixelSize());
   band.SetUpperLeft(worldFile.Left(band.GetXSize()), worldFile.Top(band.GetYSize()));
   band.SetCoordinateKind(kCoordinateWorld);
@@ -83,14 +74,19 @@ XString MakeChannelName(ChannelNames names, const XString& path, int number) {
   return name;
 }
 
-void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension) {
-  XWorldFile worldFile;
-  WorldLines lines;
-  const bool isPlaced = ReadWorldFile(path, extension, file.GetReadPolicy(), worldFile, lines);
+int FindWorldFile(const RasterCall& call, const char* extension, std::optional<WorldLines>& found) {
+  if (call.file->GetReadPolicy() == kReadExact) {
+    return FindWorldFile(ListWorldFiles(call.path, extension), found, call.err);
+  }
+  found = ReadWorldLines(GetWorldFileName(call.path, extension));
+  return 1;
+}
+
+void PlaceByWorldFile(XRSFile& file, const std::optional<WorldLines>& lines) {
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
     ZRMBand& band = *file.GetBandAt(i);
-    if (isPlaced) {
-      PlaceInWorld(band, worldFile, lines);
+    if (lines) {
+      PlaceInWorld(band, *lines);
     } else {
       PlaceAsPixels(band);
     }

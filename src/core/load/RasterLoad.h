@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Fence.h"
+#include "base/WorldLines.h"
 #include "core/load/FormatRow.h"
 #include "core/load/Outcome.h"
 #include "XRSFile.h"
@@ -9,6 +10,7 @@
 
 #include <concepts>
 #include <memory>
+#include <optional>
 #include <vector>
 
 // The shape that raster loaders share. A loader is this shape over a small record about its format:
@@ -35,11 +37,14 @@ enum class ChannelNames { kPlain, kWithFileName };
 
 XString MakeChannelName(ChannelNames names, const XString& path, int number);
 
-/// Places every band of the dataset by the world file beside the image, or as plain pixels without such a file. Under
-/// the compatible policy the world file's name is the path with its last four characters replaced by `extension`,
-/// however long the path's own extension is. Under the exact one it has any of the usual names (`ListWorldFiles`), and
-/// a file that can't place the image is passed over.
-void PlaceByWorldFile(XRSFile& file, const XString& path, const char* extension);
+/// The lines of the world file beside the image; nothing where it has none. Under the compatible policy the file's name
+/// is the path with its last four characters replaced by `extension`, however long the path's own extension is, and the
+/// result is 1. Under the exact one it has any of the usual names (`ListWorldFiles`), and one that can't place the image
+/// gives 0 with a sentence.
+int FindWorldFile(const RasterCall& call, const char* extension, std::optional<WorldLines>& found);
+
+/// Places every band of the dataset by the lines of a world file, or as plain pixels without any.
+void PlaceByWorldFile(XRSFile& file, const std::optional<WorldLines>& lines);
 
 /// What follows once the bands are in the dataset: names, level data, and statistics where no level data brought them.
 /// Neither fails the load.
@@ -106,9 +111,11 @@ int LoadRaster(const RasterCall& call) {
   return Fenced(call.err, [&call] {
     Channels channels = OpenChannels<typename Format::Band>(Format::kNames, call);
     if (channels.empty()) return 0;
+    std::optional<WorldLines> place;
+    if (Format::kWorldFile && !FindWorldFile(call, Format::kWorldFile, place)) return 0;
     TakeRoles<Format>(channels);
     AddChannels(*call.file, std::move(channels));
-    if (Format::kWorldFile) PlaceByWorldFile(*call.file, call.path, Format::kWorldFile);
+    if (Format::kWorldFile) PlaceByWorldFile(*call.file, place);
     if constexpr (requires { Format::Finish(*call.file); }) Format::Finish(*call.file);
     FinishRaster(call);
     return 1;

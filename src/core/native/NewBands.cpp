@@ -126,11 +126,11 @@ std::unique_ptr<ZRMBandEPOT> MakeBand(const BandText& text, const BodyFile& body
   return band;
 }
 
-using Bands = std::vector<std::unique_ptr<ZRMBandEPOT>>;
+using StoreBands = std::vector<std::unique_ptr<ZRMBandEPOT>>;
 
 /// The bands in order. None, with a sentence, where one of them can't be made.
-Bands MakeBands(const std::vector<BandText>& texts, const BodyFile& body, XString& err) {
-  Bands bands;
+StoreBands MakeBands(const std::vector<BandText>& texts, const BodyFile& body, XString& err) {
+  StoreBands bands;
   ProjectionReader projections;
   for (const BandText& text : texts) {
     std::string invalidName;
@@ -150,7 +150,7 @@ int LoadNewBands(XRSFile& dataset, const pugi::xml_document& document, const Bod
   const pugi::xml_node root = document.document_element();
   const std::vector<BandText> texts = ListBands(root, body, err);
   if (texts.empty()) return 0;
-  Bands bands = MakeBands(texts, body, err);
+  StoreBands bands = MakeBands(texts, body, err);
   if (bands.empty()) return 0;
   DatasetText text(dataset);
   std::string invalidName;

@@ -20,10 +20,6 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBand2DMem, ZRMBand);
 
 namespace {
 
-bool IsScalar(int dataType) {
-  return zrk::VisitDataType(dataType, [](auto) {});
-}
-
 // Each loop is one for a type of sample. Choices stand outside of it.
 template <class Sample>
 void TakeEvery(const Sample* source, int step, int count, Sample* out) {
@@ -52,7 +48,7 @@ tagXArr2* ZRMBand2DMem::GetSourceMemory() const {
 }
 
 int ZRMBand2DMem::SetSourceMemory(tagXArr2* source, int dataType) {
-  if (!source || !source->data || !IsScalar(dataType) || source->elementSize != XfnGetDataSize(dataType)) return 0;
+  if (!source || !source->data || !zrk::IsScalar(dataType) || source->elementSize != XfnGetDataSize(dataType)) return 0;
   // The band's own buffer is freed as soon as another one is shown.
   if (source != &impl_->own) impl_->own.Free();
   impl_->source = source;
@@ -64,7 +60,7 @@ int ZRMBand2DMem::SetSourceMemory(tagXArr2* source, int dataType) {
 
 int ZRMBand2DMem::SetSourceMemory(int xSize, int ySize, int dataType) {
   tagXArr2 fresh;
-  if (!IsScalar(dataType) || !fresh.Alloc(xSize, ySize, XfnGetDataSize(dataType))) return 0;
+  if (!zrk::IsScalar(dataType) || !fresh.Alloc(xSize, ySize, XfnGetDataSize(dataType))) return 0;
   const auto numSamples = static_cast<std::size_t>(xSize) * static_cast<std::size_t>(ySize);
   std::memset(fresh.data, 0, numSamples * static_cast<std::size_t>(fresh.elementSize));
   impl_->own = std::move(fresh);

@@ -19,10 +19,6 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandMosaic, ZRMBand);
 
 namespace {
 
-bool IsScalar(int dataType) {
-  return zrk::VisitDataType(dataType, [](auto) {});
-}
-
 bool IsPixelSize(double size) {
   return std::isfinite(size) && size != 0.0;
 }
@@ -61,7 +57,7 @@ ZRMBand* ZRMBandMosaic::GetBandAt(int index) const {
 int ZRMBandMosaic::SetBandInfo(double ulx, double uly, double xPixelSize, double yPixelSize, int xSize, int ySize,
                                int dataType) {
   if (!std::isfinite(ulx) || !std::isfinite(uly) || !IsPixelSize(xPixelSize) || !IsPixelSize(yPixelSize) ||
-      xSize <= 0 || ySize <= 0 || !IsScalar(dataType)) {
+      xSize <= 0 || ySize <= 0 || !zrk::IsScalar(dataType)) {
     return 0;
   }
   impl_->sources.clear();
@@ -81,7 +77,7 @@ int ZRMBandMosaic::CalcWarpCoeff() {
     std::vector<zrk::MosaicSource> sources;
     for (ZRMBand* band : impl_->bands) {
       if (!IsPixelSize(band->GetXPixelSize()) || !IsPixelSize(band->GetYPixelSize()) ||
-          !IsScalar(band->GetDataType())) {
+          !zrk::IsScalar(band->GetDataType())) {
         return 0;
       }
       // The centre of the grid's first pixel, first in the world and then in the source's pixels.
@@ -99,7 +95,7 @@ int ZRMBandMosaic::CalcWarpCoeff() {
 int ZRMBandMosaic::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) {
   return zrk::ReadPixels([&] {
     if (!IsLevel(level) || !IsInside(x0, x1, y0, y1)) return zrk::FailRead(zrk::kWindowOutside);
-    if (impl_->sources.empty() || !IsScalar(GetDataType())) return zrk::FailRead("The mosaic has no sources");
+    if (impl_->sources.empty() || !zrk::IsScalar(GetDataType())) return zrk::FailRead("The mosaic has no sources");
     tagXArr2* result = impl_->results.GetBuffer((x1 - x0 + 1) >> level, (y1 - y0 + 1) >> level, GetDataSize());
     if (!result) return 0;
     zrk::MosaicRead read({level, x0, x1, y0, y1}, GetDataType(), *result, impl_->scratch.Get(), cancel);

@@ -4,15 +4,16 @@
 //
 // Times have a granularity. A file that was changed just now may be changed again under the same time, so a stamp is
 // taken only when the next change would be seen. A file is looked at by its name before and after it is read, since it
-// may be replaced meanwhile. Levels are stamped when their pixels are written: the disk is busy with these while the
-// processor goes over the bytes.
+// may be replaced meanwhile. Levels are stamped when their pixels are written: what the build has not read of the file
+// is read while the disk is busy with the pixels.
 
 #include "core/xld/ImageStamp.h"
 
-#include "base/Fingerprint.h"
+#include "base/Disk.h"
 #include "core/native/FieldAccess.h"
 #include "core/xld/LevelData.h"
 #include "core/xld/LevelFile.h"
+#include "math/Fingerprint.h"
 #include "XThread.h"
 
 #include <algorithm>
@@ -54,25 +55,28 @@ bool FindSettled(const XString& path, FileStatus& status) {
   return true;
 }
 
-/// Reads all of a file. Whoever changes it meanwhile leaves a stamp that fits nothing.
-StampResult MakeStamp(const XString& path, const int* cancel, ImageStamp& stamp) {
-  FileStatus before, after;
+/// Reads what the fingerprint does not have of a file. Whoever has changed that since its status was looked at leaves a
+/// stamp that fits nothing.
+StampResult FinishStamp(const XString& path, const FileStatus& before, Fingerprint& fingerprint, const int* cancel,
+                        ImageStamp& stamp) {
+  FileStatus after;
   std::shared_ptr<DiskFile> file;
   stamp = {};
-  const bool isOpen = FindSettled(path, before) && CurrentDisk().Open(path.AsStdString(), {}, file) == 0;
-  if (!isOpen) return StampResult::kUnreadable;
   if (before.length < 0) return StampResult::kDone;
-  std::uint64_t fingerprint = 0;
-  if (!FingerprintFile(*file, before.length, cancel, fingerprint)) {
-    return XfnIsStopRequested(cancel) ? StampResult::kStopped : StampResult::kUnreadable;
-  }
-  if (FindStatus(path, after) && after == before) stamp = {before, fingerprint};
+  const bool isRead = CurrentDisk().Open(path.AsStdString(), {}, file) == 0 && fingerprint.ReadRest(*file, cancel);
+  if (!isRead && XfnIsStopRequested(cancel)) return StampResult::kStopped;
+  const bool isThere = FindStatus(path, after), isSame = isThere && after == before;
+  if (!isRead && (isSame || !isThere)) return StampResult::kUnreadable;
+  if (isSame) stamp = {before, fingerprint.Get()};
   return StampResult::kDone;
 }
 
-XString PathOf(const XRSFile& dataset) {
-  const XString path = dataset.GetFilePath();
-  return path.IsEmpty() ? dataset.GetName() : path;
+/// Reads all of a file.
+StampResult MakeStamp(const XString& path, ImageStamp& stamp) {
+  FileStatus before;
+  if (!FindSettled(path, before)) return StampResult::kUnreadable;
+  Fingerprint fingerprint(before.length);
+  return FinishStamp(path, before, fingerprint, nullptr, stamp);
 }
 
 /// Writes the times of now in the place of the old ones. Only these bytes are written, and only where they are as many,
@@ -103,6 +107,11 @@ bool RemoveLevelFileBeside(const XString& path, std::int64_t oldLength) {
 
 }  // namespace
 
+XString ImagePathOf(const XRSFile& dataset) {
+  const XString path = dataset.GetFilePath();
+  return path.IsEmpty() ? dataset.GetName() : path;
+}
+
 int NoteOpenedImage(XRSFile& dataset, const XString& path) {
   FileStatus status;
   std::shared_ptr<const FileStatus> found;
@@ -114,14 +123,13 @@ int NoteOpenedImage(XRSFile& dataset, const XString& path) {
 std::optional<FileStatus> WatchImage(const XRSFile& dataset) {
   const FileStatus* const opened = FieldAccess::OpenedStatus(dataset).get();
   FileStatus now;
-  if (!FindSettled(PathOf(dataset), now)) return opened ? std::optional(FileStatus()) : std::nullopt;
+  if (!FindSettled(ImagePathOf(dataset), now)) return opened ? std::optional(FileStatus()) : std::nullopt;
   return opened && *opened != now ? FileStatus() : now;
 }
 
-StampResult StampImage(const XRSFile& dataset, const FileStatus& watched, const int* cancel, ImageStamp& stamp) {
-  const StampResult result = MakeStamp(PathOf(dataset), cancel, stamp);
-  if (stamp.status != watched) stamp = {};
-  return result;
+StampResult StampImage(const XRSFile& dataset, const FileStatus& watched, Fingerprint& fingerprint, const int* cancel,
+                       ImageStamp& stamp) {
+  return FinishStamp(ImagePathOf(dataset), watched, fingerprint, cancel, stamp);
 }
 
 bool IsOfImage(const XString& levelFile, std::int64_t textOffset, const XString& text, const XString& path) {
@@ -133,7 +141,7 @@ bool IsOfImage(const XString& levelFile, std::int64_t textOffset, const XString&
   // Where the lengths differ the bytes do.
   if (known->status.length != image.length) return false;
   ImageStamp now;
-  if (MakeStamp(path, nullptr, now) != StampResult::kDone || now.status.length != image.length) return false;
+  if (MakeStamp(path, now) != StampResult::kDone || now.status.length != image.length) return false;
   if (now.fingerprint != known->fingerprint) return false;
   RenewStamp(levelFile, textOffset, text, *known, now);
   return true;

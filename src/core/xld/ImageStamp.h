@@ -7,8 +7,13 @@ class XRSFile;
 
 namespace zrk {
 
+class Fingerprint;
+
 // Which bytes a level file was made of. A stamp is the length, the times and a fingerprint of the image's file; of an
 // image in several files that of the main one.
+
+/// The name of the file that the image of a dataset lies in.
+XString ImagePathOf(const XRSFile& dataset);
 
 /// Notes what the image is like before it is opened, so that a level file is not stamped with one that took its name
 /// meanwhile. 1. Throws std::bad_alloc.
@@ -21,9 +26,11 @@ std::optional<FileStatus> WatchImage(const XRSFile& dataset);
 
 enum class StampResult { kDone, kStopped, kUnreadable };
 
-/// Stamps the image of a dataset when its pixels have been read, which reads all of its file. The stamp fits nothing
-/// where the image has changed since it was watched. Throws std::bad_alloc.
-StampResult StampImage(const XRSFile& dataset, const FileStatus& watched, const int* cancel, ImageStamp& stamp);
+/// Stamps the image of a dataset when its pixels have been read. The fingerprint is that of the image's length. It may
+/// have taken bytes of the file since that was watched, and the others are read. The stamp fits nothing where the image
+/// has changed since then. Throws std::bad_alloc.
+StampResult StampImage(const XRSFile& dataset, const FileStatus& watched, Fingerprint& fingerprint, const int* cancel,
+                       ImageStamp& stamp);
 
 /// Whether the level file of that name, with this text at its end, was made of the image as it is now. Equal length and
 /// times suffice. Of other times the fingerprint decides, and they are renewed in the level file where it can be

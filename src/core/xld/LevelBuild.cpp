@@ -8,8 +8,10 @@
 
 #include "core/xld/LevelBuild.h"
 
+#include "base/Disk.h"
 #include "base/Failure.h"
 #include "core/level/PyramidStore.h"
+#include "core/level/TileTree.h"
 #include "core/model/StripStatistics.h"
 #include "core/native/SaverGroups.h"
 #include "core/xld/LevelFile.h"
@@ -114,6 +116,7 @@ bool LevelBuild::Write(bool wantsPyramids) {
 
 bool LevelBuild::WritePixels(bool isFull) {
   watched_ = WatchImage(dataset_);
+  if (watched_) fingerprint_.emplace(watched_->length);
   return (isFull ? BuildPyramids() : MeasureBands()) && StampImage();
 }
 
@@ -121,7 +124,8 @@ bool LevelBuild::WritePixels(bool isFull) {
 /// policy. Otherwise they keep a stamp that fits nothing.
 bool LevelBuild::StampImage() {
   if (!watched_) return true;
-  const StampResult result = zrk::StampImage(dataset_, *watched_, thread_ ? thread_->GetStatePtr() : nullptr, stamp_);
+  const int* const cancel = thread_ ? thread_->GetStatePtr() : nullptr;
+  const StampResult result = zrk::StampImage(dataset_, *watched_, *fingerprint_, cancel, stamp_);
   wasStopped_ = result == StampResult::kStopped;
   if (wasStopped_) return false;
   if (result == StampResult::kUnreadable && watched_->length >= 0) return Fail(GetSentence(PyramidResult::kReadFailed));
@@ -162,6 +166,14 @@ bool LevelBuild::MeasureBand(int index) {
   return true;
 }
 
+/// The fingerprint that takes what is read of a band: bands of other files have none. Called when the image is watched,
+/// so that the name does not lead to another file afterwards without a change of times.
+Fingerprint* LevelBuild::FindFingerprintOf(ZRMBand& band) {
+  const PlainStore* const tiles = FindTileSource(band);
+  const bool isOfImage = fingerprint_ && tiles && tiles->LiesIn(ImagePathOf(dataset_).AsStdString());
+  return isOfImage ? &*fingerprint_ : nullptr;
+}
+
 /// Gives a band its store, behind those of the bands before. Sizes and tiles are the first band's for all, because the
 /// text tells the same ones for every band.
 bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
@@ -180,9 +192,26 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   job.bands.push_back({band,
                        std::dynamic_pointer_cast<PlainStore>(record.GetEPOT()->GetStore()),
                        {band->GetBandType() == kBandTypeThematic, kNotSet},
+                       FindFingerprintOf(*band),
                        {},
                        {}});
   return true;
+}
+
+/// Workers that find nothing left to build read what is missing of the image's fingerprint. What they can't read is
+/// noticed when the image is stamped. Before that, one of them makes the system forget the old level file: that is work
+/// for one thread otherwise, when the new file takes its name.
+void LevelBuild::PlanExtras(PyramidJob& job) {
+  std::shared_ptr<DiskFile> image;
+  if (watched_ && watched_->length >= 0) CurrentDisk().Open(ImagePathOf(dataset_).AsStdString(), {}, image);
+  job.numExtras = 1 + (image ? std::min(fingerprint_->CountChunks(), INT_MAX / 2) : 0);
+  job.doExtra = [this, image](int extra, std::vector<unsigned char>& room) {
+    if (extra == 0) {
+      output_.DropOld();
+    } else {
+      fingerprint_->ReadChunk(*image, extra - 1, room);
+    }
+  };
 }
 
 /// All bands are planned before the first is built, so that bands that are not alike are found while the file has
@@ -196,6 +225,7 @@ bool LevelBuild::BuildPyramids() {
   for (int i = 0; i < dataset_.GetNumOfBands(); ++i) {
     if (!PlanPyramid(i, job)) return false;
   }
+  PlanExtras(job);
   if (!output_.File().Preallocate(end_)) return Fail("Fail to write Data");
   if (!Check(zrk::BuildPyramids(job))) return false;
   for (std::size_t i = 0; i < records_.size(); ++i) {

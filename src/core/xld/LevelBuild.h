@@ -3,6 +3,7 @@
 #include "base/NewFile.h"
 #include "core/level/PyramidBuild.h"
 #include "core/xld/ImageStamp.h"
+#include "math/Fingerprint.h"
 #include "ZRMBandEPOT.h"
 
 #include <memory>
@@ -31,6 +32,8 @@ class LevelBuild {
   bool MeasureBands();
   bool MeasureBand(int index);
   bool BuildPyramids();
+  void PlanExtras(PyramidJob& job);
+  Fingerprint* FindFingerprintOf(ZRMBand& band);
   bool PlanPyramid(int index, PyramidJob& job);
   XString MakeText(int compression);
   bool ReportStep(int step);
@@ -43,6 +46,7 @@ class LevelBuild {
   NewFile output_;
   std::vector<std::unique_ptr<ZRMBandEPOT>> records_;  // of each band, the store and what was measured
   std::optional<FileStatus> watched_;                  // of the image before it is read, where the dataset has a file
+  std::optional<Fingerprint> fingerprint_;             // of the watched image
   ImageStamp stamp_;
   std::int64_t end_ = 0;  // of what is written, in bytes
   bool wasStopped_ = false;

@@ -22,12 +22,12 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET == HWY_SCALAR
 
 /// For machines without vectors.
-void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, unsigned char* planes, std::size_t rowBytes) {
+void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, const BlockRows& rows) {
   for (std::size_t x = 0; x < numBlocks * kBlockSide; ++x) {
-    for (int y = 0; y < kBlockSide; ++y) {
-      const auto pixel = UnpackPixel(blocks + x / kBlockSide * kBlockBytes, static_cast<int>(x % kBlockSide), y);
-      unsigned char* const to = planes + static_cast<std::size_t>(y) * rowBytes + x;
-      for (std::size_t k = 0; k < kNumPlanes; ++k) to[kBlockSide * k * rowBytes] = pixel[k];
+    for (std::size_t y = 0; y < kBlockSide; ++y) {
+      const unsigned char* const block = blocks + x / kBlockSide * kBlockBytes;
+      const auto pixel = UnpackPixel(block, static_cast<int>(x % kBlockSide), static_cast<int>(y));
+      for (std::size_t k = 0; k < kNumPlanes; ++k) rows[kBlockSide * k + y][x] = pixel[k];
     }
   }
 }
@@ -69,32 +69,36 @@ hn::Vec<Bytes> SpreadCodes(Word codes, Word places, Bytes bytes) {
   return hn::BitCast(bytes, hn::Or(each, places));
 }
 
-void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, unsigned char* planes, std::size_t rowBytes) {
+/// One vector of blocks, whose pixels begin at column `x` of the rows.
+HWY_INLINE void UnpackVector(const unsigned char* blocks, Word places, const BlockRows& rows, std::size_t x) {
   const hn::Repartition<std::uint8_t, Words> bytes;
+  Word colours, codes;
+  hn::LoadInterleaved2(kWords, reinterpret_cast<const std::uint32_t*>(blocks), colours, codes);
+  const Word first = hn::And(colours, hn::Set(kWords, 0xFFFF)), second = hn::ShiftRight<16>(colours);
+  const auto isOpaque = hn::Gt(first, second);
+  const auto mix = [&](Word a, Word b) { return hn::BitCast(bytes, MixValues(a, b, isOpaque)); };
+  const auto red = mix(TakeComponent<11, 5>(first), TakeComponent<11, 5>(second));
+  const auto green = mix(TakeComponent<5, 6>(first), TakeComponent<5, 6>(second));
+  const auto blue = mix(TakeComponent<0, 5>(first), TakeComponent<0, 5>(second));
+  const Word solid = hn::Set(kWords, 0xFFFFFFFF), withHole = hn::Set(kWords, 0x00FFFFFF);
+  const auto alpha = hn::BitCast(bytes, hn::IfThenElse(isOpaque, solid, withHole));
+  for (std::size_t row = 0; row < kBlockSide; ++row, codes = hn::ShiftRight<8>(codes)) {
+    const auto codesOfRow = SpreadCodes(codes, places, bytes);
+    hn::StoreU(hn::TableLookupBytes(red, codesOfRow), bytes, rows[row] + x);
+    hn::StoreU(hn::TableLookupBytes(green, codesOfRow), bytes, rows[kBlockSide + row] + x);
+    hn::StoreU(hn::TableLookupBytes(blue, codesOfRow), bytes, rows[2 * kBlockSide + row] + x);
+    hn::StoreU(hn::TableLookupBytes(alpha, codesOfRow), bytes, rows[3 * kBlockSide + row] + x);
+  }
+}
+
+/// The last vector overlaps the one before, so that nothing is left over.
+void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, const BlockRows& rows) {
   const std::size_t lanes = hn::Lanes(kWords);
   const Word inVector = hn::And(hn::Iota(kWords, 0), hn::Set(kWords, 3));
   const Word places = hn::Mul(inVector, hn::Set(kWords, 0x04040404));
-  for (std::size_t i = 0; i < numBlocks; i += lanes) {
-    const auto* const source = reinterpret_cast<const std::uint32_t*>(blocks + i * kBlockBytes);
-    Word colours, codes;
-    hn::LoadInterleaved2(kWords, source, colours, codes);
-    const Word first = hn::And(colours, hn::Set(kWords, 0xFFFF)), second = hn::ShiftRight<16>(colours);
-    const auto isOpaque = hn::Gt(first, second);
-    const auto mix = [&](Word a, Word b) { return hn::BitCast(bytes, MixValues(a, b, isOpaque)); };
-    const auto red = mix(TakeComponent<11, 5>(first), TakeComponent<11, 5>(second));
-    const auto green = mix(TakeComponent<5, 6>(first), TakeComponent<5, 6>(second));
-    const auto blue = mix(TakeComponent<0, 5>(first), TakeComponent<0, 5>(second));
-    const Word solid = hn::Set(kWords, 0xFFFFFFFF), withHole = hn::Set(kWords, 0x00FFFFFF);
-    const auto alpha = hn::BitCast(bytes, hn::IfThenElse(isOpaque, solid, withHole));
-    unsigned char* to = planes + i * kBlockSide;
-    for (int row = 0; row < kBlockSide; ++row, to += rowBytes, codes = hn::ShiftRight<8>(codes)) {
-      const auto codesOfRow = SpreadCodes(codes, places, bytes);
-      hn::StoreU(hn::TableLookupBytes(red, codesOfRow), bytes, to);
-      hn::StoreU(hn::TableLookupBytes(green, codesOfRow), bytes, to + 4 * rowBytes);
-      hn::StoreU(hn::TableLookupBytes(blue, codesOfRow), bytes, to + 8 * rowBytes);
-      hn::StoreU(hn::TableLookupBytes(alpha, codesOfRow), bytes, to + 12 * rowBytes);
-    }
-  }
+  const std::size_t last = numBlocks > lanes ? numBlocks - lanes : 0;
+  for (std::size_t i = 0; i < last; i += lanes) UnpackVector(blocks + i * kBlockBytes, places, rows, i * kBlockSide);
+  UnpackVector(blocks + last * kBlockBytes, places, rows, last * kBlockSide);
 }
 
 #endif  // HWY_TARGET == HWY_SCALAR
@@ -124,8 +128,8 @@ unsigned char Mix(unsigned first, unsigned second, unsigned code, bool isOpaque)
 
 }  // namespace
 
-void UnpackToPlanes(const unsigned char* blocks, std::size_t numBlocks, unsigned char* planes, std::size_t rowBytes) {
-  HWY_DYNAMIC_DISPATCH(UnpackAll)(blocks, numBlocks, planes, rowBytes);
+void UnpackToPlanes(const unsigned char* blocks, std::size_t numBlocks, const BlockRows& rows) {
+  HWY_DYNAMIC_DISPATCH(UnpackAll)(blocks, numBlocks, rows);
 }
 
 std::array<unsigned char, kNumPlanes> UnpackPixel(const unsigned char* block, int x, int y) {

@@ -12,10 +12,13 @@ inline constexpr int kBlockBytes = 8;
 /// More than any machine's vector takes at once.
 inline constexpr std::size_t kMaxBlocksAtOnce = 16;
 
+/// The four rows of each plane that a row of blocks has; row r of plane k is at 4 * k + r.
+using BlockRows = std::array<unsigned char*, kNumPlanes * kBlockSide>;
+
 /// Unpacks a row of DXT1 blocks to four planes, which are those of red, green, blue and alpha, in the colours of
-/// `squish::DecompressImage`. Row r of plane k begins at `planes + (4 * k + r) * rowBytes`. Whole vectors are read and
-/// written: there has to be room for a multiple of `kMaxBlocksAtOnce` blocks on both sides.
-void UnpackToPlanes(const unsigned char* blocks, std::size_t numBlocks, unsigned char* planes, std::size_t rowBytes);
+/// `squish::DecompressImage`. Of fewer than `kMaxBlocksAtOnce` blocks as many may be read and written; more blocks are
+/// read and written alone.
+void UnpackToPlanes(const unsigned char* blocks, std::size_t numBlocks, const BlockRows& rows);
 
 /// Pixel (x, y) of one block, without vector instructions.
 std::array<unsigned char, kNumPlanes> UnpackPixel(const unsigned char* block, int x, int y);

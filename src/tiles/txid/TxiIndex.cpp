@@ -137,6 +137,22 @@ std::uint64_t FindGreatestOffset(const tagTxiInfo& info) {
   return greatest;
 }
 
+/// Goes from one tile that exists to the next one that may lie within, so that it takes no longer than the index is
+/// long.
+bool HasTileWithin(const tagTxiInfo& info, const Window& window) {
+  const std::int64_t left = window.x0 / info.tileSize, right = window.x1 / info.tileSize;
+  const std::int64_t top = window.y0 / info.tileSize, bottom = window.y1 / info.tileSize;
+  for (std::int64_t key = info.numXTiles * top + left; key <= INT_MAX;) {
+    const auto tile = info.tiles.lower_bound(static_cast<std::int32_t>(key));
+    if (tile == info.tiles.end()) return false;
+    const std::int64_t row = tile->first / info.numXTiles, column = tile->first % info.numXTiles;
+    if (row > bottom) return false;
+    if (left <= column && column <= right) return true;
+    key = info.numXTiles * (column < left ? row : row + 1) + left;
+  }
+  return false;
+}
+
 std::int64_t CountTilesInGrid(const tagTxiInfo& info) {
   const std::int64_t numTiles = std::int64_t{info.numXTiles} * info.numYTiles;
   const auto begin = info.tiles.lower_bound(0);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Window.h"
 #include "tagTxiInfo.h"
 #include "XString.h"
 
@@ -22,6 +23,9 @@ std::optional<tagTxiInfo> ReadTxiFile(const XString& path, XString& err);
 
 /// The greatest offset of a tile; 0 where there is none.
 std::uint64_t FindGreatestOffset(const tagTxiInfo& info);
+
+/// Whether a tile exists that has a pixel of the window.
+bool HasTileWithin(const tagTxiInfo& info, const Window& window);
 
 /// How many of the listed tiles lie in the grid.
 std::int64_t CountTilesInGrid(const tagTxiInfo& info);

@@ -3,6 +3,7 @@
 #include "core/load/FirstBytes.h"
 #include "core/load/RasterLoad.h"
 #include "tagXFormatNotes.h"
+#include "tiles/txid/TxidStore.h"
 #include "tiles/txid/TxiIndex.h"
 #include "XFormatId.h"
 #include "ZRMBandTXID.h"
@@ -70,6 +71,8 @@ constinit const FormatRow kTxidFormat = {.format = {.id = kFormatTXID,
                                                     .bandClass = "ZRMBandTXID"},
                                          .isContent = &IsTxid,
                                          .loadRaster = &LoadTxid,
-                                         .describe = &DescribeTxid};
+                                         .describe = &DescribeTxid,
+                                         .readTile = &ReadTxidTile,
+                                         .checkStore = &CheckTxidStore};
 
 }  // namespace zrk

@@ -14,6 +14,7 @@
 #include "XLimits.h"
 #include "XThread.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -64,6 +65,31 @@ void CopySamples(const unsigned char* from, int start, const TileAxis& axis, con
   for (int i = runEnd; i < visit.count; ++i) to[i] = from[sources[i] - start];
 }
 
+/// Where four pixels at the end of a run lie: the first of two blocks, the pixel in it, and the column of the rows.
+struct Edge {
+  const unsigned char* blocks;
+  int start;
+  int column;
+};
+
+/// Unpacks the blocks of both ends in one vector, and writes four pixels of each end in each row.
+void CopyEdges(const Edge& left, const Edge& right, const BlockRows& rows) {
+  constexpr std::size_t kRowBytes = kMaxBlocksAtOnce * kBlockSide;
+  constexpr std::size_t kPairBytes = 2 * kBlockBytes;
+  constexpr int kPairSide = 2 * kBlockSide;
+  std::array<unsigned char, kMaxBlocksAtOnce * kBlockBytes> packed{};
+  std::array<unsigned char, std::tuple_size_v<BlockRows> * kRowBytes> unpacked;
+  BlockRows from;
+  for (std::size_t i = 0; i < from.size(); ++i) from[i] = unpacked.data() + i * kRowBytes;
+  std::memcpy(packed.data(), left.blocks, kPairBytes);
+  std::memcpy(packed.data() + kPairBytes, right.blocks, kPairBytes);
+  UnpackToPlanes(packed.data(), 4, from);
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::memcpy(rows[i] + left.column, from[i] + left.start, kBlockSide);
+    std::memcpy(rows[i] + right.column, from[i] + kPairSide + right.start, kBlockSide);
+  }
+}
+
 std::string NameTile(const TileVisit& row, const TileVisit& column) {
   return "tile " + std::to_string(column.tile) + " of row " + std::to_string(row.tile);
 }
@@ -87,6 +113,8 @@ bool TxidWindow::Read(const ReadRequest& request, const int* cancel) {
     if (XfnIsStopRequested(cancel)) return FailRead(kReadStopped) != 0;
     if (!ReadTiles(row)) return false;
   }
+  // Tiles at the rim of a window may have none of a level's pixels.
+  isBlank_ = isBlank_ && !HasTileWithin(store_.info, {request.x0, request.x1, request.y0, request.y1});
   return true;
 }
 
@@ -169,22 +197,64 @@ void TxidWindow::Unpack(const unsigned char* blocks, const TileVisit& row, const
   }
 }
 
+/// Rows of all planes from row `first` of the visit on, at a column of the result.
+BlockRows TxidWindow::ResultRows(const TileVisit& row, int first, int column) {
+  BlockRows rows;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const int y = row.first + first + static_cast<int>(i % kBlockSide);
+    rows[i] = planes_[i / kBlockSide].Row(y) + column;
+  }
+  return rows;
+}
+
+/// Whole blocks go straight to the result. At both ends of the run, where blocks may lie in it in part, four pixels are
+/// written from a buffer; whole blocks then lie over those that are too many. Samples beside the run repeat one of it.
+/// False where the run is too short for that.
+bool TxidWindow::UnpackInPlace(const unsigned char* blocks, const TileVisit& row, int first, const TileVisit& column) {
+  const int* const xs = scratch_.columns.SourcesOf(column);
+  const int begin = xs[column.runBegin], end = begin + column.runCount;
+  const int firstWhole = (begin + kBlockSide - 1) / kBlockSide, endWhole = end / kBlockSide;
+  const auto numWhole = static_cast<std::size_t>(std::max(endWhole - firstWhole, 0));
+  if (numWhole < kMaxBlocksAtOnce || xs[0] < begin || xs[column.count - 1] >= end) return false;
+  const unsigned char* const whole = blocks + std::ptrdiff_t{firstWhole - xs[0] / kBlockSide} * kBlockBytes;
+  const BlockRows rows = ResultRows(row, first, column.first + column.runBegin);
+  const int inFirst = begin % kBlockSide, inLast = end % kBlockSide;
+  if (inFirst != 0 || inLast != 0) {
+    // Where an end has whole blocks alone, its edge lies within them.
+    const unsigned char* const endOfWhole = whole + numWhole * kBlockBytes;
+    const Edge left{inFirst == 0 ? whole : whole - kBlockBytes, inFirst, 0};
+    const Edge right{inLast == 0 ? endOfWhole - 2 * kBlockBytes : endOfWhole - kBlockBytes,
+                     inLast == 0 ? kBlockSide : inLast, column.runCount - kBlockSide};
+    CopyEdges(left, right, rows);
+  }
+  UnpackToPlanes(whole, numWhole,
+                 ResultRows(row, first, column.first + column.runBegin + firstWhole * kBlockSide - begin));
+  for (unsigned char* const to : rows) {
+    for (int i = 0; i < column.runBegin; ++i) to[i - column.runBegin] = to[xs[i] - begin];
+    for (int i = column.runBegin + column.runCount; i < column.count; ++i) to[i - column.runBegin] = to[xs[i] - begin];
+  }
+  return true;
+}
+
 /// `first` and `end` are rows of the visit that lie in one row of blocks.
 void TxidWindow::UnpackBlockRow(const unsigned char* blocks, const TileVisit& row, int first, int end,
                                 const TileVisit& column) {
   const int* const xs = scratch_.columns.SourcesOf(column);
   const int* const ys = scratch_.rows.SourcesOf(row);
+  const bool isWhole = end - first == kBlockSide && ys[end - 1] - ys[first] == kBlockSide - 1;
+  if (isWhole && scratch_.columns.step == 1 && UnpackInPlace(blocks, row, first, column)) return;
   const auto numBlocks = static_cast<std::size_t>(xs[column.count - 1] / kBlockSide - xs[0] / kBlockSide + 1);
-  const std::size_t rowBytes = (numBlocks + kMaxBlocksAtOnce) / kMaxBlocksAtOnce * kMaxBlocksAtOnce * kBlockSide;
-  const std::size_t room = kNumPlanes * kBlockSide * rowBytes;
-  if (scratch_.planes.size() < room) scratch_.planes.resize(room);
-  UnpackToPlanes(blocks, numBlocks, scratch_.planes.data(), rowBytes);
+  const std::size_t rowBytes = std::max(numBlocks, kMaxBlocksAtOnce) * kBlockSide;
+  BlockRows rows;
+  if (scratch_.planes.size() < rows.size() * rowBytes) scratch_.planes.resize(rows.size() * rowBytes);
+  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = scratch_.planes.data() + i * rowBytes;
+  UnpackToPlanes(blocks, numBlocks, rows);
   const int start = xs[0] / kBlockSide * kBlockSide;
   for (int i = first; i < end; ++i) {
     const auto inBlock = static_cast<std::size_t>(ys[i] % kBlockSide);
     for (std::size_t k = 0; k < kNumPlanes; ++k) {
-      const unsigned char* const from = scratch_.planes.data() + (kBlockSide * k + inBlock) * rowBytes;
-      CopySamples(from, start, scratch_.columns, column, planes_[k].Row(row.first + i) + column.first);
+      unsigned char* const to = planes_[k].Row(row.first + i) + column.first;
+      CopySamples(rows[kBlockSide * k + inBlock], start, scratch_.columns, column, to);
     }
   }
 }

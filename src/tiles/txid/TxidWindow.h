@@ -52,6 +52,8 @@ class TxidWindow {
                          const unsigned char*& blocks);
   void Unpack(const unsigned char* blocks, const TileVisit& row, const TileVisit& column);
   void UnpackBlockRow(const unsigned char* blocks, const TileVisit& row, int first, int end, const TileVisit& column);
+  bool UnpackInPlace(const unsigned char* blocks, const TileVisit& row, int first, const TileVisit& column);
+  BlockRows ResultRows(const TileVisit& row, int first, int column);
   void UnpackPixels(const unsigned char* blocks, const TileVisit& row, const TileVisit& column);
   void Fill(unsigned char value, const TileVisit& row, const TileVisit& column);
   int CountBlocksInRow() const { return (store_.info.tileSize + kBlockSide - 1) / kBlockSide; }

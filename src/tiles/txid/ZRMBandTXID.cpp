@@ -32,6 +32,16 @@ XString BaseOf(const XString& path) {
   return path.Left(std::max(path.GetLength() - 4, 0));
 }
 
+/// All stores share one, since making it takes longer than reading an index.
+const XSpatialReference& Wgs84() {
+  static const XSpatialReference system = [] {
+    XSpatialReference made;
+    made.SetWellKnownGeogCS("WGS84");
+    return made;
+  }();
+  return system;
+}
+
 }  // namespace
 
 ZRMBandTXID::ZRMBandTXID(ZRMBandTXID* master) : master_(master), store_(master ? nullptr : std::make_unique<Store>()) {
@@ -80,7 +90,7 @@ void ZRMBandTXID::TakeOver() {
                static_cast<double>(info.yPixelSize) * kDegreesPerUnit);
   SetUpperLeft(info.x, info.y);
   SetCoordinateKind(kCoordinateWorld);
-  GetSR()->SetWellKnownGeogCS("WGS84");
+  SetSR(Wgs84());
   SetChannel(0);
 }
 

@@ -8,7 +8,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
+#include <string>
 
 // Where images lie by the world files beside them, in both policies.
 
@@ -28,6 +30,15 @@ class WorldFiles : public testing::Test {
     XString err;
     EXPECT_EQ(1, XRSFileIO::LoadFileRaster(file_.get(), id, folder_.Path(name), err, 0, kLevelNone, nullptr));
     return *file_->GetBandAt(1);
+  }
+  /// The sentence of a load that fails, which leaves the dataset without bands.
+  std::string TryExactly(const char* name, int id) const {
+    XRSFile file;
+    file.SetReadPolicy(kReadExact);
+    XString err;
+    EXPECT_EQ(0, XRSFileIO::LoadFileRaster(&file, id, folder_.Path(name), err, 0, kLevelNone, nullptr));
+    EXPECT_EQ(0, file.GetNumOfBands());
+    return err.AsStdString();
   }
   ZRMBand& OpenBmp(XReadPolicy policy) { return Open("a.bmp", kFormatBMP, policy); }
   static std::vector<double> TransformOf(const ZRMBand& band) {
@@ -106,9 +117,21 @@ TEST_F(WorldFiles, OfTooFewLinesPlaceAnImageInTheCompatiblePolicy) {
   EXPECT_EQ(kCoordinateWorld, OpenBmp(kReadCompatible).GetCoordinateKind());
 }
 
-TEST_F(WorldFiles, OfTooFewLinesPlaceNoImageInTheExactPolicy) {
+TEST_F(WorldFiles, OfTooFewLinesFailTheLoadInTheExactPolicy) {
   folder_.Write("a.bmw", "10\n0\n0\n-20\n1005\n");
-  EXPECT_EQ(kCoordinatePixel, OpenBmp(kReadExact).GetCoordinateKind());
+  EXPECT_EQ("The world file a.bmw has fewer than six lines", TryExactly("a.bmp", kFormatBMP));
+  folder_.Write("a.jgw", "");
+  EXPECT_EQ("The world file a.jgw has fewer than six lines", TryExactly("a.jpg", kFormatJPG));
+}
+
+TEST_F(WorldFiles, ThatCannotBeReadCountAsNoneInTheCompatiblePolicy) {
+  std::filesystem::create_directory(folder_.Path("a.bmw"));
+  EXPECT_EQ(kCoordinatePixel, OpenBmp(kReadCompatible).GetCoordinateKind());
+}
+
+TEST_F(WorldFiles, ThatCannotBeReadFailTheLoadInTheExactPolicy) {
+  std::filesystem::create_directory(folder_.Path("a.bmw"));
+  EXPECT_THAT(TryExactly("a.bmp", kFormatBMP), testing::StartsWith("The world file a.bmw can't be read: "));
 }
 
 TEST_F(WorldFiles, AreNotThereForAnImageThatIsPlacedInPixels) {

@@ -8,9 +8,9 @@ using testing::ElementsAre;
 namespace {
 
 /// Pixels of 2 by 4 units, the place of the first one (1000, 5000).
-class PlacedBand : public ZRMBand {
+class CornerBand : public ZRMBand {
  public:
-  PlacedBand() {
+  CornerBand() {
     SetPixelSize(2.0, 4.0);
     SetUpperLeft(1000.0, 5000.0);
   }
@@ -28,17 +28,17 @@ constexpr double kTurned[6] = {10.0, 0.5, 0.25, 20.0, -0.25, 0.5};
 }  // namespace
 
 TEST(GeoTransform, FollowsFromCornerAndPixelSizes) {
-  EXPECT_THAT(TransformOf(PlacedBand()), ElementsAre(1000.0, 2.0, 0.0, 5000.0, 0.0, -4.0));
+  EXPECT_THAT(TransformOf(CornerBand()), ElementsAre(1000.0, 2.0, 0.0, 5000.0, 0.0, -4.0));
 }
 
 TEST(GeoTransform, BeginsHalfAPixelBeforeTheCentreOfTheFirstPixel) {
-  PlacedBand band;
+  CornerBand band;
   band.SetPixelAnchor(kPixelCentre);
   EXPECT_THAT(TransformOf(band), ElementsAre(999.0, 2.0, 0.0, 5002.0, 0.0, -4.0));
 }
 
 TEST(GeoTransform, HoldsRotationAndRowsThatGoNorth) {
-  PlacedBand band;
+  CornerBand band;
   band.SetGeoTransform(kTurned);
   EXPECT_THAT(TransformOf(band), testing::ElementsAreArray(kTurned));
   EXPECT_EQ(1000.0, band.GetULX());
@@ -46,7 +46,7 @@ TEST(GeoTransform, HoldsRotationAndRowsThatGoNorth) {
 }
 
 TEST(GeoTransform, FollowsAChangeOfCornerOrPixelSize) {
-  PlacedBand band;
+  CornerBand band;
   band.SetGeoTransform(kTurned);
   band.SetULX(500.0);
   EXPECT_THAT(TransformOf(band), ElementsAre(500.0, 2.0, 0.0, 5000.0, 0.0, -4.0));
@@ -56,7 +56,7 @@ TEST(GeoTransform, FollowsAChangeOfCornerOrPixelSize) {
 }
 
 TEST(GeoTransform, IsSharedWithFollowersAndCloned) {
-  PlacedBand master, follower, clone;
+  CornerBand master, follower, clone;
   master.SetPixelAnchor(kPixelCentre);
   master.SetGeoTransform(kTurned);
   follower.CopyGeometry(master);

@@ -13,10 +13,10 @@ using DirectBand = MemoryBandOf<ZRMBandDRIO>;
 using LevelBand = MemoryBandOf<ZRMBandXLD>;
 
 /// Sets a flag when it goes.
-class MortalBand : public ZRMBandXLD {
+class MortalLevels : public ZRMBandXLD {
  public:
-  explicit MortalBand(bool& isGone) : isGone_(isGone) {}
-  ~MortalBand() override { isGone_ = true; }
+  explicit MortalLevels(bool& isGone) : isGone_(isGone) {}
+  ~MortalLevels() override { isGone_ = true; }
 
  private:
   bool& isGone_;
@@ -33,7 +33,7 @@ TEST(ZRMBandDRIO, OwnsItsLevelData) {
   bool isGone = false;
   {
     DirectBand band;
-    band.SetBandXLD(std::make_unique<MortalBand>(isGone).release());
+    band.SetBandXLD(std::make_unique<MortalLevels>(isGone).release());
     EXPECT_NE(band.GetBandXLD(), nullptr);
     EXPECT_FALSE(isGone);
   }
@@ -43,8 +43,8 @@ TEST(ZRMBandDRIO, OwnsItsLevelData) {
 TEST(ZRMBandDRIO, NewLevelDataReplacesTheOneBefore) {
   bool isFirstGone = false, isSecondGone = false;
   DirectBand band;
-  band.SetBandXLD(std::make_unique<MortalBand>(isFirstGone).release());
-  band.SetBandXLD(std::make_unique<MortalBand>(isSecondGone).release());
+  band.SetBandXLD(std::make_unique<MortalLevels>(isFirstGone).release());
+  band.SetBandXLD(std::make_unique<MortalLevels>(isSecondGone).release());
   EXPECT_TRUE(isFirstGone);
   EXPECT_FALSE(isSecondGone);
   band.SetBandXLD(nullptr);
@@ -55,7 +55,7 @@ TEST(ZRMBandDRIO, NewLevelDataReplacesTheOneBefore) {
 TEST(ZRMBandDRIO, LevelDataSetAgainStays) {
   bool isGone = false;
   DirectBand band;
-  band.SetBandXLD(std::make_unique<MortalBand>(isGone).release());
+  band.SetBandXLD(std::make_unique<MortalLevels>(isGone).release());
   band.SetBandXLD(band.GetBandXLD());
   EXPECT_FALSE(isGone);
 }

@@ -226,14 +226,14 @@ TEST_P(ZRMVandSamples, HaveNoFurtherLayers) {
   EXPECT_EQ(numLayers, vand.GetNumOfLayers());
 }
 
-std::string NameOf(const testing::TestParamInfo<Sample>& info) {
+std::string NameOfLayer(const testing::TestParamInfo<Sample>& info) {
   std::string name = info.param.file + ("_" + std::to_string(info.param.layer));
   for (char& c : name)
     if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
   return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, ZRMVandSamples, testing::ValuesIn(kSamples), NameOf);
+INSTANTIATE_TEST_SUITE_P(Files, ZRMVandSamples, testing::ValuesIn(kSamples), NameOfLayer);
 
 TEST(ZRMVandFiles, OfBinaryDrawingsAndArchivesAreRefused) {
   const std::map<std::string, int> files = {{"bin_dxf_r12.dxf", ZRMVand::kKindDXF},

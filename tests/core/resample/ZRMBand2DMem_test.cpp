@@ -2,7 +2,7 @@
 // compared with that of a band that the tests have for the same samples.
 
 #include "ZRMBand2DMem.h"
-#include "MemoryBand.h"
+#include "ReadSamples.h"
 #include "XThread.h"
 
 #include <gtest/gtest.h>
@@ -10,12 +10,6 @@
 #include <thread>
 
 namespace {
-
-template <class Sample>
-std::vector<Sample> Read(ZRMBand& band, int level, int x0, int x1, int y0, int y1) {
-  tagXArr2* out = nullptr;
-  return band.ReadSubset(out, level, x0, x1, y0, y1, nullptr) ? SamplesOf<Sample>(*out) : std::vector<Sample>{};
-}
 
 template <class Sample>
 class ZRMBand2DMemOf : public testing::Test {};

@@ -1,5 +1,5 @@
 #include "ZRMBandMosaic.h"
-#include "MemoryBand.h"
+#include "ReadSamples.h"
 #include "XThread.h"
 
 #include <gtest/gtest.h>
@@ -9,17 +9,6 @@
 #include <thread>
 
 namespace {
-
-template <class Sample>
-std::vector<Sample> Read(ZRMBand& band, int level, int x0, int x1, int y0, int y1) {
-  tagXArr2* out = nullptr;
-  return band.ReadSubset(out, level, x0, x1, y0, y1, nullptr) ? SamplesOf<Sample>(*out) : std::vector<Sample>{};
-}
-
-template <class Sample>
-std::vector<Sample> ReadAll(ZRMBand& band) {
-  return Read<Sample>(band, 0, 0, band.GetXSize() - 1, 0, band.GetYSize() - 1);
-}
 
 /// A source whose upper left corner and pixel size are exact in binary.
 struct Source : MemoryBand {

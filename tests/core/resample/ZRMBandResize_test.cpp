@@ -2,7 +2,7 @@
 // plain formulas that the tests hold for themselves, such as Keys' kernel summed over the whole neighbourhood.
 
 #include "ZRMBandResize.h"
-#include "MemoryBand.h"
+#include "ReadSamples.h"
 #include "XThread.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 namespace {
 
 template <class Sample>
-std::vector<Sample> Noise(int width, int height, unsigned seed) {
+std::vector<Sample> NoiseOf(int width, int height, unsigned seed) {
   std::mt19937_64 random(seed);
   std::vector<Sample> samples;
   for (int i = 0; i < width * height; ++i) {
@@ -27,20 +27,6 @@ std::vector<Sample> Noise(int width, int height, unsigned seed) {
     }
   }
   return samples;
-}
-
-template <class Sample>
-std::vector<Sample> Read(ZRMBand& band, int level, int x0, int x1, int y0, int y1) {
-  tagXArr2* out = nullptr;
-  if (!band.ReadSubset(out, level, x0, x1, y0, y1, nullptr)) return {};
-  EXPECT_EQ((x1 - x0 + 1) >> level, out->xSize);
-  EXPECT_EQ((y1 - y0 + 1) >> level, out->ySize);
-  return SamplesOf<Sample>(*out);
-}
-
-template <class Sample>
-std::vector<Sample> ReadAll(ZRMBand& band) {
-  return Read<Sample>(band, 0, 0, band.GetXSize() - 1, 0, band.GetYSize() - 1);
 }
 
 /// The part of a whole image that a window at a level shows.
@@ -80,7 +66,7 @@ template <class Sample>
 class ZRMBandResizeOf : public testing::Test {
  protected:
   void Show(int width, int height, int method, int outWidth, int outHeight) {
-    samples_ = Noise<Sample>(width, height, 17);
+    samples_ = NoiseOf<Sample>(width, height, 17);
     source_.SetSamples(width, height, samples_);
     band_.SetSourceBand(&source_);
     band_.SetResampleMethod(method);
@@ -407,7 +393,7 @@ TEST(ZRMBandResize, ReadsAgainAfterItsBuffersWereFreed) {
 
 TEST(ZRMBandResizeThreads, ReadAlike) {
   MemoryBand source;
-  source.SetSamples(120, 90, Noise<std::uint16_t>(120, 90, 4));
+  source.SetSamples(120, 90, NoiseOf<std::uint16_t>(120, 90, 4));
   for (const int method : {kResampleNearest, kResampleMean, kResampleCubic}) {
     ZRMBandResize band;
     band.SetSourceBand(&source);

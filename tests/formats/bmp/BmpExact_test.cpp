@@ -1,11 +1,8 @@
 #include "BmpBuilder.h"
 #include "BmpKind.h"
 #include "ByteFlips.h"
-#include "Samples.h"
-#include "TempFolder.h"
+#include "LoadedRaster.h"
 #include "XFormatId.h"
-#include "XReadPolicy.h"
-#include "XRSFileIO.h"
 #include "ZRMBandBMP.h"
 
 #include <gtest/gtest.h>
@@ -15,30 +12,9 @@
 namespace {
 
 /// A bitmap that is loaded by the exact policy.
-class ExactBmp {
+class ExactBmp : public LoadedRaster {
  public:
-  explicit ExactBmp(const std::vector<unsigned char>& bytes) {
-    folder_.Write("a.bmp", bytes);
-    file_.SetReadPolicy(kReadExact);
-    isOpen_ = XRSFileIO::LoadFileRaster(&file_, kFormatBMP, folder_.Path("a.bmp"), err_, 0, kLevelNone, nullptr);
-  }
-  bool IsOpen() const { return isOpen_ != 0; }
-  std::string Reason() const { return err_.AsStdString(); }
-  XRSFile& File() { return file_; }
-  ZRMBand& Band(int c) { return *file_.GetBandAt(c); }
-  Pixels Read(int c, int level, const Window& window) { return ReadPixels(Band(c), level, window); }
-  /// The sentence of a read that fails; empty where it succeeds.
-  std::string Failure(const Window& window) {
-    if (!Read(0, 0, window).bytes.empty()) return {};
-    XString reason;
-    return XfnGetLastReadError(reason) ? reason.AsStdString() : "no reason";
-  }
-
- private:
-  TempFolder folder_;
-  XRSFile file_;
-  XString err_;
-  int isOpen_ = 0;
+  explicit ExactBmp(const std::vector<unsigned char>& bytes) : LoadedRaster(bytes, kFormatBMP) {}
 };
 
 void ExpectColours(ExactBmp& image, const BmpKind& kind, int level, const Window& window) {

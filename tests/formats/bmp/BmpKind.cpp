@@ -16,7 +16,7 @@ constexpr std::array<std::uint32_t, 4> k8888 = {0xFF0000, 0xFF00, 0xFF, 0xFF0000
 constexpr std::array<std::uint32_t, 4> k4444 = {0xF000, 0x0F00, 0x00F0, 0x000F};
 constexpr std::array<std::uint32_t, 4> kUneven = {0x3F, 0x1FC0, 0x2000, 0x78000000};
 
-void Put(std::vector<unsigned char>& bytes, std::uint32_t value, int numBytes) {
+void PutNumber(std::vector<unsigned char>& bytes, std::uint32_t value, int numBytes) {
   for (int i = 0; i < numBytes; ++i) bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
 }
 
@@ -64,26 +64,27 @@ int BmpKind::PixelOffset() const {
 
 void BmpKind::WriteHeader(std::vector<unsigned char>& bytes) const {
   bytes = {'B', 'M'};
-  Put(bytes, static_cast<std::uint32_t>(PixelOffset()), 4);  // the length, which nobody believes
-  Put(bytes, 0, 4);
-  Put(bytes, static_cast<std::uint32_t>(PixelOffset()), 4);
-  Put(bytes, static_cast<std::uint32_t>(headerBytes), 4);
+  PutNumber(bytes, static_cast<std::uint32_t>(PixelOffset()), 4);  // the length, which nobody believes
+  PutNumber(bytes, 0, 4);
+  PutNumber(bytes, static_cast<std::uint32_t>(PixelOffset()), 4);
+  PutNumber(bytes, static_cast<std::uint32_t>(headerBytes), 4);
   const int sizeBytes = headerBytes == 12 ? 2 : 4;
-  Put(bytes, static_cast<std::uint32_t>(width), sizeBytes);
-  Put(bytes, static_cast<std::uint32_t>(isTopDown ? -height : height), sizeBytes);
-  Put(bytes, 1, 2);
-  Put(bytes, static_cast<std::uint32_t>(bits), 2);
+  PutNumber(bytes, static_cast<std::uint32_t>(width), sizeBytes);
+  PutNumber(bytes, static_cast<std::uint32_t>(isTopDown ? -height : height), sizeBytes);
+  PutNumber(bytes, 1, 2);
+  PutNumber(bytes, static_cast<std::uint32_t>(bits), 2);
   if (headerBytes > 12) {
-    for (const int field : {compression, 0, 2835, 2835, clrUsed, 0}) Put(bytes, static_cast<std::uint32_t>(field), 4);
+    for (const int field : {compression, 0, 2835, 2835, clrUsed, 0})
+      PutNumber(bytes, static_cast<std::uint32_t>(field), 4);
     const bool hasMasks = headerBytes >= 52 || compression == kBitFields || compression == kAlphaBitFields;
     const std::size_t numMasks = headerBytes >= 56 || compression == kAlphaBitFields ? 4 : 3;
-    for (std::size_t i = 0; i < numMasks && hasMasks && headerBytes != 64; ++i) Put(bytes, masks[i], 4);
+    for (std::size_t i = 0; i < numMasks && hasMasks && headerBytes != 64; ++i) PutNumber(bytes, masks[i], 4);
   }
   const bool areMasksBehind = headerBytes == 40;
   if (!areMasksBehind) bytes.resize(static_cast<std::size_t>(14 + headerBytes), 0);
   for (int entry = 0; entry < writtenColours; ++entry) {
-    for (const int channel : {2, 1, 0}) Put(bytes, static_cast<std::uint32_t>(PaletteAt(channel, entry)), 1);
-    if (headerBytes > 12) Put(bytes, 0, 1);
+    for (const int channel : {2, 1, 0}) PutNumber(bytes, static_cast<std::uint32_t>(PaletteAt(channel, entry)), 1);
+    if (headerBytes > 12) PutNumber(bytes, 0, 1);
   }
   bytes.resize(static_cast<std::size_t>(PixelOffset()), 0xEE);
 }
@@ -91,7 +92,7 @@ void BmpKind::WriteHeader(std::vector<unsigned char>& bytes) const {
 void BmpKind::WriteRow(int y, std::vector<unsigned char>& bytes) const {
   const std::size_t begin = bytes.size();
   if (bits >= 16) {
-    for (int x = 0; x < width; ++x) Put(bytes, PixelAt(x, y), bits / 8);
+    for (int x = 0; x < width; ++x) PutNumber(bytes, PixelAt(x, y), bits / 8);
   } else {
     bytes.resize(begin + static_cast<std::size_t>(RowBytes()), 0);
     for (int x = 0; x < width; ++x) {

@@ -20,7 +20,7 @@ std::vector<Pixels> ReadExactly(const std::string& name) {
   EXPECT_EQ(1, XRSFileIO::LoadFileRaster(&file, kFormatBMP, path, err, 0, kLevelNone, nullptr)) << err.GetText();
   std::vector<Pixels> channels;
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
-    channels.push_back(ReadPixels(*file.GetBandAt(i), 0, WholeOf(*file.GetBandAt(i))));
+    channels.push_back(ReadPixels(*file.GetBandAt(i), 0, WholeWindowOf(*file.GetBandAt(i))));
   }
   return channels;
 }

@@ -7,6 +7,14 @@
 #include <utility>
 #include <vector>
 
+/// The height that says that a post is unknown.
+inline constexpr int kUnknownHeight = -32767;
+
+/// What a word of sign and magnitude stands for, written down once more.
+inline int HeightOfWord(int word) {
+  return word < 0x8000 ? word : 0x8000 - word;
+}
+
 /// Builds elevation cells byte by byte: `DtedBuilder().Size(7, 5).Build()`. The cell reaches from 35 to 36 degrees
 /// north and from 138 to 139 degrees east unless told otherwise. Words are numbered from the west and from the south.
 class DtedBuilder {

@@ -34,7 +34,7 @@ class DtedDamage : public testing::TestWithParam<Sample> {
     EXPECT_EQ(isOpen != 0, file.GetNumOfBands() == 1);
     if (!isOpen) return {};
     ZRMBand& band = *file.GetBandAt(0);
-    const Window whole = WholeOf(band);
+    const Window whole = WholeWindowOf(band);
     const Window opposite{std::max(whole.x1 - 99, 0), whole.x1, std::max(whole.y1 - 99, 0), whole.y1};
     EXPECT_EQ(opposite.Width(), ReadPixels(band, 0, opposite).width);
     return ReadPixels(band, 0, {0, std::min(whole.x1, 99), 0, std::min(whole.y1, 99)});

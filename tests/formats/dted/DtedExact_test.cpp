@@ -1,10 +1,7 @@
 #include "ByteFlips.h"
 #include "DtedBuilder.h"
-#include "Samples.h"
-#include "TempFolder.h"
+#include "LoadedRaster.h"
 #include "XFormatId.h"
-#include "XReadPolicy.h"
-#include "XRSFileIO.h"
 #include "ZRMBandDTED.h"
 
 #include <gtest/gtest.h>
@@ -15,48 +12,19 @@
 
 namespace {
 
-constexpr int kUnknown = -32767;
 constexpr int kFailed = -99999;
 
-/// What a word of sign and magnitude stands for.
-int HeightOfWord(int word) {
-  return word < 0x8000 ? word : 0x8000 - word;
-}
-
-class ExactCell {
+class ExactCell : public LoadedRaster {
  public:
-  explicit ExactCell(const std::vector<unsigned char>& bytes, XReadPolicy policy = kReadExact) {
-    folder_.Write("a.dt1", bytes);
-    file_.SetReadPolicy(policy);
-    isOpen_ = XRSFileIO::LoadFileRaster(&file_, kFormatDTED, folder_.Path("a.dt1"), err_, 0, kLevelNone, nullptr);
-  }
-  bool IsOpen() const { return isOpen_ != 0; }
-  std::string Reason() const { return err_.AsStdString(); }
-  ZRMBand& Band() { return *file_.GetBandAt(0); }
+  explicit ExactCell(const std::vector<unsigned char>& bytes, XReadPolicy policy = kReadExact)
+      : LoadedRaster(bytes, kFormatDTED, policy) {}
   int Post(int x, int y) {
-    const Pixels pixels = ReadPixels(Band(), 0, {x, x, y, y});
-    if (pixels.bytes.empty()) return kFailed;
-    std::int16_t height;
-    std::memcpy(&height, pixels.bytes.data(), sizeof height);
-    return height;
+    const std::vector<std::int16_t> heights = Heights(0, {x, x, y, y});
+    return heights.empty() ? kFailed : heights[0];
   }
   std::vector<std::int16_t> Heights(int level, const Window& window) {
-    const Pixels pixels = ReadPixels(Band(), level, window);
-    std::vector<std::int16_t> heights(pixels.bytes.size() / 2);
-    if (!heights.empty()) std::memcpy(heights.data(), pixels.bytes.data(), pixels.bytes.size());
-    return heights;
+    return ReadSamples<std::int16_t>(level, window);
   }
-  std::string Failure(const Window& window) {
-    if (!ReadPixels(Band(), 0, window).bytes.empty()) return {};
-    XString reason;
-    return XfnGetLastReadError(reason) ? reason.AsStdString() : "no reason";
-  }
-
- private:
-  TempFolder folder_;
-  XRSFile file_;
-  XString err_;
-  int isOpen_ = 0;
 };
 
 std::size_t ColumnAt(const DtedBuilder& builder, int column) {
@@ -78,9 +46,9 @@ TEST(DtedExact, KeepsUnknownHeightsAndTellsTheirValue) {
   const std::uint16_t words[] = {0xFFFF, 12, 0xFFFF};
   ExactCell cell(DtedBuilder().Size(9, 3).Words([&](int, int point) { return words[point]; }).Build());
   ASSERT_TRUE(cell.IsOpen()) << cell.Reason();
-  EXPECT_EQ(kUnknown, cell.Post(4, 0));
+  EXPECT_EQ(kUnknownHeight, cell.Post(4, 0));
   EXPECT_EQ(12, cell.Post(4, 1));
-  EXPECT_EQ(kUnknown, cell.Band().GetNullValue());
+  EXPECT_EQ(kUnknownHeight, cell.Band().GetNullValue());
 }
 
 TEST(DtedExact, KeepsHeightsFarBelowZero) {
@@ -152,17 +120,19 @@ TEST(DtedExact, ColumnsThatACellLacksAreUnknown) {
   ASSERT_EQ(9u, row.size());
   for (int x = 0; x < 9; ++x) {
     const bool isThere = x == 2 || x == 3 || x == 6;
-    EXPECT_EQ(isThere ? HeightOfWord(DtedBuilder::AnyWord(x, 1)) : kUnknown, row[static_cast<std::size_t>(x)]) << x;
+    EXPECT_EQ(isThere ? HeightOfWord(DtedBuilder::AnyWord(x, 1)) : kUnknownHeight, row[static_cast<std::size_t>(x)])
+        << x;
   }
   const auto known = [](int x) { return static_cast<std::int16_t>(HeightOfWord(DtedBuilder::AnyWord(x, 2))); };
-  EXPECT_EQ((std::vector<std::int16_t>{kUnknown, known(2), kUnknown, known(6)}), cell.Heights(1, {0, 8, 0, 1}));
+  EXPECT_EQ((std::vector<std::int16_t>{kUnknownHeight, known(2), kUnknownHeight, known(6)}),
+            cell.Heights(1, {0, 8, 0, 1}));
 }
 
 TEST(DtedExact, APartialCellThatIsCutWithinARecordFailsBehindIt) {
   std::vector<unsigned char> bytes = WithColumns(DtedBuilder().Size(9, 3), {2, 3, 6});
   bytes.resize(bytes.size() - 5);
   ExactCell cell(bytes);
-  EXPECT_EQ(kUnknown, cell.Post(1, 0));
+  EXPECT_EQ(kUnknownHeight, cell.Post(1, 0));
   EXPECT_EQ("The file ends before column 6 of the cell", cell.Failure({6, 6, 0, 0}));
 }
 
@@ -175,10 +145,10 @@ TEST(DtedExact, AColumnThatComesTwiceIsDamage) {
 TEST(DtedExact, SaysWhatIsWrongWithAFileThatItRefuses) {
   const auto reason = [](const std::vector<unsigned char>& bytes) {
     const std::string text = ExactCell(bytes).Reason();
-    return text.substr(text.find("a.dt1") == std::string::npos ? 0 : text.find("a.dt1"));
+    return text.substr(text.find("image") == std::string::npos ? 0 : text.find("image"));
   };
-  EXPECT_EQ("a.dt1 : it is no elevation cell", reason(DtedBuilder().Put(139, "XXXX").Build()));
-  EXPECT_EQ("a.dt1 : it begins with a record that must not come first", reason(DtedBuilder().Put(0, "ACC").Build()));
+  EXPECT_EQ("image : it is no elevation cell", reason(DtedBuilder().Put(139, "XXXX").Build()));
+  EXPECT_EQ("image : it begins with a record that must not come first", reason(DtedBuilder().Put(0, "ACC").Build()));
   EXPECT_EQ("The file is empty", reason({}));
   EXPECT_EQ("The cell has no columns or no rows", reason(DtedBuilder().Claim("0000", "0005").Build()));
 }
@@ -229,7 +199,7 @@ TEST(DtedExact, SurvivesFlippedBytes) {
       EXPECT_NE("", cell.Reason());
       return;
     }
-    const Window whole = WholeOf(cell.Band());
+    const Window whole = WholeWindowOf(cell.Band());
     EXPECT_TRUE(cell.Failure(whole) != "no reason");
   });
 }

@@ -31,8 +31,6 @@ std::ostream& operator<<(std::ostream& stream, const Cell& cell) {
   return stream << cell.name;
 }
 
-constexpr int kUnknown = -32767;
-
 class HeightsOf {
  public:
   HeightsOf(const std::vector<unsigned char>& bytes, int width) : bytes_(bytes), width_(width) {}
@@ -51,7 +49,7 @@ struct BothReads {
   explicit BothReads(const std::string& path) : gdal(ReadStoredWithGdal(path)) {
     XString err;
     if (!XRSFileIO::LoadFileRaster(&file, kFormatDTED, path, err, 0, kLevelNone, nullptr)) return;
-    ours = ReadPixels(*file.GetBandAt(0), 0, WholeOf(*file.GetBandAt(0)));
+    ours = ReadPixels(*file.GetBandAt(0), 0, WholeWindowOf(*file.GetBandAt(0)));
   }
   bool AreThere() const {
     return gdal.isOpen && gdal.planes.size() == 1 && gdal.width == ours.width && gdal.height == ours.height;
@@ -78,7 +76,7 @@ TEST_P(SharedDted, HasGdalsPostsWithUnknownOnesZero) {
     for (int x = 0; x < both.ours.width; ++x) {
       const bool isHeld = x < GetParam().numColumns;
       const int height = isHeld ? theirs(x + GetParam().firstColumn, y) : 0;
-      ASSERT_EQ(height == kUnknown ? 0 : height, ours(x, y)) << x << ", " << y;
+      ASSERT_EQ(height == kUnknownHeight ? 0 : height, ours(x, y)) << x << ", " << y;
     }
   }
 }
@@ -91,7 +89,7 @@ TEST_P(SharedDted, LacksColumnsWhereGdalHasNoHeights) {
   const int last = GetParam().firstColumn + GetParam().numColumns;
   for (int x = 0; x < both.gdal.width; ++x) {
     if (x < GetParam().firstColumn || x >= last) {
-      ASSERT_EQ(kUnknown, theirs(x, both.gdal.height / 2)) << x;
+      ASSERT_EQ(kUnknownHeight, theirs(x, both.gdal.height / 2)) << x;
     }
   }
 }

@@ -16,11 +16,6 @@
 
 namespace {
 
-/// The height of a word, written down once more.
-int HeightOfWord(int word) {
-  return word < 0x8000 ? word : word - 0x8000 < 16000 ? 0x8000 - word : 0;
-}
-
 int At(const tagXArr2& result, int x, int y) {
   std::int16_t height;
   std::memcpy(&height, result.Row(y) + result.colOffsets[x], sizeof height);

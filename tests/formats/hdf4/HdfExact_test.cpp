@@ -1,11 +1,8 @@
 #include "ByteFlips.h"
 #include "HdfBuilder.h"
-#include "Samples.h"
-#include "TempFolder.h"
+#include "LoadedRaster.h"
 #include "XDataType.h"
 #include "XFormatId.h"
-#include "XReadPolicy.h"
-#include "XRSFileIO.h"
 #include "ZRMBandHDF4.h"
 
 #include <gtest/gtest.h>
@@ -73,35 +70,9 @@ class HdfRecords {
   std::vector<Record> records_;
 };
 
-class ExactHdf {
+class ExactHdf : public LoadedRaster {
  public:
-  explicit ExactHdf(const Bytes& bytes) {
-    folder_.Write("a.hdf", bytes);
-    file_.SetReadPolicy(kReadExact);
-    isOpen_ = XRSFileIO::LoadFileRaster(&file_, kFormatHDF4, folder_.Path("a.hdf"), err_, 0, kLevelNone, nullptr);
-  }
-  bool IsOpen() const { return isOpen_ != 0; }
-  std::string Reason() const { return err_.AsStdString(); }
-  ZRMBand& Band() { return *file_.GetBandAt(0); }
-  template <class Sample>
-  std::vector<Sample> Read(int level, const Window& window) {
-    const Pixels pixels = ReadPixels(Band(), level, window);
-    EXPECT_EQ(static_cast<int>(sizeof(Sample)), Band().GetDataSize());
-    std::vector<Sample> samples(pixels.bytes.size() / sizeof(Sample));
-    if (!samples.empty()) std::memcpy(samples.data(), pixels.bytes.data(), pixels.bytes.size());
-    return samples;
-  }
-  std::string Failure(const Window& window) {
-    if (!ReadPixels(Band(), 0, window).bytes.empty()) return {};
-    XString reason;
-    return XfnGetLastReadError(reason) ? reason.AsStdString() : "no reason";
-  }
-
- private:
-  TempFolder folder_;
-  XRSFile file_;
-  XString err_;
-  int isOpen_ = 0;
+  explicit ExactHdf(const Bytes& bytes) : LoadedRaster(bytes, kFormatHDF4) {}
 };
 
 constexpr Window kWhole{0, 2, 0, 1};
@@ -120,12 +91,12 @@ void ExpectSamples(int code, int way, int dataType, int sampleBytes, const std::
   ExactHdf image(HdfRecords().AddNumberType(code, way).AddImage().Add(kRaster, 2, raster).Build());
   ASSERT_TRUE(image.IsOpen()) << image.Reason();
   EXPECT_EQ(dataType, image.Band().GetDataType());
-  EXPECT_EQ(expected, image.Read<Sample>(0, kWhole));
+  EXPECT_EQ(expected, image.ReadSamples<Sample>(0, kWhole));
   EXPECT_EQ((std::vector<Sample>{expected[1], expected[2], expected[4], expected[5]}),
-            image.Read<Sample>(0, {1, 2, 0, 1}));
+            image.ReadSamples<Sample>(0, {1, 2, 0, 1}));
   ExactHdf set(HdfRecords().AddNumberType(code, way).AddDataSet().Add(kSamples, 2, raster).Build());
   ASSERT_TRUE(set.IsOpen()) << set.Reason();
-  EXPECT_EQ(expected, set.Read<Sample>(0, kWhole));
+  EXPECT_EQ(expected, set.ReadSamples<Sample>(0, kWhole));
 }
 
 TEST(HdfExact, ServesEachNumberTypeByItsOwn) {
@@ -151,7 +122,7 @@ TEST(HdfExact, FindsAnImageWithoutAGroup) {
   ExactHdf image(
       HdfRecords().AddNumberType(21).Add(kDimensions, 5, dimensions).Add(kRaster, 5, {1, 2, 3, 4, 5, 6}).Build());
   ASSERT_TRUE(image.IsOpen()) << image.Reason();
-  EXPECT_EQ((Bytes{1, 2, 3, 4, 5, 6}), image.Read<unsigned char>(0, kWhole));
+  EXPECT_EQ((Bytes{1, 2, 3, 4, 5, 6}), image.ReadSamples<unsigned char>(0, kWhole));
 }
 
 TEST(HdfExact, LevelsAreThinnedFromTheCornerOfTheWindow) {
@@ -161,7 +132,7 @@ TEST(HdfExact, LevelsAreThinnedFromTheCornerOfTheWindow) {
   for (const int y : {1, 3}) {
     for (const int x : {1, 3, 5, 7}) expected.push_back(HdfBuilder::Pixel(x, y));
   }
-  EXPECT_EQ(expected, image.Read<unsigned char>(1, {1, 8, 1, 5}));
+  EXPECT_EQ(expected, image.ReadSamples<unsigned char>(1, {1, 8, 1, 5}));
 }
 
 TEST(HdfExact, RowsBeforeTheEndOfACutFileAreRead) {

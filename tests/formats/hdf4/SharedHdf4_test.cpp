@@ -100,7 +100,7 @@ TEST_P(ForeignHdf4, ComesOutAsListed) {
     return;
   }
   ASSERT_EQ(1, file.GetNumOfBands());
-  const Pixels pixels = ReadPixels(*file.GetBandAt(0), 0, WholeOf(*file.GetBandAt(0)));
+  const Pixels pixels = ReadPixels(*file.GetBandAt(0), 0, WholeWindowOf(*file.GetBandAt(0)));
   if (GetParam().outcome == Outcome::kAsGdal) {
     ExpectAsGdal(pixels, path);
   } else {
@@ -121,7 +121,7 @@ TEST(ForeignHdf4Files, OfSeveralImagesAreReadWithThePixelsOfThePlainOne) {
   XRSFile file;
   XString err;
   ASSERT_EQ(1, XRSFileIO::LoadFileRaster(&file, kFormatHDF4, path, err, 0, kLevelNone, nullptr));
-  const Pixels pixels = ReadPixels(*file.GetBandAt(0), 0, WholeOf(*file.GetBandAt(0)));
+  const Pixels pixels = ReadPixels(*file.GetBandAt(0), 0, WholeWindowOf(*file.GetBandAt(0)));
   const auto& bytes = first.planes[0].bytes;
   EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.begin() + 77), pixels.bytes);
 }

@@ -1,10 +1,7 @@
 #include "JpegBuilder.h"
+#include "LoadedRaster.h"
 #include "ReferenceJpeg.h"
-#include "Samples.h"
-#include "TempFolder.h"
 #include "XFormatId.h"
-#include "XReadPolicy.h"
-#include "XRSFileIO.h"
 #include "ZRMBandJPG.h"
 
 #include <gtest/gtest.h>
@@ -13,29 +10,9 @@
 
 namespace {
 
-class LoadedJpeg {
+class LoadedJpeg : public LoadedRaster {
  public:
-  LoadedJpeg(const std::vector<unsigned char>& bytes, XReadPolicy policy) {
-    folder_.Write("a.jpg", bytes);
-    file_.SetReadPolicy(policy);
-    isOpen_ = XRSFileIO::LoadFileRaster(&file_, kFormatJPG, folder_.Path("a.jpg"), err_, 0, kLevelNone, nullptr);
-  }
-  bool IsOpen() const { return isOpen_ != 0; }
-  std::string Reason() const { return err_.AsStdString(); }
-  int CountBands() const { return file_.GetNumOfBands(); }
-  ZRMBand& Band(int c) { return *file_.GetBandAt(c); }
-  Pixels Read(int c, int level, const Window& window) { return ReadPixels(Band(c), level, window); }
-  std::string Failure(int level, const Window& window) {
-    if (!Read(0, level, window).bytes.empty()) return {};
-    XString reason;
-    return XfnGetLastReadError(reason) ? reason.AsStdString() : "no reason";
-  }
-
- private:
-  TempFolder folder_;
-  XRSFile file_;
-  XString err_;
-  int isOpen_ = 0;
+  LoadedJpeg(const std::vector<unsigned char>& bytes, XReadPolicy policy) : LoadedRaster(bytes, kFormatJPG, policy) {}
 };
 
 /// Every 2^level-th pixel of a read at full size.

@@ -1,12 +1,9 @@
 // Frames of maps and of grey imagery under the exact policy. The builder says which code each pixel has, and which
 // colour a code.
 
+#include "LoadedRaster.h"
 #include "RpfFrameBuilder.h"
-#include "Samples.h"
-#include "TempFolder.h"
 #include "XFormatId.h"
-#include "XReadPolicy.h"
-#include "XRSFileIO.h"
 #include "ZRMBandCADRG.h"
 
 #include <gtest/gtest.h>
@@ -15,32 +12,13 @@ namespace {
 
 using Frame = RpfFrameBuilder;
 
-class ExactFrame {
+class ExactFrame : public LoadedRaster {
  public:
-  ExactFrame(const std::vector<unsigned char>& bytes, int id) {
-    folder_.Write("frame", bytes);
-    file_.SetReadPolicy(kReadExact);
-    isOpen_ = XRSFileIO::LoadFileRaster(&file_, id, folder_.Path("frame"), err_, 0, kLevelNone, nullptr);
-  }
-  bool IsOpen() const { return isOpen_ != 0; }
-  std::string Reason() const { return err_.AsStdString(); }
-  int CountBands() const { return file_.GetNumOfBands(); }
-  ZRMBand& Band(int c) { return *file_.GetBandAt(c); }
+  ExactFrame(const std::vector<unsigned char>& bytes, int id) : LoadedRaster(bytes, id) {}
   int At(int c, int x, int y) {
-    const Pixels pixels = ReadPixels(Band(c), 0, {x, x, y, y});
+    const Pixels pixels = Read(c, 0, {x, x, y, y});
     return pixels.bytes.empty() ? -1 : pixels.bytes[0];
   }
-  std::string Failure(const Window& window) {
-    if (!ReadPixels(Band(0), 0, window).bytes.empty()) return {};
-    XString reason;
-    return XfnGetLastReadError(reason) ? reason.AsStdString() : "no reason";
-  }
-
- private:
-  TempFolder folder_;
-  XRSFile file_;
-  XString err_;
-  int isOpen_ = 0;
 };
 
 ExactFrame Map(const Frame& builder) {
@@ -158,19 +136,15 @@ TEST(RpfExact, SaysWhatIsWrongWithAFrameThatItRefuses) {
 TEST(RpfPlace, HasThePrecisionOfTheFileInTheTransformOfBothPolicies) {
   const Frame builder = Frame().Grey().Coverage({0.1, -0.3, 0, 0, 0, 0, 0, 0, 0, 0, 0.0015, 0.0017});
   for (const XReadPolicy policy : {kReadCompatible, kReadExact}) {
-    const TempFolder folder;
-    folder.Write("frame.i21", builder.Build());
-    XRSFile file;
-    file.SetReadPolicy(policy);
-    XString err;
-    ASSERT_EQ(1, XRSFileIO::LoadFileRaster(&file, kFormatCIB, folder.Path("frame.i21"), err, 0, kLevelNone, nullptr));
+    LoadedRaster frame(builder.Build(), kFormatCIB, policy);
+    ASSERT_TRUE(frame.IsOpen()) << frame.Reason();
     double transform[6];
-    file.GetBandAt(0)->GetGeoTransform(transform);
+    frame.Band().GetGeoTransform(transform);
     EXPECT_EQ(-0.3, transform[0]);
     EXPECT_EQ(0.0017, transform[1]);
     EXPECT_EQ(0.1, transform[3]);
     EXPECT_EQ(-0.0015, transform[5]);
-    EXPECT_EQ(policy == kReadExact, file.GetBandAt(0)->GetULX() == -0.3);
+    EXPECT_EQ(policy == kReadExact, frame.Band().GetULX() == -0.3);
   }
 }
 

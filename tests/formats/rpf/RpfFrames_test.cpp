@@ -40,7 +40,7 @@ TEST_P(ForeignFrames, HaveTheColoursThatGdalReads) {
   ASSERT_EQ(3, file_.GetNumOfBands());
   for (std::size_t c = 0; c < 3; ++c) {
     ZRMBand& band = *file_.GetBandAt(static_cast<int>(c));
-    const Pixels pixels = ReadPixels(band, 0, WholeOf(band));
+    const Pixels pixels = ReadPixels(band, 0, WholeWindowOf(band));
     EXPECT_EQ(oracle.width, pixels.width);
     EXPECT_EQ(oracle.height, pixels.height);
     EXPECT_EQ(0, LargestDifference(oracle.channels[c], pixels.bytes)) << "channel " << c;

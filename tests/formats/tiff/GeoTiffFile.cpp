@@ -9,7 +9,7 @@ namespace {
 
 using Bytes = GeoTiffFile::Bytes;
 
-constexpr int kAscii = 2, kShort = 3, kLong = 4, kDouble = 12;
+constexpr int kAsciiType = 2, kShortType = 3, kLongType = 4, kDoubleType = 12;
 
 void AppendNumber(Bytes& bytes, std::uint64_t value, int count) {
   for (int i = 0; i < count; ++i) bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
@@ -47,7 +47,7 @@ struct Entries {
   void Add(int tag, std::size_t number) {
     Bytes bytes;
     AppendNumber(bytes, number, 4);
-    Add(tag, kLong, 1, bytes);
+    Add(tag, kLongType, 1, bytes);
   }
 
   std::size_t valuesAt;
@@ -131,23 +131,23 @@ Bytes GeoTiffFile::Build() const {
   Entries all(count);
   all.Add(256, static_cast<std::size_t>(width_));
   all.Add(257, static_cast<std::size_t>(height_));
-  all.Add(258, kShort, 1, {8, 0});
-  all.Add(259, kShort, 1, {1, 0});
-  all.Add(262, kShort, 1, {1, 0});
+  all.Add(258, kShortType, 1, {8, 0});
+  all.Add(259, kShortType, 1, {1, 0});
+  all.Add(262, kShortType, 1, {1, 0});
   all.values.resize((imageBytes + 7) / 8 * 8);
   all.Add(273, all.valuesAt);
-  all.Add(277, kShort, 1, {1, 0});
+  all.Add(277, kShortType, 1, {1, 0});
   all.Add(278, static_cast<std::size_t>(height_));
   all.Add(279, imageBytes);
-  if (!scale_.empty()) all.Add(33550, kDouble, scale_.size(), BytesOf(scale_));
-  if (!tiePoints_.empty()) all.Add(33922, kDouble, tiePoints_.size(), BytesOf(tiePoints_));
-  if (!matrix_.empty()) all.Add(34264, kDouble, matrix_.size(), BytesOf(matrix_));
-  if (!directory.empty()) all.Add(34735, kShort, directory.size(), BytesOf(directory));
-  if (!keyDoubles_.empty()) all.Add(34736, kDouble, keyDoubles_.size(), BytesOf(keyDoubles_));
+  if (!scale_.empty()) all.Add(33550, kDoubleType, scale_.size(), BytesOf(scale_));
+  if (!tiePoints_.empty()) all.Add(33922, kDoubleType, tiePoints_.size(), BytesOf(tiePoints_));
+  if (!matrix_.empty()) all.Add(34264, kDoubleType, matrix_.size(), BytesOf(matrix_));
+  if (!directory.empty()) all.Add(34735, kShortType, directory.size(), BytesOf(directory));
+  if (!keyDoubles_.empty()) all.Add(34736, kDoubleType, keyDoubles_.size(), BytesOf(keyDoubles_));
   if (!keyTexts_.empty()) {
     Bytes texts(keyTexts_.begin(), keyTexts_.end());
     texts.push_back(0);
-    all.Add(34737, kAscii, texts.size(), texts);
+    all.Add(34737, kAsciiType, texts.size(), texts);
   }
 
   Bytes file = {'I', 'I', 42, 0, 8, 0, 0, 0};

@@ -49,5 +49,10 @@ class GeoTiffFile {
   std::vector<std::uint16_t> directory_;
 };
 
+/// A file in UTM zone 32 of the north, on WGS 84.
+inline GeoTiffFile Utm32() {
+  return GeoTiffFile().Key(1024, 1).Key(3072, 32632);
+}
+
 /// A TIFF file opened as the library opens them; null where it can't be.
 std::unique_ptr<zrk::TiffHandle> OpenTiff(const std::string& path);

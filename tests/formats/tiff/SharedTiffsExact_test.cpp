@@ -22,7 +22,7 @@
 
 namespace {
 
-enum class How {
+enum class ExactHow {
   kAsGdal,
   kInColours,  ///< of the palette: red, green and blue, or one band of greys, where GDAL has the entries' numbers
   kWithAlpha,  ///< a band more, which is 255
@@ -32,36 +32,36 @@ enum class How {
 
 struct Exception {
   const char* name;
-  How how;
+  ExactHow how;
 };
 
 const Exception kExceptions[] = {
-    {"GeogToWGS84GeoKey5.tif", How::kInColours},
-    {"byte_truncated.tif", How::kFails},
-    {"corrupted_gtiff_tags.tif", How::kRefused},
-    {"flower-palette-04.tif", How::kInColours},
-    {"flower-palette-16.tif", How::kInColours},
-    {"gen_palette16.tif", How::kInColours},
-    {"gen_palette4.tif", How::kInColours},
-    {"gen_palette8.tif", How::kInColours},
-    {"mandrilmini_12bitjpeg.tif", How::kRefused},
-    {"palette-1c-1b.tiff", How::kInColours},
-    {"seq-1c-4b-palette-85108c5a.tiff", How::kInColours},
-    {"seq-1c-8b-palette-89b39bc3.tiff", How::kInColours},
-    {"slim_g4.tif", How::kInColours},
-    {"test_color_table.tif", How::kInColours},
-    {"tiled_bad_offset.tif", How::kFails},
-    {"ycbcr-cat.tif", How::kWithAlpha},
-    {"ycbcr_11_lzw.tif", How::kWithAlpha},
-    {"ycbcr_22_lzw.tif", How::kWithAlpha},
-    {"ycbcr_41_lzw.tif", How::kWithAlpha},
-    {"zackthecat.tif", How::kWithAlpha},
+    {"GeogToWGS84GeoKey5.tif", ExactHow::kInColours},
+    {"byte_truncated.tif", ExactHow::kFails},
+    {"corrupted_gtiff_tags.tif", ExactHow::kRefused},
+    {"flower-palette-04.tif", ExactHow::kInColours},
+    {"flower-palette-16.tif", ExactHow::kInColours},
+    {"gen_palette16.tif", ExactHow::kInColours},
+    {"gen_palette4.tif", ExactHow::kInColours},
+    {"gen_palette8.tif", ExactHow::kInColours},
+    {"mandrilmini_12bitjpeg.tif", ExactHow::kRefused},
+    {"palette-1c-1b.tiff", ExactHow::kInColours},
+    {"seq-1c-4b-palette-85108c5a.tiff", ExactHow::kInColours},
+    {"seq-1c-8b-palette-89b39bc3.tiff", ExactHow::kInColours},
+    {"slim_g4.tif", ExactHow::kInColours},
+    {"test_color_table.tif", ExactHow::kInColours},
+    {"tiled_bad_offset.tif", ExactHow::kFails},
+    {"ycbcr-cat.tif", ExactHow::kWithAlpha},
+    {"ycbcr_11_lzw.tif", ExactHow::kWithAlpha},
+    {"ycbcr_22_lzw.tif", ExactHow::kWithAlpha},
+    {"ycbcr_41_lzw.tif", ExactHow::kWithAlpha},
+    {"zackthecat.tif", ExactHow::kWithAlpha},
 };
 
-How HowOf(const std::string& name) {
+ExactHow HowOf(const std::string& name) {
   const auto* const found =
       std::ranges::find_if(kExceptions, [&name](const Exception& each) { return name == each.name; });
-  return found == std::end(kExceptions) ? How::kAsGdal : found->how;
+  return found == std::end(kExceptions) ? ExactHow::kAsGdal : found->how;
 }
 
 /// GDAL's number of a type is the index.
@@ -71,7 +71,7 @@ int TypeOf(const StoredImage::Plane& plane) {
 }
 
 /// Samples looked up in the colour map, whose components go from 0 to 65,535. Equal planes are one.
-std::vector<StoredImage::Plane> InColours(const StoredImage& image, const std::string& path) {
+std::vector<StoredImage::Plane> PlanesInColours(const StoredImage& image, const std::string& path) {
   std::vector<unsigned char> file = ReadBytes(path);
   const TiffPointer tiff = OpenTiffInMemory(file, "r");
   std::array<std::uint16_t*, 3> map{};
@@ -92,10 +92,10 @@ std::vector<StoredImage::Plane> InColours(const StoredImage& image, const std::s
   return planes;
 }
 
-std::vector<StoredImage::Plane> PlanesOf(How how, const StoredImage& image, const std::string& path) {
-  if (how == How::kInColours) return InColours(image, path);
+std::vector<StoredImage::Plane> PlanesOf(ExactHow how, const StoredImage& image, const std::string& path) {
+  if (how == ExactHow::kInColours) return PlanesInColours(image, path);
   std::vector<StoredImage::Plane> planes = image.planes;
-  if (how == How::kWithAlpha) {
+  if (how == ExactHow::kWithAlpha) {
     planes.push_back(planes.at(0));
     std::ranges::fill(planes.back().bytes, static_cast<unsigned char>(255));
   }
@@ -106,7 +106,7 @@ void ExpectBand(ZRMBand& band, const StoredImage::Plane& plane) {
   EXPECT_EQ(TypeOf(plane), band.GetDataType());
   const double nullValue = plane.nullValue.value_or(kNotSet);
   EXPECT_TRUE(nullValue == band.GetNullValue() || (std::isnan(nullValue) && std::isnan(band.GetNullValue())));
-  EXPECT_TRUE(plane.bytes == ReadPixels(band, 0, WholeOf(band)).bytes);
+  EXPECT_TRUE(plane.bytes == ReadPixels(band, 0, WholeWindowOf(band)).bytes);
 }
 
 void ExpectPlace(const ZRMBand& band, const StoredImage& image) {
@@ -125,19 +125,19 @@ void ExpectFailure(ZRMBand& band, const StoredImage& image) {
   EXPECT_EQ(1, XfnGetLastReadError(reason));
 }
 
-void ExpectFile(const std::string& path, How how) {
+void ExpectFile(const std::string& path, ExactHow how) {
   XRSFile file;
   file.SetReadPolicy(kReadExact);
   XString err;
   const int isOpen = XRSFileIO::LoadFileRaster(&file, kFormatTIF, path, err, 0, kLevelNone, nullptr);
-  ASSERT_EQ(how != How::kRefused, isOpen == 1) << err;
+  ASSERT_EQ(how != ExactHow::kRefused, isOpen == 1) << err;
   const StoredImage image = ReadStoredWithGdal(path);
-  if (how == How::kRefused) {
+  if (how == ExactHow::kRefused) {
     EXPECT_FALSE(image.isOpen);
     EXPECT_FALSE(err.IsEmpty());
     return;
   }
-  if (how == How::kFails) return ExpectFailure(*file.GetBandAt(0), image);
+  if (how == ExactHow::kFails) return ExpectFailure(*file.GetBandAt(0), image);
   const std::vector<StoredImage::Plane> planes = PlanesOf(how, image, path);
   ASSERT_EQ(std::ssize(planes), file.GetNumOfBands());
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
@@ -186,7 +186,7 @@ Overview ReadOverview(const std::string& path, int band, int number) {
 
 /// The pixels of a level are those of GDAL's overview, which may have one column and one row more.
 void ExpectLevel(ZRMBand& band, int level, const Overview& overview) {
-  const Pixels pixels = ReadPixels(band, level, WholeOf(band));
+  const Pixels pixels = ReadPixels(band, level, WholeWindowOf(band));
   const auto rowBytes = static_cast<std::size_t>((band.GetXSize() >> level) * overview.sampleBytes);
   const auto stride = static_cast<std::size_t>(overview.width * overview.sampleBytes);
   ASSERT_EQ(rowBytes * static_cast<std::size_t>(band.GetYSize() >> level), pixels.bytes.size());

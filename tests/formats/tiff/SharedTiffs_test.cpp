@@ -387,7 +387,7 @@ class ForeignTiffs : public testing::TestWithParam<ForeignTiff> {
 
   Pixels Read(int i) {
     ZRMBand& band = *file_.GetBandAt(i);
-    return ReadPixels(band, 0, WholeOf(band));
+    return ReadPixels(band, 0, WholeWindowOf(band));
   }
 
   void ExpectBands(const std::vector<Expected>& wanted) {
@@ -440,7 +440,7 @@ struct ForeignPlace {
   const char* reason;
 };
 
-const ForeignPlace kPlaces[] = {
+const ForeignPlace kForeignPlaces[] = {
     {"byte_nogeoref.tif", 100.0, 200.0, 1.0, 1.0, kCoordinateWorld,
      "lines 5 and 6 of the world file are the corner, and not the centre of a pixel"},
     {"gen_tfw_only.tif", 573015.0, 4757985.0, 30.0, 30.0, kCoordinateWorld,
@@ -452,7 +452,7 @@ const ForeignPlace kPlaces[] = {
 
 /// Where GDAL has a place it is ours, and where it has none the pixels are the world, with the height as upper edge.
 ForeignPlace PlaceOf(const char* name, const StoredImage& image) {
-  for (const ForeignPlace& place : kPlaces) {
+  for (const ForeignPlace& place : kForeignPlaces) {
     if (std::strcmp(place.name, name) == 0) return place;
   }
   if (!image.isPlaced) return {name, 0.0, static_cast<double>(image.height), 1.0, 1.0, kCoordinatePixel, "no place"};

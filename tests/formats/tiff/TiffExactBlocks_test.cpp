@@ -103,6 +103,42 @@ TEST_F(TiffExactBlocks, AJpegThatBreaksOffFailsTheRead) {
   ExpectFailure(image, 0, 0, 63, 32, 63, std::string(kCannotRead) + " at column 0, row 32: ");
 }
 
+/// Deflate files of 40 x 40 pixels: strips, tiles that lie inside the image or reach below it, and planes.
+std::vector<TiffBuilder> DeflateFiles() {
+  const auto plain = TiffBuilder().Size(40, 40).Compression(8);
+  return {TiffBuilder(plain).Strips(16), TiffBuilder(plain).Strips(16).Bits(16).Predictor(2),
+          TiffBuilder(plain).Tiles(16, 16), TiffBuilder(plain).Tiles(16, 16).Samples(3),
+          TiffBuilder(plain).Tiles(16, 16).Bits(32).Format(3).Predictor(3)};
+}
+
+/// The last four bytes of a stream are a sum of what it holds.
+TEST_F(TiffExactBlocks, AWrongSumBehindADeflateStreamFailsTheRead) {
+  for (const TiffBuilder& file : DeflateFiles()) {
+    const auto sound = file.Encode();
+    TiffChannels whole(Write(sound), kReadExact);
+    const int across = (40 + file.GetBlockWidth() - 1) / file.GetBlockWidth();
+    for (int block = 0; block < 3 * across; ++block) {
+      auto bytes = sound;
+      FindBlock(bytes, static_cast<std::uint32_t>(block)).back() ^= 1;
+      TiffChannels image(Write(bytes), kReadExact);
+      const int x = block % across * 16, y = block / across * 16;
+      const std::string place = " at column " + std::to_string(x) + ", row " + std::to_string(y);
+      ExpectFailure(image, 0, x, x, y, y, kCannotRead + place);
+      ExpectFailure(image, 0, 0, 39, 0, 39, kCannotRead + place);
+      const int other = y == 0 ? 39 : 0;
+      EXPECT_EQ(whole.Read(0, 0, 0, 39, other, other), image.Read(0, 0, 0, 39, other, other));
+    }
+  }
+}
+
+TEST_F(TiffExactBlocks, AWrongSumBehindADeflateStreamOfATileBelowIsNotNoticedInCompatibleReads) {
+  const auto file = TiffBuilder().Size(40, 40).Tiles(16, 16).Compression(8);
+  auto bytes = file.Encode();
+  FindBlock(bytes, 6).back() ^= 1;
+  TiffChannels image(Write(bytes), kReadCompatible);
+  EXPECT_EQ(file.ValueAt(3, 35, 0), image.Read(0, 0, 3, 3, 35, 35).at(0));
+}
+
 TEST_F(TiffExactBlocks, DamageFailsEveryReadWhereDecodedBlocksAreKept) {
   auto bytes = TiffBuilder().Size(64, 64).Strips(32).Compression(7).Encode();
   const std::span<unsigned char> strip = FindBlock(bytes, 1);

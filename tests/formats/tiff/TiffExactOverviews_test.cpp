@@ -6,6 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <filesystem>
+#include <utility>
+
 namespace {
 
 using testing::Each;
@@ -70,6 +74,74 @@ TEST_F(TiffExactOverviews, InTheFileComeBeforeThoseBeside) {
   folder_.Write("a.tif.ovr", Reduced(11, 8, 70).Build());
   TiffChannels image(path, kReadExact);
   EXPECT_THAT(image.Read(0, 2, 0, 7, 0, 3), ElementsAre(50u, 51u));
+}
+
+TEST_F(TiffExactOverviews, BesideThatAreOlderThanTheImageAreNotUsed) {
+  const std::string path = Write(Base());
+  folder_.Write("a.tif.ovr", Reduced(11, 8, 70).Build());
+  const auto written = std::filesystem::last_write_time(path);
+  std::filesystem::last_write_time(folder_.Path("a.tif.ovr"), written - std::chrono::nanoseconds(1));
+  TiffChannels stale(path, kReadExact);
+  EXPECT_THAT(stale.GetMaster().GetOverviewLevels(), IsEmpty());
+  EXPECT_STREQ("a.tif.ovr is not used, because it is older than the image", stale.GetMaster().GetOverviewRefusal());
+  EXPECT_THAT(stale.Read(0, 2, 4, 11, 0, 3), Each(100u));
+  std::filesystem::last_write_time(folder_.Path("a.tif.ovr"), written);
+  TiffChannels fresh(path, kReadExact);
+  EXPECT_STREQ("", fresh.GetMaster().GetOverviewRefusal());
+  EXPECT_THAT(fresh.Read(0, 2, 4, 11, 0, 3), ElementsAre(71u, 72u));
+}
+
+TEST_F(TiffExactOverviews, BesideOfAnotherImageAreNotUsed) {
+  constexpr const char* kSize = "a.tif.ovr is not used, because it has an image of a size that is none of this one's";
+  constexpr const char* kKind = "a.tif.ovr is not used, because it has samples of another kind";
+  const std::pair<TiffBuilder, const char*> files[] = {
+      {Reduced(12, 8, 70), kSize},
+      {Reduced(41, 30, 70), kSize},
+      {Reduced(11, 8, 70).Next(Reduced(21, 17, 70)), kSize},
+      {Reduced(11, 8, 70).Bits(16), kKind},
+      {Reduced(11, 8, 70).Samples(2), kKind},
+      {Reduced(21, 15, 70).Next(Reduced(11, 8, 70).Format(2)), kKind},
+      {Reduced(11, 8, 70).Compression(34712), "a.tif.ovr is not used, because it has an image that can't be read"},
+  };
+  const std::string path = Write(Base().Next(Reduced(20, 15, 50)));
+  for (const auto& [file, reason] : files) {
+    folder_.Write("a.tif.ovr", file.Build());
+    TiffChannels image(path, kReadExact);
+    EXPECT_THAT(image.GetMaster().GetOverviewLevels(), ElementsAre(1));
+    EXPECT_STREQ(reason, image.GetMaster().GetOverviewRefusal());
+    EXPECT_THAT(image.Read(0, 1, 2, 5, 0, 1), ElementsAre(51u, 52u));
+  }
+  folder_.Write("a.tif.ovr", "no image");
+  EXPECT_STREQ("a.tif.ovr is not used, because it is no TIFF file",
+               TiffChannels(path, kReadExact).GetMaster().GetOverviewRefusal());
+}
+
+/// A third is no level, but may well be of this image.
+TEST_F(TiffExactOverviews, BesideOfFactorsBetweenLevelsDoNotHinderOthers) {
+  const std::string path = Write(Base());
+  folder_.Write("a.tif.ovr", Reduced(14, 10, 70).Next(Reduced(11, 8, 50)).Build());
+  TiffChannels image(path, kReadExact);
+  EXPECT_THAT(image.GetMaster().GetOverviewLevels(), ElementsAre(2));
+  EXPECT_STREQ("", image.GetMaster().GetOverviewRefusal());
+}
+
+TEST_F(TiffExactOverviews, BesideAreNotLookedAtInCompatibleReads) {
+  const std::string path = Write(Base());
+  folder_.Write("a.tif.ovr", "no image");
+  TiffChannels image(path);
+  EXPECT_STREQ("", image.GetMaster().GetOverviewRefusal());
+  EXPECT_THAT(image.Read(0, 2, 4, 19, 0, 3), Each(100u));
+}
+
+TEST(TiffReduction, IsByAWholeFactorFrom2On) {
+  EXPECT_TRUE(zrk::IsReduction(14, 10, 41, 30));
+  EXPECT_TRUE(zrk::IsReduction(13, 10, 41, 30));
+  EXPECT_FALSE(zrk::IsReduction(12, 10, 41, 30));
+  EXPECT_FALSE(zrk::IsReduction(41, 30, 41, 30));
+  EXPECT_FALSE(zrk::IsReduction(21, 14, 41, 30));
+  EXPECT_TRUE(zrk::IsReduction(1, 1, 41, 30));
+  EXPECT_TRUE(zrk::IsReduction(1, 1, 2147483647, 1));
+  EXPECT_FALSE(zrk::IsReduction(0, 1, 41, 30));
 }
 
 TEST_F(TiffExactOverviews, OfAnotherKindAreNone) {

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -30,6 +31,15 @@ class TiffTransform : public testing::Test {
     EXPECT_EQ(1, band->ReadFile(folder_.Path(name), err, nullptr)) << err;
     return band;
   }
+  /// The sentence of an exact load that fails.
+  std::string TryExactly(const GeoTiffFile& file) {
+    folder_.Write("a.tif", file.Build());
+    ZRMBandGTIFF band(nullptr);
+    band.SetReadPolicy(kReadExact);
+    XString err;
+    EXPECT_EQ(0, band.ReadFile(folder_.Path("a.tif"), err, nullptr));
+    return err.AsStdString();
+  }
   static std::array<double, 6> Of(const ZRMBand& band) {
     std::array<double, 6> transform{};
     band.GetGeoTransform(transform.data());
@@ -39,11 +49,7 @@ class TiffTransform : public testing::Test {
   TempFolder folder_;
 };
 
-GeoTiffFile Utm32() {
-  return GeoTiffFile().Key(1024, 1).Key(3072, 32632);
-}
-
-const std::vector<double> kTurned = {2, 0.5, 0, 1000, 0.25, -4, 0, 2000, 0, 0, 0, 0, 0, 0, 0, 1};
+const std::vector<double> kTurnedMatrix = {2, 0.5, 0, 1000, 0.25, -4, 0, 2000, 0, 0, 0, 0, 0, 0, 0, 1};
 
 TEST_F(TiffTransform, FollowsScaleAndTiePointInBothPolicies) {
   for (const XReadPolicy policy : kPolicies) {
@@ -56,14 +62,14 @@ TEST_F(TiffTransform, OfPointsBeginsAtTheOuterCornerInBothPolicies) {
   for (const XReadPolicy policy : kPolicies) {
     const auto scaled = Open(Utm32().Key(1025, 2).Scale({10, 20, 0}).TiePoints({0, 0, 0, 400000, 5000000, 0}), policy);
     EXPECT_THAT(Of(*scaled), ElementsAre(399995, 10, 0, 5000010, 0, -20));
-    const auto turned = Open(Utm32().Key(1025, 2).Matrix(kTurned), policy);
+    const auto turned = Open(Utm32().Key(1025, 2).Matrix(kTurnedMatrix), policy);
     EXPECT_THAT(Of(*turned), ElementsAre(998.75, 2, 0.5, 2001.875, 0.25, -4));
   }
 }
 
 TEST_F(TiffTransform, HasTheRotationOfTheMatrixInBothPolicies) {
   for (const XReadPolicy policy : kPolicies) {
-    const auto band = Open(Utm32().Matrix(kTurned), policy);
+    const auto band = Open(Utm32().Matrix(kTurnedMatrix), policy);
     EXPECT_THAT(Of(*band), ElementsAre(1000, 2, 0.5, 2000, 0.25, -4));
     EXPECT_EQ(1000, band->GetULX());
     EXPECT_EQ(4, band->GetYPixelSize());
@@ -91,7 +97,7 @@ TEST_F(TiffTransform, TakesTheCentreOfAWorldFileHalfAPixelOutInBothPolicies) {
 }
 
 TEST_F(TiffTransform, IsSharedWithFollowers) {
-  const auto band = Open(Utm32().Matrix(kTurned), kReadExact);
+  const auto band = Open(Utm32().Matrix(kTurnedMatrix), kReadExact);
   const ZRMBandGTIFF follower(band.get());
   EXPECT_EQ(Of(*band), Of(follower));
 }
@@ -138,18 +144,42 @@ TEST_F(TiffTransform, ComesFromWorldFilesOfOtherNamesInExactReadsAlone) {
   }
 }
 
-TEST_F(TiffTransform, DoesNotComeFromHalfAWorldFileInExactReads) {
+TEST_F(TiffTransform, OfHalfAWorldFileFailsTheLoadInExactReads) {
   folder_.Write("a.tfw", "2\n0\n0\n-3\n");
   EXPECT_EQ(kCoordinateWorld, Open(GeoTiffFile(), kReadCompatible)->GetCoordinateKind());
-  EXPECT_EQ(kCoordinatePixel, Open(GeoTiffFile(), kReadExact)->GetCoordinateKind());
   folder_.Write("a.wld", "2\n0\n0\n-4\n1000\n2000\n");
-  EXPECT_THAT(Of(*Open(GeoTiffFile(), kReadExact)), ElementsAre(999, 2, 0, 2002, 0, -4));
+  EXPECT_EQ("The world file a.tfw has fewer than six lines", TryExactly(GeoTiffFile()));
+}
+
+TEST_F(TiffTransform, OfTagsNeedsNoWorldFileInExactReads) {
+  folder_.Write("a.tfw", "2\n0\n0\n-3\n");
+  const auto band = Open(Utm32().Scale({10, 20, 0}).TiePoints({0, 0, 0, 400, 500, 0}), kReadExact);
+  EXPECT_THAT(Of(*band), ElementsAre(400, 10, 0, 500, 0, -20));
+}
+
+TEST_F(TiffTransform, ThatTheDiskDoesNotGiveCountsAsNoneInCompatibleReads) {
+  std::filesystem::create_directory(folder_.Path("a.tfw"));
+  EXPECT_EQ(kCoordinatePixel, Open(GeoTiffFile(), kReadCompatible)->GetCoordinateKind());
+}
+
+TEST_F(TiffTransform, ThatTheDiskDoesNotGiveFailsTheLoadInExactReads) {
+  std::filesystem::create_directory(folder_.Path("a.tfw"));
+  EXPECT_THAT(TryExactly(GeoTiffFile()), testing::StartsWith("The world file a.tfw can't be read: "));
 }
 
 TEST_F(TiffTransform, OfAWorldFileGoesWithTheSystemOfTheKeysInExactReads) {
   folder_.Write("a.tfw", "2\n0\n0\n-4\n1000\n2000\n");
   EXPECT_EQ(0, Open(Utm32(), kReadCompatible)->GetSR()->GetEPSG());
   EXPECT_EQ(32632, Open(Utm32(), kReadExact)->GetSR()->GetEPSG());
+}
+
+TEST_F(TiffTransform, IsNoneOfASystemWithoutAPlaceWhichStaysInExactReads) {
+  for (const XReadPolicy policy : kPolicies) {
+    const auto band = Open(Utm32(), policy);
+    EXPECT_EQ(kCoordinatePixel, band->GetCoordinateKind());
+    EXPECT_THAT(Of(*band), ElementsAre(0, 1, 0, 5, 0, -1));
+    EXPECT_EQ(policy == kReadExact ? 32632 : 0, band->GetSR()->GetEPSG());
+  }
 }
 
 TEST(TiffTransformOfTags, IsNoneWhereColumnsAndRowsLeadAlongOneLine) {

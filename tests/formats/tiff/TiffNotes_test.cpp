@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 
 namespace {
 
@@ -48,6 +50,17 @@ TEST_F(TiffNotes, TellWhichLevelsTheFileHolds) {
   EXPECT_THAT(Numbers("overviews"), testing::ElementsAre(1, 2, 4));
   EXPECT_THAT(Lines(file, kReadCompatible), Not(Contains(HasSubstr("overviews"))));
   EXPECT_THAT(Numbers("overviews"), testing::ElementsAre(-1));
+}
+
+TEST_F(TiffNotes, TellWhyTheFileBesideIsNotUsed) {
+  const auto file = TiffBuilder().Size(64, 64);
+  constexpr const char* kRefusal = "overviews   a.tif.ovr is not used, because it is no TIFF file";
+  EXPECT_THAT(Lines(file, kReadExact), Not(Contains(HasSubstr("overviews"))));
+  folder_.Write("a.tif.ovr", "no image");
+  std::filesystem::last_write_time(folder_.Path("a.tif.ovr"),
+                                   std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+  EXPECT_THAT(Lines(file, kReadExact), Contains(kRefusal));
+  EXPECT_THAT(Lines(file, kReadCompatible), Not(Contains(kRefusal)));
 }
 
 TEST_F(TiffNotes, TellOfOneLevelAndOfNone) {

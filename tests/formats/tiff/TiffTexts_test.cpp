@@ -84,6 +84,13 @@ TEST_F(TiffTexts, ItemsGiveScalesOffsetsAndTextsToExactLoads) {
   EXPECT_THAT(Texts(file), ElementsAre("-1  Sensor=TM & more", "1  DESCRIPTION=heat", "-1 D A=b"));
 }
 
+TEST_F(TiffTexts, ItemsKeepTheirRoles) {
+  XRSFile file;
+  Load(file, TiffBuilder().Samples(2).Text(42112, kItems));
+  EXPECT_EQ("", file.GetMetadata().at(0).role.AsStdString());
+  EXPECT_EQ("description", file.GetMetadata().at(1).role.AsStdString());
+}
+
 TEST_F(TiffTexts, CompatibleLoadsHaveNone) {
   XRSFile file;
   Load(file, TiffBuilder().Samples(2).Text(42112, kItems).Text(305, "maker"), kReadCompatible);

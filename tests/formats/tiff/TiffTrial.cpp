@@ -63,7 +63,7 @@ void AddPixels(TiffTrial& trial, const Pixels& pixels) {
 }
 
 void ReadCorners(ZRMBand& band, TiffTrial& trial) {
-  const Window whole = WholeOf(band);
+  const Window whole = WholeWindowOf(band);
   // Exact reads look for reduced images.
   if (band.IsExact()) AddPixels(trial, ReadPixels(band, 1, {0, std::min(whole.x1, 99), 0, std::min(whole.y1, 99)}));
   AddPixels(trial, ReadPixels(band, 0, {0, std::min(whole.x1, 99), 0, std::min(whole.y1, 99)}));

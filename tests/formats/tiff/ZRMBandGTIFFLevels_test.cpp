@@ -13,17 +13,17 @@ namespace {
 
 using testing::Each;
 
-struct Window {
+struct LevelWindow {
   int level, x0, x1, y0, y1;
 };
 
 /// Windows of any place and size, the same in every run. With `isWhole` their sizes are multiples of the step.
-std::vector<Window> AnyWindows(const ReferenceTiff& image, int count, bool isWhole = false) {
+std::vector<LevelWindow> AnyWindows(const ReferenceTiff& image, int count, bool isWhole = false) {
   std::mt19937 random(7);
   const auto below = [&](int bound) { return static_cast<int>(random() % static_cast<unsigned>(bound)); };
-  std::vector<Window> windows;
+  std::vector<LevelWindow> windows;
   while (static_cast<int>(windows.size()) < count) {
-    Window window{below(6), below(image.width), 0, below(image.height), 0};
+    LevelWindow window{below(6), below(image.width), 0, below(image.height), 0};
     const int step = 1 << window.level;
     int width = 1 + below(image.width - window.x0), height = 1 + below(image.height - window.y0);
     if (isWhole) {
@@ -41,7 +41,7 @@ std::vector<Window> AnyWindows(const ReferenceTiff& image, int count, bool isWho
 class ZRMBandGTIFFLevels : public TiffFiles {
  protected:
   static void ExpectWindows(TiffChannels& image, int c, const ReferenceTiff& reference, bool isWhole = false) {
-    for (const Window& w : AnyWindows(reference, 150, isWhole)) {
+    for (const LevelWindow& w : AnyWindows(reference, 150, isWhole)) {
       ASSERT_EQ(reference.Read(w.level, w.x0, w.x1, w.y0, w.y1), image.Read(c, w.level, w.x0, w.x1, w.y0, w.y1))
           << "level " << w.level << ", " << w.x0 << " to " << w.x1 << ", " << w.y0 << " to " << w.y1;
     }

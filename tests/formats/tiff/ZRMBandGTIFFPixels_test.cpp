@@ -205,11 +205,11 @@ TiffBuilder ShortReals(int bits, const std::vector<std::uint32_t>& values) {
   });
 }
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kInfiniteSample = std::numeric_limits<double>::infinity();
 
 TEST_F(ZRMBandGTIFFPixels, HalfRealsAreWidened) {
   auto file = ShortReals(16, {0, 0x8000, 0x3C00, 0xC000, 0x7BFF, 0x3555, 0x7C00, 0xFC00});
-  const auto expected = BitsOf({0.0, -0.0, 1.0, -2.0, 65504.0, 0.333251953125, kInfinity, -kInfinity});
+  const auto expected = BitsOf({0.0, -0.0, 1.0, -2.0, 65504.0, 0.333251953125, kInfiniteSample, -kInfiniteSample});
   EXPECT_EQ(expected, Widened(file, 8));
   EXPECT_EQ(expected, Widened(file.BigEndian(), 8));
 }
@@ -223,7 +223,7 @@ TEST_F(ZRMBandGTIFFPixels, DenormalHalfRealsKeepTheirValue) {
 TEST_F(ZRMBandGTIFFPixels, Reals24AreWidened) {
   auto file = ShortReals(24, {0, 0x800000, 0x3F0000, 0xBF8000, 0x7EFFFF, 0x010000, 0x7F0000, 0xFF0000});
   const auto expected =
-      BitsOf({0.0, -0.0, 1.0, -1.5, std::ldexp(131071, 47), std::ldexp(1, -62), kInfinity, -kInfinity});
+      BitsOf({0.0, -0.0, 1.0, -1.5, std::ldexp(131071, 47), std::ldexp(1, -62), kInfiniteSample, -kInfiniteSample});
   EXPECT_EQ(expected, Widened(file, 8));
   EXPECT_EQ(expected, Widened(file.BigEndian(), 8));
 }

@@ -40,10 +40,6 @@ class ZRMBandGTIFFPlace : public testing::Test {
 
 constexpr char kWorldText[] = "2.5\n0\n0\n-0.5\n1000\n2000\n";
 
-GeoTiffFile Utm32() {
-  return GeoTiffFile().Key(1024, 1).Key(3072, 32632);
-}
-
 GeoTiffFile PlacedUtm32() {
   return Utm32().Scale({10, 10, 0}).TiePoints({0, 0, 0, 400000, 5000000, 0});
 }

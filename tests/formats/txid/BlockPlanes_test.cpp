@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 
 // Blocks unpacked to planes, against the format's definition and against the codec of whole tiles.
@@ -21,9 +22,11 @@ Bytes WithRoom(Bytes blocks) {
 
 /// What differs first from the definition; empty where nothing does.
 std::string FindDifference(const Bytes& blocks, std::size_t numBlocks) {
-  const std::size_t rowBytes = (numBlocks + zrk::kMaxBlocksAtOnce) * 4;
+  const std::size_t rowBytes = std::max(numBlocks, zrk::kMaxBlocksAtOnce) * 4;
   Bytes planes(16 * rowBytes);
-  zrk::UnpackToPlanes(WithRoom(blocks).data(), numBlocks, planes.data(), rowBytes);
+  zrk::BlockRows rows;
+  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = planes.data() + i * rowBytes;
+  zrk::UnpackToPlanes(WithRoom(blocks).data(), numBlocks, rows);
   for (std::size_t x = 0; x < 4 * numBlocks; ++x) {
     const unsigned char* const block = blocks.data() + x / 4 * 8;
     for (int y = 0; y < 4; ++y) {

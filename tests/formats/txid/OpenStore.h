@@ -11,11 +11,18 @@
 
 #include <string>
 
+/// Writes a.txi and a.txd; the path of the index.
+inline std::string WriteStore(const TxidBuilder& builder, const TempFolder& folder) {
+  folder.Write("a.txi", builder.BuildIndex());
+  folder.Write("a.txd", builder.BuildData());
+  return folder.Path("a.txi");
+}
+
 /// A store in a folder of its own, opened through the router.
 class OpenStore {
  public:
   explicit OpenStore(const TxidBuilder& builder, XReadPolicy policy = kReadCompatible) : builder_(builder) {
-    builder.Write(folder_);
+    WriteStore(builder, folder_);
     Open(policy);
   }
   /// The same without the data file of that name, for those who write others.

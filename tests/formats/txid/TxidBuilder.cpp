@@ -1,7 +1,5 @@
 #include "TxidBuilder.h"
 
-#include "TempFolder.h"
-
 #include <bit>
 #include <random>
 
@@ -105,12 +103,6 @@ TxidBuilder::Bytes TxidBuilder::BuildIndex() const {
   Put(bytes, std::bit_cast<std::uint64_t>(y_), 8);
   bytes.insert(bytes.end(), records_.begin(), records_.end());
   return bytes;
-}
-
-std::string TxidBuilder::Write(const TempFolder& folder, const std::string& name) const {
-  folder.Write(name + ".txi", BuildIndex());
-  folder.Write(name + ".txd", data_);
-  return folder.Path(name + ".txi");
 }
 
 TxidBuilder::Pixel TxidBuilder::PixelOf(const unsigned char* block, int x, int y) {

@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-class TempFolder;
-
 /// Builds TXID stores byte by byte: `TxidBuilder().Grid(3, 2, 8).Tile(0).Tile(4)`. The blocks of a tile are arbitrary
 /// bytes that follow from its key.
 class TxidBuilder {
@@ -37,8 +35,6 @@ class TxidBuilder {
 
   Bytes BuildIndex() const;
   const Bytes& BuildData() const { return data_; }
-  /// Writes NAME.txi and NAME.txd.
-  std::string Write(const TempFolder& folder, const std::string& name = "a") const;
 
   int Width() const { return numXTiles_ * tileSize_; }
   int Height() const { return numYTiles_ * tileSize_; }

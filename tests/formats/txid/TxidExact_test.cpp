@@ -16,7 +16,7 @@ TxidBuilder SparseStore(int tileSize) {
 TEST(TxidExact, EveryLevelHasThePixelsOfItsPlaces) {
   std::mt19937 random(9);
   const auto below = [&random](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
-  for (const int size : {1, 2, 5, 8, 31, 64}) {
+  for (const int size : {1, 2, 5, 8, 31, 64, 101}) {
     OpenStore store(SparseStore(size), kReadExact);
     for (int i = 0; i < 25; ++i) {
       const Window whole = store.Whole();

@@ -89,7 +89,7 @@ INSTANTIATE_TEST_SUITE_P(Policies, TxidThreads, testing::Values(kReadCompatible,
 TEST(TxidProcesses, ReadOneStoreAlike) {
   TempFolder folder;
   const TxidBuilder builder = SomeStore();
-  const std::string path = builder.Write(folder);
+  const std::string path = WriteStore(builder, folder);
   std::vector<pid_t> children;
   for (int p = 0; p < kNumReaders; ++p) {
     const pid_t child = fork();

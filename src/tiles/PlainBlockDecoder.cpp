@@ -1,3 +1,7 @@
+// The decoder of one block, pixel by pixel: the form that says what the pixels are. A block has two colours of 5, 6 and
+// 5 bits, then two bits a pixel that choose one of them or one between them; the upper left pixel has the lowest bits.
+// The larger kinds have 8 bytes of opacities before that, 4 bits a pixel, or two opacities and 3 bits a pixel.
+
 #include "tiles/BlockDecoder.h"
 
 #include <array>
@@ -57,7 +61,7 @@ int AlphaOf(const std::uint8_t* block, _XDXTTYPE type, unsigned pixel) {
 
 }  // namespace
 
-void DecodeRun(const BlockRun& run, std::uint8_t* first, std::ptrdiff_t rowBytes) {
+void DecodeRunPlainly(const BlockRun& run, std::uint8_t* first, std::ptrdiff_t rowBytes) {
   const std::size_t blockBytes = run.type == kDxt1 ? 8 : 16;
   for (std::size_t i = 0; i < run.count; ++i) {
     const std::uint8_t* block = run.blocks + i * blockBytes;

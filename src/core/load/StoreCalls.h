@@ -1,0 +1,44 @@
+#pragma once
+
+#include "XString.h"
+#include "XTileStore.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace zrk {
+
+/// The place of a tile in a store, by the store's own numbers.
+struct StoreTilePlace {
+  int level;
+  int row;
+  int col;
+};
+
+/// Gathers what a check finds.
+class StoreFindings {
+ public:
+  explicit StoreFindings(tagXStoreReport& report) : report_(report) {}
+
+  /// As `printf` has it.
+  __attribute__((format(printf, 2, 3))) void Add(const char* format, ...) {
+    ++report_.numFindings;
+    if (report_.findings.size() >= tagXStoreReport::kMaxFindings) return;
+    char sentence[400];
+    std::va_list values;
+    va_start(values, format);
+    std::vsnprintf(sentence, sizeof sentence, format, values);
+    va_end(values);
+    report_.findings.emplace_back(sentence);
+  }
+
+  void CountTile(bool isEmpty) {
+    ++report_.numTiles;
+    report_.numEmptyTiles += isEmpty;
+  }
+
+ private:
+  tagXStoreReport& report_;
+};
+
+}  // namespace zrk

@@ -1,0 +1,3 @@
+#include "XPaletteReader.h"
+
+XPaletteReader::~XPaletteReader() = default;
