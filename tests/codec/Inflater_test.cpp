@@ -124,7 +124,7 @@ TEST(Inflater, RefusesAnEndWithoutTheLastCodeOrTheChecksum) {
 
 TEST(Inflater, RefusesAStringFromBeforeTheFirstByte) {
   EXPECT_EQ("damaged",
-            Decode(Bits().Add(1, 1).Add(1, 2).Code(48 + 'a', 8).Code(1, 7).Code(1, 5).Code(0, 7).With(0), 9));
+            Inflated(Bits().Add(1, 1).Add(1, 2).Code(48 + 'a', 8).Code(1, 7).Code(1, 5).Code(0, 7).With(0), 9));
 }
 
 TEST(Inflater, RefusesSymbolsWithoutMeaning) {
@@ -211,7 +211,7 @@ TEST(Inflater, NoticesEveryCutAndEveryFlip) {
     for (int trial = 0; trial < 200; ++trial) {
       Bytes flipped = packed;
       flipped[2 + random() % (packed.size() - 2)] ^= static_cast<unsigned char>(1u << random() % 8);
-      const std::string text = Decode(flipped, 3000);
+      const std::string text = Inflated(flipped, 3000);
       // The bits that fill the last byte up mean nothing.
       EXPECT_TRUE(text == "damaged" || text == "too long" || Bytes(text.begin(), text.end()) == sound);
     }
