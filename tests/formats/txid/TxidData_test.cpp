@@ -29,7 +29,6 @@ class StoreOfThree {
   std::string Failure(int column) { return store_.Failure(0, TileWindow(column)); }
 
   using Bytes = TxidBuilder::Bytes;
-  static constexpr std::size_t kTileBytes = 32;
 
  private:
   TxidBuilder builder_ = TxidBuilder().Grid(3, 1, 8).Tile(0).Tile(1).Tile(2);
