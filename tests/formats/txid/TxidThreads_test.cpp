@@ -1,14 +1,12 @@
 #include "OpenStore.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <thread>
 
-// Many threads on one band, and many processes on one store.
+// Many threads on one band.
 
 namespace {
 
@@ -84,34 +82,5 @@ TEST_P(TxidThreads, HaveMemoriesOfTheirOwn) {
 
 INSTANTIATE_TEST_SUITE_P(Policies, TxidThreads, testing::Values(kReadCompatible, kReadExact),
                          [](const auto& one) { return one.param == kReadExact ? "Exact" : "Compatible"; });
-
-/// Each opens the store for itself, and answers by its exit status whether all pixels are right.
-TEST(TxidProcesses, ReadOneStoreAlike) {
-  TempFolder folder;
-  const TxidBuilder builder = SomeStore();
-  const std::string path = WriteStore(builder, folder);
-  std::vector<pid_t> children;
-  for (int p = 0; p < kNumReaders; ++p) {
-    const pid_t child = fork();
-    if (child == 0) {
-      ZRMBandTXID band(nullptr);
-      band.SetReadPolicy(kReadExact);
-      XString err;
-      bool isRight = band.ReadFile(path, err, nullptr) != 0;
-      for (int i = 0; isRight && i < kNumReads; ++i) {
-        const int x = (i * 17 + p) % 70, y = i * 11 % 50;
-        const Pixels pixels = ReadPixels(band, 0, {x, x + 30, y, y + 30});
-        isRight = pixels.width == 31 && pixels.bytes[31 * 5 + 7] == builder.At(x + 7, y + 5)[0];
-      }
-      _exit(isRight ? 0 : 1);
-    }
-    children.push_back(child);
-  }
-  for (const pid_t child : children) {
-    int status = 1;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    EXPECT_EQ(0, status);
-  }
-}
 
 }  // namespace
