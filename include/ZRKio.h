@@ -133,6 +133,8 @@
 #include "ZRMBandHDF4.h"
 #include "ZRMBandJPG.h"
 #include "ZRMBandMosaic.h"
+#include "ZRMBandPBE.h"
+#include "ZRMBandPBI.h"
 #include "ZRMBandResize.h"
 #include "ZRMBandTXID.h"
 #include "ZRMBandXLD.h"

@@ -74,8 +74,6 @@ constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning senso
 constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
 constinit const FormatRow kHfaFormat = Absent(kFormatHFA, "HFA", "img", &IsHfa);
 constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
-constinit const FormatRow kPbiFormat = Absent(kFormatPBI, "PBI tile pyramid", "pbi pei");
-constinit const FormatRow kPbeFormat = Absent(kFormatPBE, "PBE tile pyramid", "pbe");
 
 std::vector<const FormatRow*> ListFormats() {
 #define ZRK_NAME_ROW(row) &row,

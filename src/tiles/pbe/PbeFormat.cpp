@@ -1,0 +1,45 @@
+// A store has neither level data nor stored statistics, and none are made while it is loaded, whatever the caller asks.
+
+#include "core/load/FirstBytes.h"
+#include "core/load/RasterLoad.h"
+#include "tagXFormatNotes.h"
+#include "XFormatId.h"
+#include "ZRMBandPBE.h"
+
+namespace zrk {
+namespace {
+
+bool IsPbe(FileHead head) {
+  return StartsWith(head, "PBE") || StartsWith(head, "PEE");
+}
+
+Channels OpenPbe(const RasterCall& call) {
+  return OpenChannels<ZRMBandPBE>(ChannelNames::kWithFileName, call);
+}
+
+int LoadPbe(const RasterCall& call) {
+  RasterCall plain = call;
+  plain.calcStatistics = 0;
+  return LoadFrame(plain, &OpenPbe);
+}
+
+void DescribePbe(ZRMBand& band, bool, tagXFormatNotes& notes) {
+  static_cast<const ZRMBandPBE&>(band).DescribeLevels(notes);
+}
+
+}  // namespace
+
+extern const FormatRow kPbeFormat;
+constinit const FormatRow kPbeFormat = {.format = {.id = kFormatPBE,
+                                                   .name = "PBE tile pyramid",
+                                                   .extensions = "pbe",
+                                                   .isRaster = true,
+                                                   .canRead = true,
+                                                   .bandClass = "ZRMBandPBE",
+                                                   .holdsHeights = true,
+                                                   .hasOwnLevels = true},
+                                        .isContent = &IsPbe,
+                                        .loadRaster = &LoadPbe,
+                                        .describe = &DescribePbe};
+
+}  // namespace zrk
