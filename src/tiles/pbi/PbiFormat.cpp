@@ -49,6 +49,8 @@ constinit const FormatRow kPbiFormat = {.format = {.id = kFormatPBI,
                                                    .hasOwnLevels = true},
                                         .isContent = &IsPbi,
                                         .loadRaster = &LoadPbi,
-                                        .describe = &DescribePbi};
+                                        .describe = &DescribePbi,
+                                        .readTile = &ReadImageTile,
+                                        .checkStore = &CheckImageStore};
 
 }  // namespace zrk
