@@ -3,6 +3,7 @@
 #include "core/load/FirstBytes.h"
 #include "core/load/RasterLoad.h"
 #include "tagXFormatNotes.h"
+#include "tiles/StoreCheck.h"
 #include "XFormatId.h"
 #include "ZRMBandPBI.h"
 
