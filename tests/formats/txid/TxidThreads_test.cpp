@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int kNumReaders = 8;
-constexpr int kNumReads = 40;
+constexpr int kReadsOfAThread = 40;
 
 TxidBuilder SomeStore() {
   TxidBuilder builder = TxidBuilder().Grid(5, 4, 24);
@@ -53,17 +53,18 @@ TEST_P(TxidThreads, GetWhatOneThreadGets) {
   OpenStore store(SomeStore(), GetParam());
   std::vector<Pixels> expected;
   std::thread alone([&] {
-    for (int i = 0; i < kNumReads; ++i) expected.push_back(ReadAt(store, i));
+    for (int i = 0; i < kReadsOfAThread; ++i) expected.push_back(ReadAt(store, i));
   });
   alone.join();
   std::atomic<int> numDifferent = 0;
   RunOnThreads([&](int) {
-    for (int i = 0; i < kNumReads; ++i) {
+    for (int i = 0; i < kReadsOfAThread; ++i) {
       if (ReadAt(store, i) != expected[static_cast<std::size_t>(i)]) ++numDifferent;
     }
   });
   EXPECT_EQ(0, numDifferent);
-  EXPECT_GT(std::ranges::count_if(expected, [](const Pixels& pixels) { return !pixels.bytes.empty(); }), kNumReads / 2);
+  EXPECT_GT(std::ranges::count_if(expected, [](const Pixels& pixels) { return !pixels.bytes.empty(); }),
+            kReadsOfAThread / 2);
 }
 
 TEST_P(TxidThreads, HaveMemoriesOfTheirOwn) {
