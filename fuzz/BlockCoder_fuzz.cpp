@@ -20,6 +20,7 @@ void Must(bool holds) {
 void CompareDecoders(const Bytes& blocks, const zrk::BlockShape& shape) {
   const std::size_t count = zrk::BlockBytes({shape.type, shape.width, 4}) / (shape.type == kDxt1 ? 8 : 16);
   for (const auto colours : {zrk::BlockColours::kSquish, zrk::BlockColours::kSquishBgra, zrk::BlockColours::kShifted}) {
+    if (colours == zrk::BlockColours::kShifted && shape.type != kDxt1) continue;
     Bytes vectors(64 * count), plain(64 * count);
     const zrk::BlockRun run{blocks.data(), count, shape.type, colours};
     zrk::DecodeRun(run, vectors.data(), static_cast<std::ptrdiff_t>(16 * count));
@@ -29,15 +30,16 @@ void CompareDecoders(const Bytes& blocks, const zrk::BlockShape& shape) {
 }
 
 void DecodeAll(const Bytes& blocks, const zrk::BlockShape& shape, _XPIXELFORMAT format) {
-  const auto width = static_cast<std::size_t>(shape.width), height = static_cast<std::size_t>(shape.height);
-  Bytes rgba(width * height * 4), lowerRight(width * height * 4);
+  // A size that cannot be gets room nevertheless, so that the refusal does not come from a lack of it.
+  const auto area = static_cast<std::size_t>(std::max(shape.width, 1) * std::max(shape.height, 1));
+  Bytes rgba(area * 4), lowerRight(area * 4);
   if (!zrk::DecodeBlocks(blocks, shape, rgba)) return;
   CompareDecoders(blocks, shape);
   const zrk::Window window{shape.width / 3, shape.width - 1, shape.height / 3, shape.height - 1};
   const std::ptrdiff_t rowBytes = std::ptrdiff_t{window.Width()} * 4;
   Must(zrk::DecodeBlockWindow(blocks, shape, window, {lowerRight.data(), rowBytes, false}));
   Must(std::equal(rgba.end() - rowBytes, rgba.end(), lowerRight.data() + rowBytes * (window.Height() - 1)));
-  Bytes pixels(width * height * static_cast<std::size_t>(zrk::PixelBytes(format)));
+  Bytes pixels(area * static_cast<std::size_t>(zrk::PixelBytes(format)));
   zrk::DecodeBlocksAs(blocks, shape, format, pixels);
 }
 

@@ -11,7 +11,7 @@ namespace zrk {
 enum class BlockColours {
   kSquish,      ///< as libsquish has them: components fill 8 bits, and equal colours mean three colours
   kSquishBgra,  ///< the same with red and blue exchanged
-  kShifted      ///< components are shifted to 8 bits, and equal colours mean four colours
+  kShifted      ///< components are shifted to 8 bits, and equal colours mean four colours; of `kDxt1` alone
 };
 
 /// Blocks that lie beside each other.

@@ -263,7 +263,7 @@ void DecodeMany(const BlockRun& run, std::uint8_t* first, std::ptrdiff_t rowByte
     case BlockColours::kSquishBgra:
       return DecodeAs<BlockColours::kSquishBgra>(run, first, rowBytes);
     case BlockColours::kShifted:
-      return DecodeAs<BlockColours::kShifted>(run, first, rowBytes);
+      return Decoder<BlockColours::kShifted, kDxt1>::Decode(run, first, rowBytes);
   }
 }
 

@@ -13,7 +13,7 @@
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-using Result = zrk::Inflater::Result;
+using InflateResult = zrk::Inflater::Result;
 
 Bytes Pack(const Bytes& bytes, int level) {
   Bytes packed(2 * bytes.size() + 1000);
@@ -24,14 +24,14 @@ Bytes Pack(const Bytes& bytes, int level) {
 }
 
 /// What comes out, in room for `size` bytes.
-std::string Decode(const Bytes& packed, std::size_t size) {
+std::string Inflated(const Bytes& packed, std::size_t size) {
   zrk::Inflater inflater;
   zrk::Inflater::Counts counts;
   Bytes bytes(size);
   switch (inflater.Decode(packed, bytes, counts)) {
-    case Result::kDone:
+    case InflateResult::kDone:
       return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(counts.bytes)};
-    case Result::kTooLong:
+    case InflateResult::kTooLong:
       return "too long";
     default:
       return "damaged";
@@ -82,18 +82,18 @@ TEST(Inflater, TakesStoredBytes) {
                            .Add('b', 8)
                            .Add('c', 8)
                            .With(kChecksumOfAbc);
-  EXPECT_EQ("abc", Decode(stored, 3));
+  EXPECT_EQ("abc", Inflated(stored, 3));
 }
 
 TEST(Inflater, TakesBytesOfTheFixedCodes) {
-  EXPECT_EQ("abc", Decode(FixedAbc().Code(0, 7).With(kChecksumOfAbc), 3));
+  EXPECT_EQ("abc", Inflated(FixedAbc().Code(0, 7).With(kChecksumOfAbc), 3));
 }
 
 TEST(Inflater, RepeatsAStringThatOverlapsItself) {
   // The third code is a length of 6, from symbol 260, and symbol 1 of the offsets is 2.
   const Bytes packed =
       Bits().Add(1, 1).Add(1, 2).Code(48 + 'a', 8).Code(48 + 'b', 8).Code(4, 7).Code(1, 5).Code(0, 7).With(0x0dbc030d);
-  EXPECT_EQ("abababab", Decode(packed, 8));
+  EXPECT_EQ("abababab", Inflated(packed, 8));
 }
 
 TEST(Inflater, TakesBlocksOneBehindTheOther) {
@@ -108,43 +108,43 @@ TEST(Inflater, TakesBlocksOneBehindTheOther) {
                            .Code(48 + 'c', 8)
                            .Code(0, 7)
                            .With(kChecksumOfAbc);
-  EXPECT_EQ("abc", Decode(packed, 3));
+  EXPECT_EQ("abc", Inflated(packed, 3));
 }
 
 TEST(Inflater, RefusesAnotherChecksum) {
-  EXPECT_EQ("damaged", Decode(FixedAbc().Code(0, 7).With(kChecksumOfAbc + 1), 3));
+  EXPECT_EQ("damaged", Inflated(FixedAbc().Code(0, 7).With(kChecksumOfAbc + 1), 3));
 }
 
 TEST(Inflater, RefusesAnEndWithoutTheLastCodeOrTheChecksum) {
-  EXPECT_EQ("damaged", Decode(FixedAbc().With(0), 3));
+  EXPECT_EQ("damaged", Inflated(FixedAbc().With(0), 3));
   Bytes packed = FixedAbc().Code(0, 7).With(kChecksumOfAbc);
   packed.pop_back();
-  EXPECT_EQ("damaged", Decode(packed, 3));
+  EXPECT_EQ("damaged", Inflated(packed, 3));
 }
 
 TEST(Inflater, RefusesAStringFromBeforeTheFirstByte) {
   EXPECT_EQ("damaged",
-            Decode(Bits().Add(1, 1).Add(1, 2).Code(48 + 'a', 8).Code(1, 7).Code(1, 5).Code(0, 7).With(0), 9));
+            Inflated(Bits().Add(1, 1).Add(1, 2).Code(48 + 'a', 8).Code(1, 7).Code(1, 5).Code(0, 7).With(0), 9));
 }
 
 TEST(Inflater, RefusesSymbolsWithoutMeaning) {
   // Symbol 286 of the lengths is the code 198 of 8 bits; the offsets have no symbol 30.
-  EXPECT_EQ("damaged", Decode(FixedAbc().Code(198, 8).Code(0, 5).Code(0, 7).With(0), 99));
-  EXPECT_EQ("damaged", Decode(FixedAbc().Code(1, 7).Code(30, 5).Code(0, 7).With(0), 99));
-  EXPECT_EQ("damaged", Decode(Bits().Add(1, 1).Add(3, 2).With(1), 3));
+  EXPECT_EQ("damaged", Inflated(FixedAbc().Code(198, 8).Code(0, 5).Code(0, 7).With(0), 99));
+  EXPECT_EQ("damaged", Inflated(FixedAbc().Code(1, 7).Code(30, 5).Code(0, 7).With(0), 99));
+  EXPECT_EQ("damaged", Inflated(Bits().Add(1, 1).Add(3, 2).With(1), 3));
 }
 
 TEST(Inflater, RefusesAnotherHead) {
   for (const unsigned char first : {0x79, 0x88, 0x00}) {
     Bytes packed = FixedAbc().Code(0, 7).With(kChecksumOfAbc);
     packed[0] = first;
-    EXPECT_EQ("damaged", Decode(packed, 3)) << int{first};
+    EXPECT_EQ("damaged", Inflated(packed, 3)) << int{first};
   }
-  EXPECT_EQ("damaged", Decode({}, 3));
+  EXPECT_EQ("damaged", Inflated({}, 3));
 }
 
 TEST(Inflater, TellsThatThereIsMore) {
-  EXPECT_EQ("too long", Decode(FixedAbc().Code(0, 7).With(kChecksumOfAbc), 2));
+  EXPECT_EQ("too long", Inflated(FixedAbc().Code(0, 7).With(kChecksumOfAbc), 2));
 }
 
 /// Bytes of many kinds: noise, steps, repeated pixels, few symbols and rare ones.
@@ -179,7 +179,7 @@ TEST(Inflater, GivesWhatWasPacked) {
     // Nothing is written behind the room.
     Bytes bytes(size + 64, 0x5a);
     zrk::Inflater::Counts counts;
-    ASSERT_EQ(Result::kDone, inflater.Decode(packed, std::span(bytes).first(size), counts)) << trial;
+    ASSERT_EQ(InflateResult::kDone, inflater.Decode(packed, std::span(bytes).first(size), counts)) << trial;
     ASSERT_EQ(size, counts.bytes);
     EXPECT_TRUE(std::equal(sound.begin(), sound.end(), bytes.begin())) << trial;
     EXPECT_TRUE(std::all_of(bytes.begin() + std::ssize(sound), bytes.end(), [](int byte) { return byte == 0x5a; }));
@@ -191,7 +191,7 @@ TEST(Inflater, CountsLiterals) {
   const auto count = [](const Bytes& sound) {
     Bytes bytes(sound.size());
     zrk::Inflater::Counts counts;
-    EXPECT_EQ(Result::kDone, zrk::Inflater().Decode(Pack(sound, 6), bytes, counts));
+    EXPECT_EQ(InflateResult::kDone, zrk::Inflater().Decode(Pack(sound, 6), bytes, counts));
     return counts.literals;
   };
   EXPECT_GT(10u, count(Bytes(10000, 7)));
@@ -206,12 +206,12 @@ TEST(Inflater, NoticesEveryCutAndEveryFlip) {
   for (int kind = 0; kind < 8; ++kind) {
     const Bytes sound = MakeBytes(kind, 3000, random), packed = Pack(sound, 6);
     for (std::size_t size = 0; size < packed.size(); size += 1 + packed.size() / 100) {
-      EXPECT_EQ("damaged", Decode({packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size)}, 3000));
+      EXPECT_EQ("damaged", Inflated({packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size)}, 3000));
     }
     for (int trial = 0; trial < 200; ++trial) {
       Bytes flipped = packed;
       flipped[2 + random() % (packed.size() - 2)] ^= static_cast<unsigned char>(1u << random() % 8);
-      const std::string text = Decode(flipped, 3000);
+      const std::string text = Inflated(flipped, 3000);
       // The bits that fill the last byte up mean nothing.
       EXPECT_TRUE(text == "damaged" || text == "too long" || Bytes(text.begin(), text.end()) == sound);
     }
@@ -226,7 +226,7 @@ TEST(Inflater, StaysWithinItsBytesWhateverTheData) {
     for (unsigned char& byte : packed) byte = static_cast<unsigned char>(random());
     packed[0] = 0x78, packed[1] = 0x9c;
     zrk::Inflater::Counts counts;
-    EXPECT_NE(Result::kDone, inflater.Decode(packed, bytes, counts));
+    EXPECT_NE(InflateResult::kDone, inflater.Decode(packed, bytes, counts));
   }
 }
 

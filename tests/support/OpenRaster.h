@@ -25,7 +25,7 @@ class OpenRaster {
   const std::string& FilePath() const { return path_; }
   XRSFile& File() { return file_; }
   Band& BandAt(int channel = 0) { return static_cast<Band&>(*file_.GetBandAt(channel)); }
-  Window Whole() { return WholeOf(BandAt()); }
+  Window Whole() { return WholeWindowOf(BandAt()); }
 
   Pixels Read(int level, const Window& window, int channel = 0) { return ReadPixels(BandAt(channel), level, window); }
   /// Why a read fails; empty where it does not.

@@ -28,7 +28,7 @@ inline int TryStore(const std::vector<unsigned char>& bytes, const char* name, i
     if (!isOpen) continue;
     ++numOpen;
     for (ZRMBand* const band : {file.GetBandAt(0), file.GetBandAt(numBands - 1)}) {
-      const Window whole = WholeOf(*band);
+      const Window whole = WholeWindowOf(*band);
       const Window corner{0, std::min(whole.x1, 20), 0, std::min(whole.y1, 20)};
       const Window opposite{std::max(whole.x1 - 20, 0), whole.x1, std::max(whole.y1 - 20, 0), whole.y1};
       for (const Window& window : {corner, opposite}) {

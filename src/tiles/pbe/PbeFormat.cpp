@@ -3,6 +3,7 @@
 #include "core/load/FirstBytes.h"
 #include "core/load/RasterLoad.h"
 #include "tagXFormatNotes.h"
+#include "tiles/StoreCheck.h"
 #include "XFormatId.h"
 #include "ZRMBandPBE.h"
 
@@ -37,6 +38,8 @@ constinit const FormatRow kPbeFormat = {.format = {.id = kFormatPBE,
                                                    .hasOwnLevels = true},
                                         .isContent = &IsPbe,
                                         .loadRaster = &LoadPbe,
-                                        .describe = &DescribePbe};
+                                        .describe = &DescribePbe,
+                                        .readTile = &ReadElevationTile,
+                                        .checkStore = &CheckElevationStore};
 
 }  // namespace zrk

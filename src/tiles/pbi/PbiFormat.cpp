@@ -3,6 +3,7 @@
 #include "core/load/FirstBytes.h"
 #include "core/load/RasterLoad.h"
 #include "tagXFormatNotes.h"
+#include "tiles/StoreCheck.h"
 #include "XFormatId.h"
 #include "ZRMBandPBI.h"
 
@@ -49,6 +50,8 @@ constinit const FormatRow kPbiFormat = {.format = {.id = kFormatPBI,
                                                    .hasOwnLevels = true},
                                         .isContent = &IsPbi,
                                         .loadRaster = &LoadPbi,
-                                        .describe = &DescribePbi};
+                                        .describe = &DescribePbi,
+                                        .readTile = &ReadImageTile,
+                                        .checkStore = &CheckImageStore};
 
 }  // namespace zrk

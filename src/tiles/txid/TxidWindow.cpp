@@ -26,6 +26,8 @@ constexpr int kFirstFlatLevel = 4;
 constexpr unsigned char kFlatValue = 0xA0;
 /// Samples so far apart leave most blocks of a row untouched.
 constexpr int kWideStep = 8;
+/// Tiles of a window that are too many to be looked up twice.
+constexpr std::size_t kManyTiles = 4096;
 /// Fewer samples than a row of blocks is worth.
 constexpr int kFewSamples = 8;
 
@@ -94,6 +96,16 @@ std::string NameTile(const TileVisit& row, const TileVisit& column) {
   return "tile " + std::to_string(column.tile) + " of row " + std::to_string(row.tile);
 }
 
+/// Whether the visits leave out no sample of an axis.
+bool AreAllGiven(const std::vector<TileVisit>& visits, int count) {
+  int end = 0;
+  for (const TileVisit& visit : visits) {
+    if (visit.first > end) return false;
+    end = std::max(end, visit.first + visit.count);
+  }
+  return end == count;
+}
+
 bool IsTileTooLarge(int tileSize) {
   return std::int64_t{tileSize} * tileSize > XfnGetLimits().decodedTileBytes / kNumPlanes;
 }
@@ -104,18 +116,46 @@ bool TxidWindow::Read(const ReadRequest& request, const int* cancel) {
   if (IsTileTooLarge(store_.info.tileSize)) return FailRead("The tiles are larger than the limits allow") != 0;
   isFlat_ = !store_.isExact && request.level >= kFirstFlatLevel;
   Plan(request);
-  if (!store_.isExact) {
-    for (tagXArr2& plane : planes_) {
-      std::memset(plane.data, 0, static_cast<std::size_t>(plane.xSize) * static_cast<std::size_t>(plane.ySize));
-    }
-  }
+  needsZeros_ = !store_.isExact && IsCovered();
+  if (!store_.isExact && !needsZeros_) Clear();
+  if (!ReadRows(cancel) && !(needsZeros_ && ReadOverZeros(cancel))) return false;
+  // Tiles at the rim of a window may have none of a level's pixels.
+  isBlank_ = isBlank_ && !HasTileWithin(store_.info, {request.x0, request.x1, request.y0, request.y1});
+  return true;
+}
+
+bool TxidWindow::ReadRows(const int* cancel) {
   for (const TileVisit& row : scratch_.rows.visits) {
     if (XfnIsStopRequested(cancel)) return FailRead(kReadStopped) != 0;
     if (!ReadTiles(row)) return false;
   }
-  // Tiles at the rim of a window may have none of a level's pixels.
-  isBlank_ = isBlank_ && !HasTileWithin(store_.info, {request.x0, request.x1, request.y0, request.y1});
   return true;
+}
+
+/// A tile that can't be read shows zeros, but a neighbour may have written over its rim before. So all is done anew,
+/// and that tile is not asked again.
+bool TxidWindow::ReadOverZeros(const int* cancel) {
+  needsZeros_ = false;
+  Clear();
+  return ReadRows(cancel);
+}
+
+void TxidWindow::Clear() {
+  for (tagXArr2& plane : planes_) {
+    std::memset(plane.data, 0, static_cast<std::size_t>(plane.xSize) * static_cast<std::size_t>(plane.ySize));
+  }
+}
+
+/// Whether tiles that exist give every sample, so that none has to be zero beforehand.
+bool TxidWindow::IsCovered() const {
+  const std::vector<TileVisit>&rows = scratch_.rows.visits, &columns = scratch_.columns.visits;
+  if (rows.size() * columns.size() > kManyTiles) return false;
+  if (!AreAllGiven(rows, planes_[0].ySize) || !AreAllGiven(columns, planes_[0].xSize)) return false;
+  return std::ranges::all_of(rows, [&](const TileVisit& row) {
+    KeyWalk walk(store_.info);
+    const std::int64_t rowKey = std::int64_t{store_.info.numXTiles} * row.tile;
+    return std::ranges::all_of(columns, [&](const TileVisit& column) { return walk.Find(rowKey + column.tile); });
+  });
 }
 
 void TxidWindow::Plan(const ReadRequest& request) {
@@ -136,8 +176,9 @@ bool TxidWindow::ReadTiles(const TileVisit& row) {
     isBlank_ = false;
     if (isFlat_) {
       Fill(kFlatValue, row, column);
-    } else if (!ReadTile(*offset, row, column) && store_.isExact) {
-      return false;
+    } else if (rowKey + column.tile != unreadable_ && !ReadTile(*offset, row, column)) {
+      unreadable_ = rowKey + column.tile;
+      if (store_.isExact || needsZeros_) return false;
     }
   }
   return true;

@@ -46,6 +46,10 @@ class TxidWindow {
 
  private:
   void Plan(const ReadRequest& request);
+  bool ReadRows(const int* cancel);
+  bool ReadOverZeros(const int* cancel);
+  void Clear();
+  bool IsCovered() const;
   bool ReadTiles(const TileVisit& row);
   bool ReadTile(std::uint64_t offset, const TileVisit& row, const TileVisit& column);
   const char* FindBlocks(std::uint64_t offset, const TileVisit& row, const TileVisit& column,
@@ -62,7 +66,9 @@ class TxidWindow {
   TxidScratch& scratch_;
   TxidPlanes& planes_;
   bool isBlank_ = true;
-  bool isFlat_ = false;  // tiles are not looked into
+  bool isFlat_ = false;           // tiles are not looked into
+  bool needsZeros_ = false;       // where a tile can't be read, since the planes were not cleared
+  std::int64_t unreadable_ = -1;  // the key of the last tile that could not be read
 };
 
 }  // namespace zrk

@@ -14,7 +14,7 @@ namespace {
 
 using OpenPbe = OpenRaster<ZRMBandPBE>;
 
-OpenPbe Open(const PbeBuilder& store) {
+OpenPbe OpenExact(const PbeBuilder& store) {
   return OpenPbe(store.Build(), "a.pbe", kFormatPBE, kReadExact);
 }
 
@@ -42,7 +42,7 @@ std::vector<float> SlopeIn(const PbeBuilder& store, int level, const Window& win
 TEST(PbeExact, HasEachPostOfTilesOfAnySizeWithTheRims) {
   for (const auto& [width, height] : {std::pair(31, 31), {2, 2}, {17, 9}, {64, 5}}) {
     const PbeBuilder builder = Slope(width, height);
-    OpenPbe store = Open(builder);
+    OpenPbe store = OpenExact(builder);
     ASSERT_EQ(1, store.IsOpen()) << store.Error();
     const Window whole = store.Whole();
     ASSERT_EQ(4 * (width - 1) + 1, whole.Width());
@@ -53,7 +53,7 @@ TEST(PbeExact, HasEachPostOfTilesOfAnySizeWithTheRims) {
 
 TEST(PbeExact, WindowsAndLevelsHavePostsByTheirPlaces) {
   const PbeBuilder builder = Slope();
-  OpenPbe store = Open(builder);
+  OpenPbe store = OpenExact(builder);
   for (const Window& window :
        {Window{0, 120, 0, 90}, {30, 30, 30, 30}, {7, 99, 29, 61}, {120, 120, 0, 90}, {60, 91, 3, 34}}) {
     for (const int level : {0, 1, 3, 5}) {
@@ -64,7 +64,7 @@ TEST(PbeExact, WindowsAndLevelsHavePostsByTheirPlaces) {
 }
 
 TEST(PbeExact, LiesWhereTheHeadersTileSizePutsIt) {
-  OpenPbe store = Open(Slope(11, 21).TileSize(9.0));
+  OpenPbe store = OpenExact(Slope(11, 21).TileSize(9.0));
   const double tile = 9.0 / 8;
   EXPECT_EQ(80 * tile - 180.0, store.BandAt().GetULX());
   EXPECT_EQ(43 * tile - 90.0, store.BandAt().GetULY());
@@ -78,7 +78,7 @@ TEST(PbeExact, LiesWhereTheHeadersTileSizePutsIt) {
 
 TEST(PbeExact, KeepsPostsOf16BitsAsTheyAre) {
   const PbeBuilder builder = Slope(31, 31, 1.05);
-  OpenPbe store = Open(builder);
+  OpenPbe store = OpenExact(builder);
   EXPECT_EQ(kSint16, store.BandAt().GetDataType());
   const std::vector<short> posts = ShortsOf(store.Read(0, {28, 32, 29, 31}));
   ASSERT_EQ(15u, posts.size());
@@ -88,7 +88,7 @@ TEST(PbeExact, KeepsPostsOf16BitsAsTheyAre) {
 
 TEST(PbeExact, NormalsAreNoPosts) {
   const PbeBuilder builder = Slope(31, 31, 2.0);
-  OpenPbe store = Open(builder);
+  OpenPbe store = OpenExact(builder);
   EXPECT_EQ(SlopeIn(builder, 0, store.Whole()), FloatsOf(store.Read(0, store.Whole())));
 }
 
@@ -96,7 +96,7 @@ TEST(PbeExact, LevelsComeFromThoseOfTheStore) {
   const PbeBuilder builder = PbeBuilder()
                                  .Level({.level = 2, .llRow = 20, .llCol = 40, .urRow = 23, .urCol = 43})
                                  .Level({.level = 0, .llRow = 5, .llCol = 10, .urRow = 5, .urCol = 10});
-  OpenPbe store = Open(builder);
+  OpenPbe store = OpenExact(builder);
   ASSERT_EQ(120, store.Whole().x1);
   const std::vector<float> coarse = FloatsOf(store.Read(2, {0, 120, 0, 120}));
   ASSERT_EQ(900u, coarse.size());
@@ -111,7 +111,7 @@ TEST(PbeExact, LevelsComeFromThoseOfTheStore) {
 
 TEST(PbeExact, OfTwoTilesTheNorthernOrEasternOneHasThePostOfTheirEdge) {
   const PbeBuilder builder = PbeBuilder().Level({.llRow = 5, .llCol = 10, .urRow = 6, .urCol = 11});
-  OpenPbe store = Open(builder);
+  OpenPbe store = OpenExact(builder);
   for (const Window& window : {Window{30, 30, 30, 30}, {29, 33, 29, 33}, {0, 60, 0, 60}}) {
     const std::vector<float> heights = FloatsOf(store.Read(0, window));
     const int place = (30 - window.y0) * window.Width() + 30 - window.x0;
@@ -124,7 +124,7 @@ TEST(PbeExact, RangesOfOneLevelMakeOneImage) {
       PbeBuilder()
           .Level({.level = 1, .llRow = 10, .llCol = 20, .urRow = 10, .urCol = 20, .width = 5, .height = 5})
           .Level({.level = 1, .llRow = 10, .llCol = 22, .urRow = 11, .urCol = 22, .width = 5, .height = 5});
-  OpenPbe store = Open(builder);
+  OpenPbe store = OpenExact(builder);
   ASSERT_EQ(12, store.Whole().x1);
   ASSERT_EQ(8, store.Whole().y1);
   const std::vector<float> row = FloatsOf(store.Read(0, {0, 12, 6, 6}));
@@ -146,7 +146,7 @@ TEST(PbeExact, ATileThatCannotBeReadFailsWithItsPlace) {
 TEST(PbeExact, TilesWithTooFewBytesFail) {
   PbeBuilder builder = Slope();
   builder.RecordAt(0).storage = 3843;
-  OpenPbe store = Open(builder);
+  OpenPbe store = OpenExact(builder);
   EXPECT_EQ("The tile in row 42 and column 80 of level 3 has fewer bytes than its posts need",
             store.Failure(0, {1, 5, 1, 5}));
 }
@@ -171,7 +171,7 @@ TEST(PbeExact, SaysWhatIsWrongWithAStoreThatItRefuses) {
       {Slope().TileSize(-18.0), "The tile size in the header can't be"},
       {thin, "Level 3 of the store has tiles of an impossible size"}};
   for (const auto& [builder, reason] : refused) {
-    OpenPbe store = Open(builder);
+    OpenPbe store = OpenExact(builder);
     EXPECT_EQ(0, store.IsOpen());
     EXPECT_EQ(std::string("Invalid PBE File Information : ") + reason, store.Error());
   }

@@ -14,7 +14,7 @@ namespace {
 
 using OpenPbi = OpenRaster<ZRMBandPBI>;
 
-OpenPbi Open(const PbiBuilder& store) {
+OpenPbi OpenExact(const PbiBuilder& store) {
   return OpenPbi(store.Build(), "a.pbi", kFormatPBI, kReadExact);
 }
 
@@ -26,7 +26,7 @@ PbiBuilder OddTiles(int width, int height) {
 TEST(PbiExact, HasEachPixelOfTilesOfAnySize) {
   for (const auto& [width, height] : {std::pair(256, 256), {20, 12}, {7, 9}, {1, 1}, {130, 3}}) {
     const PbiBuilder builder = OddTiles(width, height);
-    OpenPbi store = Open(builder);
+    OpenPbi store = OpenExact(builder);
     ASSERT_EQ(1, store.IsOpen()) << store.Error();
     const Window whole = store.Whole();
     ASSERT_EQ(4 * width, whole.Width());
@@ -37,7 +37,7 @@ TEST(PbiExact, HasEachPixelOfTilesOfAnySize) {
 
 TEST(PbiExact, WindowsNeedNotBeginWithATile) {
   const PbiBuilder builder = OddTiles(64, 52);
-  OpenPbi store = Open(builder);
+  OpenPbi store = OpenExact(builder);
   const Window windows[] = {{64, 64, 52, 52}, {63, 64, 51, 52}, {1, 254, 3, 150}, {100, 163, 7, 7}, {40, 40, 0, 155}};
   for (const Window& window : windows) {
     for (const int level : {0, 1, 2, 5, 6}) {
@@ -50,7 +50,7 @@ TEST(PbiExact, WindowsNeedNotBeginWithATile) {
 TEST(PbiExact, TakesBlocksOfAllKindsAtAllLevels) {
   for (const int type : {1, 2, 4}) {
     const PbiBuilder builder = PbiBuilder().Level({.llRow = 5, .llCol = 10, .urRow = 5, .urCol = 11, .type = type});
-    OpenPbi store = Open(builder);
+    OpenPbi store = OpenExact(builder);
     for (int level = 0; level < 9; ++level) {
       ASSERT_EQ(PickExactly(builder, 0, level, store.Whole(), level % 4), store.Read(level, store.Whole(), level % 4))
           << type << " at " << level;
@@ -59,7 +59,7 @@ TEST(PbiExact, TakesBlocksOfAllKindsAtAllLevels) {
 }
 
 TEST(PbiExact, LiesWhereTheHeadersTileSizePutsIt) {
-  OpenPbi store = Open(OddTiles(20, 12).TileSize(9.0));
+  OpenPbi store = OpenExact(OddTiles(20, 12).TileSize(9.0));
   const double tile = 9.0 / 8;
   double transform[6];
   store.BandAt(3).GetGeoTransform(transform);
@@ -74,7 +74,7 @@ TEST(PbiExact, LevelsComeFromThoseOfTheStore) {
   const PbiBuilder builder = PbiBuilder()
                                  .Level({.level = 2, .llRow = 20, .llCol = 40, .urRow = 23, .urCol = 43})
                                  .Level({.level = 0, .llRow = 5, .llCol = 10, .urRow = 5, .urCol = 10});
-  OpenPbi store = Open(builder);
+  OpenPbi store = OpenExact(builder);
   const Window whole{0, 1023, 0, 1023};
   ASSERT_EQ(1023, store.Whole().x1);
   EXPECT_EQ(PickExactly(builder, 0, 0, whole, 0), store.Read(0, whole));
@@ -89,7 +89,7 @@ TEST(PbiExact, ACoarserLevelMayHaveTilesOfAnotherSize) {
       PbiBuilder()
           .Level({.level = 1, .llRow = 10, .llCol = 20, .urRow = 11, .urCol = 21, .width = 60, .height = 60})
           .Level({.level = 0, .llRow = 5, .llCol = 10, .urRow = 5, .urCol = 10, .width = 40, .height = 40});
-  OpenPbi store = Open(builder);
+  OpenPbi store = OpenExact(builder);
   const Pixels half = store.Read(1, {0, 119, 0, 119});
   EXPECT_EQ(PickExactly(builder, 0, 1, {0, 119, 0, 119}, 0), half) << "40 pixels are too few for level 1";
   const Pixels quarter = store.Read(2, {0, 119, 0, 119});
@@ -104,7 +104,7 @@ TEST(PbiExact, RangesOfOneLevelMakeOneImage) {
       PbiBuilder()
           .Level({.level = 1, .llRow = 10, .llCol = 20, .urRow = 10, .urCol = 20, .width = 16, .height = 16})
           .Level({.level = 1, .llRow = 10, .llCol = 22, .urRow = 11, .urCol = 22, .width = 16, .height = 16});
-  OpenPbi store = Open(builder);
+  OpenPbi store = OpenExact(builder);
   EXPECT_EQ(47, store.Whole().x1);
   EXPECT_EQ(31, store.Whole().y1);
   EXPECT_EQ(PickExactly(builder, 0, 0, {0, 15, 0, 15}, 1), store.Read(0, {0, 15, 16, 31}, 1));
@@ -127,7 +127,7 @@ TEST(PbiExact, TilesWithTooFewBytesOrUnknownBlocksFail) {
   tiny.RecordAt(0).storage = 127;
   odd.RecordAt(0).type = 3;
   for (const PbiBuilder& builder : {tiny, odd}) {
-    OpenPbi store = Open(builder);
+    OpenPbi store = OpenExact(builder);
     EXPECT_EQ(
         "The tile in row 42 and column 80 of level 3 has no blocks of a kind that is known, or fewer than its pixels "
         "need",
@@ -138,7 +138,7 @@ TEST(PbiExact, TilesWithTooFewBytesOrUnknownBlocksFail) {
 TEST(PbiExact, BytesBehindTheBlocksAreLeftAlone) {
   const PbiBuilder builder =
       PbiBuilder().Level({.llRow = 5, .llCol = 10, .urRow = 5, .urCol = 12, .width = 8, .height = 8, .spare = 5});
-  OpenPbi store = Open(builder);
+  OpenPbi store = OpenExact(builder);
   EXPECT_EQ(PickExactly(builder, 0, 0, store.Whole(), 0), store.Read(0, store.Whole()));
 }
 
@@ -170,7 +170,7 @@ TEST(PbiExact, SaysWhatIsWrongWithAStoreThatItRefuses) {
       {changed([](StoreRecord& r) { r.urCol = 0xFFFFFFF; }),
        "The image of the store has more than 2,147,483,647 pixels on a side"}};
   for (const auto& [builder, reason] : refused) {
-    OpenPbi store = Open(builder);
+    OpenPbi store = OpenExact(builder);
     EXPECT_EQ(0, store.IsOpen());
     EXPECT_EQ(std::string("Fail to read PBI file : ") + reason, store.Error());
   }

@@ -65,13 +65,13 @@ TEST_P(TiffUnpackedBlocks, AreAsPackedWhereMostBytesStandByThemselves) {
 INSTANTIATE_TEST_SUITE_P(Compressions, TiffUnpackedBlocks, testing::Values(COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE),
                          [](const auto& code) { return "Tag" + std::to_string(code.param); });
 
-constexpr int kWidth = 64, kHeight = 100, kBlockHeight = 32;
+constexpr int kTileWidth = 64, kImageHeight = 100, kTileRows = 32;
 
 /// The last tile reaches below the image.
 TiffBuilder Tall() {
   return TiffBuilder()
-      .Size(kWidth, kHeight)
-      .Tiles(kWidth, kBlockHeight)
+      .Size(kTileWidth, kImageHeight)
+      .Tiles(kTileWidth, kTileRows)
       .Compression(COMPRESSION_ADOBE_DEFLATE)
       .Pixel(
           [](int x, int y, int) { return Steps(x, y, 0) + (x * y % 7 == 0 ? TiffBuilder::AnyPixel(x, y, 0) % 9 : 0); });
@@ -79,11 +79,11 @@ TiffBuilder Tall() {
 
 /// What libtiff makes of each tile; nothing but 0 where it fails.
 ReferenceTiff::Samples ReadByLibtiff(TiffBuilder::Bytes bytes) {
-  ReferenceTiff::Samples samples(std::size_t{kWidth} * kHeight);
+  ReferenceTiff::Samples samples(std::size_t{kTileWidth} * kImageHeight);
   const TiffPointer tiff = OpenTiffInMemory(bytes, "r");
-  for (std::uint32_t i = 0; tiff && std::size_t{i} * kBlockHeight < kHeight; ++i) {
-    const std::size_t first = std::size_t{i} * kBlockHeight * kWidth;
-    TiffBuilder::Bytes tile(std::min(samples.size() - first, std::size_t{kWidth} * kBlockHeight));
+  for (std::uint32_t i = 0; tiff && std::size_t{i} * kTileRows < kImageHeight; ++i) {
+    const std::size_t first = std::size_t{i} * kTileRows * kTileWidth;
+    TiffBuilder::Bytes tile(std::min(samples.size() - first, std::size_t{kTileWidth} * kTileRows));
     if (TIFFReadEncodedTile(tiff.get(), i, tile.data(), static_cast<tmsize_t>(tile.size())) < 0) continue;
     std::copy(tile.begin(), tile.end(), samples.begin() + static_cast<std::ptrdiff_t>(first));
   }
@@ -120,14 +120,14 @@ TEST_F(TiffDamagedDeflate, GivesWhatLibtiffGivesInCompatibleReads) {
 TEST_F(TiffDamagedDeflate, FailsExactReadsOfItsTileAlone) {
   const ReferenceTiff::Samples sound = TiffChannels(Write(sound_)).ReadAll(0);
   for (int trial = 0; trial < 200; ++trial) {
-    const int tile = trial % 4, top = tile * kBlockHeight, bottom = std::min(top + kBlockHeight, kHeight) - 1;
+    const int tile = trial % 4, top = tile * kTileRows, bottom = std::min(top + kTileRows, kImageHeight) - 1;
     TiffChannels image(Write(Flip(static_cast<std::uint32_t>(tile))), kReadExact);
     // Bits behind the last code mean nothing.
     if (image.ReadAll(0) == sound) continue;
     const std::string place = "The decoder can't read the block at column 0, row " + std::to_string(top);
-    ExpectFailure(image, 0, 0, kWidth - 1, top, bottom, place);
-    const int other = tile == 0 ? kBlockHeight : 0;
-    EXPECT_FALSE(image.Read(0, 0, 0, kWidth - 1, other, other + kBlockHeight - 1).empty()) << trial;
+    ExpectFailure(image, 0, 0, kTileWidth - 1, top, bottom, place);
+    const int other = tile == 0 ? kTileRows : 0;
+    EXPECT_FALSE(image.Read(0, 0, 0, kTileWidth - 1, other, other + kTileRows - 1).empty()) << trial;
   }
 }
 
@@ -138,7 +138,7 @@ TEST_F(TiffDamagedDeflate, IsNoticedBelowTheImageByItsChecksum) {
   bytes[offset + size - 1] ^= 1;
   EXPECT_EQ(TiffChannels(Write(sound_)).ReadAll(0), TiffChannels(Write(bytes)).ReadAll(0));
   TiffChannels image(Write(bytes), kReadExact);
-  ExpectFailure(image, 0, 0, kWidth - 1, 96, 99, "The decoder can't read the block at column 0, row 96");
+  ExpectFailure(image, 0, 0, kTileWidth - 1, 96, 99, "The decoder can't read the block at column 0, row 96");
 }
 
 /// A block's bytes in zlib's stored form, and more bytes behind, of which libtiff takes no notice.

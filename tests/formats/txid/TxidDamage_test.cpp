@@ -31,7 +31,7 @@ void TryStore(const Bytes& index, const Bytes& data, XReadPolicy policy) {
   EXPECT_EQ(isOpen == 0, !err.IsEmpty());
   for (int i = 0; i < file.GetNumOfBands(); ++i) {
     ZRMBand& band = *file.GetBandAt(i);
-    const Window whole = WholeOf(band);
+    const Window whole = WholeWindowOf(band);
     const Window corner{0, std::min(whole.x1, 40), 0, std::min(whole.y1, 40)};
     const Window opposite{std::max(whole.x1 - 40, 0), whole.x1, std::max(whole.y1 - 40, 0), whole.y1};
     for (const Window& window : {corner, opposite}) {

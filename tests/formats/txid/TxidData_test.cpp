@@ -29,7 +29,6 @@ class StoreOfThree {
   std::string Failure(int column) { return store_.Failure(0, TileWindow(column)); }
 
   using Bytes = TxidBuilder::Bytes;
-  static constexpr std::size_t kTileBytes = 32;
 
  private:
   TxidBuilder builder_ = TxidBuilder().Grid(3, 1, 8).Tile(0).Tile(1).Tile(2);
@@ -123,6 +122,27 @@ TEST(TxidData, AReadErrorLeavesATileOutOrFails) {
     }
     EXPECT_FALSE(store.Read(0, {0, 6, 0, 14}).bytes.empty()) << "the disk works again";
   }
+}
+
+TEST(TxidData, ThatCannotBeReadLeavesTheRimOfItsNeighbourAndZeros) {
+  // Level 1 takes the first column of a tile that can't be read from the last one of the tile before.
+  const TxidBuilder builder = TxidBuilder().Grid(2, 1, 8).Tile(0).Tile(1),
+                    onlyFirst = TxidBuilder().Grid(2, 1, 8).Tile(0);
+  OpenStore damaged(builder), sparse(onlyFirst);
+  TxidBuilder::Bytes data = builder.BuildData();
+  data.resize(40);
+  damaged.Folder().Write("a.txd", data);
+  const Window window{0, 13, 0, 7};
+  ASSERT_FALSE(damaged.Read(0, {1, 6, 1, 6}).bytes.empty());
+  for (int channel = 0; channel < 3; ++channel) {
+    EXPECT_EQ(sparse.Read(1, window, channel), damaged.Read(1, window, channel));
+  }
+  const Pixels red = damaged.Read(1, window);
+  const std::vector<unsigned char> rim = {red.bytes[4], red.bytes[11], red.bytes[18], red.bytes[25]};
+  EXPECT_EQ(
+      (std::vector<unsigned char>{builder.At(7, 0)[0], builder.At(7, 2)[0], builder.At(7, 4)[0], builder.At(7, 6)[0]}),
+      rim);
+  EXPECT_NE(std::vector<unsigned char>(4, 0), rim);
 }
 
 /// A store of six tiles, two of which are in each of three data files.

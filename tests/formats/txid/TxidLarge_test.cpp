@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-// An index of a million tiles. The memory that it takes is measured in a process of its own.
+// An index of a million tiles, whose memory is measured in a process of its own; and many processes on one store.
 
 namespace {
 
@@ -70,6 +70,46 @@ TEST(TxidLarge, AMillionTilesInNoOrderAreAllFound) {
   for (const auto& tile : info.tiles) {
     if (tile.first != key || tile.second != static_cast<std::uint64_t>(key) * 32) FAIL() << key;
     ++key;
+  }
+}
+
+constexpr int kNumProcesses = 8;
+constexpr int kNumReads = 40;
+
+TxidBuilder LargerStore() {
+  TxidBuilder builder = TxidBuilder().Grid(5, 4, 24);
+  for (int key = 0; key < 20; ++key) {
+    if (key % 7 != 3) builder.Tile(key);
+  }
+  return builder;
+}
+
+/// Each opens the store for itself, and answers by its exit status whether all pixels are right.
+TEST(TxidProcesses, ReadOneStoreAlike) {
+  TempFolder folder;
+  const TxidBuilder builder = LargerStore();
+  const std::string path = WriteStore(builder, folder);
+  std::vector<pid_t> children;
+  for (int p = 0; p < kNumProcesses; ++p) {
+    const pid_t child = fork();
+    if (child == 0) {
+      ZRMBandTXID band(nullptr);
+      band.SetReadPolicy(kReadExact);
+      XString err;
+      bool isRight = band.ReadFile(path, err, nullptr) != 0;
+      for (int i = 0; isRight && i < kNumReads; ++i) {
+        const int x = (i * 17 + p) % 70, y = i * 11 % 50;
+        const Pixels pixels = ReadPixels(band, 0, {x, x + 30, y, y + 30});
+        isRight = pixels.width == 31 && pixels.bytes[31 * 5 + 7] == builder.At(x + 7, y + 5)[0];
+      }
+      _exit(isRight ? 0 : 1);
+    }
+    children.push_back(child);
+  }
+  for (const pid_t child : children) {
+    int status = 1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
   }
 }
 

@@ -1,19 +1,17 @@
 #include "OpenStore.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <thread>
 
-// Many threads on one band, and many processes on one store.
+// Many threads on one band.
 
 namespace {
 
 constexpr int kNumReaders = 8;
-constexpr int kNumReads = 40;
+constexpr int kReadsOfAThread = 40;
 
 TxidBuilder SomeStore() {
   TxidBuilder builder = TxidBuilder().Grid(5, 4, 24);
@@ -55,17 +53,18 @@ TEST_P(TxidThreads, GetWhatOneThreadGets) {
   OpenStore store(SomeStore(), GetParam());
   std::vector<Pixels> expected;
   std::thread alone([&] {
-    for (int i = 0; i < kNumReads; ++i) expected.push_back(ReadAt(store, i));
+    for (int i = 0; i < kReadsOfAThread; ++i) expected.push_back(ReadAt(store, i));
   });
   alone.join();
   std::atomic<int> numDifferent = 0;
   RunOnThreads([&](int) {
-    for (int i = 0; i < kNumReads; ++i) {
+    for (int i = 0; i < kReadsOfAThread; ++i) {
       if (ReadAt(store, i) != expected[static_cast<std::size_t>(i)]) ++numDifferent;
     }
   });
   EXPECT_EQ(0, numDifferent);
-  EXPECT_GT(std::ranges::count_if(expected, [](const Pixels& pixels) { return !pixels.bytes.empty(); }), kNumReads / 2);
+  EXPECT_GT(std::ranges::count_if(expected, [](const Pixels& pixels) { return !pixels.bytes.empty(); }),
+            kReadsOfAThread / 2);
 }
 
 TEST_P(TxidThreads, HaveMemoriesOfTheirOwn) {
@@ -84,34 +83,5 @@ TEST_P(TxidThreads, HaveMemoriesOfTheirOwn) {
 
 INSTANTIATE_TEST_SUITE_P(Policies, TxidThreads, testing::Values(kReadCompatible, kReadExact),
                          [](const auto& one) { return one.param == kReadExact ? "Exact" : "Compatible"; });
-
-/// Each opens the store for itself, and answers by its exit status whether all pixels are right.
-TEST(TxidProcesses, ReadOneStoreAlike) {
-  TempFolder folder;
-  const TxidBuilder builder = SomeStore();
-  const std::string path = WriteStore(builder, folder);
-  std::vector<pid_t> children;
-  for (int p = 0; p < kNumReaders; ++p) {
-    const pid_t child = fork();
-    if (child == 0) {
-      ZRMBandTXID band(nullptr);
-      band.SetReadPolicy(kReadExact);
-      XString err;
-      bool isRight = band.ReadFile(path, err, nullptr) != 0;
-      for (int i = 0; isRight && i < kNumReads; ++i) {
-        const int x = (i * 17 + p) % 70, y = i * 11 % 50;
-        const Pixels pixels = ReadPixels(band, 0, {x, x + 30, y, y + 30});
-        isRight = pixels.width == 31 && pixels.bytes[31 * 5 + 7] == builder.At(x + 7, y + 5)[0];
-      }
-      _exit(isRight ? 0 : 1);
-    }
-    children.push_back(child);
-  }
-  for (const pid_t child : children) {
-    int status = 1;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    EXPECT_EQ(0, status);
-  }
-}
 
 }  // namespace
