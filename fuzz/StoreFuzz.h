@@ -39,7 +39,7 @@ inline void ReadAsStore(const std::uint8_t* data, std::size_t size, const char* 
   const int right = band.GetXSize() - 1, bottom = band.GetYSize() - 1;
   tagXArr2* out = nullptr;
   for (const int level : {2, 5, 24, 30}) {
-    const std::int64_t pixels = (std::int64_t{right} >> level) * (std::int64_t{bottom} >> level);
+    const std::int64_t pixels = ((std::int64_t{right} >> level) + 1) * ((std::int64_t{bottom} >> level) + 1);
     if (pixels < 1 << 10) band.ReadSubset(out, level, 0, right, 0, bottom, nullptr);
   }
 }

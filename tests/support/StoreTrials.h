@@ -37,7 +37,8 @@ inline int TryStore(const std::vector<unsigned char>& bytes, const char* name, i
         ReadPixels(*band, 2, window);
       }
       for (const int level : {1, 3, 22, 30}) {
-        const std::int64_t numPixels = (std::int64_t{whole.x1} >> level) * (std::int64_t{whole.y1} >> level);
+        const std::int64_t numPixels =
+            ((std::int64_t{whole.x1} >> level) + 1) * ((std::int64_t{whole.y1} >> level) + 1);
         if (numPixels < 1 << 12) ReadPixels(*band, level, whole);
       }
     }

@@ -14,14 +14,11 @@ bool IsPbe(FileHead head) {
   return StartsWith(head, "PBE") || StartsWith(head, "PEE");
 }
 
-Channels OpenPbe(const RasterCall& call) {
-  return OpenChannels<ZRMBandPBE>(ChannelNames::kWithFileName, call);
-}
-
 int LoadPbe(const RasterCall& call) {
   RasterCall plain = call;
   plain.calcStatistics = 0;
-  return LoadFrame(plain, &OpenPbe);
+  return LoadFrame(plain,
+                   [](const RasterCall& each) { return OpenChannels<ZRMBandPBE>(ChannelNames::kWithFileName, each); });
 }
 
 void DescribePbe(ZRMBand& band, bool, tagXFormatNotes& notes) {
