@@ -40,6 +40,8 @@
 #include "tagXMetadataItem.h"
 #include "tagXRadarScene.h"
 #include "tagXRSGIS.h"
+#include "tagXStoreReport.h"
+#include "tagXStoreTile.h"
 #include "tagXTiffDirectory.h"
 #include "tagXTileLevel.h"
 #include "tagXVector2.h"

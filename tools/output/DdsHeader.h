@@ -1,6 +1,6 @@
 #pragma once
 
-#include "XTileStore.h"
+#include "tagXStoreTile.h"
 
 #include <array>
 

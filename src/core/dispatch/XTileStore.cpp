@@ -4,7 +4,7 @@
 
 #include "base/Fence.h"
 #include "core/dispatch/FormatTable.h"
-#include "core/load/StoreCalls.h"
+#include "tiles/StoreCalls.h"
 #include "XFormatTable.h"
 #include "XThread.h"
 
@@ -34,6 +34,7 @@ int XfnCheckStore(const XString& path, tagXStoreReport& report, XString& err, XT
     const zrk::FormatRow* store = FindStoreRow(path, err);
     if (!store) return 0;
     report = {};
+    err.Empty();
     zrk::StoreFindings findings(report);
     return store->checkStore(path, findings, err, thread);
   });

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/load/StoreCalls.h"
+#include "tiles/StoreCalls.h"
 
 class XThread;
 

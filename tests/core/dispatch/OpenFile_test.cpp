@@ -111,7 +111,7 @@ TEST_F(OpenFile, IsOfItsExtensionWhereNothingContradictsThat) {
 }
 
 TEST_F(OpenFile, IsOfItsExtensionWhereThatHasNoMarkOfItsOwn) {
-  EXPECT_EQ(kFormatPBE, FormatOf("a.pbe", BuildTiff())->id);
+  EXPECT_EQ(kFormatSID, FormatOf("a.sid", BuildTiff())->id);
 }
 
 TEST_F(OpenFile, IsOfNoFormatWhereNothingTellsOne) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "XString.h"
-#include "XTileStore.h"
+#include "tagXStoreReport.h"
+#include "tagXStoreTile.h"
 
 #include <cstdarg>
 #include <cstdio>
