@@ -1,5 +1,7 @@
 #include "tiles/ElevationPosts.h"
 
+#include "base/Checked.h"
+
 #include <cstring>
 
 namespace zrk {
@@ -21,8 +23,8 @@ std::vector<Value> TakeAll(const unsigned char* bytes, std::size_t count) {
 }  // namespace
 
 std::int64_t CountPostBytes(double version, const PostGrid& grid) {
-  if (version >= kFirstNormalVersion) return CountPosts(grid) * 16;
-  return CountPosts(grid) * (version < kFirstFloatVersion ? 2 : 4);
+  const int bytesOfPost = version >= kFirstNormalVersion ? 16 : version < kFirstFloatVersion ? 2 : 4;
+  return CheckedMultiply(CountPosts(grid), bytesOfPost).value_or(0);
 }
 
 bool TakePosts(std::span<const unsigned char> bytes, double version, const PostGrid& grid, ElevationPosts& posts) {

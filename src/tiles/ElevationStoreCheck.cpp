@@ -42,7 +42,11 @@ class ElevationTileCheck {
  private:
   struct Edge {
     int level = 0, row = 0, col = 0;
-    std::vector<float> posts;
+    std::vector<float> posts;  // none before the first tile
+
+    bool IsOf(int otherLevel, std::int64_t otherRow, std::int64_t otherCol) const {
+      return !posts.empty() && level == otherLevel && row == otherRow && col == otherCol;
+    }
   };
 
   void Add(const StoreTilePlace& place, const char* what) {
@@ -57,11 +61,11 @@ class ElevationTileCheck {
       east[i] = posts.heights[i * width + width - 1];
     }
     const std::span<const float> all = posts.heights;
-    const bool isNextToLast = east_.level == place.level && east_.row == place.row && east_.col == place.col - 1;
+    const bool isNextToLast = east_.IsOf(place.level, place.row, std::int64_t{place.col} - 1);
     if (isNextToLast && !DoMeet(west, east_.posts)) Add(place, "the western edge does not meet the tile beside it");
     const auto below = north_.find(place.col);
     const bool isAboveOne =
-        below != north_.end() && below->second.level == place.level && below->second.row == place.row - 1;
+        below != north_.end() && below->second.IsOf(place.level, std::int64_t{place.row} - 1, place.col);
     if (isAboveOne && !DoMeet(all.last(width), below->second.posts)) {
       Add(place, "the southern edge does not meet the tile below it");
     }

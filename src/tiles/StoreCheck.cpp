@@ -128,6 +128,7 @@ class GlobeStoreCheck {
   }
 
   bool CheckTilesOf(const tagXTileLevel& level, XThread* thread) {
+    if (CountTiles(level) == 0) return true;  // rows without columns would be walked for nothing
     for (std::int64_t row = level.llRow; row <= level.urRow; ++row) {
       if (thread) {
         if (XfnIsStopRequested(thread->GetStatePtr())) return false;

@@ -35,6 +35,11 @@ bool IsTileRange(int first, int last) {
   return first > INT_MIN + 1 && last < INT_MAX - 1;
 }
 
+/// The same of tiles of full resolution, to which those of other levels add. `end` is behind the last.
+bool IsSpanOfTiles(std::int64_t first, std::int64_t end) {
+  return first > INT_MIN + 1 && end < INT_MAX;
+}
+
 const char* FindFaultOf(const tagXTileLevel& level, StoreKind kind) {
   if (level.level < 0 || level.level > kMaxLevelNumber) return "has a number that no level can have";
   if (CountTiles(level) == 0) return "has no tiles";
@@ -112,8 +117,12 @@ bool StoreImage::Measure(std::string& fault) {
   columns_.perTile = finest.tileWidth;
   rows_.perTile = finest.tileHeight;
   rows_.isMirrored = true;
-  if (MeasureAxis(west, east, columns_) && MeasureAxis(-north, -south, rows_)) return true;
-  fault = "The image of the store has more than 2,147,483,647 pixels on a side";
+  if (!MeasureAxis(west, east, columns_) || !MeasureAxis(-north, -south, rows_)) {
+    fault = "The image of the store has more than 2,147,483,647 pixels on a side";
+    return false;
+  }
+  if (IsSpanOfTiles(west, east) && IsSpanOfTiles(south, north)) return true;
+  fault = "The image of the store has tiles that no level can have";
   return false;
 }
 

@@ -5,6 +5,7 @@
 #include "tiles/StoreCheck.h"
 #include "tiles/TileFile.h"
 #include "tiles/TilePlace.h"
+#include "XLimits.h"
 
 #include <algorithm>
 
@@ -51,8 +52,12 @@ int ReadImageTile(const XString& path, const StoreTilePlace& place, tagXStoreTil
                             found.level.tileHeight};
   const std::size_t needed = BlockBytes(shape);
   if (needed == 0 || found.bytes.size() < needed) return Refuse(err, "The tile has no blocks that could be unpacked");
-  std::vector<unsigned char> rgba(std::size_t{4} * static_cast<std::size_t>(shape.width) *
-                                  static_cast<std::size_t>(shape.height));
+  const std::size_t pixelBytes =
+      std::size_t{4} * static_cast<std::size_t>(shape.width) * static_cast<std::size_t>(shape.height);
+  if (pixelBytes > static_cast<std::size_t>(XfnGetLimits().decodedTileBytes)) {
+    return Refuse(err, "The tiles are larger than the limits allow");
+  }
+  std::vector<unsigned char> rgba(pixelBytes);
   if (!DecodeBlocks(found.bytes, shape, rgba)) return Refuse(err, "The tile can't be unpacked");
   tile = {shape.width, shape.height, shape.type, std::move(found.bytes), std::move(rgba), {}};
   return 1;

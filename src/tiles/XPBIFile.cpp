@@ -78,9 +78,9 @@ void XPBIFile::SetGridOf(const tagXTileLevel& level) {
   const double size = level.tileSize;
   const double numColumns = static_cast<double>(level.urCol) - level.llCol + 1.0;
   const double numRows = static_cast<double>(level.urRow) - level.llRow + 1.0;
-  XRSFile3D::SetVirtualTileGrid(level.llCol * size - 180.0, level.llRow * size - 90.0, size / level.tileWidth,
-                                size / level.tileHeight, zrk::TruncateToInt(numColumns * size),
-                                zrk::TruncateToInt(numRows * size));
+  SetVirtualTileGrid(level.llCol * size - 180.0, level.llRow * size - 90.0, size / level.tileWidth,
+                     size / level.tileHeight, zrk::TruncateToInt(numColumns * size),
+                     zrk::TruncateToInt(numRows * size));
 }
 
 bool XPBIFile::Close() {

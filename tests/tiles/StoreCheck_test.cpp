@@ -4,12 +4,14 @@
 #include "StoreBytes.h"
 #include "TempFolder.h"
 #include "TxidBuilder.h"
+#include "XLimits.h"
 #include "XThread.h"
 #include "XTileStore.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -184,6 +186,27 @@ TEST_F(StoreCheck, AHugeRangeCostsNoMoreThanTheFileHas) {
   EXPECT_EQ(6, report_.numTiles);
 }
 
+TEST_F(StoreCheck, RowsWithoutColumnsAreNotWalked) {
+  StoreRecord record = ImageLevel();
+  record.llRow = std::numeric_limits<std::int32_t>::min();
+  record.urRow = std::numeric_limits<std::int32_t>::max();
+  record.urCol = -1;
+  folder_.Write("a.pbi", TinyStore(record));
+  XThread thread;
+  XString err;
+  const auto before = std::chrono::steady_clock::now();
+  EXPECT_EQ(1, XfnCheckStore(folder_.Path("a.pbi"), report_, err, &thread));
+  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(1));
+  EXPECT_EQ(0, report_.numTiles);
+}
+
+TEST_F(StoreCheck, TilesOfMorePostsThanCanBeCountedAreNone) {
+  const StoreRecord record = {.tileWidth = 0x7FFFFFFF, .tileHeight = 0x7FFFFFFF, .storage = 16, .offset = 51200};
+  const auto bytes = StoreBuilder("PBE").Version(2.0).Level(record).Body(SoundBlocks(16)).Build();
+  EXPECT_THAT(Check("a.pbe", bytes),
+              ElementsAre("Level 0: a tile of 2147483647 by 2147483647 has 16 bytes; it needs 0"));
+}
+
 TEST_F(StoreCheck, FindsNothingWrongWhereSeamsMeet) {
   EXPECT_THAT(Check("a.pbe", SlopeStore(Slope())), IsEmpty());
   EXPECT_EQ(4, report_.numTiles);
@@ -205,6 +228,13 @@ TEST_F(StoreCheck, TilesThatWereNeverWrittenHaveNoSeams) {
   std::fill_n(posts.begin() + 9, 9, 0.0F);
   EXPECT_THAT(Check("a.pbe", SlopeStore(posts)), IsEmpty());
   EXPECT_EQ(1, report_.numEmptyTiles);
+}
+
+TEST_F(StoreCheck, ATileWithoutATileBeforeItHasNoSeams) {
+  Posts posts = Slope();
+  std::fill_n(posts.begin(), 9, 0.0F);
+  EXPECT_THAT(Check("a.pbe", SlopeStore(posts)), IsEmpty());
+  EXPECT_EQ(3, report_.numTiles - report_.numEmptyTiles);
 }
 
 TEST_F(StoreCheck, TellsHeightsThatAreNoNumbersAndNormalsOfOtherLengths) {
@@ -281,6 +311,32 @@ TEST_F(StoreCheck, RefusesTilesThatAreNotThere) {
   EXPECT_EQ(0, XfnReadStoreTile(folder_.Path("a.pbi"), 1, 2, 0, tile, err));
   EXPECT_EQ("Level 1 has the rows 0 to 1 and the columns 0 to 2", err.AsStdString());
   EXPECT_EQ(77, tile.width);
+}
+
+TEST_F(StoreCheck, RefusesTilesWhosePixelsPassTheLimits) {
+  folder_.Write("a.pbi", TinyStore(ImageLevel()));
+  const tagXLimits before = XfnGetLimits();
+  tagXLimits limits = before;
+  limits.decodedTileBytes = 8 * 8 * 4 - 1;  // the blocks of a tile have 32 bytes
+  tagXStoreTile tile;
+  XString err;
+  XfnSetLimits(limits);
+  const int isRead = XfnReadStoreTile(folder_.Path("a.pbi"), 1, 0, 0, tile, err);
+  XfnSetLimits(before);
+  EXPECT_EQ(0, isRead);
+  EXPECT_EQ("The tiles are larger than the limits allow", err.AsStdString());
+}
+
+/// The number of tile (32768, 0) in a grid of 65536 columns is 2^31, one more than a key can be.
+TEST_F(StoreCheck, ATileWhoseNumberNoKeyHoldsIsNotThere) {
+  TxidBuilder store;
+  store.Grid(65536, 65536, 1).Tile(std::numeric_limits<std::int32_t>::min(), SoundBlocks(8));
+  folder_.Write("a.txd", store.BuildData());
+  folder_.Write("a.txi", store.BuildIndex());
+  tagXStoreTile tile;
+  XString err;
+  EXPECT_EQ(0, XfnReadStoreTile(folder_.Path("a.txi"), 0, 32768, 0, tile, err));
+  EXPECT_EQ("The store does not have this tile", err.AsStdString());
 }
 
 TEST_F(StoreCheck, TakesHeightsOfWordsOutAsFloats) {

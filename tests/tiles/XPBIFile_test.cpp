@@ -270,6 +270,16 @@ TEST_F(PBIFileOpen, LaysAGridOverTheWorldByTheFirstLevel) {
   EXPECT_EQ(27, grid.height);
 }
 
+TEST_F(PBIFileOpen, HandsTheGridToADerivedClass) {
+  struct Recorder : XPBIFile {
+    void SetVirtualTileGrid(double, double, double, double, int, int) override { ++numCalls; }
+    int numCalls = 0;
+  } store;
+  folder_.Write("a.pbi", Small().Build());
+  EXPECT_TRUE(store.OpenFile(Path(), 0));
+  EXPECT_EQ(1, store.numCalls);
+}
+
 TEST_F(PBIFileOpen, TellsTheRangesOfLevelsByTheirPlace) {
   folder_.Write("a.pbi", Small().Build());
   XPBIFile store;

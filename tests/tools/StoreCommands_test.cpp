@@ -5,7 +5,11 @@
 #include "PbiBuilder.h"
 #include "PngReader.h"
 #include "Program.h"
+#include "StoreBytes.h"
 
+#include <gmock/gmock.h>
+
+#include <cmath>
 #include <cstring>
 
 namespace {
@@ -76,6 +80,16 @@ TEST_F(ZrkioStore, TileOfHeightsIsGreyAndNoDds) {
   const ProgramResult result = Run({"tile", path, "0", "0", "0", "-o", Out("h.dds")});
   EXPECT_EQ(1, result.exitStatus);
   EXPECT_FALSE(ListFiles().contains("h.dds"));
+}
+
+TEST_F(ZrkioStore, TileOfTheFarthestHeightsIsGreyAllTheSame) {
+  const std::vector<float> heights = {-3e38F, 3e38F, 0.0F, NAN};
+  Bytes body(sizeof(float) * heights.size());
+  std::memcpy(body.data(), heights.data(), body.size());
+  const StoreRecord level = {.tileWidth = 4, .tileHeight = 1, .storage = 16, .offset = 51200};
+  const std::string path = Write("a.pbe", StoreBuilder("PBE").Version(1.2).Level(level).Body(body).Build());
+  ASSERT_EQ(0, Run({"tile", path, "0", "0", "0", "-o", Out("h.png")}).exitStatus);
+  EXPECT_THAT(DecodePng(Out("h.png")).samples, testing::ElementsAre(0, 255, 128, 0));
 }
 
 TEST_F(ZrkioStore, TileRefusesWhatIsNotThere) {

@@ -39,18 +39,19 @@ bool WritePng(const tagXStoreTile& tile, const std::vector<unsigned char>& pixel
   return png.End(err);
 }
 
-/// Greys from 0 at the lowest height to 255 at the highest. What is no number is 0.
+/// Greys from 0 at the lowest height to 255 at the highest. What is no number is 0. A float does not hold the way
+/// between any two others, and so heights are counted in double precision.
 std::vector<unsigned char> MakeGreys(const std::vector<float>& heights) {
-  float lowest = INFINITY, highest = -INFINITY;
-  for (const float height : heights) {
+  double lowest = INFINITY, highest = -INFINITY;
+  for (const double height : heights) {
     if (!std::isfinite(height)) continue;
     lowest = std::min(lowest, height);
     highest = std::max(highest, height);
   }
-  const float scale = highest > lowest ? 255.0F / (highest - lowest) : 0.0F;
+  const double scale = highest > lowest ? 255.0 / (highest - lowest) : 0.0;
   std::vector<unsigned char> greys;
-  for (const float height : heights) {
-    greys.push_back(std::isfinite(height) ? static_cast<unsigned char>((height - lowest) * scale + 0.5F) : 0);
+  for (const double height : heights) {
+    greys.push_back(std::isfinite(height) ? static_cast<unsigned char>((height - lowest) * scale + 0.5) : 0);
   }
   return greys;
 }

@@ -14,6 +14,7 @@
 #include "XThread.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace zrk {
@@ -126,7 +127,8 @@ int ReadTxidTile(const XString& path, const StoreTilePlace& place, tagXStoreTile
                store.info.numXTiles - 1);
     return 0;
   }
-  const auto found = store.info.tiles.find(store.info.numXTiles * place.row + place.col);
+  const std::int64_t key = std::int64_t{store.info.numXTiles} * place.row + place.col;
+  const auto found = key <= INT32_MAX ? store.info.tiles.find(static_cast<std::int32_t>(key)) : store.info.tiles.end();
   if (found == store.info.tiles.end()) return RefuseTile(err, "The store does not have this tile");
   if (CalcPackedBytes(store.info.tileSize) * 8 > XfnGetLimits().decodedTileBytes) {
     return RefuseTile(err, "The tiles are larger than the limits allow");
