@@ -168,6 +168,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
     AddBlockRows(options.photograph.empty() ? stem + ".jpg" : options.photograph, rows);
   }
   if (wants("txid")) AddTxidRows(options, rows);
+  if (wants("pbi")) AddStoreRows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }
