@@ -54,6 +54,7 @@ class ElevationTileCheck {
   }
 
   void CheckEdges(const tagXTileLevel& level, const StoreTilePlace& place, const ElevationPosts& posts) {
+    if (east_.level != place.level) north_.clear();
     const auto width = static_cast<std::size_t>(level.tileWidth), height = static_cast<std::size_t>(level.tileHeight);
     std::vector<float> west(height), east(height);
     for (std::size_t i = 0; i < height; ++i) {

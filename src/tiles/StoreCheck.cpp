@@ -1,13 +1,14 @@
 // What can be wrong with a store of the globe before its tiles are understood: the header, the levels, and where the
 // tiles lie in the file.
 //
-// A check trusts nothing. Rows and columns are walked only as far as their tiles lie inside the file, and each tile
-// takes at least a byte of it, so that a range of 2^31 rows costs no more than the file has bytes.
+// A check trusts nothing. Tiles are looked at where their level has a possible place and size, and only as far as they
+// lie inside the file. Altogether no more is read than the file has bytes, whatever ranges and levels it claims.
 
 #include "tiles/StoreCheck.h"
 
 #include "tiles/TileFile.h"
 #include "tiles/TilePlace.h"
+#include "XLimits.h"
 #include "XThread.h"
 
 #include <algorithm>
@@ -47,7 +48,7 @@ class GlobeStoreCheck {
     for (const tagXTileLevel& level : header_.levels) {
       if (!numbers.insert(level.level).second)
         findings_.Add("Level %d is there twice; the first one counts", level.level);
-      CheckLevel(level);
+      if (CheckLevel(level)) sound_.push_back(&level);
     }
     CheckGaps(numbers);
     CheckOverlaps();
@@ -55,14 +56,17 @@ class GlobeStoreCheck {
 
   /// False after a stop.
   bool CheckTiles(XThread* thread) {
-    for (const tagXTileLevel& level : header_.levels) {
-      if (!CheckTilesOf(level, thread)) return false;
+    bytesLeft_ = file_.GetFileBytes();
+    for (const tagXTileLevel* level : sound_) {
+      if (!CheckTilesOf(*level, thread)) return false;
     }
+    if (bytesLeft_ < 0) findings_.Add("Levels share their tiles, and not all of them were looked at");
     return true;
   }
 
  private:
-  void CheckLevel(const tagXTileLevel& level) {
+  /// Whether the tiles of the level can be looked at.
+  bool CheckLevel(const tagXTileLevel& level) {
     if (level.level < 0 || level.level > kMaxLevel) {
       findings_.Add("Level %d: levels go from 0 to %d", level.level, kMaxLevel);
     }
@@ -79,13 +83,18 @@ class GlobeStoreCheck {
                     level.tileHeight, level.storageSize, static_cast<long long>(needed));
     }
     CheckPlace(level);
+    const bool isTooLarge = level.storageSize > XfnGetLimits().decodedTileBytes;
+    if (isTooLarge) findings_.Add("Level %d: tiles are larger than the limits allow", level.level);
+    return needed == level.storageSize && needed > 0 && !isTooLarge &&
+           level.startPos >= static_cast<std::uint64_t>(kStoreHeaderBytes);
   }
 
+  /// The exporter of images adds a row and a column beyond the last where a range reaches the rim of the globe.
   bool LiesOnTheGlobe(const tagXTileLevel& level) const {
     constexpr double kSlack = 1e-9;
-    const double size = level.tileSize;
-    return level.llRow >= 0 && level.llCol >= 0 && (level.urRow + 1.0) * size <= 180.0 + kSlack &&
-           (level.urCol + 1.0) * size <= 360.0 + kSlack;
+    const double size = level.tileSize, beyond = plan_.kind == StoreKind::kImage ? 0.0 : 1.0;
+    return level.llRow >= 0 && level.llCol >= 0 && (level.urRow + beyond) * size <= 180.0 + kSlack &&
+           (level.urCol + beyond) * size <= 360.0 + kSlack;
   }
 
   void CheckPlace(const tagXTileLevel& level) {
@@ -139,7 +148,7 @@ class GlobeStoreCheck {
       for (std::int64_t col = level.llCol; col <= level.urCol; ++col) {
         const StoreTilePlace place{level.level, static_cast<int>(row), static_cast<int>(col)};
         const auto tile = file_.Find(level, place.row, place.col);
-        if (!tile) return true;  // what follows lies behind the end as well
+        if (!tile || bytesLeft_ < 0) return true;  // what follows lies behind the end as well
         CheckTile(level, place, *tile);
       }
     }
@@ -147,6 +156,7 @@ class GlobeStoreCheck {
   }
 
   void CheckTile(const tagXTileLevel& level, const StoreTilePlace& place, const TileBytes& tile) {
+    bytesLeft_ -= tile.count;
     bytes_.resize(static_cast<std::size_t>(tile.count));
     if (file_.Read(tile, bytes_.data()) != tile.count) {
       findings_.Add("Level %d, row %d, column %d: the tile can't be read", place.level, place.row, place.col);
@@ -161,6 +171,8 @@ class GlobeStoreCheck {
   const StoreHeader& header_;
   const StoreCheckPlan& plan_;
   StoreFindings& findings_;
+  std::vector<const tagXTileLevel*> sound_;  // their tiles can be looked at
+  std::int64_t bytesLeft_ = 0;               // below 0 where more was read than the file has
   std::vector<unsigned char> bytes_;
 };
 

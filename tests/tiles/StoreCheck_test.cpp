@@ -135,9 +135,23 @@ TEST_F(StoreCheck, TellsRangesThatAreInvertedOrReachBeyondTheGlobe) {
   EXPECT_THAT(Check("a.pbi", TinyStore(record)),
               ElementsAre("Level 1: the range is inverted: rows 0 to 1, columns 0 to -1"));
   record = ImageLevel();
-  record.llRow = 19, record.urRow = 20;
+  record.llRow = 20, record.urRow = 21;
   EXPECT_THAT(Check("a.pbi", TinyStore(record)),
-              ElementsAre("Level 1: rows 19 to 20 and columns 0 to 2 reach beyond the globe"));
+              ElementsAre("Level 1: rows 20 to 21 and columns 0 to 2 reach beyond the globe"));
+}
+
+TEST_F(StoreCheck, AllowsTheRowThatAnExportOfImagesAddsAtTheRim) {
+  StoreRecord record = ImageLevel();
+  record.llRow = 19, record.urRow = 20;
+  EXPECT_THAT(Check("a.pbi", TinyStore(record)), IsEmpty());
+}
+
+TEST_F(StoreCheck, ReadsNoMoreThanTheFileHasWhereLevelsShareTheirTiles) {
+  StoreBuilder store("PBI");
+  for (int i = 0; i < 900; ++i) store.Level(ImageLevel());
+  const auto findings = Check("a.pbi", store.Body(SoundBlocks(192)).Build());
+  EXPECT_LE(report_.numTiles, (51200 + 192) / 32 + 1);
+  EXPECT_GT(report_.numFindings, 900);
 }
 
 TEST_F(StoreCheck, TellsTilesBehindTheEndAndInTheHeader) {

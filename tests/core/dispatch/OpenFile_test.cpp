@@ -111,7 +111,15 @@ TEST_F(OpenFile, IsOfItsExtensionWhereNothingContradictsThat) {
 }
 
 TEST_F(OpenFile, IsOfItsExtensionWhereThatHasNoMarkOfItsOwn) {
-  EXPECT_EQ(kFormatSID, FormatOf("a.sid", BuildTiff())->id);
+  static constexpr int kOwnId = 9999;
+  static constinit const zrk::FormatRow kWithoutMark = {.format = {.id = kOwnId,
+                                                                   .name = "Without a mark",
+                                                                   .extensions = "nomark",
+                                                                   .isRaster = true,
+                                                                   .canRead = false,
+                                                                   .bandClass = ""}};
+  const zrk::ScopedFormat scope(kWithoutMark);
+  EXPECT_EQ(kOwnId, FormatOf("a.nomark", BuildTiff())->id);
 }
 
 TEST_F(OpenFile, IsOfNoFormatWhereNothingTellsOne) {
