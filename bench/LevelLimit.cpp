@@ -101,9 +101,9 @@ void MoveStripes(const Files& files, int numWorkers) {
 
 }  // namespace
 
-void MoveBytesOfLevelFile(const std::string& source, std::int64_t sourceBytes, const std::string& built,
-                          int numWorkers) {
+void MoveBytesOfLevelFile(const std::string& source, const std::string& built, int numWorkers) {
   const std::string unfinished = built + ".limit_tmp", moved = built + ".limit";
+  const auto sourceBytes = static_cast<std::int64_t>(fs::file_size(source));
   const auto targetBytes = static_cast<std::int64_t>(fs::file_size(built));
   {
     const OpenFile from(source, O_RDONLY), to(unfinished, O_RDWR | O_CREAT | O_TRUNC);

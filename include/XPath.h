@@ -14,3 +14,5 @@ ZRKIO_API XString XfnGetFileTitle(const XString& path);
 ZRKIO_API XString XfnGetFileExt(const XString& path);
 /// What stands before the file name, its separator included; empty for a path without a folder.
 ZRKIO_API XString XfnGetFileFolder(const XString& path);
+/// The folder that the library itself lies in, without a separator at the end; empty where the system doesn't tell.
+ZRKIO_API XString XfnGetModulePathUpper();

@@ -1,5 +1,6 @@
 #include "XPath.h"
 
+#include <dlfcn.h>
 #include <algorithm>
 
 namespace {
@@ -31,4 +32,12 @@ XString XfnGetFileExt(const XString& path) {
 
 XString XfnGetFileFolder(const XString& path) {
   return path.Left(NameBegin(path));
+}
+
+/// A program that has the library's objects in itself is the module.
+XString XfnGetModulePathUpper() {
+  Dl_info module{};
+  if (!dladdr(reinterpret_cast<const void*>(&XfnGetModulePathUpper), &module) || !module.dli_fname) return XString();
+  const XString folder = XfnGetFileFolder(module.dli_fname);
+  return folder.IsEmpty() ? XString(".") : folder.Left(folder.GetLength() - 1);
 }

@@ -77,26 +77,30 @@ std::optional<StoreImage> StoreImage::Make(const StoreHeader& header, StoreKind 
   return image;
 }
 
+/// Adds a sound range to the level of its number. Answers what is wrong with it there, or null.
+const char* StoreImage::Put(const tagXTileLevel& range) {
+  const int inEdges = kind_ == StoreKind::kImage ? 0 : 1;
+  const Level level{range.level, range.tileWidth - inEdges, range.tileHeight - inEdges, {}};
+  auto place = std::ranges::find(levels_, range.level, &Level::number);
+  if (place == levels_.end()) place = levels_.insert(levels_.end(), level);
+  if (place->tileWidth != level.tileWidth || place->tileHeight != level.tileHeight) return "has tiles of several sizes";
+  place->ranges.push_back(range);
+  return nullptr;
+}
+
 /// Puts ranges of one number together, and the highest number first.
 bool StoreImage::Collect(const StoreHeader& header, std::string& fault) {
   if (header.numStated != std::ssize(header.levels) || header.levels.empty()) {
     fault = header.levels.empty() ? "The store has no levels" : "The header states more levels than it holds";
     return false;
   }
-  const int inEdges = kind_ == StoreKind::kImage ? 0 : 1;
   for (const tagXTileLevel& range : header.levels) {
     const char* reason = FindFaultOf(range, kind_);
-    const Level level{range.level, range.tileWidth - inEdges, range.tileHeight - inEdges, {}};
-    auto place = std::ranges::find(levels_, range.level, &Level::number);
-    if (place == levels_.end()) place = levels_.insert(levels_.end(), level);
-    if (place->tileWidth != level.tileWidth || place->tileHeight != level.tileHeight) {
-      reason = "has tiles of several sizes";
-    }
+    if (!reason) reason = Put(range);
     if (reason) {
       fault = "Level " + std::to_string(range.level) + " of the store " + reason;
       return false;
     }
-    place->ranges.push_back(range);
   }
   std::ranges::sort(levels_, std::greater<>(), &Level::number);
   return true;

@@ -68,6 +68,7 @@ class StoreImage {
     bool isMirrored = false;
   };
 
+  const char* Put(const tagXTileLevel& range);
   bool Collect(const StoreHeader& header, std::string& fault);
   bool Measure(std::string& fault);
   bool MeasureAxis(std::int64_t first, std::int64_t end, Axis& axis) const;

@@ -23,11 +23,11 @@ const std::map<std::string, int> kFloors = {
 
 // Headers of the operating system that the ground floor stands on.
 const std::set<std::string> kSystemHeaders = {
-    "arpa/inet.h",  "dirent.h",     "errno.h",    "fcntl.h",           "ifaddrs.h",
-    "net/if.h",     "netinet/in.h", "poll.h",     "stdlib.h",          "sys/file.h",
-    "sys/ioctl.h",  "sys/mman.h",   "sys/stat.h", "sys/statvfs.h",     "sys/types.h",
-    "sys/socket.h", "termios.h",    "unistd.h",   "linux/if_packet.h", "netpacket/packet.h",
-    "sys/sysinfo.h"};
+    "arpa/inet.h",        "dirent.h",     "dlfcn.h",      "errno.h",    "fcntl.h",
+    "ifaddrs.h",          "net/if.h",     "netinet/in.h", "poll.h",     "stdlib.h",
+    "sys/file.h",         "sys/ioctl.h",  "sys/mman.h",   "sys/stat.h", "sys/statvfs.h",
+    "sys/types.h",        "sys/socket.h", "termios.h",    "unistd.h",   "linux/if_packet.h",
+    "netpacket/packet.h", "sys/sysinfo.h"};
 
 bool IsStandard(const std::string& header) {
   return header.find_first_of("./") == std::string::npos;

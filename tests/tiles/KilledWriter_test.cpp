@@ -50,11 +50,25 @@ class SharedCount {
 };
 
 using Count = std::atomic<unsigned>;
-using Clock = std::chrono::steady_clock;
 
-/// Starts `work` in a process of its own, kills it after a while unless it may end, and waits for its end. Whether it
-/// was killed.
-bool RunAndKill(const std::function<void(Count&)>& work, Count& numDone, std::optional<Clock::duration> after) {
+/// When the work is killed: a while after so many tiles are done.
+struct Moment {
+  unsigned numDone;
+  std::chrono::microseconds after;
+};
+
+/// Waits for the moment, or until the child has ended, which is left to be waited for.
+void Await(pid_t child, const Count& numDone, const Moment& moment) {
+  siginfo_t end{};
+  while (numDone < moment.numDone && end.si_pid == 0) {
+    waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOHANG | WNOWAIT);
+  }
+  std::this_thread::sleep_for(moment.after);
+}
+
+/// Starts `work` in a process of its own, kills it at a moment unless it may end, and waits for its end. Whether it was
+/// killed.
+bool RunAndKill(const std::function<void(Count&)>& work, Count& numDone, std::optional<Moment> moment) {
   numDone = 0;
   const pid_t parent = getpid();
   const pid_t child = fork();
@@ -63,8 +77,8 @@ bool RunAndKill(const std::function<void(Count&)>& work, Count& numDone, std::op
     if (getppid() == parent) work(numDone);
     _exit(0);
   }
-  if (after) {
-    std::this_thread::sleep_for(*after);
+  if (moment) {
+    Await(child, numDone, *moment);
     kill(child, SIGKILL);
   }
   int status = 0;
@@ -72,18 +86,17 @@ bool RunAndKill(const std::function<void(Count&)>& work, Count& numDone, std::op
   return WIFSIGNALED(status);
 }
 
-/// Kills the work at moments spread over the time that it takes, and looks at what is left each time.
+/// Kills the work at moments spread over it, and looks at what is left each time.
 void KillAtAllMoments(const std::function<void(Count&)>& work, const std::function<void(unsigned numDone)>& inspect) {
   const SharedCount numDone;
-  const Clock::time_point begin = Clock::now();
   EXPECT_FALSE(RunAndKill(work, *numDone, std::nullopt)) << "the work ends where nobody kills it";
-  const auto whole = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
   inspect(*numDone);
   std::mt19937 random(7);
   int numKilled = 0;
   for (int i = 0; i < TrialCount(kMoments) && !testing::Test::HasFailure(); ++i) {
-    const auto after = whole * static_cast<int>(random() % 1000) / 1000;
-    numKilled += RunAndKill(work, *numDone, after) ? 1 : 0;
+    const auto numTiles = static_cast<unsigned>(random() % kTilesMade);
+    const std::chrono::microseconds after(random() % 200);
+    numKilled += RunAndKill(work, *numDone, Moment{numTiles, after}) ? 1 : 0;
     inspect(*numDone);
   }
   EXPECT_GT(numKilled, 0);

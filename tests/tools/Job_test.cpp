@@ -4,6 +4,7 @@
 #include "Job.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
 #include <unistd.h>
 
@@ -15,6 +16,18 @@
 
 namespace {
 
+/// What has been written to a terminal. Its far end gets the pieces one after the other, and a while passes between.
+std::string ReadShown(int terminal) {
+  std::string shown;
+  std::array<char, 4096> piece;
+  for (pollfd waiting{terminal, POLLIN, 0}; ::poll(&waiting, 1, 200) > 0 && (waiting.revents & POLLIN) != 0;) {
+    const ssize_t count = ::read(terminal, piece.data(), piece.size());
+    if (count <= 0) break;
+    shown.append(piece.data(), static_cast<std::size_t>(count));
+  }
+  return shown;
+}
+
 /// Runs a job and answers what a terminal shows of it.
 std::string ShowJob(const Work& work) {
   int terminal = -1, line = -1;
@@ -23,10 +36,9 @@ std::string ShowJob(const Work& work) {
   ::dup2(line, STDERR_FILENO);
   RunJob("a", work);
   ::dup2(errors, STDERR_FILENO);
-  std::array<char, 4096> shown;
-  const ssize_t count = ::read(terminal, shown.data(), shown.size());
+  const std::string shown = ReadShown(terminal);
   for (const int file : {terminal, line, errors}) ::close(file);
-  return std::string(shown.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  return shown;
 }
 
 /// Does 95 percent of its work, and answers whether that is to count as all of it.

@@ -8,10 +8,12 @@
 #include "base/PerThread.h"
 #include "base/ReadError.h"
 #include "core/model/BandFrame.h"
+#include "tiles/pbi/NullBackground.h"
 #include "tiles/pbi/PbiAxis.h"
 #include "tiles/pbi/PbiWindow.h"
 #include "tiles/StoreLevels.h"
 #include "tiles/StoreNotes.h"
+#include "XPath.h"
 
 #include <algorithm>
 #include <utility>
@@ -42,6 +44,10 @@ ZRMBandPBI::ZRMBandPBI(ZRMBandPBI* parent) : ZRMBandChannels(std::make_unique<Im
 }
 
 ZRMBandPBI::~ZRMBandPBI() = default;
+
+std::vector<unsigned char> ZRMBandPBI::LoadNullBackground() {
+  return zrk::ReadNullBackground(XfnGetModulePathUpper() + "/resource/NullBackground.bmp");
+}
 
 ZRMBandPBI::Impl& ZRMBandPBI::GetImpl() const {
   return static_cast<Impl&>(GetFrame());

@@ -40,7 +40,8 @@ void TryStore(const Bytes& index, const Bytes& data, XReadPolicy policy) {
       ReadPixels(band, 2, window);
     }
     for (const int level : {1, 20, 30}) {
-      if (std::int64_t{whole.Width() >> level} * (whole.Height() >> level) < 1 << 20) ReadPixels(band, level, whole);
+      if (std::int64_t{(whole.Width() >> level) + 1} * ((whole.Height() >> level) + 1) < 1 << 20)
+        ReadPixels(band, level, whole);
     }
   }
 }

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "XString.h"
+
+#include <vector>
+
+namespace zrk {
+
+/// The pixels of a picture that may stand for tiles that are not there: 256 by 256 pixels of four bytes, as they lie in
+/// the file. Empty where the file is not a bitmap of exactly these, with an info header of 40 bytes.
+std::vector<unsigned char> ReadNullBackground(const XString& path);
+
+}  // namespace zrk
