@@ -42,7 +42,7 @@ class ZRKIO_API XPBEFile {
   ~XPBEFile();
 
   /// Adds a level of the whole earth, or of a range of tiles, to the header. A post takes 4 bytes, or 16 with normals.
-  /// After `Create` it changes the header in memory only. False where there is none, and for tiles of a size that no
+  /// After `Create` it changes the header in memory only. False without one, and for tiles of a size that no
   /// int holds in bytes.
   bool AddLevel(int level, int tileWidth, int tileHeight);
   bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight);
@@ -56,7 +56,7 @@ class ZRKIO_API XPBEFile {
 
   /// Whether there is something to work with.
   bool IsUsable() const { return isUsable_; }
-  /// The header, which stays this object's; null where there is none.
+  /// The header, which stays this object's; null without one.
   XPBEFileInfo* GetFileInfo() const { return info_.get(); }
   /// As it was given to the constructor or `Create`.
   const XString& GetFileName() const { return name_; }

@@ -73,7 +73,7 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// alone.
   virtual unsigned char* GetDXTdata(int level, int row, int col, int& size) const;
 
-  /// The header, which stays this object's; null where there is none.
+  /// The header, which stays this object's; null without one.
   XPBIFileInfo* GetFileInfo() const { return info_.get(); }
   /// As it was given to `OpenFile` or `Create`.
   const XString& GetFileName() const { return name_; }

@@ -32,7 +32,7 @@ class ZRKIO_API XQTI {
   /// The cell beside this one. Direction 0 is x - 1, 1 is x + 1, 2 is y - 1, 3 is y + 1. -1 beyond the rim, for any
   /// other direction, and for the root and everything below it. Nothing wraps around.
   static std::int64_t GetNeighborSameLevel(std::int64_t lxy, std::int32_t direction);
-  /// The parent of that neighbour, or -1 where there is none.
+  /// The parent of that neighbour, or -1 without one.
   static std::int64_t GetNeighborUpperLevel(std::int64_t lxy, std::int32_t direction);
 
   /// The part of a range that a cell covers, where 2^level cells divide each axis of the range. y grows with the range.
@@ -48,7 +48,7 @@ class ZRKIO_API XQTI {
   static XString ToString(std::int64_t lxy);
 
   /// The packed name of a text of 21 digits. Neither its length nor its characters are checked: each of the three
-  /// pieces counts as far as it is a number, and as 0 where it is none.
+  /// pieces counts as far as it is a number, and as 0 otherwise.
   static std::int64_t ToLXY(const XString& text);
   static std::int64_t ToLXY(const XString& text, std::int32_t& level, std::int32_t& x, std::int32_t& y);
 };

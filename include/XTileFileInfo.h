@@ -39,7 +39,7 @@ class ZRKIO_API XTileFileInfo {
   /// Levels stay this object's.
   int GetNumberOfLevel() const { return static_cast<int>(owned_.size()); }
   const std::list<Level*>& GetLevelList() const { return levels_; }
-  /// The first level of that number; null where there is none.
+  /// The first level of that number; null without one.
   Level* GetLevelInfo(int level) const;
   /// By its place in the list; null outside it.
   Level* GetLevelInfoAt(int index) const;

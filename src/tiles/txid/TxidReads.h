@@ -35,7 +35,7 @@ class TxidReads {
   /// the image and leaves pixels.
   tagXArr2* Read(const TxidStore& store, const TxidRequest& request);
 
-  /// The calling thread's channel of its last window, or overview; null where there is none.
+  /// The calling thread's channel of its last window, or overview; null without one.
   tagXArr2* GetSubset(int channel) const;
   tagXArr2* GetMinimap(int channel) const;
   TxidLast GetLast() const;
