@@ -15,7 +15,7 @@ class ZRKIO_API XRSFile3D {
   XRSFile3D& operator=(const XRSFile3D&);
   virtual ~XRSFile3D();
 
-  /// Opens and closes a file; false here, where there is none.
+  /// Opens and closes a file; false here, because the base has no file.
   virtual bool OpenFile(XString path, unsigned mode);
   virtual bool Close();
   /// Sets the grid, field by field.

@@ -43,7 +43,7 @@ class ZRKIO_API XTileFileInfo {
   Level* GetLevelInfo(int level) const;
   /// By its place in the list; null outside it.
   Level* GetLevelInfoAt(int index) const;
-  /// Bytes of a tile of the level; -1 where there is none.
+  /// Bytes of a tile of the level; -1 without such a level.
   int GetTileStorageRequirement(int level) const;
 
   /// Appends a level whose tiles lie where its record says, as one that is read from a file. The tile size is worked

@@ -65,7 +65,7 @@ class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO>, public XPalett
  private:
   struct Impl;
   Impl& GetImpl() const;
-  /// That the channels are taken of; null where there is none, and under the compatible policy.
+  /// That the channels are taken of; null without a palette, and under the compatible policy.
   const zrk::BmpImage* FindExactImage() const;
   void PlaceAsImage();
 };

@@ -62,7 +62,7 @@ class TiffImage {
   void SetNullSample(const std::optional<double>& nullSample) { source_->layout.nullSample = nullSample; }
   /// The reduced images that exact reads use, in the order of their levels. They are looked for at the first call.
   const std::vector<TiffReduced>& GetReducedImages();
-  /// Why the file of reduced images beside this one is not used; empty where it is, or where there is none.
+  /// Why the file of reduced images beside this one is not used; empty where it is used, and without one.
   const XString& WhyNotBeside() {
     GetReducedImages();
     return whyNotBeside_;
