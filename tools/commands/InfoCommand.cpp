@@ -15,7 +15,7 @@
 
 namespace {
 
-struct Options {
+struct InfoOptions {
   std::vector<std::string> files;
   bool json = false;
   bool stats = false;
@@ -24,7 +24,7 @@ struct Options {
 };
 
 /// A file whose statistics failed is described all the same. The description is null where the file can't be opened.
-DatasetInfo DescribeFile(const Options& options, const std::string& path, JobResult& result) {
+DatasetInfo DescribeFile(const InfoOptions& options, const std::string& path, JobResult& result) {
   DatasetInfo info;
   result = RunJob(path, [&](XThread& thread, std::string& err) {
     const std::unique_ptr<XRSFile> file = OpenDataset(path, thread, err);
@@ -39,7 +39,7 @@ DatasetInfo DescribeFile(const Options& options, const std::string& path, JobRes
 }
 
 /// Statistics of all pixels are the only work that threads can share.
-int Run(const Options& options) {
+int RunInfo(const InfoOptions& options) {
   UseWorkers(0);
   int status = 0;
   Json all = Json::array();
@@ -60,7 +60,7 @@ int Run(const Options& options) {
   return status;
 }
 
-const char* const kExamples =
+const char* const kInfoExamples =
     "Examples:\n"
     "  zrkio info earth.jpg roads.shp\n"
     "  zrkio info --stats --json earth.jpg\n"
@@ -69,8 +69,8 @@ const char* const kExamples =
 }  // namespace
 
 void AddInfoCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("info", "Tell what files are", kExamples);
+  auto options = std::make_shared<InfoOptions>();
+  Command command = program.AddCommand("info", "Tell what files are", kInfoExamples);
   command.AddArgument("FILE", options->files, "Raster or vector files");
   command.AddFlag("--json", options->json, "Print an array of objects for machines");
   const Option stats = command.AddFlag("--stats", options->stats, "Compute statistics of all pixels of every channel");
@@ -83,5 +83,5 @@ void AddInfoCommand(CommandLine& program) {
                   "Tell also of the further images of a TIFF file, and what\n"
                   "libtiff has to say of it");
   AddQuietOption(command);
-  command.SetAction([options] { return Run(*options); });
+  command.SetAction([options] { return RunInfo(*options); });
 }

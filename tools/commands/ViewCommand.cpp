@@ -17,7 +17,7 @@
 
 namespace {
 
-struct Options {
+struct ViewOptions {
   std::string file;
   std::string output;
   int maxSize = 1024;
@@ -29,7 +29,7 @@ struct Options {
 
 /// The bands that were asked for. Unless any were, an image of three bands or more is shown in colour by its first
 /// three; other images, and heights, are shown by the first.
-bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBand*>& bands, std::string& err) {
+bool ChooseBands(const XRSFile& file, const ViewOptions& options, std::vector<ZRMBand*>& bands, std::string& err) {
   std::vector<int> wanted = options.bands;
   const bool isColour = file.GetNumOfBands() >= 3 && !options.look.isShaded;
   if (wanted.empty()) wanted = isColour ? std::vector<int>{1, 2, 3} : std::vector<int>{1};
@@ -51,7 +51,7 @@ bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBan
 }
 
 /// The picture gets its name only when all of it is written.
-bool View(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+bool View(const ViewOptions& options, XThread& thread, PngShape& shape, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   std::vector<ZRMBand*> bands;
   if (!file || !ChooseBands(*file, options, bands, err)) return false;
@@ -66,7 +66,7 @@ bool View(const Options& options, XThread& thread, PngShape& shape, std::string&
 }
 
 /// A format answers nothing for a file that is not its own; then the next one is asked.
-bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+bool ViewAny(const ViewOptions& options, XThread& thread, PngShape& shape, std::string& err) {
   const bool hasWindow = !options.window.pixels.empty() || !options.window.box.empty();
   const ViewRequest request{options.file,           options.output,        options.maxSize,
                             !options.bands.empty(), options.look.isShaded, hasWindow};
@@ -78,7 +78,7 @@ bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::stri
 }
 
 /// The size is told on stderr, because the picture itself may go to standard output.
-int Run(const Options& options) {
+int RunView(const ViewOptions& options) {
   PngShape shape;
   const JobResult result =
       RunJob(options.file, [&](XThread& thread, std::string& err) { return ViewAny(options, thread, shape, err); });
@@ -88,7 +88,7 @@ int Run(const Options& options) {
   return result.GetExitStatus();
 }
 
-const char* const kExamples =
+const char* const kViewExamples =
     "Examples:\n"
     "  zrkio view earth.jpg -o earth.png\n"
     "  zrkio view earth.jpg -o small.png --max-size 300\n"
@@ -117,8 +117,8 @@ void AddHillshadeOptions(Command& command, Look& look) {
 }  // namespace
 
 void AddViewCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("view", "Make a quick-look picture", kExamples);
+  auto options = std::make_shared<ViewOptions>();
+  Command command = program.AddCommand("view", "Make a quick-look picture", kViewExamples);
   command.AddArgument("FILE", options->file, "A raster file, or a table of contents");
   command.AddOption("-o,--output", "OUT.png", options->output, "The PNG file to write; - for standard output")
       .Require();
@@ -145,6 +145,6 @@ void AddViewCommand(CommandLine& program) {
     if (options->look.isShaded && options->bands.size() > 1) {
       throw UsageError("--hillshade", "takes one band");
     }
-    return Run(*options);
+    return RunView(*options);
   });
 }
