@@ -76,7 +76,7 @@ inline bool IsNearEnd(const InflateSource& in, const InflateTarget& out) {
   return true;
 }
 
-/// Takes what is no match by itself.
+/// Takes a literal, a length whose offset is looked up apart, or the end of the block.
 [[gnu::always_inline]] inline InflateOutcome TakeOther(const InflateCodes& codes, InflateSource& in, InflateTarget& out,
                                                        InflateStep& step) {
   if (step.GetKind() == InflateStep::kLong) step = codes.Find(in.bits);
