@@ -14,31 +14,31 @@
 namespace zrk {
 namespace {
 
-constexpr int kMaxParts = 1 << 20;
+constexpr int kMaxParts = 1 << 19;
 constexpr std::int64_t kLeastPartBytes = 14;  // the head, and the marker in front of the data
 constexpr std::int64_t kEndBytes = 2;         // the marker at the end of the codestream
 
-/// A part whose length is not told reaches to the marker at the end, if that is there.
+/// A part whose length is not told reaches to the marker at the end, if that is there. -1 where the disk fails.
 std::int64_t CountOpenBytes(DiskFile& file, std::int64_t offset, std::int64_t end) {
+  if (end - offset < kLeastPartBytes + kEndBytes) return end - offset;
   unsigned char last[2] = {};
-  const bool hasEnd = end - offset >= kLeastPartBytes + kEndBytes &&
-                      file.ReadAt(end - kEndBytes, last, kEndBytes) == kEndBytes && Cursor(last).U16BE() == kMarkerEnd;
-  return end - offset - (hasEnd ? kEndBytes : 0);
+  if (file.ReadAt(end - kEndBytes, last, kEndBytes) != kEndBytes) return -1;
+  return end - offset - (Cursor(last).U16BE() == kMarkerEnd ? kEndBytes : 0);
 }
 
 }  // namespace
 
-bool ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t end, J2kPartHead& head) {
+J2kHeadFound ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t end, J2kPartHead& head) {
   unsigned char bytes[J2kPartHead::kBytes] = {};
-  if (offset > end - J2kPartHead::kBytes) return false;
-  if (file.ReadAt(offset, bytes, J2kPartHead::kBytes) != J2kPartHead::kBytes) return false;
+  if (offset > end - J2kPartHead::kBytes) return J2kHeadFound::kNothing;
+  if (file.ReadAt(offset, bytes, J2kPartHead::kBytes) != J2kPartHead::kBytes) return J2kHeadFound::kDiskFailed;
   Cursor cursor(bytes);
   constexpr int kSegmentBytes = 10;
-  if (cursor.U16BE() != kMarkerTilePart || cursor.U16BE() != kSegmentBytes) return false;
+  if (cursor.U16BE() != kMarkerTilePart || cursor.U16BE() != kSegmentBytes) return J2kHeadFound::kNothing;
   head.tile = cursor.U16BE();
   head.numBytes = cursor.U32BE();
   head.number = cursor.U8();
-  return head.numBytes == 0 || head.numBytes >= kLeastPartBytes;
+  return head.numBytes == 0 || head.numBytes >= kLeastPartBytes ? J2kHeadFound::kHead : J2kHeadFound::kNothing;
 }
 
 bool J2kIndex::TakeList(const J2kHeader& header, std::int64_t offset, std::int64_t end) {
@@ -56,17 +56,21 @@ bool J2kIndex::TakeList(const J2kHeader& header, std::int64_t offset, std::int64
   return true;
 }
 
-void J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end) {
+bool J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end) {
   parts_.clear();
   isFromList_ = false;
-  J2kPartHead head;
-  while (CountParts() < kMaxParts && ReadJ2kPartHead(file, offset, end, head)) {
-    if (head.tile >= header.CountTiles()) break;
+  while (CountParts() < kMaxParts) {
+    J2kPartHead head;
+    const J2kHeadFound found = ReadJ2kPartHead(file, offset, end, head);
+    if (found == J2kHeadFound::kDiskFailed) return false;
+    if (found == J2kHeadFound::kNothing || head.tile >= header.CountTiles()) break;
     const std::int64_t numBytes = head.numBytes ? head.numBytes : CountOpenBytes(file, offset, end);
+    if (numBytes < 0) return false;
     parts_.push_back({head.tile, CountParts(), offset, numBytes});
     offset += numBytes;
   }
   Sort(header.CountTiles());
+  return true;
 }
 
 void J2kIndex::Sort(int numTiles) {

@@ -25,8 +25,8 @@ class J2kIndex {
   /// into the codestream. Nothing is read, so a list that lies is found out only by whoever reads a tile-part.
   bool TakeList(const J2kHeader& header, std::int64_t offset, std::int64_t end);
   /// By a walk from one head to the next, from `offset` on. The walk ends where no tile-part stands. What lies behind
-  /// that is not known then.
-  void Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end);
+  /// that is not known then. False where the disk fails.
+  bool Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end);
 
   /// The parts of a tile in their order; none of a tile that is missing.
   std::span<const J2kTilePart> PartsOf(int tile) const;
@@ -51,7 +51,8 @@ struct J2kPartHead {
   int number = 0;              ///< among those of its tile
 };
 
-/// Reads the head at an offset. False where none stands there.
-bool ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t end, J2kPartHead& head);
+/// What is found where a head should be.
+enum class J2kHeadFound { kHead, kNothing, kDiskFailed };
+J2kHeadFound ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t end, J2kPartHead& head);
 
 }  // namespace zrk

@@ -103,13 +103,16 @@ std::shared_ptr<J2kReader> J2kReader::Open(std::shared_ptr<DiskFile> file, std::
   return reader;
 }
 
-std::shared_ptr<const J2kIndex> J2kReader::GetIndex() {
-  const std::lock_guard lock(mutex_);
-  if (index_) return index_;
+std::shared_ptr<const J2kIndex> J2kReader::MakeIndex(bool mayTakeList) {
   const std::int64_t first = offset_ + std::ssize(header_.bytes);
   auto fresh = std::make_shared<J2kIndex>();
-  if (!fresh->TakeList(header_, first, end_)) fresh->Walk(*file_, header_, first, end_);
-  index_ = fresh;
+  if (mayTakeList && fresh->TakeList(header_, first, end_)) return fresh;
+  return fresh->Walk(*file_, header_, first, end_) ? fresh : nullptr;
+}
+
+std::shared_ptr<const J2kIndex> J2kReader::GetIndex() {
+  const std::lock_guard lock(mutex_);
+  if (!index_) index_ = MakeIndex(true);
   return index_;
 }
 
@@ -117,23 +120,25 @@ std::shared_ptr<const J2kIndex> J2kReader::GetIndex() {
 bool J2kReader::Holds(const std::vector<J2kTilePart>& parts) {
   return std::ranges::all_of(parts, [this](const J2kTilePart& part) {
     J2kPartHead head;
-    return ReadJ2kPartHead(*file_, part.offset, end_, head) && head.tile == part.tile &&
+    return ReadJ2kPartHead(*file_, part.offset, end_, head) == J2kHeadFound::kHead && head.tile == part.tile &&
            (head.numBytes == 0 || head.numBytes == part.numBytes);
   });
 }
 
-/// A list that leaves a tile out, or places a part wrongly, gives way to a walk.
-std::vector<J2kTilePart> J2kReader::FindParts(int tile) {
-  std::shared_ptr<const J2kIndex> index = GetIndex();
-  std::vector<J2kTilePart> parts(index->PartsOf(tile).begin(), index->PartsOf(tile).end());
+/// A list that leaves a tile out, or places a part wrongly, gives way to a walk. Nothing where the disk fails.
+std::optional<std::vector<J2kTilePart>> J2kReader::FindParts(int tile) {
+  const auto partsIn = [tile](const J2kIndex& index) {
+    return std::vector<J2kTilePart>(index.PartsOf(tile).begin(), index.PartsOf(tile).end());
+  };
+  const std::shared_ptr<const J2kIndex> index = GetIndex();
+  if (!index) return std::nullopt;
+  std::vector<J2kTilePart> parts = partsIn(*index);
   if (!index->IsFromList() || (!parts.empty() && Holds(parts))) return parts;
-  auto walked = std::make_shared<J2kIndex>();
-  walked->Walk(*file_, header_, offset_ + std::ssize(header_.bytes), end_);
-  {
-    const std::lock_guard lock(mutex_);
-    index_ = walked;
-  }
-  return {walked->PartsOf(tile).begin(), walked->PartsOf(tile).end()};
+  const std::shared_ptr<const J2kIndex> walked = MakeIndex(false);
+  if (!walked) return std::nullopt;
+  const std::lock_guard lock(mutex_);
+  index_ = walked;
+  return partsIn(*walked);
 }
 
 /// The main header with the image cut to the tile, which becomes the first and only one.
@@ -230,7 +235,9 @@ int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XSt
 
 int J2kReader::OpenTile(int tile, bool isStrict, Tile& result, XString& err) {
   result = {};
-  std::vector<J2kTilePart> parts = FindParts(tile);
+  std::optional<std::vector<J2kTilePart>> found = FindParts(tile);
+  if (!found) return RefuseTile(err, "The disk fails in front of tile %d", tile);
+  std::vector<J2kTilePart>& parts = *found;
   if (parts.size() > kMostParts) parts.resize(kMostParts);
   // What a file that was cut holds of a part may not even be its header, which no decoder can use.
   constexpr std::int64_t kLeastBytes = 14;

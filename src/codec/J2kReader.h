@@ -24,7 +24,7 @@ class J2kReader {
   const J2kHeader& GetHeader() const { return header_; }
   std::int64_t GetOffset() const { return offset_; }
   std::int64_t GetEnd() const { return end_; }
-  /// The index, made at the first call.
+  /// The index, made at the first call; null where the disk fails.
   std::shared_ptr<const J2kIndex> GetIndex();
 
   /// A tile of the codestream as a codestream of its own.
@@ -40,7 +40,8 @@ class J2kReader {
  private:
   J2kReader() = default;
 
-  std::vector<J2kTilePart> FindParts(int tile);
+  std::optional<std::vector<J2kTilePart>> FindParts(int tile);
+  std::shared_ptr<const J2kIndex> MakeIndex(bool mayTakeList);
   bool Holds(const std::vector<J2kTilePart>& parts);
   std::vector<unsigned char> MakeTileHeader(int tile) const;
   void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header);

@@ -27,16 +27,20 @@ int Refuse(XString& err, const char* sentence) {
   return 0;
 }
 
-bool BeginsWithSignature(DiskFile& file) {
+/// Nothing where the disk fails. A file that is too short for a signature has none.
+std::optional<bool> BeginsWithSignature(DiskFile& file) {
   unsigned char bytes[12] = {};
-  if (file.ReadAt(0, bytes, sizeof bytes) != sizeof bytes) return false;
+  const std::int64_t count = std::min<std::int64_t>(file.Size(), sizeof bytes);
+  if (count < 0 || file.ReadAt(0, bytes, count) != count) return std::nullopt;
   const std::optional<Jp2Box> first = ParseBoxHead(bytes, 0, sizeof bytes);
-  return first && first->type == kBoxSignature;
+  return count == sizeof bytes && first && first->type == kBoxSignature;
 }
 
 /// The range of the file that holds the codestream.
 int FindCodestream(Jp2File& opened, std::int64_t& offset, std::int64_t& end, XString& err) {
-  if (!BeginsWithSignature(*opened.file)) {
+  const std::optional<bool> hasBoxes = BeginsWithSignature(*opened.file);
+  if (!hasBoxes) return Refuse(err, "The disk fails at the beginning of the file");
+  if (!*hasBoxes) {
     offset = 0;
     end = opened.file->Size();
     return 1;
@@ -96,8 +100,20 @@ void PlaceByTransform(ZRMBand& band, const Jp2Transform& t) {
   band.SetGeoTransform(t.data());
 }
 
+/// A file may have several of these boxes, of which one serves programs that know no others. The last one counts that
+/// has both a place and a system, or else a place, or else the last one.
+std::optional<GeoJp2> FindBestGeoJp2(const Jp2PlaceBoxes& boxes) {
+  std::optional<GeoJp2> best;
+  const auto rank = [](const GeoJp2& place) { return (place.exact ? 2 : 0) + (place.wkt.IsEmpty() ? 0 : 1); };
+  for (const std::vector<unsigned char>& bytes : boxes.geoJp2) {
+    std::optional<GeoJp2> place = ParseGeoJp2(bytes);
+    if (place && (!best || rank(*place) > rank(*best))) best = std::move(place);
+  }
+  return best;
+}
+
 tagGCPSets PlaceExactly(ZRMBand& band, const Jp2File& opened, const Jp2PlaceBoxes& boxes) {
-  const std::optional<GeoJp2> geo = ParseGeoJp2(boxes.geoJp2);
+  const std::optional<GeoJp2> geo = FindBestGeoJp2(boxes);
   std::optional<Jp2Transform> transform = geo ? geo->exact : std::nullopt;
   std::optional<Jp2Grid> grid;
   if (!transform) grid = FindGrid(opened);
@@ -143,7 +159,7 @@ int OpenJp2(const XString& path, Jp2File& opened, XString& err) {
 
 std::optional<Jp2Bounds> FindBounds(const Jp2PlaceBoxes& boxes, int width, int height, XSpatialReference& sr) {
   Jp2Bounds bounds;
-  std::optional<GeoJp2> geo = ParseGeoJp2(boxes.geoJp2);
+  std::optional<GeoJp2> geo = boxes.geoJp2.empty() ? std::nullopt : ParseGeoJp2(boxes.geoJp2.front());
   std::optional<Jp2Transform> t = geo ? std::optional(geo->transform) : ParseMsig(boxes.msig);
   if (!t) return std::nullopt;
   if (geo) {
@@ -167,12 +183,15 @@ std::optional<Jp2Bounds> FindBounds(const Jp2PlaceBoxes& boxes, int width, int h
   return bounds;
 }
 
-tagGCPSets PlaceJp2(ZRMBand& band, const Jp2File& opened) {
+int PlaceJp2(ZRMBand& band, const Jp2File& opened, tagGCPSets& tiePoints, XString& err) {
   PlaceAsPixels(band);
   band.SetSR(XSpatialReference());
-  if (opened.boxes.empty()) return {};
-  const Jp2PlaceBoxes boxes = ReadPlaceBoxes(*opened.file, opened.boxes);
-  return band.IsExact() ? PlaceExactly(band, opened, boxes) : PlaceCompatibly(band, boxes);
+  tiePoints = {};
+  if (opened.boxes.empty()) return 1;
+  const std::optional<Jp2PlaceBoxes> boxes = ReadPlaceBoxes(*opened.file, opened.boxes);
+  if (!boxes) return Refuse(err, "The disk fails within the boxes of the file");
+  tiePoints = band.IsExact() ? PlaceExactly(band, opened, *boxes) : PlaceCompatibly(band, *boxes);
+  return 1;
 }
 
 Jp2Colours ReadColours(const Jp2File& opened) {
@@ -182,7 +201,8 @@ Jp2Colours ReadColours(const Jp2File& opened) {
   if (!header) return colours;
   colours.hasPalette = FindBox(opened.boxes, kBoxPalette, header) != nullptr;
   if (const Jp2Box* const colour = FindBox(opened.boxes, kBoxColour, header)) {
-    const std::vector<unsigned char> data = ReadBoxData(*opened.file, *colour, kMostHeaderBytes);
+    const std::vector<unsigned char> data =
+        ReadBoxData(*opened.file, *colour, kMostHeaderBytes).value_or(std::vector<unsigned char>());
     Cursor cursor(data);
     const bool isEnumerated = cursor.U8() == 1;
     cursor.Skip(2);
@@ -190,7 +210,8 @@ Jp2Colours ReadColours(const Jp2File& opened) {
     if (isEnumerated && !cursor.HasFailed()) colours.space = static_cast<int>(space);
   }
   if (const Jp2Box* const channels = FindBox(opened.boxes, kBoxChannels, header)) {
-    TakeDefinitions(ReadBoxData(*opened.file, *channels, kMostHeaderBytes), colours);
+    const auto data = ReadBoxData(*opened.file, *channels, kMostHeaderBytes);
+    if (data) TakeDefinitions(*data, colours);
   }
   return colours;
 }

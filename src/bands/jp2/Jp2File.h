@@ -35,8 +35,9 @@ struct Jp2Bounds {
 /// Empty where no box places an image. `sr` gets the system, or becomes one of pixels.
 std::optional<Jp2Bounds> FindBounds(const Jp2PlaceBoxes& boxes, int width, int height, XSpatialReference& sr);
 
-/// Places a band that has its size, by its policy. Answers the tie points that the file has in place of a transform.
-tagGCPSets PlaceJp2(ZRMBand& band, const Jp2File& opened);
+/// Places a band that has its size, by its policy. `tiePoints` gets those that the file has in place of a transform. 1,
+/// or 0 where the disk fails.
+int PlaceJp2(ZRMBand& band, const Jp2File& opened, tagGCPSets& tiePoints, XString& err);
 
 /// What the boxes say that the components show.
 struct Jp2Colours {

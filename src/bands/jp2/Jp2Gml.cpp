@@ -1,7 +1,8 @@
 // A rectified grid of GML, as OGC 05-047 puts it into JPEG 2000 files: the place of the centre of the first pixel, and
 // two vectors, from pixel to pixel in a row and from row to row. Numbers stand in the order that the registry gives to
 // the axes of the system where that is named as in the registry, "urn:ogc:def:crs:EPSG::4326" for example, unless the
-// grid names its axes itself, eastings first.
+// grid names its axes itself, eastings first. A grid that says nothing of a system has that of the text around it. Its
+// numbers are taken as x and y then, as the programs mean them that write such texts.
 
 #include "bands/jp2/Jp2Gml.h"
 
@@ -68,10 +69,10 @@ std::vector<std::array<double, 2>> ParseSteps(const pugi::xml_node& grid) {
   return steps;
 }
 
-/// The name of the system, which may stand with the grid, its origin, or a vector.
-std::string FindSystem(const pugi::xml_node& grid) {
-  const pugi::xml_node node = grid.find_node([](const pugi::xml_node& each) { return !!each.attribute("srsName"); });
-  const pugi::xml_attribute own = grid.attribute("srsName");
+/// The name of the system at an element or within it; empty where there is none.
+std::string FindSystem(const pugi::xml_node& top) {
+  const pugi::xml_node node = top.find_node([](const pugi::xml_node& each) { return !!each.attribute("srsName"); });
+  const pugi::xml_attribute own = top.attribute("srsName");
   return own ? own.value() : node.attribute("srsName").value();
 }
 
@@ -106,7 +107,7 @@ std::optional<Jp2Grid> ParseGmlGrid(std::string_view xml) {
   if (!origin || steps.size() != 2) return std::nullopt;
   Jp2Grid grid;
   const std::string system = FindSystem(node);
-  grid.epsg = ParseCode(system);
+  grid.epsg = ParseCode(system.empty() ? FindSystem(document) : system);
   const bool isOfRegistry = system.starts_with("urn:") || system.find("/def/crs/") != std::string::npos;
   if (isOfRegistry && !NamesEastFirst(node) && HasNorthFirst(grid.epsg)) {
     for (std::array<double, 2>* const pair : {&*origin, &steps[0], &steps[1]}) std::swap((*pair)[0], (*pair)[1]);

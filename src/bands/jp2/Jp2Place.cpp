@@ -116,14 +116,22 @@ std::optional<Jp2Transform> ParseMsig(std::span<const unsigned char> data) {
   return AreFinite(t) ? std::optional(t) : std::nullopt;
 }
 
-Jp2PlaceBoxes ReadPlaceBoxes(DiskFile& file, std::span<const Jp2Box> boxes) {
+std::optional<Jp2PlaceBoxes> ReadPlaceBoxes(DiskFile& file, std::span<const Jp2Box> boxes) {
+  constexpr std::ptrdiff_t kMostGeoJp2 = 4;
   Jp2PlaceBoxes found;
-  for (const Jp2Box& box : boxes) {
-    if (box.depth != 0 || !IsSameType(box.type, kBoxUuid)) continue;
-    if (box.uuid == kGeoJp2Uuid) found.geoJp2 = ReadBoxData(file, box, kMostPlaceBytes);
-    if (box.uuid != kMsigUuid) continue;
-    std::vector<unsigned char> data = ReadBoxData(file, box, kMostPlaceBytes);
-    if (IsMsig(data)) found.msig = std::move(data);
+  for (std::size_t i = boxes.size(); i-- > 0;) {
+    const Jp2Box& box = boxes[i];
+    const bool isWanted = box.depth == 0 && IsSameType(box.type, kBoxUuid) &&
+                          ((box.uuid == kGeoJp2Uuid && std::ssize(found.geoJp2) < kMostGeoJp2) ||
+                           (box.uuid == kMsigUuid && found.msig.empty()));
+    if (!isWanted) continue;
+    std::optional<std::vector<unsigned char>> data = ReadBoxData(file, box, kMostPlaceBytes);
+    if (!data) return std::nullopt;
+    if (box.uuid == kGeoJp2Uuid) {
+      found.geoJp2.push_back(*std::move(data));
+    } else if (IsMsig(*data)) {
+      found.msig = *std::move(data);
+    }
   }
   return found;
 }

@@ -28,12 +28,13 @@ std::optional<GeoJp2> ParseGeoJp2(std::span<const unsigned char> tiff);
 /// Parses the data of an `MSIG` box, whose transform is of outer corners. Empty where there are fewer than 70 bytes.
 std::optional<Jp2Transform> ParseMsig(std::span<const unsigned char> data);
 
-/// The boxes of a file that can place an image, each as the bytes behind its head. The last of a kind counts.
+/// The boxes of a file that can place an image, each as the bytes behind its head.
 struct Jp2PlaceBoxes {
-  std::vector<unsigned char> geoJp2;
-  std::vector<unsigned char> msig;  ///< only data that begins as it should
+  std::vector<std::vector<unsigned char>> geoJp2;  ///< the last ones first, and not more than a few
+  std::vector<unsigned char> msig;                 ///< the last one whose data begins as it should
 };
-Jp2PlaceBoxes ReadPlaceBoxes(DiskFile& file, std::span<const Jp2Box> boxes);
+/// Nothing where the disk fails.
+std::optional<Jp2PlaceBoxes> ReadPlaceBoxes(DiskFile& file, std::span<const Jp2Box> boxes);
 
 /// A text of a file with its name: that of a label in front of it, or `BOX_0`, `BOX_1` and so on.
 struct Jp2Text {

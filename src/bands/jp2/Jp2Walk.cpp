@@ -42,7 +42,11 @@ class Walker {
       return 0;
     }
     while (offset < end) {
-      std::optional<Jp2Box> box = ReadHead(offset, end);
+      std::optional<Jp2Box> box;
+      if (!ReadHead(offset, end, box)) {
+        err = "The disk fails within the boxes of the file";
+        return 0;
+      }
       if (!box || box->type == 0) return 1;
       if (boxes_.size() >= kMaxBoxes) {
         err = "The file has too many boxes";
@@ -57,11 +61,12 @@ class Walker {
   }
 
  private:
-  std::optional<Jp2Box> ReadHead(std::int64_t offset, std::int64_t end) {
+  bool ReadHead(std::int64_t offset, std::int64_t end, std::optional<Jp2Box>& box) {
     unsigned char bytes[kHeadBytes] = {};
     const std::int64_t count = std::min(kHeadBytes, end - offset);
-    if (file_.ReadAt(offset, bytes, count) != count) return std::nullopt;
-    return ParseBoxHead(std::span(bytes).first(static_cast<std::size_t>(count)), offset, end);
+    if (file_.ReadAt(offset, bytes, count) != count) return false;
+    box = ParseBoxHead(std::span(bytes).first(static_cast<std::size_t>(count)), offset, end);
+    return true;
   }
 
   DiskFile& file_;
@@ -122,16 +127,17 @@ const Jp2Box* FindBox(std::span<const Jp2Box> boxes, std::uint32_t type, const J
   return nullptr;
 }
 
-std::vector<unsigned char> ReadBoxData(DiskFile& file, const Jp2Box& box, std::int64_t most) {
-  if (box.CountDataBytes() > most) return {};
+std::optional<std::vector<unsigned char>> ReadBoxData(DiskFile& file, const Jp2Box& box, std::int64_t most) {
+  if (box.CountDataBytes() > most) return std::vector<unsigned char>();
   std::vector<unsigned char> data(static_cast<std::size_t>(box.CountDataBytes()));
-  if (file.ReadAt(box.dataOffset, data.data(), std::ssize(data)) != std::ssize(data)) return {};
+  if (file.ReadAt(box.dataOffset, data.data(), std::ssize(data)) != std::ssize(data)) return std::nullopt;
   return data;
 }
 
 std::string ReadBoxText(DiskFile& file, const Jp2Box& box, std::int64_t most) {
-  const std::vector<unsigned char> data = ReadBoxData(file, box, most);
-  return {data.begin(), std::ranges::find(data, static_cast<unsigned char>(0))};
+  const std::optional<std::vector<unsigned char>> data = ReadBoxData(file, box, most);
+  if (!data) return {};
+  return {data->begin(), std::ranges::find(*data, static_cast<unsigned char>(0))};
 }
 
 XString NameBox(std::uint32_t type) {

@@ -35,7 +35,8 @@ std::optional<Jp2Box> ParseBoxHead(std::span<const unsigned char> bytes, std::in
 bool IsSameType(std::uint32_t type, std::uint32_t other);
 
 /// Lists the boxes of a file in their order, each followed by those within it. The list ends where no box can be. 1, or
-/// 0 with the reason in `err` where there are more boxes than any image has or they lie too deep in each other.
+/// 0 with the reason in `err` where there are more boxes than any image has, where they lie too deep in each other, and
+/// where the disk fails.
 int WalkBoxes(DiskFile& file, std::vector<Jp2Box>& boxes, XString& err);
 
 /// The number of the first box that is no longer within a box of the list.
@@ -45,9 +46,9 @@ std::size_t EndOfBox(std::span<const Jp2Box> boxes, std::size_t box);
 /// is none. Only boxes directly beneath count.
 const Jp2Box* FindBox(std::span<const Jp2Box> boxes, std::uint32_t type, const Jp2Box* within = nullptr);
 
-/// The bytes of a box behind its head; empty where the disk fails, and where there are more than `most`.
-std::vector<unsigned char> ReadBoxData(DiskFile& file, const Jp2Box& box, std::int64_t most);
-/// The same as text, up to its first zero.
+/// The bytes of a box behind its head, or no bytes where there are more than `most`. Nothing where the disk fails.
+std::optional<std::vector<unsigned char>> ReadBoxData(DiskFile& file, const Jp2Box& box, std::int64_t most);
+/// The same as text, up to its first zero; empty where the disk fails.
 std::string ReadBoxText(DiskFile& file, const Jp2Box& box, std::int64_t most);
 
 /// The name of a type: four characters, with a dot in place of each that can't be printed.

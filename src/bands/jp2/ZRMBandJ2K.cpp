@@ -133,8 +133,9 @@ int ZRMBandJ2K::Open(const XString& path, XString& err) {
   SetDecodeRows(isTiled ? inSamples(header.firstTile.Height(), first.dy) : std::min(kRowsTogether, GetYSize()));
   SetDecodeColumns(header.tilesAcross > 1 ? inSamples(header.firstTile.Width(), first.dx) : 0);
   impl.colours = zrk::ReadColours(impl.opened);
-  impl.tiePoints = zrk::PlaceJp2(*this, impl.opened);
-  return 1;
+  if (zrk::PlaceJp2(*this, impl.opened, impl.tiePoints, err)) return 1;
+  Close();
+  return 0;
 }
 
 /// The file becomes the band's where its samples can be read.
@@ -351,7 +352,8 @@ int ZRMBandJ2K::ReadBoxes(XString path, int width, int height, XSpatialReference
     XString err;
     if (!sr || !file.Open(path, XFile::kRead | XFile::kShareDenyWrite)) return 0;
     if (!zrk::WalkBoxes(*file.GetDiskFile(), boxes, err)) return 0;
-    const auto bounds = zrk::FindBounds(zrk::ReadPlaceBoxes(*file.GetDiskFile(), boxes), width, height, *sr);
+    const auto placing = zrk::ReadPlaceBoxes(*file.GetDiskFile(), boxes);
+    const auto bounds = placing ? zrk::FindBounds(*placing, width, height, *sr) : std::nullopt;
     if (!bounds) return 0;
     left = bounds->left;
     lower = bounds->lower;
