@@ -48,15 +48,16 @@ inline constexpr BoxUuid kMsigUuid = {0x96, 0xA9, 0xF1, 0xF1, 0xDC, 0x98, 0x40, 
                                       0xA7, 0xAE, 0xD6, 0x8E, 0x34, 0x45, 0x18, 0x09};
 
 /// Markers of the codestream.
-inline constexpr std::uint16_t kMarkerStart = 0xFF4F;          ///< SOC: the codestream begins
-inline constexpr std::uint16_t kMarkerSize = 0xFF51;           ///< SIZ
-inline constexpr std::uint16_t kMarkerCoding = 0xFF52;         ///< COD
-inline constexpr std::uint16_t kMarkerQuantization = 0xFF5C;   ///< QCD
-inline constexpr std::uint16_t kMarkerTileLengths = 0xFF55;    ///< TLM
-inline constexpr std::uint16_t kMarkerPacketLengths = 0xFF58;  ///< PLT
-inline constexpr std::uint16_t kMarkerComment = 0xFF64;        ///< COM
-inline constexpr std::uint16_t kMarkerTilePart = 0xFF90;       ///< SOT
-inline constexpr std::uint16_t kMarkerData = 0xFF93;           ///< SOD
-inline constexpr std::uint16_t kMarkerEnd = 0xFFD9;            ///< EOC
+inline constexpr std::uint16_t kMarkerStart = 0xFF4F;            ///< SOC: the codestream begins
+inline constexpr std::uint16_t kMarkerSize = 0xFF51;             ///< SIZ
+inline constexpr std::uint16_t kMarkerCoding = 0xFF52;           ///< COD
+inline constexpr std::uint16_t kMarkerComponentCoding = 0xFF53;  ///< COC
+inline constexpr std::uint16_t kMarkerQuantization = 0xFF5C;     ///< QCD
+inline constexpr std::uint16_t kMarkerTileLengths = 0xFF55;      ///< TLM
+inline constexpr std::uint16_t kMarkerPacketLengths = 0xFF58;    ///< PLT
+inline constexpr std::uint16_t kMarkerComment = 0xFF64;          ///< COM
+inline constexpr std::uint16_t kMarkerTilePart = 0xFF90;         ///< SOT
+inline constexpr std::uint16_t kMarkerData = 0xFF93;             ///< SOD
+inline constexpr std::uint16_t kMarkerEnd = 0xFFD9;              ///< EOC
 
 }  // namespace zrk

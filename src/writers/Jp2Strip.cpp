@@ -8,6 +8,7 @@
 
 #include "writers/Jp2Strip.h"
 
+#include "base/OwnReads.h"
 #include "core/level/RowBlocks.h"
 #include "writers/Jp2Job.h"
 #include "XJointReader.h"
@@ -58,6 +59,7 @@ std::span<unsigned char> Jp2Strip::TileAt(int tile) {
 }
 
 bool Jp2Strip::Read(int firstTile, int numTiles, const std::function<bool(std::int64_t numPixels)>& goesOn) {
+  const OwnReads own;
   firstTile_ = firstTile;
   tiles_.clear();
   std::size_t numBytes = 0;
