@@ -28,7 +28,7 @@ Window J2kPlan::TileAt(int tile) const {
 
 std::int64_t J2kPlan::PixelBytes() const {
   std::int64_t bytes = 0;
-  for (const J2kComponent& component : components) bytes += component.SampleBytes();
+  for (const J2kDepth& component : components) bytes += component.SampleBytes();
   return bytes;
 }
 

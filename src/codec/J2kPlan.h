@@ -7,13 +7,13 @@
 
 namespace zrk {
 
-/// One component of an image: the bits of a sample, 1 to 16.
-struct J2kComponent {
+/// The samples of one component: how many bits they have, 1 to 16, and whether they have a sign.
+struct J2kDepth {
   int precision = 8;
   bool isSigned = false;
 
   int SampleBytes() const { return precision > 8 ? 2 : 1; }
-  friend bool operator==(const J2kComponent&, const J2kComponent&) = default;
+  friend bool operator==(const J2kDepth&, const J2kDepth&) = default;
 };
 
 /// An image and how it is to be coded. All components have its size.
@@ -21,7 +21,7 @@ struct J2kPlan {
   int width = 0;
   int height = 0;
   int tileSide = 1024;
-  std::vector<J2kComponent> components = {};
+  std::vector<J2kDepth> components = {};
   bool isReversible = true;
   int numLevels = 5;  ///< of the wavelet: so many reduced resolutions can be read
   /// The bits of a pixel up to each layer, components together, in ascending order. 0, in the last place, is

@@ -48,12 +48,12 @@ class BoxList {
   HeadBytes bytes_;
 };
 
-std::uint8_t DepthOf(const J2kComponent& component) {
+std::uint8_t DepthOf(const J2kDepth& component) {
   return static_cast<std::uint8_t>((component.precision - 1) | (component.isSigned ? 0x80 : 0));
 }
 
-bool AreAlike(const std::vector<J2kComponent>& components) {
-  return std::ranges::all_of(components, [&](const J2kComponent& each) { return each == components.front(); });
+bool AreAlike(const std::vector<J2kDepth>& components) {
+  return std::ranges::all_of(components, [&](const J2kDepth& each) { return each == components.front(); });
 }
 
 void AddImageHeader(const J2kPlan& plan, BoxList& boxes) {
@@ -65,7 +65,7 @@ void AddImageHeader(const J2kPlan& plan, BoxList& boxes) {
   boxes.Add(kBoxImageHeader, [&] { boxes.Put(height, width, count, depth, kCodec, kColoursAreKnown, kNoRights); });
   if (areAlike) return;
   boxes.Add(kBoxBitsPerComponent, [&] {
-    for (const J2kComponent& component : plan.components) boxes.Put(DepthOf(component));
+    for (const J2kDepth& component : plan.components) boxes.Put(DepthOf(component));
   });
 }
 

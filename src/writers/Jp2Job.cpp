@@ -45,8 +45,8 @@ bool AreTypesRight(const std::vector<ZRMBand*>& bands, XString& err) {
 }
 
 /// A missing band is written as one like the first.
-std::vector<J2kComponent> DescribeComponents(const std::vector<ZRMBand*>& bands) {
-  std::vector<J2kComponent> components;
+std::vector<J2kDepth> DescribeComponents(const std::vector<ZRMBand*>& bands) {
+  std::vector<J2kDepth> components;
   for (const ZRMBand* each : bands) {
     const ZRMBand& band = each ? *each : *bands.front();
     const int type = band.GetDataType();
@@ -103,7 +103,7 @@ std::optional<std::vector<double>> ParseRates(std::string_view text) {
 void AddCoarseLayers(std::size_t numLayers, const J2kPlan& plan, std::vector<double>& rates) {
   double bits = rates.front();
   if (bits == 0.0) {
-    for (const J2kComponent& component : plan.components) bits += component.precision / 2.0;
+    for (const J2kDepth& component : plan.components) bits += component.precision / 2.0;
   }
   while (rates.size() < numLayers) {
     bits /= 2.0;

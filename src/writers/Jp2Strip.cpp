@@ -35,7 +35,7 @@ bool HasShape(const tagXArr2* data, const Window& window, int sampleBytes) {
 
 Jp2Strip::Jp2Strip(const Jp2Job& job) : job_(job) {
   std::size_t before = 0;
-  for (const J2kComponent& component : job.plan.components) {
+  for (const J2kDepth& component : job.plan.components) {
     componentBytes_.push_back(before);
     before += static_cast<std::size_t>(component.SampleBytes());
   }
