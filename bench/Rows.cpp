@@ -161,6 +161,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("level")) AddLevelRows(options, rows);
   if (wants("comp")) AddCompressedRows(options, rows);
   if (wants("write")) AddTiffWriteRows(options, rows);
+  if (wants("encode")) AddJp2WriteRows(options, rows);
   if (wants("rpf")) AddRpfRows(options, rows);
   if (wants("dted")) AddDtedRows(options, rows);
   if (wants("block")) {

@@ -37,6 +37,8 @@ void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddCacheRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about writing TIFF files.
 void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about writing JPEG 2000 files.
+void AddJp2WriteRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about frames of the Raster Product Format.
 void AddRpfRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about elevation cells.

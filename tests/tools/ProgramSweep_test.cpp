@@ -38,6 +38,7 @@ std::vector<Command> AllCommands() {
       {"NativeCompressed", {"convert", "IN", "OUT", "--max-error", "2", "--workers", "1"}, "out.zrm"},
       {"TiffWithWorldFile", {"convert", "IN", "OUT", "--workers", "1"}, "out.tif"},
       {"TiffWithoutPlace", {"convert", "IN", "OUT", "--workers", "1"}, "out.tif", false},
+      {"Jp2", {"convert", "IN", "OUT", "--workers", "1"}, "out.jp2"},
       {"Levels", {"levels", "IN", "--force", "--workers", "1"}, "in.xld", true, {"levels", "IN", "--stats-only"}},
       {"Png", {"read", "IN", "-o", "OUT"}, "out.png"},
       {"Statistics", {"info", "IN", "--stats"}, ""},

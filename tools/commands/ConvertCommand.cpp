@@ -6,6 +6,7 @@
 
 #include "CommandLine.h"
 #include "commands/Commands.h"
+#include "commands/LayerOptions.h"
 #include "commands/SharedOptions.h"
 #include "Dataset.h"
 #include "DatasetView.h"
@@ -41,6 +42,7 @@ struct ConvertOptions {
   std::vector<int> bands;
   std::optional<int> levels;
   std::optional<double> maxError;
+  LayerRequest layers;
   int workers = 0;
 };
 
@@ -98,7 +100,13 @@ bool Save(const Source& source, const ConvertOptions& options, const tagXFormat&
           XThread& thread, std::string& err) {
   if (!options.maxError && !DecodeAhead(*source.file->GetBandAt(0), kConvertDecodePercent, thread, err)) return false;
   const Window& w = source.window;
-  const tagXSaveOptions what{w.x0, w.x1, w.y0, w.y1, options.levels.value_or(kMaxLevels), options.maxError};
+  const tagXSaveOptions what{w.x0,
+                             w.x1,
+                             w.y0,
+                             w.y1,
+                             options.levels.value_or(kMaxLevels),
+                             options.maxError,
+                             MakeLayerOptions(options.layers, options.levels)};
   XString reason;
   XfnForgetLastReadError();
   if (XfnSaveFile(&source.Chosen(), path, format.id, what, reason, &thread)) return true;
@@ -170,20 +178,22 @@ const char* const kConvertExamples =
     "  zrkio convert earth.jpg earth.zrm\n"
     "  zrkio convert earth.jpg small.zrm --max-error 2\n"
     "  zrkio convert earth.jpg africa.tif --window 896,1279,192,575\n"
-    "  zrkio convert earth.jpg turned.tif --bands 3,2,1\n";
+    "  zrkio convert earth.jpg turned.tif --bands 3,2,1\n"
+    "  zrkio convert earth.jpg small.jp2 --rates 0.5,1,2\n";
 
 void AddWriterOptions(Command& command, ConvertOptions& options) {
   command
       .AddOption("--levels", "N", options.levels,
                  TitleWritableFormats(&tagXFormatWriter::takesLevels) +
-                     ": how many reduced levels are written, at\n"
-                     "most; unless given, as many as there can be")
+                     ": how many reduced\n"
+                     "levels are written, at most; unless given, as many as serve")
       .SetRange(0, kMaxLevels);
   command.AddOption("--max-error", "E", options.maxError,
                     TitleWritableFormats(&tagXFormatWriter::takesMaxError) +
                         ": compress, no sample being off by more than\n"
                         "this; 0 is lossless. Unless given, samples are kept as they\n"
                         "are.");
+  AddLayerOptions(command, options.layers);
 }
 
 /// Refuses an option that was given where the writer of the output does not take it.
@@ -201,6 +211,7 @@ void CheckUsage(const ConvertOptions& options) {
   if (!format) return;
   CheckTaken("--levels", options.levels.has_value(), *format->writer, &tagXFormatWriter::takesLevels);
   CheckTaken("--max-error", options.maxError.has_value(), *format->writer, &tagXFormatWriter::takesMaxError);
+  CheckLayerOptions(options.layers, *format->writer);
 }
 
 }  // namespace
