@@ -133,6 +133,7 @@
 #include "ZRMBandFile.h"
 #include "ZRMBandGTIFF.h"
 #include "ZRMBandHDF4.h"
+#include "ZRMBandJ2K.h"
 #include "ZRMBandJPG.h"
 #include "ZRMBandMosaic.h"
 #include "ZRMBandPBE.h"
