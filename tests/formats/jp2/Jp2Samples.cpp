@@ -21,8 +21,8 @@ Sample MakeJp2Sample(const char* name, std::vector<unsigned char> (*build)(), XR
 
 }  // namespace
 
-/// Under the compatible policy the first read of a master is that of another channel, so that only images of one channel
-/// keep to what all formats have in common.
+/// Under the compatible policy the first read of a master is that of another channel, so that only images of one
+/// channel keep to what all formats have in common.
 std::vector<Sample> MakeJp2Samples() {
   return {
       MakeJp2Sample(
