@@ -9,7 +9,8 @@
 
 namespace zrk {
 struct BackBufferAccess;
-}
+struct BackBufferState;
+}  // namespace zrk
 
 /// The kind of buffer that `XBackBuffer::Create` takes: pixels in memory.
 inline constexpr int kBackBufferInMemory = 2;
@@ -85,6 +86,5 @@ class ZRKIO_API XBackBuffer {
 
  private:
   friend struct zrk::BackBufferAccess;
-  struct Impl;
-  std::unique_ptr<Impl> impl_;
+  std::unique_ptr<zrk::BackBufferState> state_;
 };

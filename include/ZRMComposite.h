@@ -166,7 +166,7 @@ class ZRKIO_API ZRMComposite {
   /// nearest. Any other value counts as nearest.
   ///
   /// Where the systems differ, places are transformed exactly at the corners of patches and straight between them: a
-  /// patch whose middles are off by more than a sixteenth of a pixel, of the picture or of the band, whichever is
+  /// patch that is off by more than a sixteenth of a pixel, of the picture or of the band, whichever is
   /// larger, is divided. No place drawn is off by more than an eighth of that pixel.
   ///
   /// `first` is the first composite that was drawn into the buffer, or null: a buffer without a system takes that of
