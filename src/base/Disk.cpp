@@ -32,6 +32,10 @@ int Disk::ListFolder(const std::string&, std::vector<std::string>&) {
   return ENOTSUP;
 }
 
+int Disk::MakeFolder(const std::string&) {
+  return ENOTSUP;
+}
+
 int Disk::ResolveLinks(const std::string&, std::string&) {
   return ENOTSUP;
 }

@@ -84,6 +84,8 @@ class Disk {
   virtual int CountFreeBytes(const std::string& path, std::int64_t& bytes);
   /// The names of what lies in a folder, in no order.
   virtual int ListFolder(const std::string& folder, std::vector<std::string>& names);
+  /// Makes a folder in one that is there. A folder that is there already is no failure.
+  virtual int MakeFolder(const std::string& folder);
   /// The whole name, without links on the way, of a file or folder that exists.
   virtual int ResolveLinks(const std::string& path, std::string& resolved);
   /// The path to which a file written under this one goes: where the path is a symbolic link, what it leads to in the

@@ -247,6 +247,12 @@ class SystemDiskImpl : public Disk {
     return error.value();
   }
 
+  int MakeFolder(const std::string& folder) override {
+    std::error_code error;
+    std::filesystem::create_directory(folder, error);
+    return error.value();
+  }
+
   int ResolveLinks(const std::string& path, std::string& resolved) override {
     std::error_code error;
     resolved = std::filesystem::canonical(path, error).string();

@@ -16,7 +16,7 @@ namespace {
 const std::map<std::string, int> kFloors = {
     {"base", 0},           {"geo", 1},         {"math", 1},     {"codec", 2},
     {"core/failure", 3},   {"core/model", 3},  {"tiles", 3},    {"core/resample", 4},
-    {"core/level", 5},     {"core/native", 6}, {"core/xld", 7}, {"core/load", 8},
+    {"core/level", 5},     {"display", 5},        {"core/native", 6}, {"core/xld", 7}, {"core/load", 8},
     {"writers", 8},        {"bands", 9},       {"rpf", 9},      {"hawk", 9},
     {"core/dispatch", 10}, {"display", 11},    {"tools", 12},
 };

@@ -185,6 +185,13 @@ TEST_F(SystemDisk, FoldersAreNotRemoved) {
   EXPECT_TRUE(zrk::SystemDisk().Exists(folder_.Path()));
 }
 
+TEST_F(SystemDisk, MakesAFolderUnlessItIsThere) {
+  EXPECT_EQ(0, zrk::SystemDisk().MakeFolder(folder_.Path("new")));
+  EXPECT_EQ(0, zrk::SystemDisk().MakeFolder(folder_.Path("new")));
+  EXPECT_TRUE(zrk::SystemDisk().Exists(folder_.Path("new")));
+  EXPECT_NE(0, zrk::SystemDisk().MakeFolder(folder_.Path("none/new")));
+}
+
 TEST_F(SystemDisk, ListsTheNamesInAFolder) {
   folder_.Write("b.bin", "x");
   std::filesystem::create_directory(folder_.Path("a"));

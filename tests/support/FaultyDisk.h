@@ -48,6 +48,7 @@ class FaultyDisk : public zrk::Disk {
     return zrk::SystemDisk().GetStatus(path, status);
   }
   int ListFolder(const std::string& folder, std::vector<std::string>& names) override;
+  int MakeFolder(const std::string& folder) override { return zrk::SystemDisk().MakeFolder(folder); }
   int ResolveLinks(const std::string& path, std::string& resolved) override;
   int FollowLink(const std::string& path, std::string& target) override {
     return zrk::SystemDisk().FollowLink(path, target);

@@ -14,4 +14,5 @@ void AddConvertCommand(CommandLine& program);
 void AddTileCommand(CommandLine& program);
 void AddGridCommand(CommandLine& program);
 void AddVerifyCommand(CommandLine& program);
+void AddExportCommand(CommandLine& program);
 void AddFormatsCommand(CommandLine& program);

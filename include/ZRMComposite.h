@@ -1,0 +1,181 @@
+#pragma once
+
+#include "tagXSubsetStatistics.h"
+#include "tagXVector2.h"
+#include "XBackBuffer.h"
+#include "XExport.h"
+#include "XString.h"
+
+#include <memory>
+
+class XSpatialReference;
+class ZRMBand;
+class ZRMVand;
+
+/// The bands of a composite are numbered from 0 to 2: red, green and blue. One band alone is shown in grey.
+inline constexpr int kCompositeBands = 3;
+
+/// How the bytes that come of the samples become colours.
+enum XCompositeMode {
+  /// Red, green and blue from a band each; a band alone gives grey.
+  kModeColours = 0,
+  /// The entries of the colour table of the first band that is there.
+  kModeTable = 1,
+};
+
+/// How samples become bytes. A sample at or below the low end of the stretched range is 0, one at or above its high end
+/// 255, and those between are spread evenly and rounded.
+enum XStretchType {
+  kStretchNone = 0,        ///< samples are the bytes, cut to 0 to 255
+  kStretchMinMax = 1,      ///< from minimum to maximum
+  kStretchDeviations = 2,  ///< two deviations either side of the mean, as far as there are samples
+  kStretchHistogram = 3,   ///< so that all bytes are about equally frequent
+  kStretchCut = 4,         ///< from the cut minimum to the cut maximum
+};
+
+/// Which samples are not drawn.
+enum XCutType {
+  kCutNone = 0,
+  kCutBelow = 1,    ///< those below the cut minimum
+  kCutAbove = 2,    ///< those above the cut maximum
+  kCutOutside = 3,  ///< both
+  kCutInside = 4,   ///< those from the cut minimum to the cut maximum
+};
+
+/// What `ZRMComposite::Draw` came to.
+enum XDrawResult {
+  kDrawFailed = -1,  ///< a band could not be read, or there is no way between the systems
+  kDrawNothing = 0,  ///< nothing of the composite lies there, nothing is shown, or a stop was requested
+  kDrawDone = 1,
+};
+
+/// One to three bands, and how they are shown. Bands of one composite may differ in size, type and pixel size, and have
+/// one system, which is that of the first. A place of a band is that of its geotransform, so that turned images and
+/// those whose corner is the centre of a pixel are drawn where they belong. Images of a geographic system are also
+/// drawn 360 degrees east and west of their coordinates.
+///
+/// The way of a sample to the picture: null samples, transparent values and samples that the cut leaves out are empty;
+/// the others are stretched to bytes, and the lookup table makes other bytes of these. A pixel is drawn where one of
+/// the bands that are shown has a sample that is not empty. In a pixel that is drawn an empty sample is 0.
+///
+/// Functions that take the number of a band give 0 or null for a number outside 0 to 2, and setters then change
+/// nothing. One thread sets a composite up; then many may draw it at once, each into a buffer of its own. Nothing here
+/// throws.
+class ZRKIO_API ZRMComposite {
+ public:
+  ZRMComposite();
+  ~ZRMComposite();
+  ZRMComposite(const ZRMComposite&) = delete;
+  ZRMComposite& operator=(const ZRMComposite&) = delete;
+
+  /// For people; empty at first.
+  const XString& GetName() const;
+  void SetName(const XString& name);
+  /// A value of `XCompositeMode`, `kModeColours` at first. `SetMode` ignores any other value.
+  int GetMode() const;
+  void SetMode(int mode);
+  /// A vector set that belongs to the picture, or null; not owned. It is kept for callers and not drawn.
+  ZRMVand* GetVand() const;
+  void SetVand(ZRMVand* vand);
+
+  /// The band, or null; not owned, and it has to outlive the draws.
+  ZRMBand* GetBand(int index) const;
+  /// Sets or, with null, removes a band. Its stretch becomes `kStretchNone` for samples of 8 bits and `kStretchMinMax`
+  /// for others; table, cut, transparent value and statistics become those of a new composite. A thematic band brings
+  /// the colours of its classes into its colour table, and as band 0 sets `kModeTable`. 1 or 0.
+  int SetBand(int index, ZRMBand* band);
+  /// The number of bands that are there.
+  int GetNumOfBands() const;
+  /// The system of the first band that is there, which belongs to it; null without bands.
+  XSpatialReference* GetSR() const;
+
+  /// Whether the band is left out: nonzero for a band that gives nothing to the picture, its colour being 0 then. 0 at
+  /// first. A composite all of whose bands are hidden draws nothing.
+  int GetHideFlag(int index) const;
+  void SetHideFlag(int index, int isHidden);
+  /// A value of `XStretchType`. Any other is ignored.
+  int GetStretchType(int index) const;
+  void SetStretchType(int index, int stretchType);
+  /// How much of the stretched range counts, in percent: what is left of 100 is taken off, half at either end. For
+  /// `kStretchHistogram` it is a share of the samples, otherwise of the range; `kStretchNone` does not look at it.
+  /// 100.0 at first; only 0 to 100 is taken.
+  double GetCoverage(int index) const;
+  void SetCoverage(int index, double percent);
+  /// A value of `XCutType`, `kCutNone` at first. Any other is ignored.
+  int GetCutType(int index) const;
+  void SetCutType(int index, int cutType);
+  /// The ends of the cut, in samples: 0.0 and 255.0 at first.
+  double GetCutMin(int index) const;
+  double GetCutMax(int index) const;
+  void SetCutRange(int index, double cutMin, double cutMax);
+  /// A sample that is not drawn, as the null value is not; `kNotSet` for none, as at first.
+  double GetTransparentValue(int index) const;
+  void SetTransparentValue(int index, double value);
+
+  /// 256 bytes that stretched bytes are replaced by, each byte by itself at first. They belong to the composite. Call
+  /// `TouchTables` after a change through the pointer.
+  unsigned char* GetLUT(int index);
+  /// The colours of the 256 bytes that come out of the lookup table; grey at first. They belong to the composite. Call
+  /// `TouchTables` after a change.
+  XColour* GetCLT(int index);
+  /// Makes later draws see what was changed in tables, bands and their statistics.
+  void TouchTables();
+  /// The points of a curve from stretched bytes (x) to others (y), 0 to 255 each, that the lookup table was made from.
+  int GetNumOfHistogramPoints(int index) const;
+  /// Null outside the list; valid until the list is set again.
+  const tagXVector2* GetHistogramPointAt(int index, int point) const;
+  /// Keeps the points and makes the lookup table of straight lines between them, level beyond the first and the last;
+  /// without points each byte stands for itself. 1; 0, with all as it was, for numbers that are not finite, and for x
+  /// that do not rise.
+  int SetHistogramPoints(int index, const tagXVector2* points, int numPoints);
+
+  /// Works out the statistics of the part of a band that an extent of its own world covers, from the level that has at
+  /// most about a million pixels of it; later draws stretch by them instead of the band's. 1; 0, with all as it was,
+  /// where nothing of the band lies there, it has no sample that counts, or it can't be read.
+  int CalcSubsetStatistics(int index, double west, double south, double east, double north);
+  /// Those statistics; null before `CalcSubsetStatistics`. The stretch then goes by the band's own, and where a band
+  /// has none by those of its coarsest level.
+  const tagXSubsetStatistics* GetSubsetStatistics(int index) const;
+
+  /// Six numbers that give the world of a pixel: x = c[0] + column * c[1] + row * c[2], y = c[3] + column * c[4] + row
+  /// * c[5], (0, 0) being the outer corner of the first pixel. They belong to the composite. Null without the band.
+  const double* GetWarpCoeff(int index) const;
+  /// The way back: column = c[0] + x * c[1] + y * c[2], row = c[3] + x * c[4] + y * c[5]. Null without the band, and
+  /// for a band whose pixels have no area.
+  const double* GetWarpCoeffInv(int index) const;
+
+  /// The extent that is drawn, in the world of the composite: all of its bands, unless a smaller one was set. 0, with
+  /// the outputs as they were, without bands.
+  int GetDrawRange(double& minX, double& maxX, double& minY, double& maxY) const;
+  /// Only places in that extent are drawn from now on. 0, with all as it was, for an extent that has no area.
+  int SetDrawRange(double minX, double maxX, double minY, double maxY);
+  void ClearDrawRange();
+
+  /// The composite's own buffer, into which `Draw` goes without another one. It belongs to the composite.
+  XBackBuffer* GetBackBuffer();
+  /// Its pixels, as `XBackBuffer::GetPixels` gives them.
+  const unsigned char* GetDIBits() const;
+
+  /// Draws over what the buffer shows, as far as pixels of it have their centre within the four edges, which are world
+  /// coordinates of the buffer. Each band is read from the coarsest level that still has a pixel for each of the
+  /// buffer's, or from level 0.
+  ///
+  /// `method` is `kResampleNearest` for the sample under the centre of the buffer's pixel; where the centre lies on an
+  /// edge, or less than a millionth of a pixel before it, that of the next column or row. With `kResampleMean` a pixel
+  /// that is larger than the level's is the mean of two by two such places in it; colour tables are always taken by the
+  /// nearest. Any other value counts as nearest.
+  ///
+  /// Where the systems differ, places are transformed exactly at the corners of patches and straight between them: a
+  /// patch that is off by more than a sixteenth of a pixel, of the picture or of the band, whichever is
+  /// larger, is divided. No place drawn is off by more than an eighth of that pixel.
+  ///
+  /// `first` is the first composite that was drawn into the buffer, or null: a buffer without a system takes that of
+  /// this composite. A word behind `cancel` that holds 1 stops the drawing. The result is a value of `XDrawResult`; the
+  /// reason of a failure is what `XfnGetLastReadError` tells, and what was drawn before it stays.
+  int Draw(XBackBuffer* buffer, double west, double south, double east, double north, int method, ZRMComposite* first,
+           int* cancel);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};

@@ -1,0 +1,301 @@
+// A block of a picture over a band, in one of two ways. Where the band is neither turned nor in another system, its
+// columns follow from the block's columns alone and its rows from the rows: two lists hold the whole geometry.
+// Otherwise the places come from patches. In both ways the window under the block is read once, from the level that
+// suits, and each row goes through the look of the band to bytes.
+//
+// Means are the same done for each quarter of the pixels, added up.
+
+#include "display/BandPainter.h"
+
+#include "XThread.h"
+#include "ZRMBand.h"
+#include "ZRMBandResize.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace zrk {
+
+namespace {
+
+/// The pixels of a band's axis at offset + i * scale, as far as they lie from `low` up to but without `high`. They are
+/// one stretch, because they only rise or only fall.
+void FindAxis(double offset, double scale, int count, double low, double high, BlockAxis& axis) {
+  axis.pixels.resize(static_cast<std::size_t>(count));
+  axis.first = count;
+  axis.last = -1;
+  for (int i = 0; i < count; ++i) {
+    // Each centre is computed by itself. A sum carried from pixel to pixel would drift.
+    const double place = offset + i * scale + kOnTheEdge;
+    if (!(place >= low && place < high)) continue;
+    axis.first = std::min(axis.first, i);
+    axis.last = i;
+    axis.pixels[static_cast<std::size_t>(i)] = static_cast<int>(place);
+  }
+  if (axis.last < axis.first) return;
+  const auto [lowest, highest] =
+      std::minmax(axis.pixels[static_cast<std::size_t>(axis.first)], axis.pixels[static_cast<std::size_t>(axis.last)]);
+  axis.lowest = lowest;
+  axis.highest = highest;
+}
+
+bool IsEmpty(const BlockAxis& axis) {
+  return axis.last < axis.first;
+}
+
+/// Where a half of a pixel has its centre, from the pixel's own.
+double OffsetOf(int half, int numHalves) {
+  return numHalves == 1 ? 0.0 : half * 0.5 - 0.25;
+}
+
+/// The range of the band's pixels under some axes; the last is less than the first where none lies over the band.
+void FindRange(const std::array<BlockAxis, 2>& axes, int numHalves, int& first, int& last) {
+  first = 0;
+  last = -1;
+  for (int half = 0; half < numHalves; ++half) {
+    const BlockAxis& axis = axes[static_cast<std::size_t>(half)];
+    if (IsEmpty(axis)) continue;
+    first = last < first ? axis.lowest : std::min(first, axis.lowest);
+    last = std::max(last, axis.highest);
+  }
+}
+
+}  // namespace
+
+BandLimits LimitsOf(const ZRMBand& band, const Affine& toPixels, const Extent& extent) {
+  Extent pixels;
+  for (const double x : {extent.minX, extent.maxX}) {
+    for (const double y : {extent.minY, extent.maxY}) pixels.GrowTo(toPixels.U(x, y), toPixels.V(x, y));
+  }
+  const double xSize = band.GetXSize(), ySize = band.GetYSize();
+  return {std::clamp(pixels.minX, 0.0, xSize), std::clamp(pixels.maxX, 0.0, xSize), std::clamp(pixels.minY, 0.0, ySize),
+          std::clamp(pixels.maxY, 0.0, ySize)};
+}
+
+BandPainter::BandPainter(const PictureGrid& grid, const SystemBridge& bridge, const PaintedBand& band, int method,
+                         DrawScratch& scratch, int* cancel)
+    : grid_(grid),
+      bridge_(bridge),
+      band_(band),
+      wantsMeans_(method == kResampleMean),
+      scratch_(scratch),
+      cancel_(cancel) {}
+
+PaintResult BandPainter::Paint(const Window& block, BandPlane& plane) {
+  block_ = block;
+  plane_ = &plane;
+  plane.isWhole = false;
+  isBegun_ = false;
+  PaintResult result = PaintShifted(0.0);
+  // Places that a transformation gives have longitudes up to 180 degrees. A band may go on beyond that.
+  const bool isFree = !bridge_.transformation;
+  for (const double shift : {360.0, -360.0}) {
+    const bool mayReach = isFree || (shift > 0.0 ? band_.extent.maxX > 180.0 : band_.extent.minX < -180.0);
+    if (!band_.isCircling || !mayReach || plane.isWhole) continue;
+    if (result == PaintResult::kFailed || result == PaintResult::kTooLarge) return result;
+    const PaintResult further = PaintShifted(shift);
+    if (further != PaintResult::kNothing) result = further;
+  }
+  if (result == PaintResult::kPainted && numHalves_ > 1) FinishMeans();
+  return result;
+}
+
+PaintResult BandPainter::PaintShifted(double shift) {
+  const PlaceMap map(grid_, bridge_, shift, band_.toPixels);
+  ChooseLevel(map);
+  const Affine* const affine = map.GetAffine();
+  return affine && affine->IsUnturned() ? PaintUnturned(*affine) : PaintPatches(map, shift);
+}
+
+/// For means a level finer is taken where there is one, so that a pixel is the mean of four samples or more.
+void BandPainter::ChooseLevel(const PlaceMap& map) {
+  const double step = map.StepAt(block_);
+  level_ = FitLevel(*band_.band, LevelOfStep(wantsMeans_ ? step / 2.0 : step));
+  numHalves_ = wantsMeans_ && step > 1.0 + kOnTheEdge ? 2 : 1;
+}
+
+PaintResult BandPainter::Read(const Window& window) {
+  const std::int64_t numSamples = std::int64_t{window.Width() >> level_} * (window.Height() >> level_);
+  const bool isDivisible = block_.Width() > 1 || block_.Height() > 1;
+  if (numSamples > kMaxSamplesAtOnce && isDivisible) return PaintResult::kTooLarge;
+  if (XfnIsStopRequested(cancel_)) return PaintResult::kFailed;
+  const bool isRead = ReadSamples(*band_.band, level_, window, scratch_.strip, cancel_, samples_);
+  return isRead ? PaintResult::kPainted : PaintResult::kFailed;
+}
+
+/// Makes room for the block once something lies over it.
+void BandPainter::Begin() {
+  if (isBegun_) return;
+  isBegun_ = true;
+  const std::size_t size = PlaceInBlock(0, block_.Height());
+  const auto width = static_cast<std::size_t>(block_.Width());
+  plane_->bytes.resize(size);
+  plane_->shown.resize(size);
+  scratch_.bytes.resize(width);
+  scratch_.shown.resize(width);
+  scratch_.inside.resize(width);
+  scratch_.places.resize(width);
+  if (numHalves_ > 1) {
+    scratch_.sums.assign(size, 0);
+    scratch_.counts.assign(size, 0);
+  } else if (!plane_->isWhole) {
+    std::fill(plane_->bytes.begin(), plane_->bytes.end(), static_cast<unsigned char>(0));
+    std::fill(plane_->shown.begin(), plane_->shown.end(), static_cast<unsigned char>(0));
+  }
+}
+
+PaintResult BandPainter::PaintUnturned(const Affine& map) {
+  const BandLimits& limits = band_.limits;
+  for (int half = 0; half < numHalves_; ++half) {
+    const double offset = 0.5 + OffsetOf(half, numHalves_);
+    FindAxis(map.c[0] + (block_.x0 + offset) * map.c[1], map.c[1], block_.Width(), limits.u0, limits.u1,
+             scratch_.columns[static_cast<std::size_t>(half)]);
+    FindAxis(map.c[3] + (block_.y0 + offset) * map.c[5], map.c[5], block_.Height(), limits.v0, limits.v1,
+             scratch_.rows[static_cast<std::size_t>(half)]);
+  }
+  Window window;
+  FindRange(scratch_.columns, numHalves_, window.x0, window.x1);
+  FindRange(scratch_.rows, numHalves_, window.y0, window.y1);
+  if (window.x1 < window.x0 || window.y1 < window.y0) return PaintResult::kNothing;
+  const PaintResult read = Read(window);
+  if (read != PaintResult::kPainted) return read;
+
+  const auto isAll = [](const BlockAxis& axis, int count) { return axis.first == 0 && axis.last == count - 1; };
+  plane_->isWhole = numHalves_ == 1 && !band_.look->HasEmpty() && isAll(scratch_.columns[0], block_.Width()) &&
+                    isAll(scratch_.rows[0], block_.Height());
+  Begin();
+  for (int half = 0; half < numHalves_ * numHalves_; ++half) {
+    PaintAxes(scratch_.columns[static_cast<std::size_t>(half % numHalves_)],
+              scratch_.rows[static_cast<std::size_t>(half / numHalves_)]);
+  }
+  return PaintResult::kPainted;
+}
+
+/// Rows of samples that stand side by side are copied where they are the bytes themselves.
+void BandPainter::PaintAxes(BlockAxis& columns, BlockAxis& rows) {
+  if (IsEmpty(columns) || IsEmpty(rows)) return;
+  const int count = columns.last - columns.first + 1;
+  std::vector<int>& places = scratch_.places;
+  for (int i = 0; i < count; ++i) {
+    places[static_cast<std::size_t>(i)] =
+        samples_.ColumnOf(columns.pixels[static_cast<std::size_t>(columns.first + i)]);
+  }
+  const auto end = places.begin() + count;
+  const bool isRun = std::adjacent_find(places.begin(), end, [](int a, int b) { return b != a + 1; }) == end;
+  const bool isCopy = isRun && band_.look->IsIdentity();
+  for (int y = rows.first; y <= rows.last; ++y) {
+    const unsigned char* const source = samples_.pixels->Row(samples_.RowOf(rows.pixels[static_cast<std::size_t>(y)]));
+    // Where a pixel is a single sample the bytes go straight to their place.
+    const std::size_t place = PlaceInBlock(columns.first, y);
+    unsigned char* const bytes = numHalves_ > 1 ? scratch_.bytes.data() : plane_->bytes.data() + place;
+    unsigned char* const shown = numHalves_ > 1 ? scratch_.shown.data() : plane_->shown.data() + place;
+    if (isCopy) {
+      std::memcpy(bytes, source + places.front(), static_cast<std::size_t>(count));
+    } else {
+      band_.look->TakeRow(source, places.data(), count, bytes, shown);
+    }
+    if (!band_.look->HasEmpty() && !plane_->isWhole) std::memset(shown, 255, static_cast<std::size_t>(count));
+    if (numHalves_ > 1) PutRow(columns.first, y, count);
+  }
+}
+
+/// Transformations take long, and the bands of an image mostly lie alike.
+void BandPainter::MakePatches(const PlaceMap& map, double shift) {
+  const PatchKey key{block_, band_.toPixels.c, shift, numHalves_};
+  if (scratch_.patchKey == key) return;
+  scratch_.patchKey = key;
+  for (int i = 0; i < numHalves_ * numHalves_; ++i) {
+    scratch_.patches[static_cast<std::size_t>(i)].Cover(map, block_, OffsetOf(i % numHalves_, numHalves_),
+                                                        OffsetOf(i / numHalves_, numHalves_));
+  }
+}
+
+PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
+  MakePatches(map, shift);
+  const int numLists = numHalves_ * numHalves_;
+  Extent range;
+  for (int i = 0; i < numLists; ++i) range.GrowTo(scratch_.patches[static_cast<std::size_t>(i)].GetRange());
+  const BandLimits& limits = band_.limits;
+  if (!range.isSet || range.maxX + kOnTheEdge < limits.u0 || range.minX >= limits.u1 ||
+      range.maxY + kOnTheEdge < limits.v0 || range.minY >= limits.v1) {
+    return PaintResult::kNothing;
+  }
+  const int xLast = band_.band->GetXSize() - 1, yLast = band_.band->GetYSize() - 1;
+  const auto pixelOf = [](double place, int last) {
+    return static_cast<int>(std::clamp(std::floor(place), 0.0, static_cast<double>(last)));
+  };
+  const Window window{
+      pixelOf(std::max(range.minX, limits.u0), xLast), pixelOf(std::min(range.maxX, limits.u1) + kOnTheEdge, xLast),
+      pixelOf(std::max(range.minY, limits.v0), yLast), pixelOf(std::min(range.maxY, limits.v1) + kOnTheEdge, yLast)};
+  const PaintResult read = Read(window);
+  if (read != PaintResult::kPainted) return read;
+  Begin();
+  for (int i = 0; i < numLists; ++i) {
+    const PatchList& list = scratch_.patches[static_cast<std::size_t>(i)];
+    for (const Patch& patch : list.GetPatches()) PaintPatch(list, patch);
+  }
+  return PaintResult::kPainted;
+}
+
+void BandPainter::PaintPatch(const PatchList& list, const Patch& patch) {
+  const int count = patch.window.Width();
+  for (int y = patch.window.y0; y <= patch.window.y1; ++y) {
+    list.PlacesOfRow(patch, y, scratch_.line);
+    LocateLine(count);
+    band_.look->TakeRow(samples_.pixels->data, scratch_.places.data(), count, scratch_.bytes.data(),
+                        scratch_.shown.data());
+    const bool hasEmpty = band_.look->HasEmpty();
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+      scratch_.shown[i] = static_cast<unsigned char>(scratch_.inside[i] & (hasEmpty ? scratch_.shown[i] : 255));
+    }
+    PutRow(patch.window.x0 - block_.x0, y - block_.y0, count);
+  }
+}
+
+/// Finds the samples under the places of a line; the first one under places beside the band.
+void BandPainter::LocateLine(int count) {
+  const BandLimits& limits = band_.limits;
+  const Window& read = samples_.window;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+    const double u = scratch_.line[i].u + kOnTheEdge, v = scratch_.line[i].v + kOnTheEdge;
+    const bool isInside = u >= limits.u0 && u < limits.u1 && v >= limits.v0 && v < limits.v1;
+    scratch_.inside[i] = isInside ? 255 : 0;
+    scratch_.places[i] = 0;
+    if (!isInside) continue;
+    const int column = samples_.ColumnOf(std::clamp(static_cast<int>(u), read.x0, read.x1));
+    const int row = samples_.RowOf(std::clamp(static_cast<int>(v), read.y0, read.y1));
+    scratch_.places[i] = row * samples_.pixels->xSize + column;
+  }
+}
+
+/// Puts the bytes of a row that are shown into the plane, or adds them up for means.
+void BandPainter::PutRow(int x, int y, int count) {
+  const std::size_t place = PlaceInBlock(x, y);
+  const auto numPixels = static_cast<std::size_t>(count);
+  if (numHalves_ > 1) {
+    for (std::size_t i = 0; i < numPixels; ++i) {
+      const unsigned char shown = scratch_.shown[i];
+      scratch_.sums[place + i] = static_cast<std::uint16_t>(scratch_.sums[place + i] + (scratch_.bytes[i] & shown));
+      scratch_.counts[place + i] = static_cast<std::uint8_t>(scratch_.counts[place + i] + (shown & 1));
+    }
+    return;
+  }
+  for (std::size_t i = 0; i < numPixels; ++i) {
+    if (!scratch_.shown[i]) continue;
+    plane_->bytes[place + i] = scratch_.bytes[i];
+    plane_->shown[place + i] = 255;
+  }
+}
+
+void BandPainter::FinishMeans() {
+  plane_->isWhole = true;
+  for (std::size_t i = 0; i < plane_->bytes.size(); ++i) {
+    const unsigned count = scratch_.counts[i];
+    plane_->bytes[i] = static_cast<unsigned char>(count > 0 ? (scratch_.sums[i] + count / 2) / count : 0);
+    plane_->shown[i] = count > 0 ? 255 : 0;
+    plane_->isWhole &= count > 0;
+  }
+}
+
+}  // namespace zrk

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "display/BandLook.h"
+#include "display/BandSamples.h"
+#include "display/DrawScratch.h"
+#include "display/PlaceMap.h"
+
+namespace zrk {
+
+/// How far before an edge a place may lie, in pixels of the band, and still count as on it. World coordinates are
+/// seldom exact in binary.
+inline constexpr double kOnTheEdge = 1e-6;
+
+/// The part of a band that may be drawn, in its pixels: from u0 up to but without u1, and from v0 to v1.
+struct BandLimits {
+  double u0 = 0.0;
+  double u1 = 0.0;
+  double v0 = 0.0;
+  double v1 = 0.0;
+};
+
+/// The part of a band's pixels that lies in an extent of its world. For a turned band it is the range that the corners
+/// of the extent span.
+BandLimits LimitsOf(const ZRMBand& band, const Affine& toPixels, const Extent& extent);
+
+/// A band as a picture needs it.
+struct PaintedBand {
+  ZRMBand* band = nullptr;
+  const BandLook* look = nullptr;
+  Affine toPixels;  ///< from its world
+  BandLimits limits;
+  Extent extent;            ///< in its world
+  bool isCircling = false;  ///< its x are longitudes, which begin anew after 360 degrees
+};
+
+enum class PaintResult {
+  kFailed,    ///< the band can't be read
+  kNothing,   ///< the band does not lie there
+  kTooLarge,  ///< more samples lie under the block than are read at once
+  kPainted,
+};
+
+/// Turns what lies of a band under blocks of a picture into planes of bytes. For one thread.
+class BandPainter {
+ public:
+  /// `method` is a value of `XResampleMethod`.
+  BandPainter(const PictureGrid& grid, const SystemBridge& bridge, const PaintedBand& band, int method,
+              DrawScratch& scratch, int* cancel);
+
+  /// Fills the plane with the block's bytes.
+  PaintResult Paint(const Window& block, BandPlane& plane);
+
+ private:
+  struct Subpixel;
+  PaintResult PaintShifted(double shift);
+  PaintResult PaintUnturned(const Affine& map);
+  PaintResult PaintPatches(const PlaceMap& map, double shift);
+  void MakePatches(const PlaceMap& map, double shift);
+  void ChooseLevel(const PlaceMap& map);
+  PaintResult Read(const Window& window);
+
+  void Begin();
+  void FinishMeans();
+  void PaintAxes(BlockAxis& columns, BlockAxis& rows);
+  void PaintPatch(const PatchList& list, const Patch& patch);
+  void LocateLine(int count);
+  void PutRow(int x, int y, int count);
+
+  std::size_t PlaceInBlock(int x, int y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(block_.Width()) + static_cast<std::size_t>(x);
+  }
+
+  const PictureGrid& grid_;
+  const SystemBridge& bridge_;
+  const PaintedBand& band_;
+  const bool wantsMeans_;
+  DrawScratch& scratch_;
+  int* const cancel_;
+
+  Window block_;
+  BandPlane* plane_ = nullptr;
+  int level_ = 0;
+  int numHalves_ = 1;  // 2 where a pixel is the mean of two by two
+  bool isBegun_ = false;
+  BandSamples samples_;
+};
+
+}  // namespace zrk

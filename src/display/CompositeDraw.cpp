@@ -1,0 +1,137 @@
+// A picture is drawn block by block. For each block every band that is shown gives a plane of bytes; the planes are
+// then put together to pixels, where any of them shows something.
+
+#include "display/CompositeDraw.h"
+
+#include "math/Interleave.h"
+#include "XThread.h"
+#include "ZRMBand.h"
+#include "ZRMBandResize.h"
+
+#include <algorithm>
+
+namespace zrk {
+
+namespace {
+
+/// Planes of so many pixels stay in the processor's cache.
+constexpr int kBlockPixels = 1 << 16;
+constexpr int kTiledBlockWidth = 256;
+constexpr int kStripBlockWidth = 2048;
+constexpr int kMinBlockHeight = 32;
+
+/// Bands whose rows lie together are read in long rows.
+int BlockWidthFor(const ReadyComposite& ready) {
+  for (const PaintedBand& band : ready.bands) {
+    if (band.band && band.band->GetDecodeColumns() == 0) return kStripBlockWidth;
+  }
+  return kTiledBlockWidth;
+}
+
+}  // namespace
+
+CompositeDraw::CompositeDraw(const ReadyComposite& ready, const SystemBridge& bridge, BackBufferState& buffer,
+                             int method, int* cancel)
+    : ready_(ready),
+      bridge_(bridge),
+      buffer_(buffer),
+      method_(ready.isTable ? static_cast<int>(kResampleNearest) : method),
+      cancel_(cancel) {
+  buffer.scratch.patchKey = {};
+}
+
+int CompositeDraw::Draw(const Window& window) {
+  const int width = std::min(BlockWidthFor(ready_), window.Width());
+  const int height = std::max(kBlockPixels / width, kMinBlockHeight);
+  int result = kDrawNothing;
+  for (int y = window.y0; y <= window.y1; y += height) {
+    for (int x = window.x0; x <= window.x1; x += width) {
+      if (XfnIsStopRequested(cancel_)) return kDrawNothing;
+      const Window block{x, std::min(x + width - 1, window.x1), y, std::min(y + height - 1, window.y1)};
+      const PaintResult drawn = DrawBlock(block);
+      if (drawn == PaintResult::kFailed) return XfnIsStopRequested(cancel_) ? kDrawNothing : kDrawFailed;
+      if (drawn == PaintResult::kPainted) result = kDrawDone;
+    }
+  }
+  return result;
+}
+
+PaintResult CompositeDraw::DrawBlock(const Window& block) {
+  PaintResult result = PaintResult::kNothing;
+  isWhole_ = false;
+  for (std::size_t i = 0; i < isPainted_.size(); ++i) {
+    isPainted_[i] = false;
+    if (!ready_.looks[i]) continue;
+    BandPlane& plane = buffer_.scratch.planes[i];
+    BandPainter painter(buffer_.grid, bridge_, ready_.bands[i], method_, buffer_.scratch, cancel_);
+    const PaintResult painted = painter.Paint(block, plane);
+    if (painted == PaintResult::kTooLarge) return DrawParts(block);
+    if (painted == PaintResult::kFailed) return painted;
+    if (painted == PaintResult::kNothing) continue;
+    isPainted_[i] = true;
+    isWhole_ |= plane.isWhole;
+    result = painted;
+  }
+  if (result == PaintResult::kPainted) Compose(block);
+  return result;
+}
+
+/// The quarters of a block, or its halves where it has one column or row.
+PaintResult CompositeDraw::DrawParts(const Window& block) {
+  PaintResult result = PaintResult::kNothing;
+  const int width = (block.Width() + 1) / 2, height = (block.Height() + 1) / 2;
+  for (int y = block.y0; y <= block.y1; y += height) {
+    for (int x = block.x0; x <= block.x1; x += width) {
+      const PaintResult part = DrawBlock({x, std::min(x + width - 1, block.x1), y, std::min(y + height - 1, block.y1)});
+      if (part == PaintResult::kFailed) return part;
+      if (part == PaintResult::kPainted) result = part;
+    }
+  }
+  return result;
+}
+
+void CompositeDraw::Compose(const Window& block) {
+  const auto width = static_cast<std::size_t>(block.Width());
+  nothing_.assign(width, 0);
+  shown_.resize(width);
+  for (int y = block.y0; y <= block.y1; ++y) {
+    unsigned char* const target = buffer_.Row(y) + static_cast<std::size_t>(block.x0) * 3;
+    ComposeRow(block.Width(), static_cast<std::size_t>(y - block.y0) * width, target);
+  }
+}
+
+void CompositeDraw::ComposeRow(int width, std::size_t place, unsigned char* target) {
+  const auto count = static_cast<std::size_t>(width);
+  std::array<const unsigned char*, 3> bytes;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const int band = ready_.bandOfByte[i];
+    const bool isThere = band >= 0 && isPainted_[static_cast<std::size_t>(band)];
+    bytes[i] = isThere ? buffer_.scratch.planes[static_cast<std::size_t>(band)].bytes.data() + place : nothing_.data();
+  }
+  if (isWhole_ && !ready_.isTable) {
+    JoinPixels3(bytes[0], bytes[1], bytes[2], count, target);
+    return;
+  }
+  const unsigned char* const shown = isWhole_ ? nullptr : FindShown(place, count);
+  for (std::size_t i = 0; i < count; ++i, target += 3) {
+    if (shown && !shown[i]) continue;
+    const ReadyComposite::Pixel pixel =
+        ready_.isTable ? ready_.table[bytes[0][i]] : ReadyComposite::Pixel{bytes[0][i], bytes[1][i], bytes[2][i]};
+    target[0] = pixel.blue;
+    target[1] = pixel.green;
+    target[2] = pixel.red;
+  }
+}
+
+/// Which pixels of a row any band shows.
+const unsigned char* CompositeDraw::FindShown(std::size_t place, std::size_t count) {
+  std::fill(shown_.begin(), shown_.end(), static_cast<unsigned char>(0));
+  for (std::size_t band = 0; band < isPainted_.size(); ++band) {
+    if (!isPainted_[band]) continue;
+    const unsigned char* const shown = buffer_.scratch.planes[band].shown.data() + place;
+    for (std::size_t i = 0; i < count; ++i) shown_[i] = static_cast<unsigned char>(shown_[i] | shown[i]);
+  }
+  return shown_.data();
+}
+
+}  // namespace zrk

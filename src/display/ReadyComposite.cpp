@@ -1,0 +1,85 @@
+#include "display/ReadyComposite.h"
+
+#include "base/DataTypeVisit.h"
+#include "base/ReadError.h"
+#include "ZRMBand.h"
+
+#include <algorithm>
+
+namespace zrk {
+
+const CompositeSettings::Band* CompositeSettings::First() const {
+  for (const Band& band : bands) {
+    if (band.band) return &band;
+  }
+  return nullptr;
+}
+
+int CompositeSettings::CountBands() const {
+  return static_cast<int>(std::count_if(bands.begin(), bands.end(), [](const Band& band) { return band.band; }));
+}
+
+Extent CompositeSettings::GetDrawRange() const {
+  if (drawRange && First()) return *drawRange;
+  Extent whole;
+  for (const Band& band : bands) {
+    if (band.band) whole.GrowTo(ExtentOf(band));
+  }
+  return whole;
+}
+
+Extent ExtentOf(const CompositeSettings::Band& band) {
+  const double xSize = band.band->GetXSize(), ySize = band.band->GetYSize();
+  Extent extent;
+  for (const double column : {0.0, xSize}) {
+    for (const double row : {0.0, ySize}) extent.GrowTo(band.toWorld.U(column, row), band.toWorld.V(column, row));
+  }
+  return extent;
+}
+
+std::unique_ptr<const ReadyComposite> ReadyComposite::Make(const CompositeSettings& settings) {
+  auto ready = std::make_unique<ReadyComposite>();
+  const CompositeSettings::Band* const first = settings.First();
+  const bool isAlone = settings.CountBands() == 1;
+  ready->isTable = settings.mode == kModeTable;
+  for (int index = 0; index < kCompositeBands; ++index) {
+    const CompositeSettings::Band& band = settings.bands[static_cast<std::size_t>(index)];
+    const bool isLeftOut = ready->isTable && &band != first;
+    if (!band.band || band.settings.isHidden || isLeftOut) continue;
+    if (!ready->Add(index, settings)) return nullptr;
+    ready->bandOfByte[static_cast<std::size_t>(2 - index)] = index;
+    if (isAlone || ready->isTable) ready->bandOfByte = {index, index, index};
+  }
+  if (!first) return ready;
+  for (std::size_t i = 0; i < ready->table.size(); ++i) {
+    const XColour colour = first->settings.clt[i];
+    ready->table[i] = {static_cast<unsigned char>(colour >> 16), static_cast<unsigned char>(colour >> 8),
+                       static_cast<unsigned char>(colour)};
+  }
+  return ready;
+}
+
+bool ReadyComposite::Add(int index, const CompositeSettings& settings) {
+  const CompositeSettings::Band& source = settings.bands[static_cast<std::size_t>(index)];
+  ZRMBand& band = *source.band;
+  if (!source.toPixels || !IsScalar(band.GetDataType())) {
+    NoteReadError("The band has no pixels that can be drawn");
+    return false;
+  }
+  tagXSubsetStatistics statistics;
+  const BandSettings& asked = source.settings;
+  if (!FindStatistics(band, asked.stretchType, source.subset ? &*source.subset : nullptr, statistics)) return false;
+  looks[static_cast<std::size_t>(index)].emplace(asked, band.GetDataType(), band.GetNullValue(), statistics);
+
+  PaintedBand& painted = bands[static_cast<std::size_t>(index)];
+  painted.band = &band;
+  painted.look = &*looks[static_cast<std::size_t>(index)];
+  painted.toPixels = *source.toPixels;
+  painted.extent = ExtentOf(source);
+  painted.limits = {0.0, static_cast<double>(band.GetXSize()), 0.0, static_cast<double>(band.GetYSize())};
+  if (settings.drawRange) painted.limits = LimitsOf(band, painted.toPixels, *settings.drawRange);
+  painted.isCircling = settings.First()->band->GetSR()->IsGeographic() != 0;
+  return true;
+}
+
+}  // namespace zrk
