@@ -7,7 +7,7 @@
 #include <cstdint>
 
 /// Lists of places that can be read.
-enum XPlaceFormat {
+enum XPlaceFormat : int {
   kPlacesByContent = 0,  ///< whichever of the others the beginning of the file looks like
   /// The XML of libgweather (Locations.xml): every city that has coordinates.
   kPlacesGWeather = 1,

@@ -9,6 +9,7 @@
 
 #include "writers/names/CoordinateSort.h"
 
+#include "base/LargePages.h"
 #include "writers/names/InsertionReports.h"
 
 #include <algorithm>
@@ -112,8 +113,10 @@ bool KeySort::Deal(int digit) {
 }
 
 bool KeySort::Run() {
-  from_ = std::make_unique_for_overwrite<KeyedNumber[]>(records_.size());
-  to_ = std::make_unique_for_overwrite<KeyedNumber[]>(records_.size());
+  for (std::unique_ptr<KeyedNumber[]>* const numbers : {&from_, &to_}) {
+    *numbers = std::make_unique_for_overwrite<KeyedNumber[]>(records_.size());
+    PreferLargePages(numbers->get(), records_.size() * sizeof(KeyedNumber));
+  }
   if (!TakeKeys()) return false;
   for (int digit = 0; digit < kNumDigits; ++digit) {
     if (IsSameInAll(digit)) {
