@@ -203,7 +203,7 @@ void CheckTaken(const char* name, bool isGiven, const tagXFormatWriter& writer, 
 }
 
 /// The output's extension tells what options make sense, so a wrong one is refused before anything is opened.
-void CheckUsage(const ConvertOptions& options) {
+void CheckConvertUsage(const ConvertOptions& options) {
   if (options.maxError && !(*options.maxError >= 0.0 && std::isfinite(*options.maxError))) {
     throw UsageError("--max-error", "takes a number from 0 on");
   }
@@ -232,7 +232,7 @@ void AddConvertCommand(CommandLine& program) {
   AddWorkersOption(command, options->workers);
   AddQuietOption(command);
   command.SetAction([options] {
-    CheckUsage(*options);
+    CheckConvertUsage(*options);
     return RunConvert(*options);
   });
 }
