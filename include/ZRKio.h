@@ -63,6 +63,7 @@
 #include "XEPOT2D.h"
 #include "XExactStatistics.h"
 #include "XException.h"
+#include "XEarthCentred.h"
 #include "XExport.h"
 #include "XFile.h"
 #include "XFileException.h"
