@@ -17,7 +17,6 @@
 #include "XSystemFit.h"
 #include "ZRMBandDRIO.h"
 
-#include <charconv>
 #include <cstdio>
 
 namespace {
@@ -171,17 +170,6 @@ int Run(const Options& options, XSpatialReference& sr) {
     if (result.isDone) PrintNote(LevelFileName(path), remark);
   }
   return status;
-}
-
-/// A system is given as "EPSG:4326", in any case of letters, or as WKT.
-bool ReadSystem(const std::string& text, XSpatialReference& sr) {
-  XString head = text.substr(0, 5);
-  head.MakeUpper();
-  if (!(head == "EPSG:")) return sr.importFromWkt(text) && !sr.IsEmpty();
-  int code = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data() + 5, end, code);
-  return error == std::errc() && stop == end && sr.importFromEPSG(code);
 }
 
 const char* const kExamples =

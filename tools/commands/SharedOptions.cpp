@@ -7,9 +7,11 @@
 #include "output/TargetFile.h"
 #include "output/Text.h"
 #include "XPath.h"
+#include "XSpatialReference.h"
 #include "XSystem.h"
 
 #include <algorithm>
+#include <charconv>
 #include <thread>
 
 void AddWorkersOption(Command& command, int& count) {
@@ -54,6 +56,16 @@ void CheckOutputName(const std::string& path, const std::vector<std::string>& ex
   }
   throw UsageError("-o",
                    "a name in ." + Printable(extension.AsStdString()) + " promises something else than " + written);
+}
+
+bool ReadSystem(const std::string& text, XSpatialReference& sr) {
+  XString head = text.substr(0, 5);
+  head.MakeUpper();
+  if (!(head == "EPSG:")) return sr.importFromWkt(text) && !sr.IsEmpty();
+  int code = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data() + 5, end, code);
+  return error == std::errc() && stop == end && sr.importFromEPSG(code);
 }
 
 void AddNoLevelsOption(Command& command, bool& noLevels) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 class Command;
+class XSpatialReference;
 
 // Options that several subcommands take.
 
@@ -22,6 +23,9 @@ void AddNoLevelsOption(Command& command, bool& noLevels);
 
 /// --quiet: see Notes.h. For commands that show progress.
 void AddQuietOption(Command& command);
+
+/// Takes a system from "EPSG:4326", in any case of letters, or from WKT. False for what is not understood.
+bool ReadSystem(const std::string& text, XSpatialReference& sr);
 
 /// Refuses a name of an output file whose extension promises something else than one of those given, which are in small
 /// letters. A name without an extension promises nothing, and neither does a device.
