@@ -11,6 +11,7 @@
 #include "Job.h"
 #include "Notes.h"
 #include "output/ResumableFile.h"
+#include "output/Text.h"
 #include "PyramidExtent.h"
 #include "PyramidSources.h"
 #include "WorkReport.h"
@@ -164,6 +165,10 @@ std::string MakeKey(const Order& order, const PyramidSources& sources, const Opt
   return sources.GetKey() + "background " + std::to_string(order.what.backColor) + " srs " + options.srs;
 }
 
+std::string CountedTiles(std::int64_t count) {
+  return std::to_string(count) + (count == 1 ? " tile" : " tiles");
+}
+
 /// The work of one call, and what is told of it at the end.
 class PyramidJob {
  public:
@@ -200,7 +205,7 @@ bool PyramidJob::MakePlan(XThread& thread, std::string& err) {
   if (!sources_.Open(options_.inputs, thread, err) || !ChooseExtent(order_, sources_, err)) return false;
   XString sentence;
   if (XfnPlanGlobeExport(order_.what, plan_, sentence)) return IsWhole() || file_.HasRoom(plan_.fileBytes, err);
-  err = sentence.AsStdString();
+  err = WithoutCapital(sentence.AsStdString());
   return false;
 }
 
@@ -212,8 +217,10 @@ bool PyramidJob::MakeTiles(XThread& thread, std::string& err) {
                                              order_.share, state_, sentence, &thread);
   seconds_ = std::chrono::duration<double>(Clock::now() - start).count();
   if (isGood) return !state_.isComplete || file_.Publish(err);
-  err = sentence.AsStdString();
-  if (file_.IsBegun() && state_.numDone > 0) {
+  err = WithoutCapital(sentence.AsStdString());
+  // A file that was begun by others, or now and in vain, has no tile that this call knows of.
+  if (state_.numTiles > 0 && state_.numDone == 0 && !order_.isShared) file_.Discard();
+  if (state_.numDone > 0 && !order_.isShared) {
     AddRemark(std::to_string(state_.numDone) + " of " + std::to_string(state_.numTiles) +
               " tiles are kept beside it; --resume goes on with them");
   }
@@ -225,14 +232,14 @@ std::string PyramidJob::DescribePlan() const {
   const std::string levels = what.minLevel == what.maxLevel
                                  ? "level " + std::to_string(what.minLevel)
                                  : "levels " + std::to_string(what.minLevel) + " to " + std::to_string(what.maxLevel);
-  return levels + ", " + std::to_string(plan_.numTiles) + " tiles, " + FormatBytes(plan_.fileBytes);
+  return levels + ", " + CountedTiles(plan_.numTiles) + ", " + FormatBytes(plan_.fileBytes);
 }
 
 std::string PyramidJob::DescribeWork() const {
   char speed[64];
-  std::snprintf(speed, sizeof speed, " tiles in %.2f s, %.0f a second", seconds_,
+  std::snprintf(speed, sizeof speed, " in %.2f s, %.0f a second", seconds_,
                 static_cast<double>(state_.numMade) / std::max(seconds_, 1e-6));
-  std::string text = std::to_string(state_.numMade) + speed;
+  std::string text = CountedTiles(state_.numMade) + speed;
   if (state_.isComplete) return text;
   text += "; " + std::to_string(state_.numDone) + " of " + std::to_string(state_.numTiles) + " are done";
   if (state_.waitingLevel >= 0) {

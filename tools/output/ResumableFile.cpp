@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -65,6 +66,11 @@ bool ResumableFile::HasRoom(std::int64_t numBytes, std::string& err) const {
   if (numBytes - std::max<std::int64_t>(LengthOf(unfinished_), 0) <= available) return true;
   err = "the file needs " + FormatBytes(numBytes) + ", and the disk has room for " + FormatBytes(available);
   return false;
+}
+
+void ResumableFile::Discard() const {
+  ::unlink(unfinished_.c_str());
+  ::unlink((unfinished_ + kRecordSuffix).c_str());
 }
 
 bool ResumableFile::Publish(std::string& err) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ class ResumableFile {
   bool HasRoom(std::int64_t numBytes, std::string& err) const;
   /// Gives the whole file its name, and removes the record. Another process may have done so.
   bool Publish(std::string& err) const;
+
+  /// Removes the unfinished file and the record, where they hold nothing of use.
+  void Discard() const;
 
   const std::string& GetUnfinishedPath() const { return unfinished_; }
   bool IsBegun() const;
