@@ -65,6 +65,7 @@ int Run(int argc, char** argv) {
   AddTileCommand(program);
   AddGridCommand(program);
   AddVerifyCommand(program);
+  AddExportCommand(program);
   for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program);
   AddFormatsCommand(program);
   InstallInterruptHandlers();

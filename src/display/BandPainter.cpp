@@ -105,7 +105,7 @@ PaintResult BandPainter::PaintShifted(double shift) {
   const PlaceMap map(grid_, bridge_, shift, band_.toPixels);
   ChooseLevel(map);
   const Affine* const affine = map.GetAffine();
-  return affine && affine->IsUnturned() ? PaintUnturned(*affine) : PaintPatches(map);
+  return affine && affine->IsUnturned() ? PaintUnturned(*affine) : PaintPatches(map, shift);
 }
 
 /// For means a level finer is taken where there is one, so that a pixel is the mean of four samples or more.
@@ -200,14 +200,22 @@ void BandPainter::PaintAxes(BlockAxis& columns, BlockAxis& rows) {
   }
 }
 
-PaintResult BandPainter::PaintPatches(const PlaceMap& map) {
+/// Transformations take long, and the bands of an image mostly lie alike.
+void BandPainter::MakePatches(const PlaceMap& map, double shift) {
+  const PatchKey key{block_, band_.toPixels.c, shift, numHalves_};
+  if (scratch_.patchKey == key) return;
+  scratch_.patchKey = key;
+  for (int i = 0; i < numHalves_ * numHalves_; ++i) {
+    scratch_.patches[static_cast<std::size_t>(i)].Cover(map, block_, OffsetOf(i % numHalves_, numHalves_),
+                                                        OffsetOf(i / numHalves_, numHalves_));
+  }
+}
+
+PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
+  MakePatches(map, shift);
   const int numLists = numHalves_ * numHalves_;
   Extent range;
-  for (int i = 0; i < numLists; ++i) {
-    PatchList& list = scratch_.patches[static_cast<std::size_t>(i)];
-    list.Cover(map, block_, OffsetOf(i % numHalves_, numHalves_), OffsetOf(i / numHalves_, numHalves_));
-    range.GrowTo(list.GetRange());
-  }
+  for (int i = 0; i < numLists; ++i) range.GrowTo(scratch_.patches[static_cast<std::size_t>(i)].GetRange());
   const BandLimits& limits = band_.limits;
   if (!range.isSet || range.maxX + kOnTheEdge < limits.u0 || range.minX >= limits.u1 ||
       range.maxY + kOnTheEdge < limits.v0 || range.minY >= limits.v1) {

@@ -54,7 +54,8 @@ class BandPainter {
   struct Subpixel;
   PaintResult PaintShifted(double shift);
   PaintResult PaintUnturned(const Affine& map);
-  PaintResult PaintPatches(const PlaceMap& map);
+  PaintResult PaintPatches(const PlaceMap& map, double shift);
+  void MakePatches(const PlaceMap& map, double shift);
   void ChooseLevel(const PlaceMap& map);
   PaintResult Read(const Window& window);
 

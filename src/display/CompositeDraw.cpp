@@ -36,7 +36,9 @@ CompositeDraw::CompositeDraw(const ReadyComposite& ready, const SystemBridge& br
       bridge_(bridge),
       buffer_(buffer),
       method_(ready.isTable ? static_cast<int>(kResampleNearest) : method),
-      cancel_(cancel) {}
+      cancel_(cancel) {
+  buffer.scratch.patchKey = {};
+}
 
 int CompositeDraw::Draw(const Window& window) {
   const int width = std::min(BlockWidthFor(ready_), window.Width());

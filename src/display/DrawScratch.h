@@ -26,12 +26,22 @@ struct BlockAxis {
   int highest = -1;
 };
 
+/// What the patches of a draw were made for, so that bands that lie alike share them.
+struct PatchKey {
+  Window block{0, -1, 0, -1};
+  std::array<double, 6> toPixels{};
+  double shift = 0.0;
+  int numHalves = 0;
+  friend bool operator==(const PatchKey&, const PatchKey&) = default;
+};
+
 /// Working memory of the drawing into one buffer, kept from draw to draw.
 struct DrawScratch {
   std::array<BandPlane, 3> planes;
   std::array<BlockAxis, 2> columns;  ///< one, or for means one for each half of the pixels
   std::array<BlockAxis, 2> rows;
   std::array<PatchList, 4> patches;   ///< one, or for means one for each quarter of the pixels
+  PatchKey patchKey;                  ///< of `patches`; void when a draw begins
   std::vector<BandPlace> line;        ///< places under a row
   std::vector<int> places;            ///< of their samples in the buffer
   std::vector<unsigned char> bytes;   ///< of a row

@@ -15,4 +15,5 @@ void AddPyramidCommand(CommandLine& program);
 void AddTileCommand(CommandLine& program);
 void AddGridCommand(CommandLine& program);
 void AddVerifyCommand(CommandLine& program);
+void AddExportCommand(CommandLine& program);
 void AddFormatsCommand(CommandLine& program);

@@ -1,0 +1,284 @@
+// LXY trees. The levels are walked from the root down, and of each only the cells that the range of the data covers, so
+// that a small map in large bounds costs nothing but the folders of its levels. What is put into a cell is the part of
+// the two kinds of trees.
+
+#include "XExportLXY.h"
+
+#include "base/DataTypeVisit.h"
+#include "base/Disk.h"
+#include "base/Fence.h"
+#include "codec/JpegEncoder.h"
+#include "display/HeightMosaic.h"
+#include "math/SampleCast.h"
+#include "tagXArr2.h"
+#include "writers/MapExport.h"
+#include "XImageHelper.h"
+#include "XPath.h"
+#include "XQTI.h"
+#include "XReadPolicy.h"
+#include "XThread.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <pugixml.hpp>
+#include <sstream>
+#include <vector>
+
+namespace {
+
+/// The packed name of a cell has room for no more.
+constexpr int kMaxTreeLevel = 27;
+
+/// The arguments of an export.
+struct TreeRequest {
+  XString path;
+  ZRMCompManager* manager;
+  int maxLevel;
+  int tileSize;
+  zrk::Extent bounds;
+  XThread* thread;
+
+  bool HasBounds() const {
+    const double width = bounds.maxX - bounds.minX, height = bounds.maxY - bounds.minY;
+    return width > 0.0 && height > 0.0 && std::isfinite(width) && std::isfinite(height);
+  }
+};
+
+/// The cells of a level that some range covers, inclusive.
+struct CellRange {
+  std::int64_t firstColumn = 0;
+  std::int64_t lastColumn = -1;
+  std::int64_t firstRow = 0;
+  std::int64_t lastRow = -1;
+
+  double Count() const {
+    const auto sizeOf = [](std::int64_t first, std::int64_t last) { return static_cast<double>(last - first + 1); };
+    return HasCells() ? sizeOf(firstColumn, lastColumn) * sizeOf(firstRow, lastRow) : 0.0;
+  }
+  bool HasCells() const { return firstColumn <= lastColumn && firstRow <= lastRow; }
+};
+
+/// Which of `count` cells between two ends overlap a range. One that only meets the range at an edge does not.
+void FindCells(double low, double high, std::int64_t count, double first, double last, std::int64_t& firstCell,
+               std::int64_t& lastCell) {
+  const double cell = (high - low) / static_cast<double>(count);
+  const auto limit = static_cast<double>(count);
+  firstCell = static_cast<std::int64_t>(std::clamp(std::floor((first - low) / cell), 0.0, limit));
+  lastCell = static_cast<std::int64_t>(std::clamp(std::ceil((last - low) / cell), 0.0, limit)) - 1;
+}
+
+struct Cell {
+  int level;
+  int column;
+  int row;
+  XString path;  ///< without the extension
+};
+
+/// One export, whose kind the derived classes tell.
+class Tree {
+ public:
+  Tree(const TreeRequest& request, XString& err) : request_(request), err_(err) {}
+  virtual ~Tree() = default;
+  int Run();
+
+ protected:
+  virtual bool Prepare() = 0;
+  /// False where the cell has no file, with a sentence where one is known.
+  virtual bool MakeCell(const Cell& cell, XString& why) = 0;
+  virtual const char* GetKind() const = 0;
+
+  bool Fail(const char* sentence) {
+    err_ = sentence;
+    return false;
+  }
+
+  const TreeRequest& request_;
+  XString& err_;
+
+ private:
+  bool Check();
+  CellRange CellsOf(int level) const;
+  bool WriteLevel(int level);
+  bool WriteCell(const Cell& cell);
+  bool WriteIndex();
+
+  zrk::Extent range_;  // of the data
+  double numDone_ = 0.0;
+  double numCells_ = 0.0;
+};
+
+bool Tree::Check() {
+  if (request_.maxLevel < 0 || request_.maxLevel > kMaxTreeLevel) return Fail(zrk::kNoLevel);
+  if (!zrk::ShowsMap(*request_.manager, err_)) return false;
+  const std::int64_t side = std::int64_t{request_.tileSize} << request_.maxLevel;
+  if (request_.tileSize < 1 || request_.tileSize > zrk::kMaxJpegSide || side > INT_MAX) return Fail(zrk::kNoImageSize);
+  return true;
+}
+
+int Tree::Run() {
+  err_.Empty();
+  if (!Check() || !Prepare()) return 0;
+  range_.isSet = request_.manager->CalcTotalRange(range_.minX, range_.maxX, range_.minY, range_.maxY) != 0;
+  for (int level = 0; level <= request_.maxLevel; ++level) numCells_ += CellsOf(level).Count();
+  for (int level = 0; level <= request_.maxLevel; ++level) {
+    if (!WriteLevel(level)) return 0;
+  }
+  return WriteIndex() ? 1 : 0;
+}
+
+CellRange Tree::CellsOf(int level) const {
+  CellRange cells;
+  if (!range_.isSet) return cells;
+  const std::int64_t count = std::int64_t{1} << level;
+  const zrk::Extent& bounds = request_.bounds;
+  FindCells(bounds.minX, bounds.maxX, count, range_.minX, range_.maxX, cells.firstColumn, cells.lastColumn);
+  FindCells(bounds.minY, bounds.maxY, count, range_.minY, range_.maxY, cells.firstRow, cells.lastRow);
+  return cells;
+}
+
+/// A folder that can't be made shows in its files.
+bool Tree::WriteLevel(int level) {
+  const std::string folder = XfnGetFileFolder(request_.path).AsStdString() + std::to_string(level);
+  zrk::CurrentDisk().MakeFolder(folder);
+  const CellRange cells = CellsOf(level);
+  for (std::int64_t row = cells.firstRow; row <= cells.lastRow; ++row) {
+    for (std::int64_t column = cells.firstColumn; column <= cells.lastColumn; ++column) {
+      Cell cell{level, static_cast<int>(column), static_cast<int>(row), XString()};
+      cell.path = XString(folder) + "/" + XQTI::ToString(level, cell.column, cell.row);
+      if (!WriteCell(cell)) return false;
+    }
+  }
+  return true;
+}
+
+bool Tree::WriteCell(const Cell& cell) {
+  XThread* const thread = request_.thread;
+  if (thread) thread->CallbackPercent(static_cast<int>(numDone_ * 100.0 / numCells_));
+  numDone_ += 1.0;
+  const auto isStopped = [&] { return thread && thread->GetState() == XThread::kStateStop; };
+  if (isStopped()) return false;
+  XfnForgetLastReadError();
+  XString why;
+  const bool isMade = MakeCell(cell, why);
+  if (isStopped()) return false;
+  if (isMade || XfnGetDefaultReadPolicy() != kReadExact) return true;
+  err_ = why.IsEmpty() ? zrk::WhyNotDrawn("A tile can't be made") : why;
+  return false;
+}
+
+bool Tree::WriteIndex() {
+  pugi::xml_document document;
+  pugi::xml_node root = document.append_child("LXY");
+  const auto add = [](pugi::xml_node parent, const char* name, const XString& text) {
+    parent.append_child(name).text().set(text.GetText());
+  };
+  XString wkt;
+  request_.manager->GetSR()->exportToWkt(wkt);
+  add(root, "MAGIC_STR", "LXY");
+  add(root, "VERSION", "1");
+  add(root, "DATA", GetKind());
+  add(root, "PROJECTIONWKT", wkt);
+  add(root, "MAXLEVEL", std::to_string(request_.maxLevel));
+  add(root, "TILESIZE", std::to_string(request_.tileSize));
+  const pugi::xml_node bounds = root.append_child("ROOT_BOUND");
+  add(bounds, "MINX", zrk::FormatPlaces(request_.bounds.minX));
+  add(bounds, "MAXX", zrk::FormatPlaces(request_.bounds.maxX));
+  add(bounds, "MINY", zrk::FormatPlaces(request_.bounds.minY));
+  add(bounds, "MAXY", zrk::FormatPlaces(request_.bounds.maxY));
+  std::ostringstream text;
+  document.save(text);
+  const std::string bytes = text.str();
+  return zrk::WriteNewFile(request_.path, bytes.data(), static_cast<std::int64_t>(bytes.size())) ||
+         Fail("Fail to create output LXY index File");
+}
+
+class PictureTree : public Tree {
+ public:
+  using Tree::Tree;
+
+ private:
+  bool Prepare() override { return request_.HasBounds() || Fail(zrk::kNoImageSize); }
+  bool MakeCell(const Cell& cell, XString& why) override;
+  const char* GetKind() const override { return "TEXTURE"; }
+};
+
+bool PictureTree::MakeCell(const Cell& cell, XString& why) {
+  tagXVector2 low, high;
+  XQTI::GetRange(cell.level, cell.column, cell.row, {request_.bounds.minX, request_.bounds.minY},
+                 {request_.bounds.maxX, request_.bounds.maxY}, low, high);
+  return XfnConvertImage2JPG(cell.path + ".jpg", why, nullptr, request_.manager, low.x, low.y, high.x, high.y,
+                             (high.x - low.x) / request_.tileSize, (high.y - low.y) / request_.tileSize,
+                             request_.thread) != 0;
+}
+
+class HeightTree : public Tree {
+ public:
+  using Tree::Tree;
+
+ private:
+  bool Prepare() override;
+  bool MakeCell(const Cell& cell, XString& why) override;
+  const char* GetKind() const override { return "DEM"; }
+
+  std::unique_ptr<zrk::HeightMosaic> mosaic_;
+  tagXArr2 read_;
+  tagXArr2 posts_;
+};
+
+bool HeightTree::Prepare() {
+  mosaic_ = zrk::HeightMosaic::Make(*request_.manager);
+  if (!mosaic_) return Fail(zrk::kNoMosaic);
+  if (!request_.HasBounds()) return Fail("Fail to create resize DEM data band");
+  const int side = request_.tileSize + 1;
+  return posts_.Alloc(side, side, sizeof(float)) || Fail("Fail to allocate LXY DEM output data memory");
+}
+
+/// Rows of cells are counted from the south and rows of posts from the north.
+bool HeightTree::MakeCell(const Cell& cell, XString& why) {
+  const int size = request_.tileSize;
+  const double count = std::ldexp(static_cast<double>(size), cell.level);
+  const zrk::Extent& bounds = request_.bounds;
+  const zrk::PostGrid grid{bounds.minX, bounds.maxY, (bounds.maxX - bounds.minX) / count,
+                           (bounds.maxY - bounds.minY) / count};
+  const std::int64_t rowFromNorth = (std::int64_t{1} << cell.level) - 1 - cell.row;
+  const zrk::PostBlock block{std::int64_t{cell.column} * size, rowFromNorth * size, size + 1, size + 1};
+  int* const cancel = request_.thread ? request_.thread->GetStatePtr() : nullptr;
+  if (!mosaic_->Read(grid, block, read_, cancel)) return false;
+  const std::ptrdiff_t numPosts = std::ptrdiff_t{posts_.xSize} * posts_.ySize;
+  auto* const out = reinterpret_cast<float*>(posts_.data);
+  zrk::VisitDataType(mosaic_->GetDataType(), [&](auto zero) {
+    const auto* const samples = reinterpret_cast<const decltype(zero)*>(read_.data);
+    std::transform(samples, samples + numPosts, out,
+                   [](auto sample) { return zrk::ToSample<float>(static_cast<double>(sample)); });
+  });
+  if (zrk::WriteNewFile(cell.path + ".dem", out, numPosts * static_cast<std::int64_t>(sizeof(float)))) return true;
+  why = "A tile can't be written";
+  return false;
+}
+
+}  // namespace
+
+int XfnExport2LXYTexture(XString path, ZRMCompManager* manager, int maxLevel, int tileSize, double minX, double minY,
+                         double maxX, double maxY, XString& err, XThread* thread) {
+  return zrk::Fenced(err, [&] {
+    if (!manager) {
+      err = zrk::kNoManager;
+      return 0;
+    }
+    const TreeRequest request{path, manager, maxLevel, tileSize, {minX, maxX, minY, maxY, true}, thread};
+    return PictureTree(request, err).Run();
+  });
+}
+
+int XfnExport2LXYDem(XString path, ZRMCompManager* manager, int maxLevel, int tileSize, double minX, double minY,
+                     double maxX, double maxY, XString& err, XThread* thread) {
+  return zrk::Fenced(err, [&] {
+    if (!manager) {
+      err = zrk::kNoManager;
+      return 0;
+    }
+    const TreeRequest request{path, manager, maxLevel, tileSize, {minX, maxX, minY, maxY, true}, thread};
+    return HeightTree(request, err).Run();
+  });
+}
