@@ -8,7 +8,6 @@
 #include "output/Text.h"
 #include "ZRKio.h"
 
-#include <cctype>
 #include <cstdio>
 
 namespace {
@@ -17,13 +16,6 @@ namespace {
 void TellStaleLevelFile(const std::string& path) {
   std::fprintf(stderr, "zrkio: the level file %s is older than its image and isn't used; zrkio levels rebuilds it\n",
                Printable(LevelFileName(path)).c_str());
-}
-
-/// The library's sentences begin with a capital, and those of the program stand behind a colon.
-std::string WithoutCapital(std::string sentence) {
-  const bool isWord = sentence.size() > 1 && !std::isupper(static_cast<unsigned char>(sentence[1]));
-  if (isWord) sentence[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(sentence[0])));
-  return sentence;
 }
 
 }  // namespace

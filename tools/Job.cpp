@@ -6,7 +6,6 @@
 #include "Interrupt.h"
 #include "Notes.h"
 #include "output/Text.h"
-#include "Progress.h"
 #include "XPath.h"
 #include "XReadPolicy.h"
 
@@ -37,8 +36,8 @@ void ReportWhole(XThread& thread) {
 }
 
 /// The progress bar is gone when this returns, so that whatever is said next stands on a clean line.
-JobResult RunVisibly(const std::string& path, const Work& work) {
-  ProgressBar bar(Printable(XfnGetFileName(path)));
+JobResult RunVisibly(const std::string& path, const Work& work, const Pace* pace) {
+  ProgressBar bar(Printable(XfnGetFileName(path)), pace);
   XThread thread(&bar);
   const StoppableJob stoppable(thread);
   JobResult result;
@@ -50,10 +49,10 @@ JobResult RunVisibly(const std::string& path, const Work& work) {
 
 }  // namespace
 
-JobResult RunJob(const std::string& path, const Work& work) {
+JobResult RunJob(const std::string& path, const Work& work, const Pace* pace) {
   // A reason of the file before would mislead.
   XfnForgetLastReadError();
-  JobResult result = RunVisibly(path, work);
+  JobResult result = RunVisibly(path, work, pace);
   PrintRemarks(path);
   if (result.isDone) return result;
   // A stop makes reads fail for reasons of their own.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Progress.h"
 #include "XThread.h"
 
 #include <functional>
@@ -28,5 +29,5 @@ struct JobResult {
 using Work = std::function<bool(XThread& thread, std::string& err)>;
 
 /// Runs the work on a file with a progress bar, and stoppable by a signal. A failure is reported on stderr, also where
-/// memory ran out.
-JobResult RunJob(const std::string& path, const Work& work);
+/// memory ran out. With a pace, which may be null, the bar tells it as well.
+JobResult RunJob(const std::string& path, const Work& work, const Pace* pace = nullptr);

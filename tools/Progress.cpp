@@ -33,20 +33,20 @@ std::string FormatSeconds(double seconds) {
   return text;
 }
 
-/// The time left is estimated from the time taken, so there is none before the first percent.
-std::string FormatBar(long percent, double seconds) {
+/// The time left is estimated from the time taken since the first percentage, so there is none at that.
+std::string FormatBar(long first, long percent, double seconds) {
   const auto cells = static_cast<std::size_t>(percent * kBarCells / 100);
   std::string bar = " [";
   bar.append(cells, '#').append(kBarCells - cells, '.').append("] ").append(std::to_string(percent)).append(" %");
-  if (percent == 0) return bar;
-  const double left = seconds * static_cast<double>(100 - percent) / static_cast<double>(percent);
+  if (percent <= first) return bar;
+  const double left = seconds * static_cast<double>(100 - percent) / static_cast<double>(percent - first);
   return bar.append(", ").append(FormatSeconds(left)).append(" left");
 }
 
 }  // namespace
 
-ProgressBar::ProgressBar(std::string title)
-    : title_(std::move(title)), isTerminal_(!IsQuiet() && isatty(STDERR_FILENO)) {}
+ProgressBar::ProgressBar(std::string title, const Pace* pace)
+    : title_(std::move(title)), pace_(pace), isTerminal_(!IsQuiet() && isatty(STDERR_FILENO)) {}
 
 /// The line is wiped, so that it does not stay among the output.
 ProgressBar::~ProgressBar() {
@@ -56,6 +56,7 @@ ProgressBar::~ProgressBar() {
 /// Each percentage is drawn once, however often it is posted, unless the terminal has another width by now.
 void ProgressBar::PostMessage(unsigned message, XThread*, long value) {
   if (message != kXThreadMessage || !isTerminal_) return;
+  if (firstPercent_ < 0) firstPercent_ = pace_ ? value : 0;
   const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
   const bool isNew = value != lastPercent_;
   if (seconds < kSecondsBeforeShown || (!isNew && seconds < lastLook_ + kSecondsBetweenLooks)) return;
@@ -67,10 +68,17 @@ void ProgressBar::PostMessage(unsigned message, XThread*, long value) {
   Draw(std::clamp(value, 0L, 100L), seconds);
 }
 
+/// What was done before the bar began is left out.
+std::string ProgressBar::TellPace(long percent, double seconds) const {
+  if (!pace_ || percent <= firstPercent_ || seconds <= 0.0) return "";
+  const double made = static_cast<double>(pace_->total) * static_cast<double>(percent - firstPercent_) / 100.0;
+  return ", " + std::to_string(std::lround(made / seconds)) + " " + pace_->unit + "/s";
+}
+
 /// A line that is too long would wrap and could not be wiped away, so the title gives way to the bar.
 void ProgressBar::Draw(long percent, double seconds) {
   const std::size_t room = width_ - 1;
-  const std::string bar = Shortened(FormatBar(percent, seconds), room);
+  const std::string bar = Shortened(FormatBar(firstPercent_, percent, seconds) + TellPace(percent, seconds), room);
   const std::string title = Shortened(title_, room - bar.size());
   std::fprintf(stderr, "\r%s%s\033[K", title.c_str(), bar.c_str());
   isShown_ = true;

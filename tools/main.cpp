@@ -61,6 +61,7 @@ int Run(int argc, char** argv) {
   AddViewCommand(program);
   AddLevelsCommand(program);
   AddConvertCommand(program);
+  AddPyramidCommand(program);
   AddTileCommand(program);
   AddGridCommand(program);
   AddVerifyCommand(program);

@@ -11,6 +11,7 @@ void AddValueCommand(CommandLine& program);
 void AddViewCommand(CommandLine& program);
 void AddLevelsCommand(CommandLine& program);
 void AddConvertCommand(CommandLine& program);
+void AddPyramidCommand(CommandLine& program);
 void AddTileCommand(CommandLine& program);
 void AddGridCommand(CommandLine& program);
 void AddVerifyCommand(CommandLine& program);

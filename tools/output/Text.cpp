@@ -3,6 +3,8 @@
 
 #include "output/Text.h"
 
+#include <cctype>
+
 namespace {
 
 bool IsControl(unsigned char byte) {
@@ -42,4 +44,10 @@ std::string Shortened(std::string text, std::size_t maxBytes) {
   while (kept > 0 && IsContinuation(text[kept])) --kept;
   text.resize(kept);
   return text.append(kEllipsis.substr(0, maxBytes));
+}
+
+std::string WithoutCapital(std::string sentence) {
+  const bool isWord = sentence.size() > 1 && !std::isupper(static_cast<unsigned char>(sentence[1]));
+  if (isWord) sentence[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(sentence[0])));
+  return sentence;
 }

@@ -1,0 +1,151 @@
+// The checks stand in the order in which callers know their sentences. What tiles are made of is prepared before the
+// plan is looked at, so that a lack of memory or of heights is told before an extent that holds no tile.
+//
+// A plain export makes one level after the other. A share of one does the same with its part of each level, passes over
+// tiles that the record knows, and ends before a level whose finer one is not complete.
+
+#include "writers/globe/GlobeJob.h"
+
+#include "writers/globe/ElevationTiles.h"
+#include "writers/globe/ImageTiles.h"
+#include "XThread.h"
+#include "XTileGrid.h"
+#include "ZRMCompManager.h"
+
+#include <climits>
+#include <cmath>
+
+namespace zrk {
+
+namespace {
+
+constexpr const char* kCannotReadRecord = "Fail to read the record of tiles that are done";
+
+/// Whether the extent has posts of the finest level, and no more along an edge than a band can have.
+bool HasPosts(const tagXGlobeExport& what) {
+  const double step = XfnGetTileSize3D(what.maxLevel) / 30.0;
+  const double across = (what.maxLon - what.minLon) / step, along = (what.maxLat - what.minLat) / step;
+  return across >= 0.0 && across < INT_MAX && along >= 0.0 && along < INT_MAX;
+}
+
+bool Fail(XString& err, const char* sentence) {
+  err = sentence;
+  return false;
+}
+
+}  // namespace
+
+const char* FindFaultOfLevels(const tagXGlobeExport& what) {
+  if (what.minLevel < 0 || what.maxLevel < 0) return "Invalid output data level";
+  return what.minLevel > what.maxLevel ? "Number of output level must be at least 1." : nullptr;
+}
+
+GlobeJob::GlobeJob(ZRMCompManager* manager, const tagXGlobeExport& what, XThread* thread)
+    : manager_(manager), what_(what), thread_(thread) {}
+
+GlobeJob::~GlobeJob() = default;
+
+bool GlobeJob::Check(XString& err) const {
+  if (!manager_) return Fail(err, "Invalid ZRM composite manager");
+  const char* const levels = FindFaultOfLevels(what_);
+  if (what_.minLevel < 0 || what_.maxLevel < 0) return Fail(err, levels);
+  const XSpatialReference* const sr = manager_->GetSR();
+  if (!sr) return Fail(err, "Invalid spatial reference : NULL");
+  if (!sr->IsGeographic()) return Fail(err, "Invalid spatial reference : Not geographic");
+  return !levels || Fail(err, levels);
+}
+
+/// A maker of the finest level is tried, because it takes the most memory.
+bool GlobeJob::PrepareSource(XString& err) {
+  if (what_.isElevation) {
+    if (HasPosts(what_)) heights_ = ElevationTiles::Make(*manager_, what_);
+    return heights_ || Fail(err, "Fail to create mosaic DEM data band");
+  }
+  images_ = std::make_unique<ImageTiles>(*manager_, plan_.tiles, what_.backColor);
+  return images_->NewMaker(what_.maxLevel, err) != nullptr;
+}
+
+bool GlobeJob::Prepare(XString& err) {
+  if (!Check(err)) return false;
+  plan_ = MakeStorePlan(what_);
+  if (!PrepareSource(err)) return false;
+  return plan_.CountTiles() > 0 || Fail(err, what_.isElevation ? "Invalid PBE File : NULL" : "Invalid PBI File : NULL");
+}
+
+TileSource& GlobeJob::Source() const {
+  if (heights_) return *heights_;
+  return *images_;
+}
+
+bool GlobeJob::MakeAll(const XString& path, XString& err) {
+  ExportSession session;
+  session.file = ExportFile::Create(path, plan_.head, FileUse::kAlone);
+  if (!session.file) return Fail(err, what_.isElevation ? "Fail to crate PBE file" : "Fail to crate PBI file");
+  TileProgress progress(thread_, plan_.CountTiles(), 0);
+  tagXGlobeState state;
+  return MakeLevels(session, Shard{}, progress, state, err);
+}
+
+bool GlobeJob::MakeShare(const XString& path, const tagXGlobeShare& share, tagXGlobeState& state, XString& err) {
+  const Shard shard{share.shard, share.numShards};
+  if (shard.number < 1 || shard.number > shard.count) return Fail(err, "There is no such shard");
+  ExportSession session;
+  std::int64_t numTiles = 0, before = 0;
+  if (!session.Open(path, plan_, share, err) || !CountDone(*session.record, shard, before, err)) return false;
+  for (int i = 0; i < plan_.tiles.CountLevels(); ++i) {
+    numTiles += plan_.tiles.CountTiles(i, plan_.tiles.UnitsOf(i, shard));
+  }
+  TileProgress progress(thread_, numTiles, before);
+  const bool isGood = MakeLevels(session, shard, progress, state, err);
+  XString reason;
+  if (!Tell(*session.record, shard, before, state, reason) && isGood) err = reason;
+  state.isComplete = isGood && reason.IsEmpty() && state.numDone == state.numTiles;
+  if (!isGood || !reason.IsEmpty()) return false;
+  if (state.waitingLevel < 0 || state.numMade > 0) return true;
+  err.Format("Level %d is made of level %d, which other shards have not completed", state.waitingLevel,
+             state.waitingLevel + 1);
+  return false;
+}
+
+/// Tells how far the export is, by its record.
+bool GlobeJob::Tell(const DoneRecord& record, const Shard& shard, std::int64_t before, tagXGlobeState& state,
+                    XString& err) const {
+  std::int64_t numDone = 0;
+  state.numTiles = plan_.CountTiles();
+  if (!CountDone(record, Shard{}, state.numDone, err) || !CountDone(record, shard, numDone, err)) return false;
+  state.numMade = numDone - before;
+  return true;
+}
+
+bool GlobeJob::MakeLevels(const ExportSession& session, const Shard& shard, TileProgress& progress,
+                          tagXGlobeState& state, XString& err) {
+  if (images_) images_->SetFile(session.file);
+  for (int i = 0; i < plan_.tiles.CountLevels(); ++i) {
+    const UnitRange units = plan_.tiles.UnitsOf(i, shard);
+    const DoneRecord* const record = session.record.get();
+    if (record && record->CountDone(i, units) == plan_.tiles.CountTiles(i, units)) continue;
+    if (record && i > 0 && Source().IsBuiltOnLevels()) {
+      const std::int64_t numFiner = record->CountDone(i - 1, {0, plan_.tiles.CountUnits(i - 1)});
+      if (numFiner < 0) return Fail(err, kCannotReadRecord);
+      if (numFiner < plan_.tiles.CountTiles(i - 1)) {
+        state.waitingLevel = plan_.tiles.GetLevel(i).level;
+        return true;
+      }
+    }
+    const TileJob job{plan_.tiles, Source(), *session.file, session.record.get(), progress};
+    if (!TileRun(job, i, units).Run(err)) return false;
+  }
+  return !session.record || session.file->Sync() || Fail(err, "Fail to write tiles to the file");
+}
+
+bool GlobeJob::CountDone(const DoneRecord& record, const Shard& shard, std::int64_t& count, XString& err) const {
+  count = 0;
+  for (int i = 0; i < plan_.tiles.CountLevels(); ++i) {
+    const std::int64_t ofLevel = record.CountDone(i, plan_.tiles.UnitsOf(i, shard));
+    if (ofLevel < 0) return Fail(err, kCannotReadRecord);
+    count += ofLevel;
+  }
+  return true;
+}
+
+}  // namespace zrk

@@ -1,0 +1,109 @@
+// Pictures: the lower left corner of the extent goes to that of its tile of the coarsest level, and the upper right
+// corner to that of its own tile there, less a pixel. The corners of the extent both count as lying in the tile east
+// and north of them. At a level nine above the coarsest one the last tiles are smaller than that pixel and are left
+// out.
+//
+// Heights: each level has the tiles that the extent touches. An upper right corner on an edge counts as lying in the
+// tile west or south of it.
+
+#include "writers/globe/StorePlan.h"
+
+#include "tiles/StoreHeader.h"
+#include "writers/globe/TileShapes.h"
+#include "XPBEFile.h"
+#include "XPBIFile.h"
+#include "XTileGrid.h"
+
+#include <memory>
+#include <utility>
+
+namespace zrk {
+
+namespace {
+
+constexpr double kLevel0TileSize = 18.0;
+constexpr double kFirstVersion = 1.0;  // of pictures
+constexpr double kVersionOfHeights = 1.2;
+constexpr double kVersionWithNormals = 2.0;
+
+struct TileRange {
+  int llRow = 0;
+  int llCol = 0;
+  int urRow = 0;
+  int urCol = 0;
+};
+
+/// The corners that all levels of pictures have.
+void SnapToTiles(tagXGlobeExport& what) {
+  const double tileSize = XfnGetTileSize3D(what.minLevel);
+  const double inward = tileSize - tileSize * kPictureStep;
+  int row = 0, col = 0;
+  XfnGetRowColFromGeo(what.minLevel, what.minLon, what.minLat, row, col);
+  what.minLon = col * tileSize - 180.0;
+  what.minLat = row * tileSize - 90.0;
+  XfnGetRowColFromGeo(what.minLevel, what.maxLon, what.maxLat, row, col);
+  what.maxLon = col * tileSize - 180.0 + inward;
+  what.maxLat = row * tileSize - 90.0 + inward;
+}
+
+TileRange FindRange(const tagXGlobeExport& what, int level) {
+  TileRange range;
+  XfnGetRowColFromGeo(level, what.minLon, what.minLat, range.llRow, range.llCol);
+  if (what.isElevation) {
+    XfnGetRowColFromGeo(XfnGetTileSize3D(level), what.maxLon, what.maxLat, range.urRow, range.urCol);
+  } else {
+    XfnGetRowColFromGeo(level, what.maxLon, what.maxLat, range.urRow, range.urCol);
+  }
+  return range;
+}
+
+/// Levels that no header has room for need not be listed: the file can't be made with them.
+int CountListed(const tagXGlobeExport& what) {
+  const StoreKind kind = what.isElevation ? StoreKind::kElevation : StoreKind::kImage;
+  const auto most = static_cast<std::int64_t>(CountLevelRecords(kind, kStoreHeaderBytes)) + 1;
+  return static_cast<int>(std::min(std::int64_t{what.maxLevel} - what.minLevel + 1, most));
+}
+
+/// Takes what the finished info of a store tells.
+template <class Info>
+void Take(const Info& info, StorePlan& plan) {
+  for (int i = 0; i < info.GetNumberOfLevel(); ++i) plan.levels.push_back(info.GetLevelInfoAt(i)->GetRecord());
+  const std::unique_ptr<unsigned char[]> header(info.GetBindInfo());
+  if (header) plan.head.header.assign(header.get(), header.get() + info.GetHeaderSize());
+  plan.head.fileBytes = info.GetFileSize();
+}
+
+StorePlan PlanPictures(tagXGlobeExport what) {
+  SnapToTiles(what);
+  XPBIFile store(kFirstVersion, kLevel0TileSize);
+  for (int i = 0; i < CountListed(what); ++i) {
+    const int level = what.minLevel + i;
+    const TileRange range = FindRange(what, level);
+    store.AddLevel(level, range.llRow, range.llCol, range.urRow, range.urCol, kPictureSide, kPictureSide, kDxt1);
+  }
+  StorePlan plan;
+  Take(*store.GetFileInfo(), plan);
+  plan.tiles = TilePlan({plan.levels.rbegin(), plan.levels.rend()});
+  return plan;
+}
+
+StorePlan PlanHeights(const tagXGlobeExport& what) {
+  XPBEFile store(what.withNormals ? kVersionWithNormals : kVersionOfHeights, kLevel0TileSize);
+  for (int i = 0; i < CountListed(what); ++i) {
+    const int level = what.minLevel + i;
+    const TileRange range = FindRange(what, level);
+    store.AddLevel(level, range.llRow, range.llCol, range.urRow, range.urCol, kPostSide, kPostSide);
+  }
+  StorePlan plan;
+  Take(*store.GetFileInfo(), plan);
+  plan.tiles = TilePlan(plan.levels);
+  return plan;
+}
+
+}  // namespace
+
+StorePlan MakeStorePlan(const tagXGlobeExport& what) {
+  return what.isElevation ? PlanHeights(what) : PlanPictures(what);
+}
+
+}  // namespace zrk

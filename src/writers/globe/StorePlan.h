@@ -1,0 +1,23 @@
+#pragma once
+
+#include "tagXGlobeExport.h"
+#include "writers/globe/ExportFile.h"
+#include "writers/globe/TilePlan.h"
+
+namespace zrk {
+
+/// Everything about the file of an export that its order tells, before any source is looked at.
+struct StorePlan {
+  ExportHead head;
+  std::vector<tagXTileLevel> levels;  ///< as the header has them, the coarsest first
+  TilePlan tiles;                     ///< levels in the order in which they are made
+
+  /// 0 where the extent holds no tile.
+  std::int64_t CountTiles() const { return tiles.CountTiles(); }
+};
+
+/// The plan of an export whose levels are in order. All levels of pictures cover the same extent, that of the tiles of
+/// the coarsest level which the one asked for touches; levels of heights have the tiles that it touches at each.
+StorePlan MakeStorePlan(const tagXGlobeExport& what);
+
+}  // namespace zrk
