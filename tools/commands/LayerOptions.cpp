@@ -13,7 +13,7 @@
 namespace {
 
 constexpr int kMaxLayers = 100;
-constexpr int kLeastTile = 32, kMaxTile = 16384;
+constexpr int kLeastTile = 32, kMaxLayerTile = 16384;
 
 /// The rates as the library takes them. Digits are enough for each number to come out as it was given.
 XString PrintRates(const std::vector<double>& rates) {
@@ -58,7 +58,7 @@ void AddLayerOptions(Command& command, LayerRequest& request) {
                  title + "quality layers; 1, or as many as\nthere are rates, unless given")
       .SetRange(1, kMaxLayers);
   command.AddOption("--tile", "N", request.tileSide, title + "the side of a tile in pixels;\n1024 unless given")
-      .SetRange(kLeastTile, kMaxTile);
+      .SetRange(kLeastTile, kMaxLayerTile);
   command.AddFlag("--no-georef", request.isWithoutPlace, title + "leave out where the image lies");
 }
 
