@@ -93,15 +93,19 @@ bool WriteText(const XString& path, const XString& text) {
 }  // namespace
 
 XPBEFile::XPBEFile(double version, double tileSize)
-    : info_(std::make_shared<XPBEFileInfo>(version, tileSize, zrk::kStoreHeaderBytes)),
-      isUsable_(true),
+    : info_(zrk::MakeInfo<XPBEFileInfo>(zrk::HeaderOfNewStore(tileSize), version)),
+      isUsable_(info_ != nullptr),
       hasNormals_(version >= kFirstVersionWithNormals) {}
 
-XPBEFile::XPBEFile(XString path, unsigned mode) : name_(path) {
-  if (!zrk::TileFile::MayOpen(path, mode)) return;
-  isUsable_ = true;
-  file_ = zrk::TileFile::Open(path, mode);
-  info_ = ReadFileInfo();
+XPBEFile::XPBEFile(XString path, unsigned mode) {
+  zrk::FencedStore([&] {
+    name_ = path;
+    if (!zrk::TileFile::MayOpen(path, mode)) return false;
+    isUsable_ = true;
+    file_ = zrk::TileFile::Open(path, mode);
+    info_ = ReadFileInfo();
+    return true;
+  });
 }
 
 XPBEFile::XPBEFile(const XPBEFile&) = default;
@@ -112,9 +116,7 @@ std::shared_ptr<XPBEFileInfo> XPBEFile::ReadFileInfo() {
   const std::optional<zrk::StoreHeader> header = file_ ? file_->ReadHeader(zrk::StoreKind::kElevation) : std::nullopt;
   if (!header) return nullptr;
   hasNormals_ = header->version >= kFirstVersionWithNormals;
-  auto info = std::make_shared<XPBEFileInfo>(header->version, header->tileSize, header->headerSize);
-  zrk::AddLevels(*info, *header);
-  return info;
+  return zrk::MakeInfo<XPBEFileInfo>(*header, header->version);
 }
 
 bool XPBEFile::AddLevel(int level, int tileWidth, int tileHeight) {
@@ -128,14 +130,12 @@ bool XPBEFile::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, i
 }
 
 bool XPBEFile::Create(XString path) {
-  name_ = path;
   file_.reset();
-  const std::unique_ptr<unsigned char[]> header(info_ ? info_->GetBindInfo() : nullptr);
-  if (header) {
-    const auto headerBytes = static_cast<std::size_t>(info_->GetHeaderSize());
-    file_ = zrk::TileFile::Create(path, {header.get(), headerBytes}, info_->GetFileSize());
-  }
-  isUsable_ = file_ != nullptr;
+  isUsable_ = zrk::FencedStore([&] {
+    name_ = path;
+    file_ = zrk::CreateStore(path, info_.get());
+    return file_ != nullptr;
+  });
   return true;
 }
 
@@ -240,13 +240,14 @@ bool XPBEFile::SerilizeToBIP(int level, XString dataPath, XString headerPath) co
   if (record.storageSize < zrk::kBipFloatsOfTile * bytesOfPost) return false;
   if (!file_->Find(record, record.llRow, record.llCol) || !file_->Find(record, record.urRow, record.urCol))
     return false;
-  if (!WriteText(headerPath, zrk::DescribeBip(record))) return false;
-  return zrk::WriteBip(dataPath, record, [&](int row, int col, std::span<float> floats) {
+  const auto firstFloats = [&](int row, int col, std::span<float> floats) {
     int size = 0;
     const std::unique_ptr<float[]> tile(GetElevationData(level, row, col, size));
     if (tile) std::copy_n(tile.get(), floats.size(), floats.begin());
     return tile != nullptr;
-  });
+  };
+  return zrk::FencedStore(
+      [&] { return WriteText(headerPath, zrk::DescribeBip(record)) && zrk::WriteBip(dataPath, record, firstFloats); });
 }
 
 bool XPBEFile::ParseHeaderInfo(const unsigned char* bytes, XPBEFileInfo* info) {
