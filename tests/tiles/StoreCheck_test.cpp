@@ -361,3 +361,16 @@ TEST_F(StoreCheck, TakesHeightsOfWordsOutAsFloats) {
   ASSERT_EQ(1, XfnReadStoreTile(folder_.Path("a.pbe"), 0, 0, 0, tile, err)) << err.GetText();
   EXPECT_EQ((Posts{-5.0F, 7.0F}), tile.heights);
 }
+
+/// The tiles of a store without any have a size, too. One of 60,000 by 60,000 has 1,800,000,000 bytes.
+TEST_F(StoreCheck, TellsTilesOfAnIndexThatAreLargerThanTheLimits) {
+  for (const int tileSize : {60000, 200000}) {
+    EXPECT_THAT(Check("a.txi", TxidBuilder().Grid(1, 1, tileSize).BuildIndex()),
+                ElementsAre("The tiles are larger than the limits allow"));
+  }
+  TxidBuilder store;
+  store.Grid(1, 1, 60000).Record(0, 0, 32);
+  EXPECT_THAT(Check("a.txi", store.BuildIndex()),
+              ElementsAre("A tile of 60000 by 60000 has 32 bytes; it needs 1800000000",
+                          "The tiles are larger than the limits allow"));
+}
