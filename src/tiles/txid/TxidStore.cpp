@@ -87,8 +87,8 @@ void CheckKeys(const XString& path, const OpenTxid& store, StoreFindings& findin
 bool CheckTileSize(const tagTxiInfo& info, StoreFindings& findings) {
   const std::int64_t needed = CalcPackedBytes(info.tileSize);
   if (!info.tiles.empty() && info.tileDataSize != needed) {
-    findings.Add("A tile of %d by %d has %d bytes; it needs %lld", info.tileSize, info.tileSize, info.tileDataSize,
-                 static_cast<long long>(needed));
+    findings.Add("A tile of %d by %d has %d %s; it needs %lld", info.tileSize, info.tileSize, info.tileDataSize,
+                 WordFor(info.tileDataSize, "byte", "bytes"), static_cast<long long>(needed));
   }
   if (needed <= std::min<std::int64_t>(XfnGetLimits().decodedTileBytes, INT_MAX)) return true;
   findings.Add("The tiles are larger than the limits allow");
@@ -135,6 +135,7 @@ int ReadTxidTile(const XString& path, const StoreTilePlace& place, tagXStoreTile
   OpenTxid store;
   if (!store.Open(path, err)) return 0;
   if (place.level != 0) return RefuseTile(err, "The store has no such level; all tiles are of level 0");
+  if (store.NumTiles() == 0) return RefuseTile(err, "The store has no tiles");
   if (place.row < 0 || place.row >= store.info.numYTiles || place.col < 0 || place.col >= store.info.numXTiles) {
     err.Format("The store has the rows 0 to %d and the columns 0 to %d", store.info.numYTiles - 1,
                store.info.numXTiles - 1);
