@@ -3,6 +3,7 @@
 #include "PbiBuilder.h"
 #include "PbiReference.h"
 #include "XFormatId.h"
+#include "XPBIFileInfo.h"
 
 #include <gtest/gtest.h>
 
@@ -259,6 +260,19 @@ TEST(ZRMBandPBI, FollowersTakeWhatTheMasterReadLast) {
   EXPECT_EQ(nullptr, store.BandAt().GetResult(-1));
 }
 
+/// A band whose pixels are set to be twice as high has half as many rows of them in a tile.
+TEST(ZRMBandPBI, TakesNoMoreRowsOfATileThanItHasPixelsOfTheBand) {
+  const PbiBuilder builder = OneLevel();
+  OpenPbi store = Open(builder);
+  ZRMBandPBI& band = store.BandAt();
+  band.SetPixelSize(band.GetXPixelSize(), 2.0 * band.GetYPixelSize());
+  for (const int level : {0, 1}) {
+    const Window window{0, 255, 0, 249};
+    EXPECT_EQ(ReadPlainly(builder, band, level, window, 0), store.Read(level, window)) << level;
+  }
+  EXPECT_EQ(0, store.Read(0, {0, 255, 0, 249}).bytes.at(200 * 256 + 100));
+}
+
 TEST(ZRMBandPBI, BuffersGrowAndAreGivenBack) {
   OpenPbi store = Open(OneLevel());
   EXPECT_EQ(1, store.BandAt().AllocBuffer(131072));
@@ -273,7 +287,27 @@ class TileBand : public ZRMBandPBI {
   TileBand() : ZRMBandPBI(nullptr) {}
   using ZRMBandPBI::GetDXTdata;
   using ZRMBandPBI::GetRGBAdata;
+  using ZRMBandPBI::ReadFileInfo;
 };
+
+TEST(ZRMBandPBI, GivesTheHeaderToClassesAboveIt) {
+  TempFolder folder;
+  TileBand band;
+  XString err;
+  EXPECT_EQ(nullptr, band.ReadFileInfo());
+  const StoreRecord record{4, 10, 20, 11, 22, 0.0, 8, 8, 32, 1, 51200};
+  folder.Write("a.pbi", StoreBuilder("PBI").Version(1.9).TileSize(9.0).Level(record).Body(TileOf(192, 1)).Build());
+  ASSERT_EQ(1, band.ReadFile(folder.Path("a.pbi"), err, nullptr));
+  const auto info = band.ReadFileInfo();
+  ASSERT_TRUE(info);
+  EXPECT_EQ(1.0, info->GetVersion());
+  EXPECT_EQ(9.0, info->GetTileSize());
+  EXPECT_EQ(51200, info->GetHeaderSize());
+  ASSERT_EQ(1, info->GetNumberOfLevel());
+  EXPECT_EQ(22, info->GetLevelInfo(4)->GetURCol());
+  folder.Write("a.pbi", "no header");
+  EXPECT_EQ(nullptr, band.ReadFileInfo());
+}
 
 TEST(ZRMBandPBI, GivesTilesToClassesAboveIt) {
   const PbiBuilder builder = OneLevel();
