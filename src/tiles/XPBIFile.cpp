@@ -167,8 +167,8 @@ unsigned char* XPBIFile::GetDXTdata(int level, int row, int col, int& size) cons
 
 int XPBIFile::GetStorageRequirements(int width, int height, _XDXTTYPE type) {
   constexpr int kOneBlock = 8;
-  if (type == kDxt1 && width < 4 && height < 4) return kOneBlock;
-  return static_cast<int>(zrk::BlockBytes({type, width, height}));
+  if (type != kDxt1) return static_cast<int>(zrk::BlockBytesOfSquish({type, width, height}));
+  return width < 4 && height < 4 ? kOneBlock : static_cast<int>(zrk::BlockBytes({type, width, height}));
 }
 
 bool XPBIFile::ParseHeaderInfo(const unsigned char* bytes, XPBIFileInfo* info) {
