@@ -43,8 +43,8 @@ class ZRKIO_API XPBEFile {
   ~XPBEFile();
 
   /// Adds a level of the whole earth, or of a range of tiles, to the header. A post takes 4 bytes, or 16 with normals.
-  /// After `Create` it changes the header in memory only. False without one, and for tiles of a size that no
-  /// int holds in bytes.
+  /// After `Create` it changes the header in memory only. Tiles of a size below 1 have no bytes, and there are none of
+  /// them. False without a header, without memory, and for tiles of a size that no int holds in bytes.
   bool AddLevel(int level, int tileWidth, int tileHeight);
   bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight);
 

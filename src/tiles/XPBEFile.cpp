@@ -78,11 +78,11 @@ std::int64_t PostAt(double distance, double tileSize) {
   return zrk::TruncateToInt(distance / tileSize * kPosts);
 }
 
-/// The bytes of a tile of floats; 0 where no int holds them.
-int StorageOf(int width, int height, bool hasNormals) {
-  const auto posts = width > 0 && height > 0 ? zrk::CheckedMultiply(width, height) : std::nullopt;
+/// The bytes of a tile of floats, none where a size is below 1; empty where no int holds them.
+std::optional<int> StorageOf(int width, int height, bool hasNormals) {
+  const auto posts = zrk::CheckedMultiply(std::max(width, 0), std::max(height, 0));
   const auto bytes = posts ? zrk::CheckedMultiply(*posts, hasNormals ? 16 : 4) : std::nullopt;
-  return bytes && *bytes <= INT_MAX ? static_cast<int>(*bytes) : 0;
+  return bytes && *bytes <= INT_MAX ? std::optional(static_cast<int>(*bytes)) : std::nullopt;
 }
 
 bool WriteText(const XString& path, const XString& text) {
@@ -120,13 +120,13 @@ std::shared_ptr<XPBEFileInfo> XPBEFile::ReadFileInfo() {
 }
 
 bool XPBEFile::AddLevel(int level, int tileWidth, int tileHeight) {
-  const int storage = StorageOf(tileWidth, tileHeight, hasNormals_);
-  return info_ && storage > 0 && info_->AddLevel(level, tileWidth, tileHeight, storage);
+  const std::optional<int> storage = StorageOf(tileWidth, tileHeight, hasNormals_);
+  return info_ && storage && info_->AddLevel(level, tileWidth, tileHeight, *storage);
 }
 
 bool XPBEFile::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight) {
-  const int storage = StorageOf(tileWidth, tileHeight, hasNormals_);
-  return info_ && storage > 0 && info_->AddLevel(level, llRow, llCol, urRow, urCol, tileWidth, tileHeight, storage);
+  const std::optional<int> storage = StorageOf(tileWidth, tileHeight, hasNormals_);
+  return info_ && storage && info_->AddLevel(level, llRow, llCol, urRow, urCol, tileWidth, tileHeight, *storage);
 }
 
 bool XPBEFile::Create(XString path) {
