@@ -54,6 +54,26 @@ TEST(BlockPlanes, OfAnyNumberOfBlocksAreWhole) {
   }
 }
 
+/// Each part of a row of blocks goes into rows of just its size, each of which is an array of its own.
+TEST(BlockPlanes, OfAPartOfARowAreItsPixelsAlone) {
+  const Bytes blocks = WithRoom(TxidBuilder::AnyBlocks(9, 8 * 40));
+  for (std::size_t begin = 0; begin < 4; ++begin) {
+    for (std::size_t end = begin + 1; end <= 160; end += end < 20 || end > 50 ? 1 : 7) {
+      std::vector<Bytes> planes(16, Bytes(end - begin));
+      zrk::BlockRows rows;
+      for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = planes[i].data();
+      zrk::UnpackPartToPlanes(blocks.data(), begin, end, rows);
+      for (std::size_t x = begin; x < end; ++x) {
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+          const auto expected =
+              TxidBuilder::PixelOf(&blocks[x / 4 * 8], static_cast<int>(x % 4), static_cast<int>(i % 4));
+          ASSERT_EQ(expected[i / 4], planes[i][x - begin]) << begin << " to " << end << " at " << x << " of row " << i;
+        }
+      }
+    }
+  }
+}
+
 /// A block of the two colours in which each row has all codes.
 void AddBlock(unsigned first, unsigned second, Bytes& blocks) {
   for (const unsigned word : {first, second}) {
