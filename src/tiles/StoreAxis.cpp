@@ -1,6 +1,17 @@
 #include "tiles/StoreAxis.h"
 
+#include <algorithm>
+
 namespace zrk {
+
+bool StoreAxis::GivesAll(int count) const {
+  int end = 0;
+  for (const StoreVisit& visit : visits) {
+    if (visit.first > end) return false;
+    end = std::max(end, visit.first + visit.count);
+  }
+  return end >= count;
+}
 
 void StoreAxis::FindRuns(const StoreVisit& visit, std::size_t maxRuns, std::vector<StoreRun>& runs) const {
   const int* const source = SourcesOf(visit);

@@ -52,6 +52,8 @@ struct StoreAxis {
     }
     return true;
   }
+  /// Whether the visits give each of the first `count` samples of the result.
+  bool GivesAll(int count) const;
   /// Divides the samples of a visit into runs, in each of which they lie one beside the other in the tile. Leaves no
   /// run where there were more than `maxRuns`.
   void FindRuns(const StoreVisit& visit, std::size_t maxRuns, std::vector<StoreRun>& runs) const;

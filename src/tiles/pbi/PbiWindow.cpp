@@ -21,6 +21,7 @@ constexpr int kBlockSide = 4;
 constexpr int kRowsAtOnce = 16;
 constexpr int kWideStep = 32;  // between samples, from which each is unpacked by itself
 constexpr int kCompatibleStride = 256;
+constexpr std::size_t kManyTiles = 4096;   // are not looked up beforehand
 constexpr std::size_t kVectorPixels = 64;  // as many as any machine's vector splits at once
 constexpr int kShortRun = 8;               // not worth a copy of its own
 
@@ -64,11 +65,21 @@ std::size_t CountPixels(const BlockShape& shape) {
   return count > XfnGetLimits().decodedTileBytes / 4 ? 0 : static_cast<std::size_t>(count);
 }
 
+/// Zeros come first, unless tiles give every sample. If one of these can't be read after all, it is done anew: it shows
+/// zeros, but what a neighbour has given of its rim stays.
 bool PbiWindow::ReadCompatibly(const tagXTileLevel& level, const int* cancel) {
+  if (IsCovered(level) && PaintTiles(level, cancel)) return true;
   for (int k = 0; k < kPbiChannels; ++k) {
     tagXArr2& plane = record_.At(k);
     std::memset(plane.data, 0, static_cast<std::size_t>(plane.xSize) * static_cast<std::size_t>(plane.ySize));
   }
+  PaintTiles(level, cancel);
+  return !XfnIsStopRequested(cancel);
+}
+
+/// Whether all tiles could be read, and nobody has stopped it.
+bool PbiWindow::PaintTiles(const tagXTileLevel& level, const int* cancel) {
+  bool areAllRead = true;
   for (const StoreVisit& row : scratch_.rows.visits) {
     if (XfnIsStopRequested(cancel)) return false;
     for (const StoreVisit& column : scratch_.columns.visits) {
@@ -76,10 +87,24 @@ bool PbiWindow::ReadCompatibly(const tagXTileLevel& level, const int* cancel) {
         PaintInRowsOf256(level, row, column);
       } else if (!ReadBlocks(level, row, column)) {
         Paint(level, row, column);
+      } else {
+        areAllRead = false;
       }
     }
   }
-  return true;
+  return areAllRead;
+}
+
+/// Whether tiles that lie in the file give every sample.
+bool PbiWindow::IsCovered(const tagXTileLevel& level) const {
+  const std::vector<StoreVisit>&rows = scratch_.rows.visits, &columns = scratch_.columns.visits;
+  if (level.tileWidth != kCompatibleStride || rows.size() * columns.size() > kManyTiles) return false;
+  const tagXArr2& plane = record_.At(0);
+  if (!scratch_.rows.GivesAll(plane.ySize) || !scratch_.columns.GivesAll(plane.xSize)) return false;
+  return std::ranges::all_of(rows, [&](const StoreVisit& row) {
+    return std::ranges::all_of(
+        columns, [&](const StoreVisit& column) { return store_.file->Find(level, row.tile, column.tile).has_value(); });
+  });
 }
 
 bool PbiWindow::ReadExactly(const StoreImage::Level& level, const int* cancel) {

@@ -42,6 +42,8 @@ class PbiWindow {
   bool ReadExactly(const StoreImage::Level& level, const int* cancel);
 
  private:
+  bool IsCovered(const tagXTileLevel& level) const;
+  bool PaintTiles(const tagXTileLevel& level, const int* cancel);
   const char* ReadBlocks(const tagXTileLevel& level, const StoreVisit& row, const StoreVisit& column);
   void Paint(const tagXTileLevel& level, const StoreVisit& row, const StoreVisit& column);
   void PaintRows(const BlockShape& shape, const StoreVisit& row, int first, int end, const StoreVisit& column);
