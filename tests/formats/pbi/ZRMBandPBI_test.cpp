@@ -2,11 +2,13 @@
 #include "OpenRaster.h"
 #include "PbiBuilder.h"
 #include "PbiReference.h"
+#include "tagXFormatNotes.h"
 #include "XFormatId.h"
 #include "XPBIFileInfo.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <filesystem>
@@ -258,6 +260,31 @@ TEST(ZRMBandPBI, FollowersTakeWhatTheMasterReadLast) {
   }
   EXPECT_EQ(nullptr, store.BandAt().GetResult(4));
   EXPECT_EQ(nullptr, store.BandAt().GetResult(-1));
+}
+
+/// The file loses its last tile, the one in the north-east, after it was opened.
+TEST(ZRMBandPBI, ATileThatIsCutOffMeanwhileIsZeroBesideTheOthers) {
+  OpenPbi store = Open(OneLevel());
+  const Window whole = store.Whole();
+  Pixels expected = store.Read(0, whole);
+  ASSERT_EQ(768, expected.width);
+  for (std::size_t y = 0; y < 256; ++y) std::fill_n(expected.bytes.begin() + static_cast<long>(y * 768 + 512), 256, 0);
+  std::filesystem::resize_file(store.FilePath(), 51200 + 5 * 32768 + 1000);
+  ASSERT_FALSE(store.Read(0, {0, 9, 0, 9}).bytes.empty());  // so that the window is no repeat
+  EXPECT_EQ(expected, store.Read(0, whole));
+}
+
+TEST(ZRMBandPBI, DescribesALevelWithoutTilesAsSuch) {
+  PbiBuilder builder = ThreeLevels();
+  builder.RecordAt(0).urCol = 9;
+  builder.RecordAt(2).storage = 1;
+  OpenPbi store = Open(builder);
+  tagXFormatNotes notes;
+  store.BandAt().DescribeLevels(notes);
+  ASSERT_EQ(3u, notes.lines.size());
+  EXPECT_EQ("level 0     no tiles", notes.lines[0]);
+  const std::string large = "level 2     rows 20 to 23, columns 40 to 43, tiles of 256 x 256 pixels, 1 byte each, ";
+  EXPECT_EQ(large, notes.lines[2].AsStdString().substr(0, large.size()));
 }
 
 /// A band whose pixels are set to be twice as high has half as many rows of them in a tile.
