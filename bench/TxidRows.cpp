@@ -119,7 +119,8 @@ std::vector<Window> PickSquares(int side, int size, int count) {
 }
 
 void AddWindowRows(const std::string& path, int side, int size, std::vector<Row>& rows) {
-  const int count = std::max(64 * kWindowSide / size, 8);
+  // So many that starting a thread takes no time beside them.
+  const int count = std::max(256 * kWindowSide / size, 32);
   const auto store = std::make_shared<Store>(path);
   const auto windows = std::make_shared<std::vector<Window>>(PickSquares(side, size, 2 * count));
   const auto copies = std::make_shared<Copies>(static_cast<std::size_t>(size) * static_cast<std::size_t>(size));
@@ -162,7 +163,7 @@ void AddMemoryRows(const std::string& path, std::vector<Row>& rows) {
 void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows) {
   const std::string path = MakeStore(options.folder, options.side);
   MustAgree(path, options.side);
-  for (const int size : {512, 1024}) {
+  for (const int size : {256, 512, 1024}) {
     if (size <= options.side / 2) AddWindowRows(path, options.side, size, rows);
   }
   AddMemoryRows(path, rows);

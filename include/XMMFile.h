@@ -44,7 +44,8 @@ class ZRKIO_API XMMFile {
   /// that name is emptied first. False, with the object closed:
   ///   "Failed to create file."                                 it can't be opened or made
   ///   "The file pointer cannot be set to specified location."  there is no room for that size; no file is left, but
-  ///                                                            one that was there before stays as it was
+  ///                                                            one that was there before stays as it was, unless the
+  ///                                                            room ran out after the file had been emptied
   ///   and the sentences of `Open`, so that a size of 0 gives "Cannot open zero byte file."
   bool Create(const char* path, std::uint64_t size);
   /// The same under a new name in the system's folder for temporary files. `Close` deletes the file.
@@ -101,8 +102,10 @@ class ZRKIO_API XMMFile {
   struct TemporaryFile;
 
   bool Fail(const char* sentence);
-  bool OpenView();
+  bool OpenView(std::shared_ptr<zrk::DiskFile> file, bool isWritable);
+  bool OpenFile(const char* path, bool isWritable, std::shared_ptr<zrk::DiskFile>& file);
   bool Reserve(zrk::DiskFile& file, std::uint64_t size);
+  bool HasRoom(std::int64_t bytes) const;
   bool SetLength(const std::uint64_t& newSize);
   void MoveView(std::uint64_t position);
   bool Put(const unsigned char* bytes, std::uint64_t count);
@@ -111,7 +114,6 @@ class ZRKIO_API XMMFile {
 
   std::shared_ptr<zrk::DiskFile> file_;
   std::uint64_t fileSize_ = 0;
-  std::uint64_t sizeOnDisk_ = 0;  // above the file's size once it grew
   std::uint64_t position_ = 0;
   std::uint64_t viewOffset_ = 0;
   std::uint32_t viewLength_ = kGranularity;

@@ -31,7 +31,8 @@ namespace Vexorine::ZRL::IO {
 /// the last one that lets go of a file closes it.
 class ZRKIO_API XPBEFile {
  public:
-  /// A new store in memory, ready to take levels. `tileSize` is that of level 0 in degrees, 18.0 on the global grid.
+  /// A new store in memory, ready to take levels. `tileSize` is that of level 0 in degrees, 18.0 on the global grid. It
+  /// is not usable where there is no memory for it.
   XPBEFile(double version, double tileSize);
   /// Opens a store: for writing too where `mode & 3`. The object is not usable where `mode & 2` and the file may not be
   /// written. Otherwise it is, even if the file is no store: ask `GetFileInfo`. A file that is not there is made and
@@ -42,8 +43,8 @@ class ZRKIO_API XPBEFile {
   ~XPBEFile();
 
   /// Adds a level of the whole earth, or of a range of tiles, to the header. A post takes 4 bytes, or 16 with normals.
-  /// After `Create` it changes the header in memory only. False without one, and for tiles of a size that no
-  /// int holds in bytes.
+  /// After `Create` it changes the header in memory only. Tiles of a size below 1 have no bytes, and there are none of
+  /// them. False without a header, without memory, and for tiles of a size that no int holds in bytes.
   bool AddLevel(int level, int tileWidth, int tileHeight);
   bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight);
 
@@ -66,7 +67,7 @@ class ZRKIO_API XPBEFile {
   /// tile; what can't be read of one is zero.
   float* GetElevationData(int level, int row, int col, int& size) const;
   /// The bytes of a tile as they are in the file, whatever its version, with its size. What can't be read of them is
-  /// zero. False leaves the buffer alone.
+  /// zero. False leaves the buffer alone, its array with it.
   bool GetElevationData(int level, int row, int col, XPBEReadBuffer* buffer) const;
   /// The normals of a tile, in a new array that the caller releases by `delete[]`. `size` becomes their bytes. Null for
   /// a store without normals, and where there is no such tile.

@@ -7,9 +7,8 @@ namespace Vexorine::ZRL::IO {
 /// A level of an elevation store.
 class ZRKIO_API XPBELevelInfo : public XTileLevelInfo {
  public:
-  /// All fields 0.
-  XPBELevelInfo();
-  explicit XPBELevelInfo(const tagXTileLevel& record);
+  using XTileLevelInfo::XTileLevelInfo;
+  XPBELevelInfo() = default;
   XPBELevelInfo(int level, int llRow, int llCol, int urRow, int urCol, double tileSize, int tileWidth, int tileHeight,
                 int storageSize, std::uint64_t startPos);
 

@@ -27,16 +27,17 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
  public:
   /// No header and no file.
   XPBIFile();
-  /// A new store in memory, ready to take levels. `tileSize` is that of level 0 in degrees, 18.0 on the global grid.
+  /// A new store in memory, ready to take levels. `tileSize` is that of level 0 in degrees, 18.0 on the global grid. It
+  /// is not usable where there is no memory for it.
   XPBIFile(double version, double tileSize);
   XPBIFile(const XPBIFile&);
   XPBIFile& operator=(const XPBIFile&);
   ~XPBIFile() override;
 
-  /// Opens a store: for writing too where `mode & 3`. False where `mode & 2` and the file may not be written, and where
-  /// the mode is 0 and there is no file. Otherwise true, even if the file is no store: ask `IsUsable`. The version of
-  /// the header is cut to a whole number. The first level gives the virtual tile grid: its steps are degrees a pixel,
-  /// its size is in whole degrees.
+  /// Opens a store: for writing too where `mode & 3`. False where `mode & 2` and the file may not be written, where the
+  /// mode is 0 and there is no file, and where there is no memory. Otherwise true, even if the file is no store: ask
+  /// `IsUsable`. The version of the header is cut to a whole number. The first level gives the virtual tile grid: its
+  /// steps are degrees a pixel, its size is in whole degrees.
   bool OpenFile(XString path, unsigned mode) override;
   /// Lets go of header and file; always true.
   bool Close() override;
@@ -49,7 +50,7 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// disk; no new file is left then.
   virtual bool Create(XString path);
   /// Adds a level of a range of tiles to the header. After `Create` it changes the header in memory only. False where
-  /// there is none.
+  /// there is none, and where there is no memory.
   virtual bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                         _XDXTTYPE type);
   /// The same of the whole earth.
@@ -59,7 +60,7 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// formats 1 to 7, and from the top for others, which take `kPixelRgba`. Blocks pass through as they are: format 14
   /// to a level of `kDxt1`, 15 and 16 to others. `data` holds a whole tile. False for null, for a tile that is not in
   /// the store, for a format that the level can't take, for a tile size whose blocks are more bytes than a tile has,
-  /// and where the write fails; nothing is packed or written then.
+  /// and where there is no memory for the blocks; nothing is written then. False also where the write fails.
   virtual bool Update(int level, int row, int col, unsigned char* data, _XPIXELFORMAT format);
   /// Writes the bytes of a tile as they are; `data` holds as many as a tile has.
   virtual bool UpdateDXT(int level, int row, int col, unsigned char* data);
@@ -67,7 +68,8 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// Whether there is a header to work with.
   virtual bool IsUsable() const;
 
-  /// The bytes of a tile, with its size and type. What can't be read of them is zero. False leaves the buffer alone.
+  /// The bytes of a tile, with its size and type. What can't be read of them is zero. False leaves the buffer alone,
+  /// its array with it.
   virtual bool GetDXTdata(int level, int row, int col, XPBIReadBuffer* buffer) const;
   /// The same in a new array, which the caller releases by `delete[]`; `size` becomes its length. Null leaves `size`
   /// alone.
@@ -78,8 +80,8 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// As it was given to `OpenFile` or `Create`.
   const XString& GetFileName() const { return name_; }
 
-  /// Bytes of a tile in blocks. 0 where the type is unknown or the size is below 1 or too large; but 8 for `kDxt1`
-  /// where both sizes are below 4.
+  /// Bytes of a tile in blocks. 0 where a size is below 1 or both are too large; but 8 for `kDxt1` where both are below
+  /// 4. A type that is unknown has blocks of 8 bytes, unless libsquish knows it.
   static int GetStorageRequirements(int width, int height, _XDXTTYPE type);
 
   /// Adds the levels of a header to `info`, at the offsets that they have. `bytes` are the 51,200 of a header. False

@@ -12,7 +12,8 @@ class ZRKIO_API XPBIFileInfo : public XTileFileInfo<XPBILevelInfo> {
  public:
   using XTileFileInfo::XTileFileInfo;
 
-  /// Appends a level of a range of tiles, each of `storageSize` bytes; always true. Its tiles lie at the next position.
+  /// Appends a level of a range of tiles, each of `storageSize` bytes. Its tiles lie at the next position. True, unless
+  /// there is no memory for it.
   bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight, _XDXTTYPE type,
                 int storageSize);
   /// The same, but the tiles lie at an offset of their own.
@@ -28,7 +29,7 @@ class ZRKIO_API XPBIFileInfo : public XTileFileInfo<XPBILevelInfo> {
   bool IsAvailable(int level, int row, int col) const;
 
   /// The bytes of the header, as many as `GetHeaderSize` tells; the caller releases them by `delete[]`. Null where the
-  /// levels do not fit into so many.
+  /// levels do not fit into so many, and where there is no memory.
   unsigned char* GetBindInfo() const;
 };
 

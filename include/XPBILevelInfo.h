@@ -8,9 +8,8 @@ namespace Vexorine::ZRL::IO {
 /// A level of an image store.
 class ZRKIO_API XPBILevelInfo : public XTileLevelInfo {
  public:
-  /// All fields 0.
-  XPBILevelInfo();
-  explicit XPBILevelInfo(const tagXTileLevel& record);
+  using XTileLevelInfo::XTileLevelInfo;
+  XPBILevelInfo() = default;
   XPBILevelInfo(int level, double tileSize, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                 _XDXTTYPE type, int storageSize, std::uint64_t startPos);
 

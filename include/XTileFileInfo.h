@@ -47,12 +47,13 @@ class ZRKIO_API XTileFileInfo {
   int GetTileStorageRequirement(int level) const;
 
   /// Appends a level whose tiles lie where its record says, as one that is read from a file. The tile size is worked
-  /// out from that of level 0, and the next position grows by the bytes of the tiles all the same.
-  void AddRecord(tagXTileLevel level);
+  /// out from that of level 0, and the next position grows by the bytes of the tiles all the same. False, with nothing
+  /// changed, where there is no memory.
+  bool AddRecord(tagXTileLevel level);
 
  protected:
-  /// Appends a level whose tiles lie at the next position. The tile size is worked out from that of level 0.
-  void Append(tagXTileLevel level);
+  /// The same with tiles at the next position.
+  bool Append(tagXTileLevel level);
   /// Gives the level the rows and columns of the whole earth.
   void CoverTheEarth(tagXTileLevel& level) const;
   /// Whether any record of that number holds the tile.

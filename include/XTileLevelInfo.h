@@ -12,6 +12,10 @@ namespace Vexorine::ZRL::IO {
 /// of threads may ask it.
 class ZRKIO_API XTileLevelInfo {
  public:
+  /// All fields 0.
+  XTileLevelInfo() = default;
+  explicit XTileLevelInfo(const tagXTileLevel& record) : record_(record) {}
+
   /// All of it, as a record.
   const tagXTileLevel& GetRecord() const { return record_; }
 
@@ -38,7 +42,6 @@ class ZRKIO_API XTileLevelInfo {
   std::int64_t GetOffset(int row, int col) const;
 
  protected:
-  explicit XTileLevelInfo(const tagXTileLevel& record) : record_(record) {}
   /// The lines that all stores show of a level.
   XString DescribeTiles() const;
 

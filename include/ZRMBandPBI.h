@@ -5,10 +5,14 @@
 #include "ZRMBandChannels.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 class XThread;
 struct tagXFormatNotes;
+namespace Vexorine::ZRL::IO {
+class XPBIFileInfo;
+}
 
 /// One channel of an image store (XPBIFile.h) as a raster on the global grid (XTileGrid.h): red, green, blue and alpha,
 /// data type 1, north up, on WGS 84. The upper left corner is that of the first pixel.
@@ -65,6 +69,9 @@ class ZRKIO_API ZRMBandPBI : public ZRMBandChannels<ZRMBandDRIO> {
   void DescribeLevels(tagXFormatNotes& notes) const;
 
  protected:
+  /// The header of the open store, read from its file anew. The version is cut to a whole number. Null where no store
+  /// is open, where its file has no header any more, and where there is no memory.
+  std::shared_ptr<Vexorine::ZRL::IO::XPBIFileInfo> ReadFileInfo() const;
   /// The blocks of a tile in a buffer of the calling thread, which its next read changes. Null for a level or a tile
   /// that is not there and for one that can't be read. Of several levels of one number the first one counts.
   const unsigned char* GetDXTdata(int level, int row, int col, int& size);

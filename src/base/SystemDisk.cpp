@@ -30,17 +30,21 @@ namespace {
 /// here.
 class Descriptor {
  public:
+  Descriptor() = default;
   explicit Descriptor(int number) : number_(number) {}
   ~Descriptor() {
     if (number_ >= 0) ::close(number_);
   }
   Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&&) = delete;
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
   int Number() const { return number_; }
   bool IsOpen() const { return number_ >= 0; }
 
  private:
-  int number_;
+  int number_ = -1;
 };
 
 /// The mapping stays valid when the file is closed.
@@ -64,7 +68,8 @@ bool IsNamed(const std::string& path, const struct stat& file) {
 
 class SystemFile : public DiskFile {
  public:
-  explicit SystemFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
+  /// The file to work on, which is given before anything else is asked.
+  void Take(Descriptor descriptor) { descriptor_ = std::move(descriptor); }
 
   std::int64_t ReadAt(std::int64_t offset, void* buffer, std::int64_t count) override {
     if (offset < 0 || count < 0) return -EINVAL;
@@ -181,6 +186,8 @@ std::int64_t Nanoseconds(const timespec& time) {
 class SystemDiskImpl : public Disk {
  public:
   int Open(const std::string& path, const DiskOpen& how, std::shared_ptr<DiskFile>& file) override {
+    // The memory comes first, so that no file is made that could not be handed out.
+    auto opened = std::make_shared<SystemFile>();
     Descriptor descriptor(::open(path.c_str(), OpenModeBits(how), 0666));
     if (!descriptor.IsOpen()) return errno;
     struct stat status;
@@ -192,7 +199,8 @@ class SystemDiskImpl : public Disk {
     // destroy what he has published.
     if (how.create && !IsNamed(path, status)) return EBUSY;
     if (how.create && !Empty(descriptor)) return errno;
-    file = std::make_shared<SystemFile>(std::move(descriptor));
+    opened->Take(std::move(descriptor));
+    file = std::move(opened);
     return 0;
   }
 

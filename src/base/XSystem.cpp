@@ -22,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -75,7 +76,7 @@ XString XfnGetTempFileName(const XString& prefix) {
   const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
   if (descriptor < 0) return {};
   ::close(descriptor);
-  return XString(name);
+  return XString(std::move(name));
 }
 
 int XfnGetCryptoMethod() {

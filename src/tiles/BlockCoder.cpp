@@ -160,6 +160,11 @@ std::size_t BlockBytes(const BlockShape& shape) {
   return numBytes > INT_MAX ? 0 : static_cast<std::size_t>(numBytes);
 }
 
+std::size_t BlockBytesOfSquish(const BlockShape& shape) {
+  if (BlockBytes({kDxt5, shape.width, shape.height}) == 0) return 0;
+  return static_cast<std::size_t>(squish::GetStorageRequirements(shape.width, shape.height, shape.type));
+}
+
 int PixelBytes(_XPIXELFORMAT format) {
   return LayoutOf(format).bytes;
 }

@@ -24,6 +24,10 @@ struct BlockShape {
 /// The bytes of all blocks. 0 where the type is unknown, a size is below 1, or the bytes would not fit into an int.
 std::size_t BlockBytes(const BlockShape& shape);
 
+/// The bytes that libsquish counts for all blocks, whatever the type: it takes one that it does not know for `kDxt1`. 0
+/// where a size is below 1, and where blocks of 16 bytes would not fit into an int.
+std::size_t BlockBytesOfSquish(const BlockShape& shape);
+
 /// The bytes of a pixel of the formats 1 to 7; 0 for any other.
 int PixelBytes(_XPIXELFORMAT format);
 

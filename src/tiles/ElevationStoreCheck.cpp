@@ -80,8 +80,8 @@ class ElevationTileCheck {
     };
     const auto numBad = posts.normals.size() - static_cast<std::size_t>(std::ranges::count_if(posts.normals, isUnit));
     if (numBad > 0) {
-      findings_.Add("Level %d, row %d, column %d: %zu normals are not of unit length", place.level, place.row,
-                    place.col, numBad);
+      findings_.Add("Level %d, row %d, column %d: %zu %s not of unit length", place.level, place.row, place.col, numBad,
+                    WordFor(static_cast<std::int64_t>(numBad), "normal is", "normals are"));
     }
   }
 

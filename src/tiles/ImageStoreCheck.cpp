@@ -36,8 +36,8 @@ void CheckBlocks(std::span<const unsigned char> blocks, _XDXTTYPE type, const St
     numBad += IsMadeByNobody(blocks.data() + at + colourOffset);
   }
   if (numBad > 0) {
-    findings.Add("Level %d, row %d, column %d: %zu blocks are none that an encoder makes", place.level, place.row,
-                 place.col, numBad);
+    findings.Add("Level %d, row %d, column %d: %zu %s none that an encoder makes", place.level, place.row, place.col,
+                 numBad, WordFor(static_cast<std::int64_t>(numBad), "block is", "blocks are"));
   }
 }
 

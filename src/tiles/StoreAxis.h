@@ -13,6 +13,12 @@ struct StoreVisit {
   std::size_t sources;  ///< where the positions in the tile of these samples begin in `StoreAxis::sources`
 };
 
+/// Samples of a visit, counted from its first one.
+struct StoreRun {
+  int begin;
+  int count;
+};
+
 /// One axis of a window of a tile store, x or y: which tiles it meets, in the order in which they are taken, and which
 /// of their samples. A sample of the result may be given by several tiles, of which the last one that is there counts.
 struct StoreAxis {
@@ -46,6 +52,11 @@ struct StoreAxis {
     }
     return true;
   }
+  /// Whether the visits give each of the first `count` samples of the result.
+  bool GivesAll(int count) const;
+  /// Divides the samples of a visit into runs, in each of which they lie one beside the other in the tile. Leaves no
+  /// run where there were more than `maxRuns`.
+  void FindRuns(const StoreVisit& visit, std::size_t maxRuns, std::vector<StoreRun>& runs) const;
 };
 
 }  // namespace zrk

@@ -4,6 +4,7 @@
 #include "tagXStoreTile.h"
 
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 
 namespace zrk {
@@ -14,6 +15,11 @@ struct StoreTilePlace {
   int row;
   int col;
 };
+
+/// A word as it stands behind a number: for one, or for any other.
+inline const char* WordFor(std::int64_t count, const char* one, const char* several) {
+  return count == 1 ? one : several;
+}
 
 /// Gathers what a check finds.
 class StoreFindings {

@@ -32,7 +32,8 @@ class GlobeStoreCheck {
       findings_.Add("The tile size of level 0 is %g degrees", header_.tileSize);
     }
     if (header_.headerSize != kStoreHeaderBytes) {
-      findings_.Add("The header says that it has %d bytes; it has %d", header_.headerSize, kStoreHeaderBytes);
+      findings_.Add("The header says that it has %d %s; it has %d", header_.headerSize,
+                    WordFor(header_.headerSize, "byte", "bytes"), kStoreHeaderBytes);
     }
     if (header_.numStated < 0 || header_.numStated > room) {
       findings_.Add("The header says that there are %d levels; it has room for %d", header_.numStated, room);
@@ -79,8 +80,9 @@ class GlobeStoreCheck {
     }
     const std::int64_t needed = plan_.tileBytes(header_, level);
     if (needed != level.storageSize || needed <= 0) {
-      findings_.Add("Level %d: a tile of %d by %d has %d bytes; it needs %lld", level.level, level.tileWidth,
-                    level.tileHeight, level.storageSize, static_cast<long long>(needed));
+      findings_.Add("Level %d: a tile of %d by %d has %d %s; it needs %lld", level.level, level.tileWidth,
+                    level.tileHeight, level.storageSize, WordFor(level.storageSize, "byte", "bytes"),
+                    static_cast<long long>(needed));
     }
     CheckPlace(level);
     const bool isTooLarge = level.storageSize > XfnGetLimits().decodedTileBytes;
@@ -107,8 +109,9 @@ class GlobeStoreCheck {
     const bool isInside = level.startPos <= static_cast<std::uint64_t>(fileBytes) &&
                           bytes <= fileBytes - static_cast<std::int64_t>(level.startPos);
     if (!isInside) {
-      findings_.Add("Level %d: tiles lie behind the end of the file: %lld bytes from byte %llu on", level.level,
-                    static_cast<long long>(bytes), static_cast<unsigned long long>(level.startPos));
+      findings_.Add("Level %d: tiles lie behind the end of the file: %lld %s from byte %llu on", level.level,
+                    static_cast<long long>(bytes), WordFor(bytes, "byte", "bytes"),
+                    static_cast<unsigned long long>(level.startPos));
     }
   }
 
@@ -116,8 +119,8 @@ class GlobeStoreCheck {
     for (auto one = numbers.begin(); one != numbers.end() && std::next(one) != numbers.end(); ++one) {
       const std::int64_t missing = std::int64_t{*std::next(one)} - *one - 1;
       if (missing > 0)
-        findings_.Add("Between the levels %d and %d %lld are missing", *one, *std::next(one),
-                      static_cast<long long>(missing));
+        findings_.Add("%lld %s missing between level %d and level %d", static_cast<long long>(missing),
+                      WordFor(missing, "level is", "levels are"), *one, *std::next(one));
     }
   }
 

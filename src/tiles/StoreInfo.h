@@ -1,8 +1,11 @@
 #pragma once
 
+#include "tiles/StoreFence.h"
 #include "tiles/StoreHeader.h"
 #include "tiles/TileFile.h"
 
+#include <algorithm>
+#include <memory>
 #include <optional>
 
 namespace zrk {
@@ -14,21 +17,50 @@ std::optional<TileBytes> FindTile(const TileFile* file, const Info* info, int le
   return found ? file->Find(found->GetRecord(), row, col) : std::nullopt;
 }
 
-/// Adds the levels of a header to an info, at the offsets that they have.
+/// Adds the levels of a header to an info, at the offsets that they have. False where there is no memory for them.
 template <class Info>
-void AddLevels(Info& info, const StoreHeader& header) {
-  for (const tagXTileLevel& level : header.levels) info.AddRecord(level);
+bool AddLevels(Info& info, const StoreHeader& header) {
+  return std::ranges::all_of(header.levels, [&](const tagXTileLevel& level) { return info.AddRecord(level); });
 }
 
-/// The same from the bytes of a header, as many as every header has. False for null, and where they are no header of
-/// the kind.
+/// The same from the bytes of a header, as many as every header has. False also for null, and where they are no header
+/// of the kind.
 template <class Info>
 bool AddLevels(Info* info, const unsigned char* bytes, StoreKind kind) {
   if (!bytes || !info) return false;
-  const std::optional<StoreHeader> header = ParseStoreHeader({bytes, kStoreHeaderBytes}, kind);
-  if (!header) return false;
-  AddLevels(*info, *header);
-  return true;
+  return FencedStore([&] {
+    const std::optional<StoreHeader> header = ParseStoreHeader({bytes, kStoreHeaderBytes}, kind);
+    return header && AddLevels(*info, *header);
+  });
+}
+
+/// What there is of a header before it has levels.
+inline StoreHeader HeaderOfNewStore(double tileSize) {
+  StoreHeader header;
+  header.tileSize = tileSize;
+  header.headerSize = kStoreHeaderBytes;
+  return header;
+}
+
+/// Makes the file of an info. Null where there is none, where its levels do not fit into the header, and where the file
+/// can't be made; no file is left then.
+template <class Info>
+std::shared_ptr<TileFile> CreateStore(const XString& path, const Info* info) {
+  const std::unique_ptr<unsigned char[]> header(info ? info->GetBindInfo() : nullptr);
+  if (!header) return nullptr;
+  const auto headerBytes = static_cast<std::size_t>(info->GetHeaderSize());
+  return TileFile::Create(path, {header.get(), headerBytes}, info->GetFileSize());
+}
+
+/// An info with the levels of a header. Null where there is no memory; nothing is thrown.
+template <class Info>
+std::shared_ptr<Info> MakeInfo(const StoreHeader& header, double version) {
+  std::shared_ptr<Info> info;
+  const bool isMade = FencedStore([&] {
+    info = std::make_shared<Info>(version, header.tileSize, header.headerSize);
+    return AddLevels(*info, header);
+  });
+  return isMade ? info : nullptr;
 }
 
 }  // namespace zrk

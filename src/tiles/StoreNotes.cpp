@@ -1,5 +1,7 @@
 #include "tiles/StoreNotes.h"
 
+#include "tiles/StoreCalls.h"
+
 #include <algorithm>
 #include <string>
 
@@ -28,6 +30,12 @@ std::string TellEmpty(const TileShare& share) {
   return Text(share.empty) + " of " + tiles + " empty";
 }
 
+std::string TellTiles(const tagXTileLevel& level, const char* samples) {
+  return " rows " + FromTo(level.llRow, level.urRow) + ", columns " + FromTo(level.llCol, level.urCol) + ", tiles of " +
+         Text(level.tileWidth) + " x " + Text(level.tileHeight) + " " + samples + ", " + Text(level.storageSize) +
+         WordFor(level.storageSize, " byte each", " bytes each");
+}
+
 tagXNote NoteOf(const tagXTileLevel& level, const TileShare& share) {
   return {
       .kind = tagXNote::kRecord,
@@ -49,9 +57,7 @@ void DescribeStore(const StoreForReading& store, const char* samples, tagXFormat
     list.parts.push_back(NoteOf(level, share));
     std::string line = "level " + Text(level.level);
     line.resize(std::max<std::size_t>(line.size(), 11), ' ');
-    line += " rows " + FromTo(level.llRow, level.urRow) + ", columns " + FromTo(level.llCol, level.urCol) +
-            ", tiles of " + Text(level.tileWidth) + " x " + Text(level.tileHeight) + " " + samples + ", " +
-            Text(level.storageSize) + " bytes each, " + TellEmpty(share);
+    line += share.total > 0 ? TellTiles(level, samples) + ", " + TellEmpty(share) : " no tiles";
     notes.lines.emplace_back(line.c_str());
   }
   notes.values.push_back(std::move(list));

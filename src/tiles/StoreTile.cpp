@@ -31,6 +31,10 @@ int FindTile(const XString& path, StoreKind kind, const StoreTilePlace& place, F
   if (!header) return Refuse(err, "The file has no header of a tile store");
   const auto level = std::ranges::find(header->levels, place.level, &tagXTileLevel::level);
   if (level == header->levels.end()) return Refuse(err, "The store has no such level");
+  if (CountTiles(*level) == 0) {
+    err.Format("Level %d has no tiles", level->level);
+    return 0;
+  }
   if (!HoldsTile(*level, place.row, place.col)) {
     err.Format("Level %d has the rows %d to %d and the columns %d to %d", level->level, level->llRow, level->urRow,
                level->llCol, level->urCol);

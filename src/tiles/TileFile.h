@@ -58,15 +58,13 @@ class TileFile {
 std::unique_ptr<unsigned char[]> ReadNewTile(const TileFile& file, const TileBytes& tile);
 
 /// The same into a caller's buffer, whose array is replaced where it is too small. False where there is no memory; the
-/// buffer then has no array.
+/// buffer then stays as it was.
 template <class Buffer>
 bool ReadIntoBuffer(const TileFile& file, const TileBytes& tile, Buffer& buffer) {
   if (buffer.capacity < tile.count || !buffer.data) {
-    delete[] buffer.data;
-    buffer.data = nullptr;
-    buffer.capacity = 0;
     std::unique_ptr<unsigned char[]> grown = ReadNewTile(file, tile);
     if (!grown) return false;
+    delete[] buffer.data;
     buffer.data = grown.release();
     buffer.capacity = static_cast<int>(tile.count);
   } else {

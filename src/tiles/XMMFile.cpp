@@ -12,16 +12,17 @@
 
 #include "base/Checked.h"
 #include "base/Disk.h"
+#include "tiles/StoreFence.h"
 #include "XSystem.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Vexorine::ZRL::IO {
 
 namespace {
 
 constexpr unsigned kWriteBits = 3;
-constexpr unsigned kModeOfNewFile = 2;
 
 /// A missing file is made, and one that is there keeps its bytes. Others may read.
 zrk::DiskOpen OpenAlways(bool isWritable) {
@@ -42,9 +43,8 @@ std::optional<std::int64_t> AsLength(std::uint64_t bytes) {
 
 /// Deletes the file once, whichever copy is closed first.
 struct XMMFile::TemporaryFile {
-  explicit TemporaryFile(const XString& path) : name(path) {}
   void Delete() {
-    if (!name.IsEmpty()) zrk::CurrentDisk().Remove(name.AsStdString());
+    zrk::FencedStore([this] { return name.IsEmpty() || zrk::CurrentDisk().Remove(name.AsStdString()) == 0; });
     name.Empty();
   }
   XString name;  // empty once the file is deleted
@@ -65,7 +65,6 @@ XMMFile& XMMFile::operator=(const XMMFile& other) {
   Close();
   file_ = other.file_;
   fileSize_ = other.fileSize_;
-  sizeOnDisk_ = other.sizeOnDisk_;
   position_ = other.position_;
   viewOffset_ = other.viewOffset_;
   viewLength_ = other.viewLength_;
@@ -76,61 +75,64 @@ XMMFile& XMMFile::operator=(const XMMFile& other) {
   return *this;
 }
 
+/// The sentence is lost where there is no memory for it.
 bool XMMFile::Fail(const char* sentence) {
-  lastError_ = sentence;
+  zrk::FencedStore([&] { return !(lastError_ = sentence).IsEmpty(); });
   return false;
 }
 
 bool XMMFile::Open(const char* path, unsigned mode) {
   Close();
-  path_ = path;
   const bool isWritable = (mode & kWriteBits) != 0;
-  if (zrk::CurrentDisk().Open(path_.AsStdString(), OpenAlways(isWritable), file_) != 0) {
-    return Fail("Error encountered during file open.");
-  }
-  if (!OpenView()) {
-    file_.reset();
-    return false;
-  }
-  isWritable_ = isWritable;
-  return true;
+  std::shared_ptr<zrk::DiskFile> file;
+  if (!OpenFile(path, isWritable, file)) return Fail("Error encountered during file open.");
+  return OpenView(std::move(file), isWritable);
 }
 
-bool XMMFile::OpenView() {
-  const std::int64_t size = file_->Size();
+/// A path that there is no memory for can't be opened.
+bool XMMFile::OpenFile(const char* path, bool isWritable, std::shared_ptr<zrk::DiskFile>& file) {
+  return zrk::FencedStore([&] {
+    path_ = path;
+    return zrk::CurrentDisk().Open(path_.AsStdString(), OpenAlways(isWritable), file) == 0;
+  });
+}
+
+bool XMMFile::OpenView(std::shared_ptr<zrk::DiskFile> file, bool isWritable) {
+  const std::int64_t size = file->Size();
   if (size == 0) return Fail("Cannot open zero byte file.");
   if (size < 0) return Fail("Failed to create file mapping object.");
   unsigned char first = 0;
-  if (file_->ReadAt(0, &first, 1) != 1) return Fail("Failed to map view of file.");
+  if (file->ReadAt(0, &first, 1) != 1) return Fail("Failed to map view of file.");
+  file_ = std::move(file);
   fileSize_ = static_cast<std::uint64_t>(size);
-  sizeOnDisk_ = fileSize_;
   viewLength_ = ViewLengthAt(0);
+  isWritable_ = isWritable;
   return true;
 }
 
 bool XMMFile::Create(const char* path, std::uint64_t size) {
   Close();
-  path_ = path;
-  zrk::Disk& disk = zrk::CurrentDisk();
-  const bool isNew = !disk.Exists(path_.AsStdString());
+  const bool isNew = zrk::FencedStore([path] { return path && !zrk::CurrentDisk().Exists(path); });
   std::shared_ptr<zrk::DiskFile> file;
-  if (disk.Open(path_.AsStdString(), OpenAlways(true), file) != 0) return Fail("Failed to create file.");
+  if (!OpenFile(path, true, file)) return Fail("Failed to create file.");
+  const std::int64_t oldSize = file->Size();
   if (!Reserve(*file, size)) {
-    // What is empty now is of use to nobody: it was made here, or it was emptied for this.
-    const bool isEmpty = file->Size() == 0;
+    // A file that was made here, or emptied for this, is of use to nobody. Any other stays.
+    const bool isEmptied = oldSize > 0 && file->Size() == 0;
     file.reset();
-    if (isNew || isEmpty) disk.Remove(path_.AsStdString());
+    if (isNew || isEmptied) zrk::CurrentDisk().Remove(path_.AsStdString());
     return Fail("The file pointer cannot be set to specified location.");
   }
-  file.reset();
-  return Open(XString(path_), kModeOfNewFile);
+  const bool isOpen = OpenView(std::move(file), true);
+  if (!isOpen && size > 0) zrk::CurrentDisk().Remove(path_.AsStdString());
+  return isOpen;
 }
 
 /// Empties a file and takes the room for its new size. The free room is asked for first, because taking it bit by bit
 /// until the disk is full would starve others. Nothing is done where it is not there.
 bool XMMFile::Reserve(zrk::DiskFile& file, std::uint64_t size) {
   const std::optional<std::int64_t> length = AsLength(size);
-  if (!length || !XfnIsDiskSpaceEnough(path_, *length - std::max<std::int64_t>(file.Size(), 0))) return false;
+  if (!length || !HasRoom(*length - std::max<std::int64_t>(file.Size(), 0))) return false;
   if (file.SetSize(0) != 0) return false;
   if (size == 0 || file.Preallocate(*length) == 0) return true;
   file.SetSize(0);
@@ -138,9 +140,14 @@ bool XMMFile::Reserve(zrk::DiskFile& file, std::uint64_t size) {
 }
 
 bool XMMFile::CreateTemp(std::uint64_t size) {
-  const XString name = XfnGetTempFileName("XMMFileTemp");
-  const bool isCreated = Create(name, size);
-  temporary_ = std::make_shared<TemporaryFile>(name);
+  std::shared_ptr<TemporaryFile> temporary;
+  const bool isNamed = zrk::FencedStore([&] {
+    temporary = std::make_shared<TemporaryFile>();
+    temporary->name = XfnGetTempFileName("XMMFileTemp");
+    return true;
+  });
+  const bool isCreated = Create(isNamed ? temporary->name.GetText() : nullptr, size);
+  temporary_ = temporary;
   return isCreated;
 }
 
@@ -149,7 +156,6 @@ void XMMFile::Close() {
   if (isWritable_) file_->StartSync(static_cast<std::int64_t>(viewOffset_), viewLength_);
   file_.reset();
   fileSize_ = 0;
-  sizeOnDisk_ = 0;
   position_ = 0;
   viewOffset_ = 0;
   viewLength_ = kGranularity;
@@ -219,28 +225,35 @@ bool XMMFile::Put(const unsigned char* bytes, std::uint64_t count) {
 }
 
 /// Makes the file longer, with one view more on disk, so that a whole last view has room. A file that could not become
-/// longer is cut back.
+/// longer is cut back to what it was. The file itself is asked how long that is, because a copy may have made it
+/// longer.
 bool XMMFile::SetLength(const std::uint64_t& newSize) {
   const std::optional<std::int64_t> onDisk = AsLength(newSize + kGranularity);
-  if (!onDisk || !XfnIsDiskSpaceEnough(path_, *onDisk - static_cast<std::int64_t>(sizeOnDisk_))) {
+  const std::int64_t before = file_->Size();
+  if (!onDisk || before < 0 || !HasRoom(*onDisk - before)) {
     return Fail("The file pointer cannot be set to specified location.");
   }
-  if (file_->Preallocate(*onDisk) != 0) {
-    file_->SetSize(static_cast<std::int64_t>(sizeOnDisk_));
+  if (before < *onDisk && file_->Preallocate(*onDisk) != 0) {
+    file_->SetSize(before);
     return Fail("Failed to set end of file.");
   }
   if (file_->Size() < *onDisk) return Fail("Failed to create file mapping.");
   fileSize_ = newSize;
-  sizeOnDisk_ = static_cast<std::uint64_t>(*onDisk);
   return true;
+}
+
+/// Whether the disk has so many bytes to give, or can't tell.
+bool XMMFile::HasRoom(std::int64_t bytes) const {
+  return bytes <= 0 || zrk::FencedStore([&] { return XfnIsDiskSpaceEnough(path_, bytes) != 0; });
 }
 
 bool XMMFile::Flush() {
   return file_ && file_->Sync() == 0;
 }
 
+/// The text is left alone where there is no memory for the sentence.
 void XMMFile::GetLastError(XString& text) const {
-  text = lastError_;
+  zrk::FencedStore([&] { return (text = lastError_).IsEmpty(); });
 }
 
 std::uint64_t XMMFile::ReadAt(std::uint64_t offset, void* buffer, std::uint64_t count) const {

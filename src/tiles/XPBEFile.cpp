@@ -78,11 +78,11 @@ std::int64_t PostAt(double distance, double tileSize) {
   return zrk::TruncateToInt(distance / tileSize * kPosts);
 }
 
-/// The bytes of a tile of floats; 0 where no int holds them.
-int StorageOf(int width, int height, bool hasNormals) {
-  const auto posts = width > 0 && height > 0 ? zrk::CheckedMultiply(width, height) : std::nullopt;
+/// The bytes of a tile of floats, none where a size is below 1; empty where no int holds them.
+std::optional<int> StorageOf(int width, int height, bool hasNormals) {
+  const auto posts = zrk::CheckedMultiply(std::max(width, 0), std::max(height, 0));
   const auto bytes = posts ? zrk::CheckedMultiply(*posts, hasNormals ? 16 : 4) : std::nullopt;
-  return bytes && *bytes <= INT_MAX ? static_cast<int>(*bytes) : 0;
+  return bytes && *bytes <= INT_MAX ? std::optional(static_cast<int>(*bytes)) : std::nullopt;
 }
 
 bool WriteText(const XString& path, const XString& text) {
@@ -93,15 +93,19 @@ bool WriteText(const XString& path, const XString& text) {
 }  // namespace
 
 XPBEFile::XPBEFile(double version, double tileSize)
-    : info_(std::make_shared<XPBEFileInfo>(version, tileSize, zrk::kStoreHeaderBytes)),
-      isUsable_(true),
+    : info_(zrk::MakeInfo<XPBEFileInfo>(zrk::HeaderOfNewStore(tileSize), version)),
+      isUsable_(info_ != nullptr),
       hasNormals_(version >= kFirstVersionWithNormals) {}
 
-XPBEFile::XPBEFile(XString path, unsigned mode) : name_(path) {
-  if (!zrk::TileFile::MayOpen(path, mode)) return;
-  isUsable_ = true;
-  file_ = zrk::TileFile::Open(path, mode);
-  info_ = ReadFileInfo();
+XPBEFile::XPBEFile(XString path, unsigned mode) {
+  zrk::FencedStore([&] {
+    name_ = path;
+    if (!zrk::TileFile::MayOpen(path, mode)) return false;
+    isUsable_ = true;
+    file_ = zrk::TileFile::Open(path, mode);
+    info_ = ReadFileInfo();
+    return true;
+  });
 }
 
 XPBEFile::XPBEFile(const XPBEFile&) = default;
@@ -112,30 +116,26 @@ std::shared_ptr<XPBEFileInfo> XPBEFile::ReadFileInfo() {
   const std::optional<zrk::StoreHeader> header = file_ ? file_->ReadHeader(zrk::StoreKind::kElevation) : std::nullopt;
   if (!header) return nullptr;
   hasNormals_ = header->version >= kFirstVersionWithNormals;
-  auto info = std::make_shared<XPBEFileInfo>(header->version, header->tileSize, header->headerSize);
-  zrk::AddLevels(*info, *header);
-  return info;
+  return zrk::MakeInfo<XPBEFileInfo>(*header, header->version);
 }
 
 bool XPBEFile::AddLevel(int level, int tileWidth, int tileHeight) {
-  const int storage = StorageOf(tileWidth, tileHeight, hasNormals_);
-  return info_ && storage > 0 && info_->AddLevel(level, tileWidth, tileHeight, storage);
+  const std::optional<int> storage = StorageOf(tileWidth, tileHeight, hasNormals_);
+  return info_ && storage && info_->AddLevel(level, tileWidth, tileHeight, *storage);
 }
 
 bool XPBEFile::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight) {
-  const int storage = StorageOf(tileWidth, tileHeight, hasNormals_);
-  return info_ && storage > 0 && info_->AddLevel(level, llRow, llCol, urRow, urCol, tileWidth, tileHeight, storage);
+  const std::optional<int> storage = StorageOf(tileWidth, tileHeight, hasNormals_);
+  return info_ && storage && info_->AddLevel(level, llRow, llCol, urRow, urCol, tileWidth, tileHeight, *storage);
 }
 
 bool XPBEFile::Create(XString path) {
-  name_ = path;
   file_.reset();
-  const std::unique_ptr<unsigned char[]> header(info_ ? info_->GetBindInfo() : nullptr);
-  if (header) {
-    const auto headerBytes = static_cast<std::size_t>(info_->GetHeaderSize());
-    file_ = zrk::TileFile::Create(path, {header.get(), headerBytes}, info_->GetFileSize());
-  }
-  isUsable_ = file_ != nullptr;
+  isUsable_ = zrk::FencedStore([&] {
+    name_ = path;
+    file_ = zrk::CreateStore(path, info_.get());
+    return file_ != nullptr;
+  });
   return true;
 }
 
@@ -240,13 +240,14 @@ bool XPBEFile::SerilizeToBIP(int level, XString dataPath, XString headerPath) co
   if (record.storageSize < zrk::kBipFloatsOfTile * bytesOfPost) return false;
   if (!file_->Find(record, record.llRow, record.llCol) || !file_->Find(record, record.urRow, record.urCol))
     return false;
-  if (!WriteText(headerPath, zrk::DescribeBip(record))) return false;
-  return zrk::WriteBip(dataPath, record, [&](int row, int col, std::span<float> floats) {
+  const auto firstFloats = [&](int row, int col, std::span<float> floats) {
     int size = 0;
     const std::unique_ptr<float[]> tile(GetElevationData(level, row, col, size));
     if (tile) std::copy_n(tile.get(), floats.size(), floats.begin());
     return tile != nullptr;
-  });
+  };
+  return zrk::FencedStore(
+      [&] { return WriteText(headerPath, zrk::DescribeBip(record)) && zrk::WriteBip(dataPath, record, firstFloats); });
 }
 
 bool XPBEFile::ParseHeaderInfo(const unsigned char* bytes, XPBEFileInfo* info) {

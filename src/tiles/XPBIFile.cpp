@@ -43,7 +43,7 @@ std::vector<unsigned char> PackTile(const XPBILevelInfo& level, const unsigned c
 XPBIFile::XPBIFile() = default;
 
 XPBIFile::XPBIFile(double version, double tileSize)
-    : info_(std::make_shared<XPBIFileInfo>(version, tileSize, zrk::kStoreHeaderBytes)), isUsable_(true) {
+    : info_(zrk::MakeInfo<XPBIFileInfo>(zrk::HeaderOfNewStore(tileSize), version)), isUsable_(info_ != nullptr) {
   constexpr unsigned kModeOfNewStore = 2;
   SetOpenMode(kModeOfNewStore);
 }
@@ -55,22 +55,22 @@ XPBIFile::~XPBIFile() = default;
 /// The disk is asked before the file is opened, because opening makes a file that is not there.
 bool XPBIFile::OpenFile(XString path, unsigned mode) {
   Close();
-  name_ = path;
   SetOpenMode(mode);
-  if (!zrk::TileFile::MayOpen(path, mode)) return false;
-  if (mode == 0 && !zrk::CurrentDisk().Exists(path.AsStdString())) return false;
-  file_ = zrk::TileFile::Open(path, mode);
-  isUsable_ = ReadFileInfo();
-  if (const XPBILevelInfo* first = isUsable_ ? info_->GetLevelInfoAt(0) : nullptr) SetGridOf(first->GetRecord());
-  return true;
+  return zrk::FencedStore([&] {
+    name_ = path;
+    if (!zrk::TileFile::MayOpen(path, mode)) return false;
+    if (mode == 0 && !zrk::CurrentDisk().Exists(path.AsStdString())) return false;
+    file_ = zrk::TileFile::Open(path, mode);
+    isUsable_ = ReadFileInfo();
+    if (const XPBILevelInfo* first = isUsable_ ? info_->GetLevelInfoAt(0) : nullptr) SetGridOf(first->GetRecord());
+    return true;
+  });
 }
 
 bool XPBIFile::ReadFileInfo() {
   const std::optional<zrk::StoreHeader> header = file_ ? file_->ReadHeader(zrk::StoreKind::kImage) : std::nullopt;
-  if (!header) return false;
-  info_ = std::make_shared<XPBIFileInfo>(std::trunc(header->version), header->tileSize, header->headerSize);
-  zrk::AddLevels(*info_, *header);
-  return true;
+  if (header) info_ = zrk::MakeInfo<XPBIFileInfo>(*header, std::trunc(header->version));
+  return info_ != nullptr;
 }
 
 /// The size is in whole degrees and not in pixels, unlike the steps.
@@ -106,14 +106,12 @@ int XPBIFile::GetNumTiles(int levelIndex, int&, int&) const {
 }
 
 bool XPBIFile::Create(XString path) {
-  name_ = path;
   file_.reset();
-  if (!info_) return false;
-  const std::unique_ptr<unsigned char[]> header(info_->GetBindInfo());
-  if (!header) return false;
-  const auto headerBytes = static_cast<std::size_t>(info_->GetHeaderSize());
-  file_ = zrk::TileFile::Create(path, {header.get(), headerBytes}, info_->GetFileSize());
-  return file_ != nullptr;
+  return zrk::FencedStore([&] {
+    name_ = path;
+    file_ = zrk::CreateStore(path, info_.get());
+    return file_ != nullptr;
+  });
 }
 
 bool XPBIFile::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
@@ -134,8 +132,10 @@ bool XPBIFile::Update(int level, int row, int col, unsigned char* data, _XPIXELF
   if (AreBlocks(info->GetDXTType(), format)) return UpdateDXT(level, row, col, data);
   const std::optional<zrk::TileBytes> tile = zrk::FindTile(file_.get(), info_.get(), level, row, col);
   if (!tile || !file_->IsWritable()) return false;
-  const std::vector<unsigned char> blocks = PackTile(*info, data, format);
-  return !blocks.empty() && file_->Write(*tile, blocks.data());
+  return zrk::FencedStore([&] {
+    const std::vector<unsigned char> blocks = PackTile(*info, data, format);
+    return !blocks.empty() && file_->Write(*tile, blocks.data());
+  });
 }
 
 bool XPBIFile::UpdateDXT(int level, int row, int col, unsigned char* data) {
@@ -167,8 +167,8 @@ unsigned char* XPBIFile::GetDXTdata(int level, int row, int col, int& size) cons
 
 int XPBIFile::GetStorageRequirements(int width, int height, _XDXTTYPE type) {
   constexpr int kOneBlock = 8;
-  if (type == kDxt1 && width < 4 && height < 4) return kOneBlock;
-  return static_cast<int>(zrk::BlockBytes({type, width, height}));
+  if (type != kDxt1) return static_cast<int>(zrk::BlockBytesOfSquish({type, width, height}));
+  return width < 4 && height < 4 ? kOneBlock : static_cast<int>(zrk::BlockBytes({type, width, height}));
 }
 
 bool XPBIFile::ParseHeaderInfo(const unsigned char* bytes, XPBIFileInfo* info) {

@@ -2,6 +2,7 @@
 
 #include "base/Checked.h"
 #include "base/Truncate.h"
+#include "tiles/StoreFence.h"
 #include "tiles/StoreHeader.h"
 #include "tiles/TilePlace.h"
 #include "tiles/TileSize.h"
@@ -9,24 +10,35 @@
 #include "XPBIFileInfo.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Vexorine::ZRL::IO {
 
 namespace {
 
-/// The bytes of the header that an info tells of, in an array for a caller; null where the levels do not fit.
+/// The bytes of the header that an info tells of; none where the levels do not fit.
 template <class Level>
-unsigned char* BindInfoOf(const XTileFileInfo<Level>& info, zrk::StoreKind kind) {
+std::vector<unsigned char> BuildHeader(const XTileFileInfo<Level>& info, zrk::StoreKind kind) {
   zrk::StoreHeader header;
   header.version = info.GetVersion();
   header.tileSize = info.GetTileSize();
   header.fileSize = info.GetFileSize();
   header.headerSize = info.GetHeaderSize();
   for (const Level* level : info.GetLevelList()) header.levels.push_back(level->GetRecord());
-  const std::vector<unsigned char> bytes = zrk::BuildStoreHeader(header, kind);
-  if (bytes.empty()) return nullptr;
-  auto array = std::make_unique_for_overwrite<unsigned char[]>(bytes.size());
-  std::ranges::copy(bytes, array.get());
+  return zrk::BuildStoreHeader(header, kind);
+}
+
+/// The same in an array for a caller; null where the levels do not fit, and where there is no memory.
+template <class Level>
+unsigned char* BindInfoOf(const XTileFileInfo<Level>& info, zrk::StoreKind kind) {
+  std::unique_ptr<unsigned char[]> array;
+  zrk::FencedStore([&] {
+    const std::vector<unsigned char> bytes = BuildHeader(info, kind);
+    if (bytes.empty()) return false;
+    array = std::make_unique_for_overwrite<unsigned char[]>(bytes.size());
+    std::ranges::copy(bytes, array.get());
+    return true;
+  });
   return array.release();
 }
 
@@ -84,18 +96,24 @@ int XTileFileInfo<Level>::GetTileStorageRequirement(int level) const {
 }
 
 template <class Level>
-void XTileFileInfo<Level>::Append(tagXTileLevel level) {
+bool XTileFileInfo<Level>::Append(tagXTileLevel level) {
   level.startPos = static_cast<std::uint64_t>(nextPos_);
-  AddRecord(level);
+  return AddRecord(level);
 }
 
+/// Both lists have room before either of them changes, so that they never differ.
 template <class Level>
-void XTileFileInfo<Level>::AddRecord(tagXTileLevel level) {
-  level.tileSize = zrk::HalveTileSize(tileSize_, level.level);
-  owned_.push_back(std::make_unique<Level>(level));
-  levels_.push_back(owned_.back().get());
-  nextPos_ = zrk::CheckedAdd(nextPos_, zrk::CountTileBytes(level)).value_or(INT64_MAX);
-  fileSize_ = nextPos_;
+bool XTileFileInfo<Level>::AddRecord(tagXTileLevel level) {
+  return zrk::FencedStore([&] {
+    level.tileSize = zrk::HalveTileSize(tileSize_, level.level);
+    auto added = std::make_unique<Level>(level);
+    if (owned_.size() == owned_.capacity()) owned_.reserve(2 * owned_.size() + 1);
+    levels_.push_back(added.get());
+    owned_.push_back(std::move(added));
+    nextPos_ = zrk::CheckedAdd(nextPos_, zrk::CountTileBytes(level)).value_or(INT64_MAX);
+    fileSize_ = nextPos_;
+    return true;
+  });
 }
 
 /// The bit inverse of the truncated negative quotient is one less than the quotient, for every tile size that divides
@@ -120,21 +138,18 @@ template class XTileFileInfo<XPBILevelInfo>;
 
 bool XPBIFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                             _XDXTTYPE type, int storageSize) {
-  Append({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, type, 0});
-  return true;
+  return Append({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, type, 0});
 }
 
 bool XPBIFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                             _XDXTTYPE type, int storageSize, std::uint64_t offset) {
-  AddRecord({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, type, offset});
-  return true;
+  return AddRecord({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, type, offset});
 }
 
 bool XPBIFileInfo::AddLevel(int level, int tileWidth, int tileHeight, _XDXTTYPE type, int storageSize) {
   tagXTileLevel record{level, 0, 0, 0, 0, 0.0, tileWidth, tileHeight, storageSize, type, 0};
   CoverTheEarth(record);
-  Append(record);
-  return true;
+  return Append(record);
 }
 
 std::int64_t XPBIFileInfo::GetOffset(int level, int row, int col) const {
@@ -152,21 +167,18 @@ unsigned char* XPBIFileInfo::GetBindInfo() const {
 
 bool XPBEFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                             int storageSize) {
-  Append({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, 0, 0});
-  return true;
+  return Append({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, 0, 0});
 }
 
 bool XPBEFileInfo::AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                             int storageSize, std::uint64_t offset) {
-  AddRecord({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, 0, offset});
-  return true;
+  return AddRecord({level, llRow, llCol, urRow, urCol, 0.0, tileWidth, tileHeight, storageSize, 0, offset});
 }
 
 bool XPBEFileInfo::AddLevel(int level, int tileWidth, int tileHeight, int storageSize) {
   tagXTileLevel record{level, 0, 0, 0, 0, 0.0, tileWidth, tileHeight, storageSize, 0, 0};
   CoverTheEarth(record);
-  Append(record);
-  return true;
+  return Append(record);
 }
 
 std::int64_t XPBEFileInfo::GetOffset(int level, int row, int col) const {

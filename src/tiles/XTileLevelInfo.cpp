@@ -32,10 +32,6 @@ XString XTileLevelInfo::DescribeTiles() const {
   return text;
 }
 
-XPBILevelInfo::XPBILevelInfo() : XTileLevelInfo(tagXTileLevel{}) {}
-
-XPBILevelInfo::XPBILevelInfo(const tagXTileLevel& record) : XTileLevelInfo(record) {}
-
 XPBILevelInfo::XPBILevelInfo(int level, double tileSize, int llRow, int llCol, int urRow, int urCol, int tileWidth,
                              int tileHeight, _XDXTTYPE type, int storageSize, std::uint64_t startPos)
     : XTileLevelInfo(
@@ -46,10 +42,6 @@ XString XPBILevelInfo::ToString() const {
   text.Format("DxtType:%d     StartPos: %" PRIu64 "\r\n", GetRecord().blockType, GetStartPos());
   return DescribeTiles() + text;
 }
-
-XPBELevelInfo::XPBELevelInfo() : XTileLevelInfo(tagXTileLevel{}) {}
-
-XPBELevelInfo::XPBELevelInfo(const tagXTileLevel& record) : XTileLevelInfo(record) {}
 
 XPBELevelInfo::XPBELevelInfo(int level, int llRow, int llCol, int urRow, int urCol, double tileSize, int tileWidth,
                              int tileHeight, int storageSize, std::uint64_t startPos)

@@ -4,6 +4,7 @@
 #include "FaultyDisk.h"
 
 #include <algorithm>
+#include <csignal>
 
 class FaultyFile : public zrk::DiskFile {
  public:
@@ -66,9 +67,16 @@ void FaultyDisk::FailCall(int nth, DiskFault fault) {
   numCalls_ = 0;
 }
 
+void FaultyDisk::DieAtCall(int nth) {
+  deadlyCall_ = nth;
+  numCalls_ = 0;
+}
+
 int FaultyDisk::NextError(Calls* kind) {
   const int ofKind = kind ? kind->Next() : 0;
-  if (++numCalls_ != failingCall_) return ofKind;
+  const int call = ++numCalls_;
+  if (call == deadlyCall_) std::raise(SIGKILL);
+  if (call != failingCall_) return ofKind;
   switch (fault_.load()) {
     case DiskFault::kError:
       return EIO;

@@ -25,6 +25,8 @@ class FaultyDisk : public zrk::Disk {
   void FailRename(int nth) { renames_.Set(nth, EIO); }
   /// The N-th call from now on fails, whatever its kind.
   void FailCall(int nth, DiskFault fault);
+  /// The N-th call from now on does nothing, because the process is killed there.
+  void DieAtCall(int nth);
   /// Calls of all kinds since the last `FailCall`.
   int GetCallCount() const { return numCalls_; }
   /// Every folder has room for so many bytes from now on; -1 for what can't be told.
@@ -83,6 +85,7 @@ class FaultyDisk : public zrk::Disk {
 
   std::atomic<int> numCalls_ = 0;
   std::atomic<int> failingCall_ = 0;
+  std::atomic<int> deadlyCall_ = 0;
   std::atomic<DiskFault> fault_ = DiskFault::kError;
   Calls reads_, writes_, maps_, opens_, syncs_, closes_, setSizes_, renames_;
   std::atomic<std::int64_t> shortBy_ = 0;

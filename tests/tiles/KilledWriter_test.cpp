@@ -93,7 +93,7 @@ void KillAtAllMoments(const std::function<void(Count&)>& work, const std::functi
   inspect(*numDone);
   std::mt19937 random(7);
   int numKilled = 0;
-  for (int i = 0; i < TrialCount(kMoments) && !testing::Test::HasFailure(); ++i) {
+  for (int i = 0; i < TrialCount(kMoments, 12) && !testing::Test::HasFailure(); ++i) {
     const auto numTiles = static_cast<unsigned>(random() % kTilesMade);
     const std::chrono::microseconds after(random() % 500);
     numKilled += RunAndKill(work, *numDone, Moment{numTiles, after}) ? 1 : 0;

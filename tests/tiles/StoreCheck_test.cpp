@@ -168,10 +168,19 @@ TEST_F(StoreCheck, TellsLevelsThatOverlapAreMissingOrThereTwice) {
   other.level = 4;
   other.offset = 51200 + 191;
   const auto bytes = StoreBuilder("PBI").Level(ImageLevel()).Level(other).Level(ImageLevel()).Body(SoundBlocks(400));
-  EXPECT_THAT(Check("a.pbi", bytes.Build()),
-              ElementsAre("Level 1 is there twice; the first one counts", "Between the levels 1 and 4 2 are missing",
-                          "The tiles of the levels 1 and 1 overlap in the file",
-                          "The tiles of the levels 1 and 4 overlap in the file"));
+  EXPECT_THAT(Check("a.pbi", bytes.Build()), ElementsAre("Level 1 is there twice; the first one counts",
+                                                         "2 levels are missing between level 1 and level 4",
+                                                         "The tiles of the levels 1 and 1 overlap in the file",
+                                                         "The tiles of the levels 1 and 4 overlap in the file"));
+}
+
+TEST_F(StoreCheck, SaysOneOfAThingAsOneSaysIt) {
+  StoreRecord record = ImageLevel(), above = ImageLevel();
+  above.level = 3;
+  record.storage = 1;
+  EXPECT_THAT(Check("a.pbi", StoreBuilder("PBI").Level(record).Level(above).Body(SoundBlocks(192)).Build()),
+              testing::IsSupersetOf({"Level 1: a tile of 8 by 8 has 1 byte; it needs 32",
+                                     "1 level is missing between level 1 and level 3"}));
 }
 
 TEST_F(StoreCheck, TellsTilesOfTheWrongLengthOrOfAnUnknownType) {
@@ -187,7 +196,7 @@ TEST_F(StoreCheck, TellsBlocksThatNoEncoderMakes) {
   std::vector<unsigned char> bytes = TinyStore(ImageLevel());
   const std::vector<unsigned char> equalColours = {1, 2, 1, 2, 0x04, 0, 0, 0};  // the second pixel has code 1
   std::ranges::copy(equalColours, bytes.begin() + 51200 + 4 * 32 + 8);
-  EXPECT_THAT(Check("a.pbi", bytes), ElementsAre("Level 1, row 1, column 1: 1 blocks are none that an encoder makes"));
+  EXPECT_THAT(Check("a.pbi", bytes), ElementsAre("Level 1, row 1, column 1: 1 block is none that an encoder makes"));
   // Code 3 of equal colours is a pixel that is not there, and code 0 the colour.
   bytes[51200 + 4 * 32 + 12] = 0x0C;
   EXPECT_THAT(Check("a.pbi", bytes), IsEmpty());
@@ -262,7 +271,7 @@ TEST_F(StoreCheck, TellsHeightsThatAreNoNumbersAndNormalsOfOtherLengths) {
   posts[3 * 36 + 9] = 0.65F;  // the first normal of the last one
   EXPECT_THAT(Check("a.pbe", SlopeStore(posts, 2.0, 144)),
               ElementsAre("Level 0, row 0, column 0: a height is no number",
-                          "Level 0, row 1, column 1: 1 normals are not of unit length"));
+                          "Level 0, row 1, column 1: 1 normal is not of unit length"));
 }
 
 TEST_F(StoreCheck, TellsKeysThatAreDoubleOrOfNoTileAndDataThatIsNotThere) {
@@ -327,6 +336,19 @@ TEST_F(StoreCheck, RefusesTilesThatAreNotThere) {
   EXPECT_EQ(77, tile.width);
 }
 
+TEST_F(StoreCheck, RefusesTilesOfWhatHasNone) {
+  StoreRecord inverted = ImageLevel();
+  inverted.urCol = -1;
+  folder_.Write("a.pbi", TinyStore(inverted));
+  folder_.Write("a.txi", TxidBuilder().Grid(3, 0, 8).BuildIndex());
+  tagXStoreTile tile;
+  XString err;
+  EXPECT_EQ(0, XfnReadStoreTile(folder_.Path("a.pbi"), 1, 0, 0, tile, err));
+  EXPECT_EQ("Level 1 has no tiles", err.AsStdString());
+  EXPECT_EQ(0, XfnReadStoreTile(folder_.Path("a.txi"), 0, 0, 0, tile, err));
+  EXPECT_EQ("The store has no tiles", err.AsStdString());
+}
+
 TEST_F(StoreCheck, RefusesTilesWhosePixelsPassTheLimits) {
   folder_.Write("a.pbi", TinyStore(ImageLevel()));
   const tagXLimits before = XfnGetLimits();
@@ -360,4 +382,17 @@ TEST_F(StoreCheck, TakesHeightsOfWordsOutAsFloats) {
   XString err;
   ASSERT_EQ(1, XfnReadStoreTile(folder_.Path("a.pbe"), 0, 0, 0, tile, err)) << err.GetText();
   EXPECT_EQ((Posts{-5.0F, 7.0F}), tile.heights);
+}
+
+/// The tiles of a store without any have a size, too. One of 60,000 by 60,000 has 1,800,000,000 bytes.
+TEST_F(StoreCheck, TellsTilesOfAnIndexThatAreLargerThanTheLimits) {
+  for (const int tileSize : {60000, 200000}) {
+    EXPECT_THAT(Check("a.txi", TxidBuilder().Grid(1, 1, tileSize).BuildIndex()),
+                ElementsAre("The tiles are larger than the limits allow"));
+  }
+  TxidBuilder store;
+  store.Grid(1, 1, 60000).Record(0, 0, 32);
+  EXPECT_THAT(Check("a.txi", store.BuildIndex()),
+              ElementsAre("A tile of 60000 by 60000 has 32 bytes; it needs 1800000000",
+                          "The tiles are larger than the limits allow"));
 }

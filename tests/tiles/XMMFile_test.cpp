@@ -1,63 +1,18 @@
 // The file behind the tile stores: what its operations answer, the sentences that they leave, and where the position
 // ends. What the disk can't do is tried with one that fails.
 
-#include "XMMFile.h"
+#include "MappedFileTest.h"
 
 #include "base/Disk.h"
 #include "FaultyDisk.h"
-#include "TempFolder.h"
 #include "XFile.h"
-
-#include <gtest/gtest.h>
 
 #include <sys/stat.h>
 #include <filesystem>
-#include <numeric>
-#include <thread>
-#include <vector>
 
 namespace fs = std::filesystem;
-using MappedFile = Vexorine::ZRL::IO::XMMFile;
-using Bytes = std::vector<unsigned char>;
 
 namespace {
-
-constexpr std::uint64_t kView = 65536;
-constexpr const char* kSeekSentence = "Seek request lies outside file boundary.";
-constexpr const char* kNoRoomSentence = "The file pointer cannot be set to specified location.";
-
-/// Bytes that differ from each other far apart, so that no part of them is taken for another.
-Bytes Ramp(std::size_t count) {
-  Bytes bytes(count);
-  for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(i * 7 + i / 251 + i / 65536 * 3);
-  return bytes;
-}
-
-XString SentenceOf(const MappedFile& file) {
-  XString text;
-  file.GetLastError(text);
-  return text;
-}
-
-class MappedFileTest : public testing::Test {
- protected:
-  std::string Path() const { return folder_.Path("store"); }
-  void Write(const Bytes& bytes) const { folder_.Write("store", bytes); }
-  void WriteRamp(std::size_t count) const { Write(Ramp(count)); }
-  /// Reads from the position on, and fails where the count is not the one that was read.
-  static Bytes Read(MappedFile& file, std::uint32_t count, std::uint32_t expected) {
-    Bytes bytes(count);
-    EXPECT_EQ(expected, file.Read(bytes.data(), count));
-    bytes.resize(expected);
-    return bytes;
-  }
-  static Bytes Part(const Bytes& bytes, std::size_t begin, std::size_t count) {
-    return Bytes(bytes.begin() + static_cast<long>(begin), bytes.begin() + static_cast<long>(begin + count));
-  }
-
-  TempFolder folder_;
-  MappedFile file_;
-};
 
 using XMMFileOpen = MappedFileTest;
 using XMMFileCreate = MappedFileTest;
@@ -65,8 +20,6 @@ using XMMFileSeek = MappedFileTest;
 using XMMFileRead = MappedFileTest;
 using XMMFileWrite = MappedFileTest;
 using XMMFileGrowth = MappedFileTest;
-using XMMFileCopies = MappedFileTest;
-using XMMFileThreads = MappedFileTest;
 
 }  // namespace
 
@@ -225,6 +178,27 @@ TEST_F(XMMFileCreate, LeavesNoFileWhereTheDiskIsFull) {
   FaultyDisk disk;
   const zrk::ScopedDisk scope(disk);
   disk.FailSetSize(2);  // the first call empties the file, the second takes the room
+  EXPECT_FALSE(file_.Create(Path().c_str(), 100));
+  EXPECT_EQ(kNoRoomSentence, SentenceOf(file_));
+  EXPECT_FALSE(fs::exists(Path()));
+}
+
+TEST_F(XMMFileCreate, LeavesAnOldEmptyFileWhereTheDiskIsFull) {
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  Write({});
+  disk.FailSetSize(2);
+  EXPECT_FALSE(file_.Create(Path().c_str(), 100));
+  EXPECT_EQ(kNoRoomSentence, SentenceOf(file_));
+  EXPECT_TRUE(fs::exists(Path()));
+  EXPECT_TRUE(file_.Create(Path().c_str(), 100));
+}
+
+TEST_F(XMMFileCreate, LeavesNoFileThatItEmptiedInVain) {
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  WriteRamp(50);
+  disk.FailSetSize(2);
   EXPECT_FALSE(file_.Create(Path().c_str(), 100));
   EXPECT_EQ(kNoRoomSentence, SentenceOf(file_));
   EXPECT_FALSE(fs::exists(Path()));
@@ -500,73 +474,8 @@ TEST_F(XMMFileGrowth, FailsWhereTheFileDidNotBecomeLonger) {
   FaultyDisk disk;
   const zrk::ScopedDisk scope(disk);
   ASSERT_TRUE(file_.Open(Path().c_str(), 2));
-  disk.FailCall(3, DiskFault::kError);  // the room, the growth, and then the length
+  disk.FailCall(4, DiskFault::kError);  // the length, the room, the growth, and then the length again
   EXPECT_FALSE(file_.Write(Bytes(150, 1).data(), 150, false));
   EXPECT_EQ("Failed to create file mapping.", SentenceOf(file_));
   EXPECT_EQ(100u, file_.GetLength());
-}
-
-TEST_F(XMMFileCopies, ShareTheFileAndHaveAPositionEach) {
-  WriteRamp(100);
-  ::XMMFile file;
-  ASSERT_TRUE(file.Open(Path().c_str(), 2));
-  ASSERT_TRUE(file.Seek(40, 0));
-  ::XMMFile copy = file;
-  EXPECT_EQ(40u, copy.GetPosition());
-  EXPECT_EQ(100u, copy.GetLength());
-  ASSERT_TRUE(copy.Write("ab", 2, false));
-  EXPECT_EQ(40u, file.GetPosition());
-  EXPECT_EQ((Bytes{'a', 'b'}), Read(file, 2, 2));
-}
-
-TEST_F(XMMFileCopies, AreClosedByThemselves) {
-  WriteRamp(100);
-  ::XMMFile file, copy;
-  ASSERT_TRUE(file.Open(Path().c_str(), 0));
-  copy = file;
-  file.Close();
-  EXPECT_EQ(Ramp(100), Read(copy, 100, 100));
-  const ::XMMFile& same = copy;
-  copy = same;
-  copy.Close();
-  copy.Close();
-  EXPECT_FALSE(copy.IsOpen());
-}
-
-TEST_F(XMMFileCopies, TakeTheSentenceAlong) {
-  ::XMMFile file;
-  EXPECT_FALSE(file.Seek(1, 0));
-  const ::XMMFile copy = file;
-  ::XMMFile assigned;
-  assigned = file;
-  EXPECT_EQ(kSeekSentence, SentenceOf(copy));
-  EXPECT_EQ(kSeekSentence, SentenceOf(assigned));
-}
-
-TEST_F(XMMFileCopies, DeleteATemporaryFileOnce) {
-  ::XMMFile file;
-  ASSERT_TRUE(file.CreateTemp(100));
-  ::XMMFile copy = file;
-  copy = file;
-  EXPECT_EQ(100u, copy.GetLength());
-  file.Close();
-  EXPECT_EQ(Bytes(100, 0), Read(copy, 100, 100));
-}
-
-TEST_F(XMMFileThreads, ReadAtOffsetsOfOneFile) {
-  const Bytes ramp = Ramp(1 << 20);
-  Write(ramp);
-  ASSERT_TRUE(file_.Open(Path().c_str(), 0));
-  std::vector<std::thread> threads;
-  for (unsigned t = 0; t < 8; ++t) {
-    threads.emplace_back([&, t] {
-      Bytes piece(1000);
-      for (std::size_t i = 0; i < 200; ++i) {
-        const std::size_t offset = (t * 7919 + i * 104729) % (ramp.size() - 1000);
-        EXPECT_EQ(1000u, file_.ReadAt(offset, piece.data(), 1000));
-        EXPECT_EQ(Part(ramp, offset, 1000), piece);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }

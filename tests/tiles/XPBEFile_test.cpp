@@ -84,11 +84,23 @@ TEST(PBEFile, HasNormalsFromVersionTwoOn) {
 
 TEST(PBEFile, AddsNoLevelOfTilesThatCannotBe) {
   XPBEFile store(2.0, 18.0);
-  for (const auto& [width, height] : {std::pair{0, 31}, {31, -1}, {INT_MAX, INT_MAX}, {11586, 11586}}) {
+  for (const auto& [width, height] : {std::pair{INT_MAX, INT_MAX}, {11586, 11586}}) {
     EXPECT_FALSE(store.AddLevel(0, width, height));
     EXPECT_FALSE(store.AddLevel(0, 0, 0, 1, 1, width, height));
   }
   EXPECT_EQ(0, store.GetFileInfo()->GetNumberOfLevel());
+}
+
+TEST_F(PBEFileCreate, AddsALevelOfTilesWithoutPosts) {
+  XPBEFile store(1.2, 18.0);
+  EXPECT_TRUE(store.AddLevel(0, 0, 31));
+  EXPECT_TRUE(store.AddLevel(1, 0, 0, 1, 1, 31, -1));
+  EXPECT_EQ(0, store.GetFileInfo()->GetTileStorageRequirement(0));
+  EXPECT_EQ(0, store.GetFileInfo()->GetTileStorageRequirement(1));
+  EXPECT_TRUE(store.Create(Path()));
+  EXPECT_TRUE(store.IsUsable());
+  EXPECT_EQ(51200u, fs::file_size(Path()));
+  EXPECT_TRUE(Tile(store, 0, 0, 0).empty());
 }
 
 TEST_F(PBEFileCreate, WritesTheHeaderAndRoomForAllTiles) {
@@ -220,6 +232,15 @@ TEST_F(PBEFileRead, MakesFloatsOfShortPostsBelowVersionOnePointOne) {
   EXPECT_EQ(2, buffer.tileHeight);
   EXPECT_EQ(BytesOf(posts), Bytes(buffer.data, buffer.data + 12));
   delete[] buffer.data;
+}
+
+TEST_F(PBEFileRead, MakesNoPostOfAnOddByteBelowVersionOnePointOne) {
+  folder_.Write("a.pbe", StoreBuilder("PBE")
+                             .Version(1.0)
+                             .Level({0, 0, 0, 0, 0, 0.0, 3, 1, 7, 0, 51200})
+                             .Body(BytesOf(std::vector<std::int16_t>{1, -2, 3, 4}))
+                             .Build());
+  EXPECT_EQ((std::vector<float>{1, -2, 3}), Tile(XPBEFile(Path(), 0), 0, 0, 0));
 }
 
 TEST_F(PBEFileRead, GivesNormalsFromTheLastThreeQuarters) {

@@ -6,6 +6,7 @@
 #include "FaultyDisk.h"
 #include "StoreBytes.h"
 #include "TempFolder.h"
+#include "tiles/BlockCoder.h"
 
 #include <gtest/gtest.h>
 #include <squish.h>
@@ -57,7 +58,7 @@ using PBIFileUpdate = ImageStore;
 using PBIFileRead = ImageStore;
 using PBIFileCopies = ImageStore;
 
-Bytes Pixels(int width, int height, int bytesPerPixel, unsigned seed = 1) {
+Bytes RandomPixels(int width, int height, int bytesPerPixel, unsigned seed = 1) {
   std::mt19937 random(seed);
   Bytes pixels(static_cast<std::size_t>(width * height * bytesPerPixel));
   for (unsigned char& each : pixels) each = static_cast<unsigned char>(random());
@@ -99,6 +100,7 @@ TEST(PBIFile, KnowsTheBytesOfATile) {
   EXPECT_EQ(32768, XPBIFile::GetStorageRequirements(256, 256, kDxt1));
   EXPECT_EQ(8, XPBIFile::GetStorageRequirements(2, 2, kDxt1));
   EXPECT_EQ(32, XPBIFile::GetStorageRequirements(5, 5, kDxt1));
+  EXPECT_EQ(16, XPBIFile::GetStorageRequirements(2, 2, kDxt3));
   EXPECT_EQ(64, XPBIFile::GetStorageRequirements(5, 5, kDxt3));
   EXPECT_EQ(64, XPBIFile::GetStorageRequirements(5, 5, kDxt5));
   EXPECT_EQ(24, XPBIFile::GetStorageRequirements(3, 9, kDxt1));
@@ -109,7 +111,16 @@ TEST(PBIFile, HasNoBytesForATileThatCannotBe) {
   EXPECT_EQ(0, XPBIFile::GetStorageRequirements(0, 8, kDxt1));
   EXPECT_EQ(0, XPBIFile::GetStorageRequirements(-1, 8, kDxt3));
   EXPECT_EQ(0, XPBIFile::GetStorageRequirements(INT_MAX, INT_MAX, kDxt5));
-  EXPECT_EQ(0, XPBIFile::GetStorageRequirements(8, 8, static_cast<_XDXTTYPE>(3)));
+}
+
+/// libsquish takes flags that name none of its methods, or several, for the first method.
+TEST(PBIFile, CountsTheBytesOfOtherTypesAsSquishDoes) {
+  for (const int type : {0, 3, 5, 6, 7, 1024}) {
+    EXPECT_EQ(32, XPBIFile::GetStorageRequirements(5, 5, static_cast<_XDXTTYPE>(type))) << type;
+  }
+  EXPECT_EQ(8, XPBIFile::GetStorageRequirements(2, 2, kDxtNone));
+  EXPECT_EQ(0, XPBIFile::GetStorageRequirements(0, 2, kDxtNone));
+  EXPECT_EQ(0, XPBIFile::GetStorageRequirements(INT_MAX, INT_MAX, kDxtNone));
 }
 
 TEST_F(PBIFileCreate, WritesTheHeaderAndRoomForAllTiles) {
@@ -392,12 +403,27 @@ TEST_F(PBIFileUpdate, PacksPixelsForALevelOfDxt1) {
   EXPECT_EQ(0x1F, Written().Bytes(51200 + 4 * 32, 1)[0]);
 }
 
+/// Beside a colour other than black the encoder has no transparent code, and so the pixel becomes a third of it.
+TEST_F(PBIFileUpdate, MakesATransparentPixelOfASolidRedBlockDarkRed) {
+  CreateSmall();
+  Bytes pixels;
+  for (int i = 0; i < 64; ++i) pixels.insert(pixels.end(), {255, 0, 0, 255});
+  pixels[4 * 27 + 3] = 0;  // in the row 3 from the bottom and the column 3
+  ASSERT_TRUE(store_.Update(4, 10, 20, pixels.data(), kPixelRgba));
+  Bytes unpacked(8 * 8 * 4);
+  ASSERT_TRUE(zrk::DecodeBlocksAs(Tile(store_, 4, 10, 20), {kDxt1, 8, 8}, kPixelRgba, unpacked));
+  for (std::size_t i = 0; i < 64; ++i) {
+    const auto red = static_cast<unsigned char>(i == 27 ? 82 : 248);
+    EXPECT_EQ((Bytes{red, 0, 0, 255}), Bytes(&unpacked[4 * i], &unpacked[4 * i] + 4)) << i;
+  }
+}
+
 TEST_F(PBIFileUpdate, PacksRgbaBySquishForOtherLevels) {
   for (const _XDXTTYPE type : {kDxt3, kDxt5}) {
     XPBIFile store(1.0, 18.0);
     store.AddLevel(0, 0, 0, 0, 0, 8, 8, type);
     ASSERT_TRUE(store.Create(Path()));
-    Bytes pixels = Pixels(8, 8, 4);
+    Bytes pixels = RandomPixels(8, 8, 4);
     Bytes expected(64);
     squish::CompressImage(pixels.data(), 8, 8, expected.data(), type);
     EXPECT_TRUE(store.Update(0, 0, 0, pixels.data(), kPixelRgba));
@@ -410,7 +436,7 @@ TEST_F(PBIFileUpdate, WritesNothingForAFormatThatTheLevelCannotTake) {
   store_.AddLevel(1, 0, 0, 0, 0, 8, 8, kDxt5);
   ASSERT_TRUE(store_.Create(Path()));
   const Bytes before = ReadBytes(Path());
-  Bytes pixels = Pixels(8, 8, 4);
+  Bytes pixels = RandomPixels(8, 8, 4);
   for (const int format : {0, 8, 13, 15, 16, 99, -1}) {
     EXPECT_FALSE(store_.Update(0, 0, 0, pixels.data(), static_cast<_XPIXELFORMAT>(format))) << format;
   }
@@ -423,7 +449,7 @@ TEST_F(PBIFileUpdate, WritesNothingForAFormatThatTheLevelCannotTake) {
 TEST_F(PBIFileUpdate, LeavesFileAndHeaderAloneForUnknownLevelsAndTilesOutside) {
   CreateSmall();
   const Bytes before = ReadBytes(Path());
-  Bytes pixels = Pixels(8, 8, 4);
+  Bytes pixels = RandomPixels(8, 8, 4);
   for (const auto& [level, row, col] : {std::tuple{5, 10, 20}, {0, 0, 0}, {4, 9, 20}, {4, 12, 20}, {4, 10, 23}}) {
     EXPECT_FALSE(store_.UpdateDXT(level, row, col, pixels.data()));
     EXPECT_FALSE(store_.Update(level, row, col, pixels.data(), kPixelDxt1));
@@ -440,7 +466,7 @@ TEST_F(PBIFileUpdate, ChangesAFileThatIsOpenForWriting) {
   Bytes tile = TileOf(32, 77);
   ASSERT_TRUE(store.OpenFile(Path(), 0));
   EXPECT_FALSE(store.UpdateDXT(4, 10, 21, tile.data()));
-  EXPECT_FALSE(store.Update(4, 10, 21, Pixels(8, 8, 4).data(), kPixelRgba));
+  EXPECT_FALSE(store.Update(4, 10, 21, RandomPixels(8, 8, 4).data(), kPixelRgba));
   ASSERT_TRUE(store.OpenFile(Path(), 2));
   EXPECT_TRUE(store.UpdateDXT(4, 10, 21, tile.data()));
   Bytes expected = Small().Build();

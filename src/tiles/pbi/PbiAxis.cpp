@@ -5,7 +5,7 @@
 // - a tile begins and ends at sample numbers that are cut to whole ones toward zero;
 // - its k-th sample is the pixel k * scale, rounded, so that pixels are counted from the tile's first sample on and not
 //   from its edge;
-// - it gives no more samples than the band has pixels there, by the step of the level.
+// - it gives no more samples than lie between its corners in pixels of the band, by the step of the level.
 //
 // A store may have far more tiles than a result has samples. Tiles that give none are leapt over: what a tile begins
 // and ends with rises from tile to tile.
@@ -14,10 +14,10 @@
 
 #include "base/Truncate.h"
 #include "tiles/StoreLevels.h"
+#include "ZRMBand.h"
 
 #include <algorithm>
 #include <climits>
-#include <cmath>
 #include <cstdint>
 
 namespace zrk {
@@ -42,6 +42,21 @@ struct Side {
     return isRow ? request.north - SouthOf(tile, tileSize) : WestOf(tile, tileSize) + tileSize - request.west;
   }
 };
+
+/// From where to where a tile lies in pixels of the band.
+struct BandRange {
+  double begin;
+  double end;
+};
+
+BandRange InBand(const Side& side, int tile) {
+  const auto convert = [&](double x, double y) {
+    side.request.band.ConvWorldToPixelCoord(x, y);
+    return side.isRow ? y : x;
+  };
+  const double west = WestOf(tile, side.tileSize), south = SouthOf(tile, side.tileSize);
+  return {convert(west, south + side.tileSize), convert(west + side.tileSize, south)};
+}
 
 /// The samples from `begin` up to `end`, without it. They may lie outside of the result.
 struct SampleRange {
@@ -69,22 +84,23 @@ std::int64_t LeapTo(const Side& side, std::int64_t number, std::int64_t last, in
   return behind;
 }
 
-/// How many samples the tile's pixels of the band allow.
-double CountInBand(const Side& side, int tile) {
-  return std::ceil((side.EndOf(tile) - side.BeginOf(tile)) / side.request.bandPixel / side.request.bandStep);
+/// Rounds a number that is not negative, and halves upward. The system's function takes longer than all else here.
+int RoundToInt(double number) {
+  const int whole = static_cast<int>(number);
+  return number - whole >= 0.5 ? whole + 1 : whole;
 }
 
 void TakeTile(const Side& side, std::int64_t number, const SampleRange& range, int count, StoreAxis& axis) {
   const int tile = side.TileAt(number);
   const double scale = side.request.step / (side.tileSize / kPixelsOfTile);
-  const double mostOfTile = CountInBand(side, tile);
+  const BandRange inBand = InBand(side, tile);
   const int first = std::max(range.begin, 0);
   axis.Visit(tile, first);
   for (int i = first; i < std::min(range.end, count); ++i) {
     const double k = static_cast<double>(std::int64_t{i} - range.begin);
-    const double source = std::round(k * scale);
-    if (!(k < mostOfTile && source < INT_MAX)) break;
-    axis.Take(static_cast<int>(source));
+    const double source = k * scale;
+    if (!(inBand.begin + k * side.request.bandStep < inBand.end && source < INT_MAX - 1)) break;
+    axis.Take(RoundToInt(source));
   }
   axis.DropEmpty();
 }

@@ -3,14 +3,16 @@
 #include "tagXTileLevel.h"
 #include "tiles/StoreAxis.h"
 
+class ZRMBand;
+
 namespace zrk {
 
 /// A window on its way through coordinates, as callers of the compatible policy rely on it. Lengths are in degrees.
 struct PbiRequest {
+  const ZRMBand& band;
   double west, east, south, north;
-  double step;   ///< between samples of the result, on both axes
-  int bandStep;  ///< the same in pixels of the band
-  double bandPixel;
+  double step;        ///< between samples of the result, on both axes
+  int bandStep;       ///< the same in pixels of the band
   int width, height;  ///< of the result
 };
 

@@ -10,6 +10,7 @@
 #include "XThread.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace zrk {
@@ -20,18 +21,33 @@ constexpr int kBlockSide = 4;
 constexpr int kRowsAtOnce = 16;
 constexpr int kWideStep = 32;  // between samples, from which each is unpacked by itself
 constexpr int kCompatibleStride = 256;
+constexpr std::size_t kManyTiles = 4096;   // are not looked up beforehand
+constexpr std::size_t kVectorPixels = 64;  // as many as any machine's vector splits at once
+constexpr int kShortRun = 8;               // not worth a copy of its own
 
 /// The blocks from the first row of blocks that the visit touches to the last one, as a picture of their own.
 BlockShape PartOf(const BlockShape& shape, int firstBlockRow, int lastBlockRow) {
   return {shape.type, shape.width, (lastBlockRow - firstBlockRow + 1) * kBlockSide};
 }
 
-void PickPixels(const std::uint8_t* rgba, const int* sources, int count, ChannelReads::Record& record, int y, int x) {
-  unsigned char* const planes[] = {record.At(0).Row(y) + x, record.At(1).Row(y) + x, record.At(2).Row(y) + x,
-                                   record.At(3).Row(y) + x};
-  for (int i = 0; i < count; ++i) {
+using PlaneRows = std::array<unsigned char*, kPbiChannels>;
+
+PlaneRows RowsOf(ChannelReads::Record& record, int y, int x) {
+  return {record.At(0).Row(y) + x, record.At(1).Row(y) + x, record.At(2).Row(y) + x, record.At(3).Row(y) + x};
+}
+
+/// A run that is shorter than a vector is split beside the result, with pixels that lie behind it.
+void SplitRun(const std::uint8_t* rgba, std::size_t count, const PlaneRows& row) {
+  if (count >= kVectorPixels) return SplitPixels4(rgba, count, row[0], row[1], row[2], row[3]);
+  std::array<std::array<unsigned char, kVectorPixels>, kPbiChannels> beside;
+  SplitPixels4(rgba, kVectorPixels, beside[0].data(), beside[1].data(), beside[2].data(), beside[3].data());
+  for (std::size_t k = 0; k < row.size(); ++k) std::memcpy(row[k], beside[k].data(), count);
+}
+
+void PickPixels(const std::uint8_t* rgba, const int* sources, int count, const PlaneRows& planes) {
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
     const std::uint8_t* const pixel = rgba + std::ptrdiff_t{sources[i] - sources[0]} * 4;
-    for (int k = 0; k < kPbiChannels; ++k) planes[k][i] = pixel[k];
+    for (std::size_t k = 0; k < planes.size(); ++k) planes[k][i] = pixel[k];
   }
 }
 
@@ -49,11 +65,21 @@ std::size_t CountPixels(const BlockShape& shape) {
   return count > XfnGetLimits().decodedTileBytes / 4 ? 0 : static_cast<std::size_t>(count);
 }
 
+/// Zeros come first, unless tiles give every sample. If one of these can't be read after all, it is done anew: it shows
+/// zeros, but what a neighbour has given of its rim stays.
 bool PbiWindow::ReadCompatibly(const tagXTileLevel& level, const int* cancel) {
+  if (IsCovered(level) && PaintTiles(level, cancel)) return true;
   for (int k = 0; k < kPbiChannels; ++k) {
     tagXArr2& plane = record_.At(k);
     std::memset(plane.data, 0, static_cast<std::size_t>(plane.xSize) * static_cast<std::size_t>(plane.ySize));
   }
+  PaintTiles(level, cancel);
+  return !XfnIsStopRequested(cancel);
+}
+
+/// Whether all tiles could be read, and nobody has stopped it.
+bool PbiWindow::PaintTiles(const tagXTileLevel& level, const int* cancel) {
+  bool areAllRead = true;
   for (const StoreVisit& row : scratch_.rows.visits) {
     if (XfnIsStopRequested(cancel)) return false;
     for (const StoreVisit& column : scratch_.columns.visits) {
@@ -61,10 +87,24 @@ bool PbiWindow::ReadCompatibly(const tagXTileLevel& level, const int* cancel) {
         PaintInRowsOf256(level, row, column);
       } else if (!ReadBlocks(level, row, column)) {
         Paint(level, row, column);
+      } else {
+        areAllRead = false;
       }
     }
   }
-  return true;
+  return areAllRead;
+}
+
+/// Whether tiles that lie in the file give every sample.
+bool PbiWindow::IsCovered(const tagXTileLevel& level) const {
+  const std::vector<StoreVisit>&rows = scratch_.rows.visits, &columns = scratch_.columns.visits;
+  if (level.tileWidth != kCompatibleStride || rows.size() * columns.size() > kManyTiles) return false;
+  const tagXArr2& plane = record_.At(0);
+  if (!scratch_.rows.GivesAll(plane.ySize) || !scratch_.columns.GivesAll(plane.xSize)) return false;
+  return std::ranges::all_of(rows, [&](const StoreVisit& row) {
+    return std::ranges::all_of(
+        columns, [&](const StoreVisit& column) { return store_.file->Find(level, row.tile, column.tile).has_value(); });
+  });
 }
 
 bool PbiWindow::ReadExactly(const StoreImage::Level& level, const int* cancel) {
@@ -113,7 +153,8 @@ void PbiWindow::Paint(const tagXTileLevel& level, const StoreVisit& row, const S
     PaintPixels(part, row, column);
     return;
   }
-  scratch_.rgba.resize(static_cast<std::size_t>(width) * kRowsAtOnce * 4);
+  scratch_.rgba.resize((static_cast<std::size_t>(width) * kRowsAtOnce + kVectorPixels) * 4);
+  scratch_.columns.FindRuns(column, static_cast<std::size_t>(column.count / kShortRun + 1), scratch_.runs);
   const bool isDense = ys[row.count - 1] - ys[0] < kBlockSide * row.count;
   const int together = isDense ? kRowsAtOnce : kBlockSide;
   for (int first = 0; first < row.count;) {
@@ -133,17 +174,19 @@ void PbiWindow::PaintRows(const BlockShape& shape, const StoreVisit& row, int fi
   const Window window{xs[0], xs[column.count - 1], ys[first] - top, ys[end - 1] - top};
   const std::ptrdiff_t rowBytes = std::ptrdiff_t{window.Width()} * 4;
   DecodeBlockWindow(scratch_.blocks, shape, window, {scratch_.rgba.data(), rowBytes, false});
-  const bool isRun = window.Width() == column.count && scratch_.columns.IsRun(column);
   for (int i = first; i < end; ++i) {
-    const std::uint8_t* const from = scratch_.rgba.data() + (ys[i] - ys[first]) * rowBytes;
-    const int y = row.first + i;
-    if (isRun) {
-      SplitPixels4(from, static_cast<std::size_t>(column.count), record_.At(0).Row(y) + column.first,
-                   record_.At(1).Row(y) + column.first, record_.At(2).Row(y) + column.first,
-                   record_.At(3).Row(y) + column.first);
-    } else {
-      PickPixels(from, xs, column.count, record_, y, column.first);
-    }
+    PaintRow(scratch_.rgba.data() + (ys[i] - ys[first]) * rowBytes, row.first + i, column);
+  }
+}
+
+/// Exact reads at full size have one run, and compatible ones a few.
+void PbiWindow::PaintRow(const std::uint8_t* rgba, int y, const StoreVisit& column) {
+  const int* const xs = scratch_.columns.SourcesOf(column);
+  const PlaneRows row = RowsOf(record_, y, column.first);
+  if (scratch_.runs.empty()) return PickPixels(rgba, xs, column.count, row);
+  for (const StoreRun& run : scratch_.runs) {
+    SplitRun(rgba + std::ptrdiff_t{xs[run.begin] - xs[0]} * 4, static_cast<std::size_t>(run.count),
+             {row[0] + run.begin, row[1] + run.begin, row[2] + run.begin, row[3] + run.begin});
   }
 }
 
@@ -156,7 +199,7 @@ void PbiWindow::PaintPixels(const BlockShape& shape, const StoreVisit& row, cons
       const int x = xs[i], y = ys[j] - top;
       std::uint8_t pixel[4];
       DecodeBlockWindow(scratch_.blocks, shape, {x, x, y, y}, {pixel, 4, false});
-      PickPixels(pixel, &xs[i], 1, record_, row.first + j, column.first + i);
+      PickPixels(pixel, &xs[i], 1, RowsOf(record_, row.first + j, column.first + i));
     }
   }
 }
@@ -178,7 +221,7 @@ void PbiWindow::PaintInRowsOf256(const tagXTileLevel& level, const StoreVisit& r
     for (int i = 0; i < column.count; ++i) {
       const std::size_t index = static_cast<std::size_t>(ys[j]) * kCompatibleStride + static_cast<std::size_t>(xs[i]);
       if (index >= numPixels) continue;
-      PickPixels(scratch_.rgba.data() + index * 4, &xs[i], 1, record_, row.first + j, column.first + i);
+      PickPixels(scratch_.rgba.data() + index * 4, &xs[i], 1, RowsOf(record_, row.first + j, column.first + i));
     }
   }
 }

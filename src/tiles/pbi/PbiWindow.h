@@ -16,6 +16,7 @@ struct PbiScratch {
   StoreAxis rows;
   std::vector<std::uint8_t> blocks;
   std::vector<std::uint8_t> rgba;
+  std::vector<StoreRun> runs;  ///< of the columns that are painted; none where they are too short
 };
 
 /// Red, green, blue and alpha.
@@ -41,9 +42,12 @@ class PbiWindow {
   bool ReadExactly(const StoreImage::Level& level, const int* cancel);
 
  private:
+  bool IsCovered(const tagXTileLevel& level) const;
+  bool PaintTiles(const tagXTileLevel& level, const int* cancel);
   const char* ReadBlocks(const tagXTileLevel& level, const StoreVisit& row, const StoreVisit& column);
   void Paint(const tagXTileLevel& level, const StoreVisit& row, const StoreVisit& column);
   void PaintRows(const BlockShape& shape, const StoreVisit& row, int first, int end, const StoreVisit& column);
+  void PaintRow(const std::uint8_t* rgba, int y, const StoreVisit& column);
   void PaintPixels(const BlockShape& shape, const StoreVisit& row, const StoreVisit& column);
   void PaintInRowsOf256(const tagXTileLevel& level, const StoreVisit& row, const StoreVisit& column);
   void Clear(const StoreVisit& row, const StoreVisit& column);

@@ -11,11 +11,14 @@
 #include "tiles/pbi/NullBackground.h"
 #include "tiles/pbi/PbiAxis.h"
 #include "tiles/pbi/PbiWindow.h"
+#include "tiles/StoreInfo.h"
 #include "tiles/StoreLevels.h"
 #include "tiles/StoreNotes.h"
 #include "XPath.h"
+#include "XPBIFileInfo.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandPBI, ZRMBandDRIO);
@@ -155,8 +158,7 @@ bool ZRMBandPBI::Impl::ReadCompatibly(const zrk::ReadRequest& request, zrk::Chan
   const tagXTileLevel* const level = zrk::FindClosest(store.header->levels, step, &zrk::PbiResolution);
   if (!level) return false;
   zrk::PbiScratch& memory = scratch.Get();
-  const zrk::PbiRequest window{west,         east,        south, north, step, bandStep, band->GetXPixelSize(),
-                               result.xSize, result.ySize};
+  const zrk::PbiRequest window{*band, west, east, south, north, step, bandStep, result.xSize, result.ySize};
   zrk::PlanPbiColumns(window, *level, memory.columns);
   zrk::PlanPbiRows(window, *level, memory.rows);
   return zrk::PbiWindow(store, memory, record).ReadCompatibly(*level, cancel);
@@ -181,6 +183,17 @@ const tagXTileLevel* ZRMBandPBI::Impl::FindLevel(int level) const {
   if (!store.header) return nullptr;
   const auto found = std::ranges::find(store.header->levels, level, &tagXTileLevel::level);
   return found == store.header->levels.end() ? nullptr : &*found;
+}
+
+std::shared_ptr<XPBIFileInfo> ZRMBandPBI::ReadFileInfo() const {
+  std::shared_ptr<XPBIFileInfo> info;
+  zrk::FencedStore([&] {
+    const std::shared_ptr<zrk::TileFile>& file = GetOwner().store.file;
+    const std::optional<zrk::StoreHeader> header = file ? file->ReadHeader(zrk::StoreKind::kImage) : std::nullopt;
+    if (header) info = zrk::MakeInfo<XPBIFileInfo>(*header, std::trunc(header->version));
+    return true;
+  });
+  return info;
 }
 
 int ZRMBandPBI::AllocBuffer(unsigned size) {

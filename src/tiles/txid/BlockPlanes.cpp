@@ -10,6 +10,8 @@
 
 #include "tiles/txid/BlockPlanes.h"
 
+#include <cstring>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tiles/txid/BlockPlanes.cpp"
 #include <hwy/foreach_target.h>
@@ -28,6 +30,16 @@ void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, const BlockRo
       const unsigned char* const block = blocks + x / kBlockSide * kBlockBytes;
       const auto pixel = UnpackPixel(block, static_cast<int>(x % kBlockSide), static_cast<int>(y));
       for (std::size_t k = 0; k < kNumPlanes; ++k) rows[kBlockSide * k + y][x] = pixel[k];
+    }
+  }
+}
+
+void UnpackPart(const unsigned char* blocks, std::size_t begin, std::size_t end, const BlockRows& rows) {
+  for (std::size_t x = begin; x < end; ++x) {
+    for (std::size_t y = 0; y < kBlockSide; ++y) {
+      const unsigned char* const block = blocks + x / kBlockSide * kBlockBytes;
+      const auto pixel = UnpackPixel(block, static_cast<int>(x % kBlockSide), static_cast<int>(y));
+      for (std::size_t k = 0; k < kNumPlanes; ++k) rows[kBlockSide * k + y][x - begin] = pixel[k];
     }
   }
 }
@@ -69,36 +81,98 @@ hn::Vec<Bytes> SpreadCodes(Word codes, Word places, Bytes bytes) {
   return hn::BitCast(bytes, hn::Or(each, places));
 }
 
+using Bytes = hn::Repartition<std::uint8_t, Words>;
+constexpr Bytes kBytes;
+
+/// Writes all pixels of a row.
+struct WholeStore {
+  void operator()(hn::Vec<Bytes> pixels, unsigned char* to) const { hn::StoreU(pixels, kBytes, to); }
+};
+
+/// Writes the pixels of a row from `begin` up to `end`, without it, and touches no memory before or behind them.
+class PartStore {
+ public:
+#if HWY_TARGET <= HWY_AVX3
+  PartStore(std::size_t begin, std::size_t end)
+      : mask_(hn::AndNot(hn::FirstN(kBytes, begin), hn::FirstN(kBytes, end))) {}
+  void operator()(hn::Vec<Bytes> pixels, unsigned char* to) const {
+    hn::BlendedStore(pixels, mask_, kBytes, to);
+  }
+
+ private:
+  hn::Mask<Bytes> mask_;
+#else
+  PartStore(std::size_t begin, std::size_t end) : begin_(begin), count_(end - begin) {}
+  void operator()(hn::Vec<Bytes> pixels, unsigned char* to) const {
+    alignas(64) unsigned char all[kMaxBlocksAtOnce * kBlockSide];
+    hn::Store(pixels, kBytes, all);
+    std::memcpy(to + begin_, all + begin_, count_);
+  }
+
+ private:
+  std::size_t begin_, count_;
+#endif
+};
+
 /// One vector of blocks, whose pixels begin at column `x` of the rows.
-HWY_INLINE void UnpackVector(const unsigned char* blocks, Word places, const BlockRows& rows, std::size_t x) {
-  const hn::Repartition<std::uint8_t, Words> bytes;
+template <class Store>
+HWY_INLINE void UnpackVector(const unsigned char* blocks, Word places, const BlockRows& rows, std::ptrdiff_t x,
+                             const Store& store) {
   Word colours, codes;
   hn::LoadInterleaved2(kWords, reinterpret_cast<const std::uint32_t*>(blocks), colours, codes);
   const Word first = hn::And(colours, hn::Set(kWords, 0xFFFF)), second = hn::ShiftRight<16>(colours);
   const auto isOpaque = hn::Gt(first, second);
-  const auto mix = [&](Word a, Word b) { return hn::BitCast(bytes, MixValues(a, b, isOpaque)); };
+  const auto mix = [&](Word a, Word b) { return hn::BitCast(kBytes, MixValues(a, b, isOpaque)); };
   const auto red = mix(TakeComponent<11, 5>(first), TakeComponent<11, 5>(second));
   const auto green = mix(TakeComponent<5, 6>(first), TakeComponent<5, 6>(second));
   const auto blue = mix(TakeComponent<0, 5>(first), TakeComponent<0, 5>(second));
   const Word solid = hn::Set(kWords, 0xFFFFFFFF), withHole = hn::Set(kWords, 0x00FFFFFF);
-  const auto alpha = hn::BitCast(bytes, hn::IfThenElse(isOpaque, solid, withHole));
+  const auto alpha = hn::BitCast(kBytes, hn::IfThenElse(isOpaque, solid, withHole));
   for (std::size_t row = 0; row < kBlockSide; ++row, codes = hn::ShiftRight<8>(codes)) {
-    const auto codesOfRow = SpreadCodes(codes, places, bytes);
-    hn::StoreU(hn::TableLookupBytes(red, codesOfRow), bytes, rows[row] + x);
-    hn::StoreU(hn::TableLookupBytes(green, codesOfRow), bytes, rows[kBlockSide + row] + x);
-    hn::StoreU(hn::TableLookupBytes(blue, codesOfRow), bytes, rows[2 * kBlockSide + row] + x);
-    hn::StoreU(hn::TableLookupBytes(alpha, codesOfRow), bytes, rows[3 * kBlockSide + row] + x);
+    const auto codesOfRow = SpreadCodes(codes, places, kBytes);
+    store(hn::TableLookupBytes(red, codesOfRow), rows[row] + x);
+    store(hn::TableLookupBytes(green, codesOfRow), rows[kBlockSide + row] + x);
+    store(hn::TableLookupBytes(blue, codesOfRow), rows[2 * kBlockSide + row] + x);
+    store(hn::TableLookupBytes(alpha, codesOfRow), rows[3 * kBlockSide + row] + x);
   }
+}
+
+Word PlacesInVectors() {
+  const Word inVector = hn::And(hn::Iota(kWords, 0), hn::Set(kWords, 3));
+  return hn::Mul(inVector, hn::Set(kWords, 0x04040404));
 }
 
 /// The last vector overlaps the one before, so that nothing is left over.
 void UnpackAll(const unsigned char* blocks, std::size_t numBlocks, const BlockRows& rows) {
   const std::size_t lanes = hn::Lanes(kWords);
-  const Word inVector = hn::And(hn::Iota(kWords, 0), hn::Set(kWords, 3));
-  const Word places = hn::Mul(inVector, hn::Set(kWords, 0x04040404));
+  const Word places = PlacesInVectors();
   const std::size_t last = numBlocks > lanes ? numBlocks - lanes : 0;
-  for (std::size_t i = 0; i < last; i += lanes) UnpackVector(blocks + i * kBlockBytes, places, rows, i * kBlockSide);
-  UnpackVector(blocks + last * kBlockBytes, places, rows, last * kBlockSide);
+  const auto unpack = [&](std::size_t i) {
+    const auto x = static_cast<std::ptrdiff_t>(i * kBlockSide);
+    UnpackVector(blocks + i * kBlockBytes, places, rows, x, WholeStore());
+  };
+  for (std::size_t i = 0; i < last; i += lanes) unpack(i);
+  unpack(last);
+}
+
+/// Only the first and the last vector may have pixels that are not wanted.
+void UnpackPart(const unsigned char* blocks, std::size_t begin, std::size_t end, const BlockRows& rows) {
+  const std::size_t lanes = hn::Lanes(kWords), pixels = lanes * kBlockSide;
+  const Word places = PlacesInVectors();
+  const std::size_t numBlocks = (end + kBlockSide - 1) / kBlockSide;
+  const std::size_t last = numBlocks > lanes ? numBlocks - lanes : 0;
+  const auto unpack = [&](std::size_t i, const auto& store) {
+    const auto x = static_cast<std::ptrdiff_t>(i * kBlockSide) - static_cast<std::ptrdiff_t>(begin);
+    UnpackVector(blocks + i * kBlockBytes, places, rows, x, store);
+  };
+  const auto unpackPart = [&](std::size_t i, std::size_t from, std::size_t to) {
+    if (from == 0 && to == pixels) return unpack(i, WholeStore());
+    unpack(i, PartStore(from, to));
+  };
+  if (last == 0) return unpackPart(0, begin, end);
+  unpackPart(0, begin, pixels);
+  for (std::size_t i = lanes; i < last; i += lanes) unpack(i, WholeStore());
+  unpackPart(last, 0, end - last * kBlockSide);
 }
 
 #endif  // HWY_TARGET == HWY_SCALAR
@@ -113,6 +187,7 @@ namespace zrk {
 namespace {
 
 HWY_EXPORT(UnpackAll);
+HWY_EXPORT(UnpackPart);
 
 unsigned char Widen(unsigned value, int numBits) {
   return static_cast<unsigned char>(value << (8 - numBits) | value >> (2 * numBits - 8));
@@ -130,6 +205,10 @@ unsigned char Mix(unsigned first, unsigned second, unsigned code, bool isOpaque)
 
 void UnpackToPlanes(const unsigned char* blocks, std::size_t numBlocks, const BlockRows& rows) {
   HWY_DYNAMIC_DISPATCH(UnpackAll)(blocks, numBlocks, rows);
+}
+
+void UnpackPartToPlanes(const unsigned char* blocks, std::size_t begin, std::size_t end, const BlockRows& rows) {
+  HWY_DYNAMIC_DISPATCH(UnpackPart)(blocks, begin, end, rows);
 }
 
 std::array<unsigned char, kNumPlanes> UnpackPixel(const unsigned char* block, int x, int y) {

@@ -20,6 +20,11 @@ using BlockRows = std::array<unsigned char*, kNumPlanes * kBlockSide>;
 /// read and written alone.
 void UnpackToPlanes(const unsigned char* blocks, std::size_t numBlocks, const BlockRows& rows);
 
+/// The same of a part of the row: its pixels from `begin`, which lies in the first block, up to `end`, without it. Row
+/// r of plane k begins with pixel `begin`, and no other pixels are written. As many as `kMaxBlocksAtOnce` blocks may be
+/// read however few are needed.
+void UnpackPartToPlanes(const unsigned char* blocks, std::size_t begin, std::size_t end, const BlockRows& rows);
+
 /// Pixel (x, y) of one block, without vector instructions.
 std::array<unsigned char, kNumPlanes> UnpackPixel(const unsigned char* block, int x, int y);
 

@@ -14,6 +14,7 @@
 #include "XThread.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -82,6 +83,18 @@ void CheckKeys(const XString& path, const OpenTxid& store, StoreFindings& findin
   }
 }
 
+/// Whether the tiles can be looked at.
+bool CheckTileSize(const tagTxiInfo& info, StoreFindings& findings) {
+  const std::int64_t needed = CalcPackedBytes(info.tileSize);
+  if (!info.tiles.empty() && info.tileDataSize != needed) {
+    findings.Add("A tile of %d by %d has %d %s; it needs %lld", info.tileSize, info.tileSize, info.tileDataSize,
+                 WordFor(info.tileDataSize, "byte", "bytes"), static_cast<long long>(needed));
+  }
+  if (needed <= std::min<std::int64_t>(XfnGetLimits().decodedTileBytes, INT_MAX)) return true;
+  findings.Add("The tiles are larger than the limits allow");
+  return false;
+}
+
 struct Stored {
   std::uint64_t offset;
   std::int32_t key;
@@ -122,6 +135,7 @@ int ReadTxidTile(const XString& path, const StoreTilePlace& place, tagXStoreTile
   OpenTxid store;
   if (!store.Open(path, err)) return 0;
   if (place.level != 0) return RefuseTile(err, "The store has no such level; all tiles are of level 0");
+  if (store.NumTiles() == 0) return RefuseTile(err, "The store has no tiles");
   if (place.row < 0 || place.row >= store.info.numYTiles || place.col < 0 || place.col >= store.info.numXTiles) {
     err.Format("The store has the rows 0 to %d and the columns 0 to %d", store.info.numYTiles - 1,
                store.info.numXTiles - 1);
@@ -145,12 +159,7 @@ int CheckTxidStore(const XString& path, StoreFindings& findings, XString& err, X
   OpenTxid store;
   if (!store.Open(path, err)) return 0;
   CheckKeys(path, store, findings);
-  const auto packedBytes = static_cast<std::int64_t>(BlockBytes(store.Shape()));
-  if (!store.info.tiles.empty() && store.info.tileDataSize != packedBytes) {
-    findings.Add("A tile of %d by %d has %d bytes; it needs %lld", store.info.tileSize, store.info.tileSize,
-                 store.info.tileDataSize, static_cast<long long>(packedBytes));
-  }
-  if (packedBytes == 0 || packedBytes > XfnGetLimits().decodedTileBytes) return 1;
+  if (!CheckTileSize(store.info, findings)) return 1;
   const std::vector<Stored> tiles = ListByOffset(store);
   for (std::size_t i = 0; i < tiles.size(); ++i) {
     if (thread) {

@@ -67,31 +67,6 @@ void CopySamples(const unsigned char* from, int start, const TileAxis& axis, con
   for (int i = runEnd; i < visit.count; ++i) to[i] = from[sources[i] - start];
 }
 
-/// Where four pixels at the end of a run lie: the first of two blocks, the pixel in it, and the column of the rows.
-struct Edge {
-  const unsigned char* blocks;
-  int start;
-  int column;
-};
-
-/// Unpacks the blocks of both ends in one vector, and writes four pixels of each end in each row.
-void CopyEdges(const Edge& left, const Edge& right, const BlockRows& rows) {
-  constexpr std::size_t kRowBytes = kMaxBlocksAtOnce * kBlockSide;
-  constexpr std::size_t kPairBytes = 2 * kBlockBytes;
-  constexpr int kPairSide = 2 * kBlockSide;
-  std::array<unsigned char, kMaxBlocksAtOnce * kBlockBytes> packed{};
-  std::array<unsigned char, std::tuple_size_v<BlockRows> * kRowBytes> unpacked;
-  BlockRows from;
-  for (std::size_t i = 0; i < from.size(); ++i) from[i] = unpacked.data() + i * kRowBytes;
-  std::memcpy(packed.data(), left.blocks, kPairBytes);
-  std::memcpy(packed.data() + kPairBytes, right.blocks, kPairBytes);
-  UnpackToPlanes(packed.data(), 4, from);
-  for (std::size_t i = 0; i < from.size(); ++i) {
-    std::memcpy(rows[i] + left.column, from[i] + left.start, kBlockSide);
-    std::memcpy(rows[i] + right.column, from[i] + kPairSide + right.start, kBlockSide);
-  }
-}
-
 std::string NameTile(const TileVisit& row, const TileVisit& column) {
   return "tile " + std::to_string(column.tile) + " of row " + std::to_string(row.tile);
 }
@@ -248,28 +223,14 @@ BlockRows TxidWindow::ResultRows(const TileVisit& row, int first, int column) {
   return rows;
 }
 
-/// Whole blocks go straight to the result. At both ends of the run, where blocks may lie in it in part, four pixels are
-/// written from a buffer; whole blocks then lie over those that are too many. Samples beside the run repeat one of it.
-/// False where the run is too short for that.
+/// A run goes straight to the result. Samples beside it repeat one of it; false where one of them does not.
 bool TxidWindow::UnpackInPlace(const unsigned char* blocks, const TileVisit& row, int first, const TileVisit& column) {
   const int* const xs = scratch_.columns.SourcesOf(column);
   const int begin = xs[column.runBegin], end = begin + column.runCount;
-  const int firstWhole = (begin + kBlockSide - 1) / kBlockSide, endWhole = end / kBlockSide;
-  const auto numWhole = static_cast<std::size_t>(std::max(endWhole - firstWhole, 0));
-  if (numWhole < kMaxBlocksAtOnce || xs[0] < begin || xs[column.count - 1] >= end) return false;
-  const unsigned char* const whole = blocks + std::ptrdiff_t{firstWhole - xs[0] / kBlockSide} * kBlockBytes;
+  if (xs[0] < begin || xs[column.count - 1] >= end) return false;
   const BlockRows rows = ResultRows(row, first, column.first + column.runBegin);
-  const int inFirst = begin % kBlockSide, inLast = end % kBlockSide;
-  if (inFirst != 0 || inLast != 0) {
-    // Where an end has whole blocks alone, its edge lies within them.
-    const unsigned char* const endOfWhole = whole + numWhole * kBlockBytes;
-    const Edge left{inFirst == 0 ? whole : whole - kBlockBytes, inFirst, 0};
-    const Edge right{inLast == 0 ? endOfWhole - 2 * kBlockBytes : endOfWhole - kBlockBytes,
-                     inLast == 0 ? kBlockSide : inLast, column.runCount - kBlockSide};
-    CopyEdges(left, right, rows);
-  }
-  UnpackToPlanes(whole, numWhole,
-                 ResultRows(row, first, column.first + column.runBegin + firstWhole * kBlockSide - begin));
+  const auto inBlock = static_cast<std::size_t>(begin % kBlockSide);
+  UnpackPartToPlanes(blocks, inBlock, inBlock + static_cast<std::size_t>(column.runCount), rows);
   for (unsigned char* const to : rows) {
     for (int i = 0; i < column.runBegin; ++i) to[i - column.runBegin] = to[xs[i] - begin];
     for (int i = column.runBegin + column.runCount; i < column.count; ++i) to[i - column.runBegin] = to[xs[i] - begin];

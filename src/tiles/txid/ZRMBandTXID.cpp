@@ -146,7 +146,8 @@ int ZRMBandTXID::ReadSubset(tagXArr2*& out, int channel, int level, int x0, int 
         store.reads.Read(store.txid, {{level, x0, x1, y0, y1}, width, height, isWhole, channel, cancel});
     if (!result) return 0;
     out = result;
-    return CleanupMemory(0, 0);
+    CleanupMemory(0, 0);
+    return 1;
   });
 }
 

@@ -27,8 +27,8 @@ std::size_t ChooseLevel(const PbiBuilder& store, double pixelSize) {
 struct PlainRead {
   const PbiBuilder& store;
   std::size_t index;
+  const ZRMBand& band;
   double west, north, w, t;
-  double bandPixel;
   int step;
   int channel;
   Pixels& out;
@@ -37,12 +37,15 @@ struct PlainRead {
     const PbiBuilder::Range& range = store.Ranges()[index];
     if (r < range.llRow || r > range.urRow || c < range.llCol || c > range.urCol) return;
     const double tileSouth = r * t - 90.0, tileNorth = tileSouth + t, tileWest = c * t - 180.0, tileEast = tileWest + t;
-    const double s = w / (t * 0.00390625), limit = t / bandPixel;
-    double yBand = 0.0;
+    const double s = w / (t * 0.00390625);
+    double xBegin = tileWest, yBegin = tileNorth, xEnd = tileEast, yEnd = tileSouth;
+    band.ConvWorldToPixelCoord(xBegin, yBegin);
+    band.ConvWorldToPixelCoord(xEnd, yEnd);
+    double yBand = yBegin;
     const int firstRow = static_cast<int>((north - tileNorth) / w), firstCol = static_cast<int>((tileWest - west) / w);
-    for (int j = firstRow; j < static_cast<int>((north - tileSouth) / w) && yBand < limit; ++j, yBand += step) {
-      double xBand = 0.0;
-      for (int i = firstCol; i < static_cast<int>((tileEast - west) / w) && xBand < limit; ++i, xBand += step) {
+    for (int j = firstRow; j < static_cast<int>((north - tileSouth) / w) && yBand < yEnd; ++j, yBand += step) {
+      double xBand = xBegin;
+      for (int i = firstCol; i < static_cast<int>((tileEast - west) / w) && xBand < xEnd; ++i, xBand += step) {
         const int row = static_cast<int>(std::round((j - firstRow) * s));
         const int column = static_cast<int>(std::round((i - firstCol) * s));
         const int source = row * 256 + column;
@@ -67,7 +70,7 @@ Pixels ReadPlainly(const PbiBuilder& store, const ZRMBand& band, int level, cons
   const double w = window.x0 == window.x1 ? band.GetXPixelSize() : (east - west) / out.width;
   const std::size_t index = ChooseLevel(store, w);
   const double t = TileSizeOf(store.Ranges()[index].level);
-  const PlainRead read{store, index, west, north, w, t, band.GetXPixelSize(), 1 << level, channel, out};
+  const PlainRead read{store, index, band, west, north, w, t, 1 << level, channel, out};
   for (int r = static_cast<int>((south - 1e-09 + 90.0) / t); r <= static_cast<int>((north - 1e-09 + 90.0) / t); ++r) {
     for (int c = static_cast<int>((west - 1e-09 + 180.0) / t); c <= static_cast<int>((east - 1e-09 + 180.0) / t); ++c) {
       read.Tile(r, c);

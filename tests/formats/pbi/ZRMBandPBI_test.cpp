@@ -2,10 +2,13 @@
 #include "OpenRaster.h"
 #include "PbiBuilder.h"
 #include "PbiReference.h"
+#include "tagXFormatNotes.h"
 #include "XFormatId.h"
+#include "XPBIFileInfo.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <filesystem>
@@ -259,6 +262,44 @@ TEST(ZRMBandPBI, FollowersTakeWhatTheMasterReadLast) {
   EXPECT_EQ(nullptr, store.BandAt().GetResult(-1));
 }
 
+/// The file loses its last tile, the one in the north-east, after it was opened.
+TEST(ZRMBandPBI, ATileThatIsCutOffMeanwhileIsZeroBesideTheOthers) {
+  OpenPbi store = Open(OneLevel());
+  const Window whole = store.Whole();
+  Pixels expected = store.Read(0, whole);
+  ASSERT_EQ(768, expected.width);
+  for (std::size_t y = 0; y < 256; ++y) std::fill_n(expected.bytes.begin() + static_cast<long>(y * 768 + 512), 256, 0);
+  std::filesystem::resize_file(store.FilePath(), 51200 + 5 * 32768 + 1000);
+  ASSERT_FALSE(store.Read(0, {0, 9, 0, 9}).bytes.empty());  // so that the window is no repeat
+  EXPECT_EQ(expected, store.Read(0, whole));
+}
+
+TEST(ZRMBandPBI, DescribesALevelWithoutTilesAsSuch) {
+  PbiBuilder builder = ThreeLevels();
+  builder.RecordAt(0).urCol = 9;
+  builder.RecordAt(2).storage = 1;
+  OpenPbi store = Open(builder);
+  tagXFormatNotes notes;
+  store.BandAt().DescribeLevels(notes);
+  ASSERT_EQ(3u, notes.lines.size());
+  EXPECT_EQ("level 0     no tiles", notes.lines[0]);
+  const std::string large = "level 2     rows 20 to 23, columns 40 to 43, tiles of 256 x 256 pixels, 1 byte each, ";
+  EXPECT_EQ(large, notes.lines[2].AsStdString().substr(0, large.size()));
+}
+
+/// A band whose pixels are set to be twice as high has half as many rows of them in a tile.
+TEST(ZRMBandPBI, TakesNoMoreRowsOfATileThanItHasPixelsOfTheBand) {
+  const PbiBuilder builder = OneLevel();
+  OpenPbi store = Open(builder);
+  ZRMBandPBI& band = store.BandAt();
+  band.SetPixelSize(band.GetXPixelSize(), 2.0 * band.GetYPixelSize());
+  for (const int level : {0, 1}) {
+    const Window window{0, 255, 0, 249};
+    EXPECT_EQ(ReadPlainly(builder, band, level, window, 0), store.Read(level, window)) << level;
+  }
+  EXPECT_EQ(0, store.Read(0, {0, 255, 0, 249}).bytes.at(200 * 256 + 100));
+}
+
 TEST(ZRMBandPBI, BuffersGrowAndAreGivenBack) {
   OpenPbi store = Open(OneLevel());
   EXPECT_EQ(1, store.BandAt().AllocBuffer(131072));
@@ -273,7 +314,27 @@ class TileBand : public ZRMBandPBI {
   TileBand() : ZRMBandPBI(nullptr) {}
   using ZRMBandPBI::GetDXTdata;
   using ZRMBandPBI::GetRGBAdata;
+  using ZRMBandPBI::ReadFileInfo;
 };
+
+TEST(ZRMBandPBI, GivesTheHeaderToClassesAboveIt) {
+  TempFolder folder;
+  TileBand band;
+  XString err;
+  EXPECT_EQ(nullptr, band.ReadFileInfo());
+  const StoreRecord record{4, 10, 20, 11, 22, 0.0, 8, 8, 32, 1, 51200};
+  folder.Write("a.pbi", StoreBuilder("PBI").Version(1.9).TileSize(9.0).Level(record).Body(TileOf(192, 1)).Build());
+  ASSERT_EQ(1, band.ReadFile(folder.Path("a.pbi"), err, nullptr));
+  const auto info = band.ReadFileInfo();
+  ASSERT_TRUE(info);
+  EXPECT_EQ(1.0, info->GetVersion());
+  EXPECT_EQ(9.0, info->GetTileSize());
+  EXPECT_EQ(51200, info->GetHeaderSize());
+  ASSERT_EQ(1, info->GetNumberOfLevel());
+  EXPECT_EQ(22, info->GetLevelInfo(4)->GetURCol());
+  folder.Write("a.pbi", "no header");
+  EXPECT_EQ(nullptr, band.ReadFileInfo());
+}
 
 TEST(ZRMBandPBI, GivesTilesToClassesAboveIt) {
   const PbiBuilder builder = OneLevel();

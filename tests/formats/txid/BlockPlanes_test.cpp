@@ -4,6 +4,7 @@
 #include "XImageCodec.h"
 
 #include <gtest/gtest.h>
+#include <hwy/targets.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +14,13 @@
 namespace {
 
 using Bytes = TxidBuilder::Bytes;
+
+/// Every test runs with each set of instructions.
+class BlockPlanes : public testing::TestWithParam<std::int64_t> {
+ protected:
+  void SetUp() override { hwy::SetSupportedTargetsForTest(GetParam()); }
+  void TearDown() override { hwy::SetSupportedTargetsForTest(0); }
+};
 
 /// A row of blocks with the room behind it that vectors need.
 Bytes WithRoom(Bytes blocks) {
@@ -42,15 +50,35 @@ std::string FindDifference(const Bytes& blocks, std::size_t numBlocks) {
   return "";
 }
 
-TEST(BlockPlanes, OfAnyBlocksAreThoseOfTheDefinition) {
+TEST_P(BlockPlanes, OfAnyBlocksAreThoseOfTheDefinition) {
   for (std::uint32_t seed = 0; seed < 60; ++seed) {
     EXPECT_EQ("", FindDifference(TxidBuilder::AnyBlocks(seed, 8 * 64), 64)) << seed;
   }
 }
 
-TEST(BlockPlanes, OfAnyNumberOfBlocksAreWhole) {
+TEST_P(BlockPlanes, OfAnyNumberOfBlocksAreWhole) {
   for (std::size_t count = 1; count <= 40; ++count) {
     EXPECT_EQ("", FindDifference(TxidBuilder::AnyBlocks(static_cast<std::uint32_t>(count), 8 * count), count)) << count;
+  }
+}
+
+/// Each part of a row of blocks goes into rows of just its size, each of which is an array of its own.
+TEST_P(BlockPlanes, OfAPartOfARowAreItsPixelsAlone) {
+  const Bytes blocks = WithRoom(TxidBuilder::AnyBlocks(9, 8 * 40));
+  for (std::size_t begin = 0; begin < 4; ++begin) {
+    for (std::size_t end = begin + 1; end <= 160; end += end < 20 || end > 50 ? 1 : 7) {
+      std::vector<Bytes> planes(16, Bytes(end - begin));
+      zrk::BlockRows rows;
+      for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = planes[i].data();
+      zrk::UnpackPartToPlanes(blocks.data(), begin, end, rows);
+      for (std::size_t x = begin; x < end; ++x) {
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+          const auto expected =
+              TxidBuilder::PixelOf(&blocks[x / 4 * 8], static_cast<int>(x % 4), static_cast<int>(i % 4));
+          ASSERT_EQ(expected[i / 4], planes[i][x - begin]) << begin << " to " << end << " at " << x << " of row " << i;
+        }
+      }
+    }
   }
 }
 
@@ -63,7 +91,7 @@ void AddBlock(unsigned first, unsigned second, Bytes& blocks) {
   for (const unsigned char codes : {0xE4, 0x1B, 0xB1, 0x4E}) blocks.push_back(codes);
 }
 
-TEST(BlockPlanes, HaveTheMixturesOfAllComponents) {
+TEST_P(BlockPlanes, HaveTheMixturesOfAllComponents) {
   Bytes blocks;
   for (unsigned one = 0; one < 64; ++one) {
     for (unsigned other = 0; other < 64; ++other) {
@@ -73,7 +101,7 @@ TEST(BlockPlanes, HaveTheMixturesOfAllComponents) {
   EXPECT_EQ("", FindDifference(blocks, 64 * 64));
 }
 
-TEST(BlockPlanes, AreTransparentWhereTheFirstColourIsNotGreater) {
+TEST_P(BlockPlanes, AreTransparentWhereTheFirstColourIsNotGreater) {
   Bytes blocks;
   AddBlock(0x1234, 0x1234, blocks);
   AddBlock(0x1233, 0x1234, blocks);
@@ -87,7 +115,7 @@ TEST(BlockPlanes, AreTransparentWhereTheFirstColourIsNotGreater) {
   EXPECT_EQ("", FindDifference(blocks, 4));
 }
 
-TEST(BlockPlanes, AreWhatTheCodecMakesOfATile) {
+TEST_P(BlockPlanes, AreWhatTheCodecMakesOfATile) {
   constexpr int kSide = 64;
   Bytes packed = TxidBuilder::AnyBlocks(5, 8 * 16 * 16);
   XImageCodec codec(kSide, 1);
@@ -102,5 +130,8 @@ TEST(BlockPlanes, AreWhatTheCodecMakesOfATile) {
     }
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(Instructions, BlockPlanes, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
+                         [](const auto& target) { return std::string(hwy::TargetName(target.param)); });
 
 }  // namespace

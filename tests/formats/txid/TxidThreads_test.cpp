@@ -1,4 +1,5 @@
 #include "OpenStore.h"
+#include "ThreadRuns.h"
 
 #include <gtest/gtest.h>
 
@@ -40,13 +41,6 @@ Pixels ReadAt(OpenStore& store, int i) {
   return store.Read(request.level, request.window, request.channel);
 }
 
-template <class Work>
-void RunOnThreads(const Work& work) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kNumReaders; ++t) threads.emplace_back(work, t);
-  for (std::thread& thread : threads) thread.join();
-}
-
 class TxidThreads : public testing::TestWithParam<XReadPolicy> {};
 
 TEST_P(TxidThreads, GetWhatOneThreadGets) {
@@ -57,7 +51,7 @@ TEST_P(TxidThreads, GetWhatOneThreadGets) {
   });
   alone.join();
   std::atomic<int> numDifferent = 0;
-  RunOnThreads([&](int) {
+  RunOnThreads(kNumReaders, [&](int) {
     for (int i = 0; i < kReadsOfAThread; ++i) {
       if (ReadAt(store, i) != expected[static_cast<std::size_t>(i)]) ++numDifferent;
     }

@@ -1,5 +1,6 @@
 #include "XRSFile2TXID.h"
 
+#include "ByteFlips.h"
 #include "FaultyDisk.h"
 #include "MemoryBand.h"
 #include "OpenStore.h"
@@ -8,7 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <bit>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -85,6 +90,20 @@ class TxidWriting : public testing::Test {
   XRSFile2TXID store_;
   XString err_;
 };
+
+/// Runs `work` in a process of its own. Whether that was killed.
+template <class Work>
+bool IsKilled(const Work& work) {
+  const pid_t parent = getpid(), child = fork();
+  if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() == parent) work();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFSIGNALED(status) != 0;
+}
 
 /// Colours that blocks keep: one for each block of four by four pixels.
 Picture ColouredPicture(int width, int height) {
@@ -278,6 +297,38 @@ TEST_F(TxidWriting, LeavesTheOldStoreOrTheNewOne) {
       }
     }
   }
+}
+
+/// A writer that is killed ends at one of its calls to the disk, since nothing is left of what it does between them. A
+/// store that has an index afterwards is the old one or the new one, whole.
+TEST_F(TxidWriting, ThatIsKilledLeavesAnOldStoreANewOneOrNoIndex) {
+  Picture picture = ColouredPicture(52, 44), older = ColouredPicture(8, 8);
+  const auto look = [&] { return std::pair(ReadBytes(folder_.Path("s.txi")), ReadBytes(folder_.Path("s.txd"))); };
+  ASSERT_EQ(1, Save(picture));
+  const auto right = look();
+  ASSERT_EQ(1, Save(older));
+  const auto old = look();
+  int numOld = 0, numNew = 0, numWithout = 0;
+  bool isKilled = true;
+  for (int nth = 1; isKilled; nth += nth < 40 ? static_cast<int>(TrialStep()) : 1) {
+    std::filesystem::remove_all(folder_.Path());
+    std::filesystem::create_directory(folder_.Path());
+    folder_.Write("s.txi", old.first);
+    folder_.Write("s.txd", old.second);
+    isKilled = IsKilled([&] {
+      FaultyDisk disk;
+      const zrk::ScopedDisk scoped(disk);
+      disk.DieAtCall(nth);
+      Save(picture);
+    });
+    const bool hasIndex = std::filesystem::exists(folder_.Path("s.txi"));
+    const auto left = hasIndex ? look() : old;
+    ASSERT_TRUE(left == old || left == right) << "call " << nth;
+    ++(!hasIndex ? numWithout : left == old ? numOld : numNew);
+  }
+  EXPECT_GT(numOld, 0);
+  EXPECT_GT(numWithout, 0);
+  EXPECT_GT(numNew, 0);
 }
 
 }  // namespace

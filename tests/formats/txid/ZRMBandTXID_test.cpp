@@ -393,6 +393,51 @@ TEST(ZRMBandTXID, AKeyIsKeptAndCleaningUpFreesNothing) {
   EXPECT_NE(nullptr, store.Band().GetResult(0));
 }
 
+/// A class above the band whose cleaning up says that it failed.
+class UntidyBand : public ZRMBandTXID {
+ public:
+  UntidyBand() : ZRMBandTXID(nullptr) {}
+  int CleanupMemory(int, int) override {
+    ++numCalls;
+    return 0;
+  }
+  int numCalls = 0;
+};
+
+TEST(ZRMBandTXID, AReadSucceedsWhateverCleaningUpAnswers) {
+  TempFolder folder;
+  UntidyBand band;
+  XString err;
+  ASSERT_EQ(1, band.ReadFile(WriteStore(TxidBuilder().Grid(2, 2, 8).Tile(0), folder), err, nullptr)) << err;
+  tagXArr2* out = nullptr;
+  EXPECT_EQ(1, band.ReadSubset(out, 0, 0, 9, 0, 9, nullptr));
+  EXPECT_NE(nullptr, out);
+  EXPECT_EQ(1, band.numCalls);
+}
+
+/// What is wrong with a request is told in this order: its window, its channel, its level. Nothing is remembered of it.
+TEST(ZRMBandTXID, LooksAtTheWindowFirstThenAtTheChannelAndThenAtTheLevel) {
+  OpenStore store(TxidBuilder().Grid(2, 2, 8).Tile(0));
+  ASSERT_FALSE(store.Read(0, {1, 9, 2, 9}).bytes.empty());
+  tagXArr2* out = nullptr;
+  const auto refusal = [&](int channel, int level, const Window& window) {
+    EXPECT_EQ(0, store.Band(1).ReadSubset(out, channel, level, window.x0, window.x1, window.y0, window.y1, nullptr));
+    XString reason;
+    EXPECT_EQ(1, XfnGetLastReadError(reason));
+    return reason.AsStdString();
+  };
+  for (const Window& window :
+       {Window{-1, 9, 0, 9}, {0, 16, 0, 9}, {5, 4, 0, 9}, {0, 9, -1, 9}, {0, 9, 0, 16}, {0, 9, 5, 4}}) {
+    EXPECT_EQ("The window is not inside the band", refusal(9, 31, window));
+  }
+  for (const int channel : {-1, 3, 4}) EXPECT_EQ("The channel can't be read", refusal(channel, 31, {0, 9, 0, 9}));
+  EXPECT_EQ("The level leaves no pixel of the window", refusal(0, 31, {0, 9, 0, 9}));
+  EXPECT_EQ(nullptr, out);
+  int level = 0, overview = 0, x0 = 0, x1 = 0, y0 = 0, y1 = 0;
+  store.Band().GetPrevReadSubsetParam(level, overview, x0, x1, y0, y1);
+  EXPECT_EQ((std::vector<int>{0, 1, 9, 2, 9}), (std::vector<int>{level, x0, x1, y0, y1}));
+}
+
 TEST(ZRMBandTXID, OpenedAgainForgetsEverything) {
   OpenStore store(TxidBuilder().Grid(2, 2, 8).Tile(0));
   ASSERT_FALSE(store.Read(1, store.Whole()).bytes.empty());
