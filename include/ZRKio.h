@@ -135,6 +135,7 @@
 #include "ZRMBandFile.h"
 #include "ZRMBandGTIFF.h"
 #include "ZRMBandHDF4.h"
+#include "ZRMBandJ2K.h"
 #include "ZRMBandJPG.h"
 #include "ZRMBandMosaic.h"
 #include "ZRMBandPBE.h"

@@ -106,7 +106,8 @@ class ZRKIO_API ZRMBandJ2K : public ZRMBandChannels<ZRMBandDRIO> {
   tagXJp2Codestream GetCodestreamInfo() const;
   /// The points that a file lists in place of a transform, named "JP2 TiePoints"; null where it has none.
   const tagGCPSets* GetTiePoints() const;
-  /// The boxes of the file in their order, each followed by those within it, with their texts. Empty for a codestream.
+  /// The boxes of the file in their order, each followed by those within it, with their texts, which are read by this
+  /// call. Empty for a codestream.
   std::vector<tagXJp2Box> ListBoxes() const;
 
  private:

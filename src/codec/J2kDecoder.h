@@ -28,7 +28,7 @@ struct J2kSettings {
   int level = 0;
   /// The components to decode; all where it is empty. Only for a codestream that does not mix its components.
   std::vector<int> components = {};
-  /// Whether data that is cut short or damaged fails. Otherwise it is decoded as far as it goes.
+  /// Whether data fails that the decoder can decode and complains of.
   bool isStrict = true;
   int numThreads = 1;
   friend bool operator==(const J2kSettings&, const J2kSettings&) = default;

@@ -5,6 +5,9 @@
 // the tile. Further areas then cost no reading. A decode of the whole tile gives the bytes up, and so does one that
 // fails. Restricting the components changes the record that describes the image, so that such a decoder is used once.
 //
+// The decoder is always told to be strict. Otherwise version 2.5.0 reads outside of its memory where data of several
+// layers is cut short.
+//
 // Messages go to a text. The number of threads is always set, because the environment would have a say otherwise.
 
 #include "codec/J2kDecoder.h"
@@ -112,8 +115,7 @@ bool OpenJpegDecoder::SetUp() {
   opj_set_default_decoder_parameters(&parameters);
   parameters.cp_reduce = static_cast<OPJ_UINT32>(settings_.level);
   const int numOthers = settings_.numThreads > 1 ? settings_.numThreads : 0;
-  return opj_setup_decoder(codec_.get(), &parameters) &&
-         opj_decoder_set_strict_mode(codec_.get(), settings_.isStrict ? OPJ_TRUE : OPJ_FALSE) &&
+  return opj_setup_decoder(codec_.get(), &parameters) && opj_decoder_set_strict_mode(codec_.get(), OPJ_TRUE) &&
          opj_codec_set_threads(codec_.get(), numOthers);
 }
 

@@ -18,12 +18,17 @@ constexpr int kMaxParts = 1 << 19;
 constexpr std::int64_t kLeastPartBytes = 14;  // the head, and the marker in front of the data
 constexpr std::int64_t kEndBytes = 2;         // the marker at the end of the codestream
 
-/// A part whose length is not told reaches to the marker at the end, if that is there. -1 where the disk fails.
-std::int64_t CountOpenBytes(DiskFile& file, std::int64_t offset, std::int64_t end) {
-  if (end - offset < kLeastPartBytes + kEndBytes) return end - offset;
+/// A part whose length is not told reaches to the marker at the end of the codestream. Where that is not there, the
+/// part is open. False where the disk fails.
+bool FindOpenEnd(DiskFile& file, std::int64_t end, J2kTilePart& part) {
+  part.numBytes = end - part.offset;
+  part.isOpen = true;
+  if (part.numBytes < kLeastPartBytes + kEndBytes) return true;
   unsigned char last[2] = {};
-  if (file.ReadAt(end - kEndBytes, last, kEndBytes) != kEndBytes) return -1;
-  return end - offset - (Cursor(last).U16BE() == kMarkerEnd ? kEndBytes : 0);
+  if (file.ReadAt(end - kEndBytes, last, kEndBytes) != kEndBytes) return false;
+  part.isOpen = Cursor(last).U16BE() != kMarkerEnd;
+  if (!part.isOpen) part.numBytes -= kEndBytes;
+  return true;
 }
 
 }  // namespace
@@ -64,10 +69,10 @@ bool J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset
     const J2kHeadFound found = ReadJ2kPartHead(file, offset, end, head);
     if (found == J2kHeadFound::kDiskFailed) return false;
     if (found == J2kHeadFound::kNothing || head.tile >= header.CountTiles()) break;
-    const std::int64_t numBytes = head.numBytes ? head.numBytes : CountOpenBytes(file, offset, end);
-    if (numBytes < 0) return false;
-    parts_.push_back({head.tile, CountParts(), offset, numBytes});
-    offset += numBytes;
+    J2kTilePart part{head.tile, CountParts(), offset, head.numBytes};
+    if (head.numBytes == 0 && !FindOpenEnd(file, end, part)) return false;
+    parts_.push_back(part);
+    offset += part.numBytes;
   }
   Sort(header.CountTiles());
   return true;

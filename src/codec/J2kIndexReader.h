@@ -14,8 +14,9 @@ struct J2kTilePart {
   int ordinal = 0;  ///< among all tile-parts of the codestream
   std::int64_t offset = 0;
   std::int64_t numBytes = 0;  ///< as its head tells
-  /// Whether the codestream ends within it.
-  bool IsCut(std::int64_t end) const { return numBytes > end - offset; }
+  bool isOpen = false;        ///< nothing tells where it ends, so that it has what is left of the codestream
+  /// Whether the codestream ends within it, or may do so.
+  bool IsCut(std::int64_t end) const { return isOpen || numBytes > end - offset; }
 };
 
 /// Where the tile-parts of a codestream lie.

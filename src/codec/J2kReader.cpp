@@ -7,6 +7,9 @@
 // Lists of lengths and comments are left out. Heads of packets that the main header holds for all tile-parts (PPM) are
 // replaced by those of the tile's own parts.
 //
+// A part that the file cuts short is filled up with zeros where it is to be decoded as far as it goes. The decoder has
+// a mode for such parts, but reads outside of its memory in it.
+//
 // The list of tile-parts in a main header is believed until a part turns out not to lie where it says. The codestream
 // is walked through then, once.
 
@@ -55,6 +58,14 @@ CodeBytes MakePartHead(std::int64_t numBytes, std::size_t number, std::size_t co
   AppendBig(head, static_cast<std::uint32_t>(number), 1);
   AppendBig(head, static_cast<std::uint32_t>(count), 1);
   return head;
+}
+
+/// What a part that is cut short lacks. Packets that are missing are zeros then, which is how an empty packet begins. A
+/// part may claim any length, and one that is open claims none.
+std::int64_t CountMissing(const J2kTilePart& part, std::int64_t numBytes) {
+  constexpr std::int64_t kMost = 16 << 20, kLeast = 1 << 16;
+  const std::int64_t bound = std::clamp(4 * numBytes, kLeast, kMost);
+  return part.isOpen ? bound : std::min(part.numBytes - numBytes, bound);
 }
 
 int RefuseTile(XString& err, const char* sentence, int tile) {
@@ -222,9 +233,11 @@ int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XSt
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const J2kTilePart& part = parts[i];
     const std::int64_t numBytes = std::min(part.numBytes, end_ - part.offset);
-    if (numBytes > UINT32_MAX) return RefuseTile(err, "A part of tile %d is too long", part.tile);
-    result.stream->AddBytes(MakePartHead(numBytes, i, parts.size()));
+    const std::int64_t numMissing = CountMissing(part, numBytes);
+    if (numBytes + numMissing > UINT32_MAX) return RefuseTile(err, "A part of tile %d is too long", part.tile);
+    result.stream->AddBytes(MakePartHead(numBytes + numMissing, i, parts.size()));
     result.stream->AddRange(part.offset + J2kPartHead::kBytes, numBytes - J2kPartHead::kBytes);
+    result.stream->AddZeros(numMissing);
     result.numBytes += numBytes;
   }
   CodeBytes mark;

@@ -22,10 +22,20 @@ void J2kStream::AddRange(std::int64_t offset, std::int64_t numBytes) {
   numBytes_ += numBytes;
 }
 
+void J2kStream::AddZeros(std::int64_t numBytes) {
+  if (numBytes <= 0) return;
+  pieces_.push_back({{}, -1, numBytes});
+  numBytes_ += numBytes;
+}
+
 std::int64_t J2kStream::ReadPiece(const Piece& piece, unsigned char* buffer, std::int64_t count) {
   const std::int64_t wanted = std::min(count, piece.numBytes - inPiece_);
   if (!piece.bytes.empty()) {
     std::copy_n(piece.bytes.data() + inPiece_, wanted, buffer);
+    return wanted;
+  }
+  if (piece.offset < 0) {
+    std::fill_n(buffer, wanted, static_cast<unsigned char>(0));
     return wanted;
   }
   const std::int64_t got = file_->ReadAt(piece.offset + inPiece_, buffer, wanted);

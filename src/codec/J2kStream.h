@@ -8,14 +8,15 @@ namespace zrk {
 
 class DiskFile;
 
-/// A stream of bytes that is put together of bytes in memory and of ranges of a file. It is read from its beginning to
-/// its end, by one thread.
+/// A stream of bytes that is put together of bytes in memory, of ranges of a file, and of zeros. It is read from its
+/// beginning to its end, by one thread.
 class J2kStream {
  public:
   explicit J2kStream(std::shared_ptr<DiskFile> file);
 
   void AddBytes(std::vector<unsigned char> bytes);
   void AddRange(std::int64_t offset, std::int64_t numBytes);
+  void AddZeros(std::int64_t numBytes);
 
   std::int64_t CountBytes() const { return numBytes_; }
   /// Reads up to `count` bytes; answers how many, 0 at the end and where the disk fails.
@@ -28,7 +29,7 @@ class J2kStream {
  private:
   struct Piece {
     std::vector<unsigned char> bytes;  // empty for a range of the file
-    std::int64_t offset = 0;
+    std::int64_t offset = 0;           // below 0 for zeros
     std::int64_t numBytes = 0;
   };
   std::int64_t ReadPiece(const Piece& piece, unsigned char* buffer, std::int64_t count);

@@ -21,6 +21,7 @@ struct Options {
   bool stats = false;
   bool approximate = false;
   bool verbose = false;
+  bool boxes = false;
 };
 
 /// A file whose statistics failed is described all the same. The description is null where the file can't be opened.
@@ -32,7 +33,7 @@ DatasetInfo DescribeFile(const Options& options, const std::string& path, JobRes
     const auto compute = options.approximate ? &ComputeQuickStatistics : &ComputeExactStatistics;
     std::vector<StatisticsSource> sources;
     const bool isDone = !options.stats || compute(*file, thread, sources, err);
-    info = DescribeDataset(*file, path, options.verbose, sources);
+    info = DescribeDataset(*file, path, options.verbose || options.boxes, sources);
     return isDone;
   });
   return info;
@@ -64,7 +65,8 @@ const char* const kExamples =
     "Examples:\n"
     "  zrkio info earth.jpg roads.shp\n"
     "  zrkio info --stats --json earth.jpg\n"
-    "  zrkio info --verbose scene.tif\n";
+    "  zrkio info --verbose scene.tif\n"
+    "  zrkio info --boxes scene.jp2\n";
 
 }  // namespace
 
@@ -82,6 +84,9 @@ void AddInfoCommand(CommandLine& program) {
   command.AddFlag("--verbose", options->verbose,
                   "Tell also of the further images of a TIFF file, and what\n"
                   "libtiff has to say of it");
+  command.AddFlag("--boxes", options->boxes,
+                  "Tell also of all boxes of a JPEG 2000 file, with GML and\n"
+                  "other texts; included in --verbose");
   AddQuietOption(command);
   command.SetAction([options] { return Run(*options); });
 }

@@ -6,6 +6,8 @@
 #include "ZRMBandJ2K.h"
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace zrk {
@@ -82,7 +84,17 @@ void AddCodestreamLines(const tagXJp2Codestream& info, std::vector<XString>& lin
                   (info.isReversible ? "reversible" : "not reversible"));
 }
 
-/// A line for each box, which is set in as far as the box lies within others.
+/// The lines of a text, set in.
+void AddTextLines(std::string_view text, int indent, std::vector<XString>& lines) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+    if (end > 0)
+      lines.push_back(XString(std::string(static_cast<std::size_t>(indent), ' ') + std::string(text.substr(0, end))));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+}
+
+/// A line for each box, which is set in as far as the box lies within others, and the lines of its text.
 void DescribeBoxes(const std::vector<tagXJp2Box>& boxes, tagXFormatNotes& notes) {
   tagXNote list{.name = "boxes", .kind = tagXNote::kList};
   for (const tagXJp2Box& box : boxes) {
@@ -97,7 +109,7 @@ void DescribeBoxes(const std::vector<tagXJp2Box>& boxes, tagXFormatNotes& notes)
                 static_cast<long long>(box.offset), static_cast<long long>(box.numBytes));
     if (!box.name.IsEmpty()) line += ", " + box.name;
     notes.furtherLines.push_back(line);
-    if (!box.text.IsEmpty()) notes.furtherLines.push_back(box.text);
+    AddTextLines(box.text.GetText(), 14 + 2 * box.depth, notes.furtherLines);
   }
   notes.values.push_back(std::move(list));
 }

@@ -21,19 +21,21 @@ Sample MakeJp2Sample(const char* name, std::vector<unsigned char> (*build)(), XR
 
 }  // namespace
 
-/// Under the compatible policy the first read of a master is that of another channel, so that only images of one channel
-/// keep to what all formats have in common.
+/// Under the compatible policy the first read of a master is that of another channel, so that only images of one
+/// channel keep to what all formats have in common.
 std::vector<Sample> MakeJp2Samples() {
   return {
       MakeJp2Sample(
-          "Jp2Grey", [] { return Jp2Builder().Size(45, 37).Build(); }, kReadCompatible),
+          "Jp2Grey", [] { return Jp2Builder().Size(45, 37).Levels(1).Build(); }, kReadCompatible),
       MakeJp2Sample(
           "Jp2Colour", [] { return Jp2Builder().Size(45, 37).Components(3).Build(); }, kReadExact),
       MakeJp2Sample(
           "Jp2SignedWords", [] { return Jp2Builder().Size(45, 37).Components(2, 16, true).Build(); }, kReadExact),
       MakeJp2Sample(
           "Jp2Codestream",
-          [] { return Jp2Builder().Size(45, 37).Components(1, 12).Origin(5, 3).Tiles(16, 16).BuildCodestream(); },
+          [] {
+            return Jp2Builder().Size(45, 37).Components(1, 12).Origin(5, 3).Tiles(16, 16).Levels(1).BuildCodestream();
+          },
           kReadCompatible),
       MakeJp2Sample(
           "Jp2OverManyTiles", [] { return Jp2Builder().Size(601, 522).Components(3).Tiles(128, 96).Build(); },

@@ -1,9 +1,9 @@
 #include "ReferenceJ2k.h"
 
+#include <openjpeg.h>
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <openjpeg.h>
 
 namespace {
 

@@ -1,0 +1,277 @@
+#include "FaultyDisk.h"
+#include "Jp2Builder.h"
+#include "LoadedRaster.h"
+#include "MemoryDisk.h"
+#include "Samples.h"
+#include "XFormatId.h"
+#include "XRSFileIO.h"
+#include "ZRMBandJ2K.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+
+// Headers that no program writes end in a sentence, soon and with little memory.
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+/// A codestream with a main header that says what a test wants, and one tile-part of a few bytes.
+struct Header {
+  std::uint32_t width = 64, height = 64, x = 0, y = 0;
+  std::uint32_t tileWidth = 64, tileHeight = 64, tileX = 0, tileY = 0;
+  int numComponents = 1;
+  int depth = 8, dx = 1, dy = 1;
+  int numLayers = 1, numLevels = 5, blockWidth = 4, blockHeight = 4;
+  int precinct = -1;  ///< the byte of all precincts; none where it is below 0
+  std::size_t numDataBytes = 8;
+  std::uint32_t partBytes = 0;  ///< as the head of the tile-part tells; 0 for the true length
+
+  Bytes Build() const {
+    Bytes size = Join({BigEndian(0, 2), BigEndian(width, 4), BigEndian(height, 4), BigEndian(x, 4), BigEndian(y, 4),
+                       BigEndian(tileWidth, 4), BigEndian(tileHeight, 4), BigEndian(tileX, 4), BigEndian(tileY, 4),
+                       BigEndian(static_cast<std::uint64_t>(numComponents), 2)});
+    for (int i = 0; i < numComponents; ++i) {
+      for (const int each : {depth - 1, dx, dy}) size.push_back(static_cast<unsigned char>(each));
+    }
+    Bytes coding = Join(
+        {{static_cast<unsigned char>(precinct >= 0), 0}, BigEndian(static_cast<std::uint64_t>(numLayers), 2), {0}});
+    for (const int each : {numLevels, blockWidth, blockHeight, 0, 1})
+      coding.push_back(static_cast<unsigned char>(each));
+    for (int i = 0; precinct >= 0 && i <= numLevels; ++i) coding.push_back(static_cast<unsigned char>(precinct));
+    Bytes steps(static_cast<std::size_t>(2 + 3 * numLevels), 0x40);
+    const Bytes part = Join({BigEndian(0xFF900000 + 10, 4),
+                             BigEndian(0, 2),
+                             BigEndian(partBytes ? partBytes : 14 + numDataBytes, 4),
+                             {0, 1, 0xFF, 0x93},
+                             Bytes(numDataBytes)});
+    return Join(
+        {{0xFF, 0x4F}, Segment(0xFF51, size), Segment(0xFF52, coding), Segment(0xFF5C, steps), part, {0xFF, 0xD9}});
+  }
+
+ private:
+  static Bytes Segment(std::uint32_t marker, const Bytes& content) {
+    return Join({BigEndian(marker, 2), BigEndian(content.size() + 2, 2), content});
+  }
+};
+
+Header Large(int codeBlock) {
+  Header header;
+  header.width = header.height = header.tileWidth = header.tileHeight = 20000;
+  header.blockWidth = header.blockHeight = codeBlock;
+  return header;
+}
+
+struct Hostile {
+  const char* name;
+  Bytes (*build)();
+  const char* sentence;  ///< of the load, or of the read of a corner; empty where that succeeds
+};
+
+const Hostile kHostiles[] = {
+    {"TheLargestSizes",
+     [] {
+       Header header;
+       header.width = header.height = header.tileWidth = header.tileHeight = UINT32_MAX;
+       return header.Build();
+     },
+     "The codestream has an image or tiles of a size that cannot be"},
+    {"AnImageWithoutColumns",
+     [] {
+       Header header;
+       header.x = header.width;
+       return header.Build();
+     },
+     "The codestream has an image or tiles of a size that cannot be"},
+    {"TilesBesideTheImage",
+     [] {
+       Header header;
+       header.x = 40;
+       header.tileWidth = 8;
+       return header.Build();
+     },
+     "The codestream has an image or tiles of a size that cannot be"},
+    {"TilesOfNoSize",
+     [] {
+       Header header;
+       header.tileWidth = 0;
+       return header.Build();
+     },
+     "The codestream has an image or tiles of a size that cannot be"},
+    {"TilesOfOnePixel",
+     [] {
+       Header header;
+       header.width = header.height = 30000;
+       header.tileWidth = header.tileHeight = 1;
+       return header.Build();
+     },
+     "The codestream has more tiles than it can number"},
+    {"SixteenThousandComponents",
+     [] {
+       Header header;
+       header.numComponents = 16384;
+       return header.Build();
+     },
+     "The codestream has too many components: 16384"},
+    {"NoComponents",
+     [] {
+       Header header;
+       header.numComponents = 0;
+       return header.Build();
+     },
+     "The codestream has no components"},
+    {"AComponentAtNoColumn",
+     [] {
+       Header header;
+       header.dx = 0;
+       return header.Build();
+     },
+     "The codestream has a component that cannot be"},
+    {"AComponentBesideTheImage",
+     [] {
+       Header header;
+       header.x = 1;
+       header.width = 3;
+       header.dx = 200;
+       return header.Build();
+     },
+     "The codestream has a component without samples"},
+    {"TinyCodeBlocks", [] { return Large(0).Build(); }, "The file is too short for what tile 0 promises"},
+    {"TinyPrecincts",
+     [] {
+       Header header = Large(4);
+       header.precinct = 0x11;
+       return header.Build();
+     },
+     "The file is too short for what tile 0 promises"},
+    {"PrecinctsOfNoSize",
+     [] {
+       Header header;
+       header.precinct = 0;
+       return header.Build();
+     },
+     "The file is too short for what tile 0 promises"},
+    {"ManyLayers",
+     [] {
+       Header header;
+       header.numLayers = 65535;
+       header.numLevels = 32;
+       return header.Build();
+     },
+     "The file is too short for what tile 0 promises"},
+    {"CodeBlocksTooLarge",
+     [] {
+       Header header;
+       header.blockWidth = header.blockHeight = 8;
+       return header.Build();
+     },
+     "The codestream is coded in a way that cannot be"},
+    {"LevelsTooMany",
+     [] {
+       Header header;
+       header.numLevels = 33;
+       return header.Build();
+     },
+     "The codestream is coded in a way that cannot be"},
+    {"NoLayers",
+     [] {
+       Header header;
+       header.numLayers = 0;
+       return header.Build();
+     },
+     "The codestream is coded in a way that cannot be"},
+    {"APartBeyondTheFile",
+     [] {
+       Header header;
+       header.partBytes = UINT32_MAX;
+       return header.Build();
+     },
+     "The file ends within tile 0"},
+    {"APartOfNoLength",
+     [] {
+       Header header;
+       header.partBytes = 5;
+       return header.Build();
+     },
+     "The file has no tile 0"},
+    {"ALargeImageOfOneColour", [] { return Large(4).Build(); }, "The file is too short for what tile 0 promises"},
+    {"ASmallerImageOfOneColour",
+     [] {
+       Header header = Large(4);
+       header.width = header.height = header.tileWidth = header.tileHeight = 8000;
+       return header.Build();
+     },
+     ""},
+};
+
+std::int64_t GetPeakKilobytes() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("VmHWM:")) return std::stoll(line.substr(6));
+  }
+  return 0;
+}
+
+/// The sentence of the load, or of a read of the corner.
+std::string WhyNot(const Bytes& bytes) {
+  MemoryDisk disk;
+  disk.Add("/a.j2k", bytes);
+  const zrk::ScopedDisk scope(disk);
+  XRSFile file;
+  file.SetReadPolicy(kReadExact);
+  XString err;
+  if (!XRSFileIO::LoadFileJP2(&file, "/a.j2k", err, 0, kLevelNone, nullptr)) return err.AsStdString();
+  ZRMBand& band = *file.GetBandAt(0);
+  const Window corner{0, std::min(band.GetXSize(), 256) - 1, 0, std::min(band.GetYSize(), 256) - 1};
+  if (!ReadPixels(band, 0, corner).bytes.empty()) return "";
+  return XfnGetLastReadError(err) ? err.AsStdString() : "no reason";
+}
+
+class Jp2Hostile : public testing::TestWithParam<Hostile> {};
+
+TEST_P(Jp2Hostile, EndsInASentenceSoonAndWithLittleMemory) {
+  const Bytes bytes = GetParam().build();
+  std::ofstream("/proc/self/clear_refs") << 5;  // the peak is counted from here
+  const std::int64_t before = GetPeakKilobytes();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(GetParam().sentence, WhyNot(bytes));
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  EXPECT_LT(taken.count(), 1.0 * static_cast<double>(TrialStep()));
+#ifdef NDEBUG
+  constexpr std::int64_t kMostKilobytes = 64 << 10;
+  EXPECT_LT(GetPeakKilobytes() - before, kMostKilobytes);
+#else
+  static_cast<void>(before);
+#endif
+}
+
+INSTANTIATE_TEST_SUITE_P(Headers, Jp2Hostile, testing::ValuesIn(kHostiles),
+                         [](const auto& hostile) { return std::string(hostile.param.name); });
+
+TEST(Jp2ManyTiles, OpenWithFewReadsAndAWindowReadsItsTilesOnly) {
+  const Bytes listed = Jp2Builder().Size(512, 512).Tiles(8, 8).Levels(1).TileLengths().BuildCodestream();
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  LoadedRaster image(listed, kFormatJP2, kReadExact);
+  ASSERT_TRUE(image.IsOpen()) << image.Reason();
+  EXPECT_LT(disk.GetReadCount(), 40);
+  const int before = disk.GetReadCount();
+  ASSERT_FALSE(image.Read(0, 0, {300, 305, 300, 303}).bytes.empty());
+  EXPECT_LT(disk.GetReadCount() - before, 12);
+}
+
+TEST(Jp2ManyTiles, AreWalkedThroughOnceWhereNothingListsThem) {
+  const Bytes bytes = Jp2Builder().Size(512, 512).Tiles(8, 8).Levels(1).BuildCodestream();
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  LoadedRaster image(bytes, kFormatJP2, kReadExact);
+  EXPECT_LT(disk.GetReadCount(), 40);
+  ASSERT_FALSE(image.Read(0, 0, {300, 305, 300, 303}).bytes.empty());
+  const int before = disk.GetReadCount();
+  ASSERT_FALSE(image.Read(0, 0, {100, 105, 100, 103}).bytes.empty());
+  EXPECT_LT(disk.GetReadCount() - before, 12);
+}
+
+}  // namespace
