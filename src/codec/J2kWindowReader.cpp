@@ -37,6 +37,18 @@ J2kRect AreaOf(const J2kComponent& component, const J2kRect& samples, int level)
   return {samples.x0 * stepX, samples.y0 * stepY, (samples.x1 - 1) * stepX + 1, (samples.y1 - 1) * stepY + 1};
 }
 
+/// The same where the samples are some of a tile's. An area that has all samples of the tile on a side reaches to its
+/// edge, because decoders have a shorter way for whole tiles.
+J2kRect AreaInTile(const J2kComponent& component, const J2kRect& samples, int level, const J2kRect& all,
+                   const J2kRect& tile) {
+  J2kRect area = AreaOf(component, samples, level);
+  if (samples.x0 == all.x0) area.x0 = tile.x0;
+  if (samples.y0 == all.y0) area.y0 = tile.y0;
+  if (samples.x1 == all.x1) area.x1 = tile.x1;
+  if (samples.y1 == all.y1) area.y1 = tile.y1;
+  return area;
+}
+
 /// The area of the reference grid that a whole window needs.
 J2kRect AreaOf(const J2kHeader& header, const J2kRequest& request) {
   J2kRect area;
@@ -96,11 +108,12 @@ J2kWindowReader::TileWork J2kWindowReader::PlanTile(const J2kRequest& request, i
   work.level = request.level;
   work.rect = header.GetTileRect(tile);
   for (int c = 0; c < std::ssize(header.components); ++c) {
-    const J2kRect part =
-        Intersect(request.rects[static_cast<std::size_t>(c)], header.ReduceRect(work.rect, c, request.level));
+    const auto place = static_cast<std::size_t>(c);
+    const J2kRect all = header.ReduceRect(work.rect, c, request.level);
+    const J2kRect part = Intersect(request.rects[place], all);
     work.parts.push_back(part);
     if (part.IsEmpty()) continue;
-    work.area = Unite(work.area, AreaOf(header.components[static_cast<std::size_t>(c)], part, request.level));
+    work.area = Unite(work.area, AreaInTile(header.components[place], part, request.level, all, work.rect));
     work.settings.components.push_back(c);
   }
   if (std::ssize(work.settings.components) == std::ssize(header.components)) work.settings.components.clear();

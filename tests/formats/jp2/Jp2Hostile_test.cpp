@@ -1,3 +1,4 @@
+#include "ByteFlips.h"
 #include "FaultyDisk.h"
 #include "Jp2Builder.h"
 #include "LoadedRaster.h"
