@@ -3,6 +3,8 @@
 #include "XExport.h"
 #include "XString.h"
 
+#include <vector>
+
 class XRSFile;
 class XThread;
 
@@ -39,6 +41,11 @@ class ZRKIO_API XRSFile2JP2 {
   /// The side of a tile in pixels. 0, as at first, is the writer's choice: 1,024, or what suits an image with very many
   /// pixels or bands.
   void SetTileSize(int tileSide) { tileSide_ = tileSide; }
+  /// The bits of samples in place of 8 or 16, component by component, the last number standing for all further ones.
+  /// With a positive number samples move, so that their highest bit becomes the highest of so many. With a negative one
+  /// they keep their value, and what does not fit becomes the nearest that does. 0, and an empty list as at first,
+  /// leave samples as they are. A save with more than 16 bits is refused.
+  void SetForcedPrecisions(const std::vector<int>& precisions) { precisions_ = precisions; }
   /// Whether the place of the image is written; it is unless told otherwise.
   void SetGeoreference(bool isWritten) { hasGeoreference_ = isWritten; }
 
@@ -63,4 +70,5 @@ class ZRKIO_API XRSFile2JP2 {
   int numLevels_ = -1;
   int tileSide_ = 0;
   bool hasGeoreference_ = true;
+  std::vector<int> precisions_;
 };

@@ -124,8 +124,10 @@ void SetParameters(const J2kPlan& plan, const Window& tile, std::size_t headerBy
   parameters.cp_tx0 = tile.x0;
   parameters.cp_ty0 = tile.y0;
   // The codec wants a tile to have a pixel for each of its levels.
-  parameters.cp_tdx = std::max({tile.Width(), kLeastSide, 1 << plan.numLevels});
-  parameters.cp_tdy = std::max({tile.Height(), kLeastSide, 1 << plan.numLevels});
+  constexpr int kMaxShift = 30;
+  const int leastSide = std::max(kLeastSide, 1 << std::clamp(plan.numLevels, 0, kMaxShift));
+  parameters.cp_tdx = std::max(tile.Width(), leastSide);
+  parameters.cp_tdy = std::max(tile.Height(), leastSide);
   parameters.cp_comment = comment;
   parameters.prog_order = OPJ_RLCP;
   parameters.numresolution = plan.numLevels + 1;

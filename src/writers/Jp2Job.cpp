@@ -45,14 +45,23 @@ bool AreTypesRight(const std::vector<ZRMBand*>& bands, XString& err) {
 }
 
 /// A missing band is written as one like the first.
-std::vector<J2kDepth> DescribeComponents(const std::vector<ZRMBand*>& bands) {
-  std::vector<J2kDepth> components;
-  for (const ZRMBand* each : bands) {
-    const ZRMBand& band = each ? *each : *bands.front();
-    const int type = band.GetDataType();
-    components.push_back({8 * band.GetDataSize(), type == kSint08 || type == kSint16});
+bool DescribeComponents(const std::vector<int>& precisions, Jp2Job& job, XString& err) {
+  constexpr int kMaxBits = 16;
+  for (int i = 0; i < static_cast<int>(job.bands.size()); ++i) {
+    const ZRMBand* const there = job.bands[static_cast<std::size_t>(i)];
+    const ZRMBand& band = there ? *there : *job.bands.front();
+    const bool isSigned = band.GetDataType() == kSint08 || band.GetDataType() == kSint16;
+    XString remark;
+    const std::optional<ForcedPrecision> forced = FindForcedPrecision(precisions, i, remark);
+    if (forced && forced->bits > kMaxBits) {
+      err = remark + (remark.IsEmpty() ? "" : " ") + "The codec takes samples of 1 to 16 bits";
+      return false;
+    }
+    job.plan.components.push_back({forced ? forced->bits : 8 * band.GetDataSize(), isSigned});
+    job.changers.emplace_back();
+    if (forced) job.changers.back().emplace(band.GetDataSize(), isSigned, *forced);
   }
-  return components;
+  return true;
 }
 
 /// The size of the file is that of the window, also where the window reaches beyond the image.
@@ -181,10 +190,10 @@ Window Jp2Job::WindowInBand() const {
 bool PlanJp2(const XRSFile& file, const Jp2Request& request, Jp2Job& job, XString& err) {
   job.bands = ListBands(file, file.GetNumOfBands());
   if (!AreTypesRight(job.bands, err)) return false;
-  job.plan.components = DescribeComponents(job.bands);
   job.plan.isReversible = request.isReversible;
-  return TakeWindow(request.window, file, job, err) && PlanLayers(request, job.plan, err) &&
-         PlanTiles(request.tileSide, job.plan, err) && PlanLevels(request.numLevels, job.plan, err);
+  return DescribeComponents(request.precisions, job, err) && TakeWindow(request.window, file, job, err) &&
+         PlanLayers(request, job.plan, err) && PlanTiles(request.tileSide, job.plan, err) &&
+         PlanLevels(request.numLevels, job.plan, err);
 }
 
 }  // namespace zrk

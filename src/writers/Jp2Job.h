@@ -2,9 +2,10 @@
 
 #include "base/Window.h"
 #include "codec/J2kPlan.h"
+#include "writers/Jp2Precision.h"
 #include "XString.h"
 
-#include <cstdint>
+#include <optional>
 #include <vector>
 
 class XRSFile;
@@ -21,6 +22,7 @@ struct Jp2Request {
   double psnr = 0.0;
   int numLevels = -1;
   int tileSide = 0;
+  std::vector<int> precisions = {};  ///< see `FindForcedPrecision`
 };
 
 /// One save: the bands, which of their pixels are written, and how.
@@ -28,6 +30,7 @@ struct Jp2Job {
   std::vector<ZRMBand*> bands;  ///< the first is there, and any other may be null
   Window window;                ///< in pixels of the first band; it may reach beyond the band
   J2kPlan plan;
+  std::vector<std::optional<SampleChanger>> changers;  ///< of each band; nothing where samples stay as they are
 
   /// Whether all bands that are there have the size of the first.
   bool AreBandsAlike() const;

@@ -119,17 +119,25 @@ bool Jp2Strip::ReadAlone(std::size_t index, const Window& rows) {
 /// Copies the samples of a row of a band to the tiles, `y` being the row of the file's pixels in the first band.
 void Jp2Strip::CopyRow(const unsigned char* samples, std::size_t band, const Window& columns, int y) {
   const int from = columns.x0 - job_.window.x0, to = columns.x1 - job_.window.x0;
+  const std::optional<SampleChanger>& changer = job_.changers[band];
+  const auto bandBytes = static_cast<std::size_t>(job_.bands[band]->GetDataSize());
   const auto sampleBytes = static_cast<std::size_t>(job_.plan.components[band].SampleBytes());
   for (const Place& tile : tiles_) {
     const int x0 = std::max(from, tile.pixels.x0), x1 = std::min(to, tile.pixels.x1);
     if (x0 > x1) continue;
-    const auto width = static_cast<std::size_t>(tile.pixels.Width()),
-               height = static_cast<std::size_t>(tile.pixels.Height());
+    const auto width = static_cast<std::size_t>(tile.pixels.Width());
+    const auto height = static_cast<std::size_t>(tile.pixels.Height());
     const auto row = static_cast<std::size_t>(y - job_.window.y0 - tile.pixels.y0);
     const std::size_t pixel = row * width + static_cast<std::size_t>(x0 - tile.pixels.x0);
-    std::memcpy(samples_.Get() + tile.offset + componentBytes_[band] * width * height + pixel * sampleBytes,
-                samples + static_cast<std::size_t>(x0 - from) * sampleBytes,
-                static_cast<std::size_t>(x1 - x0 + 1) * sampleBytes);
+    unsigned char* const place =
+        samples_.Get() + tile.offset + componentBytes_[band] * width * height + pixel * sampleBytes;
+    const unsigned char* const source = samples + static_cast<std::size_t>(x0 - from) * bandBytes;
+    const auto count = static_cast<std::size_t>(x1 - x0 + 1);
+    if (changer) {
+      changer->Change(source, count, place);
+    } else {
+      std::memcpy(place, source, count * sampleBytes);
+    }
   }
 }
 

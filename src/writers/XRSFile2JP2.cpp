@@ -85,7 +85,8 @@ int XRSFile2JP2::Save(XString path, int x0, int x1, int y0, int y1, XString& err
                                    .numLayers = numLayers,
                                    .psnr = psnr_,
                                    .numLevels = numLevels_,
-                                   .tileSide = tileSide_};
+                                   .tileSide = tileSide_,
+                                   .precisions = precisions_};
   bool wasStopped = false;
   const bool isSaved = zrk::Fenced(err, [&] {
     zrk::Jp2Job job;

@@ -18,7 +18,7 @@ using Bytes = J2kEncoder::Bytes;
 /// Components of random samples, and the tiles of them.
 class J2kEncoderTest : public testing::Test {
  protected:
-  void SetUp(int width, int height, int tileSide, int numComponents, int precision = 8) {
+  void MakePlan(int width, int height, int tileSide, int numComponents, int precision = 8) {
     plan_ = {.width = width, .height = height, .tileSide = tileSide};
     components_.clear();
     for (int i = 0; i < numComponents; ++i) {
@@ -78,7 +78,7 @@ class J2kEncoderTest : public testing::Test {
 TEST_F(J2kEncoderTest, TilesHaveTheBytesThatTheyHaveInAnImageOfAllTiles) {
   for (const bool isReversible : {true, false}) {
     for (const auto& [tileSide, numComponents] : {std::pair{64, 1}, {64, 3}, {50, 2}, {33, 4}}) {
-      SetUp(150, 110, tileSide, numComponents);
+      MakePlan(150, 110, tileSide, numComponents);
       plan_.isReversible = isReversible;
       plan_.numLevels = 3;
       const Bytes expected = EncodeByOpj(components_, {tileSide, 3, isReversible});
@@ -90,7 +90,7 @@ TEST_F(J2kEncoderTest, TilesHaveTheBytesThatTheyHaveInAnImageOfAllTiles) {
 
 TEST_F(J2kEncoderTest, SamplesComeBack) {
   for (const int precision : {1, 7, 8, 9, 12, 16}) {
-    SetUp(70, 50, 32, 2, precision);
+    MakePlan(70, 50, 32, 2, precision);
     const OpjImage image = DecodeByOpj(Encode(), {.hasBoxes = false});
     EXPECT_TRUE(image.isOpen);
     EXPECT_THAT(image.complaints, testing::IsEmpty());
@@ -99,7 +99,7 @@ TEST_F(J2kEncoderTest, SamplesComeBack) {
 }
 
 TEST_F(J2kEncoderTest, TheEnvironmentHasNoSayInTheBytes) {
-  SetUp(70, 50, 32, 3);
+  MakePlan(70, 50, 32, 3);
   const Bytes expected = Encode();
   ::setenv("OPJ_NUM_THREADS", "4", 1);
   EXPECT_TRUE(expected == Encode());
@@ -107,7 +107,7 @@ TEST_F(J2kEncoderTest, TheEnvironmentHasNoSayInTheBytes) {
 }
 
 TEST_F(J2kEncoderTest, APlanThatTheCodecDoesNotTakeIsRefusedInItsWords) {
-  SetUp(70, 50, 64, 1);
+  MakePlan(70, 50, 64, 1);
   plan_.numLevels = 40;
   J2kEncoder encoder(plan_);
   XString err;
@@ -116,7 +116,7 @@ TEST_F(J2kEncoderTest, APlanThatTheCodecDoesNotTakeIsRefusedInItsWords) {
 }
 
 TEST_F(J2kEncoderTest, TooFewSamplesAreRefused) {
-  SetUp(70, 50, 64, 1);
+  MakePlan(70, 50, 64, 1);
   J2kEncoder encoder(plan_);
   XString err;
   ASSERT_TRUE(encoder.Prepare(err)) << err;

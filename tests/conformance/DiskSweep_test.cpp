@@ -9,6 +9,7 @@
 #include "Samples.h"
 #include "TempFolder.h"
 #include "XPath.h"
+#include "XRSFile2JP2.h"
 #include "XRSFile2Tiff.h"
 #include "XRSFile2XLD.h"
 #include "XRSFile2ZRM.h"
@@ -152,6 +153,13 @@ int WriteTiff(XRSFile& source, const std::string& path, XString& err) {
   return writer.Save(path, 0, 39, 0, 36, err, nullptr);
 }
 
+int WriteJp2(XRSFile& source, const std::string& path, XString& err) {
+  XRSFile2JP2 writer;
+  writer.SetXRSFile(&source);
+  writer.SetTileSize(16);
+  return writer.Save(path, 0, 39, 0, 36, err, 1, "", 0, 0, nullptr);
+}
+
 int WriteLevels(XRSFile& source, const std::string& path, int mode, XString& err) {
   XRSFile2XLD writer;
   writer.SetXRSFile(&source);
@@ -178,6 +186,7 @@ std::vector<Writer> AllWriters() {
       {"NativeCompressed", "a.zrm",
        [](XRSFile& s, const std::string& p, XString& e) { return WriteNative(s, p, 1, e); }, false, false, true},
       {"Tiff", "a.tif", &WriteTiff, false, true},
+      {"Jp2", "a.jp2", &WriteJp2},
       {"LevelsShort", "a.xld",
        [](XRSFile& s, const std::string& p, XString& e) { return WriteLevels(s, p, kLevelStatistics, e); }},
       {"LevelsFull", "a.xld",

@@ -193,12 +193,14 @@ TEST_F(ZrkioConvertTiff, IsNeverPutInPlaceOfTheImage) {
   EXPECT_EQ(2, CountFiles());
 }
 
-TEST_F(ZrkioConvertTiff, OptionsOfNativeRastersAreBadUsage) {
+TEST_F(ZrkioConvertTiff, OptionsOfOtherFormatsAreBadUsage) {
   const std::string path = WriteImage();
-  for (const char* option : {"--levels", "--max-error"}) {
+  for (const auto& [option, owners] :
+       {std::pair<std::string, std::string>{"--levels", "native rasters (.zrm) and JPEG 2000 files (.jp2)"},
+        {"--max-error", "native rasters (.zrm)"}}) {
     const ProgramResult result = Run({"convert", path, folder_.Path("out.TIFF"), option, "1"});
     EXPECT_EQ(2, result.exitStatus);
-    EXPECT_THAT(result.err, HasSubstr(std::string(option) + ": belongs to native rasters (.zrm), not to TIFF files\n"));
+    EXPECT_THAT(result.err, HasSubstr(option + ": belongs to " + owners + ", not to TIFF files\n"));
   }
   EXPECT_EQ(1, CountFiles());
 }

@@ -1,6 +1,7 @@
 // The boxes around the codestream, and what other programs make of them.
 
 #include "Jp2Writing.h"
+#include "writers/Jp2Head.h"
 
 #include <cstdio>
 
@@ -114,6 +115,13 @@ TEST_F(XRSFile2JP2Boxes, OfManyTilesTellWhereEachBegins) {
   Add<std::uint8_t>(31, 17);
   writer_.SetTileSize(1);
   EXPECT_EQ(31u * 17u, SaveAndWalk().tileParts.size());
+}
+
+/// The length counts the box itself.
+TEST(Jp2CodestreamBox, HasTheLongFormWhereAskedFor) {
+  EXPECT_THAT(zrk::MakeCodestreamBox(0x01020304, false), ElementsAre(1, 2, 3, 12, 'j', 'p', '2', 'c'));
+  EXPECT_THAT(zrk::MakeCodestreamBox(0x0102030405, true),
+              ElementsAre(0, 0, 0, 1, 'j', 'p', '2', 'c', 0, 0, 0, 1, 2, 3, 4, 0x15));
 }
 
 TEST_F(XRSFile2JP2Boxes, OfManyBandsTellEachChannel) {

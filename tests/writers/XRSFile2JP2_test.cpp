@@ -161,6 +161,7 @@ TEST_F(XRSFile2JP2Pixels, OfAMissingBandAreZero) {
   job.bands = {&AddSamples(20, 10, samples), nullptr, &AddSamples(20, 10, samples)};
   job.window = {0, 19, 0, 9};
   job.plan = {.width = 20, .height = 10, .components = {{8, false}, {16, true}, {8, false}}};
+  job.changers.resize(3);
   zrk::Jp2Strip strip(job);
   ASSERT_TRUE(strip.Reserve(1));
   ASSERT_TRUE(strip.Read(0, 1, [](std::int64_t) { return true; }));
