@@ -121,11 +121,15 @@ void BandLook::TakeRow(const unsigned char* samples, const int* places, int coun
 }
 
 template <class Sample>
-void BandLook::TakeFromTables(const Sample* samples, const int* places, int count, unsigned char* bytes,
-                              unsigned char* shown) const {
+void BandLook::TakeFromTables(const Sample* samples, const int* places, int count, unsigned char* __restrict bytes,
+                              unsigned char* __restrict shown) const {
   using Index = std::make_unsigned_t<Sample>;
   const unsigned char* const byteTable = bytes_.data();
   const unsigned char* const shownTable = shown_.data();
+  if (isIdentity_) {
+    for (int i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(samples[places[i]]);
+    return;
+  }
   for (int i = 0; i < count; ++i) bytes[i] = byteTable[static_cast<Index>(samples[places[i]])];
   if (!hasEmpty_) return;
   for (int i = 0; i < count; ++i) shown[i] = shownTable[static_cast<Index>(samples[places[i]])];
