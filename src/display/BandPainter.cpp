@@ -311,10 +311,14 @@ PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
 void BandPainter::PaintPatch(const PatchList& list, const Patch& patch) {
   const int count = patch.window.Width();
   const auto numPixels = static_cast<std::size_t>(count);
-  const bool hasEmpty = band_.look->HasEmpty();
+  const bool hasEmpty = band_.look->HasEmpty(), isWithin = IsWithin(patch);
   for (int y = patch.window.y0; y <= patch.window.y1; ++y) {
-    list.PlacesOfRow(patch, y, scratch_.line);
-    const bool isInside = LocateLine(count);
+    if (isWithin) {
+      LocateRow(PatchList::RowOf(patch, y), count);
+    } else {
+      list.PlacesOfRow(patch, y, scratch_.line);
+    }
+    const bool isInside = isWithin || LocateLine(count);
     unsigned char* const __restrict shown = scratch_.shown.data();
     const unsigned char* const inside = scratch_.inside.data();
     band_.look->TakeRow(samples_.pixels->data, scratch_.places.data(), count, scratch_.bytes.data(), shown);
@@ -323,6 +327,29 @@ void BandPainter::PaintPatch(const PatchList& list, const Patch& patch) {
       shown[i] = static_cast<unsigned char>(shown[i] & inside[i]);
     areAllShown_ &= isInside && !hasEmpty;
     PutRow(patch.window.x0 - block_.x0, y - block_.y0, count);
+  }
+}
+
+/// Whether all places of a patch lie over the band, as they do where those of the corners of a straight one do.
+bool BandPainter::IsWithin(const Patch& patch) const {
+  const BandLimits& limits = band_.limits;
+  return PatchList::IsStraight(patch) &&
+         std::all_of(patch.corners.begin(), patch.corners.end(), [&](const BandPlace& corner) {
+           return corner.u >= limits.u0 && corner.u + kOnTheEdge < limits.u1 && corner.v >= limits.v0 &&
+                  corner.v + kOnTheEdge < limits.v1;
+         });
+}
+
+/// Finds the samples under a row of a patch that lies within the band.
+void BandPainter::LocateRow(const PatchRow& row, int count) {
+  const double u = row.first.u - samples_.window.x0 + kOnTheEdge, v = row.first.v - samples_.window.y0 + kOnTheEdge;
+  const double stepU = row.stepU, stepV = row.stepV;
+  const int shift = samples_.shift, stride = samples_.pixels->xSize;
+  const int lastColumn = stride - 1, lastRow = samples_.pixels->ySize - 1;
+  int* const __restrict places = scratch_.places.data();
+  for (int i = 0; i < count; ++i) {
+    const int column = static_cast<int>(u + i * stepU) >> shift, line = static_cast<int>(v + i * stepV) >> shift;
+    places[i] = std::min(line, lastRow) * stride + std::min(column, lastColumn);
   }
 }
 

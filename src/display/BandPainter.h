@@ -67,6 +67,8 @@ class BandPainter {
   const unsigned char* LookAtRow(int row, std::vector<unsigned char>& bytes);
   void PlaceColumns(const BlockAxis& columns, std::vector<int>& places) const;
   void PaintPatch(const PatchList& list, const Patch& patch);
+  bool IsWithin(const Patch& patch) const;
+  void LocateRow(const PatchRow& row, int count);
   bool LocateLine(int count);
   void PutRow(int x, int y, int count);
   void AddRow(std::size_t place, std::size_t count);
