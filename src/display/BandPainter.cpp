@@ -83,6 +83,7 @@ BandPainter::BandPainter(const PictureGrid& grid, const SystemBridge& bridge, co
       scratch_(scratch),
       cancel_(cancel) {}
 
+/// A band may lie under the block more than once, with longitudes that are counted from elsewhere.
 PaintResult BandPainter::Paint(const Window& block, BandPlane& plane) {
   block_ = block;
   plane_ = &plane;
@@ -102,6 +103,7 @@ PaintResult BandPainter::Paint(const Window& block, BandPlane& plane) {
   return result;
 }
 
+/// Takes one of the two ways that are told above.
 PaintResult BandPainter::PaintShifted(double shift) {
   const PlaceMap map(grid_, bridge_, shift, band_.toPixels);
   ChooseLevel(map);
@@ -116,6 +118,7 @@ void BandPainter::ChooseLevel(const PlaceMap& map) {
   numHalves_ = wantsMeans_ && step > 1.0 + kOnTheEdge ? 2 : 1;
 }
 
+/// A block over too many samples comes back in parts. A single pixel can't be divided, and is read whatever it takes.
 PaintResult BandPainter::Read(const Window& window) {
   const std::int64_t numSamples = std::int64_t{window.Width() >> level_} * (window.Height() >> level_);
   const bool isDivisible = block_.Width() > 1 || block_.Height() > 1;
@@ -147,6 +150,7 @@ void BandPainter::Begin() {
   }
 }
 
+/// Columns and rows are found apart from each other, and the window that they span is read.
 PaintResult BandPainter::PaintUnturned(const Affine& map) {
   const BandLimits& limits = band_.limits;
   for (int half = 0; half < numHalves_; ++half) {
@@ -279,6 +283,7 @@ void BandPainter::MakePatches(const PlaceMap& map, double shift) {
   }
 }
 
+/// The window spans all places under the block, cut to what is drawn of the band.
 PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
   MakePatches(map, shift);
   const int numLists = numHalves_ * numHalves_;
@@ -308,6 +313,7 @@ PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
   return PaintResult::kPainted;
 }
 
+/// Pixels of a patch beside the band have a sample like others, so that the loop has no branch, and are not shown.
 void BandPainter::PaintPatch(const PatchList& list, const Patch& patch) {
   const int count = patch.window.Width();
   const auto numPixels = static_cast<std::size_t>(count);
@@ -399,6 +405,7 @@ void BandPainter::PutRow(int x, int y, int count) {
   }
 }
 
+/// Only what is shown counts for a mean.
 void BandPainter::AddRow(std::size_t place, std::size_t count) {
   std::uint16_t* const __restrict sums = scratch_.sums.data() + place;
   std::uint8_t* const __restrict counts = scratch_.counts.data() + place;

@@ -1,3 +1,10 @@
+// How pixels are read for drawing. A window at a level begins and ends with whole samples of that level, as far as the
+// band reaches: otherwise the samples of neighbouring windows would stand for places that overlap, and a seam would
+// show.
+//
+// Reduced pixels come from the level data where a band has some. Not all bands ask it by themselves: those of formats
+// that decode an image as a whole answer from that.
+
 #include "display/BandSamples.h"
 
 #include "base/ReadError.h"
@@ -22,7 +29,8 @@ ZRMBand* FindLevelData(ZRMBand& band) {
   return levels && levels->GetFile() ? levels : nullptr;
 }
 
-/// Widens a range of columns or rows to whole samples of the level, as far as the band reaches.
+/// Levels are powers of two. Widens a range of columns or rows to whole samples of the level, as far as the band
+/// reaches.
 void AlignToLevel(int level, int size, int& first, int& last) {
   const int step = 1 << level;
   first &= ~(step - 1);
@@ -70,6 +78,7 @@ bool ReadLevel(ZRMBand& band, int level, const Window& window, int* cancel, tagX
 
 }  // namespace
 
+/// Bands that fill the buffer they are given get one of the right size, and others never touch it.
 bool ReadSamples(ZRMBand& band, int level, const Window& window, tagXArr2& strip, int* cancel, BandSamples& samples) {
   samples.window = window;
   AlignToLevel(level, band.GetXSize(), samples.window.x0, samples.window.x1);
@@ -87,6 +96,7 @@ bool ReadSamples(ZRMBand& band, int level, const Window& window, tagXArr2& strip
   return samples.shift >= 0;
 }
 
+/// A million samples tell the range of a picture well enough, and are read in a moment.
 bool MeasureWindow(ZRMBand& band, const Window& window, tagXSubsetStatistics& statistics) {
   constexpr std::int64_t kEnoughSamples = 1 << 20;
   if (!window.IsInside(band.GetXSize(), band.GetYSize())) return false;

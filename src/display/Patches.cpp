@@ -62,6 +62,7 @@ void PatchList::Cover(const PlaceMap& map, const Window& window, double offsetX,
   Add({map, offsetX, offsetY}, window);
 }
 
+/// A map without a transformation is straight however large the window is.
 void PatchList::Add(const Work& work, const Window& window) {
   Patch patch;
   patch.window = window;
@@ -88,6 +89,7 @@ void PatchList::Divide(const Work& work, const Window& window) {
   if (isCutAcross && isCutDown) Add(work, {middleX + 1, window.x1, middleY + 1, window.y1});
 }
 
+/// The pixels of a small patch that bends or has a gap. It costs a transformation each, and there are few of them.
 void PatchList::AddExact(const Work& work, const Window& window) {
   Patch patch;
   patch.window = window;
@@ -115,6 +117,7 @@ bool PatchList::IsNearlyStraight(const Work& work, const Patch& patch) {
   });
 }
 
+/// Straight down both sides, and straight across between them.
 PatchRow PatchList::RowOf(const Patch& patch, int y) {
   const double shareY = ShareOf(y, patch.window.y0, patch.window.y1);
   const BandPlace left = Between(patch.corners[0], patch.corners[2], shareY);
@@ -137,6 +140,7 @@ void PatchList::PlacesOfRow(const Patch& patch, int y, std::vector<BandPlace>& p
   }
 }
 
+/// Straight lines stay between their ends, so that corners are enough.
 Extent PatchList::GetRange() const {
   Extent range;
   const auto grow = [&](const BandPlace& place) {
