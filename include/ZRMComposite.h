@@ -54,9 +54,9 @@ enum XDrawResult {
 /// those whose corner is the centre of a pixel are drawn where they belong. Images of a geographic system are also
 /// drawn 360 degrees east and west of their coordinates.
 ///
-/// The way of a sample to the picture: null samples, transparent values and samples that the cut leaves out are empty;
-/// the others are stretched to bytes, and the lookup table makes other bytes of these. A pixel is drawn where one of
-/// the bands that are shown has a sample that is not empty. In a pixel that is drawn an empty sample is 0.
+/// The way of a sample to the picture: samples that are null, transparent or not a number and those that the cut leaves
+/// out are empty; the others are stretched to bytes, and the lookup table makes other bytes of these. A pixel is drawn
+/// where one of the bands that are shown has a sample that is not empty. In a pixel that is drawn an empty sample is 0.
 ///
 /// Functions that take the number of a band give 0 or null for a number outside 0 to 2, and setters then change
 /// nothing. One thread sets a composite up; then many may draw it at once, each into a buffer of its own. Nothing here

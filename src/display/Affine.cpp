@@ -5,6 +5,7 @@
 
 namespace zrk {
 
+/// What the first gives for x and y is put into the second, and sorted by x and y again.
 Affine Affine::Then(const Affine& next) const {
   Affine both;
   both.c[0] = next.U(c[0], c[3]);
@@ -16,6 +17,7 @@ Affine Affine::Then(const Affine& next) const {
   return both;
 }
 
+/// Pixels without an area have no way back, and neither have those whose area is no number.
 bool Affine::Invert(Affine& inverse) const {
   const double area = c[1] * c[5] - c[2] * c[4];
   if (!std::isfinite(area) || area == 0.0) return false;

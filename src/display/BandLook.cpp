@@ -1,5 +1,9 @@
-// Samples of up to 16 bits are looked up in a table of all of them, which has stretch, cut, null and lookup table in
-// it. Wider samples are worked out one by one.
+// A sample goes through stretch, lookup table, cut, null and transparent value. Samples of up to 16 bits are looked up
+// in a table of all of them, which has all of that in it, so that the loop over pixels does the same for every setting.
+// Wider samples are worked out one by one.
+//
+// All stretches are made alike: a straight scale takes samples to 256 steps, and each step has its byte. For an even
+// histogram the steps are its bins. The lookup table is part of the steps.
 
 #include "display/BandLook.h"
 
@@ -21,6 +25,7 @@ BandLook::BandLook(const BandSettings& settings, int dataType, double nullValue,
   MakeTables();
 }
 
+/// Deviations may reach beyond the samples that there are, and would waste bytes on those.
 void BandLook::SetScale(const BandSettings& settings, const tagXSubsetStatistics& statistics) {
   const double low = statistics.minValue, high = statistics.maxValue;
   switch (settings.stretchType) {
@@ -73,6 +78,7 @@ void BandLook::Equalise(const tagXSubsetStatistics& statistics, double coverage)
   }
 }
 
+/// All kinds of cuts become two ranges, one to keep and one to drop, so that a sample is compared in one way.
 void BandLook::SetCut(const BandSettings& settings) {
   const int type = settings.cutType;
   if (type == kCutBelow || type == kCutOutside) keepMin_ = settings.cutMin;
@@ -83,6 +89,8 @@ void BandLook::SetCut(const BandSettings& settings) {
   }
 }
 
+/// What the table holds tells whether anything can be empty, and whether samples are the bytes already. Both spare
+/// work.
 void BandLook::MakeTables() {
   VisitDataType(dataType_, [&](auto zero) {
     if constexpr (sizeof(zero) <= 2) FillTables<decltype(zero)>();
@@ -93,6 +101,7 @@ void BandLook::MakeTables() {
   for (std::size_t i = 0; isIdentity_ && i < bytes_.size(); ++i) isIdentity_ = bytes_[i] == i;
 }
 
+/// A table is indexed by the bits of a sample, whose sign does not matter then.
 template <class Sample>
 void BandLook::FillTables() {
   using Index = std::make_unsigned_t<Sample>;
@@ -121,16 +130,21 @@ void BandLook::TakeRow(const unsigned char* samples, const int* places, int coun
 }
 
 template <class Sample>
-void BandLook::TakeFromTables(const Sample* samples, const int* places, int count, unsigned char* bytes,
-                              unsigned char* shown) const {
+void BandLook::TakeFromTables(const Sample* samples, const int* places, int count, unsigned char* __restrict bytes,
+                              unsigned char* __restrict shown) const {
   using Index = std::make_unsigned_t<Sample>;
   const unsigned char* const byteTable = bytes_.data();
   const unsigned char* const shownTable = shown_.data();
+  if (isIdentity_) {
+    for (int i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(samples[places[i]]);
+    return;
+  }
   for (int i = 0; i < count; ++i) bytes[i] = byteTable[static_cast<Index>(samples[places[i]])];
   if (!hasEmpty_) return;
   for (int i = 0; i < count; ++i) shown[i] = shownTable[static_cast<Index>(samples[places[i]])];
 }
 
+/// Any real may be not a number, and so which samples are shown is always told.
 template <class Sample>
 void BandLook::TakeByNumbers(const Sample* samples, const int* places, int count, unsigned char* bytes,
                              unsigned char* shown) const {
@@ -144,6 +158,7 @@ void BandLook::TakeByNumbers(const Sample* samples, const int* places, int count
 
 namespace {
 
+/// Statistics that were never made have this value or its negative.
 bool IsKnown(double value) {
   return std::abs(value) < kNotSet;
 }
@@ -163,6 +178,7 @@ bool TakeBandStatistics(const ZRMBand& band, int stretchType, tagXSubsetStatisti
 
 }  // namespace
 
+/// The band's own fields stay as they are: other threads may be reading them.
 bool FindStatistics(ZRMBand& band, int stretchType, const tagXSubsetStatistics* subset,
                     tagXSubsetStatistics& statistics) {
   if (stretchType == kStretchNone || stretchType == kStretchCut) return true;

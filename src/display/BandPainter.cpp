@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 namespace zrk {
 
@@ -82,6 +83,7 @@ BandPainter::BandPainter(const PictureGrid& grid, const SystemBridge& bridge, co
       scratch_(scratch),
       cancel_(cancel) {}
 
+/// A band may lie under the block more than once, with longitudes that are counted from elsewhere.
 PaintResult BandPainter::Paint(const Window& block, BandPlane& plane) {
   block_ = block;
   plane_ = &plane;
@@ -97,10 +99,11 @@ PaintResult BandPainter::Paint(const Window& block, BandPlane& plane) {
     const PaintResult further = PaintShifted(shift);
     if (further != PaintResult::kNothing) result = further;
   }
-  if (result == PaintResult::kPainted && numHalves_ > 1) FinishMeans();
+  if (result == PaintResult::kPainted && numHalves_ > 1 && !plane.isWhole) FinishMeans();
   return result;
 }
 
+/// Takes one of the two ways that are told above.
 PaintResult BandPainter::PaintShifted(double shift) {
   const PlaceMap map(grid_, bridge_, shift, band_.toPixels);
   ChooseLevel(map);
@@ -115,6 +118,7 @@ void BandPainter::ChooseLevel(const PlaceMap& map) {
   numHalves_ = wantsMeans_ && step > 1.0 + kOnTheEdge ? 2 : 1;
 }
 
+/// A block over too many samples comes back in parts. A single pixel can't be divided, and is read whatever it takes.
 PaintResult BandPainter::Read(const Window& window) {
   const std::int64_t numSamples = std::int64_t{window.Width() >> level_} * (window.Height() >> level_);
   const bool isDivisible = block_.Width() > 1 || block_.Height() > 1;
@@ -136,15 +140,17 @@ void BandPainter::Begin() {
   scratch_.shown.resize(width);
   scratch_.inside.resize(width);
   scratch_.places.resize(width);
+  if (plane_->isWhole) return;
   if (numHalves_ > 1) {
     scratch_.sums.assign(size, 0);
     scratch_.counts.assign(size, 0);
-  } else if (!plane_->isWhole) {
+  } else {
     std::fill(plane_->bytes.begin(), plane_->bytes.end(), static_cast<unsigned char>(0));
     std::fill(plane_->shown.begin(), plane_->shown.end(), static_cast<unsigned char>(0));
   }
 }
 
+/// Columns and rows are found apart from each other, and the window that they span is read.
 PaintResult BandPainter::PaintUnturned(const Affine& map) {
   const BandLimits& limits = band_.limits;
   for (int half = 0; half < numHalves_; ++half) {
@@ -161,10 +167,12 @@ PaintResult BandPainter::PaintUnturned(const Affine& map) {
   const PaintResult read = Read(window);
   if (read != PaintResult::kPainted) return read;
 
-  const auto isAll = [](const BlockAxis& axis, int count) { return axis.first == 0 && axis.last == count - 1; };
-  plane_->isWhole = numHalves_ == 1 && !band_.look->HasEmpty() && isAll(scratch_.columns[0], block_.Width()) &&
-                    isAll(scratch_.rows[0], block_.Height());
+  plane_->isWhole = !band_.look->HasEmpty() && CoverBlock();
   Begin();
+  if (plane_->isWhole && numHalves_ > 1) {
+    PaintWholeMeans();
+    return PaintResult::kPainted;
+  }
   for (int half = 0; half < numHalves_ * numHalves_; ++half) {
     PaintAxes(scratch_.columns[static_cast<std::size_t>(half % numHalves_)],
               scratch_.rows[static_cast<std::size_t>(half / numHalves_)]);
@@ -172,31 +180,95 @@ PaintResult BandPainter::PaintUnturned(const Affine& map) {
   return PaintResult::kPainted;
 }
 
-/// Rows of samples that stand side by side are copied where they are the bytes themselves.
+/// Whether every pixel of the block, or each of its quarters, lies over the band.
+bool BandPainter::CoverBlock() const {
+  const auto isAll = [](const BlockAxis& axis, int count) { return axis.first == 0 && axis.last == count - 1; };
+  for (std::size_t half = 0; half < static_cast<std::size_t>(numHalves_); ++half) {
+    if (!isAll(scratch_.columns[half], block_.Width()) || !isAll(scratch_.rows[half], block_.Height())) return false;
+  }
+  return true;
+}
+
+/// Finds where the samples under the block's columns stand in a row that was read.
+void BandPainter::PlaceColumns(const BlockAxis& columns, std::vector<int>& places) const {
+  places.resize(static_cast<std::size_t>(block_.Width()));
+  for (int i = columns.first; i <= columns.last; ++i) {
+    places[static_cast<std::size_t>(i - columns.first)] =
+        samples_.ColumnOf(columns.pixels[static_cast<std::size_t>(i)]);
+  }
+}
+
+/// The bytes of a whole row that was read: the samples themselves where they are the bytes.
+const unsigned char* BandPainter::LookAtRow(int row, std::vector<unsigned char>& bytes) {
+  const unsigned char* const samples = samples_.pixels->Row(row);
+  if (band_.look->IsIdentity()) return samples;
+  const auto width = static_cast<std::size_t>(samples_.pixels->xSize);
+  if (scratch_.everyPlace.size() < width) {
+    scratch_.everyPlace.resize(width);
+    std::iota(scratch_.everyPlace.begin(), scratch_.everyPlace.end(), 0);
+  }
+  bytes.resize(width);
+  band_.look->TakeRow(samples, scratch_.everyPlace.data(), samples_.pixels->xSize, bytes.data(), nullptr);
+  return bytes.data();
+}
+
+/// Means where each quarter of each pixel is shown. The two rows under a row are added first, so that two sums are left
+/// for each pixel.
+void BandPainter::PaintWholeMeans() {
+  PlaceColumns(scratch_.columns[0], scratch_.places);
+  PlaceColumns(scratch_.columns[1], scratch_.otherPlaces);
+  const auto width = static_cast<std::size_t>(samples_.pixels->xSize), count = static_cast<std::size_t>(block_.Width());
+  scratch_.sums.resize(std::max(scratch_.sums.size(), width));
+  std::uint16_t* const __restrict sums = scratch_.sums.data();
+  const int* const left = scratch_.places.data();
+  const int* const right = scratch_.otherPlaces.data();
+  for (int y = 0; y < block_.Height(); ++y) {
+    const auto rowOf = [&](std::size_t half) {
+      return samples_.RowOf(scratch_.rows[half].pixels[static_cast<std::size_t>(y)]);
+    };
+    const unsigned char* const upper = LookAtRow(rowOf(0), scratch_.bytes);
+    const unsigned char* const lower = LookAtRow(rowOf(1), scratch_.others);
+    for (std::size_t i = 0; i < width; ++i) sums[i] = static_cast<std::uint16_t>(upper[i] + lower[i]);
+    unsigned char* const __restrict bytes = plane_->bytes.data() + PlaceInBlock(0, y);
+    for (std::size_t i = 0; i < count; ++i) {
+      bytes[i] = static_cast<unsigned char>((sums[left[i]] + sums[right[i]] + 2) >> 2);
+    }
+  }
+}
+
+/// Rows of samples that stand side by side are copied where they are the bytes themselves, and so are rows that repeat
+/// the one before.
 void BandPainter::PaintAxes(BlockAxis& columns, BlockAxis& rows) {
   if (IsEmpty(columns) || IsEmpty(rows)) return;
   const int count = columns.last - columns.first + 1;
-  std::vector<int>& places = scratch_.places;
-  for (int i = 0; i < count; ++i) {
-    places[static_cast<std::size_t>(i)] =
-        samples_.ColumnOf(columns.pixels[static_cast<std::size_t>(columns.first + i)]);
-  }
-  const auto end = places.begin() + count;
-  const bool isRun = std::adjacent_find(places.begin(), end, [](int a, int b) { return b != a + 1; }) == end;
+  const auto numBytes = static_cast<std::size_t>(count);
+  PlaceColumns(columns, scratch_.places);
+  const auto begin = scratch_.places.begin(), end = begin + count;
+  const bool isRun = std::adjacent_find(begin, end, [](int a, int b) { return b != a + 1; }) == end;
   const bool isCopy = isRun && band_.look->IsIdentity();
+  const bool isDirect = numHalves_ == 1;
+  int rowBefore = -1;
   for (int y = rows.first; y <= rows.last; ++y) {
-    const unsigned char* const source = samples_.pixels->Row(samples_.RowOf(rows.pixels[static_cast<std::size_t>(y)]));
+    const int row = samples_.RowOf(rows.pixels[static_cast<std::size_t>(y)]);
+    const unsigned char* const source = samples_.pixels->Row(row);
     // Where a pixel is a single sample the bytes go straight to their place.
     const std::size_t place = PlaceInBlock(columns.first, y);
-    unsigned char* const bytes = numHalves_ > 1 ? scratch_.bytes.data() : plane_->bytes.data() + place;
-    unsigned char* const shown = numHalves_ > 1 ? scratch_.shown.data() : plane_->shown.data() + place;
-    if (isCopy) {
-      std::memcpy(bytes, source + places.front(), static_cast<std::size_t>(count));
-    } else {
-      band_.look->TakeRow(source, places.data(), count, bytes, shown);
+    unsigned char* const bytes = isDirect ? plane_->bytes.data() + place : scratch_.bytes.data();
+    unsigned char* const shown = isDirect ? plane_->shown.data() + place : scratch_.shown.data();
+    if (isDirect && row == rowBefore) {
+      const auto step = static_cast<std::size_t>(block_.Width());
+      std::memcpy(bytes, bytes - step, numBytes);
+      if (!plane_->isWhole) std::memcpy(shown, shown - step, numBytes);
+      continue;
     }
-    if (!band_.look->HasEmpty() && !plane_->isWhole) std::memset(shown, 255, static_cast<std::size_t>(count));
-    if (numHalves_ > 1) PutRow(columns.first, y, count);
+    rowBefore = row;
+    if (isCopy) {
+      std::memcpy(bytes, source + *begin, numBytes);
+    } else {
+      band_.look->TakeRow(source, scratch_.places.data(), count, bytes, shown);
+    }
+    if (!band_.look->HasEmpty() && !plane_->isWhole) std::memset(shown, 255, numBytes);
+    if (!isDirect) PutRow(columns.first, y, count);
   }
 }
 
@@ -211,6 +283,7 @@ void BandPainter::MakePatches(const PlaceMap& map, double shift) {
   }
 }
 
+/// The window spans all places under the block, cut to what is drawn of the band.
 PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
   MakePatches(map, shift);
   const int numLists = numHalves_ * numHalves_;
@@ -231,42 +304,86 @@ PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
   const PaintResult read = Read(window);
   if (read != PaintResult::kPainted) return read;
   Begin();
+  areAllShown_ = true;
   for (int i = 0; i < numLists; ++i) {
     const PatchList& list = scratch_.patches[static_cast<std::size_t>(i)];
     for (const Patch& patch : list.GetPatches()) PaintPatch(list, patch);
   }
+  if (numHalves_ == 1) plane_->isWhole = areAllShown_;
   return PaintResult::kPainted;
 }
 
+/// Pixels of a patch beside the band have a sample like others, so that the loop has no branch, and are not shown.
 void BandPainter::PaintPatch(const PatchList& list, const Patch& patch) {
   const int count = patch.window.Width();
+  const auto numPixels = static_cast<std::size_t>(count);
+  const bool hasEmpty = band_.look->HasEmpty(), isWithin = IsWithin(patch);
   for (int y = patch.window.y0; y <= patch.window.y1; ++y) {
-    list.PlacesOfRow(patch, y, scratch_.line);
-    LocateLine(count);
-    band_.look->TakeRow(samples_.pixels->data, scratch_.places.data(), count, scratch_.bytes.data(),
-                        scratch_.shown.data());
-    const bool hasEmpty = band_.look->HasEmpty();
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-      scratch_.shown[i] = static_cast<unsigned char>(scratch_.inside[i] & (hasEmpty ? scratch_.shown[i] : 255));
+    if (isWithin) {
+      LocateRow(PatchList::RowOf(patch, y), count);
+    } else {
+      list.PlacesOfRow(patch, y, scratch_.line);
     }
+    const bool isInside = isWithin || LocateLine(count);
+    unsigned char* const __restrict shown = scratch_.shown.data();
+    const unsigned char* const inside = scratch_.inside.data();
+    band_.look->TakeRow(samples_.pixels->data, scratch_.places.data(), count, scratch_.bytes.data(), shown);
+    if (!hasEmpty) std::memset(shown, 255, numPixels);
+    for (std::size_t i = 0; !isInside && i < numPixels; ++i)
+      shown[i] = static_cast<unsigned char>(shown[i] & inside[i]);
+    areAllShown_ &= isInside && !hasEmpty;
     PutRow(patch.window.x0 - block_.x0, y - block_.y0, count);
   }
 }
 
-/// Finds the samples under the places of a line; the first one under places beside the band.
-void BandPainter::LocateLine(int count) {
+/// Whether all places of a patch lie over the band, as they do where those of the corners of a straight one do.
+bool BandPainter::IsWithin(const Patch& patch) const {
   const BandLimits& limits = band_.limits;
-  const Window& read = samples_.window;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-    const double u = scratch_.line[i].u + kOnTheEdge, v = scratch_.line[i].v + kOnTheEdge;
-    const bool isInside = u >= limits.u0 && u < limits.u1 && v >= limits.v0 && v < limits.v1;
-    scratch_.inside[i] = isInside ? 255 : 0;
-    scratch_.places[i] = 0;
-    if (!isInside) continue;
-    const int column = samples_.ColumnOf(std::clamp(static_cast<int>(u), read.x0, read.x1));
-    const int row = samples_.RowOf(std::clamp(static_cast<int>(v), read.y0, read.y1));
-    scratch_.places[i] = row * samples_.pixels->xSize + column;
+  return PatchList::IsStraight(patch) &&
+         std::all_of(patch.corners.begin(), patch.corners.end(), [&](const BandPlace& corner) {
+           return corner.u >= limits.u0 && corner.u + kOnTheEdge < limits.u1 && corner.v >= limits.v0 &&
+                  corner.v + kOnTheEdge < limits.v1;
+         });
+}
+
+/// Finds the samples under a row of a patch that lies within the band.
+void BandPainter::LocateRow(const PatchRow& row, int count) {
+  const double u = row.first.u - samples_.window.x0 + kOnTheEdge, v = row.first.v - samples_.window.y0 + kOnTheEdge;
+  const double stepU = row.stepU, stepV = row.stepV;
+  const int shift = samples_.shift, stride = samples_.pixels->xSize;
+  const int lastColumn = stride - 1, lastRow = samples_.pixels->ySize - 1;
+  int* const __restrict places = scratch_.places.data();
+  for (int i = 0; i < count; ++i) {
+    const int column = static_cast<int>(u + i * stepU) >> shift, line = static_cast<int>(v + i * stepV) >> shift;
+    places[i] = std::min(line, lastRow) * stride + std::min(column, lastColumn);
   }
+}
+
+/// Finds the samples under the places of a line; places beside the band get one of its rim. Whether all lie over the
+/// band. What is not a number lies beside it.
+bool BandPainter::LocateLine(int count) {
+  const BandLimits limits = band_.limits;
+  const Window read = samples_.window;
+  const double left = read.x0, right = read.x1, top = read.y0, bottom = read.y1;
+  const int shift = samples_.shift, stride = samples_.pixels->xSize;
+  const int lastColumn = stride - 1, lastRow = samples_.pixels->ySize - 1;
+  const BandPlace* const line = scratch_.line.data();
+  int* const __restrict places = scratch_.places.data();
+  unsigned char* const __restrict inside = scratch_.inside.data();
+  const auto within = [](double value, double low, double high) {
+    const double raised = value > low ? value : low;
+    return static_cast<int>(raised < high ? raised : high);
+  };
+  int numInside = 0;
+  for (int i = 0; i < count; ++i) {
+    const double u = line[i].u + kOnTheEdge, v = line[i].v + kOnTheEdge;
+    const bool isInside = (u >= limits.u0) & (u < limits.u1) & (v >= limits.v0) & (v < limits.v1);
+    const int column = (within(u, left, right) - read.x0) >> shift, row = (within(v, top, bottom) - read.y0) >> shift;
+    places[i] = std::min(row, lastRow) * stride + std::min(column, lastColumn);
+    inside[i] = isInside ? 255 : 0;
+    numInside += isInside;
+  }
+  return numInside == count;
 }
 
 /// Puts the bytes of a row that are shown into the plane, or adds them up for means.
@@ -274,28 +391,47 @@ void BandPainter::PutRow(int x, int y, int count) {
   const std::size_t place = PlaceInBlock(x, y);
   const auto numPixels = static_cast<std::size_t>(count);
   if (numHalves_ > 1) {
-    for (std::size_t i = 0; i < numPixels; ++i) {
-      const unsigned char shown = scratch_.shown[i];
-      scratch_.sums[place + i] = static_cast<std::uint16_t>(scratch_.sums[place + i] + (scratch_.bytes[i] & shown));
-      scratch_.counts[place + i] = static_cast<std::uint8_t>(scratch_.counts[place + i] + (shown & 1));
-    }
+    AddRow(place, numPixels);
     return;
   }
+  unsigned char* const __restrict bytes = plane_->bytes.data() + place;
+  unsigned char* const __restrict shown = plane_->shown.data() + place;
+  const unsigned char* const newBytes = scratch_.bytes.data();
+  const unsigned char* const newShown = scratch_.shown.data();
   for (std::size_t i = 0; i < numPixels; ++i) {
-    if (!scratch_.shown[i]) continue;
-    plane_->bytes[place + i] = scratch_.bytes[i];
-    plane_->shown[place + i] = 255;
+    const unsigned char mask = newShown[i];
+    bytes[i] = static_cast<unsigned char>((newBytes[i] & mask) | (bytes[i] & ~mask));
+    shown[i] = static_cast<unsigned char>(shown[i] | mask);
   }
 }
 
-void BandPainter::FinishMeans() {
-  plane_->isWhole = true;
-  for (std::size_t i = 0; i < plane_->bytes.size(); ++i) {
-    const unsigned count = scratch_.counts[i];
-    plane_->bytes[i] = static_cast<unsigned char>(count > 0 ? (scratch_.sums[i] + count / 2) / count : 0);
-    plane_->shown[i] = count > 0 ? 255 : 0;
-    plane_->isWhole &= count > 0;
+/// Only what is shown counts for a mean.
+void BandPainter::AddRow(std::size_t place, std::size_t count) {
+  std::uint16_t* const __restrict sums = scratch_.sums.data() + place;
+  std::uint8_t* const __restrict counts = scratch_.counts.data() + place;
+  const unsigned char* const bytes = scratch_.bytes.data();
+  const unsigned char* const shown = scratch_.shown.data();
+  for (std::size_t i = 0; i < count; ++i) {
+    sums[i] = static_cast<std::uint16_t>(sums[i] + (bytes[i] & shown[i]));
+    counts[i] = static_cast<std::uint8_t>(counts[i] + (shown[i] & 1));
   }
+}
+
+/// Nearly all pixels have four quarters.
+void BandPainter::FinishMeans() {
+  const std::uint16_t* const sums = scratch_.sums.data();
+  const std::uint8_t* const counts = scratch_.counts.data();
+  unsigned char* const __restrict bytes = plane_->bytes.data();
+  unsigned char* const __restrict shown = plane_->shown.data();
+  const std::size_t size = plane_->bytes.size();
+  bool isWhole = true;
+  for (std::size_t i = 0; i < size; ++i) {
+    const unsigned count = counts[i], sum = sums[i];
+    bytes[i] = static_cast<unsigned char>(count == 4 ? (sum + 2) >> 2 : count > 0 ? (sum + count / 2) / count : 0);
+    shown[i] = count > 0 ? 255 : 0;
+    isWhole &= count > 0;
+  }
+  plane_->isWhole = isWhole;
 }
 
 }  // namespace zrk

@@ -61,10 +61,17 @@ class BandPainter {
 
   void Begin();
   void FinishMeans();
+  bool CoverBlock() const;
   void PaintAxes(BlockAxis& columns, BlockAxis& rows);
+  void PaintWholeMeans();
+  const unsigned char* LookAtRow(int row, std::vector<unsigned char>& bytes);
+  void PlaceColumns(const BlockAxis& columns, std::vector<int>& places) const;
   void PaintPatch(const PatchList& list, const Patch& patch);
-  void LocateLine(int count);
+  bool IsWithin(const Patch& patch) const;
+  void LocateRow(const PatchRow& row, int count);
+  bool LocateLine(int count);
   void PutRow(int x, int y, int count);
+  void AddRow(std::size_t place, std::size_t count);
 
   std::size_t PlaceInBlock(int x, int y) const {
     return static_cast<std::size_t>(y) * static_cast<std::size_t>(block_.Width()) + static_cast<std::size_t>(x);
@@ -82,6 +89,7 @@ class BandPainter {
   int level_ = 0;
   int numHalves_ = 1;  // 2 where a pixel is the mean of two by two
   bool isBegun_ = false;
+  bool areAllShown_ = false;
   BandSamples samples_;
 };
 

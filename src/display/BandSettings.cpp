@@ -5,10 +5,12 @@
 
 namespace zrk {
 
+/// Tables that change nothing: each byte is itself, and its colour is the grey of that brightness.
 BandSettings::BandSettings() : lut(MakeCurve({})) {
   for (std::size_t i = 0; i < clt.size(); ++i) clt[i] = static_cast<XColour>(i * 0x010101);
 }
 
+/// Points and bytes rise together, so that one pass over both is enough.
 std::array<unsigned char, 256> MakeCurve(const std::vector<tagXVector2>& points) {
   std::array<unsigned char, 256> curve;
   std::size_t next = 0;  // the first point that does not lie before the byte

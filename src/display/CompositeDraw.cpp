@@ -40,6 +40,7 @@ CompositeDraw::CompositeDraw(const ReadyComposite& ready, const SystemBridge& br
   buffer.scratch.patchKey = {};
 }
 
+/// A stop is no failure: the picture is simply not wanted any more.
 int CompositeDraw::Draw(const Window& window) {
   const int width = std::min(BlockWidthFor(ready_), window.Width());
   const int height = std::max(kBlockPixels / width, kMinBlockHeight);
@@ -56,6 +57,7 @@ int CompositeDraw::Draw(const Window& window) {
   return result;
 }
 
+/// Each band leaves its plane before the next one is read: a band's samples are gone with the next read of its file.
 PaintResult CompositeDraw::DrawBlock(const Window& block) {
   PaintResult result = PaintResult::kNothing;
   isWhole_ = false;
@@ -100,6 +102,8 @@ void CompositeDraw::Compose(const Window& block) {
   }
 }
 
+/// Where every pixel is shown, planes are joined by vector instructions. Otherwise pixels that nobody shows stay as
+/// they are, and so each is looked at.
 void CompositeDraw::ComposeRow(int width, std::size_t place, unsigned char* target) {
   const auto count = static_cast<std::size_t>(width);
   std::array<const unsigned char*, 3> bytes;

@@ -4,6 +4,7 @@
 
 namespace zrk {
 
+/// A composite that fails does not hide the others: callers decide whether a picture without it will do.
 int DrawManager(const ZRMCompManager& manager, XBackBuffer& buffer, const Extent& extent, int method, int* cancel) {
   ZRMComposite* first = nullptr;
   int result = kDrawNothing;

@@ -44,7 +44,10 @@ struct DrawScratch {
   PatchKey patchKey;                  ///< of `patches`; void when a draw begins
   std::vector<BandPlace> line;        ///< places under a row
   std::vector<int> places;            ///< of their samples in the buffer
+  std::vector<int> otherPlaces;       ///< for means: of the right halves
+  std::vector<int> everyPlace;        ///< 0, 1, 2 and so on
   std::vector<unsigned char> bytes;   ///< of a row
+  std::vector<unsigned char> others;  ///< of another one
   std::vector<unsigned char> shown;   ///< of a row
   std::vector<unsigned char> inside;  ///< which pixels of a row lie over the band, 255 or 0
   std::vector<std::uint16_t> sums;    ///< for means: of the bytes that are shown

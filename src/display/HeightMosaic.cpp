@@ -48,6 +48,7 @@ bool HeightSource::FindShifted(double x, double y, int& column, int& row) const 
          FindOnAxis(toPixels.V(x, y), limits.v0, limits.v1, row);
 }
 
+/// Longitudes may be counted from another meridian than those of the band.
 bool HeightSource::FindPixel(double x, double y, int& column, int& row) const {
   if (!bridge->Take(x, y)) return false;
   if (FindShifted(x, y, column, row)) return true;
@@ -104,6 +105,7 @@ bool HeightRead::TakeFrom(const HeightSource& source) {
   return posts_.empty() || TakePosts(*source.band, posts_.begin(), posts_.end());
 }
 
+/// Places are worked out before anything is read, row by row, so that posts near each other stay together.
 void HeightRead::FindPosts(const HeightSource& source) {
   posts_.clear();
   for (int j = 0; j < block_.numRows; ++j) {
@@ -164,6 +166,7 @@ void HeightRead::Convert(const ZRMBand& band, const BandSamples& samples, Posts 
 
 }  // namespace
 
+/// A composite that can't be placed is passed over: the others still have heights.
 bool HeightMosaic::Impl::Add(const ZRMComposite& composite, const XSpatialReference& shown) {
   HeightSource source;
   source.band = composite.GetBand(0);
@@ -200,6 +203,7 @@ int HeightMosaic::GetDataType() const {
   return impl_->dataType;
 }
 
+/// Sources below are asked only for what those above left free.
 bool HeightMosaic::Read(const PostGrid& grid, const PostBlock& block, tagXArr2& out, int* cancel) const {
   return ReadPixels([&] {
            const int sampleBytes = XfnGetDataSize(impl_->dataType);

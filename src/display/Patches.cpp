@@ -62,12 +62,13 @@ void PatchList::Cover(const PlaceMap& map, const Window& window, double offsetX,
   Add({map, offsetX, offsetY}, window);
 }
 
+/// A map without a transformation is straight however large the window is.
 void PatchList::Add(const Work& work, const Window& window) {
   Patch patch;
   patch.window = window;
   patch.corners = {work.AtPixel(window.x0, window.y0), work.AtPixel(window.x1, window.y0),
                    work.AtPixel(window.x0, window.y1), work.AtPixel(window.x1, window.y1)};
-  if (work.map.GetAffine() || IsStraight(work, patch)) {
+  if (work.map.GetAffine() || IsNearlyStraight(work, patch)) {
     patches_.push_back(patch);
   } else if (window.Width() > kSmallSide || window.Height() > kSmallSide) {
     Divide(work, window);
@@ -88,6 +89,7 @@ void PatchList::Divide(const Work& work, const Window& window) {
   if (isCutAcross && isCutDown) Add(work, {middleX + 1, window.x1, middleY + 1, window.y1});
 }
 
+/// The pixels of a small patch that bends or has a gap. It costs a transformation each, and there are few of them.
 void PatchList::AddExact(const Work& work, const Window& window) {
   Patch patch;
   patch.window = window;
@@ -98,7 +100,7 @@ void PatchList::AddExact(const Work& work, const Window& window) {
   patches_.push_back(patch);
 }
 
-bool PatchList::IsStraight(const Work& work, const Patch& patch) {
+bool PatchList::IsNearlyStraight(const Work& work, const Patch& patch) {
   if (!std::all_of(patch.corners.begin(), patch.corners.end(), IsPlace)) return false;
   const Window& window = patch.window;
   const BandPlace &upperLeft = patch.corners[0], &upperRight = patch.corners[1];
@@ -115,31 +117,37 @@ bool PatchList::IsStraight(const Work& work, const Patch& patch) {
   });
 }
 
+/// Straight down both sides, and straight across between them.
+PatchRow PatchList::RowOf(const Patch& patch, int y) {
+  const double shareY = ShareOf(y, patch.window.y0, patch.window.y1);
+  const BandPlace left = Between(patch.corners[0], patch.corners[2], shareY);
+  const BandPlace right = Between(patch.corners[1], patch.corners[3], shareY);
+  const int numSteps = std::max(1, patch.window.Width() - 1);
+  return {left, (right.u - left.u) / numSteps, (right.v - left.v) / numSteps};
+}
+
 void PatchList::PlacesOfRow(const Patch& patch, int y, std::vector<BandPlace>& places) const {
   const int width = patch.window.Width();
   places.resize(static_cast<std::size_t>(width));
-  if (patch.firstPlace >= 0) {
+  if (!IsStraight(patch)) {
     const std::ptrdiff_t skipped = std::ptrdiff_t{y - patch.window.y0} * width;
     std::copy_n(exact_.begin() + patch.firstPlace + skipped, width, places.begin());
     return;
   }
-  const double shareY = ShareOf(y, patch.window.y0, patch.window.y1);
-  const BandPlace left = Between(patch.corners[0], patch.corners[2], shareY);
-  const BandPlace right = Between(patch.corners[1], patch.corners[3], shareY);
-  const double step = width > 1 ? 1.0 / (width - 1) : 0.0;
-  const double stepU = (right.u - left.u) * step, stepV = (right.v - left.v) * step;
+  const PatchRow row = RowOf(patch, y);
   for (int i = 0; i < width; ++i) {
-    places[static_cast<std::size_t>(i)] = {left.u + i * stepU, left.v + i * stepV};
+    places[static_cast<std::size_t>(i)] = {row.first.u + i * row.stepU, row.first.v + i * row.stepV};
   }
 }
 
+/// Straight lines stay between their ends, so that corners are enough.
 Extent PatchList::GetRange() const {
   Extent range;
   const auto grow = [&](const BandPlace& place) {
     if (IsPlace(place)) range.GrowTo(place.u, place.v);
   };
   for (const Patch& patch : patches_) {
-    if (patch.firstPlace < 0) std::for_each(patch.corners.begin(), patch.corners.end(), grow);
+    if (IsStraight(patch)) std::for_each(patch.corners.begin(), patch.corners.end(), grow);
   }
   std::for_each(exact_.begin(), exact_.end(), grow);
   return range;

@@ -1,3 +1,6 @@
+// What a composite was set up with becomes what a draw needs. Draws of several threads share the result, so that all
+// choices are made here: which bands take part, which byte of a pixel each gives, and how far each reaches.
+
 #include "display/ReadyComposite.h"
 
 #include "base/DataTypeVisit.h"
@@ -19,6 +22,7 @@ int CompositeSettings::CountBands() const {
   return static_cast<int>(std::count_if(bands.begin(), bands.end(), [](const Band& band) { return band.band; }));
 }
 
+/// A range that was set counts as it is, also where it reaches beyond the bands.
 Extent CompositeSettings::GetDrawRange() const {
   if (drawRange && First()) return *drawRange;
   Extent whole;
@@ -28,6 +32,7 @@ Extent CompositeSettings::GetDrawRange() const {
   return whole;
 }
 
+/// All four corners count, because a turned band reaches farthest with any of them.
 Extent ExtentOf(const CompositeSettings::Band& band) {
   const double xSize = band.band->GetXSize(), ySize = band.band->GetYSize();
   Extent extent;
@@ -37,6 +42,7 @@ Extent ExtentOf(const CompositeSettings::Band& band) {
   return extent;
 }
 
+/// A band alone gives all three bytes of a pixel, and so does the one behind a colour table.
 std::unique_ptr<const ReadyComposite> ReadyComposite::Make(const CompositeSettings& settings) {
   auto ready = std::make_unique<ReadyComposite>();
   const CompositeSettings::Band* const first = settings.First();
@@ -59,6 +65,7 @@ std::unique_ptr<const ReadyComposite> ReadyComposite::Make(const CompositeSettin
   return ready;
 }
 
+/// The system of the first band counts for all: a composite is drawn as one.
 bool ReadyComposite::Add(int index, const CompositeSettings& settings) {
   const CompositeSettings::Band& source = settings.bands[static_cast<std::size_t>(index)];
   ZRMBand& band = *source.band;

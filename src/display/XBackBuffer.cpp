@@ -27,6 +27,7 @@ struct PixelBytes {
         red(static_cast<unsigned char>(colour)) {}
 };
 
+/// Rounded, so that a colour mixed with itself stays what it is.
 unsigned char Mix(unsigned char below, unsigned char above, double opacity) {
   return static_cast<unsigned char>(below + (above - below) * opacity + 0.5);
 }
@@ -66,6 +67,7 @@ int XBackBuffer::Create(HDC, int kind) {
   return 1;
 }
 
+/// Pixels are counted by ints where they are copied, so that their bytes have to fit into one.
 int XBackBuffer::Resize(HDC, int width, int height) {
   if (!state_->isCreated || width <= 0 || height <= 0) return 0;
   if (std::int64_t{width} * height > INT_MAX / kPixelBytes) return 0;
@@ -117,6 +119,7 @@ void XBackBuffer::GetWorldRange(double& minX, double& maxX, double& minY, double
   minY = maxY - grid.height * grid.yStep;
 }
 
+/// The number lets composites find what they worked out for this system without comparing systems.
 void XBackBuffer::SetSR(const XSpatialReference& sr) {
   state_->sr = sr;
   state_->systemId = zrk::NextSystemId();
@@ -126,6 +129,7 @@ const XSpatialReference& XBackBuffer::GetSR() const {
   return state_->sr;
 }
 
+/// The first row is filled pixel by pixel, and copied to the others. Tiles are cleared by the thousand.
 void XBackBuffer::Clear(XColour colour, const RECT* rect) {
   const zrk::PictureGrid& grid = state_->grid;
   const RECT whole{0, 0, grid.width, grid.height};
@@ -147,6 +151,7 @@ void XBackBuffer::Clear(XColour colour, const RECT* rect) {
   }
 }
 
+/// Rows lie in the order that is asked for, so that each is copied as it is.
 int XBackBuffer::ReadDIB24(int width, int height, std::int64_t rowBytes, unsigned char* pixels) const {
   if (!pixels || width <= 0 || height <= 0 || state_->pixels.empty()) return 0;
   if (rowBytes < std::int64_t{width} * kPixelBytes) return 0;

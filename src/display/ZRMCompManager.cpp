@@ -1,3 +1,6 @@
+// A list of composites and the system that they are shown in. Pixels are not its business: callers draw the composites,
+// and ask here what there is, where it lies, and in which system.
+
 #include "ZRMCompManager.h"
 
 #include "base/Fence.h"
@@ -43,6 +46,7 @@ void ZRMCompManager::SetCompositeDeleteFlag(int deletes) {
   impl_->deletes = deletes;
 }
 
+/// A composite that stood in the list twice would be deleted twice.
 int ZRMCompManager::AddZRMComposite(ZRMComposite* composite) {
   const auto& known = impl_->composites;
   if (!composite || std::find(known.begin(), known.end(), composite) != known.end()) return 0;
@@ -61,6 +65,7 @@ ZRMComposite* ZRMCompManager::GetZRMCompositeAt(int index) const {
   return isThere ? impl_->composites[static_cast<std::size_t>(index)] : nullptr;
 }
 
+/// The system of the first band is asked anew each time, because it may still be given to the band.
 const XSpatialReference* ZRMCompManager::GetSR() const {
   if (impl_->sr) return &*impl_->sr;
   for (const ZRMComposite* composite : impl_->composites) {

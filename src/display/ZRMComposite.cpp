@@ -91,6 +91,7 @@ void PixelsBetween(double low, double high, int size, int& first, int& last) {
 
 }  // namespace
 
+/// A composite that can't be made ready is tried again by the next draw: a band may be readable then.
 std::shared_ptr<const zrk::ReadyComposite> ZRMComposite::Impl::GetReady() {
   const std::lock_guard lock(mutex);
   if (!ready) ready = zrk::ReadyComposite::Make(settings);
@@ -113,6 +114,7 @@ ZRMComposite::Impl::Bridge ZRMComposite::Impl::GetBridge(const XSpatialReference
   return bridge;
 }
 
+/// The buffer's own system goes first. Without one, what was drawn before tells which world the buffer shows.
 ZRMComposite::Impl::Bridge ZRMComposite::Impl::BridgeFor(const zrk::BackBufferState& buffer,
                                                          const ZRMComposite* first) {
   if (!buffer.sr.IsEmpty()) return GetBridge(buffer.sr, buffer.systemId);
@@ -169,6 +171,7 @@ ZRMBand* ZRMComposite::GetBand(int index) const {
   return band ? band->band : nullptr;
 }
 
+/// The place of the band is taken over here, so that draws need not ask for it.
 int ZRMComposite::SetBand(int index, ZRMBand* band) {
   Impl::Band* const place = impl_->At(index);
   if (!place) return 0;
@@ -295,6 +298,7 @@ const tagXVector2* ZRMComposite::GetHistogramPointAt(int index, int point) const
   return &impl_->At(index)->settings.points[static_cast<std::size_t>(point)];
 }
 
+/// All points are looked at before anything changes.
 int ZRMComposite::SetHistogramPoints(int index, const tagXVector2* points, int numPoints) {
   Impl::Band* const band = impl_->At(index);
   if (!band || numPoints < 0 || (numPoints > 0 && !points)) return 0;
@@ -311,6 +315,7 @@ int ZRMComposite::SetHistogramPoints(int index, const tagXVector2* points, int n
   });
 }
 
+/// A pixel that lies in the extent with a part of it counts.
 int ZRMComposite::CalcSubsetStatistics(int index, double west, double south, double east, double north) {
   Impl::Band* const band = impl_->Present(index);
   if (!band || !band->toPixels || !IsFinite(west, south, east, north)) return 0;
@@ -375,6 +380,7 @@ const unsigned char* ZRMComposite::GetDIBits() const {
   return std::as_const(impl_->ownBuffer).GetPixels();
 }
 
+/// Nothing to draw is no failure, and leaves the reason of the last failed read as it was.
 int ZRMComposite::Draw(XBackBuffer* buffer, double west, double south, double east, double north, int method,
                        ZRMComposite* first, int* cancel) {
   zrk::BackBufferState& target = zrk::BackBufferAccess::Of(buffer ? *buffer : impl_->ownBuffer);

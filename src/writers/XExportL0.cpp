@@ -107,12 +107,14 @@ class L0Export {
   bool WriteReport();
 };
 
+/// A file that the disk has no room for is refused before it is begun.
 bool L0Export::HasRoom(int bytesPerPixel) {
   std::int64_t fileBytes = 0;
   if (!tiles_.Fit(bytesPerPixel, fileBytes)) return Fail(kNoTileMemory);
   return XfnIsDiskSpaceEnough(request_.path, fileBytes) || Fail("The disk has no room for the L0 file");
 }
 
+/// What was begun of the file goes where the export fails or is stopped.
 int L0Export::Run() {
   err_.Empty();
   if (!zrk::ShowsMap(*request_.manager, err_) || !Prepare()) return 0;
@@ -143,6 +145,7 @@ bool L0Export::WriteTiles() {
   return true;
 }
 
+/// Lines end as they do on the systems of the programs that read them.
 bool L0Export::WriteReport() {
   XString wkt;
   request_.manager->GetSR()->exportToWkt(wkt);
@@ -177,6 +180,7 @@ class L0Image : public L0Export {
   std::vector<unsigned char> planes_;
 };
 
+/// In the compatible policy the buffer has the size that was asked for, also where tiles are larger.
 bool L0Image::Prepare() {
   if (!tiles_.HasPixels()) return Fail(kNoTileMemory);
   if (!HasRoom(kPlanes)) return false;
@@ -204,6 +208,7 @@ double L0Image::SouthOf(std::int64_t row) const {
   return request_.bounds.maxY - y * request_.yPixelSize - tileHeight;
 }
 
+/// Tiles at the rim reach beyond the bounds and show what lies there.
 bool L0Image::MakeTile(std::int64_t tile) {
   zrk::Extent extent;
   const double width = tiles_.size * request_.xPixelSize, height = tiles_.size * request_.yPixelSize;
@@ -218,6 +223,7 @@ bool L0Image::MakeTile(std::int64_t tile) {
   return drawn != kDrawFailed;
 }
 
+/// A tile has its place in each of the three planes.
 bool L0Image::WriteTile(std::int64_t tile) {
   const std::int64_t tileBytes = tiles_.Pixels();
   unsigned char* const first = planes_.data();
@@ -251,6 +257,7 @@ class L0Heights : public L0Export {
   std::vector<unsigned char> samples_;  // of a tile
 };
 
+/// A mosaic without a source or without pixels is the same failure to callers.
 bool L0Heights::Prepare() {
   mosaic_ = zrk::HeightMosaic::Make(*request_.manager);
   if (!mosaic_ || !tiles_.HasPixels()) return Fail(zrk::kNoMosaic);
@@ -281,6 +288,7 @@ bool L0Heights::MakeTile(std::int64_t tile) {
   return true;
 }
 
+/// A whole tile, also where the grid ends within it.
 bool L0Heights::WriteTile(std::int64_t tile) {
   const auto tileBytes = static_cast<std::int64_t>(samples_.size());
   return file_.WriteAt(tile * tileBytes, samples_.data(), tileBytes) != 0;

@@ -109,6 +109,7 @@ class Tree {
   double numCells_ = 0.0;
 };
 
+/// The last level has to have pixels that ints can count, as programs that read the tree do.
 bool Tree::Check() {
   if (request_.maxLevel < 0 || request_.maxLevel > kMaxTreeLevel) return Fail(zrk::kNoLevel);
   if (!zrk::ShowsMap(*request_.manager, err_)) return false;
@@ -117,6 +118,7 @@ bool Tree::Check() {
   return true;
 }
 
+/// The index comes last: a tree without one is not whole.
 int Tree::Run() {
   err_.Empty();
   if (!Check() || !Prepare()) return 0;
@@ -128,6 +130,7 @@ int Tree::Run() {
   return WriteIndex() ? 1 : 0;
 }
 
+/// The range of the data tells the cells, and not the other way round: a level may have 2^54 of them.
 CellRange Tree::CellsOf(int level) const {
   CellRange cells;
   if (!range_.isSet) return cells;
@@ -153,6 +156,7 @@ bool Tree::WriteLevel(int level) {
   return true;
 }
 
+/// A cell that can't be made is left out, unless the policy is exact.
 bool Tree::WriteCell(const Cell& cell) {
   XThread* const thread = request_.thread;
   if (thread) thread->CallbackPercent(static_cast<int>(numDone_ * 100.0 / numCells_));
@@ -204,6 +208,7 @@ class PictureTree : public Tree {
   const char* GetKind() const override { return "TEXTURE"; }
 };
 
+/// The edges of a cell are those that its name stands for everywhere.
 bool PictureTree::MakeCell(const Cell& cell, XString& why) {
   tagXVector2 low, high;
   XQTI::GetRange(cell.level, cell.column, cell.row, {request_.bounds.minX, request_.bounds.minY},
@@ -227,6 +232,7 @@ class HeightTree : public Tree {
   tagXArr2 posts_;
 };
 
+/// The buffer for a tile is taken before the first, so that a size that no memory holds is told at once.
 bool HeightTree::Prepare() {
   mosaic_ = zrk::HeightMosaic::Make(*request_.manager);
   if (!mosaic_) return Fail(zrk::kNoMosaic);

@@ -21,7 +21,8 @@ int CountPixels(double extent, double pixelSize) {
   return count > 1.0 ? static_cast<int>(count) : 1;
 }
 
-/// The picture of an extent, over black.
+/// The picture of an extent, over black. Pixel sizes follow from the whole number of pixels, so that the picture ends
+/// where the extent does.
 bool Render(const ZRMCompManager& manager, const zrk::Extent& extent, XBackBuffer& buffer, XThread* thread,
             XString& err) {
   if (manager.GetSR()) buffer.SetSR(*manager.GetSR());
@@ -39,6 +40,7 @@ bool Render(const ZRMCompManager& manager, const zrk::Extent& extent, XBackBuffe
   return true;
 }
 
+/// Rows of the buffer lie from the bottom up, and the encoder wants them from the top: it goes backwards.
 bool WriteJpeg(const XBackBuffer& buffer, const XString& path, XString& err) {
   const std::ptrdiff_t rowBytes = std::ptrdiff_t{buffer.GetWidth()} * 3;
   const zrk::JpegPixels pixels{buffer.GetPixels() + rowBytes * (buffer.GetHeight() - 1), -rowBytes, buffer.GetWidth(),

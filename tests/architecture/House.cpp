@@ -14,11 +14,10 @@ namespace {
 // whose rows name the writer that saves as them. Tile stores are files and know no bands: the bands over them are
 // formats, each in a folder of its own beneath the stores.
 const std::map<std::string, int> kFloors = {
-    {"base", 0},           {"geo", 1},         {"math", 1},     {"codec", 2},
-    {"core/failure", 3},   {"core/model", 3},  {"tiles", 3},    {"core/resample", 4},
-    {"core/level", 5},     {"display", 5},        {"core/native", 6}, {"core/xld", 7}, {"core/load", 8},
-    {"writers", 8},        {"bands", 9},       {"rpf", 9},      {"hawk", 9},
-    {"core/dispatch", 10}, {"display", 11},    {"tools", 12},
+    {"base", 0},       {"geo", 1},     {"math", 1},           {"codec", 2},      {"core/failure", 3},
+    {"core/model", 3}, {"tiles", 3},   {"core/resample", 4},  {"core/level", 5}, {"core/native", 6},
+    {"core/xld", 7},   {"display", 8}, {"core/load", 9},      {"writers", 9},    {"bands", 10},
+    {"rpf", 10},       {"hawk", 10},   {"core/dispatch", 11}, {"tools", 12},
 };
 
 // Headers of the operating system that the ground floor stands on.

@@ -1,6 +1,7 @@
 // A composite in one system drawn into a picture of another.
 
 #include "DrawnPicture.h"
+#include "ThreadRuns.h"
 #include "XCoordinateTransformation.h"
 
 #include <gtest/gtest.h>
@@ -81,6 +82,22 @@ TEST(WarpedComposite, DrawsASecondPictureOfAnotherSystemByThatOne) {
   degrees.In(4326).Draw(composite);
   metres.In(32632).Draw(composite);
   EXPECT_EQ(19u, metres.At(19, 0) & 255);
+}
+
+TEST(WarpedComposite, IsTheSameFromManyThreads) {
+  PlacedBand band;
+  band.Set<std::uint8_t>(200, 200, Columns(200, 200)).Place(500000, 5320000, 100).In(32632);
+  ZRMComposite composite;
+  composite.SetBand(0, &band);
+  Picture expected(50, 50, 9.05, 47.95, 0.001);
+  expected.In(4326).Draw(composite);
+  composite.TouchTables();
+  RunOnThreads(4, [&](int) {
+    // Each has a buffer and a copy of the system of its own.
+    Picture picture(50, 50, 9.05, 47.95, 0.001);
+    EXPECT_EQ(kDrawDone, picture.In(4326).Draw(composite));
+    EXPECT_EQ(expected.Reds(), picture.Reds());
+  });
 }
 
 TEST(WarpedComposite, TakesMeansUnderThePixels) {

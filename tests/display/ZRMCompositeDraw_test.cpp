@@ -125,6 +125,41 @@ TEST(ZRMCompositeDraw, TakesTheMeanOfTwoByTwo) {
   EXPECT_EQ((Reds{25, 7}), picture.Reds());
 }
 
+/// The mean of the samples under the centres of a pixel's quarters, halves rounded up.
+int MeanUnder(const Bytes& samples, int width, int x, int y, double step) {
+  int sum = 0;
+  for (const double down : {0.25, 0.75}) {
+    for (const double across : {0.25, 0.75}) {
+      const int column = static_cast<int>((x + across) * step), row = static_cast<int>((y + down) * step);
+      sum += samples[static_cast<std::size_t>(row * width + column)];
+    }
+  }
+  return (sum + 2) / 4;
+}
+
+TEST(ZRMCompositeDraw, TakesTheMeanOfTheFourQuartersOfEachPixel) {
+  constexpr int kSize = 64;
+  const Bytes samples = RandomBytes(kSize * kSize);
+  Grey grey(kSize, kSize, samples);
+  // The second picture reaches beyond the band, the third is of bytes that were replaced.
+  Picture whole(39, 39, 0, kSize, 1.6), wider(50, 50, 0, kSize, 1.6), inverse(39, 39, 0, kSize, 1.6);
+  whole.Draw(grey.composite, kResampleMean);
+  wider.Draw(grey.composite, kResampleMean);
+  for (int i = 0; i < 256; ++i) grey.composite.GetLUT(0)[i] = static_cast<unsigned char>(255 - i);
+  grey.composite.TouchTables();
+  inverse.Draw(grey.composite, kResampleMean);
+  Bytes inverted;
+  for (const std::uint8_t sample : samples) inverted.push_back(static_cast<std::uint8_t>(255 - sample));
+  for (int y = 0; y < 39; ++y) {
+    for (int x = 0; x < 39; ++x) {
+      const auto expected = static_cast<XColour>(MeanUnder(samples, kSize, x, y, 1.6));
+      ASSERT_EQ(expected, whole.At(x, y) & 255) << x << " " << y;
+      ASSERT_EQ(expected, wider.At(x, y) & 255);
+      ASSERT_EQ(static_cast<XColour>(MeanUnder(inverted, kSize, x, y, 1.6)), inverse.At(x, y) & 255);
+    }
+  }
+}
+
 TEST(ZRMCompositeDraw, TakesColourTablesByTheNearest) {
   Grey grey(2, 2, {10, 20, 30, 40});
   grey.composite.SetMode(kModeTable);

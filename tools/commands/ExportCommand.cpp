@@ -24,7 +24,7 @@ namespace {
 
 constexpr int kDefaultTile = 256;
 constexpr int kMaxMapLevel = 27;
-constexpr int kMaxTile = 16384;
+constexpr int kMaxTile = 4096;
 /// A pixel that is larger by less than this counts as being as fine.
 constexpr double kAlmostAsFine = 1.0 + 1e-6;
 
