@@ -161,6 +161,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("level")) AddLevelRows(options, rows);
   if (wants("comp")) AddCompressedRows(options, rows);
   if (wants("write")) AddTiffWriteRows(options, rows);
+  if (wants("encode")) AddJp2WriteRows(options, rows);
   if (wants("rpf")) AddRpfRows(options, rows);
   if (wants("dted")) AddDtedRows(options, rows);
   if (wants("block")) {
@@ -169,6 +170,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   }
   if (wants("txid")) AddTxidRows(options, rows);
   if (wants("pbi")) AddStoreRows(options, rows);
+  if (wants("names")) AddPlaceRows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }

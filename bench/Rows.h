@@ -37,6 +37,8 @@ void AddTiffRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddCacheRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about writing TIFF files.
 void AddTiffWriteRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about writing JPEG 2000 files.
+void AddJp2WriteRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about frames of the Raster Product Format.
 void AddRpfRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about elevation cells.
@@ -45,5 +47,7 @@ void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddBlockRows(const std::string& photograph, std::vector<Row>& rows);
 /// The rows about TXID stores.
 void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about files of place names.
+void AddPlaceRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about image stores of the globe.
 void AddStoreRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -9,9 +9,9 @@
 #include "LevelInputs.h"
 #include "PeakMemory.h"
 #include "Rows.h"
+#include "SavedFiles.h"
 #include "TiffInputs.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cstdio>
@@ -22,8 +22,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-using Dataset = std::unique_ptr<GDALDataset, void (*)(GDALDataset*)>;
 
 /// One picture in three kinds of source, and the names that it is saved under.
 struct Picture {
@@ -37,13 +35,6 @@ struct Picture {
   std::string kept;  ///< a result that stays, to be copied
 };
 
-Dataset OpenByGdal(const std::string& path) {
-  Dataset dataset(GDALDataset::FromHandle(GDALOpen(path.c_str(), GA_ReadOnly)),
-                  [](GDALDataset* open) { GDALClose(open); });
-  Must(dataset != nullptr, "GDAL can't open " + path);
-  return dataset;
-}
-
 void RunCommand(const std::string& command) {
   Must(std::system(command.c_str()) == 0, "this command fails: " + command);
 }
@@ -54,44 +45,12 @@ void SaveByGdalsProgram(const std::string& from, const std::string& to) {
 }
 
 void SaveByGdalsLibrary(const std::string& from, const std::string& to) {
-  const Dataset source = OpenByGdal(from);
+  const GdalSource source = OpenByGdal(from);
   GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
   GDALDataset* made = driver->CreateCopy(to.c_str(), source.get(), FALSE, nullptr, nullptr, nullptr);
   // Closing flushes GDAL's cache, and so it belongs to the save.
   Must(made != nullptr, "GDAL can't write " + to);
   GDALClose(made);
-}
-
-/// All bands of some rows. Results are compared stripe by stripe, so that they need not fit in memory.
-std::vector<unsigned char> ReadStripe(GDALDataset& dataset, int y, int rows) {
-  const int width = dataset.GetRasterXSize(), numBands = dataset.GetRasterCount();
-  const GDALDataType type = dataset.GetRasterBand(1)->GetRasterDataType();
-  std::vector<unsigned char> samples(static_cast<std::size_t>(width) * static_cast<std::size_t>(rows) *
-                                     static_cast<std::size_t>(numBands * GDALGetDataTypeSizeBytes(type)));
-  Must(dataset.RasterIO(GF_Read, 0, y, width, rows, samples.data(), width, rows, type, numBands, nullptr, 0, 0, 0,
-                        nullptr) == CE_None,
-       "GDAL can't read a stripe");
-  return samples;
-}
-
-void MustAgree(const std::string& one, const std::string& other) {
-  const Dataset first = OpenByGdal(one), second = OpenByGdal(other);
-  const int height = first->GetRasterYSize();
-  // GDAL reads both files. Our own reader can't hide an error of our writer.
-  Must(first->GetRasterXSize() == second->GetRasterXSize() && height == second->GetRasterYSize() &&
-           first->GetRasterCount() == second->GetRasterCount(),
-       one + " and " + other + " have different shapes");
-  for (int y = 0; y < height; y += kWindowSide) {
-    const int rows = std::min(kWindowSide, height - y);
-    Must(ReadStripe(*first, y, rows) == ReadStripe(*second, y, rows), one + " and " + other + " differ");
-  }
-}
-
-/// Brings a file to the medium, so that the system has nothing of it left to do while others are timed.
-void WaitForDisk(const std::string& path) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  Must(file >= 0 && ::fsync(file) == 0, "can't sync " + path);
-  ::close(file);
 }
 
 /// Removes the results. Pages that were not written yet go with them. What is already on its way to the disk is waited

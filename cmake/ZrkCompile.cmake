@@ -14,6 +14,7 @@ if(ZRK_HAS_LLD)
   target_link_options(zrk_compile INTERFACE -fuse-ld=lld)
 endif()
 
+option(ZRK_CHECK_TESTS "Sanitize the tests themselves, and the loops of all kinds of processor" OFF)
 if(ZRK_SANITIZE)
   target_compile_options(zrk_compile INTERFACE -fsanitize=${ZRK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(zrk_compile INTERFACE -fsanitize=${ZRK_SANITIZE})
@@ -22,6 +23,11 @@ if(ZRK_SANITIZE)
     string(REGEX MATCH "address|thread" memory_sanitizer "${ZRK_SANITIZE}")
     string(TOUPPER "${memory_sanitizer}" memory_sanitizer)
     target_compile_definitions(zrk_compile INTERFACE __SANITIZE_${memory_sanitizer}__=1)
+  endif()
+  # Loops over pixels are compiled for each kind of processor. Two kinds find what is wrong with a loop, and a build of all
+  # takes a minute more.
+  if(NOT ZRK_CHECK_TESTS)
+    target_compile_definitions(zrk_compile INTERFACE "HWY_DISABLED_TARGETS=(HWY_SSSE3|HWY_SSE4|HWY_AVX3|HWY_AVX3_DL)")
   endif()
   # What the sanitizers put in makes this warning of GCC point at sound code of the standard library.
   target_compile_options(zrk_compile INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)

@@ -2,6 +2,7 @@
 
 #include "tagXFormat.h"
 #include "tagXFormatNotes.h"
+#include "tagXLayerOptions.h"
 #include "XExport.h"
 #include "XFormatId.h"
 #include "XString.h"
@@ -42,7 +43,8 @@ struct tagXOpenOptions {
 
 /// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. 1, with `err`
 /// empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail leave no
-/// message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its loaders; `thread` may be null.
+/// message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its loaders;
+/// `thread` may be null.
 ZRKIO_API int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread = nullptr,
                           const tagXOpenOptions& options = {});
 
@@ -53,6 +55,7 @@ struct tagXSaveOptions {
   /// The largest error allowed in a sample, from 0 on, where the format takes one; otherwise samples are kept as they
   /// are.
   std::optional<double> maxError = std::nullopt;
+  tagXLayerOptions layers = {};  ///< where the format takes layers; the levels are then told here
 };
 
 /// Saves a window of a dataset as a file of a format that has a writer. 1, or 0 with the reason in `err`, which may be

@@ -21,6 +21,7 @@ struct ViewRequest {
   bool hasBands = false;  ///< channels were chosen
   bool isShaded = false;
   bool hasWindow = false;
+  bool hasNames = false;  ///< places are to be marked
 };
 
 struct FormatTools {

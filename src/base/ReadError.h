@@ -21,8 +21,11 @@ inline int FailRead(const char* sentence) noexcept {
   return 0;
 }
 
-/// A read of a band. Reads may lie within each other, as those of a level band within those of its image. What is noted
-/// on the way becomes the reason of the outermost one, if that fails.
+/// What a thread keeps of the failures of its reads.
+struct ReadReasons;
+
+/// A read of a band, which ends on the thread where it began. Reads may lie within each other, as those of a level band
+/// within those of its image. What is noted on the way becomes the reason of the outermost one, if that fails.
 class ReadErrand {
  public:
   ReadErrand() noexcept;
@@ -32,6 +35,9 @@ class ReadErrand {
 
   /// Hands the result on. A failure for which no reason was noted has the sentence given.
   int End(int result, const char* reasonOtherwise = "The pixels can't be read") noexcept;
+
+ private:
+  ReadReasons& reasons_;  // finding those of a thread takes long beside a read that is repeated
 };
 
 /// The sentence that this thread has noted, or else its last reason; empty where it has neither. For a worker, which

@@ -14,14 +14,18 @@ namespace {
 
 std::atomic<XReadPolicy> defaultPolicy = kReadCompatible;
 
-struct Reasons {
+}  // namespace
+
+struct zrk::ReadReasons {
   int depth = 0;        // of reads within each other
   std::string pending;  // of the reads that are under way
   std::string last;
 };
 
-Reasons& OfThisThread() {
-  thread_local Reasons reasons;
+namespace {
+
+zrk::ReadReasons& OfThisThread() {
+  thread_local zrk::ReadReasons reasons;
   return reasons;
 }
 
@@ -49,7 +53,7 @@ void XfnForgetLastReadError() {
 namespace zrk {
 
 void NoteReadError(const char* sentence) noexcept {
-  Reasons& reasons = OfThisThread();
+  ReadReasons& reasons = OfThisThread();
   if (!reasons.pending.empty()) return;
   try {
     reasons.pending = sentence;
@@ -58,13 +62,13 @@ void NoteReadError(const char* sentence) noexcept {
 }
 
 std::string CopyReadError() {
-  const Reasons& reasons = OfThisThread();
+  const ReadReasons& reasons = OfThisThread();
   return reasons.pending.empty() ? reasons.last : reasons.pending;
 }
 
 void AdoptReadError(const std::string& sentence) noexcept {
   if (sentence.empty()) return;
-  Reasons& reasons = OfThisThread();
+  ReadReasons& reasons = OfThisThread();
   const bool isUnderWay = reasons.depth > 0;
   if (!isUnderWay) reasons.pending.clear();
   NoteReadError(sentence.c_str());
@@ -75,23 +79,21 @@ void ForgetReadError() noexcept {
   OfThisThread().pending.clear();
 }
 
-ReadErrand::ReadErrand() noexcept {
-  Reasons& reasons = OfThisThread();
-  if (reasons.depth++ == 0) reasons.pending.clear();
+ReadErrand::ReadErrand() noexcept : reasons_(OfThisThread()) {
+  if (reasons_.depth++ == 0) reasons_.pending.clear();
 }
 
 ReadErrand::~ReadErrand() {
-  --OfThisThread().depth;
+  --reasons_.depth;
 }
 
 int ReadErrand::End(int result, const char* reasonOtherwise) noexcept {
-  Reasons& reasons = OfThisThread();
   if (result) {
     // What a source noted that was asked in vain is no reason for what may still fail.
-    if (!reasons.pending.empty()) reasons.pending.clear();
+    if (!reasons_.pending.empty()) reasons_.pending.clear();
   } else {
     NoteReadError(reasonOtherwise);
-    if (reasons.depth == 1) reasons.last.swap(reasons.pending);
+    if (reasons_.depth == 1) reasons_.last.swap(reasons_.pending);
   }
   return result;
 }

@@ -22,7 +22,7 @@ class PrefixCode {
   /// The bits of a symbol's code as the stream has them, the first one lowest.
   std::uint32_t BitsOf(int symbol) const { return codes_[static_cast<std::size_t>(symbol)]; }
   int LengthOf(int symbol) const { return lengths_[static_cast<std::size_t>(symbol)]; }
-  /// The symbol that the bits begin with; -1 where there is none. It is found soonest where its code is of
+  /// The symbol that the bits begin with, or -1. It is found soonest where its code is of
   /// `likelyLength` bits, and late where it is shorter.
   int Find(std::uint64_t bits, int likelyLength) const;
 
@@ -55,7 +55,7 @@ class InflateStep {
 
   bool IsMatch() const { return !(word_ >> 63); }
   bool IsLiteral() const { return word_ >> 62 == 3; }
-  /// Of what is no match.
+  /// For a step that is not a match.
   Kind GetKind() const { return static_cast<Kind>(word_ >> 32 & 3); }
   /// The bits that it takes, with those of the offset.
   std::uint32_t CountBits() const { return word_ & 0xff; }
@@ -90,7 +90,8 @@ class InflateCodes {
   InflateStep Look(std::uint64_t bits) const { return steps_[bits & ((1u << kStepBits) - 1)]; }
   /// The step of bits for which the table is too short: as `Look`. `kLong` where they have no meaning.
   [[gnu::noinline]] InflateStep Find(std::uint64_t bits) const;
-  /// The offset that follows a length, as a match whose length counts for nothing. `kLong` where there is none.
+  /// The offset that follows a length, as a match whose length counts for nothing. `kLong` where the bits are none of
+  /// its codes.
   InflateStep LookOffset(std::uint64_t bits) const {
     const InflateStep step = offsetSteps_[bits & ((1u << kOffsetBits) - 1)];
     return step.IsMatch() ? step : FindOffset(bits);

@@ -101,7 +101,8 @@ void PatchList::AddExact(const Work& work, const Window& window) {
 bool PatchList::IsStraight(const Work& work, const Patch& patch) {
   if (!std::all_of(patch.corners.begin(), patch.corners.end(), IsPlace)) return false;
   const Window& window = patch.window;
-  const auto& [upperLeft, upperRight, lowerLeft, lowerRight] = patch.corners;
+  const BandPlace &upperLeft = patch.corners[0], &upperRight = patch.corners[1];
+  const BandPlace &lowerLeft = patch.corners[2], &lowerRight = patch.corners[3];
   const double across = Distance(upperLeft, upperRight) / std::max(1, window.Width() - 1);
   const double down = Distance(upperLeft, lowerLeft) / std::max(1, window.Height() - 1);
   const double allowed = kMaxError * std::max(1.0, std::min(across, down));

@@ -1,4 +1,5 @@
-// Writes geokeys into a TIFF file of one pixel in memory, and reads them back out of one. OGC 19-008, the GeoTIFF
+// Writes geokeys, and the tags that place an image, into a TIFF file of one pixel in memory, and reads keys back out of
+// one. OGC 19-008, the GeoTIFF
 // standard, and the TIFF 6.0 specification have the two layouts.
 //
 // Geokeys lie in three tags. The first is a directory of 16-bit words: four for its version and the number of keys,
@@ -27,6 +28,9 @@ constexpr std::uint16_t kTypeShort = 3;
 constexpr std::uint16_t kTypeLong = 4;
 constexpr std::uint16_t kTypeDouble = 12;
 
+constexpr std::uint16_t kTagPixelScale = 33550;
+constexpr std::uint16_t kTagTiePoints = 33922;
+constexpr std::uint16_t kTagMatrix = 34264;
 constexpr std::uint16_t kTagDirectory = 34735;
 constexpr std::uint16_t kTagDoubles = 34736;
 constexpr std::uint16_t kTagTexts = 34737;
@@ -96,6 +100,11 @@ class OneDirectory {
     Bytes bytes;
     Append(bytes, value);
     AddBytes(tag, type, sizeof(Value), bytes);
+  }
+  void AddDoubles(std::uint16_t tag, const std::vector<double>& values) {
+    Bytes bytes;
+    for (const double value : values) Append(bytes, std::bit_cast<std::uint64_t>(value));
+    AddBytes(tag, kTypeDouble, sizeof(double), bytes);
   }
   /// A tag without values is left out.
   void AddBytes(std::uint16_t tag, std::uint16_t type, std::size_t valueSize, const Bytes& bytes) {
@@ -228,7 +237,15 @@ std::optional<GeoKeySet> ReadGeoKeyFile(std::span<const unsigned char> file) {
   return ReadDirectory(*words, {*doubles, *texts});
 }
 
-std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set) {
+GeoPlaceTags PlaceByTransform(const double transform[6]) {
+  const double* const t = transform;
+  if (t[2] == 0.0 && t[4] == 0.0 && t[1] > 0.0 && t[5] < 0.0) {
+    return {{t[1], -t[5], 0.0}, {0.0, 0.0, 0.0, t[0], t[3], 0.0}, {}};
+  }
+  return {{}, {}, {t[1], t[2], 0.0, t[0], t[4], t[5], 0.0, t[3], 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0}};
+}
+
+std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set, const GeoPlaceTags& place) {
   constexpr std::uint16_t kOne = 1, kBits = 8, kBlackIsZero = 1;
   constexpr std::uint32_t kPixelAt = 0, kPixelBytes = 1;  // the first byte of the file serves as the pixel
   // Width, height, bits, no compression, photometric, strip offset, samples, rows of a strip, bytes of the strip: the
@@ -243,6 +260,9 @@ std::vector<unsigned char> MakeGeoKeyFile(const GeoKeySet& set) {
   file.Add(277, kTypeShort, kOne);
   file.Add(278, kTypeShort, kOne);
   file.Add(279, kTypeLong, kPixelBytes);
+  file.AddDoubles(kTagPixelScale, place.pixelScale);
+  file.AddDoubles(kTagTiePoints, place.tiePoint);
+  file.AddDoubles(kTagMatrix, place.matrix);
   const KeyTables tables(set);
   file.AddBytes(kTagDirectory, kTypeShort, sizeof(std::uint16_t), tables.GetDirectory());
   file.AddBytes(kTagDoubles, kTypeDouble, sizeof(double), tables.GetDoubles());

@@ -13,6 +13,7 @@
 #include "geo/GdalScope.h"
 #include "geo/GeoKeyFile.h"
 #include "geo/GeoKeyHandle.h"
+#include "geo/SystemKeys.h"
 #include "geo/Wkt.h"
 
 #include <gdal_frmts.h>
@@ -92,14 +93,13 @@ bool EnsureModelType(GeoKeySet& set, const OGRSpatialReference& system) {
 /// The keys by which GDAL describes a system; empty where it has no keys for it. The key that says what a pixel is does
 /// not belong to the system, and is left to the caller.
 std::optional<GeoKeySet> MakeKeys(const OGRSpatialReference& system) {
-  constexpr std::uint16_t kRasterType = 1025;
   const zrk::GdalMemoryFile file;
   Dataset dataset = CreateWithGdal(file.GetName());
   if (!dataset || dataset->SetSpatialRef(&system) != CE_None) return {};
   dataset.reset();
   std::optional<GeoKeySet> set = zrk::ReadGeoKeyFile(file.GetBytes());
   if (!set) return {};
-  std::erase_if(set->keys, [](const GeoKey& key) { return key.id == kRasterType; });
+  std::erase_if(set->keys, [](const GeoKey& key) { return key.id == zrk::kRasterTypeKey; });
   return EnsureModelType(*set, system) ? set : std::nullopt;
 }
 
@@ -135,15 +135,29 @@ XString XfnGTIFGetOGISDefn(gtiff* gtif) {
   }
 }
 
-int XfnGTIFSetFromOGISDefn(gtiff* gtif, const XString& wkt) {
-  if (!gtif || !zrk::IsPlausibleWkt(wkt)) return 0;
-  const zrk::QuietGdal quiet;
+namespace zrk {
+
+std::optional<GeoKeySet> KeysOfSystem(const XString& wkt) {
+  if (!IsPlausibleWkt(wkt)) return {};
+  const QuietGdal quiet;
   try {
-    zrk::SwitchNetworkOff();
+    SwitchNetworkOff();
     const FixedGeoKeySwitches switches;
     OGRSpatialReference system;
-    if (system.importFromWkt(wkt.GetText()) != OGRERR_NONE) return 0;
-    const std::optional<GeoKeySet> set = MakeKeys(system);
+    if (system.importFromWkt(wkt.GetText()) != OGRERR_NONE) return {};
+    return MakeKeys(system);
+  } catch (const std::exception&) {
+    return {};
+  }
+}
+
+}  // namespace zrk
+
+int XfnGTIFSetFromOGISDefn(gtiff* gtif, const XString& wkt) {
+  if (!gtif) return 0;
+  const std::optional<GeoKeySet> set = zrk::KeysOfSystem(wkt);
+  const zrk::QuietGdal quiet;
+  try {
     return set && zrk::SetGeoKeys(gtif, *set) ? 1 : 0;
   } catch (const std::exception&) {
     return 0;

@@ -171,15 +171,14 @@ bool SetTexts(TIFF* tiff, const TiffJob& job) {
   return items.Write(tiff);
 }
 
-void SetTransform(TIFF* tiff, const double t[6]) {
-  if (t[2] == 0.0 && t[4] == 0.0 && t[1] > 0.0 && t[5] < 0.0) {
-    const double tiePoint[] = {0.0, 0.0, 0.0, t[0], t[3], 0.0}, scale[] = {t[1], -t[5], 0.0};
-    TIFFSetField(tiff, TIFFTAG_GEOTIEPOINTS, 6, tiePoint);
-    TIFFSetField(tiff, TIFFTAG_GEOPIXELSCALE, 3, scale);
+void SetTransform(TIFF* tiff, const double transform[6]) {
+  const GeoPlaceTags place = PlaceByTransform(transform);
+  if (!place.matrix.empty()) {
+    TIFFSetField(tiff, TIFFTAG_GEOTRANSMATRIX, 16, place.matrix.data());
     return;
   }
-  const double matrix[16] = {t[1], t[2], 0.0, t[0], t[4], t[5], 0.0, t[3], 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0};
-  TIFFSetField(tiff, TIFFTAG_GEOTRANSMATRIX, 16, matrix);
+  TIFFSetField(tiff, TIFFTAG_GEOTIEPOINTS, 6, place.tiePoint.data());
+  TIFFSetField(tiff, TIFFTAG_GEOPIXELSCALE, 3, place.pixelScale.data());
 }
 
 }  // namespace

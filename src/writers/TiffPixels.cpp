@@ -14,6 +14,7 @@
 
 #include "base/AlignLike.h"
 #include "base/Failure.h"
+#include "base/OwnReads.h"
 #include "base/PixelStorage.h"
 #include "codec/TiffOutput.h"
 #include "core/level/RowBlocks.h"
@@ -120,6 +121,7 @@ bool TiffPixels::Fits(const tagXArr2* data, int numRows) const {
 /// The read of the first output computes the block of all outputs of a sharpening. Each further output then finds its
 /// own part ready.
 bool TiffPixels::ReadFirst(const Block& block) const {
+  const OwnReads own;
   ZRMBand* const first = job_.FirstBand();
   tagXArr2* data = nullptr;
   const Window& window = job_.window;

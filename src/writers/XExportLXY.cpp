@@ -8,6 +8,7 @@
 #include "base/Disk.h"
 #include "base/Fence.h"
 #include "codec/JpegEncoder.h"
+#include "display/Affine.h"
 #include "display/HeightMosaic.h"
 #include "math/SampleCast.h"
 #include "tagXArr2.h"

@@ -177,6 +177,7 @@ TEST_P(Conformance, StitchesToTheWhole) {
 }
 
 TEST_P(Conformance, AnswersEveryLevelAsItsRuleSays) {
+  if (GetParam().levels == LevelRule::kOwn) GTEST_SKIP() << "levels that the format's own suites look at";
   ZRMBand& band = image_.Band(0);
   const Pixels whole = ReadPixels(band, 0, WholeWindowOf(band));
   for (int level = 1; level <= 13; ++level) {

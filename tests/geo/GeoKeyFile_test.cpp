@@ -71,6 +71,32 @@ TEST(GeoKeyFile, OfAFewBytesHasItsTextWithinTheEntry) {
   }
 }
 
+TEST(GeoKeyFile, HasTheTagsThatPlaceAnImageBeforeTheKeys) {
+  const Bytes plain = MakeGeoKeyFile(AllKinds());
+  const double upright[] = {1, 2, 0, 3, 0, -4}, turned[] = {1, 2, 5, 3, 6, -4};
+  const Bytes placed = MakeGeoKeyFile(AllKinds(), zrk::PlaceByTransform(upright));
+  EXPECT_EQ(AllKinds(), ReadGeoKeyFile(placed));
+  EXPECT_LT(EntryOf(placed, 33550), EntryOf(placed, 33922));
+  EXPECT_LT(EntryOf(placed, 33922), EntryOf(placed, 34735));
+  // Two entries, three reals and six.
+  EXPECT_EQ(plain.size() + 2 * 12 + 9 * 8, placed.size());
+  const Bytes byMatrix = MakeGeoKeyFile(AllKinds(), zrk::PlaceByTransform(turned));
+  EXPECT_EQ(AllKinds(), ReadGeoKeyFile(byMatrix));
+  EXPECT_LT(EntryOf(byMatrix, 34264), EntryOf(byMatrix, 34735));
+  EXPECT_EQ(plain.size() + 12 + 16 * 8, byMatrix.size());
+}
+
+TEST(GeoKeyFile, TellsAPlaceByTiePointAndScaleOrByAMatrix) {
+  const double upright[] = {1, 2, 0, 3, 0, -4}, northward[] = {1, 2, 0, 3, 0, 4};
+  const zrk::GeoPlaceTags tags = zrk::PlaceByTransform(upright);
+  EXPECT_EQ((std::vector<double>{2, 4, 0}), tags.pixelScale);
+  EXPECT_EQ((std::vector<double>{0, 0, 0, 1, 3, 0}), tags.tiePoint);
+  EXPECT_TRUE(tags.matrix.empty());
+  const zrk::GeoPlaceTags matrix = zrk::PlaceByTransform(northward);
+  EXPECT_TRUE(matrix.pixelScale.empty() && matrix.tiePoint.empty());
+  EXPECT_EQ((std::vector<double>{2, 0, 0, 1, 0, 4, 0, 3, 0, 0, 0, 0, 0, 0, 0, 1}), matrix.matrix);
+}
+
 TEST(GeoKeyFile, LeavesOutWhatItHasNoRoomFor) {
   const GeoKey small{1024, std::uint16_t{1}};
   const GeoKeySet set{.keys = {small, {1026, std::string(65535, 'x')}, {2057, std::vector<double>(65536)}}};

@@ -16,6 +16,12 @@ inline std::size_t TrialStep() {
   return trials && std::string_view(trials) == "tenth" ? 10 : 1;
 }
 
+/// Every how many of its trials a suite makes that runs a program for each: all with ZRK_TRIALS=all.
+inline std::size_t ProgramTrialStep() {
+  const char* trials = std::getenv("ZRK_TRIALS");
+  return trials && std::string_view(trials) == "all" ? 1 : 3;
+}
+
 /// How many of `all` trials are made: `usual` of them, but all with ZRK_TRIALS=all.
 inline int TrialCount(int all, int usual) {
   const char* trials = std::getenv("ZRK_TRIALS");

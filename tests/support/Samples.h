@@ -15,8 +15,8 @@
 
 /// What a read at level n gives: full resolution whatever the level, every 2^n-th sample of every 2^n-th row, such
 /// samples of each block counted from its own first one, or means of four samples of the level above as far as the file
-/// has levels.
-enum class LevelRule { kFullResolution, kDecimated, kDecimatedByBlock, kMeans };
+/// has levels; or the file has levels of its own, as its own suites say.
+enum class LevelRule { kFullResolution, kDecimated, kDecimatedByBlock, kMeans, kOwn };
 
 /// What becomes of a damaged file: one that is cut short is refused or gives no pixels, or what it lacks reads as
 /// zeros; or its format has suites of its own about damage, because what is left of a file is read.

@@ -76,7 +76,8 @@ TEST_F(ZrkioConvert, RefusesWhatCannotBeWritten) {
   for (const char* name : {"out.png", "out.zrm2", "out"}) {
     const std::string other = folder_.Path(name);
     EXPECT_EQ(Failure(path, "can't write " + other +
-                                ": only native rasters (.zrm) and TIFF files (.tif, .tiff) can be written"),
+                                ": only native rasters (.zrm), TIFF files (.tif, .tiff) and "
+                                "JPEG 2000 files (.jp2) can be written"),
               Refuse({"convert", path, other}));
   }
   EXPECT_EQ(Failure(path, "can't write " + lost + " (No such file or directory)"), Refuse({"convert", path, lost}));

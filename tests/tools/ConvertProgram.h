@@ -1,12 +1,14 @@
 #pragma once
 
 #include "AnyJson.h"
+#include "ByteFlips.h"
 #include "Program.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr int kNumKills = 8, kKillSize = 1000;
 #else
-inline constexpr int kNumKills = 50, kKillSize = 2000;
+inline constexpr int kKillSize = 2000;
+inline const int kNumKills = TrialCount(50, 16);
 #endif
 
 using Bytes = std::vector<unsigned char>;

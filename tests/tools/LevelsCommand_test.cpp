@@ -1,3 +1,4 @@
+#include "ByteFlips.h"
 #include "JpegBuilder.h"
 #include "Program.h"
 
@@ -13,7 +14,8 @@ using Names = std::set<std::string>;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kNumKills = 8, kKillSize = 1200;
 #else
-constexpr int kNumKills = 50, kKillSize = 3200;
+constexpr int kKillSize = 3200;
+const int kNumKills = TrialCount(50, 16);
 #endif
 
 class ZrkioLevels : public Zrkio {

@@ -6,6 +6,7 @@
 #include "LoggedBand.h"
 #include "TempFolder.h"
 #include "XFile.h"
+#include "XRSFile2JP2.h"
 #include "XRSFile2Tiff.h"
 #include "XRSFile2XLD.h"
 #include "XRSFile2ZRM.h"
@@ -51,6 +52,14 @@ const std::vector<Writer>& Writers() {
          XRSFile2Tiff writer;
          writer.SetXRSFile(&file);
          return writer.Save(path, 0, First(file).GetXSize() - 1, 0, First(file).GetYSize() - 1, err, thread);
+       }},
+      {"Jp2",
+       [](XRSFile& file, const std::string& path, XString& err, XThread* thread) {
+         XRSFile2JP2 writer;
+         writer.SetXRSFile(&file);
+         writer.SetTileSize(200);
+         const int x1 = First(file).GetXSize() - 1, y1 = First(file).GetYSize() - 1;
+         return writer.Save(path, 0, x1, 0, y1, err, 1, "", 0, 0, thread);
        }},
       Native("NativePlain", 0),
       Native("NativeCompressed", 3),

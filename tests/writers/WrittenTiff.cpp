@@ -162,7 +162,7 @@ void TiffTags::ReadGeoTags(const std::string& path) {
 GdalImage::GdalImage(const std::string& path) {
   GDALAllRegister();
   CPLPushErrorHandlerEx(&KeepComplaint, &complaints);
-  const char* const drivers[] = {"GTiff", nullptr};
+  const char* const drivers[] = {"GTiff", "JP2OpenJPEG", nullptr};
   if (const GdalDataset dataset{
           GDALOpenEx(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, nullptr)}) {
     isOpen = true;

@@ -8,6 +8,8 @@
 #include "TiffWriting.h"
 #include "XRSFileIO.h"
 
+#include <gdal_priv.h>
+
 namespace {
 
 class XRSFile2TiffIndexed : public TiffWriting {
@@ -70,6 +72,18 @@ TEST_F(XRSFile2TiffIndexed, KeepsNumbersOfCompressedTiles) {
   Load("in.tif", source.Encode());
   ASSERT_EQ(1, SaveAll()) << Error();
   ExpectIndices(source, 8);
+}
+
+TEST_F(XRSFile2TiffIndexed, KeepsScaleAndOffsetOfTheNumbers) {
+  const char* const items =
+      "<GDALMetadata><Item name=\"SCALE\" sample=\"0\" role=\"scale\">0.5</Item>"
+      "<Item name=\"OFFSET\" sample=\"0\" role=\"offset\">-3</Item></GDALMetadata>";
+  Load("in.tif", Indexed(8).Text(42112, items).Build());
+  ASSERT_EQ(1, SaveAll()) << Error();
+  const std::unique_ptr<GDALDataset> saved(GDALDataset::Open(Path().c_str(), GDAL_OF_RASTER));
+  ASSERT_NE(nullptr, saved);
+  EXPECT_EQ(0.5, saved->GetRasterBand(1)->GetScale());
+  EXPECT_EQ(-3.0, saved->GetRasterBand(1)->GetOffset());
 }
 
 TEST_F(XRSFile2TiffIndexed, KeepsAPaletteOfGreys) {

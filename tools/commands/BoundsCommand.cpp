@@ -15,7 +15,7 @@
 
 namespace {
 
-struct Options {
+struct BoundsOptions {
   std::vector<std::string> files;
   bool json = false;
 };
@@ -76,7 +76,7 @@ void PrintTiePoints(const Json& json) {
   PrintPoints({"point 1", "point 2", "point 3", "point 4"}, json["corners"], json["lonLat"]);
 }
 
-void PrintText(const Json& json) {
+void PrintBoundsText(const Json& json) {
   std::printf("%s\n", GetText(json["file"]).c_str());
   if (json["source"] == "tiePoints") {
     PrintTiePoints(json);
@@ -88,7 +88,7 @@ void PrintText(const Json& json) {
 }
 
 /// A stop ends the whole run, and a failure only the file at hand.
-int Run(const Options& options) {
+int RunBounds(const BoundsOptions& options) {
   int status = 0;
   Json all = Json::array();
   for (const std::string& path : options.files) {
@@ -98,14 +98,14 @@ int Run(const Options& options) {
     if (!result.isDone) status = 1;
     if (result.wasStopped) break;
     if (!result.isDone) json["error"] = result.reason;
-    if (result.isDone && !options.json) PrintText(json);
+    if (result.isDone && !options.json) PrintBoundsText(json);
     all.push_back(std::move(json));
   }
   if (options.json) std::printf("%s\n", Serialize(all).c_str());
   return status;
 }
 
-const char* const kExamples =
+const char* const kBoundsExamples =
     "Examples:\n"
     "  zrkio bounds scene.tif\n"
     "  zrkio bounds --json scene.tif earth.jpg\n";
@@ -113,10 +113,10 @@ const char* const kExamples =
 }  // namespace
 
 void AddBoundsCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("bounds", "Tell where the corners of rasters are", kExamples);
+  auto options = std::make_shared<BoundsOptions>();
+  Command command = program.AddCommand("bounds", "Tell where the corners of rasters are", kBoundsExamples);
   command.AddArgument("FILE", options->files, "Raster files");
   command.AddFlag("--json", options->json, "Print an array of objects for machines");
   AddQuietOption(command);
-  command.SetAction([options] { return Run(*options); });
+  command.SetAction([options] { return RunBounds(*options); });
 }

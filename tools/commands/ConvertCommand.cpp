@@ -6,6 +6,7 @@
 
 #include "CommandLine.h"
 #include "commands/Commands.h"
+#include "commands/LayerOptions.h"
 #include "commands/SharedOptions.h"
 #include "Dataset.h"
 #include "DatasetView.h"
@@ -30,17 +31,18 @@
 namespace {
 
 /// The share of decoding where an image is decoded as a whole.
-constexpr int kDecodePercent = 30;
+constexpr int kConvertDecodePercent = 30;
 /// More than an image can have. The writer makes as many as it can.
 constexpr int kMaxLevels = 30;
 
-struct Options {
+struct ConvertOptions {
   std::string input;
   std::string output;
   WindowRequest window;
   std::vector<int> bands;
   std::optional<int> levels;
   std::optional<double> maxError;
+  LayerRequest layers;
   int workers = 0;
 };
 
@@ -81,7 +83,7 @@ void PlaceByCorner(XRSFile& file) {
 }
 
 /// The window has to lie within the first band that is chosen.
-bool Open(const Options& options, Source& source, XThread& thread, std::string& err) {
+bool Open(const ConvertOptions& options, Source& source, XThread& thread, std::string& err) {
   source.file = OpenRaster(options.input, thread, err);
   if (!source.file) return false;
   PlaceByCorner(*source.file);
@@ -94,11 +96,17 @@ bool Open(const Options& options, Source& source, XThread& thread, std::string& 
 }
 
 /// A compressing writer reports percentages of the whole by itself, so no share of them can be kept for decoding.
-bool Save(const Source& source, const Options& options, const tagXFormat& format, const std::string& path,
+bool Save(const Source& source, const ConvertOptions& options, const tagXFormat& format, const std::string& path,
           XThread& thread, std::string& err) {
-  if (!options.maxError && !DecodeAhead(*source.file->GetBandAt(0), kDecodePercent, thread, err)) return false;
+  if (!options.maxError && !DecodeAhead(*source.file->GetBandAt(0), kConvertDecodePercent, thread, err)) return false;
   const Window& w = source.window;
-  const tagXSaveOptions what{w.x0, w.x1, w.y0, w.y1, options.levels.value_or(kMaxLevels), options.maxError};
+  const tagXSaveOptions what{w.x0,
+                             w.x1,
+                             w.y0,
+                             w.y1,
+                             options.levels.value_or(kMaxLevels),
+                             options.maxError,
+                             MakeLayerOptions(options.layers, options.levels)};
   XString reason;
   XfnForgetLastReadError();
   if (XfnSaveFile(&source.Chosen(), path, format.id, what, reason, &thread)) return true;
@@ -108,7 +116,7 @@ bool Save(const Source& source, const Options& options, const tagXFormat& format
   return false;
 }
 
-bool WriteAlone(const Source& source, const Options& options, const tagXFormat& format, XThread& thread,
+bool WriteAlone(const Source& source, const ConvertOptions& options, const tagXFormat& format, XThread& thread,
                 std::string& err) {
   TargetFile target;
   return target.Begin(options.output, options.input, err) &&
@@ -131,7 +139,7 @@ bool HasSamplesFor(const tagXFormatWriter& writer, const XRSFile& file, const st
 }
 
 /// Image and world file are made by one target, which keeps them together.
-bool WriteWithWorldFile(const Source& source, const Options& options, const tagXFormat& format, XThread& thread,
+bool WriteWithWorldFile(const Source& source, const ConvertOptions& options, const tagXFormat& format, XThread& thread,
                         std::string& err) {
   TiffTarget target;
   const ZRMBand& first = *source.Chosen().GetBandAt(0);
@@ -140,7 +148,7 @@ bool WriteWithWorldFile(const Source& source, const Options& options, const tagX
          target.TellPlace(first, source.window, err) && target.Commit(err);
 }
 
-bool Convert(const Options& options, XThread& thread, WorkReport& report, std::string& err) {
+bool Convert(const ConvertOptions& options, XThread& thread, WorkReport& report, std::string& err) {
   Source source;
   const tagXFormat* const format = FindTargetFormat(options.output, err);
   if (!format || !Open(options, source, thread, err)) return false;
@@ -156,7 +164,7 @@ bool Convert(const Options& options, XThread& thread, WorkReport& report, std::s
   return true;
 }
 
-int Run(const Options& options) {
+int RunConvert(const ConvertOptions& options) {
   UseWorkers(options.workers);
   WorkReport report;
   const JobResult result =
@@ -165,25 +173,27 @@ int Run(const Options& options) {
   return result.GetExitStatus();
 }
 
-const char* const kExamples =
+const char* const kConvertExamples =
     "Examples:\n"
     "  zrkio convert earth.jpg earth.zrm\n"
     "  zrkio convert earth.jpg small.zrm --max-error 2\n"
     "  zrkio convert earth.jpg africa.tif --window 896,1279,192,575\n"
-    "  zrkio convert earth.jpg turned.tif --bands 3,2,1\n";
+    "  zrkio convert earth.jpg turned.tif --bands 3,2,1\n"
+    "  zrkio convert earth.jpg small.jp2 --rates 0.5,1,2\n";
 
-void AddWriterOptions(Command& command, Options& options) {
+void AddWriterOptions(Command& command, ConvertOptions& options) {
   command
       .AddOption("--levels", "N", options.levels,
                  TitleWritableFormats(&tagXFormatWriter::takesLevels) +
-                     ": how many reduced levels are written, at\n"
-                     "most; unless given, as many as there can be")
+                     ": how many reduced\n"
+                     "levels are written, at most; unless given, as many as serve")
       .SetRange(0, kMaxLevels);
   command.AddOption("--max-error", "E", options.maxError,
                     TitleWritableFormats(&tagXFormatWriter::takesMaxError) +
                         ": compress, no sample being off by more than\n"
                         "this; 0 is lossless. Unless given, samples are kept as they\n"
                         "are.");
+  AddLayerOptions(command, options.layers);
 }
 
 /// Refuses an option that was given where the writer of the output does not take it.
@@ -193,7 +203,7 @@ void CheckTaken(const char* name, bool isGiven, const tagXFormatWriter& writer, 
 }
 
 /// The output's extension tells what options make sense, so a wrong one is refused before anything is opened.
-void CheckUsage(const Options& options) {
+void CheckConvertUsage(const ConvertOptions& options) {
   if (options.maxError && !(*options.maxError >= 0.0 && std::isfinite(*options.maxError))) {
     throw UsageError("--max-error", "takes a number from 0 on");
   }
@@ -201,13 +211,14 @@ void CheckUsage(const Options& options) {
   if (!format) return;
   CheckTaken("--levels", options.levels.has_value(), *format->writer, &tagXFormatWriter::takesLevels);
   CheckTaken("--max-error", options.maxError.has_value(), *format->writer, &tagXFormatWriter::takesMaxError);
+  CheckLayerOptions(options.layers, *format->writer);
 }
 
 }  // namespace
 
 void AddConvertCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("convert", "Write an image as " + NameWritableFiles(), kExamples);
+  auto options = std::make_shared<ConvertOptions>();
+  Command command = program.AddCommand("convert", "Write an image as " + NameWritableFiles(), kConvertExamples);
   command.AddArgument("IN", options->input, "A raster file");
   command.AddArgument("OUT", options->output, "The file to write, by its extension: " + ListWritableExtensions());
   AddWindowOptions(command, options->window);
@@ -221,7 +232,7 @@ void AddConvertCommand(CommandLine& program) {
   AddWorkersOption(command, options->workers);
   AddQuietOption(command);
   command.SetAction([options] {
-    CheckUsage(*options);
-    return Run(*options);
+    CheckConvertUsage(*options);
+    return RunConvert(*options);
   });
 }

@@ -28,7 +28,7 @@ constexpr int kMaxTile = 16384;
 /// A pixel that is larger by less than this counts as being as fine.
 constexpr double kAlmostAsFine = 1.0 + 1e-6;
 
-struct Options {
+struct ExportOptions {
   std::string kind;
   std::vector<std::string> inputs;
   std::string output;
@@ -50,7 +50,7 @@ struct MapBox {
   double north = 0.0;
 };
 
-bool OpenSources(const Options& options, MapSources& sources, XThread& thread, std::string& err) {
+bool OpenSources(const ExportOptions& options, MapSources& sources, XThread& thread, std::string& err) {
   XSpatialReference system;
   if (!options.system.empty() && ReadSystem(options.system, system)) sources.SetSystem(system);
   for (const std::string& input : options.inputs) {
@@ -60,7 +60,7 @@ bool OpenSources(const Options& options, MapSources& sources, XThread& thread, s
   return true;
 }
 
-bool FindBox(const Options& options, const ZRMCompManager& manager, MapBox& box, std::string& err) {
+bool FindBox(const ExportOptions& options, const ZRMCompManager& manager, MapBox& box, std::string& err) {
   if (!options.bounds.empty()) {
     box = {options.bounds[0], options.bounds[1], options.bounds[2], options.bounds[3]};
     return true;
@@ -71,7 +71,7 @@ bool FindBox(const Options& options, const ZRMCompManager& manager, MapBox& box,
 }
 
 /// The first level whose pixels are as fine as the finest input's.
-int ChooseLevel(const Options& options, const MapBox& box, double finestPixel) {
+int ChooseLevel(const ExportOptions& options, const MapBox& box, double finestPixel) {
   if (options.level) return *options.level;
   int level = 0;
   const double extent = std::max(box.east - box.west, box.north - box.south);
@@ -93,7 +93,7 @@ class ReportedFile {
   ReportedFile(const ReportedFile&) = delete;
   ReportedFile& operator=(const ReportedFile&) = delete;
 
-  bool Begin(const Options& options, std::string& err) {
+  bool Begin(const ExportOptions& options, std::string& err) {
     if (!file_.Begin(options.output, options.inputs.front(), err)) return false;
     target_ = FollowLinks(options.output) + ".info";
     report_ = GetPath() + ".info";
@@ -118,13 +118,13 @@ class ReportedFile {
 };
 
 /// Speed is told by the samples of the map.
-std::int64_t CountMapBytes(const Options& options, MapSources& sources, const MapBox& box, double pixel) {
+std::int64_t CountMapBytes(const ExportOptions& options, MapSources& sources, const MapBox& box, double pixel) {
   const ZRMBand& first = *sources.GetManager().GetZRMCompositeAt(0)->GetBand(0);
   const int pixelBytes = options.areHeights ? first.GetDataSize() : 3;
   return static_cast<std::int64_t>((box.east - box.west) / pixel * ((box.north - box.south) / pixel)) * pixelBytes;
 }
 
-bool ExportImage(const Options& options, MapSources& sources, const MapBox& box, XThread& thread, std::string& err) {
+bool ExportImage(const ExportOptions& options, MapSources& sources, const MapBox& box, XThread& thread, std::string& err) {
   ReportedFile target;
   if (!target.Begin(options, err)) return false;
   const auto save = options.areHeights ? &XfnExport2L0Data_DEM : &XfnExport2L0Data_Image;
@@ -142,7 +142,7 @@ bool ExportImage(const Options& options, MapSources& sources, const MapBox& box,
   return true;
 }
 
-bool ExportTree(const Options& options, MapSources& sources, const MapBox& box, XThread& thread, std::string& err) {
+bool ExportTree(const ExportOptions& options, MapSources& sources, const MapBox& box, XThread& thread, std::string& err) {
   const auto save = options.areHeights ? &XfnExport2LXYDem : &XfnExport2LXYTexture;
   const int level = ChooseLevel(options, box, sources.GetFinestPixel());
   XString reason;
@@ -154,7 +154,7 @@ bool ExportTree(const Options& options, MapSources& sources, const MapBox& box, 
   return false;
 }
 
-bool Export(const Options& options, XThread& thread, std::string& err) {
+bool Export(const ExportOptions& options, XThread& thread, std::string& err) {
   MapSources sources(options.areHeights);
   MapBox box;
   if (!OpenSources(options, sources, thread, err) || !FindBox(options, sources.GetManager(), box, err)) {
@@ -164,12 +164,12 @@ bool Export(const Options& options, XThread& thread, std::string& err) {
   return save(options, sources, box, thread, err);
 }
 
-int Run(const Options& options) {
+int RunExport(const ExportOptions& options) {
   const auto work = [&](XThread& thread, std::string& err) { return Export(options, thread, err); };
   return RunJob(options.output, work).GetExitStatus();
 }
 
-void CheckUsage(const Options& options) {
+void CheckExportUsage(const ExportOptions& options) {
   XSpatialReference system;
   if (options.kind != "l0" && options.kind != "lxy") throw UsageError("KIND", "is l0 or lxy");
   if (!options.system.empty() && !ReadSystem(options.system, system)) {
@@ -184,7 +184,7 @@ void CheckUsage(const Options& options) {
   if (options.level && !options.IsTree()) throw UsageError("--level", "belongs to lxy; l0 takes --pixel");
 }
 
-const char* const kExamples =
+const char* const kExportExamples =
     "Examples:\n"
     "  zrkio export l0 town.tif -o town.l0\n"
     "  zrkio export l0 n48e011.dt2 -o heights.l0 --dem --srs EPSG:32632 --pixel 30\n"
@@ -194,8 +194,8 @@ const char* const kExamples =
 }  // namespace
 
 void AddExportCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("export", "Write images laid over each other as the tiles of a map", kExamples);
+  auto options = std::make_shared<ExportOptions>();
+  Command command = program.AddCommand("export", "Write images laid over each other as the tiles of a map", kExportExamples);
   command.AddArgument("KIND", options->kind, "l0 for one file of tiles, lxy for a tree of small files");
   command.AddArgument("IN", options->inputs, "Raster files, the first on top");
   command
@@ -218,7 +218,7 @@ void AddExportCommand(CommandLine& program) {
   command.AddFlag("--dem", options->areHeights, "Write heights, from the first band of each input");
   AddQuietOption(command);
   command.SetAction([options] {
-    CheckUsage(*options);
-    return Run(*options);
+    CheckExportUsage(*options);
+    return RunExport(*options);
   });
 }

@@ -17,7 +17,7 @@ const char* HowFound(const tagXFormat& format) {
   return format.isKnownByContent ? "(by its first bytes)" : "(by id only)";
 }
 
-void PrintText() {
+void PrintFormatsText() {
   std::printf("%-6s %-7s %-4s %-22s %s\n", "id", "kind", "read", "format", "extensions");
   for (const tagXFormat& format : XfnGetFormats()) {
     std::printf("0x%-4X %-7s %-4s %-22s %s\n", format.id, format.isRaster ? "raster" : "vector",
@@ -44,7 +44,7 @@ void AddFormatsCommand(CommandLine& program) {
   Command command = program.AddCommand("formats", "List the formats and what this build can do with each", "");
   command.AddFlag("--json", *json, "Print an array of objects for machines");
   command.SetAction([json] {
-    *json ? PrintJson() : PrintText();
+    *json ? PrintJson() : PrintFormatsText();
     return 0;
   });
 }

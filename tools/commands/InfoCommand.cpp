@@ -15,16 +15,17 @@
 
 namespace {
 
-struct Options {
+struct InfoOptions {
   std::vector<std::string> files;
   bool json = false;
   bool stats = false;
   bool approximate = false;
   bool verbose = false;
+  bool boxes = false;
 };
 
 /// A file whose statistics failed is described all the same. The description is null where the file can't be opened.
-DatasetInfo DescribeFile(const Options& options, const std::string& path, JobResult& result) {
+DatasetInfo DescribeFile(const InfoOptions& options, const std::string& path, JobResult& result) {
   DatasetInfo info;
   result = RunJob(path, [&](XThread& thread, std::string& err) {
     const std::unique_ptr<XRSFile> file = OpenDataset(path, thread, err);
@@ -32,14 +33,14 @@ DatasetInfo DescribeFile(const Options& options, const std::string& path, JobRes
     const auto compute = options.approximate ? &ComputeQuickStatistics : &ComputeExactStatistics;
     std::vector<StatisticsSource> sources;
     const bool isDone = !options.stats || compute(*file, thread, sources, err);
-    info = DescribeDataset(*file, path, options.verbose, sources);
+    info = DescribeDataset(*file, path, options.verbose || options.boxes, sources);
     return isDone;
   });
   return info;
 }
 
 /// Statistics of all pixels are the only work that threads can share.
-int Run(const Options& options) {
+int RunInfo(const InfoOptions& options) {
   UseWorkers(0);
   int status = 0;
   Json all = Json::array();
@@ -60,17 +61,18 @@ int Run(const Options& options) {
   return status;
 }
 
-const char* const kExamples =
+const char* const kInfoExamples =
     "Examples:\n"
     "  zrkio info earth.jpg roads.shp\n"
     "  zrkio info --stats --json earth.jpg\n"
-    "  zrkio info --verbose scene.tif\n";
+    "  zrkio info --verbose scene.tif\n"
+    "  zrkio info --boxes scene.jp2\n";
 
 }  // namespace
 
 void AddInfoCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("info", "Tell what files are", kExamples);
+  auto options = std::make_shared<InfoOptions>();
+  Command command = program.AddCommand("info", "Tell what files are", kInfoExamples);
   command.AddArgument("FILE", options->files, "Raster or vector files");
   command.AddFlag("--json", options->json, "Print an array of objects for machines");
   const Option stats = command.AddFlag("--stats", options->stats, "Compute statistics of all pixels of every channel");
@@ -82,6 +84,9 @@ void AddInfoCommand(CommandLine& program) {
   command.AddFlag("--verbose", options->verbose,
                   "Tell also of the further images of a TIFF file, and what\n"
                   "libtiff has to say of it");
+  command.AddFlag("--boxes", options->boxes,
+                  "Tell also of all boxes of a JPEG 2000 file, with GML and\n"
+                  "other texts; included in --verbose");
   AddQuietOption(command);
-  command.SetAction([options] { return Run(*options); });
+  command.SetAction([options] { return RunInfo(*options); });
 }

@@ -22,9 +22,9 @@
 namespace {
 
 /// The share of decoding where an image is decoded as a whole.
-constexpr int kDecodePercent = 50;
+constexpr int kLevelsDecodePercent = 50;
 
-struct Options {
+struct LevelsOptions {
   std::vector<std::string> files;
   bool statsOnly = false;
   bool force = false;
@@ -93,12 +93,12 @@ std::int64_t CountSampleBytes(const XRSFile& file) {
 
 // Each way of working on a file leaves in `remark` what is told about it on success.
 
-bool Build(XRSFile& file, const std::string& path, const Options& options, XThread& thread, std::string& remark,
+bool Build(XRSFile& file, const std::string& path, const LevelsOptions& options, XThread& thread, std::string& remark,
            std::string& err) {
   // Levels are built from the image alone, and not from the levels that they replace.
   DetachLevelFile(file);
   WorkReport report(CountSampleBytes(file));
-  if (!DecodeAhead(*file.GetBandAt(0), kDecodePercent, thread, err)) return false;
+  if (!DecodeAhead(*file.GetBandAt(0), kLevelsDecodePercent, thread, err)) return false;
   const std::string levelFile = LevelFileName(path);
   // The library builds beside the file that links lead to.
   const UnfinishedFile unfinished(UnfinishedName(levelFile));
@@ -143,7 +143,7 @@ bool UpdateSystem(XRSFile& file, const std::string& path, XSpatialReference& sr,
   return true;
 }
 
-bool WorkOn(const std::string& path, const Options& options, XSpatialReference& sr, XThread& thread,
+bool WorkOn(const std::string& path, const LevelsOptions& options, XSpatialReference& sr, XThread& thread,
             std::string& remark, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenImage(path, thread, err);
   if (!file || WouldReplaceImage(path, err)) return false;
@@ -157,7 +157,7 @@ bool WorkOn(const std::string& path, const Options& options, XSpatialReference& 
   return true;
 }
 
-int Run(const Options& options, XSpatialReference& sr) {
+int RunLevels(const LevelsOptions& options, XSpatialReference& sr) {
   UseWorkers(options.workers);
   int status = 0;
   for (const std::string& path : options.files) {
@@ -172,7 +172,7 @@ int Run(const Options& options, XSpatialReference& sr) {
   return status;
 }
 
-const char* const kExamples =
+const char* const kLevelsExamples =
     "Examples:\n"
     "  zrkio levels earth.jpg\n"
     "  zrkio levels --check earth.jpg\n"
@@ -181,8 +181,8 @@ const char* const kExamples =
 }  // namespace
 
 void AddLevelsCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("levels", "Build the level files of images", kExamples);
+  auto options = std::make_shared<LevelsOptions>();
+  Command command = program.AddCommand("levels", "Build the level files of images", kLevelsExamples);
   command.AddArgument("FILE", options->files, "Raster files");
   const Option statsOnly = command.AddFlag("--stats-only", options->statsOnly, "Statistics only, without levels");
   const Option force = command.AddFlag("--force", options->force, "Build also where there is a level file of use");
@@ -202,6 +202,6 @@ void AddLevelsCommand(CommandLine& program) {
     if (srs.IsGiven() && !ReadSystem(options->srs, system)) {
       throw UsageError("--update-srs", "takes EPSG:n or WKT that is understood");
     }
-    return Run(*options, system);
+    return RunLevels(*options, system);
   });
 }

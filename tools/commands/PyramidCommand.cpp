@@ -35,7 +35,7 @@ constexpr int kMaxLevel = 30;
 /// any size stays small.
 constexpr std::int64_t kBlockCacheBytes = std::int64_t{64} << 20;
 
-struct Options {
+struct PyramidOptions {
   std::vector<std::string> inputs;
   std::string output;
   std::string levels;
@@ -69,7 +69,7 @@ std::optional<std::pair<int, int>> ReadPair(const std::string& text, char mark) 
   return pair;
 }
 
-void ReadKind(const Options& options, Order& order) {
+void ReadKind(const PyramidOptions& options, Order& order) {
   XString extension = XfnGetFileExt(options.output);
   extension.MakeLower();
   order.what.isElevation = extension == "pbe";
@@ -80,7 +80,7 @@ void ReadKind(const Options& options, Order& order) {
   order.what.withNormals = options.normals;
 }
 
-void ReadLevels(const Options& options, Order& order) {
+void ReadLevels(const PyramidOptions& options, Order& order) {
   if (options.levels.empty()) return;
   const auto pair = ReadPair(options.levels, '-');
   if (!pair || pair->first < 0 || pair->second > kMaxLevel || pair->first > pair->second) {
@@ -92,7 +92,7 @@ void ReadLevels(const Options& options, Order& order) {
   order.levels = LevelSpan{pair->first, pair->second};
 }
 
-void ReadBounds(const Options& options, Order& order) {
+void ReadBounds(const PyramidOptions& options, Order& order) {
   if (options.bounds.empty()) return;
   const LonLatBox box{options.bounds[0], options.bounds[1], options.bounds[2], options.bounds[3]};
   const bool isOnGlobe = box.west >= -180.0 && box.east <= 180.0 && box.south >= -90.0 && box.north <= 90.0;
@@ -103,7 +103,7 @@ void ReadBounds(const Options& options, Order& order) {
 }
 
 /// Colours are written as people write them, red first, and kept blue first.
-void ReadBackground(const Options& options, Order& order) {
+void ReadBackground(const PyramidOptions& options, Order& order) {
   unsigned colour = 0;
   const char* const end = options.background.data() + options.background.size();
   const auto [stop, error] = std::from_chars(options.background.data(), end, colour, 16);
@@ -113,7 +113,7 @@ void ReadBackground(const Options& options, Order& order) {
   order.what.backColor = (colour & 0xFF) << 16 | (colour & 0xFF00) | colour >> 16;
 }
 
-void ReadShare(const Options& options, Order& order) {
+void ReadShare(const PyramidOptions& options, Order& order) {
   order.share.resumes = options.resume;
   if (options.shard.empty()) return;
   const auto pair = ReadPair(options.shard, '/');
@@ -125,7 +125,7 @@ void ReadShare(const Options& options, Order& order) {
   order.isShared = pair->second > 1;
 }
 
-Order ReadOrder(const Options& options) {
+Order ReadOrder(const PyramidOptions& options) {
   Order order;
   ReadKind(options, order);
   ReadLevels(options, order);
@@ -169,7 +169,7 @@ std::string DescribeFile(const std::string& path) {
 }
 
 /// What an export that was begun has to agree in, besides levels and extent, which the file itself tells.
-std::string MakeKey(const Order& order, const Options& options) {
+std::string MakeKey(const Order& order, const PyramidOptions& options) {
   std::string key;
   for (const std::string& input : options.inputs) key += DescribeFile(input);
   return key + "background " + std::to_string(order.what.backColor) + " srs " + options.srs;
@@ -182,7 +182,7 @@ std::string CountedTiles(std::int64_t count) {
 /// The work of one call, and what is told of it at the end.
 class PyramidJob {
  public:
-  PyramidJob(const Options& options, Order order)
+  PyramidJob(const PyramidOptions& options, Order order)
       : options_(options), order_(std::move(order)), sources_(order_.what.isElevation) {}
 
   /// Opens the inputs and plans the file. Comes first.
@@ -201,7 +201,7 @@ class PyramidJob {
 
   using Clock = std::chrono::steady_clock;
 
-  const Options& options_;
+  const PyramidOptions& options_;
   Order order_;
   MapSources sources_;
   ResumableFile file_;
@@ -268,7 +268,7 @@ std::string PyramidJob::DescribeWork() const {
 }
 
 /// The size is told between two jobs, when no bar is in the way.
-int Run(const Options& options, Order order) {
+int RunPyramid(const PyramidOptions& options, Order order) {
   UseWorkers(options.workers);
   XfnSetBlockCacheBytes(kBlockCacheBytes);
   PyramidJob job(options, std::move(order));
@@ -287,7 +287,7 @@ int Run(const Options& options, Order order) {
   return made.GetExitStatus();
 }
 
-const char* const kExamples =
+const char* const kPyramidExamples =
     "Examples:\n"
     "  zrkio pyramid earth.tif -o earth.pbi\n"
     "  zrkio pyramid city.tif earth.tif -o earth.pbi --levels 0-8 --background 0A1E3C\n"
@@ -295,7 +295,7 @@ const char* const kExamples =
     "  zrkio pyramid earth.tif -o earth.pbi --resume\n"
     "  zrkio pyramid earth.tif -o earth.pbi --shard 2/8\n";
 
-void AddSourceOptions(Command& command, Options& options) {
+void AddSourceOptions(Command& command, PyramidOptions& options) {
   command.AddOption("--levels", "A-B", options.levels,
                     "Levels of the global grid; unless given, up to the finest\n"
                     "resolution of the inputs");
@@ -314,9 +314,9 @@ void AddSourceOptions(Command& command, Options& options) {
 }  // namespace
 
 void AddPyramidCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command =
-      program.AddCommand("pyramid", "Write rasters as a pyramid of the globe, of pictures or heights", kExamples);
+  auto options = std::make_shared<PyramidOptions>();
+  Command command = program.AddCommand("pyramid", "Write rasters as a pyramid of the globe, of pictures or heights",
+                                       kPyramidExamples);
   command.AddArgument("IN", options->inputs, "Raster files, laid over each other, the first on top");
   command
       .AddOption("-o,--output", "OUT", options->output, "The file to write, in .pbi for pictures or .pbe for heights")
@@ -331,5 +331,5 @@ void AddPyramidCommand(CommandLine& program) {
                  "theirs; levels wait until the finer one is complete")
       .Exclude(resume);
   AddQuietOption(command);
-  command.SetAction([options] { return Run(*options, ReadOrder(*options)); });
+  command.SetAction([options] { return RunPyramid(*options, ReadOrder(*options)); });
 }

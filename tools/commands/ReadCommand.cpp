@@ -22,9 +22,9 @@ namespace {
 
 constexpr int kMaxTableSamples = 32;  // each way
 /// The share of decoding where an image is decoded as a whole.
-constexpr int kDecodePercent = 70;
+constexpr int kReadDecodePercent = 70;
 
-struct Options {
+struct ReadOptions {
   std::string file;
   int band = 1;
   int level = 0;
@@ -56,7 +56,7 @@ std::unique_ptr<SampleSink> MakeTable(const ZRMBand& band, const Window& window,
 }
 
 /// The type is looked at before the output is opened, so that a refusal leaves no trace.
-std::unique_ptr<SampleSink> MakeFileSink(const ZRMBand& band, const Options& options, OutputFile& output,
+std::unique_ptr<SampleSink> MakeFileSink(const ZRMBand& band, const ReadOptions& options, OutputFile& output,
                                          std::string& err) {
   const bool isPng = HasPngExtension(options.output);
   if (isPng && band.GetDataType() != kPint08 && band.GetDataType() != kPint16) {
@@ -79,7 +79,7 @@ bool ReadStrips(StripReader& strips, SampleSink& sink, XThread& thread, std::str
   return sink.End(err);
 }
 
-bool Read(const Options& options, XThread& thread, Shape& shape, std::string& err) {
+bool Read(const ReadOptions& options, XThread& thread, Shape& shape, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   ZRMBand* band = file ? FindBand(*file, options.band, err) : nullptr;
   if (!band) return false;
@@ -92,13 +92,13 @@ bool Read(const Options& options, XThread& thread, Shape& shape, std::string& er
   if (!sink) return false;
   StripReader strips(*band, options.level, window);
   // Level data spares the decode.
-  if (strips.ReadsImage() && !DecodeAhead(*band, kDecodePercent, thread, err)) return false;
+  if (strips.ReadsImage() && !DecodeAhead(*band, kReadDecodePercent, thread, err)) return false;
   if (!ReadStrips(strips, *sink, thread, err)) return false;
   shape = {strips.GetWidth(), strips.GetHeight(), XfnGetDataTypeString(band->GetDataType())};
   return options.output.empty() || output.Commit(err);
 }
 
-int Run(const Options& options) {
+int RunRead(const ReadOptions& options) {
   Shape shape;
   const JobResult result =
       RunJob(options.file, [&](XThread& thread, std::string& err) { return Read(options, thread, shape, err); });
@@ -109,7 +109,7 @@ int Run(const Options& options) {
   return result.GetExitStatus();
 }
 
-const char* const kExamples =
+const char* const kReadExamples =
     "Examples:\n"
     "  zrkio read earth.jpg --window 100,107,200,203\n"
     "  zrkio read earth.jpg --band 2 --window 0,511,0,511 -o green.png\n"
@@ -119,8 +119,8 @@ const char* const kExamples =
 }  // namespace
 
 void AddReadCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("read", "Read samples of one channel", kExamples);
+  auto options = std::make_shared<ReadOptions>();
+  Command command = program.AddCommand("read", "Read samples of one channel", kReadExamples);
   command.AddArgument("FILE", options->file, "A raster file");
   command.AddOption("--band", "N", options->band, "The channel, counted from 1; the first unless given")
       .SetRange(1, INT_MAX);
@@ -138,6 +138,6 @@ void AddReadCommand(CommandLine& program) {
   AddQuietOption(command);
   command.SetAction([options] {
     CheckOutputName(options->output, {"png", "raw", "bin", "dat"}, "a PNG (.png) or raw samples (.raw, .bin, .dat)");
-    return Run(*options);
+    return RunRead(*options);
   });
 }

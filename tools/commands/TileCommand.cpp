@@ -19,7 +19,7 @@
 
 namespace {
 
-struct Options {
+struct TileOptions {
   std::string file;
   std::string output;
   double level = 0;
@@ -74,7 +74,7 @@ bool WriteTile(const tagXStoreTile& tile, const std::string& path, OutputFile& o
   return output.Write(tile.bytes.data(), tile.bytes.size(), err);
 }
 
-int Run(const Options& options) {
+int RunTile(const TileOptions& options) {
   tagXStoreTile tile;
   const JobResult result = RunJob(options.file, [&](XThread&, std::string& err) {
     XString why;
@@ -99,7 +99,7 @@ void RequireWhole(const char* name, double value) {
   if (!(std::abs(value) <= 2147483647.0) || value != std::floor(value)) throw UsageError(name, "take whole numbers");
 }
 
-const char* const kExamples =
+const char* const kTileExamples =
     "Examples:\n"
     "  zrkio tile globe.pbi 3 41 92 -o tile.png\n"
     "  zrkio tile globe.pbi 3 41 92 -o tile.dds\n"
@@ -108,8 +108,8 @@ const char* const kExamples =
 }  // namespace
 
 void AddTileCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("tile", "Take one tile out of a tile store", kExamples);
+  auto options = std::make_shared<TileOptions>();
+  Command command = program.AddCommand("tile", "Take one tile out of a tile store", kTileExamples);
   command.AddArgument("FILE", options->file, "A tile store");
   command.AddArgument("LEVEL", options->level, "A level of the store, as zrkio info numbers it");
   command.AddArgument("ROW", options->row, "A row of the level; rows of the globe count from the south");
@@ -127,6 +127,6 @@ void AddTileCommand(CommandLine& program) {
     RequireWhole("LEVEL", options->level);
     RequireWhole("ROW", options->row);
     RequireWhole("COL", options->col);
-    return Run(*options);
+    return RunTile(*options);
   });
 }

@@ -20,7 +20,7 @@
 
 namespace {
 
-struct Options {
+struct ValueOptions {
   std::string file;
   double x = 0.0;
   double y = 0.0;
@@ -36,7 +36,7 @@ struct Pixel {
 };
 
 /// The place in the system of the band.
-bool FindPlace(const ZRMBand& band, const Options& options, std::array<double, 2>& place, std::string& err) {
+bool FindPlace(const ZRMBand& band, const ValueOptions& options, std::array<double, 2>& place, std::string& err) {
   place = {options.x, options.y};
   if (band.GetCoordinateKind() != kCoordinateWorld || !Place(band).HasExtent()) {
     err = "the image has no place in the world";
@@ -103,7 +103,7 @@ bool DescribeChannel(ZRMBand& band, int level, const Pixel& at, Json& json, std:
   return true;
 }
 
-bool DescribeValues(const Options& options, Json& json, XThread& thread, std::string& err) {
+bool DescribeValues(const ValueOptions& options, Json& json, XThread& thread, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   if (!file || !FindBand(*file, options.band.value_or(1), err)) return false;
   const int first = options.band.value_or(1), last = options.band.value_or(file->GetNumOfBands());
@@ -121,7 +121,7 @@ bool DescribeValues(const Options& options, Json& json, XThread& thread, std::st
 }
 
 /// The pixel stands beside the channel only where channels differ.
-void PrintText(const Json& json) {
+void PrintValueText(const Json& json) {
   const Json& channels = json["channels"];
   const auto at = [](const Json& channel) {
     return "column " + channel["column"].dump() + ", row " + channel["row"].dump();
@@ -135,7 +135,7 @@ void PrintText(const Json& json) {
   }
 }
 
-int Run(const Options& options) {
+int RunValue(const ValueOptions& options) {
   Json json = {{"file", options.file}};
   if (options.isLonLat) json["lonLat"] = {options.x, options.y};
   const JobResult result = RunJob(options.file, [&](XThread& thread, std::string& err) {
@@ -146,12 +146,12 @@ int Run(const Options& options) {
     if (!result.isDone) json = {{"file", options.file}, {"error", result.reason}};
     std::printf("%s\n", Serialize(json).c_str());
   } else if (result.isDone) {
-    PrintText(json);
+    PrintValueText(json);
   }
   return result.GetExitStatus();
 }
 
-const char* const kExamples =
+const char* const kValueExamples =
     "Examples:\n"
     "  zrkio value scene.tif 691234.5 5334567.8\n"
     "  zrkio value scene.tif -0.127 51.507 --lonlat --band 2 --json\n"
@@ -160,8 +160,8 @@ const char* const kExamples =
 }  // namespace
 
 void AddValueCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("value", "Tell the samples of a place", kExamples);
+  auto options = std::make_shared<ValueOptions>();
+  Command command = program.AddCommand("value", "Tell the samples of a place", kValueExamples);
   command.AddArgument("FILE", options->file, "A raster file");
   command.AddArgument("X", options->x, "East, in the system of the image; with --lonlat the longitude");
   command.AddArgument("Y", options->y, "North; with --lonlat the latitude");
@@ -176,6 +176,6 @@ void AddValueCommand(CommandLine& program) {
   AddQuietOption(command);
   command.SetAction([options] {
     if (!std::isfinite(options->x) || !std::isfinite(options->y)) throw UsageError("X Y", "take numbers");
-    return Run(*options);
+    return RunValue(*options);
   });
 }

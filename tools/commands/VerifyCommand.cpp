@@ -12,7 +12,7 @@
 
 namespace {
 
-struct Options {
+struct VerifyOptions {
   std::string file;
   bool json = false;
 };
@@ -26,7 +26,7 @@ Json DescribeReport(const tagXStoreReport& report) {
           {"findings", std::move(findings)}};
 }
 
-void PrintText(const Json& json) {
+void PrintVerifyText(const Json& json) {
   std::printf("%s\n  tiles       %lld, %lld of them empty\n", GetText(json["file"]).c_str(),
               static_cast<long long>(json["tiles"].get<std::int64_t>()),
               static_cast<long long>(json["emptyTiles"].get<std::int64_t>()));
@@ -40,7 +40,7 @@ void PrintText(const Json& json) {
   if (numLeft > 0) std::printf("  and %lld more\n", static_cast<long long>(numLeft));
 }
 
-int Run(const Options& options) {
+int RunVerify(const VerifyOptions& options) {
   tagXStoreReport report;
   const JobResult result = RunJob(options.file, [&](XThread& thread, std::string& err) {
     XString why;
@@ -54,12 +54,12 @@ int Run(const Options& options) {
   if (options.json) {
     std::printf("%s\n", Serialize(json).c_str());
   } else if (result.isDone) {
-    PrintText(json);
+    PrintVerifyText(json);
   }
   return report.numFindings > 0 ? 1 : result.GetExitStatus();
 }
 
-const char* const kExamples =
+const char* const kVerifyExamples =
     "Examples:\n"
     "  zrkio verify globe.pbi\n"
     "  zrkio verify --json heights.pbe\n";
@@ -67,10 +67,10 @@ const char* const kExamples =
 }  // namespace
 
 void AddVerifyCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("verify", "Check a tile store from end to end", kExamples);
+  auto options = std::make_shared<VerifyOptions>();
+  Command command = program.AddCommand("verify", "Check a tile store from end to end", kVerifyExamples);
   command.AddArgument("FILE", options->file, "A tile store");
   command.AddFlag("--json", options->json, "Print an object for machines");
   AddQuietOption(command);
-  command.SetAction([options] { return Run(*options); });
+  command.SetAction([options] { return RunVerify(*options); });
 }

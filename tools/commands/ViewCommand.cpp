@@ -9,7 +9,10 @@
 #include "Job.h"
 #include "LevelFile.h"
 #include "Notes.h"
+#include "output/InputFiles.h"
 #include "output/OutputFile.h"
+#include "output/Text.h"
+#include "picture/PlaceMarks.h"
 #include "picture/QuickLook.h"
 
 #include <climits>
@@ -17,19 +20,26 @@
 
 namespace {
 
-struct Options {
+struct ViewOptions {
   std::string file;
   std::string output;
   int maxSize = 1024;
   WindowRequest window;
   std::vector<int> bands;
   Look look;
+  std::string names;
   bool noLevels = false;
+};
+
+/// What was made: a picture, and the places that are marked on it.
+struct Seen {
+  PngShape shape;
+  PlaceMarks marks;
 };
 
 /// The bands that were asked for. Unless any were, an image of three bands or more is shown in colour by its first
 /// three; other images, and heights, are shown by the first.
-bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBand*>& bands, std::string& err) {
+bool ChooseBands(const XRSFile& file, const ViewOptions& options, std::vector<ZRMBand*>& bands, std::string& err) {
   std::vector<int> wanted = options.bands;
   const bool isColour = file.GetNumOfBands() >= 3 && !options.look.isShaded;
   if (wanted.empty()) wanted = isColour ? std::vector<int>{1, 2, 3} : std::vector<int>{1};
@@ -51,50 +61,65 @@ bool ChooseBands(const XRSFile& file, const Options& options, std::vector<ZRMBan
 }
 
 /// The picture gets its name only when all of it is written.
-bool View(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+bool View(const ViewOptions& options, XThread& thread, Seen& seen, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   std::vector<ZRMBand*> bands;
   if (!file || !ChooseBands(*file, options, bands, err)) return false;
   if (options.noLevels) DetachLevelFile(*file);
   const Window window = FindWindow(*bands.front(), options.window);
-  shape = FitPicture(window.Width(), window.Height(), options.maxSize);
-  shape.channels = static_cast<int>(bands.size());
+  seen.shape = FitPicture(window.Width(), window.Height(), options.maxSize);
+  seen.shape.channels = static_cast<int>(bands.size());
+  const bool hasNames = !options.names.empty();
+  if (hasNames && !seen.marks.Find(*bands.front(), window, seen.shape, options.names, err)) return false;
+  if (hasNames && WouldReplaceInput(options.output, options.names, err)) return false;
   OutputFile output;
   if (!output.Open(options.output, options.file, err)) return false;
   PngWriter png(output);
-  return WriteQuickLook({bands, window, options.look}, shape, png, thread, err) && output.Commit(err);
+  const PlaceMarks* const marks = hasNames ? &seen.marks : nullptr;
+  return WriteQuickLook({bands, window, options.look, marks}, seen.shape, png, thread, err) && output.Commit(err);
 }
 
 /// A format answers nothing for a file that is not its own; then the next one is asked.
-bool ViewAny(const Options& options, XThread& thread, PngShape& shape, std::string& err) {
+bool ViewAny(const ViewOptions& options, XThread& thread, Seen& seen, std::string& err) {
   const bool hasWindow = !options.window.pixels.empty() || !options.window.box.empty();
-  const ViewRequest request{options.file,           options.output,        options.maxSize,
-                            !options.bands.empty(), options.look.isShaded, hasWindow};
+  const ViewRequest request{options.file,          options.output, options.maxSize,       !options.bands.empty(),
+                            options.look.isShaded, hasWindow,      !options.names.empty()};
   for (const FormatTools* tools : AllFormatTools()) {
     if (!tools->view) continue;
-    if (const std::optional<bool> isViewed = tools->view(request, thread, shape, err)) return *isViewed;
+    if (const std::optional<bool> isViewed = tools->view(request, thread, seen.shape, err)) return *isViewed;
   }
-  return View(options, thread, shape, err);
+  return View(options, thread, seen, err);
+}
+
+/// The list that the numbers on the picture lead to.
+void PrintMarks(const PlaceMarks& marks) {
+  std::size_t number = 0;
+  for (const PlaceMark& mark : marks.GetMarks()) {
+    std::printf("%3zu  %s  %.10g, %.10g\n", ++number, Printable(mark.place.name.AsStdString()).c_str(),
+                mark.place.first, mark.place.second);
+  }
 }
 
 /// The size is told on stderr, because the picture itself may go to standard output.
-int Run(const Options& options) {
-  PngShape shape;
+int RunView(const ViewOptions& options) {
+  Seen seen;
   const JobResult result =
-      RunJob(options.file, [&](XThread& thread, std::string& err) { return ViewAny(options, thread, shape, err); });
+      RunJob(options.file, [&](XThread& thread, std::string& err) { return ViewAny(options, thread, seen, err); });
   if (result.isDone && options.output != "-") {
-    PrintNote(options.output, std::to_string(shape.width) + " x " + std::to_string(shape.height) + " pixels");
+    PrintNote(options.output, std::to_string(seen.shape.width) + " x " + std::to_string(seen.shape.height) + " pixels");
+    PrintMarks(seen.marks);
   }
   return result.GetExitStatus();
 }
 
-const char* const kExamples =
+const char* const kViewExamples =
     "Examples:\n"
     "  zrkio view earth.jpg -o earth.png\n"
     "  zrkio view earth.jpg -o small.png --max-size 300\n"
     "  zrkio view earth.jpg -o blue.png --bands 3\n"
     "  zrkio view scene.tif -o town.png --bbox 11.4,48.1,11.7,48.2 --lonlat\n"
     "  zrkio view n35e138.dt1 -o hills.png --hillshade\n"
+    "  zrkio view earth.tif -o alps.png --bbox 5,43,17,49 --names cities.pbp\n"
     "  zrkio view A.TOC -o coverage.png\n"
     "\n"
     "Of a table of contents of raster maps the picture shows where its frames lie, north\n"
@@ -117,8 +142,8 @@ void AddHillshadeOptions(Command& command, Look& look) {
 }  // namespace
 
 void AddViewCommand(CommandLine& program) {
-  auto options = std::make_shared<Options>();
-  Command command = program.AddCommand("view", "Make a quick-look picture", kExamples);
+  auto options = std::make_shared<ViewOptions>();
+  Command command = program.AddCommand("view", "Make a quick-look picture", kViewExamples);
   command.AddArgument("FILE", options->file, "A raster file, or a table of contents");
   command.AddOption("-o,--output", "OUT.png", options->output, "The PNG file to write; - for standard output")
       .Require();
@@ -135,6 +160,9 @@ void AddViewCommand(CommandLine& program) {
       .SetRange(1, INT_MAX);
   AddWindowOptions(command, options->window);
   AddHillshadeOptions(command, options->look);
+  command.AddOption("--names", "FILE.pbp", options->names,
+                    "Mark the places of a file of names, and list them; not\n"
+                    "of a table of contents");
   AddNoLevelsOption(command, options->noLevels);
   AddQuietOption(command);
   command.SetAction([options] {
@@ -145,6 +173,6 @@ void AddViewCommand(CommandLine& program) {
     if (options->look.isShaded && options->bands.size() > 1) {
       throw UsageError("--hillshade", "takes one band");
     }
-    return Run(*options);
+    return RunView(*options);
   });
 }

@@ -125,8 +125,27 @@ void Channel::TakeMeans(const std::vector<double>& means) {
   for (const double mean : means) rows_.push_back(range_.Apply(mean));
 }
 
+/// Where rows of the picture go, with marks painted over them.
+class MarkedPng {
+ public:
+  MarkedPng(PngWriter& png, const PngShape& shape, const PlaceMarks* marks) : png_(png), shape_(shape), marks_(marks) {}
+
+  const PngShape& GetShape() const { return shape_; }
+  bool WriteRow(std::vector<unsigned char>& row, std::string& err) {
+    if (marks_) marks_->Paint(nextRow_++, shape_, row.data());
+    return png_.WriteRow(row.data(), err);
+  }
+
+ private:
+  PngWriter& png_;
+  PngShape shape_;
+  const PlaceMarks* marks_;
+  int nextRow_ = 0;
+};
+
 /// Writes the rows that all channels have.
-bool WriteRows(std::vector<Channel>& channels, const PngShape& shape, PngWriter& png, std::string& err) {
+bool WriteRows(std::vector<Channel>& channels, MarkedPng& png, std::string& err) {
+  const PngShape& shape = png.GetShape();
   int numRows = shape.height;
   for (const Channel& channel : channels) numRows = std::min(numRows, channel.CountRows());
   const std::size_t numChannels = channels.size();
@@ -136,21 +155,20 @@ bool WriteRows(std::vector<Channel>& channels, const PngShape& shape, PngWriter&
       const unsigned char* source = channels[c].RowAt(y);
       for (std::size_t i = c; i < row.size(); i += numChannels) row[i] = *source++;
     }
-    if (!png.WriteRow(row.data(), err)) return false;
+    if (!png.WriteRow(row, err)) return false;
   }
   for (Channel& channel : channels) channel.DropRows(numRows);
   return true;
 }
 
 /// One strip of each channel at a time, so that bands of one file share its decoding.
-bool ReadStrips(std::vector<Channel>& channels, const PngShape& shape, PngWriter& png, XThread& thread,
-                std::string& err) {
+bool ReadStrips(std::vector<Channel>& channels, MarkedPng& png, XThread& thread, std::string& err) {
   const auto hasMore = [](const Channel& channel) { return channel.HasMore(); };
   while (std::any_of(channels.begin(), channels.end(), hasMore)) {
     for (Channel& channel : channels) {
       if (channel.HasMore() && !channel.ReadStrip(thread, err)) return false;
     }
-    if (!WriteRows(channels, shape, png, err)) return false;
+    if (!WriteRows(channels, png, err)) return false;
     thread.CallbackPercent(100.0 * channels.front().GetShareDone());
   }
   return true;
@@ -174,5 +192,6 @@ bool WriteQuickLook(const View& view, const PngShape& shape, PngWriter& png, XTh
     channels.emplace_back(*band, view, shape);
     if (!channels.back().Prepare(thread, err)) return false;
   }
-  return png.Begin(shape, err) && ReadStrips(channels, shape, png, thread, err) && png.End(err);
+  MarkedPng marked(png, shape, view.marks);
+  return png.Begin(shape, err) && ReadStrips(channels, marked, thread, err) && png.End(err);
 }

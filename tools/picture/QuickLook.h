@@ -1,6 +1,7 @@
 #pragma once
 
 #include "output/PngWriter.h"
+#include "picture/PlaceMarks.h"
 #include "Window.h"
 #include "XThread.h"
 #include "ZRMBand.h"
@@ -22,6 +23,7 @@ struct View {
   std::vector<ZRMBand*> bands;  ///< one (grey) or three (red, green, blue), of one size
   Window window;                ///< of each of them
   Look look;
+  const PlaceMarks* marks = nullptr;  ///< painted over the picture; null for none
 };
 
 /// Writes a picture into `png`, from its beginning to its end. Pixels are means over the area that they stand for,

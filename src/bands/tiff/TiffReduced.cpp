@@ -121,7 +121,7 @@ class Finder {
     const int level = FindLevelOfSize(tags, first_.layout.tags);
     if (!isInFile && !IsReduction(ToSide(tags.width), ToSide(tags.height), ToSide(first_.layout.tags.width),
                                   ToSide(first_.layout.tags.height))) {
-      return Refuse("has an image of a size that is none of this one's");
+      return Refuse("has an image that is no reduced size of this one");
     }
     if (level == 0 || std::ranges::find(found_, level, &TiffReduced::level) != found_.end()) return;
     std::shared_ptr<TiffImage> image = TiffImage::OpenDirectory(tiff, file);

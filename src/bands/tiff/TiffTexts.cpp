@@ -182,6 +182,10 @@ TiffItems ParseTiffItems(std::string_view xml) {
   return items;
 }
 
+void TellTiffNumbers(ZRMBandGTIFF& band, TIFF* tiff) {
+  if (tiff) TellNumbers(band, ParseTiffItems(ReadText(tiff, kItemsTag)));
+}
+
 void TellTiffTexts(XRSFile& file) {
   const std::vector<ZRMBandGTIFF*> bands = ListBands(file);
   TIFF* const tiff = bands.empty() || !bands.front()->IsExact() ? nullptr : bands.front()->GetFileTIFF();

@@ -10,6 +10,7 @@
 #include <tiffio.h>
 
 class XRSFile;
+class ZRMBandGTIFF;
 
 namespace zrk {
 
@@ -34,6 +35,9 @@ struct TiffItems {
 
 /// Empty for a text that is refused or is no XML.
 TiffItems ParseTiffItems(std::string_view xml);
+
+/// Gives a band that stands alone its gain and bias, of the items in the file.
+void TellTiffNumbers(ZRMBandGTIFF& band, TIFF* tiff);
 
 /// Gives the bands of an exact load their gain and bias and the dataset its texts: those of the XML, and those of text
 /// tags under names such as "TIFFTAG_SOFTWARE". Compatible loads are left as they are.

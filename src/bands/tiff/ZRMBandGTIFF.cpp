@@ -312,6 +312,7 @@ std::unique_ptr<ZRMBand> ZRMBandGTIFF::MakeIndexBand() {
   impl.numChannels = impl.image->GetLayout().numChannels;
   if (zrk::ShowsNullSample(impl.image->GetLayout())) band->SetNullValue(*impl.image->GetLayout().nullSample);
   band->SetChannel(0);
+  zrk::TellTiffNumbers(*band, GetFileTIFF());
   return band;
 }
 

@@ -19,11 +19,6 @@ bool IsMrSid(FileHead head) {
   return StartsWith(head, "msid");
 }
 
-/// The signature box, or the start of a codestream without boxes.
-bool IsJpeg2000(FileHead head) {
-  return StartsWith(head, std::string_view("\0\0\0\x0CjP  \r\n\x87\n", 12)) || StartsWith(head, "\xFF\x4F\xFF\x51");
-}
-
 bool IsNitf(FileHead head) {
   return StartsWith(head, "NITF") || StartsWith(head, "NSIF");
 }
@@ -69,7 +64,6 @@ bool IsHfa(FileHead head) {
 ZRK_FORMATS(ZRK_DECLARE_ROW)
 
 constinit const FormatRow kSidFormat = Absent(kFormatSID, "MrSID", "sid", &IsMrSid);
-constinit const FormatRow kJp2Format = Absent(kFormatJP2, "JPEG 2000", "jp2", &IsJpeg2000);
 constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
 constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
 constinit const FormatRow kHfaFormat = Absent(kFormatHFA, "HFA", "img", &IsHfa);

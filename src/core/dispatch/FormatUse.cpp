@@ -44,7 +44,8 @@ zrk::SaveCall MakeSaveCall(XRSFile* file, const XString& path, const tagXSaveOpt
           .compressionMode = options.maxError ? kCompressed : kKeepSamples,
           .quality = options.maxError.value_or(0.0),
           .writerFlag1 = 0,
-          .writerFlag2 = 1};
+          .writerFlag2 = 1,
+          .layers = options.layers};
 }
 
 }  // namespace

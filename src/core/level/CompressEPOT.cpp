@@ -8,6 +8,7 @@
 // Reads, progress and the look at the stop word are the calling thread's. The bytes that come out do not depend on the
 // number of workers. docs/FORMATS.md shows the layout.
 
+#include "base/OwnReads.h"
 #include "base/Parallel.h"
 #include "core/level/BlobStore.h"
 #include "core/level/CompressPyramid.h"
@@ -91,6 +92,7 @@ std::int64_t BlobWriter::Finish() {
 
 /// Reads the window's rows into the cascade, some rows of tiles at a time.
 PyramidResult Pump(ZRMBand& band, const CompressRequest& request, const PyramidLayout& layout, RowCascade& cascade) {
+  const OwnReads own;
   const Window& window = request.window;
   const std::int64_t rowBytes = std::int64_t{layout.Width(0)} * layout.SampleBytes();
   // A buffer has INT_MAX bytes at most.

@@ -14,6 +14,7 @@
 
 #include "core/level/PyramidBuild.h"
 
+#include "base/OwnReads.h"
 #include "base/Parallel.h"
 #include "core/level/BuildProgress.h"
 #include "core/level/LowerLevels.h"
@@ -194,6 +195,7 @@ bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int str
 }
 
 bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
+  const OwnReads own;
   const Window& window = job_.window;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
   const bool isJoint = !crew.read.empty();

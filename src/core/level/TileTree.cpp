@@ -11,6 +11,7 @@
 
 #include "core/level/TileTree.h"
 
+#include "base/OwnReads.h"
 #include "core/level/PyramidStore.h"
 #include "XEPOT2D.h"
 #include "XJointReader.h"
@@ -205,6 +206,7 @@ bool TileTree::ReadTiles(const Window& part, int firstTile) {
 
 /// A band may be the caller's own and answer with a buffer of any shape. Only the right one is looked into.
 bool TileTree::ReadBand(const Window& part, int firstTile) {
+  const OwnReads own;
   tagXArr2* read = nullptr;
   const bool isRead = source_.ReadSubset(read, 0, part.x0, part.x1, part.y0, part.y1, nullptr) &&
                       read->xSize == part.Width() && read->ySize == part.Height();

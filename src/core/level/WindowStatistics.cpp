@@ -1,5 +1,6 @@
 #include "core/level/WindowStatistics.h"
 
+#include "base/OwnReads.h"
 #include "core/level/RowBlocks.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@ namespace {
 /// Calls `visit(block number, samples, count)` for blocks of rows from the top down.
 template <class Visit>
 PyramidResult ForEachBlock(ZRMBand& band, const Window& window, const XThread* thread, Visit&& visit) {
+  const OwnReads own;
   constexpr long kWantedRows = 200;
   const int wanted = XfnCalcBlockHeight(&band, kWantedRows);
   for (int y = window.y0, block = 0; y <= window.y1; ++block) {

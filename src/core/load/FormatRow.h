@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tagXFormat.h"
+#include "tagXLayerOptions.h"
 #include "XObList.h"
 #include "XString.h"
 
@@ -56,6 +57,7 @@ struct SaveCall {
   double quality = 0.0;
   int writerFlag1 = 0;
   int writerFlag2 = 0;
+  tagXLayerOptions layers = {};
 };
 
 /// The four corners that `XRSFileIO::GetGeoBounding` fills.

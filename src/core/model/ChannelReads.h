@@ -60,6 +60,11 @@ class ChannelReads {
     Record* const record = FindCurrent();
     return record && record->request == request ? ResultOf(record, channel) : nullptr;
   }
+  /// The calling thread's record, where its last request was this one and has been filled; null otherwise.
+  Record* FindFilled(const ReadRequest& request) const {
+    Record* const record = FindCurrent();
+    return record && record->isFilled && record->request == request ? record : nullptr;
+  }
   /// Gives up the results of all threads, because the band has another image now. No read may be under way.
   void Forget() { ++image_; }
   /// Frees the calling thread's buffers.

@@ -4,6 +4,7 @@
 
 #include "core/model/StripReads.h"
 
+#include "base/OwnReads.h"
 #include "base/Parallel.h"
 #include "base/ReadError.h"
 #include "XJointReader.h"
@@ -97,6 +98,7 @@ bool StripReads::ReadAll(int numWorkers, const TakeSamples& take) {
 }
 
 bool StripReads::ReadStrip(int strip, int worker, const TakeSamples& take) {
+  const OwnReads own;
   std::vector<tagXArr2*> pixels(bands_.size());
   for (int x0 = 0, count = 0; x0 < plan_.width; x0 += count) {
     count = std::min(plan_.columns, plan_.width - x0);

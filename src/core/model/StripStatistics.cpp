@@ -3,6 +3,7 @@
 
 #include "core/model/StripStatistics.h"
 
+#include "base/OwnReads.h"
 #include "math/SampleStatistics.h"
 #include "ZRMBand.h"
 
@@ -26,6 +27,7 @@ int CountStripRows(const ZRMBand& band, int level) {
 /// Adds all pixels. Rows at the end that make no step of the level go with the strip before them, since a read of them
 /// alone would fail.
 bool AddStrips(ZRMBand& band, int level, SampleStatistics& statistics) {
+  const OwnReads own;
   const int height = band.GetYSize(), rows = CountStripRows(band, level);
   for (int y = 0; y < height;) {
     const bool isLast = std::int64_t{height} - y - rows < (std::int64_t{1} << level);

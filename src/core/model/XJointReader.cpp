@@ -1,5 +1,6 @@
 #include "XJointReader.h"
 
+#include "base/OwnReads.h"
 #include "ZRMBand.h"
 
 #include <algorithm>
@@ -31,6 +32,7 @@ bool XfnHaveJointSource(std::span<ZRMBand* const> bands) {
 /// not for all.
 int XfnReadBands(std::span<ZRMBand* const> bands, int x0, int x1, int y0, int y1, int* cancel,
                  std::span<tagXArr2*> out) {
+  const zrk::OwnReads own;
   if (out.size() < bands.size()) return 0;
   std::ranges::fill(out, nullptr);
   const bool isJoint = bands.size() > 1 && XfnHaveJointSource(bands);

@@ -8,6 +8,7 @@
 
 #include "ZRMBand.h"
 
+#include "base/OwnReads.h"
 #include "base/Truncate.h"
 #include "XExactStatistics.h"
 #include "XStatistics.h"
@@ -72,6 +73,7 @@ int ZRMBand::CalcStatisticsAtLevel(int level, int withHistogram) {
   tagXArr2 local;
   if (!local.Alloc(width, height, GetDataSize())) return 0;
   tagXArr2* pixels = &local;
+  const zrk::OwnReads own;
   if (!ReadSubset(pixels, level, 0, GetXSize() - 1, 0, GetYSize() - 1, nullptr)) return 0;
 
   double minValue = 0.0, maxValue = 0.0, mean = 0.0, stdDev = 0.0;

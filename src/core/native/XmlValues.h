@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Words.h"
 #include "XROI.h"
 #include "XString.h"
 
@@ -30,11 +31,6 @@ bool ParseText(std::string_view text, double& value);
 /// The corners in turn, x and y of each.
 std::string FormatText(const XROI::Polygon& polygon);
 bool ParseText(std::string_view text, XROI::Polygon& polygon);
-
-/// The text without the white space around it.
-std::string_view Trimmed(std::string_view text);
-/// Takes the first word off the text; empty where there is none.
-std::string_view TakeWord(std::string_view& text);
 
 template <std::integral Value>
 std::string FormatText(Value value) {

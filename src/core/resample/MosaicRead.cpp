@@ -12,6 +12,7 @@
 #include "core/resample/MosaicRead.h"
 
 #include "base/DataTypeVisit.h"
+#include "base/OwnReads.h"
 #include "core/resample/SourceStrips.h"
 #include "math/SampleCast.h"
 #include "math/SampleFilter.h"
@@ -145,6 +146,7 @@ bool MosaicRead::LayStrip(ZRMBand& band, int first, int last) {
   const int y0 = std::min(firstRow, lastRow);
   const int y1 = std::max(firstRow, lastRow);
   if (!scratch_.strip.Alloc(columns_.Count(), y1 - y0 + 1, band.GetDataSize())) return false;
+  const OwnReads own;
   // Some sources fill the buffer that they are given, others answer with one of their own.
   tagXArr2* pixels = &scratch_.strip;
   if (!band.ReadSubset(pixels, 0, columns_.first, columns_.last, y0, y1, cancel_)) return false;

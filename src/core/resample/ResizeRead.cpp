@@ -9,6 +9,7 @@
 #include "core/resample/ResizeRead.h"
 
 #include "base/DataTypeVisit.h"
+#include "base/OwnReads.h"
 #include "core/resample/SourceStrips.h"
 #include "XThread.h"
 #include "ZRMBand.h"
@@ -72,6 +73,7 @@ int ResizeRead::LastOfStrip(int j, int height) const {
 /// Null where the read fails, and where the source answers with another shape than was asked for.
 const tagXArr2* ResizeRead::ReadSource(PixelRange rows) {
   if (!scratch_.strip.Alloc(columns_.Count(), rows.Count(), sampleBytes_)) return nullptr;
+  const OwnReads own;
   tagXArr2* pixels = &scratch_.strip;
   if (!source_.ReadSubset(pixels, 0, left_ + columns_.first, left_ + columns_.last, top_ + rows.first, top_ + rows.last,
                           cancel_)) {

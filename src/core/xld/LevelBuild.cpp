@@ -10,6 +10,7 @@
 
 #include "base/Disk.h"
 #include "base/Failure.h"
+#include "base/OwnReads.h"
 #include "core/level/PyramidStore.h"
 #include "core/level/TileTree.h"
 #include "core/model/StripStatistics.h"
@@ -143,6 +144,7 @@ bool LevelBuild::MeasureBands() {
 /// The image is asked for at the count of levels, which is the coarsest one that a band serves. A band that can't be
 /// read has no statistics, and its record stays empty; the build goes on with the others. In the exact policy it fails.
 bool LevelBuild::MeasureBand(int index) {
+  const OwnReads own;
   ZRMBand* band = dataset_.GetBandAt(index);
   if (!band) return false;
   Sums sums;

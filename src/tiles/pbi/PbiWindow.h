@@ -21,7 +21,7 @@ struct PbiScratch {
 /// Red, green, blue and alpha.
 constexpr int kPbiChannels = 4;
 
-/// The picture of a tile. Its type is none where the level's numbers make no picture.
+/// The picture of a tile. Its type stays unset where the numbers of the level do not make a picture.
 BlockShape ShapeOf(const tagXTileLevel& level);
 /// Its pixels, where a buffer may hold them all; otherwise 0.
 std::size_t CountPixels(const BlockShape& shape);

@@ -5,6 +5,7 @@
 
 #include "tiles/txid/TxidSource.h"
 
+#include "base/OwnReads.h"
 #include "base/Window.h"
 #include "math/Interleave.h"
 #include "XReadPolicy.h"
@@ -79,6 +80,7 @@ bool TakePlace(const ZRMBand& band, tagTxiInfo& info, XString& err) {
 /// Rows of one band become every fourth byte of the strip.
 bool ReadPlane(ZRMBand& band, const Window& window, int byte, TxidStrip& strip, XString& err) {
   tagXArr2* plane = nullptr;
+  const OwnReads own;
   XfnForgetLastReadError();
   if (!band.ReadSubset(plane, 0, window.x0, window.x1, window.y0, window.y1, nullptr)) {
     return XfnGetLastReadError(err) != 0 ? false : Fail(err, "The pixels can't be read");

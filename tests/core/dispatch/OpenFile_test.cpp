@@ -174,8 +174,8 @@ TEST_F(OpenFile, LeavesNoSentenceBehindSuccess) {
 TEST_F(OpenFile, TellsWhyAFileCannotBeOpened) {
   EXPECT_EQ(0, XfnOpenFile(nullptr, "a.bmp", err_));
   EXPECT_EQ(XString("Not Valid XRSFile"), err_);
-  EXPECT_EQ(0, Open("a.jp2", BytesOf("none")));
-  EXPECT_EQ(XString("JPEG 2000 files can't be read by this build"), err_);
+  EXPECT_EQ(0, Open("a.ecw", BytesOf("none")));
+  EXPECT_EQ(XString("ECW files can't be read by this build"), err_);
   EXPECT_EQ(0, Open("a.dat", BytesOf("none")));
   EXPECT_EQ(XString("The format can't be told from the file's extension or its first bytes"), err_);
   EXPECT_EQ(0, Open("a.bmp", BytesOf("none")));

@@ -56,7 +56,6 @@ TEST_P(LoadFileRasterUnreadable, SaysWhichFilesThisBuildCannotRead) {
 
 INSTANTIATE_TEST_SUITE_P(AllOfThem, LoadFileRasterUnreadable,
                          testing::Values(Unreadable{0x6A, "MrSID files can't be read by this build"},
-                                         Unreadable{0x6B, "JPEG 2000 files can't be read by this build"},
                                          Unreadable{0x6E, "Hawk scanning sensor files can't be read by this build"},
                                          Unreadable{0x6F, "NITF image files can't be read by this build"},
                                          Unreadable{0x70, "HFA files can't be read by this build"},

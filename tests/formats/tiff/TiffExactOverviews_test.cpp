@@ -92,7 +92,7 @@ TEST_F(TiffExactOverviews, BesideThatAreOlderThanTheImageAreNotUsed) {
 }
 
 TEST_F(TiffExactOverviews, BesideOfAnotherImageAreNotUsed) {
-  constexpr const char* kSize = "a.tif.ovr is not used, because it has an image of a size that is none of this one's";
+  constexpr const char* kSize = "a.tif.ovr is not used, because it has an image that is no reduced size of this one";
   constexpr const char* kKind = "a.tif.ovr is not used, because it has samples of another kind";
   const std::pair<TiffBuilder, const char*> files[] = {
       {Reduced(12, 8, 70), kSize},

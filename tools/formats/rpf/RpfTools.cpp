@@ -24,6 +24,10 @@ bool ViewToc(const ViewRequest& request, const XCIBtoc& toc, XThread& thread, Pn
     err = "a table of contents has no pixels for a window";
     return false;
   }
+  if (request.hasNames) {
+    err = "a table of contents has no map for places";
+    return false;
+  }
   if (request.isShaded) {
     err = "a table of contents has no heights";
     return false;

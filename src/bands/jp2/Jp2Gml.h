@@ -1,0 +1,20 @@
+#pragma once
+
+#include "bands/jp2/Jp2Place.h"
+
+#include <optional>
+#include <string_view>
+
+namespace zrk {
+
+/// The rectified grid of a GML text.
+struct Jp2Grid {
+  Jp2Transform transform{};  ///< of outer corners, x being the axis to the east
+  int epsg = 0;              ///< of its system; 0 where it names none by a code
+};
+
+/// Parses the first rectified grid of two dimensions in a text. Empty where there is none, or the text is not to be
+/// trusted.
+std::optional<Jp2Grid> ParseGmlGrid(std::string_view xml);
+
+}  // namespace zrk

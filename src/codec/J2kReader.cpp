@@ -1,0 +1,257 @@
+// A tile of a codestream is made a codestream of its own, so that a window of an image costs what its tiles cost,
+// however many others there are. A decoder that is given the whole file would pass over all tiles in front of the one
+// that it wants, and keep a record of each.
+//
+// All coordinates of a codestream are those of one reference grid, and nothing of a tile depends on other tiles. So the
+// new codestream has the main header with the image cut to the tile, and the parts of the tile, which get the number 0.
+// Lists of lengths and comments are left out. Heads of packets that the main header holds for all tile-parts (PPM) are
+// replaced by those of the tile's own parts.
+//
+// The list of tile-parts in a main header is believed until a part turns out not to lie where it says. The codestream
+// is walked through then, once.
+
+#include "codec/J2kReader.h"
+
+#include "base/Cursor.h"
+#include "base/Disk.h"
+#include "codec/Jp2Boxes.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace zrk {
+namespace {
+
+constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;  // PPM
+constexpr std::size_t kMostParts = 255;               // of one tile
+constexpr std::size_t kMaxPartHeaderBytes = 4 << 20;
+
+/// The segments of a main header that a tile's own codestream needs: those that say how samples are coded. In the order
+/// of their markers: CAP, SIZ, COD, COC, RGN, QCD, QCC, POC, MCT, MCC, MCO and CBD.
+constexpr std::uint16_t kKeptMarkers[] = {0xFF50, 0xFF51, 0xFF52, 0xFF53, 0xFF5E, 0xFF5C,
+                                          0xFF5D, 0xFF5F, 0xFF74, 0xFF75, 0xFF77, 0xFF78};
+
+using CodeBytes = std::vector<unsigned char>;
+
+void PutBig(CodeBytes& bytes, std::size_t offset, std::uint32_t value, int count) {
+  for (int i = 0; i < count; ++i) {
+    bytes[offset + static_cast<std::size_t>(i)] = static_cast<unsigned char>(value >> (8 * (count - 1 - i)));
+  }
+}
+
+void AppendBig(CodeBytes& bytes, std::uint32_t value, int count) {
+  bytes.resize(bytes.size() + static_cast<std::size_t>(count));
+  PutBig(bytes, bytes.size() - static_cast<std::size_t>(count), value, count);
+}
+
+/// The head of a part of the only tile.
+CodeBytes MakePartHead(std::int64_t numBytes, std::size_t number, std::size_t count) {
+  CodeBytes head;
+  AppendBig(head, kMarkerTilePart, 2);
+  AppendBig(head, 10, 2);
+  AppendBig(head, 0, 2);
+  AppendBig(head, static_cast<std::uint32_t>(numBytes), 4);
+  AppendBig(head, static_cast<std::uint32_t>(number), 1);
+  AppendBig(head, static_cast<std::uint32_t>(count), 1);
+  return head;
+}
+
+int RefuseTile(XString& err, const char* sentence, int tile) {
+  err.Format(sentence, tile);
+  return 0;
+}
+
+/// What the segments PPM hold, put together in the order of their numbers: for each tile-part a length and the heads of
+/// its packets.
+CodeBytes JoinPackedHeads(const J2kHeader& header) {
+  std::map<int, std::pair<std::size_t, std::size_t>> places;
+  for (const J2kSegment& segment : header.segments) {
+    if (segment.marker != kMarkerPackedHeads || segment.numBytes < 5) continue;
+    places[header.bytes[segment.offset + 4]] = {segment.offset + 5, segment.numBytes - 5};
+  }
+  CodeBytes joined;
+  for (const auto& [number, place] : places) {
+    const auto first = header.bytes.begin() + static_cast<std::ptrdiff_t>(place.first);
+    joined.insert(joined.end(), first, first + static_cast<std::ptrdiff_t>(place.second));
+  }
+  return joined;
+}
+
+std::vector<CodeBytes> SplitPackedHeads(const CodeBytes& joined) {
+  std::vector<CodeBytes> heads;
+  Cursor cursor(joined);
+  while (cursor.Remaining() > 0) {
+    const std::size_t length = cursor.U32BE();
+    const std::span<const unsigned char> bytes = cursor.Bytes(length);
+    if (cursor.HasFailed()) break;
+    heads.emplace_back(bytes.begin(), bytes.end());
+  }
+  return heads;
+}
+
+}  // namespace
+
+std::shared_ptr<J2kReader> J2kReader::Open(std::shared_ptr<DiskFile> file, std::int64_t offset, std::int64_t end,
+                                           XString& err) {
+  std::shared_ptr<J2kReader> reader(new J2kReader);
+  if (!ReadJ2kHeader(*file, offset, end, reader->header_, err)) return nullptr;
+  reader->file_ = std::move(file);
+  reader->offset_ = offset;
+  reader->end_ = end;
+  reader->packedHeads_ = SplitPackedHeads(JoinPackedHeads(reader->header_));
+  return reader;
+}
+
+std::shared_ptr<const J2kIndex> J2kReader::MakeIndex(bool mayTakeList) {
+  const std::int64_t first = offset_ + std::ssize(header_.bytes);
+  auto fresh = std::make_shared<J2kIndex>();
+  if (mayTakeList && fresh->TakeList(header_, first, end_)) return fresh;
+  return fresh->Walk(*file_, header_, first, end_) ? fresh : nullptr;
+}
+
+std::shared_ptr<const J2kIndex> J2kReader::GetIndex() {
+  const std::lock_guard lock(mutex_);
+  if (!index_) index_ = MakeIndex(true);
+  return index_;
+}
+
+/// Whether the parts stand where they should.
+bool J2kReader::Holds(const std::vector<J2kTilePart>& parts) {
+  return std::ranges::all_of(parts, [this](const J2kTilePart& part) {
+    J2kPartHead head;
+    return ReadJ2kPartHead(*file_, part.offset, end_, head) == J2kHeadFound::kHead && head.tile == part.tile &&
+           (head.numBytes == 0 || head.numBytes == part.numBytes);
+  });
+}
+
+/// A list that leaves a tile out, or places a part wrongly, gives way to a walk. Nothing where the disk fails.
+std::optional<std::vector<J2kTilePart>> J2kReader::FindParts(int tile) {
+  const auto partsIn = [tile](const J2kIndex& index) {
+    return std::vector<J2kTilePart>(index.PartsOf(tile).begin(), index.PartsOf(tile).end());
+  };
+  const std::shared_ptr<const J2kIndex> index = GetIndex();
+  if (!index) return std::nullopt;
+  std::vector<J2kTilePart> parts = partsIn(*index);
+  if (!index->IsFromList() || (!parts.empty() && Holds(parts))) return parts;
+  const std::shared_ptr<const J2kIndex> walked = MakeIndex(false);
+  if (!walked) return std::nullopt;
+  const std::lock_guard lock(mutex_);
+  index_ = walked;
+  return partsIn(*walked);
+}
+
+/// The main header with the image cut to the tile, which becomes the first and only one.
+CodeBytes J2kReader::MakeTileHeader(int tile) const {
+  CodeBytes bytes(header_.bytes.begin(), header_.bytes.begin() + 2);
+  for (const J2kSegment& segment : header_.segments) {
+    if (std::ranges::find(kKeptMarkers, segment.marker) == std::end(kKeptMarkers)) continue;
+    const auto first = header_.bytes.begin() + static_cast<std::ptrdiff_t>(segment.offset);
+    bytes.insert(bytes.end(), first, first + static_cast<std::ptrdiff_t>(segment.numBytes));
+  }
+  const J2kRect rect = header_.GetTileRect(tile);
+  const std::int64_t x = header_.firstTile.x0 + tile % header_.tilesAcross * header_.firstTile.Width();
+  const std::int64_t y = header_.firstTile.y0 + tile / header_.tilesAcross * header_.firstTile.Height();
+  // SIZ comes first, behind the marker of the codestream. Its numbers begin after its marker, its length and a profile.
+  // A tile that is wider than the image can have its number of columns as it is.
+  constexpr std::size_t kNumbers = 2 + 6;
+  const std::int64_t numbers[] = {
+      rect.x1, rect.y1, rect.x0, rect.y0, header_.firstTile.Width(), header_.firstTile.Height(), x, y};
+  std::size_t offset = kNumbers;
+  for (const std::int64_t number : numbers) {
+    PutBig(bytes, offset, static_cast<std::uint32_t>(number), 4);
+    offset += 4;
+  }
+  return bytes;
+}
+
+/// A part for which there are no heads gets an empty list.
+void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes& header) {
+  if (packedHeads_.empty()) return;
+  CodeBytes joined;
+  for (const J2kTilePart& part : parts) {
+    const auto place = static_cast<std::size_t>(part.ordinal);
+    const CodeBytes* const heads = place < packedHeads_.size() ? &packedHeads_[place] : nullptr;
+    AppendBig(joined, heads ? static_cast<std::uint32_t>(heads->size()) : 0, 4);
+    if (heads) joined.insert(joined.end(), heads->begin(), heads->end());
+  }
+  constexpr std::size_t kMostBytes = 65535 - 3;
+  std::uint32_t number = 0;
+  for (std::size_t done = 0; done < joined.size(); ++number) {
+    const std::size_t count = std::min(kMostBytes, joined.size() - done);
+    AppendBig(header, kMarkerPackedHeads, 2);
+    AppendBig(header, static_cast<std::uint32_t>(count + 3), 2);
+    AppendBig(header, number, 1);
+    const auto first = joined.begin() + static_cast<std::ptrdiff_t>(done);
+    header.insert(header.end(), first, first + static_cast<std::ptrdiff_t>(count));
+    done += count;
+  }
+}
+
+/// A tile may be coded in another way than the main header says. Its first part tells so.
+int J2kReader::ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err) {
+  const std::int64_t most = std::min(part.numBytes, end_ - part.offset) - J2kPartHead::kBytes;
+  CodeBytes bytes(static_cast<std::size_t>(std::clamp<std::int64_t>(most, 0, 4096)));
+  std::int64_t numRead = file_->ReadAt(part.offset + J2kPartHead::kBytes, bytes.data(), std::ssize(bytes));
+  Cursor cursor(bytes);
+  while (numRead == std::ssize(bytes)) {
+    const std::size_t place = cursor.Position();
+    const std::uint16_t marker = cursor.U16BE();
+    if (!cursor.HasFailed() && marker == kMarkerData) {
+      std::vector<J2kSegment> segments;
+      const std::span<const unsigned char> header(bytes.data(), place);
+      const int numComponents = static_cast<int>(header_.components.size());
+      if (ListJ2kSegments(header, 0, segments) && ParseJ2kCoding(header, segments, numComponents, coding)) return 1;
+      break;
+    }
+    const std::size_t length = cursor.U16BE();
+    if (length < 2 && !cursor.HasFailed()) break;
+    cursor.Skip(length < 2 ? 0 : length - 2);
+    if (!cursor.HasFailed()) continue;
+    // The header goes on behind what was read: more of it is read, and the segment is looked at again.
+    if (std::ssize(bytes) >= most || bytes.size() >= kMaxPartHeaderBytes) break;
+    bytes.resize(static_cast<std::size_t>(std::min<std::int64_t>(most, std::ssize(bytes) * 4)));
+    numRead = file_->ReadAt(part.offset + J2kPartHead::kBytes, bytes.data(), std::ssize(bytes));
+    cursor = Cursor(bytes);
+    cursor.Seek(place);
+  }
+  return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+}
+
+int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err) {
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    const J2kTilePart& part = parts[i];
+    const std::int64_t numBytes = std::min(part.numBytes, end_ - part.offset);
+    if (numBytes > UINT32_MAX) return RefuseTile(err, "A part of tile %d is too long", part.tile);
+    result.stream->AddBytes(MakePartHead(numBytes, i, parts.size()));
+    result.stream->AddRange(part.offset + J2kPartHead::kBytes, numBytes - J2kPartHead::kBytes);
+    result.numBytes += numBytes;
+  }
+  CodeBytes mark;
+  AppendBig(mark, kMarkerEnd, 2);
+  result.stream->AddBytes(std::move(mark));
+  return 1;
+}
+
+int J2kReader::OpenTile(int tile, bool isStrict, Tile& result, XString& err) {
+  result = {};
+  std::optional<std::vector<J2kTilePart>> found = FindParts(tile);
+  if (!found) return RefuseTile(err, "The disk fails in front of tile %d", tile);
+  std::vector<J2kTilePart>& parts = *found;
+  if (parts.size() > kMostParts) parts.resize(kMostParts);
+  // What a file that was cut holds of a part may not even be its header, which no decoder can use.
+  constexpr std::int64_t kLeastBytes = 14;
+  const bool isCut = std::ranges::any_of(parts, [this](const J2kTilePart& part) { return part.IsCut(end_); });
+  std::erase_if(parts, [this](const J2kTilePart& part) { return end_ - part.offset < kLeastBytes; });
+  if (isStrict && isCut) return RefuseTile(err, "The file ends within tile %d", tile);
+  if (parts.empty()) return isStrict ? RefuseTile(err, "The file has no tile %d", tile) : 1;
+  result.coding = header_.coding;
+  if (!ReadTileCoding(parts.front(), result.coding, err)) return isCut && !isStrict;
+  result.stream = std::make_unique<J2kStream>(file_);
+  CodeBytes header = MakeTileHeader(tile);
+  AddPackedHeads(parts, header);
+  result.stream->AddBytes(std::move(header));
+  return AddParts(parts, result, err);
+}
+
+}  // namespace zrk

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "codec/J2kHeaderReader.h"
+#include "codec/J2kIndexReader.h"
+#include "codec/J2kStream.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace zrk {
+
+/// An open codestream: a range of a file, its main header, and where its tile-parts lie, which is found out at the
+/// first read. Any number of threads may use it at once.
+class J2kReader {
+ public:
+  /// Reads the main header of the codestream from `offset` of the file up to `end`. Null, with the reason in `err`,
+  /// where that can't be.
+  static std::shared_ptr<J2kReader> Open(std::shared_ptr<DiskFile> file, std::int64_t offset, std::int64_t end,
+                                         XString& err);
+
+  const J2kHeader& GetHeader() const { return header_; }
+  std::int64_t GetOffset() const { return offset_; }
+  std::int64_t GetEnd() const { return end_; }
+  /// The index, made at the first call; null where the disk fails.
+  std::shared_ptr<const J2kIndex> GetIndex();
+
+  /// A tile of the codestream as a codestream of its own.
+  struct Tile {
+    std::unique_ptr<J2kStream> stream;  ///< null for a tile that is missing
+    J2kTileCoding coding;               ///< of this tile
+    std::int64_t numBytes = 0;          ///< of its tile-parts
+  };
+  /// Makes the codestream of a tile. Where `isStrict`, a tile that is missing or not whole fails. 1, or 0 with the
+  /// reason in `err`.
+  int OpenTile(int tile, bool isStrict, Tile& result, XString& err);
+
+ private:
+  J2kReader() = default;
+
+  std::optional<std::vector<J2kTilePart>> FindParts(int tile);
+  std::shared_ptr<const J2kIndex> MakeIndex(bool mayTakeList);
+  bool Holds(const std::vector<J2kTilePart>& parts);
+  std::vector<unsigned char> MakeTileHeader(int tile) const;
+  void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header);
+  int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
+  int ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err);
+
+  std::shared_ptr<DiskFile> file_;
+  std::int64_t offset_ = 0;
+  std::int64_t end_ = 0;
+  J2kHeader header_;
+  std::mutex mutex_;
+  std::shared_ptr<const J2kIndex> index_;                // guarded by the mutex; what it points to never changes
+  std::vector<std::vector<unsigned char>> packedHeads_;  // by the ordinal of the tile-part
+};
+
+}  // namespace zrk

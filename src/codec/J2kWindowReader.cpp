@@ -1,0 +1,232 @@
+// A window is read tile by tile. For each tile the area of the reference grid is worked out that has the samples
+// wanted, and no others: sample a of a component at level n lies at a * 2^n * dx. The decoder gives the planes of that
+// area, and the sink takes its part of each.
+//
+// Where several threads may work, each takes a tile at a time, with a decoder of its own. In a single tile the decoder
+// itself starts the threads. The last decoder of a calling thread is kept, because the next window often lies in the
+// same tile, whose bytes the decoder has in memory.
+//
+// A large area of a file that is small for it is decoded in stripes, so that the decoder's memory stays in proportion
+// to the file.
+
+#include "codec/J2kWindowReader.h"
+
+#include "base/Parallel.h"
+#include "codec/J2kCost.h"
+#include "XThread.h"
+
+#include <algorithm>
+#include <climits>
+#include <mutex>
+#include <utility>
+
+namespace zrk {
+namespace {
+
+constexpr std::int64_t kFewSamples = 1 << 18;       // for which threads are not worth starting
+constexpr std::int64_t kMostKeptBytes = 256 << 20;  // of coded data that a thread may keep
+
+J2kRect Unite(const J2kRect& a, const J2kRect& b) {
+  if (a.IsEmpty()) return b;
+  return {std::min(a.x0, b.x0), std::min(a.y0, b.y0), std::max(a.x1, b.x1), std::max(a.y1, b.y1)};
+}
+
+/// The area of the reference grid from the first of these samples to the last.
+J2kRect AreaOf(const J2kComponent& component, const J2kRect& samples, int level) {
+  const std::int64_t stepX = std::int64_t{component.dx} << level, stepY = std::int64_t{component.dy} << level;
+  return {samples.x0 * stepX, samples.y0 * stepY, (samples.x1 - 1) * stepX + 1, (samples.y1 - 1) * stepY + 1};
+}
+
+/// The area of the reference grid that a whole window needs.
+J2kRect AreaOf(const J2kHeader& header, const J2kRequest& request) {
+  J2kRect area;
+  for (std::size_t c = 0; c < request.rects.size(); ++c) {
+    if (request.rects[c].IsEmpty()) continue;
+    area = Unite(area, AreaOf(header.components[c], request.rects[c], request.level));
+  }
+  return area;
+}
+
+/// The numbers of the tiles that an area touches, row by row.
+std::vector<int> ListTiles(const J2kHeader& header, const J2kRect& area) {
+  const J2kRect& first = header.firstTile;
+  const std::int64_t left = (area.x0 - first.x0) / first.Width(), right = (area.x1 - 1 - first.x0) / first.Width();
+  const std::int64_t top = (area.y0 - first.y0) / first.Height(), bottom = (area.y1 - 1 - first.y0) / first.Height();
+  std::vector<int> tiles;
+  for (std::int64_t y = top; y <= bottom; ++y) {
+    for (std::int64_t x = left; x <= right; ++x) tiles.push_back(static_cast<int>(y * header.tilesAcross + x));
+  }
+  return tiles;
+}
+
+std::int64_t CountSamples(const J2kHeader& header, const J2kRect& area, int level) {
+  std::int64_t count = 0;
+  for (int c = 0; c < std::ssize(header.components); ++c) {
+    const J2kRect rect = header.ReduceRect(area, c, level);
+    if (!rect.IsEmpty()) count += rect.Width() * rect.Height();
+  }
+  return count;
+}
+
+bool Contains(const J2kRect& outer, const J2kRect& inner) {
+  return Intersect(outer, inner) == inner;
+}
+
+}  // namespace
+
+struct J2kWindowReader::TileWork {
+  int tile = 0;
+  int level = 0;
+  J2kRect rect;                // of the tile on the reference grid
+  J2kRect area;                // of it that is needed
+  std::vector<J2kRect> parts;  // of the window's samples, by component
+  J2kSettings settings;
+
+  bool IsEmpty() const { return area.IsEmpty(); }
+};
+
+J2kSink::~J2kSink() = default;
+
+J2kWindowReader::J2kWindowReader(std::shared_ptr<J2kReader> reader) : reader_(std::move(reader)) {}
+
+J2kWindowReader::TileWork J2kWindowReader::PlanTile(const J2kRequest& request, int tile) const {
+  const J2kHeader& header = reader_->GetHeader();
+  TileWork work;
+  work.tile = tile;
+  work.level = request.level;
+  work.rect = header.GetTileRect(tile);
+  for (int c = 0; c < std::ssize(header.components); ++c) {
+    const J2kRect part =
+        Intersect(request.rects[static_cast<std::size_t>(c)], header.ReduceRect(work.rect, c, request.level));
+    work.parts.push_back(part);
+    if (part.IsEmpty()) continue;
+    work.area = Unite(work.area, AreaOf(header.components[static_cast<std::size_t>(c)], part, request.level));
+    work.settings.components.push_back(c);
+  }
+  if (std::ssize(work.settings.components) == std::ssize(header.components)) work.settings.components.clear();
+  work.settings.level = request.level;
+  work.settings.isStrict = request.isStrict;
+  return work;
+}
+
+/// Components that are mixed with each other are decoded together, and each of them must have samples in the area.
+int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Session& session, XString& err) {
+  J2kReader::Tile tile;
+  if (!reader_->OpenTile(work.tile, request.isStrict, tile, err)) return 0;
+  session = {};
+  if (!tile.stream) return 1;
+  const J2kHeader& header = reader_->GetHeader();
+  if (!IsPlausible(EstimateJ2kCost(header, tile.coding, work.rect), tile.numBytes)) {
+    err.Format("The file is too short for what tile %d promises", work.tile);
+    return 0;
+  }
+  session.decoder = MakeJ2kDecoder();
+  J2kSettings settings = work.settings;
+  if (tile.coding.mixesComponents) settings.components.clear();
+  if (!session.decoder->Open(std::move(tile.stream), settings, err)) {
+    session.decoder.reset();
+    return 0;
+  }
+  session.tile = work.tile;
+  session.settings = work.settings;
+  session.coding = std::move(tile.coding);
+  session.numBytes = tile.numBytes;
+  return 1;
+}
+
+int J2kWindowReader::DecodePiece(const TileWork& work, const J2kRect& area, Session& session, J2kSink& sink,
+                                 XString& err) {
+  std::vector<J2kPlane> planes;
+  if (!session.decoder->Decode(area, planes, err)) return 0;
+  const bool isCentred = session.decoder->LeavesLevelShift();
+  for (J2kPlane& plane : planes) {
+    const J2kRect inArea = reader_->GetHeader().ReduceRect(area, plane.component, work.level);
+    const J2kRect part = Intersect(work.parts[static_cast<std::size_t>(plane.component)], inArea);
+    if (part.IsEmpty()) continue;
+    if (!plane.samples || !Contains(plane.rect, part)) {
+      err = "The codestream's decoder has lost samples";
+      return 0;
+    }
+    plane.isCentred = isCentred && !reader_->GetHeader().components[static_cast<std::size_t>(plane.component)].isSigned;
+    sink.Take(plane, part);
+  }
+  session.decoder->FreePlanes();
+  return 1;
+}
+
+/// Stripes have so many rows of the reference grid that each component has samples in each of them.
+int J2kWindowReader::DecodeTile(const TileWork& work, const int* cancel, Session& session, J2kSink& sink,
+                                XString& err) {
+  const J2kHeader& header = reader_->GetHeader();
+  J2kRect area = work.area;
+  const auto isEmptyIn = [&](const J2kRect& rect) {
+    for (int c = 0; c < std::ssize(header.components); ++c) {
+      if (header.ReduceRect(rect, c, work.level).IsEmpty()) return true;
+    }
+    return false;
+  };
+  if (session.coding.mixesComponents && isEmptyIn(area)) {
+    area = work.rect;
+    if (isEmptyIn(area)) {
+      err.Format("Tile %d has components without samples at this level", work.tile);
+      return 0;
+    }
+  }
+  constexpr std::int64_t kSampleBytes = 4, kUnit = 256;
+  const std::int64_t workBytes = CountWorkBytes(session.numBytes);
+  const std::int64_t needed = CountSamples(header, area, work.level) * kSampleBytes;
+  if (needed <= workBytes) return DecodePiece(work, area, session, sink, err);
+  const std::int64_t unit = kUnit << work.level;
+  const std::int64_t rows = std::max(area.Height() / (needed / workBytes + 1), 2 * unit);
+  for (std::int64_t y = area.y0; y < area.y1;) {
+    if (XfnIsStopRequested(cancel)) return 0;
+    const std::int64_t edge = (y + rows) / unit * unit;
+    const std::int64_t end = area.y1 - edge < unit ? area.y1 : edge;
+    if (!DecodePiece(work, {area.x0, y, area.x1, end}, session, sink, err)) return 0;
+    y = end;
+  }
+  return 1;
+}
+
+int J2kWindowReader::ReadTile(const J2kRequest& request, int tile, int numThreads, const int* cancel, Session& session,
+                              J2kSink& sink, XString& err) {
+  if (XfnIsStopRequested(cancel)) return 0;
+  TileWork work = PlanTile(request, tile);
+  if (work.IsEmpty()) return 1;
+  const bool isSmall = CountSamples(reader_->GetHeader(), work.area, request.level) < kFewSamples;
+  work.settings.numThreads = isSmall ? 1 : numThreads;
+  const bool isOpen = session.decoder && session.tile == tile && session.settings == work.settings;
+  if (!isOpen && !OpenSession(request, work, session, err)) return 0;
+  if (!session.decoder) {
+    for (int c = 0; c < std::ssize(work.parts); ++c) {
+      if (!work.parts[static_cast<std::size_t>(c)].IsEmpty()) sink.Miss(c, work.parts[static_cast<std::size_t>(c)]);
+    }
+    return 1;
+  }
+  const int isDone = DecodeTile(work, cancel, session, sink, err);
+  if (!isDone || !session.decoder->CanDecodeAgain() || session.numBytes > kMostKeptBytes) session = {};
+  return isDone;
+}
+
+int J2kWindowReader::Read(const J2kRequest& request, const int* cancel, J2kSink& sink, XString& err) {
+  const std::vector<int> tiles = ListTiles(reader_->GetHeader(), AreaOf(reader_->GetHeader(), request));
+  const int numTiles = static_cast<int>(tiles.size());
+  const int numWorkers = std::min(request.numThreads, numTiles);
+  if (numWorkers <= 1) {
+    Session& session = kept_.Get();
+    return std::ranges::all_of(tiles, [&](int tile) {
+      return ReadTile(request, tile, numTiles == 1 ? request.numThreads : 1, cancel, session, sink, err) != 0;
+    });
+  }
+  std::mutex mutex;
+  return ForEachInParallel(numWorkers, numTiles, [&](int index, int) {
+    Session session;
+    XString reason;
+    if (ReadTile(request, tiles[static_cast<std::size_t>(index)], 1, cancel, session, sink, reason)) return true;
+    const std::lock_guard lock(mutex);
+    if (err.IsEmpty()) err = reason;
+    return false;
+  });
+}
+
+}  // namespace zrk

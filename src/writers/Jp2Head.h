@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+class ZRMBand;
+
+namespace zrk {
+
+struct Jp2Job;
+
+/// The boxes before the codestream: signature, file type, header, and the place where that is not empty.
+std::vector<unsigned char> MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place);
+
+/// The TIFF file in a GeoJP2 box that gives the window of the job the place of its first band. Empty where the band has
+/// no place and no system.
+std::vector<unsigned char> MakeGeoJp2(const Jp2Job& job);
+
+/// Opens the box of the codestream. A box that may exceed 4 GiB has the long form.
+std::vector<unsigned char> MakeCodestreamBox(std::int64_t codestreamBytes, bool isLong);
+inline std::int64_t CountCodestreamBoxBytes(bool isLong) {
+  return isLong ? 16 : 8;
+}
+
+}  // namespace zrk
