@@ -38,6 +38,7 @@ class ZRMCompManager;
 ///   "Fail to crate PBI file"                         spelled so: the file can't be made, has no room on the disk, or
 ///                                                    its header has no room for so many levels
 ///   "Fail to allocate PBI output data memory"
+///   "A tile of the finer level can't be read"        in the exact policy; otherwise it counts as black
 ///   "Fail to write tiles to the file"
 ZRKIO_API int XfnExport2PBI(XString path, ZRMCompManager* manager, int minLevel, int maxLevel, double minLon,
                             double minLat, double maxLon, double maxLat, unsigned long backColor, XString& error,

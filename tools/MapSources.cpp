@@ -74,11 +74,12 @@ bool MapSources::TakePlace(XRSFile& file, std::string& err) {
     if (!map) manager_.SetSR(*first.GetSR());
     return true;
   }
-  if (!map) {
+  const XSpatialReference* const ofUnnamed = unnamed_ ? &*unnamed_ : map;
+  if (!ofUnnamed || ofUnnamed->IsEmpty()) {
     err = "it names no system; --srs EPSG:n does";
     return false;
   }
-  for (int i = 0; i < file.GetNumOfBands(); ++i) file.GetBandAt(i)->SetSR(*map);
+  for (int i = 0; i < file.GetNumOfBands(); ++i) file.GetBandAt(i)->SetSR(*ofUnnamed);
   return true;
 }
 

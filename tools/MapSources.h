@@ -5,6 +5,7 @@
 #include "ZRMCompManager.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ class MapSources {
   /// The system of the map, and of images that name none. Set it before images are added; otherwise it is that of the
   /// first.
   void SetSystem(const XSpatialReference& sr);
+  /// The system of images that name none, where that is not the map's. Such images are refused where it is empty.
+  void SetUnnamedSystem(const XSpatialReference& sr) { unnamed_ = sr; }
   /// Opens an image. False with the reason in `err`, such as an image without a place in the system.
   bool Add(const std::string& path, XThread& thread, std::string& err);
 
@@ -31,6 +34,7 @@ class MapSources {
   bool Show(const XRSFile& file);
 
   const bool areHeights_;
+  std::optional<XSpatialReference> unnamed_;
   std::vector<std::unique_ptr<XRSFile>> files_;
   ZRMCompManager manager_;  // its composites show bands of the files, and go before them
   double finestPixel_ = 0.0;

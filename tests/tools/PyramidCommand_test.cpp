@@ -107,11 +107,11 @@ TEST_F(ZrkioPyramid, WarpsInputsOfProjectedSystems) {
 TEST_F(ZrkioPyramid, NeedsInputsWithAPlaceOnTheGlobe) {
   ProgramResult result = Run({"pyramid", path_, "-o", Out("a.pbi")});
   EXPECT_EQ(1, result.exitStatus);
-  EXPECT_THAT(result.err, HasSubstr("the file names no system of coordinates; --srs EPSG:n does"));
+  EXPECT_THAT(result.err, HasSubstr("it names no system; --srs EPSG:n does"));
   std::filesystem::remove(Out("earth.bmw"));
   result = Make("a.pbi", {});
   EXPECT_EQ(1, result.exitStatus);
-  EXPECT_THAT(result.err, HasSubstr("the file tells no place on the globe"));
+  EXPECT_THAT(result.err, HasSubstr("it has no place in the world"));
   EXPECT_EQ((Names{"earth.bmp"}), ListFiles());
 }
 
@@ -119,7 +119,7 @@ TEST_F(ZrkioPyramid, NamesTheInputThatFailsAmongSeveral) {
   const std::string second = Write("b.bmp", BmpBuilder().Size(3, 3).Build());
   const ProgramResult result = Make("a.pbi", {second});
   EXPECT_EQ(1, result.exitStatus);
-  EXPECT_THAT(result.err, HasSubstr("b.bmp: the file tells no place on the globe"));
+  EXPECT_THAT(result.err, HasSubstr("b.bmp: it has no place in the world"));
 }
 
 TEST_F(ZrkioPyramid, RefusesOptionsThatMakeNoSense) {

@@ -24,7 +24,7 @@ namespace {
 
 constexpr int kDefaultTile = 256;
 constexpr int kMaxMapLevel = 27;
-constexpr int kMaxTile = 4096;
+constexpr int kMaxMapTile = 4096;
 /// A pixel that is larger by less than this counts as being as fine.
 constexpr double kAlmostAsFine = 1.0 + 1e-6;
 
@@ -210,7 +210,7 @@ void AddExportCommand(CommandLine& program) {
   command.AddOption("--bounds", "W,S,E,N", options->bounds, "The edges in the map; those of the inputs unless given")
       .SetCount(4);
   command.AddOption("--tile", "T", options->tile, "Pixels on the side of a tile; 256 unless given")
-      .SetRange(1, kMaxTile);
+      .SetRange(1, kMaxMapTile);
   command
       .AddOption("--level", "N", options->level,
                  "lxy: the last level; unless given, the first as fine as the\nfinest input")

@@ -9,11 +9,11 @@
 #include "commands/Commands.h"
 #include "commands/SharedOptions.h"
 #include "Job.h"
+#include "MapSources.h"
 #include "Notes.h"
 #include "output/ResumableFile.h"
 #include "output/Text.h"
 #include "PyramidExtent.h"
-#include "PyramidSources.h"
 #include "WorkReport.h"
 #include "XBlockCache.h"
 #include "XGlobeExport.h"
@@ -23,10 +23,12 @@
 #include <charconv>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 
 namespace {
 
+constexpr int kLonLatCode = 4326;
 constexpr int kMaxShards = 65536;
 constexpr int kMaxLevel = 30;
 /// Memory for decoded blocks of the inputs: less than a window of the largest picture would take, so that an export of
@@ -52,8 +54,7 @@ struct Order {
   tagXGlobeShare share;
   std::optional<LevelSpan> levels;
   std::optional<LonLatBox> box;
-  XSpatialReference system;
-  bool hasSystem = false;
+  XSpatialReference system;  ///< of inputs that name none; empty where it was not given
   bool isShared = false;
 };
 
@@ -131,15 +132,14 @@ Order ReadOrder(const PyramidOptions& options) {
   ReadBounds(options, order);
   ReadBackground(options, order);
   ReadShare(options, order);
-  order.hasSystem = !options.srs.empty();
-  if (order.hasSystem && !ReadSystem(options.srs, order.system)) {
+  if (!options.srs.empty() && !ReadSystem(options.srs, order.system)) {
     throw UsageError("--srs", "takes EPSG:n or WKT that is understood");
   }
   return order;
 }
 
 /// The extent and the levels that were not given are those of the inputs.
-bool ChooseExtent(Order& order, PyramidSources& sources, std::string& err) {
+bool ChooseExtent(Order& order, MapSources& sources, std::string& err) {
   LonLatBox box;
   if (order.box) {
     box = *order.box;
@@ -160,9 +160,19 @@ bool ChooseExtent(Order& order, PyramidSources& sources, std::string& err) {
   return true;
 }
 
+/// Name, length and time of a file, in words that change where one of them does.
+std::string DescribeFile(const std::string& path) {
+  std::error_code failure;
+  const auto size = std::filesystem::file_size(path, failure);
+  const auto time = std::filesystem::last_write_time(path, failure).time_since_epoch().count();
+  return path + "|" + std::to_string(size) + "|" + std::to_string(time) + "\n";
+}
+
 /// What an export that was begun has to agree in, besides levels and extent, which the file itself tells.
-std::string MakeKey(const Order& order, const PyramidSources& sources, const PyramidOptions& options) {
-  return sources.GetKey() + "background " + std::to_string(order.what.backColor) + " srs " + options.srs;
+std::string MakeKey(const Order& order, const PyramidOptions& options) {
+  std::string key;
+  for (const std::string& input : options.inputs) key += DescribeFile(input);
+  return key + "background " + std::to_string(order.what.backColor) + " srs " + options.srs;
 }
 
 std::string CountedTiles(std::int64_t count) {
@@ -173,9 +183,7 @@ std::string CountedTiles(std::int64_t count) {
 class PyramidJob {
  public:
   PyramidJob(const PyramidOptions& options, Order order)
-      : options_(options),
-        order_(std::move(order)),
-        sources_(order_.what.isElevation, order_.hasSystem ? &order_.system : nullptr) {}
+      : options_(options), order_(std::move(order)), sources_(order_.what.isElevation) {}
 
   /// Opens the inputs and plans the file. Comes first.
   bool MakePlan(XThread& thread, std::string& err);
@@ -189,20 +197,31 @@ class PyramidJob {
   std::int64_t CountTiles() const { return plan_.numTiles / order_.share.numShards; }
 
  private:
+  bool OpenSources(XThread& thread, std::string& err);
+
   using Clock = std::chrono::steady_clock;
 
   const PyramidOptions& options_;
   Order order_;
-  PyramidSources sources_;
+  MapSources sources_;
   ResumableFile file_;
   tagXGlobePlan plan_;
   tagXGlobeState state_;
   double seconds_ = 0.0;
 };
 
+bool PyramidJob::OpenSources(XThread& thread, std::string& err) {
+  XSpatialReference lonLat;
+  lonLat.importFromEPSG(kLonLatCode);
+  sources_.SetSystem(lonLat);
+  sources_.SetUnnamedSystem(order_.system);
+  return std::all_of(options_.inputs.begin(), options_.inputs.end(),
+                     [&](const std::string& input) { return sources_.Add(input, thread, err); });
+}
+
 bool PyramidJob::MakePlan(XThread& thread, std::string& err) {
   if (!file_.Begin(options_.output, options_.inputs, err)) return false;
-  if (!sources_.Open(options_.inputs, thread, err) || !ChooseExtent(order_, sources_, err)) return false;
+  if (!OpenSources(thread, err) || !ChooseExtent(order_, sources_, err)) return false;
   XString sentence;
   if (XfnPlanGlobeExport(order_.what, plan_, sentence)) return IsWhole() || file_.HasRoom(plan_.fileBytes, err);
   err = WithoutCapital(sentence.AsStdString());
@@ -210,7 +229,7 @@ bool PyramidJob::MakePlan(XThread& thread, std::string& err) {
 }
 
 bool PyramidJob::MakeTiles(XThread& thread, std::string& err) {
-  order_.share.key = MakeKey(order_, sources_, options_);
+  order_.share.key = MakeKey(order_, options_);
   const auto start = Clock::now();
   XString sentence;
   const bool isGood = XfnContinueGlobeExport(file_.GetUnfinishedPath(), &sources_.GetManager(), order_.what,
@@ -296,8 +315,8 @@ void AddSourceOptions(Command& command, PyramidOptions& options) {
 
 void AddPyramidCommand(CommandLine& program) {
   auto options = std::make_shared<PyramidOptions>();
-  Command command =
-      program.AddCommand("pyramid", "Write rasters as a pyramid of the globe, of pictures or heights", kPyramidExamples);
+  Command command = program.AddCommand("pyramid", "Write rasters as a pyramid of the globe, of pictures or heights",
+                                       kPyramidExamples);
   command.AddArgument("IN", options->inputs, "Raster files, laid over each other, the first on top");
   command
       .AddOption("-o,--output", "OUT", options->output, "The file to write, in .pbi for pictures or .pbe for heights")

@@ -3,6 +3,7 @@
 #include "writers/globe/TileShapes.h"
 #include "XReadPolicy.h"
 #include "XThread.h"
+#include "ZRMBandResize.h"
 
 namespace zrk {
 

@@ -1,6 +1,7 @@
 // Exported pictures, read and unpacked by a reader of the test's own. What a pixel should be follows from its place and
 // the function that the source was made by, up to what blocks of four by four pixels with two colours can hold.
 
+#include "FaultyDisk.h"
 #include "GlobeSources.h"
 #include "tiles/BlockCoder.h"
 
@@ -193,4 +194,38 @@ TEST_F(ExportedPictures, FailWhereACompositeCannotBeReadInTheExactPolicy) {
   XString error;
   EXPECT_EQ(0, XfnExport2PBI(folder_.Path("a.pbi"), &sources_.manager, 0, 0, 0.0, 0.0, 17.0, 17.0, 0, error, nullptr));
   EXPECT_FALSE(error.IsEmpty());
+}
+
+namespace {
+
+/// Four tiles and the one made of them, on a disk whose N-th read fails. The last reads are those of the four.
+class PicturesReadBack : public ExportedPictures {
+ protected:
+  int Export(FaultyDisk& disk, XReadPolicy policy) {
+    const zrk::ScopedDisk scope(disk);
+    GlobeSources sources;
+    sources.Add<std::uint8_t>(kWholeEarth, [](int, int) { return 200.0; }).SetReadPolicy(policy);
+    return XfnExport2PBI(folder_.Path("a.pbi"), &sources.manager, 0, 1, 0.0, 0.0, 17.0, 17.0, 0, error_, nullptr);
+  }
+  int FailLastRead(XReadPolicy policy) {
+    FaultyDisk sound, faulty;
+    EXPECT_EQ(1, Export(sound, policy));
+    faulty.FailRead(sound.GetReadCount());
+    return Export(faulty, policy);
+  }
+  XString error_;
+};
+
+}  // namespace
+
+TEST_F(PicturesReadBack, HaveABlackQuarterWhereATileCannotBeReadBackInTheCompatiblePolicy) {
+  EXPECT_EQ(1, FailLastRead(kReadCompatible));
+  Picture picture = Unpack(ExportedStore(folder_.Path("a.pbi")).Blocks(0, 5, 10));
+  ExpectColour({0, 0, 0}, picture.At(200, 200), 0.0);
+  ExpectColour({200, 200, 200}, picture.At(200, 100), 4.0);
+}
+
+TEST_F(PicturesReadBack, FailWhereATileCannotBeReadBackInTheExactPolicy) {
+  EXPECT_EQ(0, FailLastRead(kReadExact));
+  EXPECT_EQ("A tile of the finer level can't be read", error_);
 }
