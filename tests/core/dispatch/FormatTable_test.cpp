@@ -140,7 +140,7 @@ TEST(FormatTable, HasAWriterExactlyWhereItCanSave) {
     EXPECT_EQ(row->save != nullptr, row->format.writer != nullptr) << row->format.name;
     if (row->format.writer) nouns.insert(row->format.writer->noun);
   }
-  EXPECT_EQ((std::set<std::string>{"native raster", "TIFF file"}), nouns);
+  EXPECT_EQ((std::set<std::string>{"JPEG 2000 file", "native raster", "TIFF file"}), nouns);
 }
 
 TEST(FormatTable, TellsWholeDecodingAndItsWorkTogether) {
