@@ -49,5 +49,7 @@ void AddBlockRows(const std::string& photograph, std::vector<Row>& rows);
 void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about files of place names.
 void AddPlaceRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about JPEG 2000 files.
+void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about image stores of the globe.
 void AddStoreRows(const BenchOptions& options, std::vector<Row>& rows);
