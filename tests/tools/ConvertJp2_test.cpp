@@ -117,6 +117,19 @@ TEST_F(ZrkioConvertJp2, KeepsTheCornerOfAWorldFile) {
   EXPECT_EQ((std::array<double, 6>{99.75, 0.5, 0, 200.125, 0, -0.25}), ReadStoredWithGdal(Out()).transform);
 }
 
+TEST_F(ZrkioConvertJp2, IsReadBackByTheProgram) {
+  folder_.Write("a.bmw", "0.5\n0\n0\n-0.25\n100\n200\n");
+  const std::string path = WriteImage();
+  ASSERT_EQ(0, Convert(path, {"--tile", "200"}).exitStatus);
+  for (const char* band : {"1", "2", "3"}) EXPECT_EQ(Samples(path, band), Samples(Out(), band));
+  const AnyJson place = Describe(Out())["georeference"];
+  EXPECT_EQ((std::vector<double>{99.75, 200.125}), place["upperLeft"].get<std::vector<double>>());
+  const Bytes first = ReadBytes(Out());
+  std::filesystem::rename(Out(), folder_.Path("first.jp2"));
+  ASSERT_EQ(0, Convert(folder_.Path("first.jp2"), {"--tile", "200"}).exitStatus);
+  EXPECT_TRUE(first == ReadBytes(Out()));
+}
+
 TEST_F(ZrkioConvertJp2, RefusesSamplesOfFourBytes) {
   const std::string path = Write("a.tif", TiffBuilder().Size(20, 10).Bits(32).Format(3).Build());
   folder_.Write("out.jp2", "precious");
