@@ -130,6 +130,16 @@ TEST_F(ZrkioConvertJp2, IsReadBackByTheProgram) {
   EXPECT_TRUE(first == ReadBytes(Out()));
 }
 
+TEST_F(ZrkioConvertJp2, TellsOfANullValueThatIsNotKept) {
+  const std::string path = Write("a.tif", TiffBuilder().Size(20, 10).Bits(16).Text(42113, "777").Build());
+  const ProgramResult result = Convert(path);
+  EXPECT_EQ(0, result.exitStatus);
+  EXPECT_THAT(result.err, HasSubstr("the null value, 777, is not kept in a JPEG 2000 file"));
+  EXPECT_THAT(Convert(path, {"--quiet"}).err, IsEmpty());
+  EXPECT_THAT(Convert(WriteImage()).err, testing::Not(HasSubstr("null value")));
+  EXPECT_THAT(Run({"convert", path, folder_.Path("b.tif")}).err, testing::Not(HasSubstr("null value")));
+}
+
 TEST_F(ZrkioConvertJp2, RefusesSamplesOfFourBytes) {
   const std::string path = Write("a.tif", TiffBuilder().Size(20, 10).Bits(32).Format(3).Build());
   folder_.Write("out.jp2", "precious");
