@@ -47,5 +47,7 @@ void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddBlockRows(const std::string& photograph, std::vector<Row>& rows);
 /// The rows about TXID stores.
 void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about JPEG 2000 files.
+void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about image stores of the globe.
 void AddStoreRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -12,6 +12,10 @@ namespace zrk {
 /// True where all calls answered true.
 bool ForEachInParallel(int numWorkers, int count, const std::function<bool(int index, int worker)>& work);
 
+/// Whether the calling thread does its share of work that is spread over several threads. What it calls should start no
+/// further ones, since the caller of the library has granted no more.
+bool IsSharingWork();
+
 /// How many workers the caller of the library has granted to work of so many indices. It may change at any time: an
 /// operation asks once.
 int CountWorkers(int count);

@@ -70,4 +70,14 @@ TEST_F(ParallelThreads, HaveNothingToDoForNoWork) {
   EXPECT_TRUE(zrk::ForEachInParallel(2, 0, [](int, int) { return false; }));
 }
 
+TEST(ForEachInParallelThreads, KnowThatTheyShareWork) {
+  EXPECT_FALSE(zrk::IsSharingWork());
+  std::atomic<int> numSharing = 0;
+  zrk::ForEachInParallel(3, 6, [&](int, int) { return (numSharing += zrk::IsSharingWork()) >= 0; });
+  EXPECT_EQ(6, numSharing);
+  zrk::ForEachInParallel(1, 6, [&](int, int) { return (numSharing += zrk::IsSharingWork()) >= 0; });
+  EXPECT_EQ(6, numSharing);
+  EXPECT_FALSE(zrk::IsSharingWork());
+}
+
 }  // namespace

@@ -15,6 +15,7 @@
 #include "bands/jp2/Jp2Samples.h"
 #include "base/Fence.h"
 #include "base/OwnReads.h"
+#include "base/Parallel.h"
 #include "base/ReadError.h"
 #include "codec/J2kWindowReader.h"
 #include "core/model/BandFrame.h"
@@ -170,7 +171,7 @@ int ZRMBandJ2K::Impl::TypeOfChannel(int number) const {
 
 int ZRMBandJ2K::Impl::CountThreads() const {
   const int granted = XfnGetWorkerCount();
-  if (threadEnv == 0) return 1;
+  if (threadEnv == 0 || zrk::IsSharingWork()) return 1;
   return numThreads < 0 ? granted : std::clamp(numThreads, 1, granted);
 }
 

@@ -1,0 +1,246 @@
+// Rows about reading JPEG 2000 files of three channels, without loss, in one tile and in tiles of 512 x 512, beside
+// OpenJPEG in this process and GDAL. GDAL writes the files, once.
+//
+// The decoder is the same for all. So a whole image promises the time of OpenJPEG alone, and no more for what is added
+// to it. Windows lie anywhere in the image, and no reader keeps what it decoded for one before: GDAL decodes the blocks
+// of a window, and this library the parts of the tiles that the window needs. A repeated window is one call.
+
+#include "Inputs.h"
+#include "Rows.h"
+#include "XReadPolicy.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
+#include "XSystem.h"
+
+#include <cpl_string.h>
+#include <gdal_priv.h>
+#include <openjpeg.h>
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <span>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kNumChannels = 3;
+constexpr int kReduction = 16;
+constexpr int kReducedLevel = 4;
+
+using Bytes = std::vector<unsigned char>;
+using GdalFile = std::unique_ptr<GDALDataset, void (*)(GDALDataset*)>;
+
+GdalFile HoldOpen(GDALDataset* dataset) {
+  return {dataset, [](GDALDataset* open) { GDALClose(open); }};
+}
+
+/// Waves with some noise, so that code blocks hold about as much as those of a photograph.
+GdalFile MakeWaves(int side) {
+  GdalFile waves =
+      HoldOpen(GetGDALDriverManager()->GetDriverByName("MEM")->Create("", side, side, kNumChannels, GDT_Byte, nullptr));
+  std::mt19937 random(20240229);
+  Bytes row(static_cast<std::size_t>(side));
+  for (int c = 0; c < kNumChannels; ++c) {
+    for (int y = 0; y < side; ++y) {
+      for (int x = 0; x < side; ++x) {
+        const double wave = 128.0 + 60.0 * std::sin(x / 97.0 + c) + 50.0 * std::cos(y / 71.0);
+        row[static_cast<std::size_t>(x)] = static_cast<unsigned char>(wave + static_cast<int>(random() % 9) - 4);
+      }
+      const CPLErr failed =
+          waves->GetRasterBand(c + 1)->RasterIO(GF_Write, 0, y, side, 1, row.data(), side, 1, GDT_Byte, 0, 0, nullptr);
+      Must(failed == CE_None, "a picture could not be made");
+    }
+  }
+  return waves;
+}
+
+void MakeJp2(const std::string& path, int side, int tile) {
+  if (fs::exists(path)) return;
+  const std::string size = std::to_string(tile);
+  CPLStringList options;
+  options.SetNameValue("QUALITY", "100");
+  options.SetNameValue("REVERSIBLE", "YES");
+  options.SetNameValue("BLOCKXSIZE", size.c_str());
+  options.SetNameValue("BLOCKYSIZE", size.c_str());
+  options.SetNameValue("RESOLUTIONS", "6");
+  const GdalFile waves = MakeWaves(side);
+  GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("JP2OpenJPEG");
+  Must(driver != nullptr, "this GDAL writes no JPEG 2000 files");
+  const GdalFile made =
+      HoldOpen(driver->CreateCopy(path.c_str(), waves.get(), FALSE, options.List(), nullptr, nullptr));
+  Must(made != nullptr, path + " could not be made");
+}
+
+/// An open file of ours.
+class OurJp2 {
+ public:
+  explicit OurJp2(const std::string& path) {
+    XString err;
+    file_.SetReadPolicy(kReadExact);
+    Must(XRSFileIO::LoadFileJP2(&file_, path, err, 0, kLevelNone, nullptr), path + ": " + err.AsStdString());
+  }
+  /// The channel's samples; one read serves all of them.
+  std::span<const unsigned char> Read(int channel, int level, const Window& window) const {
+    tagXArr2* out = nullptr;
+    Must(file_.GetBandAt(channel)->ReadSubset(out, level, window.x0, window.x1, window.y0, window.y1, nullptr),
+         "a window could not be read");
+    return {out->data, static_cast<std::size_t>(out->xSize) * static_cast<std::size_t>(out->ySize)};
+  }
+  void ReadAll(int level, const Window& window) const {
+    for (int c = 0; c < kNumChannels; ++c) Read(c, level, window);
+  }
+
+ private:
+  XRSFile file_;
+};
+
+/// Reads windows through GDAL, which keeps no block from one window to the next.
+class GdalJp2 {
+ public:
+  explicit GdalJp2(const std::string& path)
+      : file_(HoldOpen(GDALDataset::FromHandle(GDALOpen(path.c_str(), GA_ReadOnly)))) {
+    Must(file_ != nullptr, "GDAL can't open " + path);
+  }
+  const Bytes& Read(const Window& window, int reduction) {
+    const int width = window.x1 - window.x0 + 1, height = window.y1 - window.y0 + 1;
+    const int columns = width / reduction, rows = height / reduction;
+    samples_.resize(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) * kNumChannels);
+    file_->FlushCache(false);
+    Must(file_->RasterIO(GF_Read, window.x0, window.y0, width, height, samples_.data(), columns, rows, GDT_Byte,
+                         kNumChannels, nullptr, 0, 0, 0, nullptr) == CE_None,
+         "GDAL failed to read a window");
+    return samples_;
+  }
+
+ private:
+  GdalFile file_;
+  Bytes samples_;
+};
+
+struct Codestream {
+  const Bytes& bytes;
+  std::size_t place;
+};
+
+OPJ_SIZE_T ReadCodestream(void* buffer, OPJ_SIZE_T count, void* user) {
+  auto& stream = *static_cast<Codestream*>(user);
+  const std::size_t got = std::min<std::size_t>(count, stream.bytes.size() - stream.place);
+  if (got == 0) return static_cast<OPJ_SIZE_T>(-1);
+  std::copy_n(stream.bytes.data() + stream.place, got, static_cast<unsigned char*>(buffer));
+  stream.place += got;
+  return got;
+}
+
+/// OpenJPEG alone, over bytes in memory. Its samples stay 32-bit numbers.
+void DecodeByOpenJpeg(const Bytes& bytes, std::size_t offset, int numThreads) {
+  Codestream codestream{bytes, offset};
+  opj_codec_t* const codec = opj_create_decompress(OPJ_CODEC_J2K);
+  opj_stream_t* const stream = opj_stream_create(1 << 20, OPJ_STREAM_READ);
+  opj_stream_set_user_data(stream, &codestream, nullptr);
+  opj_stream_set_user_data_length(stream, bytes.size() - offset);
+  opj_stream_set_read_function(stream, &ReadCodestream);
+  opj_dparameters_t parameters;
+  opj_set_default_decoder_parameters(&parameters);
+  opj_setup_decoder(codec, &parameters);
+  opj_codec_set_threads(codec, numThreads > 1 ? numThreads : 0);
+  opj_image_t* image = nullptr;
+  Must(opj_read_header(stream, codec, &image) && opj_decode(codec, stream, image), "OpenJPEG failed to decode");
+  opj_image_destroy(image);
+  opj_stream_destroy(stream);
+  opj_destroy_codec(codec);
+}
+
+Bytes LoadBytes(const std::string& path, std::size_t& offset) {
+  std::ifstream stream(path, std::ios::binary);
+  Bytes bytes((std::istreambuf_iterator<char>(stream)), {});
+  constexpr unsigned char kStart[] = {0xFF, 0x4F, 0xFF, 0x51};
+  offset = static_cast<std::size_t>(std::search(bytes.begin(), bytes.end(), std::begin(kStart), std::end(kStart)) -
+                                    bytes.begin());
+  return bytes;
+}
+
+void MustAgree(const std::string& path, std::span<const Window> windows) {
+  const OurJp2 ours(path);
+  GdalJp2 gdal(path);
+  for (const Window& window : windows) {
+    const Bytes& theirs = gdal.Read(window, 1);
+    for (int c = 0; c < kNumChannels; ++c) {
+      const std::span<const unsigned char> mine = ours.Read(c, 0, window);
+      Must(std::ranges::equal(mine, std::span(theirs).subspan(static_cast<std::size_t>(c) * mine.size(), mine.size())),
+           "this library and GDAL differ in " + path);
+    }
+  }
+}
+
+void AddWholeRows(const std::string& path, const std::string& key, const std::string& title, int side,
+                  std::vector<Row>& rows) {
+  for (const int numThreads : {1, 2}) {
+    const std::string threads = numThreads == 1 ? ", one thread" : ", two threads";
+    const Window whole{0, side - 1, 0, side - 1};
+    rows.push_back({key + "_whole" + std::to_string(numThreads), "all of a JPEG 2000 file, " + title + threads,
+                    "OpenJPEG",
+                    [=] {
+                      XfnSetWorkerCount(numThreads);
+                      OurJp2(path).ReadAll(0, whole);
+                      XfnSetWorkerCount(1);
+                    },
+                    [=] {
+                      std::size_t offset = 0;
+                      const Bytes bytes = LoadBytes(path, offset);
+                      DecodeByOpenJpeg(bytes, offset, numThreads);
+                    },
+                    1, 1.03});
+  }
+}
+
+void AddWindowRows(const std::string& path, const std::string& key, const std::string& title, int side, int count,
+                   std::vector<Row>& rows) {
+  const auto windows = std::make_shared<std::vector<Window>>(PickWindows(side, count));
+  MustAgree(path, std::span(*windows).first(std::min<std::size_t>(windows->size(), 4)));
+  rows.push_back({key + "_windows", std::to_string(count) + " windows of a JPEG 2000 file, " + title,
+                  "GDAL, no blocks kept",
+                  [=] {
+                    const OurJp2 file(path);
+                    for (const Window& window : *windows) file.ReadAll(0, window);
+                  },
+                  [=] {
+                    GdalJp2 file(path);
+                    for (const Window& window : *windows) file.Read(window, 1);
+                  },
+                  1, 0.34});
+  const Window whole{0, side - 1, 0, side - 1};
+  rows.push_back({key + "_view", "a view of a JPEG 2000 file at 1/16, " + title, "GDAL",
+                  [=] { OurJp2(path).ReadAll(kReducedLevel, whole); }, [=] { GdalJp2(path).Read(whole, kReduction); },
+                  1, 1.0});
+}
+
+}  // namespace
+
+void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows) {
+  GDALAllRegister();
+  constexpr int kTileSide = 512, kMostWindows = 200;
+  const int side = std::max(options.side / 2, kWindowSide * 2);
+  const int count = std::min(options.numWindows, kMostWindows);
+  const std::pair<int, const char*> kinds[] = {{side, "one tile"}, {kTileSide, "tiles of 512 x 512"}};
+  for (const auto& [tile, title] : kinds) {
+    const std::string key = tile == side ? "jp2_one" : "jp2_tiles";
+    const std::string path = options.folder + "/" + key + std::to_string(side) + ".jp2";
+    MakeJp2(path, side, tile);
+    AddWholeRows(path, key, title, side, rows);
+    AddWindowRows(path, key, title, side, count, rows);
+  }
+  const auto file = std::make_shared<OurJp2>(options.folder + "/jp2_tiles" + std::to_string(side) + ".jp2");
+  constexpr int kRepeats = 100000;
+  rows.push_back({"jp2_repeat", "a window of a JPEG 2000 file again", "",
+                  [file] {
+                    for (int i = 0; i < kRepeats; ++i) file->Read(0, 0, {0, kWindowSide - 1, 0, kWindowSide - 1});
+                  },
+                  nullptr, kRepeats, 1e-6});
+}
