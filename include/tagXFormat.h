@@ -10,6 +10,7 @@ struct tagXFormatWriter {
   /// The extension of the world file beside the image that holds its place, as "tfw"; null where the file does.
   const char* worldFile;
   bool takesLayers = false;  ///< how samples are coded, and in what tiles, is told by a `tagXLayerOptions`
+  bool keepsNullValues = true;
 };
 
 /// One format that the library knows. The records that the library hands out, and their texts, live as long as the

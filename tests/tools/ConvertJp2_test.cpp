@@ -117,6 +117,29 @@ TEST_F(ZrkioConvertJp2, KeepsTheCornerOfAWorldFile) {
   EXPECT_EQ((std::array<double, 6>{99.75, 0.5, 0, 200.125, 0, -0.25}), ReadStoredWithGdal(Out()).transform);
 }
 
+TEST_F(ZrkioConvertJp2, IsReadBackByTheProgram) {
+  folder_.Write("a.bmw", "0.5\n0\n0\n-0.25\n100\n200\n");
+  const std::string path = WriteImage();
+  ASSERT_EQ(0, Convert(path, {"--tile", "200"}).exitStatus);
+  for (const char* band : {"1", "2", "3"}) EXPECT_EQ(Samples(path, band), Samples(Out(), band));
+  const AnyJson place = Describe(Out())["georeference"];
+  EXPECT_EQ((std::vector<double>{99.75, 200.125}), place["upperLeft"].get<std::vector<double>>());
+  const Bytes first = ReadBytes(Out());
+  std::filesystem::rename(Out(), folder_.Path("first.jp2"));
+  ASSERT_EQ(0, Convert(folder_.Path("first.jp2"), {"--tile", "200"}).exitStatus);
+  EXPECT_TRUE(first == ReadBytes(Out()));
+}
+
+TEST_F(ZrkioConvertJp2, TellsOfANullValueThatIsNotKept) {
+  const std::string path = Write("a.tif", TiffBuilder().Size(20, 10).Bits(16).Text(42113, "777").Build());
+  const ProgramResult result = Convert(path);
+  EXPECT_EQ(0, result.exitStatus);
+  EXPECT_THAT(result.err, HasSubstr("the null value, 777, is not kept in a JPEG 2000 file"));
+  EXPECT_THAT(Convert(path, {"--quiet"}).err, IsEmpty());
+  EXPECT_THAT(Convert(WriteImage()).err, testing::Not(HasSubstr("null value")));
+  EXPECT_THAT(Run({"convert", path, folder_.Path("b.tif")}).err, testing::Not(HasSubstr("null value")));
+}
+
 TEST_F(ZrkioConvertJp2, RefusesSamplesOfFourBytes) {
   const std::string path = Write("a.tif", TiffBuilder().Size(20, 10).Bits(32).Format(3).Build());
   folder_.Write("out.jp2", "precious");

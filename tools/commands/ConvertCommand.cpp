@@ -27,6 +27,7 @@
 #include <cmath>
 #include <cstdio>
 #include <optional>
+#include <sstream>
 
 namespace {
 
@@ -138,6 +139,17 @@ bool HasSamplesFor(const tagXFormatWriter& writer, const XRSFile& file, const st
   return true;
 }
 
+/// Of a null value that the file has no place for is told, since it says which samples mean nothing.
+void RemarkOnNullValues(const tagXFormatWriter& writer, const XRSFile& file) {
+  for (int i = 0; i < file.GetNumOfBands() && !writer.keepsNullValues; ++i) {
+    const double value = file.GetBandAt(i)->GetNullValue();
+    if (value == kNotSet) continue;
+    std::ostringstream text;
+    text << "the null value, " << value << ", is not kept in a " << writer.noun;
+    return AddRemark(text.str());
+  }
+}
+
 /// Image and world file are made by one target, which keeps them together.
 bool WriteWithWorldFile(const Source& source, const ConvertOptions& options, const tagXFormat& format, XThread& thread,
                         std::string& err) {
@@ -159,6 +171,7 @@ bool Convert(const ConvertOptions& options, XThread& thread, WorkReport& report,
   const auto write = format->writer->worldFile ? &WriteWithWorldFile : &WriteAlone;
   const ReplacedRaster replaced(options.output);
   if (!write(source, options, *format, thread, err)) return false;
+  RemarkOnNullValues(*format->writer, source.Chosen());
   replaced.RemoveLevelFile();
   report.Finish(options.output);
   return true;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <locale>
 #include <sstream>
 
 namespace {

@@ -10,7 +10,8 @@ constinit const tagXFormatWriter kJp2Writer = {.noun = "JPEG 2000 file",
                                                .takesMaxError = false,
                                                .takesAllTypes = false,
                                                .worldFile = nullptr,
-                                               .takesLayers = true};
+                                               .takesLayers = true,
+                                               .keepsNullValues = false};
 
 /// The bytes do not depend on the number of threads, so that the caller's grant may always be used.
 int SaveJp2(const SaveCall& call) {
