@@ -2,12 +2,14 @@
 // One shuffle of a vector, or two, then takes what sixteen loads would. The shuffles are the same for all rows of a
 // block, and are worked out once.
 //
-// Groups whose bytes end less than two vectors before the end of the row are taken byte by byte, since a vector would
-// reach beyond it.
+// Vectors never reach beyond the row: a group near its end is taken from the last two vectors that fit. What is left of
+// the last sixteen places, and a row shorter than two vectors, is taken byte by byte.
 //
 // Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 
 #include "math/BytePicker.h"
+
+#include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "math/BytePicker.cpp"
@@ -57,14 +59,14 @@ namespace {
 
 constexpr unsigned char kElsewhere = 0x80;
 
-/// False where the places do not rise within two vectors from the first.
-bool PlanGroup(const int* places, BytePicker::Group& group) {
-  group.base = places[0];
+/// False where the places do not rise, or do not lie within two vectors.
+bool PlanGroup(const int* places, int lastBase, BytePicker::Group& group) {
+  group.base = std::min(places[0], lastBase);
   group.needsUpper = false;
   for (int i = 0; i < BytePicker::kGroup; ++i) {
     const int distance = places[i] - group.base;
     const bool isLower = distance < BytePicker::kGroup;
-    if (distance < 0 || distance >= 2 * BytePicker::kGroup) return false;
+    if (places[i] < places[0] || distance >= 2 * BytePicker::kGroup) return false;
     const auto lane = static_cast<std::size_t>(i);
     group.lower[lane] = isLower ? static_cast<unsigned char>(distance) : kElsewhere;
     group.upper[lane] = isLower ? kElsewhere : static_cast<unsigned char>(distance - BytePicker::kGroup);
@@ -77,10 +79,11 @@ bool PlanGroup(const int* places, BytePicker::Group& group) {
 
 bool BytePicker::Plan(const int* places, int count, int rowBytes) {
   groups_.clear();
+  const int lastBase = rowBytes - 2 * kGroup;
   int i = 0;
-  for (; i + kGroup <= count && places[i] <= rowBytes - 2 * kGroup; i += kGroup) {
+  for (; lastBase >= 0 && i + kGroup <= count; i += kGroup) {
     Group group;
-    if (!PlanGroup(places + i, group)) return false;
+    if (!PlanGroup(places + i, lastBase, group)) return false;
     groups_.push_back(group);
   }
   rest_.assign(places + i, places + count);
