@@ -246,6 +246,8 @@ void BandPainter::PaintAxes(BlockAxis& columns, BlockAxis& rows) {
   const auto begin = scratch_.places.begin(), end = begin + count;
   const bool isRun = std::adjacent_find(begin, end, [](int a, int b) { return b != a + 1; }) == end;
   const bool isCopy = isRun && band_.look->IsIdentity();
+  const bool isPicked = !isCopy && band_.look->IsIdentity() &&
+                        scratch_.picker.Plan(scratch_.places.data(), count, samples_.pixels->xSize);
   const bool isDirect = numHalves_ == 1;
   int rowBefore = -1;
   for (int y = rows.first; y <= rows.last; ++y) {
@@ -264,6 +266,8 @@ void BandPainter::PaintAxes(BlockAxis& columns, BlockAxis& rows) {
     rowBefore = row;
     if (isCopy) {
       std::memcpy(bytes, source + *begin, numBytes);
+    } else if (isPicked) {
+      scratch_.picker.Pick(source, bytes);
     } else {
       band_.look->TakeRow(source, scratch_.places.data(), count, bytes, shown);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "display/Patches.h"
+#include "math/BytePicker.h"
 #include "tagXArr2.h"
 
 #include <array>
@@ -44,6 +45,7 @@ struct DrawScratch {
   PatchKey patchKey;                  ///< of `patches`; void when a draw begins
   std::vector<BandPlace> line;        ///< places under a row
   std::vector<int> places;            ///< of their samples in the buffer
+  BytePicker picker;                  ///< of bytes at those places
   std::vector<int> otherPlaces;       ///< for means: of the right halves
   std::vector<int> everyPlace;        ///< 0, 1, 2 and so on
   std::vector<unsigned char> bytes;   ///< of a row

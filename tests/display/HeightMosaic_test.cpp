@@ -112,6 +112,32 @@ TEST(HeightMosaic, ReadsPostsThatLieFarApartOneRowAtATime) {
   EXPECT_EQ(2, band.GetNumReads());
 }
 
+TEST(HeightMosaic, FindsTheSamplesOfATurnedBand) {
+  PlacedBand band;
+  std::vector<std::int16_t> ramp;
+  for (int i = 0; i < 512 * 512; ++i) ramp.push_back(static_cast<std::int16_t>(i % 512 - 3 * (i / 512)));
+  band.Set<std::int16_t>(512, 512, ramp);
+  // A quarter turn: columns go south and rows go west.
+  const double transform[6] = {512.0, 0.0, -1.0, 512.0, -1.0, 0.0};
+  band.SetGeoTransform(transform);
+  Heights heights;
+  heights.Add(band);
+  // The post (x, y) has column 512 - y and row 512 - x.
+  EXPECT_EQ((Shorts{5 - 3 * 501, 5 - 3 * 101, 305 - 3 * 501, 305 - 3 * 101}),
+            heights.Read<std::int16_t>({10.5, 506.5, 400, 300}, 2, 2));
+}
+
+TEST(HeightMosaic, KeepsToTheDrawRange) {
+  PlacedBand band;
+  band.Set<std::int16_t>(4, 1, {1, 2, 3, 4});
+  Heights heights;
+  heights.Add(band);
+  heights.manager.GetZRMCompositeAt(0)->SetDrawRange(1, 2, 0, 1);
+  EXPECT_EQ((Shorts{0, 2, 0, 0}), heights.Read<std::int16_t>({0.5, 0.5, 1, 1}, 4, 1));
+  heights.manager.GetZRMCompositeAt(0)->SetDrawRange(50, 60, 0, 1);
+  EXPECT_EQ((Shorts{0, 0, 0, 0}), heights.Read<std::int16_t>({0, 0.5, 1, 1}, 4, 1));
+}
+
 TEST(HeightMosaic, FailsWhereASourceCannotBeRead) {
   PlacedBand band;
   band.Set<std::int16_t>(2, 1, {1, 2}).FailReads();
