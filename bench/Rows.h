@@ -14,6 +14,7 @@ struct Row {
   int times = 1;        ///< how often one call does it
   double target = 0.0;  ///< the largest ratio of ours to the rival's, or seconds where there is no rival
   std::function<void()> prepare = nullptr;  ///< run before each call of either side, outside what is timed
+  int theirTimes = 0;                       ///< how often the rival does it in one call; 0 for as often as we
 };
 
 struct BenchOptions {
@@ -51,5 +52,7 @@ void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddPlaceRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about JPEG 2000 files.
 void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about exports to pyramids of the globe.
+void AddPyramidRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about image stores of the globe.
 void AddStoreRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -83,6 +83,7 @@ void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
   std::printf("%-52s %10s  %-24s %10s %6s %8s\n", "median times", "zrkio", "beside", "", "ratio", "target");
   for (const Row& row : rows) {
     const double ours = collector.GetMedian(row.key + "_ours") / row.times;
-    PrintRow(row, ours, row.theirs ? collector.GetMedian(row.key + "_theirs") / row.times : 0.0);
+    const int theirTimes = row.theirTimes > 0 ? row.theirTimes : row.times;
+    PrintRow(row, ours, row.theirs ? collector.GetMedian(row.key + "_theirs") / theirTimes : 0.0);
   }
 }

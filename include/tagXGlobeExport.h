@@ -32,6 +32,9 @@ struct tagXGlobeShare {
   int numShards = 1;
   bool resumes = false;  ///< goes on with what was begun; a shard always does
   XString key;           ///< what the sources are, in any words: what was begun with another key is not gone on with
+  /// Where the caller puts the file when it is whole, or empty. A shard that finds nothing begun, and there a file of
+  /// the whole length, has nothing to do.
+  XString target;
 };
 
 /// How far an export is.

@@ -1,6 +1,7 @@
 // zrkio pyramid, run as a program: what it makes of its inputs, what it refuses, and what is left where it is stopped.
 // Stores are read by a reader of the tests' own.
 
+#include "ByteFlips.h"
 #include "Program.h"
 #include "StoreBytes.h"
 
@@ -233,4 +234,32 @@ TEST_F(ZrkioPyramid, ShowsTilesASecondOnATerminal) {
   EXPECT_EQ(1, result.exitStatus);
   EXPECT_THAT(result.out, HasSubstr("tiles are kept beside it; --resume goes on with them"));
   EXPECT_FALSE(std::filesystem::exists(Out("a.pbi")));
+}
+
+// A cluster takes seconds to come up, so that this is for full runs. Debian's interpreter has the packages; another one
+// that comes first on the path need not.
+TEST_F(ZrkioPyramid, IsMadeByAGraphOfDask) {
+  if (TrialCount(2, 1) < 2) GTEST_SKIP() << "only with ZRK_TRIALS=all";
+  if (RunProgram({"/usr/bin/python3", "-c", "import distributed"}).exitStatus != 0) {
+    GTEST_SKIP() << "python3-distributed is not installed";
+  }
+  const std::vector<std::string> options = {"--levels", "0-1", "--bounds", "0,0,72,36", "--srs", "EPSG:4326"};
+  ASSERT_EQ(0, Make("whole.pbi", {options.begin(), options.end() - 2}).exitStatus);
+  std::vector<std::string> command = {"/usr/bin/python3",
+                                      SourcePath("contrib/dask_pyramid.py"),
+                                      "--zrkio",
+                                      ZRK_PROGRAM,
+                                      "--shards",
+                                      "3",
+                                      "--local",
+                                      "2",
+                                      "--passes",
+                                      "2",
+                                      "-o",
+                                      Out("a.pbi"),
+                                      path_};
+  command.insert(command.end(), options.begin(), options.end());
+  const ProgramResult result = RunProgram(command);
+  EXPECT_EQ(0, result.exitStatus) << result.err;
+  EXPECT_TRUE(ReadBytes(Out("whole.pbi")) == ReadBytes(Out("a.pbi")));
 }

@@ -230,6 +230,7 @@ bool PyramidJob::MakePlan(XThread& thread, std::string& err) {
 
 bool PyramidJob::MakeTiles(XThread& thread, std::string& err) {
   order_.share.key = MakeKey(order_, options_);
+  order_.share.target = file_.GetTargetPath();
   const auto start = Clock::now();
   XString sentence;
   const bool isGood = XfnContinueGlobeExport(file_.GetUnfinishedPath(), &sources_.GetManager(), order_.what,

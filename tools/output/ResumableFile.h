@@ -20,6 +20,8 @@ class ResumableFile {
   /// Removes the unfinished file and the record, where they hold nothing of use.
   void Discard() const;
 
+  /// What the target's path leads to.
+  const std::string& GetTargetPath() const { return target_; }
   const std::string& GetUnfinishedPath() const { return unfinished_; }
   bool IsBegun() const;
   /// Whether the target has so many bytes and nothing is unfinished.

@@ -54,6 +54,19 @@ class Opening {
     session_.lock.reset();
   }
 
+  /// Whether the whole file stands where the caller puts it, so that the last shard has done its work.
+  bool IsWholeAt(const XString& target) const {
+    FileStatus status;
+    return !target.IsEmpty() && CurrentDisk().GetStatus(target.AsStdString(), status) == 0 &&
+           status.length == plan_.head.fileBytes;
+  }
+  /// Takes away the record that was made by looking for one.
+  void TellWhole() {
+    LetGo();
+    CurrentDisk().Remove(RecordPath(path_));
+    session_.isWhole = true;
+  }
+
   bool IsOfAnother() const { return session_.record->GetState() == DoneRecord::State::kOfAnother; }
 
   /// Finds the file that the record speaks of. It may have been begun and never finished being made.
@@ -104,7 +117,7 @@ bool OpenAlone(Opening& opening, bool resumes, const char* cannotCreate, XString
 }
 
 /// True where the file was begun, by this shard or another one, false where it can't be, with the reason in `err`.
-bool OpenTogether(Opening& opening, const char* cannotCreate, XString& err) {
+bool OpenTogether(Opening& opening, const XString& target, const char* cannotCreate, XString& err) {
   for (int i = 0; i < kMaxTries; ++i) {
     if (i > 0) std::this_thread::sleep_for(kBetweenTries);
     if (opening.TakeTogether()) {
@@ -114,7 +127,12 @@ bool OpenTogether(Opening& opening, const char* cannotCreate, XString& err) {
     opening.LetGo();
     if (!opening.TakeAlone()) continue;
     if (opening.IsOfAnother()) return Refuse(err);
-    const bool isBegun = opening.GoOn(FileUse::kShared) || opening.Begin(FileUse::kShared, cannotCreate, err);
+    const bool goesOn = opening.GoOn(FileUse::kShared);
+    if (!goesOn && opening.IsWholeAt(target)) {
+      opening.TellWhole();
+      return true;
+    }
+    const bool isBegun = goesOn || opening.Begin(FileUse::kShared, cannotCreate, err);
     opening.LetGo();
     if (!isBegun) return false;
   }
@@ -133,7 +151,7 @@ bool ExportSession::Open(const XString& path, const StorePlan& plan, const tagXG
   Opening opening(path, plan, HashOf(share.key, plan.head), *this);
   const char* const cannotCreate = isElevation ? "Fail to crate PBE file" : "Fail to crate PBI file";
   if (share.numShards == 1) return OpenAlone(opening, share.resumes, cannotCreate, err);
-  return OpenTogether(opening, cannotCreate, err);
+  return OpenTogether(opening, share.target, cannotCreate, err);
 }
 
 }  // namespace zrk

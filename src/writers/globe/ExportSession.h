@@ -12,6 +12,7 @@ struct ExportSession {
   std::shared_ptr<ExportFile> file;
   std::unique_ptr<DoneRecord> record;
   std::shared_ptr<DiskFile> lock;  ///< keeps others from beginning anew
+  bool isWhole = false;            ///< the file has been made and taken away; nothing else is set
 
   /// Goes on with what was begun, where that is asked for, or begins. `plan` has to outlive the session. False with
   /// the reason in `err`.

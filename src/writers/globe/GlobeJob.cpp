@@ -91,7 +91,12 @@ bool GlobeJob::MakeShare(const XString& path, const tagXGlobeShare& share, tagXG
   if (shard.number < 1 || shard.number > shard.count) return Fail(err, "There is no such shard");
   ExportSession session;
   std::int64_t numTiles = 0, before = 0;
-  if (!session.Open(path, plan_, share, err) || !CountDone(*session.record, shard, before, err)) return false;
+  if (!session.Open(path, plan_, share, err)) return false;
+  if (session.isWhole) {
+    state = {plan_.CountTiles(), plan_.CountTiles(), 0, true, -1};
+    return true;
+  }
+  if (!CountDone(*session.record, shard, before, err)) return false;
   for (int i = 0; i < plan_.tiles.CountLevels(); ++i) {
     numTiles += plan_.tiles.CountTiles(i, plan_.tiles.UnitsOf(i, shard));
   }

@@ -108,11 +108,11 @@ INSTANTIATE_TEST_SUITE_P(OfBothKinds, SharedExport, testing::Bool(),
 constexpr int kNever = 1 << 30;
 
 tagXGlobeShare GoingOn(const XString& key = "") {
-  return {1, 1, true, key};
+  return {1, 1, true, key, ""};
 }
 
 tagXGlobeShare PartOf(int shard, int count) {
-  return {shard, count, false, ""};
+  return {shard, count, false, "", ""};
 }
 
 }  // namespace
@@ -175,7 +175,7 @@ TEST_P(SharedExport, BeginsAnewUnlessToldToGoOn) {
 TEST_P(SharedExport, GoesOnWithNothingButTheSameSourcesAndOptions) {
   PercentKeeper keeper(20);
   XThread thread(&keeper);
-  EXPECT_EQ(0, Make("a", {1, 1, false, "one"}, &thread));
+  EXPECT_EQ(0, Make("a", {1, 1, false, "one", ""}, &thread));
   EXPECT_EQ(0, Make("a", GoingOn("other")));
   EXPECT_EQ("The unfinished file was begun with other sources or options", error_);
   what_.minLat += 18.0;
@@ -236,6 +236,18 @@ TEST_P(SharedExport, IsMadeByProcessesOfWhichOneIsKilledAndStartedAgain) {
   for (int shard = 1; shard <= 4; ++shard) Make("a", PartOf(shard, 4));
   EXPECT_TRUE(state_.isComplete) << error_.GetText();
   EXPECT_TRUE(IsWhole("a"));
+}
+
+// A shard may come in the moment in which another one has given the file its name.
+TEST_P(SharedExport, IsNotBegunAnewByAShardThatComesWhenAllIsDone) {
+  std::filesystem::rename(folder_.Path("whole"), folder_.Path("target"));
+  tagXGlobeShare share = PartOf(2, 4);
+  share.target = folder_.Path("target");
+  ASSERT_EQ(1, Make("a", share)) << error_.GetText();
+  EXPECT_TRUE(state_.isComplete);
+  EXPECT_EQ(0, state_.numMade);
+  EXPECT_FALSE(std::filesystem::exists(folder_.Path("a")));
+  EXPECT_FALSE(std::filesystem::exists(folder_.Path("a.done")));
 }
 
 TEST_P(SharedExport, RefusesAShardThatIsNone) {
