@@ -27,6 +27,13 @@ double CountCells(std::int64_t first, std::int64_t end, int bits) {
   return static_cast<double>(((end - 1) >> bits) - (first >> bits) + 1);
 }
 
+/// The samples of a resolution of a component that lie in a tile.
+J2kRect SamplesOf(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, int component,
+                  int resolution) {
+  return header.ReduceRect(tile, component,
+                           coding.ofComponents[static_cast<std::size_t>(component)].numLevels - resolution);
+}
+
 /// Code blocks are cut at the edges of precincts as well, so at least one lies in each.
 J2kCost EstimateResolution(const J2kCoding& coding, int resolution, const J2kRect& samples) {
   const int precinct = coding.precincts[static_cast<std::size_t>(resolution)];
@@ -51,8 +58,7 @@ J2kCost EstimateJ2kCost(const J2kHeader& header, const J2kTileCoding& coding, co
   for (int c = 0; c < std::ssize(header.components); ++c) {
     const J2kCoding& of = coding.ofComponents[static_cast<std::size_t>(c)];
     for (int resolution = 0; resolution <= of.numLevels; ++resolution) {
-      const J2kRect samples = header.ReduceRect(tile, c, of.numLevels - resolution);
-      const J2kCost one = EstimateResolution(of, resolution, samples);
+      const J2kCost one = EstimateResolution(of, resolution, SamplesOf(header, coding, tile, c, resolution));
       cost.numBytes += one.numBytes;
       cost.numPackets += one.numPackets * coding.numLayers;
       mostPrecincts = std::max(mostPrecincts, one.numPackets);
@@ -63,6 +69,12 @@ J2kCost EstimateJ2kCost(const J2kHeader& header, const J2kTileCoding& coding, co
   const double components = static_cast<double>(header.components.size());
   cost.numBytes += 2.0 * (coding.numLayers + 1.0) * mostResolutions * components * mostPrecincts;
   return cost;
+}
+
+double CountPrecincts(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, int component,
+                      int resolution) {
+  const J2kCoding& of = coding.ofComponents[static_cast<std::size_t>(component)];
+  return EstimateResolution(of, resolution, SamplesOf(header, coding, tile, component, resolution)).numPackets;
 }
 
 bool IsPlausible(const J2kCost& cost, std::int64_t numBytes) {

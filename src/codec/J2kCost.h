@@ -15,6 +15,11 @@ struct J2kCost {
 /// The cost of a tile at that place of the reference grid. It is infinite for a tile that can't be decoded.
 J2kCost EstimateJ2kCost(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile);
 
+/// The precincts of one resolution of a component of that tile, the smallest resolution being 0. Infinite for precincts
+/// that cannot be.
+double CountPrecincts(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, int component,
+                      int resolution);
+
 /// Whether a tile whose parts have so many bytes may cost so much.
 bool IsPlausible(const J2kCost& cost, std::int64_t numBytes);
 

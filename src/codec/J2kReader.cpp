@@ -17,17 +17,22 @@
 
 #include "base/Cursor.h"
 #include "base/Disk.h"
+#include "codec/J2kPacketReader.h"
 #include "codec/Jp2Boxes.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <map>
+#include <numeric>
 #include <utility>
 
 namespace zrk {
 namespace {
 
-constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;  // PPM
-constexpr std::size_t kMostParts = 255;               // of one tile
+constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;      // PPM
+constexpr std::uint16_t kMarkerPackedPartHeads = 0xFF61;  // PPT
+constexpr std::uint16_t kMarkerOrderChange = 0xFF5F;      // POC
+constexpr std::size_t kMostParts = 255;                   // of one tile
 constexpr std::size_t kMaxPartHeaderBytes = 4 << 20;
 
 /// The segments of a main header that a tile's own codestream needs: those that say how samples are coded. In the order
@@ -58,6 +63,12 @@ CodeBytes MakePartHead(std::int64_t numBytes, std::size_t number, std::size_t co
   AppendBig(head, static_cast<std::uint32_t>(number), 1);
   AppendBig(head, static_cast<std::uint32_t>(count), 1);
   return head;
+}
+
+bool HoldsAny(std::span<const J2kSegment> segments, std::initializer_list<std::uint16_t> markers) {
+  return std::ranges::any_of(segments, [&](const J2kSegment& segment) {
+    return std::find(markers.begin(), markers.end(), segment.marker) != markers.end();
+  });
 }
 
 /// What a part that is cut short lacks. Packets that are missing are zeros then, which is how an empty packet begins. A
@@ -199,34 +210,73 @@ void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes&
   }
 }
 
-/// A tile may be coded in another way than the main header says. Its first part tells so.
-int J2kReader::ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err) {
+/// The bytes between the head of a part and the marker in front of its data. Most headers are short.
+int J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBytes& header, XString& err) {
   const std::int64_t most = std::min(part.numBytes, end_ - part.offset) - J2kPartHead::kBytes;
-  CodeBytes bytes(static_cast<std::size_t>(std::clamp<std::int64_t>(most, 0, 4096)));
-  std::int64_t numRead = file_->ReadAt(part.offset + J2kPartHead::kBytes, bytes.data(), std::ssize(bytes));
-  Cursor cursor(bytes);
-  while (numRead == std::ssize(bytes)) {
-    const std::size_t place = cursor.Position();
-    const std::uint16_t marker = cursor.U16BE();
-    if (!cursor.HasFailed() && marker == kMarkerData) {
-      std::vector<J2kSegment> segments;
-      const std::span<const unsigned char> header(bytes.data(), place);
-      const int numComponents = static_cast<int>(header_.components.size());
-      if (ListJ2kSegments(header, 0, segments) && ParseJ2kCoding(header, segments, numComponents, coding)) return 1;
-      break;
-    }
-    const std::size_t length = cursor.U16BE();
-    if (length < 2 && !cursor.HasFailed()) break;
-    cursor.Skip(length < 2 ? 0 : length - 2);
-    if (!cursor.HasFailed()) continue;
-    // The header goes on behind what was read: more of it is read, and the segment is looked at again.
-    if (std::ssize(bytes) >= most || bytes.size() >= kMaxPartHeaderBytes) break;
-    bytes.resize(static_cast<std::size_t>(std::min<std::int64_t>(most, std::ssize(bytes) * 4)));
-    numRead = file_->ReadAt(part.offset + J2kPartHead::kBytes, bytes.data(), std::ssize(bytes));
-    cursor = Cursor(bytes);
+  header.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(most, 0, 4096)));
+  std::size_t place = 0;
+  while (file_->ReadAt(part.offset + J2kPartHead::kBytes, header.data(), std::ssize(header)) == std::ssize(header)) {
+    Cursor cursor(header);
     cursor.Seek(place);
+    while (!cursor.HasFailed()) {
+      place = cursor.Position();
+      const std::uint16_t marker = cursor.U16BE();
+      if (!cursor.HasFailed() && marker == kMarkerData) {
+        header.resize(place);
+        return 1;
+      }
+      const std::size_t length = cursor.U16BE();
+      if (length < 2 && !cursor.HasFailed()) return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+      cursor.Skip(length < 2 ? 0 : length - 2);
+    }
+    // The header goes on behind what was read: more of it is read, and the segment is looked at again.
+    if (std::ssize(header) >= most || header.size() >= kMaxPartHeaderBytes) break;
+    header.resize(static_cast<std::size_t>(std::min<std::int64_t>(most, std::ssize(header) * 4)));
   }
   return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+}
+
+/// A tile may be coded in another way than the main header says. Its first part tells so.
+int J2kReader::ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err) {
+  CodeBytes header;
+  if (!ReadPartHeader(part, header, err)) return 0;
+  std::vector<J2kSegment> segments;
+  const int numComponents = static_cast<int>(header_.components.size());
+  if (ListJ2kSegments(header, 0, segments) && ParseJ2kCoding(header, segments, numComponents, coding)) return 1;
+  return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+}
+
+/// Takes the packets of a level alone, where all parts list the lengths of theirs and these fit. An empty packet, which
+/// is a byte of zero, stands for each of the others. False where that can't be, with nothing added.
+bool J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result) {
+  const std::optional<J2kPacketCount> count =
+      CountPackets(header_, result.coding, header_.GetTileRect(parts.front().tile), level);
+  if (!count || !packedHeads_.empty() || count->needed == count->all) return false;
+  std::int64_t numLeft = count->needed;
+  std::vector<std::int64_t> kept;  // bytes of each part that is taken
+  XString ignored;
+  for (const J2kTilePart& part : parts) {
+    CodeBytes header;
+    std::vector<J2kSegment> segments;
+    if (part.IsCut(end_) || !ReadPartHeader(part, header, ignored) || !ListJ2kSegments(header, 0, segments))
+      return false;
+    if (HoldsAny(segments, {kMarkerPackedPartHeads, kMarkerOrderChange})) return false;
+    const std::vector<std::uint32_t> lengths = ParsePacketLengths(header, segments);
+    const std::int64_t before = J2kPartHead::kBytes + std::ssize(header) + 2;
+    if (std::accumulate(lengths.begin(), lengths.end(), before) != part.numBytes) return false;
+    const auto numTaken = std::min(numLeft, std::ssize(lengths) + std::int64_t{0});
+    kept.push_back(std::accumulate(lengths.begin(), lengths.begin() + numTaken, before));
+    numLeft -= numTaken;
+    if (numLeft == 0) break;
+  }
+  if (numLeft != 0 || HoldsAny(header_.segments, {kMarkerOrderChange})) return false;
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    const std::int64_t numZeros = i + 1 == kept.size() ? count->all - count->needed : 0;
+    result.stream->AddBytes(MakePartHead(kept[i] + numZeros, i, kept.size()));
+    result.stream->AddRange(parts[i].offset + J2kPartHead::kBytes, kept[i] - J2kPartHead::kBytes);
+    result.stream->AddZeros(numZeros);
+  }
+  return true;
 }
 
 int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err) {
@@ -238,15 +288,11 @@ int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XSt
     result.stream->AddBytes(MakePartHead(numBytes + numMissing, i, parts.size()));
     result.stream->AddRange(part.offset + J2kPartHead::kBytes, numBytes - J2kPartHead::kBytes);
     result.stream->AddZeros(numMissing);
-    result.numBytes += numBytes;
   }
-  CodeBytes mark;
-  AppendBig(mark, kMarkerEnd, 2);
-  result.stream->AddBytes(std::move(mark));
   return 1;
 }
 
-int J2kReader::OpenTile(int tile, bool isStrict, Tile& result, XString& err) {
+int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err) {
   result = {};
   std::optional<std::vector<J2kTilePart>> found = FindParts(tile);
   if (!found) return RefuseTile(err, "The disk fails in front of tile %d", tile);
@@ -264,7 +310,12 @@ int J2kReader::OpenTile(int tile, bool isStrict, Tile& result, XString& err) {
   CodeBytes header = MakeTileHeader(tile);
   AddPackedHeads(parts, header);
   result.stream->AddBytes(std::move(header));
-  return AddParts(parts, result, err);
+  for (const J2kTilePart& part : parts) result.numBytes += std::min(part.numBytes, end_ - part.offset);
+  if ((level == 0 || !AddNeededPackets(parts, level, result)) && !AddParts(parts, result, err)) return 0;
+  CodeBytes mark;
+  AppendBig(mark, kMarkerEnd, 2);
+  result.stream->AddBytes(std::move(mark));
+  return 1;
 }
 
 }  // namespace zrk

@@ -33,9 +33,10 @@ class J2kReader {
     J2kTileCoding coding;               ///< of this tile
     std::int64_t numBytes = 0;          ///< of its tile-parts
   };
-  /// Makes the codestream of a tile. Where `isStrict`, a tile that is missing or not whole fails. 1, or 0 with the
+  /// Makes the codestream of a tile, to be decoded at a level. Packets that the level does not need are left out where
+  /// the header lists their lengths. Where `isStrict`, a tile that is missing or not whole fails. 1, or 0 with the
   /// reason in `err`.
-  int OpenTile(int tile, bool isStrict, Tile& result, XString& err);
+  int OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err);
 
  private:
   J2kReader() = default;
@@ -46,7 +47,9 @@ class J2kReader {
   std::vector<unsigned char> MakeTileHeader(int tile) const;
   void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header);
   int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
+  int ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header, XString& err);
   int ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err);
+  bool AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
 
   std::shared_ptr<DiskFile> file_;
   std::int64_t offset_ = 0;

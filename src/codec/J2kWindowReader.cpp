@@ -125,7 +125,7 @@ J2kWindowReader::TileWork J2kWindowReader::PlanTile(const J2kRequest& request, i
 /// Components that are mixed with each other are decoded together, and each of them must have samples in the area.
 int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Session& session, XString& err) {
   J2kReader::Tile tile;
-  if (!reader_->OpenTile(work.tile, request.isStrict, tile, err)) return 0;
+  if (!reader_->OpenTile(work.tile, request.level, request.isStrict, tile, err)) return 0;
   session = {};
   if (!tile.stream) return 1;
   const J2kHeader& header = reader_->GetHeader();

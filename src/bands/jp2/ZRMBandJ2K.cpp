@@ -70,6 +70,10 @@ struct ZRMBandJ2K::Impl final : Frame {
   zrk::ChannelReads::Record* Begin(const zrk::ReadRequest& request, const zrk::J2kRect& rect);
   bool Fill(const zrk::ReadRequest& request, const zrk::J2kRect& rect, const int* cancel,
             zrk::ChannelReads::Record& record);
+  std::optional<zrk::Jp2Sink> MakeSink(const std::vector<zrk::J2kRect>& rects, zrk::ChannelReads::Record& record,
+                                       std::vector<tagXArr2>& smaller) const;
+  void RepeatChannel(int number, const zrk::J2kRect& rect, const zrk::J2kRect& under, const tagXArr2& smaller,
+                     tagXArr2& result) const;
 
   const ZRMBandJ2K& band;
   zrk::Jp2File opened;
@@ -246,44 +250,56 @@ zrk::ChannelReads::Record* ZRMBandJ2K::Impl::Decode(const zrk::ReadRequest& requ
   return record && Fill(request, rect, cancel, *record) ? record : nullptr;
 }
 
-/// Smaller components are decoded into a buffer of their own size first.
 bool ZRMBandJ2K::Impl::Fill(const zrk::ReadRequest& request, const zrk::J2kRect& rect, const int* cancel,
                             zrk::ChannelReads::Record& record) {
-  const zrk::J2kHeader& header = GetHeader();
   zrk::J2kRequest wanted{request.level, {}, band.IsExact(), CountThreads()};
-  wanted.rects.resize(header.components.size());
-  std::vector<zrk::Jp2Target> targets(header.components.size());
-  std::vector<tagXArr2> smaller(static_cast<std::size_t>(numChannels));
+  wanted.rects.resize(GetHeader().components.size());
   for (int c = 0; c < numChannels; ++c) {
-    const auto place = static_cast<std::size_t>(c);
-    tagXArr2* result = &record.At(c);
-    wanted.rects[place] = IsSmaller(c) ? RectUnder(rect, c, request.level) : rect;
-    if (IsSmaller(c)) {
-      const zrk::J2kRect& under = wanted.rects[place];
-      if (under.IsEmpty()) return zrk::FailRead(zrk::kNoSuchLevel) != 0;
-      const int width = static_cast<int>(under.Width()), height = static_cast<int>(under.Height());
-      if (!smaller[place].Alloc(width, height, result->elementSize)) return zrk::FailRead(zrk::kReadNoMemory) != 0;
-      result = &smaller[place];
-    }
-    targets[place] = {c, wanted.rects[place], FormOf(header.components[place]), WantedForm(c), result};
+    zrk::J2kRect& ofChannel = wanted.rects[static_cast<std::size_t>(c)];
+    ofChannel = IsSmaller(c) ? RectUnder(rect, c, request.level) : rect;
+    if (ofChannel.IsEmpty()) return zrk::FailRead(zrk::kNoSuchLevel) != 0;
   }
-  zrk::Jp2Sink sink(std::move(targets));
+  std::vector<tagXArr2> smaller(static_cast<std::size_t>(numChannels));
+  std::optional<zrk::Jp2Sink> sink = MakeSink(wanted.rects, record, smaller);
+  if (!sink) return zrk::FailRead(zrk::kReadNoMemory) != 0;
   XString reason;
-  if (!windows->Read(wanted, cancel, sink, reason)) {
+  if (!windows->Read(wanted, cancel, *sink, reason)) {
     if (!reason.IsEmpty()) zrk::NoteReadError(reason);
     return false;
   }
   for (int c = 0; c < numChannels; ++c) {
-    if (!IsSmaller(c)) continue;
-    const zrk::J2kComponent& first = header.components.front();
-    const zrk::J2kComponent& other = header.components[static_cast<std::size_t>(c)];
-    const zrk::J2kRect& under = wanted.rects[static_cast<std::size_t>(c)];
-    tagXArr2& result = record.At(c);
-    zrk::RepeatSamples(smaller[static_cast<std::size_t>(c)],
-                       zrk::MapSamples(rect.x0, result.xSize, first.dx, other.dx, under.x0, under.x1),
-                       zrk::MapSamples(rect.y0, result.ySize, first.dy, other.dy, under.y0, under.y1), result);
+    const auto place = static_cast<std::size_t>(c);
+    if (IsSmaller(c)) RepeatChannel(c, rect, wanted.rects[place], smaller[place], record.At(c));
   }
   return true;
+}
+
+/// Smaller components are decoded into a buffer of their own size first. Nothing where there is no memory for one.
+std::optional<zrk::Jp2Sink> ZRMBandJ2K::Impl::MakeSink(const std::vector<zrk::J2kRect>& rects,
+                                                       zrk::ChannelReads::Record& record,
+                                                       std::vector<tagXArr2>& smaller) const {
+  const zrk::J2kHeader& header = GetHeader();
+  std::vector<zrk::Jp2Target> targets(header.components.size());
+  for (int c = 0; c < numChannels; ++c) {
+    const auto place = static_cast<std::size_t>(c);
+    const zrk::J2kRect& rect = rects[place];
+    tagXArr2* result = &record.At(c);
+    if (IsSmaller(c)) {
+      const int width = static_cast<int>(rect.Width()), height = static_cast<int>(rect.Height());
+      if (!smaller[place].Alloc(width, height, result->elementSize)) return std::nullopt;
+      result = &smaller[place];
+    }
+    targets[place] = {c, rect, FormOf(header.components[place]), WantedForm(c), result};
+  }
+  return zrk::Jp2Sink(std::move(targets));
+}
+
+void ZRMBandJ2K::Impl::RepeatChannel(int number, const zrk::J2kRect& rect, const zrk::J2kRect& under,
+                                     const tagXArr2& smaller, tagXArr2& result) const {
+  const zrk::J2kComponent& first = GetHeader().components.front();
+  const zrk::J2kComponent& other = GetHeader().components[static_cast<std::size_t>(number)];
+  zrk::RepeatSamples(smaller, zrk::MapSamples(rect.x0, result.xSize, first.dx, other.dx, under.x0, under.x1),
+                     zrk::MapSamples(rect.y0, result.ySize, first.dy, other.dy, under.y0, under.y1), result);
 }
 
 void ZRMBandJ2K::Impl::FreeBuffers() {

@@ -106,6 +106,26 @@ const Variant kVariants[] = {
     {"Precincts", [] { return Jp2Builder().Size(130, 110).Precincts(32).CodeBlocks(16, 16).Order("PCRL"); }},
     {"SmallBlocks", [] { return Jp2Builder().Size(60, 60).CodeBlocks(4, 4).Order("CPRL"); }},
     {"ListedLengths", [] { return Jp2Builder().Size(99, 70).Tiles(20, 20).TileLengths().PacketLengths(); }},
+    {"ListedPackets",
+     [] {
+       return Jp2Builder().Size(130, 110).Components(3).PacketLengths().Order("RLCP").Layers({9, 0});
+     }},
+    {"ListedPacketsInPlaces",
+     [] { return Jp2Builder().Size(130, 110).Precincts(32).CodeBlocks(16, 16).PacketLengths().Order("RPCL"); }},
+    {"ListedPacketsInParts",
+     [] {
+       return Jp2Builder()
+           .Size(99, 70)
+           .Tiles(40, 40)
+           .Components(2)
+           .Component(1, 8, false, 2, 2)
+           .PacketLengths()
+           .PartPerResolution();
+     }},
+    {"ListedPacketsByLayer",
+     [] {
+       return Jp2Builder().Size(99, 70).PacketLengths().Layers({9, 0});
+     }},
     {"Parts", [] { return Jp2Builder().Size(99, 70).Tiles(40, 40).Order("RLCP").PartPerResolution(); }},
     {"NoLevels", [] { return Jp2Builder().Size(33, 31).Levels(0); }},
     {"OnePixel", [] { return Jp2Builder().Size(1, 1).Levels(0).Components(4, 10); }},

@@ -173,11 +173,19 @@ int Jp2Builder::SampleAt(int component, int x, int y) const {
   return std::clamp(wanted, low, high);
 }
 
-Bytes Jp2Builder::BuildCodestream() const {
-  opj_cparameters_t parameters;
+/// OpenJPEG can mix the first three components where they are alike.
+bool Jp2Builder::IsMixable() const {
+  const auto isLikeFirst = [this](const Form& form) {
+    return form.depth == forms_[0].depth && form.isSigned == forms_[0].isSigned && form.dx == forms_[0].dx &&
+           form.dy == forms_[0].dy;
+  };
+  return forms_.size() >= 3 && isLikeFirst(forms_[1]) && isLikeFirst(forms_[2]);
+}
+
+void Jp2Builder::FillParameters(opj_cparameters& parameters) const {
   opj_set_default_encoder_parameters(&parameters);
   parameters.tcp_numlayers = static_cast<int>(rates_.size());
-  for (std::size_t i = 0; i < rates_.size(); ++i) parameters.tcp_rates[i] = rates_[i];
+  std::copy(rates_.begin(), rates_.end(), parameters.tcp_rates);
   parameters.cp_disto_alloc = 1;
   parameters.numresolution = numLevels_ + 1;
   parameters.prog_order = static_cast<OPJ_PROG_ORDER>(order_);
@@ -186,28 +194,23 @@ Bytes Jp2Builder::BuildCodestream() const {
   parameters.cblockh_init = blockHeight_;
   parameters.image_offset_x0 = left_;
   parameters.image_offset_y0 = top_;
-  if (tileWidth_ > 0) {
-    parameters.tile_size_on = OPJ_TRUE;
-    parameters.cp_tdx = tileWidth_;
-    parameters.cp_tdy = tileHeight_;
-    parameters.cp_tx0 = tileX_;
-    parameters.cp_ty0 = tileY_;
-  }
+  parameters.tile_size_on = tileWidth_ > 0;
+  parameters.cp_tdx = tileWidth_;
+  parameters.cp_tdy = tileHeight_;
+  parameters.cp_tx0 = tileX_;
+  parameters.cp_ty0 = tileY_;
   if (precinctSide_ > 0) {
     parameters.csty |= 1;
     parameters.res_spec = 1;
     parameters.prcw_init[0] = parameters.prch_init[0] = precinctSide_;
   }
-  if (hasParts_) {
-    parameters.tp_on = 1;
-    parameters.tp_flag = 'R';
-  }
-  const bool isMixable = forms_.size() >= 3 && forms_[0].depth == forms_[1].depth &&
-                         forms_[1].depth == forms_[2].depth && forms_[1].dx == forms_[0].dx &&
-                         forms_[2].dx == forms_[0].dx && forms_[0].isSigned == forms_[1].isSigned &&
-                         forms_[1].isSigned == forms_[2].isSigned;
-  parameters.tcp_mct = isMixable ? 1 : 0;
+  parameters.tp_on = hasParts_;
+  parameters.tp_flag = hasParts_ ? 'R' : 0;
+  parameters.tcp_mct = IsMixable() ? 1 : 0;
+}
 
+/// The image with all samples; the caller destroys it.
+opj_image* Jp2Builder::MakeImage() const {
   std::vector<opj_image_cmptparm_t> forms;
   for (const Form& form : forms_) {
     opj_image_cmptparm_t one{};
@@ -221,20 +224,25 @@ Bytes Jp2Builder::BuildCodestream() const {
     one.sgnd = form.isSigned;
     forms.push_back(one);
   }
-  const std::unique_ptr<opj_image_t, void (*)(opj_image_t*)> image(
-      opj_image_create(static_cast<OPJ_UINT32>(forms.size()), forms.data(), OPJ_CLRSPC_UNSPECIFIED),
-      &opj_image_destroy);
+  opj_image_t* const image =
+      opj_image_create(static_cast<OPJ_UINT32>(forms.size()), forms.data(), OPJ_CLRSPC_UNSPECIFIED);
   image->x0 = static_cast<OPJ_UINT32>(left_);
   image->y0 = static_cast<OPJ_UINT32>(top_);
   image->x1 = static_cast<OPJ_UINT32>(left_ + width_);
   image->y1 = static_cast<OPJ_UINT32>(top_ + height_);
   for (std::size_t c = 0; c < forms.size(); ++c) {
     const int columns = static_cast<int>(forms[c].w), rows = static_cast<int>(forms[c].h);
-    for (int y = 0; y < rows; ++y) {
-      for (int x = 0; x < columns; ++x) image->comps[c].data[y * columns + x] = SampleAt(static_cast<int>(c), x, y);
+    for (int i = 0; i < columns * rows; ++i) {
+      image->comps[c].data[i] = SampleAt(static_cast<int>(c), i % columns, i / columns);
     }
   }
+  return image;
+}
 
+Bytes Jp2Builder::BuildCodestream() const {
+  opj_cparameters_t parameters;
+  FillParameters(parameters);
+  const std::unique_ptr<opj_image_t, void (*)(opj_image_t*)> image(MakeImage(), &opj_image_destroy);
   GrowingStream grown;
   const std::unique_ptr<opj_codec_t, void (*)(opj_codec_t*)> codec(opj_create_compress(OPJ_CODEC_J2K),
                                                                    &opj_destroy_codec);

@@ -8,6 +8,9 @@
 #include <utility>
 #include <vector>
 
+struct opj_cparameters;
+struct opj_image;
+
 /// Builds JPEG 2000 codestreams with OpenJPEG's encoder, and files of boxes around them. Everything has a value from
 /// the beginning on: 64 x 48 samples of one component of 8 bits, in one tile, without loss.
 class Jp2Builder {
@@ -55,6 +58,10 @@ class Jp2Builder {
   static Bytes Text(std::string_view text) { return {text.begin(), text.end()}; }
 
  private:
+  bool IsMixable() const;
+  void FillParameters(opj_cparameters& parameters) const;
+  opj_image* MakeImage() const;
+
   struct Form {
     int depth = 8;
     bool isSigned = false;

@@ -275,4 +275,22 @@ TEST(Jp2ManyTiles, AreWalkedThroughOnceWhereNothingListsThem) {
   EXPECT_LT(disk.GetReadCount() - before, 12);
 }
 
+/// Bytes that a level of the whole image reads.
+std::int64_t CountBytesOfLevel(const Jp2Builder& builder, int level) {
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  LoadedRaster image(builder.BuildCodestream(), kFormatJP2, kReadExact);
+  const std::int64_t before = disk.GetBytesRead();
+  EXPECT_FALSE(image.Read(0, level, {0, 399, 0, 399}).bytes.empty());
+  return disk.GetBytesRead() - before;
+}
+
+TEST(Jp2PacketLengths, LetALevelReadItsPacketsAlone) {
+  const auto noise = [](int, int x, int y) { return (x * 7919 + y * 104729 + x * y * 31) % 251; };
+  const Jp2Builder listed = Jp2Builder().Size(400, 400).Samples(noise).PacketLengths();
+  EXPECT_LT(10 * CountBytesOfLevel(listed, 3), CountBytesOfLevel(listed, 0));
+  const Jp2Builder plain = Jp2Builder().Size(400, 400).Samples(noise);
+  EXPECT_GT(2 * CountBytesOfLevel(plain, 3), CountBytesOfLevel(plain, 0));
+}
+
 }  // namespace
