@@ -228,10 +228,14 @@ void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows) {
   constexpr int kTileSide = 512, kMostWindows = 200;
   const int side = std::max(options.side / 2, kWindowSide * 2);
   const int count = std::min(options.numWindows, kMostWindows);
-  const std::pair<int, const char*> kinds[] = {{side, "one tile"}, {kTileSide, "tiles of 512 x 512"}};
-  for (const auto& [tile, title] : kinds) {
-    const std::string key = tile == side ? "jp2_one" : "jp2_tiles";
-    const std::string path = options.folder + "/" + key + std::to_string(side) + ".jp2";
+  struct Kind {
+    const char* key;
+    int tileSide;
+    const char* title;
+  };
+  const Kind kinds[] = {{"jp2_one", side, "one tile"}, {"jp2_tiles", kTileSide, "tiles of 512 x 512"}};
+  for (const auto& [key, tile, title] : kinds) {
+    const std::string path = options.folder + "/" + std::string(key) + std::to_string(side) + ".jp2";
     MakeJp2(path, side, tile);
     AddWholeRows(path, key, title, side, rows);
     AddWindowRows(path, key, title, side, count, rows);

@@ -1,5 +1,5 @@
-// Bands give rows, and the encoder takes tiles. A strip is a row of tiles in memory: rows are read in blocks of a few
-// megabytes over the width of the strip, and each piece of a row is copied to its tile.
+// Bands give rows, and the encoder takes tiles. A strip is some rows of tiles in memory: rows of pixels are read in
+// blocks of a few megabytes over the width of the strip, and each piece of one is copied to its tile.
 //
 // Positions are of two kinds. Those of the file count from the corner of the window, and those of the bands differ from
 // them by that corner. What of the window lies beyond the first band keeps the zeros that a strip begins with, and so
@@ -21,7 +21,8 @@
 namespace zrk {
 namespace {
 
-/// A strip of so many bytes holds a row of tiles of a large scene.
+/// A strip of so many bytes holds a row of tiles of a large scene, and enough tiles of a smaller one that threads
+/// seldom wait for the last of them.
 constexpr std::int64_t kStripBytes = 64 << 20;
 constexpr int kBlockRows = 200;
 
@@ -44,8 +45,10 @@ Jp2Strip::Jp2Strip(const Jp2Job& job) : job_(job) {
 }
 
 int Jp2Strip::CountTilesAtOnce() const {
-  const std::int64_t tileBytes = job_.plan.CountSampleBytes(job_.plan.TileAt(0));
-  return static_cast<int>(std::clamp<std::int64_t>(kStripBytes / tileBytes, 1, job_.plan.CountTileColumns()));
+  const J2kPlan& plan = job_.plan;
+  const std::int64_t tileBytes = plan.CountSampleBytes(plan.TileAt(0)), numColumns = plan.CountTileColumns();
+  const std::int64_t most = std::max<std::int64_t>(kStripBytes / tileBytes, 1);
+  return static_cast<int>(most < numColumns ? most : std::min(most / numColumns * numColumns, plan.CountTiles()));
 }
 
 bool Jp2Strip::Reserve(int numTiles) {
@@ -72,7 +75,7 @@ bool Jp2Strip::Read(int firstTile, int numTiles, const std::function<bool(std::i
   const Window &window = job_.window, inside = job_.WindowInBand();
   const Window &left = tiles_.front().pixels, &right = tiles_.back().pixels;
   const int x0 = std::max(left.x0 + window.x0, inside.x0), x1 = std::min(right.x1 + window.x0, inside.x1);
-  const int y0 = std::max(left.y0 + window.y0, inside.y0), y1 = std::min(left.y1 + window.y0, inside.y1);
+  const int y0 = std::max(left.y0 + window.y0, inside.y0), y1 = std::min(right.y1 + window.y0, inside.y1);
   const int height = x0 <= x1 ? y1 - y0 + 1 : 0;
   const ZRMBand& first = *job_.bands.front();
   for (int row = 0, numRows = 0; row < height; row += numRows) {
@@ -116,13 +119,21 @@ bool Jp2Strip::ReadAlone(std::size_t index, const Window& rows) {
   return true;
 }
 
+/// The tiles of the strip that a row of the file's pixels meets.
+std::span<const Jp2Strip::Place> Jp2Strip::TilesAt(int y) const {
+  const auto numColumns = static_cast<std::size_t>(job_.plan.CountTileColumns());
+  if (tiles_.size() < numColumns) return tiles_;
+  const auto row = static_cast<std::size_t>((y - tiles_.front().pixels.y0) / job_.plan.TileHeight());
+  return std::span(tiles_).subspan(row * numColumns, numColumns);
+}
+
 /// Copies the samples of a row of a band to the tiles, `y` being the row of the file's pixels in the first band.
 void Jp2Strip::CopyRow(const unsigned char* samples, std::size_t band, const Window& columns, int y) {
   const int from = columns.x0 - job_.window.x0, to = columns.x1 - job_.window.x0;
   const std::optional<SampleChanger>& changer = job_.changers[band];
   const auto bandBytes = static_cast<std::size_t>(job_.bands[band]->GetDataSize());
   const auto sampleBytes = static_cast<std::size_t>(job_.plan.components[band].SampleBytes());
-  for (const Place& tile : tiles_) {
+  for (const Place& tile : TilesAt(y - job_.window.y0)) {
     const int x0 = std::max(from, tile.pixels.x0), x1 = std::min(to, tile.pixels.x1);
     if (x0 > x1) continue;
     const auto width = static_cast<std::size_t>(tile.pixels.Width());

@@ -75,7 +75,8 @@ bool Jp2Tiles::Write(int numThreads, XString& err) {
   partBytes_.assign(static_cast<std::size_t>(numTiles), 0);
   bool isDone = strip_.Reserve(numAtOnce) || Fail(kJp2NoMemory);
   for (int tile = 0, count = 0; isDone && tile < numTiles; tile += count) {
-    count = std::min(numAtOnce, numColumns - tile % numColumns);
+    // A strip that is a part of a row ends with the row.
+    count = std::min(numAtOnce, numAtOnce < numColumns ? numColumns - tile % numColumns : numTiles - tile);
     isDone = WriteStrip(tile, count, numThreads);
   }
   // A stop has no reason, whatever came of it.

@@ -70,8 +70,8 @@ TEST_F(XRSFile2JP2Threads, HearAStopAtEachReport) {
     EXPECT_TRUE(std::filesystem::is_empty(folder_.Path()));
     ++numStops;
   }
-  // One for each row of tiles at least, before it is read.
-  EXPECT_GE(numStops, 6);
+  // One at least, before anything is read.
+  EXPECT_GE(numStops, 1);
 }
 
 TEST_F(XRSFile2JP2Threads, ReportPercentagesThatGrow) {
