@@ -31,6 +31,13 @@ bool FindOpenEnd(DiskFile& file, std::int64_t end, J2kTilePart& part) {
   return true;
 }
 
+/// Whether the codestream ends here as it should.
+bool HasEndMarker(DiskFile& file, std::int64_t offset, std::int64_t end) {
+  unsigned char bytes[2] = {};
+  if (offset > end - kEndBytes || file.ReadAt(offset, bytes, kEndBytes) != kEndBytes) return false;
+  return Cursor(bytes).U16BE() == kMarkerEnd;
+}
+
 }  // namespace
 
 J2kHeadFound ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t end, J2kPartHead& head) {
@@ -43,10 +50,11 @@ J2kHeadFound ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t e
   head.tile = cursor.U16BE();
   head.numBytes = cursor.U32BE();
   head.number = cursor.U8();
+  head.numParts = cursor.U8();
   return head.numBytes == 0 || head.numBytes >= kLeastPartBytes ? J2kHeadFound::kHead : J2kHeadFound::kNothing;
 }
 
-bool J2kIndex::TakeList(const J2kHeader& header, std::int64_t offset, std::int64_t end) {
+bool J2kIndex::TakeList(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end) {
   if (header.listedParts.empty() || std::ssize(header.listedParts) > kMaxParts) return false;
   parts_.clear();
   for (const J2kListedPart& listed : header.listedParts) {
@@ -56,7 +64,8 @@ bool J2kIndex::TakeList(const J2kHeader& header, std::int64_t offset, std::int64
     parts_.push_back({tile, ordinal, offset, listed.numBytes});
     offset += listed.numBytes;
   }
-  isFromList_ = true;
+  if (!HasEndMarker(file, offset, end)) return false;
+  isFromList_ = isWhole_ = true;
   Sort(header.CountTiles());
   return true;
 }
@@ -69,11 +78,12 @@ bool J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset
     const J2kHeadFound found = ReadJ2kPartHead(file, offset, end, head);
     if (found == J2kHeadFound::kDiskFailed) return false;
     if (found == J2kHeadFound::kNothing || head.tile >= header.CountTiles()) break;
-    J2kTilePart part{head.tile, CountParts(), offset, head.numBytes};
+    J2kTilePart part{head.tile, CountParts(), offset, head.numBytes, head.number, head.numParts};
     if (head.numBytes == 0 && !FindOpenEnd(file, end, part)) return false;
     parts_.push_back(part);
     offset += part.numBytes;
   }
+  isWhole_ = HasEndMarker(file, offset, end);
   Sort(header.CountTiles());
   return true;
 }

@@ -29,6 +29,7 @@
 namespace zrk {
 namespace {
 
+constexpr std::uint16_t kMarkerComponentSteps = 0xFF5D;   // QCC
 constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;      // PPM
 constexpr std::uint16_t kMarkerPackedPartHeads = 0xFF61;  // PPT
 constexpr std::uint16_t kMarkerOrderChange = 0xFF5F;      // POC
@@ -71,12 +72,30 @@ bool HoldsAny(std::span<const J2kSegment> segments, std::initializer_list<std::u
   });
 }
 
+/// Whether what is said of one component stands in front of what is said of all.
+bool IsOutOfOrder(std::span<const J2kSegment> segments) {
+  const auto one = std::ranges::find(segments, kMarkerComponentCoding, &J2kSegment::marker);
+  return std::find_if(one, segments.end(), [](const J2kSegment& segment) { return segment.marker == kMarkerCoding; }) !=
+         segments.end();
+}
+
 /// What a part that is cut short lacks. Packets that are missing are zeros then, which is how an empty packet begins. A
 /// part may claim any length, and one that is open claims none.
 std::int64_t CountMissing(const J2kTilePart& part, std::int64_t numBytes) {
   constexpr std::int64_t kMost = 16 << 20, kLeast = 1 << 16;
   const std::int64_t bound = std::clamp(4 * numBytes, kLeast, kMost);
   return part.isOpen ? bound : std::min(part.numBytes - numBytes, bound);
+}
+
+/// Whether no part of a tile is missing. A head tells how many parts its tile has, or leaves that open. Where all leave
+/// it open, only the end of a whole codestream says that no more follow.
+bool HasAllParts(const std::vector<J2kTilePart>& parts, bool isCodestreamWhole) {
+  int told = 0, number = 0;
+  for (const J2kTilePart& part : parts) {
+    if (part.number != number++) return false;
+    told = std::max(told, part.numParts);
+  }
+  return told > 0 ? told == number : isCodestreamWhole;
 }
 
 int RefuseTile(XString& err, const char* sentence, int tile) {
@@ -128,7 +147,7 @@ std::shared_ptr<J2kReader> J2kReader::Open(std::shared_ptr<DiskFile> file, std::
 std::shared_ptr<const J2kIndex> J2kReader::MakeIndex(bool mayTakeList) {
   const std::int64_t first = offset_ + std::ssize(header_.bytes);
   auto fresh = std::make_shared<J2kIndex>();
-  if (mayTakeList && fresh->TakeList(header_, first, end_)) return fresh;
+  if (mayTakeList && fresh->TakeList(*file_, header_, first, end_)) return fresh;
   return fresh->Walk(*file_, header_, first, end_) ? fresh : nullptr;
 }
 
@@ -138,12 +157,14 @@ std::shared_ptr<const J2kIndex> J2kReader::GetIndex() {
   return index_;
 }
 
-/// Whether the parts stand where they should.
-bool J2kReader::Holds(const std::vector<J2kTilePart>& parts) {
-  return std::ranges::all_of(parts, [this](const J2kTilePart& part) {
+/// Whether the parts stand where they should. They get what their heads tell.
+bool J2kReader::Holds(std::vector<J2kTilePart>& parts) {
+  return std::ranges::all_of(parts, [this](J2kTilePart& part) {
     J2kPartHead head;
-    return ReadJ2kPartHead(*file_, part.offset, end_, head) == J2kHeadFound::kHead && head.tile == part.tile &&
-           (head.numBytes == 0 || head.numBytes == part.numBytes);
+    if (ReadJ2kPartHead(*file_, part.offset, end_, head) != J2kHeadFound::kHead || head.tile != part.tile) return false;
+    part.number = head.number;
+    part.numParts = head.numParts;
+    return head.numBytes == 0 || head.numBytes == part.numBytes;
   });
 }
 
@@ -166,10 +187,14 @@ std::optional<std::vector<J2kTilePart>> J2kReader::FindParts(int tile) {
 /// The main header with the image cut to the tile, which becomes the first and only one.
 CodeBytes J2kReader::MakeTileHeader(int tile) const {
   CodeBytes bytes(header_.bytes.begin(), header_.bytes.begin() + 2);
-  for (const J2kSegment& segment : header_.segments) {
-    if (std::ranges::find(kKeptMarkers, segment.marker) == std::end(kKeptMarkers)) continue;
-    const auto first = header_.bytes.begin() + static_cast<std::ptrdiff_t>(segment.offset);
-    bytes.insert(bytes.end(), first, first + static_cast<std::ptrdiff_t>(segment.numBytes));
+  // What is said of one component counts before what is said of all, in any order. Decoders take what comes last.
+  for (const bool isOfOne : {false, true}) {
+    for (const J2kSegment& segment : header_.segments) {
+      if (std::ranges::find(kKeptMarkers, segment.marker) == std::end(kKeptMarkers)) continue;
+      if (isOfOne != (segment.marker == kMarkerComponentCoding || segment.marker == kMarkerComponentSteps)) continue;
+      const auto first = header_.bytes.begin() + static_cast<std::ptrdiff_t>(segment.offset);
+      bytes.insert(bytes.end(), first, first + static_cast<std::ptrdiff_t>(segment.numBytes));
+    }
   }
   const J2kRect rect = header_.GetTileRect(tile);
   const std::int64_t x = header_.firstTile.x0 + tile % header_.tilesAcross * header_.firstTile.Width();
@@ -242,8 +267,22 @@ int J2kReader::ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XS
   if (!ReadPartHeader(part, header, err)) return 0;
   std::vector<J2kSegment> segments;
   const int numComponents = static_cast<int>(header_.components.size());
-  if (ListJ2kSegments(header, 0, segments) && ParseJ2kCoding(header, segments, numComponents, coding)) return 1;
+  if (ListJ2kSegments(header, 0, segments) && !IsOutOfOrder(segments) &&
+      ParseJ2kCoding(header, segments, numComponents, coding))
+    return 1;
   return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+}
+
+/// Whether a part behind the first says anew how the tile is coded. It may not, and a decoder may follow it all the
+/// same.
+bool J2kReader::HasLateCoding(const std::vector<J2kTilePart>& parts) {
+  XString ignored;
+  return std::any_of(parts.begin() + 1, parts.end(), [&](const J2kTilePart& part) {
+    CodeBytes header;
+    std::vector<J2kSegment> segments;
+    return ReadPartHeader(part, header, ignored) && ListJ2kSegments(header, 0, segments) &&
+           HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding});
+  });
 }
 
 /// Takes the packets of a level alone, where all parts list the lengths of theirs and these fit. An empty packet, which
@@ -297,6 +336,7 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   std::optional<std::vector<J2kTilePart>> found = FindParts(tile);
   if (!found) return RefuseTile(err, "The disk fails in front of tile %d", tile);
   std::vector<J2kTilePart>& parts = *found;
+  const bool hasAll = HasAllParts(parts, GetIndex()->IsWhole());
   if (parts.size() > kMostParts) parts.resize(kMostParts);
   // What a file that was cut holds of a part may not even be its header, which no decoder can use.
   constexpr std::int64_t kLeastBytes = 14;
@@ -304,8 +344,10 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   std::erase_if(parts, [this](const J2kTilePart& part) { return end_ - part.offset < kLeastBytes; });
   if (isStrict && isCut) return RefuseTile(err, "The file ends within tile %d", tile);
   if (parts.empty()) return isStrict ? RefuseTile(err, "The file has no tile %d", tile) : 1;
+  if (isStrict && !hasAll) return RefuseTile(err, "The file lacks a part of tile %d", tile);
   result.coding = header_.coding;
   if (!ReadTileCoding(parts.front(), result.coding, err)) return isCut && !isStrict;
+  if (HasLateCoding(parts)) return RefuseTile(err, "The header of tile %d is damaged", tile);
   result.stream = std::make_unique<J2kStream>(file_);
   CodeBytes header = MakeTileHeader(tile);
   AddPackedHeads(parts, header);

@@ -43,12 +43,13 @@ class J2kReader {
 
   std::optional<std::vector<J2kTilePart>> FindParts(int tile);
   std::shared_ptr<const J2kIndex> MakeIndex(bool mayTakeList);
-  bool Holds(const std::vector<J2kTilePart>& parts);
+  bool Holds(std::vector<J2kTilePart>& parts);
   std::vector<unsigned char> MakeTileHeader(int tile) const;
   void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header);
   int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
   int ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header, XString& err);
   int ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err);
+  bool HasLateCoding(const std::vector<J2kTilePart>& parts);
   bool AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
 
   std::shared_ptr<DiskFile> file_;

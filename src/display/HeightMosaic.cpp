@@ -19,7 +19,7 @@ struct HeightMosaic::Impl {
   bool Add(const ZRMComposite& composite, const XSpatialReference& shown);
 };
 
-/// A composite that can't be placed is passed over: the others still have heights.
+/// False for a composite that can't be placed.
 bool HeightMosaic::Impl::Add(const ZRMComposite& composite, const XSpatialReference& shown) {
   HeightSource source;
   source.band = composite.GetBand(0);
@@ -47,7 +47,12 @@ std::unique_ptr<HeightMosaic> HeightMosaic::Make(const ZRMCompManager& manager) 
   const XSpatialReference* const shown = manager.GetSR();
   if (!shown) return nullptr;
   auto impl = std::make_unique<Impl>();
-  for (int i = 0; i < manager.GetNumberOfZRMComposite(); ++i) impl->Add(*manager.GetZRMCompositeAt(i), *shown);
+  for (int i = 0; i < manager.GetNumberOfZRMComposite(); ++i) {
+    const ZRMComposite& composite = *manager.GetZRMCompositeAt(i);
+    const ZRMBand* const band = composite.GetBand(0);
+    // The others still have heights, but exact ones are not left out in silence.
+    if (!impl->Add(composite, *shown) && band && band->IsExact()) return nullptr;
+  }
   if (impl->sources.empty()) return nullptr;
   return std::unique_ptr<HeightMosaic>(new HeightMosaic(std::move(impl)));
 }

@@ -25,7 +25,8 @@ namespace {
 /// posts on the rim of the earth have a height.
 int FindOnAxis(double place, double low, double high) {
   const double raised = place + kOnTheEdge;
-  if (!(low < high) || !(raised >= low && place <= high + kOnTheEdge)) return -1;
+  if (!(low < high) || std::ceil(high) - 1.0 < std::max(low, 0.0) || !(raised >= low && place <= high + kOnTheEdge))
+    return -1;
   return static_cast<int>(std::min(raised, std::ceil(high) - 1.0));
 }
 

@@ -7,6 +7,7 @@
 #include "display/SystemBridge.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -26,7 +27,10 @@ zrk::Extent ZRMCompManager::Impl::GetRange(const XSpatialReference* shown) const
     if (!composite->GetDrawRange(range.minX, range.maxX, range.minY, range.maxY)) continue;
     range.isSet = true;
     const auto bridge = zrk::SystemBridge::Make(*composite->GetSR(), *shown);
-    if (bridge->isPossible) total.GrowTo(bridge->TakeExtent(range));
+    if (!bridge->isPossible) continue;
+    const zrk::Extent placed = bridge->TakeExtent(range);
+    const double edges[] = {placed.minX, placed.maxX, placed.minY, placed.maxY};
+    if (std::ranges::all_of(edges, [](double edge) { return std::isfinite(edge); })) total.GrowTo(placed);
   }
   return total;
 }

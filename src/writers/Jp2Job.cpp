@@ -21,7 +21,7 @@ namespace zrk {
 namespace {
 
 // What the standard and the codec allow.
-constexpr int kMaxComponents = 16384, kMaxTiles = 65535, kMaxLayers = 100, kMaxLevels = 32;
+constexpr int kMaxComponents = 4096, kMaxTiles = 65535, kMaxLayers = 100, kMaxLevels = 32;
 /// The samples of one tile. The codec takes some twelve times as much memory for a tile of bytes.
 constexpr double kMaxTileBytes = 256 << 20;
 
@@ -41,7 +41,7 @@ bool AreTypesRight(const std::vector<ZRMBand*>& bands, XString& err) {
   }
   const bool haveSamples = std::ranges::all_of(bands, [](const ZRMBand* band) { return !band || band->GetDataSize(); });
   if (!haveSamples) return FailWith(err, "A band has no type of samples");
-  return bands.size() <= kMaxComponents || FailWith(err, "A JPEG 2000 file has room for 16384 bands");
+  return bands.size() <= kMaxComponents || FailWith(err, "A JPEG 2000 file has room for 4096 bands");
 }
 
 /// A missing band is written as one like the first.

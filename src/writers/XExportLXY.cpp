@@ -13,6 +13,7 @@
 #include "math/SampleCast.h"
 #include "tagXArr2.h"
 #include "writers/MapExport.h"
+#include "XFile.h"
 #include "XImageHelper.h"
 #include "XPath.h"
 #include "XQTI.h"
@@ -109,13 +110,10 @@ class Tree {
   double numCells_ = 0.0;
 };
 
-/// The last level has to have pixels that ints can count, as programs that read the tree do.
 bool Tree::Check() {
   if (request_.maxLevel < 0 || request_.maxLevel > kMaxTreeLevel) return Fail(zrk::kNoLevel);
   if (!zrk::ShowsMap(*request_.manager, err_)) return false;
-  const std::int64_t side = std::int64_t{request_.tileSize} << request_.maxLevel;
-  if (request_.tileSize < 1 || request_.tileSize > zrk::kMaxJpegSide || side > INT_MAX) return Fail(zrk::kNoImageSize);
-  return true;
+  return request_.tileSize >= 1 || Fail(zrk::kNoImageSize);
 }
 
 /// The index comes last: a tree without one is not whole.
@@ -124,6 +122,8 @@ int Tree::Run() {
   if (!Check() || !Prepare()) return 0;
   range_.isSet = request_.manager->CalcTotalRange(range_.minX, range_.maxX, range_.minY, range_.maxY) != 0;
   for (int level = 0; level <= request_.maxLevel; ++level) numCells_ += CellsOf(level).Count();
+  // The index of an older tree would make one that is stopped look whole.
+  if (XfnGetDefaultReadPolicy() == kReadExact) XFile::Remove(request_.path);
   for (int level = 0; level <= request_.maxLevel; ++level) {
     if (!WriteLevel(level)) return 0;
   }
@@ -203,7 +203,9 @@ class PictureTree : public Tree {
   using Tree::Tree;
 
  private:
-  bool Prepare() override { return request_.HasBounds() || Fail(zrk::kNoImageSize); }
+  bool Prepare() override {
+    return (request_.HasBounds() && request_.tileSize <= zrk::kMaxJpegSide) || Fail(zrk::kNoImageSize);
+  }
   bool MakeCell(const Cell& cell, XString& why) override;
   const char* GetKind() const override { return "TEXTURE"; }
 };
@@ -232,12 +234,14 @@ class HeightTree : public Tree {
   tagXArr2 posts_;
 };
 
-/// The buffer for a tile is taken before the first, so that a size that no memory holds is told at once.
+/// The last level has to have posts that ints can count, as programs that read the tree do. The buffer for a tile is
+/// taken before the first, so that a size that no memory holds is told at once.
 bool HeightTree::Prepare() {
+  if ((std::int64_t{request_.tileSize} << request_.maxLevel) > INT_MAX) return Fail(zrk::kNoImageSize);
   mosaic_ = zrk::HeightMosaic::Make(*request_.manager);
   if (!mosaic_) return Fail(zrk::kNoMosaic);
   if (!request_.HasBounds()) return Fail("Fail to create resize DEM data band");
-  const int side = request_.tileSize + 1;
+  const int side = std::min(request_.tileSize, INT_MAX - 1) + 1;
   return posts_.Alloc(side, side, sizeof(float)) || Fail("Fail to allocate LXY DEM output data memory");
 }
 

@@ -145,12 +145,22 @@ TEST_F(LXY, RefusesLevelsAndSystemsInTheirOrder) {
 
 TEST_F(LXY, RefusesTilesThatCannotBe) {
   ShowHeights(16, 16);
-  const std::pair<int, int> cases[] = {{0, 0}, {0, -5}, {0, INT_MAX}, {0, 65501}, {23, 256}, {27, 16}};
-  for (const auto& [level, tileSize] : cases) {
-    EXPECT_EQ(0, ExportPictures(level, tileSize));
+  for (const int tileSize : {0, -5, INT_MAX, 65501}) {
+    EXPECT_EQ(0, ExportPictures(0, tileSize));
     EXPECT_EQ(XString("Invalid output image size"), err_);
+  }
+  const std::pair<int, int> cases[] = {{0, 0}, {0, -5}, {23, 256}, {27, 16}};
+  for (const auto& [level, tileSize] : cases) {
     EXPECT_EQ(0, ExportHeights(level, tileSize));
     EXPECT_EQ(XString("Invalid output image size"), err_);
+  }
+}
+
+TEST_F(LXY, RefusesTilesOfHeightsThatNoMemoryHolds) {
+  ShowHeights(16, 16);
+  for (const int tileSize : {INT_MAX, 1 << 20}) {
+    EXPECT_EQ(0, ExportHeights(0, tileSize));
+    EXPECT_EQ(XString("Fail to allocate LXY DEM output data memory"), err_);
   }
 }
 

@@ -16,6 +16,7 @@
 #include "XReadPolicy.h"
 
 #include <unistd.h>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <optional>
@@ -117,14 +118,17 @@ class ReportedFile {
   std::string report_;  // the unfinished one; empty where there is none
 };
 
-/// Speed is told by the samples of the map.
+/// Speed is told by the samples of the map. A map of more samples than a disk holds is refused elsewhere.
 std::int64_t CountMapBytes(const ExportOptions& options, MapSources& sources, const MapBox& box, double pixel) {
   const ZRMBand& first = *sources.GetManager().GetZRMCompositeAt(0)->GetBand(0);
   const int pixelBytes = options.areHeights ? first.GetDataSize() : 3;
-  return static_cast<std::int64_t>((box.east - box.west) / pixel * ((box.north - box.south) / pixel)) * pixelBytes;
+  constexpr double kMaxSamples = 1e17;
+  const double numSamples = (box.east - box.west) / pixel * ((box.north - box.south) / pixel);
+  return numSamples > 0.0 ? static_cast<std::int64_t>(std::min(numSamples, kMaxSamples)) * pixelBytes : 0;
 }
 
-bool ExportImage(const ExportOptions& options, MapSources& sources, const MapBox& box, XThread& thread, std::string& err) {
+bool ExportImage(const ExportOptions& options, MapSources& sources, const MapBox& box, XThread& thread,
+                 std::string& err) {
   ReportedFile target;
   if (!target.Begin(options, err)) return false;
   const auto save = options.areHeights ? &XfnExport2L0Data_DEM : &XfnExport2L0Data_Image;
@@ -142,7 +146,8 @@ bool ExportImage(const ExportOptions& options, MapSources& sources, const MapBox
   return true;
 }
 
-bool ExportTree(const ExportOptions& options, MapSources& sources, const MapBox& box, XThread& thread, std::string& err) {
+bool ExportTree(const ExportOptions& options, MapSources& sources, const MapBox& box, XThread& thread,
+                std::string& err) {
   const auto save = options.areHeights ? &XfnExport2LXYDem : &XfnExport2LXYTexture;
   const int level = ChooseLevel(options, box, sources.GetFinestPixel());
   XString reason;
@@ -195,7 +200,8 @@ const char* const kExportExamples =
 
 void AddExportCommand(CommandLine& program) {
   auto options = std::make_shared<ExportOptions>();
-  Command command = program.AddCommand("export", "Write images laid over each other as the tiles of a map", kExportExamples);
+  Command command =
+      program.AddCommand("export", "Write images laid over each other as the tiles of a map", kExportExamples);
   command.AddArgument("KIND", options->kind, "l0 for one file of tiles, lxy for a tree of small files");
   command.AddArgument("IN", options->inputs, "Raster files, the first on top");
   command

@@ -123,6 +123,7 @@ void ReadShare(const PyramidOptions& options, Order& order) {
   order.share.shard = pair->first;
   order.share.numShards = pair->second;
   order.isShared = pair->second > 1;
+  order.share.resumes = true;  // a part that is started again goes on, also where it is the only one
 }
 
 Order ReadOrder(const PyramidOptions& options) {

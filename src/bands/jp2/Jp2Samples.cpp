@@ -11,17 +11,17 @@ namespace {
 
 /// A sample becomes ((sample - before) shifted) + after.
 struct Change {
-  int before = 0;
+  std::int64_t before = 0;
   int leftShift = 0;
   int rightShift = 0;
-  int after = 0;
+  std::int64_t after = 0;
 
   bool IsNone() const { return leftShift == 0 && rightShift == 0 && before == after; }
 };
 
 /// Half of the range of unsigned samples.
-int HalfRange(const Jp2SampleForm& form) {
-  return form.isSigned ? 0 : (1 << form.depth) >> 1;
+std::int64_t HalfRange(const Jp2SampleForm& form) {
+  return form.isSigned ? 0 : (std::int64_t{1} << form.depth) >> 1;
 }
 
 Change ChangeOf(const Jp2Target& target, bool isCentred) {
@@ -36,8 +36,9 @@ void ConvertRow(const std::int32_t* from, std::int64_t count, const Change& chan
     for (std::int64_t i = 0; i < count; ++i) samples[i] = static_cast<Sample>(from[i]);
     return;
   }
-  const int before = change.before, after = change.after;
-  const int factor = 1 << change.leftShift, shift = change.rightShift;
+  const std::int64_t before = change.before, after = change.after;
+  const std::int64_t factor = std::int64_t{1} << change.leftShift;
+  const int shift = change.rightShift;
   for (std::int64_t i = 0; i < count; ++i) {
     samples[i] = static_cast<Sample>((((from[i] - before) >> shift) * factor) + after);
   }

@@ -27,7 +27,7 @@ constexpr std::uint32_t kOuterBoxes[] = {kBoxHeader,      kBoxAssociation, kBoxR
                                          BoxType("uinf"), BoxType("jpch"), BoxType("jplh")};
 
 bool HoldsBoxes(std::uint32_t type) {
-  return std::ranges::find(kOuterBoxes, type) != std::end(kOuterBoxes);
+  return std::ranges::any_of(kOuterBoxes, [type](std::uint32_t outer) { return IsSameType(type, outer); });
 }
 
 /// A walk through all boxes of a file, down into those that hold boxes.
@@ -88,12 +88,15 @@ std::optional<Jp2Box> ParseBoxHead(std::span<const unsigned char> bytes, std::in
   const auto available = static_cast<std::uint64_t>(end - offset);
   box.isCut = !isToEnd && length > available;
   box.numBytes = isToEnd || box.isCut ? end - offset : static_cast<std::int64_t>(length);
-  if (box.type == kBoxUuid) {
+  box.dataOffset = offset + static_cast<std::int64_t>(headBytes);
+  // A box that is too short for its identifier has none, and the boxes behind it count all the same.
+  const bool hasIdentifier = box.numBytes >= static_cast<std::int64_t>(headBytes + box.uuid.size());
+  if (IsSameType(box.type, kBoxUuid) && hasIdentifier) {
     const std::span<const unsigned char> uuid = cursor.Bytes(box.uuid.size());
-    if (cursor.HasFailed() || static_cast<std::int64_t>(cursor.Position()) > box.numBytes) return std::nullopt;
+    if (cursor.HasFailed()) return std::nullopt;
     std::ranges::copy(uuid, box.uuid.begin());
+    box.dataOffset += std::ssize(box.uuid);
   }
-  box.dataOffset = offset + static_cast<std::int64_t>(cursor.Position());
   return box;
 }
 

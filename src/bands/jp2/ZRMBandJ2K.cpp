@@ -13,6 +13,7 @@
 
 #include "bands/jp2/Jp2File.h"
 #include "bands/jp2/Jp2Samples.h"
+#include "base/Failure.h"
 #include "base/Fence.h"
 #include "base/OwnReads.h"
 #include "base/Parallel.h"
@@ -34,7 +35,8 @@ X_IMPLEMENT_RUNTIME_CLASS(ZRMBandJ2K, ZRMBandDRIO);
 namespace {
 
 constexpr int kMaxPrecision = 16;
-constexpr int kRowsTogether = 512;  // of an image in one tile, where each read costs something before its pixels
+constexpr int kMaxDecodedDepth = 31;  // of samples that a codec hands over as ints
+constexpr int kRowsTogether = 512;    // of an image in one tile, where each read costs something before its pixels
 
 int CountBytes(const zrk::J2kComponent& component) {
   return (component.depth + 7) / 8;
@@ -158,6 +160,12 @@ int ZRMBandJ2K::Impl::Take(zrk::Jp2File file, XString& err) {
     if (numBytes <= 2) continue;
     err.Format("[Number of bytes : %d] is not supported!", numBytes);
     return 0;
+  }
+  for (int i = 1; i < count; ++i) {
+    const zrk::J2kComponent &first = header.components.front(), &other = header.components[static_cast<std::size_t>(i)];
+    if (other.depth > kMaxDecodedDepth) return zrk::FailWith(err, "A component has more than 31 bits a sample");
+    if (band.IsExact() && (other.dx < first.dx || other.dy < first.dy))
+      return zrk::FailWith(err, "The first component has fewer samples than another one");
   }
   precision = header.components.front().depth;
   numChannels = count;
@@ -447,7 +455,7 @@ std::vector<tagXJp2Box> ZRMBandJ2K::ListBoxes() const {
   const std::vector<zrk::Jp2Text> texts = zrk::ListTexts(*opened.file, opened.boxes);
   for (const zrk::Jp2Box& box : opened.boxes) {
     tagXJp2Box told{zrk::NameBox(box.type), box.offset, box.numBytes, box.depth, {}, {}};
-    if (box.type == zrk::kBoxUuid) told.name = zrk::NameUuid(box.uuid);
+    if (zrk::IsSameType(box.type, zrk::kBoxUuid)) told.name = zrk::NameUuid(box.uuid);
     const bool isText = box.type == zrk::kBoxXml || box.type == zrk::kBoxLabel;
     if (isText) told.text = XString(zrk::ReadBoxText(*opened.file, box, XfnGetLimits().xmlBytes));
     const auto named = std::ranges::find(texts, &box, &zrk::Jp2Text::box);

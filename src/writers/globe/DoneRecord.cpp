@@ -71,8 +71,8 @@ bool DoneRecord::Begin() {
          record_->Sync() == 0 && record_->WriteAt(0, head.data(), kMarkBytes) == 0 && record_->Sync() == 0;
 }
 
-void DoneRecord::Forget() {
-  record_->SetSize(0);
+bool DoneRecord::Forget() {
+  return record_->SetSize(0) == 0 && record_->Sync() == 0;
 }
 
 void DoneRecord::SetFile(std::shared_ptr<ExportFile> file) {

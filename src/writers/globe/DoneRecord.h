@@ -31,8 +31,8 @@ class DoneRecord {
   State GetState() const;
   /// Makes it the record of an export without a tile. The head comes last, and until then the file is no record.
   bool Begin();
-  /// Makes it no record, before the file that it speaks of goes.
-  void Forget();
+  /// Makes it no record on the disk, before the file that it speaks of goes. False where the disk fails.
+  bool Forget();
   /// Where tiles are written from now on.
   void SetFile(std::shared_ptr<ExportFile> file);
 

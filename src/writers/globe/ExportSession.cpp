@@ -77,13 +77,13 @@ class Opening {
     return session_.file != nullptr;
   }
 
-  /// The record is emptied first, so that it never speaks of a file that is not there.
+  /// The record is empty on the disk before the file is made, so that it never speaks of tiles that are not there.
   bool Begin(FileUse use, const char* sentence, XString& err) {
-    session_.record->Forget();
-    session_.file = ExportFile::Create(path_, plan_.head, use);
+    const bool isForgotten = session_.record->Forget();
+    if (isForgotten) session_.file = ExportFile::Create(path_, plan_.head, use);
     session_.record->SetFile(session_.file);
     if (session_.file && session_.file->Sync() && session_.record->Begin()) return true;
-    err = session_.file ? "Fail to write the record of tiles that are done" : sentence;
+    err = session_.file || !isForgotten ? "Fail to write the record of tiles that are done" : sentence;
     CurrentDisk().Remove(RecordPath(path_));
     return false;
   }

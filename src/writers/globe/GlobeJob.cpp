@@ -116,8 +116,9 @@ bool GlobeJob::MakeShare(const XString& path, const tagXGlobeShare& share, tagXG
 bool GlobeJob::Tell(const DoneRecord& record, const Shard& shard, std::int64_t before, tagXGlobeState& state,
                     XString& err) const {
   std::int64_t numDone = 0;
-  state.numTiles = plan_.CountTiles();
   if (!CountDone(record, Shard{}, state.numDone, err) || !CountDone(record, shard, numDone, err)) return false;
+  // A caller takes an export of no tiles for one of which nothing is known.
+  state.numTiles = plan_.CountTiles();
   state.numMade = numDone - before;
   return true;
 }

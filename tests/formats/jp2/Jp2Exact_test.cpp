@@ -42,6 +42,11 @@ TEST(Jp2Exact, RepeatsTheSamplesOfSmallerComponents) {
   EXPECT_EQ((std::vector<unsigned char>{2, 3, 3, 4, 4, 5}), pixels.bytes);
 }
 
+TEST(Jp2Exact, RefusesAFileWhoseFirstComponentHasFewerSamplesThanAnother) {
+  ExactJ2k image(Jp2Builder().Components(2).Component(0, 8, false, 2, 2).Build());
+  EXPECT_EQ("The first component has fewer samples than another one", image.Reason());
+}
+
 TEST(Jp2Exact, RefusesAFileOfWhichOneComponentIsTooWide) {
   ExactJ2k image(Jp2Builder().Components(2).Component(1, 20, false).Build());
   EXPECT_EQ("[Number of bytes : 3] is not supported!", image.Reason());

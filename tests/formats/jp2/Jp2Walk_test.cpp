@@ -79,7 +79,14 @@ TEST(Jp2BoxHead, ThatIsLongerThanTheFileIsCutToIt) {
 TEST(Jp2BoxHead, CannotBeShorterThanItself) {
   for (const std::uint32_t length : {2U, 3U, 4U, 5U, 6U, 7U}) EXPECT_FALSE(Parse(Head(length, "xml "))) << length;
   for (const std::uint64_t length : {0U, 1U, 8U, 15U}) EXPECT_FALSE(Parse(LongHead(length))) << length;
-  EXPECT_FALSE(Parse(Join({Head(20, "uuid"), Bytes(16)}), kFar));
+}
+
+TEST(Jp2BoxHead, OfAUuidThatIsTooShortHasNoIdentifier) {
+  const auto box = Parse(Join({Head(20, "uuid"), Bytes(16, 0xAB)}), kFar);
+  ASSERT_TRUE(box);
+  EXPECT_EQ(20, box->numBytes);
+  EXPECT_EQ(12, box->CountDataBytes());
+  EXPECT_EQ(zrk::BoxUuid{}, box->uuid);
 }
 
 TEST(Jp2BoxHead, MayClaimNearlyAnyLength) {
@@ -92,7 +99,7 @@ TEST(Jp2BoxHead, MayClaimNearlyAnyLength) {
 }
 
 TEST(Jp2BoxHead, ThatIsNotWholeIsNone) {
-  const Bytes whole = Join({Head(40, "uuid"), Bytes(16)});
+  const Bytes whole = LongHead(40);
   for (std::size_t count = 0; count < whole.size(); ++count) {
     EXPECT_FALSE(Parse({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(count)})) << count;
   }
@@ -128,6 +135,23 @@ TEST(Jp2Walk, FindsTypesInAnyCaseOfTheirLetters) {
   const Walked walked = Walk(Jp2Builder::MakeBox("XmL ", {}));
   EXPECT_TRUE(zrk::FindBox(walked.boxes, zrk::kBoxXml));
   EXPECT_FALSE(zrk::FindBox(walked.boxes, zrk::kBoxLabel));
+}
+
+TEST(Jp2Walk, KnowsIdentifiersAndOuterBoxesInAnyCaseOfTheirLetters) {
+  const Bytes identifier(16, 0xAB);
+  const Walked walked = Walk(
+      Join({Jp2Builder::MakeBox("UUID", identifier), Jp2Builder::MakeBox("ASOC", Jp2Builder::MakeBox("xml ", {}))}));
+  ASSERT_EQ(3U, walked.boxes.size());
+  EXPECT_EQ(0xAB, walked.boxes[0].uuid[15]);
+  EXPECT_EQ(0, walked.boxes[0].CountDataBytes());
+  EXPECT_EQ(1, walked.boxes[2].depth);
+}
+
+TEST(Jp2Walk, GoesOnBehindABoxThatIsTooShortForItsIdentifier) {
+  const Walked walked = Walk(Join({Jp2Builder::MakeBox("uuid", Bytes(15, 0xAB)), Jp2Builder::MakeBox("xml ", {})}));
+  ASSERT_EQ(2U, walked.boxes.size());
+  EXPECT_EQ(zrk::BoxUuid{}, walked.boxes[0].uuid);
+  EXPECT_EQ(15, walked.boxes[0].CountDataBytes());
 }
 
 TEST(Jp2Walk, FindsBoxesOnlyDirectlyBeneathAnother) {
