@@ -140,6 +140,7 @@
 #include "ZRMBandFile.h"
 #include "ZRMBandGTIFF.h"
 #include "ZRMBandHDF4.h"
+#include "ZRMBandHFA.h"
 #include "ZRMBandJPG.h"
 #include "ZRMBandMosaic.h"
 #include "ZRMBandPBE.h"

@@ -28,10 +28,6 @@ bool IsNitf(FileHead head) {
   return StartsWith(head, "NITF") || StartsWith(head, "NSIF");
 }
 
-bool IsHfa(FileHead head) {
-  return StartsWith(head, "EHFA_HEADER_TAG");
-}
-
 }  // namespace
 
 // The formats, by id. Where first bytes fit two of them the first one has the file: a frame of a raster map product is
@@ -72,7 +68,6 @@ constinit const FormatRow kSidFormat = Absent(kFormatSID, "MrSID", "sid", &IsMrS
 constinit const FormatRow kJp2Format = Absent(kFormatJP2, "JPEG 2000", "jp2", &IsJpeg2000);
 constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
 constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
-constinit const FormatRow kHfaFormat = Absent(kFormatHFA, "HFA", "img", &IsHfa);
 constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
 
 std::vector<const FormatRow*> ListFormats() {
