@@ -43,6 +43,8 @@ thread_local const std::string* keptFolder = nullptr;
 
 /// Reads of the calling thread that gave fewer bytes than were asked for.
 thread_local std::int64_t numCutReads = 0;
+/// Of these, reads that ended before the file did.
+thread_local std::int64_t numFailedReads = 0;
 
 bool LeadsUp(std::string_view name) {
   return name == ".." || name.starts_with("../") || name.ends_with("/..") ||
@@ -142,6 +144,7 @@ std::size_t Read(void* handle, void* buffer, std::size_t size, std::size_t count
   if (got < *wanted) {
     opened.isAtEnd = true;
     ++numCutReads;
+    if (got < 0 || opened.position + got < opened.file->Size()) ++numFailedReads;
   }
   if (got <= 0) return 0;
   opened.position += got;
@@ -188,10 +191,14 @@ KeptToFolder::KeptToFolder(const XString& path)
     : folder_(path.AsStdString(), 0, path.AsStdString().rfind('/') + 1),
       previous_(std::exchange(keptFolder, &folder_)) {}
 
-WatchedReads::WatchedReads() : before_(numCutReads) {}
+WatchedReads::WatchedReads() : cutBefore_(numCutReads), failedBefore_(numFailedReads) {}
 
 bool WatchedReads::WereCut() const {
-  return numCutReads > before_;
+  return numCutReads > cutBefore_;
+}
+
+bool WatchedReads::HaveFailed() const {
+  return numFailedReads > failedBefore_;
 }
 
 KeptToFolder::~KeptToFolder() {

@@ -33,9 +33,12 @@ class WatchedReads {
   WatchedReads();
   /// Whether a read has given fewer bytes than were asked for since this was made.
   bool WereCut() const;
+  /// Whether one has given fewer bytes than the file has there. Some drivers read beyond the end of sound files.
+  bool HaveFailed() const;
 
  private:
-  std::int64_t before_;
+  std::int64_t cutBefore_;
+  std::int64_t failedBefore_;
 };
 
 /// A sentence of GDAL with the names of `PathForGdal` turned back into paths.

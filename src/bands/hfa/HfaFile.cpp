@@ -19,6 +19,8 @@ namespace zrk {
 
 namespace {
 
+constexpr const char* kHfaIsUnreadable = "The file can't be read";
+
 /// What every call of the driver needs: silence, no switches of the environment, and no file elsewhere.
 class HfaScope {
  public:
@@ -51,30 +53,38 @@ void HfaFile::Close::operator()(GDALDataset* dataset) const {
   GDALClose(dataset);
 }
 
-HfaFile::HfaFile(XString path) : path_(std::move(path)) {}
+HfaFile::HfaFile(XString path, bool isExact) : path_(std::move(path)), isExact_(isExact) {}
 
 HfaFile::~HfaFile() = default;
 
 HfaFile::Dataset HfaFile::OpenDataset(XString& reason) const {
   RegisterHfa();
   const HfaScope scope(path_);
+  const WatchedReads reads;
   const char* const drivers[] = {"HFA", nullptr};
   const char* const nothingBeside[] = {nullptr};
   constexpr unsigned kHow = GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_INTERNAL;
   Dataset dataset(GDALDataset::Open(PathForGdal(path_), kHow, drivers, nullptr, nothingBeside));
   if (!dataset) reason = ToldBy(scope);
-  return dataset;
+  if (!dataset || !isExact_ || !reads.HaveFailed()) return dataset;
+  reason = kHfaIsUnreadable;
+  return nullptr;
 }
 
-std::shared_ptr<HfaFile> HfaFile::Open(const XString& path, XString& reason) {
-  auto file = std::make_shared<HfaFile>(path);
+std::shared_ptr<HfaFile> HfaFile::Open(const XString& path, bool isExact, XString& reason) {
+  auto file = std::make_shared<HfaFile>(path, isExact);
   Dataset dataset = file->OpenDataset(reason);
   if (!dataset) {
     if (reason.IsEmpty()) reason = "The file is no HFA file, or is damaged";
     return nullptr;
   }
   const HfaScope scope(path);
+  const WatchedReads reads;
   if (!DescribeHfa(*dataset, file->layout_, reason)) return nullptr;
+  if (isExact && reads.HaveFailed()) {
+    reason = kHfaIsUnreadable;
+    return nullptr;
+  }
   file->idle_.push_back(std::move(dataset));
   return file;
 }
@@ -105,10 +115,11 @@ HfaFile::Loan::Loan(HfaFile& file) : file_(file), dataset_(file.Borrow().release
   if (!dataset_) NoteReadError("The file is another one than it was when it was opened, or is gone");
 }
 
-/// A handle that finds no room in the list is closed.
+/// A handle that finds no room in the list is closed, and so is one that may have kept zeros for what it did not get.
 HfaFile::Loan::~Loan() {
   if (!dataset_) return;
   Dataset dataset(dataset_);
+  if (!isSound_) return;
   try {
     file_.GiveBack(std::move(dataset));
   } catch (const std::bad_alloc&) {
@@ -125,6 +136,7 @@ bool HfaFile::Loan::ReadBlock(int layer, int overview, int blockX, int blockY, v
   }
   const bool isRead = band && band->ReadBlock(blockX, blockY, out) == CE_None;
   isCut = reads.WereCut();
+  isSound_ = isSound_ && isRead && !isCut;
   if (isRead) return true;
   XString sentence;
   sentence.Format("The block at column %d and row %d of blocks can't be read", blockX, blockY);

@@ -46,9 +46,10 @@ struct HfaLayout {
 /// their own; handles that come back are lent again. GDAL's cache of blocks has no part in it.
 class HfaFile {
  public:
-  /// Null with the reason where the file can't be opened or asks for more than the limits allow.
-  static std::shared_ptr<HfaFile> Open(const XString& path, XString& reason);
-  explicit HfaFile(XString path);
+  /// Null with the reason where the file can't be opened or asks for more than the limits allow. With `isExact` also
+  /// where the disk does not give all that the file has; GDAL would go on with zeros.
+  static std::shared_ptr<HfaFile> Open(const XString& path, bool isExact, XString& reason);
+  HfaFile(XString path, bool isExact);
   ~HfaFile();
   HfaFile(const HfaFile&) = delete;
   HfaFile& operator=(const HfaFile&) = delete;
@@ -71,6 +72,7 @@ class HfaFile {
    private:
     HfaFile& file_;
     GDALDataset* dataset_;
+    bool isSound_ = true;  // what a read has left in the handle can be used again
   };
 
  private:
@@ -84,6 +86,7 @@ class HfaFile {
   void GiveBack(Dataset dataset);
 
   XString path_;
+  bool isExact_;
   HfaLayout layout_;
   std::mutex mutex_;
   std::vector<Dataset> idle_;

@@ -61,7 +61,7 @@ int ZRMBandHFA::ReadFile(XString path, XString& err, XThread*) {
   impl.layer = 0;
   return zrk::Fenced(err, [&] {
     XString reason;
-    impl.file = zrk::HfaFile::Open(path, reason);
+    impl.file = zrk::HfaFile::Open(path, IsExact(), reason);
     if (!impl.file) {
       if (IsExact()) err = "Can't open file : " + path + " : " + reason;
       if (!IsExact() && reason == zrk::kHfaIsEmpty) err = reason;
