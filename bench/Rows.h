@@ -45,6 +45,8 @@ void AddDtedRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddBlockRows(const std::string& photograph, std::vector<Row>& rows);
 /// The rows about TXID stores.
 void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about HFA files.
+void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about files of place names.
 void AddPlaceRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about image stores of the globe.
