@@ -1,15 +1,17 @@
 // Rows about HFA files of one layer of bytes, plain and compressed: windows of an image just opened, and all of it,
-// beside GDAL, whose driver reads for both. GDAL has the cache of blocks that a program of its own has. The file is
-// written by GDAL, once.
+// beside GDAL, whose driver reads for both. Both keep as many bytes of blocks from window to window. GDAL writes the
+// file, once.
 
 #include "Inputs.h"
 #include "Rows.h"
+#include "XBlockCache.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -19,6 +21,8 @@ namespace {
 
 using HfaWindows = std::span<const Window>;
 using HfaBytes = std::vector<unsigned char>;
+
+constexpr std::int64_t kKeptBytes = std::int64_t{256} << 20;
 
 /// Slopes with some noise on them, so that blocks can be compressed a little.
 unsigned char HfaSample(int x, int y) {
@@ -49,12 +53,14 @@ void ReadHfaByUs(const std::string& path, HfaWindows windows, HfaBytes* last = n
   XRSFile file;
   XString err;
   file.SetReadPolicy(kReadExact);
+  XfnSetBlockCacheBytes(kKeptBytes);
   Must(XRSFileIO::LoadFileHFA(&file, path, err, 0, kLevelNone, nullptr), path + ": " + err.AsStdString());
   tagXArr2* out = nullptr;
   for (const Window& window : windows) {
     Must(file.GetBandAt(0)->ReadSubset(out, 0, window.x0, window.x1, window.y0, window.y1, nullptr),
          "a window could not be read");
   }
+  XfnSetBlockCacheBytes(0);
   if (last) last->assign(out->data, out->data + std::ptrdiff_t{out->xSize} * out->ySize);
 }
 
@@ -62,6 +68,7 @@ void ReadHfaByGdal(const std::string& path, HfaWindows windows, HfaBytes& out) {
   const std::unique_ptr<GDALDataset, void (*)(GDALDataset*)> dataset(
       GDALDataset::FromHandle(GDALOpen(path.c_str(), GA_ReadOnly)), [](GDALDataset* open) { GDALClose(open); });
   Must(dataset != nullptr, "GDAL can't open " + path);
+  GDALSetCacheMax64(kKeptBytes);
   for (const Window& window : windows) {
     const int width = window.x1 - window.x0 + 1, height = window.y1 - window.y0 + 1;
     out.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));

@@ -111,7 +111,13 @@ void HfaFile::GiveBack(Dataset dataset) {
   idle_.push_back(std::move(dataset));
 }
 
-HfaFile::Loan::Loan(HfaFile& file) : file_(file), dataset_(file.Borrow().release()) {
+/// What all blocks of a read need is set once, because setting it takes as long as reading a small block.
+struct HfaFile::Loan::Scope : HfaScope {
+  using HfaScope::HfaScope;
+};
+
+HfaFile::Loan::Loan(HfaFile& file)
+    : file_(file), scope_(std::make_unique<Scope>(file.path_)), dataset_(file.Borrow().release()) {
   if (!dataset_) NoteReadError("The file is another one than it was when it was opened, or is gone");
 }
 
@@ -127,7 +133,6 @@ HfaFile::Loan::~Loan() {
 }
 
 bool HfaFile::Loan::ReadBlock(int layer, int overview, int blockX, int blockY, void* out, bool& isCut) {
-  const HfaScope scope(file_.path_);
   const WatchedReads reads;
   GDALRasterBand* band = dataset_->GetRasterBand(layer + 1);
   if (band && overview >= 0) {
@@ -140,7 +145,7 @@ bool HfaFile::Loan::ReadBlock(int layer, int overview, int blockX, int blockY, v
   if (isRead) return true;
   XString sentence;
   sentence.Format("The block at column %d and row %d of blocks can't be read", blockX, blockY);
-  const XString told = ToldBy(scope);
+  const XString told = ToldBy(*scope_);
   if (!told.IsEmpty()) sentence += ": ";
   sentence += told;
   NoteReadError(sentence);

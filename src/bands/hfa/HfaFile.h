@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/BlockCache.h"
 #include "XString.h"
 
 #include <array>
@@ -55,6 +56,8 @@ class HfaFile {
   HfaFile& operator=(const HfaFile&) = delete;
 
   const HfaLayout& GetLayout() const { return layout_; }
+  /// For blocks that are kept.
+  const BlockFile& GetBlocks() const { return blocks_; }
 
   /// A handle that one read has alone. False where the file can't be opened again as it was.
   class Loan {
@@ -64,13 +67,17 @@ class HfaFile {
     Loan(const Loan&) = delete;
     Loan& operator=(const Loan&) = delete;
     explicit operator bool() const { return dataset_ != nullptr; }
+    const BlockFile& GetBlocks() const { return file_.GetBlocks(); }
     /// A block of a layer, or of one of its overviews (-1 for none), in the layer's own type. `out` holds a whole
     /// block. `isCut` tells that the file or the disk did not give all of its bytes; GDAL takes those of plain blocks
     /// for 0. Notes the reason where the result is false.
     bool ReadBlock(int layer, int overview, int blockX, int blockY, void* out, bool& isCut);
 
    private:
+    struct Scope;
+
     HfaFile& file_;
+    std::unique_ptr<Scope> scope_;
     GDALDataset* dataset_;
     bool isSound_ = true;  // what a read has left in the handle can be used again
   };
@@ -88,6 +95,7 @@ class HfaFile {
   XString path_;
   bool isExact_;
   HfaLayout layout_;
+  BlockFile blocks_;
   std::mutex mutex_;
   std::vector<Dataset> idle_;
 };

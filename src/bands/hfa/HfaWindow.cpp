@@ -61,28 +61,45 @@ class HfaWindow {
         if (XfnIsStopRequested(cancel)) return FailRead(kReadStopped);
         const BlockSpan columns = SpanOf(bx, blockWidth, request.x0, request.level, out_.xSize, plan_.isCompatible);
         if (columns.count == 0) continue;
-        if (!ReadBlock(bx, by)) return false;
-        Copy(columns, rows);
+        BlockClaim claim(&loan_.GetBlocks(), NumberOf(bx, by));
+        const unsigned char* const block = claim.IsDecoded() ? claim.GetRoom()->Get() : ReadBlock(claim, bx, by);
+        if (!block) return false;
+        Copy(block, columns, rows);
       }
     }
     return true;
   }
 
  private:
-  /// Compatible reads take what the file lacks of a block for 0.
-  bool ReadBlock(int bx, int by) {
-    bool isCut = false;
-    if (!loan_.ReadBlock(layer_, plan_.overview, bx, by, block_.data(), isCut)) return false;
-    if (plan_.isCompatible || !isCut) return true;
-    XString sentence;
-    sentence.Format("The file doesn't hold all of the block at column %d and row %d of blocks", bx, by);
-    return FailRead(sentence);
+  /// Of no other block of the file: layers and overviews have numbers of their own.
+  std::int64_t NumberOf(int bx, int by) const {
+    constexpr std::int64_t kMaxOverviews = 64;
+    constexpr int kBlockBits = 40;
+    const std::int64_t across = (std::int64_t{plan_.grid.width} - 1) / plan_.grid.blockWidth + 1;
+    return (layer_ * (kMaxOverviews + 1) + plan_.overview + 1) << kBlockBits | (by * across + bx);
   }
 
-  void Copy(const BlockSpan& columns, const BlockSpan& rows) {
+  /// Reads a block into memory that is kept, where the caller has granted some, or into that of this read. Compatible
+  /// reads take what the file lacks of a block for 0.
+  const unsigned char* ReadBlock(BlockClaim& claim, int bx, int by) {
+    const std::shared_ptr<BlockRoom>& room = claim.MakeRoom(std::ssize(block_));
+    unsigned char* const block = room ? room->Get() : block_.data();
+    bool isCut = false;
+    if (!loan_.ReadBlock(layer_, plan_.overview, bx, by, block, isCut)) return nullptr;
+    if (isCut && !plan_.isCompatible) {
+      XString sentence;
+      sentence.Format("The file doesn't hold all of the block at column %d and row %d of blocks", bx, by);
+      NoteReadError(sentence);
+      return nullptr;
+    }
+    if (room && !isCut) claim.Keep();
+    return block;
+  }
+
+  void Copy(const unsigned char* block, const BlockSpan& columns, const BlockSpan& rows) {
     const std::ptrdiff_t step = std::ptrdiff_t{1} << plan_.request.level;
     const std::ptrdiff_t stride = std::ptrdiff_t{plan_.grid.blockWidth} * sampleBytes_;
-    const unsigned char* source = block_.data() + rows.local * stride + std::ptrdiff_t{columns.local} * sampleBytes_;
+    const unsigned char* source = block + rows.local * stride + std::ptrdiff_t{columns.local} * sampleBytes_;
     for (int j = 0; j < rows.count; ++j, source += step * stride) {
       unsigned char* const target = out_.Row(rows.first + j) + std::ptrdiff_t{columns.first} * sampleBytes_;
       const auto count = static_cast<std::size_t>(columns.count);

@@ -4,6 +4,7 @@
 #include "GdalOverview.h"
 #include "HfaBuilder.h"
 #include "OpenRaster.h"
+#include "XBlockCache.h"
 #include "XFormatId.h"
 #include "ZRMBandHFA.h"
 
@@ -174,4 +175,24 @@ TEST(HfaFiles, ThatTheImageNamesAreNotReadAboveItsFolder) {
   const SpilledImage image("../xspill.ige");
   if (!image.isThere) GTEST_SKIP() << "no shared files";
   EXPECT_FALSE(image.isRead);
+}
+
+TEST(HfaFiles, GiveTheSamePixelsOfLayersAndOverviewsFromBlocksThatAreKept) {
+  const std::vector<unsigned char> bytes =
+      HfaBuilder().Size(200, 160).Layers(2).Option("COMPRESSED=YES").Overviews({2, 4}).Build();
+  const auto readAll = [&](ExactHfa& file) {
+    std::vector<Pixels> all;
+    for (int layer = 0; layer < 2; ++layer) {
+      for (const int level : {0, 1, 2}) all.push_back(file.Read(level, {3, 190, 5, 150}, layer));
+    }
+    return all;
+  };
+  ExactHfa plain(bytes);
+  const std::vector<Pixels> expected = readAll(plain);
+  XfnSetBlockCacheBytes(1 << 24);
+  ExactHfa kept(bytes);
+  const std::vector<Pixels> first = readAll(kept), again = readAll(kept);
+  XfnSetBlockCacheBytes(0);
+  EXPECT_EQ(expected, first);
+  EXPECT_EQ(expected, again);
 }
