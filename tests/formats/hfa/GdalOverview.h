@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include <cpl_error.h>
 #include <gdal_frmts.h>
 #include <gdal_priv.h>
 
@@ -10,6 +11,7 @@
 struct GdalOverview {
   GdalOverview(const std::string& path, int number) {
     GDALRegister_HFA();
+    const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
     const char* const drivers[] = {"HFA", nullptr};
     GDALDataset* const dataset = GDALDataset::Open(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers);
     GDALRasterBand* const band = dataset ? dataset->GetRasterBand(1)->GetOverview(number) : nullptr;

@@ -72,6 +72,11 @@ HfaBuilder::Bytes HfaBuilder::Build() const {
     system.importFromEPSG(epsg_);
     dataset->SetSpatialRef(&system);
   }
+  if (!wkt_.empty()) {
+    OGRSpatialReference system;
+    system.importFromWkt(wkt_.c_str());
+    dataset->SetSpatialRef(&system);
+  }
   for (int i = 0; i < numLayers_; ++i) FillLayer(*dataset->GetRasterBand(i + 1), i);
   if (hasNull_) dataset->GetRasterBand(1)->SetNoDataValue(null_);
   if (numClasses_ > 0) AddClasses(*dataset->GetRasterBand(1), numClasses_);

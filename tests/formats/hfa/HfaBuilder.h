@@ -37,6 +37,11 @@ class HfaBuilder {
     epsg_ = code;
     return *this;
   }
+  /// A system of any kind, in place of a code.
+  HfaBuilder& Wkt(const std::string& wkt) {
+    wkt_ = wkt;
+    return *this;
+  }
   /// Overviews of these factors, made as means unless a method is given.
   HfaBuilder& Overviews(const std::vector<int>& factors, const char* method = "AVERAGE") {
     factors_ = factors;
@@ -62,6 +67,7 @@ class HfaBuilder {
   GDALDataType type_ = GDT_Byte;
   std::vector<std::string> options_;
   std::vector<double> place_;
+  std::string wkt_;
   std::vector<int> factors_;
   const char* method_ = "AVERAGE";
   double null_ = 0.0;

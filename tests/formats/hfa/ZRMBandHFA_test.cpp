@@ -95,6 +95,22 @@ TEST(ZRMBandHFA, HasAPlaceWithoutASystem) {
   EXPECT_EQ(kReferenceNone, file.BandAt().GetSR()->GetCoordinateKind());
 }
 
+TEST(ZRMBandHFA, ASystemFromWhichNoWayLeadsToLongitudeAndLatitudeCountsAsUnknown) {
+  OpenHfa file(
+      HfaBuilder()
+          .Place(1000.0, 10.0, 2000.0, 10.0)
+          .Option("FORCETOPESTRING=YES")
+          .Wkt("PROJCS[\"odd\",GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\",6378137,298.257]],"
+               "PRIMEM[\"Greenwich\",0],UNIT[\"Degree\",0.017453292519943295]],PROJECTION[\"No_Such_Projection\"],"
+               "UNIT[\"Meter\",1]]")
+          .Build(),
+      "a.img", kFormatHFA);
+  ASSERT_TRUE(file.IsOpen());
+  EXPECT_FALSE(file.BandAt().GetSR()->IsEmpty());
+  EXPECT_EQ(kReferenceUnknown, file.BandAt().GetSR()->GetCoordinateKind());
+  EXPECT_EQ(kCoordinateWorld, file.BandAt().GetCoordinateKind());
+}
+
 TEST(ZRMBandHFA, AThematicLayerHasItsClasses) {
   OpenHfa file(HfaBuilder().Layers(2).Classes(12).Build(), "a.img", kFormatHFA);
   ZRMBandHFA& band = file.BandAt();
