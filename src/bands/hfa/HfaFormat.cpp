@@ -65,24 +65,48 @@ tagXNote NoteNumber(const char* name, std::int64_t number) {
   return {.name = name, .kind = tagXNote::kInteger, .number = number};
 }
 
-void DescribeHfaFile(ZRMBand& first, bool, tagXFormatNotes& notes) {
-  const auto& band = static_cast<const ZRMBandHFA&>(first);
-  notes.values.push_back(
-      {.name = "blocks",
-       .kind = tagXNote::kRecord,
-       .parts = {NoteNumber("width", band.GetBlockWidth()), NoteNumber("height", band.GetBlockHeight())}});
-  tagXNote levels = {.name = "overviews", .kind = tagXNote::kList};
-  XString line;
-  line.Format("blocks of %d x %d", band.GetBlockWidth(), band.GetBlockHeight());
-  notes.lines.push_back(line);
-  line = "overviews at the levels";
+tagXNote NoteList(const char* name, std::vector<tagXNote> parts) {
+  return {.name = name, .kind = tagXNote::kList, .parts = std::move(parts)};
+}
+
+tagXNote NoteRecord(const char* name, std::vector<tagXNote> parts) {
+  return {.name = name, .kind = tagXNote::kRecord, .parts = std::move(parts)};
+}
+
+void DescribeOverviews(const ZRMBandHFA& band, tagXFormatNotes& notes) {
+  std::vector<tagXNote> levels;
+  XString line = "overviews   levels";
   for (const int level : band.GetOverviewLevels()) {
-    levels.parts.push_back(NoteNumber("", level));
+    levels.push_back(NoteNumber("", level));
     line += ' ';
     line += std::to_string(level);
   }
-  if (!levels.parts.empty()) notes.lines.push_back(line);
-  notes.values.push_back(std::move(levels));
+  if (!levels.empty()) notes.lines.push_back(line);
+  notes.values.push_back(NoteList("overviews", std::move(levels)));
+}
+
+void DescribeClasses(const ZRMBandHFA& band, tagXFormatNotes& notes) {
+  std::vector<tagXNote> classes;
+  for (int i = 0; i < band.GetNumOfGIS(); ++i) {
+    const tagXRSGIS& gis = *band.GetGISAt(i);
+    std::vector<tagXNote> colour = {NoteNumber("", gis.red), NoteNumber("", gis.green), NoteNumber("", gis.blue)};
+    classes.push_back(NoteRecord("", {NoteNumber("number", gis.index), NoteList("colour", std::move(colour))}));
+  }
+  XString line;
+  line.Format("classes     %d, with colours", band.GetNumOfGIS());
+  if (!classes.empty()) notes.lines.push_back(line);
+  notes.values.push_back(NoteList("classes", std::move(classes)));
+}
+
+void DescribeHfaFile(ZRMBand& first, bool, tagXFormatNotes& notes) {
+  const auto& band = static_cast<const ZRMBandHFA&>(first);
+  const int width = band.GetBlockWidth(), height = band.GetBlockHeight();
+  notes.values.push_back(NoteRecord("blocks", {NoteNumber("width", width), NoteNumber("height", height)}));
+  XString line;
+  line.Format("blocks      %d x %d", width, height);
+  notes.lines.push_back(line);
+  DescribeOverviews(band, notes);
+  DescribeClasses(band, notes);
 }
 
 }  // namespace
