@@ -9,8 +9,8 @@
 // does not know of. A caller who grants it memory has every block decoded once for as long as the memory suffices:
 // windows that lie near each other or follow each other, and the bands of an interleaved file, share what was decoded.
 //
-// One cache serves all files and threads. Tiles and strips of compressed TIFF files and tiles of compressed native
-// rasters go through it. Rasters that lie plainly in their files are read from there and are not kept, nor are JPEG
+// One cache serves all files and threads. Tiles and strips of compressed TIFF files, tiles of compressed native
+// rasters and blocks of HFA files go through it. Rasters that lie plainly in their files are read from there and are not kept, nor are JPEG
 // files, which are decoded from top to bottom.
 //
 // The pixels of every read are the same with the cache and without. A file must not be written to while it is open: a

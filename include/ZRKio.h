@@ -151,6 +151,7 @@
 #include "ZRMBandFile.h"
 #include "ZRMBandGTIFF.h"
 #include "ZRMBandHDF4.h"
+#include "ZRMBandHFA.h"
 #include "ZRMBandJ2K.h"
 #include "ZRMBandJPG.h"
 #include "ZRMBandMosaic.h"

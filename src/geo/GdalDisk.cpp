@@ -19,6 +19,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zrk {
 
@@ -37,6 +38,27 @@ struct OpenFile {
   bool isAtEnd = false;
 };
 
+/// The folder that the calling thread's opens are kept to, with its separator; null for any folder.
+thread_local const std::string* keptFolder = nullptr;
+
+/// Reads of the calling thread that gave fewer bytes than were asked for.
+thread_local std::int64_t numCutReads = 0;
+/// Of these, reads that ended before the file did.
+thread_local std::int64_t numFailedReads = 0;
+
+bool LeadsUp(std::string_view name) {
+  return name == ".." || name.starts_with("../") || name.ends_with("/..") ||
+         name.find("/../") != std::string_view::npos;
+}
+
+/// The folder itself may be told with "..", as the caller has told it.
+bool IsKept(std::string_view name) {
+  if (!keptFolder) return true;
+  if (!name.starts_with(*keptFolder)) return false;
+  name.remove_prefix(keptFolder->size());
+  return !name.starts_with('/') && !LeadsUp(name);
+}
+
 OpenFile* AsOpenFile(void* handle) {
   return static_cast<OpenFile*>(handle);
 }
@@ -49,6 +71,10 @@ std::shared_ptr<DiskFile> OpenOnDisk(std::string_view name) {
     name.remove_prefix(kAbsolute.size());
   } else {
     errno = ENOENT;
+    return nullptr;
+  }
+  if (!IsKept(name)) {
+    errno = EACCES;
     return nullptr;
   }
   if (const int error = CurrentDisk().Open(std::string(name), {}, file)) {
@@ -115,7 +141,11 @@ std::size_t Read(void* handle, void* buffer, std::size_t size, std::size_t count
   if (!wanted || *wanted <= 0) return 0;
   const std::int64_t got = opened.file->ReadAt(opened.position, buffer, *wanted);
   // A read that failed counts as the end, too: GDAL asks for no more then.
-  if (got < *wanted) opened.isAtEnd = true;
+  if (got < *wanted) {
+    opened.isAtEnd = true;
+    ++numCutReads;
+    if (got < 0 || opened.position + got < opened.file->Size()) ++numFailedReads;
+  }
   if (got <= 0) return 0;
   opened.position += got;
   return static_cast<std::size_t>(got) / size;
@@ -155,6 +185,24 @@ XString PathForGdal(const XString& path) {
   std::string name = kPrefix;
   name += path.GetAt(0) == '/' ? kAbsolute : kRelative;
   return XString(name + path.AsStdString());
+}
+
+KeptToFolder::KeptToFolder(const XString& path)
+    : folder_(path.AsStdString(), 0, path.AsStdString().rfind('/') + 1),
+      previous_(std::exchange(keptFolder, &folder_)) {}
+
+WatchedReads::WatchedReads() : cutBefore_(numCutReads), failedBefore_(numFailedReads) {}
+
+bool WatchedReads::WereCut() const {
+  return numCutReads > cutBefore_;
+}
+
+bool WatchedReads::HaveFailed() const {
+  return numFailedReads > failedBefore_;
+}
+
+KeptToFolder::~KeptToFolder() {
+  keptFolder = previous_;
 }
 
 XString WithPathsOfDisk(XString sentence) {

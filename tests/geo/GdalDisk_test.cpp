@@ -41,6 +41,46 @@ TEST_F(GdalDisk, ReadsAFile) {
   EXPECT_FALSE(VSIFEofL(file.get()));
 }
 
+TEST_F(GdalDisk, TellsReadsThatWereCutAndThoseThatFailed) {
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  const File file = Open();
+  char text[12] = {};
+  {
+    const zrk::WatchedReads reads;
+    VSIFReadL(text, 1, 4, file.get());
+    EXPECT_FALSE(reads.WereCut());
+    VSIFReadL(text, 1, 12, file.get());
+    EXPECT_TRUE(reads.WereCut());
+    EXPECT_FALSE(reads.HaveFailed());
+  }
+  for (const int shortBy : {0, 1}) {
+    const zrk::WatchedReads reads;
+    VSIFSeekL(file.get(), 0, SEEK_SET);
+    disk.FailRead(disk.GetReadCount() + 1, shortBy);
+    VSIFReadL(text, 1, 4, file.get());
+    EXPECT_TRUE(reads.WereCut());
+    EXPECT_TRUE(reads.HaveFailed());
+  }
+}
+
+TEST_F(GdalDisk, KeepsToAFolderWhileItIsTold) {
+  std::filesystem::create_directories(folder_.Path("in/deeper"));
+  folder_.Write("in/b.txt", "b");
+  folder_.Write("in/deeper/c.txt", "c");
+  const auto isOpened = [&](const char* name) { return File(VSIFOpenL(Name(name).GetText(), "rb")) != nullptr; };
+  {
+    const zrk::KeptToFolder kept(folder_.Path("in/image"));
+    EXPECT_TRUE(isOpened("in/b.txt"));
+    EXPECT_TRUE(isOpened("in/deeper/c.txt"));
+    EXPECT_FALSE(isOpened("a.txt"));
+    EXPECT_FALSE(isOpened("in/../a.txt"));
+    EXPECT_FALSE(isOpened("in/deeper/../b.txt"));
+    EXPECT_FALSE(isOpened("in//etc/hostname"));
+  }
+  EXPECT_TRUE(isOpened("in/../a.txt"));
+}
+
 TEST_F(GdalDisk, AnswersWholeItemsAtTheEnd) {
   const File file = Open();
   char text[12] = {};

@@ -16,7 +16,8 @@ namespace {
 
 GdalDataset Open(const std::string& path) {
   GDALAllRegister();
-  const char* const drivers[] = {"BMP", "JPEG", "GTiff", "NITF", "DTED", "HDF4", "HDF4Image", "JP2OpenJPEG", nullptr};
+  const char* const drivers[] = {"BMP",  "JPEG",      "GTiff",       "NITF", "DTED",
+                                 "HDF4", "HDF4Image", "JP2OpenJPEG", "HFA",  nullptr};
   return GdalDataset(GDALOpenEx(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, nullptr));
 }
 

@@ -22,7 +22,7 @@ struct OracleImage {
   std::vector<Statistics> statistics;
 };
 
-/// Reads a BMP, JPEG, JPEG 2000, TIFF, NITF or DTED file, or an HDF4 file of one image.
+/// Reads a BMP, JPEG, JPEG 2000, TIFF, NITF, HFA or DTED file, or an HDF4 file of one image.
 OracleImage ReadWithGdal(const std::string& path);
 
 /// A file as GDAL reads it, palettes left aside.

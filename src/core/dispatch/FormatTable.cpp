@@ -23,10 +23,6 @@ bool IsNitf(FileHead head) {
   return StartsWith(head, "NITF") || StartsWith(head, "NSIF");
 }
 
-bool IsHfa(FileHead head) {
-  return StartsWith(head, "EHFA_HEADER_TAG");
-}
-
 }  // namespace
 
 // The formats, by id. Where first bytes fit two of them the first one has the file: a frame of a raster map product is
@@ -66,7 +62,6 @@ ZRK_FORMATS(ZRK_DECLARE_ROW)
 constinit const FormatRow kSidFormat = Absent(kFormatSID, "MrSID", "sid", &IsMrSid);
 constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
 constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
-constinit const FormatRow kHfaFormat = Absent(kFormatHFA, "HFA", "img", &IsHfa);
 constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
 
 std::vector<const FormatRow*> ListFormats() {

@@ -1,0 +1,113 @@
+// Rows about HFA files of one layer of bytes, plain and compressed: windows of an image just opened, and all of it,
+// beside GDAL, whose driver reads for both. Both keep as many bytes of blocks from window to window. GDAL writes the
+// file, once.
+
+#include "Inputs.h"
+#include "Rows.h"
+#include "XBlockCache.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
+
+#include <cpl_string.h>
+#include <gdal_priv.h>
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace {
+
+using HfaWindows = std::span<const Window>;
+using HfaBytes = std::vector<unsigned char>;
+
+constexpr std::int64_t kKeptBytes = std::int64_t{256} << 20;
+
+/// Slopes with some noise on them, so that blocks can be compressed a little.
+unsigned char HfaSample(int x, int y) {
+  return static_cast<unsigned char>((x / 8 + y / 16) % 200 + (x * 7 ^ y * 13) % 8);
+}
+
+void MakeHfa(const std::string& path, int side, bool isCompressed) {
+  if (std::filesystem::exists(path)) return;
+  // A run that is ended in the middle leaves no file that the next one would take for whole.
+  const std::string unfinished = path + ".part.img";
+  GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("HFA");
+  CPLStringList options;
+  options.SetNameValue("COMPRESSED", isCompressed ? "YES" : "NO");
+  GDALDataset* const dataset = driver->Create(unfinished.c_str(), side, side, 1, GDT_Byte, options.List());
+  Must(dataset != nullptr, "can't write " + path);
+  HfaBytes row(static_cast<std::size_t>(side));
+  for (int y = 0; y < side; ++y) {
+    for (int x = 0; x < side; ++x) row[static_cast<std::size_t>(x)] = HfaSample(x, y);
+    Must(dataset->GetRasterBand(1)->RasterIO(GF_Write, 0, y, side, 1, row.data(), side, 1, GDT_Byte, 0, 0, nullptr) ==
+             CE_None,
+         "can't write " + path);
+  }
+  GDALClose(dataset);
+  std::filesystem::rename(unfinished, path);
+}
+
+void ReadHfaByUs(const std::string& path, HfaWindows windows, HfaBytes* last = nullptr) {
+  XRSFile file;
+  XString err;
+  file.SetReadPolicy(kReadExact);
+  XfnSetBlockCacheBytes(kKeptBytes);
+  Must(XRSFileIO::LoadFileHFA(&file, path, err, 0, kLevelNone, nullptr), path + ": " + err.AsStdString());
+  tagXArr2* out = nullptr;
+  for (const Window& window : windows) {
+    Must(file.GetBandAt(0)->ReadSubset(out, 0, window.x0, window.x1, window.y0, window.y1, nullptr),
+         "a window could not be read");
+  }
+  XfnSetBlockCacheBytes(0);
+  if (last) last->assign(out->data, out->data + std::ptrdiff_t{out->xSize} * out->ySize);
+}
+
+void ReadHfaByGdal(const std::string& path, HfaWindows windows, HfaBytes& out) {
+  const std::unique_ptr<GDALDataset, void (*)(GDALDataset*)> dataset(
+      GDALDataset::FromHandle(GDALOpen(path.c_str(), GA_ReadOnly)), [](GDALDataset* open) { GDALClose(open); });
+  Must(dataset != nullptr, "GDAL can't open " + path);
+  GDALSetCacheMax64(kKeptBytes);
+  for (const Window& window : windows) {
+    const int width = window.x1 - window.x0 + 1, height = window.y1 - window.y0 + 1;
+    out.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    Must(dataset->GetRasterBand(1)->RasterIO(GF_Read, window.x0, window.y0, width, height, out.data(), width, height,
+                                             GDT_Byte, 0, 0, nullptr) == CE_None,
+         "GDAL failed to read a window");
+  }
+}
+
+void MustAgreeOnHfa(const std::string& path, HfaWindows windows) {
+  HfaBytes ours, theirs;
+  for (const Window& window : windows) {
+    ReadHfaByUs(path, {&window, 1}, &ours);
+    ReadHfaByGdal(path, {&window, 1}, theirs);
+    Must(ours == theirs, "this library and GDAL differ in " + path);
+  }
+}
+
+}  // namespace
+
+void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows) {
+  const int side = options.side / 2;
+  const auto windows = std::make_shared<std::vector<Window>>(PickWindows(side, options.numWindows));
+  const auto whole = std::make_shared<std::vector<Window>>(1, Window{0, side - 1, 0, side - 1});
+  for (const bool isCompressed : {false, true}) {
+    const std::string kind = isCompressed ? "compressed" : "plain";
+    const std::string path = options.folder + "/" + kind + std::to_string(side) + ".img";
+    MakeHfa(path, side, isCompressed);
+    MustAgreeOnHfa(path, HfaWindows(*windows).first(8));
+    const auto add = [&](const std::string& key, const std::string& title, const auto& wanted) {
+      rows.push_back({"hfa_" + kind + "_" + key, title + ", HFA in " + kind + " blocks", "GDAL",
+                      [=] { ReadHfaByUs(path, *wanted); },
+                      [=] {
+                        HfaBytes out;
+                        ReadHfaByGdal(path, *wanted, out);
+                      },
+                      1, 1.0});
+    };
+    add("windows", std::to_string(windows->size()) + " windows of an image just opened", windows);
+    add("whole", "all of it", whole);
+  }
+}
