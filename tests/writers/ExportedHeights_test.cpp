@@ -39,9 +39,9 @@ class GdalCell {
   std::vector<std::int16_t> samples_;
 };
 
-class ExportedHeights : public MapScene {};
+class ExportedMapHeights : public MapScene {};
 
-TEST_F(ExportedHeights, AreThoseUnderEachPixelOfTheMap) {
+TEST_F(ExportedMapHeights, AreThoseUnderEachPixelOfTheMap) {
   const std::string path = SharedDataDir() + "/dted/gen_n35_e138.dt1";
   if (!std::filesystem::exists(path)) GTEST_SKIP() << "there is no " << path;
   const DefaultPolicy policy(kReadExact);

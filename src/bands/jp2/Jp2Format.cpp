@@ -12,7 +12,7 @@ namespace {
 struct Jp2 {
   using Band = ZRMBandJ2K;
   static constexpr ChannelNames kNames = ChannelNames::kWithFileName;
-  static constexpr const char* kWorldFile = nullptr;
+  static constexpr const char* kSpareWorldFile = ".j2w";
   static XColourRole GetRole(const ZRMBandJ2K& master, int channel) { return master.GetRoleOf(channel); }
   static void Finish(XRSFile& file) {
     const auto& master = static_cast<const ZRMBandJ2K&>(*file.GetBandAt(0));

@@ -93,6 +93,10 @@ void PlaceByWorldFile(XRSFile& file, const std::optional<WorldLines>& lines) {
   }
 }
 
+bool IsPlaced(const Channels& channels) {
+  return channels.front()->GetCoordinateKind() != kCoordinatePixel;
+}
+
 XColourRole GetPlainRole(int numChannels, int channel) {
   if (numChannels == 1) return kRoleGrey;
   constexpr std::array<XColourRole, 3> kRoles = {kRoleRed, kRoleGreen, kRoleBlue};

@@ -24,6 +24,10 @@
 //   };
 //   LoadRaster<Bitmap>(call);
 //
+// A format that places itself may have world files too, which the exact policy reads where the file tells no place:
+//
+//     static constexpr const char* kSpareWorldFile = ".j2w";
+//
 // The record of a format whose channels are colours may have a function that tells them:
 //
 //     static XColourRole GetRole(const ZRMBandBMP& master, int channel);
@@ -92,6 +96,20 @@ void AddChannels(XRSFile& file, Channels channels);
 /// The shape of the loaders whose bands never have level data: statistics come before the bands are in the dataset.
 int LoadFrame(const RasterCall& call, Channels (*open)(const RasterCall& call));
 
+/// Whether the first channel lies in the world by what its own file tells.
+bool IsPlaced(const Channels& channels);
+
+/// The extension of the world file that places the channels; null where none is looked for.
+template <class Format>
+const char* GetWorldFile(const RasterCall& call, const Channels& channels) {
+  if constexpr (requires { Format::kSpareWorldFile; }) {
+    const bool isWanted = call.file->GetReadPolicy() == kReadExact && !IsPlaced(channels);
+    return isWanted ? Format::kSpareWorldFile : nullptr;
+  } else {
+    return Format::kWorldFile;
+  }
+}
+
 /// What each channel shows, where the format tells it.
 template <class Format>
 void TakeRoles(const Channels& channels) {
@@ -112,10 +130,11 @@ int LoadRaster(const RasterCall& call) {
     Channels channels = OpenChannels<typename Format::Band>(Format::kNames, call);
     if (channels.empty()) return 0;
     std::optional<WorldLines> place;
-    if (Format::kWorldFile && !FindWorldFile(call, Format::kWorldFile, place)) return 0;
+    const char* const worldFile = GetWorldFile<Format>(call, channels);
+    if (worldFile && !FindWorldFile(call, worldFile, place)) return 0;
     TakeRoles<Format>(channels);
     AddChannels(*call.file, std::move(channels));
-    if (Format::kWorldFile) PlaceByWorldFile(*call.file, place);
+    if (worldFile) PlaceByWorldFile(*call.file, place);
     if constexpr (requires { Format::Finish(*call.file); }) Format::Finish(*call.file);
     FinishRaster(call);
     return 1;

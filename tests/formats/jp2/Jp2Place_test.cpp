@@ -273,6 +273,60 @@ TEST(ZRMBandJ2KBoxes, MsigDataIsTakenApart) {
   EXPECT_EQ(0, band.ParseMSIG(70, text, nullptr));
 }
 
+// Pixels of 2 by 3, the centre of the first one at (100, 200).
+constexpr char kWorldLines[] = "2\n0\n0\n-3\n100\n200\n";
+
+/// A file with a world file beside it.
+class WorldPlacedJ2k : public testing::Test {
+ protected:
+  int Load(const Bytes& bytes, const std::string& lines, XReadPolicy policy) {
+    folder_.Write("image.jp2", bytes);
+    folder_.Write("image.j2w", lines);
+    file_.SetReadPolicy(policy);
+    return XRSFileIO::LoadFileJP2(&file_, folder_.Path("image.jp2"), err_, 0, kLevelNone, nullptr);
+  }
+  Transform GetTransform() {
+    Transform transform{};
+    file_.GetBandAt(0)->GetGeoTransform(transform.data());
+    return transform;
+  }
+
+  TempFolder folder_;
+  XRSFile file_;
+  XString err_;
+};
+
+using Jp2WorldFileCompatible = WorldPlacedJ2k;
+using Jp2WorldFileExact = WorldPlacedJ2k;
+
+TEST_F(Jp2WorldFileCompatible, IsNotLookedAt) {
+  ASSERT_EQ(1, Load(Jp2Builder().Size(20, 10).Levels(0).Build(), kWorldLines, kReadCompatible)) << err_.GetText();
+  EXPECT_EQ(kCoordinatePixel, file_.GetBandAt(0)->GetCoordinateKind());
+}
+
+TEST_F(Jp2WorldFileExact, PlacesAnImageThatHasNoPlaceOfItsOwn) {
+  ASSERT_EQ(1, Load(Jp2Builder().Size(20, 10).Levels(0).Build(), kWorldLines, kReadExact)) << err_.GetText();
+  EXPECT_EQ(kCoordinateWorld, file_.GetBandAt(0)->GetCoordinateKind());
+  EXPECT_EQ((Transform{99, 2, 0, 201.5, 0, -3}), GetTransform());
+}
+
+TEST_F(Jp2WorldFileExact, KeepsTheSystemOfABoxThatTellsNoPlace) {
+  ASSERT_EQ(1, Load(WithGeo({.epsg = kUtm11}), kWorldLines, kReadExact)) << err_.GetText();
+  EXPECT_EQ((Transform{99, 2, 0, 201.5, 0, -3}), GetTransform());
+  EXPECT_EQ(kUtm11, file_.GetBandAt(0)->GetSR()->GetEPSG());
+}
+
+TEST_F(Jp2WorldFileExact, YieldsToThePlaceInTheFile) {
+  ASSERT_EQ(1, Load(WithGeo(kScaled), kWorldLines, kReadExact)) << err_.GetText();
+  EXPECT_EQ((Transform{440720, 60, 0, 3751320, 0, -60}), GetTransform());
+}
+
+TEST_F(Jp2WorldFileExact, FailsTheLoadWhereItPlacesNothing) {
+  EXPECT_EQ(0, Load(Jp2Builder().Size(20, 10).Levels(0).Build(), "2\n0\n", kReadExact));
+  EXPECT_NE(std::string::npos, err_.AsStdString().find("image.j2w")) << err_.GetText();
+  EXPECT_EQ(0, file_.GetNumOfBands());
+}
+
 TEST(Jp2Place, NumbersThatAreNotFinitePlaceNothing) {
   const double none = std::numeric_limits<double>::quiet_NaN();
   GeoBox box = kScaled;
