@@ -201,7 +201,7 @@ void AddRivalRow(const Rival& rival, const std::string& picture, const tagXGlobe
 }
 
 void AddPictureRows(const BenchOptions& options, std::vector<Row>& rows) {
-  const std::string picture = options.folder + "/globe" + std::to_string(options.side) + ".tif";
+  const std::string picture = options.folder + "/earth" + std::to_string(options.side) + ".tif";
   MakePicture(picture, options.side);
   const tagXGlobeExport what = OrderOf(false, 360.0 / options.side, 256);
   ExportEarth(picture, picture + ".pbi", what, 1);
