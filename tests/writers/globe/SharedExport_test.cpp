@@ -273,7 +273,7 @@ TEST_P(SharedExport, FailsWithASentenceAtEveryCallOfTheDisk) {
   disk.FailCall(kNever, DiskFault::kError);
   ASSERT_EQ(1, Make("a", {}));
   const int numCalls = disk.GetCallCount();
-  for (int call = 1; call <= numCalls && !HasFailure(); call += TrialCount(1, 7) == 1 ? 1 : 7) {
+  for (int call = 1; call <= numCalls && !HasFailure(); call += CallStep(call)) {
     disk.FailCall(call, DiskFault::kError);
     if (!Make("a", {})) {
       EXPECT_FALSE(error_.IsEmpty()) << call;
