@@ -150,7 +150,8 @@ bool ParseOfComponent(Cursor cursor, int numComponents, J2kTileCoding& coding) {
 }
 
 /// The segment TLM. Entries of several segments follow each other in the order of the segments. A list that is not
-/// whole is of no use, and the tile-parts are looked for in the codestream itself then.
+/// whole is of no use, and neither is one of more tile-parts than there can be. The tile-parts are looked for in the
+/// codestream itself then.
 bool ParseListedParts(Cursor cursor, std::vector<J2kListedPart>& parts) {
   cursor.U8();
   const int form = cursor.U8();
@@ -159,6 +160,7 @@ bool ParseListedParts(Cursor cursor, std::vector<J2kListedPart>& parts) {
   const std::size_t entryBytes = static_cast<std::size_t>(tileBytes) + (isLong ? 4 : 2);
   if (cursor.HasFailed() || tileBytes == 3) return false;
   while (cursor.Remaining() >= entryBytes) {
+    if (std::ssize(parts) >= kMaxJ2kParts) return false;
     J2kListedPart part;
     if (tileBytes == 1) part.tile = cursor.U8();
     if (tileBytes == 2) part.tile = cursor.U16BE();
@@ -275,7 +277,7 @@ int ParseJ2kHeader(std::vector<unsigned char> bytes, J2kHeader& header, XString&
     if (segment.marker != kMarkerTileLengths) continue;
     isWhole = isWhole && ParseListedParts(ContentOf(header.bytes, segment), header.listedParts);
   }
-  if (!isWhole) header.listedParts.clear();
+  if (!isWhole) header.listedParts = {};
   return 1;
 }
 

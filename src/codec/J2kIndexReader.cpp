@@ -14,7 +14,6 @@
 namespace zrk {
 namespace {
 
-constexpr int kMaxParts = 1 << 19;
 constexpr std::int64_t kLeastPartBytes = 14;  // the head, and the marker in front of the data
 constexpr std::int64_t kEndBytes = 2;         // the marker at the end of the codestream
 
@@ -55,7 +54,7 @@ J2kHeadFound ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t e
 }
 
 bool J2kIndex::TakeList(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end) {
-  if (header.listedParts.empty() || std::ssize(header.listedParts) > kMaxParts) return false;
+  if (header.listedParts.empty() || std::ssize(header.listedParts) > kMaxJ2kParts) return false;
   parts_.clear();
   for (const J2kListedPart& listed : header.listedParts) {
     const int ordinal = static_cast<int>(parts_.size());
@@ -73,7 +72,7 @@ bool J2kIndex::TakeList(DiskFile& file, const J2kHeader& header, std::int64_t of
 bool J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end) {
   parts_.clear();
   isFromList_ = false;
-  while (CountParts() < kMaxParts) {
+  while (CountParts() < kMaxJ2kParts) {
     J2kPartHead head;
     const J2kHeadFound found = ReadJ2kPartHead(file, offset, end, head);
     if (found == J2kHeadFound::kDiskFailed) return false;

@@ -5,7 +5,7 @@
 // All coordinates of a codestream are those of one reference grid, and nothing of a tile depends on other tiles. So the
 // new codestream has the main header with the image cut to the tile, and the parts of the tile, which get the number 0.
 // Lists of lengths and comments are left out. Heads of packets that the main header holds for all tile-parts (PPM) are
-// replaced by those of the tile's own parts.
+// replaced by those of the tile's own parts; `J2kPackedHeads` has taken them apart.
 //
 // A part that the file cuts short is filled up with zeros where it is to be decoded as far as it goes. The decoder has
 // a mode for such parts, but reads outside of its memory in it.
@@ -17,12 +17,12 @@
 
 #include "base/Cursor.h"
 #include "base/Disk.h"
+#include "codec/J2kCost.h"
 #include "codec/J2kPacketReader.h"
 #include "codec/Jp2Boxes.h"
 
 #include <algorithm>
 #include <initializer_list>
-#include <map>
 #include <numeric>
 #include <utility>
 
@@ -30,7 +30,6 @@ namespace zrk {
 namespace {
 
 constexpr std::uint16_t kMarkerComponentSteps = 0xFF5D;   // QCC
-constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;      // PPM
 constexpr std::uint16_t kMarkerPackedPartHeads = 0xFF61;  // PPT
 constexpr std::uint16_t kMarkerOrderChange = 0xFF5F;      // POC
 constexpr std::size_t kMostParts = 255;                   // of one tile
@@ -103,34 +102,6 @@ int RefuseTile(XString& err, const char* sentence, int tile) {
   return 0;
 }
 
-/// What the segments PPM hold, put together in the order of their numbers: for each tile-part a length and the heads of
-/// its packets.
-CodeBytes JoinPackedHeads(const J2kHeader& header) {
-  std::map<int, std::pair<std::size_t, std::size_t>> places;
-  for (const J2kSegment& segment : header.segments) {
-    if (segment.marker != kMarkerPackedHeads || segment.numBytes < 5) continue;
-    places[header.bytes[segment.offset + 4]] = {segment.offset + 5, segment.numBytes - 5};
-  }
-  CodeBytes joined;
-  for (const auto& [number, place] : places) {
-    const auto first = header.bytes.begin() + static_cast<std::ptrdiff_t>(place.first);
-    joined.insert(joined.end(), first, first + static_cast<std::ptrdiff_t>(place.second));
-  }
-  return joined;
-}
-
-std::vector<CodeBytes> SplitPackedHeads(const CodeBytes& joined) {
-  std::vector<CodeBytes> heads;
-  Cursor cursor(joined);
-  while (cursor.Remaining() > 0) {
-    const std::size_t length = cursor.U32BE();
-    const std::span<const unsigned char> bytes = cursor.Bytes(length);
-    if (cursor.HasFailed()) break;
-    heads.emplace_back(bytes.begin(), bytes.end());
-  }
-  return heads;
-}
-
 }  // namespace
 
 std::shared_ptr<J2kReader> J2kReader::Open(std::shared_ptr<DiskFile> file, std::int64_t offset, std::int64_t end,
@@ -140,7 +111,7 @@ std::shared_ptr<J2kReader> J2kReader::Open(std::shared_ptr<DiskFile> file, std::
   reader->file_ = std::move(file);
   reader->offset_ = offset;
   reader->end_ = end;
-  reader->packedHeads_ = SplitPackedHeads(JoinPackedHeads(reader->header_));
+  reader->packedHeads_.Take(reader->header_);
   return reader;
 }
 
@@ -212,15 +183,29 @@ CodeBytes J2kReader::MakeTileHeader(int tile) const {
   return bytes;
 }
 
+/// Whether all heads of a tile's packets are there, which the main header may hold for all tiles. Damage to one list
+/// leaves it open to which tile-parts the others belong, so that it counts for all tiles. A head has at least one byte.
+/// A decoder takes missing heads for those of empty packets.
+bool J2kReader::HasPackedHeads(const std::vector<J2kTilePart>& parts, const J2kIndex& index,
+                               const J2kTileCoding& coding) const {
+  if (!packedHeads_.AreThere()) return true;
+  const int numLists = packedHeads_.CountParts();
+  const bool areAll = index.IsWhole() ? numLists == index.CountParts() : numLists >= index.CountParts();
+  if (!packedHeads_.AreWhole() || !areAll) return false;
+  std::size_t numBytes = 0;
+  for (const J2kTilePart& part : parts) numBytes += packedHeads_.ListOf(part.ordinal).size();
+  const J2kCost cost = EstimateJ2kCost(header_, coding, header_.GetTileRect(parts.front().tile));
+  return cost.numPackets <= static_cast<double>(numBytes);
+}
+
 /// A part for which there are no heads gets an empty list.
-void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes& header) {
-  if (packedHeads_.empty()) return;
+void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes& header) const {
+  if (packedHeads_.CountParts() == 0) return;
   CodeBytes joined;
   for (const J2kTilePart& part : parts) {
-    const auto place = static_cast<std::size_t>(part.ordinal);
-    const CodeBytes* const heads = place < packedHeads_.size() ? &packedHeads_[place] : nullptr;
-    AppendBig(joined, heads ? static_cast<std::uint32_t>(heads->size()) : 0, 4);
-    if (heads) joined.insert(joined.end(), heads->begin(), heads->end());
+    const std::span<const unsigned char> heads = packedHeads_.ListOf(part.ordinal);
+    AppendBig(joined, static_cast<std::uint32_t>(heads.size()), 4);
+    joined.insert(joined.end(), heads.begin(), heads.end());
   }
   constexpr std::size_t kMostBytes = 65535 - 3;
   std::uint32_t number = 0;
@@ -290,7 +275,7 @@ bool J2kReader::HasLateCoding(const std::vector<J2kTilePart>& parts) {
 bool J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result) {
   const std::optional<J2kPacketCount> count =
       CountPackets(header_, result.coding, header_.GetTileRect(parts.front().tile), level);
-  if (!count || !packedHeads_.empty() || count->needed == count->all) return false;
+  if (!count || packedHeads_.CountParts() > 0 || count->needed == count->all) return false;
   std::int64_t numLeft = count->needed;
   std::vector<std::int64_t> kept;  // bytes of each part that is taken
   XString ignored;
@@ -348,6 +333,9 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   result.coding = header_.coding;
   if (!ReadTileCoding(parts.front(), result.coding, err)) return isCut && !isStrict;
   if (HasLateCoding(parts)) return RefuseTile(err, "The header of tile %d is damaged", tile);
+  if (isStrict && !HasPackedHeads(parts, *GetIndex(), result.coding)) {
+    return RefuseTile(err, "The codestream lacks heads of packets of tile %d", tile);
+  }
   result.stream = std::make_unique<J2kStream>(file_);
   CodeBytes header = MakeTileHeader(tile);
   AddPackedHeads(parts, header);

@@ -2,6 +2,7 @@
 
 #include "codec/J2kHeaderReader.h"
 #include "codec/J2kIndexReader.h"
+#include "codec/J2kPackedHeads.h"
 #include "codec/J2kStream.h"
 
 #include <cstdint>
@@ -45,7 +46,8 @@ class J2kReader {
   std::shared_ptr<const J2kIndex> MakeIndex(bool mayTakeList);
   bool Holds(std::vector<J2kTilePart>& parts);
   std::vector<unsigned char> MakeTileHeader(int tile) const;
-  void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header);
+  void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header) const;
+  bool HasPackedHeads(const std::vector<J2kTilePart>& parts, const J2kIndex& index, const J2kTileCoding& coding) const;
   int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
   int ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header, XString& err);
   int ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err);
@@ -56,9 +58,9 @@ class J2kReader {
   std::int64_t offset_ = 0;
   std::int64_t end_ = 0;
   J2kHeader header_;
+  J2kPackedHeads packedHeads_;
   std::mutex mutex_;
-  std::shared_ptr<const J2kIndex> index_;                // guarded by the mutex; what it points to never changes
-  std::vector<std::vector<unsigned char>> packedHeads_;  // by the ordinal of the tile-part
+  std::shared_ptr<const J2kIndex> index_;  // guarded by the mutex; what it points to never changes
 };
 
 }  // namespace zrk
