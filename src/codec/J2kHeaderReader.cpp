@@ -32,6 +32,7 @@ constexpr int kMaxLevels = 32;
 constexpr int kMaxBlockBits = 10;         // of one side
 constexpr int kMaxBlockSamplesBits = 12;  // of both together
 constexpr std::size_t kMarkerBytes = 2;
+constexpr const char* kDiskFailsInHeader = "The disk fails within the codestream's header";
 
 using HeaderBytes = std::span<const unsigned char>;
 
@@ -180,9 +181,8 @@ int FindHeaderEnd(DiskFile& file, std::int64_t offset, std::int64_t end, std::in
   for (int i = 0; i < kMaxSegments && place - offset <= kMaxHeaderBytes; ++i) {
     unsigned char head[4] = {};
     const std::int64_t numBytes = std::min<std::int64_t>(sizeof head, end - place);
-    if (numBytes < 2 || file.ReadAt(place, head, numBytes) != numBytes) {
-      return RefuseHeader(err, "The codestream ends within its header");
-    }
+    if (numBytes < 2) return RefuseHeader(err, "The codestream ends within its header");
+    if (file.ReadAt(place, head, numBytes) != numBytes) return RefuseHeader(err, kDiskFailsInHeader);
     Cursor cursor(head);
     const std::uint16_t marker = cursor.U16BE();
     if (marker == kMarkerTilePart) {
@@ -283,14 +283,16 @@ int ParseJ2kHeader(std::vector<unsigned char> bytes, J2kHeader& header, XString&
 
 int ReadJ2kHeader(DiskFile& file, std::int64_t offset, std::int64_t end, J2kHeader& header, XString& err) {
   unsigned char start[2] = {};
-  if (end - offset < 2 || file.ReadAt(offset, start, 2) != 2 || Cursor(start).U16BE() != kMarkerStart) {
+  const bool isThere = end - offset >= 2;
+  if (isThere && file.ReadAt(offset, start, 2) != 2) return RefuseHeader(err, kDiskFailsInHeader);
+  if (!isThere || Cursor(start).U16BE() != kMarkerStart) {
     return RefuseHeader(err, "The codestream does not begin with its marker");
   }
   std::int64_t headerEnd = 0;
   if (!FindHeaderEnd(file, offset, end, headerEnd, err)) return 0;
   std::vector<unsigned char> bytes(static_cast<std::size_t>(headerEnd - offset));
   if (file.ReadAt(offset, bytes.data(), headerEnd - offset) != headerEnd - offset) {
-    return RefuseHeader(err, "The disk fails within the codestream's header");
+    return RefuseHeader(err, kDiskFailsInHeader);
   }
   return ParseJ2kHeader(std::move(bytes), header, err);
 }

@@ -10,6 +10,7 @@
 #include "codec/Jp2Boxes.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace zrk {
 namespace {
@@ -30,10 +31,11 @@ bool FindOpenEnd(DiskFile& file, std::int64_t end, J2kTilePart& part) {
   return true;
 }
 
-/// Whether the codestream ends here as it should.
-bool HasEndMarker(DiskFile& file, std::int64_t offset, std::int64_t end) {
+/// Whether the codestream ends here as it should. Nothing where the disk fails.
+std::optional<bool> HasEndMarker(DiskFile& file, std::int64_t offset, std::int64_t end) {
   unsigned char bytes[2] = {};
-  if (offset > end - kEndBytes || file.ReadAt(offset, bytes, kEndBytes) != kEndBytes) return false;
+  if (offset > end - kEndBytes) return false;
+  if (file.ReadAt(offset, bytes, kEndBytes) != kEndBytes) return std::nullopt;
   return Cursor(bytes).U16BE() == kMarkerEnd;
 }
 
@@ -63,7 +65,7 @@ bool J2kIndex::TakeList(DiskFile& file, const J2kHeader& header, std::int64_t of
     parts_.push_back({tile, ordinal, offset, listed.numBytes});
     offset += listed.numBytes;
   }
-  if (!HasEndMarker(file, offset, end)) return false;
+  if (!HasEndMarker(file, offset, end).value_or(false)) return false;
   isFromList_ = isWhole_ = true;
   Sort(header.CountTiles());
   return true;
@@ -82,9 +84,10 @@ bool J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset
     parts_.push_back(part);
     offset += part.numBytes;
   }
-  isWhole_ = HasEndMarker(file, offset, end);
+  const std::optional<bool> hasEnd = HasEndMarker(file, offset, end);
+  isWhole_ = hasEnd.value_or(false);
   Sort(header.CountTiles());
-  return true;
+  return hasEnd.has_value();
 }
 
 void J2kIndex::Sort(int numTiles) {

@@ -221,7 +221,7 @@ void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes&
 }
 
 /// The bytes between the head of a part and the marker in front of its data. Most headers are short.
-int J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBytes& header, XString& err) {
+J2kReader::HeaderFound J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBytes& header) {
   const std::int64_t most = std::min(part.numBytes, end_ - part.offset) - J2kPartHead::kBytes;
   header.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(most, 0, 4096)));
   std::size_t place = 0;
@@ -233,41 +233,43 @@ int J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBytes& header, XStrin
       const std::uint16_t marker = cursor.U16BE();
       if (!cursor.HasFailed() && marker == kMarkerData) {
         header.resize(place);
-        return 1;
+        return HeaderFound::kRead;
       }
       const std::size_t length = cursor.U16BE();
-      if (length < 2 && !cursor.HasFailed()) return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+      if (length < 2 && !cursor.HasFailed()) return HeaderFound::kDamaged;
       cursor.Skip(length < 2 ? 0 : length - 2);
     }
     // The header goes on behind what was read: more of it is read, and the segment is looked at again.
-    if (std::ssize(header) >= most || header.size() >= kMaxPartHeaderBytes) break;
+    if (std::ssize(header) >= most || header.size() >= kMaxPartHeaderBytes) return HeaderFound::kDamaged;
     header.resize(static_cast<std::size_t>(std::min<std::int64_t>(most, std::ssize(header) * 4)));
   }
-  return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+  return HeaderFound::kDiskFailed;
 }
 
 /// A tile may be coded in another way than the main header says. Its first part tells so.
-int J2kReader::ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err) {
+J2kReader::HeaderFound J2kReader::ReadTileCoding(const J2kTilePart& first, J2kTileCoding& coding) {
   CodeBytes header;
-  if (!ReadPartHeader(part, header, err)) return 0;
+  const HeaderFound found = ReadPartHeader(first, header);
+  if (found != HeaderFound::kRead) return found;
   std::vector<J2kSegment> segments;
   const int numComponents = static_cast<int>(header_.components.size());
-  if (ListJ2kSegments(header, 0, segments) && !IsOutOfOrder(segments) &&
-      ParseJ2kCoding(header, segments, numComponents, coding))
-    return 1;
-  return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+  const bool isSound = ListJ2kSegments(header, 0, segments) && !IsOutOfOrder(segments) &&
+                       ParseJ2kCoding(header, segments, numComponents, coding);
+  return isSound ? HeaderFound::kRead : HeaderFound::kDamaged;
 }
 
-/// Whether a part behind the first says anew how the tile is coded. It may not, and a decoder may follow it all the
-/// same.
-bool J2kReader::HasLateCoding(const std::vector<J2kTilePart>& parts) {
-  XString ignored;
-  return std::any_of(parts.begin() + 1, parts.end(), [&](const J2kTilePart& part) {
+/// Parts behind the first may not say anew how the tile is coded, and a decoder may follow them all the same.
+J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>& parts) {
+  for (auto part = parts.begin() + 1; part != parts.end(); ++part) {
     CodeBytes header;
     std::vector<J2kSegment> segments;
-    return ReadPartHeader(part, header, ignored) && ListJ2kSegments(header, 0, segments) &&
-           HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding});
-  });
+    const HeaderFound found = ReadPartHeader(*part, header);
+    if (found == HeaderFound::kDiskFailed) return found;
+    const bool isLate = found == HeaderFound::kRead && ListJ2kSegments(header, 0, segments) &&
+                        HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding});
+    if (isLate) return HeaderFound::kDamaged;
+  }
+  return HeaderFound::kRead;
 }
 
 /// Takes the packets of a level alone, where all parts list the lengths of theirs and these fit. An empty packet, which
@@ -278,12 +280,12 @@ bool J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, int leve
   if (!count || packedHeads_.CountParts() > 0 || count->needed == count->all) return false;
   std::int64_t numLeft = count->needed;
   std::vector<std::int64_t> kept;  // bytes of each part that is taken
-  XString ignored;
   for (const J2kTilePart& part : parts) {
     CodeBytes header;
     std::vector<J2kSegment> segments;
-    if (part.IsCut(end_) || !ReadPartHeader(part, header, ignored) || !ListJ2kSegments(header, 0, segments))
-      return false;
+    const bool isListed =
+        !part.IsCut(end_) && ReadPartHeader(part, header) == HeaderFound::kRead && ListJ2kSegments(header, 0, segments);
+    if (!isListed) return false;
     if (HoldsAny(segments, {kMarkerPackedPartHeads, kMarkerOrderChange})) return false;
     const std::vector<std::uint32_t> lengths = ParsePacketLengths(header, segments);
     const std::int64_t before = J2kPartHead::kBytes + std::ssize(header) + 2;
@@ -316,6 +318,19 @@ int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XSt
   return 1;
 }
 
+int J2kReader::MakeStream(const std::vector<J2kTilePart>& parts, int level, Tile& result, XString& err) {
+  result.stream = std::make_unique<J2kStream>(file_);
+  CodeBytes header = MakeTileHeader(parts.front().tile);
+  AddPackedHeads(parts, header);
+  result.stream->AddBytes(std::move(header));
+  for (const J2kTilePart& part : parts) result.numBytes += std::min(part.numBytes, end_ - part.offset);
+  if ((level == 0 || !AddNeededPackets(parts, level, result)) && !AddParts(parts, result, err)) return 0;
+  CodeBytes mark;
+  AppendBig(mark, kMarkerEnd, 2);
+  result.stream->AddBytes(std::move(mark));
+  return 1;
+}
+
 int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err) {
   result = {};
   std::optional<std::vector<J2kTilePart>> found = FindParts(tile);
@@ -331,21 +346,15 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   if (parts.empty()) return isStrict ? RefuseTile(err, "The file has no tile %d", tile) : 1;
   if (isStrict && !hasAll) return RefuseTile(err, "The file lacks a part of tile %d", tile);
   result.coding = header_.coding;
-  if (!ReadTileCoding(parts.front(), result.coding, err)) return isCut && !isStrict;
-  if (HasLateCoding(parts)) return RefuseTile(err, "The header of tile %d is damaged", tile);
+  HeaderFound header = ReadTileCoding(parts.front(), result.coding);
+  if (header == HeaderFound::kDamaged && isCut && !isStrict) return 1;
+  if (header == HeaderFound::kRead) header = CheckLaterParts(parts);
+  if (header == HeaderFound::kDiskFailed) return RefuseTile(err, "The disk fails within tile %d", tile);
+  if (header == HeaderFound::kDamaged) return RefuseTile(err, "The header of tile %d is damaged", tile);
   if (isStrict && !HasPackedHeads(parts, *GetIndex(), result.coding)) {
     return RefuseTile(err, "The codestream lacks heads of packets of tile %d", tile);
   }
-  result.stream = std::make_unique<J2kStream>(file_);
-  CodeBytes header = MakeTileHeader(tile);
-  AddPackedHeads(parts, header);
-  result.stream->AddBytes(std::move(header));
-  for (const J2kTilePart& part : parts) result.numBytes += std::min(part.numBytes, end_ - part.offset);
-  if ((level == 0 || !AddNeededPackets(parts, level, result)) && !AddParts(parts, result, err)) return 0;
-  CodeBytes mark;
-  AppendBig(mark, kMarkerEnd, 2);
-  result.stream->AddBytes(std::move(mark));
-  return 1;
+  return MakeStream(parts, level, result, err);
 }
 
 }  // namespace zrk

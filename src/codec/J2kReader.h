@@ -40,6 +40,9 @@ class J2kReader {
   int OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err);
 
  private:
+  /// What becomes of reading the header of a tile-part.
+  enum class HeaderFound { kRead, kDamaged, kDiskFailed };
+
   J2kReader() = default;
 
   std::optional<std::vector<J2kTilePart>> FindParts(int tile);
@@ -49,9 +52,10 @@ class J2kReader {
   void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header) const;
   bool HasPackedHeads(const std::vector<J2kTilePart>& parts, const J2kIndex& index, const J2kTileCoding& coding) const;
   int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
-  int ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header, XString& err);
-  int ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err);
-  bool HasLateCoding(const std::vector<J2kTilePart>& parts);
+  HeaderFound ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header);
+  HeaderFound ReadTileCoding(const J2kTilePart& first, J2kTileCoding& coding);
+  HeaderFound CheckLaterParts(const std::vector<J2kTilePart>& parts);
+  int MakeStream(const std::vector<J2kTilePart>& parts, int level, Tile& result, XString& err);
   bool AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
 
   std::shared_ptr<DiskFile> file_;
