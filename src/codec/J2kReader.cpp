@@ -108,6 +108,10 @@ std::shared_ptr<J2kReader> J2kReader::Open(std::shared_ptr<DiskFile> file, std::
                                            XString& err) {
   std::shared_ptr<J2kReader> reader(new J2kReader);
   if (!ReadJ2kHeader(*file, offset, end, reader->header_, err)) return nullptr;
+  if (!IsPlausible(reader->header_, end - offset)) {
+    err = "The codestream is too short for its tiles and components";
+    return nullptr;
+  }
   reader->file_ = std::move(file);
   reader->offset_ = offset;
   reader->end_ = end;
