@@ -85,8 +85,8 @@ bool IsPlausible(const J2kCost& cost, std::int64_t numBytes) {
          cost.numPackets <= kFreePackets + 8.0 * bytes;
 }
 
-/// Whoever plans a window looks at each component of each tile. A file that is whole has a byte for each at least, and
-/// one that was cut short may have lost most of them.
+/// Whoever plans a window looks at each component of each tile. A file that is whole has a byte for each that has
+/// samples, and one that was cut short may have lost most of them.
 bool IsPlausible(const J2kHeader& header, std::int64_t numBytes) {
   const std::int64_t parts = std::int64_t{header.CountTiles()} * std::ssize(header.components);
   return parts <= kFreeTileComponents + 8 * numBytes;

@@ -117,11 +117,11 @@ TEST_F(Jp2Repeats, EndWithTheMemoryOfTheirResults) {
 
 using Jp2WideSamples = Jp2Scripted;
 
-/// One byte a sample, and the second component with that byte of depth and sign in the header.
+/// Two components, and the second with that byte of depth and sign in the header.
 ReadBytesOf WithSecondDepth(unsigned char depth) {
   ReadBytesOf bytes = Jp2Builder().Components(2).BuildCodestream();
-  constexpr std::ptrdiff_t kSecondDepth = 2 + 41;  // behind the start of the codestream and the first component
-  bytes[kSecondDepth + 2] = depth;
+  constexpr std::size_t kSecondDepth = 45;  // behind the sizes of image and tiles, and three bytes of the first one
+  bytes[kSecondDepth] = depth;
   return bytes;
 }
 
