@@ -28,8 +28,8 @@ void J2kPackedHeads::Join(const J2kHeader& header) {
   areWhole_ = areWhole_ && !hasGap;
 }
 
-/// Each list has its length in front. Lists take less memory than the header, whatever it holds, because their number
-/// is bounded.
+/// Each list has its length in front. Their number is bounded, because an empty list takes more memory here than in the
+/// header.
 void J2kPackedHeads::Split() {
   Cursor cursor(joined_);
   while (cursor.Remaining() > 0 && CountParts() < kMaxJ2kParts) {

@@ -3,7 +3,7 @@
 // Under the compatible policy the place is that of the last GeoJP2 box, or else that of the last MSIG box, and it
 // counts only with a system that is known. The place of an image is then the centre of its first pixel. Under the exact
 // policy a transform counts without a system as well, a GeoJP2 box says whether its place is that of a corner or of a
-// centre, and the grid of a GML text is asked before an MSIG box. A box or a text that could tell the place and cannot
+// centre, and the grid of a GML text is asked before an MSIG box. A box or a text that could tell the place and can't
 // be read fails the load then.
 
 #include "bands/jp2/Jp2File.h"
@@ -80,7 +80,7 @@ tagGCPSets PlaceCompatibly(ZRMBand& band, const Jp2PlaceBoxes& boxes) {
   return NameTiePoints(bounds->tiePoints, bounds->wkt);
 }
 
-/// The grid of the first text that has one. A text that is too long may have one as well as not.
+/// The grid of the first text that has one. A text that is too long to be read may have one, and so it fails.
 int FindGrid(const Jp2File& opened, std::optional<Jp2Grid>& grid, XString& err) {
   const std::int64_t most = XfnGetLimits().xmlBytes;
   const std::optional<std::vector<Jp2Text>> texts = ListTexts(*opened.file, opened.boxes);
@@ -112,7 +112,8 @@ struct ExactPlace {
   std::optional<Jp2Transform> transform;
 };
 
-/// What could tell a place and cannot be read fails, where nothing in front of it places the image.
+/// A box or a text that could tell a place and can't be read fails, unless one that is asked before it places the
+/// image.
 int FindExactPlace(const Jp2File& opened, const Jp2PlaceBoxes& boxes, ExactPlace& place, XString& err) {
   if (!FindBestGeoJp2(boxes, place.geo, err)) return 0;
   if (place.geo) place.transform = place.geo->exact;

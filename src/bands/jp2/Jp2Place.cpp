@@ -87,12 +87,12 @@ struct LabelledText {
   const Jp2Box* text = nullptr;
 };
 
-/// The texts of `asoc` boxes that have a label, within one that has the label "gml.data". The boxes are gone through
-/// once, with the way from the outer box to each in hand. False where the disk fails.
+/// The texts of `asoc` boxes that have a label, within one that has the label "gml.data". There may be thousands, so
+/// that one pass finds the labels and the texts of all. False where the disk fails.
 bool ListGml(DiskFile& file, std::span<const Jp2Box> boxes, std::size_t outer, std::vector<Jp2Text>& texts) {
   const std::size_t end = EndOfBox(boxes, outer);
   std::vector<LabelledText> found(end - outer);
-  std::vector<std::size_t> way;  // boxes around the one that is looked at, by their depth
+  std::vector<std::size_t> way;  // the boxes around the one that is looked at, by their depth
   for (std::size_t i = outer; i < end; ++i) {
     const Jp2Box& box = boxes[i];
     way.resize(static_cast<std::size_t>(box.depth));
