@@ -187,19 +187,27 @@ CodeBytes J2kReader::MakeTileHeader(int tile) const {
   return bytes;
 }
 
-/// Whether all heads of a tile's packets are there, which the main header may hold for all tiles. Damage to one list
-/// leaves it open to which tile-parts the others belong, so that it counts for all tiles. A head has at least one byte.
-/// A decoder takes missing heads for those of empty packets.
-bool J2kReader::HasPackedHeads(const std::vector<J2kTilePart>& parts, const J2kIndex& index,
-                               const J2kTileCoding& coding) const {
+/// Whether the main header has a list of heads for each tile-part, or none at all. Damage to one list leaves it open to
+/// which tile-parts the others belong, so that it counts for all tiles.
+bool J2kReader::ArePackedHeadsWhole(const J2kIndex& index) const {
   if (!packedHeads_.AreThere()) return true;
   const int numLists = packedHeads_.CountParts();
   const bool areAll = index.IsWhole() ? numLists == index.CountParts() : numLists >= index.CountParts();
-  if (!packedHeads_.AreWhole() || !areAll) return false;
-  std::size_t numBytes = 0;
-  for (const J2kTilePart& part : parts) numBytes += packedHeads_.ListOf(part.ordinal).size();
-  const J2kCost cost = EstimateJ2kCost(header_, coding, header_.GetTileRect(parts.front().tile));
-  return cost.numPackets <= static_cast<double>(numBytes);
+  return packedHeads_.AreWhole() && areAll;
+}
+
+/// Heads stand in front of their packets, or together in the main header (PPM) or in those of the tile-parts (PPT).
+void J2kReader::CountHeads(const J2kTilePart& part, std::span<const unsigned char> header,
+                           std::span<const J2kSegment> segments, HeadBytes& heads) const {
+  constexpr std::int64_t kMarkBytes = 2, kSegmentHeadBytes = 5;
+  heads.inData += part.numBytes - J2kPartHead::kBytes - std::ssize(header) - kMarkBytes;
+  heads.areInHeaders = heads.areInHeaders || packedHeads_.AreThere();
+  heads.inHeaders += std::ssize(packedHeads_.ListOf(part.ordinal));
+  for (const J2kSegment& segment : segments) {
+    if (segment.marker != kMarkerPackedPartHeads) continue;
+    heads.areInHeaders = true;
+    heads.inHeaders += static_cast<std::int64_t>(segment.numBytes) - kSegmentHeadBytes;
+  }
 }
 
 /// A part for which there are no heads gets an empty list.
@@ -251,27 +259,28 @@ J2kReader::HeaderFound J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBy
 }
 
 /// A tile may be coded in another way than the main header says. Its first part tells so.
-J2kReader::HeaderFound J2kReader::ReadTileCoding(const J2kTilePart& first, J2kTileCoding& coding) {
+J2kReader::HeaderFound J2kReader::ReadTileCoding(const J2kTilePart& first, Tile& result) {
   CodeBytes header;
   const HeaderFound found = ReadPartHeader(first, header);
   if (found != HeaderFound::kRead) return found;
   std::vector<J2kSegment> segments;
   const int numComponents = static_cast<int>(header_.components.size());
   const bool isSound = ListJ2kSegments(header, 0, segments) && !IsOutOfOrder(segments) &&
-                       ParseJ2kCoding(header, segments, numComponents, coding);
+                       ParseJ2kCoding(header, segments, numComponents, result.coding);
+  CountHeads(first, header, segments, result.heads);
   return isSound ? HeaderFound::kRead : HeaderFound::kDamaged;
 }
 
 /// Parts behind the first may not say anew how the tile is coded, and a decoder may follow them all the same.
-J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>& parts) {
+J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>& parts, Tile& result) {
   for (auto part = parts.begin() + 1; part != parts.end(); ++part) {
     CodeBytes header;
     std::vector<J2kSegment> segments;
     const HeaderFound found = ReadPartHeader(*part, header);
     if (found == HeaderFound::kDiskFailed) return found;
-    const bool isLate = found == HeaderFound::kRead && ListJ2kSegments(header, 0, segments) &&
-                        HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding});
-    if (isLate) return HeaderFound::kDamaged;
+    const bool isListed = found == HeaderFound::kRead && ListJ2kSegments(header, 0, segments);
+    if (isListed && HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding})) return HeaderFound::kDamaged;
+    CountHeads(*part, header, segments, result.heads);
   }
   return HeaderFound::kRead;
 }
@@ -350,12 +359,12 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   if (parts.empty()) return isStrict ? RefuseTile(err, "The file has no tile %d", tile) : 1;
   if (isStrict && !hasAll) return RefuseTile(err, "The file lacks a part of tile %d", tile);
   result.coding = header_.coding;
-  HeaderFound header = ReadTileCoding(parts.front(), result.coding);
+  HeaderFound header = ReadTileCoding(parts.front(), result);
   if (header == HeaderFound::kDamaged && isCut && !isStrict) return 1;
-  if (header == HeaderFound::kRead) header = CheckLaterParts(parts);
+  if (header == HeaderFound::kRead) header = CheckLaterParts(parts, result);
   if (header == HeaderFound::kDiskFailed) return RefuseTile(err, "The disk fails within tile %d", tile);
   if (header == HeaderFound::kDamaged) return RefuseTile(err, "The header of tile %d is damaged", tile);
-  if (isStrict && !HasPackedHeads(parts, *GetIndex(), result.coding)) {
+  if (isStrict && !ArePackedHeadsWhole(*GetIndex())) {
     return RefuseTile(err, "The codestream lacks heads of packets of tile %d", tile);
   }
   return MakeStream(parts, level, result, err);

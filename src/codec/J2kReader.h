@@ -28,11 +28,20 @@ class J2kReader {
   /// The index, made at the first call; null where the disk fails.
   std::shared_ptr<const J2kIndex> GetIndex();
 
+  /// The bytes that may hold the heads of a tile's packets.
+  struct HeadBytes {
+    std::int64_t inData = 0;     ///< with the packets themselves
+    std::int64_t inHeaders = 0;  ///< of the codestream and of the tile-parts
+    bool areInHeaders = false;
+
+    std::int64_t Count() const { return areInHeaders ? inHeaders : inData; }
+  };
   /// A tile of the codestream as a codestream of its own.
   struct Tile {
     std::unique_ptr<J2kStream> stream;  ///< null for a tile that is missing
     J2kTileCoding coding;               ///< of this tile
     std::int64_t numBytes = 0;          ///< of its tile-parts
+    HeadBytes heads;
   };
   /// Makes the codestream of a tile, to be decoded at a level. Packets that the level does not need are left out where
   /// the header lists their lengths. Where `isStrict`, a tile that is missing or not whole fails. 1, or 0 with the
@@ -50,11 +59,13 @@ class J2kReader {
   bool Holds(std::vector<J2kTilePart>& parts);
   std::vector<unsigned char> MakeTileHeader(int tile) const;
   void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header) const;
-  bool HasPackedHeads(const std::vector<J2kTilePart>& parts, const J2kIndex& index, const J2kTileCoding& coding) const;
+  bool ArePackedHeadsWhole(const J2kIndex& index) const;
   int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
   HeaderFound ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header);
-  HeaderFound ReadTileCoding(const J2kTilePart& first, J2kTileCoding& coding);
-  HeaderFound CheckLaterParts(const std::vector<J2kTilePart>& parts);
+  HeaderFound ReadTileCoding(const J2kTilePart& first, Tile& result);
+  HeaderFound CheckLaterParts(const std::vector<J2kTilePart>& parts, Tile& result);
+  void CountHeads(const J2kTilePart& part, std::span<const unsigned char> header, std::span<const J2kSegment> segments,
+                  HeadBytes& heads) const;
   int MakeStream(const std::vector<J2kTilePart>& parts, int level, Tile& result, XString& err);
   bool AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
 

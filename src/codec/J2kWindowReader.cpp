@@ -146,8 +146,14 @@ int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Sess
   session = {};
   if (!tile.stream) return 1;
   const J2kHeader& header = reader_->GetHeader();
-  if (!IsPlausible(EstimateJ2kCost(header, tile.coding, work.rect), tile.numBytes)) {
+  const J2kCost cost = EstimateJ2kCost(header, tile.coding, work.rect);
+  if (!IsPlausible(cost, tile.numBytes)) {
     err.Format("The file is too short for what tile %d promises", work.tile);
+    return 0;
+  }
+  // A head takes a byte at least. Decoders take heads that are missing for those of empty packets.
+  if (request.isStrict && cost.numPackets > static_cast<double>(tile.heads.Count())) {
+    err.Format("The codestream lacks heads of packets of tile %d", work.tile);
     return 0;
   }
   session.decoder = MakeJ2kDecoder();

@@ -265,12 +265,20 @@ const Hostile kHostiles[] = {
      },
      "The codestream lacks heads of packets of tile 0",
      "The codestream can't be decoded : Not enough memory to read PPM marker"},
+    {"FewerBytesThanPackets",
+     [] {
+       Header header;
+       header.numDataBytes = 5;  // for six resolutions
+       return header.Build();
+     },
+     "The codestream lacks heads of packets of tile 0", ""},
     {"ManyComponentsInOneTile",
      [] {
        Header header;
        header.width = header.height = header.tileWidth = header.tileHeight = 50;
        header.numComponents = 4096;
        header.numLevels = 0;
+       header.numDataBytes = 4096;
        return header.Build();
      },
      ""},

@@ -1,6 +1,7 @@
-// Heads of packets that the main header holds for all tiles (PPM). OpenJPEG writes no such codestreams, so they are
-// made of one whose heads stand in the data: a mark ends each head there, and a list (PLT) tells the length of each
-// packet. The marks are left out then, because a decoder would miss them where heads are missing.
+// Heads of packets that the main header holds for all tiles (PPM), or a tile-part for itself (PPT). OpenJPEG writes no
+// such codestreams, so they are made of one whose heads stand in the data: a mark ends each head there, and a list
+// (PLT) tells the length of each packet. The marks are left out then, because a decoder would miss them where heads are
+// missing.
 
 #include "Jp2Builder.h"
 #include "LoadedRaster.h"
@@ -35,7 +36,7 @@ std::size_t FindMark(const CodedBytes& bytes, const CodedBytes& mark, std::size_
 struct PackedStream {
   CodedBytes start;               // the main header
   std::vector<CodedBytes> lists;  // of heads, by tile-part
-  CodedBytes parts;
+  std::vector<CodedBytes> parts;
 
   CodedBytes JoinLists() const {
     CodedBytes joined;
@@ -45,8 +46,23 @@ struct PackedStream {
   static CodedBytes MakeSegment(unsigned char number, const CodedBytes& content) {
     return Join({{0xFF, 0x60}, BigEndian(content.size() + 3, 2), {number}, content});
   }
-  CodedBytes Build(const CodedBytes& segments) const { return Join({start, segments, parts, {0xFF, 0xD9}}); }
+  CodedBytes Build(const CodedBytes& segments) const {
+    CodedBytes bytes = Join({start, segments});
+    for (const CodedBytes& part : parts) bytes = Join({bytes, part});
+    return Join({bytes, {0xFF, 0xD9}});
+  }
   CodedBytes Build() const { return Build(MakeSegment(0, JoinLists())); }
+  /// With each list in the header of its tile-part.
+  CodedBytes BuildInParts() const {
+    PackedStream moved = *this;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+      const CodedBytes segment = Join({{0xFF, 0x61}, BigEndian(lists[i].size() + 3, 2), {0}, lists[i]});
+      moved.parts[i] =
+          Join({Slice(parts[i], 0, 6), BigEndian(parts[i].size() + segment.size(), 4),
+                Slice(parts[i], 10, kPartHeadBytes), segment, Slice(parts[i], kPartHeadBytes, parts[i].size())});
+    }
+    return moved.Build({});
+  }
 };
 
 /// The lengths of packets that the segment at that place lists.
@@ -79,12 +95,11 @@ PackedStream TakeHeadsOut(const CodedBytes& bytes) {
       place += length;
     }
     packed.lists.push_back(heads);
-    packed.parts = Join({packed.parts,
-                         Slice(bytes, part, part + 6),
-                         BigEndian(data.size() + 14, 4),
-                         Slice(bytes, part + 10, list),
-                         {0xFF, 0x93},
-                         data});
+    packed.parts.push_back(Join({Slice(bytes, part, part + 6),
+                                 BigEndian(data.size() + 14, 4),
+                                 Slice(bytes, part + 10, list),
+                                 {0xFF, 0x93},
+                                 data}));
     part += ReadNumber(bytes, part + 6, 4);
   }
   return packed;
@@ -121,7 +136,7 @@ TEST_F(Jp2PackedHeads, GiveTheSamplesThatHeadsInTheDataGive) {
                                  PackedStream::MakeSegment(0, Slice(joined, 0, middle))});
   LoadedRaster plain(plain_, kFormatJP2);
   for (const XReadPolicy policy : {kReadCompatible, kReadExact}) {
-    for (const CodedBytes& bytes : {packed_.Build(), packed_.Build(inTwo)}) {
+    for (const CodedBytes& bytes : {packed_.Build(), packed_.Build(inTwo), packed_.BuildInParts()}) {
       LoadedRaster image(bytes, kFormatJP2, policy);
       EXPECT_EQ(plain.Read(0, 0, {0, 63, 0, 47}), image.Read(0, 0, {0, 63, 0, 47})) << image.Failure({0, 63, 0, 47});
     }
@@ -165,9 +180,11 @@ TEST_F(Jp2PackedHeads, OfWhichASegmentIsMissingOrThereTwiceFailAnExactRead) {
 /// A tile of three resolutions has three packets, and each has a byte of head at least.
 TEST_F(Jp2PackedHeads, ThatAreTooFewForTheirTileFailAnExactReadOfIt) {
   packed_.lists[1].resize(2);
-  LoadedRaster image(packed_.Build(), kFormatJP2, kReadExact);
-  EXPECT_EQ("", image.Failure(kFirstTile));
-  EXPECT_EQ(kLacksSecond, image.Failure(kSecondTile));
+  for (const CodedBytes& bytes : {packed_.Build(), packed_.BuildInParts()}) {
+    LoadedRaster image(bytes, kFormatJP2, kReadExact);
+    EXPECT_EQ("", image.Failure(kFirstTile));
+    EXPECT_EQ(kLacksSecond, image.Failure(kSecondTile));
+  }
 }
 
 /// Without any packet a sample is in the middle of its range.
