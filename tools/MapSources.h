@@ -25,7 +25,8 @@ class MapSources {
 
   /// It belongs to this object.
   ZRMCompManager& GetManager() { return manager_; }
-  /// The smallest step from pixel to pixel in the middle of any image, in units of the map.
+  /// The smallest step from pixel to pixel in the middle of any image, in units of the map, in whatever direction it
+  /// is.
   double GetFinestPixel() const { return finestPixel_; }
 
  private:
