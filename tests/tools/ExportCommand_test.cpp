@@ -61,6 +61,19 @@ TEST_F(ZrkioExport, WarpsInputsToTheSystemOfTheMap) {
   EXPECT_THAT(Report(), HasSubstr("UTM zone 33N"));
 }
 
+TEST_F(ZrkioExport, GivesTheSameBytesForAnyNumberOfWorkers) {
+  for (const char* kind : {"l0", "lxy"}) {
+    std::vector<std::vector<unsigned char>> made;
+    for (const char* workers : {"1", "3"}) {
+      const ProgramResult result = Run({"export", kind, path_, "-o", Out(), "--srs", "EPSG:32632", "--tile", "64",
+                                        "--bounds", "499000,-2000,503000,2000", "--workers", workers});
+      ASSERT_EQ(0, result.exitStatus) << result.err;
+      made.push_back(ReadBytes(Out()));
+    }
+    EXPECT_EQ(made[0], made[1]) << kind;
+  }
+}
+
 TEST_F(ZrkioExport, WritesATreeDownToTheLevelOfTheInput) {
   const ProgramResult result =
       Run({"export", "lxy", path_, "-o", Out("map.xml"), "--srs", "EPSG:32632", "--tile", "8"});
