@@ -5,6 +5,7 @@
 
 #include "Dataset.h"
 #include "Place.h"
+#include "SourceKey.h"
 #include "XCoordinateTransformation.h"
 
 #include <algorithm>
@@ -84,6 +85,7 @@ bool MapSources::Add(const std::string& path, XThread& thread, std::string& err)
     return false;
   }
   files_.push_back(std::move(file));
+  key_ += DescribeSource(path, *files_.back());
   return Show(*files_.back());
 }
 
