@@ -6,6 +6,8 @@
 
 namespace zrk {
 
+struct DiskOpen;
+
 /// One call's hold on the file of an export, and on the record of done tiles beside it under the same name with ".done"
 /// behind it. A process that makes all of it holds the record alone; shards hold it together. For one thread.
 class ExportSession {
