@@ -7,6 +7,7 @@
 #include "Place.h"
 #include "SourceKey.h"
 #include "XCoordinateTransformation.h"
+#include "XFormatTable.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +23,28 @@ ZRMBand* FindRole(const XRSFile& file, XColourRole role) {
     if (file.GetBandAt(i)->GetColourRole() == role) return file.GetBandAt(i);
   }
   return nullptr;
+}
+
+/// The part of that name among notes and theirs; null without one.
+const tagXNote* FindNote(const std::vector<tagXNote>& notes, const char* name) {
+  for (const tagXNote& each : notes) {
+    const tagXNote* const found = each.name == name ? &each : FindNote(each.parts, name);
+    if (found) return found;
+  }
+  return nullptr;
+}
+
+/// The largest sample of a band whose format tells of components with fewer bits than their type has; otherwise 0.
+double FindLargestSample(const XRSFile& file, const ZRMBand& band) {
+  const tagXFormatNotes notes = XfnDescribeFormat(file.GetBandAt(0), false);
+  const tagXNote* const components = FindNote(notes.values, "components");
+  for (int i = 0; components && i < file.GetNumOfBands(); ++i) {
+    const auto place = static_cast<std::size_t>(i);
+    if (file.GetBandAt(i) != &band || place >= components->parts.size()) continue;
+    const tagXNote* const bits = FindNote(components->parts[place].parts, "bits");
+    return bits ? std::ldexp(1.0, static_cast<int>(bits->number)) - 1.0 : 0.0;
+  }
+  return 0.0;
 }
 
 /// The band of a role, or the one that stands at the role's place where the file names no roles.
@@ -125,6 +148,7 @@ bool MapSources::Show(const XRSFile& file) {
   const bool isColour = !areHeights_ && file.GetNumOfBands() >= 3 && file.GetBandAt(0)->GetColourRole() != kRoleGrey;
   constexpr XColourRole kRoles[] = {kRoleRed, kRoleGreen, kRoleBlue};
   for (int i = 0; isColour && i < 3; ++i) composite->SetBand(i, FindColour(file, kRoles[i], i));
-  if (!areHeights_) composite->SetOpacityBand(FindRole(file, kRoleAlpha));
+  ZRMBand* const opacity = areHeights_ ? nullptr : FindRole(file, kRoleAlpha);
+  if (opacity) composite->SetOpacityBand(opacity, FindLargestSample(file, *opacity));
   return manager_.AddZRMComposite(composite.get()) && composite.release() != nullptr;
 }

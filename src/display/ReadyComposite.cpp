@@ -123,7 +123,7 @@ bool ReadyComposite::AddOpacity(const CompositeSettings& settings) {
   if (!CanBePainted(source)) return false;
   BandSettings whole;
   whole.stretchType = kStretchCut;
-  whole.cutMax = LargestOf(source.band->GetDataType());
+  whole.cutMax = settings.opaqueSample > 0.0 ? settings.opaqueSample : LargestOf(source.band->GetDataType());
   opacityLook.emplace(whole, source.band->GetDataType(), kNotSet, tagXSubsetStatistics());
   opacity = MakePainted(source, *opacityLook, settings);
   return true;

@@ -20,6 +20,7 @@ struct CompositeSettings {
   int mode = kModeColours;
   std::array<Band, kCompositeBands> bands;
   Band opacity;
+  double opaqueSample = 0.0;  ///< the type tells it where it is not above 0
   std::optional<Extent> drawRange;
 
   /// The first band that is there; null without bands.

@@ -201,8 +201,9 @@ ZRMBand* ZRMComposite::GetOpacityBand() const {
   return impl_->settings.opacity.band;
 }
 
-void ZRMComposite::SetOpacityBand(ZRMBand* band) {
+void ZRMComposite::SetOpacityBand(ZRMBand* band, double opaque) {
   impl_->settings.opacity = MakeBand(band);
+  impl_->settings.opaqueSample = opaque;
   impl_->Touch();
 }
 

@@ -8,13 +8,13 @@ namespace {
 
 /// A band of three pixels of 200, over a band of opacity in the same place.
 template <class Sample>
-std::vector<int> DrawnOver99By(const std::vector<Sample>& opacities) {
+std::vector<int> DrawnOver99By(const std::vector<Sample>& opacities, double opaque = 0.0) {
   PlacedBand band, opacity;
   band.Set<std::uint8_t>(3, 1, {200, 200, 200});
   opacity.Set<Sample>(3, 1, opacities);
   ZRMComposite composite;
   composite.SetBand(0, &band);
-  composite.SetOpacityBand(&opacity);
+  composite.SetOpacityBand(&opacity, opaque);
   return DrawnOver99(composite);
 }
 
@@ -29,6 +29,11 @@ TEST(OpacityBand, IsWholeAtTheLargestValueOfItsType) {
   EXPECT_EQ((std::vector<int>{99, 150, 200}), DrawnOver99By<std::uint16_t>({0, 32896, 65535}));
   EXPECT_EQ((std::vector<int>{99, 99, 200}), DrawnOver99By<std::int16_t>({0, -5, 32767}));
   EXPECT_EQ((std::vector<int>{99, 150, 200}), DrawnOver99By<float>({0.0f, 0.5f, 1.0f}));
+}
+
+TEST(OpacityBand, IsWholeFromTheValueOnThatIsGiven) {
+  EXPECT_EQ((std::vector<int>{99, 200, 200}), DrawnOver99By<std::uint8_t>({0, 1, 2}, 1.0));
+  EXPECT_EQ((std::vector<int>{99, 150, 200}), DrawnOver99By<std::uint16_t>({0, 2056, 4095}, 4095.0));
 }
 
 TEST(OpacityBand, IsNoneAtFirstAndCanBeTakenAway) {
