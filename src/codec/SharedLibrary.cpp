@@ -8,8 +8,13 @@
 #include <dlfcn.h>
 #include <link.h>
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <utility>
 
 namespace zrk {
 
@@ -37,6 +42,27 @@ XString FindFaultOfHead(const std::string& path) {
                        (head.e_ident[EI_CLASS] != own->e_ident[EI_CLASS] ||
                         head.e_ident[EI_DATA] != own->e_ident[EI_DATA] || head.e_machine != own->e_machine);
   return isOther ? "it is for another kind of machine" : "";
+}
+
+/// The folders that the system's loader searches.
+std::vector<std::string> ListLoaderFolders() {
+  std::vector<std::string> folders;
+  void* const program = ::dlopen(nullptr, RTLD_LAZY);
+  if (!program) return folders;
+  Dl_serinfo size{};
+  if (::dlinfo(program, RTLD_DI_SERINFOSIZE, &size) == 0) {
+    // The record ends with an array of a length that is known only now.
+    std::vector<std::max_align_t> room(size.dls_size / sizeof(std::max_align_t) + 1);
+    auto* const info = reinterpret_cast<Dl_serinfo*>(room.data());
+    info->dls_size = size.dls_size;
+    info->dls_cnt = size.dls_cnt;
+    if (::dlinfo(program, RTLD_DI_SERINFO, info) == 0) {
+      const Dl_serpath* const paths = info->dls_serpath;
+      for (unsigned i = 0; i < info->dls_cnt; ++i) folders.emplace_back(paths[i].dls_name);
+    }
+  }
+  ::dlclose(program);
+  return folders;
 }
 
 /// The version as one text that sorts by its numbers: each group of digits has ten of them.
@@ -95,24 +121,24 @@ std::vector<std::string> ListLibraries(const std::string& folder, const std::str
   return names;
 }
 
-std::vector<std::string> ListLoaderFolders() {
-  std::vector<std::string> folders;
-  void* const program = ::dlopen(nullptr, RTLD_LAZY);
-  if (!program) return folders;
-  Dl_serinfo size{};
-  if (::dlinfo(program, RTLD_DI_SERINFOSIZE, &size) == 0) {
-    // The record ends with an array of a length that is known only now.
-    std::vector<std::max_align_t> room(size.dls_size / sizeof(std::max_align_t) + 1);
-    auto* const info = reinterpret_cast<Dl_serinfo*>(room.data());
-    info->dls_size = size.dls_size;
-    info->dls_cnt = size.dls_cnt;
-    if (::dlinfo(program, RTLD_DI_SERINFO, info) == 0) {
-      const Dl_serpath* const paths = info->dls_serpath;
-      for (unsigned i = 0; i < info->dls_cnt; ++i) folders.emplace_back(paths[i].dls_name);
-    }
+/// Folders of the system hold thousands of files, and each opening of a file asks.
+std::vector<std::string> ListLoaderLibraries(const std::string& name) {
+  using Clock = std::chrono::steady_clock;
+  struct Listed {
+    Clock::time_point at;
+    std::vector<std::string> paths;
+  };
+  static std::mutex mutex;
+  static std::map<std::string, Listed> listed;
+  const std::lock_guard lock(mutex);
+  const auto known = listed.find(name);
+  const Clock::time_point now = Clock::now();
+  if (known != listed.end() && now - known->second.at < std::chrono::seconds(1)) return known->second.paths;
+  Listed fresh{now, {}};
+  for (const std::string& folder : ListLoaderFolders()) {
+    std::ranges::copy(ListLibraries(folder, name), std::back_inserter(fresh.paths));
   }
-  ::dlclose(program);
-  return folders;
+  return (listed[name] = std::move(fresh)).paths;
 }
 
 }  // namespace zrk

@@ -38,8 +38,8 @@ class SharedLibrary {
 /// one without a version comes first, and higher versions come before lower ones.
 std::vector<std::string> ListLibraries(const std::string& folder, const std::string& name);
 
-/// The folders that the system's loader searches by what it was told and by itself. Its list of single libraries is not
-/// among them: a name without a separator finds what is in that.
-std::vector<std::string> ListLoaderFolders();
+/// The same in all folders that the system's loader searches, by what it was told and by itself. Its list of single
+/// libraries is not among them: a name without a separator finds what is in that. What was found counts for a second.
+std::vector<std::string> ListLoaderLibraries(const std::string& name);
 
 }  // namespace zrk

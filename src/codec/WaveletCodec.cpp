@@ -2,8 +2,8 @@
 // then by its plain name wherever the system's loader finds it, then with a version behind its name in the folders that
 // the loader searches. GDAL's driver comes second. It is mostly a layer over the same library, but knows more of it.
 //
-// Nothing is remembered of a search that failed, so that a decoder can be installed while the program runs. A library
-// that was found is bound once, because some have to be told once that they are used.
+// Nothing is remembered for long of a search that failed, so that a decoder can be installed while the program runs. A
+// library that was found is bound once, because some have to be told once that they are used.
 
 #include "codec/WaveletCodec.h"
 
@@ -45,21 +45,16 @@ Decoder TryLibrary(const WaveletCodec& codec, const std::string& name, XString& 
   return nullptr;
 }
 
-Decoder TryFolder(const WaveletCodec& codec, const std::string& folder, XString& remark) {
-  for (const std::string& path : ListLibraries(folder, codec.library)) {
-    if (Decoder decoder = TryLibrary(codec, path, remark)) return decoder;
-  }
-  return nullptr;
-}
-
 Decoder FindMakersLibrary(const WaveletCodec& codec, XString& remark) {
   const XString folder = XfnGetCodecFolder();
   if (!folder.IsEmpty()) {
-    if (Decoder decoder = TryFolder(codec, folder, remark)) return decoder;
+    for (const std::string& path : ListLibraries(folder.AsStdString(), codec.library)) {
+      if (Decoder decoder = TryLibrary(codec, path, remark)) return decoder;
+    }
   }
   if (Decoder decoder = TryLibrary(codec, codec.library, remark)) return decoder;
-  for (const std::string& each : ListLoaderFolders()) {
-    if (Decoder decoder = TryFolder(codec, each, remark)) return decoder;
+  for (const std::string& path : ListLoaderLibraries(codec.library)) {
+    if (Decoder decoder = TryLibrary(codec, path, remark)) return decoder;
   }
   return nullptr;
 }
