@@ -149,6 +149,11 @@ void CommandLine::SetVersion(const std::string& text, const std::string& descrip
   app_->set_version_flag("--version", text, description);
 }
 
+void CommandLine::AddOption(const char* name, const char* valueName, std::function<void(const std::string&)> take,
+                            const std::string& description) {
+  app_->add_option_function<std::string>(name, take, description)->type_name(valueName);
+}
+
 Command CommandLine::AddCommand(const char* name, const std::string& description, const std::string& epilogue) {
   CLI::App* command = app_->add_subcommand(name, description);
   command->footer(epilogue);

@@ -15,10 +15,6 @@ constexpr FormatRow Absent(int id, const char* name, const char* extensions,
 }
 
 /// Marks of formats that can't be read yet are known too, so that a file with a wrong extension is named rightly.
-bool IsMrSid(FileHead head) {
-  return StartsWith(head, "msid");
-}
-
 bool IsNitf(FileHead head) {
   return StartsWith(head, "NITF") || StartsWith(head, "NSIF");
 }
@@ -59,10 +55,8 @@ bool IsNitf(FileHead head) {
 #define ZRK_DECLARE_ROW(row) extern const FormatRow row;
 ZRK_FORMATS(ZRK_DECLARE_ROW)
 
-constinit const FormatRow kSidFormat = Absent(kFormatSID, "MrSID", "sid", &IsMrSid);
 constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
 constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
-constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
 
 std::vector<const FormatRow*> ListFormats() {
 #define ZRK_NAME_ROW(row) &row,

@@ -56,8 +56,9 @@ namespace {
 /// The sentence for a row that can't load just now, or an empty text. A codec is asked for first, because a row may
 /// have a loader that is of no use without it.
 XString WhyNotLoaded(const FormatRow& row) {
-  const char* const absentCodec = row.tellAbsentCodec ? row.tellAbsentCodec() : nullptr;
-  if (absentCodec) return absentCodec;
+  tagXCodecState codec;
+  if (row.findCodec) row.findCodec(codec);
+  if (codec.isNeeded && !codec.isFound) return codec.remark;
   if (row.loadRaster || row.loadVector) return "";
   XString sentence;
   sentence.Format("%s files can't be read by this build", row.format.name);
@@ -124,6 +125,13 @@ bool XfnIsDecodedWhole(ZRMBand* band) {
 int XfnDecodeWhole(ZRMBand* band, XThread* thread) {
   if (!XfnIsDecodedWhole(band)) return 1;
   return zrk::ReadPixels([&] { return RowOf(band)->decodeWhole(*band, thread); });
+}
+
+tagXCodecState XfnFindCodec(int id) {
+  tagXCodecState state;
+  const zrk::FormatRow* const row = zrk::FindFormatRow(id);
+  if (row && row->findCodec) row->findCodec(state);
+  return state;
 }
 
 tagXFormatNotes XfnDescribeFormat(ZRMBand* first, bool isVerbose) {

@@ -12,6 +12,7 @@ class XRSFile;
 class XSpatialReference;
 class XThread;
 class ZRMBand;
+struct tagXCodecState;
 struct tagXFormatNotes;
 struct tagXStoreTile;
 
@@ -101,8 +102,8 @@ struct FormatRow {
   int (*loadVector)(const VectorCall& call) = nullptr;
   /// Whether `LoadFileVector` takes the id.
   bool isRouted = true;
-  /// Answers the sentence about a decoder that was looked for at run time and is not there, or null where it is there.
-  const char* (*tellAbsentCodec)() = nullptr;
+  /// Tells of the decoder that is looked for at run time. Null for a format that the library decodes itself.
+  void (*findCodec)(tagXCodecState& state) = nullptr;
 
   // What else can be done with its files and bands.
 
