@@ -49,11 +49,12 @@ bool FindMiddle(const OrthoPoints& places, double& lon, double& lat) {
 
 /// UTM ends at 84 degrees north and 80 south.
 bool ChooseSystem(double lon, double lat, XSpatialReference& system) {
-  constexpr int kArctic = 5041, kAntarctic = 5042;  // universal polar stereographic, easting first
+  // Codes of EPSG: universal polar stereographic with the easting first, and what lies before zone 1.
+  constexpr int kArctic = 5041, kAntarctic = 5042, kNorthernZones = 32600, kSouthernZones = 32700;
   constexpr double kZoneWidth = 6.0;
   if (lat >= 84.0 || lat < -80.0) return system.importFromEPSG(lat > 0.0 ? kArctic : kAntarctic) != 0;
   const int zone = static_cast<int>(std::floor((lon + 180.0) / kZoneWidth)) % 60 + 1;
-  return system.SetUTM(zone, lat >= 0.0) != 0;
+  return system.importFromEPSG(zone + (lat >= 0.0 ? kNorthernZones : kSouthernZones)) != 0;
 }
 
 /// Three digits are as many as the place of a pixel is worth.
