@@ -57,12 +57,15 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO {
   int CheckExistAllLevelData(XString path, int except) const;
   /// Whether any of them exists.
   int CheckExistAnyLevelData(XString path, int except) const;
-  /// Closes all images. Reads fail from then on.
+  /// Closes all images. Exact reads fail from then on; compatible ones answer 1 and leave their outputs as they were.
   void DeleteAllLevel();
   /// 0 before `ReadFile`; then 1 where the first image is alone, otherwise 8.
   int GetNumOfLevelBands() const;
   /// The image of a level, which stays the band's; null for a level that has none.
   ZRMBand* GetLevelBandAt(int level) const;
+  /// A sentence about the first image that is there and isn't used: it can't be read, its type is another one, or, in
+  /// the exact policy, its size. Empty where there is none.
+  XString GetLevelRefusal() const;
   /// Always 1.
   int GetNumOfBand() const;
   /// The mode in which the compatible loader looks for level data: 1 where images of other levels are there, and
@@ -143,5 +146,6 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO {
 
  private:
   struct Impl;
+  int OpenImages(const XString& path, bool hasOthers, XString& err, XThread* thread);
   std::unique_ptr<Impl> impl_;
 };

@@ -60,7 +60,6 @@ bool IsNitf(FileHead head) {
 ZRK_FORMATS(ZRK_DECLARE_ROW)
 
 constinit const FormatRow kSidFormat = Absent(kFormatSID, "MrSID", "sid", &IsMrSid);
-constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
 constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
 constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
 
