@@ -1,5 +1,6 @@
 #pragma once
 
+#include "XSensorModel.h"
 #include "XString.h"
 #include "ZRMBandDRIO.h"
 
@@ -31,7 +32,7 @@ class XThread;
 /// Any number of threads may read the band and ask for places at once, without waiting for each other. One thread
 /// changes it: opens files, sets the terrain. No call throws. Failures are 0, with the reason for
 /// `XfnGetLastReadError`.
-class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO {
+class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   X_DECLARE_RUNTIME_CLASS
   /// Has the terrain model "korea_dem.zrm" and the geoid "WW15MGH.zrm" of the resource folder, as far as they are
   /// there, see `XfnSetResourceFolder`. All bands share them.
@@ -132,14 +133,22 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO {
   /// `FindPixelOfGround` for arrays: longitudes and latitudes are replaced by columns and lines.
   std::int64_t FindPixelsOfGround(std::int64_t count, double* x, double* y) const;
 
+  // The same by the face of sensor models, which leaves the arguments as they are.
+
+  int LocatePixels(const double* x, const double* y, int count, double* lon, double* lat,
+                   double* height) const override;
+  int FindPixels(const double* lon, const double* lat, const double* height, int count, double* x,
+                 double* y) const override;
+  int FindHeights(const double* lon, const double* lat, int count, double* height) const override;
+
   /// Sets the terrain model of this band: the first band of a dataset, whose samples are heights in metres above the
   /// geoid over longitude and latitude. Null takes the terrain away. The dataset becomes the band's in any case and has
   /// to come from `new`. 1; or 0 where it has no band, is turned, or lies in a system that is not geographic: the band
   /// then keeps the terrain that it had. Set it after `ReadFile` or before.
-  int SetDemFile(XRSFile* demFile);
+  int SetDemFile(XRSFile* demFile) override;
   /// The same for the geoid, whose samples are its heights above the ellipsoid in centimetres. It counts only where the
   /// terrain has a height.
-  int SetGeoidFile(XRSFile* geoidFile);
+  int SetGeoidFile(XRSFile* geoidFile) override;
   /// The datasets, which stay the band's; null without one.
   XRSFile* GetDemFile() const;
   XRSFile* GetGeoidFile() const;

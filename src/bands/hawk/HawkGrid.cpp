@@ -135,7 +135,7 @@ HawkGrid::Answer HawkGrid::FindCell(Tiles& tiles, double lon, double lat, Cell& 
   double row = (lat - firstLat_) / latStep_;
   // Another turn of the circle may lie in the grid.
   if (column < -0.5) column += turn_;
-  if (column >= turn_ - 0.5) column -= turn_;
+  if (column > width_ - 0.5) column -= turn_;
   const bool isInside = column >= -0.5 && column <= width_ - 0.5 && row >= -0.5 && row <= height_ - 0.5;
   if (!isInside) return Answer::kOutside;
   if (isWholeCircle_ && column < 0.0) column += width_;

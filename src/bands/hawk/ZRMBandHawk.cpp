@@ -109,6 +109,7 @@ std::int64_t ZRMBandHawk::Impl::AskForAll(bool isExact, std::int64_t count, cons
   if (count <= 0) return 0;
   const std::int64_t chunk = std::max(kLeastChunk, (count - 1) / kMostChunks + 1);
   const int numChunks = static_cast<int>((count - 1) / chunk + 1);
+  const int numWorkers = zrk::IsSharingWork() ? 1 : zrk::CountWorkers(numChunks);
   std::atomic<std::int64_t> numFound = 0;
   const auto work = [&](int index, int) {
     std::int64_t i = index * chunk, numHere = 0;
@@ -128,7 +129,7 @@ std::int64_t ZRMBandHawk::Impl::AskForAll(bool isExact, std::int64_t count, cons
     numFound += numHere;
     return true;
   };
-  zrk::FencedRead([&] { return zrk::ForEachInParallel(zrk::CountWorkers(numChunks), numChunks, work) ? 1 : 0; });
+  zrk::FencedRead([&] { return zrk::ForEachInParallel(numWorkers, numChunks, work) ? 1 : 0; });
   return numFound;
 }
 
@@ -429,6 +430,44 @@ std::int64_t ZRMBandHawk::FindPixelsOfGround(std::int64_t count, double* x, doub
     y[i] = line;
     return true;
   });
+}
+
+// The face of sensor models
+
+/// A single pixel leaves the reason of a failure, as people ask for one.
+int ZRMBandHawk::LocatePixels(const double* x, const double* y, int count, double* lon, double* lat,
+                              double* height) const {
+  if (count == 1) {
+    *lon = *lat = *height = kNoNumber;
+    return FindGroundOfPixel(*x, *y, *lon, *lat, *height);
+  }
+  if (count <= 0) return 0;
+  std::copy_n(x, count, lon);
+  std::copy_n(y, count, lat);
+  return static_cast<int>(FindGroundOfPixels(count, lon, lat, height));
+}
+
+int ZRMBandHawk::FindPixels(const double* lon, const double* lat, const double* height, int count, double* x,
+                            double* y) const {
+  if (count == 1) {
+    *x = *y = kNoNumber;
+    return FindPixelOfPoint(*lon, *lat, *height, *x, *y);
+  }
+  const auto find = [=](const zrk::HawkModel& model, std::int64_t i) {
+    return model.FindPixelAt({lon[i], lat[i], height[i]}, x[i], y[i]) == nullptr;
+  };
+  return static_cast<int>(impl_->AskForAll(IsExact(), count, {x, y, nullptr}, find));
+}
+
+int ZRMBandHawk::FindHeights(const double* lon, const double* lat, int count, double* height) const {
+  if (count == 1) {
+    *height = kNoNumber;
+    return GetGroundHeight(*lon, *lat, *height);
+  }
+  const auto find = [=](const zrk::HawkModel& model, std::int64_t i) {
+    return model.FindHeight(lon[i], lat[i], height[i]) == nullptr;
+  };
+  return static_cast<int>(impl_->AskForAll(IsExact(), count, {height, height, nullptr}, find));
 }
 
 // The terrain
