@@ -118,7 +118,8 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   int FindGroundOfPixel(double column, double line, double& lon, double& lat, double& height) const;
   /// The pixel that shows a place on the ground: the reverse, to a hundredth of a pixel. 1, with a column from -1 to
   /// the number of samples and a line from -1 to that of lines; otherwise 0, with the outputs as they were. Whether
-  /// other ground hides the place isn't asked.
+  /// other ground hides the place isn't asked. Compatible heights are steps, on which several pixels may show one
+  /// place, and few places have none: any of the pixels is found there.
   int FindPixelOfGround(double lon, double lat, double& x, double& y) const;
   /// The same for a place at a height of the caller's, which takes no terrain.
   int FindPixelOfPoint(double lon, double lat, double height, double& x, double& y) const;

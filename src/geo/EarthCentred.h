@@ -35,11 +35,13 @@ inline SpacePoint ToSpace(const Angle& lon, const Angle& lat, double normalRadiu
   return {fromAxis * lon.cosine, fromAxis * lon.sine, (normalRadius * (1.0 - kEarthEccentricity2) + height) * lat.sine};
 }
 
-/// A place on the earth, in radians and metres.
+/// A place on the earth, in radians and metres; and the sine and the cosine of both angles.
 struct GroundPlace {
   double lon;
   double lat;
   double height;
+  Angle lonAngle;
+  Angle latAngle;
 };
 
 /// `XfnEcrToGeo` for places within some hundred kilometres of the surface, five times as fast. It is the same to the
@@ -63,8 +65,13 @@ inline GroundPlace ToGround(const SpacePoint& point) {
   const double length = std::sqrt(sine * sine + cosine * cosine);
   const double s = sine / length, c = cosine / length;
   const double toSurface = kEarthRadius * std::sqrt(1.0 - kEarthEccentricity2 * s * s);
-  return {fromAxis > 0.0 ? std::atan2(point.y, point.x) : 0.0, std::atan2(sine, cosine),
-          fromAxis * c + point.z * s - toSurface};
+  const bool isOnAxis = !(fromAxis > 0.0);
+  const Angle lon = isOnAxis ? Angle{0.0, 1.0} : Angle{point.y / fromAxis, point.x / fromAxis};
+  return {isOnAxis ? 0.0 : std::atan2(point.y, point.x),
+          std::atan2(sine, cosine),
+          fromAxis * c + point.z * s - toSurface,
+          lon,
+          {s, c}};
 }
 
 }  // namespace zrk

@@ -160,22 +160,22 @@ bool HawkGrid::Reader::ReadPixel(double lon, double lat, double& value) const {
 }
 
 /// Samples that have no share in the value need not be known.
-HawkGrid::Answer HawkGrid::Reader::Interpolate(double lon, double lat, double& value) const {
+HawkGrid::Answer HawkGrid::Reader::Interpolate(double lon, double lat, Value& value) const {
   Cell cell;
   const Answer answer = grid_.FindCell(tiles_, lon, lat, cell);
   if (answer != Answer::kKnown) return answer;
   const double dx = cell.column - cell.firstColumn, dy = cell.row - cell.firstRow;
   const int x = cell.firstColumn % kTileCells, y = cell.firstRow % kTileCells;
   const double shares[4] = {(1.0 - dx) * (1.0 - dy), dx * (1.0 - dy), (1.0 - dx) * dy, dx * dy};
-  double sum = 0.0;
+  double posts[4], sum = 0.0;
   for (int i = 0; i < 4; ++i) {
+    posts[i] = cell.tile->At(x + (i & 1), y + (i >> 1));
     if (shares[i] == 0.0) continue;
-    const double post = cell.tile->At(x + (i & 1), y + (i >> 1));
-    if (grid_.IsVoid(post)) return Answer::kVoid;
-    sum += shares[i] * post;
+    if (grid_.IsVoid(posts[i])) return Answer::kVoid;
+    sum += shares[i] * posts[i];
   }
   if (!std::isfinite(sum)) return Answer::kUnreadable;
-  value = sum;
+  value = {sum, posts[0] - posts[1] - posts[2] + posts[3], cell.column, cell.row};
   return Answer::kKnown;
 }
 

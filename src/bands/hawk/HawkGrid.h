@@ -31,6 +31,13 @@ class HawkGrid {
     int firstRow = 0, endRow = 0;
   };
 
+  /// A value between four samples.
+  struct Value {
+    double value = 0.0;
+    double twist = 0.0;              ///< by how much the four samples are out of a plane
+    double column = 0.0, row = 0.0;  ///< as those of `Block`
+  };
+
   class Reader;
 
  private:
@@ -90,7 +97,7 @@ class HawkGrid::Reader {
   bool ReadPixel(double lon, double lat, double& value) const;
   /// The value between the middles of four samples, which run on around the circle. A place in the outer half of an
   /// outer pixel has the value of its middle.
-  Answer Interpolate(double lon, double lat, double& value) const;
+  Answer Interpolate(double lon, double lat, Value& value) const;
   /// The larger one of two blocks around a place, if it lies below `height`, otherwise the smaller one.
   Answer FindBlock(double lon, double lat, double height, Block& block) const;
   /// How many columns and rows a degree has.

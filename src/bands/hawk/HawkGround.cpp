@@ -76,6 +76,12 @@ const char* Explain(HawkGrid::Answer answer) {
 
 }  // namespace
 
+/// How high a place of a line of sight lies above the ground, and where in the terrain model.
+struct HawkGround::Clearance {
+  double height = 0.0;
+  HawkGrid::Value ground;
+};
+
 /// A walk down a line of sight. Distances are along it, in metres.
 struct HawkGround::March {
   const SightLine& sight;
@@ -88,7 +94,7 @@ struct HawkGround::March {
   double sinkRate = 0.0;  ///< metres a metre
 
   void TakePlace(double columnsPerDegree, double rowsPerDegree);
-  double DistanceToLeave(const HawkGrid::Block& block) const;
+  double DistanceToLeave(double column, double row, const HawkGrid::Block& block) const;
   double DistanceOfCells(double cells) const {
     return cells / std::max({std::abs(columnRate), std::abs(rowRate), 1e-9});
   }
@@ -108,14 +114,21 @@ double HawkGround::GetCompatibleHeight(double lon, double lat) const {
   return height;
 }
 
-const char* HawkGround::FindExactHeight(double lon, double lat, double& height) const {
-  double terrain = 0.0, undulation = 0.0;
+const char* HawkGround::FindGround(double lon, double lat, HawkGrid::Value& ground) const {
+  HawkGrid::Value undulation;
   if (dem_) {
-    const HawkGrid::Answer answer = dem_->Interpolate(lon, lat, terrain);
+    const HawkGrid::Answer answer = dem_->Interpolate(lon, lat, ground);
     if (answer != HawkGrid::Answer::kKnown) return Explain(answer);
   }
   if (geoid_ && geoid_->Interpolate(lon, lat, undulation) != HawkGrid::Answer::kKnown) return kGeoidUnknown;
-  height = terrain + undulation / 100.0;
+  ground.value += undulation.value / 100.0;
+  return nullptr;
+}
+
+const char* HawkGround::FindExactHeight(double lon, double lat, double& height) const {
+  HawkGrid::Value ground;
+  if (const char* const reason = FindGround(lon, lat, ground)) return reason;
+  height = ground.value;
   return nullptr;
 }
 
@@ -154,7 +167,7 @@ const char* HawkGround::FindExactly(const SightLine& sight, Place& place) const 
 void HawkGround::March::TakePlace(double columnsPerDegree, double rowsPerDegree) {
   const GroundPlace ground = ToGround(sight.At(at));
   place = {ground.lon * 180.0 / kPi, ground.lat * 180.0 / kPi, ground.height};
-  const Angle lon = Angle::OfRadians(ground.lon), lat = Angle::OfRadians(ground.lat);
+  const Angle lon = ground.lonAngle, lat = ground.latAngle;
   const SpacePoint& l = sight.direction;
   const double outward = lon.cosine * l.x + lon.sine * l.y;
   const double east = lon.cosine * l.y - lon.sine * l.x;
@@ -168,15 +181,15 @@ void HawkGround::March::TakePlace(double columnsPerDegree, double rowsPerDegree)
   sinkRate = -(lat.cosine * outward + lat.sine * l.z);
 }
 
-/// How far it is to the border of a block, and a hair beyond.
-double HawkGround::March::DistanceToLeave(const HawkGrid::Block& block) const {
+/// How far it is from a place to the border of the block that it lies in, and a hair beyond.
+double HawkGround::March::DistanceToLeave(double column, double row, const HawkGrid::Block& block) const {
   constexpr double kBeyond = 0.001;  // cells
   const auto toLeave = [](double cell, int firstCell, int endCell, double rate) {
     if (rate == 0.0) return kInfinite;
     return rate > 0.0 ? (endCell - cell + kBeyond) / rate : (firstCell - cell - kBeyond) / rate;
   };
-  return std::min(toLeave(block.column, block.firstColumn, block.endColumn, columnRate),
-                  toLeave(block.row, block.firstRow, block.endRow, rowRate));
+  return std::min(toLeave(column, block.firstColumn, block.endColumn, columnRate),
+                  toLeave(row, block.firstRow, block.endRow, rowRate));
 }
 
 /// A bound of the geoid around a place. Where it is not known, the heights there will tell.
@@ -205,56 +218,68 @@ const char* HawkGround::Walk(March& march, Place& place) const {
     if (clear > 0.0) {
       march.above = block.highest > -kInfinite ? march.at : -kInfinite;
       const double down = march.sinkRate > 0.0 ? clear / march.sinkRate : kInfinite;
-      march.at += std::max(std::min(down, march.DistanceToLeave(block)), kLeastStep);
+      march.at += std::max(std::min(down, march.DistanceToLeave(block.column, block.row, block)), kLeastStep);
       continue;
     }
     bool isFound = false;
-    const char* const reason = CrossCell(march, block, isFound);
+    const char* const reason = CrossCells(march, block, isFound);
     if (reason) return reason;
     if (isFound) return Narrow(march, place);
   }
   return kMissesGround;
 }
 
-/// How high a place of the line of sight lies above the ground.
-const char* HawkGround::FindClearance(const SightLine& sight, double distance, double& clearance) const {
+const char* HawkGround::FindClearance(const SightLine& sight, double distance, Clearance& clearance) const {
   const Place place = PlaceAt(sight, distance);
-  double ground = 0.0;
-  const char* const reason = FindExactHeight(place.lon, place.lat, ground);
-  clearance = place.height - ground;
+  const char* const reason = FindGround(place.lon, place.lat, clearance.ground);
+  clearance.height = place.height - clearance.ground.value;
   return reason;
 }
 
-/// Goes to the border of the cell, or finds a place beneath the ground before it: `at` is then there, and `above` the
-/// last place above it.
-const char* HawkGround::CrossCell(March& march, HawkGrid::Block block, bool& isFound) const {
-  double atBegin = 0.0, atMiddle = 0.0, atEnd = 0.0;
-  if (const char* const reason = FindClearance(march.sight, march.at, atBegin)) return reason;
-  isFound = atBegin <= 0.0;
+/// Goes from cell to cell until the block ends, or a place beneath the ground is found. `at` is then there, and `above`
+/// the last place above the ground.
+const char* HawkGround::CrossCells(March& march, const HawkGrid::Block& block, bool& isFound) const {
+  constexpr double kLeastStep = 0.01, kMostStep = 1000.0;  // metres
+  Clearance begin, end;
+  if (const char* const reason = FindClearance(march.sight, march.at, begin)) return reason;
+  isFound = begin.height <= 0.0;
   if (isFound) return std::isfinite(march.above) ? nullptr : kBeneathGround;
-  march.above = march.at;
-  block.firstColumn = static_cast<int>(block.column);
-  block.endColumn = block.firstColumn + 1;
-  block.firstRow = static_cast<int>(block.row);
-  block.endRow = block.firstRow + 1;
-  constexpr double kLeastStep = 0.01, kMostStep = 1000.0, kMayDip = 0.05;  // metres
-  const double step = std::clamp(march.DistanceToLeave(block), kLeastStep, kMostStep);
-  if (const char* const reason = FindClearance(march.sight, march.at + step, atEnd)) return reason;
-  isFound = atEnd <= 0.0;
-  if (isFound) {
-    march.at += step;
-    return nullptr;
+  for (bool isInBlock = true; isInBlock && !isFound && march.at <= march.end;) {
+    march.above = march.at;
+    const int column = static_cast<int>(begin.ground.column), row = static_cast<int>(begin.ground.row);
+    const HawkGrid::Block cell = {0.0, 0.0, 0.0, column, column + 1, row, row + 1};
+    const double toLeave = march.DistanceToLeave(begin.ground.column, begin.ground.row, cell);
+    const double step = std::clamp(toLeave, kLeastStep, kMostStep);
+    if (const char* const reason = FindClearance(march.sight, march.at + step, end)) return reason;
+    if (end.height > 0.0) {
+      if (const char* const reason = LookForDip(march, begin, end, step, isFound)) return reason;
+    } else {
+      isFound = true;
+    }
+    if (!isFound || end.height <= 0.0) march.at += step;
+    begin = end;
+    isInBlock = end.ground.column >= block.firstColumn && end.ground.column < block.endColumn &&
+                end.ground.row >= block.firstRow && end.ground.row < block.endRow;
   }
-  if (const char* const reason = FindClearance(march.sight, march.at + 0.5 * step, atMiddle)) return reason;
-  const double bend = 2.0 * (atBegin - 2.0 * atMiddle + atEnd), slope = 4.0 * atMiddle - 3.0 * atBegin - atEnd;
+  return nullptr;
+}
+
+/// Between two places above the ground of one cell the line of sight may dip into it, by a quarter of the twist at
+/// most. Then `at` is in the dip.
+const char* HawkGround::LookForDip(March& march, const Clearance& begin, const Clearance& end, double step,
+                                   bool& isFound) const {
+  constexpr double kMayDip = 0.05;  // metres
+  const double deepest = 0.25 * std::abs(begin.ground.twist) + kMayDip;
+  if (std::min(begin.height, end.height) > deepest) return nullptr;
+  Clearance middle;
+  if (const char* const reason = FindClearance(march.sight, march.at + 0.5 * step, middle)) return reason;
+  const double bend = 2.0 * (begin.height - 2.0 * middle.height + end.height);
+  const double slope = 4.0 * middle.height - 3.0 * begin.height - end.height;
   const double lowest = bend > 0.0 ? -slope / (2.0 * bend) : 0.0;
-  const bool mayDip = lowest > 0.0 && lowest < 1.0 && atBegin - slope * slope / (4.0 * bend) < kMayDip;
-  if (mayDip) {
-    double atLowest = 0.0;
-    if (const char* const reason = FindClearance(march.sight, march.at + lowest * step, atLowest)) return reason;
-    isFound = atLowest <= 0.0;
-  }
-  march.at += isFound ? lowest * step : step;
+  if (!(lowest > 0.0 && lowest < 1.0 && begin.height - slope * slope / (4.0 * bend) < kMayDip)) return nullptr;
+  if (const char* const reason = FindClearance(march.sight, march.at + lowest * step, middle)) return reason;
+  isFound = middle.height <= 0.0;
+  if (isFound) march.at += lowest * step;
   return nullptr;
 }
 
@@ -262,18 +287,20 @@ const char* HawkGround::CrossCell(March& march, HawkGrid::Block block, bool& isF
 const char* HawkGround::Narrow(March& march, Place& place) const {
   constexpr int kMaxSteps = 80;
   constexpr double kNear = 1e-6;  // metres
-  double low = march.above, high = march.at, atLow = 0.0, atHigh = 0.0;
+  double low = march.above, high = march.at;
+  Clearance atLow, atHigh, clearance;
   if (const char* const reason = FindClearance(march.sight, low, atLow)) return reason;
   if (const char* const reason = FindClearance(march.sight, high, atHigh)) return reason;
-  double found = high, clearance = atHigh;
-  for (int i = 0; i < kMaxSteps && std::abs(clearance) > kNear; ++i) {
-    found = low + (high - low) * atLow / (atLow - atHigh);
+  double found = high;
+  clearance = atHigh;
+  for (int i = 0; i < kMaxSteps && std::abs(clearance.height) > kNear; ++i) {
+    found = low + (high - low) * atLow.height / (atLow.height - atHigh.height);
     if (const char* const reason = FindClearance(march.sight, found, clearance)) return reason;
-    if (clearance * atHigh < 0.0) {
+    if (clearance.height * atHigh.height < 0.0) {
       low = high;
       atLow = atHigh;
     } else {
-      atLow *= 0.5;
+      atLow.height *= 0.5;
     }
     high = found;
     atHigh = clearance;

@@ -39,10 +39,13 @@ class HawkGround {
 
  private:
   struct March;
+  struct Clearance;
   const char* Walk(March& march, Place& place) const;
-  const char* CrossCell(March& march, HawkGrid::Block block, bool& isFound) const;
+  const char* CrossCells(March& march, const HawkGrid::Block& block, bool& isFound) const;
+  const char* LookForDip(March& march, const Clearance& begin, const Clearance& end, double step, bool& isFound) const;
   const char* Narrow(March& march, Place& place) const;
-  const char* FindClearance(const SightLine& sight, double distance, double& clearance) const;
+  const char* FindClearance(const SightLine& sight, double distance, Clearance& clearance) const;
+  const char* FindGround(double lon, double lat, HawkGrid::Value& ground) const;
   double FindHighestGeoid(double lon, double lat) const;
 
   std::optional<HawkGrid::Reader> dem_;

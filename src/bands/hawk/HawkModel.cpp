@@ -16,6 +16,7 @@ constexpr const char* kOutsideImage = "The place lies outside the image";
 constexpr const char* kPixelOutside = "The pixel lies outside the image";
 constexpr const char* kNoSight = "The line of sight misses the earth";
 
+constexpr double kOnePixel = 1.0;
 constexpr double kDegree = 3.141592653589793 / 180.0;
 
 }  // namespace
@@ -48,31 +49,38 @@ void HawkModel::Warp(double& x, double& y) const {
   y = place.lat;
 }
 
-const char* HawkModel::FindPixelAt(const Place& place, double& column, double& line) const {
+const char* HawkModel::FindPixelWithin(double margin, const Place& place, double& column, double& line) const {
   const bool isPlace = std::isfinite(place.lon) && std::isfinite(place.height) && std::abs(place.lat) <= 90.0;
   if (!isPlace) return kNotFinite;
   SpacePoint point{};
   XfnGeoToEcr(place.lon * kDegree, place.lat * kDegree, place.height, point.x, point.y, point.z);
-  if (!sensor_.FindPixel(point, column, line)) return kOutsideImage;
+  if (!sensor_.FindPixel(point, margin, column, line)) return kOutsideImage;
   sensor_.Flip(column, line);
   return nullptr;
 }
 
-/// Where the steps of compatible heights leave no height at which both ways meet, the last pixel is as good as any.
+const char* HawkModel::FindPixelAt(const Place& place, double& column, double& line) const {
+  return FindPixelWithin(kOnePixel, place, column, line);
+}
+
+/// On the way to the height at which both ways meet, a pixel may lie outside the image. Where the steps of compatible
+/// heights leave no such height, the last pixel is as good as any.
 const char* HawkModel::FindPixel(double lon, double lat, double& column, double& line) const {
   constexpr int kMaxRounds = 12;
   constexpr double kNear = 1e-4;  // metres
+  const double margin = isExact_ ? kOnePixel : 8.0 + 0.05 * lines_;
   Place place{lon, lat, 0.0};
   if (const char* const reason = FindHeight(lon, lat, place.height)) return reason;
   double x = 0.0, y = 0.0;
   for (int i = 0; i < kMaxRounds; ++i) {
-    if (const char* const reason = FindPixelAt(place, x, y)) return reason;
+    if (const char* const reason = FindPixelWithin(margin, place, x, y)) return reason;
     if (isExact_) break;
     Place forward;
     if (const char* const reason = FindGround(x, y, forward)) return reason;
     if (std::abs(forward.height - place.height) < kNear) break;
     place.height = forward.height;
   }
+  if (!IsInside(x, y)) return kOutsideImage;
   column = x;
   line = y;
   return nullptr;

@@ -24,6 +24,7 @@ class HawkModel {
 
  private:
   bool IsInside(double column, double line) const;
+  const char* FindPixelWithin(double margin, const Place& place, double& column, double& line) const;
 
   const HawkSensor& sensor_;
   HawkGround ground_;

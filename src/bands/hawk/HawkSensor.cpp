@@ -183,11 +183,11 @@ double HawkSensor::MissOf(const SpacePoint& place, double line, Seen& seen) cons
 
 /// The secant between two lines of different sign, where the end that stays is made lighter each time: it comes near
 /// within a few steps, and never leaves the two.
-bool HawkSensor::FindPixel(const SpacePoint& place, double& column, double& line) const {
+bool HawkSensor::FindPixel(const SpacePoint& place, double margin, double& column, double& line) const {
   constexpr int kMaxSteps = 60;
   constexpr double kNear = 1e-6;  // lines
   Seen seen{};
-  double low = -1.0, high = lines_;
+  double low = -margin, high = lines_ - 1.0 + margin;
   double atLow = MissOf(place, low, seen);
   const bool isInFront = seen.isInFront;
   double atHigh = MissOf(place, high, seen);
@@ -210,7 +210,7 @@ bool HawkSensor::FindPixel(const SpacePoint& place, double& column, double& line
   seen = Look(place, found);
   if (!IsFacing(place, seen.origin)) return false;
   const double across = seen.across / cellSize_ + axisColumn_;
-  if (!(across >= -1.0 && across <= samples_)) return false;
+  if (!(across >= -margin && across <= samples_ - 1.0 + margin)) return false;
   column = across;
   line = found;
   return true;

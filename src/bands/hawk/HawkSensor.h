@@ -28,9 +28,9 @@ class HawkSensor {
   void Flip(double& column, double& line) const;
   /// The line of sight of a column and a line as the sensor counts them.
   SightLine SightOf(double column, double line) const;
-  /// The column and the line, as the sensor counts them, that see a place. False where the place lies more than a pixel
-  /// outside the image, behind the sensor, or on the other side of the earth.
-  bool FindPixel(const SpacePoint& place, double& column, double& line) const;
+  /// The column and the line, as the sensor counts them, that see a place. False where the place lies more than
+  /// `margin` pixels outside the image, behind the sensor, or on the other side of the earth.
+  bool FindPixel(const SpacePoint& place, double margin, double& column, double& line) const;
 
   const Matrix3& GetLsrToEcf() const { return lsrToEcf_; }
   /// The line of each sample.

@@ -3,6 +3,8 @@
 
 #include "HawkScene.h"
 #include "MemoryBand.h"
+#include "XResourceFolder.h"
+#include "XRSFile2ZRM.h"
 
 #include <gtest/gtest.h>
 
@@ -38,10 +40,10 @@ Hit WalkDown(double angle, double height, const std::function<long double(long d
     const long double y = t * std::sin(static_cast<long double>(angle));
     return std::hypot(x, y) - kRadius - ground(lonAt(t));
   };
-  long double low = 0.0L, high = 0.05L;
+  long double low = 0.0L, high = 0.5L;
   while (above(high) > 0.0L) {
     low = high;
-    high += 0.05L;
+    high += 0.5L;
   }
   for (int i = 0; i < 80; ++i) {
     const long double middle = 0.5L * (low + high);
@@ -289,6 +291,41 @@ TEST(HawkTerrainModel, IsZeroOrUnknownWhereItCannotBeRead) {
   EXPECT_EQ(0.0, height);
   band.SetReadPolicy(kReadExact);
   EXPECT_FALSE(band.GetGroundHeight(0.0, 0.0, height));
+}
+
+void SaveHeights(const TempFolder& folder, const char* name, int height) {
+  const std::unique_ptr<XRSFile> file(FlatGround(height).Make());
+  XRSFile2ZRM writer;
+  writer.SetXRSFile(file.get());
+  XString err;
+  ASSERT_TRUE(writer.Save(folder.Path(name), 0, 0, 199, 0, 199, 100, 0.0, err, nullptr)) << err;
+}
+
+TEST(HawkResources, AreFoundInTheirFolderAndSharedByAllBands) {
+  const TempFolder folder;
+  SaveHeights(folder, "korea_dem.zrm", 700);
+  SaveHeights(folder, "WW15MGH.zrm", 1850);
+  XfnSetResourceFolder(folder.Path());
+  const ZRMBandHawk one, other;
+  XfnSetResourceFolder("");
+  ASSERT_NE(nullptr, one.GetDemFile());
+  ASSERT_NE(nullptr, one.GetGeoidFile());
+  EXPECT_EQ(one.GetDemFile(), other.GetDemFile());
+  EXPECT_EQ(one.GetGeoidFile(), other.GetGeoidFile());
+  double height = 0.0;
+  EXPECT_TRUE(one.GetGroundHeight(0.0, 0.0, height));
+  EXPECT_EQ(718.0, height);
+  EXPECT_EQ(nullptr, ZRMBandHawk().GetDemFile());
+}
+
+TEST(HawkResources, MayBeMissingOrDamaged) {
+  const TempFolder folder;
+  folder.Write("korea_dem.zrm", std::string_view("ZRM.nothing of the kind"));
+  XfnSetResourceFolder(folder.Path());
+  const ZRMBandHawk band;
+  XfnSetResourceFolder("");
+  EXPECT_EQ(nullptr, band.GetDemFile());
+  EXPECT_EQ(nullptr, band.GetGeoidFile());
 }
 
 }  // namespace
