@@ -48,7 +48,9 @@ struct ZRMBandOrtho::Impl {
 /// Each worker has its own sampler, which is made with its first tile. `first` is the window's first pixel and step.
 bool ZRMBandOrtho::Impl::FillTiles(const OrthoTiling& tiling, const zrk::OrthoTile& first, tagXArr2& out,
                                    int* cancel) const {
-  const int numWorkers = zrk::CountWorkers(tiling.numColumns * tiling.numRows);
+  // A writer may share its blocks among all workers already.
+  const int numTiles = tiling.numColumns * tiling.numRows;
+  const int numWorkers = zrk::IsSharingWork() ? 1 : zrk::CountWorkers(numTiles);
   std::vector<std::unique_ptr<zrk::OrthoSampler>> samplers(static_cast<std::size_t>(numWorkers));
   const auto fillTile = [&](int index, int worker) {
     const zrk::OwnReads own;
@@ -64,7 +66,7 @@ bool ZRMBandOrtho::Impl::FillTiles(const OrthoTiling& tiling, const zrk::OrthoTi
     tile.height = OrthoTiling::Begin(tiling.height, tiling.numRows, row + 1) - y;
     return sampler->Fill(tile, out, x, y, cancel);
   };
-  return zrk::ForEachInParallel(numWorkers, tiling.numColumns * tiling.numRows, fillTile);
+  return zrk::ForEachInParallel(numWorkers, numTiles, fillTile);
 }
 
 ZRMBandOrtho::ZRMBandOrtho() : impl_(std::make_unique<Impl>()) {}

@@ -250,6 +250,8 @@ void CheckSimulateUsage(const HawkOptions& options) {
   if (!(std::abs(options.target[0]) <= 180.0 && std::abs(options.target[1]) <= 90.0)) {
     throw UsageError("--at", "takes a longitude and a latitude in degrees");
   }
+  if (!std::isfinite(options.heading)) throw UsageError("--heading", "takes an angle in degrees");
+  if (!(std::abs(options.shake) <= 100.0)) throw UsageError("--shake", "takes up to 100 pixels");
   constexpr int kLeastSide = 16, kMostSide = 16384;
   for (const int side : options.size) {
     if (side < kLeastSide || side > kMostSide) throw UsageError("--size", "takes sides from 16 to 16384");
