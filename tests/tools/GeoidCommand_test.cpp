@@ -1,9 +1,9 @@
 // zrkio geoid, run as a program.
 
+#include "AnyJson.h"
 #include "Program.h"
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include <bit>
 #include <cmath>
@@ -11,7 +11,6 @@
 namespace {
 
 using testing::HasSubstr;
-using Json = nlohmann::json;
 
 /// Grids of heights in .gtx.
 class GtxBuilder {
@@ -49,7 +48,7 @@ class ZrkioGeoid : public Zrkio {
     const ProgramResult result =
         Run({"value", "--json", folder_.Path("g.zrm"), std::to_string(lon), std::to_string(lat)});
     EXPECT_EQ(0, result.exitStatus) << result.err;
-    return Json::parse(result.out)["channels"][0]["value"].get<int>();
+    return AnyJson::parse(result.out)["channels"][0]["value"].get<int>();
   }
 };
 
@@ -61,7 +60,7 @@ TEST_F(ZrkioGeoid, HasAPostInTheCentreOfAPixelInCentimetres) {
     EXPECT_EQ(centimetres, ValueAt(-180.0 + 10.0 * column, -90.0 + 10.0 * row));
     EXPECT_EQ(centimetres, ValueAt(-180.0 + 10.0 * column + 4.9, -90.0 + 10.0 * row - 4.9));
   }
-  const Json info = Json::parse(Run({"info", "--json", folder_.Path("g.zrm")}).out)[0];
+  const AnyJson info = AnyJson::parse(Run({"info", "--json", folder_.Path("g.zrm")}).out)[0];
   EXPECT_EQ("SINT16", info["channels"][0]["dataType"]);
   EXPECT_EQ(19, info["height"]);
 }

@@ -1,5 +1,6 @@
 // zrkio hawk, run as a program on data sets that it has simulated.
 
+#include "AnyJson.h"
 #include "GdalDataset.h"
 #include "Program.h"
 #include "SensorTruth.h"
@@ -7,7 +8,6 @@
 #include <gdal.h>
 #include <gmock/gmock.h>
 #include <ogr_srs_api.h>
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <fstream>
@@ -16,7 +16,6 @@
 namespace {
 
 using testing::HasSubstr;
-using Json = nlohmann::json;
 
 /// A picture in shades of grey with a place: pixels of one size, north up.
 struct Picture {
@@ -80,7 +79,7 @@ Picture MakeNoise(double west, double north, double pixel, int size) {
 }
 
 /// The scene that a document tells, by its rows in their order.
-FlownScene ReadScene(const std::string& path, const Json& flight) {
+FlownScene ReadScene(const std::string& path, const AnyJson& flight) {
   std::ifstream stream(path);
   const std::string text(std::istreambuf_iterator<char>(stream), {});
   const auto numberBehind = [&](const std::string& mark, std::size_t from = 0) {
@@ -182,16 +181,16 @@ class ZrkioHawk : public Zrkio {
   }
   std::string Image() const { return folder_.Path("f/flight.TIF_1"); }
   std::string Terrain() const { return folder_.Path("f/flight_terrain.tif"); }
-  Json Tell(std::vector<std::string> arguments) {
+  AnyJson Tell(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"hawk"});
     arguments.push_back("--json");
     const ProgramResult result = Run(arguments);
     EXPECT_EQ(0, result.exitStatus) << result.err;
-    return result.exitStatus == 0 ? Json::parse(result.out) : Json();
+    return result.exitStatus == 0 ? AnyJson::parse(result.out) : AnyJson();
   }
-  Json ReadJson(const std::string& name) const {
+  AnyJson ReadJson(const std::string& name) const {
     std::ifstream stream(folder_.Path(name));
-    return Json::parse(stream);
+    return AnyJson::parse(stream);
   }
   /// The shifts of 200 patches spread at random over a map against its source, in order.
   static std::vector<double> FindShifts(const Picture& map, const Picture& source) {
@@ -237,15 +236,15 @@ TEST_F(ZrkioHawk, MapsAnImageOfASatelliteToHalfAPixelOfItsSource) {
 
 TEST_F(ZrkioHawk, LocatesPixelsWhereTheTruthHasThemAndFindsThemAgain) {
   ASSERT_NO_FATAL_FAILURE(Simulate({"--terrain", "slope"}));
-  const Json truth = ReadJson("f/flight_truth.json")["points"];
+  const AnyJson truth = ReadJson("f/flight_truth.json")["points"];
   ASSERT_EQ(400u, truth.size());
   for (const std::size_t i : {std::size_t{0}, std::size_t{211}, std::size_t{399}}) {
     const std::string x = truth[i]["pixel"][0].dump(), y = truth[i]["pixel"][1].dump();
-    const Json place = Tell({"locate", Image(), x, y, "--dem", Terrain()});
+    const AnyJson place = Tell({"locate", Image(), x, y, "--dem", Terrain()});
     EXPECT_NEAR(truth[i]["lonLat"][0].get<double>(), place["lonLat"][0].get<double>(), 1e-9);
     EXPECT_NEAR(truth[i]["lonLat"][1].get<double>(), place["lonLat"][1].get<double>(), 1e-9);
     EXPECT_NEAR(truth[i]["height"].get<double>(), place["height"].get<double>(), 1e-3);
-    const Json pixel =
+    const AnyJson pixel =
         Tell({"find", Image(), place["lonLat"][0].dump(), place["lonLat"][1].dump(), "--dem", Terrain()});
     EXPECT_NEAR(std::stod(x), pixel["pixel"][0].get<double>(), 0.01);
     EXPECT_NEAR(std::stod(y), pixel["pixel"][1].get<double>(), 0.01);
@@ -255,10 +254,10 @@ TEST_F(ZrkioHawk, LocatesPixelsWhereTheTruthHasThemAndFindsThemAgain) {
 TEST_F(ZrkioHawk, SimulatesWhatAnotherModelOfTheSensorSees) {
   for (const char* platform : {"aircraft", "satellite"}) {
     ASSERT_NO_FATAL_FAILURE(Simulate({"--terrain", "flat:700", "--shake", "3", "--platform", platform}));
-    const Json flight = ReadJson("f/flight_truth.json");
+    const AnyJson flight = ReadJson("f/flight_truth.json");
     const SensorTruth model(ReadScene(folder_.Path("f/flight.XML"), flight));
     for (std::size_t i = 0; i < 400; i += 57) {
-      const Json& point = flight["points"][i];
+      const AnyJson& point = flight["points"][i];
       const auto flat = [](SensorTruth::Real, SensorTruth::Real) -> SensorTruth::Real { return 700; };
       const auto place =
           model.LocateByMarching(point["pixel"][0].get<double>(), point["pixel"][1].get<double>(), flat, 710);
@@ -278,12 +277,12 @@ TEST_F(ZrkioHawk, TellsPlacesAsTextAndWhyThereAreNone) {
   EXPECT_THAT(place.out, HasSubstr("  place       -70.5"));
   const ProgramResult outside = Run({"hawk", "find", Image(), "11.0", "47.5", "--json"});
   EXPECT_EQ(1, outside.exitStatus);
-  EXPECT_TRUE(Json::parse(outside.out).contains("error"));
+  EXPECT_TRUE(AnyJson::parse(outside.out).contains("error"));
   EXPECT_EQ(1, Run({"hawk", "locate", Image(), "100", "100000"}).exitStatus);
 }
 
 /// The sum of the areas of all rings, in square degrees; above 0 for rings against the clock.
-double AreaOf(const Json& ring) {
+double AreaOf(const AnyJson& ring) {
   double area = 0.0;
   for (std::size_t i = 0; i + 1 < ring.size(); ++i) {
     area += 0.5 * (ring[i][0].get<double>() * ring[i + 1][1].get<double>() -
@@ -295,9 +294,9 @@ double AreaOf(const Json& ring) {
 TEST_F(ZrkioHawk, WritesItsOutlineAgainstTheClock) {
   ASSERT_NO_FATAL_FAILURE(Simulate());
   ASSERT_EQ(0, Run({"hawk", "footprint", Image(), "-o", folder_.Path("o.geojson")}).exitStatus);
-  const Json shape = ReadJson("o.geojson")["features"][0]["geometry"];
+  const AnyJson shape = ReadJson("o.geojson")["features"][0]["geometry"];
   EXPECT_EQ("Polygon", shape["type"]);
-  const Json& ring = shape["coordinates"][0];
+  const AnyJson& ring = shape["coordinates"][0];
   EXPECT_EQ(ring.front(), ring.back());
   EXPECT_EQ(129u, ring.size());
   // 200 metres across the look are 325 on the ground, by about 500 along; a square degree is some 8.37e9 square metres.
@@ -307,12 +306,12 @@ TEST_F(ZrkioHawk, WritesItsOutlineAgainstTheClock) {
 TEST_F(ZrkioHawk, CutsItsOutlineAtTheDateLine) {
   ASSERT_NO_FATAL_FAILURE(Simulate({"--at", "180,51"}));
   ASSERT_EQ(0, Run({"hawk", "footprint", Image(), "-o", folder_.Path("o.geojson")}).exitStatus);
-  const Json shape = ReadJson("o.geojson")["features"][0]["geometry"];
+  const AnyJson shape = ReadJson("o.geojson")["features"][0]["geometry"];
   ASSERT_EQ("MultiPolygon", shape["type"]);
   ASSERT_EQ(2u, shape["coordinates"].size());
-  for (const Json& part : shape["coordinates"]) {
+  for (const AnyJson& part : shape["coordinates"]) {
     EXPECT_GT(AreaOf(part[0]), 0.0);
-    for (const Json& point : part[0]) {
+    for (const AnyJson& point : part[0]) {
       EXPECT_NEAR(180.0, std::abs(point[0].get<double>()), 0.01);
       EXPECT_EQ(part[0][0][0].get<double>() > 0.0, point[0].get<double>() > 0.0);
     }
@@ -321,14 +320,14 @@ TEST_F(ZrkioHawk, CutsItsOutlineAtTheDateLine) {
 
 TEST_F(ZrkioHawk, MapsToTheSystemAndPixelThatAreAsked) {
   ASSERT_NO_FATAL_FAILURE(Simulate());
-  const Json map = Tell({"ortho", Image(), "-o", folder_.Path("m.tif"), "--srs", "EPSG:4326", "--pixel", "0.00002"});
+  const AnyJson map = Tell({"ortho", Image(), "-o", folder_.Path("m.tif"), "--srs", "EPSG:4326", "--pixel", "0.00002"});
   EXPECT_EQ(4326, map["epsg"]);
   EXPECT_EQ(0.00002, map["pixelSize"]);
   const Picture picture = ReadPicture(folder_.Path("m.tif"));
   EXPECT_EQ(map["width"], picture.width);
   EXPECT_NEAR(map["upperLeft"][0].get<double>(), picture.west, 1e-9);
   EXPECT_NEAR(map["upperLeft"][1].get<double>(), picture.north, 1e-9);
-  const Json own = Tell({"ortho", Image(), "-o", folder_.Path("u.tif"), "--method", "nearest"});
+  const AnyJson own = Tell({"ortho", Image(), "-o", folder_.Path("u.tif"), "--method", "nearest"});
   EXPECT_EQ(32632, own["epsg"]);
   // Along the line of flight a pixel is as long as the sensor makes it, about a metre.
   EXPECT_NEAR(1.0, own["pixelSize"].get<double>(), 0.1);
