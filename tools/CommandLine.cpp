@@ -72,6 +72,11 @@ Option& Option::Require() {
   return *this;
 }
 
+Option& Option::AllowNone() {
+  option_->required(false);
+  return *this;
+}
+
 Option& Option::SetRange(int least, int most) {
   CheckRange(*option_, least, most);
   return *this;

@@ -29,6 +29,8 @@ class Option {
 
   /// A command without it is refused.
   Option& Require();
+  /// A list may be empty, as of an argument that only some uses of a command take.
+  Option& AllowNone();
   /// Numbers outside are refused; both ends are allowed.
   Option& SetRange(int least, int most);
   Option& SetRange(double least, double most);

@@ -55,7 +55,6 @@ bool IsNitf(FileHead head) {
 #define ZRK_DECLARE_ROW(row) extern const FormatRow row;
 ZRK_FORMATS(ZRK_DECLARE_ROW)
 
-constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
 constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
 
 std::vector<const FormatRow*> ListFormats() {

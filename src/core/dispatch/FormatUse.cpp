@@ -8,6 +8,7 @@
 #include "base/ReadError.h"
 #include "core/dispatch/FileCheck.h"
 #include "core/dispatch/FormatTable.h"
+#include "core/load/OtherFormats.h"
 #include "core/load/Outcome.h"
 #include "core/xld/ImageStamp.h"
 #include "XLevelMode.h"
@@ -84,6 +85,13 @@ int LoadRasterBy(const FormatRow* row, const RasterCall& call) {
   if (!refusal.IsEmpty()) return FailWith(call.err, refusal);
   if (!Fenced(call.err, [&call] { return NoteOpenedImage(*call.file, call.path); })) return 0;
   return LoadWithReason(*row, row->loadRaster, call);
+}
+
+std::vector<std::unique_ptr<ZRMBand>> OpenBandsOf(int formatId, const RasterCall& call) {
+  const FormatRow* const row = FindFormatRow(formatId);
+  if (row && row->openBands) return row->openBands(call);
+  call.err = kNotSupportedType;
+  return {};
 }
 
 int LoadVectorBy(const FormatRow* row, const VectorCall& call) {
