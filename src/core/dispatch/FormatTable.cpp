@@ -19,10 +19,6 @@ bool IsMrSid(FileHead head) {
   return StartsWith(head, "msid");
 }
 
-bool IsNitf(FileHead head) {
-  return StartsWith(head, "NITF") || StartsWith(head, "NSIF");
-}
-
 }  // namespace
 
 // The formats, by id. Where first bytes fit two of them the first one has the file: a frame of a raster map product is
@@ -61,7 +57,6 @@ ZRK_FORMATS(ZRK_DECLARE_ROW)
 
 constinit const FormatRow kSidFormat = Absent(kFormatSID, "MrSID", "sid", &IsMrSid);
 constinit const FormatRow kHawkFormat = Absent(kFormatHAWK, "Hawk scanning sensor", "");
-constinit const FormatRow kNitfFormat = Absent(kFormatNITFIMG, "NITF image", "", &IsNitf);
 constinit const FormatRow kEcwFormat = Absent(kFormatECW, "ECW", "ecw");
 
 std::vector<const FormatRow*> ListFormats() {

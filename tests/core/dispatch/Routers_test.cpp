@@ -57,7 +57,6 @@ TEST_P(LoadFileRasterUnreadable, SaysWhichFilesThisBuildCannotRead) {
 INSTANTIATE_TEST_SUITE_P(AllOfThem, LoadFileRasterUnreadable,
                          testing::Values(Unreadable{0x6A, "MrSID files can't be read by this build"},
                                          Unreadable{0x6E, "Hawk scanning sensor files can't be read by this build"},
-                                         Unreadable{0x6F, "NITF image files can't be read by this build"},
                                          Unreadable{0x72, "ECW files can't be read by this build"}),
                          [](const auto& known) { return "Id" + std::to_string(known.param.id); });
 
