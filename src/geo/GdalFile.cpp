@@ -12,6 +12,7 @@
 #include "geo/GdalDisk.h"
 #include "geo/GdalScope.h"
 
+#include <cpl_string.h>
 #include <gdal_priv.h>
 #include <optional>
 #include <utility>
@@ -22,18 +23,23 @@ namespace {
 
 constexpr const char* kDiskFails = "The file can't be read";
 
-/// What every call of a driver needs: silence, no switches of the environment, no threads and no file elsewhere.
+/// What every call of a driver needs: silence, no switches of the program and no file elsewhere.
 class DriverScope {
  public:
-  explicit DriverScope(const XString& path) : kept_(path) {}
+  DriverScope(const GdalFormat& format, const XString& path) : before_(CPLGetThreadLocalConfigOptions()), kept_(path) {
+    CPLSetThreadLocalConfigOptions(format.switches);
+  }
+  ~DriverScope() {
+    CPLSetThreadLocalConfigOptions(before_);
+    CSLDestroy(before_);
+  }
+  DriverScope(const DriverScope&) = delete;
+  DriverScope& operator=(const DriverScope&) = delete;
   const XString& GetLastError() const { return quiet_.GetLastError(); }
 
  private:
   QuietGdal quiet_;
-  CPLConfigOptionSetter notes_{"GDAL_PAM_ENABLED", "NO", false};
-  CPLConfigOptionSetter threads_{"GDAL_NUM_THREADS", "1", false};
-  CPLConfigOptionSetter parts_{"NITF_OPEN_UNDERLYING_DS", "YES", false};
-  CPLConfigOptionSetter warnings_{"GDAL_ERROR_ON_LIBJPEG_WARNING", "NO", false};
+  char** before_;
   KeptToFolder kept_;
 };
 
@@ -59,7 +65,7 @@ GdalFile::~GdalFile() = default;
 
 GdalFile::Dataset GdalFile::OpenDataset(XString& reason) const {
   format_.registerDrivers();
-  const DriverScope scope(path_);
+  const DriverScope scope(format_, path_);
   const WatchedReads reads;
   const char* const drivers[] = {format_.driver, nullptr};
   const char* const nothingBeside[] = {nullptr};
@@ -75,7 +81,7 @@ GdalFile::Dataset GdalFile::OpenDataset(XString& reason) const {
 bool GdalFile::Open(const std::function<bool(GDALDataset& dataset, XString& reason)>& describe, XString& reason) {
   Dataset dataset = OpenDataset(reason);
   if (!dataset) return false;
-  const DriverScope scope(path_);
+  const DriverScope scope(format_, path_);
   const WatchedReads reads;
   if (!describe(*dataset, reason)) return false;
   if (isExact_ && reads.HaveFailed()) {
@@ -116,7 +122,7 @@ struct GdalFile::Loan::Scope : DriverScope {
 };
 
 GdalFile::Loan::Loan(GdalFile& file)
-    : file_(file), scope_(std::make_unique<Scope>(file.path_)), dataset_(file.Borrow().release()) {
+    : file_(file), scope_(std::make_unique<Scope>(file.format_, file.path_)), dataset_(file.Borrow().release()) {
   if (!dataset_) NoteReadError("The file is another one than it was when it was opened, or is gone");
 }
 

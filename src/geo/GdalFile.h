@@ -19,6 +19,9 @@ struct GdalFormat {
   const char* notOpened;      ///< the reason where GDAL tells none
   /// Decoders ask for more bytes than a block has, so that the end of the file says nothing of the block.
   bool readsAhead = false;
+  /// What GDAL's switches are while it works for this format, as "NAME=VALUE"; null ends the list. All others have
+  /// their first values, whatever the program has set for its thread.
+  const char* const* switches = nullptr;
 };
 
 /// A file that GDAL reads through our own disk. Any number of threads may borrow a handle of their own; handles that

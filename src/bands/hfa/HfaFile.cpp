@@ -14,7 +14,8 @@ void RegisterHfa() {
   std::call_once(once, [] { GDALRegister_HFA(); });
 }
 
-constexpr GdalFormat kHfaDriver = {"HFA", &RegisterHfa, "The file is no HFA file, or is damaged"};
+constexpr const char* kHfaSwitches[] = {"GDAL_PAM_ENABLED=NO", nullptr};
+constexpr GdalFormat kHfaDriver = {"HFA", &RegisterHfa, "The file is no HFA file, or is damaged", false, kHfaSwitches};
 
 }  // namespace
 

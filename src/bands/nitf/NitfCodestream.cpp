@@ -26,7 +26,7 @@ struct BytesOfFile {
 /// The first bytes of a range, with zeros for those that the file lacks.
 std::array<unsigned char, 16> HeadOf(const XFile& file, const BytesOfFile& range) {
   std::array<unsigned char, 16> head{};
-  file.ReadAt(range.begin, head.data(), std::min<std::int64_t>(std::ssize(head), range.end - range.begin));
+  file.ReadAt(range.begin, head.data(), std::clamp<std::int64_t>(range.end - range.begin, 0, std::ssize(head)));
   return head;
 }
 

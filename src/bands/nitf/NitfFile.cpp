@@ -43,7 +43,12 @@ void RegisterNitf() {
   });
 }
 
-constexpr GdalFormat kNitfDriver = {"NITF", &RegisterNitf, "The file is no NITF file, or is damaged", true};
+// Notes beside the file are not looked at, no threads are started, blocks are read whatever codes them, and damage that
+// libjpeg warns of is told as a warning.
+constexpr const char* kNitfSwitches[] = {"GDAL_PAM_ENABLED=NO", "GDAL_NUM_THREADS=1", "NITF_OPEN_UNDERLYING_DS=YES",
+                                         "GDAL_ERROR_ON_LIBJPEG_WARNING=NO", nullptr};
+constexpr GdalFormat kNitfDriver = {"NITF", &RegisterNitf, "The file is no NITF file, or is damaged", true,
+                                    kNitfSwitches};
 constexpr const char* kNitfTooLarge = "The image is too large for the limits";
 
 std::vector<unsigned char> ReadRange(const XFile& file, std::int64_t offset, std::int64_t count) {
@@ -98,8 +103,9 @@ XString ReadHeaders(const XString& path, NitfLayout& layout) {
 NitfFile::NitfFile(const XString& path, bool isExact) : handles_(kNitfDriver, path, isExact) {}
 
 const BlockFile* NitfFile::GetBlocks() const {
-  const XString& compression = layout_.image.compression;
-  return compression == "NC" || compression == "NM" ? nullptr : &blocks_;
+  const NitfImage& image = layout_.image;
+  const bool isPlain = image.compression == "NC" || image.compression == "NM";
+  return isPlain && image.blocksAcross == 1 && image.blocksDown == 1 ? nullptr : &blocks_;
 }
 
 std::shared_ptr<NitfFile> NitfFile::Open(const XString& path, bool isExact, XString& reason) {

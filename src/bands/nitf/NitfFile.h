@@ -42,7 +42,7 @@ class NitfFile {
 
   const NitfLayout& GetLayout() const { return layout_; }
   GdalFile& GetHandles() { return handles_; }
-  /// For blocks that are kept; null for an image that lies plainly in its file.
+  /// For blocks that are kept; null for an image that lies row by row in its file.
   const BlockFile* GetBlocks() const;
 
  private:
