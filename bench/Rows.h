@@ -50,6 +50,8 @@ void AddBlockRows(const std::string& photograph, std::vector<Row>& rows);
 void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about HFA files.
 void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about NITF images.
+void AddNitfRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about files of place names.
 void AddPlaceRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about JPEG 2000 files.
