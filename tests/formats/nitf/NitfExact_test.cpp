@@ -11,6 +11,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cpl_conv.h>
 #include <algorithm>
 #include <cstring>
 
@@ -147,6 +148,14 @@ TEST(NitfFiles, AreReadAgainAfterTheDiskHasFailed) {
   disk.FailRead(disk.GetReadCount() + 1);
   EXPECT_NE("", file.Failure(0, {40, 49, 40, 49}));
   EXPECT_EQ(NitfBuilder::Value(40, 40, 0), file.Read(0, {40, 49, 40, 49}).bytes.at(0));
+}
+
+TEST(NitfFiles, LeaveTheSwitchesOfTheProgramAsTheyWere) {
+  CPLSetThreadLocalConfigOption("GDAL_NUM_THREADS", "7");
+  NitfOf file(InBlocks());
+  EXPECT_EQ("", file.Failure(0, file.Whole()));
+  EXPECT_STREQ("7", CPLGetThreadLocalConfigOption("GDAL_NUM_THREADS", ""));
+  CPLSetThreadLocalConfigOption("GDAL_NUM_THREADS", nullptr);
 }
 
 TEST(NitfFiles, WithImagesAreKnownByTheirBytes) {
