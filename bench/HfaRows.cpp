@@ -1,12 +1,12 @@
-// Rows about HFA files of one layer of bytes, plain and compressed: windows of an image just opened, and all of it,
-// beside GDAL, whose driver reads for both. Both keep as many bytes of blocks from window to window. GDAL writes the
-// file, once.
+// Rows about HFA and NITF files of one band of bytes, plain and compressed: windows of an image just opened, and all of
+// it, beside GDAL, whose drivers read for both. Both keep as many bytes of blocks from window to window. GDAL writes
+// the files, once.
 
 #include "Inputs.h"
 #include "Rows.h"
 #include "XBlockCache.h"
+#include "XFormatTable.h"
 #include "XRSFile.h"
-#include "XRSFileIO.h"
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -29,23 +29,34 @@ unsigned char HfaSample(int x, int y) {
   return static_cast<unsigned char>((x / 8 + y / 16) % 200 + (x * 7 ^ y * 13) % 8);
 }
 
-void MakeHfa(const std::string& path, int side, bool isCompressed) {
+/// A kind of file, and how GDAL writes it.
+struct HfaKind {
+  const char* driver;
+  const char* extension;
+  const char* name;  // of the kind, as "plain"
+  std::vector<const char*> options;
+};
+
+void MakeHfa(const std::string& path, int side, const HfaKind& kind) {
   if (std::filesystem::exists(path)) return;
   // A run that is ended in the middle leaves no file that the next one would take for whole.
-  const std::string unfinished = path + ".part.img";
-  GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("HFA");
+  const std::string unfinished = path + ".part" + kind.extension;
   CPLStringList options;
-  options.SetNameValue("COMPRESSED", isCompressed ? "YES" : "NO");
-  GDALDataset* const dataset = driver->Create(unfinished.c_str(), side, side, 1, GDT_Byte, options.List());
-  Must(dataset != nullptr, "can't write " + path);
+  for (const char* option : kind.options) options.AddString(option);
+  GDALDriverManager& drivers = *GetGDALDriverManager();
+  GDALDataset* const image = drivers.GetDriverByName("MEM")->Create("", side, side, 1, GDT_Byte, nullptr);
   HfaBytes row(static_cast<std::size_t>(side));
   for (int y = 0; y < side; ++y) {
     for (int x = 0; x < side; ++x) row[static_cast<std::size_t>(x)] = HfaSample(x, y);
-    Must(dataset->GetRasterBand(1)->RasterIO(GF_Write, 0, y, side, 1, row.data(), side, 1, GDT_Byte, 0, 0, nullptr) ==
+    Must(image->GetRasterBand(1)->RasterIO(GF_Write, 0, y, side, 1, row.data(), side, 1, GDT_Byte, 0, 0, nullptr) ==
              CE_None,
-         "can't write " + path);
+         "can't make the image of " + path);
   }
-  GDALClose(dataset);
+  GDALDataset* const written = drivers.GetDriverByName(kind.driver)
+                                   ->CreateCopy(unfinished.c_str(), image, FALSE, options.List(), nullptr, nullptr);
+  Must(written != nullptr, "can't write " + path);
+  GDALClose(written);
+  GDALClose(image);
   std::filesystem::rename(unfinished, path);
 }
 
@@ -54,7 +65,7 @@ void ReadHfaByUs(const std::string& path, HfaWindows windows, HfaBytes* last = n
   XString err;
   file.SetReadPolicy(kReadExact);
   XfnSetBlockCacheBytes(kKeptBytes);
-  Must(XRSFileIO::LoadFileHFA(&file, path, err, 0, kLevelNone, nullptr), path + ": " + err.AsStdString());
+  Must(XfnOpenFile(&file, path, err), path + ": " + err.AsStdString());
   tagXArr2* out = nullptr;
   for (const Window& window : windows) {
     Must(file.GetBandAt(0)->ReadSubset(out, 0, window.x0, window.x1, window.y0, window.y1, nullptr),
@@ -87,27 +98,35 @@ void MustAgreeOnHfa(const std::string& path, HfaWindows windows) {
   }
 }
 
-}  // namespace
-
-void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows) {
+void AddRowsOf(const HfaKind& kind, const char* prefix, const BenchOptions& options, std::vector<Row>& rows) {
   const int side = options.side / 2;
   const auto windows = std::make_shared<std::vector<Window>>(PickWindows(side, options.numWindows));
   const auto whole = std::make_shared<std::vector<Window>>(1, Window{0, side - 1, 0, side - 1});
-  for (const bool isCompressed : {false, true}) {
-    const std::string kind = isCompressed ? "compressed" : "plain";
-    const std::string path = options.folder + "/" + kind + std::to_string(side) + ".img";
-    MakeHfa(path, side, isCompressed);
-    MustAgreeOnHfa(path, HfaWindows(*windows).first(8));
-    const auto add = [&](const std::string& key, const std::string& title, const auto& wanted) {
-      rows.push_back({"hfa_" + kind + "_" + key, title + ", HFA in " + kind + " blocks", "GDAL",
-                      [=] { ReadHfaByUs(path, *wanted); },
-                      [=] {
-                        HfaBytes out;
-                        ReadHfaByGdal(path, *wanted, out);
-                      },
-                      1, 1.0});
-    };
-    add("windows", std::to_string(windows->size()) + " windows of an image just opened", windows);
-    add("whole", "all of it", whole);
-  }
+  const std::string name = kind.name;
+  const std::string path = options.folder + "/" + name + std::to_string(side) + kind.extension;
+  MakeHfa(path, side, kind);
+  MustAgreeOnHfa(path, HfaWindows(*windows).first(8));
+  const auto add = [&](const std::string& key, const std::string& title, const auto& wanted) {
+    rows.push_back({prefix + ("_" + name) + "_" + key, title + ", " + kind.driver + " in " + name + " blocks", "GDAL",
+                    [=] { ReadHfaByUs(path, *wanted); },
+                    [=] {
+                      HfaBytes out;
+                      ReadHfaByGdal(path, *wanted, out);
+                    },
+                    1, 1.0});
+  };
+  add("windows", std::to_string(windows->size()) + " windows of an image just opened", windows);
+  add("whole", "all of it", whole);
+}
+
+}  // namespace
+
+void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows) {
+  AddRowsOf({"HFA", ".img", "plain", {}}, "hfa", options, rows);
+  AddRowsOf({"HFA", ".img", "compressed", {"COMPRESSED=YES"}}, "hfa", options, rows);
+}
+
+void AddNitfRows(const BenchOptions& options, std::vector<Row>& rows) {
+  AddRowsOf({"NITF", ".ntf", "plain", {"BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
+  AddRowsOf({"NITF", ".ntf", "jpeg", {"IC=C3", "BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
 }

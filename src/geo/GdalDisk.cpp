@@ -38,8 +38,8 @@ struct OpenFile {
   bool isAtEnd = false;
 };
 
-/// The folder that the calling thread's opens are kept to, with its separator; null for any folder.
-thread_local const std::string* keptFolder = nullptr;
+/// What the calling thread's opens are kept to; null for any folder.
+thread_local KeptToFolder* kept = nullptr;
 
 /// Reads of the calling thread that gave fewer bytes than were asked for.
 thread_local std::int64_t numCutReads = 0;
@@ -49,14 +49,6 @@ thread_local std::int64_t numFailedReads = 0;
 bool LeadsUp(std::string_view name) {
   return name == ".." || name.starts_with("../") || name.ends_with("/..") ||
          name.find("/../") != std::string_view::npos;
-}
-
-/// The folder itself may be told with "..", as the caller has told it.
-bool IsKept(std::string_view name) {
-  if (!keptFolder) return true;
-  if (!name.starts_with(*keptFolder)) return false;
-  name.remove_prefix(keptFolder->size());
-  return !name.starts_with('/') && !LeadsUp(name);
 }
 
 OpenFile* AsOpenFile(void* handle) {
@@ -73,11 +65,12 @@ std::shared_ptr<DiskFile> OpenOnDisk(std::string_view name) {
     errno = ENOENT;
     return nullptr;
   }
-  if (!IsKept(name)) {
+  if (kept && !kept->Allows(name)) {
     errno = EACCES;
     return nullptr;
   }
-  if (const int error = CurrentDisk().Open(std::string(name), {}, file)) {
+  const std::string path(name);
+  if (const int error = kept ? kept->Open(path, file) : CurrentDisk().Open(path, {}, file)) {
     errno = error;
     return nullptr;
   }
@@ -188,8 +181,26 @@ XString PathForGdal(const XString& path) {
 }
 
 KeptToFolder::KeptToFolder(const XString& path)
-    : folder_(path.AsStdString(), 0, path.AsStdString().rfind('/') + 1),
-      previous_(std::exchange(keptFolder, &folder_)) {}
+    : folder_(path.AsStdString(), 0, path.AsStdString().rfind('/') + 1), previous_(std::exchange(kept, this)) {}
+
+/// The folder itself may be told with "..", as the caller has told it.
+bool KeptToFolder::Allows(std::string_view name) const {
+  if (!name.starts_with(folder_)) return false;
+  name.remove_prefix(folder_.size());
+  return !name.starts_with('/') && !LeadsUp(name);
+}
+
+int KeptToFolder::Open(const std::string& name, std::shared_ptr<DiskFile>& file) {
+  constexpr std::size_t kMaxOpen = 16;
+  for (const auto& [path, opened] : open_) {
+    if (path != name) continue;
+    file = opened;
+    return 0;
+  }
+  const int error = CurrentDisk().Open(name, {}, file);
+  if (error == 0 && open_.size() < kMaxOpen) open_.emplace_back(name, file);
+  return error;
+}
 
 WatchedReads::WatchedReads() : cutBefore_(numCutReads), failedBefore_(numFailedReads) {}
 
@@ -202,7 +213,7 @@ bool WatchedReads::HaveFailed() const {
 }
 
 KeptToFolder::~KeptToFolder() {
-  keptFolder = previous_;
+  kept = previous_;
 }
 
 XString WithPathsOfDisk(XString sentence) {

@@ -3,9 +3,15 @@
 #include "XString.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace zrk {
+
+class DiskFile;
 
 /// The name under which GDAL reads `path` through `CurrentDisk`. Files beside it have names of the same form. GDAL gets
 /// regular files only, and none for writing. Folders are not listed, so that a driver finds only files that it knows by
@@ -14,7 +20,7 @@ XString PathForGdal(const XString& path);
 
 /// While it lives, GDAL opens on the calling thread only files in the folder of `path` and beneath it. For formats
 /// whose files name other files: such a name may not lead elsewhere. One with ".." in it is refused even where it comes
-/// back.
+/// back. A file that is opened again meanwhile is the one that is open, since some drivers open a file for each block.
 class KeptToFolder {
  public:
   explicit KeptToFolder(const XString& path);
@@ -22,9 +28,15 @@ class KeptToFolder {
   KeptToFolder(const KeptToFolder&) = delete;
   KeptToFolder& operator=(const KeptToFolder&) = delete;
 
+  /// Whether a file of that name may be opened.
+  bool Allows(std::string_view name) const;
+  /// Opens it on our disk; an error number, or 0.
+  int Open(const std::string& name, std::shared_ptr<DiskFile>& file);
+
  private:
   std::string folder_;
-  const std::string* previous_;
+  KeptToFolder* previous_;
+  std::vector<std::pair<std::string, std::shared_ptr<DiskFile>>> open_;
 };
 
 /// Watches the reads of GDAL's on the calling thread. Some drivers pass over bytes that they did not get.

@@ -81,6 +81,23 @@ TEST_F(GdalDisk, KeepsToAFolderWhileItIsTold) {
   EXPECT_TRUE(isOpened("in/../a.txt"));
 }
 
+TEST_F(GdalDisk, OpensAFileOnceWhileItIsKeptToAFolder) {
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  char text[5] = {};
+  {
+    const zrk::KeptToFolder kept(folder_.Path("image"));
+    const File first = Open(), second = Open();
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(1, disk.GetOpenCount());
+    VSIFReadL(text, 1, 4, first.get());
+    VSIFReadL(text, 1, 2, second.get());
+    EXPECT_STREQ("0123", text) << "each handle has an offset of its own";
+  }
+  EXPECT_TRUE(Open());
+  EXPECT_EQ(2, disk.GetOpenCount());
+}
+
 TEST_F(GdalDisk, AnswersWholeItemsAtTheEnd) {
   const File file = Open();
   char text[12] = {};

@@ -2,6 +2,8 @@
 
 #include "bands/hfa/HfaFile.h"
 
+class GDALDataset;
+
 namespace zrk {
 
 /// Takes out of GDAL's dataset what reads need to know. False with the reason for a file without pixels, and for one

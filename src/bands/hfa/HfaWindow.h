@@ -1,20 +1,14 @@
 #pragma once
 
 #include "bands/hfa/HfaFile.h"
-#include "core/model/ChannelReads.h"
+#include "core/model/BlockWindow.h"
 
 namespace zrk {
 
 /// A window of a layer or of one of its overviews, and how its samples are taken.
 struct HfaPlan {
   int overview = -1;  ///< -1 for the layer itself
-  HfaGrid grid;
-  ReadRequest request;  ///< in pixels of the grid
-  /// Samples of a block are counted from where the window enters it, and what the file lacks of it is 0.
-  bool isCompatible = false;
-  int sampleBytes = 1;
-  int Width() const { return request.Width() >> request.level; }
-  int Height() const { return request.Height() >> request.level; }
+  BlockPlan window;   ///< in pixels of the layer or overview
 };
 
 /// How a compatible read is answered: above level 0 by the overview whose pixels are nearest in size, at its own
@@ -27,6 +21,6 @@ HfaPlan PlanExactHfa(const HfaLayer& layer, const ReadRequest& request);
 
 /// Fills the result, which has the size of the plan. False with a noted reason where a block can't be read or the word
 /// behind `cancel`, which may be null, asks to stop.
-bool ReadHfaWindow(HfaFile::Loan& loan, int layer, const HfaPlan& plan, tagXArr2& out, const int* cancel);
+bool ReadHfaWindow(HfaFile& file, int layer, const HfaPlan& plan, tagXArr2& out, const int* cancel);
 
 }  // namespace zrk

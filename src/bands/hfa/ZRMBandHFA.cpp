@@ -184,14 +184,14 @@ zrk::ChannelReads::Record* ZRMBandHFA::Impl::Decode(const zrk::ReadRequest& requ
   if (!isInLayer) zrk::NoteReadError(zrk::kWindowOutside);
   if (!isInLayer || !IsLevel(request.level)) return nullptr;
   const zrk::HfaPlan plan = isExact ? zrk::PlanExactHfa(*shown, request) : zrk::PlanCompatibleHfa(*shown, request);
-  if (plan.Width() == 0 || plan.Height() == 0) {
+  const zrk::BlockPlan& window = plan.window;
+  if (window.Width() == 0 || window.Height() == 0) {
     zrk::NoteReadError(zrk::kNoSuchLevel);
     return nullptr;
   }
-  zrk::ChannelReads::Record* const record = reads.Begin(request, {1, plan.Width(), plan.Height(), plan.sampleBytes});
-  if (!record) return nullptr;
-  zrk::HfaFile::Loan loan(*file);
-  return loan && zrk::ReadHfaWindow(loan, layer, plan, record->At(0), cancel) ? record : nullptr;
+  zrk::ChannelReads::Record* const record =
+      reads.Begin(request, {1, window.Width(), window.Height(), window.sampleBytes});
+  return record && zrk::ReadHfaWindow(*file, layer, plan, record->At(0), cancel) ? record : nullptr;
 }
 
 /// A follower has the opener free its results too.

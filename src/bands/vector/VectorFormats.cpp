@@ -6,6 +6,7 @@
 //
 // Three of the rows name formats that the vector set refuses with a sentence of its own.
 
+#include "codec/NitfHeader.h"
 #include "core/load/FirstBytes.h"
 #include "core/load/VectorLoad.h"
 #include "XFormatId.h"
@@ -81,8 +82,9 @@ bool IsKml(FileHead head) {
   return TextOf(head).find("<kml") != std::string_view::npos;
 }
 
-bool IsNitf(FileHead head) {
-  return StartsWith(head, "NITF") || StartsWith(head, "NSIF");
+/// A file with an image is left to the format of that.
+bool IsNitfWithoutImage(FileHead head) {
+  return BeginsAsNitf(head) && CountNitfImages(head).value_or(0) == 0;
 }
 
 }  // namespace
@@ -104,7 +106,7 @@ constinit const FormatRow kDxfFormat = {.format = {kFormatDXF, "DXF", "dxf", fal
                                         .loadVector = &LoadWithoutSystem<ZRMVand::kKindDXF>};
 // The router takes neither of these two: their callers go to the loaders by name.
 constinit const FormatRow kNitfVectorFormat = {.format = {kFormatNITF, "NITF vector data", "ntf", false, false, ""},
-                                               .isContent = &IsNitf,
+                                               .isContent = &IsNitfWithoutImage,
                                                .loadVector = &LoadNitf,
                                                .isRouted = false};
 constinit const FormatRow kKmlFormat = {.format = {kFormatKML, "KML", "kml", false, true, ""},
