@@ -69,6 +69,8 @@ class ZRKIO_API XRSFileIO {
   static int LoadFileCIB(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
   /// One frame, of a band for each channel of its colours; the bands have no level data.
   static int LoadFileCADRG(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
+  /// The images of a scanning sensor and the document beside them, as one band; see `ZRMBandHawk`. In the compatible
+  /// policy the level mode is the band's own, and the caller's has no part in it.
   static int LoadFileHAWK(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
   static int LoadFileNITFIMG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
