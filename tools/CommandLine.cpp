@@ -157,6 +157,7 @@ void CommandLine::SetVersion(const std::string& text, const std::string& descrip
 void CommandLine::AddOption(const char* name, const char* valueName, std::function<void(const std::string&)> take,
                             const std::string& description) {
   app_->add_option_function<std::string>(name, take, description)->type_name(valueName);
+  options_.emplace_back(name);
 }
 
 Command CommandLine::AddCommand(const char* name, const std::string& description, const std::string& epilogue) {
@@ -175,7 +176,9 @@ std::string CommandLine::RefuseSubcommand(const std::string& word) const {
 
 /// Help and version end the parsing too, but are no failure.
 int CommandLine::Run(int argc, char** argv) {
-  const std::string refusal = argc > 1 ? RefuseSubcommand(argv[1]) : "";
+  int word = 1;
+  while (word < argc && std::ranges::find(options_, std::string(argv[word])) != options_.end()) word += 2;
+  const std::string refusal = word < argc ? RefuseSubcommand(argv[word]) : "";
   if (!refusal.empty()) return TellBadUsage(refusal.c_str());
   try {
     app_->parse(argc, argv);

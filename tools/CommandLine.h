@@ -94,5 +94,6 @@ class CommandLine {
   std::string RefuseSubcommand(const std::string& word) const;
 
   std::unique_ptr<CLI::App> app_;
+  std::vector<std::string> options_;  // of the program itself, each with a value
   int status_ = 0;
 };

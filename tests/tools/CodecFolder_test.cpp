@@ -89,6 +89,9 @@ TEST_F(ZrkioCodecs, AreNotTakenFromTheFolderOfTheImage) {
 
 TEST_F(ZrkioCodecs, WantAFolder) {
   EXPECT_EQ(2, Run({"--codec-folder"}).exitStatus);
+  const ProgramResult mistyped = Run({"--codec-folder", whole_, "infos"});
+  EXPECT_EQ(2, mistyped.exitStatus);
+  EXPECT_THAT(mistyped.err, HasSubstr("there is no subcommand infos; did you mean info?"));
   EXPECT_THAT(Run({"--help"}).out, HasSubstr("--codec-folder FOLDER"));
 }
 
