@@ -6,6 +6,7 @@
 // of a window, and this library the parts of the tiles that the window needs. A repeated window is one call.
 
 #include "Inputs.h"
+#include "PeakMemory.h"
 #include "Rows.h"
 #include "XReadPolicy.h"
 #include "XRSFile.h"
@@ -18,6 +19,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -240,6 +242,9 @@ void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows) {
     AddWholeRows(path, key, title, side, rows);
     AddWindowRows(path, key, title, side, count, rows);
   }
+  const PeakMemory peak = MeasurePeakOfWindow(options.folder + "/jp2_tiles" + std::to_string(side) + ".jp2");
+  std::printf("a window of a tiled JPEG 2000 file of %.0f megapixels, peak memory %.0f MB (asked: below 67)\n",
+              static_cast<double>(side) * side / 1e6, static_cast<double>(peak.own) / 1e6);
   const auto file = std::make_shared<OurJp2>(options.folder + "/jp2_tiles" + std::to_string(side) + ".jp2");
   constexpr int kRepeats = 100000;
   rows.push_back({"jp2_repeat", "a window of a JPEG 2000 file again", "",

@@ -5,6 +5,7 @@
 // Both results must have the pixels of the source before anything is timed. A last row is about a small file: one bit a
 // pixel.
 
+#include "PeakMemory.h"
 #include "Rows.h"
 #include "SavedFiles.h"
 #include "TiffInputs.h"
@@ -17,6 +18,7 @@
 
 #include <cpl_conv.h>
 #include <cpl_string.h>
+#include <cstdio>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -71,6 +73,9 @@ void AddJp2WriteRows(const BenchOptions& options, std::vector<Row>& rows) {
   MustAgree(ours, source);
   SaveAsJp2ByGdal(source, theirs, kLossless, 2);
   MustAgree(theirs, source);
+  const PeakMemory peak = MeasurePeakOfSave(source, ours);
+  std::printf("%d x %d x 3 saved as lossless JPEG 2000, peak memory %.0f MB (asked: below 210 at any height)\n", side,
+              side, static_cast<double>(peak.own) / 1e6);
   const auto prepare = [=] {
     fs::remove(ours);
     fs::remove(theirs);

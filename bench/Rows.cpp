@@ -173,6 +173,7 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("pyramid")) AddPyramidRows(options, rows);
   if (wants("hfa")) AddHfaRows(options, rows);
   if (wants("nitf")) AddNitfRows(options, rows);
+  if (wants("hawk")) AddHawkRows(options, rows);
   if (wants("names")) AddPlaceRows(options, rows);
   if (wants("jp2")) AddJp2Rows(options, rows);
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });

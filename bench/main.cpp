@@ -1,5 +1,5 @@
-// The program's arguments. Everything else is in the rows and the table. A second way to call it saves one file and
-// prints a figure: the program runs itself that way to measure peak memory.
+// The program's arguments. Everything else is in the rows and the table. Two further ways to call it save one file, or
+// read a window of one, and print figures: the program runs itself that way to measure peak memory.
 
 #include "Inputs.h"
 #include "PeakMemory.h"
@@ -21,7 +21,8 @@ constexpr const char* kUsage =
     "takes minutes\n"
     "and some 10 GB.\n"
     "FILE is a picture in colour that blocks are packed of, in place of one that is made.\n"
-    "zrkio_bench --save IN OUT.tif only saves a raster as TIFF, and prints its peak memory in bytes.\n";
+    "zrkio_bench --save IN OUT only saves a raster as TIFF or JPEG 2000, and prints its peak memory in bytes.\n"
+    "zrkio_bench --window IN does so for a window of 256 x 256 pixels that is read.\n";
 
 /// Numbers below the least that makes sense become it, and so does text that is no number.
 bool TakeNumber(const char* argument, const char* name, int least, int& value) {
@@ -54,6 +55,10 @@ bool TakeArgument(const char* argument, BenchOptions& options) {
 int main(int argc, char** argv) {
   if (argc == 4 && std::strcmp(argv[1], "--save") == 0) {
     SaveAndPrintPeak(argv[2], argv[3]);
+    return 0;
+  }
+  if (argc == 3 && std::strcmp(argv[1], "--window") == 0) {
+    ReadAndPrintPeak(argv[2]);
     return 0;
   }
   BenchOptions options;

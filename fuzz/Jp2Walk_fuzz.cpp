@@ -12,10 +12,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<zrk::Jp2Box> boxes;
   XString err;
   if (!zrk::WalkBoxes(file, boxes, err)) return 0;
-  zrk::ReadPlaceBoxes(file, boxes);
+  if (const auto places = zrk::ReadPlaceBoxes(file, boxes)) {
+    std::optional<zrk::GeoJp2> best;
+    zrk::FindBestGeoJp2(*places, best, err);
+  }
   constexpr std::int64_t kMostText = 1 << 16;
-  for (const zrk::Jp2Text& text : zrk::ListTexts(file, boxes)) {
-    zrk::ParseGmlGrid(zrk::ReadBoxText(file, *text.box, kMostText));
+  const auto texts = zrk::ListTexts(file, boxes);
+  for (const zrk::Jp2Text& text : texts.value_or(std::vector<zrk::Jp2Text>())) {
+    zrk::ParseGmlGrid(zrk::ReadBoxText(file, *text.box, kMostText).value_or(""));
   }
   return 0;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MemoryDisk.h"
+#include "XFormatTable.h"
 #include "XPath.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
@@ -22,12 +23,13 @@ inline void ReadCorner(ZRMBand& band, int level, bool isAtEnd) {
 /// Opens the bytes as a raster of the format through the dispatch and reads a few windows of every channel at a few
 /// levels. Images that are large for a fuzz run are opened but read at their corners only. A window is read of one
 /// channel after another, as programs do it, so that what one decoding gave serves them all.
-inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path, int id) {
+inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path, int id, XReadPolicy policy) {
   MemoryDisk disk;
   disk.Add(path, {data, size});
   const zrk::ScopedDisk scope(disk);
 
   XRSFile file;
+  file.SetReadPolicy(policy);
   XString err;
   if (!XRSFileIO::LoadFileRaster(&file, id, path, err, 0, kLevelNone, nullptr)) return;
   // Each channel decodes the same block again, so a few of thousands of channels tell as much as all of them.
@@ -43,7 +45,25 @@ inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char*
   }
 }
 
+/// Inputs of an odd number of bytes are read exactly, the others compatibly. What stands behind the end of an image
+/// means nothing in most formats, so that one more byte changes the policy alone.
+inline XReadPolicy PolicyOf(std::size_t size) {
+  return size % 2 == 1 ? kReadExact : kReadCompatible;
+}
+
+inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path, int id) {
+  ReadAsRaster(data, size, path, id, PolicyOf(size));
+}
+
 /// The same of the format that the path's extension tells.
 inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path) {
   ReadAsRaster(data, size, path, XRSFileIO::GetIDFromExt(XfnGetFileExt(path)));
+}
+
+/// Looks for the format by the first bytes, since the file's name tells nothing.
+inline void FindFormat(const std::uint8_t* data, std::size_t size) {
+  MemoryDisk disk;
+  disk.Add("/fuzz", {data, size});
+  const zrk::ScopedDisk scope(disk);
+  XfnFindFormatOfFile("/fuzz");
 }

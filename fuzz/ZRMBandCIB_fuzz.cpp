@@ -2,5 +2,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   ReadAsRaster(data, size, "/fuzz.i21");
+  FindFormat(data, size);
   return 0;
 }

@@ -1,6 +1,7 @@
 // The input is an HFA file. The first byte chooses the policy.
 
 #include "RasterFuzz.h"
+#include "XFormatId.h"
 #include "XLimits.h"
 #include "XReadPolicy.h"
 
@@ -11,7 +12,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   limits.imagePixels = 1 << 24;
   limits.tableBytes = 1 << 20;
   XfnSetLimits(limits);
-  XfnSetDefaultReadPolicy(data[0] & 1 ? kReadExact : kReadCompatible);
-  ReadAsRaster(data + 1, size - 1, "/fuzz.img");
+  ReadAsRaster(data + 1, size - 1, "/fuzz.img", kFormatHFA, data[0] & 1 ? kReadExact : kReadCompatible);
   return 0;
 }

@@ -18,8 +18,8 @@ class ZRMCompManager;
 // "Invalid ZRM composite manager"; "Invalid spatial reference : NULL"; "Invalid spatial reference : must be Map
 // coordinate system"; those that each names. A stop that `thread` is asked for gives 0 and an empty reason. A band that
 // can't be read, and tiles that can't be written, are passed over; in the exact policy (`XfnGetDefaultReadPolicy`) they
-// fail the export. The files are written under their names from the beginning. One thread does the work. Nothing is
-// thrown.
+// fail the export. The files are written under their names from the beginning. As many threads
+// make tiles as `XfnSetWorkerCount` grants, and the bytes are the same for any number. Nothing is thrown.
 
 /// The picture of all composites, three planes of bytes: blue, green, red. Composites are drawn from the last to the
 /// first over `backColour`.

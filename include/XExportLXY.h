@@ -18,7 +18,8 @@ class ZRMCompManager;
 // 65,500 on a side, or so many that the last level has 2^31 or more; those that each names; "Fail to create output LXY
 // index File". A stop that `thread` is asked for gives 0 and an empty reason; the tiles written so far stay, and there
 // is no index. A tile that can't be made is left out; in the exact policy (`XfnGetDefaultReadPolicy`) it fails the
-// export. One thread does the work. Nothing is thrown.
+// export. As many threads make tiles as `XfnSetWorkerCount` grants, and the bytes are the same for any number.
+// Nothing is thrown.
 
 /// Pictures of `tileSize` by `tileSize` pixels as JPEG files of quality 90, see `XfnConvertImage2JPG`. Bounds without
 /// an area: "Invalid output image size".

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tagXCodecState.h"
 #include "tagXFormat.h"
 #include "tagXFormatNotes.h"
 #include "tagXLayerOptions.h"
@@ -28,6 +29,10 @@ ZRKIO_API const tagXFormat* XfnFindFormat(int id);
 ZRKIO_API const tagXFormat* XfnFindFormatOfFile(const XString& path);
 /// The format behind a band, by the band's class; null for a band that no format made.
 ZRKIO_API const tagXFormat* XfnFindFormatOfBand(const ZRMBand* band);
+
+/// Looks for the decoder that the format of an id needs, as opening a file of it would. A format that needs none, or an
+/// id of no format, gives a state with its first values.
+ZRKIO_API tagXCodecState XfnFindCodec(int id);
 
 /// Whether the path leads to a file that can be opened and has any bytes, whatever its format. 1; or 0 with the reason
 /// in `err`: "No such file", a folder, a device or a pipe, no permission, "The file is empty".

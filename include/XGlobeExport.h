@@ -57,7 +57,11 @@ ZRKIO_API int XfnExport2PBI(XString path, ZRMCompManager* manager, int minLevel,
 ///   "Fail to create mosaic DEM data band"            no composite has heights, or the extent has none or too many
 ///                                                    posts of `maxLevel`
 ///   "Invalid PBE File : NULL"                        the extent holds no tile
-///   "Fail to crate PBE file"                         spelled so, for the reasons above
+///   "Fail to crate PBE file"                         spelled so: the file can't be made, or has no room on the disk
+///   "Invalid PBE File Information"                   a header has no room for so many levels
+///   "Fail to allocate PBI output data memory"        spelled so for heights too
+///   "Fail to allocate PBE output norm memory"        goes to the message box (XMessageBox.h), and `error` stays as it
+///                                                    is; in the exact policy it comes as the others
 ///   "Fail to write tiles to the file"
 ZRKIO_API int XfnExport2PBE(XString path, ZRMCompManager* manager, int minLevel, int maxLevel, double minLon,
                             double minLat, double maxLon, double maxLat, int withNormals, XString& error,
@@ -71,6 +75,12 @@ ZRKIO_API int XfnPlanGlobeExport(const tagXGlobeExport& what, tagXGlobePlan& pla
 /// room from the beginning. A record beside it, PATH.done, knows the tiles that are done; it stays until the caller
 /// removes it.
 ///
+/// With `share.target` the whole file gets that name, on the disk and in one step. A process that is killed at any
+/// moment leaves the whole file there, or file and record to go on with. The record then goes; that of a shared export
+/// stays, without its tiles, so that a shard that comes late knows the file by its time and its key. A record of a
+/// whole file of other sources does not keep a new export from beginning. An export of one process in which no tile was
+/// made leaves nothing.
+///
 /// Shards are parts of the work that any processes on any machines may make at any time and in any order, with the same
 /// order, key and number of shards. A level of pictures can be begun when the finer one is complete. A shard that
 /// has made its part of that level ends with 1, and `state.waitingLevel` tells what is left for a later call. A call
@@ -83,6 +93,7 @@ ZRKIO_API int XfnPlanGlobeExport(const tagXGlobeExport& what, tagXGlobePlan& pla
 ///   "Fail to write the record of tiles that are done", "Fail to read the record of tiles that are done"
 ///   "Level N is made of level M, which other shards have not completed"
 ///   "There is no such shard"                         the number is not among 1 to `share.numShards`
+///   "The unfinished file can't be opened again", "The finished file can't take the name of its target"
 ZRKIO_API int XfnContinueGlobeExport(const XString& path, ZRMCompManager* manager, const tagXGlobeExport& what,
                                      const tagXGlobeShare& share, tagXGlobeState& state, XString& error,
                                      XThread* thread);

@@ -46,7 +46,8 @@ class ZRKIO_API XRSFile2JP2 {
   /// they keep their value, and what does not fit becomes the nearest that does. 0, and an empty list as at first,
   /// leave samples as they are. A save with more than 16 bits is refused.
   void SetForcedPrecisions(const std::vector<int>& precisions) { precisions_ = precisions; }
-  /// Whether the place of the image is written; it is unless told otherwise.
+  /// Whether the place of the image is written; it is unless told otherwise. A coordinate system for which there are no
+  /// geokeys is left out of the place, and fails a save in the exact policy.
   void SetGeoreference(bool isWritten) { hasGeoreference_ = isWritten; }
 
   /// Writes the window x0 to x1, y0 to y1, inclusive, in pixels of the first band. Its pixels beyond the bands are 0;

@@ -16,7 +16,8 @@ class XThread;
 /// table; everything else is written plane by plane. A file of more than 4 GiB is a BigTIFF.
 ///
 /// A dataset of the exact read policy keeps more: its null value, the roles of its bands, scale and offset of samples,
-/// the texts that came with it, and a transform of any kind. It then is no save where a TIFF file can't hold that.
+/// the texts that came with it, its coordinate system, and a transform of any kind. A save fails where a TIFF file
+/// can't hold that.
 ///
 /// A file of the name is replaced when the new one is whole and on the medium, and stays where the save fails or is
 /// stopped; a symbolic link remains one. Until then the new file stands beside it, under the name with "_tmp" behind

@@ -27,7 +27,8 @@ class ZRKIO_API XSpatialReference {
   /// `code` as in the EPSG registry. Nothing is fetched from a network: the code has to be in the tables of the
   /// machine.
   int importFromEPSG(int code);
-  /// "WGS84", "WGS72", "NAD27", "NAD83" and their like. A geographic system in degrees results.
+  /// "WGS84", "WGS72", "NAD27", "NAD83" and their like, or "EPSG:" and the number of a geographic system. A geographic
+  /// system in degrees results. A projected system that is already set keeps its projection and gets this one as base.
   int SetWellKnownGeogCS(const XString& name);
   /// Zone 1 to 60 on WGS 84 unless a geographic system is already set, which then stays the base. Eastings and
   /// northings are in metres. Any other zone fails, and the base is lost then.

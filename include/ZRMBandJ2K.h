@@ -51,7 +51,8 @@ struct tagXJp2Codestream {
 /// cuts short are decoded as far as they go.
 ///
 /// Under the exact policy each channel has its own type, the samples of smaller components are repeated, and tiles that
-/// are not whole fail. The place is kept with its rotation.
+/// are not whole fail. The place is kept with its rotation, and a file fails to open where it may have a place that
+/// can't be read.
 ///
 /// Any number of threads may read the bands of one file at once, each with decoders of its own.
 class ZRKIO_API ZRMBandJ2K : public ZRMBandChannels<ZRMBandDRIO> {

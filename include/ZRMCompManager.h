@@ -36,8 +36,9 @@ class ZRKIO_API ZRMCompManager {
   void SetSR(const XSpatialReference& sr);
 
   /// The extent of the draw ranges of all composites in the manager's system: from west to east, then from south to
-  /// north. An extent that is warped is that of places along its edges and across it. 0, with the outputs as they were,
-  /// where there is no composite with a band that can be placed there.
+  /// north. An extent that is warped is that of places along its edges and across it. In degrees it has no gap: across
+  /// longitude 180 it goes on beyond 180 or before -180, and with a pole within it has all longitudes from -180 to 180.
+  /// 0, with the outputs as they were, where there is no composite with a band that can be placed there.
   int CalcTotalRange(double& minX, double& maxX, double& minY, double& maxY) const;
   /// The upper left corner of that extent; 0.0 without one.
   double GetULX() const;

@@ -32,8 +32,8 @@ struct tagXGlobeShare {
   int numShards = 1;
   bool resumes = false;  ///< goes on with what was begun; a shard always does
   XString key;           ///< what the sources are, in any words: what was begun with another key is not gone on with
-  /// Where the caller puts the file when it is whole, or empty. A shard that finds nothing begun, and there a file of
-  /// the whole length, has nothing to do.
+  /// The name that the file gets when it is whole, in place of another file of that name; empty where it keeps its own.
+  /// A call that finds the same export whole under that name has nothing to do.
   XString target;
 };
 
@@ -42,6 +42,6 @@ struct tagXGlobeState {
   std::int64_t numTiles = 0;
   std::int64_t numDone = 0;
   std::int64_t numMade = 0;  ///< by this call
-  bool isComplete = false;
-  int waitingLevel = -1;  ///< the level that can't be begun before other shards have completed the one it is made of
+  bool isComplete = false;   ///< the file is whole and has its name
+  int waitingLevel = -1;     ///< the level that can't be begun before other shards have completed the one it is made of
 };

@@ -72,6 +72,11 @@ Option& Option::Require() {
   return *this;
 }
 
+Option& Option::AllowNone() {
+  option_->required(false);
+  return *this;
+}
+
 Option& Option::SetRange(int least, int most) {
   CheckRange(*option_, least, most);
   return *this;
@@ -147,6 +152,11 @@ CommandLine::~CommandLine() = default;
 
 void CommandLine::SetVersion(const std::string& text, const std::string& description) {
   app_->set_version_flag("--version", text, description);
+}
+
+void CommandLine::AddOption(const char* name, const char* valueName, std::function<void(const std::string&)> take,
+                            const std::string& description) {
+  app_->add_option_function<std::string>(name, take, description)->type_name(valueName);
 }
 
 Command CommandLine::AddCommand(const char* name, const std::string& description, const std::string& epilogue) {

@@ -29,6 +29,8 @@ class Option {
 
   /// A command without it is refused.
   Option& Require();
+  /// A list may be empty, as of an argument that only some uses of a command take.
+  Option& AllowNone();
   /// Numbers outside are refused; both ends are allowed.
   Option& SetRange(int least, int most);
   Option& SetRange(double least, double most);
@@ -80,6 +82,9 @@ class CommandLine {
 
   /// --version prints the text.
   void SetVersion(const std::string& text, const std::string& description);
+  /// An option of the program itself, which stands before the subcommand. `take` gets its value before that runs.
+  void AddOption(const char* name, const char* valueName, std::function<void(const std::string&)> take,
+                 const std::string& description);
   Command AddCommand(const char* name, const std::string& description, const std::string& epilogue);
   /// Runs the chosen subcommand and answers its exit status: 0 also for help and version, 2 for a bad command, which is
   /// told on stderr.

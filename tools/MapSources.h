@@ -25,7 +25,10 @@ class MapSources {
 
   /// It belongs to this object.
   ZRMCompManager& GetManager() { return manager_; }
-  /// The smallest step from pixel to pixel in the middle of any image, in units of the map.
+  /// What the images are, in words that change where what they show does.
+  const std::string& GetKey() const { return key_; }
+  /// The smallest step from pixel to pixel in the middle of any image, in units of the map, in whatever direction it
+  /// is.
   double GetFinestPixel() const { return finestPixel_; }
 
  private:
@@ -38,4 +41,5 @@ class MapSources {
   std::vector<std::unique_ptr<XRSFile>> files_;
   ZRMCompManager manager_;  // its composites show bands of the files, and go before them
   double finestPixel_ = 0.0;
+  std::string key_;
 };

@@ -6,6 +6,7 @@
 #include "FormatTools.h"
 #include "Interrupt.h"
 #include "XBlockCache.h"
+#include "XCodecFolder.h"
 #include "XReadPolicy.h"
 #include "XSystem.h"
 #include "ZRKVersion.h"
@@ -54,6 +55,10 @@ const char* const kExamples =
 int Run(int argc, char** argv) {
   CommandLine program("zrkio", "Looks into raster and vector files of remote sensing and mapping.", kExamples);
   program.SetVersion(VersionText(), "Print the version and those of the libraries used");
+  program.AddOption(
+      "--codec-folder", "FOLDER", [](const std::string& folder) { XfnSetCodecFolder(folder); },
+      "Where decoders of ECW and MrSID files are looked for first; otherwise\nwhat ZRK_CODEC_FOLDER names. It stands "
+      "before the subcommand.");
   AddInfoCommand(program);
   AddBoundsCommand(program);
   AddReadCommand(program);

@@ -55,13 +55,14 @@ struct FileStatus {
 };
 
 /// How to open a file. Locks are asked for where the file system offers them. One that another holds fails the opening
-/// of a file to be written, or to be had alone; a file that is read is then opened without.
+/// of a file to be written, or to be had alone or together; a file that is read is then opened without.
 struct DiskOpen {
   bool read = true;
   bool write = false;
   bool create = false;     ///< an empty file, in place of one that is there
   bool exclusive = false;  ///< nobody else may have it open with a lock
   bool denyWrite = false;  ///< nobody else may have it locked for writing
+  bool together = false;   ///< nobody else may have it alone, and whoever asks for the same has it too
   bool ensure = false;     ///< an empty file where none is there; one that is there keeps its bytes
 };
 

@@ -153,14 +153,14 @@ int OpenModeBits(const DiskOpen& how) {
 int LockBits(const DiskOpen& how) {
   if (how.exclusive) return LOCK_EX;
   if (how.denyWrite) return how.write ? LOCK_EX : LOCK_SH;
-  return 0;
+  return how.together ? LOCK_SH : 0;
 }
 
 /// Whether a lock that was not given must fail the opening. It need not where the file system knows no locks, as many
 /// on a network. It need not either where a file is only read, because a reader does no harm to whoever holds the lock.
 bool MustBeLocked(const DiskOpen& how, int error) {
   const bool isUnknown = error == ENOSYS || error == ENOLCK || error == EOPNOTSUPP || error == ENOTSUP;
-  return (how.write || how.exclusive) && !isUnknown;
+  return (how.write || how.exclusive || how.together) && !isUnknown;
 }
 
 /// Takes the lock that is asked for, as far as it must be had; answers 0 or the errno.

@@ -18,6 +18,7 @@ constexpr double kPrecinctBytes = 300.0;  // of a precinct in one band
 constexpr double kFreeBytes = 32 << 20;   // that any file may take
 constexpr double kBytesPerByte = 1024.0;
 constexpr double kFreePackets = 1 << 20;
+constexpr std::int64_t kFreeTileComponents = 1 << 18;  // four components of as many tiles as can be
 
 constexpr double kImpossible = std::numeric_limits<double>::infinity();
 
@@ -82,6 +83,13 @@ bool IsPlausible(const J2kCost& cost, std::int64_t numBytes) {
   return cost.numBytes <= kFreeBytes + kBytesPerByte * bytes &&
          cost.numBytes <= static_cast<double>(XfnGetLimits().decodedTileBytes) &&
          cost.numPackets <= kFreePackets + 8.0 * bytes;
+}
+
+/// Whoever plans a window looks at each component of each tile. A file that is whole has a byte for each that has
+/// samples, and one that was cut short may have lost most of them.
+bool IsPlausible(const J2kHeader& header, std::int64_t numBytes) {
+  const std::int64_t parts = std::int64_t{header.CountTiles()} * std::ssize(header.components);
+  return parts <= kFreeTileComponents + 8 * numBytes;
 }
 
 std::int64_t CountWorkBytes(std::int64_t numBytes) {

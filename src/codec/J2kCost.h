@@ -23,6 +23,9 @@ double CountPrecincts(const J2kHeader& header, const J2kTileCoding& coding, cons
 /// Whether a tile whose parts have so many bytes may cost so much.
 bool IsPlausible(const J2kCost& cost, std::int64_t numBytes);
 
+/// Whether a codestream of so many bytes may have the tiles and components of its header.
+bool IsPlausible(const J2kHeader& header, std::int64_t numBytes);
+
 /// The bytes of decoded samples that may be in memory at a time for a tile whose parts have so many bytes. A file that
 /// is small may well hold a large image, of one colour. It is decoded in small pieces then.
 std::int64_t CountWorkBytes(std::int64_t numBytes);

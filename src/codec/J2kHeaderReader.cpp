@@ -32,6 +32,7 @@ constexpr int kMaxLevels = 32;
 constexpr int kMaxBlockBits = 10;         // of one side
 constexpr int kMaxBlockSamplesBits = 12;  // of both together
 constexpr std::size_t kMarkerBytes = 2;
+constexpr const char* kDiskFailsInHeader = "The disk fails within the codestream's header";
 
 using HeaderBytes = std::span<const unsigned char>;
 
@@ -150,7 +151,8 @@ bool ParseOfComponent(Cursor cursor, int numComponents, J2kTileCoding& coding) {
 }
 
 /// The segment TLM. Entries of several segments follow each other in the order of the segments. A list that is not
-/// whole is of no use, and the tile-parts are looked for in the codestream itself then.
+/// whole is of no use, and neither is one of more tile-parts than there can be. The tile-parts are looked for in the
+/// codestream itself then.
 bool ParseListedParts(Cursor cursor, std::vector<J2kListedPart>& parts) {
   cursor.U8();
   const int form = cursor.U8();
@@ -159,6 +161,7 @@ bool ParseListedParts(Cursor cursor, std::vector<J2kListedPart>& parts) {
   const std::size_t entryBytes = static_cast<std::size_t>(tileBytes) + (isLong ? 4 : 2);
   if (cursor.HasFailed() || tileBytes == 3) return false;
   while (cursor.Remaining() >= entryBytes) {
+    if (std::ssize(parts) >= kMaxJ2kParts) return false;
     J2kListedPart part;
     if (tileBytes == 1) part.tile = cursor.U8();
     if (tileBytes == 2) part.tile = cursor.U16BE();
@@ -178,9 +181,8 @@ int FindHeaderEnd(DiskFile& file, std::int64_t offset, std::int64_t end, std::in
   for (int i = 0; i < kMaxSegments && place - offset <= kMaxHeaderBytes; ++i) {
     unsigned char head[4] = {};
     const std::int64_t numBytes = std::min<std::int64_t>(sizeof head, end - place);
-    if (numBytes < 2 || file.ReadAt(place, head, numBytes) != numBytes) {
-      return RefuseHeader(err, "The codestream ends within its header");
-    }
+    if (numBytes < 2) return RefuseHeader(err, "The codestream ends within its header");
+    if (file.ReadAt(place, head, numBytes) != numBytes) return RefuseHeader(err, kDiskFailsInHeader);
     Cursor cursor(head);
     const std::uint16_t marker = cursor.U16BE();
     if (marker == kMarkerTilePart) {
@@ -275,20 +277,22 @@ int ParseJ2kHeader(std::vector<unsigned char> bytes, J2kHeader& header, XString&
     if (segment.marker != kMarkerTileLengths) continue;
     isWhole = isWhole && ParseListedParts(ContentOf(header.bytes, segment), header.listedParts);
   }
-  if (!isWhole) header.listedParts.clear();
+  if (!isWhole) header.listedParts = {};
   return 1;
 }
 
 int ReadJ2kHeader(DiskFile& file, std::int64_t offset, std::int64_t end, J2kHeader& header, XString& err) {
   unsigned char start[2] = {};
-  if (end - offset < 2 || file.ReadAt(offset, start, 2) != 2 || Cursor(start).U16BE() != kMarkerStart) {
+  const bool isThere = end - offset >= 2;
+  if (isThere && file.ReadAt(offset, start, 2) != 2) return RefuseHeader(err, kDiskFailsInHeader);
+  if (!isThere || Cursor(start).U16BE() != kMarkerStart) {
     return RefuseHeader(err, "The codestream does not begin with its marker");
   }
   std::int64_t headerEnd = 0;
   if (!FindHeaderEnd(file, offset, end, headerEnd, err)) return 0;
   std::vector<unsigned char> bytes(static_cast<std::size_t>(headerEnd - offset));
   if (file.ReadAt(offset, bytes.data(), headerEnd - offset) != headerEnd - offset) {
-    return RefuseHeader(err, "The disk fails within the codestream's header");
+    return RefuseHeader(err, kDiskFailsInHeader);
   }
   return ParseJ2kHeader(std::move(bytes), header, err);
 }

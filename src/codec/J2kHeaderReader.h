@@ -70,6 +70,9 @@ struct J2kTileCoding {
   std::vector<J2kCoding> ofComponents = {};
 };
 
+/// The most tile-parts that a codestream may have: eight for each of the most tiles.
+inline constexpr int kMaxJ2kParts = 1 << 19;
+
 /// One entry of the segments TLM: a tile-part in the order of the codestream.
 struct J2kListedPart {
   int tile = -1;  ///< -1 where the entries have no numbers: part n is that of tile n

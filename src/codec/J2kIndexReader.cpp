@@ -10,11 +10,11 @@
 #include "codec/Jp2Boxes.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace zrk {
 namespace {
 
-constexpr int kMaxParts = 1 << 19;
 constexpr std::int64_t kLeastPartBytes = 14;  // the head, and the marker in front of the data
 constexpr std::int64_t kEndBytes = 2;         // the marker at the end of the codestream
 
@@ -31,10 +31,11 @@ bool FindOpenEnd(DiskFile& file, std::int64_t end, J2kTilePart& part) {
   return true;
 }
 
-/// Whether the codestream ends here as it should.
-bool HasEndMarker(DiskFile& file, std::int64_t offset, std::int64_t end) {
+/// Whether the codestream ends here as it should. Nothing where the disk fails.
+std::optional<bool> HasEndMarker(DiskFile& file, std::int64_t offset, std::int64_t end) {
   unsigned char bytes[2] = {};
-  if (offset > end - kEndBytes || file.ReadAt(offset, bytes, kEndBytes) != kEndBytes) return false;
+  if (offset > end - kEndBytes) return false;
+  if (file.ReadAt(offset, bytes, kEndBytes) != kEndBytes) return std::nullopt;
   return Cursor(bytes).U16BE() == kMarkerEnd;
 }
 
@@ -55,7 +56,7 @@ J2kHeadFound ReadJ2kPartHead(DiskFile& file, std::int64_t offset, std::int64_t e
 }
 
 bool J2kIndex::TakeList(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end) {
-  if (header.listedParts.empty() || std::ssize(header.listedParts) > kMaxParts) return false;
+  if (header.listedParts.empty() || std::ssize(header.listedParts) > kMaxJ2kParts) return false;
   parts_.clear();
   for (const J2kListedPart& listed : header.listedParts) {
     const int ordinal = static_cast<int>(parts_.size());
@@ -64,7 +65,7 @@ bool J2kIndex::TakeList(DiskFile& file, const J2kHeader& header, std::int64_t of
     parts_.push_back({tile, ordinal, offset, listed.numBytes});
     offset += listed.numBytes;
   }
-  if (!HasEndMarker(file, offset, end)) return false;
+  if (!HasEndMarker(file, offset, end).value_or(false)) return false;
   isFromList_ = isWhole_ = true;
   Sort(header.CountTiles());
   return true;
@@ -73,7 +74,7 @@ bool J2kIndex::TakeList(DiskFile& file, const J2kHeader& header, std::int64_t of
 bool J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset, std::int64_t end) {
   parts_.clear();
   isFromList_ = false;
-  while (CountParts() < kMaxParts) {
+  while (CountParts() < kMaxJ2kParts) {
     J2kPartHead head;
     const J2kHeadFound found = ReadJ2kPartHead(file, offset, end, head);
     if (found == J2kHeadFound::kDiskFailed) return false;
@@ -83,9 +84,10 @@ bool J2kIndex::Walk(DiskFile& file, const J2kHeader& header, std::int64_t offset
     parts_.push_back(part);
     offset += part.numBytes;
   }
-  isWhole_ = HasEndMarker(file, offset, end);
+  const std::optional<bool> hasEnd = HasEndMarker(file, offset, end);
+  isWhole_ = hasEnd.value_or(false);
   Sort(header.CountTiles());
-  return true;
+  return hasEnd.has_value();
 }
 
 void J2kIndex::Sort(int numTiles) {

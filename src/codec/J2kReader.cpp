@@ -5,7 +5,7 @@
 // All coordinates of a codestream are those of one reference grid, and nothing of a tile depends on other tiles. So the
 // new codestream has the main header with the image cut to the tile, and the parts of the tile, which get the number 0.
 // Lists of lengths and comments are left out. Heads of packets that the main header holds for all tile-parts (PPM) are
-// replaced by those of the tile's own parts.
+// replaced by those of the tile's own parts; `J2kPackedHeads` has taken them apart.
 //
 // A part that the file cuts short is filled up with zeros where it is to be decoded as far as it goes. The decoder has
 // a mode for such parts, but reads outside of its memory in it.
@@ -17,12 +17,12 @@
 
 #include "base/Cursor.h"
 #include "base/Disk.h"
+#include "codec/J2kCost.h"
 #include "codec/J2kPacketReader.h"
 #include "codec/Jp2Boxes.h"
 
 #include <algorithm>
 #include <initializer_list>
-#include <map>
 #include <numeric>
 #include <utility>
 
@@ -30,7 +30,6 @@ namespace zrk {
 namespace {
 
 constexpr std::uint16_t kMarkerComponentSteps = 0xFF5D;   // QCC
-constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;      // PPM
 constexpr std::uint16_t kMarkerPackedPartHeads = 0xFF61;  // PPT
 constexpr std::uint16_t kMarkerOrderChange = 0xFF5F;      // POC
 constexpr std::size_t kMostParts = 255;                   // of one tile
@@ -103,44 +102,20 @@ int RefuseTile(XString& err, const char* sentence, int tile) {
   return 0;
 }
 
-/// What the segments PPM hold, put together in the order of their numbers: for each tile-part a length and the heads of
-/// its packets.
-CodeBytes JoinPackedHeads(const J2kHeader& header) {
-  std::map<int, std::pair<std::size_t, std::size_t>> places;
-  for (const J2kSegment& segment : header.segments) {
-    if (segment.marker != kMarkerPackedHeads || segment.numBytes < 5) continue;
-    places[header.bytes[segment.offset + 4]] = {segment.offset + 5, segment.numBytes - 5};
-  }
-  CodeBytes joined;
-  for (const auto& [number, place] : places) {
-    const auto first = header.bytes.begin() + static_cast<std::ptrdiff_t>(place.first);
-    joined.insert(joined.end(), first, first + static_cast<std::ptrdiff_t>(place.second));
-  }
-  return joined;
-}
-
-std::vector<CodeBytes> SplitPackedHeads(const CodeBytes& joined) {
-  std::vector<CodeBytes> heads;
-  Cursor cursor(joined);
-  while (cursor.Remaining() > 0) {
-    const std::size_t length = cursor.U32BE();
-    const std::span<const unsigned char> bytes = cursor.Bytes(length);
-    if (cursor.HasFailed()) break;
-    heads.emplace_back(bytes.begin(), bytes.end());
-  }
-  return heads;
-}
-
 }  // namespace
 
 std::shared_ptr<J2kReader> J2kReader::Open(std::shared_ptr<DiskFile> file, std::int64_t offset, std::int64_t end,
                                            XString& err) {
   std::shared_ptr<J2kReader> reader(new J2kReader);
   if (!ReadJ2kHeader(*file, offset, end, reader->header_, err)) return nullptr;
+  if (!IsPlausible(reader->header_, end - offset)) {
+    err = "The codestream is too short for its tiles and components";
+    return nullptr;
+  }
   reader->file_ = std::move(file);
   reader->offset_ = offset;
   reader->end_ = end;
-  reader->packedHeads_ = SplitPackedHeads(JoinPackedHeads(reader->header_));
+  reader->packedHeads_.Take(reader->header_);
   return reader;
 }
 
@@ -212,15 +187,37 @@ CodeBytes J2kReader::MakeTileHeader(int tile) const {
   return bytes;
 }
 
+/// Whether the main header has a list of heads for each tile-part, or none at all. Damage to one list leaves it open to
+/// which tile-parts the others belong, so that it counts for all tiles.
+bool J2kReader::ArePackedHeadsWhole(const J2kIndex& index) const {
+  if (!packedHeads_.AreThere()) return true;
+  const int numLists = packedHeads_.CountParts();
+  const bool areAll = index.IsWhole() ? numLists == index.CountParts() : numLists >= index.CountParts();
+  return packedHeads_.AreWhole() && areAll;
+}
+
+/// Heads stand in front of their packets, or together in the main header (PPM) or in those of the tile-parts (PPT).
+void J2kReader::CountHeads(const J2kTilePart& part, std::span<const unsigned char> header,
+                           std::span<const J2kSegment> segments, HeadBytes& heads) const {
+  constexpr std::int64_t kMarkBytes = 2, kSegmentHeadBytes = 5;
+  heads.inData += part.numBytes - J2kPartHead::kBytes - std::ssize(header) - kMarkBytes;
+  heads.areInHeaders = heads.areInHeaders || packedHeads_.AreThere();
+  heads.inHeaders += std::ssize(packedHeads_.ListOf(part.ordinal));
+  for (const J2kSegment& segment : segments) {
+    if (segment.marker != kMarkerPackedPartHeads) continue;
+    heads.areInHeaders = true;
+    heads.inHeaders += static_cast<std::int64_t>(segment.numBytes) - kSegmentHeadBytes;
+  }
+}
+
 /// A part for which there are no heads gets an empty list.
-void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes& header) {
-  if (packedHeads_.empty()) return;
+void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes& header) const {
+  if (packedHeads_.CountParts() == 0) return;
   CodeBytes joined;
   for (const J2kTilePart& part : parts) {
-    const auto place = static_cast<std::size_t>(part.ordinal);
-    const CodeBytes* const heads = place < packedHeads_.size() ? &packedHeads_[place] : nullptr;
-    AppendBig(joined, heads ? static_cast<std::uint32_t>(heads->size()) : 0, 4);
-    if (heads) joined.insert(joined.end(), heads->begin(), heads->end());
+    const std::span<const unsigned char> heads = packedHeads_.ListOf(part.ordinal);
+    AppendBig(joined, static_cast<std::uint32_t>(heads.size()), 4);
+    joined.insert(joined.end(), heads.begin(), heads.end());
   }
   constexpr std::size_t kMostBytes = 65535 - 3;
   std::uint32_t number = 0;
@@ -236,7 +233,7 @@ void J2kReader::AddPackedHeads(const std::vector<J2kTilePart>& parts, CodeBytes&
 }
 
 /// The bytes between the head of a part and the marker in front of its data. Most headers are short.
-int J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBytes& header, XString& err) {
+J2kReader::HeaderFound J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBytes& header) {
   const std::int64_t most = std::min(part.numBytes, end_ - part.offset) - J2kPartHead::kBytes;
   header.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(most, 0, 4096)));
   std::size_t place = 0;
@@ -248,41 +245,44 @@ int J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBytes& header, XStrin
       const std::uint16_t marker = cursor.U16BE();
       if (!cursor.HasFailed() && marker == kMarkerData) {
         header.resize(place);
-        return 1;
+        return HeaderFound::kRead;
       }
       const std::size_t length = cursor.U16BE();
-      if (length < 2 && !cursor.HasFailed()) return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+      if (length < 2 && !cursor.HasFailed()) return HeaderFound::kDamaged;
       cursor.Skip(length < 2 ? 0 : length - 2);
     }
     // The header goes on behind what was read: more of it is read, and the segment is looked at again.
-    if (std::ssize(header) >= most || header.size() >= kMaxPartHeaderBytes) break;
+    if (std::ssize(header) >= most || header.size() >= kMaxPartHeaderBytes) return HeaderFound::kDamaged;
     header.resize(static_cast<std::size_t>(std::min<std::int64_t>(most, std::ssize(header) * 4)));
   }
-  return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+  return HeaderFound::kDiskFailed;
 }
 
 /// A tile may be coded in another way than the main header says. Its first part tells so.
-int J2kReader::ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err) {
+J2kReader::HeaderFound J2kReader::ReadTileCoding(const J2kTilePart& first, Tile& result) {
   CodeBytes header;
-  if (!ReadPartHeader(part, header, err)) return 0;
+  const HeaderFound found = ReadPartHeader(first, header);
+  if (found != HeaderFound::kRead) return found;
   std::vector<J2kSegment> segments;
   const int numComponents = static_cast<int>(header_.components.size());
-  if (ListJ2kSegments(header, 0, segments) && !IsOutOfOrder(segments) &&
-      ParseJ2kCoding(header, segments, numComponents, coding))
-    return 1;
-  return RefuseTile(err, "The header of tile %d is damaged", part.tile);
+  const bool isSound = ListJ2kSegments(header, 0, segments) && !IsOutOfOrder(segments) &&
+                       ParseJ2kCoding(header, segments, numComponents, result.coding);
+  CountHeads(first, header, segments, result.heads);
+  return isSound ? HeaderFound::kRead : HeaderFound::kDamaged;
 }
 
-/// Whether a part behind the first says anew how the tile is coded. It may not, and a decoder may follow it all the
-/// same.
-bool J2kReader::HasLateCoding(const std::vector<J2kTilePart>& parts) {
-  XString ignored;
-  return std::any_of(parts.begin() + 1, parts.end(), [&](const J2kTilePart& part) {
+/// Parts behind the first may not say anew how the tile is coded, and a decoder may follow them all the same.
+J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>& parts, Tile& result) {
+  for (auto part = parts.begin() + 1; part != parts.end(); ++part) {
     CodeBytes header;
     std::vector<J2kSegment> segments;
-    return ReadPartHeader(part, header, ignored) && ListJ2kSegments(header, 0, segments) &&
-           HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding});
-  });
+    const HeaderFound found = ReadPartHeader(*part, header);
+    if (found == HeaderFound::kDiskFailed) return found;
+    const bool isListed = found == HeaderFound::kRead && ListJ2kSegments(header, 0, segments);
+    if (isListed && HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding})) return HeaderFound::kDamaged;
+    CountHeads(*part, header, segments, result.heads);
+  }
+  return HeaderFound::kRead;
 }
 
 /// Takes the packets of a level alone, where all parts list the lengths of theirs and these fit. An empty packet, which
@@ -290,15 +290,15 @@ bool J2kReader::HasLateCoding(const std::vector<J2kTilePart>& parts) {
 bool J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result) {
   const std::optional<J2kPacketCount> count =
       CountPackets(header_, result.coding, header_.GetTileRect(parts.front().tile), level);
-  if (!count || !packedHeads_.empty() || count->needed == count->all) return false;
+  if (!count || packedHeads_.CountParts() > 0 || count->needed == count->all) return false;
   std::int64_t numLeft = count->needed;
   std::vector<std::int64_t> kept;  // bytes of each part that is taken
-  XString ignored;
   for (const J2kTilePart& part : parts) {
     CodeBytes header;
     std::vector<J2kSegment> segments;
-    if (part.IsCut(end_) || !ReadPartHeader(part, header, ignored) || !ListJ2kSegments(header, 0, segments))
-      return false;
+    const bool isListed =
+        !part.IsCut(end_) && ReadPartHeader(part, header) == HeaderFound::kRead && ListJ2kSegments(header, 0, segments);
+    if (!isListed) return false;
     if (HoldsAny(segments, {kMarkerPackedPartHeads, kMarkerOrderChange})) return false;
     const std::vector<std::uint32_t> lengths = ParsePacketLengths(header, segments);
     const std::int64_t before = J2kPartHead::kBytes + std::ssize(header) + 2;
@@ -331,6 +331,19 @@ int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XSt
   return 1;
 }
 
+int J2kReader::MakeStream(const std::vector<J2kTilePart>& parts, int level, Tile& result, XString& err) {
+  result.stream = std::make_unique<J2kStream>(file_);
+  CodeBytes header = MakeTileHeader(parts.front().tile);
+  AddPackedHeads(parts, header);
+  result.stream->AddBytes(std::move(header));
+  for (const J2kTilePart& part : parts) result.numBytes += std::min(part.numBytes, end_ - part.offset);
+  if ((level == 0 || !AddNeededPackets(parts, level, result)) && !AddParts(parts, result, err)) return 0;
+  CodeBytes mark;
+  AppendBig(mark, kMarkerEnd, 2);
+  result.stream->AddBytes(std::move(mark));
+  return 1;
+}
+
 int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err) {
   result = {};
   std::optional<std::vector<J2kTilePart>> found = FindParts(tile);
@@ -346,18 +359,15 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   if (parts.empty()) return isStrict ? RefuseTile(err, "The file has no tile %d", tile) : 1;
   if (isStrict && !hasAll) return RefuseTile(err, "The file lacks a part of tile %d", tile);
   result.coding = header_.coding;
-  if (!ReadTileCoding(parts.front(), result.coding, err)) return isCut && !isStrict;
-  if (HasLateCoding(parts)) return RefuseTile(err, "The header of tile %d is damaged", tile);
-  result.stream = std::make_unique<J2kStream>(file_);
-  CodeBytes header = MakeTileHeader(tile);
-  AddPackedHeads(parts, header);
-  result.stream->AddBytes(std::move(header));
-  for (const J2kTilePart& part : parts) result.numBytes += std::min(part.numBytes, end_ - part.offset);
-  if ((level == 0 || !AddNeededPackets(parts, level, result)) && !AddParts(parts, result, err)) return 0;
-  CodeBytes mark;
-  AppendBig(mark, kMarkerEnd, 2);
-  result.stream->AddBytes(std::move(mark));
-  return 1;
+  HeaderFound header = ReadTileCoding(parts.front(), result);
+  if (header == HeaderFound::kDamaged && isCut && !isStrict) return 1;
+  if (header == HeaderFound::kRead) header = CheckLaterParts(parts, result);
+  if (header == HeaderFound::kDiskFailed) return RefuseTile(err, "The disk fails within tile %d", tile);
+  if (header == HeaderFound::kDamaged) return RefuseTile(err, "The header of tile %d is damaged", tile);
+  if (isStrict && !ArePackedHeadsWhole(*GetIndex())) {
+    return RefuseTile(err, "The codestream lacks heads of packets of tile %d", tile);
+  }
+  return MakeStream(parts, level, result, err);
 }
 
 }  // namespace zrk

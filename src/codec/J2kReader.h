@@ -2,6 +2,7 @@
 
 #include "codec/J2kHeaderReader.h"
 #include "codec/J2kIndexReader.h"
+#include "codec/J2kPackedHeads.h"
 #include "codec/J2kStream.h"
 
 #include <cstdint>
@@ -27,11 +28,20 @@ class J2kReader {
   /// The index, made at the first call; null where the disk fails.
   std::shared_ptr<const J2kIndex> GetIndex();
 
+  /// The bytes that may hold the heads of a tile's packets.
+  struct HeadBytes {
+    std::int64_t inData = 0;     ///< with the packets themselves
+    std::int64_t inHeaders = 0;  ///< of the codestream and of the tile-parts
+    bool areInHeaders = false;
+
+    std::int64_t Count() const { return areInHeaders ? inHeaders : inData; }
+  };
   /// A tile of the codestream as a codestream of its own.
   struct Tile {
     std::unique_ptr<J2kStream> stream;  ///< null for a tile that is missing
     J2kTileCoding coding;               ///< of this tile
     std::int64_t numBytes = 0;          ///< of its tile-parts
+    HeadBytes heads;
   };
   /// Makes the codestream of a tile, to be decoded at a level. Packets that the level does not need are left out where
   /// the header lists their lengths. Where `isStrict`, a tile that is missing or not whole fails. 1, or 0 with the
@@ -39,26 +49,33 @@ class J2kReader {
   int OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err);
 
  private:
+  /// What becomes of reading the header of a tile-part.
+  enum class HeaderFound { kRead, kDamaged, kDiskFailed };
+
   J2kReader() = default;
 
   std::optional<std::vector<J2kTilePart>> FindParts(int tile);
   std::shared_ptr<const J2kIndex> MakeIndex(bool mayTakeList);
   bool Holds(std::vector<J2kTilePart>& parts);
   std::vector<unsigned char> MakeTileHeader(int tile) const;
-  void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header);
+  void AddPackedHeads(const std::vector<J2kTilePart>& parts, std::vector<unsigned char>& header) const;
+  bool ArePackedHeadsWhole(const J2kIndex& index) const;
   int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
-  int ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header, XString& err);
-  int ReadTileCoding(const J2kTilePart& part, J2kTileCoding& coding, XString& err);
-  bool HasLateCoding(const std::vector<J2kTilePart>& parts);
+  HeaderFound ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header);
+  HeaderFound ReadTileCoding(const J2kTilePart& first, Tile& result);
+  HeaderFound CheckLaterParts(const std::vector<J2kTilePart>& parts, Tile& result);
+  void CountHeads(const J2kTilePart& part, std::span<const unsigned char> header, std::span<const J2kSegment> segments,
+                  HeadBytes& heads) const;
+  int MakeStream(const std::vector<J2kTilePart>& parts, int level, Tile& result, XString& err);
   bool AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
 
   std::shared_ptr<DiskFile> file_;
   std::int64_t offset_ = 0;
   std::int64_t end_ = 0;
   J2kHeader header_;
+  J2kPackedHeads packedHeads_;
   std::mutex mutex_;
-  std::shared_ptr<const J2kIndex> index_;                // guarded by the mutex; what it points to never changes
-  std::vector<std::vector<unsigned char>> packedHeads_;  // by the ordinal of the tile-part
+  std::shared_ptr<const J2kIndex> index_;  // guarded by the mutex; what it points to never changes
 };
 
 }  // namespace zrk

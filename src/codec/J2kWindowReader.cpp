@@ -7,7 +7,7 @@
 // same tile, whose bytes the decoder has in memory.
 //
 // A large area of a file that is small for it is decoded in stripes, so that the decoder's memory stays in proportion
-// to the file.
+// to the file. Where a stripe has too many components for that, half of them are decoded after the others.
 
 #include "codec/J2kWindowReader.h"
 
@@ -25,6 +25,8 @@ namespace {
 
 constexpr std::int64_t kFewSamples = 1 << 18;       // for which threads are not worth starting
 constexpr std::int64_t kMostKeptBytes = 256 << 20;  // of coded data that a thread may keep
+constexpr std::int64_t kSampleBytes = 4;            // of a decoder's planes
+constexpr std::int64_t kStripeUnit = 256;           // rows of a level; a stripe has two units at least
 
 J2kRect Unite(const J2kRect& a, const J2kRect& b) {
   if (a.IsEmpty()) return b;
@@ -71,13 +73,28 @@ std::vector<int> ListTiles(const J2kHeader& header, const J2kRect& area) {
   return tiles;
 }
 
-std::int64_t CountSamples(const J2kHeader& header, const J2kRect& area, int level) {
+/// The samples of an area in some components, or in all where the list is empty.
+std::int64_t CountSamples(const J2kHeader& header, const J2kRect& area, int level, std::span<const int> components) {
   std::int64_t count = 0;
-  for (int c = 0; c < std::ssize(header.components); ++c) {
-    const J2kRect rect = header.ReduceRect(area, c, level);
+  const auto add = [&](int component) {
+    const J2kRect rect = header.ReduceRect(area, component, level);
     if (!rect.IsEmpty()) count += rect.Width() * rect.Height();
-  }
+  };
+  std::ranges::for_each(components, add);
+  for (int c = 0; components.empty() && c < std::ssize(header.components); ++c) add(c);
   return count;
+}
+
+/// The request for the first half of the components that it wants, or for the others.
+J2kRequest HalfOf(const J2kRequest& request, bool isFirst) {
+  J2kRequest half = request;
+  const auto isWanted = [](const J2kRect& rect) { return !rect.IsEmpty(); };
+  const auto most = std::ranges::count_if(request.rects, isWanted) / 2;
+  std::ptrdiff_t number = 0;
+  for (J2kRect& rect : half.rects) {
+    if (isWanted(rect) && (number++ < most) != isFirst) rect = {};
+  }
+  return half;
 }
 
 bool Contains(const J2kRect& outer, const J2kRect& inner) {
@@ -129,8 +146,14 @@ int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Sess
   session = {};
   if (!tile.stream) return 1;
   const J2kHeader& header = reader_->GetHeader();
-  if (!IsPlausible(EstimateJ2kCost(header, tile.coding, work.rect), tile.numBytes)) {
+  const J2kCost cost = EstimateJ2kCost(header, tile.coding, work.rect);
+  if (!IsPlausible(cost, tile.numBytes)) {
     err.Format("The file is too short for what tile %d promises", work.tile);
+    return 0;
+  }
+  // A head takes a byte at least. Decoders take heads that are missing for those of empty packets.
+  if (request.isStrict && cost.numPackets > static_cast<double>(tile.heads.Count())) {
+    err.Format("The codestream lacks heads of packets of tile %d", work.tile);
     return 0;
   }
   session.decoder = MakeJ2kDecoder();
@@ -167,6 +190,17 @@ int J2kWindowReader::DecodePiece(const TileWork& work, const J2kRect& area, Sess
   return 1;
 }
 
+/// Whether the planes of the lowest stripe are too large for a file so small. Components that are mixed with each other
+/// can't be decoded apart.
+bool J2kWindowReader::MustHalve(const J2kRequest& request, const TileWork& work, const Session& session) const {
+  const auto numWanted = std::ranges::count_if(request.rects, [](const J2kRect& rect) { return !rect.IsEmpty(); });
+  if (session.coding.mixesComponents || numWanted < 2) return false;
+  J2kRect stripe = work.area;
+  stripe.y1 = std::min(stripe.y1, stripe.y0 + (2 * kStripeUnit << work.level));
+  const std::int64_t samples = CountSamples(reader_->GetHeader(), stripe, work.level, work.settings.components);
+  return samples * kSampleBytes > CountWorkBytes(session.numBytes);
+}
+
 /// Stripes have so many rows of the reference grid that each component has samples in each of them.
 int J2kWindowReader::DecodeTile(const TileWork& work, const int* cancel, Session& session, J2kSink& sink,
                                 XString& err) {
@@ -185,11 +219,12 @@ int J2kWindowReader::DecodeTile(const TileWork& work, const int* cancel, Session
       return 0;
     }
   }
-  constexpr std::int64_t kSampleBytes = 4, kUnit = 256;
   const std::int64_t workBytes = CountWorkBytes(session.numBytes);
-  const std::int64_t needed = CountSamples(header, area, work.level) * kSampleBytes;
+  const std::span<const int> decoded =
+      session.coding.mixesComponents ? std::span<const int>() : std::span<const int>(work.settings.components);
+  const std::int64_t needed = CountSamples(header, area, work.level, decoded) * kSampleBytes;
   if (needed <= workBytes) return DecodePiece(work, area, session, sink, err);
-  const std::int64_t unit = kUnit << work.level;
+  const std::int64_t unit = kStripeUnit << work.level;
   const std::int64_t rows = std::max(area.Height() / (needed / workBytes + 1), 2 * unit);
   for (std::int64_t y = area.y0; y < area.y1;) {
     if (XfnIsStopRequested(cancel)) return 0;
@@ -206,7 +241,8 @@ int J2kWindowReader::ReadTile(const J2kRequest& request, int tile, int numThread
   if (XfnIsStopRequested(cancel)) return 0;
   TileWork work = PlanTile(request, tile);
   if (work.IsEmpty()) return 1;
-  const bool isSmall = CountSamples(reader_->GetHeader(), work.area, request.level) < kFewSamples;
+  const bool isSmall =
+      CountSamples(reader_->GetHeader(), work.area, request.level, work.settings.components) < kFewSamples;
   work.settings.numThreads = isSmall ? 1 : numThreads;
   const bool isOpen = session.decoder && session.tile == tile && session.settings == work.settings;
   if (!isOpen && !OpenSession(request, work, session, err)) return 0;
@@ -215,6 +251,11 @@ int J2kWindowReader::ReadTile(const J2kRequest& request, int tile, int numThread
       if (!work.parts[static_cast<std::size_t>(c)].IsEmpty()) sink.Miss(c, work.parts[static_cast<std::size_t>(c)]);
     }
     return 1;
+  }
+  if (MustHalve(request, work, session)) {
+    session = {};
+    return ReadTile(HalfOf(request, true), tile, numThreads, cancel, session, sink, err) &&
+           ReadTile(HalfOf(request, false), tile, numThreads, cancel, session, sink, err);
   }
   const int isDone = DecodeTile(work, cancel, session, sink, err);
   if (!isDone || !session.decoder->CanDecodeAgain() || session.numBytes > kMostKeptBytes) session = {};

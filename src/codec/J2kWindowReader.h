@@ -61,6 +61,7 @@ class J2kWindowReader {
   int ReadTile(const J2kRequest& request, int tile, int numThreads, const int* cancel, Session& session, J2kSink& sink,
                XString& err);
   int OpenSession(const J2kRequest& request, TileWork& work, Session& session, XString& err);
+  bool MustHalve(const J2kRequest& request, const TileWork& work, const Session& session) const;
   int DecodeTile(const TileWork& work, const int* cancel, Session& session, J2kSink& sink, XString& err);
   int DecodePiece(const TileWork& work, const J2kRect& area, Session& session, J2kSink& sink, XString& err);
 

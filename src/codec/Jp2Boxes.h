@@ -55,6 +55,7 @@ inline constexpr std::uint16_t kMarkerComponentCoding = 0xFF53;  ///< COC
 inline constexpr std::uint16_t kMarkerQuantization = 0xFF5C;     ///< QCD
 inline constexpr std::uint16_t kMarkerTileLengths = 0xFF55;      ///< TLM
 inline constexpr std::uint16_t kMarkerPacketLengths = 0xFF58;    ///< PLT
+inline constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;      ///< PPM
 inline constexpr std::uint16_t kMarkerComment = 0xFF64;          ///< COM
 inline constexpr std::uint16_t kMarkerTilePart = 0xFF90;         ///< SOT
 inline constexpr std::uint16_t kMarkerData = 0xFF93;             ///< SOD

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <numeric>
 
 namespace zrk {
@@ -140,6 +141,10 @@ void BandPainter::Begin() {
   scratch_.shown.resize(width);
   scratch_.inside.resize(width);
   scratch_.places.resize(width);
+  if (kept_) {
+    kept_->numHalves = numHalves_;
+    for (auto& quarter : kept_->planes) quarter.assign(numHalves_ > 1 ? size : 0, 0);
+  }
   if (plane_->isWhole) return;
   if (numHalves_ > 1) {
     scratch_.sums.assign(size, 0);
@@ -167,13 +172,15 @@ PaintResult BandPainter::PaintUnturned(const Affine& map) {
   const PaintResult read = Read(window);
   if (read != PaintResult::kPainted) return read;
 
-  plane_->isWhole = !band_.look->HasEmpty() && CoverBlock();
+  plane_->isWhole = !band_.look->HasEmpty() && !HasMasks() && CoverBlock();
   Begin();
   if (plane_->isWhole && numHalves_ > 1) {
     PaintWholeMeans();
+    if (kept_) KeepWholeQuarters();
     return PaintResult::kPainted;
   }
   for (int half = 0; half < numHalves_ * numHalves_; ++half) {
+    quarter_ = static_cast<std::size_t>(half);
     PaintAxes(scratch_.columns[static_cast<std::size_t>(half % numHalves_)],
               scratch_.rows[static_cast<std::size_t>(half / numHalves_)]);
   }
@@ -232,6 +239,26 @@ void BandPainter::PaintWholeMeans() {
     unsigned char* const __restrict bytes = plane_->bytes.data() + PlaceInBlock(0, y);
     for (std::size_t i = 0; i < count; ++i) {
       bytes[i] = static_cast<unsigned char>((sums[left[i]] + sums[right[i]] + 2) >> 2);
+    }
+  }
+}
+
+/// Quarters differ only where some are opaque and others are not.
+void BandPainter::KeepWholeQuarters() {
+  const std::vector<unsigned char>& means = plane_->bytes;
+  const bool isEven = std::adjacent_find(means.begin(), means.end(), std::not_equal_to<>()) == means.end();
+  if (isEven && (means.front() == 0 || means.front() == 255)) return;
+  const auto count = static_cast<std::size_t>(block_.Width());
+  for (int y = 0; y < block_.Height(); ++y) {
+    for (std::size_t half = 0; half < 2; ++half) {
+      const int row = samples_.RowOf(scratch_.rows[half].pixels[static_cast<std::size_t>(y)]);
+      const unsigned char* const bytes = LookAtRow(row, scratch_.bytes);
+      unsigned char* const left = kept_->planes[2 * half].data() + PlaceInBlock(0, y);
+      unsigned char* const right = kept_->planes[2 * half + 1].data() + PlaceInBlock(0, y);
+      for (std::size_t i = 0; i < count; ++i) {
+        left[i] = bytes[scratch_.places[i]];
+        right[i] = bytes[scratch_.otherPlaces[i]];
+      }
     }
   }
 }
@@ -311,6 +338,7 @@ PaintResult BandPainter::PaintPatches(const PlaceMap& map, double shift) {
   areAllShown_ = true;
   for (int i = 0; i < numLists; ++i) {
     const PatchList& list = scratch_.patches[static_cast<std::size_t>(i)];
+    quarter_ = static_cast<std::size_t>(i);
     for (const Patch& patch : list.GetPatches()) PaintPatch(list, patch);
   }
   if (numHalves_ == 1) plane_->isWhole = areAllShown_;
@@ -395,6 +423,7 @@ void BandPainter::PutRow(int x, int y, int count) {
   const std::size_t place = PlaceInBlock(x, y);
   const auto numPixels = static_cast<std::size_t>(count);
   if (numHalves_ > 1) {
+    MaskRow(place, numPixels);
     AddRow(place, numPixels);
     return;
   }
@@ -407,6 +436,19 @@ void BandPainter::PutRow(int x, int y, int count) {
     bytes[i] = static_cast<unsigned char>((newBytes[i] & mask) | (bytes[i] & ~mask));
     shown[i] = static_cast<unsigned char>(shown[i] | mask);
   }
+}
+
+/// A picture has any colours where it is clear, and they would show at the rim of what is opaque.
+void BandPainter::MaskRow(std::size_t place, std::size_t count) {
+  unsigned char* const shown = scratch_.shown.data();
+  if (HasMasks()) {
+    const unsigned char* const mask = masks_->planes[quarter_].data() + place;
+    for (std::size_t i = 0; i < count; ++i) shown[i] = mask[i] > 0 ? shown[i] : 0;
+  }
+  if (!kept_) return;
+  unsigned char* const kept = kept_->planes[quarter_].data() + place;
+  for (std::size_t i = 0; i < count; ++i)
+    kept[i] = static_cast<unsigned char>(kept[i] | (scratch_.bytes[i] & shown[i]));
 }
 
 /// Only what is shown counts for a mean.

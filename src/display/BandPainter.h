@@ -47,6 +47,11 @@ class BandPainter {
   BandPainter(const PictureGrid& grid, const SystemBridge& bridge, const PaintedBand& band, int method,
               DrawScratch& scratch, int* cancel);
 
+  /// For the band that tells opacity: keeps it for each quarter of the pixels, where they have quarters.
+  void KeepQuarters(OpacityQuarters& quarters) { kept_ = &quarters; }
+  /// For the other bands: leaves quarters that are not opaque at all out of means.
+  void PassOver(const OpacityQuarters& quarters) { masks_ = &quarters; }
+
   /// Fills the plane with the block's bytes.
   PaintResult Paint(const Window& block, BandPlane& plane);
 
@@ -64,6 +69,8 @@ class BandPainter {
   bool CoverBlock() const;
   void PaintAxes(BlockAxis& columns, BlockAxis& rows);
   void PaintWholeMeans();
+  void KeepWholeQuarters();
+  bool HasMasks() const { return masks_ && numHalves_ > 1 && masks_->numHalves == numHalves_; }
   const unsigned char* LookAtRow(int row, std::vector<unsigned char>& bytes);
   void PlaceColumns(const BlockAxis& columns, std::vector<int>& places) const;
   void PaintPatch(const PatchList& list, const Patch& patch);
@@ -71,6 +78,7 @@ class BandPainter {
   void LocateRow(const PatchRow& row, int count);
   bool LocateLine(int count);
   void PutRow(int x, int y, int count);
+  void MaskRow(std::size_t place, std::size_t count);
   void AddRow(std::size_t place, std::size_t count);
 
   std::size_t PlaceInBlock(int x, int y) const {
@@ -87,7 +95,10 @@ class BandPainter {
   Window block_;
   BandPlane* plane_ = nullptr;
   int level_ = 0;
-  int numHalves_ = 1;  // 2 where a pixel is the mean of two by two
+  int numHalves_ = 1;        // 2 where a pixel is the mean of two by two
+  std::size_t quarter_ = 0;  // which of them is painted
+  OpacityQuarters* kept_ = nullptr;
+  const OpacityQuarters* masks_ = nullptr;
   bool isBegun_ = false;
   bool areAllShown_ = false;
   BandSamples samples_;

@@ -1,5 +1,6 @@
 // A picture is drawn block by block. For each block every band that is shown gives a plane of bytes; the planes are
-// then put together to pixels, where any of them shows something.
+// then put together to pixels, where any of them shows something. The opacity of a composite that has one is looked at
+// first: a block that is clear is passed over, and one that is opaque is drawn like any other.
 
 #include "display/CompositeDraw.h"
 
@@ -57,8 +58,28 @@ int CompositeDraw::Draw(const Window& window) {
   return result;
 }
 
-/// Each band leaves its plane before the next one is read: a band's samples are gone with the next read of its file.
 PaintResult CompositeDraw::DrawBlock(const Window& block) {
+  isMixed_ = false;
+  PaintResult result = PaintResult::kPainted;
+  if (ready_.opacityLook) result = PaintOpacity(block);
+  if (result == PaintResult::kPainted) result = DrawColours(block);
+  return result == PaintResult::kTooLarge ? DrawParts(block) : result;
+}
+
+/// Nothing is drawn where nothing is opaque.
+PaintResult CompositeDraw::PaintOpacity(const Window& block) {
+  BandPlane& plane = buffer_.scratch.opacity;
+  BandPainter painter(buffer_.grid, bridge_, ready_.opacity, method_, buffer_.scratch, cancel_);
+  painter.KeepQuarters(buffer_.scratch.quarters);
+  const PaintResult painted = painter.Paint(block, plane);
+  if (painted != PaintResult::kPainted) return painted;
+  const auto [least, most] = std::minmax_element(plane.bytes.begin(), plane.bytes.end());
+  isMixed_ = *least < 255;
+  return *most > 0 ? painted : PaintResult::kNothing;
+}
+
+/// Each band leaves its plane before the next one is read: a band's samples are gone with the next read of its file.
+PaintResult CompositeDraw::DrawColours(const Window& block) {
   PaintResult result = PaintResult::kNothing;
   isWhole_ = false;
   for (std::size_t i = 0; i < isPainted_.size(); ++i) {
@@ -66,9 +87,9 @@ PaintResult CompositeDraw::DrawBlock(const Window& block) {
     if (!ready_.looks[i]) continue;
     BandPlane& plane = buffer_.scratch.planes[i];
     BandPainter painter(buffer_.grid, bridge_, ready_.bands[i], method_, buffer_.scratch, cancel_);
+    if (isMixed_) painter.PassOver(buffer_.scratch.quarters);
     const PaintResult painted = painter.Paint(block, plane);
-    if (painted == PaintResult::kTooLarge) return DrawParts(block);
-    if (painted == PaintResult::kFailed) return painted;
+    if (painted == PaintResult::kTooLarge || painted == PaintResult::kFailed) return painted;
     if (painted == PaintResult::kNothing) continue;
     isPainted_[i] = true;
     isWhole_ |= plane.isWhole;
@@ -112,6 +133,10 @@ void CompositeDraw::ComposeRow(int width, std::size_t place, unsigned char* targ
     const bool isThere = band >= 0 && isPainted_[static_cast<std::size_t>(band)];
     bytes[i] = isThere ? buffer_.scratch.planes[static_cast<std::size_t>(band)].bytes.data() + place : nothing_.data();
   }
+  if (isMixed_) {
+    MixRow(bytes, count, place, target);
+    return;
+  }
   if (isWhole_ && !ready_.isTable) {
     JoinPixels3(bytes[0], bytes[1], bytes[2], count, target);
     return;
@@ -119,11 +144,27 @@ void CompositeDraw::ComposeRow(int width, std::size_t place, unsigned char* targ
   const unsigned char* const shown = isWhole_ ? nullptr : FindShown(place, count);
   for (std::size_t i = 0; i < count; ++i, target += 3) {
     if (shown && !shown[i]) continue;
-    const ReadyComposite::Pixel pixel =
-        ready_.isTable ? ready_.table[bytes[0][i]] : ReadyComposite::Pixel{bytes[0][i], bytes[1][i], bytes[2][i]};
+    const ReadyComposite::Pixel pixel = PixelAt(bytes, i);
     target[0] = pixel.blue;
     target[1] = pixel.green;
     target[2] = pixel.red;
+  }
+}
+
+/// Each pixel has its share of what is drawn, and what was there has the rest.
+void CompositeDraw::MixRow(const std::array<const unsigned char*, 3>& bytes, std::size_t count, std::size_t place,
+                           unsigned char* target) {
+  const unsigned char* const shown = isWhole_ ? nullptr : FindShown(place, count);
+  const unsigned char* const opacity = buffer_.scratch.opacity.bytes.data() + place;
+  const auto mix = [](unsigned over, unsigned under, unsigned share) {
+    return static_cast<unsigned char>((over * share + under * (255 - share) + 127) / 255);
+  };
+  for (std::size_t i = 0; i < count; ++i, target += 3) {
+    if (opacity[i] == 0 || (shown && !shown[i])) continue;
+    const ReadyComposite::Pixel pixel = PixelAt(bytes, i);
+    target[0] = mix(pixel.blue, target[0], opacity[i]);
+    target[1] = mix(pixel.green, target[1], opacity[i]);
+    target[2] = mix(pixel.red, target[2], opacity[i]);
   }
 }
 

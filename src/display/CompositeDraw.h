@@ -18,8 +18,15 @@ class CompositeDraw {
  private:
   PaintResult DrawBlock(const Window& block);
   PaintResult DrawParts(const Window& block);
+  PaintResult DrawColours(const Window& block);
+  PaintResult PaintOpacity(const Window& block);
   void Compose(const Window& block);
   void ComposeRow(int count, std::size_t place, unsigned char* target);
+  void MixRow(const std::array<const unsigned char*, 3>& bytes, std::size_t count, std::size_t place,
+              unsigned char* target);
+  ReadyComposite::Pixel PixelAt(const std::array<const unsigned char*, 3>& bytes, std::size_t i) const {
+    return ready_.isTable ? ready_.table[bytes[0][i]] : ReadyComposite::Pixel{bytes[0][i], bytes[1][i], bytes[2][i]};
+  }
   const unsigned char* FindShown(std::size_t place, std::size_t count);
 
   const ReadyComposite& ready_;
@@ -31,6 +38,7 @@ class CompositeDraw {
   std::vector<unsigned char> nothing_;  // a row of zeros
   std::vector<unsigned char> shown_;    // a row
   bool isWhole_ = false;
+  bool isMixed_ = false;  // with what the buffer shows, pixel by pixel
 };
 
 }  // namespace zrk

@@ -17,6 +17,12 @@ struct BandPlane {
   bool isWhole = false;              ///< every byte is shown
 };
 
+/// How opaque the four quarters of each pixel of a block are, as a plane each. For means alone.
+struct OpacityQuarters {
+  int numHalves = 0;  ///< 2 where there are quarters
+  std::array<std::vector<unsigned char>, 4> planes;
+};
+
 /// The columns, or the rows, of a band under those of a block.
 struct BlockAxis {
   std::vector<int>
@@ -39,6 +45,8 @@ struct PatchKey {
 /// Working memory of the drawing into one buffer, kept from draw to draw.
 struct DrawScratch {
   std::array<BandPlane, 3> planes;
+  BandPlane opacity;  ///< of a composite that has one
+  OpacityQuarters quarters;
   std::array<BlockAxis, 2> columns;  ///< one, or for means one for each half of the pixels
   std::array<BlockAxis, 2> rows;
   std::array<PatchList, 4> patches;   ///< one, or for means one for each quarter of the pixels

@@ -8,6 +8,8 @@
 #include "ZRMBand.h"
 
 #include <algorithm>
+#include <limits>
+#include <type_traits>
 
 namespace zrk {
 
@@ -57,6 +59,7 @@ std::unique_ptr<const ReadyComposite> ReadyComposite::Make(const CompositeSettin
     if (isAlone || ready->isTable) ready->bandOfByte = {index, index, index};
   }
   if (!first) return ready;
+  if (settings.opacity.band && !ready->AddOpacity(settings)) return nullptr;
   for (std::size_t i = 0; i < ready->table.size(); ++i) {
     const XColour colour = first->settings.clt[i];
     ready->table[i] = {static_cast<unsigned char>(colour >> 16), static_cast<unsigned char>(colour >> 8),
@@ -65,27 +68,64 @@ std::unique_ptr<const ReadyComposite> ReadyComposite::Make(const CompositeSettin
   return ready;
 }
 
-/// The system of the first band counts for all: a composite is drawn as one.
-bool ReadyComposite::Add(int index, const CompositeSettings& settings) {
-  const CompositeSettings::Band& source = settings.bands[static_cast<std::size_t>(index)];
-  ZRMBand& band = *source.band;
-  if (!source.toPixels || !IsScalar(band.GetDataType())) {
-    NoteReadError("The band has no pixels that can be drawn");
-    return false;
-  }
-  tagXSubsetStatistics statistics;
-  const BandSettings& asked = source.settings;
-  if (!FindStatistics(band, asked.stretchType, source.subset ? &*source.subset : nullptr, statistics)) return false;
-  looks[static_cast<std::size_t>(index)].emplace(asked, band.GetDataType(), band.GetNullValue(), statistics);
+namespace {
 
-  PaintedBand& painted = bands[static_cast<std::size_t>(index)];
-  painted.band = &band;
-  painted.look = &*looks[static_cast<std::size_t>(index)];
+/// Whether the band has pixels and a place for them.
+bool CanBePainted(const CompositeSettings::Band& source) {
+  if (source.toPixels && IsScalar(source.band->GetDataType())) return true;
+  NoteReadError("The band has no pixels that can be drawn");
+  return false;
+}
+
+/// The system of the first band counts for all: a composite is drawn as one.
+PaintedBand MakePainted(const CompositeSettings::Band& source, const BandLook& look,
+                        const CompositeSettings& settings) {
+  const ZRMBand& band = *source.band;
+  PaintedBand painted;
+  painted.band = source.band;
+  painted.look = &look;
   painted.toPixels = *source.toPixels;
   painted.extent = ExtentOf(source);
   painted.limits = {0.0, static_cast<double>(band.GetXSize()), 0.0, static_cast<double>(band.GetYSize())};
   if (settings.drawRange) painted.limits = LimitsOf(band, painted.toPixels, *settings.drawRange);
   painted.isCircling = settings.First()->band->GetSR()->IsGeographic() != 0;
+  return painted;
+}
+
+/// The sample that hides all that lies behind it.
+double LargestOf(int dataType) {
+  double largest = 1.0;
+  VisitDataType(dataType, [&](auto zero) {
+    using Sample = decltype(zero);
+    if constexpr (std::is_integral_v<Sample>) largest = static_cast<double>(std::numeric_limits<Sample>::max());
+  });
+  return largest;
+}
+
+}  // namespace
+
+bool ReadyComposite::Add(int index, const CompositeSettings& settings) {
+  const CompositeSettings::Band& source = settings.bands[static_cast<std::size_t>(index)];
+  if (!CanBePainted(source)) return false;
+  ZRMBand& band = *source.band;
+  tagXSubsetStatistics statistics;
+  const BandSettings& asked = source.settings;
+  if (!FindStatistics(band, asked.stretchType, source.subset ? &*source.subset : nullptr, statistics)) return false;
+  auto& look = looks[static_cast<std::size_t>(index)];
+  look.emplace(asked, band.GetDataType(), band.GetNullValue(), statistics);
+  bands[static_cast<std::size_t>(index)] = MakePainted(source, *look, settings);
+  return true;
+}
+
+/// A null value would be a sample without opacity, which 0 is already.
+bool ReadyComposite::AddOpacity(const CompositeSettings& settings) {
+  const CompositeSettings::Band& source = settings.opacity;
+  if (!CanBePainted(source)) return false;
+  BandSettings whole;
+  whole.stretchType = kStretchCut;
+  whole.cutMax = settings.opaqueSample > 0.0 ? settings.opaqueSample : LargestOf(source.band->GetDataType());
+  opacityLook.emplace(whole, source.band->GetDataType(), kNotSet, tagXSubsetStatistics());
+  opacity = MakePainted(source, *opacityLook, settings);
   return true;
 }
 

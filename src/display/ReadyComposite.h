@@ -19,6 +19,8 @@ struct CompositeSettings {
 
   int mode = kModeColours;
   std::array<Band, kCompositeBands> bands;
+  Band opacity;
+  double opaqueSample = 0.0;  ///< the type tells it where it is not above 0
   std::optional<Extent> drawRange;
 
   /// The first band that is there; null without bands.
@@ -41,6 +43,8 @@ struct ReadyComposite {
 
   std::array<std::optional<BandLook>, kCompositeBands> looks;  ///< of the bands that are shown
   std::array<PaintedBand, kCompositeBands> bands;
+  std::optional<BandLook> opacityLook;  ///< of a composite that has opacity
+  PaintedBand opacity;
   std::array<int, 3> bandOfByte = {-1, -1, -1};  ///< which band gives blue, green and red; -1 where that is 0
   bool isTable = false;
   std::array<Pixel, 256> table = {};
@@ -51,6 +55,7 @@ struct ReadyComposite {
 
  private:
   bool Add(int index, const CompositeSettings& settings);
+  bool AddOpacity(const CompositeSettings& settings);
 };
 
 }  // namespace zrk

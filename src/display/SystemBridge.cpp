@@ -14,19 +14,4 @@ std::shared_ptr<const SystemBridge> SystemBridge::Make(const XSpatialReference& 
   return bridge;
 }
 
-/// Edges bend, and a pole may lie within. So places all over the extent are taken, in a grid that has its edges.
-Extent SystemBridge::TakeExtent(const Extent& extent) const {
-  if (!transformation) return extent;
-  constexpr int kSteps = 32;
-  Extent taken;
-  for (int j = 0; j <= kSteps; ++j) {
-    for (int i = 0; i <= kSteps; ++i) {
-      double x = extent.minX + (extent.maxX - extent.minX) * i / kSteps;
-      double y = extent.minY + (extent.maxY - extent.minY) * j / kSteps;
-      if (Take(x, y)) taken.GrowTo(x, y);
-    }
-  }
-  return taken;
-}
-
 }  // namespace zrk

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "display/Affine.h"
 #include "XCoordinateTransformation.h"
 
 #include <memory>
@@ -18,8 +17,6 @@ struct SystemBridge {
   static std::shared_ptr<const SystemBridge> Make(const XSpatialReference& from, const XSpatialReference& to);
   /// Takes a place over; false where it has no coordinates there.
   bool Take(double& x, double& y) const { return !transformation || transformation->TransformPt(x, y) != 0; }
-  /// The extent that places on and within an extent have on the other side; not set where none of them has any.
-  Extent TakeExtent(const Extent& extent) const;
 };
 
 }  // namespace zrk

@@ -4,7 +4,7 @@
 #include "ZRMCompManager.h"
 
 #include "base/Fence.h"
-#include "display/SystemBridge.h"
+#include "display/TakenExtent.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,9 +26,8 @@ zrk::Extent ZRMCompManager::Impl::GetRange(const XSpatialReference* shown) const
     zrk::Extent range;
     if (!composite->GetDrawRange(range.minX, range.maxX, range.minY, range.maxY)) continue;
     range.isSet = true;
-    const auto bridge = zrk::SystemBridge::Make(*composite->GetSR(), *shown);
-    if (!bridge->isPossible) continue;
-    const zrk::Extent placed = bridge->TakeExtent(range);
+    const zrk::Extent placed = zrk::TakeExtent(*composite->GetSR(), *shown, range);
+    if (!placed.isSet) continue;
     const double edges[] = {placed.minX, placed.maxX, placed.minY, placed.maxY};
     if (std::ranges::all_of(edges, [](double edge) { return std::isfinite(edge); })) total.GrowTo(placed);
   }

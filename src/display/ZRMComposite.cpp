@@ -79,6 +79,17 @@ void TakeClassColours(const ZRMBand& band, Settings& settings) {
   }
 }
 
+/// The place of the band is taken over here, so that draws need not ask for it.
+zrk::CompositeSettings::Band MakeBand(ZRMBand* band) {
+  zrk::CompositeSettings::Band made;
+  made.band = band;
+  if (!band) return made;
+  band->GetGeoTransform(made.toWorld.c.data());
+  zrk::Affine back;
+  if (made.toWorld.Invert(back)) made.toPixels = back;
+  return made;
+}
+
 bool IsFinite(double a, double b, double c, double d) {
   return std::isfinite(a) && std::isfinite(b) && std::isfinite(c) && std::isfinite(d);
 }
@@ -171,16 +182,11 @@ ZRMBand* ZRMComposite::GetBand(int index) const {
   return band ? band->band : nullptr;
 }
 
-/// The place of the band is taken over here, so that draws need not ask for it.
 int ZRMComposite::SetBand(int index, ZRMBand* band) {
   Impl::Band* const place = impl_->At(index);
   if (!place) return 0;
-  Impl::Band made;
-  made.band = band;
+  Impl::Band made = MakeBand(band);
   if (band) {
-    band->GetGeoTransform(made.toWorld.c.data());
-    zrk::Affine back;
-    if (made.toWorld.Invert(back)) made.toPixels = back;
     made.settings.stretchType = band->GetDataSize() == 1 ? kStretchNone : kStretchMinMax;
     const bool isThematic = band->GetBandType() == kBandTypeThematic;
     if (isThematic) TakeClassColours(*band, made.settings);
@@ -189,6 +195,16 @@ int ZRMComposite::SetBand(int index, ZRMBand* band) {
   *place = std::move(made);
   impl_->TouchSystems();
   return 1;
+}
+
+ZRMBand* ZRMComposite::GetOpacityBand() const {
+  return impl_->settings.opacity.band;
+}
+
+void ZRMComposite::SetOpacityBand(ZRMBand* band, double opaque) {
+  impl_->settings.opacity = MakeBand(band);
+  impl_->settings.opaqueSample = opaque;
+  impl_->Touch();
 }
 
 int ZRMComposite::GetNumOfBands() const {

@@ -105,7 +105,16 @@ int XSpatialReference::importFromEPSG(int code) {
 }
 
 int XSpatialReference::SetWellKnownGeogCS(const XString& name) {
-  return Import([&](OGRSpatialReference& system) { return system.SetWellKnownGeogCS(name.GetText()); });
+  // The import clears this reference, and so the old system is held until it is copied.
+  const std::shared_ptr<const Impl> before = impl_;
+  return Import([&](OGRSpatialReference& system) {
+    const auto keepProjection = [&](const OGRSpatialReference& other) {
+      if (other.IsProjected()) system = other;
+      return true;
+    };
+    if (before) before->With(keepProjection);
+    return system.SetWellKnownGeogCS(name.GetText());
+  });
 }
 
 int XSpatialReference::SetUTM(int zone, bool north) {

@@ -14,6 +14,7 @@
 #include "writers/Jp2Head.h"
 
 #include "base/BigEndian.h"
+#include "base/Failure.h"
 #include "codec/Jp2Boxes.h"
 #include "geo/SystemKeys.h"
 #include "writers/Jp2Job.h"
@@ -130,20 +131,23 @@ HeadBytes MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place) 
 }
 
 /// The transform of the band is moved to the corner of the window.
-HeadBytes MakeGeoJp2(const Jp2Job& job) {
+int MakeGeoJp2(const Jp2Job& job, bool isExact, HeadBytes& file, XString& err) {
+  file = {};
   const ZRMBand& first = *job.bands.front();
   XString wkt;
-  const bool hasSystem = !first.GetSR()->IsEmpty() && first.GetSR()->exportToWkt(wkt);
-  std::optional<GeoKeySet> keys = hasSystem ? KeysOfSystem(wkt) : std::nullopt;
+  const bool hasSystem = !first.GetSR()->IsEmpty();
+  std::optional<GeoKeySet> keys = hasSystem && first.GetSR()->exportToWkt(wkt) ? KeysOfSystem(wkt) : std::nullopt;
+  if (isExact && hasSystem && !keys) return FailWith(err, kSystemHasNoKeys);
   const bool hasPlace = first.GetCoordinateKind() == kCoordinateWorld;
-  if (!keys && !hasPlace) return {};
+  if (!keys && !hasPlace) return 1;
   if (!keys) keys.emplace();
   AddRasterType(*keys);
   double t[6];
   first.GetGeoTransform(t);
   t[0] += job.window.x0 * t[1] + job.window.y0 * t[2];
   t[3] += job.window.x0 * t[4] + job.window.y0 * t[5];
-  return MakeGeoKeyFile(*keys, hasPlace ? PlaceByTransform(t) : GeoPlaceTags{});
+  file = MakeGeoKeyFile(*keys, hasPlace ? PlaceByTransform(t) : GeoPlaceTags{});
+  return 1;
 }
 
 HeadBytes MakeCodestreamBox(std::int64_t codestreamBytes, bool isLong) {

@@ -7,6 +7,7 @@
 
 #include "base/Failure.h"
 #include "geo/GeoKeyHandle.h"
+#include "geo/SystemKeys.h"
 #include "writers/TiffJob.h"
 #include "writers/TiffTagWriter.h"
 #include "XGeoKeys.h"
@@ -27,6 +28,7 @@ namespace zrk {
 namespace {
 
 constexpr ttag_t kMetadataTag = 42112, kNullValueTag = 42113;
+constexpr const char* kTagsNotWritten = "The tags can't be written";
 
 void KnowTextTags(TIFF* tiff) {
   static const TIFFFieldInfo kFields[] = {
@@ -187,23 +189,24 @@ void SetTransform(TIFF* tiff, const double transform[6]) {
 bool SetExactTags(TIFF* tiff, const TiffJob& job, XString& err) {
   KnowTextTags(tiff);
   if (!SetNullValue(tiff, job, err)) return false;
-  return (SetRoles(tiff, job) && SetTexts(tiff, job)) || FailWith(err, "The tags can't be written");
+  return (SetRoles(tiff, job) && SetTexts(tiff, job)) || FailWith(err, kTagsNotWritten);
 }
 
-bool SetExactGeoTags(TIFF* tiff, const TiffJob& job) {
+bool SetExactGeoTags(TIFF* tiff, const TiffJob& job, XString& err) {
   const ZRMBand& first = *job.FirstBand();
-  XString wkt;
-  const bool hasSystem = !first.GetSR()->IsEmpty() && first.GetSR()->exportToWkt(wkt) && !wkt.IsEmpty();
+  const bool hasSystem = !first.GetSR()->IsEmpty();
   const bool hasPlace = first.GetCoordinateKind() == kCoordinateWorld;
-  if (!hasSystem && !hasPlace) return false;
+  if (!hasSystem && !hasPlace) return true;
   double transform[6];
   job.GetTransform(transform);
   if (hasPlace) SetTransform(tiff, transform);
   const GeoKeys keys(GTIFNew(tiff));
-  if (!keys) return false;
-  if (hasSystem) XfnGTIFSetFromOGISDefn(keys.get(), wkt);
+  if (!keys) return FailWith(err, kTagsNotWritten);
+  XString wkt;
+  const bool isKept = !hasSystem || (first.GetSR()->exportToWkt(wkt) && XfnGTIFSetFromOGISDefn(keys.get(), wkt));
+  if (!isKept) return FailWith(err, kSystemHasNoKeys);
   GTIFKeySet(keys.get(), GTRasterTypeGeoKey, TYPE_SHORT, 1, RasterPixelIsArea);
-  return GTIFWriteKeys(keys.get()) != 0;
+  return GTIFWriteKeys(keys.get()) || FailWith(err, kTagsNotWritten);
 }
 
 }  // namespace zrk

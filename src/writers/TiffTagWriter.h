@@ -19,8 +19,9 @@ bool SetImageTags(TIFF* tiff, const TiffJob& job);
 bool SetExactTags(TIFF* tiff, const TiffJob& job, XString& err);
 
 /// As `SetGeoTags` by the full transform of the image: as a matrix where it is turned or its rows go north, and without
-/// geokeys where only the place is known.
-bool SetExactGeoTags(TIFF* tiff, const TiffJob& job);
+/// geokeys where only the place is known. False with the reason in `err` where a system has no keys; true for an image
+/// without a system and a place.
+bool SetExactGeoTags(TIFF* tiff, const TiffJob& job, XString& err);
 
 /// Sets the tags that place the image in the world, and the geokeys of its system; false where it has no system, or
 /// that can't be told in full.

@@ -1,5 +1,6 @@
-// L0 files. Both kinds are plans of tiles that are made one after the other, each in one buffer, and written straight
-// to their offsets. What can't be, such as a tile of more bytes than a buffer has, is found before the file is made.
+// L0 files. Both kinds are plans of tiles that workers make one after the other, each in a buffer of its own, and write
+// straight to their offsets. What can't be, such as a tile of more bytes than a buffer has, is found before the file is
+// made.
 
 #include "XExportL0.h"
 
@@ -19,6 +20,7 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -74,6 +76,14 @@ struct L0Tiles {
   }
 };
 
+/// The memory that one worker makes tiles in.
+class L0Maker {
+ public:
+  virtual ~L0Maker() = default;
+  virtual bool Make(std::int64_t tile) = 0;
+  virtual bool Write(std::int64_t tile, XFile& file) = 0;
+};
+
 /// One export, whose kind the derived classes tell: a plan, a file, tiles, the report.
 class L0Export {
  public:
@@ -82,10 +92,10 @@ class L0Export {
   int Run();
 
  protected:
-  /// Whether all that the tiles need is there. False with the sentence.
+  /// Whether all that the tiles have in common is there. False with the sentence.
   virtual bool Prepare() = 0;
-  virtual bool MakeTile(std::int64_t tile) = 0;
-  virtual bool WriteTile(std::int64_t tile) = 0;
+  /// Null with the sentence where there is no memory.
+  virtual std::shared_ptr<L0Maker> NewMaker(XString& err) const = 0;
   /// The last two lines of the report.
   virtual XString DescribeSamples() const = 0;
   virtual const char* GetFileFailure() const = 0;
@@ -103,7 +113,8 @@ class L0Export {
   XFile file_;
 
  private:
-  bool WriteTiles();
+  bool WriteTiles(const std::shared_ptr<L0Maker>& first);
+  bool WriteTile(L0Maker& maker, std::int64_t tile, XString& why);
   bool WriteReport();
 };
 
@@ -114,35 +125,47 @@ bool L0Export::HasRoom(int bytesPerPixel) {
   return XfnIsDiskSpaceEnough(request_.path, fileBytes) || Fail("The disk has no room for the L0 file");
 }
 
-/// What was begun of the file goes where the export fails or is stopped.
+/// What was begun of the file goes where the export fails or is stopped. The first maker is made before the file, since
+/// a lack of memory is told then.
 int L0Export::Run() {
   err_.Empty();
   if (!zrk::ShowsMap(*request_.manager, err_) || !Prepare()) return 0;
+  const std::shared_ptr<L0Maker> first = NewMaker(err_);
+  if (!first) return 0;
   if (!file_.Open(request_.path, XFile::kReadWrite | XFile::kCreate)) {
     err_ = GetFileFailure();
     return 0;
   }
-  if (WriteTiles() && WriteReport()) return 1;
+  if (WriteTiles(first) && WriteReport()) return 1;
   file_.Close();
   XFile::Remove(request_.path);
   return 0;
 }
 
+bool L0Export::WriteTiles(const std::shared_ptr<L0Maker>& first) {
+  zrk::MapTiles tiles(request_.thread, static_cast<double>(tiles_.Count()));
+  const auto newMaker = [&](int worker) -> zrk::MapTiles::Maker {
+    XString sentence;
+    const std::shared_ptr<L0Maker> maker = worker == 0 ? first : NewMaker(sentence);
+    if (!maker) return nullptr;
+    return [this, maker](std::int64_t tile, XString& why) { return WriteTile(*maker, tile, why); };
+  };
+  return tiles.Run(tiles_.Count(), newMaker, err_);
+}
+
 /// What goes wrong in a tile leaves it zero, unless the policy is exact.
-bool L0Export::WriteTiles() {
+bool L0Export::WriteTile(L0Maker& maker, std::int64_t tile, XString& why) {
   const bool isExact = XfnGetDefaultReadPolicy() == kReadExact;
-  for (std::int64_t tile = 0; tile < tiles_.Count(); ++tile) {
-    if (!zrk::Continue(request_.thread, tile, tiles_.Count())) return false;
-    XfnForgetLastReadError();
-    const bool isMade = MakeTile(tile);
-    if (XfnIsStopRequested(Cancel())) return false;
-    if (!isMade && isExact) {
-      err_ = zrk::WhyNotDrawn("The pixels can't be read");
-      return false;
-    }
-    if (!WriteTile(tile) && isExact) return Fail("The L0 file can't be written");
+  XfnForgetLastReadError();
+  const bool isMade = maker.Make(tile);
+  if (XfnIsStopRequested(Cancel())) return false;
+  if (!isMade && isExact) {
+    why = zrk::WhyNotDrawn("The pixels can't be read");
+    return false;
   }
-  return true;
+  if (maker.Write(tile, file_) || !isExact) return true;
+  why = "The L0 file can't be written";
+  return false;
 }
 
 /// Lines end as they do on the systems of the programs that read them.
@@ -167,37 +190,62 @@ class L0Image : public L0Export {
       : L0Export(request, err), backColour_(backColour) {}
 
  private:
+  class Maker;
   bool Prepare() override;
-  bool MakeTile(std::int64_t tile) override;
-  bool WriteTile(std::int64_t tile) override;
+  std::shared_ptr<L0Maker> NewMaker(XString& err) const override;
   XString DescribeSamples() const override { return "DataType : PINT08\r\nNum Layer : 3"; }
   const char* GetFileFailure() const override { return "Fail to create output L0 File"; }
   double SouthOf(std::int64_t row) const;
 
   XColour backColour_;
+};
+
+bool L0Image::Prepare() {
+  if (!tiles_.HasPixels()) return Fail(kNoTileMemory);
+  return HasRoom(kPlanes);
+}
+
+class L0Image::Maker : public L0Maker {
+ public:
+  explicit Maker(const L0Image& image) : image_(image) {}
+  bool Prepare(XString& err);
+  bool Make(std::int64_t tile) override;
+  bool Write(std::int64_t tile, XFile& file) override;
+
+ private:
+  const L0Image& image_;
   XBackBuffer buffer_;
   std::vector<unsigned char> pixels_;
   std::vector<unsigned char> planes_;
 };
 
 /// In the compatible policy the buffer has the size that was asked for, also where tiles are larger.
-bool L0Image::Prepare() {
-  if (!tiles_.HasPixels()) return Fail(kNoTileMemory);
-  if (!HasRoom(kPlanes)) return false;
-  if (!buffer_.Create(nullptr, kBackBufferInMemory)) return Fail("Fail to create backbuffer for exporting L0 Data");
-  const int size = XfnGetDefaultReadPolicy() == kReadExact ? tiles_.size : request_.tileSize;
-  if (!buffer_.Resize(nullptr, size, size)) return Fail("Fail to resize backbuffer for exporting L0 Data");
-  buffer_.SetBackColor(backColour_, 1.0);
-  buffer_.SetWorldPerPixel(request_.xPixelSize, request_.yPixelSize);
-  buffer_.SetSR(*request_.manager->GetSR());
-  const auto numBytes = static_cast<std::size_t>(tiles_.Pixels() * kPlanes);
+bool L0Image::Maker::Prepare(XString& err) {
+  const L0Tiles& tiles = image_.tiles_;
+  const auto fail = [&](const char* sentence) {
+    err = sentence;
+    return false;
+  };
+  if (!buffer_.Create(nullptr, kBackBufferInMemory)) return fail("Fail to create backbuffer for exporting L0 Data");
+  const int size = XfnGetDefaultReadPolicy() == kReadExact ? tiles.size : image_.request_.tileSize;
+  if (!buffer_.Resize(nullptr, size, size)) return fail("Fail to resize backbuffer for exporting L0 Data");
+  buffer_.SetBackColor(image_.backColour_, 1.0);
+  buffer_.SetWorldPerPixel(image_.request_.xPixelSize, image_.request_.yPixelSize);
+  buffer_.SetSR(*image_.request_.manager->GetSR());
+  const auto numBytes = static_cast<std::size_t>(tiles.Pixels() * kPlanes);
   try {
     pixels_.resize(numBytes);
     planes_.resize(numBytes);
   } catch (const std::bad_alloc&) {
-    return Fail(kNoTileMemory);
+    return fail(kNoTileMemory);
   }
   return true;
+}
+
+std::shared_ptr<L0Maker> L0Image::NewMaker(XString& err) const {
+  auto maker = std::make_shared<Maker>(*this);
+  if (!maker->Prepare(err)) return nullptr;
+  return maker;
 }
 
 /// In the compatible policy the upper edge of a tile stands where its lower edge belongs: tiles lie one too far south.
@@ -209,30 +257,32 @@ double L0Image::SouthOf(std::int64_t row) const {
 }
 
 /// Tiles at the rim reach beyond the bounds and show what lies there.
-bool L0Image::MakeTile(std::int64_t tile) {
+bool L0Image::Maker::Make(std::int64_t tile) {
+  const L0Tiles& tiles = image_.tiles_;
+  const L0Request& request = image_.request_;
   zrk::Extent extent;
-  const double width = tiles_.size * request_.xPixelSize, height = tiles_.size * request_.yPixelSize;
-  extent.minX = request_.bounds.minX + static_cast<double>(tile % tiles_.columns) * width;
+  const double width = tiles.size * request.xPixelSize, height = tiles.size * request.yPixelSize;
+  extent.minX = request.bounds.minX + static_cast<double>(tile % tiles.columns) * width;
   extent.maxX = extent.minX + width;
-  extent.minY = SouthOf(tile / tiles_.columns);
+  extent.minY = image_.SouthOf(tile / tiles.columns);
   extent.maxY = extent.minY + height;
   buffer_.SetWorldToCenter(extent.minX + 0.5 * width, extent.minY + 0.5 * height);
   buffer_.Clear(kSetBackColour, nullptr);
-  const int drawn = zrk::DrawManager(*request_.manager, buffer_, extent, kResampleMean, Cancel());
-  buffer_.ReadDIB24(tiles_.size, tiles_.size, std::int64_t{tiles_.size} * kPlanes, pixels_.data());
+  const int drawn = zrk::DrawManager(*request.manager, buffer_, extent, kResampleMean, image_.Cancel());
+  buffer_.ReadDIB24(tiles.size, tiles.size, std::int64_t{tiles.size} * kPlanes, pixels_.data());
   return drawn != kDrawFailed;
 }
 
 /// A tile has its place in each of the three planes.
-bool L0Image::WriteTile(std::int64_t tile) {
-  const std::int64_t tileBytes = tiles_.Pixels();
+bool L0Image::Maker::Write(std::int64_t tile, XFile& file) {
+  const std::int64_t tileBytes = image_.tiles_.Pixels();
   unsigned char* const first = planes_.data();
   zrk::SplitPixels3(pixels_.data(), static_cast<std::size_t>(tileBytes), first, first + tileBytes,
                     first + 2 * tileBytes);
   bool isWritten = true;
   for (std::int64_t plane = 0; plane < kPlanes; ++plane) {
-    const std::int64_t offset = (plane * tiles_.Count() + tile) * tileBytes;
-    isWritten &= file_.WriteAt(offset, first + plane * tileBytes, tileBytes) != 0;
+    const std::int64_t offset = (plane * image_.tiles_.Count() + tile) * tileBytes;
+    isWritten &= file.WriteAt(offset, first + plane * tileBytes, tileBytes) != 0;
   }
   return isWritten;
 }
@@ -243,55 +293,72 @@ class L0Heights : public L0Export {
   using L0Export::L0Export;
 
  private:
+  class Maker;
   bool Prepare() override;
-  bool MakeTile(std::int64_t tile) override;
-  bool WriteTile(std::int64_t tile) override;
+  std::shared_ptr<L0Maker> NewMaker(XString& err) const override;
   XString DescribeSamples() const override {
     return XString("DataType : ") + XfnGetDataTypeString(mosaic_->GetDataType()) + "\r\nNum Layer : 1";
   }
   const char* GetFileFailure() const override { return "Fail to create output L0 DEM File"; }
+  int SampleBytes() const { return XfnGetDataSize(mosaic_->GetDataType()); }
 
   std::unique_ptr<zrk::HeightMosaic> mosaic_;
-  int sampleBytes_ = 0;
-  tagXArr2 read_;
-  std::vector<unsigned char> samples_;  // of a tile
 };
 
 /// A mosaic without a source or without pixels is the same failure to callers.
 bool L0Heights::Prepare() {
   mosaic_ = zrk::HeightMosaic::Make(*request_.manager);
   if (!mosaic_ || !tiles_.HasPixels()) return Fail(zrk::kNoMosaic);
-  sampleBytes_ = XfnGetDataSize(mosaic_->GetDataType());
-  if (!HasRoom(sampleBytes_)) return false;
+  return HasRoom(SampleBytes());
+}
+
+class L0Heights::Maker : public L0Maker {
+ public:
+  explicit Maker(const L0Heights& heights)
+      : heights_(heights),
+        samples_(static_cast<std::size_t>(heights.tiles_.Pixels()) * static_cast<std::size_t>(heights.SampleBytes())) {}
+  bool Make(std::int64_t tile) override;
+  bool Write(std::int64_t tile, XFile& file) override;
+
+ private:
+  const L0Heights& heights_;
+  tagXArr2 read_;
+  std::vector<unsigned char> samples_;  // of a tile
+};
+
+std::shared_ptr<L0Maker> L0Heights::NewMaker(XString& err) const {
   try {
-    samples_.resize(static_cast<std::size_t>(tiles_.Pixels() * sampleBytes_));
+    return std::make_shared<Maker>(*this);
   } catch (const std::bad_alloc&) {
-    return Fail(kNoTileMemory);
+    err = kNoTileMemory;
+    return nullptr;
   }
-  return true;
 }
 
 /// Heights are those at the centres of pixels.
-bool L0Heights::MakeTile(std::int64_t tile) {
-  const zrk::PostGrid grid{request_.bounds.minX + 0.5 * request_.xPixelSize,
-                           request_.bounds.maxY - 0.5 * request_.yPixelSize, request_.xPixelSize, request_.yPixelSize};
-  const std::int64_t column = tile % tiles_.columns * tiles_.size, row = tile / tiles_.columns * tiles_.size;
-  const zrk::PostBlock block{column, row, static_cast<int>(std::min<std::int64_t>(tiles_.size, tiles_.width - column)),
-                             static_cast<int>(std::min<std::int64_t>(tiles_.size, tiles_.height - row))};
+bool L0Heights::Maker::Make(std::int64_t tile) {
+  const L0Tiles& tiles = heights_.tiles_;
+  const L0Request& request = heights_.request_;
+  const zrk::PostGrid grid{request.bounds.minX + 0.5 * request.xPixelSize,
+                           request.bounds.maxY - 0.5 * request.yPixelSize, request.xPixelSize, request.yPixelSize};
+  const std::int64_t column = tile % tiles.columns * tiles.size, row = tile / tiles.columns * tiles.size;
+  const zrk::PostBlock block{column, row, static_cast<int>(std::min<std::int64_t>(tiles.size, tiles.width - column)),
+                             static_cast<int>(std::min<std::int64_t>(tiles.size, tiles.height - row))};
   std::fill(samples_.begin(), samples_.end(), static_cast<unsigned char>(0));
-  if (!mosaic_->Read(grid, block, read_, Cancel())) return false;
-  const auto rowBytes = static_cast<std::size_t>(tiles_.size) * static_cast<std::size_t>(sampleBytes_);
+  if (!heights_.mosaic_->Read(grid, block, read_, heights_.Cancel())) return false;
+  const auto sampleBytes = static_cast<std::size_t>(heights_.SampleBytes());
+  const std::size_t rowBytes = static_cast<std::size_t>(tiles.size) * sampleBytes;
   for (int y = 0; y < block.numRows; ++y) {
     std::memcpy(samples_.data() + static_cast<std::size_t>(y) * rowBytes, read_.Row(y),
-                static_cast<std::size_t>(block.numColumns) * static_cast<std::size_t>(sampleBytes_));
+                static_cast<std::size_t>(block.numColumns) * sampleBytes);
   }
   return true;
 }
 
 /// A whole tile, also where the grid ends within it.
-bool L0Heights::WriteTile(std::int64_t tile) {
+bool L0Heights::Maker::Write(std::int64_t tile, XFile& file) {
   const auto tileBytes = static_cast<std::int64_t>(samples_.size());
-  return file_.WriteAt(tile * tileBytes, samples_.data(), tileBytes) != 0;
+  return file.WriteAt(tile * tileBytes, samples_.data(), tileBytes) != 0;
 }
 
 }  // namespace

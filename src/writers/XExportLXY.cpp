@@ -1,6 +1,6 @@
 // LXY trees. The levels are walked from the root down, and of each only the cells that the range of the data covers, so
-// that a small map in large bounds costs nothing but the folders of its levels. What is put into a cell is the part of
-// the two kinds of trees.
+// that a small map in large bounds costs nothing but the folders of its levels. Workers share the cells of a level.
+// What is put into a cell is the part of the two kinds of trees.
 
 #include "XExportLXY.h"
 
@@ -23,6 +23,8 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <functional>
+#include <memory>
 #include <pugixml.hpp>
 #include <sstream>
 #include <vector>
@@ -54,10 +56,8 @@ struct CellRange {
   std::int64_t firstRow = 0;
   std::int64_t lastRow = -1;
 
-  double Count() const {
-    const auto sizeOf = [](std::int64_t first, std::int64_t last) { return static_cast<double>(last - first + 1); };
-    return HasCells() ? sizeOf(firstColumn, lastColumn) * sizeOf(firstRow, lastRow) : 0.0;
-  }
+  std::int64_t Columns() const { return lastColumn - firstColumn + 1; }
+  std::int64_t Count() const { return HasCells() ? Columns() * (lastRow - firstRow + 1) : 0; }
   bool HasCells() const { return firstColumn <= lastColumn && firstRow <= lastRow; }
 };
 
@@ -85,9 +85,12 @@ class Tree {
   int Run();
 
  protected:
+  /// Makes a cell for one worker. False where the cell has no file, with a sentence where one is known.
+  using CellMaker = std::function<bool(const Cell& cell, XString& why)>;
+
   virtual bool Prepare() = 0;
-  /// False where the cell has no file, with a sentence where one is known.
-  virtual bool MakeCell(const Cell& cell, XString& why) = 0;
+  /// Empty where there is no memory for another worker.
+  virtual CellMaker NewMaker(int worker) = 0;
   virtual const char* GetKind() const = 0;
 
   bool Fail(const char* sentence) {
@@ -101,13 +104,11 @@ class Tree {
  private:
   bool Check();
   CellRange CellsOf(int level) const;
-  bool WriteLevel(int level);
-  bool WriteCell(const Cell& cell);
+  bool WriteLevel(int level, zrk::MapTiles& tiles);
+  bool WriteCell(const CellMaker& make, const Cell& cell, XString& why) const;
   bool WriteIndex();
 
   zrk::Extent range_;  // of the data
-  double numDone_ = 0.0;
-  double numCells_ = 0.0;
 };
 
 bool Tree::Check() {
@@ -121,11 +122,13 @@ int Tree::Run() {
   err_.Empty();
   if (!Check() || !Prepare()) return 0;
   range_.isSet = request_.manager->CalcTotalRange(range_.minX, range_.maxX, range_.minY, range_.maxY) != 0;
-  for (int level = 0; level <= request_.maxLevel; ++level) numCells_ += CellsOf(level).Count();
+  double numCells = 0.0;
+  for (int level = 0; level <= request_.maxLevel; ++level) numCells += static_cast<double>(CellsOf(level).Count());
   // The index of an older tree would make one that is stopped look whole.
   if (XfnGetDefaultReadPolicy() == kReadExact) XFile::Remove(request_.path);
+  zrk::MapTiles tiles(request_.thread, numCells);
   for (int level = 0; level <= request_.maxLevel; ++level) {
-    if (!WriteLevel(level)) return 0;
+    if (!WriteLevel(level, tiles)) return 0;
   }
   return WriteIndex() ? 1 : 0;
 }
@@ -142,33 +145,33 @@ CellRange Tree::CellsOf(int level) const {
 }
 
 /// A folder that can't be made shows in its files.
-bool Tree::WriteLevel(int level) {
+bool Tree::WriteLevel(int level, zrk::MapTiles& tiles) {
   const std::string folder = XfnGetFileFolder(request_.path).AsStdString() + std::to_string(level);
   zrk::CurrentDisk().MakeFolder(folder);
   const CellRange cells = CellsOf(level);
-  for (std::int64_t row = cells.firstRow; row <= cells.lastRow; ++row) {
-    for (std::int64_t column = cells.firstColumn; column <= cells.lastColumn; ++column) {
-      Cell cell{level, static_cast<int>(column), static_cast<int>(row), XString()};
+  const auto newMaker = [&](int worker) -> zrk::MapTiles::Maker {
+    const CellMaker make = NewMaker(worker);
+    if (!make) return nullptr;
+    return [&, make](std::int64_t tile, XString& why) {
+      Cell cell{level, static_cast<int>(cells.firstColumn + tile % cells.Columns()),
+                static_cast<int>(cells.firstRow + tile / cells.Columns()), XString()};
       cell.path = XString(folder) + "/" + XQTI::ToString(level, cell.column, cell.row);
-      if (!WriteCell(cell)) return false;
-    }
-  }
-  return true;
+      return WriteCell(make, cell, why);
+    };
+  };
+  return tiles.Run(cells.Count(), newMaker, err_);
 }
 
 /// A cell that can't be made is left out, unless the policy is exact.
-bool Tree::WriteCell(const Cell& cell) {
-  XThread* const thread = request_.thread;
-  if (thread) thread->CallbackPercent(static_cast<int>(numDone_ * 100.0 / numCells_));
-  numDone_ += 1.0;
-  const auto isStopped = [&] { return thread && thread->GetState() == XThread::kStateStop; };
-  if (isStopped()) return false;
+bool Tree::WriteCell(const CellMaker& make, const Cell& cell, XString& why) const {
   XfnForgetLastReadError();
-  XString why;
-  const bool isMade = MakeCell(cell, why);
-  if (isStopped()) return false;
+  const bool isMade = make(cell, why);
+  if (request_.thread && request_.thread->GetState() == XThread::kStateStop) {
+    why.Empty();
+    return false;
+  }
   if (isMade || XfnGetDefaultReadPolicy() != kReadExact) return true;
-  err_ = why.IsEmpty() ? zrk::WhyNotDrawn("A tile can't be made") : why;
+  if (why.IsEmpty()) why = zrk::WhyNotDrawn("A tile can't be made");
   return false;
 }
 
@@ -206,12 +209,15 @@ class PictureTree : public Tree {
   bool Prepare() override {
     return (request_.HasBounds() && request_.tileSize <= zrk::kMaxJpegSide) || Fail(zrk::kNoImageSize);
   }
-  bool MakeCell(const Cell& cell, XString& why) override;
+  CellMaker NewMaker(int) override {
+    return [this](const Cell& cell, XString& why) { return MakeCell(cell, why); };
+  }
+  bool MakeCell(const Cell& cell, XString& why) const;
   const char* GetKind() const override { return "TEXTURE"; }
 };
 
 /// The edges of a cell are those that its name stands for everywhere.
-bool PictureTree::MakeCell(const Cell& cell, XString& why) {
+bool PictureTree::MakeCell(const Cell& cell, XString& why) const {
   tagXVector2 low, high;
   XQTI::GetRange(cell.level, cell.column, cell.row, {request_.bounds.minX, request_.bounds.minY},
                  {request_.bounds.maxX, request_.bounds.maxY}, low, high);
@@ -225,13 +231,20 @@ class HeightTree : public Tree {
   using Tree::Tree;
 
  private:
+  /// The memory that a worker makes a cell in.
+  struct CellPosts {
+    tagXArr2 read;
+    tagXArr2 posts;
+  };
+
   bool Prepare() override;
-  bool MakeCell(const Cell& cell, XString& why) override;
+  CellMaker NewMaker(int worker) override;
+  std::shared_ptr<CellPosts> NewPosts() const;
+  bool MakeCell(const Cell& cell, CellPosts& scratch, XString& why) const;
   const char* GetKind() const override { return "DEM"; }
 
   std::unique_ptr<zrk::HeightMosaic> mosaic_;
-  tagXArr2 read_;
-  tagXArr2 posts_;
+  std::shared_ptr<CellPosts> first_;  // of worker 0
 };
 
 /// The last level has to have posts that ints can count, as programs that read the tree do. The buffer for a tile is
@@ -241,12 +254,24 @@ bool HeightTree::Prepare() {
   mosaic_ = zrk::HeightMosaic::Make(*request_.manager);
   if (!mosaic_) return Fail(zrk::kNoMosaic);
   if (!request_.HasBounds()) return Fail("Fail to create resize DEM data band");
+  first_ = NewPosts();
+  return first_ || Fail("Fail to allocate LXY DEM output data memory");
+}
+
+std::shared_ptr<HeightTree::CellPosts> HeightTree::NewPosts() const {
+  auto scratch = std::make_shared<CellPosts>();
   const int side = std::min(request_.tileSize, INT_MAX - 1) + 1;
-  return posts_.Alloc(side, side, sizeof(float)) || Fail("Fail to allocate LXY DEM output data memory");
+  return scratch->posts.Alloc(side, side, sizeof(float)) ? scratch : nullptr;
+}
+
+Tree::CellMaker HeightTree::NewMaker(int worker) {
+  const std::shared_ptr<CellPosts> scratch = worker == 0 ? first_ : NewPosts();
+  if (!scratch) return nullptr;
+  return [this, scratch](const Cell& cell, XString& why) { return MakeCell(cell, *scratch, why); };
 }
 
 /// Rows of cells are counted from the south and rows of posts from the north.
-bool HeightTree::MakeCell(const Cell& cell, XString& why) {
+bool HeightTree::MakeCell(const Cell& cell, CellPosts& scratch, XString& why) const {
   const int size = request_.tileSize;
   const double count = std::ldexp(static_cast<double>(size), cell.level);
   const zrk::Extent& bounds = request_.bounds;
@@ -255,11 +280,11 @@ bool HeightTree::MakeCell(const Cell& cell, XString& why) {
   const std::int64_t rowFromNorth = (std::int64_t{1} << cell.level) - 1 - cell.row;
   const zrk::PostBlock block{std::int64_t{cell.column} * size, rowFromNorth * size, size + 1, size + 1};
   int* const cancel = request_.thread ? request_.thread->GetStatePtr() : nullptr;
-  if (!mosaic_->Read(grid, block, read_, cancel)) return false;
-  const std::ptrdiff_t numPosts = std::ptrdiff_t{posts_.xSize} * posts_.ySize;
-  auto* const out = reinterpret_cast<float*>(posts_.data);
+  if (!mosaic_->Read(grid, block, scratch.read, cancel)) return false;
+  const std::ptrdiff_t numPosts = std::ptrdiff_t{scratch.posts.xSize} * scratch.posts.ySize;
+  auto* const out = reinterpret_cast<float*>(scratch.posts.data);
   zrk::VisitDataType(mosaic_->GetDataType(), [&](auto zero) {
-    const auto* const samples = reinterpret_cast<const decltype(zero)*>(read_.data);
+    const auto* const samples = reinterpret_cast<const decltype(zero)*>(scratch.read.data);
     std::transform(samples, samples + numPosts, out,
                    [](auto sample) { return zrk::ToSample<float>(static_cast<double>(sample)); });
   });

@@ -34,7 +34,9 @@ class Jp2Save {
 
   bool Run(const XRSFile& dataset, bool hasPlace, int numThreads, XString& err) {
     if (!encoder_.Prepare(err)) return false;
-    boxes_ = MakeJp2Boxes(job_, hasPlace ? MakeGeoJp2(job_) : Bytes());
+    Bytes place;
+    if (hasPlace && !MakeGeoJp2(job_, dataset.GetReadPolicy() == kReadExact, place, err)) return false;
+    boxes_ = MakeJp2Boxes(job_, place);
     if (!file_.Begin(dataset, path_, CountHeadBytes())) return FailWith(err, zrk::kJp2NotWritten);
     if (!tiles_.Write(numThreads, err)) return false;
     return Finish() || FailWith(err, zrk::kJp2NotWritten);

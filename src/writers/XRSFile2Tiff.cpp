@@ -95,7 +95,7 @@ bool XRSFile2Tiff::State::Open(const XString& path) {
   return tiff != nullptr;
 }
 
-/// The georeference fails no save.
+/// Under the compatible policy the georeference fails no save.
 bool XRSFile2Tiff::State::SetTags(XString& err) {
   TIFF* const output = tiff->Output().Get();
   if (!SetImageTags(output, job)) return FailWith(err, zrk::kWriteFailed);
@@ -103,9 +103,7 @@ bool XRSFile2Tiff::State::SetTags(XString& err) {
     SetGeoTags(output, job);
     return true;
   }
-  if (!SetExactTags(output, job, err)) return false;
-  SetExactGeoTags(output, job);
-  return true;
+  return SetExactTags(output, job, err) && SetExactGeoTags(output, job, err);
 }
 
 /// The shape of the file is a matter of its bands. Whether they are sharpened only matters where planes are written one

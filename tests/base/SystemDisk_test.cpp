@@ -141,6 +141,18 @@ TEST_F(SystemDisk, AFileLockedByAnotherIsBusy) {
   EXPECT_EQ(0, ErrorOfOpen(path_, kToRead));
 }
 
+TEST_F(SystemDisk, AFileIsHadTogetherOrAlone) {
+  folder_.Write("a.bin", "x");
+  {
+    const auto first = Open({.write = true, .together = true});
+    const auto second = Open({.together = true});
+    EXPECT_EQ(EWOULDBLOCK, ErrorOfOpen(path_, {.write = true, .exclusive = true}));
+  }
+  const auto alone = Open({.write = true, .exclusive = true});
+  EXPECT_EQ(EWOULDBLOCK, ErrorOfOpen(path_, {.write = true, .together = true}));
+  EXPECT_EQ(EWOULDBLOCK, ErrorOfOpen(path_, {.together = true}));
+}
+
 TEST_F(SystemDisk, DescriptorsAreNotPassedOnToOtherPrograms) {
   folder_.Write("a.bin", "x");
   const auto file = Open(kToRead);

@@ -5,6 +5,7 @@
 //
 // A reader joins by its sample, a writer by a row of `AllWriters`.
 
+#include "ByteFlips.h"
 #include "LevelDataset.h"
 #include "Samples.h"
 #include "TempFolder.h"
@@ -40,7 +41,7 @@ template <class Operate>
 void Sweep(const Operate& operate) {
   for (const DiskFault fault : kFaults) {
     bool wasReached = true;
-    for (int nth = 1; wasReached && nth < kMaxCalls; ++nth) {
+    for (int nth = 1; wasReached && nth < kMaxCalls; nth += CallStep(nth)) {
       FaultyDisk disk;
       const std::ptrdiff_t numOpen = CountOpenFiles();
       disk.FailCall(nth, fault);

@@ -70,6 +70,21 @@ TEST(XSpatialReference, KnowsTheGeographicSystemsByName) {
   EXPECT_EQ(0, sr.SetWellKnownGeogCS("ATLANTIS"));
 }
 
+TEST(XSpatialReference, KeepsItsProjectionUnderAnotherGeographicSystem) {
+  XSpatialReference sr;
+  ASSERT_EQ(1, sr.importFromEPSG(26711));  // zone 11 on NAD27
+  ASSERT_EQ(1, sr.SetWellKnownGeogCS("WGS84"));
+  EXPECT_EQ(0, sr.IsGeographic());
+  EXPECT_EQ(32611, sr.GetEPSG());
+  ASSERT_EQ(1, sr.SetWellKnownGeogCS("EPSG:4269"));
+  EXPECT_EQ(26911, sr.GetEPSG());
+  ASSERT_EQ(1, sr.importFromEPSG(4267));
+  ASSERT_EQ(1, sr.SetWellKnownGeogCS("WGS84"));
+  EXPECT_EQ(4326, sr.GetEPSG());
+  EXPECT_EQ(0, sr.SetWellKnownGeogCS("EPSG:32611"));
+  EXPECT_EQ(1, sr.IsEmpty());
+}
+
 TEST(XSpatialReference, UtmStandsOnWgs84UnlessASystemIsSet) {
   XSpatialReference sr;
   ASSERT_EQ(1, sr.SetUTM(33, true));

@@ -28,12 +28,13 @@ std::vector<Sample> SmallSamples() {
 
 std::string PathOf(const Sample& sample) {
   static const TempFolder folder;
-  std::string path = folder.Path(sample.name);
+  const std::string name = sample.fileName ? sample.fileName : sample.name;
+  std::string path = folder.Path(name);
   if (std::filesystem::exists(path)) return path;
-  folder.Write(sample.name, sample.build());
+  folder.Write(name, sample.build());
   if (!sample.companion) return path;
-  const std::string name = sample.name;
-  folder.Write(name.substr(0, name.size() - 4) + sample.companion, sample.buildCompanion());
+  const std::size_t stem = sample.fileName ? name.rfind('.') : name.size() - 4;
+  folder.Write(name.substr(0, stem) + sample.companion, sample.buildCompanion());
   return path;
 }
 

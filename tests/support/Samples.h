@@ -45,6 +45,8 @@ struct Sample {
   /// A second file that belongs to it; its name is that of the sample, with the last four characters replaced by these.
   const char* companion = nullptr;
   std::vector<unsigned char> (*buildCompanion)() = nullptr;
+  /// The name of its file, where that matters; a companion has the same with another extension.
+  const char* fileName = nullptr;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Sample& sample);

@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace fs = std::filesystem;
 
@@ -106,8 +107,9 @@ TEST_F(StoreMemory, ThatRunsOutFailsTheOpening) {
   WriteHeights(1.2, 3844);
   FailEachRequest([&](const auto& once) {
     XString path = Heights();
-    const auto store = once([&] { return XPBEFile(std::move(path), 0); });
-    EXPECT_TRUE(!store.GetFileInfo() || store.GetFileInfo()->GetNumberOfLevel() == 1);
+    std::optional<XPBEFile> store;
+    once([&] { return &store.emplace(std::move(path), 0); });
+    EXPECT_TRUE(!store->GetFileInfo() || store->GetFileInfo()->GetNumberOfLevel() == 1);
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include "ConvertProgram.h"
 #include "GeoTiffFile.h"
+#include "Jp2Builder.h"
 #include "OpjImage.h"
 #include "Oracle.h"
 #include "TiffBuilder.h"
@@ -138,6 +139,19 @@ TEST_F(ZrkioConvertJp2, TellsOfANullValueThatIsNotKept) {
   EXPECT_THAT(Convert(path, {"--quiet"}).err, IsEmpty());
   EXPECT_THAT(Convert(WriteImage()).err, testing::Not(HasSubstr("null value")));
   EXPECT_THAT(Run({"convert", path, folder_.Path("b.tif")}).err, testing::Not(HasSubstr("null value")));
+}
+
+/// A grid of GML in a system of heights alone, which has no geokeys.
+TEST_F(ZrkioConvertJp2, RefusesASystemThatIsNotKept) {
+  const std::string grid =
+      "<RectifiedGrid dimension='2' srsName='urn:ogc:def:crs:EPSG::5773'><origin><pos>10 20</pos></origin>"
+      "<offsetVector>1 0</offsetVector><offsetVector>0 -1</offsetVector></RectifiedGrid>";
+  const std::string path = Write("a.jp2", Jp2Builder().Box("xml ", Jp2Builder::Text(grid)).Build());
+  const std::string reason = "The coordinate system can't be written, because there are no geokeys for it";
+  EXPECT_EQ(Failure(path, reason), Refuse({"convert", path, Out()}));
+  EXPECT_EQ(Failure(path, reason), Refuse({"convert", path, folder_.Path("b.tif")}));
+  EXPECT_EQ((Names{"a.jp2"}), ListFiles());
+  EXPECT_EQ(0, Convert(path, {"--no-georef"}).exitStatus);
 }
 
 TEST_F(ZrkioConvertJp2, RefusesSamplesOfFourBytes) {

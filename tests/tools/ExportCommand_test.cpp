@@ -1,5 +1,6 @@
 // zrkio export, run as a program: maps of L0 and LXY with their bytes, what is refused, and what is left behind.
 
+#include "Jp2Builder.h"
 #include "PlacedImage.h"
 
 #include <gmock/gmock.h>
@@ -59,6 +60,44 @@ TEST_F(ZrkioExport, WarpsInputsToTheSystemOfTheMap) {
   GiveSystem();
   ASSERT_EQ(0, Run({"export", "l0", path_, "-o", Out(), "--srs", "EPSG:32633"}).exitStatus);
   EXPECT_THAT(Report(), HasSubstr("UTM zone 33N"));
+}
+
+// The picture in front is opaque in its left half, and 1 is its largest opacity.
+TEST_F(ZrkioExport, LetsALayerShowThroughWhereTheOneInFrontIsClear) {
+  const std::vector<unsigned char> definitions = {0, 4, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0,
+                                                  2, 0, 2, 0, 0, 0, 3, 0, 3, 0, 1, 0, 0};
+  const std::string front = Write("b.jp2", Jp2Builder()
+                                               .Size(10, 20)
+                                               .Components(4)
+                                               .Component(3, 1, false)
+                                               .Samples([](int c, int x, int) { return c < 3   ? 200
+                                                                                       : x < 5 ? 1
+                                                                                               : 0; })
+                                               .HeaderBox("cdef", definitions)
+                                               .Build());
+  folder_.Write("b.j2w", "100\n0\n0\n-100\n500050\n950\n");
+  const ProgramResult result = Run({"export", "l0", front, path_, "-o", Out(), "--srs", "EPSG:32632", "--tile", "64"});
+  ASSERT_EQ(0, result.exitStatus) << result.err;
+  const std::vector<unsigned char> file = ReadBytes(Out());
+  for (int y = 0; y < 20; ++y) {
+    for (int x = 0; x < 10; ++x) {
+      const int blue = x < 5 ? 200 : BmpBuilder::Blue(x, y);
+      ASSERT_EQ(blue, file[static_cast<std::size_t>((19 - y) * 64 + x)]) << x << " " << y;
+    }
+  }
+}
+
+TEST_F(ZrkioExport, GivesTheSameBytesForAnyNumberOfWorkers) {
+  for (const char* kind : {"l0", "lxy"}) {
+    std::vector<std::vector<unsigned char>> made;
+    for (const char* workers : {"1", "3"}) {
+      const ProgramResult result = Run({"export", kind, path_, "-o", Out(), "--srs", "EPSG:32632", "--tile", "64",
+                                        "--bounds", "499000,-2000,503000,2000", "--workers", workers});
+      ASSERT_EQ(0, result.exitStatus) << result.err;
+      made.push_back(ReadBytes(Out()));
+    }
+    EXPECT_EQ(made[0], made[1]) << kind;
+  }
 }
 
 TEST_F(ZrkioExport, WritesATreeDownToTheLevelOfTheInput) {

@@ -149,7 +149,9 @@ TEST_F(ZrkioInfo, FailuresStandInTheJsonToo) {
 
 TEST_F(ZrkioInfo, NamesWhatThisBuildCannotRead) {
   const std::string sid = Write("a.sid", {1});
-  EXPECT_EQ("zrkio: " + sid + ": MrSID files can't be read by this build\n", Run({"info", sid}).err);
+  EXPECT_EQ("zrkio: " + sid +
+                ": MrSID files need the MrSID Decode SDK (libltidsdk.so) or GDAL's MrSID plug-in; neither was found.\n",
+            Run({"info", sid}).err);
   const std::string odd = Write("a.odd", {1});
   EXPECT_EQ("zrkio: " + odd +
                 ": the format can't be told from the file's extension or its first bytes; zrkio formats lists those "

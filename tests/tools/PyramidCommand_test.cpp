@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 namespace {
 
 using testing::HasSubstr;
@@ -206,7 +208,8 @@ TEST_F(ZrkioPyramid, IsMadeByShardsWhosePartsComeInAnyOrder) {
   EXPECT_EQ(0, shard("1/2").exitStatus);
   EXPECT_TRUE(ReadBytes(Out("whole.pbi")) == ReadBytes(Out("a.pbi")));
   EXPECT_THAT(shard("2/2").err, HasSubstr("a.pbi: there already, with all its tiles\n"));
-  EXPECT_EQ((Names{"earth.bmp", "earth.bmw", "whole.pbi", "a.pbi"}), ListFiles());
+  // The record tells a late shard what the file was made of.
+  EXPECT_EQ((Names{"earth.bmp", "earth.bmw", "whole.pbi", "a.pbi", "a.pbi.part.done"}), ListFiles());
 }
 
 TEST_F(ZrkioPyramid, RefusesToGoOnWithOtherOptions) {
@@ -216,6 +219,181 @@ TEST_F(ZrkioPyramid, RefusesToGoOnWithOtherOptions) {
   const ProgramResult result = Make("a.pbi", options);
   EXPECT_EQ(1, result.exitStatus);
   EXPECT_THAT(result.err, HasSubstr("the unfinished file was begun with other sources or options"));
+}
+
+namespace {
+
+/// Makes the same pyramid by shards and by one process.
+class ZrkioPyramidShards : public ZrkioPyramid {
+ protected:
+  std::vector<std::string> OptionsOf(const std::string& shard) const {
+    std::vector<std::string> options = options_;
+    if (!shard.empty()) options.insert(options.end(), {"--shard", shard});
+    return options;
+  }
+  ProgramResult Shard(const std::string& shard) const { return Make("a.pbi", OptionsOf(shard)); }
+  bool IsLikeOneProcess() const {
+    EXPECT_EQ(0, Make("whole.pbi", options_).exitStatus);
+    return ReadBytes(Out("whole.pbi")) == ReadBytes(Out("a.pbi"));
+  }
+  void MakeAll() const {
+    for (const char* shard : {"1/2", "2/2", "1/2"}) EXPECT_EQ(0, Shard(shard).exitStatus);
+  }
+
+  std::vector<std::string> options_ = {"--levels", "0-1", "--bounds", "0,0,72,36", "--workers", "1"};
+};
+
+}  // namespace
+
+TEST_F(ZrkioPyramidShards, MakeAnotherFileWhereTheInputIsAnother) {
+  MakeAll();
+  const std::vector<unsigned char> before = ReadBytes(Out("a.pbi"));
+  Write("earth.bmp", BmpBuilder().Size(36, 18).Pixel([](int x, int) { return 7U * static_cast<unsigned>(x); }).Build());
+  MakeAll();
+  EXPECT_FALSE(before == ReadBytes(Out("a.pbi")));
+  EXPECT_TRUE(IsLikeOneProcess());
+}
+
+TEST_F(ZrkioPyramidShards, MakeAnotherFileWhereTheBackgroundIsAnother) {
+  folder_.Write("earth.bmw", "1\n0\n0\n-1\n10\n20\n");
+  MakeAll();
+  options_.insert(options_.end(), {"--background", "FF0000"});
+  MakeAll();
+  EXPECT_TRUE(IsLikeOneProcess());
+}
+
+TEST_F(ZrkioPyramidShards, DoNotGoOnWhereAWorldFileHasChanged) {
+  EXPECT_EQ(0, Shard("1/2").exitStatus);
+  folder_.Write("earth.bmw", "10\n0\n0\n-10\n-165\n85\n");
+  const ProgramResult result = Shard("2/2");
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_THAT(result.err, HasSubstr("the unfinished file was begun with other sources or options"));
+}
+
+// Level data changes what coarse pixels show.
+TEST_F(ZrkioPyramidShards, DoNotGoOnWhereALevelFileHasCome) {
+  EXPECT_EQ(0, Shard("1/2").exitStatus);
+  ASSERT_EQ(0, Run({"levels", path_}).exitStatus);
+  const ProgramResult result = Shard("2/2");
+  EXPECT_EQ(1, result.exitStatus);
+  EXPECT_THAT(result.err, HasSubstr("the unfinished file was begun with other sources or options"));
+}
+
+TEST_F(ZrkioPyramidShards, MayBeOne) {
+  EXPECT_EQ(0, Shard("1/1").exitStatus);
+  EXPECT_EQ((Names{"earth.bmp", "earth.bmw", "a.pbi"}), ListFiles());
+  EXPECT_TRUE(IsLikeOneProcess());
+}
+
+TEST_F(ZrkioPyramidShards, GoOnWhereTheOnlyOneWasKilled) {
+  ProgramOptions how;
+  how.whileRunning = [&](pid_t child) {
+    WaitForOutput(2);
+    kill(child, SIGKILL);
+  };
+  options_[1] = "0-3";
+  const ProgramResult killed = Make("a.pbi", OptionsOf("1/1"), how);
+  EXPECT_EQ(killed.signal == SIGKILL, !std::filesystem::exists(Out("a.pbi")));
+  EXPECT_EQ(0, Shard("1/1").exitStatus);
+  EXPECT_EQ((Names{"earth.bmp", "earth.bmw", "a.pbi"}), ListFiles());
+  EXPECT_TRUE(IsLikeOneProcess());
+}
+
+// All four are killed at moments of their own, several times over. Then whoever is left finishes it.
+TEST_F(ZrkioPyramidShards, GiveTheBytesOfOneProcessWhereFourWereKilled) {
+  options_[1] = "0-3";
+  std::minstd_rand random(8);
+  for (int round = 0; round < TrialCount(12, 3); ++round) {
+    std::vector<std::thread> processes;
+    for (int shard = 1; shard <= 4; ++shard) {
+      const auto delay = std::chrono::milliseconds(20 + random() % 300);
+      processes.emplace_back([this, shard, delay] {
+        ProgramOptions how;
+        how.whileRunning = [delay](pid_t child) {
+          std::this_thread::sleep_for(delay);
+          kill(child, SIGKILL);
+        };
+        Make("a.pbi", OptionsOf(std::to_string(shard) + "/4"), how);
+      });
+    }
+    for (std::thread& each : processes) each.join();
+  }
+  for (int pass = 0; pass < 4; ++pass) {
+    for (const char* shard : {"4/4", "2/4", "1/4", "3/4"}) Shard(shard);
+  }
+  EXPECT_EQ((Names{"earth.bmp", "earth.bmw", "a.pbi", "a.pbi.part.done"}), ListFiles());
+  EXPECT_TRUE(IsLikeOneProcess());
+}
+
+namespace {
+
+/// The most memory that a program has had, in megabytes, as the system tells it while the program runs.
+class PeakOfProgram {
+ public:
+  void Watch(pid_t child) {
+    for (double now = 1.0; now > 0.0; now = Read(child)) {
+      peak_ = std::max(peak_, now);
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  }
+  double Get() const { return peak_; }
+
+ private:
+  /// 0 when the program has ended.
+  static double Read(pid_t child) {
+    std::ifstream status("/proc/" + std::to_string(child) + "/status");
+    std::string word;
+    double kilobytes = 0.0;
+    while (status >> word) {
+      if (word == "VmHWM:") status >> kilobytes;
+    }
+    return kilobytes / 1024.0;
+  }
+  double peak_ = 0.0;
+};
+
+}  // namespace
+
+// Heights of 17,000 tiles, and a picture of 108 megabytes.
+TEST_F(ZrkioPyramid, TakesLessThan200MegabytesHoweverLargeItIs) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers take memory of their own";
+#endif
+  PeakOfProgram peak;
+  ProgramOptions how;
+  how.whileRunning = [&](pid_t child) { peak.Watch(child); };
+  EXPECT_EQ(0, Make("a.pbe", {"--levels", "0-3", "--bounds", "-180,-90,180,90", "--normals"}, how).exitStatus);
+  path_ = WriteHuge("earth.bmp", 6000);
+  folder_.Write("earth.bmw", "0.03\n0\n0\n-0.03\n-89.985\n89.985\n");
+  EXPECT_EQ(0, Make("a.pbi", {"--levels", "0-1"}, how).exitStatus);
+  EXPECT_GT(peak.Get(), 5.0);
+  EXPECT_LT(peak.Get(), 200.0);
+}
+
+TEST_F(ZrkioPyramid, CoversInputsAcrossLongitude180) {
+  folder_.Write("earth.bmw", "10000\n0\n0\n-10000\n760000\n200000\n");
+  const ProgramResult result =
+      Run({"pyramid", path_, "-o", Out("a.pbi"), "--srs", "EPSG:32660", "--levels", "0-0", "--background", "FF0000"});
+  EXPECT_EQ(0, result.exitStatus) << result.err;
+  const StoreReader store = Store("a.pbi");
+  ASSERT_EQ(Pictures(0, 5, 0, 5, 19, 51200), store.Record(0));
+  const std::vector<unsigned char> background = store.Bytes(51200 + 10 * 32768, 32768);
+  EXPECT_NE(background, store.Bytes(51200, 32768));
+  EXPECT_NE(background, store.Bytes(51200 + 19 * 32768, 32768));
+}
+
+// Pixels of 10 km around the pole, which has no longitude: the resolution is that of the latitudes.
+TEST_F(ZrkioPyramid, CoversInputsOverAPoleAtTheirResolution) {
+  folder_.Write("earth.bmw", "10000\n0\n0\n-10000\n-175000\n85000\n");
+  const ProgramResult result = Run({"pyramid", path_, "-o", Out("a.pbe"), "--srs", "EPSG:3413"});
+  EXPECT_EQ(0, result.exitStatus) << result.err;
+  const StoreReader store = Store("a.pbe");
+  const StoreRecord finest = store.Record(static_cast<std::size_t>(store.Count()) - 1);
+  // 10 km on the map are some 0.092 degrees. Posts of level 3 stand 0.075 degrees apart, and those of level 2 0.15.
+  EXPECT_EQ(3, finest.level);
+  EXPECT_EQ(79, finest.urRow);
+  EXPECT_EQ(0, finest.llCol);
+  EXPECT_EQ(159, finest.urCol);
 }
 
 // 4,200 tiles by one worker take longer than it takes the bar to come.

@@ -3,6 +3,7 @@
 #include "XExportL0.h"
 
 #include "MapScene.h"
+#include "XSystem.h"
 
 #include <climits>
 #include <cmath>
@@ -190,6 +191,35 @@ TEST_F(L0, TellsThatItsFileCannotBeMade) {
   EXPECT_EQ(XString("Fail to create output L0 File"), err_);
   EXPECT_EQ(0, XfnExport2L0Data_DEM(lost, &manager_, 10, 10, 0, 0, 640, 640, 64, 0, err_, nullptr));
   EXPECT_EQ(XString("Fail to create output L0 DEM File"), err_);
+}
+
+TEST_F(L0, HasTheSameBytesFromAnyNumberOfThreads) {
+  const DefaultPolicy policy(kReadExact);
+  ShowColours(250, 250);
+  for (const bool areHeights : {false, true}) {
+    std::vector<unsigned char> alone;
+    for (const int numWorkers : {1, 2, 5}) {
+      XfnSetWorkerCount(numWorkers);
+      Posts posts;
+      XThread thread(&posts);
+      EXPECT_EQ(1, areHeights ? ExportHeights(250, 250, 64, &thread) : ExportImage(250, 250, 64, &thread));
+      if (numWorkers == 1) alone = ReadBytes(Out());
+      EXPECT_TRUE(alone == ReadBytes(Out())) << numWorkers;
+      EXPECT_TRUE(std::is_sorted(posts.values.begin(), posts.values.end()));
+    }
+  }
+  XfnSetWorkerCount(1);
+}
+
+TEST_F(L0, FailsOnceWhereABandCannotBeReadByManyThreads) {
+  const DefaultPolicy policy(kReadExact);
+  ShowHeights(250, 250);
+  bands_[0].FailReads();
+  XfnSetWorkerCount(3);
+  EXPECT_EQ(0, ExportHeights(250, 250, 64));
+  XfnSetWorkerCount(1);
+  EXPECT_FALSE(err_.IsEmpty());
+  EXPECT_FALSE(HasFile("out.l0"));
 }
 
 TEST_F(L0, TellsHowFarItIs) {

@@ -5,6 +5,7 @@
 #include "MapScene.h"
 #include "XFormatTable.h"
 #include "XRSFile.h"
+#include "XSystem.h"
 
 #include <climits>
 #include <cmath>
@@ -43,6 +44,22 @@ TEST_F(LXY, HasOneTileAndTheIndexAtLevelZero) {
   ShowColours(64, 64);
   ASSERT_EQ(1, ExportPictures(0, 32)) << err_.GetText();
   EXPECT_EQ((std::vector<std::string>{"0/000000000000000000000.jpg", "map.xml"}), Files());
+}
+
+TEST_F(LXY, HasTheSameFilesFromAnyNumberOfThreads) {
+  ShowColours(64, 64);
+  for (const bool areHeights : {false, true}) {
+    std::vector<std::vector<unsigned char>> alone;
+    for (const int numWorkers : {1, 2, 5}) {
+      XfnSetWorkerCount(numWorkers);
+      EXPECT_EQ(1, areHeights ? ExportHeights(2, 16) : ExportPictures(2, 16)) << err_.GetText();
+      std::vector<std::vector<unsigned char>> made;
+      for (const std::string& name : Files()) made.push_back(ReadBytes(Out(name)));
+      if (numWorkers == 1) alone = made;
+      EXPECT_TRUE(alone == made) << numWorkers;
+    }
+  }
+  XfnSetWorkerCount(1);
 }
 
 TEST_F(LXY, TellsTheTreeInItsIndex) {

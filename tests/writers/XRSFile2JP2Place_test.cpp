@@ -66,6 +66,23 @@ TEST_F(XRSFile2JP2Place, WithoutASystemIsKept) {
   EXPECT_THAT(image.transform, ElementsAre(400000.25, 2.5, 0, 5000000.5, 0, -10));
 }
 
+/// Heights alone have no keys.
+TEST_F(XRSFile2JP2Place, OfASystemWithoutKeysIsKeptWithoutThatInTheCompatiblePolicy) {
+  AddPlaced(5773);
+  ASSERT_EQ(1, SaveImage()) << Error();
+  const GdalImage image = ReadByGdal();
+  EXPECT_EQ(0, image.epsg);
+  EXPECT_THAT(image.transform, ElementsAre(400000.25, 2.5, 0, 5000000.5, 0, -10));
+}
+
+TEST_F(XRSFile2JP2Place, OfASystemWithoutKeysFailsAnExactSaveThatWantsIt) {
+  AddPlaced(5773);
+  file_->SetReadPolicy(kReadExact);
+  ExpectRefusal("The coordinate system can't be written, because there are no geokeys for it");
+  writer_.SetGeoreference(false);
+  EXPECT_EQ(1, SaveImage()) << Error();
+}
+
 TEST_F(XRSFile2JP2Place, OfASystemAloneIsTheSystem) {
   AddPlaced(32632).SetCoordinateKind(kCoordinatePixel);
   ASSERT_EQ(1, SaveImage());

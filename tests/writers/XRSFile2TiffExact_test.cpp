@@ -218,6 +218,14 @@ TEST_F(XRSFile2TiffExact, KeepsASystemWithoutAPlace) {
   EXPECT_FALSE(std::filesystem::exists(Path("a.tfw")));
 }
 
+/// Heights alone have no keys.
+TEST_F(XRSFile2TiffExact, RefusesASystemWithoutKeys) {
+  AddBands(1);
+  ASSERT_EQ(1, Band(0).GetSR()->importFromEPSG(5773));
+  SetTransform({1000.0, 0.5, 0.0, 2000.0, 0.0, -0.5});
+  ExpectFailure("The coordinate system can't be written, because there are no geokeys for it");
+}
+
 TEST_F(XRSFile2TiffExact, AddsNothingInTheCompatiblePolicy) {
   AddBands(1);
   file_->SetReadPolicy(kReadCompatible);

@@ -138,7 +138,7 @@ class XRSFile2TiffFiles : public TiffWriting {
 };
 
 TEST_F(XRSFile2TiffFiles, OfPlanesAreThoseOfLibtiffByteForByte) {
-  for (const auto& [width, height] : {std::pair{1, 1}, {7, 5}, {33, 199}, {33, 200}, {33, 201}, {1, 801}, {301, 410}}) {
+  for (const auto& [width, height] : {std::pair{1, 1}, {7, 5}, {33, 199}, {33, 200}, {33, 201}, {1, 801}, {101, 410}}) {
     const int rows = std::min(height, 200);
     ExpectBytesOfLibtiff<std::uint8_t>(1, width, height, rows, 1);
     ExpectBytesOfLibtiff<std::int8_t>(2, width, height, rows, 2);

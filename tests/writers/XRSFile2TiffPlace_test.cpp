@@ -53,6 +53,14 @@ TEST_F(XRSFile2TiffPlace, IsThatOfTheImage) {
   }
 }
 
+/// Heights alone have no keys.
+TEST_F(XRSFile2TiffPlace, OfASystemWithoutKeysIsKeptWithoutThatInTheCompatiblePolicy) {
+  AddBands(1, 5773);
+  ASSERT_EQ(1, SaveAll()) << Error();
+  EXPECT_THAT(TiffTags(Path()).tiePoints, ElementsAre(0, 0, 0, 400000.25, 5000000.5, 0));
+  EXPECT_EQ(0, GdalImage(Path()).epsg);
+}
+
 TEST_F(XRSFile2TiffPlace, IsThatOfTheWindowInTheTagsAndOfTheImageInTheWorldFile) {
   AddBands(1, 32632);
   ASSERT_EQ(1, Save(7, 30, 3, 20));

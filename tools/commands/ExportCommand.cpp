@@ -39,6 +39,7 @@ struct ExportOptions {
   int tile = kDefaultTile;
   std::optional<int> level;
   bool areHeights = false;
+  int workers = 0;
 
   bool IsTree() const { return kind == "lxy"; }
 };
@@ -170,6 +171,7 @@ bool Export(const ExportOptions& options, XThread& thread, std::string& err) {
 }
 
 int RunExport(const ExportOptions& options) {
+  UseWorkers(options.workers);
   const auto work = [&](XThread& thread, std::string& err) { return Export(options, thread, err); };
   return RunJob(options.output, work).GetExitStatus();
 }
@@ -222,6 +224,7 @@ void AddExportCommand(CommandLine& program) {
                  "lxy: the last level; unless given, the first as fine as the\nfinest input")
       .SetRange(0, kMaxMapLevel);
   command.AddFlag("--dem", options->areHeights, "Write heights, from the first band of each input");
+  AddWorkersOption(command, options->workers);
   AddQuietOption(command);
   command.SetAction([options] {
     CheckExportUsage(*options);

@@ -2,14 +2,15 @@
 
 #include "CommandLine.h"
 #include "commands/Commands.h"
+#include "output/Json.h"
+#include "output/Text.h"
 #include "XFormatTable.h"
 
 #include <cstdio>
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <string>
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 /// Formats without an extension say how else they are found.
 const char* HowFound(const tagXFormat& format) {
@@ -17,11 +18,21 @@ const char* HowFound(const tagXFormat& format) {
   return format.isKnownByContent ? "(by its first bytes)" : "(by id only)";
 }
 
+/// As "found: /opt/ecw/libNCSEcw.so".
+std::string TellDecoder(const tagXCodecState& codec) {
+  return codec.isFound ? "found: " + Printable(codec.place) : "absent: " + Printable(codec.remark);
+}
+
 void PrintFormatsText() {
   std::printf("%-6s %-7s %-4s %-22s %s\n", "id", "kind", "read", "format", "extensions");
   for (const tagXFormat& format : XfnGetFormats()) {
     std::printf("0x%-4X %-7s %-4s %-22s %s\n", format.id, format.isRaster ? "raster" : "vector",
                 format.canRead ? "yes" : "no", format.name, HowFound(format));
+  }
+  std::printf("\nDecoders that are looked for while the program runs:\n");
+  for (const tagXFormat& format : XfnGetFormats()) {
+    const tagXCodecState codec = XfnFindCodec(format.id);
+    if (codec.isNeeded) std::printf("%-6s %s\n", format.name, TellDecoder(codec).c_str());
   }
 }
 
@@ -33,8 +44,13 @@ void PrintJson() {
                    {"extensions", format.extensions},
                    {"kind", format.isRaster ? "raster" : "vector"},
                    {"canRead", format.canRead}});
+    const tagXCodecState codec = XfnFindCodec(format.id);
+    if (!codec.isNeeded) continue;
+    Json& decoder = all.back()["decoder"];
+    decoder["found"] = codec.isFound;
+    decoder[codec.isFound ? "place" : "reason"] = (codec.isFound ? codec.place : codec.remark).AsStdString();
   }
-  std::printf("%s\n", all.dump(2).c_str());
+  std::printf("%s\n", Serialize(all).c_str());
 }
 
 }  // namespace

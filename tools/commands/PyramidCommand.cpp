@@ -2,7 +2,7 @@
 // says.
 //
 // The order of work: inputs are opened, levels and extent are chosen, the size is told, and the disk is asked for room.
-// Then the library makes the tiles. The file gets its name when all of it is there. What was begun stays beside it
+// Then the library makes the tiles, and gives the file its name when all of it is there. What was begun stays beside it
 // until then, so that --resume and --shard can go on with it.
 
 #include "CommandLine.h"
@@ -23,7 +23,6 @@
 #include <charconv>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <optional>
 
 namespace {
@@ -161,19 +160,9 @@ bool ChooseExtent(Order& order, MapSources& sources, std::string& err) {
   return true;
 }
 
-/// Name, length and time of a file, in words that change where one of them does.
-std::string DescribeFile(const std::string& path) {
-  std::error_code failure;
-  const auto size = std::filesystem::file_size(path, failure);
-  const auto time = std::filesystem::last_write_time(path, failure).time_since_epoch().count();
-  return path + "|" + std::to_string(size) + "|" + std::to_string(time) + "\n";
-}
-
 /// What an export that was begun has to agree in, besides levels and extent, which the file itself tells.
-std::string MakeKey(const Order& order, const PyramidOptions& options) {
-  std::string key;
-  for (const std::string& input : options.inputs) key += DescribeFile(input);
-  return key + "background " + std::to_string(order.what.backColor) + " srs " + options.srs;
+std::string MakeKey(const Order& order, const PyramidOptions& options, const MapSources& sources) {
+  return sources.GetKey() + "background " + std::to_string(order.what.backColor) + " srs " + options.srs;
 }
 
 std::string CountedTiles(std::int64_t count) {
@@ -190,8 +179,6 @@ class PyramidJob {
   bool MakePlan(XThread& thread, std::string& err);
   bool MakeTiles(XThread& thread, std::string& err);
 
-  /// Shards that come when all is done find the whole file.
-  bool IsWhole() const { return order_.isShared && file_.IsWhole(plan_.fileBytes); }
   std::string DescribePlan() const;
   std::string DescribeWork() const;
   /// The tiles that this call is to make.
@@ -224,23 +211,23 @@ bool PyramidJob::MakePlan(XThread& thread, std::string& err) {
   if (!file_.Begin(options_.output, options_.inputs, err)) return false;
   if (!OpenSources(thread, err) || !ChooseExtent(order_, sources_, err)) return false;
   XString sentence;
-  if (XfnPlanGlobeExport(order_.what, plan_, sentence)) return IsWhole() || file_.HasRoom(plan_.fileBytes, err);
+  if (XfnPlanGlobeExport(order_.what, plan_, sentence)) {
+    return (order_.isShared && file_.MayBeWhole(plan_.fileBytes)) || file_.HasRoom(plan_.fileBytes, err);
+  }
   err = WithoutCapital(sentence.AsStdString());
   return false;
 }
 
 bool PyramidJob::MakeTiles(XThread& thread, std::string& err) {
-  order_.share.key = MakeKey(order_, options_);
+  order_.share.key = MakeKey(order_, options_, sources_);
   order_.share.target = file_.GetTargetPath();
   const auto start = Clock::now();
   XString sentence;
   const bool isGood = XfnContinueGlobeExport(file_.GetUnfinishedPath(), &sources_.GetManager(), order_.what,
                                              order_.share, state_, sentence, &thread);
   seconds_ = std::chrono::duration<double>(Clock::now() - start).count();
-  if (isGood) return !state_.isComplete || file_.Publish(err);
+  if (isGood) return true;
   err = WithoutCapital(sentence.AsStdString());
-  // A file that was begun by others, or now and in vain, has no tile that this call knows of.
-  if (state_.numTiles > 0 && state_.numDone == 0 && !order_.isShared) file_.Discard();
   if (state_.numDone > 0 && !order_.isShared) {
     AddRemark(std::to_string(state_.numDone) + " of " + std::to_string(state_.numTiles) +
               " tiles are kept beside it; --resume goes on with them");
@@ -260,6 +247,7 @@ std::string PyramidJob::DescribeWork() const {
   char speed[64];
   std::snprintf(speed, sizeof speed, " in %.2f s, %.0f a second", seconds_,
                 static_cast<double>(state_.numMade) / std::max(seconds_, 1e-6));
+  if (state_.isComplete && state_.numMade == 0) return "there already, with all its tiles";
   std::string text = CountedTiles(state_.numMade) + speed;
   if (state_.isComplete) return text;
   text += "; " + std::to_string(state_.numDone) + " of " + std::to_string(state_.numTiles) + " are done";
@@ -277,10 +265,6 @@ int RunPyramid(const PyramidOptions& options, Order order) {
   const JobResult planned =
       RunJob(options.output, [&](XThread& thread, std::string& err) { return job.MakePlan(thread, err); });
   if (!planned.isDone) return planned.GetExitStatus();
-  if (job.IsWhole()) {
-    PrintNote(options.output, "there already, with all its tiles");
-    return 0;
-  }
   PrintNote(options.output, job.DescribePlan());
   const Pace pace{"tiles", job.CountTiles()};
   const JobResult made = RunJob(

@@ -9,6 +9,7 @@
 #include "XWorldFile.h"
 
 #include <sys/stat.h>
+#include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -37,9 +38,23 @@ std::vector<std::string> WorldFilesBeside(const std::string& path) {
   return names;
 }
 
+/// Files that hold pixels of an image whose own file has none or not all of them: reduced images, those of images that
+/// are too large for one file, and the numbered ones of tile stores.
+std::vector<std::string> DataFilesBeside(const std::string& path) {
+  const std::string extension = XfnGetFileExt(path).AsStdString();
+  const std::string stem = path.substr(0, path.size() - extension.size());
+  std::vector<std::string> names;
+  for (const char* each : {"rrd", "ige", "rde", "txd"}) names.push_back(stem + each);
+  if (extension.empty()) return names;
+  const std::string title = stem.substr(0, stem.size() - 1);
+  for (int i = 0; i == 0 || NumberOf(names.back()); ++i) names.push_back(title + "_" + std::to_string(i) + ".txd");
+  return names;
+}
+
 /// Level file, world files, and reduced images and notes that stand in files of their own.
 std::vector<std::string> FilesBeside(const std::string& path) {
   std::vector<std::string> names = WorldFilesBeside(path);
+  for (const std::string& name : DataFilesBeside(path)) names.push_back(name);
   for (const std::string& name : {LevelFileName(path), path + ".ovr", path + ".aux.xml"}) names.push_back(name);
   return names;
 }
@@ -62,6 +77,14 @@ bool IsInput(const FileNumber& output, const std::string& input, std::string& er
 bool AreSameFile(const std::string& one, const std::string& other) {
   const std::optional<FileNumber> number = NumberOf(one);
   return number && number == NumberOf(other);
+}
+
+std::vector<std::string> ListInputFiles(const std::string& input) {
+  std::vector<std::string> paths = {input};
+  for (const std::string& name : FilesBeside(input)) {
+    if (NumberOf(name) && std::find(paths.begin(), paths.end(), name) == paths.end()) paths.push_back(name);
+  }
+  return paths;
 }
 
 bool WouldReplaceInput(const std::string& path, const std::string& input, std::string& err) {

@@ -4,11 +4,7 @@
 #include "output/TargetFile.h"
 #include "WorkReport.h"
 
-#include <fcntl.h>
-#include <unistd.h>
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <filesystem>
 
 namespace {
@@ -24,14 +20,6 @@ std::int64_t LengthOf(const std::string& path) {
   std::error_code failure;
   const std::uintmax_t length = std::filesystem::file_size(path, failure);
   return failure ? -1 : static_cast<std::int64_t>(length);
-}
-
-/// A folder that can't be synced does not make the files in it any less whole.
-void SyncFolder(const std::string& folder) {
-  const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return;
-  ::fsync(descriptor);
-  ::close(descriptor);
 }
 
 }  // namespace
@@ -50,12 +38,8 @@ bool ResumableFile::Begin(const std::string& path, const std::vector<std::string
   return false;
 }
 
-bool ResumableFile::IsBegun() const {
-  return LengthOf(unfinished_) >= 0;
-}
-
-bool ResumableFile::IsWhole(std::int64_t numBytes) const {
-  return !IsBegun() && LengthOf(target_) == numBytes;
+bool ResumableFile::MayBeWhole(std::int64_t numBytes) const {
+  return LengthOf(target_) == numBytes && LengthOf(unfinished_) < 0 && LengthOf(unfinished_ + kRecordSuffix) >= 0;
 }
 
 bool ResumableFile::HasRoom(std::int64_t numBytes, std::string& err) const {
@@ -66,19 +50,4 @@ bool ResumableFile::HasRoom(std::int64_t numBytes, std::string& err) const {
   if (numBytes - std::max<std::int64_t>(LengthOf(unfinished_), 0) <= available) return true;
   err = "the file needs " + FormatBytes(numBytes) + ", and the disk has room for " + FormatBytes(available);
   return false;
-}
-
-void ResumableFile::Discard() const {
-  ::unlink(unfinished_.c_str());
-  ::unlink((unfinished_ + kRecordSuffix).c_str());
-}
-
-bool ResumableFile::Publish(std::string& err) const {
-  if (std::rename(unfinished_.c_str(), target_.c_str()) != 0 && !(errno == ENOENT && LengthOf(target_) >= 0)) {
-    err = CannotWrite(path_);
-    return false;
-  }
-  ::unlink((unfinished_ + kRecordSuffix).c_str());
-  SyncFolder(FolderOf(target_));
-  return true;
 }

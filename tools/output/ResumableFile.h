@@ -14,18 +14,13 @@ class ResumableFile {
   bool Begin(const std::string& path, const std::vector<std::string>& inputs, std::string& err);
   /// Looks whether the disk has room for so many bytes, of which those of an unfinished file are taken already.
   bool HasRoom(std::int64_t numBytes, std::string& err) const;
-  /// Gives the whole file its name, and removes the record. Another process may have done so.
-  bool Publish(std::string& err) const;
-
-  /// Removes the unfinished file and the record, where they hold nothing of use.
-  void Discard() const;
 
   /// What the target's path leads to.
   const std::string& GetTargetPath() const { return target_; }
   const std::string& GetUnfinishedPath() const { return unfinished_; }
-  bool IsBegun() const;
-  /// Whether the target has so many bytes and nothing is unfinished.
-  bool IsWhole(std::int64_t numBytes) const;
+  /// Whether the target has so many bytes, and the record of a shared export speaks of a file that is no longer
+  /// unfinished. Only the record itself can tell whether it is of the same export.
+  bool MayBeWhole(std::int64_t numBytes) const;
 
  private:
   std::string path_;    // as it was asked for

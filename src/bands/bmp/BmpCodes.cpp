@@ -2,7 +2,8 @@
 // end of the image, 2 for a step right and up, whose two lengths follow, and otherwise a number of pixels that follow
 // plainly, filled up to an even number of bytes. With 4 bits a value holds two indexes, which take turns.
 //
-// One pass finds the rows. It makes no pixels, so that the few bytes that can claim a large image cost nothing.
+// One pass finds the rows. It makes no pixels, so that the few bytes that can claim a large image cost nothing. Nor do
+// they cost anything later: only the pixels of a window are made.
 
 #include "bands/bmp/BmpCodes.h"
 
@@ -10,8 +11,8 @@
 
 namespace zrk {
 
-BmpCodes::BmpCodes(std::vector<unsigned char> codes, int bits, int height)
-    : codes_(std::move(codes)), areNibbles_(bits == 4) {
+BmpCodes::BmpCodes(std::vector<unsigned char> codes, int bits, int width, int height)
+    : codes_(std::move(codes)), areNibbles_(bits == 4), width_(width) {
   FindRows(height);
 }
 
@@ -49,40 +50,44 @@ void BmpCodes::FindRows(int height) {
   lastRow_ = static_cast<int>(std::min<std::int64_t>(row, height - 1));
 }
 
-BmpCodes::Row BmpCodes::Decode(int row, std::span<unsigned char> indexes) const {
+BmpCodes::Row BmpCodes::Decode(int row, int x0, std::span<unsigned char> indexes) const {
   std::ranges::fill(indexes, static_cast<unsigned char>(0));
   const auto start = std::ranges::lower_bound(starts_, row, {}, &Start::row);
   if (start == starts_.end() || start->row != row) {
     return row < lastRow_ || isEnded_ ? Row::kWhole : Row::kMissing;
   }
   if (start->code == codes_.size()) return isEnded_ ? Row::kWhole : Row::kMissing;
-  const auto width = std::ssize(indexes);
   std::int64_t x = start->x;
   for (Code code = CodeAt(start->code);; code = CodeAt(code.next)) {
-    if (code.kind == Kind::kNone) return x >= width ? Row::kWhole : Row::kBroken;
+    if (code.kind == Kind::kNone) return x >= width_ ? Row::kWhole : Row::kBroken;
     if (code.kind == Kind::kEndOfRow || code.kind == Kind::kEndOfImage) return Row::kWhole;
     if (code.kind == Kind::kDelta) {
       if (codes_[code.values + 1] > 0) return Row::kWhole;
       x += codes_[code.values];
       continue;
     }
-    if (x + static_cast<std::int64_t>(code.count) > width) return Row::kBroken;
-    Paint(code, indexes.data() + x);
+    if (x + static_cast<std::int64_t>(code.count) > width_) return Row::kBroken;
+    Paint(code, x - x0, indexes);
     x += static_cast<std::int64_t>(code.count);
   }
 }
 
-void BmpCodes::Paint(const Code& code, unsigned char* target) const {
+/// The pixels of a code that begins at position `x` of a window's row, which may lie outside.
+void BmpCodes::Paint(const Code& code, std::int64_t x, std::span<unsigned char> indexes) const {
+  const auto count = static_cast<std::int64_t>(code.count);
+  const std::int64_t first = std::max<std::int64_t>(-x, 0), end = std::min(count, std::ssize(indexes) - x);
+  if (first >= end) return;
   const unsigned char* const values = codes_.data() + code.values;
+  unsigned char* const target = indexes.data() + (x + first);
   const bool isRun = code.kind == Kind::kRun;
   if (!areNibbles_) {
-    isRun ? static_cast<void>(std::fill_n(target, code.count, *values))
-          : static_cast<void>(std::copy_n(values, code.count, target));
+    isRun ? static_cast<void>(std::fill_n(target, end - first, *values))
+          : static_cast<void>(std::copy(values + first, values + end, target));
     return;
   }
-  for (std::size_t i = 0; i < code.count; ++i) {
+  for (std::int64_t i = first; i < end; ++i) {
     const unsigned char pair = values[isRun ? 0 : i / 2];
-    target[i] = static_cast<unsigned char>(i % 2 == 0 ? pair >> 4 : pair & 15);
+    target[i - first] = static_cast<unsigned char>(i % 2 == 0 ? pair >> 4 : pair & 15);
   }
 }
 

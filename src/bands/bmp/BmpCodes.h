@@ -17,11 +17,11 @@ class BmpCodes {
     kBroken    ///< a run passes the end of the row, or the codes end within it
   };
 
-  BmpCodes(std::vector<unsigned char> codes, int bits, int height);
+  BmpCodes(std::vector<unsigned char> codes, int bits, int width, int height);
 
-  /// Decodes a row, counted from the bottom, of as many pixels as there is room for. Pixels that no code names have
-  /// index 0.
-  Row Decode(int row, std::span<unsigned char> indexes) const;
+  /// Decodes part of a row, which is counted from the bottom: as many pixels from column `x0` on as there is room for.
+  /// Pixels that no code names have index 0. Codes are looked at up to the end of the row.
+  Row Decode(int row, int x0, std::span<unsigned char> indexes) const;
 
  private:
   struct Start {
@@ -39,10 +39,11 @@ class BmpCodes {
 
   Code CodeAt(std::size_t at) const;
   void FindRows(int height);
-  void Paint(const Code& code, unsigned char* target) const;
+  void Paint(const Code& code, std::int64_t x, std::span<unsigned char> indexes) const;
 
   std::vector<unsigned char> codes_;
   bool areNibbles_;
+  std::int64_t width_;
   bool isEnded_ = false;       // by the code for it
   int lastRow_ = 0;            // that codes come to
   std::vector<Start> starts_;  // from the bottom up; rows between two of them have no codes

@@ -73,7 +73,7 @@ bool BmpImage::ReadCodes(XString& err) {
     err = "Can't read bitmap bits";
     return false;
   }
-  codes_ = std::make_shared<const BmpCodes>(std::move(codes), layout_.bits, layout_.height);
+  codes_ = std::make_shared<const BmpCodes>(std::move(codes), layout_.bits, layout_.width, layout_.height);
   return true;
 }
 
@@ -132,9 +132,9 @@ bool BmpImage::ReadRows(const ReadRequest& window, ChannelReads::Record& record)
 
 bool BmpImage::ReadRunLengths(const ReadRequest& window, ChannelReads::Record& record) {
   const BmpPixels pixels(layout_);
-  std::vector<unsigned char> row(static_cast<std::size_t>(layout_.width));
+  std::vector<unsigned char> row(static_cast<std::size_t>(window.Width()));
   for (int y = window.y0; y <= window.y1; ++y) {
-    switch (codes_->Decode(layout_.height - 1 - y, row)) {
+    switch (codes_->Decode(layout_.height - 1 - y, window.x0, row)) {
       case BmpCodes::Row::kMissing:
         return FailAtRow("The codes end before the bitmap's row ", y);
       case BmpCodes::Row::kBroken:
@@ -142,8 +142,7 @@ bool BmpImage::ReadRunLengths(const ReadRequest& window, ChannelReads::Record& r
       case BmpCodes::Row::kWhole:
         break;
     }
-    if (!pixels.TakeColours(row.data() + window.x0, static_cast<std::size_t>(window.Width()),
-                            RowsOf(record, y - window.y0).data())) {
+    if (!pixels.TakeColours(row.data(), row.size(), RowsOf(record, y - window.y0).data())) {
       return FailAtRow(kNoSuchColour, y);
     }
   }

@@ -3,13 +3,15 @@
 // Under the compatible policy the place is that of the last GeoJP2 box, or else that of the last MSIG box, and it
 // counts only with a system that is known. The place of an image is then the centre of its first pixel. Under the exact
 // policy a transform counts without a system as well, a GeoJP2 box says whether its place is that of a corner or of a
-// centre, and the grid of a GML text is asked before an MSIG box.
+// centre, and the grid of a GML text is asked before an MSIG box. A box or a text that could tell the place and can't
+// be read fails the load then.
 
 #include "bands/jp2/Jp2File.h"
 
 #include "bands/jp2/Jp2Gml.h"
 #include "base/Cursor.h"
 #include "base/Disk.h"
+#include "base/Failure.h"
 #include "XFile.h"
 #include "XLimits.h"
 #include "ZRMBand.h"
@@ -21,11 +23,7 @@ namespace zrk {
 namespace {
 
 constexpr std::int64_t kMostHeaderBytes = 1 << 20;  // of a box that says something of the components
-
-int Refuse(XString& err, const char* sentence) {
-  err = sentence;
-  return 0;
-}
+constexpr const char* kDiskFailsInBoxes = "The disk fails within the boxes of the file";
 
 /// Nothing where the disk fails. A file that is too short for a signature has none.
 std::optional<bool> BeginsWithSignature(DiskFile& file) {
@@ -39,16 +37,16 @@ std::optional<bool> BeginsWithSignature(DiskFile& file) {
 /// The range of the file that holds the codestream.
 int FindCodestream(Jp2File& opened, std::int64_t& offset, std::int64_t& end, XString& err) {
   const std::optional<bool> hasBoxes = BeginsWithSignature(*opened.file);
-  if (!hasBoxes) return Refuse(err, "The disk fails at the beginning of the file");
+  if (!hasBoxes) return FailWith(err, "The disk fails at the beginning of the file");
   if (!*hasBoxes) {
     offset = 0;
     end = opened.file->Size();
     return 1;
   }
   if (!WalkBoxes(*opened.file, opened.boxes, err)) return 0;
-  if (opened.boxes.size() < 2) return Refuse(err, "This file does not have any boxes.");
+  if (opened.boxes.size() < 2) return FailWith(err, "This file does not have any boxes.");
   const Jp2Box* const box = FindBox(opened.boxes, kBoxCodestream);
-  if (!box) return Refuse(err, "This file does not have a codestream.");
+  if (!box) return FailWith(err, "This file does not have a codestream.");
   offset = box->dataOffset;
   end = box->GetEnd();
   return 1;
@@ -82,13 +80,20 @@ tagGCPSets PlaceCompatibly(ZRMBand& band, const Jp2PlaceBoxes& boxes) {
   return NameTiePoints(bounds->tiePoints, bounds->wkt);
 }
 
-/// The grid of the first text that has one.
-std::optional<Jp2Grid> FindGrid(const Jp2File& opened) {
-  for (const Jp2Text& text : ListTexts(*opened.file, opened.boxes)) {
-    const std::string xml = ReadBoxText(*opened.file, *text.box, XfnGetLimits().xmlBytes);
-    if (std::optional<Jp2Grid> grid = ParseGmlGrid(xml)) return grid;
+/// The grid of the first text that has one. A text that is too long to be read may have one, and so it fails.
+int FindGrid(const Jp2File& opened, std::optional<Jp2Grid>& grid, XString& err) {
+  const std::int64_t most = XfnGetLimits().xmlBytes;
+  const std::optional<std::vector<Jp2Text>> texts = ListTexts(*opened.file, opened.boxes);
+  if (!texts) return FailWith(err, kDiskFailsInBoxes);
+  for (const Jp2Text& text : *texts) {
+    if (text.box->CountDataBytes() > most)
+      return FailWith(err, "A text of the file is too long to look for a place in");
+    const std::optional<std::string> xml = ReadBoxText(*opened.file, *text.box, most);
+    if (!xml) return FailWith(err, kDiskFailsInBoxes);
+    grid = ParseGmlGrid(*xml);
+    if (grid) return 1;
   }
-  return std::nullopt;
+  return 1;
 }
 
 /// The corner is the centre of the first pixel. The sizes are the lengths of a pixel's sides.
@@ -100,25 +105,28 @@ void PlaceByTransform(ZRMBand& band, const Jp2Transform& t) {
   band.SetGeoTransform(t.data());
 }
 
-/// A file may have several of these boxes, of which one serves programs that know no others. The last one counts that
-/// has both a place and a system, or else a place, or else the last one.
-std::optional<GeoJp2> FindBestGeoJp2(const Jp2PlaceBoxes& boxes) {
-  std::optional<GeoJp2> best;
-  const auto rank = [](const GeoJp2& place) { return (place.exact ? 2 : 0) + (place.wkt.IsEmpty() ? 0 : 1); };
-  for (const std::vector<unsigned char>& bytes : boxes.geoJp2) {
-    std::optional<GeoJp2> place = ParseGeoJp2(bytes);
-    if (place && (!best || rank(*place) > rank(*best))) best = std::move(place);
-  }
-  return best;
+/// What the exact policy finds out about a place.
+struct ExactPlace {
+  std::optional<GeoJp2> geo;  ///< a file may have several, of which one serves programs that know no others
+  std::optional<Jp2Grid> grid;
+  std::optional<Jp2Transform> transform;
+};
+
+/// A box or a text that could tell a place and can't be read fails, unless one that is asked before it places the
+/// image.
+int FindExactPlace(const Jp2File& opened, const Jp2PlaceBoxes& boxes, ExactPlace& place, XString& err) {
+  if (!FindBestGeoJp2(boxes, place.geo, err)) return 0;
+  if (place.geo) place.transform = place.geo->exact;
+  if (place.transform) return 1;
+  if (!FindGrid(opened, place.grid, err)) return 0;
+  if (place.grid) place.transform = place.grid->transform;
+  if (place.transform || boxes.msig.empty()) return 1;
+  place.transform = ParseMsig(boxes.msig);
+  return place.transform || FailWith(err, "The MSIG box of the file is damaged");
 }
 
-tagGCPSets PlaceExactly(ZRMBand& band, const Jp2File& opened, const Jp2PlaceBoxes& boxes) {
-  const std::optional<GeoJp2> geo = FindBestGeoJp2(boxes);
-  std::optional<Jp2Transform> transform = geo ? geo->exact : std::nullopt;
-  std::optional<Jp2Grid> grid;
-  if (!transform) grid = FindGrid(opened);
-  if (grid) transform = grid->transform;
-  if (!transform) transform = ParseMsig(boxes.msig);
+tagGCPSets PlaceExactly(ZRMBand& band, const ExactPlace& place) {
+  const auto& [geo, grid, transform] = place;
   if (transform) PlaceByTransform(band, *transform);
   XSpatialReference system;
   if (geo && !geo->wkt.IsEmpty()) {
@@ -148,7 +156,7 @@ void TakeDefinitions(std::span<const unsigned char> data, Jp2Colours& colours) {
 
 int OpenJp2(const XString& path, Jp2File& opened, XString& err) {
   XFile file;
-  if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return Refuse(err, "Unable to open input file");
+  if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return FailWith(err, "Unable to open input file");
   opened = {};
   opened.file = file.GetDiskFile();
   std::int64_t offset = 0, end = 0;
@@ -159,7 +167,7 @@ int OpenJp2(const XString& path, Jp2File& opened, XString& err) {
 
 std::optional<Jp2Bounds> FindBounds(const Jp2PlaceBoxes& boxes, int width, int height, XSpatialReference& sr) {
   Jp2Bounds bounds;
-  std::optional<GeoJp2> geo = boxes.geoJp2.empty() ? std::nullopt : ParseGeoJp2(boxes.geoJp2.front());
+  std::optional<GeoJp2> geo = ParseLastGeoJp2(boxes);
   std::optional<Jp2Transform> t = geo ? std::optional(geo->transform) : ParseMsig(boxes.msig);
   if (!t) return std::nullopt;
   if (geo) {
@@ -189,8 +197,14 @@ int PlaceJp2(ZRMBand& band, const Jp2File& opened, tagGCPSets& tiePoints, XStrin
   tiePoints = {};
   if (opened.boxes.empty()) return 1;
   const std::optional<Jp2PlaceBoxes> boxes = ReadPlaceBoxes(*opened.file, opened.boxes);
-  if (!boxes) return Refuse(err, "The disk fails within the boxes of the file");
-  tiePoints = band.IsExact() ? PlaceExactly(band, opened, *boxes) : PlaceCompatibly(band, *boxes);
+  if (!boxes) return FailWith(err, kDiskFailsInBoxes);
+  if (!band.IsExact()) {
+    tiePoints = PlaceCompatibly(band, *boxes);
+    return 1;
+  }
+  ExactPlace place;
+  if (!FindExactPlace(opened, *boxes, place, err)) return 0;
+  tiePoints = PlaceExactly(band, place);
   return 1;
 }
 

@@ -36,7 +36,8 @@ struct Jp2Bounds {
 std::optional<Jp2Bounds> FindBounds(const Jp2PlaceBoxes& boxes, int width, int height, XSpatialReference& sr);
 
 /// Places a band that has its size, by its policy. `tiePoints` gets those that the file has in place of a transform. 1,
-/// or 0 where the disk fails.
+/// or 0 with the reason in `err` where the disk fails, and under the exact policy also where a box that could tell the
+/// place can't be read.
 int PlaceJp2(ZRMBand& band, const Jp2File& opened, tagGCPSets& tiePoints, XString& err);
 
 /// What the boxes say that the components show.

@@ -7,6 +7,7 @@
 
 #include "base/BytesFile.h"
 #include "base/Cursor.h"
+#include "base/Failure.h"
 #include "codec/TiffGeoTags.h"
 #include "codec/TiffHandle.h"
 #include "XGeoKeys.h"
@@ -72,21 +73,54 @@ bool IsMsig(const std::vector<unsigned char>& data) {
                     [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; });
 }
 
-/// The texts of `asoc` boxes that have a label, within one that has the label "gml.data".
-void ListGml(DiskFile& file, std::span<const Jp2Box> boxes, const Jp2Box& outer, std::vector<Jp2Text>& texts) {
-  const std::size_t first = static_cast<std::size_t>(&outer - boxes.data());
-  for (std::size_t i = first + 1; i < EndOfBox(boxes, first); ++i) {
-    if (!IsSameType(boxes[i].type, kBoxAssociation)) continue;
-    const Jp2Box* const label = FindBox(boxes, kBoxLabel, &boxes[i]);
-    const Jp2Box* const text = FindBox(boxes, kBoxXml, &boxes[i]);
-    if (label && text) texts.push_back({XString(ReadBoxText(file, *label, kMostLabelBytes)), text});
-  }
+/// The first bytes of a box behind its head. Nothing where the disk fails.
+std::optional<std::vector<unsigned char>> ReadBoxStart(DiskFile& file, const Jp2Box& box, std::size_t most) {
+  const auto count = static_cast<std::int64_t>(most);
+  Jp2Box start = box;
+  start.numBytes = std::min(box.CountDataBytes(), count) + box.dataOffset - box.offset;
+  return ReadBoxData(file, start, count);
 }
 
-bool HoldsGml(DiskFile& file, std::span<const Jp2Box> boxes, std::size_t box) {
-  const bool hasInner = EndOfBox(boxes, box) > box + 1;
-  return hasInner && IsSameType(boxes[box].type, kBoxAssociation) && IsSameType(boxes[box + 1].type, kBoxLabel) &&
-         ReadBoxText(file, boxes[box + 1], kMostLabelBytes) == "gml.data";
+/// The first label and the first text directly within a box.
+struct LabelledText {
+  const Jp2Box* label = nullptr;
+  const Jp2Box* text = nullptr;
+};
+
+/// The texts of `asoc` boxes that have a label, within one that has the label "gml.data". There may be thousands, so
+/// that one pass finds the labels and the texts of all. False where the disk fails.
+bool ListGml(DiskFile& file, std::span<const Jp2Box> boxes, std::size_t outer, std::vector<Jp2Text>& texts) {
+  const std::size_t end = EndOfBox(boxes, outer);
+  std::vector<LabelledText> found(end - outer);
+  std::vector<std::size_t> way;  // the boxes around the one that is looked at, by their depth
+  for (std::size_t i = outer; i < end; ++i) {
+    const Jp2Box& box = boxes[i];
+    way.resize(static_cast<std::size_t>(box.depth));
+    if (i > outer) {
+      LabelledText& ofParent = found[way.back() - outer];
+      if (!ofParent.label && IsSameType(box.type, kBoxLabel)) ofParent.label = &box;
+      if (!ofParent.text && IsSameType(box.type, kBoxXml)) ofParent.text = &box;
+    }
+    way.push_back(i);
+  }
+  for (std::size_t i = outer + 1; i < end; ++i) {
+    const LabelledText& each = found[i - outer];
+    if (!IsSameType(boxes[i].type, kBoxAssociation) || !each.label || !each.text) continue;
+    const std::optional<std::string> name = ReadBoxText(file, *each.label, kMostLabelBytes);
+    if (!name) return false;
+    texts.push_back({XString(*name), each.text});
+  }
+  return true;
+}
+
+/// Nothing where the disk fails.
+std::optional<bool> HoldsGml(DiskFile& file, std::span<const Jp2Box> boxes, std::size_t box) {
+  const bool hasLabel = box + 1 < boxes.size() && boxes[box + 1].depth > boxes[box].depth &&
+                        IsSameType(boxes[box].type, kBoxAssociation) && IsSameType(boxes[box + 1].type, kBoxLabel);
+  if (!hasLabel) return false;
+  const std::optional<std::string> label = ReadBoxText(file, boxes[box + 1], kMostLabelBytes);
+  if (!label) return std::nullopt;
+  return *label == "gml.data";
 }
 
 }  // namespace
@@ -121,27 +155,47 @@ std::optional<Jp2PlaceBoxes> ReadPlaceBoxes(DiskFile& file, std::span<const Jp2B
   Jp2PlaceBoxes found;
   for (std::size_t i = boxes.size(); i-- > 0;) {
     const Jp2Box& box = boxes[i];
-    const bool isWanted = box.depth == 0 && IsSameType(box.type, kBoxUuid) &&
-                          ((box.uuid == kGeoJp2Uuid && std::ssize(found.geoJp2) < kMostGeoJp2) ||
-                           (box.uuid == kMsigUuid && found.msig.empty()));
-    if (!isWanted) continue;
-    std::optional<std::vector<unsigned char>> data = ReadBoxData(file, box, kMostPlaceBytes);
+    if (box.depth != 0 || !IsSameType(box.type, kBoxUuid)) continue;
+    const bool isGeoJp2 = box.uuid == kGeoJp2Uuid, isMsig = box.uuid == kMsigUuid && found.msig.empty();
+    if (isGeoJp2 && std::ssize(found.geoJp2) == kMostGeoJp2) found.hasMoreGeoJp2 = true;
+    if (!isMsig && (!isGeoJp2 || found.hasMoreGeoJp2)) continue;
+    std::optional<std::vector<unsigned char>> data =
+        isMsig ? ReadBoxStart(file, box, kLeastMsigBytes) : ReadBoxData(file, box, kMostPlaceBytes);
     if (!data) return std::nullopt;
-    if (box.uuid == kGeoJp2Uuid) {
-      found.geoJp2.push_back(*std::move(data));
-    } else if (IsMsig(*data)) {
-      found.msig = *std::move(data);
-    }
+    if (isMsig && IsMsig(*data)) found.msig = *std::move(data);
+    if (!isGeoJp2) continue;
+    const bool isTooLong = box.CountDataBytes() > kMostPlaceBytes;
+    found.geoJp2.push_back(isTooLong ? std::nullopt : std::move(data));
   }
   return found;
 }
 
-std::vector<Jp2Text> ListTexts(DiskFile& file, std::span<const Jp2Box> boxes) {
+std::optional<GeoJp2> ParseLastGeoJp2(const Jp2PlaceBoxes& boxes) {
+  const bool isThere = !boxes.geoJp2.empty() && boxes.geoJp2.front();
+  return isThere ? ParseGeoJp2(*boxes.geoJp2.front()) : std::nullopt;
+}
+
+/// An empty box tells nothing, and so nothing of it is lost.
+int FindBestGeoJp2(const Jp2PlaceBoxes& boxes, std::optional<GeoJp2>& best, XString& err) {
+  constexpr int kHasBoth = 3;
+  const auto rank = [](const GeoJp2& place) { return (place.exact ? 2 : 0) + (place.wkt.IsEmpty() ? 0 : 1); };
+  for (const std::optional<std::vector<unsigned char>>& bytes : boxes.geoJp2) {
+    if (!bytes) return FailWith(err, "A GeoJP2 box of the file is too long");
+    std::optional<GeoJp2> place = ParseGeoJp2(*bytes);
+    if (!place && !bytes->empty()) return FailWith(err, "A GeoJP2 box of the file is damaged");
+    if (place && (!best || rank(*place) > rank(*best))) best = std::move(place);
+    if (best && rank(*best) == kHasBoth) return 1;
+  }
+  return !boxes.hasMoreGeoJp2 || FailWith(err, "The file has too many GeoJP2 boxes");
+}
+
+std::optional<std::vector<Jp2Text>> ListTexts(DiskFile& file, std::span<const Jp2Box> boxes) {
   std::vector<Jp2Text> texts;
   int number = 0;
   for (std::size_t i = 0; i < boxes.size(); ++i) {
     if (boxes[i].depth != 0) continue;
-    if (HoldsGml(file, boxes, i)) ListGml(file, boxes, boxes[i], texts);
+    const std::optional<bool> holdsGml = HoldsGml(file, boxes, i);
+    if (!holdsGml || (*holdsGml && !ListGml(file, boxes, i, texts))) return std::nullopt;
     if (!IsSameType(boxes[i].type, kBoxXml)) continue;
     XString name;
     name.Format("BOX_%d", number++);

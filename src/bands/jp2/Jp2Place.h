@@ -30,18 +30,26 @@ std::optional<Jp2Transform> ParseMsig(std::span<const unsigned char> data);
 
 /// The boxes of a file that can place an image, each as the bytes behind its head.
 struct Jp2PlaceBoxes {
-  std::vector<std::vector<unsigned char>> geoJp2;  ///< the last ones first, and not more than a few
-  std::vector<unsigned char> msig;                 ///< the last one whose data begins as it should
+  /// The last ones first, and not more than a few. Nothing stands for one that is too long.
+  std::vector<std::optional<std::vector<unsigned char>>> geoJp2;
+  bool hasMoreGeoJp2 = false;       ///< in front of these
+  std::vector<unsigned char> msig;  ///< the last one whose data begins as it should
 };
 /// Nothing where the disk fails.
 std::optional<Jp2PlaceBoxes> ReadPlaceBoxes(DiskFile& file, std::span<const Jp2Box> boxes);
+/// The place by the last GeoJP2 box; empty where that tells none.
+std::optional<GeoJp2> ParseLastGeoJp2(const Jp2PlaceBoxes& boxes);
+/// The place by the best of the GeoJP2 boxes: the last one that has both a place and a system, or else a place, or else
+/// the last one. 1, also where there is no such box. 0 with the reason in `err` where it cannot be told which is the
+/// best, because a box is too long or damaged, or there are too many of them.
+int FindBestGeoJp2(const Jp2PlaceBoxes& boxes, std::optional<GeoJp2>& best, XString& err);
 
 /// A text of a file with its name: that of a label in front of it, or `BOX_0`, `BOX_1` and so on.
 struct Jp2Text {
   XString name;
   const Jp2Box* box;  ///< of the list that it was made of
 };
-/// The texts of a file: those beneath the label "gml.data", and those of the file itself.
-std::vector<Jp2Text> ListTexts(DiskFile& file, std::span<const Jp2Box> boxes);
+/// The texts of a file: those beneath the label "gml.data", and those of the file itself. Nothing where the disk fails.
+std::optional<std::vector<Jp2Text>> ListTexts(DiskFile& file, std::span<const Jp2Box> boxes);
 
 }  // namespace zrk

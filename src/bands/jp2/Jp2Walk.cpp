@@ -137,10 +137,10 @@ std::optional<std::vector<unsigned char>> ReadBoxData(DiskFile& file, const Jp2B
   return data;
 }
 
-std::string ReadBoxText(DiskFile& file, const Jp2Box& box, std::int64_t most) {
+std::optional<std::string> ReadBoxText(DiskFile& file, const Jp2Box& box, std::int64_t most) {
   const std::optional<std::vector<unsigned char>> data = ReadBoxData(file, box, most);
-  if (!data) return {};
-  return {data->begin(), std::ranges::find(*data, static_cast<unsigned char>(0))};
+  if (!data) return std::nullopt;
+  return std::string(data->begin(), std::ranges::find(*data, static_cast<unsigned char>(0)));
 }
 
 XString NameBox(std::uint32_t type) {

@@ -48,8 +48,8 @@ const Jp2Box* FindBox(std::span<const Jp2Box> boxes, std::uint32_t type, const J
 
 /// The bytes of a box behind its head, or no bytes where there are more than `most`. Nothing where the disk fails.
 std::optional<std::vector<unsigned char>> ReadBoxData(DiskFile& file, const Jp2Box& box, std::int64_t most);
-/// The same as text, up to its first zero; empty where the disk fails.
-std::string ReadBoxText(DiskFile& file, const Jp2Box& box, std::int64_t most);
+/// The same as text, up to its first zero.
+std::optional<std::string> ReadBoxText(DiskFile& file, const Jp2Box& box, std::int64_t most);
 
 /// The name of a type: four characters, with a dot in place of each that can't be printed.
 XString NameBox(std::uint32_t type);

@@ -452,15 +452,16 @@ std::vector<tagXJp2Box> ZRMBandJ2K::ListBoxes() const {
   std::vector<tagXJp2Box> list;
   const zrk::Jp2File& opened = GetImpl().opened;
   if (opened.boxes.empty()) return list;
-  const std::vector<zrk::Jp2Text> texts = zrk::ListTexts(*opened.file, opened.boxes);
   for (const zrk::Jp2Box& box : opened.boxes) {
     tagXJp2Box told{zrk::NameBox(box.type), box.offset, box.numBytes, box.depth, {}, {}};
     if (zrk::IsSameType(box.type, zrk::kBoxUuid)) told.name = zrk::NameUuid(box.uuid);
-    const bool isText = box.type == zrk::kBoxXml || box.type == zrk::kBoxLabel;
-    if (isText) told.text = XString(zrk::ReadBoxText(*opened.file, box, XfnGetLimits().xmlBytes));
-    const auto named = std::ranges::find(texts, &box, &zrk::Jp2Text::box);
-    if (named != texts.end()) told.name = named->name;
+    const bool isText = zrk::IsSameType(box.type, zrk::kBoxXml) || zrk::IsSameType(box.type, zrk::kBoxLabel);
+    if (isText) told.text = XString(zrk::ReadBoxText(*opened.file, box, XfnGetLimits().xmlBytes).value_or(""));
     list.push_back(std::move(told));
+  }
+  const auto texts = zrk::ListTexts(*opened.file, opened.boxes);
+  for (const zrk::Jp2Text& text : texts.value_or(std::vector<zrk::Jp2Text>())) {
+    list[static_cast<std::size_t>(text.box - opened.boxes.data())].name = text.name;
   }
   return list;
 }

@@ -24,6 +24,10 @@ bool IsTiff(FileHead head) {
   return std::ranges::any_of(kStarts, [head](std::string_view start) { return StartsWith(head, start); });
 }
 
+Channels OpenTiffBands(const RasterCall& call) {
+  return OpenChannels<ZRMBandGTIFF>(Tiff::kNames, call);
+}
+
 /// Levels and a largest error are not for this writer, and its row says so.
 int SaveTiff(const SaveCall& call) {
   XRSFile2Tiff writer;
@@ -51,6 +55,7 @@ constinit const FormatRow kTiffFormat = {.format = {.id = kFormatTIF,
                                                     .writer = &kWriter},
                                          .isContent = &IsTiff,
                                          .loadRaster = &LoadRaster<Tiff>,
+                                         .openBands = &OpenTiffBands,
                                          .bound = &BoundTiff,
                                          .save = &SaveTiff,
                                          .describe = &DescribeTiff};

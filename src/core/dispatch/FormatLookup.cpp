@@ -2,7 +2,8 @@
 // formats. Beside the rows it holds their public parts in one piece, which callers get as a span.
 //
 // A file is known by its extension first. Its first bytes decide where they contradict the extension, and where the
-// name has no extension. An extension whose files have no mark is believed.
+// name has no extension. An extension whose files have no mark is believed. Names of sets come before first bytes,
+// because the images of a set are files of another format.
 
 #include "core/dispatch/FormatTable.h"
 #include "XFile.h"
@@ -104,6 +105,8 @@ const FormatRow* FindRowOfFile(const XString& path) {
   const FormatRow* const byExtension = FindRowOfExtension(XfnGetFileExt(path));
   // An extension whose files have no mark of their own can't be contradicted.
   if (byExtension && !byExtension->isContent) return byExtension;
+  const auto hasFile = [&path](const FormatRow& row) { return row.isOfSet && row.isOfSet(path); };
+  if (const FormatRow* const ofSet = byExtension ? nullptr : FindRow(hasFile)) return ofSet;
   std::array<unsigned char, kFileHeadBytes> buffer;
   const FileHead head = ReadHead(path, buffer);
   if (byExtension && MayBe(*byExtension, head)) return byExtension;

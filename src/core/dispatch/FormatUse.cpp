@@ -8,6 +8,7 @@
 #include "base/ReadError.h"
 #include "core/dispatch/FileCheck.h"
 #include "core/dispatch/FormatTable.h"
+#include "core/load/OtherFormats.h"
 #include "core/load/Outcome.h"
 #include "core/xld/ImageStamp.h"
 #include "XLevelMode.h"
@@ -56,8 +57,9 @@ namespace {
 /// The sentence for a row that can't load just now, or an empty text. A codec is asked for first, because a row may
 /// have a loader that is of no use without it.
 XString WhyNotLoaded(const FormatRow& row) {
-  const char* const absentCodec = row.tellAbsentCodec ? row.tellAbsentCodec() : nullptr;
-  if (absentCodec) return absentCodec;
+  tagXCodecState codec;
+  if (row.findCodec) row.findCodec(codec);
+  if (codec.isNeeded && !codec.isFound) return codec.remark;
   if (row.loadRaster || row.loadVector) return "";
   XString sentence;
   sentence.Format("%s files can't be read by this build", row.format.name);
@@ -83,6 +85,13 @@ int LoadRasterBy(const FormatRow* row, const RasterCall& call) {
   if (!refusal.IsEmpty()) return FailWith(call.err, refusal);
   if (!Fenced(call.err, [&call] { return NoteOpenedImage(*call.file, call.path); })) return 0;
   return LoadWithReason(*row, row->loadRaster, call);
+}
+
+std::vector<std::unique_ptr<ZRMBand>> OpenBandsOf(int formatId, const RasterCall& call) {
+  const FormatRow* const row = FindFormatRow(formatId);
+  if (row && row->openBands) return row->openBands(call);
+  call.err = kNotSupportedType;
+  return {};
 }
 
 int LoadVectorBy(const FormatRow* row, const VectorCall& call) {
@@ -124,6 +133,13 @@ bool XfnIsDecodedWhole(ZRMBand* band) {
 int XfnDecodeWhole(ZRMBand* band, XThread* thread) {
   if (!XfnIsDecodedWhole(band)) return 1;
   return zrk::ReadPixels([&] { return RowOf(band)->decodeWhole(*band, thread); });
+}
+
+tagXCodecState XfnFindCodec(int id) {
+  tagXCodecState state;
+  const zrk::FormatRow* const row = zrk::FindFormatRow(id);
+  if (row && row->findCodec) row->findCodec(state);
+  return state;
 }
 
 tagXFormatNotes XfnDescribeFormat(ZRMBand* first, bool isVerbose) {

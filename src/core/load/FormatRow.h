@@ -6,12 +6,15 @@
 #include "XString.h"
 
 #include <array>
+#include <memory>
 #include <span>
+#include <vector>
 
 class XRSFile;
 class XSpatialReference;
 class XThread;
 class ZRMBand;
+struct tagXCodecState;
 struct tagXFormatNotes;
 struct tagXStoreTile;
 
@@ -94,15 +97,21 @@ struct FormatRow {
   bool (*isContent)(FileHead head) = nullptr;
   /// Whether a file whose extension says so may be of this format. Null where `isContent` tells that as well.
   bool (*mayBeContent)(FileHead head) = nullptr;
+  /// Whether a file whose extension belongs to no format is one of a set of this format, by its name and by what lies
+  /// beside it. It is asked before first bytes. Null where files stand alone.
+  bool (*isOfSet)(const XString& path) = nullptr;
 
   // How it is opened. One of the two, or none where this build can't read the format.
 
   int (*loadRaster)(const RasterCall& call) = nullptr;
   int (*loadVector)(const VectorCall& call) = nullptr;
+  /// Opens the bands alone, for formats whose images are files of this one; see `OpenBandsOf`. Null where no other
+  /// format has such images.
+  std::vector<std::unique_ptr<ZRMBand>> (*openBands)(const RasterCall& call) = nullptr;
   /// Whether `LoadFileVector` takes the id.
   bool isRouted = true;
-  /// Answers the sentence about a decoder that was looked for at run time and is not there, or null where it is there.
-  const char* (*tellAbsentCodec)() = nullptr;
+  /// Tells of the decoder that is looked for at run time. Null for a format that the library decodes itself.
+  void (*findCodec)(tagXCodecState& state) = nullptr;
 
   // What else can be done with its files and bands.
 

@@ -35,13 +35,6 @@ bool HasTooManyNodes(std::string_view text, std::int64_t maxElements) {
   return numElements > maxElements || numAttributes > 2 * maxElements;
 }
 
-XString FindDanger(std::string_view text) {
-  const tagXLimits limits = XfnGetLimits();
-  if (static_cast<std::int64_t>(text.size()) > limits.xmlBytes) return "the text is too long";
-  if (HasTooManyNodes(text, limits.xmlElements)) return "it has too many elements";
-  return FindXmlDanger(text, limits.nestingDepth);
-}
-
 class StringWriter : public pugi::xml_writer {
  public:
   void write(const void* data, std::size_t size) override { text_.append(static_cast<const char*>(data), size); }
@@ -53,8 +46,15 @@ class StringWriter : public pugi::xml_writer {
 
 }  // namespace
 
+XString FindXmlRefusal(std::string_view text) {
+  const tagXLimits limits = XfnGetLimits();
+  if (static_cast<std::int64_t>(text.size()) > limits.xmlBytes) return "the text is too long";
+  if (HasTooManyNodes(text, limits.xmlElements)) return "it has too many elements";
+  return FindXmlDanger(text, limits.nestingDepth);
+}
+
 bool ParseNativeXml(std::string_view text, pugi::xml_document& document, XString& err) {
-  if (const XString danger = FindDanger(text); !danger.IsEmpty()) {
+  if (const XString danger = FindXmlRefusal(text); !danger.IsEmpty()) {
     err = "The raster metadata is refused: " + danger;
     return false;
   }

@@ -4,12 +4,14 @@
 //        0     8  mark, "ZRKdone1", written last
 //        8     8  key of what the export is made of
 //       16     8  number of units
-//       24    40  zero
+//       24     8  1 when all tiles are done and the file gets its name, otherwise 0
+//       32     8  when that file was written last, in nanoseconds since 1970
+//       40    24  zero
 //       64        a byte for each unit, levels in the order of the plan; bit i stands for tile i of the unit
 //
 // A crash of the process loses no write, but one of the machine may lose any that the medium was not waited for. So the
 // tiles are brought to the medium first, and then their bits are written. A crash between the two costs some tiles that
-// are made again.
+// are made again. When the file has its name the bits go, and the head stays for others to ask.
 
 #include "writers/globe/DoneRecord.h"
 
@@ -20,6 +22,7 @@
 #include <array>
 #include <atomic>
 #include <bit>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -29,17 +32,27 @@ namespace {
 
 constexpr std::int64_t kHeadBytes = 64;
 constexpr std::size_t kMarkBytes = 8;
+constexpr char kMark[] = "ZRKdone1";
 constexpr int kUsualUnits = 512;
 constexpr std::chrono::seconds kLongestWait{2};
 
 std::atomic<int> unitsBetweenFlushes = 0;
 
-std::array<unsigned char, kHeadBytes> BuildHead(std::uint64_t key, std::int64_t numUnits) {
-  static_assert(std::endian::native == std::endian::little);
-  std::array<unsigned char, kHeadBytes> head{};
-  std::memcpy(head.data(), "ZRKdone1", kMarkBytes);
-  std::memcpy(head.data() + 8, &key, sizeof key);
-  std::memcpy(head.data() + 16, &numUnits, sizeof numUnits);
+struct RecordHead {
+  char mark[kMarkBytes];
+  std::uint64_t key;
+  std::int64_t numUnits;
+  std::int64_t isWhole;
+  std::int64_t modified;
+  std::int64_t zeros[3];
+};
+static_assert(std::endian::native == std::endian::little && sizeof(RecordHead) == kHeadBytes);
+
+RecordHead BuildHead(std::uint64_t key, std::int64_t numUnits) {
+  RecordHead head{};
+  std::memcpy(head.mark, kMark, kMarkBytes);
+  head.key = key;
+  head.numUnits = numUnits;
   return head;
 }
 
@@ -54,25 +67,41 @@ DoneRecord::DoneRecord(std::shared_ptr<DiskFile> record, const TilePlan& plan, s
 
 DoneRecord::~DoneRecord() = default;
 
-DoneRecord::State DoneRecord::GetState() const {
-  const auto expected = BuildHead(key_, plan_.CountUnitsBefore(plan_.CountLevels()));
-  std::array<unsigned char, kHeadBytes> head{};
-  if (record_->ReadAt(0, head.data(), kHeadBytes) != kHeadBytes) return State::kEmpty;
-  if (std::memcmp(head.data(), expected.data(), kMarkBytes) != 0) return State::kEmpty;
-  return head == expected ? State::kOfThis : State::kOfAnother;
+DoneRecord::Status DoneRecord::GetStatus() const {
+  RecordHead head;
+  if (record_->ReadAt(0, &head, kHeadBytes) != kHeadBytes) return {};
+  if (std::memcmp(head.mark, kMark, kMarkBytes) != 0) return {};
+  const bool isOfThis = head.key == key_ && head.numUnits == plan_.CountUnitsBefore(plan_.CountLevels());
+  return {true, isOfThis, head.isWhole == 1, head.modified};
 }
 
 /// Room is taken for all bytes at once, so that a full disk is found now.
 bool DoneRecord::Begin() {
   const std::int64_t numUnits = plan_.CountUnitsBefore(plan_.CountLevels());
   if (record_->SetSize(0) != 0 || record_->Preallocate(kHeadBytes + numUnits) != 0) return false;
-  const auto head = BuildHead(key_, numUnits);
-  return record_->WriteAt(kMarkBytes, head.data() + kMarkBytes, kHeadBytes - std::int64_t{kMarkBytes}) == 0 &&
-         record_->Sync() == 0 && record_->WriteAt(0, head.data(), kMarkBytes) == 0 && record_->Sync() == 0;
+  const RecordHead head = BuildHead(key_, numUnits);
+  return record_->WriteAt(kMarkBytes, &head.key, kHeadBytes - std::int64_t{kMarkBytes}) == 0 && record_->Sync() == 0 &&
+         record_->WriteAt(0, head.mark, kMarkBytes) == 0 && record_->Sync() == 0;
 }
 
 bool DoneRecord::Forget() {
   return record_->SetSize(0) == 0 && record_->Sync() == 0;
+}
+
+/// The time comes before the word that says that it counts.
+bool DoneRecord::NoteWhole(std::int64_t modified) {
+  const std::int64_t isWhole = 1;
+  return record_->WriteAt(offsetof(RecordHead, modified), &modified, sizeof modified) == 0 && record_->Sync() == 0 &&
+         record_->WriteAt(offsetof(RecordHead, isWhole), &isWhole, sizeof isWhole) == 0 && record_->Sync() == 0;
+}
+
+/// Bits that stay do no harm.
+void DoneRecord::ForgetTiles() {
+  record_->SetSize(kHeadBytes);
+}
+
+void DoneRecord::UseRecord(std::shared_ptr<DiskFile> record) {
+  record_ = std::move(record);
 }
 
 void DoneRecord::SetFile(std::shared_ptr<ExportFile> file) {

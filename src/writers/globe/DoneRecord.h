@@ -26,13 +26,24 @@ class DoneRecord {
   DoneRecord(std::shared_ptr<DiskFile> record, const TilePlan& plan, std::uint64_t key);
   ~DoneRecord();
 
-  /// What the file of the record is.
-  enum class State { kEmpty, kOfThis, kOfAnother };
-  State GetState() const;
+  /// What the file of the record tells.
+  struct Status {
+    bool isRecord = false;      ///< otherwise nothing was begun
+    bool isOfThis = false;      ///< of this export, otherwise of another one
+    bool isWhole = false;       ///< all tiles were done, and the file was about to get its name
+    std::int64_t modified = 0;  ///< when that file was written last
+  };
+  Status GetStatus() const;
   /// Makes it the record of an export without a tile. The head comes last, and until then the file is no record.
   bool Begin();
   /// Makes it no record on the disk, before the file that it speaks of goes. False where the disk fails.
   bool Forget();
+  /// Notes on the disk that all tiles are done and the file gets its name now. False where the disk fails.
+  bool NoteWhole(std::int64_t modified);
+  /// Gives back the room of the bits when the file has its name. What stays tells what it was made of.
+  void ForgetTiles();
+  /// Goes on with another handle of the same record, when all that was noted is on the medium.
+  void UseRecord(std::shared_ptr<DiskFile> record);
   /// Where tiles are written from now on.
   void SetFile(std::shared_ptr<ExportFile> file);
 

@@ -12,6 +12,7 @@
 #include "tagXArr2.h"
 #include "writers/globe/PostNormals.h"
 #include "writers/globe/TileShapes.h"
+#include "XMessageBox.h"
 #include "XReadPolicy.h"
 #include "XThread.h"
 #include "XTileGrid.h"
@@ -66,6 +67,8 @@ class ElevationMaker : public TileMaker {
       : source_(source), tileSize_(XfnGetTileSize3D(level)), level_(level), normals_(level) {}
 
   bool Make(const TileStrip& strip, unsigned char* out, int* cancel, XString& err) override;
+  /// Takes the memory for the normals of the longest strip. False where there is none.
+  bool ReserveNormals();
 
  private:
   int BytesOfTile() const { return source_.what_.withNormals ? 16 * kPostsOfTile : 4 * kPostsOfTile; }
@@ -86,6 +89,15 @@ class ElevationMaker : public TileMaker {
   std::vector<float> posts_;
   std::vector<tagXVector3f> vectors_;
 };
+
+bool ElevationMaker::ReserveNormals() {
+  try {
+    vectors_.reserve(std::size_t{kPostSteps * TilePlan::kTilesOfUnit + 1} * kPostSide);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
 
 bool ElevationMaker::IsInside(const TileStrip& strip) const {
   return source_.IsInside(tileSize_, strip.row, strip.col) &&
@@ -177,8 +189,21 @@ std::unique_ptr<ElevationTiles> ElevationTiles::Make(const ZRMCompManager& manag
   return tiles;
 }
 
-std::unique_ptr<TileMaker> ElevationTiles::NewMaker(int level, XString&) {
-  return std::make_unique<ElevationMaker>(*this, level);
+std::unique_ptr<TileMaker> ElevationTiles::NewMaker(int level, XString& err) {
+  auto maker = std::make_unique<ElevationMaker>(*this, level);
+  if (!what_.withNormals || maker->ReserveNormals()) return maker;
+  TellNoNormals(err);
+  return nullptr;
+}
+
+/// The operator is told and the caller is not, as existing callers have it. One worker tells it for all.
+void ElevationTiles::TellNoNormals(XString& err) {
+  constexpr const char* kNoMemory = "Fail to allocate PBE output norm memory";
+  if (isExact_) {
+    err = kNoMemory;
+  } else if (!isTold_.exchange(true)) {
+    XfnMessageBox(kNoMemory, "", kMessageOk);
+  }
 }
 
 bool ElevationTiles::IsInside(double tileSize, int row, int col) const {

@@ -4,6 +4,8 @@
 #include "tagXGlobeExport.h"
 #include "writers/globe/TileMaker.h"
 
+#include <atomic>
+
 namespace zrk {
 
 /// Tiles of an elevation store: 31 by 31 posts, and a normal for each of them where these are wanted. A post is the
@@ -23,10 +25,12 @@ class ElevationTiles : public TileSource {
   friend class ElevationMaker;
   ElevationTiles(std::unique_ptr<HeightMosaic> heights, const tagXGlobeExport& what);
   bool IsInside(double tileSize, int row, int col) const;
+  void TellNoNormals(XString& err);
 
   std::unique_ptr<HeightMosaic> heights_;
   tagXGlobeExport what_;
   bool isExact_ = false;
+  std::atomic<bool> isTold_ = false;  // that there is no memory for normals
 };
 
 }  // namespace zrk

@@ -78,34 +78,46 @@ TileSource& GlobeJob::Source() const {
 }
 
 bool GlobeJob::MakeAll(const XString& path, XString& err) {
-  ExportSession session;
-  session.file = ExportFile::Create(path, plan_.head, FileUse::kAlone);
-  if (!session.file) return Fail(err, what_.isElevation ? "Fail to crate PBE file" : "Fail to crate PBI file");
+  const tagXGlobeShare alone;
+  ExportSession session(path, plan_, alone);
+  if (!session.Create(err)) return false;
   TileProgress progress(thread_, plan_.CountTiles(), 0);
   tagXGlobeState state;
   return MakeLevels(session, Shard{}, progress, state, err);
 }
 
+/// A caller who has said where the file goes keeps nothing of an export in which no tile was made.
 bool GlobeJob::MakeShare(const XString& path, const tagXGlobeShare& share, tagXGlobeState& state, XString& err) {
   const Shard shard{share.shard, share.numShards};
+  state = {};
   if (shard.number < 1 || shard.number > shard.count) return Fail(err, "There is no such shard");
-  ExportSession session;
-  std::int64_t numTiles = 0, before = 0;
-  if (!session.Open(path, plan_, share, err)) return false;
-  if (session.isWhole) {
+  ExportSession session(path, plan_, share);
+  if (!session.Open(err)) return false;
+  if (session.IsWhole()) {
     state = {plan_.CountTiles(), plan_.CountTiles(), 0, true, -1};
     return true;
   }
-  if (!CountDone(*session.record, shard, before, err)) return false;
+  const bool isMade = MakePart(session, shard, state, err);
+  const bool isVain = state.numTiles > 0 && state.numDone == 0 && shard.count == 1;
+  if (!isMade && isVain && !share.target.IsEmpty()) session.Discard();
+  if (!isMade || state.numDone < state.numTiles) return isMade;
+  const bool isPublished = session.Publish(err);
+  state.isComplete = isPublished && session.IsWhole();
+  return isPublished;
+}
+
+bool GlobeJob::MakePart(ExportSession& session, const Shard& shard, tagXGlobeState& state, XString& err) {
+  std::int64_t numTiles = 0, before = 0;
+  if (!CountDone(*session.GetRecord(), shard, before, err)) return false;
   for (int i = 0; i < plan_.tiles.CountLevels(); ++i) {
     numTiles += plan_.tiles.CountTiles(i, plan_.tiles.UnitsOf(i, shard));
   }
   TileProgress progress(thread_, numTiles, before);
   const bool isGood = MakeLevels(session, shard, progress, state, err);
   XString reason;
-  if (!Tell(*session.record, shard, before, state, reason) && isGood) err = reason;
-  state.isComplete = isGood && reason.IsEmpty() && state.numDone == state.numTiles;
-  if (!isGood || !reason.IsEmpty()) return false;
+  const bool isTold = Tell(*session.GetRecord(), shard, before, state, reason);
+  if (!isTold && isGood) err = reason;
+  if (!isGood || !isTold) return false;
   if (state.waitingLevel < 0 || state.numMade > 0) return true;
   err.Format("Level %d is made of level %d, which other shards have not completed", state.waitingLevel,
              state.waitingLevel + 1);
@@ -123,25 +135,38 @@ bool GlobeJob::Tell(const DoneRecord& record, const Shard& shard, std::int64_t b
   return true;
 }
 
-bool GlobeJob::MakeLevels(const ExportSession& session, const Shard& shard, TileProgress& progress,
-                          tagXGlobeState& state, XString& err) {
-  if (images_) images_->SetFile(session.file);
+/// Ends before a level that has to wait.
+bool GlobeJob::MakeLevels(ExportSession& session, const Shard& shard, TileProgress& progress, tagXGlobeState& state,
+                          XString& err) {
   for (int i = 0; i < plan_.tiles.CountLevels(); ++i) {
     const UnitRange units = plan_.tiles.UnitsOf(i, shard);
-    const DoneRecord* const record = session.record.get();
-    if (record && record->CountDone(i, units) == plan_.tiles.CountTiles(i, units)) continue;
-    if (record && i > 0 && Source().IsBuiltOnLevels()) {
-      const std::int64_t numFiner = record->CountDone(i - 1, {0, plan_.tiles.CountUnits(i - 1)});
-      if (numFiner < 0) return Fail(err, kCannotReadRecord);
-      if (numFiner < plan_.tiles.CountTiles(i - 1)) {
+    if (const DoneRecord* const record = session.GetRecord()) {
+      if (record->CountDone(i, units) == plan_.tiles.CountTiles(i, units)) continue;
+      bool isComplete = true;
+      if (i > 0 && Source().IsBuiltOnLevels() && !IsFinerComplete(session, i, isComplete, err)) return false;
+      if (!isComplete) {
         state.waitingLevel = plan_.tiles.GetLevel(i).level;
         return true;
       }
     }
-    const TileJob job{plan_.tiles, Source(), *session.file, session.record.get(), progress};
-    if (!TileRun(job, i, units).Run(err)) return false;
+    if (!MakeLevel(session, i, units, progress, err)) return false;
   }
-  return !session.record || session.file->Sync() || Fail(err, "Fail to write tiles to the file");
+  return !session.GetRecord() || session.GetFile()->Sync() || Fail(err, "Fail to write tiles to the file");
+}
+
+/// The other shards' part of the finer level is read next, so that it has to be seen as they left it.
+bool GlobeJob::IsFinerComplete(ExportSession& session, int index, bool& isComplete, XString& err) const {
+  if (!session.SeeOthers(err)) return false;
+  const std::int64_t numFiner = session.GetRecord()->CountDone(index - 1, {0, plan_.tiles.CountUnits(index - 1)});
+  isComplete = numFiner == plan_.tiles.CountTiles(index - 1);
+  return numFiner >= 0 || Fail(err, kCannotReadRecord);
+}
+
+bool GlobeJob::MakeLevel(ExportSession& session, int index, const UnitRange& units, TileProgress& progress,
+                         XString& err) {
+  if (images_) images_->SetFile(session.GetFile());
+  const TileJob job{plan_.tiles, Source(), *session.GetFile(), session.GetRecord(), progress};
+  return TileRun(job, index, units).Run(err);
 }
 
 bool GlobeJob::CountDone(const DoneRecord& record, const Shard& shard, std::int64_t& count, XString& err) const {

@@ -32,8 +32,11 @@ class GlobeJob {
  private:
   bool Check(XString& err) const;
   bool PrepareSource(XString& err);
-  bool MakeLevels(const ExportSession& session, const Shard& shard, TileProgress& progress, tagXGlobeState& state,
+  bool MakePart(ExportSession& session, const Shard& shard, tagXGlobeState& state, XString& err);
+  bool MakeLevels(ExportSession& session, const Shard& shard, TileProgress& progress, tagXGlobeState& state,
                   XString& err);
+  bool MakeLevel(ExportSession& session, int index, const UnitRange& units, TileProgress& progress, XString& err);
+  bool IsFinerComplete(ExportSession& session, int index, bool& isComplete, XString& err) const;
   bool CountDone(const DoneRecord& record, const Shard& shard, std::int64_t& count, XString& err) const;
   bool Tell(const DoneRecord& record, const Shard& shard, std::int64_t before, tagXGlobeState& state,
             XString& err) const;

@@ -40,7 +40,8 @@ std::unique_ptr<TileMaker> ImageTiles::NewMaker(int level, XString& err) {
       return NewCoarseMaker({*file_, plan_.GetLevel(i - 1), isExact_}, tileSize, err);
     }
   }
-  return NewRenderedMaker({manager_, backColor_, isExact_}, tileSize, err);
+  const tagXTileLevel finest = plan_.CountLevels() > 0 ? plan_.GetLevel(0) : tagXTileLevel();
+  return NewRenderedMaker({manager_, backColor_, isExact_, finest}, tileSize, err);
 }
 
 }  // namespace zrk

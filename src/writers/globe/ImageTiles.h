@@ -18,7 +18,7 @@ class ImageTiles : public TileSource {
 
   std::unique_ptr<TileMaker> NewMaker(int level, XString& err) override;
   bool IsBuiltOnLevels() const override { return true; }
-  int TilesAtOnce() const override { return 1; }
+  int TilesAtOnce() const override { return TilePlan::kTilesOfUnit; }
 
  private:
   const ZRMCompManager& manager_;

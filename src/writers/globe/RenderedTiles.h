@@ -10,6 +10,7 @@ struct RenderedLayers {
   const ZRMCompManager& manager;
   XColour backColor;
   bool isExact;  ///< a composite that can't be read fails the tile; otherwise it is left out
+  tagXTileLevel level;
 };
 
 /// A maker of the finest tiles of an image store. Null with the reason in `err`.

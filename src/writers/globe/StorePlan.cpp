@@ -102,8 +102,16 @@ StorePlan PlanHeights(const tagXGlobeExport& what) {
 
 }  // namespace
 
+/// Callers know two sentences for heights. One is that of levels that no header has room for.
+const char* StorePlan::WhyNotMade() const {
+  if (!isElevation) return "Fail to crate PBI file";
+  return head.header.empty() ? "Invalid PBE File Information" : "Fail to crate PBE file";
+}
+
 StorePlan MakeStorePlan(const tagXGlobeExport& what) {
-  return what.isElevation ? PlanHeights(what) : PlanPictures(what);
+  StorePlan plan = what.isElevation ? PlanHeights(what) : PlanPictures(what);
+  plan.isElevation = what.isElevation;
+  return plan;
 }
 
 }  // namespace zrk

@@ -11,9 +11,12 @@ struct StorePlan {
   ExportHead head;
   std::vector<tagXTileLevel> levels;  ///< as the header has them, the coarsest first
   TilePlan tiles;                     ///< levels in the order in which they are made
+  bool isElevation = false;
 
   /// 0 where the extent holds no tile.
   std::int64_t CountTiles() const { return tiles.CountTiles(); }
+  /// The sentence for a file that can't be made.
+  const char* WhyNotMade() const;
 };
 
 /// The plan of an export whose levels are in order. All levels of pictures cover the same extent, that of the tiles of

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 
 namespace zrk {
 
@@ -19,7 +20,7 @@ TileRun::TileRun(const TileJob& job, int index, const UnitRange& units)
 
 bool TileRun::Run(XString& err) {
   const int numWorkers = CountWorkers(static_cast<int>(std::min<std::int64_t>(units_.Count(), INT_MAX)));
-  const bool isDone = ForEachInParallel(numWorkers, numWorkers, [&](int worker, int) { return Work(worker); });
+  const bool isDone = ForEachInParallel(numWorkers, numWorkers, [&](int, int worker) { return Work(worker); });
   // What was made before a stop or a failure is made for good.
   const bool isNoted = !job_.record || job_.record->Flush();
   if (isDone && !isNoted) err_ = "Fail to write the record of tiles that are done";
@@ -33,8 +34,17 @@ bool TileRun::Fail(const XString& sentence) {
   return false;
 }
 
-/// Workers that come too late find no unit left, and need no maker.
+/// Callers know one sentence for the memory of tiles of either kind.
 bool TileRun::Work(int worker) {
+  try {
+    return MakeUnits(worker);
+  } catch (const std::bad_alloc&) {
+    return Fail("Fail to allocate PBI output data memory");
+  }
+}
+
+/// Workers that come too late find no unit left, and need no maker.
+bool TileRun::MakeUnits(int worker) {
   std::unique_ptr<TileMaker> maker;
   std::vector<unsigned char> bytes;
   for (std::int64_t unit = next_++; unit < units_.end; unit = next_++) {

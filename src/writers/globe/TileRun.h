@@ -31,6 +31,7 @@ class TileRun {
 
  private:
   bool Work(int worker);
+  bool MakeUnits(int worker);
   bool MakeUnit(TileMaker& maker, std::int64_t unit, int worker, std::vector<unsigned char>& bytes);
   bool MakeStrip(TileMaker& maker, TileStrip strip, int worker, std::vector<unsigned char>& bytes, int& numMade);
   bool Fail(const XString& sentence);

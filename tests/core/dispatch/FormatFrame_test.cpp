@@ -72,7 +72,11 @@ zrk::FormatRow MakeRow() {
                      .writer = &kWriter},
           .isContent = [](zrk::FileHead head) { return zrk::StartsWith(head, "TOY!"); },
           .loadRaster = &zrk::LoadRaster<Toy>,
-          .tellAbsentCodec = [] { return absentCodec; },
+          .findCodec =
+              [](tagXCodecState& state) {
+                state.isNeeded = absentCodec != nullptr;
+                state.remark = absentCodec;
+              },
           .bound = &BoundToy,
           .save = &SaveToy,
           .isDecodedWhole = [](ZRMBand& band) { return band.GetBandMax() == 0.0; },

@@ -6,6 +6,7 @@
 #include "HdfBuilder.h"
 #include "JpegBuilder.h"
 #include "RpfFrameBuilder.h"
+#include "StandIns.h"
 #include "TempFolder.h"
 #include "TiffBuilder.h"
 #include "TocBuilder.h"
@@ -174,8 +175,9 @@ TEST_F(OpenFile, LeavesNoSentenceBehindSuccess) {
 TEST_F(OpenFile, TellsWhyAFileCannotBeOpened) {
   EXPECT_EQ(0, XfnOpenFile(nullptr, "a.bmp", err_));
   EXPECT_EQ(XString("Not Valid XRSFile"), err_);
+  const ScopedCodecFolder withoutDecoders("");
   EXPECT_EQ(0, Open("a.ecw", BytesOf("none")));
-  EXPECT_EQ(XString("ECW files can't be read by this build"), err_);
+  EXPECT_EQ(XString("ECW files need the ERDAS ECW SDK (libNCSEcw.so) or GDAL's ECW plug-in; neither was found."), err_);
   EXPECT_EQ(0, Open("a.dat", BytesOf("none")));
   EXPECT_EQ(XString("The format can't be told from the file's extension or its first bytes"), err_);
   EXPECT_EQ(0, Open("a.bmp", BytesOf("none")));

@@ -40,26 +40,6 @@ TEST(LoadFileRaster, RefusesIdsThatAreNoRaster) {
   for (const int id : {-1, 0, 0x64, 0x76, 0x3E9, 0x3EF}) EXPECT_EQ("Not Supported Type", RasterRefusal(&file, id));
 }
 
-struct Unreadable {
-  int id;
-  const char* sentence;
-};
-
-class LoadFileRasterUnreadable : public testing::TestWithParam<Unreadable> {};
-
-TEST_P(LoadFileRasterUnreadable, SaysWhichFilesThisBuildCannotRead) {
-  XRSFile file;
-  EXPECT_EQ(GetParam().sentence, RasterRefusal(&file, GetParam().id));
-  EXPECT_EQ(0, file.GetNumOfBands());
-  EXPECT_FALSE(XfnFindFormat(GetParam().id)->canRead);
-}
-
-INSTANTIATE_TEST_SUITE_P(AllOfThem, LoadFileRasterUnreadable,
-                         testing::Values(Unreadable{0x6A, "MrSID files can't be read by this build"},
-                                         Unreadable{0x6E, "Hawk scanning sensor files can't be read by this build"},
-                                         Unreadable{0x72, "ECW files can't be read by this build"}),
-                         [](const auto& known) { return "Id" + std::to_string(known.param.id); });
-
 TEST(LoadFileRaster, LeavesNativeRastersToTheDataset) {
   XRSFile file;
   XString wanted;

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 // Bitmaps under the exact policy. The expected colours are those of the picture that a file was built from.
 
 namespace {
@@ -126,6 +128,28 @@ TEST(BmpExact, ARunBeyondTheEndOfARowFailsThatRowAlone) {
   ExactBmp image(bytes);
   EXPECT_EQ("The codes are damaged in the bitmap's row 1", image.Failure({0, 5, 1, 1}));
   EXPECT_EQ("", image.Failure({0, 5, 0, 0}));
+}
+
+// A row that was decoded as a whole took a fifth of a second.
+TEST(BmpExact, WindowsOfARowThatIsVeryWideTakeTheTimeOfTheirOwnPixels) {
+  const BmpKind kind{.name = "",
+                     .bits = 8,
+                     .compression = BmpKind::kRle8,
+                     .numColours = 4,
+                     .writtenColours = 4,
+                     .clrUsed = 4,
+                     .width = 6,
+                     .height = 1};
+  std::vector<unsigned char> bytes = kind.Build();
+  bytes.resize(static_cast<std::size_t>(kind.PixelOffset()));
+  for (const int byte : {3, 1, 0, 1}) bytes.push_back(static_cast<unsigned char>(byte));
+  bytes[21] = 0x10;  // the highest byte of the width, which is 268,435,462 then
+  ExactBmp image(bytes);
+  ASSERT_TRUE(image.IsOpen()) << image.Reason();
+  ASSERT_EQ(0x10000006, image.Band().GetXSize());
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < 100; ++i) EXPECT_EQ("", image.Failure({i, i + 31, 0, 0}));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST(BmpExact, AColourBeyondThePaletteFailsItsRow) {

@@ -126,6 +126,11 @@ Jp2Builder& Jp2Builder::PacketLengths() {
   return *this;
 }
 
+Jp2Builder& Jp2Builder::PacketMarks() {
+  hasPacketMarks_ = true;
+  return *this;
+}
+
 Jp2Builder& Jp2Builder::TileLengths() {
   hasTileLengths_ = true;
   return *this;
@@ -204,6 +209,7 @@ void Jp2Builder::FillParameters(opj_cparameters& parameters) const {
     parameters.res_spec = 1;
     parameters.prcw_init[0] = parameters.prch_init[0] = precinctSide_;
   }
+  if (hasPacketMarks_) parameters.csty |= 4;
   parameters.tp_on = hasParts_;
   parameters.tp_flag = hasParts_ ? 'R' : 0;
   parameters.tcp_mct = IsMixable() ? 1 : 0;

@@ -35,6 +35,8 @@ class Jp2Builder {
   Jp2Builder& Lossy(float rate);
   /// Lists of the lengths of packets in each tile-part.
   Jp2Builder& PacketLengths();
+  /// A mark behind the head of each packet.
+  Jp2Builder& PacketMarks();
   /// A list of the lengths of the tile-parts in the main header.
   Jp2Builder& TileLengths();
   /// Tile-parts end with each resolution.
@@ -77,7 +79,7 @@ class Jp2Builder {
   int blockWidth_ = 64, blockHeight_ = 64;
   std::vector<float> rates_{0.0F};
   bool isLossy_ = false;
-  bool hasPacketLengths_ = false, hasTileLengths_ = false, hasParts_ = false;
+  bool hasPacketLengths_ = false, hasPacketMarks_ = false, hasTileLengths_ = false, hasParts_ = false;
   int order_ = 0;
   std::vector<Form> forms_{Form{}};
   Sampler sampler_;

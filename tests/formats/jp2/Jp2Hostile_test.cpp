@@ -29,6 +29,8 @@ struct Header {
   int precinct = -1;  ///< the byte of all precincts; none where it is below 0
   std::size_t numDataBytes = 8;
   std::uint32_t partBytes = 0;  ///< as the head of the tile-part tells; 0 for the true length
+  int numParts = 1;             ///< tile-parts, all alike
+  Bytes further = {};           ///< segments of the main header
 
   Bytes Build() const {
     Bytes size = Join({BigEndian(0, 2), BigEndian(width, 4), BigEndian(height, 4), BigEndian(x, 4), BigEndian(y, 4),
@@ -48,11 +50,16 @@ struct Header {
                              BigEndian(partBytes ? partBytes : 14 + numDataBytes, 4),
                              {0, 1, 0xFF, 0x93},
                              Bytes(numDataBytes)});
-    return Join(
-        {{0xFF, 0x4F}, Segment(0xFF51, size), Segment(0xFF52, coding), Segment(0xFF5C, steps), part, {0xFF, 0xD9}});
+    Bytes parts;
+    for (int i = 0; i < numParts; ++i) parts.insert(parts.end(), part.begin(), part.end());
+    return Join({{0xFF, 0x4F},
+                 Segment(0xFF51, size),
+                 Segment(0xFF52, coding),
+                 Segment(0xFF5C, steps),
+                 further,
+                 parts,
+                 {0xFF, 0xD9}});
   }
-
- private:
   static Bytes Segment(std::uint32_t marker, const Bytes& content) {
     return Join({BigEndian(marker, 2), BigEndian(content.size() + 2, 2), content});
   }
@@ -65,10 +72,27 @@ Header Large(int codeBlock) {
   return header;
 }
 
+/// So many segments of a content, which are numbered by their first byte.
+Bytes RepeatSegment(int count, std::uint32_t marker, Bytes content) {
+  Bytes segments;
+  for (int i = 0; i < count; ++i) {
+    content[0] = static_cast<unsigned char>(i);
+    const Bytes one = Header::Segment(marker, content);
+    segments.insert(segments.end(), one.begin(), one.end());
+  }
+  return segments;
+}
+
+/// A file that begins as it should and then has the boxes.
+Bytes WithBoxes(const Bytes& boxes) {
+  return Join({Jp2Builder::MakeBox("jP  ", {0x0D, 0x0A, 0x87, 0x0A}), boxes});
+}
+
 struct Hostile {
   const char* name;
   Bytes (*build)();
-  const char* sentence;  ///< of the load, or of the read of a corner; empty where that succeeds
+  const char* sentence;              ///< of the load, or of the read of a corner; empty where that succeeds
+  const char* compatibly = nullptr;  ///< the same under the compatible policy, where it is another one
 };
 
 const Hostile kHostiles[] = {
@@ -189,14 +213,14 @@ const Hostile kHostiles[] = {
        header.partBytes = UINT32_MAX;
        return header.Build();
      },
-     "The file ends within tile 0"},
+     "The file ends within tile 0", ""},
     {"APartOfNoLength",
      [] {
        Header header;
        header.partBytes = 5;
        return header.Build();
      },
-     "The file has no tile 0"},
+     "The file has no tile 0", ""},
     {"ALargeImageOfOneColour", [] { return Large(4).Build(); }, "The file is too short for what tile 0 promises"},
     {"ASmallerImageOfOneColour",
      [] {
@@ -205,6 +229,85 @@ const Hostile kHostiles[] = {
        return header.Build();
      },
      ""},
+    {"TilesOfOnePixelInManyComponents",
+     [] {
+       Header header;
+       header.width = 255;
+       header.height = 257;
+       header.tileWidth = header.tileHeight = 1;
+       header.numComponents = 4096;
+       return header.Build();
+     },
+     "The codestream is too short for its tiles and components"},
+    {"TilesOfOnePixelThatAreMissing",
+     [] {
+       Header header;
+       header.width = 255;
+       header.height = 257;
+       header.tileWidth = header.tileHeight = 1;
+       header.numComponents = 4;
+       header.numLevels = 0;
+       return header.Build();
+     },
+     "The file has no tile 1", ""},
+    {"AListOfLengthsThatFillsTheHeader",
+     [] {
+       Header header;
+       header.further = RepeatSegment(500, 0xFF55, Bytes(65532));
+       return header.Build();
+     },
+     ""},
+    {"HeadsOfPacketsThatFillTheHeader",
+     [] {
+       Header header;
+       header.further = RepeatSegment(256, 0xFF60, Bytes(65533));
+       return header.Build();
+     },
+     "The codestream lacks heads of packets of tile 0",
+     "The codestream can't be decoded : Not enough memory to read PPM marker"},
+    {"FewerBytesThanPackets",
+     [] {
+       Header header;
+       header.numDataBytes = 5;  // for six resolutions
+       return header.Build();
+     },
+     "The codestream lacks heads of packets of tile 0", ""},
+    {"ManyComponentsInOneTile",
+     [] {
+       Header header;
+       header.width = header.height = header.tileWidth = header.tileHeight = 50;
+       header.numComponents = 4096;
+       header.numLevels = 0;
+       header.numDataBytes = 4096;
+       return header.Build();
+     },
+     ""},
+    {"MoreTilePartsThanThereCanBe",
+     [] {
+       Header header;
+       header.numDataBytes = 0;
+       header.numParts = 600000;
+       return header.Build();
+     },
+     "The file lacks a part of tile 0", "The codestream can't be decoded : Failed to decode tile 1/1"},
+    {"TwentyThousandNestedBoxes",
+     [] {
+       Bytes boxes;
+       for (std::uint32_t i = 20000; i > 0; --i) {
+         const Bytes head = Join({BigEndian(8 * i, 4), Jp2Builder::Text("asoc")});
+         boxes.insert(boxes.end(), head.begin(), head.end());
+       }
+       return WithBoxes(boxes);
+     },
+     "The boxes of the file are nested too deeply"},
+    {"SixtyThousandTexts",
+     [] {
+       const Bytes box = Jp2Builder::MakeBox("xml ", {});
+       Bytes boxes;
+       for (int i = 0; i < 60000; ++i) boxes.insert(boxes.end(), box.begin(), box.end());
+       return WithBoxes(boxes);
+     },
+     "The file has too many boxes"},
 };
 
 std::int64_t GetPeakKilobytes() {
@@ -216,12 +319,12 @@ std::int64_t GetPeakKilobytes() {
 }
 
 /// The sentence of the load, or of a read of the corner.
-std::string WhyNot(const Bytes& bytes) {
+std::string WhyNot(const Bytes& bytes, XReadPolicy policy) {
   MemoryDisk disk;
   disk.Add("/a.j2k", bytes);
   const zrk::ScopedDisk scope(disk);
   XRSFile file;
-  file.SetReadPolicy(kReadExact);
+  file.SetReadPolicy(policy);
   XString err;
   if (!XRSFileIO::LoadFileJP2(&file, "/a.j2k", err, 0, kLevelNone, nullptr)) return err.AsStdString();
   ZRMBand& band = *file.GetBandAt(0);
@@ -230,14 +333,16 @@ std::string WhyNot(const Bytes& bytes) {
   return XfnGetLastReadError(err) ? err.AsStdString() : "no reason";
 }
 
-class Jp2Hostile : public testing::TestWithParam<Hostile> {};
+class Jp2Hostile : public testing::TestWithParam<std::tuple<Hostile, XReadPolicy>> {};
 
 TEST_P(Jp2Hostile, EndsInASentenceSoonAndWithLittleMemory) {
-  const Bytes bytes = GetParam().build();
+  const auto& [hostile, policy] = GetParam();
+  const Bytes bytes = hostile.build();
+  const bool isOther = policy == kReadCompatible && hostile.compatibly;
   std::ofstream("/proc/self/clear_refs") << 5;  // the peak is counted from here
   const std::int64_t before = GetPeakKilobytes();
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(GetParam().sentence, WhyNot(bytes));
+  EXPECT_EQ(isOther ? hostile.compatibly : hostile.sentence, WhyNot(bytes, policy));
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   EXPECT_LT(taken.count(), 1.0 * static_cast<double>(TrialStep()));
 #ifdef NDEBUG
@@ -248,8 +353,12 @@ TEST_P(Jp2Hostile, EndsInASentenceSoonAndWithLittleMemory) {
 #endif
 }
 
-INSTANTIATE_TEST_SUITE_P(Headers, Jp2Hostile, testing::ValuesIn(kHostiles),
-                         [](const auto& hostile) { return std::string(hostile.param.name); });
+INSTANTIATE_TEST_SUITE_P(Headers, Jp2Hostile,
+                         testing::Combine(testing::ValuesIn(kHostiles), testing::Values(kReadExact, kReadCompatible)),
+                         [](const auto& hostile) {
+                           const bool isExact = std::get<1>(hostile.param) == kReadExact;
+                           return std::get<0>(hostile.param).name + std::string(isExact ? "Exactly" : "Compatibly");
+                         });
 
 TEST(Jp2ManyTiles, OpenWithFewReadsAndAWindowReadsItsTilesOnly) {
   const Bytes listed = Jp2Builder().Size(512, 512).Tiles(8, 8).Levels(1).TileLengths().BuildCodestream();

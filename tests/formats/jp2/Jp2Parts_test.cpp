@@ -84,6 +84,24 @@ TEST(Jp2Parts, BehindTheFirstMayNotSayHowATileIsCoded) {
   EXPECT_EQ("The header of tile 0 is damaged", WhyNotRead(bytes));
 }
 
+/// Without the last entry the list would end where a tile-part begins.
+TEST(Jp2Parts, AreAllFoundWhereTheListOfLengthsLacksItsLastEntry) {
+  const Jp2Builder builder = Jp2Builder().Size(64, 64).Tiles(32, 32).TileLengths();
+  LoadedRaster sound(builder.BuildCodestream(), kFormatJP2, kReadExact);
+  PartBytes bytes = builder.BuildCodestream();
+  const std::size_t list = FindPlace(bytes, {0xFF, 0x55}), length = bytes[list + 2] * 256U + bytes[list + 3];
+  constexpr std::size_t kTiles = 4, kBeforeEntries = 4;  // length, number and form
+  ASSERT_EQ(0U, (length - kBeforeEntries) % kTiles);
+  const std::size_t entry = (length - kBeforeEntries) / kTiles;
+  bytes[list + 3] = static_cast<unsigned char>(length - entry);
+  const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(list + 2 + length);
+  bytes.erase(end - static_cast<std::ptrdiff_t>(entry), end);
+  for (const XReadPolicy policy : {kReadCompatible, kReadExact}) {
+    LoadedRaster image(bytes, kFormatJP2, policy);
+    EXPECT_EQ(sound.Read(0, 0, {0, 63, 0, 63}), image.Read(0, 0, {0, 63, 0, 63}));
+  }
+}
+
 /// What is said of component 0 is true, and what is said of all is not: its code blocks have 4 x 4 samples.
 PartBytes WithOwnCoding(bool isInFront) {
   PartBytes bytes = Jp2Builder().Samples([](int, int x, int y) { return (7 * x + 3 * y) % 251; }).BuildCodestream();

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <limits>
 
 // Where JPEG 2000 files lie, under both policies. Places are worked out by hand from the numbers in the boxes.
 
@@ -325,15 +324,6 @@ TEST_F(Jp2WorldFileExact, FailsTheLoadWhereItPlacesNothing) {
   EXPECT_EQ(0, Load(Jp2Builder().Size(20, 10).Levels(0).Build(), "2\n0\n", kReadExact));
   EXPECT_NE(std::string::npos, err_.AsStdString().find("image.j2w")) << err_.GetText();
   EXPECT_EQ(0, file_.GetNumOfBands());
-}
-
-TEST(Jp2Place, NumbersThatAreNotFinitePlaceNothing) {
-  const double none = std::numeric_limits<double>::quiet_NaN();
-  GeoBox box = kScaled;
-  box.pixelScale = {none, 1, 0};
-  for (const XReadPolicy policy : {kReadCompatible, kReadExact}) {
-    EXPECT_EQ(kCoordinatePixel, PlacedJ2k(WithGeo(box), policy).Band().GetCoordinateKind());
-  }
 }
 
 }  // namespace

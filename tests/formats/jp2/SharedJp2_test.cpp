@@ -1,5 +1,6 @@
 #include "ForeignFiles.h"
 #include "ForeignImages.h"
+#include "J2kComparison.h"
 #include "Oracle.h"
 #include "ReferenceJ2k.h"
 #include "TempFolder.h"
@@ -114,6 +115,17 @@ TEST_P(ForeignJp2Places, AreThoseOfGdal) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, ForeignJp2Places, testing::ValuesIn(kJp2s), NameOfForeign);
+
+class ForeignJp2Levels : public testing::TestWithParam<Foreign> {};
+
+TEST_P(ForeignJp2Levels, AreThoseOfOpenJpegInWindowsToo) {
+  const std::vector<unsigned char> bytes = ReadBytes(PathOfForeign("jp2", GetParam().name));
+  if (bytes.empty()) GTEST_SKIP() << "no shared data";
+  if (GetParam().outcome == Outcome::kRefused) GTEST_SKIP() << "refused: " << GetParam().sentence;
+  CompareWithOpenJpeg(bytes, 6);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ForeignJp2Levels, testing::ValuesIn(kJp2s), NameOfForeign);
 
 TEST(ForeignJp2Places, AGridWithoutASystemHasThatOfItsText) {
   const std::string path = PathOfForeign("jp2", "ll.jp2");

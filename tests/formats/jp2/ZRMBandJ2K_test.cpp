@@ -73,6 +73,18 @@ TEST(ZRMBandJ2K, ReadsACodestreamWithoutBoxes) {
   EXPECT_EQ(10, image.Read(0, 0, {5, 5, 5, 5}).bytes[0]);
 }
 
+/// A length of 0 reaches to the end of the file, and one of 1 stands in the eight bytes behind the type.
+TEST(ZRMBandJ2K, ReadsACodestreamInABoxOfAnyKindOfLength) {
+  const std::vector<unsigned char> codestream = FlatChannels(1).BuildCodestream();
+  const std::vector<unsigned char> start = Jp2Builder::MakeBox("jP  ", {0x0D, 0x0A, 0x87, 0x0A});
+  const std::vector<unsigned char> toTheEnd = Join({BigEndian(0, 4), Jp2Builder::Text("jp2c"), codestream});
+  for (const auto& box : {Jp2Builder::MakeLongBox("jp2c", codestream), toTheEnd}) {
+    CompatibleJ2k image(Join({start, box}));
+    ASSERT_TRUE(image.IsOpen()) << image.Reason();
+    EXPECT_EQ(10, image.Read(0, 0, {5, 5, 5, 5}).bytes[0]);
+  }
+}
+
 TEST(ZRMBandJ2K, TypesFollowTheBytesAndTheSignOfTheFirstComponent) {
   struct Case {
     int depth;

@@ -44,6 +44,7 @@ class KillingDisk : public FaultyDisk {
       return EIO;
     }
     std::int64_t Size() override { return file_->Size(); }
+    bool GoesBy(const std::string& path) override { return file_->GoesBy(path); }
     int SetSize(std::int64_t size) override { return file_->SetSize(size); }
     int Preallocate(std::int64_t size) override { return file_->Preallocate(size); }
     int Sync() override { return 0; }
@@ -114,6 +115,20 @@ tagXGlobeShare GoingOn(const XString& key = "") {
 tagXGlobeShare PartOf(int shard, int count) {
   return {shard, count, false, "", ""};
 }
+
+/// Counts how often a file of that name is opened.
+class CountingDisk : public FaultyDisk {
+ public:
+  explicit CountingDisk(std::string path) : path_(std::move(path)) {}
+  int Open(const std::string& path, const zrk::DiskOpen& how, std::shared_ptr<zrk::DiskFile>& file) override {
+    if (path == path_) ++numOpens;
+    return FaultyDisk::Open(path, how, file);
+  }
+  int numOpens = 0;
+
+ private:
+  const std::string path_;
+};
 
 }  // namespace
 
@@ -238,16 +253,17 @@ TEST_P(SharedExport, IsMadeByProcessesOfWhichOneIsKilledAndStartedAgain) {
   EXPECT_TRUE(IsWhole("a"));
 }
 
-// A shard may come in the moment in which another one has given the file its name.
-TEST_P(SharedExport, IsNotBegunAnewByAShardThatComesWhenAllIsDone) {
-  std::filesystem::rename(folder_.Path("whole"), folder_.Path("target"));
-  tagXGlobeShare share = PartOf(2, 4);
-  share.target = folder_.Path("target");
-  ASSERT_EQ(1, Make("a", share)) << error_.GetText();
-  EXPECT_TRUE(state_.isComplete);
-  EXPECT_EQ(0, state_.numMade);
-  EXPECT_FALSE(std::filesystem::exists(folder_.Path("a")));
-  EXPECT_FALSE(std::filesystem::exists(folder_.Path("a.done")));
+// A file system on a network may show what others have written only when a file is opened.
+TEST_P(SharedExport, IsOpenedAnewBeforeALevelThatIsMadeOfTheShards) {
+  for (int shard = 1; shard <= 4; ++shard) ASSERT_EQ(1, Make("a", PartOf(shard, 4))) << error_.GetText();
+  if (GetParam()) return;
+  CountingDisk file(folder_.Path("a"));
+  {
+    const zrk::ScopedDisk scope(file);
+    EXPECT_EQ(1, Make("a", PartOf(1, 4)));
+  }
+  EXPECT_EQ(2, file.numOpens);
+  EXPECT_TRUE(IsWhole("a"));
 }
 
 TEST_P(SharedExport, RefusesAShardThatIsNone) {
@@ -273,7 +289,7 @@ TEST_P(SharedExport, FailsWithASentenceAtEveryCallOfTheDisk) {
   disk.FailCall(kNever, DiskFault::kError);
   ASSERT_EQ(1, Make("a", {}));
   const int numCalls = disk.GetCallCount();
-  for (int call = 1; call <= numCalls && !HasFailure(); call += TrialCount(1, 7) == 1 ? 1 : 7) {
+  for (int call = 1; call <= numCalls && !HasFailure(); call += CallStep(call)) {
     disk.FailCall(call, DiskFault::kError);
     if (!Make("a", {})) {
       EXPECT_FALSE(error_.IsEmpty()) << call;

@@ -1,0 +1,72 @@
+#include "bands/ecw/EcwSystem.h"
+
+#include <array>
+
+// These are tables of the makers of the format, as programs know them. Some names stand for systems with units other
+// than their last letters tell, and some numbers are in no registry today.
+
+namespace zrk {
+
+namespace {
+
+constexpr std::array<EcwName, 14> kDatums = {{
+    {"ADINDAN", 4201},
+    {"AINABD70", 4204},
+    {"ARC1950", 4209},
+    {"ARC1960", 4210},
+    {"BOGOTA", 5123},
+    {"CAPE", 4222},
+    {"CARTHAGE", 4223},
+    {"CORRALEG", 4225},
+    {"NAD27", 4267},
+    {"NAD83", 4269},
+    {"NAHRWAN", 5134},
+    {"QORNOQ", 4287},
+    {"TOKYO", 4301},
+    {"WGS84", 4326},
+}};
+
+constexpr std::array<EcwName, 147> kProjections = {{
+    {"TMARG1", 22171},   {"TMARG2", 22172},   {"TMARG3", 22173},   {"TMARG4", 22174},   {"TMARG5", 22175},
+    {"TMARG6", 22176},   {"TMARG7", 22177},   {"TMALABEF", 26729}, {"TMALABWF", 26730}, {"OMALSK1M", 26731},
+    {"TMALSK2M", 26732}, {"TMALSK3M", 26733}, {"TMALSK4M", 26734}, {"TMALSK5M", 26735}, {"TMALSK6M", 26736},
+    {"TMALSK7M", 26737}, {"TMALSK8M", 26738}, {"TMALSK9M", 26739}, {"TMARIZEF", 26748}, {"TMARIZCF", 26749},
+    {"TMARIZWF", 26750}, {"LM2ARKNM", 26751}, {"LM2ARKSM", 26752}, {"LM2CAL1F", 26741}, {"LM2CAL2F", 26742},
+    {"LM2CAL3F", 26743}, {"LM2CAL4F", 26744}, {"LM2CAL5F", 26745}, {"LM2CAL6F", 26746}, {"LM2CAL7F", 26747},
+    {"LM2COLNF", 26753}, {"LM2COLCF", 26754}, {"LM2COLSF", 26755}, {"LM2CONNM", 26756}, {"TMDELWRF", 26757},
+    {"LM2FLANF", 26760}, {"TMFLRAEF", 26758}, {"TMFLRAWF", 26759}, {"TMGEOREF", 26766}, {"TMGEORWF", 26767},
+    {"TMHAWI1F", 40038}, {"TMHAWI2F", 40039}, {"TMHAWI3F", 40040}, {"TMHAWI4F", 40041}, {"TMHAWI5F", 40042},
+    {"TMIDAEFT", 26768}, {"TMIDACFT", 26769}, {"TMIDAWFT", 26770}, {"TMILLEFT", 26771}, {"TMILLWFT", 26772},
+    {"TMINDEFT", 26773}, {"TMINDWFT", 26774}, {"LM2IOWNF", 26775}, {"LM2IOWSF", 26776}, {"LM2KANNF", 26777},
+    {"LM2KANNM", 26778}, {"LM2KYNFT", 26779}, {"LM2KYSFT", 26780}, {"LM2LANFT", 26781}, {"LM2LANM", 26981},
+    {"LM2LASFT", 26782}, {"LM2LASM", 26982},  {"LM2LAOFT", 40035}, {"TMMAINEF", 26783}, {"TMMAINWF", 26784},
+    {"LM2MARYF", 26785}, {"LM2MASMF", 26786}, {"LM2MASIF", 26787}, {"TMMICHEF", 26801}, {"TMMICHCF", 26802},
+    {"TMMICHWF", 26803}, {"LM2MICNF", 26804}, {"LM2MICCF", 26805}, {"LM2MICSF", 26806}, {"LM2MINNF", 26791},
+    {"LM2MINCF", 26792}, {"LM2MINSF", 26793}, {"TMMISSEF", 26794}, {"TMMISSEM", 26994}, {"TMMISSWF", 26795},
+    {"TMMISSWM", 26995}, {"TMMISOEF", 26796}, {"TMMISOCF", 26797}, {"TMMISOWF", 26798}, {"LM2MTNFT", 32001},
+    {"LM2MTCFT", 32002}, {"LM2MTSFT", 32003}, {"LM2NEBNF", 32005}, {"LM2NEBSF", 32006}, {"TMNEVAEF", 32007},
+    {"TMNEVAEM", 32107}, {"TMNEVACF", 32008}, {"TMNEVACM", 32108}, {"TMNEVAWF", 32009}, {"TMNEVAWM", 32109},
+    {"TMNEWHFT", 32010}, {"TMNEWJFT", 32011}, {"TMNEWMEF", 32012}, {"TMNEWMCF", 32013}, {"TMNEWMWF", 32014},
+    {"TMNEWYEF", 32015}, {"TMNEWYCF", 32016}, {"TMNEWYWF", 32017}, {"LM2NEWYF", 32018}, {"LM2NCAFT", 32019},
+    {"LM2NDNFT", 32020}, {"LM2NDSFT", 32021}, {"LM2OHINF", 32022}, {"LM2OHISF", 32023}, {"LM2OKLNF", 32024},
+    {"LM2OKLSF", 32025}, {"LM2ORENF", 32026}, {"LM2ORESF", 32027}, {"LM2PANFT", 32028}, {"LM2PANST", 32029},
+    {"TMRHODIF", 32030}, {"LM2SCNFT", 32031}, {"LM2SCSFT", 32033}, {"LM2SDNFT", 32034}, {"LM2SDSFT", 32035},
+    {"LM2TENNF", 32036}, {"LM2TXNF", 32037},  {"LM2TXNCF", 32038}, {"LM2TXNCM", 32138}, {"LM2TXCF", 32039},
+    {"LM2TXCM", 32139},  {"LM2TXSCF", 32040}, {"LM2TXSCM", 32140}, {"LM2TXSF", 32041},  {"LM2TXSM", 32141},
+    {"LM2UTHNF", 32042}, {"LM2UTHCF", 32043}, {"LM2UTHSF", 32044}, {"TMVERMTF", 32045}, {"LM2VIRNF", 32046},
+    {"LM2VIRSF", 32047}, {"LM2WSHNF", 32048}, {"LM2WSHSF", 32049}, {"LM2WVANF", 32050}, {"LM2WVASF", 32051},
+    {"LM2WISNF", 32052}, {"LM2WISCF", 32053}, {"LM2WISSF", 32054}, {"TMWYO1FT", 32055}, {"TMWYO2FT", 32056},
+    {"TMWYO3FT", 32057}, {"TMWYO4FT", 32058},
+}};
+
+}  // namespace
+
+std::span<const EcwName> GetEcwDatums() {
+  return kDatums;
+}
+
+std::span<const EcwName> GetEcwProjections() {
+  return kProjections;
+}
+
+}  // namespace zrk

@@ -1,0 +1,219 @@
+// The platform's position and its three angles are cubic splines of the image line. The camera looks along its own y
+// axis. A column lies beside that axis by its distance from the middle one. A line lies along the flight: the lines are
+// spread over a scan of a fixed number of detector cells, whose middle is shifted by a fixed share. Both numbers belong
+// to the sensor band, visible or infrared.
+//
+// The reverse is a search for one number. The pose at a line tells where along the flight a place lies for the camera,
+// and the right line is the one that lies there itself. The column follows. The difference of the two changes its sign
+// between the first and the last line where the place is in the image.
+
+#include "bands/hawk/HawkSensor.h"
+
+#include "base/Truncate.h"
+#include "math/SplinePiece.h"
+#include "XSpline.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zrk {
+namespace {
+
+constexpr double kQuarterTurn = 1.5707963267948966;
+constexpr double kMetresPerMillimetre = 1.0 / 1000.0;
+
+/// What is fixed for a sensor band: the detector cells of the whole scan, and by what share its middle is shifted.
+struct ScanExtent {
+  double cells;
+  double shift;
+};
+constexpr ScanExtent kVisible = {-1964.16, 0.78};
+constexpr ScanExtent kInfrared = {-466.944, -0.2};
+
+SpacePoint Apply(const Matrix3& m, const SpacePoint& v) {
+  return {m[0] * v.x + m[1] * v.y + m[2] * v.z, m[3] * v.x + m[4] * v.y + m[5] * v.z,
+          m[6] * v.x + m[7] * v.y + m[8] * v.z};
+}
+
+SpacePoint ApplyTransposed(const Matrix3& m, const SpacePoint& v) {
+  return {m[0] * v.x + m[3] * v.y + m[6] * v.z, m[1] * v.x + m[4] * v.y + m[7] * v.z,
+          m[2] * v.x + m[5] * v.y + m[8] * v.z};
+}
+
+double LengthOf(const SpacePoint& v) {
+  return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+}
+
+SpacePoint Minus(const SpacePoint& a, const SpacePoint& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+
+/// Whether the ground at a place is turned to a platform, and not away from it on the other side of the earth.
+bool IsFacing(const SpacePoint& place, const SpacePoint& platform) {
+  const SpacePoint sight = Minus(place, platform);
+  const double stretch = 1.0 / (1.0 - kEarthEccentricity2);
+  return sight.x * place.x + sight.y * place.y + sight.z * place.z * stretch < 0.0;
+}
+
+/// The slopes at the ends continue the change of the slope over the first and the last three samples.
+double FirstSlope(const std::vector<double>& y, double h) {
+  const double s0 = (y[1] - y[0]) / h, s1 = (y[2] - y[1]) / h;
+  return s0 - ((s1 - s0) / h) * h * 0.5;
+}
+
+double LastSlope(const std::vector<double>& y, double h) {
+  const std::size_t n = y.size();
+  const double e0 = (y[n - 1] - y[n - 2]) / h, e1 = (y[n - 2] - y[n - 3]) / h;
+  return ((e0 - e1) / h) * h * 0.5 + e0;
+}
+
+}  // namespace
+
+HawkSensor::HawkSensor(const HawkDocument& document)
+    : origin_{document.originInEcf[0], document.originInEcf[1], document.originInEcf[2]},
+      ecfToLsr_(document.rotationEcfToLsr),
+      lines_(document.imageLines),
+      samples_(document.imageSamples),
+      axisColumn_(document.imageSamples / 2),
+      focalLength_(document.focalLengthInMm / 1000.0),
+      cellSize_(document.detectorCellSizeInMm * kMetresPerMillimetre),
+      isFromBelow_(document.originCorner.Find("Lower") >= 0),
+      isFromLeft_(document.originCorner.Find("Left") >= 0) {
+  const ScanExtent& extent = document.isIR ? kInfrared : kVisible;
+  axisLine_ = document.imageLines / 2 * (1.0 - extent.shift);
+  cellsPerLine_ = extent.cells / lines_;
+  double determinant = 0.0;
+  Invert(ecfToLsr_, lsrToEcf_, determinant);
+  const auto count = static_cast<std::size_t>(document.gridCount);
+  // The last sample lies one line past the image.
+  for (std::size_t i = 0; i < count; ++i) {
+    times_.push_back(lines_ * static_cast<double>(i) / (document.gridCount - 1));
+  }
+  timesPerLine_ = (document.gridCount - 1) / lines_;
+  knots_.resize(count);
+  for (std::size_t part = 0; part < kNumPoseParts; ++part) AddSpline(document.grids[part], part);
+}
+
+void HawkSensor::AddSpline(const std::vector<double>& samples, std::size_t part) {
+  const double h = times_[1] - times_[0];
+  std::vector<double> bends(samples.size());
+  XfnCalcSplineCoeff(times_.data(), samples.data(), static_cast<int>(samples.size()), FirstSlope(samples, h),
+                     LastSlope(samples, h), bends.data());
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    knots_[i].value[part] = samples[i];
+    knots_[i].bend[part] = bends[i];
+  }
+}
+
+void HawkSensor::Flip(double& column, double& line) const {
+  if (isFromBelow_) line = (lines_ - 1.0) - line;
+  if (isFromLeft_) column = (samples_ - 1.0) - column;
+}
+
+/// Samples are evenly spread, so that the piece is known but for a rounding.
+void HawkSensor::Evaluate(double line, double (&parts)[kNumPoseParts]) const {
+  const std::size_t last = times_.size() - 2;
+  auto piece = static_cast<std::size_t>(
+      std::clamp(std::isnan(line) ? 0.0 : line * timesPerLine_, 0.0, static_cast<double>(last)));
+  if (piece > 0 && times_[piece] > line) --piece;
+  if (piece < last && times_[piece + 1] <= line) ++piece;
+  const SplinePiece spline(times_[piece], times_[piece + 1], line);
+  const Knot &begin = knots_[piece], &end = knots_[piece + 1];
+  for (std::size_t i = 0; i < kNumPoseParts; ++i) {
+    parts[i] = spline.Value(begin.value[i], end.value[i], begin.bend[i], end.bend[i]);
+  }
+}
+
+/// The turns about x, y and z one after the other, from the camera to the local frame.
+Matrix3 HawkSensor::LocalTurnOf(const double (&parts)[kNumPoseParts]) const {
+  const Angle omega = Angle::OfRadians(parts[3] - kQuarterTurn);
+  const Angle phi = Angle::OfRadians(parts[4]);
+  const Angle kappa = Angle::OfRadians(parts[5]);
+  const double sinSin = phi.sine * omega.sine, sinCos = phi.sine * omega.cosine;
+  return {kappa.cosine * phi.cosine,
+          kappa.cosine * sinSin - kappa.sine * omega.cosine,
+          kappa.cosine * sinCos + kappa.sine * omega.sine,
+          kappa.sine * phi.cosine,
+          kappa.sine * sinSin + kappa.cosine * omega.cosine,
+          kappa.sine * sinCos - kappa.cosine * omega.sine,
+          -phi.sine,
+          phi.cosine * omega.sine,
+          phi.cosine * omega.cosine};
+}
+
+SpacePoint HawkSensor::PositionOf(const double (&parts)[kNumPoseParts]) const {
+  const SpacePoint local = Apply(lsrToEcf_, {parts[0], parts[1], parts[2]});
+  return {origin_.x + local.x, origin_.y + local.y, origin_.z + local.z};
+}
+
+/// Where a line lies along the flight, in metres in the plane of the detector.
+double HawkSensor::AlongOf(double line) const {
+  return (line - axisLine_) * cellsPerLine_ * cellSize_;
+}
+
+SightLine HawkSensor::SightOf(double column, double line) const {
+  double parts[kNumPoseParts];
+  Evaluate(line, parts);
+  const Matrix3 turn = LocalTurnOf(parts);
+  // A rotation that is not exactly one stretches the camera's axis, and the focal length is that of the earth's frame.
+  const SpacePoint axis = Apply(lsrToEcf_, Apply(turn, {0.0, 1.0, 0.0}));
+  const double focal = focalLength_ / LengthOf(axis);
+  const SpacePoint inCamera = {-(column - axisColumn_) * cellSize_, focal, -AlongOf(line)};
+  const SpacePoint sight = Apply(lsrToEcf_, Apply(turn, inCamera));
+  const double scale = 1.0 / LengthOf(sight);
+  return {PositionOf(parts), {sight.x * scale, sight.y * scale, sight.z * scale}};
+}
+
+HawkSensor::Seen HawkSensor::Look(const SpacePoint& place, double line) const {
+  double parts[kNumPoseParts];
+  Evaluate(line, parts);
+  const Matrix3 turn = LocalTurnOf(parts);
+  const SpacePoint origin = PositionOf(parts);
+  const SpacePoint inCamera = ApplyTransposed(turn, Apply(ecfToLsr_, Minus(place, origin)));
+  const SpacePoint axis = Apply(lsrToEcf_, Apply(turn, {0.0, 1.0, 0.0}));
+  const double scale = -focalLength_ / (LengthOf(axis) * inCamera.y);
+  return {inCamera.x * scale, inCamera.z * scale, inCamera.y > 0.0, origin};
+}
+
+/// How far the place lies along the flight from where the line does, in lines.
+double HawkSensor::MissOf(const SpacePoint& place, double line, Seen& seen) const {
+  seen = Look(place, line);
+  return (AlongOf(line) - seen.along) / (cellsPerLine_ * cellSize_);
+}
+
+/// The secant between two lines of different sign, where the end that stays is made lighter each time: it comes near
+/// within a few steps, and never leaves the two.
+bool HawkSensor::FindPixel(const SpacePoint& place, double margin, double& column, double& line) const {
+  constexpr int kMaxSteps = 60;
+  constexpr double kNear = 1e-6;  // lines
+  Seen seen{};
+  double low = -margin, high = lines_ - 1.0 + margin;
+  double atLow = MissOf(place, low, seen);
+  const bool isInFront = seen.isInFront;
+  double atHigh = MissOf(place, high, seen);
+  if (!isInFront || !seen.isInFront || !(atLow * atHigh <= 0.0)) return false;
+  double found = atLow == 0.0 ? low : high;
+  double miss = atLow == 0.0 ? 0.0 : atHigh;
+  for (int i = 0; i < kMaxSteps && std::abs(miss) > kNear; ++i) {
+    found = low + (high - low) * atLow / (atLow - atHigh);
+    miss = MissOf(place, found, seen);
+    if (miss * atHigh < 0.0) {
+      low = high;
+      atLow = atHigh;
+    } else {
+      atLow *= 0.5;
+    }
+    high = found;
+    atHigh = miss;
+  }
+  if (!(std::abs(miss) <= kNear)) return false;
+  seen = Look(place, found);
+  if (!IsFacing(place, seen.origin)) return false;
+  const double across = seen.across / cellSize_ + axisColumn_;
+  if (!(across >= -margin && across <= samples_ - 1.0 + margin)) return false;
+  column = across;
+  line = found;
+  return true;
+}
+
+}  // namespace zrk

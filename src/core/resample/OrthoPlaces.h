@@ -1,0 +1,92 @@
+#pragma once
+
+#include "XSensorModel.h"
+#include "ZRMBandOrtho.h"
+
+#include <array>
+#include <vector>
+
+class XCoordinateTransformation;
+
+namespace zrk {
+
+/// The way from a grid in the world to longitude and latitude. Any number of threads may go it.
+class OrthoWay {
+ public:
+  /// False where the system has no way there.
+  bool Open(const XSpatialReference& system);
+  /// Replaces a place of the system by longitude and latitude. A place that has none becomes not a number.
+  void ToLonLat(double& x, double& y) const;
+
+ private:
+  std::unique_ptr<XCoordinateTransformation> way_;  // null for a system in longitude and latitude on WGS 84
+};
+
+/// The image behind an ortho band, and how the grid lies to it.
+struct OrthoSource {
+  ZRMBand* band = nullptr;
+  const XSensorModel* model = nullptr;
+  tagXOrthoGrid grid;
+  OrthoWay way;
+  double thickness = 0.0;  ///< of the image on the grid where it is thinnest, in pixels of the grid
+  int level = 0;           ///< that the source is read at
+};
+
+/// Some pixels of a grid: every `step`-th from (x0, y0) on.
+struct OrthoTile {
+  static constexpr int kMaxSide = 64;
+  int x0 = 0;
+  int y0 = 0;
+  int step = 1;
+  int width = 0;
+  int height = 0;
+};
+
+/// Finds the positions in the source that the pixels of a tile show. For one thread, and for many tiles one after the
+/// other.
+class OrthoPlaces {
+ public:
+  explicit OrthoPlaces(const OrthoSource& source);
+
+  void Find(const OrthoTile& tile);
+  // Of the last tile, row by row; not a number for pixels that show nothing.
+  const double* GetX() const { return x_.data(); }
+  const double* GetY() const { return y_.data(); }
+
+ private:
+  /// Pixels of the tile, inclusive. Its corners are the centres of its outermost pixels.
+  struct Cell {
+    int x0, x1, y0, y1;
+    int Width() const { return x1 - x0 + 1; }
+    int Height() const { return y1 - y0 + 1; }
+  };
+  /// Heights between which positions are interpolated.
+  struct Layers {
+    double low = 0.0;
+    double high = 0.0;
+  };
+  struct Corners;
+
+  std::size_t IndexOf(int x, int y) const;
+  void PlaceAt(double x, double y, double& lon, double& lat) const;
+  void FindPlaces(const Cell& cell);
+  bool SpreadPlaces(const Cell& cell);
+  void FindPositions(const Cell& cell);
+  bool FindLayers(const Cell& cell, Layers& layers) const;
+  Corners FindCorners(const Cell& cell, const Layers& layers) const;
+  bool IsOutside(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const;
+  bool IsNear(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const;
+  std::array<double, 10> Probe(const Cell& cell, const Layers& layers) const;
+  void Spread(const Cell& cell, const Corners& corners);
+  void FindExactly(const Cell& cell);
+  void Clear(const Cell& cell);
+  template <class Work>
+  static void Divide(const Cell& cell, Work&& work);
+
+  const OrthoSource& source_;
+  OrthoTile tile_;
+  std::vector<double> lon_, lat_, height_;
+  std::vector<double> x_, y_;
+};
+
+}  // namespace zrk

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// A file of a stand-in (StandInPicture.h) with these words. It begins as MrSID files do.
+inline std::vector<unsigned char> StandInBytes(const std::string& words) {
+  const std::string text = "msid STANDIN " + words;
+  return {text.begin(), text.end()};
+}
