@@ -1,4 +1,7 @@
-// The operators of the whole test program, which take memory as ever and count the requests of a thread on demand.
+// The operators of the whole test program, which take memory as ever and count the requests of a thread on demand. The
+// thread sanitizer has operators of its own, which can't be replaced, and no suite about threads asks for these.
+
+#ifndef __SANITIZE_THREAD__
 
 #include "FailingNew.h"
 
@@ -62,3 +65,5 @@ void operator delete(void* memory, std::size_t) noexcept {
 void operator delete[](void* memory, std::size_t) noexcept {
   std::free(memory);
 }
+
+#endif
