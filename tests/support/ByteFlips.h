@@ -25,9 +25,9 @@ inline std::size_t ProgramTrialStep() {
 /// How far a sweep goes on that fails each call to the disk, one after the other, from its call `nth`. The first calls
 /// fail one by one. Of the others each third one does, or fewer with ZRK_TRIALS=tenth, or all with ZRK_TRIALS=all.
 inline int CallStep(int nth) {
-  constexpr int kFirstCalls = 32;
   const auto step = static_cast<int>(ProgramTrialStep() * TrialStep());
-  return nth < kFirstCalls ? 1 : step;
+  const int numFirst = TrialStep() > 1 ? 8 : 32;
+  return nth < numFirst ? 1 : step;
 }
 
 /// How many of `all` trials are made: `usual` of them, but all with ZRK_TRIALS=all.
