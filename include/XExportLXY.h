@@ -28,7 +28,7 @@ ZRKIO_API int XfnExport2LXYTexture(XString path, ZRMCompManager* manager, int ma
 
 /// Heights of band 0 of all composites, the first on top, as REAL32 at `tileSize` + 1 by `tileSize` + 1 posts a tile,
 /// from the north; neighbours share the posts of their edge. A post has the height of the pixel that holds it, and 0
-/// where there is none. Further reasons: "Fail to create mosaic DEM data band" where no composite has a band that can
+/// where no pixel holds it. Further reasons: "Fail to create mosaic DEM data band" where no composite has a band that can
 /// be placed; "Fail to create resize DEM data band" for bounds without an area; "Fail to allocate LXY DEM output data
 /// memory".
 ZRKIO_API int XfnExport2LXYDem(XString path, ZRMCompManager* manager, int maxLevel, int tileSize, double minX,

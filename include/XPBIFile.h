@@ -50,7 +50,7 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// disk; no new file is left then.
   virtual bool Create(XString path);
   /// Adds a level of a range of tiles to the header. After `Create` it changes the header in memory only. False where
-  /// there is none, and where there is no memory.
+  /// the store has no header, and where memory runs out.
   virtual bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                         _XDXTTYPE type);
   /// The same of the whole earth.

@@ -65,7 +65,7 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   /// The image of a level, which stays the band's; null for a level that has none.
   ZRMBand* GetLevelBandAt(int level) const;
   /// A sentence about the first image that is there and isn't used: it can't be read, its type is another one, or, in
-  /// the exact policy, its size. Empty where there is none.
+  /// the exact policy, its size. Empty where all images are used.
   XString GetLevelRefusal() const;
   /// Always 1.
   int GetNumOfBand() const;

@@ -87,7 +87,7 @@ class ZRKIO_API ZRMComposite {
   /// The number of bands that are there.
   int GetNumOfBands() const;
   /// The band that tells how opaque each pixel is, or null, as at first. It is not owned, has the system of the others,
-  /// and is none of the three. A pixel whose sample is 0 is not drawn, one of `opaque` or more hides what was there,
+  /// and differs from the three. A pixel whose sample is 0 is not drawn, one of `opaque` or more hides what was there,
   /// and those between are mixed with it. Without a number above 0 opaque is the largest value of an integer type,
   /// or 1.0 of a real one. Nothing is drawn beside the band. Colours are not expected to be multiplied by it. Heights
   /// do not look at it.
