@@ -36,8 +36,8 @@ ZRKIO_API int XfnExport2L0Data_Image(XString path, ZRMCompManager* manager, doub
                                      XString& err, XThread* thread);
 
 /// The heights of band 0 of all composites at the centres of the pixels, the first composite on top, in the type of the
-/// bands where they agree and otherwise REAL32. Pixels without a height are 0. Tiles and their rows run from the north. The
-/// back colour is not looked at.
+/// bands where they agree and otherwise REAL32. Pixels without a height are 0. Tiles and their rows run from the north.
+/// The back colour is not looked at.
 ///
 /// Further reasons: "Fail to create mosaic DEM data band" where no composite has a band that can be placed, for pixel
 /// sizes that are not positive numbers, and for bounds without a pixel; "Fail to create output L0 DEM File"; "Fail to
