@@ -25,7 +25,7 @@ class ZrkioCodecs : public Zrkio {
     return Run(std::move(arguments), options);
   }
   const std::string whole_ = StandInFolder("whole");
-  const std::string ecw_ = Write("a.ecw", StandInBytes("width=41 height=31 bands=3 projection=NUTM52 datum=WGS84"));
+  const std::string ecw_ = Write("a.ecw", EcwStandInBytes("width=41 height=31 bands=3 projection=NUTM52 datum=WGS84"));
 };
 
 TEST_F(ZrkioCodecs, AreMissedInOneSentence) {

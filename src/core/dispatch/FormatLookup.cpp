@@ -2,8 +2,8 @@
 // formats. Beside the rows it holds their public parts in one piece, which callers get as a span.
 //
 // A file is known by its extension first. Its first bytes decide where they contradict the extension, and where the
-// name has no extension. An extension whose files have no mark is believed. Names of sets come before first bytes,
-// because the images of a set are files of another format.
+// name has no extension. An extension whose files have no mark is believed where the bytes are those of no other
+// format. Names of sets come before first bytes, because the images of a set are files of another format.
 
 #include "core/dispatch/FormatTable.h"
 #include "XFile.h"
@@ -66,7 +66,7 @@ FileHead ReadHead(const XString& path, std::array<unsigned char, kFileHeadBytes>
 
 /// Whether the first bytes of a file leave it the format that its extension tells.
 bool MayBe(const FormatRow& row, FileHead head) {
-  return row.mayBeContent ? row.mayBeContent(head) : row.isContent(head);
+  return row.mayBeContent ? row.mayBeContent(head) : row.isContent && row.isContent(head);
 }
 
 }  // namespace
@@ -103,8 +103,6 @@ const FormatRow* FindRowOfContent(FileHead head) {
 
 const FormatRow* FindRowOfFile(const XString& path) {
   const FormatRow* const byExtension = FindRowOfExtension(XfnGetFileExt(path));
-  // An extension whose files have no mark of their own can't be contradicted.
-  if (byExtension && !byExtension->isContent) return byExtension;
   const auto hasFile = [&path](const FormatRow& row) { return row.isOfSet && row.isOfSet(path); };
   if (const FormatRow* const ofSet = byExtension ? nullptr : FindRow(hasFile)) return ofSet;
   std::array<unsigned char, kFileHeadBytes> buffer;

@@ -111,7 +111,7 @@ TEST_F(OpenFile, IsOfItsExtensionWhereNothingContradictsThat) {
   EXPECT_EQ(kFormatTIF, XfnFindFormatOfFile(folder_.Path("missing.tif"))->id);
 }
 
-TEST_F(OpenFile, IsOfItsExtensionWhereThatHasNoMarkOfItsOwn) {
+TEST_F(OpenFile, IsOfAnExtensionWithoutAMarkUnlessItsBytesAreThoseOfAnotherFormat) {
   static constexpr int kOwnId = 9999;
   static constinit const zrk::FormatRow kWithoutMark = {.format = {.id = kOwnId,
                                                                    .name = "Without a mark",
@@ -120,7 +120,14 @@ TEST_F(OpenFile, IsOfItsExtensionWhereThatHasNoMarkOfItsOwn) {
                                                                    .canRead = false,
                                                                    .bandClass = ""}};
   const zrk::ScopedFormat scope(kWithoutMark);
-  EXPECT_EQ(kOwnId, FormatOf("a.nomark", BuildTiff())->id);
+  EXPECT_EQ(kOwnId, FormatOf("a.nomark", BytesOf("what no format begins with"))->id);
+  EXPECT_EQ(kOwnId, FormatOf("b.nomark", {})->id);
+  EXPECT_EQ(kFormatTIF, FormatOf("c.nomark", BuildTiff())->id);
+}
+
+TEST_F(OpenFile, TakesATiffForOneThatIsNamedAsAFileWhoseMarksNobodyTells) {
+  EXPECT_EQ(kFormatTIF, FormatOf("a.ecw", BuildTiff())->id);
+  EXPECT_EQ(kFormatECW, FormatOf("b.ecw", {'e', 1, 2, 3})->id);
 }
 
 TEST_F(OpenFile, IsOfNoFormatWhereNothingTellsOne) {

@@ -9,9 +9,9 @@
 std::vector<Sample> MakeEcwSamples() {
   XfnSetCodecFolder(StandInFolder("whole"));
   return {
-      {"Ecw", kFormatECW, [] { return StandInBytes("width=41 height=31 bands=1"); }, LevelRule::kOwn,
+      {"Ecw", kFormatECW, [] { return EcwStandInBytes("width=41 height=31 bands=1"); }, LevelRule::kOwn,
        SampleDisk::kPlain, false, kNoOracle, nullptr, 0, 0, DamageRule::kOwnSuites},
-      {"EcwThreeChannels", kFormatECW, [] { return StandInBytes("width=310 height=203 bands=3 projection=NUTM52"); },
+      {"EcwThreeChannels", kFormatECW, [] { return EcwStandInBytes("width=310 height=203 bands=3 projection=NUTM52"); },
        LevelRule::kOwn, SampleDisk::kPlain, false, kNoOracle, nullptr, 0, 0, DamageRule::kOwnSuites},
   };
 }

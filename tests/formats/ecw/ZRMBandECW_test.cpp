@@ -120,7 +120,7 @@ TEST(ZRMBandECW, LeavesTheSentenceOfTheCallerWhereAFileIsRefused) {
   const ScopedCodecFolder scope(StandInFolder("whole"));
   TempFolder folder;
   for (const char* words : {"fail=NCSOpenFileViewA", "fail=NCSGetViewFileInfo", "fail=nothing", "width=0", "bands=0"}) {
-    folder.Write("a.ecw", StandInBytes(words));
+    folder.Write("a.ecw", EcwStandInBytes(words));
     ZRMBandECW band;
     XString err = "before";
     EXPECT_EQ(0, band.ReadFile(folder.Path("a.ecw"), err, nullptr)) << words;
