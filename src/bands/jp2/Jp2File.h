@@ -43,7 +43,7 @@ int PlaceJp2(ZRMBand& band, const Jp2File& opened, tagGCPSets& tiePoints, XStrin
 /// What the boxes say that the components show.
 struct Jp2Colours {
   bool hasPalette = false;
-  int space = 0;                    ///< the number of the enumerated colour space; 0 where there is none
+  int space = 0;                    ///< the number of the enumerated colour space; 0 where the file names no space
   std::vector<int> associations{};  ///< by component: the colour from 1 on, 0 for opacity, -1 for what is not known
 };
 Jp2Colours ReadColours(const Jp2File& opened);

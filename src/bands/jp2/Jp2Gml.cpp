@@ -69,14 +69,14 @@ std::vector<std::array<double, 2>> ParseSteps(const pugi::xml_node& grid) {
   return steps;
 }
 
-/// The name of the system at an element or within it; empty where there is none.
+/// The name of the system at an element or within it; empty where they name no system.
 std::string FindSystem(const pugi::xml_node& top) {
   const pugi::xml_node node = top.find_node([](const pugi::xml_node& each) { return !!each.attribute("srsName"); });
   const pugi::xml_attribute own = top.attribute("srsName");
   return own ? own.value() : node.attribute("srsName").value();
 }
 
-/// The number at the end of a name that has the registry in it; 0 where there is none.
+/// The number at the end of a name that has the registry in it; 0 for other names.
 int ParseCode(const std::string& system) {
   std::string lower = system;
   std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });

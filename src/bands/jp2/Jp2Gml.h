@@ -13,8 +13,8 @@ struct Jp2Grid {
   int epsg = 0;              ///< of its system; 0 where it names none by a code
 };
 
-/// Parses the first rectified grid of two dimensions in a text. Empty where there is none, or the text is not to be
-/// trusted.
+/// Parses the first rectified grid of two dimensions in a text. Empty where the text has no such grid, or the text is
+/// not to be trusted.
 std::optional<Jp2Grid> ParseGmlGrid(std::string_view xml);
 
 }  // namespace zrk

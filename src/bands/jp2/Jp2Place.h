@@ -23,7 +23,7 @@ struct GeoJp2 {
   std::vector<tagGCP> tiePoints;             ///< in place of a transform
 };
 
-/// Parses the TIFF file in a GeoJP2 box. Empty where it is none.
+/// Parses the TIFF file in a GeoJP2 box. Empty where the bytes are no TIFF file.
 std::optional<GeoJp2> ParseGeoJp2(std::span<const unsigned char> tiff);
 /// Parses the data of an `MSIG` box, whose transform is of outer corners. Empty where there are fewer than 70 bytes.
 std::optional<Jp2Transform> ParseMsig(std::span<const unsigned char> data);
