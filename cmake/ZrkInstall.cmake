@@ -23,3 +23,14 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FUL
   OUTPUT_VARIABLE pc_to_prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zrkio.pc.in ${PROJECT_BINARY_DIR}/zrkio.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zrkio.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The build folder as it is, for tests that are compiled in another one.
+set(namespace built::)
+if(ZRK_SANITIZE)
+  set(namespace sanitized::)
+endif()
+set(built zrkio zrkio_objects zrk_compile)
+if(ZRK_TOOLS)
+  list(APPEND built zrkio_program zrkio_program_parts)
+endif()
+export(TARGETS ${built} NAMESPACE ${namespace} FILE ${PROJECT_BINARY_DIR}/ZrkBuilt.cmake)

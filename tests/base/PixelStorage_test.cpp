@@ -1,4 +1,5 @@
 #include "base/PixelStorage.h"
+#include "Sanitizers.h"
 
 #include <gtest/gtest.h>
 #include <cstdint>
@@ -34,9 +35,7 @@ TEST(PixelStorage, KeepsWhatIsEnough) {
 }
 
 TEST(PixelStorage, IsAsItWasWhereMemoryRanOut) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer ends the program where memory runs out";
-#endif
+  if (IsSanitized()) GTEST_SKIP() << "a sanitizer ends the program where memory runs out";
   zrk::PixelStorage storage;
   ASSERT_TRUE(storage.Reserve(10));
   unsigned char* const first = storage.Get();

@@ -1,3 +1,4 @@
+#include "Sanitizers.h"
 #include "SavedTiff.h"
 #include "SparseDisk.h"
 #include "TempFolder.h"
@@ -64,9 +65,7 @@ class CornerBand : public ZRMBand {
 class LargeTiffs : public testing::Test {
  protected:
   void SetUp() override {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "gigabytes take long under a sanitizer";
-#endif
+    if (IsSanitized()) GTEST_SKIP() << "gigabytes take long under a sanitizer";
   }
 
   void Save(int width, int height, int dataType, int numBands, int bandType = 0) {

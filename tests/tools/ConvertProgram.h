@@ -3,13 +3,10 @@
 #include "AnyJson.h"
 #include "ByteFlips.h"
 #include "Program.h"
+#include "Sanitizers.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr int kNumKills = 8, kKillSize = 1000;
-#else
-inline constexpr int kKillSize = 2000;
-inline const int kNumKills = TrialCount(50, 16);
-#endif
+inline const int kKillSize = IsSanitized() ? 1000 : 2000;
+inline const int kNumKills = IsSanitized() ? 8 : TrialCount(50, 16);
 
 using Bytes = std::vector<unsigned char>;
 using Names = std::set<std::string>;

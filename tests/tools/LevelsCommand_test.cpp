@@ -1,6 +1,7 @@
 #include "ByteFlips.h"
 #include "JpegBuilder.h"
 #include "Program.h"
+#include "Sanitizers.h"
 
 #include <gmock/gmock.h>
 
@@ -11,12 +12,8 @@ using testing::MatchesRegex;
 using Bytes = std::vector<unsigned char>;
 using Names = std::set<std::string>;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kNumKills = 8, kKillSize = 1200;
-#else
-constexpr int kKillSize = 3200;
-const int kNumKills = TrialCount(50, 16);
-#endif
+const int kKillSize = IsSanitized() ? 1200 : 3200;
+const int kNumKills = IsSanitized() ? 8 : TrialCount(50, 16);
 
 class ZrkioLevels : public Zrkio {
  protected:

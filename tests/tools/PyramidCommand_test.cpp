@@ -3,6 +3,7 @@
 
 #include "ByteFlips.h"
 #include "Program.h"
+#include "Sanitizers.h"
 #include "StoreBytes.h"
 
 #include <gmock/gmock.h>
@@ -356,9 +357,7 @@ class PeakOfProgram {
 
 // Heights of 17,000 tiles, and a picture of 108 megabytes.
 TEST_F(ZrkioPyramid, TakesLessThan200MegabytesHoweverLargeItIs) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "sanitizers take memory of their own";
-#endif
+  if (IsSanitized()) GTEST_SKIP() << "sanitizers take memory of their own";
   PeakOfProgram peak;
   ProgramOptions how;
   how.whileRunning = [&](pid_t child) { peak.Watch(child); };

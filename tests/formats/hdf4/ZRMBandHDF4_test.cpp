@@ -1,4 +1,5 @@
 #include "ZRMBandHDF4.h"
+#include "Sanitizers.h"
 
 #include "FaultyDisk.h"
 #include "HdfBuilder.h"
@@ -348,9 +349,7 @@ TEST_F(ZRMBandHDF4Files, RefusesMorePixelsThanTheLimit) {
 }
 
 TEST_F(ZRMBandHDF4Files, SaysThatMemoryRanOut) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer ends the program where memory runs out";
-#endif
+  if (IsSanitized()) GTEST_SKIP() << "a sanitizer ends the program where memory runs out";
   rlimit before{};
   getrlimit(RLIMIT_AS, &before);
   const rlimit small{rlim_t{8} << 30, before.rlim_max};

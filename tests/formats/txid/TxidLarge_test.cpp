@@ -1,4 +1,5 @@
 #include "OpenStore.h"
+#include "Sanitizers.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -10,12 +11,6 @@
 // An index of a million tiles, whose memory is measured in a process of its own; and many processes on one store.
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsSanitized = true;
-#else
-constexpr bool kIsSanitized = false;
-#endif
 
 constexpr int kSide = 1000;
 constexpr long kMaxKilobytes = 96 * 1024;
@@ -48,7 +43,7 @@ bool OpensInLittleMemory(const std::string& path) {
 }
 
 TEST(TxidLarge, AMillionTilesTakeLittleMemory) {
-  if (kIsSanitized) GTEST_SKIP() << "a sanitizer takes memory of its own";
+  if (IsSanitized()) GTEST_SKIP() << "a sanitizer takes memory of its own";
   TempFolder folder;
   folder.Write("a.txi", MillionTiles().BuildIndex());
   const pid_t child = fork();

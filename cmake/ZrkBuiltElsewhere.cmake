@@ -1,0 +1,16 @@
+# Tests of a library that another build folder holds. Compilers differ much in the time that they take for tests, and little
+# in that for the library: so the tests of a library made by one can be compiled by another. The two agree in how they lay
+# out what they share.
+
+if(NOT EXISTS ${ZRK_BUILT_IN}/ZrkBuilt.cmake)
+  message(FATAL_ERROR "${ZRK_BUILT_IN} is no build folder of this project.")
+endif()
+find_package(PNG REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+include(${ZRK_BUILT_IN}/ZrkBuilt.cmake)
+add_library(zrkio_objects ALIAS built::zrkio_objects)
+if(TARGET built::zrkio_program)
+  add_library(zrkio_program_parts ALIAS built::zrkio_program_parts)
+  add_executable(zrkio_program ALIAS built::zrkio_program)
+endif()
