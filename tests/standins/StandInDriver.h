@@ -77,7 +77,7 @@ class StandInDataset : public GDALDataset {
     StandInFile file;
     const std::string text(reinterpret_cast<const char*>(info->pabyHeader),
                            static_cast<std::size_t>(info->nHeaderBytes));
-    constexpr int kMaxBands = 100;
+    constexpr int kMaxBands = 16;
     if (!ReadStandIn(text, file) || file.bands > kMaxBands) return nullptr;
     if (file.fail != "driver") return new StandInDataset(file);
     CPLError(CE_Failure, CPLE_OpenFailed, "the stand-in refuses %s", info->pszFilename);
