@@ -29,6 +29,13 @@ class MemoryDisk : public zrk::Disk {
   int Remove(const std::string&) override { return EROFS; }
   int SyncFolder(const std::string&) override { return EROFS; }
   bool Exists(const std::string& path) override { return files_.contains(path); }
+  /// All files are of the same time.
+  int GetStatus(const std::string& path, zrk::FileStatus& status) override {
+    const auto hit = files_.find(path);
+    if (hit == files_.end()) return ENOENT;
+    status = {static_cast<std::int64_t>(hit->second.size()), 0, 0};
+    return 0;
+  }
 
  private:
   class Map : public zrk::DiskMap {

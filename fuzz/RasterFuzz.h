@@ -2,7 +2,9 @@
 
 #include "MemoryDisk.h"
 #include "XFormatTable.h"
+#include "XLimits.h"
 #include "XPath.h"
+#include "XReadPolicy.h"
 #include "XRSFile.h"
 #include "XRSFileIO.h"
 
@@ -53,6 +55,17 @@ inline XReadPolicy PolicyOf(std::size_t size) {
 
 inline void ReadAsRaster(const std::uint8_t* data, std::size_t size, const char* path, int id) {
   ReadAsRaster(data, size, path, id, PolicyOf(size));
+}
+
+/// The first byte chooses the policy, and the file stands behind it. Limits keep what it may claim small.
+inline void ReadBehindPolicy(const std::uint8_t* data, std::size_t size, const char* path, int id) {
+  if (size == 0) return;
+  tagXLimits limits;
+  limits.decodedTileBytes = 1 << 22;
+  limits.imagePixels = 1 << 24;
+  limits.tableBytes = 1 << 20;
+  XfnSetLimits(limits);
+  ReadAsRaster(data + 1, size - 1, path, id, data[0] & 1 ? kReadExact : kReadCompatible);
 }
 
 /// The same of the format that the path's extension tells.

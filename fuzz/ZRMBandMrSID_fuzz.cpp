@@ -3,17 +3,10 @@
 
 #include "../tests/standins/StandInDriver.h"
 #include "RasterFuzz.h"
-#include "XLimits.h"
-#include "XReadPolicy.h"
+#include "XFormatId.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
   RegisterStandInDriver("MrSID");
-  tagXLimits limits;
-  limits.decodedTileBytes = 1 << 22;
-  limits.imagePixels = 1 << 24;
-  XfnSetLimits(limits);
-  XfnSetDefaultReadPolicy(data[0] & 1 ? kReadExact : kReadCompatible);
-  ReadAsRaster(data + 1, size - 1, "/fuzz.sid");
+  ReadBehindPolicy(data, size, "/fuzz.sid", kFormatSID);
   return 0;
 }

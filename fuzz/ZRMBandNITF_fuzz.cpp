@@ -1,10 +1,9 @@
 // The input is a NITF file. The first byte chooses the policy. GDAL is kept from its table of tagged records, which it
-// would parse anew for each file that has some: that takes a hundred times as long as the rest, and the table is no input.
+// would parse anew for each file that has some: that takes a hundred times as long as the rest, and the table is no
+// input.
 
 #include "RasterFuzz.h"
 #include "XFormatId.h"
-#include "XLimits.h"
-#include "XReadPolicy.h"
 
 #include <cstdlib>
 
@@ -13,13 +12,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
-  tagXLimits limits;
-  limits.decodedTileBytes = 1 << 22;
-  limits.imagePixels = 1 << 24;
-  limits.tableBytes = 1 << 20;
-  XfnSetLimits(limits);
-  XfnSetDefaultReadPolicy(data[0] & 1 ? kReadExact : kReadCompatible);
-  ReadAsRaster(data + 1, size - 1, "/fuzz.ntf", kFormatNITFIMG);
+  ReadBehindPolicy(data, size, "/fuzz.ntf", kFormatNITFIMG);
   return 0;
 }

@@ -1,8 +1,10 @@
-// The input is a level file, which lies beside a bitmap that is always the same: 41 x 30 pixels of 24 bits. The bands
-// of the bitmap have no levels of their own and so take the short form only. Stores are reached through a dataset whose
+// The input is a level file, which lies beside a bitmap that is always the same: 41 x 30 pixels of 24 bits. An input of
+// an odd number of bytes is read exactly, and is used where what it tells of the bitmap's bytes agrees. The bands of
+// the bitmap have no levels of their own and so take the short form only. Stores are reached through a dataset whose
 // bands have levels.
 
 #include "MemoryDisk.h"
+#include "RasterFuzz.h"
 #include "Xepot.h"
 #include "XLimits.h"
 #include "XRSFile.h"
@@ -73,8 +75,9 @@ void Update(XRSFile& dataset) {
   if (XRSFileIO::UpdateFileXLD_SR(&dataset, &sr, err) != 0) __builtin_trap();
 }
 
-void UseBitmap() {
+void UseBitmap(XReadPolicy policy) {
   XRSFile dataset;
+  dataset.SetReadPolicy(policy);
   XString err;
   if (!XRSFileIO::LoadFileBMP(&dataset, "/fuzz.bmp", err, 0, kLevelNone, nullptr)) __builtin_trap();
   ReadPixels(dataset);
@@ -83,16 +86,18 @@ void UseBitmap() {
 }
 
 /// The level file is that of bands as many and of the type that its text says, so that it seldom fails for these.
-void UseLevelledBands(std::string_view bytes) {
+void UseLevelledBands(std::string_view bytes, XReadPolicy policy) {
   constexpr std::string_view kBand = "<XRS_TAG_BAND>", kType = "<XRS_TAG_BAND_DATATYPE>";
   const std::size_t place = bytes.find(kType);
   const int dataType = place < bytes.size() - kType.size() ? bytes[place + kType.size()] - '0' : 0;
   XRSFile dataset;
+  dataset.SetReadPolicy(policy);
   dataset.SetName("/fuzz.bmp");
   dataset.SetFilePath("/fuzz.bmp");
   for (std::size_t band = bytes.find(kBand); band != bytes.npos && dataset.GetNumOfBands() < 3;
        band = bytes.find(kBand, band + 1)) {
     dataset.AddBand(new LevelledBand(dataType));
+    dataset.GetBandAt(dataset.GetNumOfBands() - 1)->SetReadPolicy(policy);
   }
   XString err;
   if (XRSFileIO::LoadFileXLD(&dataset, "/fuzz.bmp", err, kLevelNone, nullptr)) ReadLevels(dataset);
@@ -114,7 +119,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   disk.Add("/fuzz.bmp", kBitmap);
   disk.Add("/fuzz.xld", {data, size});
   const zrk::ScopedDisk scope(disk);
-  UseBitmap();
-  UseLevelledBands({reinterpret_cast<const char*>(data), size});
+  const XReadPolicy policy = PolicyOf(size);
+  UseBitmap(policy);
+  UseLevelledBands({reinterpret_cast<const char*>(data), size}, policy);
   return 0;
 }
