@@ -13,6 +13,7 @@
 
 #include "base/Parallel.h"
 #include "codec/J2kCost.h"
+#include "codec/J2kPacketWalk.h"
 #include "XThread.h"
 
 #include <algorithm>
@@ -97,6 +98,14 @@ J2kRequest HalfOf(const J2kRequest& request, bool isFirst) {
   return half;
 }
 
+/// A head takes a byte at least. Decoders take heads that are missing for those of empty packets. Heads that stand
+/// apart from their data are gone through one by one.
+bool HasAllHeads(const J2kHeader& header, const J2kReader::Tile& tile, const J2kRect& rect, const J2kCost& cost) {
+  const J2kReader::HeadBytes& heads = tile.heads;
+  if (cost.numPackets > static_cast<double>(heads.Count())) return false;
+  return !heads.areInHeaders || ArePackedHeadsWhole(header, tile.coding, rect, heads.inHeaders, heads.inData);
+}
+
 bool Contains(const J2kRect& outer, const J2kRect& inner) {
   return Intersect(outer, inner) == inner;
 }
@@ -151,8 +160,7 @@ int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Sess
     err.Format("The file is too short for what tile %d promises", work.tile);
     return 0;
   }
-  // A head takes a byte at least. Decoders take heads that are missing for those of empty packets.
-  if (request.isStrict && cost.numPackets > static_cast<double>(tile.heads.Count())) {
+  if (request.isStrict && !HasAllHeads(header, tile, work.rect, cost)) {
     err.Format("The codestream lacks heads of packets of tile %d", work.tile);
     return 0;
   }
