@@ -15,13 +15,14 @@ struct Row {
   double target = 0.0;  ///< the largest ratio of ours to the rival's, or seconds where there is no rival
   std::function<void()> prepare = nullptr;  ///< run before each call of either side, outside what is timed
   int theirTimes = 0;                       ///< how often the rival does it in one call; 0 for as often as we
+  int usualRounds = 7;                      ///< fewer where a round takes seconds
 };
 
 struct BenchOptions {
   std::string folder;
   int side = 8192;  ///< of the bitmap; the JPEG has half of it
   int numWindows = 1024;
-  int rounds = 7;
+  int rounds = 0;          ///< of each row; 0 for as many as is usual for it
   std::string photograph;  ///< a picture in colour that blocks are packed of; empty where one is made
   std::string only;        ///< the beginning of the keys of the rows that are wanted
 };

@@ -76,7 +76,8 @@ void TimeAndPrint(const std::vector<Row>& rows, int rounds) {
   Collector collector;
   for (const Row& row : rows) {
     // The pattern names both sides of the row, which then run one after the other in every round.
-    for (int round = 0; round < rounds; ++round) {
+    const int numRounds = rounds > 0 ? rounds : row.usualRounds;
+    for (int round = 0; round < numRounds; ++round) {
       benchmark::RunSpecifiedBenchmarks(&collector, "^" + row.key + "_(ours|theirs)/");
     }
   }

@@ -19,7 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr std::int64_t kMostText = 1 << 16;
   const auto texts = zrk::ListTexts(file, boxes);
   for (const zrk::Jp2Text& text : texts.value_or(std::vector<zrk::Jp2Text>())) {
-    zrk::ParseGmlGrid(zrk::ReadBoxText(file, *text.box, kMostText).value_or(""));
+    const std::string xml = zrk::ReadBoxText(file, *text.box, kMostText).value_or("");
+    zrk::ParseGmlGrid(xml);
+    zrk::MayHoldGrid(xml, text.isGml);
   }
   return 0;
 }

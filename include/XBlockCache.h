@@ -10,7 +10,8 @@
 // windows that lie near each other or follow each other, and the bands of an interleaved file, share what was decoded.
 //
 // One cache serves all files and threads. Tiles and strips of compressed TIFF files, tiles of compressed native
-// rasters, blocks of HFA files and blocks of NITF images go through it. Rasters that lie plainly in their files
+// rasters, blocks of HFA files, blocks of NITF images and tiles of JPEG 2000 files go through it, the latter from the
+// second time on that they are asked for, since a part of one can be decoded by itself. Rasters that lie plainly in their files
 // are read from there and are not kept, nor are JPEG files, which are decoded from top to bottom.
 //
 // The pixels of every read are the same with the cache and without. A file must not be written to while it is open: a

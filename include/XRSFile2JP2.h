@@ -49,6 +49,9 @@ class ZRKIO_API XRSFile2JP2 {
   /// Whether the place of the image is written; it is unless told otherwise. A coordinate system for which there are no
   /// geokeys is left out of the place, and fails a save in the exact policy.
   void SetGeoreference(bool isWritten) { hasGeoreference_ = isWritten; }
+  /// Whether the place is written as a GML text too, for programs that know no GeoJP2; it is not unless told so. It
+  /// takes a place in a system that has an EPSG code. Otherwise no text is written, and an exact save fails.
+  void SetGml(bool isWritten) { hasGml_ = isWritten; }
 
   /// Writes the window x0 to x1, y0 to y1, inclusive, in pixels of the first band. Its pixels beyond the bands are 0;
   /// in the exact policy such a window is refused, and so are bands of different sizes. A missing band is 0.
@@ -71,5 +74,6 @@ class ZRKIO_API XRSFile2JP2 {
   int numLevels_ = -1;
   int tileSide_ = 0;
   bool hasGeoreference_ = true;
+  bool hasGml_ = false;
   std::vector<int> precisions_;
 };

@@ -13,4 +13,5 @@ struct tagXLayerOptions {
   int numLevels = -1;  ///< how many reduced levels are written, at most; -1 is the writer's choice
   int tileSide = 0;    ///< in pixels; 0 is the writer's choice
   bool hasGeoreference = true;
+  bool hasGml = false;  ///< whether the place is written as a GML text too
 };

@@ -245,6 +245,7 @@ bool ParseJ2kCoding(HeaderBytes bytes, std::span<const J2kSegment> segments, int
   for (const J2kSegment& segment : segments) {
     const bool isDefault = segment.marker == kMarkerCoding;
     if (isDefault && !ParseDefault(ContentOf(bytes, segment), numComponents, coding)) return false;
+    coding.changesOrder = coding.changesOrder || segment.marker == kMarkerOrderChange;
   }
   for (const J2kSegment& segment : segments) {
     const bool isOfOne = segment.marker == kMarkerComponentCoding;

@@ -67,6 +67,7 @@ struct J2kTileCoding {
   int numLayers = 1;
   bool mixesComponents = false;
   bool hasPacketMarks = false;  ///< packets may have a marker in front of them or behind their heads
+  bool changesOrder = false;    ///< the progression is not that of all packets
   std::vector<J2kCoding> ofComponents = {};
 };
 
@@ -111,8 +112,8 @@ int ParseJ2kHeader(std::vector<unsigned char> bytes, J2kHeader& header, XString&
 /// The segments of a header from `begin` on, up to the end of the bytes. False where one does not fit.
 bool ListJ2kSegments(std::span<const unsigned char> bytes, std::size_t begin, std::vector<J2kSegment>& segments);
 
-/// Takes over what the segments COD and COC among a header say. The record has the values of the main header before
-/// where the header is a tile's. False where a segment is damaged or says what no decoder can do.
+/// Takes over what the segments COD, COC and POC among a header say. The record has the values of the main header
+/// before where the header is a tile's. False where a segment is damaged or says what no decoder can do.
 bool ParseJ2kCoding(std::span<const unsigned char> bytes, std::span<const J2kSegment> segments, int numComponents,
                     J2kTileCoding& coding);
 

@@ -41,7 +41,7 @@ std::optional<J2kPacketCount> CountPackets(const J2kHeader& header, const J2kTil
   constexpr int kByLayer = 0, kByResolution = 1, kByResolutionAndPlace = 2;
   const bool isOrdered = coding.progression == kByResolution || coding.progression == kByResolutionAndPlace ||
                          (coding.progression == kByLayer && coding.numLayers == 1);
-  if (!isOrdered || coding.hasPacketMarks) return std::nullopt;
+  if (!isOrdered || coding.hasPacketMarks || coding.changesOrder) return std::nullopt;
   int highest = 0;
   for (const J2kCoding& each : coding.ofComponents) highest = std::max(highest, each.numLevels - level);
   J2kPacketCount count;

@@ -19,7 +19,7 @@ struct J2kPacketCount {
   std::int64_t needed = 0;
   std::int64_t all = 0;
 };
-/// Nothing for a tile whose packets are not ordered by resolution, or begin with marks of their own.
+/// Nothing for a tile whose packets are not ordered by resolution throughout, or begin with marks of their own.
 std::optional<J2kPacketCount> CountPackets(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile,
                                            int level);
 

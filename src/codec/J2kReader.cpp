@@ -19,10 +19,12 @@
 #include "base/Disk.h"
 #include "codec/J2kCost.h"
 #include "codec/J2kPacketReader.h"
+#include "codec/J2kPacketWalk.h"
 #include "codec/Jp2Boxes.h"
 
 #include <algorithm>
 #include <initializer_list>
+#include <map>
 #include <numeric>
 #include <utility>
 
@@ -31,7 +33,6 @@ namespace {
 
 constexpr std::uint16_t kMarkerComponentSteps = 0xFF5D;   // QCC
 constexpr std::uint16_t kMarkerPackedPartHeads = 0xFF61;  // PPT
-constexpr std::uint16_t kMarkerOrderChange = 0xFF5F;      // POC
 constexpr std::size_t kMostParts = 255;                   // of one tile
 constexpr std::size_t kMaxPartHeaderBytes = 4 << 20;
 
@@ -199,14 +200,21 @@ bool J2kReader::ArePackedHeadsWhole(const J2kIndex& index) const {
 /// Heads stand in front of their packets, or together in the main header (PPM) or in those of the tile-parts (PPT).
 void J2kReader::CountHeads(const J2kTilePart& part, std::span<const unsigned char> header,
                            std::span<const J2kSegment> segments, HeadBytes& heads) const {
-  constexpr std::int64_t kMarkBytes = 2, kSegmentHeadBytes = 5;
-  heads.inData += part.numBytes - J2kPartHead::kBytes - std::ssize(header) - kMarkBytes;
-  heads.areInHeaders = heads.areInHeaders || packedHeads_.AreThere();
-  heads.inHeaders += std::ssize(packedHeads_.ListOf(part.ordinal));
-  for (const J2kSegment& segment : segments) {
-    if (segment.marker != kMarkerPackedPartHeads) continue;
+  constexpr std::size_t kSegmentHeadBytes = 5;
+  constexpr std::int64_t kMarkBytes = 2;
+  const auto add = [&heads](std::span<const unsigned char> bytes) {
     heads.areInHeaders = true;
-    heads.inHeaders += static_cast<std::int64_t>(segment.numBytes) - kSegmentHeadBytes;
+    heads.inHeaders.insert(heads.inHeaders.end(), bytes.begin(), bytes.end());
+  };
+  heads.inData += part.numBytes - J2kPartHead::kBytes - std::ssize(header) - kMarkBytes;
+  if (packedHeads_.AreThere()) add(packedHeads_.ListOf(part.ordinal));
+  std::map<int, J2kSegment> lists;  // by their numbers
+  for (const J2kSegment& segment : segments) {
+    const bool isList = segment.marker == kMarkerPackedPartHeads && segment.numBytes >= kSegmentHeadBytes;
+    if (isList) lists[header[segment.offset + kSegmentHeadBytes - 1]] = segment;
+  }
+  for (const auto& [number, segment] : lists) {
+    add(header.subspan(segment.offset + kSegmentHeadBytes, segment.numBytes - kSegmentHeadBytes));
   }
 }
 
@@ -285,37 +293,70 @@ J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>
   return HeaderFound::kRead;
 }
 
-/// Takes the packets of a level alone, where all parts list the lengths of theirs and these fit. An empty packet, which
-/// is a byte of zero, stands for each of the others. False where that can't be, with nothing added.
-bool J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result) {
-  const std::optional<J2kPacketCount> count =
-      CountPackets(header_, result.coding, header_.GetTileRect(parts.front().tile), level);
-  if (!count || packedHeads_.CountParts() > 0 || count->needed == count->all) return false;
-  std::int64_t numLeft = count->needed;
-  std::vector<std::int64_t> kept;  // bytes of each part that is taken
+/// Takes the list of a part as it is.
+J2kReader::PacketsFound J2kReader::ListPackets(const J2kTilePart& part, NeededPackets& packets) {
+  CodeBytes header;
+  std::vector<J2kSegment> segments;
+  const bool isRead =
+      !part.IsCut(end_) && ReadPartHeader(part, header) == HeaderFound::kRead && ListJ2kSegments(header, 0, segments);
+  if (!isRead || !HoldsAny(segments, {kMarkerPacketLengths})) return PacketsFound::kNotListed;
+  if (HoldsAny(segments, {kMarkerPackedPartHeads})) return PacketsFound::kNotListed;
+  packets.lengths = ParsePacketLengths(header, segments);
+  packets.numBytes = J2kPartHead::kBytes + std::ssize(header) + 2;
+  packets.offset = part.offset + packets.numBytes;
+  const std::int64_t sum = std::accumulate(packets.lengths.begin(), packets.lengths.end(), packets.numBytes);
+  return sum == part.numBytes ? PacketsFound::kAdded : PacketsFound::kListedWrongly;
+}
+
+/// The first packets of a tile, as its parts list them.
+J2kReader::PacketsFound J2kReader::FindNeededPackets(const std::vector<J2kTilePart>& parts, std::int64_t numNeeded,
+                                                     std::vector<NeededPackets>& found) {
   for (const J2kTilePart& part : parts) {
-    CodeBytes header;
-    std::vector<J2kSegment> segments;
-    const bool isListed =
-        !part.IsCut(end_) && ReadPartHeader(part, header) == HeaderFound::kRead && ListJ2kSegments(header, 0, segments);
-    if (!isListed) return false;
-    if (HoldsAny(segments, {kMarkerPackedPartHeads, kMarkerOrderChange})) return false;
-    const std::vector<std::uint32_t> lengths = ParsePacketLengths(header, segments);
-    const std::int64_t before = J2kPartHead::kBytes + std::ssize(header) + 2;
-    if (std::accumulate(lengths.begin(), lengths.end(), before) != part.numBytes) return false;
-    const auto numTaken = std::min(numLeft, std::ssize(lengths) + std::int64_t{0});
-    kept.push_back(std::accumulate(lengths.begin(), lengths.begin() + numTaken, before));
-    numLeft -= numTaken;
-    if (numLeft == 0) break;
+    if (numNeeded == 0) break;
+    NeededPackets& packets = found.emplace_back();
+    const PacketsFound isListed = ListPackets(part, packets);
+    if (isListed != PacketsFound::kAdded) return isListed;
+    const auto numTaken = std::min(numNeeded, std::ssize(packets.lengths) + std::int64_t{0});
+    packets.lengths.resize(static_cast<std::size_t>(numTaken));
+    packets.numBytes = std::accumulate(packets.lengths.begin(), packets.lengths.end(), packets.numBytes);
+    numNeeded -= numTaken;
   }
-  if (numLeft != 0 || HoldsAny(header_.segments, {kMarkerOrderChange})) return false;
-  for (std::size_t i = 0; i < kept.size(); ++i) {
-    const std::int64_t numZeros = i + 1 == kept.size() ? count->all - count->needed : 0;
-    result.stream->AddBytes(MakePartHead(kept[i] + numZeros, i, kept.size()));
-    result.stream->AddRange(parts[i].offset + J2kPartHead::kBytes, kept[i] - J2kPartHead::kBytes);
+  return numNeeded == 0 ? PacketsFound::kAdded : PacketsFound::kListedWrongly;
+}
+
+/// Compares lengths with the heads of the packets. A list that is wrong by a packet would have a decoder take data of
+/// one for the head of another one. A disk that fails is met again by whoever reads the whole tile.
+J2kReader::PacketsFound J2kReader::CheckLengths(const std::vector<NeededPackets>& found, const J2kRect& rect, int level,
+                                                const Tile& result) {
+  const bool canCheck = J2kPacketWalk::CanWalk(result.coding) &&
+                        IsPlausible(EstimateJ2kCost(header_, result.coding, rect), result.numBytes);
+  if (!canCheck) return PacketsFound::kNotListed;
+  J2kPacketWalk walk(header_, result.coding, rect, level);
+  for (const NeededPackets& packets : found) {
+    const std::optional<bool> areRight = HaveLengths(*file_, packets.offset, packets.lengths, walk);
+    if (!areRight) return PacketsFound::kNotListed;
+    if (!*areRight) return PacketsFound::kListedWrongly;
+  }
+  return PacketsFound::kAdded;
+}
+
+/// Takes the packets of a level alone, where all parts list the lengths of theirs. An empty packet, which is a byte of
+/// zero, stands for each of the others. Otherwise nothing is added.
+J2kReader::PacketsFound J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result) {
+  const J2kRect rect = header_.GetTileRect(parts.front().tile);
+  const std::optional<J2kPacketCount> count = CountPackets(header_, result.coding, rect, level);
+  if (!count || packedHeads_.CountParts() > 0 || count->needed == count->all) return PacketsFound::kNotListed;
+  std::vector<NeededPackets> found;
+  PacketsFound state = FindNeededPackets(parts, count->needed, found);
+  if (state == PacketsFound::kAdded) state = CheckLengths(found, rect, level, result);
+  if (state != PacketsFound::kAdded) return state;
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const std::int64_t numZeros = i + 1 == found.size() ? count->all - count->needed : 0;
+    result.stream->AddBytes(MakePartHead(found[i].numBytes + numZeros, i, found.size()));
+    result.stream->AddRange(parts[i].offset + J2kPartHead::kBytes, found[i].numBytes - J2kPartHead::kBytes);
     result.stream->AddZeros(numZeros);
   }
-  return true;
+  return PacketsFound::kAdded;
 }
 
 int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err) {
@@ -331,13 +372,18 @@ int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XSt
   return 1;
 }
 
-int J2kReader::MakeStream(const std::vector<J2kTilePart>& parts, int level, Tile& result, XString& err) {
+/// A list of lengths that is wrong fails a strict read. Otherwise it is passed over, as decoders do.
+int J2kReader::MakeStream(const std::vector<J2kTilePart>& parts, int level, bool isStrict, Tile& result, XString& err) {
   result.stream = std::make_unique<J2kStream>(file_);
   CodeBytes header = MakeTileHeader(parts.front().tile);
   AddPackedHeads(parts, header);
   result.stream->AddBytes(std::move(header));
   for (const J2kTilePart& part : parts) result.numBytes += std::min(part.numBytes, end_ - part.offset);
-  if ((level == 0 || !AddNeededPackets(parts, level, result)) && !AddParts(parts, result, err)) return 0;
+  const PacketsFound needed = level == 0 ? PacketsFound::kNotListed : AddNeededPackets(parts, level, result);
+  if (isStrict && needed == PacketsFound::kListedWrongly) {
+    return RefuseTile(err, "The lengths of packets that tile %d lists are wrong", parts.front().tile);
+  }
+  if (needed != PacketsFound::kAdded && !AddParts(parts, result, err)) return 0;
   CodeBytes mark;
   AppendBig(mark, kMarkerEnd, 2);
   result.stream->AddBytes(std::move(mark));
@@ -367,7 +413,7 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   if (isStrict && !ArePackedHeadsWhole(*GetIndex())) {
     return RefuseTile(err, "The codestream lacks heads of packets of tile %d", tile);
   }
-  return MakeStream(parts, level, result, err);
+  return MakeStream(parts, level, isStrict, result, err);
 }
 
 }  // namespace zrk

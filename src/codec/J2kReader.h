@@ -30,11 +30,11 @@ class J2kReader {
 
   /// The bytes that may hold the heads of a tile's packets.
   struct HeadBytes {
-    std::int64_t inData = 0;     ///< with the packets themselves
-    std::int64_t inHeaders = 0;  ///< of the codestream and of the tile-parts
+    std::int64_t inData = 0;               ///< with the packets themselves
+    std::vector<unsigned char> inHeaders;  ///< of the codestream and of the tile-parts
     bool areInHeaders = false;
 
-    std::int64_t Count() const { return areInHeaders ? inHeaders : inData; }
+    std::int64_t Count() const { return areInHeaders ? std::ssize(inHeaders) : inData; }
   };
   /// A tile of the codestream as a codestream of its own.
   struct Tile {
@@ -44,13 +44,21 @@ class J2kReader {
     HeadBytes heads;
   };
   /// Makes the codestream of a tile, to be decoded at a level. Packets that the level does not need are left out where
-  /// the header lists their lengths. Where `isStrict`, a tile that is missing or not whole fails. 1, or 0 with the
-  /// reason in `err`.
+  /// the header lists their lengths. Where `isStrict`, a tile that is missing or not whole fails, and so does a list of
+  /// lengths that is wrong. 1, or 0 with the reason in `err`.
   int OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err);
 
  private:
   /// What becomes of reading the header of a tile-part.
   enum class HeaderFound { kRead, kDamaged, kDiskFailed };
+  /// What becomes of a look for the packets that a level needs. The list of their lengths may be missing, or not apply.
+  enum class PacketsFound { kAdded, kNotListed, kListedWrongly };
+  /// The packets of a tile-part that a level needs.
+  struct NeededPackets {
+    std::int64_t offset = 0;             // of the first one in the file
+    std::int64_t numBytes = 0;           // from the beginning of the part to the end of the last one
+    std::vector<std::uint32_t> lengths;  // of each
+  };
 
   J2kReader() = default;
 
@@ -66,8 +74,13 @@ class J2kReader {
   HeaderFound CheckLaterParts(const std::vector<J2kTilePart>& parts, Tile& result);
   void CountHeads(const J2kTilePart& part, std::span<const unsigned char> header, std::span<const J2kSegment> segments,
                   HeadBytes& heads) const;
-  int MakeStream(const std::vector<J2kTilePart>& parts, int level, Tile& result, XString& err);
-  bool AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
+  int MakeStream(const std::vector<J2kTilePart>& parts, int level, bool isStrict, Tile& result, XString& err);
+  PacketsFound ListPackets(const J2kTilePart& part, NeededPackets& packets);
+  PacketsFound FindNeededPackets(const std::vector<J2kTilePart>& parts, std::int64_t numNeeded,
+                                 std::vector<NeededPackets>& found);
+  PacketsFound CheckLengths(const std::vector<NeededPackets>& found, const J2kRect& rect, int level,
+                            const Tile& result);
+  PacketsFound AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
 
   std::shared_ptr<DiskFile> file_;
   std::int64_t offset_ = 0;

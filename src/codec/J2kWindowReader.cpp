@@ -6,6 +6,8 @@
 // itself starts the threads. The last decoder of a calling thread is kept, because the next window often lies in the
 // same tile, whose bytes the decoder has in memory.
 //
+// While there is memory for decoded blocks, tiles that are asked for again come from there (`J2kKeptTiles`).
+//
 // A large area of a file that is small for it is decoded in stripes, so that the decoder's memory stays in proportion
 // to the file. Where a stripe has too many components for that, half of them are decoded after the others.
 
@@ -13,6 +15,8 @@
 
 #include "base/Parallel.h"
 #include "codec/J2kCost.h"
+#include "codec/J2kKeptTiles.h"
+#include "codec/J2kPacketWalk.h"
 #include "XThread.h"
 
 #include <algorithm>
@@ -97,6 +101,14 @@ J2kRequest HalfOf(const J2kRequest& request, bool isFirst) {
   return half;
 }
 
+/// A head takes a byte at least. Decoders take heads that are missing for those of empty packets. Heads that stand
+/// apart from their data are gone through one by one.
+bool HasAllHeads(const J2kHeader& header, const J2kReader::Tile& tile, const J2kRect& rect, const J2kCost& cost) {
+  const J2kReader::HeadBytes& heads = tile.heads;
+  if (cost.numPackets > static_cast<double>(heads.Count())) return false;
+  return !heads.areInHeaders || ArePackedHeadsWhole(header, tile.coding, rect, heads.inHeaders, heads.inData);
+}
+
 bool Contains(const J2kRect& outer, const J2kRect& inner) {
   return Intersect(outer, inner) == inner;
 }
@@ -116,7 +128,10 @@ struct J2kWindowReader::TileWork {
 
 J2kSink::~J2kSink() = default;
 
-J2kWindowReader::J2kWindowReader(std::shared_ptr<J2kReader> reader) : reader_(std::move(reader)) {}
+J2kWindowReader::J2kWindowReader(std::shared_ptr<J2kReader> reader)
+    : reader_(std::move(reader)), tiles_(std::make_unique<J2kKeptTiles>(reader_->GetHeader())) {}
+
+J2kWindowReader::~J2kWindowReader() = default;
 
 J2kWindowReader::TileWork J2kWindowReader::PlanTile(const J2kRequest& request, int tile) const {
   const J2kHeader& header = reader_->GetHeader();
@@ -151,8 +166,7 @@ int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Sess
     err.Format("The file is too short for what tile %d promises", work.tile);
     return 0;
   }
-  // A head takes a byte at least. Decoders take heads that are missing for those of empty packets.
-  if (request.isStrict && cost.numPackets > static_cast<double>(tile.heads.Count())) {
+  if (request.isStrict && !HasAllHeads(header, tile, work.rect, cost)) {
     err.Format("The codestream lacks heads of packets of tile %d", work.tile);
     return 0;
   }
@@ -236,14 +250,24 @@ int J2kWindowReader::DecodeTile(const TileWork& work, const int* cancel, Session
   return 1;
 }
 
-int J2kWindowReader::ReadTile(const J2kRequest& request, int tile, int numThreads, const int* cancel, Session& session,
-                              J2kSink& sink, XString& err) {
-  if (XfnIsStopRequested(cancel)) return 0;
+/// What is not kept is decoded.
+int J2kWindowReader::TakeTile(const J2kRequest& request, int tile, const Worker& worker, J2kSink& sink, XString& err) {
+  const auto decodeWhole = [&](const J2kRequest& whole, J2kSink& keeping) {
+    XString reason;
+    return ReadTile(whole, tile, worker, keeping, reason) != 0;
+  };
+  if (XfnIsStopRequested(worker.cancel)) return 0;
+  return tiles_->Give(tile, request, decodeWhole, sink) || ReadTile(request, tile, worker, sink, err);
+}
+
+int J2kWindowReader::ReadTile(const J2kRequest& request, int tile, const Worker& worker, J2kSink& sink, XString& err) {
+  Session& session = worker.session;
+  if (XfnIsStopRequested(worker.cancel)) return 0;
   TileWork work = PlanTile(request, tile);
   if (work.IsEmpty()) return 1;
   const bool isSmall =
       CountSamples(reader_->GetHeader(), work.area, request.level, work.settings.components) < kFewSamples;
-  work.settings.numThreads = isSmall ? 1 : numThreads;
+  work.settings.numThreads = isSmall ? 1 : worker.numThreads;
   const bool isOpen = session.decoder && session.tile == tile && session.settings == work.settings;
   if (!isOpen && !OpenSession(request, work, session, err)) return 0;
   if (!session.decoder) {
@@ -254,10 +278,10 @@ int J2kWindowReader::ReadTile(const J2kRequest& request, int tile, int numThread
   }
   if (MustHalve(request, work, session)) {
     session = {};
-    return ReadTile(HalfOf(request, true), tile, numThreads, cancel, session, sink, err) &&
-           ReadTile(HalfOf(request, false), tile, numThreads, cancel, session, sink, err);
+    return ReadTile(HalfOf(request, true), tile, worker, sink, err) &&
+           ReadTile(HalfOf(request, false), tile, worker, sink, err);
   }
-  const int isDone = DecodeTile(work, cancel, session, sink, err);
+  const int isDone = DecodeTile(work, worker.cancel, session, sink, err);
   if (!isDone || !session.decoder->CanDecodeAgain() || session.numBytes > kMostKeptBytes) session = {};
   return isDone;
 }
@@ -267,16 +291,14 @@ int J2kWindowReader::Read(const J2kRequest& request, const int* cancel, J2kSink&
   const int numTiles = static_cast<int>(tiles.size());
   const int numWorkers = std::min(request.numThreads, numTiles);
   if (numWorkers <= 1) {
-    Session& session = kept_.Get();
-    return std::ranges::all_of(tiles, [&](int tile) {
-      return ReadTile(request, tile, numTiles == 1 ? request.numThreads : 1, cancel, session, sink, err) != 0;
-    });
+    const Worker worker{kept_.Get(), numTiles == 1 ? request.numThreads : 1, cancel};
+    return std::ranges::all_of(tiles, [&](int tile) { return TakeTile(request, tile, worker, sink, err) != 0; });
   }
   std::mutex mutex;
   return ForEachInParallel(numWorkers, numTiles, [&](int index, int) {
     Session session;
     XString reason;
-    if (ReadTile(request, tiles[static_cast<std::size_t>(index)], 1, cancel, session, sink, reason)) return true;
+    if (TakeTile(request, tiles[static_cast<std::size_t>(index)], {session, 1, cancel}, sink, reason)) return true;
     const std::lock_guard lock(mutex);
     if (err.IsEmpty()) err = reason;
     return false;

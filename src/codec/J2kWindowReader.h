@@ -32,12 +32,18 @@ class J2kSink {
   virtual void Miss(int component, const J2kRect& part) = 0;
 };
 
+class J2kKeptTiles;
+
 /// Reads windows of a codestream. Only the tiles that a window touches are read and decoded, and of these only what the
 /// window and the level need. Any number of threads may read at once, each with decoders of its own. The last decoder
-/// of a thread is kept for further windows of its tile.
+/// of a thread is kept for further windows of its tile. While callers grant memory for decoded blocks, tiles that are
+/// asked for again are kept in it.
 class J2kWindowReader {
  public:
   explicit J2kWindowReader(std::shared_ptr<J2kReader> reader);
+  ~J2kWindowReader();
+  J2kWindowReader(const J2kWindowReader&) = delete;
+  J2kWindowReader& operator=(const J2kWindowReader&) = delete;
 
   J2kReader& GetReader() const { return *reader_; }
   /// 1; or 0 with the reason in `err`, which stays empty where the word behind `cancel` ended the read.
@@ -54,18 +60,25 @@ class J2kWindowReader {
     J2kTileCoding coding;
     std::int64_t numBytes = 0;
   };
+  /// Who reads a tile.
+  struct Worker {
+    Session& session;
+    int numThreads = 1;  ///< of the decoder, with the calling one
+    const int* cancel = nullptr;
+  };
   /// A tile of a window.
   struct TileWork;
 
   TileWork PlanTile(const J2kRequest& request, int tile) const;
-  int ReadTile(const J2kRequest& request, int tile, int numThreads, const int* cancel, Session& session, J2kSink& sink,
-               XString& err);
+  int TakeTile(const J2kRequest& request, int tile, const Worker& worker, J2kSink& sink, XString& err);
+  int ReadTile(const J2kRequest& request, int tile, const Worker& worker, J2kSink& sink, XString& err);
   int OpenSession(const J2kRequest& request, TileWork& work, Session& session, XString& err);
   bool MustHalve(const J2kRequest& request, const TileWork& work, const Session& session) const;
   int DecodeTile(const TileWork& work, const int* cancel, Session& session, J2kSink& sink, XString& err);
   int DecodePiece(const TileWork& work, const J2kRect& area, Session& session, J2kSink& sink, XString& err);
 
   std::shared_ptr<J2kReader> reader_;
+  std::unique_ptr<J2kKeptTiles> tiles_;
   PerThread<Session> kept_;
 };
 

@@ -30,6 +30,7 @@ inline constexpr std::uint32_t kBoxUuid = BoxType("uuid");
 inline constexpr std::uint32_t kBoxXml = BoxType("xml ");
 inline constexpr std::uint32_t kBoxAssociation = BoxType("asoc");
 inline constexpr std::uint32_t kBoxLabel = BoxType("lbl ");
+inline constexpr std::uint32_t kBoxRequirements = BoxType("rreq");
 
 /// What the signature box holds behind its head.
 inline constexpr std::uint32_t kBoxSignatureData = 0x0D0A870A;
@@ -55,6 +56,7 @@ inline constexpr std::uint16_t kMarkerComponentCoding = 0xFF53;  ///< COC
 inline constexpr std::uint16_t kMarkerQuantization = 0xFF5C;     ///< QCD
 inline constexpr std::uint16_t kMarkerTileLengths = 0xFF55;      ///< TLM
 inline constexpr std::uint16_t kMarkerPacketLengths = 0xFF58;    ///< PLT
+inline constexpr std::uint16_t kMarkerOrderChange = 0xFF5F;      ///< POC
 inline constexpr std::uint16_t kMarkerPackedHeads = 0xFF60;      ///< PPM
 inline constexpr std::uint16_t kMarkerComment = 0xFF64;          ///< COM
 inline constexpr std::uint16_t kMarkerTilePart = 0xFF90;         ///< SOT

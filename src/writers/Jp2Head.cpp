@@ -3,10 +3,12 @@
 //
 //   jP      a fixed signature
 //   ftyp    the brand, its version, and the brands of readers that can read the file
+//   rreq    which features a reader has to know: all of them for everything, or some for the image; only with GML
 //   jp2h    ihdr: height, width, components, depth, and the codec, which is always 7; bpcc: the depth of each
 //           component, where they differ; colr: what the colours are; cdef: what each channel is, where some are no
 //           colours
 //   uuid    GeoJP2: a TIFF file of one pixel whose tags place the image
+//   asoc    a label and what it belongs to; GML is a text with a label, within another one
 //   jp2c    the codestream
 //
 // A depth is written as one less, with the highest bit set where samples have a sign.
@@ -103,6 +105,31 @@ void AddChannels(const Jp2Job& job, BoxList& boxes) {
   });
 }
 
+/// GML belongs to the larger format JPX, which wants to know what a file has of it: a codestream that any reader can
+/// decode, which is enough for the image, and GML.
+void AddRequirements(BoxList& boxes) {
+  constexpr std::uint8_t kMaskBytes = 1, kForEverything = 0xC0, kForTheImage = 0x80;
+  constexpr std::uint16_t kNumFeatures = 2, kCodestream = 5, kGml = 67, kNumOfVendors = 0;
+  constexpr std::uint8_t kCodestreamBit = 0x80, kGmlBit = 0x40;
+  boxes.Add(kBoxRequirements, [&] {
+    boxes.Put(kMaskBytes, kForEverything, kForTheImage, kNumFeatures, kCodestream, kCodestreamBit, kGml, kGmlBit,
+              kNumOfVendors);
+  });
+}
+
+void AddGml(std::string_view text, BoxList& boxes) {
+  const auto put = [&boxes](std::string_view characters) {
+    boxes.Put(std::span(reinterpret_cast<const unsigned char*>(characters.data()), characters.size()));
+  };
+  boxes.Add(kBoxAssociation, [&] {
+    boxes.Add(kBoxLabel, [&] { put("gml.data"); });
+    boxes.Add(kBoxAssociation, [&] {
+      boxes.Add(kBoxLabel, [&] { put("gml.root-instance"); });
+      boxes.Add(kBoxXml, [&] { put(text); });
+    });
+  });
+}
+
 /// The key says that the place is that of the outer corner of a pixel. Keys stand in ascending order.
 void AddRasterType(GeoKeySet& set) {
   const auto behind = std::ranges::find_if(set.keys, [](const GeoKey& key) { return key.id > kRasterTypeKey; });
@@ -111,11 +138,15 @@ void AddRasterType(GeoKeySet& set) {
 
 }  // namespace
 
-HeadBytes MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place) {
+HeadBytes MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place, std::string_view gml) {
   constexpr std::uint32_t kVersion = 0;
   BoxList boxes;
   boxes.Add(kBoxSignature, [&] { boxes.Put(kBoxSignatureData); });
-  boxes.Add(kBoxFileType, [&] { boxes.Put(kBrandJp2, kVersion, kBrandJp2); });
+  boxes.Add(kBoxFileType, [&] {
+    boxes.Put(kBrandJp2, kVersion, kBrandJp2);
+    if (!gml.empty()) boxes.Put(kBrandJpx);
+  });
+  if (!gml.empty()) AddRequirements(boxes);
   boxes.Add(kBoxHeader, [&] {
     AddImageHeader(job.plan, boxes);
     AddColours(job, boxes);
@@ -127,10 +158,10 @@ HeadBytes MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place) 
       boxes.Put(place);
     });
   }
+  if (!gml.empty()) AddGml(gml, boxes);
   return boxes.Take();
 }
 
-/// The transform of the band is moved to the corner of the window.
 int MakeGeoJp2(const Jp2Job& job, bool isExact, HeadBytes& file, XString& err) {
   file = {};
   const ZRMBand& first = *job.bands.front();
@@ -143,9 +174,7 @@ int MakeGeoJp2(const Jp2Job& job, bool isExact, HeadBytes& file, XString& err) {
   if (!keys) keys.emplace();
   AddRasterType(*keys);
   double t[6];
-  first.GetGeoTransform(t);
-  t[0] += job.window.x0 * t[1] + job.window.y0 * t[2];
-  t[3] += job.window.x0 * t[4] + job.window.y0 * t[5];
+  job.GetTransform(t);
   file = MakeGeoKeyFile(*keys, hasPlace ? PlaceByTransform(t) : GeoPlaceTags{});
   return 1;
 }

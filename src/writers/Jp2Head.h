@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 class XString;
@@ -11,8 +12,9 @@ namespace zrk {
 
 struct Jp2Job;
 
-/// The boxes before the codestream: signature, file type, header, and the place where that is not empty.
-std::vector<unsigned char> MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place);
+/// The boxes before the codestream: signature, file type, header, and the place and the GML text where these are not
+/// empty.
+std::vector<unsigned char> MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place, std::string_view gml);
 
 /// The TIFF file in a GeoJP2 box that gives the window of the job the place of its first band. Empty where the band has
 /// no place and no system. A system that has no geokeys is left out, or fails an exact save. 1, or 0 with the reason in

@@ -187,6 +187,13 @@ Window Jp2Job::WindowInBand() const {
           std::min(window.y1, first.GetYSize() - 1)};
 }
 
+void Jp2Job::GetTransform(double (&transform)[6]) const {
+  auto& t = transform;
+  bands.front()->GetGeoTransform(t);
+  t[0] += window.x0 * t[1] + window.y0 * t[2];
+  t[3] += window.x0 * t[4] + window.y0 * t[5];
+}
+
 bool PlanJp2(const XRSFile& file, const Jp2Request& request, Jp2Job& job, XString& err) {
   job.bands = ListBands(file, file.GetNumOfBands());
   if (!AreTypesRight(job.bands, err)) return false;

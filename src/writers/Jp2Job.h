@@ -36,6 +36,8 @@ struct Jp2Job {
   bool AreBandsAlike() const;
   /// The part of the window that lies in the first band.
   Window WindowInBand() const;
+  /// The transform of the first band, moved to the corner of the window.
+  void GetTransform(double (&transform)[6]) const;
 };
 
 /// Looks at whether a request can be met, and lays down how. False with the reason in `err`. The dataset has a first

@@ -10,6 +10,7 @@
 #include "base/Parallel.h"
 #include "base/ThreadResult.h"
 #include "codec/J2kEncoder.h"
+#include "writers/Jp2GridText.h"
 #include "writers/Jp2Head.h"
 #include "writers/Jp2Job.h"
 #include "writers/Jp2Sentences.h"
@@ -20,11 +21,18 @@
 #include <climits>
 #include <cstdint>
 #include <limits>
+#include <string>
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 using zrk::FailWith;
+
+/// Where a file says that its image lies.
+struct Places {
+  bool inGeoJp2 = true;
+  bool inGml = false;
+};
 
 /// The save of one file.
 class Jp2Save {
@@ -32,11 +40,14 @@ class Jp2Save {
   Jp2Save(const zrk::Jp2Job& job, const XString& path, XThread* thread)
       : job_(job), path_(path), encoder_(job.plan), tiles_(job, encoder_, file_, thread) {}
 
-  bool Run(const XRSFile& dataset, bool hasPlace, int numThreads, XString& err) {
+  bool Run(const XRSFile& dataset, const Places& places, int numThreads, XString& err) {
     if (!encoder_.Prepare(err)) return false;
+    const bool isExact = dataset.GetReadPolicy() == kReadExact;
     Bytes place;
-    if (hasPlace && !MakeGeoJp2(job_, dataset.GetReadPolicy() == kReadExact, place, err)) return false;
-    boxes_ = MakeJp2Boxes(job_, place);
+    std::string gml;
+    if (places.inGeoJp2 && !MakeGeoJp2(job_, isExact, place, err)) return false;
+    if (places.inGml && !MakeGridText(job_, isExact, gml, err)) return false;
+    boxes_ = MakeJp2Boxes(job_, place, gml);
     if (!file_.Begin(dataset, path_, CountHeadBytes())) return FailWith(err, zrk::kJp2NotWritten);
     if (!tiles_.Write(numThreads, err)) return false;
     return Finish() || FailWith(err, zrk::kJp2NotWritten);
@@ -94,7 +105,7 @@ int XRSFile2JP2::Save(XString path, int x0, int x1, int y0, int y1, XString& err
     zrk::Jp2Job job;
     if (!PlanJp2(*file_, request, job, err)) return false;
     Jp2Save save(job, path, thread);
-    const bool isDone = save.Run(*file_, hasGeoreference_, useThreads ? zrk::CountWorkers(INT_MAX) : 1, err);
+    const bool isDone = save.Run(*file_, {hasGeoreference_, hasGml_}, useThreads ? zrk::CountWorkers(INT_MAX) : 1, err);
     wasStopped = save.WasStopped();
     return isDone;
   });

@@ -23,6 +23,17 @@ class ZrkioConvertJp2 : public ZrkioConversion {
     arguments.insert(arguments.end(), more.begin(), more.end());
     return Run(arguments);
   }
+  /// Pixels of 100 metres in a system with a code.
+  std::string WritePlaced() {
+    return Write("a.tif", GeoTiffFile()
+                              .Size(20, 10)
+                              .Scale({100, 100, 0})
+                              .TiePoints({0, 0, 0, 500000, 1000, 0})
+                              .Key(1024, 1)
+                              .Key(1025, 1)
+                              .Key(3072, 32632)
+                              .Build());
+  }
   OpjImage Decode() const {
     OpjImage image = DecodeByOpj(ReadBytes(Out()));
     EXPECT_TRUE(image.isOpen);
@@ -95,14 +106,7 @@ TEST_F(ZrkioConvertJp2, HasTheSameBytesForAnyNumberOfWorkers) {
 }
 
 TEST_F(ZrkioConvertJp2, KeepsThePlaceOfTheWindowUnlessToldNotTo) {
-  const std::string path = Write("a.tif", GeoTiffFile()
-                                              .Size(20, 10)
-                                              .Scale({100, 100, 0})
-                                              .TiePoints({0, 0, 0, 500000, 1000, 0})
-                                              .Key(1024, 1)
-                                              .Key(1025, 1)
-                                              .Key(3072, 32632)
-                                              .Build());
+  const std::string path = WritePlaced();
   ASSERT_EQ(0, Convert(path, {"--window", "5,9,2,3"}).exitStatus);
   StoredImage image = ReadStoredWithGdal(Out());
   EXPECT_EQ(32632, image.epsg);
@@ -110,6 +114,18 @@ TEST_F(ZrkioConvertJp2, KeepsThePlaceOfTheWindowUnlessToldNotTo) {
   EXPECT_EQ((Names{"a.tif", "out.jp2"}), ListFiles());
   ASSERT_EQ(0, Convert(path, {"--no-georef"}).exitStatus);
   EXPECT_FALSE(ReadStoredWithGdal(Out()).isPlaced);
+}
+
+TEST_F(ZrkioConvertJp2, SaysThePlaceInGmlTooWhereAskedFor) {
+  const std::string path = WritePlaced();
+  ASSERT_EQ(0, Convert(path, {"--gml", "--window", "5,9,2,3"}).exitStatus);
+  const ProgramResult told = Run({"info", "--boxes", Out()});
+  EXPECT_THAT(told.out, HasSubstr("gml.root-instance"));
+  EXPECT_THAT(told.out, HasSubstr("<gml:pos>500550 750</gml:pos>"));
+  EXPECT_THAT(told.out,
+              HasSubstr("<gml:offsetVector srsName=\"urn:ogc:def:crs:EPSG::32632\">0 -100</gml:offsetVector>"));
+  EXPECT_EQ(32632, ReadStoredWithGdal(Out()).epsg);
+  EXPECT_EQ(2, Convert(path, {"--gml", "--no-georef"}).exitStatus);
 }
 
 TEST_F(ZrkioConvertJp2, KeepsTheCornerOfAWorldFile) {
@@ -188,8 +204,13 @@ TEST_F(ZrkioConvertJp2, OptionsThatMakeNoSenseAreBadUsage) {
 
 TEST_F(ZrkioConvertJp2, ItsOptionsAreRefusedByOtherFormats) {
   const std::string path = WriteImage();
-  for (const std::vector<std::string>& options : std::vector<std::vector<std::string>>{
-           {"--lossless"}, {"--rates", "1"}, {"--psnr", "30"}, {"--layers", "2"}, {"--tile", "64"}, {"--no-georef"}}) {
+  for (const std::vector<std::string>& options : std::vector<std::vector<std::string>>{{"--lossless"},
+                                                                                       {"--rates", "1"},
+                                                                                       {"--psnr", "30"},
+                                                                                       {"--layers", "2"},
+                                                                                       {"--tile", "64"},
+                                                                                       {"--no-georef"},
+                                                                                       {"--gml"}}) {
     std::vector<std::string> arguments = {"convert", path, folder_.Path("out.tif")};
     arguments.insert(arguments.end(), options.begin(), options.end());
     const ProgramResult result = Run(arguments);

@@ -106,8 +106,11 @@ TEST_F(XRSFile2JP2Boxes, LeaveOtherProgramsSilent) {
     Add<std::uint8_t>(200, 150).GetSR()->importFromEPSG(32632);
     file_->GetBandAt(0)->SetCoordinateKind(kCoordinateWorld);
     writer_.SetTileSize(64);
-    ASSERT_EQ(1, SaveImage({.rates = "0.5,1,"})) << Error();
-    EXPECT_EQ("", AskOpjDump()) << numBands;
+    for (const bool hasGml : {false, true}) {
+      writer_.SetGml(hasGml);
+      ASSERT_EQ(1, SaveImage({.rates = "0.5,1,"})) << Error();
+      EXPECT_EQ("", AskOpjDump()) << numBands << hasGml;
+    }
   }
 }
 

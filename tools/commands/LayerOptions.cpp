@@ -60,7 +60,9 @@ void AddLayerOptions(Command& command, LayerRequest& request) {
       .SetRange(1, kMaxLayers);
   command.AddOption("--tile", "N", request.tileSide, title + "the side of a tile in pixels;\n1024 unless given")
       .SetRange(kLeastTile, kMaxLayerTile);
-  command.AddFlag("--no-georef", request.isWithoutPlace, title + "leave out where the image lies");
+  const Option noPlace =
+      command.AddFlag("--no-georef", request.isWithoutPlace, title + "leave out where the image lies");
+  command.AddFlag("--gml", request.hasGml, title + "say where the image lies in GML too").Exclude(noPlace);
 }
 
 void CheckLayerOptions(const LayerRequest& request, const tagXFormatWriter& writer) {
@@ -70,6 +72,7 @@ void CheckLayerOptions(const LayerRequest& request, const tagXFormatWriter& writ
   RefuseUnlessTaken("--layers", request.numLayers.has_value(), writer);
   RefuseUnlessTaken("--tile", request.tileSide.has_value(), writer);
   RefuseUnlessTaken("--no-georef", request.isWithoutPlace, writer);
+  RefuseUnlessTaken("--gml", request.hasGml, writer);
   const std::vector<double>& rates = request.rates;
   if (!std::ranges::all_of(rates, &IsAbove0) ||
       std::ranges::adjacent_find(rates, std::greater_equal<>()) != rates.end()) {
@@ -88,5 +91,6 @@ tagXLayerOptions MakeLayerOptions(const LayerRequest& request, std::optional<int
           .numLayers = request.numLayers.value_or(0),
           .numLevels = numLevels.value_or(-1),
           .tileSide = request.tileSide.value_or(0),
-          .hasGeoreference = !request.isWithoutPlace};
+          .hasGeoreference = !request.isWithoutPlace,
+          .hasGml = request.hasGml};
 }

@@ -16,6 +16,7 @@ struct LayerRequest {
   std::optional<int> numLayers;
   std::optional<int> tileSide;
   bool isWithoutPlace = false;
+  bool hasGml = false;
 };
 
 void AddLayerOptions(Command& command, LayerRequest& request);

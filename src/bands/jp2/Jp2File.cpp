@@ -80,7 +80,7 @@ tagGCPSets PlaceCompatibly(ZRMBand& band, const Jp2PlaceBoxes& boxes) {
   return NameTiePoints(bounds->tiePoints, bounds->wkt);
 }
 
-/// The grid of the first text that has one. A text that is too long to be read may have one, and so it fails.
+/// The grid of the first text that has one. A text that may have one and can't be read fails.
 int FindGrid(const Jp2File& opened, std::optional<Jp2Grid>& grid, XString& err) {
   const std::int64_t most = XfnGetLimits().xmlBytes;
   const std::optional<std::vector<Jp2Text>> texts = ListTexts(*opened.file, opened.boxes);
@@ -92,6 +92,7 @@ int FindGrid(const Jp2File& opened, std::optional<Jp2Grid>& grid, XString& err) 
     if (!xml) return FailWith(err, kDiskFailsInBoxes);
     grid = ParseGmlGrid(*xml);
     if (grid) return 1;
+    if (MayHoldGrid(*xml, text.isGml)) return FailWith(err, "The place in a GML text of the file can't be read");
   }
   return 1;
 }

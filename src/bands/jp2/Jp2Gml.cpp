@@ -87,6 +87,15 @@ int ParseCode(const std::string& system) {
   return code;
 }
 
+constexpr const char* kGridName = "RectifiedGrid";
+
+/// False for a text that is no XML, or not to be trusted.
+bool LoadXml(std::string_view xml, pugi::xml_document& document) {
+  const tagXLimits limits = XfnGetLimits();
+  return std::ssize(xml) <= limits.xmlBytes && FindXmlDanger(xml, limits.nestingDepth).IsEmpty() &&
+         document.load_buffer(xml.data(), xml.size());
+}
+
 bool NamesEastFirst(const pugi::xml_node& grid) {
   const std::string_view first = FindElement(grid, "axisName").text().get();
   std::string lower(first);
@@ -97,11 +106,9 @@ bool NamesEastFirst(const pugi::xml_node& grid) {
 }  // namespace
 
 std::optional<Jp2Grid> ParseGmlGrid(std::string_view xml) {
-  const tagXLimits limits = XfnGetLimits();
-  if (std::ssize(xml) > limits.xmlBytes || !FindXmlDanger(xml, limits.nestingDepth).IsEmpty()) return std::nullopt;
   pugi::xml_document document;
-  if (!document.load_buffer(xml.data(), xml.size())) return std::nullopt;
-  const pugi::xml_node node = FindElement(document, "RectifiedGrid");
+  if (!LoadXml(xml, document)) return std::nullopt;
+  const pugi::xml_node node = FindElement(document, kGridName);
   auto origin = ParseOrigin(node);
   std::vector<std::array<double, 2>> steps = ParseSteps(node);
   if (!origin || steps.size() != 2) return std::nullopt;
@@ -117,6 +124,14 @@ std::optional<Jp2Grid> ParseGmlGrid(std::string_view xml) {
   const auto [downX, down] = steps[1];
   grid.transform = {x - across / 2 - downX / 2, across, downX, y - alongY / 2 - down / 2, alongY, down};
   return grid;
+}
+
+/// A text of blanks tells nothing, and so nothing of it is lost.
+bool MayHoldGrid(std::string_view xml, bool isGml) {
+  if (xml.find_first_not_of(" \t\r\n") == std::string_view::npos) return false;
+  pugi::xml_document document;
+  if (LoadXml(xml, document)) return !!FindElement(document, kGridName);
+  return isGml || xml.find(kGridName) != std::string_view::npos;
 }
 
 }  // namespace zrk

@@ -108,7 +108,7 @@ bool ListGml(DiskFile& file, std::span<const Jp2Box> boxes, std::size_t outer, s
     if (!IsSameType(boxes[i].type, kBoxAssociation) || !each.label || !each.text) continue;
     const std::optional<std::string> name = ReadBoxText(file, *each.label, kMostLabelBytes);
     if (!name) return false;
-    texts.push_back({XString(*name), each.text});
+    texts.push_back({XString(*name), each.text, true});
   }
   return true;
 }
@@ -199,7 +199,7 @@ std::optional<std::vector<Jp2Text>> ListTexts(DiskFile& file, std::span<const Jp
     if (!IsSameType(boxes[i].type, kBoxXml)) continue;
     XString name;
     name.Format("BOX_%d", number++);
-    texts.push_back({name, &boxes[i]});
+    texts.push_back({name, &boxes[i], false});
   }
   return texts;
 }

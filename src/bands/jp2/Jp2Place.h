@@ -47,7 +47,8 @@ int FindBestGeoJp2(const Jp2PlaceBoxes& boxes, std::optional<GeoJp2>& best, XStr
 /// A text of a file with its name: that of a label in front of it, or `BOX_0`, `BOX_1` and so on.
 struct Jp2Text {
   XString name;
-  const Jp2Box* box;  ///< of the list that it was made of
+  const Jp2Box* box;   ///< of the list that it was made of
+  bool isGml = false;  ///< whether it stands beneath the label "gml.data"
 };
 /// The texts of a file: those beneath the label "gml.data", and those of the file itself. Nothing where the disk fails.
 std::optional<std::vector<Jp2Text>> ListTexts(DiskFile& file, std::span<const Jp2Box> boxes);

@@ -22,6 +22,7 @@ int SaveJp2(const SaveCall& call) {
   writer.SetLevels(layers.numLevels);
   writer.SetTileSize(layers.tileSide);
   writer.SetGeoreference(layers.hasGeoreference);
+  writer.SetGml(layers.hasGml);
   return writer.Save(call.path, call.x0, call.x1, call.y0, call.y1, call.err, layers.isLossless, layers.rates,
                      layers.numLayers, 1, call.thread);
 }

@@ -115,6 +115,11 @@ Jp2Builder& Jp2Builder::CodeBlocks(int width, int height) {
   return *this;
 }
 
+Jp2Builder& Jp2Builder::BlockStyle(int style) {
+  blockStyle_ = style;
+  return *this;
+}
+
 Jp2Builder& Jp2Builder::Lossy(float rate) {
   isLossy_ = true;
   rates_ = {rate};
@@ -197,6 +202,7 @@ void Jp2Builder::FillParameters(opj_cparameters& parameters) const {
   parameters.irreversible = isLossy_;
   parameters.cblockw_init = blockWidth_;
   parameters.cblockh_init = blockHeight_;
+  parameters.mode = blockStyle_;
   parameters.image_offset_x0 = left_;
   parameters.image_offset_y0 = top_;
   parameters.tile_size_on = tileWidth_ > 0;

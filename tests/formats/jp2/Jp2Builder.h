@@ -32,6 +32,8 @@ class Jp2Builder {
   Jp2Builder& Order(const char* order);
   Jp2Builder& Precincts(int side);
   Jp2Builder& CodeBlocks(int width, int height);
+  /// How code blocks are coded, by the flags of the codestream.
+  Jp2Builder& BlockStyle(int style);
   Jp2Builder& Lossy(float rate);
   /// Lists of the lengths of packets in each tile-part.
   Jp2Builder& PacketLengths();
@@ -76,7 +78,7 @@ class Jp2Builder {
   int tileWidth_ = 0, tileHeight_ = 0, tileX_ = 0, tileY_ = 0;
   int numLevels_ = 3;
   int precinctSide_ = 0;
-  int blockWidth_ = 64, blockHeight_ = 64;
+  int blockWidth_ = 64, blockHeight_ = 64, blockStyle_ = 0;
   std::vector<float> rates_{0.0F};
   bool isLossy_ = false;
   bool hasPacketLengths_ = false, hasPacketMarks_ = false, hasTileLengths_ = false, hasParts_ = false;

@@ -35,13 +35,14 @@ BoxBytes WithGeoData(const BoxBytes& data) {
   return Small().Uuid(zrk::kGeoJp2Uuid, data).Build();
 }
 
-BoxBytes MakeGml() {
-  const char* const grid =
-      "<gml:RectifiedGrid xmlns:gml='http://www.opengis.net/gml' dimension='2' srsName='urn:ogc:def:crs:EPSG::32611'>"
-      "<gml:origin><gml:Point><gml:pos>1005 1995</gml:pos></gml:Point></gml:origin>"
-      "<gml:offsetVector>10 0</gml:offsetVector><gml:offsetVector>0 -10</gml:offsetVector></gml:RectifiedGrid>";
+const std::string kGrid =
+    "<gml:RectifiedGrid xmlns:gml='http://www.opengis.net/gml' dimension='2' srsName='urn:ogc:def:crs:EPSG::32611'>"
+    "<gml:origin><gml:Point><gml:pos>1005 1995</gml:pos></gml:Point></gml:origin>"
+    "<gml:offsetVector>10 0</gml:offsetVector><gml:offsetVector>0 -10</gml:offsetVector></gml:RectifiedGrid>";
+
+BoxBytes MakeGml(const std::string& xml = kGrid) {
   const BoxBytes text = Join({Jp2Builder::MakeBox("lbl ", Jp2Builder::Text("gml.root-instance")),
-                              Jp2Builder::MakeBox("xml ", Jp2Builder::Text(grid))});
+                              Jp2Builder::MakeBox("xml ", Jp2Builder::Text(xml))});
   return Join({Jp2Builder::MakeBox("lbl ", Jp2Builder::Text("gml.data")), Jp2Builder::MakeBox("asoc", text)});
 }
 
@@ -153,6 +154,43 @@ TEST(Jp2LostPlacesExact, ATextThatIsTooLongFailsTheLoadUnlessABoxPlacesTheImage)
 TEST(Jp2LostPlacesCompatible, ATextThatIsTooLongIsNotLookedAt) {
   const ShortTexts limits;
   EXPECT_TRUE(IsPlainCompatibly(Small().Box("asoc", MakeGml()).Build()));
+}
+
+/// Cut short, with a declaration that is refused, with an origin of one number, and in 16-bit characters.
+std::vector<std::string> MakeDamagedTexts() {
+  std::string noPlace = kGrid;
+  noPlace.replace(noPlace.find("1005 1995"), 9, "1005");
+  std::string wide;
+  for (const char letter : kGrid) wide += {letter, '\0'};
+  return {kGrid.substr(0, kGrid.size() - 5), "<!DOCTYPE a>" + kGrid, noPlace, wide};
+}
+
+TEST(Jp2LostPlacesExact, AGmlTextThatCannotBeReadFailsTheLoadUnlessABoxPlacesTheImage) {
+  for (const std::string& text : MakeDamagedTexts()) {
+    Jp2Builder builder = Small().Box("asoc", MakeGml(text));
+    EXPECT_EQ("The place in a GML text of the file can't be read", WhyNotExactly(builder.Build())) << text;
+    EXPECT_EQ("", WhyNotExactly(AddGeo(builder, kWhole).Build())) << text;
+  }
+}
+
+TEST(Jp2LostPlacesCompatible, AGmlTextThatCannotBeReadIsNotLookedAt) {
+  for (const std::string& text : MakeDamagedTexts()) {
+    EXPECT_TRUE(IsPlainCompatibly(Small().Box("asoc", MakeGml(text)).Build())) << text;
+  }
+}
+
+/// Texts of the file itself are seldom GML.
+TEST(Jp2LostPlacesExact, ADamagedTextOutsideOfGmlFailsTheLoadWhereItNamesAGrid) {
+  const auto withText = [](const std::string& text) { return Small().Box("xml ", Jp2Builder::Text(text)).Build(); };
+  EXPECT_EQ("The place in a GML text of the file can't be read", WhyNotExactly(withText(kGrid.substr(0, 200))));
+  EXPECT_EQ("", WhyNotExactly(withText("<camera>")));
+  EXPECT_EQ("", WhyNotExactly(withText("")));
+}
+
+TEST(Jp2LostPlacesExact, AGmlTextWithoutAGridTellsNoPlace) {
+  for (const char* text : {"", " ", "<gml:Point xmlns:gml='http://www.opengis.net/gml'/>"}) {
+    EXPECT_EQ("", WhyNotExactly(Small().Box("asoc", MakeGml(text)).Build())) << text;
+  }
 }
 
 TEST(Jp2LostPlacesExact, ADiskThatFailsLosesNoPlace) {

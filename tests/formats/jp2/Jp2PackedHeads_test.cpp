@@ -187,6 +187,27 @@ TEST_F(Jp2PackedHeads, ThatAreTooFewForTheirTileFailAnExactReadOfIt) {
   }
 }
 
+/// Bytes for all packets remain, and yet the last heads lack some of theirs.
+TEST_F(Jp2PackedHeads, OfWhichSomeBytesAreMissingFailAnExactReadOfTheirTile) {
+  const CodedBytes whole = packed_.lists[1];
+  ASSERT_GT(whole.size(), 3U);
+  for (std::size_t count = 3; count < whole.size(); ++count) {
+    packed_.lists[1] = Slice(whole, 0, count);
+    for (const CodedBytes& bytes : {packed_.Build(), packed_.BuildInParts()}) {
+      LoadedRaster image(bytes, kFormatJP2, kReadExact);
+      EXPECT_EQ("", image.Failure(kFirstTile));
+      EXPECT_EQ(kLacksSecond, image.Failure(kSecondTile)) << count;
+    }
+  }
+}
+
+TEST_F(Jp2PackedHeads, BehindThoseOfAllPacketsFailAnExactReadOfTheirTile) {
+  packed_.lists[1].push_back(0);
+  LoadedRaster image(packed_.Build(), kFormatJP2, kReadExact);
+  EXPECT_EQ("", image.Failure(kFirstTile));
+  EXPECT_EQ(kLacksSecond, image.Failure(kSecondTile));
+}
+
 /// Without any packet a sample is in the middle of its range.
 TEST_F(Jp2PackedHeads, ThatAreMissingCountAsEmptyPacketsCompatibly) {
   packed_.lists[1] = {0};

@@ -1,0 +1,375 @@
+// The packets of a tile, ISO/IEC 15444-1, annex B. Each resolution of a component is cut into precincts, and each layer
+// has one packet for each precinct. A packet is a head and then data. The head is a row of bits: whether there is
+// anything, and then for each code block of the precinct, band by band,
+//
+//   - whether the packet has anything of the block: by a tag tree until it has, and by one bit from then on;
+//   - at the first time, how many bit planes are empty: by another tag tree;
+//   - how many coding passes follow, and by how many bits their lengths are longer than before;
+//   - the lengths of the segments into which the passes fall.
+//
+// Bits fill bytes from the highest one on. Behind a byte of ones the highest bit is left out.
+//
+// A tag tree tells the numbers of a grid. Each node has the least number of up to four below it. It is told bit by bit
+// and only as far as the question goes: 0 for "more than this", 1 for "this".
+//
+// The order of packets is that of five loops, over layers, resolutions, components and places, the latter by row and
+// column. The place of a precinct is where it begins on the reference grid, within the tile.
+
+#include "codec/J2kPacketWalk.h"
+
+#include "base/Disk.h"
+#include "codec/Jp2Boxes.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <limits>
+#include <utility>
+
+namespace zrk {
+namespace {
+
+constexpr int kBypass = 1, kEndsEachPass = 4, kHighThroughput = 0x40;  // styles of code blocks
+constexpr int kByLayerFirst = 0, kByResolutionFirst = 1, kByResolutionAndPlaceFirst = 2, kByPlaceFirst = 3;
+constexpr int kLastOrder = 4;
+constexpr std::uint16_t kMarkerBehindHead = 0xFF92;  // EPH
+
+using HeadSpan = std::span<const unsigned char>;
+
+class HeadBits {
+ public:
+  explicit HeadBits(HeadSpan bytes) : bytes_(bytes) {}
+
+  bool HasFailed() const { return hasFailed_; }
+  void Fail() { hasFailed_ = true; }
+  std::size_t CountBytes() const { return place_; }
+
+  bool Take() {
+    if (numLeft_ == 0) {
+      if (place_ == bytes_.size()) {
+        Fail();
+        return false;
+      }
+      numLeft_ = last_ == 0xFF ? 7 : 8;
+      last_ = bytes_[place_++];
+    }
+    return (last_ >> --numLeft_ & 1) != 0;
+  }
+  std::uint32_t TakeNumber(int numBits) {
+    std::uint32_t number = 0;
+    for (int i = 0; i < numBits; ++i) number = number << 1 | static_cast<std::uint32_t>(Take());
+    return number;
+  }
+  /// Passes over what is left of the last byte, and over the byte behind one of ones.
+  void Align() {
+    if (last_ == 0xFF && place_ == bytes_.size()) Fail();
+    if (last_ == 0xFF && !hasFailed_) ++place_;
+    numLeft_ = last_ = 0;
+  }
+
+ private:
+  HeadSpan bytes_;
+  std::size_t place_ = 0;
+  int numLeft_ = 0;
+  unsigned last_ = 0;
+  bool hasFailed_ = false;
+};
+
+class TagTree {
+ public:
+  TagTree(std::int64_t width, std::int64_t height) {
+    std::size_t count = 0;
+    for (bool isTop = false; !isTop; width = (width + 1) / 2, height = (height + 1) / 2) {
+      isTop = width * height <= 1;
+      floors_.push_back({count, static_cast<std::size_t>(width)});
+      count += static_cast<std::size_t>(width * height);
+    }
+    nodes_.resize(count);
+  }
+
+  /// Whether the number at that place is below another one.
+  bool IsBelow(std::size_t x, std::size_t y, int other, HeadBits& bits) {
+    int least = 0;
+    bool isKnown = false;
+    for (std::size_t floor = floors_.size(); floor-- > 0;) {
+      Node& node = nodes_[floors_[floor].first + (y >> floor) * floors_[floor].width + (x >> floor)];
+      node.least = std::max(node.least, least);
+      while (!node.isKnown && node.least < other && !bits.HasFailed()) {
+        node.isKnown = bits.Take();
+        if (!node.isKnown) ++node.least;
+      }
+      least = node.least;
+      isKnown = node.isKnown;
+    }
+    return isKnown && least < other;
+  }
+
+ private:
+  struct Node {
+    int least = 0;
+    bool isKnown = false;  // whether it is that number
+  };
+  struct Floor {
+    std::size_t first = 0;
+    std::size_t width = 0;
+  };
+  std::vector<Node> nodes_;
+  std::vector<Floor> floors_;  // from the leaves to the top
+};
+
+/// What is known of a code block from earlier packets.
+struct HeadBlock {
+  int lengthBits = 3;
+  int numPasses = 0;   // of its last segment
+  int mostPasses = 0;  // that the segment may have; 0 for a block of which there has been nothing yet
+};
+
+/// How many passes a segment may have, behind one that may have so many.
+int MostPasses(int style, int before) {
+  if (style & kEndsEachPass) return 1;
+  if (!(style & kBypass)) return std::numeric_limits<int>::max();
+  constexpr int kFirst = 10;
+  if (before == 0) return kFirst;
+  return before == 1 || before == kFirst ? 2 : 1;
+}
+
+int TakeNumPasses(HeadBits& bits) {
+  if (!bits.Take()) return 1;
+  if (!bits.Take()) return 2;
+  const auto few = static_cast<int>(bits.TakeNumber(2));
+  if (few < 3) return 3 + few;
+  const auto some = static_cast<int>(bits.TakeNumber(5));
+  return some < 31 ? 6 + some : 37 + static_cast<int>(bits.TakeNumber(7));
+}
+
+/// The bytes that a packet has of a block.
+std::int64_t TakeLengths(int style, int numPasses, HeadBlock& block, HeadBits& bits) {
+  constexpr int kMostBits = 32;
+  std::int64_t numBytes = 0;
+  while (numPasses > 0 && !bits.HasFailed()) {
+    if (block.numPasses == block.mostPasses) {
+      block.mostPasses = MostPasses(style, block.mostPasses);
+      block.numPasses = 0;
+    }
+    const int now = std::min(numPasses, block.mostPasses - block.numPasses);
+    const int numBits = block.lengthBits + std::bit_width(static_cast<unsigned>(now)) - 1;
+    if (numBits > kMostBits) bits.Fail();
+    numBytes += bits.HasFailed() ? 0 : bits.TakeNumber(numBits);
+    block.numPasses += now;
+    numPasses -= now;
+  }
+  return numBytes;
+}
+
+/// The samples of a band of a resolution. Band 0 is what the smallest resolution has alone. The others have the
+/// differences in columns, in rows and in both.
+J2kRect BandRect(const J2kRect& samples, int band, int numHalvings) {
+  if (band == 0) return samples;
+  const auto half = [numHalvings](std::int64_t place, int isOdd) {
+    const std::int64_t number = place - (std::int64_t{isOdd} << (numHalvings - 1));
+    return CeilDivide(std::max<std::int64_t>(number, 0), std::int64_t{1} << numHalvings);
+  };
+  const int inColumns = band & 1, inRows = band >> 1;
+  return {half(samples.x0, inColumns), half(samples.y0, inRows), half(samples.x1, inColumns), half(samples.y1, inRows)};
+}
+
+}  // namespace
+
+/// The code blocks of a band that lie in a precinct.
+struct J2kPacketWalk::Band {
+  Band(std::size_t columns, std::size_t rows)
+      : width(columns), blocks(columns * rows), inclusion(ToTree(columns, rows)), emptyPlanes(inclusion) {}
+
+  static TagTree ToTree(std::size_t columns, std::size_t rows) {
+    return {static_cast<std::int64_t>(columns), static_cast<std::int64_t>(rows)};
+  }
+
+  /// The bytes that a packet has of the band.
+  std::int64_t Take(int style, int layer, HeadBits& bits) {
+    std::int64_t numBytes = 0;
+    for (std::size_t i = 0; i < blocks.size() && !bits.HasFailed(); ++i) {
+      HeadBlock& block = blocks[i];
+      const std::size_t x = i % width, y = i / width;
+      const bool isNew = block.mostPasses == 0;
+      if (!(isNew ? inclusion.IsBelow(x, y, layer + 1, bits) : bits.Take())) continue;
+      for (int planes = 1; isNew && !emptyPlanes.IsBelow(x, y, planes, bits) && !bits.HasFailed();) ++planes;
+      if (isNew) block.mostPasses = MostPasses(style, 0);
+      const int numPasses = TakeNumPasses(bits);
+      while (bits.Take()) ++block.lengthBits;
+      numBytes += TakeLengths(style, numPasses, block, bits);
+    }
+    return numBytes;
+  }
+
+  std::size_t width;
+  std::vector<HeadBlock> blocks;  // row by row
+  TagTree inclusion;
+  TagTree emptyPlanes;
+};
+
+struct J2kPacketWalk::Precinct {
+  int component = 0;
+  int resolution = 0;
+  std::int64_t x = 0;  // its number in its row, counted from the origin of the grid
+  std::int64_t y = 0;
+  std::int64_t gridX = 0;  // where it begins
+  std::int64_t gridY = 0;
+  std::vector<Band> bands = {};  // empty before its first packet and behind its last one
+};
+
+J2kPacketWalk::~J2kPacketWalk() = default;
+
+bool J2kPacketWalk::CanWalk(const J2kTileCoding& coding) {
+  return !coding.changesOrder && coding.progression <= kLastOrder &&
+         std::ranges::none_of(coding.ofComponents,
+                              [](const J2kCoding& each) { return (each.style & kHighThroughput) != 0; });
+}
+
+J2kPacketWalk::J2kPacketWalk(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, int level)
+    : header_(header), coding_(coding), tile_(tile) {
+  int highest = 0;
+  for (const J2kCoding& each : coding.ofComponents) highest = std::max(highest, each.numLevels - level);
+  for (int c = 0; c < std::ssize(header.components); ++c) {
+    const int numLevels = coding.ofComponents[static_cast<std::size_t>(c)].numLevels;
+    for (int resolution = 0; resolution <= std::min(numLevels, highest); ++resolution) {
+      AddResolution(tile, c, resolution);
+    }
+  }
+  Sort();
+  groupEnd_ = FindGroupEnd();
+}
+
+bool J2kPacketWalk::IsAtEnd() const {
+  return place_ == precincts_.size();
+}
+
+void J2kPacketWalk::AddResolution(const J2kRect& tile, int component, int resolution) {
+  const J2kCoding& coding = coding_.ofComponents[static_cast<std::size_t>(component)];
+  const J2kComponent& of = header_.components[static_cast<std::size_t>(component)];
+  const int numHalvings = coding.numLevels - resolution;
+  const J2kRect samples = header_.ReduceRect(tile, component, numHalvings);
+  if (samples.IsEmpty()) return;
+  const int precinct = coding.precincts[static_cast<std::size_t>(resolution)];
+  const int widthBits = precinct & 15, heightBits = precinct >> 4;
+  const auto onGrid = [numHalvings](std::int64_t place, int distance, std::int64_t first) {
+    return std::max(first, (place * distance) << numHalvings);
+  };
+  for (std::int64_t y = samples.y0 >> heightBits; y <= (samples.y1 - 1) >> heightBits; ++y) {
+    for (std::int64_t x = samples.x0 >> widthBits; x <= (samples.x1 - 1) >> widthBits; ++x) {
+      precincts_.push_back({component, resolution, x, y, onGrid(x << widthBits, of.dx, tile.x0),
+                            onGrid(y << heightBits, of.dy, tile.y0)});
+    }
+  }
+}
+
+void J2kPacketWalk::Sort() {
+  const auto keyOf = [order = coding_.progression](const Precinct& each) {
+    const auto& [component, resolution, x, y, gridX, gridY, bands] = each;
+    using Key = std::array<std::int64_t, 4>;
+    if (order == kByResolutionAndPlaceFirst) return Key{resolution, gridY, gridX, component};
+    if (order == kByPlaceFirst) return Key{gridY, gridX, component, resolution};
+    if (order == kLastOrder) return Key{component, gridY, gridX, resolution};
+    return Key{resolution, component, y, x};
+  };
+  std::ranges::sort(precincts_, {}, keyOf);
+}
+
+/// A precinct of a resolution above the smallest has half as many columns and rows in each of its bands.
+std::vector<J2kPacketWalk::Band> J2kPacketWalk::MakeBands(const Precinct& precinct) const {
+  const auto resolution = static_cast<std::size_t>(precinct.resolution);
+  const J2kCoding& coding = coding_.ofComponents[static_cast<std::size_t>(precinct.component)];
+  const int isHalved = precinct.resolution > 0 ? 1 : 0;
+  const int widthBits = (coding.precincts[resolution] & 15) - isHalved;
+  const int heightBits = (coding.precincts[resolution] >> 4) - isHalved;
+  const int numHalvings = coding.numLevels - precinct.resolution + isHalved;
+  const J2kRect samples = header_.ReduceRect(tile_, precinct.component, isHalved ? 0 : numHalvings);
+  const auto countBlocks = [](std::int64_t first, std::int64_t end, int bits) {
+    return first < end ? static_cast<std::size_t>(((end - 1) >> bits) - (first >> bits) + 1) : std::size_t{0};
+  };
+  std::vector<Band> bands;
+  for (int band = isHalved; band <= 3 * isHalved; ++band) {
+    const J2kRect part = Intersect(BandRect(samples, band, numHalvings),
+                                   {precinct.x << widthBits, precinct.y << heightBits, (precinct.x + 1) << widthBits,
+                                    (precinct.y + 1) << heightBits});
+    const std::size_t columns = countBlocks(part.x0, part.x1, std::min(coding.blockWidthBits, widthBits));
+    const std::size_t rows = countBlocks(part.y0, part.y1, std::min(coding.blockHeightBits, heightBits));
+    if (columns > 0 && rows > 0) bands.emplace_back(columns, rows);
+  }
+  return bands;
+}
+
+std::size_t J2kPacketWalk::FindGroupEnd() const {
+  if (coding_.progression == kByLayerFirst) return precincts_.size();
+  if (coding_.progression != kByResolutionFirst) return std::min(group_ + 1, precincts_.size());
+  std::size_t end = group_;
+  while (end < precincts_.size() && precincts_[end].resolution == precincts_[group_].resolution) ++end;
+  return end;
+}
+
+void J2kPacketWalk::Advance() {
+  if (++place_ < groupEnd_) return;
+  place_ = group_;
+  if (++layer_ < coding_.numLayers) return;
+  layer_ = 0;
+  group_ = place_ = groupEnd_;
+  groupEnd_ = FindGroupEnd();
+}
+
+/// What the heads before have told is changed only by a head that is whole.
+std::optional<J2kPacketWalk::Packet> J2kPacketWalk::Take(HeadSpan bytes) {
+  if (IsAtEnd()) return std::nullopt;
+  Precinct& precinct = precincts_[place_];
+  std::vector<Band> bands = layer_ == 0 ? MakeBands(precinct) : precinct.bands;
+  HeadBits bits(bytes);
+  Packet packet;
+  if (bits.Take()) {
+    const int style = coding_.ofComponents[static_cast<std::size_t>(precinct.component)].style;
+    for (Band& band : bands) packet.dataBytes += band.Take(style, layer_, bits);
+  }
+  bits.Align();
+  if (bits.HasFailed()) return std::nullopt;
+  packet.headBytes = bits.CountBytes();
+  const HeadSpan behind = bytes.subspan(packet.headBytes);
+  const bool hasMark = coding_.hasPacketMarks && behind.size() >= 2 && behind[0] == kMarkerBehindHead >> 8 &&
+                       behind[1] == (kMarkerBehindHead & 0xFF);
+  if (hasMark) packet.headBytes += 2;
+  precinct.bands = layer_ + 1 < coding_.numLayers ? std::move(bands) : std::vector<Band>();
+  Advance();
+  return packet;
+}
+
+bool ArePackedHeadsWhole(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, HeadSpan heads,
+                         std::int64_t numDataBytes) {
+  if (!J2kPacketWalk::CanWalk(coding)) return true;
+  J2kPacketWalk walk(header, coding, tile, 0);
+  std::int64_t numBytes = 0;
+  while (!walk.IsAtEnd()) {
+    const std::optional<J2kPacketWalk::Packet> packet = walk.Take(heads);
+    if (!packet) return false;
+    heads = heads.subspan(packet->headBytes);
+    numBytes += packet->dataBytes;
+  }
+  // Marks in front of packets stand among their data, and need not be there.
+  return heads.empty() && (coding.hasPacketMarks || numBytes == numDataBytes);
+}
+
+/// Most heads are short, so that little of a packet is read at first.
+std::optional<bool> HaveLengths(DiskFile& file, std::int64_t offset, std::span<const std::uint32_t> lengths,
+                                J2kPacketWalk& walk) {
+  constexpr std::size_t kUsual = 512;
+  std::vector<unsigned char> bytes;
+  for (const std::uint32_t length : lengths) {
+    std::optional<J2kPacketWalk::Packet> packet;
+    for (std::size_t most = kUsual; !packet; most *= 8) {
+      bytes.resize(std::min<std::size_t>(length, most));
+      if (file.ReadAt(offset, bytes.data(), std::ssize(bytes)) != std::ssize(bytes)) return std::nullopt;
+      packet = walk.Take(bytes);
+      if (!packet && bytes.size() == length) return false;
+    }
+    if (static_cast<std::int64_t>(packet->headBytes) + packet->dataBytes != length) return false;
+    offset += length;
+  }
+  return true;
+}
+
+}  // namespace zrk
