@@ -243,6 +243,67 @@ TEST(HawkGround, SeesAcrossTheDateLine) {
   EXPECT_NEAR(right.lon + 179.999 - 360.0, place.lon, kNear);
 }
 
+/// Rolling ground of a degree each way, with holes, and another number at each post.
+HeightGrid HoledGround(double west) {
+  return {west, 0.5, 0.005, 200, 200, [](int column, int row) {
+            const bool isHole = column / 7 % 5 == 0 && row / 9 % 4 == 0;
+            return static_cast<std::int16_t>(isHole ? -32768 : 31 * column - 17 * row + column * row % 13);
+          }};
+}
+
+/// Asks for many heights at once, in rows as a map has them and in leaps, and holds each against one that is asked
+/// alone.
+void ExpectHeightsAsAlone(const ZRMBandHawk& band, double west) {
+  std::vector<double> lons, lats;
+  for (int i = 0; i < 6000; ++i) {
+    const bool isLeap = i % 50 == 49;
+    lons.push_back(west - 0.02 + (isLeap ? i * 0.37 - std::floor(i * 0.37) : i % 300 * 0.0035));
+    lats.push_back(0.52 - (isLeap ? i * 0.61 - std::floor(i * 0.61) : i / 300 * 0.053));
+  }
+  lons[77] = NAN;
+  std::vector<double> heights(lons.size());
+  const int numFound = band.FindHeights(lons.data(), lats.data(), static_cast<int>(lons.size()), heights.data());
+  int numRight = 0;
+  for (std::size_t i = 0; i < lons.size(); ++i) {
+    double height = NAN;
+    const bool isKnown = band.GetGroundHeight(lons[i], lats[i], height) != 0;
+    numRight += isKnown;
+    EXPECT_EQ(isKnown, !std::isnan(heights[i])) << i;
+    if (isKnown) {
+      EXPECT_NEAR(height, heights[i], 1e-8) << i;
+    }
+  }
+  EXPECT_EQ(numRight, numFound);
+  EXPECT_GT(numRight, 3000);
+  EXPECT_LT(numRight, 5900);
+}
+
+TEST(HawkExactGround, IsTheSameForManyPlacesAtOnce) {
+  HawkScene scene{HawkBuilder(), kReadExact};
+  ExpectHeightsAsAlone(scene.Ground(HoledGround(-0.5)).Band(), -0.5);
+  const HeightGrid geoid{
+      -1.0, 1.0, 0.25, 8, 8, [](int column, int row) {
+                           return static_cast<std::int16_t>(700 * column - 300 * row); }};
+  ExpectHeightsAsAlone(scene.Geoid(geoid).Band(), -0.5);
+}
+
+/// The model reaches from 179.5 to 180.5 degrees east, or is counted a turn further on.
+TEST(HawkExactGround, IsTheSameForManyPlacesAcrossTheDateLine) {
+  HawkScene scene{HawkBuilder(), kReadExact};
+  ExpectHeightsAsAlone(scene.Ground(HoledGround(179.5)).Band(), 179.5);
+  ExpectHeightsAsAlone(scene.Ground(HoledGround(-180.5)).Band(), 179.5);
+}
+
+TEST(HawkExactGround, IsZeroForManyPlacesWithoutATerrainModel) {
+  HawkScene scene{HawkBuilder(), kReadExact};
+  const double lons[] = {0.0, 11.0, NAN}, lats[] = {0.0, 47.0, 0.0};
+  double heights[] = {5.0, 5.0, 5.0};
+  EXPECT_EQ(2, scene.Band().FindHeights(lons, lats, 3, heights));
+  EXPECT_EQ(0.0, heights[0]);
+  EXPECT_EQ(0.0, heights[1]);
+  EXPECT_TRUE(std::isnan(heights[2]));
+}
+
 XRSFile* MakeRealGround(double height) {
   auto band = std::make_unique<MemoryBand>();
   band->SetSamples(200, 200, std::vector<double>(40000, height));
