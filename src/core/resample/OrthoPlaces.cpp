@@ -27,18 +27,6 @@ constexpr double kMinLayerDistance = 1.0;
 
 constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
 
-/// The share of the way from the first pixel of a row to its last.
-double ShareOf(int i, int first, int last) {
-  return last > first ? static_cast<double>(i - first) / (last - first) : 0.0;
-}
-
-/// Between four values: upper left, upper right, lower left, lower right.
-double Between(const double* corners, double u, double v) {
-  const double upper = corners[0] + (corners[1] - corners[0]) * u;
-  const double lower = corners[2] + (corners[3] - corners[2]) * u;
-  return upper + (lower - upper) * v;
-}
-
 /// Longitudes beside each other may lie on both sides of the date line.
 double NearTo(double lon, double other) {
   if (lon - other > 180.0) return lon - 360.0;
@@ -47,6 +35,12 @@ double NearTo(double lon, double other) {
 
 double WithinTheEarth(double lon) {
   return lon >= -180.0 && lon < 180.0 ? lon : lon - 360.0 * std::floor((lon + 180.0) / 360.0);
+}
+
+/// Values at even steps from the first to the last.
+void FillEvenly(double first, double last, int count, double* values) {
+  const double step = count > 1 ? (last - first) / (count - 1) : 0.0;
+  for (int i = 0; i < count; ++i) values[i] = first + i * step;
 }
 
 }  // namespace
@@ -74,14 +68,9 @@ struct OrthoPlaces::Corners {
   std::array<double, 8> y;
   Layers layers;
 
-  double ShareOfHeight(double height) const { return (height - layers.low) / (layers.high - layers.low); }
-  double XAt(double u, double v, double t) const {
-    const double low = Between(x.data(), u, v);
-    return low + (Between(x.data() + 4, u, v) - low) * t;
-  }
-  double YAt(double u, double v, double t) const {
-    const double low = Between(y.data(), u, v);
-    return low + (Between(y.data() + 4, u, v) - low) * t;
+  /// Halfway between the heights.
+  static double HalfwayAt(const std::array<double, 8>& corners, double u, double v) {
+    return 0.5 * (Between(corners.data(), u, v) + Between(corners.data() + 4, u, v));
   }
   bool AreFound() const {
     const auto isFinite = [](double value) { return std::isfinite(value); };
@@ -100,20 +89,12 @@ std::size_t OrthoPlaces::IndexOf(int x, int y) const {
 
 void OrthoPlaces::Find(const OrthoTile& tile) {
   tile_ = tile;
+  bounds_ = {};
+  isWhole_ = true;
   const Cell whole{0, tile.width - 1, 0, tile.height - 1};
   FindPlaces(whole);
   source_.model->FindHeights(lon_.data(), lat_.data(), tile.width * tile.height, height_.data());
   FindPositions(whole);
-}
-
-/// Calls the work for the parts of a cell. A side of one pixel stays whole.
-template <class Work>
-void OrthoPlaces::Divide(const Cell& cell, Work&& work) {
-  const int midX = (cell.x0 + cell.x1) / 2, midY = (cell.y0 + cell.y1) / 2;
-  work(Cell{cell.x0, midX, cell.y0, midY});
-  if (midX < cell.x1) work(Cell{midX + 1, cell.x1, cell.y0, midY});
-  if (midY < cell.y1) work(Cell{cell.x0, midX, midY + 1, cell.y1});
-  if (midX < cell.x1 && midY < cell.y1) work(Cell{midX + 1, cell.x1, midY + 1, cell.y1});
 }
 
 /// Of the centre of a pixel of the tile, whose number may have a fraction.
@@ -127,7 +108,7 @@ void OrthoPlaces::PlaceAt(double x, double y, double& lon, double& lat) const {
 void OrthoPlaces::FindPlaces(const Cell& cell) {
   const bool isSmall = cell.Width() <= kExactSide && cell.Height() <= kExactSide;
   if (!isSmall && SpreadPlaces(cell)) return;
-  if (!isSmall) return Divide(cell, [this](const Cell& part) { FindPlaces(part); });
+  if (!isSmall) return cell.Divide([this](const Cell& part) { FindPlaces(part); });
   for (int y = cell.y0; y <= cell.y1; ++y) {
     for (int x = cell.x0; x <= cell.x1; ++x) PlaceAt(x, y, lon_[IndexOf(x, y)], lat_[IndexOf(x, y)]);
   }
@@ -148,13 +129,13 @@ bool OrthoPlaces::SpreadPlaces(const Cell& cell) {
   const double numPixels = std::hypot(cell.Width(), cell.Height());
   const double error = std::hypot(Between(lon.data(), 0.5, 0.5) - midLon, Between(lat.data(), 0.5, 0.5) - midLat);
   if (!(error * numPixels <= kMaxPlaceError * diagonal)) return false;
+  const bool isOnOneTurn = std::ranges::all_of(lon, [](double each) { return WithinTheEarth(each) == each; });
   for (int y = cell.y0; y <= cell.y1; ++y) {
     const double v = ShareOf(y, cell.y0, cell.y1);
-    for (int x = cell.x0; x <= cell.x1; ++x) {
-      const double u = ShareOf(x, cell.x0, cell.x1);
-      lon_[IndexOf(x, y)] = WithinTheEarth(Between(lon.data(), u, v));
-      lat_[IndexOf(x, y)] = Between(lat.data(), u, v);
-    }
+    double* const lons = &lon_[IndexOf(cell.x0, y)];
+    FillEvenly(Between(lon.data(), 0.0, v), Between(lon.data(), 1.0, v), cell.Width(), lons);
+    FillEvenly(Between(lat.data(), 0.0, v), Between(lat.data(), 1.0, v), cell.Width(), &lat_[IndexOf(cell.x0, y)]);
+    if (!isOnOneTurn) std::transform(lons, lons + cell.Width(), lons, WithinTheEarth);
   }
   return true;
 }
@@ -168,19 +149,21 @@ void OrthoPlaces::FindPositions(const Cell& cell) {
   const std::array<double, 10> probes = Probe(cell, layers);
   if (IsOutside(cell, corners, probes)) return Clear(cell);
   if (corners.AreFound() && IsNear(cell, corners, probes)) return Spread(cell, corners);
-  Divide(cell, [this](const Cell& part) { FindPositions(part); });
+  cell.Divide([this](const Cell& part) { FindPositions(part); });
 }
 
 bool OrthoPlaces::FindLayers(const Cell& cell, Layers& layers) const {
   double low = std::numeric_limits<double>::infinity(), high = -low;
+  int numKnown = 0;
   for (int y = cell.y0; y <= cell.y1; ++y) {
-    for (int x = cell.x0; x <= cell.x1; ++x) {
-      const double height = height_[IndexOf(x, y)];
-      low = height < low ? height : low;
-      high = height > high ? height : high;
+    const double* const heights = &height_[IndexOf(cell.x0, y)];
+    for (int i = 0; i < cell.Width(); ++i) {
+      low = heights[i] < low ? heights[i] : low;
+      high = heights[i] > high ? heights[i] : high;
+      numKnown += heights[i] == heights[i];
     }
   }
-  layers = {low, std::max(high, low + kMinLayerDistance)};
+  layers = {low, std::max(high, low + kMinLayerDistance), numKnown == cell.Width() * cell.Height()};
   return std::isfinite(low) && std::isfinite(high);
 }
 
@@ -229,20 +212,14 @@ std::array<double, 10> OrthoPlaces::Probe(const Cell& cell, const Layers& layers
 /// Whether nothing of the image can show in a cell: all positions lie beyond one edge. Where none is known the cell has
 /// to be small enough for the image not to pass between.
 bool OrthoPlaces::IsOutside(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const {
-  double minX = std::numeric_limits<double>::infinity(), minY = minX, maxX = -minX, maxY = -minX;
+  OrthoBounds bounds;
   int numFound = 0;
-  const auto add = [&](double x, double y) {
-    if (!std::isfinite(x) || !std::isfinite(y)) return;
-    ++numFound;
-    minX = std::min(minX, x), maxX = std::max(maxX, x);
-    minY = std::min(minY, y), maxY = std::max(maxY, y);
-  };
-  for (std::size_t i = 0; i < 8; ++i) add(corners.x[i], corners.y[i]);
-  for (std::size_t i = 0; i < 5; ++i) add(probes[i], probes[i + 5]);
+  for (std::size_t i = 0; i < 8; ++i) numFound += bounds.Add(corners.x[i], corners.y[i]);
+  for (std::size_t i = 0; i < 5; ++i) numFound += bounds.Add(probes[i], probes[i + 5]);
   if (numFound == 0) return std::max(cell.Width(), cell.Height()) * tile_.step < 0.5 * source_.thickness;
   constexpr int kNumAsked = 13;
-  const bool isBeyond =
-      maxX < -1.0 || maxY < -1.0 || minX > source_.band->GetXSize() || minY > source_.band->GetYSize();
+  const bool isBeyond = bounds.maxX < -1.0 || bounds.maxY < -1.0 || bounds.minX > source_.band->GetXSize() ||
+                        bounds.minY > source_.band->GetYSize();
   return isBeyond && numFound == kNumAsked;
 }
 
@@ -252,33 +229,47 @@ bool OrthoPlaces::IsNear(const Cell& cell, const Corners& corners, const std::ar
   for (std::size_t i = 0; i < pixels.size(); ++i) {
     const auto [x, y] = pixels[i];
     const double u = ShareOf(x, cell.x0, cell.x1), v = ShareOf(y, cell.y0, cell.y1);
-    const double error = std::hypot(corners.XAt(u, v, 0.5) - probes[i], corners.YAt(u, v, 0.5) - probes[i + 5]);
+    const double error = std::hypot(Corners::HalfwayAt(corners.x, u, v) - probes[i],
+                                    Corners::HalfwayAt(corners.y, u, v) - probes[i + 5]);
     if (!(error <= kMaxPositionError)) return false;
   }
   return true;
 }
 
 void OrthoPlaces::Spread(const Cell& cell, const Corners& corners) {
+  const int width = cell.Width();
+  const double perPixel = width > 1 ? 1.0 / (width - 1) : 0.0;
+  const double low = corners.layers.low, perMetre = 1.0 / (corners.layers.high - low);
   for (int y = cell.y0; y <= cell.y1; ++y) {
     const double v = ShareOf(y, cell.y0, cell.y1);
-    for (int x = cell.x0; x <= cell.x1; ++x) {
-      const double u = ShareOf(x, cell.x0, cell.x1);
-      const std::size_t at = IndexOf(x, y);
-      const double t = corners.ShareOfHeight(height_[at]);
-      x_[at] = corners.XAt(u, v, t);
-      y_[at] = corners.YAt(u, v, t);
+    const OrthoRamp toX(corners.x, v, perPixel, perMetre), toY(corners.y, v, perPixel, perMetre);
+    const std::size_t first = IndexOf(cell.x0, y);
+    const double* const heights = &height_[first];
+    double* const xs = &x_[first];
+    double* const ys = &y_[first];
+    for (int i = 0; i < width; ++i) {
+      const double metres = heights[i] - low;
+      xs[i] = toX.At(i, metres);
+      ys[i] = toY.At(i, metres);
+    }
+  }
+  for (std::size_t i = 0; i < 8; ++i) bounds_.Add(corners.x[i], corners.y[i]);
+  isWhole_ = isWhole_ && corners.layers.isWhole;
+}
+
+void OrthoPlaces::FindExactly(const Cell& cell) {
+  const int width = cell.Width();
+  for (int y = cell.y0; y <= cell.y1; ++y) {
+    const std::size_t at = IndexOf(cell.x0, y);
+    source_.model->FindPixels(&lon_[at], &lat_[at], &height_[at], width, &x_[at], &y_[at]);
+    for (std::size_t i = at; i < at + static_cast<std::size_t>(width); ++i) {
+      if (!bounds_.Add(x_[i], y_[i])) isWhole_ = false;
     }
   }
 }
 
-void OrthoPlaces::FindExactly(const Cell& cell) {
-  for (int y = cell.y0; y <= cell.y1; ++y) {
-    const std::size_t at = IndexOf(cell.x0, y);
-    source_.model->FindPixels(&lon_[at], &lat_[at], &height_[at], cell.Width(), &x_[at], &y_[at]);
-  }
-}
-
 void OrthoPlaces::Clear(const Cell& cell) {
+  isWhole_ = false;
   for (int y = cell.y0; y <= cell.y1; ++y) {
     std::fill_n(&x_[IndexOf(cell.x0, y)], cell.Width(), kNowhere);
     std::fill_n(&y_[IndexOf(cell.x0, y)], cell.Width(), kNowhere);
