@@ -52,6 +52,8 @@ void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about places of a scanning sensor's pixels.
 void AddHawkRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about maps of its images.
+void AddHawkOrthoRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about NITF images.
 void AddNitfRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about files of place names.
