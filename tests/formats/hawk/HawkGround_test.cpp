@@ -143,6 +143,19 @@ TEST(HawkCompatibleGround, IsThatOfThePixelThatThePlaceLiesIn) {
   EXPECT_EQ(300.0, height);
 }
 
+TEST(HawkCompatibleGround, IsThatOfTheSampleWhichIsReadAtThePlace) {
+  HawkScene scene{HawkBuilder()};
+  ZRMBand& dem = *scene.Ground(Profile(&Hill)).Band().GetDemFile()->GetBandAt(0);
+  for (double lon = -0.1005; lon < 0.31; lon += 0.00137) {
+    tagXArr2* sample = nullptr;
+    const bool isRead = dem.ReadPixel(sample, lon, 0.0012) != 0;
+    const double right = isRead ? *reinterpret_cast<const std::int16_t*>(sample->data) : 0.0;
+    double height = NAN;
+    ASSERT_TRUE(scene.Band().GetGroundHeight(lon, 0.0012, height));
+    EXPECT_EQ(right, height) << lon;
+  }
+}
+
 TEST(HawkExactGround, IsInterpolatedBetweenTheMiddlesOfPixels) {
   HawkScene scene{LooksEast(0.0, 9000.0), kReadExact};
   scene.Ground(Profile(&Slope, 520));
