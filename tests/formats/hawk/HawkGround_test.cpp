@@ -166,11 +166,22 @@ TEST(HawkExactGround, IsInterpolatedBetweenTheMiddlesOfPixels) {
   EXPECT_NEAR(250.0, height, 1e-6);
 }
 
+/// Heights jump from post to post, so that no pass finds the height that it was raised to.
 TEST(HawkCompatibleGround, EndsAfterFourPasses) {
-  // Heights that jump from pass to pass: each pass sees the other one.
-  const auto jump = [](int column) { return column % 2 ? 0 : 3000; };
+  const auto jump = [](int column) { return 500 + 400 * (column % 5); };
+  double raised = 0.0;
+  Hit hit{};
+  for (int pass = 0; pass < 4; ++pass) {
+    hit = WalkDown(0.9, 9000.0, [raised](long double) { return static_cast<long double>(raised); });
+    const int terrain = jump(static_cast<int>((hit.lon + 0.1) / 0.0002));
+    ASSERT_GE(std::abs(raised - terrain), 1.0) << pass;
+    if (pass < 3) raised = terrain;
+  }
   HawkScene scene{LooksEast(0.9, 9000.0)};
-  EXPECT_TRUE(scene.Ground(Profile(jump)).GroundOf(15, kAxisOfLines).isFound);
+  const HawkScene::Place place = scene.Ground(Profile(jump)).GroundOf(15, kAxisOfLines);
+  ASSERT_TRUE(place.isFound);
+  EXPECT_NEAR(hit.lon, place.lon, kNear);
+  EXPECT_NEAR(raised, place.height, 1e-4);
 }
 
 TEST(HawkCompatibleGround, TakesAHeightThatStandsForNoneAsItIs) {
