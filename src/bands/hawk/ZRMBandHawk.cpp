@@ -295,7 +295,9 @@ int ZRMBandHawk::Impl::TakeDocument(const XString& path, bool isExact, XString& 
   if (!ReadDocument(path, text, err)) return 0;
   zrk::HawkDocument found = document;
   const zrk::HawkParse parse = zrk::ParseHawkDocument(text, isExact, found, err);
-  if (parse == zrk::HawkParse::kNoElement) XfnMessageBox("Empty document!", XfnGetFileName(path), kMessageOk);
+  if (parse == zrk::HawkParse::kNoElement) {
+    XfnMessageBox("Empty document!", XfnGetFileName(path), kMessageOk | kMessageIconWarning);
+  }
   if (parse != zrk::HawkParse::kDone) return 0;
   if (const XString fault = zrk::FindHawkFault(found, isExact); !fault.IsEmpty()) {
     err = fault;
