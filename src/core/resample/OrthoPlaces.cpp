@@ -2,8 +2,9 @@
 // latitudes of its pixels, the heights of the ground there, and the positions.
 //
 // Only the heights are asked for each pixel, since terrain is rough. Longitudes and latitudes are straight between the
-// corners of a cell, and so are positions, at each of two heights between which all of the cell lies. Five pixels of a
-// cell are worked out exactly as well. A cell that is off there by more than a fiftieth of a pixel is divided.
+// corners of a cell. Positions are on a surface of second degree through nine pixels, and even between two heights that
+// all of the cell lies between. Four more pixels of a cell tell how near that is. A cell that is off there by more than
+// a fiftieth of a pixel is divided.
 
 #include "core/resample/OrthoPlaces.h"
 
@@ -62,21 +63,61 @@ void OrthoWay::ToLonLat(double& x, double& y) const {
   }
 }
 
-/// Positions of the corners at the lower height, then at the upper one.
-struct OrthoPlaces::Corners {
-  std::array<double, 8> x;
-  std::array<double, 8> y;
-  Layers layers;
+/// Positions that a cell is worked out from: what a surface takes, and those that it is held against.
+struct OrthoPlaces::Lattice {
+  static constexpr std::size_t kCorners = 4, kFirstLow = 9, kFirstHigh = kFirstLow + kCorners;
+  static constexpr std::size_t kFirstProbe = kFirstHigh + kCorners, kProbes = 4, kCount = kFirstProbe + kProbes;
 
-  /// Halfway between the heights.
-  static double HalfwayAt(const std::array<double, 8>& corners, double u, double v) {
-    return 0.5 * (Between(corners.data(), u, v) + Between(corners.data() + 4, u, v));
-  }
-  bool AreFound() const {
-    const auto isFinite = [](double value) { return std::isfinite(value); };
-    return std::ranges::all_of(x, isFinite) && std::ranges::all_of(y, isFinite);
+  Cell cell;
+  Layers layers;
+  std::array<double, kCount> x{};
+  std::array<double, kCount> y{};
+  OrthoBounds bounds;  ///< of those that are found
+  int numFound = 0;
+
+  double MiddleU() const { return ShareOf(cell.MiddleX(), cell.x0, cell.x1); }
+  double MiddleV() const { return ShareOf(cell.MiddleY(), cell.y0, cell.y1); }
+  OrthoSurface SurfaceOfX() const { return {x.data(), MiddleU(), MiddleV()}; }
+  OrthoSurface SurfaceOfY() const { return {y.data(), MiddleU(), MiddleV()}; }
+  bool IsFound() const { return numFound == static_cast<int>(kCount); }
+  bool IsNear() const;
+};
+
+namespace {
+
+/// A pixel of a cell that its surface is held against, away from the nodes and at no even distance from them.
+struct OrthoProbe {
+  int x, y;
+  double t;  ///< at the lower height or at the upper one, see `OrthoSurface::At`
+
+  OrthoProbe(const OrthoCell& cell, std::size_t index) {
+    constexpr double kShares[][3] = {{0.22, 0.27, -0.5}, {0.77, 0.24, 0.5}, {0.26, 0.78, 0.5}, {0.73, 0.74, -0.5}};
+    x = cell.x0 + static_cast<int>(std::lround(kShares[index][0] * (cell.x1 - cell.x0)));
+    y = cell.y0 + static_cast<int>(std::lround(kShares[index][1] * (cell.y1 - cell.y0)));
+    t = kShares[index][2];
   }
 };
+
+}  // namespace
+
+/// Whether the probes lie on the surfaces, and the corners halfway between the heights.
+bool OrthoPlaces::Lattice::IsNear() const {
+  constexpr std::size_t kCornerNodes[kCorners] = {0, 2, 6, 8};
+  for (std::size_t i = 0; i < kCorners; ++i) {
+    const std::size_t low = kFirstLow + i, high = kFirstHigh + i, middle = kCornerNodes[i];
+    const double error = std::hypot(0.5 * (x[low] + x[high]) - x[middle], 0.5 * (y[low] + y[high]) - y[middle]);
+    if (!(error <= kMaxPositionError)) return false;
+  }
+  const OrthoSurface toX = SurfaceOfX(), toY = SurfaceOfY();
+  for (std::size_t i = 0; i < kProbes; ++i) {
+    const OrthoProbe probe(cell, i);
+    const double u = ShareOf(probe.x, cell.x0, cell.x1), v = ShareOf(probe.y, cell.y0, cell.y1);
+    const double error =
+        std::hypot(toX.At(u, v, probe.t) - x[kFirstProbe + i], toY.At(u, v, probe.t) - y[kFirstProbe + i]);
+    if (!(error <= kMaxPositionError)) return false;
+  }
+  return true;
+}
 
 OrthoPlaces::OrthoPlaces(const OrthoSource& source) : source_(source) {
   constexpr std::size_t kMaxPixels = std::size_t{OrthoTile::kMaxSide} * OrthoTile::kMaxSide;
@@ -145,10 +186,10 @@ void OrthoPlaces::FindPositions(const Cell& cell) {
   Layers layers;
   if (!FindLayers(cell, layers)) return Clear(cell);
   if (cell.Width() <= kExactSide && cell.Height() <= kExactSide) return FindExactly(cell);
-  const Corners corners = FindCorners(cell, layers);
-  const std::array<double, 10> probes = Probe(cell, layers);
-  if (IsOutside(cell, corners, probes)) return Clear(cell);
-  if (corners.AreFound() && IsNear(cell, corners, probes)) return Spread(cell, corners);
+  Lattice lattice;
+  FindLattice(cell, layers, lattice);
+  if (IsOutside(cell, lattice)) return Clear(cell);
+  if (lattice.IsFound() && lattice.IsNear()) return Spread(cell, lattice);
   cell.Divide([this](const Cell& part) { FindPositions(part); });
 }
 
@@ -167,94 +208,65 @@ bool OrthoPlaces::FindLayers(const Cell& cell, Layers& layers) const {
   return std::isfinite(low) && std::isfinite(high);
 }
 
-OrthoPlaces::Corners OrthoPlaces::FindCorners(const Cell& cell, const Layers& layers) const {
-  const std::array<std::size_t, 4> at = {IndexOf(cell.x0, cell.y0), IndexOf(cell.x1, cell.y0),
-                                         IndexOf(cell.x0, cell.y1), IndexOf(cell.x1, cell.y1)};
-  std::array<double, 8> lon, lat, height;
-  for (std::size_t i = 0; i < 8; ++i) {
-    lon[i] = lon_[at[i % 4]];
-    lat[i] = lat_[at[i % 4]];
-    height[i] = i < 4 ? layers.low : layers.high;
+void OrthoPlaces::FindLattice(const Cell& cell, const Layers& layers, Lattice& lattice) const {
+  std::array<double, Lattice::kCount> lon, lat, height;
+  std::size_t count = 0;
+  const auto add = [&](int x, int y, double metres) {
+    lon[count] = lon_[IndexOf(x, y)];
+    lat[count] = lat_[IndexOf(x, y)];
+    height[count++] = metres;
+  };
+  for (const int y : {cell.y0, cell.MiddleY(), cell.y1}) {
+    for (const int x : {cell.x0, cell.MiddleX(), cell.x1}) add(x, y, layers.Middle());
   }
-  Corners corners;
-  corners.layers = layers;
-  source_.model->FindPixels(lon.data(), lat.data(), height.data(), 8, corners.x.data(), corners.y.data());
-  return corners;
-}
-
-namespace {
-
-/// The pixels of a cell that are worked out exactly: its middle, and the middles of its edges.
-template <class Cell>
-std::array<std::array<int, 2>, 5> ProbesOf(const Cell& cell) {
-  const int midX = (cell.x0 + cell.x1) / 2, midY = (cell.y0 + cell.y1) / 2;
-  return {{{midX, midY}, {midX, cell.y0}, {midX, cell.y1}, {cell.x0, midY}, {cell.x1, midY}}};
-}
-
-}  // namespace
-
-/// The five columns, then the five rows, halfway between the two heights, where a straight line between these is off
-/// most.
-std::array<double, 10> OrthoPlaces::Probe(const Cell& cell, const Layers& layers) const {
-  std::array<double, 5> lon, lat, height;
-  const auto pixels = ProbesOf(cell);
-  for (std::size_t i = 0; i < pixels.size(); ++i) {
-    const std::size_t at = IndexOf(pixels[i][0], pixels[i][1]);
-    lon[i] = lon_[at];
-    lat[i] = lat_[at];
-    height[i] = 0.5 * (layers.low + layers.high);
+  for (const double metres : {layers.low, layers.high}) {
+    for (const int y : {cell.y0, cell.y1}) {
+      for (const int x : {cell.x0, cell.x1}) add(x, y, metres);
+    }
   }
-  std::array<double, 10> positions;
-  source_.model->FindPixels(lon.data(), lat.data(), height.data(), 5, positions.data(), positions.data() + 5);
-  return positions;
+  for (std::size_t i = 0; i < Lattice::kProbes; ++i) {
+    const OrthoProbe probe(cell, i);
+    add(probe.x, probe.y, probe.t < 0.0 ? layers.low : layers.high);
+  }
+  lattice.cell = cell;
+  lattice.layers = layers;
+  source_.model->FindPixels(lon.data(), lat.data(), height.data(), static_cast<int>(count), lattice.x.data(),
+                            lattice.y.data());
+  for (std::size_t i = 0; i < count; ++i) lattice.numFound += lattice.bounds.Add(lattice.x[i], lattice.y[i]);
 }
 
 /// Whether nothing of the image can show in a cell: all positions lie beyond one edge. Where none is known the cell has
 /// to be small enough for the image not to pass between.
-bool OrthoPlaces::IsOutside(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const {
-  OrthoBounds bounds;
-  int numFound = 0;
-  for (std::size_t i = 0; i < 8; ++i) numFound += bounds.Add(corners.x[i], corners.y[i]);
-  for (std::size_t i = 0; i < 5; ++i) numFound += bounds.Add(probes[i], probes[i + 5]);
-  if (numFound == 0) return std::max(cell.Width(), cell.Height()) * tile_.step < 0.5 * source_.thickness;
-  constexpr int kNumAsked = 13;
+bool OrthoPlaces::IsOutside(const Cell& cell, const Lattice& lattice) const {
+  if (lattice.numFound == 0) return std::max(cell.Width(), cell.Height()) * tile_.step < 0.5 * source_.thickness;
+  const OrthoBounds& bounds = lattice.bounds;
   const bool isBeyond = bounds.maxX < -1.0 || bounds.maxY < -1.0 || bounds.minX > source_.band->GetXSize() ||
                         bounds.minY > source_.band->GetYSize();
-  return isBeyond && numFound == kNumAsked;
+  return isBeyond && lattice.IsFound();
 }
 
-/// Whether the probes lie where their corners say.
-bool OrthoPlaces::IsNear(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const {
-  const auto pixels = ProbesOf(cell);
-  for (std::size_t i = 0; i < pixels.size(); ++i) {
-    const auto [x, y] = pixels[i];
-    const double u = ShareOf(x, cell.x0, cell.x1), v = ShareOf(y, cell.y0, cell.y1);
-    const double error = std::hypot(Corners::HalfwayAt(corners.x, u, v) - probes[i],
-                                    Corners::HalfwayAt(corners.y, u, v) - probes[i + 5]);
-    if (!(error <= kMaxPositionError)) return false;
-  }
-  return true;
-}
-
-void OrthoPlaces::Spread(const Cell& cell, const Corners& corners) {
+/// A surface of second degree reaches beyond its nodes by less than twice its bend.
+void OrthoPlaces::Spread(const Cell& cell, const Lattice& lattice) {
   const int width = cell.Width();
   const double perPixel = width > 1 ? 1.0 / (width - 1) : 0.0;
-  const double low = corners.layers.low, perMetre = 1.0 / (corners.layers.high - low);
+  const double middle = lattice.layers.Middle(), perMetre = 1.0 / (lattice.layers.high - lattice.layers.low);
+  const OrthoSurface surfaceOfX = lattice.SurfaceOfX(), surfaceOfY = lattice.SurfaceOfY();
   for (int y = cell.y0; y <= cell.y1; ++y) {
     const double v = ShareOf(y, cell.y0, cell.y1);
-    const OrthoRamp toX(corners.x, v, perPixel, perMetre), toY(corners.y, v, perPixel, perMetre);
+    const OrthoRow toX = surfaceOfX.RowAt(v, perPixel, perMetre), toY = surfaceOfY.RowAt(v, perPixel, perMetre);
     const std::size_t first = IndexOf(cell.x0, y);
     const double* const heights = &height_[first];
     double* const xs = &x_[first];
     double* const ys = &y_[first];
     for (int i = 0; i < width; ++i) {
-      const double metres = heights[i] - low;
+      const double metres = heights[i] - middle;
       xs[i] = toX.At(i, metres);
       ys[i] = toY.At(i, metres);
     }
   }
-  for (std::size_t i = 0; i < 8; ++i) bounds_.Add(corners.x[i], corners.y[i]);
-  isWhole_ = isWhole_ && corners.layers.isWhole;
+  bounds_.Add(lattice.bounds, 2.0 * surfaceOfX.FindBend() + kMaxPositionError,
+              2.0 * surfaceOfY.FindBend() + kMaxPositionError);
+  isWhole_ = isWhole_ && lattice.layers.isWhole;
 }
 
 void OrthoPlaces::FindExactly(const Cell& cell) {

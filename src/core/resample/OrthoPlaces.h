@@ -65,8 +65,10 @@ class OrthoPlaces {
     double low = 0.0;
     double high = 0.0;
     bool isWhole = false;  ///< each pixel has a height
+
+    double Middle() const { return 0.5 * (low + high); }
   };
-  struct Corners;
+  struct Lattice;
 
   std::size_t IndexOf(int x, int y) const;
   void PlaceAt(double x, double y, double& lon, double& lat) const;
@@ -74,11 +76,9 @@ class OrthoPlaces {
   bool SpreadPlaces(const Cell& cell);
   void FindPositions(const Cell& cell);
   bool FindLayers(const Cell& cell, Layers& layers) const;
-  Corners FindCorners(const Cell& cell, const Layers& layers) const;
-  bool IsOutside(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const;
-  bool IsNear(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const;
-  std::array<double, 10> Probe(const Cell& cell, const Layers& layers) const;
-  void Spread(const Cell& cell, const Corners& corners);
+  void FindLattice(const Cell& cell, const Layers& layers, Lattice& lattice) const;
+  bool IsOutside(const Cell& cell, const Lattice& lattice) const;
+  void Spread(const Cell& cell, const Lattice& lattice);
   void FindExactly(const Cell& cell);
   void Clear(const Cell& cell);
 
