@@ -11,8 +11,9 @@ struct Row {
   std::string rival;  ///< by whom; empty where nobody else does it
   std::function<void()> ours;
   std::function<void()> theirs;
-  int times = 1;        ///< how often one call does it
-  double target = 0.0;  ///< the largest ratio of ours to the rival's, or seconds where there is no rival
+  int times = 1;  ///< how often one call does it
+  /// The largest ratio of ours to the rival's, or seconds where there is no rival; 0 for a figure without a target.
+  double target = 0.0;
   std::function<void()> prepare = nullptr;  ///< run before each call of either side, outside what is timed
   int theirTimes = 0;                       ///< how often the rival does it in one call; 0 for as often as we
 };
