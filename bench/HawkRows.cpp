@@ -4,87 +4,31 @@
 //
 // There is no rival. The targets are the seconds of one place, and one row tells what six splines cost alone.
 
+#include "HawkInputs.h"
 #include "Inputs.h"
 #include "Rows.h"
-#include "XDataType.h"
 #include "XRSFile.h"
 #include "XSpline.h"
 #include "XSystem.h"
-#include "ZRMBand2DMem.h"
 #include "ZRMBandHawk.h"
 
 #include <array>
-#include <cmath>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
+#include <string>
 #include <vector>
 
 namespace {
 
-constexpr int kSide = 1000, kPlaces = kSide * kSide, kPoses = 101;
-
-double PoseAt(int part, int i) {
-  const double shaken = 1e-5 * std::sin(1.7 * i + part);
-  switch (part) {
-    case 1:
-      return 10.0 * i;
-    case 2:
-      return 9000.0 + 0.3 * std::sin(0.9 * i);
-    case 4:
-      return -0.9 + shaken;
-    default:
-      return part < 3 ? 0.0 : shaken;
-  }
-}
-
-/// The local frame lies at longitude 0 on the equator.
-void WriteDocument(const std::string& path) {
-  constexpr const char* kNames[] = {"X", "Y", "Z", "Omega", "Phi", "Kappa"};
-  std::ofstream out(path);
-  out.precision(17);
-  out << "<SIF><Pose><CoordSys><OriginInEcf><Point3D x='6378137' y='0' z='0'/></OriginInEcf><RotationEcfToLsr><Matrix>"
-         "<Row>0 1 0</Row><Row>0 0 1</Row><Row>1 0 0</Row></Matrix></RotationEcfToLsr></CoordSys><PositionInMeters>";
-  for (int part = 0; part < 6; ++part) {
-    if (part == 3) out << "</PositionInMeters><AttitudeInRad>";
-    out << '<' << kNames[part] << "><Parameter><Original><Value><Grid><Matrix rows='" << kPoses << "'>";
-    for (int i = 0; i < kPoses; ++i) out << "<Row>" << PoseAt(part, i) << "</Row>";
-    out << "</Matrix></Grid></Value></Original></Parameter></" << kNames[part] << '>';
-  }
-  out << "</AttitudeInRad></Pose><Image><Size lines='" << kSide << "' samples='" << kSide
-      << "'/></Image><InteriorData><FocalLengthInMm><Parameter><Original><Value>1000</Value></Original></Parameter>"
-         "</FocalLengthInMm><DetectorCellSizeInMm>0.01</DetectorCellSizeInMm></InteriorData></SIF>";
-  Must(bool(out.flush()), "can't write " + path);
-}
-
-/// A grid of 16 bits around the ground that is seen, which belongs to the caller.
-XRSFile* MakeGrid(double step, int side, double mean, double swing) {
-  auto band = std::make_unique<ZRMBand2DMem>();
-  Must(band->SetSourceMemory(side, side, kSint16) != 0, "no memory for heights");
-  const tagXArr2& heights = *band->GetSourceMemory();
-  for (int y = 0; y < side; ++y) {
-    auto* const row = reinterpret_cast<std::int16_t*>(heights.Row(y));
-    for (int x = 0; x < side; ++x) {
-      row[x] = static_cast<std::int16_t>(mean + swing * std::sin(x / 19.0) * std::cos(y / 23.0));
-    }
-  }
-  band->SetPixelSize(step, step);
-  band->SetUpperLeft(0.1 - 0.5 * side * step, 0.5 * side * step);
-  band->SetCoordinateKind(kCoordinateWorld);
-  auto file = std::make_unique<XRSFile>();
-  file->AddBand(band.release());
-  return file.release();
-}
+constexpr int kSide = 1000, kPlaces = kSide * kSide, kPoses = HawkFlight::kPoses;
+constexpr HawkFlight kFlight = {kSide, kSide, 10.0, 0.01};
 
 /// A band with its model, and the columns and lines that are asked.
 class Scene {
  public:
   Scene(const std::string& document, XReadPolicy policy, bool hasGround) {
     band_.SetReadPolicy(policy);
-    band_.SetDemFile(hasGround ? MakeGrid(0.0003, 1500, 400.0, 150.0) : nullptr);
-    band_.SetGeoidFile(hasGround ? MakeGrid(0.25, 80, 2500.0, 300.0) : nullptr);
+    band_.SetDemFile(hasGround ? MakeWaves(0.0003, 1500, 400.0, 150.0) : nullptr);
+    band_.SetGeoidFile(hasGround ? MakeWaves(0.25, 80, 2500.0, 300.0) : nullptr);
     Must(band_.LoadHawkXML(document) != 0, "can't read " + document);
     band_.CalcSplineCoeffs();
     x_.resize(kPlaces);
@@ -118,7 +62,7 @@ double EvaluateSplines() {
   std::vector<double> t(kPoses), bends(kPoses), y(kPoses);
   for (int i = 0; i < kPoses; ++i) {
     t[static_cast<std::size_t>(i)] = 10.0 * i;
-    y[static_cast<std::size_t>(i)] = PoseAt(2, i);
+    y[static_cast<std::size_t>(i)] = PoseOfFlight(kFlight, 2, i);
   }
   XfnCalcSplineCoeff(t.data(), y.data(), kPoses, 0.0, 0.0, bends.data());
   double sum = 0.0;
@@ -140,7 +84,7 @@ void OnTwoWorkers(const Work& work) {
 
 void AddHawkRows(const BenchOptions& options, std::vector<Row>& rows) {
   const std::string document = options.folder + "/bench_hawk.XML";
-  WriteDocument(document);
+  WriteFlightDocument(kFlight, document);
   const auto plain = std::make_shared<Scene>(document, kReadCompatible, false);
   const auto hills = std::make_shared<Scene>(document, kReadCompatible, true);
   const auto exact = std::make_shared<Scene>(document, kReadExact, true);

@@ -172,7 +172,8 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
   if (wants("pbi")) AddStoreRows(options, rows);
   if (wants("pyramid")) AddPyramidRows(options, rows);
   if (wants("hfa")) AddHfaRows(options, rows);
-  if (wants("hawk")) AddHawkRows(options, rows);
+  if (wants("hawk") && !options.only.starts_with("hawk_ortho")) AddHawkRows(options, rows);
+  if (wants("hawk_ortho") || options.only == "hawk") AddHawkOrthoRows(options, rows);
   if (wants("nitf")) AddNitfRows(options, rows);
   if (wants("names")) AddPlaceRows(options, rows);
   if (wants("jp2")) AddJp2Rows(options, rows);

@@ -11,8 +11,9 @@ struct Row {
   std::string rival;  ///< by whom; empty where nobody else does it
   std::function<void()> ours;
   std::function<void()> theirs;
-  int times = 1;        ///< how often one call does it
-  double target = 0.0;  ///< the largest ratio of ours to the rival's, or seconds where there is no rival
+  int times = 1;  ///< how often one call does it
+  /// The largest ratio of ours to the rival's, or seconds where there is no rival; 0 for a figure without a target.
+  double target = 0.0;
   std::function<void()> prepare = nullptr;  ///< run before each call of either side, outside what is timed
   int theirTimes = 0;                       ///< how often the rival does it in one call; 0 for as often as we
   int usualRounds = 7;                      ///< fewer where a round takes seconds
@@ -53,6 +54,8 @@ void AddTxidRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about places of a scanning sensor's pixels.
 void AddHawkRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about maps of its images.
+void AddHawkOrthoRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about NITF images.
 void AddNitfRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about files of place names.

@@ -60,10 +60,12 @@ void PrintRow(const Row& row, double ours, double theirs) {
   const bool hasRival = !row.rival.empty();
   if (hasRival) std::snprintf(ratio, sizeof ratio, "%.2f", ours / theirs);
   std::snprintf(target, sizeof target, hasRival ? "%.2f" : "%.0f ns", hasRival ? row.target : row.target * 1e9);
+  if (row.target <= 0.0) std::snprintf(target, sizeof target, "-");
   const bool isMet = hasRival ? ours <= theirs * row.target : ours <= row.target;
+  const char* const verdict = isMet ? "met" : "missed";
   std::printf("%-52s %10s  %-24s %10s %6s %8s %s\n", row.title.c_str(), FormatTime(ours).c_str(),
               hasRival ? row.rival.c_str() : "-", hasRival ? FormatTime(theirs).c_str() : "-", ratio, target,
-              isMet ? "met" : "missed");
+              row.target > 0.0 ? verdict : "");
 }
 
 }  // namespace

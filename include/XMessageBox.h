@@ -12,9 +12,10 @@ enum XMessageBoxStyle : unsigned {
   kMessageOk = 0x00,
   /// A question, which the operator answers with Yes or No.
   kMessageYesNo = 0x04,
-  /// These two say how the text is to be shown. The default handler does not look at them.
+  /// These say how the text is to be shown. The default handler does not look at them.
   kMessageIconError = 0x10,
   kMessageIconQuestion = 0x20,
+  kMessageIconWarning = 0x30,
 };
 /// What a handler answers: `kAnswerOk` to a message, one of the others to a question.
 enum XMessageBoxAnswer { kAnswerOk = 1, kAnswerYes = 6, kAnswerNo = 7 };

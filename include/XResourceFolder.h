@@ -3,8 +3,8 @@
 #include "XExport.h"
 #include "XString.h"
 
-// Where the library looks for files that come with an installation, as the terrain model and the geoid of sensor models
-// (`ZRMBandHawk`). Any thread may call both functions.
+// Where the library looks for files that come with an installation: the terrain model and the geoid of sensor models
+// (`ZRMBandHawk`), and the picture for missing tiles (`ZRMBandPBI`). Any thread may call both functions.
 
 /// The folder, without a separator at its end: "resource" beside the library, unless another one was set.
 ZRKIO_API XString XfnGetResourceFolder();

@@ -80,8 +80,9 @@ class ZRKIO_API ZRMBandPBI : public ZRMBandChannels<ZRMBandDRIO> {
   const unsigned char* GetRGBAdata(int level, int row, int col, int& width, int& height);
 
  private:
-  /// The picture that may stand for tiles that are not there, out of the file NullBackground.bmp in the folder resource
-  /// beside the library; empty where there is no such picture. Reads leave such tiles zero, and do not ask for it.
+  /// The picture that may stand for tiles that are not there, out of the file NullBackground.bmp in the resource
+  /// folder, see `XfnSetResourceFolder`; empty without such a picture. Reads leave such tiles zero, and do not ask for
+  /// it.
   static std::vector<unsigned char> LoadNullBackground();
 
   struct Impl;

@@ -1,6 +1,8 @@
 // zrkio hawk, run as a program on data sets that it has simulated.
 
 #include "AnyJson.h"
+#include "DtedBuilder.h"
+#include "FlightFile.h"
 #include "GdalDataset.h"
 #include "Program.h"
 #include "SensorTruth.h"
@@ -76,30 +78,6 @@ Picture MakeNoise(double west, double north, double pixel, int size) {
     }
   }
   return picture;
-}
-
-/// The scene that a document tells, by its rows in their order.
-FlownScene ReadScene(const std::string& path, const AnyJson& flight) {
-  std::ifstream stream(path);
-  const std::string text(std::istreambuf_iterator<char>(stream), {});
-  const auto numberBehind = [&](const std::string& mark, std::size_t from = 0) {
-    return std::stod(text.substr(text.find(mark, from) + mark.size()));
-  };
-  FlownScene scene;
-  scene.origin = {numberBehind("x=\""), numberBehind("y=\""), numberBehind("z=\"")};
-  std::vector<std::string> rows;
-  for (std::size_t at = text.find("<Row>"); at != std::string::npos; at = text.find("<Row>", at + 1)) {
-    rows.push_back(text.substr(at + 5, text.find('<', at + 5) - at - 5));
-  }
-  std::istringstream rotation(rows[0] + " " + rows[1] + " " + rows[2]);
-  for (double& each : scene.rotation) rotation >> each;
-  const std::size_t count = (rows.size() - 3) / 6;
-  for (std::size_t i = 3; i < rows.size(); ++i) scene.grids[(i - 3) / count].push_back(std::stod(rows[i]));
-  scene.lines = flight["height"], scene.samples = flight["width"];
-  scene.spectrum = text.find(">IR<") == std::string::npos ? "VIS" : "IR";
-  scene.focalLength = numberBehind("<Value>", text.find("FocalLengthInMm"));
-  scene.cellSize = numberBehind("<DetectorCellSizeInMm>");
-  return scene;
 }
 
 /// How much patches of a map are moved against their source, which has pixels of the same size.
@@ -267,6 +245,39 @@ TEST_F(ZrkioHawk, SimulatesWhatAnotherModelOfTheSensorSees) {
       EXPECT_NEAR(700.0, point["height"].get<double>(), 0.01);
     }
   }
+}
+
+std::string PictureBytes(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST_F(ZrkioHawk, IsToldAndShownByAnyOfItsImages) {
+  ASSERT_NO_FATAL_FAILURE(Simulate());
+  for (const char* number : {"1", "4", "32"}) {
+    const std::string image = folder_.Path(std::string("f/flight.TIF_") + number);
+    const AnyJson info = AnyJson::parse(Run({"info", "--json", image}).out)[0];
+    EXPECT_EQ(200, info["width"]) << number;
+    EXPECT_EQ(500, info["height"]) << number;
+    ASSERT_EQ(0, Run({"view", image, "-o", folder_.Path(std::string(number) + ".png")}).exitStatus);
+    EXPECT_EQ(PictureBytes(folder_.Path("1.png")), PictureBytes(folder_.Path(std::string(number) + ".png")));
+  }
+  EXPECT_GT(PictureBytes(folder_.Path("1.png")).size(), 1000u);
+}
+
+/// Posts of a cell of elevations lie on its outer edges, so that its heights are met at whole fractions of a degree.
+TEST_F(ZrkioHawk, TakesACellOfElevationsForItsTerrain) {
+  const auto height = [](int line, int point) { return static_cast<std::uint16_t>(300 + 20 * line + 7 * point); };
+  const std::string dem =
+      Write("e.dt0",
+            DtedBuilder().Size(121, 121).Corners("470000N", "0110000E", "480000N", "0120000E").Words(height).Build());
+  const ProgramResult result = Run({"hawk", "simulate", "-o", folder_.Path("f"), "--infrared", "--quiet", "--size",
+                                    "200,500", "--at", "11.5,47.5", "--dem", dem});
+  ASSERT_EQ(0, result.exitStatus) << result.err;
+  const AnyJson place = Tell({"locate", Image(), "100", "250", "--dem", dem});
+  const double line = 120.0 * (place["lonLat"][0].get<double>() - 11.0);
+  const double point = 120.0 * (place["lonLat"][1].get<double>() - 47.0);
+  EXPECT_NEAR(300.0 + 20.0 * line + 7.0 * point, place["height"].get<double>(), 1e-3);
 }
 
 TEST_F(ZrkioHawk, TellsPlacesAsTextAndWhyThereAreNone) {

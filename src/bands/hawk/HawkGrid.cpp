@@ -4,6 +4,9 @@
 // put them: an image of some thousand pixels stays within them.
 //
 // Numbers are kept as doubles whatever the type of the band. Samples that can't be read are infinite.
+//
+// Of many places most lie in the tile of the one before. Where all posts of that tile are known, nothing but the four
+// posts of their cell has to be looked at.
 
 #include "bands/hawk/HawkGrid.h"
 
@@ -52,6 +55,8 @@ bool HawkGrid::TakePlace() {
   if (!isPlaced || width_ < 1 || height_ < 1) return false;
   lonStep_ = t[1];
   latStep_ = t[5];
+  columnsPerDegree_ = 1.0 / lonStep_;
+  rowsPerDegree_ = 1.0 / latStep_;
   firstLon_ = t[0] + 0.5 * lonStep_;
   firstLat_ = t[3] + 0.5 * latStep_;
   turn_ = kFullCircle / lonStep_;
@@ -114,9 +119,11 @@ bool HawkGrid::ReadPosts(Tile& tile, int firstY, int endY) const {
 void HawkGrid::BoundTile(Tile& tile) const {
   constexpr double kNothing = -std::numeric_limits<double>::infinity();
   tile.blockHighest.fill(kNothing);
+  tile.isWhole = true;
   for (int y = 0; y < kTilePosts; ++y) {
     for (int x = 0; x < kTilePosts; ++x) {
       const double value = tile.At(x, y);
+      tile.isWhole = tile.isWhole && !IsVoid(value) && std::isfinite(value);
       if (IsVoid(value)) continue;
       // A post on the border of blocks belongs to all of them.
       for (int by = std::max(y - 1, 0) / kBlockCells; by <= std::min(y / kBlockCells, kBlocks - 1); ++by) {
@@ -131,20 +138,22 @@ void HawkGrid::BoundTile(Tile& tile) const {
 }
 
 HawkGrid::Answer HawkGrid::FindCell(Tiles& tiles, double lon, double lat, Cell& cell) const {
-  double column = (lon - firstLon_) / lonStep_;
-  double row = (lat - firstLat_) / latStep_;
+  const double counted = (lon - firstLon_) * columnsPerDegree_;
+  double column = counted;
+  double row = (lat - firstLat_) * rowsPerDegree_;
   // Another turn of the circle may lie in the grid.
   if (column < -0.5) column += turn_;
   if (column > width_ - 0.5) column -= turn_;
   const bool isInside = column >= -0.5 && column <= width_ - 0.5 && row >= -0.5 && row <= height_ - 0.5;
   if (!isInside) return Answer::kOutside;
   if (isWholeCircle_ && column < 0.0) column += width_;
+  const double turn = column - counted;
   const double lastColumn = isWholeCircle_ ? width_ : width_ - 1;
   column = std::clamp(column, 0.0, lastColumn);
   row = std::clamp(row, 0.0, static_cast<double>(height_ - 1));
   const int x = std::min(static_cast<int>(column), std::max(static_cast<int>(lastColumn) - 1, 0));
   const int y = std::min(static_cast<int>(row), std::max(height_ - 2, 0));
-  cell = {&FindTile(tiles, x / kTileCells, y / kTileCells), x, y, column, row};
+  cell = {&FindTile(tiles, x / kTileCells, y / kTileCells), x, y, column, row, turn};
   return Answer::kKnown;
 }
 
@@ -160,10 +169,7 @@ bool HawkGrid::Reader::ReadPixel(double lon, double lat, double& value) const {
 }
 
 /// Samples that have no share in the value need not be known.
-HawkGrid::Answer HawkGrid::Reader::Interpolate(double lon, double lat, Value& value) const {
-  Cell cell;
-  const Answer answer = grid_.FindCell(tiles_, lon, lat, cell);
-  if (answer != Answer::kKnown) return answer;
+HawkGrid::Answer HawkGrid::Interpolate(const Cell& cell, Value& value) const {
   const double dx = cell.column - cell.firstColumn, dy = cell.row - cell.firstRow;
   const int x = cell.firstColumn % kTileCells, y = cell.firstRow % kTileCells;
   const double shares[4] = {(1.0 - dx) * (1.0 - dy), dx * (1.0 - dy), (1.0 - dx) * dy, dx * dy};
@@ -171,12 +177,70 @@ HawkGrid::Answer HawkGrid::Reader::Interpolate(double lon, double lat, Value& va
   for (int i = 0; i < 4; ++i) {
     posts[i] = cell.tile->At(x + (i & 1), y + (i >> 1));
     if (shares[i] == 0.0) continue;
-    if (grid_.IsVoid(posts[i])) return Answer::kVoid;
+    if (IsVoid(posts[i])) return Answer::kVoid;
     sum += shares[i] * posts[i];
   }
   if (!std::isfinite(sum)) return Answer::kUnreadable;
   value = {sum, posts[0] - posts[1] - posts[2] + posts[3], cell.column, cell.row};
   return Answer::kKnown;
+}
+
+/// Cells of a tile all of whose posts are known, by their columns and rows. Without a tile no place lies in them.
+struct HawkGrid::WholeCells {
+  const double* posts = nullptr;
+  double turn = 0.0;
+  double firstColumn = 0.0, endColumn = 0.0;
+  double firstRow = 0.0, endRow = 0.0;
+
+  bool Have(double column, double row) const {
+    return column >= firstColumn && column < endColumn && row >= firstRow && row < endRow;
+  }
+  double At(double column, double row) const {
+    const double x = column - firstColumn, y = row - firstRow;
+    const auto left = static_cast<std::ptrdiff_t>(x), top = static_cast<std::ptrdiff_t>(y);
+    const double* const upper = posts + top * kTilePosts + left;
+    const double* const lower = upper + kTilePosts;
+    const double dx = x - static_cast<double>(left), dy = y - static_cast<double>(top);
+    const double above = upper[0] + (upper[1] - upper[0]) * dx;
+    const double below = lower[0] + (lower[1] - lower[0]) * dx;
+    return above + (below - above) * dy;
+  }
+};
+
+HawkGrid::WholeCells HawkGrid::FindWholeCells(const Cell& cell) const {
+  if (!cell.tile->isWhole) return {};
+  const double firstColumn = cell.tile->column * kTileCells, firstRow = cell.tile->row * kTileCells;
+  const double lastColumn = isWholeCircle_ ? width_ : width_ - 1;
+  return {cell.tile->posts.data(),
+          cell.turn,
+          firstColumn,
+          std::min(firstColumn + kTileCells, lastColumn),
+          firstRow,
+          std::min(firstRow + kTileCells, height_ - 1.0)};
+}
+
+HawkGrid::Answer HawkGrid::Reader::Interpolate(double lon, double lat, Value& value) const {
+  Cell cell;
+  const Answer answer = grid_.FindCell(tiles_, lon, lat, cell);
+  return answer == Answer::kKnown ? grid_.Interpolate(cell, value) : answer;
+}
+
+void HawkGrid::Reader::InterpolateAll(const double* lon, const double* lat, int count, double* values) const {
+  WholeCells cells;
+  for (int i = 0; i < count; ++i) {
+    const double column = (lon[i] - grid_.firstLon_) * grid_.columnsPerDegree_ + cells.turn;
+    const double row = (lat[i] - grid_.firstLat_) * grid_.rowsPerDegree_;
+    if (cells.Have(column, row)) {
+      values[i] = cells.At(column, row);
+      continue;
+    }
+    Cell cell;
+    Value value;
+    const bool isInside = grid_.FindCell(tiles_, lon[i], lat[i], cell) == Answer::kKnown;
+    const bool isKnown = isInside && grid_.Interpolate(cell, value) == Answer::kKnown;
+    values[i] = isKnown ? value.value : std::numeric_limits<double>::quiet_NaN();
+    cells = isInside ? grid_.FindWholeCells(cell) : WholeCells{};
+  }
 }
 
 HawkGrid::Answer HawkGrid::Reader::FindBlock(double lon, double lat, double height, Block& block) const {

@@ -54,6 +54,7 @@ class HawkGrid {
     std::vector<double> posts;
     std::array<double, kBlocks * kBlocks> blockHighest;
     double highest;
+    bool isWhole = false;  ///< each of its posts has a number
 
     double At(int x, int y) const { return posts[static_cast<std::size_t>(y * kTilePosts + x)]; }
   };
@@ -63,12 +64,16 @@ class HawkGrid {
     const Tile* tile;
     int firstColumn, firstRow;
     double column, row;
+    double turn;  ///< what brought the column into the grid
   };
+  struct WholeCells;
 
   HawkGrid() = default;
   bool TakePlace();
   bool IsVoid(double value) const;
   Answer FindCell(Tiles& tiles, double lon, double lat, Cell& cell) const;
+  Answer Interpolate(const Cell& cell, Value& value) const;
+  WholeCells FindWholeCells(const Cell& cell) const;
   const Tile& FindTile(Tiles& tiles, int column, int row) const;
   void ReadTile(Tile& tile) const;
   bool ReadPosts(Tile& tile, int firstY, int endY) const;
@@ -80,6 +85,7 @@ class HawkGrid {
   int height_ = 0;
   double firstLon_ = 0.0, lonStep_ = 1.0;  ///< of the middle of the first sample
   double firstLat_ = 0.0, latStep_ = -1.0;
+  double columnsPerDegree_ = 1.0, rowsPerDegree_ = -1.0;
   double turn_ = 0.0;  ///< columns of the whole circle
   bool isWholeCircle_ = false;
   double lowest_ = 0.0;
@@ -98,11 +104,13 @@ class HawkGrid::Reader {
   /// The value between the middles of four samples, which run on around the circle. A place in the outer half of an
   /// outer pixel has the value of its middle.
   Answer Interpolate(double lon, double lat, Value& value) const;
+  /// The same for many places. What is not known becomes not a number. It is quickest for places near to each other.
+  void InterpolateAll(const double* lon, const double* lat, int count, double* values) const;
   /// The larger one of two blocks around a place, if it lies below `height`, otherwise the smaller one.
   Answer FindBlock(double lon, double lat, double height, Block& block) const;
   /// How many columns and rows a degree has.
-  double GetColumnsPerDegree() const { return 1.0 / grid_.lonStep_; }
-  double GetRowsPerDegree() const { return 1.0 / grid_.latStep_; }
+  double GetColumnsPerDegree() const { return grid_.columnsPerDegree_; }
+  double GetRowsPerDegree() const { return grid_.rowsPerDegree_; }
 
  private:
   const HawkGrid& grid_;

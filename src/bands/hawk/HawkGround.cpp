@@ -132,6 +132,22 @@ const char* HawkGround::FindExactHeight(double lon, double lat, double& height) 
   return nullptr;
 }
 
+void HawkGround::FindExactHeights(const double* lon, const double* lat, int count, double* heights) const {
+  constexpr int kTogether = 256;
+  if (!dem_) {
+    const auto heightAt = [](double x, double y) { return std::isfinite(x) && std::isfinite(y) ? 0.0 : NAN; };
+    std::transform(lon, lon + count, lat, heights, heightAt);
+    return;
+  }
+  dem_->InterpolateAll(lon, lat, count, heights);
+  for (int first = 0; geoid_ && first < count; first += kTogether) {
+    double undulations[kTogether];
+    const int end = std::min(first + kTogether, count);
+    geoid_->InterpolateAll(lon + first, lat + first, end - first, undulations);
+    for (int i = first; i < end; ++i) heights[i] += undulations[i - first] / 100.0;
+  }
+}
+
 bool HawkGround::FindCompatibly(const SightLine& sight, Place& place) const {
   constexpr int kPasses = 4;
   constexpr double kNear = 1.0;  // metres

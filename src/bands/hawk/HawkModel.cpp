@@ -49,23 +49,23 @@ void HawkModel::Warp(double& x, double& y) const {
   y = place.lat;
 }
 
-const char* HawkModel::FindPixelWithin(double margin, const Place& place, double& column, double& line) const {
+const char* HawkModel::FindPixelWithin(double margin, const Place& place, double& column, double& line) {
   const bool isPlace = std::isfinite(place.lon) && std::isfinite(place.height) && std::abs(place.lat) <= 90.0;
   if (!isPlace) return kNotFinite;
   SpacePoint point{};
   XfnGeoToEcr(place.lon * kDegree, place.lat * kDegree, place.height, point.x, point.y, point.z);
-  if (!sensor_.FindPixel(point, margin, column, line)) return kOutsideImage;
+  if (!sensor_.FindPixel(point, margin, trace_, column, line)) return kOutsideImage;
   sensor_.Flip(column, line);
   return nullptr;
 }
 
-const char* HawkModel::FindPixelAt(const Place& place, double& column, double& line) const {
+const char* HawkModel::FindPixelAt(const Place& place, double& column, double& line) {
   return FindPixelWithin(kOnePixel, place, column, line);
 }
 
 /// On the way to the height at which both ways meet, a pixel may lie outside the image. Where the steps of compatible
 /// heights leave no such height, the last pixel is as good as any.
-const char* HawkModel::FindPixel(double lon, double lat, double& column, double& line) const {
+const char* HawkModel::FindPixel(double lon, double lat, double& column, double& line) {
   constexpr int kMaxRounds = 12;
   constexpr double kNear = 1e-4;  // metres
   const double margin = isExact_ ? kOnePixel : 8.0 + 0.05 * lines_;
@@ -91,6 +91,13 @@ const char* HawkModel::FindHeight(double lon, double lat, double& height) const 
   if (isExact_) return ground_.FindExactHeight(lon, lat, height);
   height = ground_.GetCompatibleHeight(lon, lat);
   return nullptr;
+}
+
+void HawkModel::FindHeights(const double* lon, const double* lat, int count, double* heights) const {
+  if (isExact_) return ground_.FindExactHeights(lon, lat, count, heights);
+  for (int i = 0; i < count; ++i) {
+    if (FindHeight(lon[i], lat[i], heights[i])) heights[i] = NAN;
+  }
 }
 
 }  // namespace zrk

@@ -5,7 +5,8 @@
 //
 // The reverse is a search for one number. The pose at a line tells where along the flight a place lies for the camera,
 // and the right line is the one that lies there itself. The column follows. The difference of the two changes its sign
-// between the first and the last line where the place is in the image.
+// between the first and the last line where the place is in the image. Of many places each is looked for about the line
+// of the one before first, which spares most of the search.
 
 #include "bands/hawk/HawkSensor.h"
 
@@ -181,20 +182,46 @@ double HawkSensor::MissOf(const SpacePoint& place, double line, Seen& seen) cons
   return (AlongOf(line) - seen.along) / (cellsPerLine_ * cellSize_);
 }
 
+namespace {
+
+/// How near a line has to come, in lines.
+constexpr double kNearLine = 1e-6;
+
+}  // namespace
+
+/// The secant from the line where the last place was found. It needs a step or two where places lie near to each other,
+/// and gives up where they don't.
+bool HawkSensor::FollowLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const {
+  constexpr int kMaxSteps = 6;
+  if (!trace.isSet) return false;
+  double line = trace.line, slope = trace.slope;
+  double miss = MissOf(place, line, seen);
+  for (int i = 0; i < kMaxSteps && std::abs(miss) > kNearLine; ++i) {
+    const double next = line - miss / slope;
+    if (!(next >= -margin && next <= lines_ - 1.0 + margin)) return false;
+    const double missThere = MissOf(place, next, seen);
+    slope = (missThere - miss) / (next - line);
+    line = next;
+    miss = missThere;
+  }
+  if (!(std::abs(miss) <= kNearLine) || !seen.isInFront) return false;
+  trace = {true, line, slope};
+  return true;
+}
+
 /// The secant between two lines of different sign, where the end that stays is made lighter each time: it comes near
 /// within a few steps, and never leaves the two.
-bool HawkSensor::FindPixel(const SpacePoint& place, double margin, double& column, double& line) const {
+bool HawkSensor::SearchLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const {
   constexpr int kMaxSteps = 60;
-  constexpr double kNear = 1e-6;  // lines
-  Seen seen{};
   double low = -margin, high = lines_ - 1.0 + margin;
   double atLow = MissOf(place, low, seen);
   const bool isInFront = seen.isInFront;
   double atHigh = MissOf(place, high, seen);
   if (!isInFront || !seen.isInFront || !(atLow * atHigh <= 0.0)) return false;
+  const double slope = (atHigh - atLow) / (high - low);
   double found = atLow == 0.0 ? low : high;
   double miss = atLow == 0.0 ? 0.0 : atHigh;
-  for (int i = 0; i < kMaxSteps && std::abs(miss) > kNear; ++i) {
+  for (int i = 0; i < kMaxSteps && std::abs(miss) > kNearLine; ++i) {
     found = low + (high - low) * atLow / (atLow - atHigh);
     miss = MissOf(place, found, seen);
     if (miss * atHigh < 0.0) {
@@ -206,13 +233,20 @@ bool HawkSensor::FindPixel(const SpacePoint& place, double margin, double& colum
     high = found;
     atHigh = miss;
   }
-  if (!(std::abs(miss) <= kNear)) return false;
+  if (!(std::abs(miss) <= kNearLine)) return false;
   seen = Look(place, found);
+  trace = {true, found, slope};
+  return true;
+}
+
+bool HawkSensor::FindPixel(const SpacePoint& place, double margin, Trace& trace, double& column, double& line) const {
+  Seen seen{};
+  if (!FollowLine(place, margin, trace, seen) && !SearchLine(place, margin, trace, seen)) return false;
   if (!IsFacing(place, seen.origin)) return false;
   const double across = seen.across / cellSize_ + axisColumn_;
   if (!(across >= -margin && across <= samples_ - 1.0 + margin)) return false;
   column = across;
-  line = found;
+  line = trace.line;
   return true;
 }
 

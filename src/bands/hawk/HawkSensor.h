@@ -28,9 +28,16 @@ class HawkSensor {
   void Flip(double& column, double& line) const;
   /// The line of sight of a column and a line as the sensor counts them.
   SightLine SightOf(double column, double line) const;
+  /// Where a search ended, so that the one for a place near by may begin there.
+  struct Trace {
+    bool isSet = false;
+    double line = 0.0;
+    double slope = 0.0;  ///< of the miss, see `MissOf`, from line to line
+  };
   /// The column and the line, as the sensor counts them, that see a place. False where the place lies more than
-  /// `margin` pixels outside the image, behind the sensor, or on the other side of the earth.
-  bool FindPixel(const SpacePoint& place, double margin, double& column, double& line) const;
+  /// `margin` pixels outside the image, behind the sensor, or on the other side of the earth. The trace is that of the
+  /// last search for a place near by, or one that is not set.
+  bool FindPixel(const SpacePoint& place, double margin, Trace& trace, double& column, double& line) const;
 
   const Matrix3& GetLsrToEcf() const { return lsrToEcf_; }
   /// The line of each sample.
@@ -62,6 +69,8 @@ class HawkSensor {
   double AlongOf(double line) const;
   Seen Look(const SpacePoint& place, double line) const;
   double MissOf(const SpacePoint& place, double line, Seen& seen) const;
+  bool FollowLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const;
+  bool SearchLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const;
 
   std::vector<double> times_;
   std::vector<Knot> knots_;

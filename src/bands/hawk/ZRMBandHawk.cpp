@@ -20,8 +20,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <limits>
-#include <optional>
 #include <string>
 
 X_IMPLEMENT_RUNTIME_CLASS(ZRMBandHawk, ZRMBandDRIO);
@@ -92,19 +92,23 @@ struct ZRMBandHawk::Impl {
   int AskModel(bool isExact, const Ask& ask) const {
     return zrk::ReadPixels([&] {
       if (!sensor) return zrk::FailRead(kNoModel);
-      const char* const reason = ask(MakeModel(isExact));
+      zrk::HawkModel model = MakeModel(isExact);
+      const char* const reason = ask(model);
       return reason ? zrk::FailRead(reason) : 1;
     });
   }
-  /// Asks it for many points, which are shared between workers in chunks. `ask(model, i)` tells whether it found one;
-  /// the others become NaN.
+  /// Asks it for many points, which are shared between workers in chunks. `ask(model, begin, end)` answers those of a
+  /// chunk, and tells how many it found; the others have become NaN.
+  template <class Ask>
+  std::int64_t AskForChunks(bool isExact, std::int64_t count, const Points& points, const Ask& ask) const;
+  /// The same point by point: `ask(model, i)` tells whether it found one.
   template <class Ask>
   std::int64_t AskForAll(bool isExact, std::int64_t count, const Points& points, const Ask& ask) const;
 };
 
 template <class Ask>
-std::int64_t ZRMBandHawk::Impl::AskForAll(bool isExact, std::int64_t count, const Points& points,
-                                          const Ask& ask) const {
+std::int64_t ZRMBandHawk::Impl::AskForChunks(bool isExact, std::int64_t count, const Points& points,
+                                             const Ask& ask) const {
   constexpr std::int64_t kLeastChunk = 2048, kMostChunks = 1 << 20;
   if (count <= 0) return 0;
   const std::int64_t chunk = std::max(kLeastChunk, (count - 1) / kMostChunks + 1);
@@ -112,25 +116,35 @@ std::int64_t ZRMBandHawk::Impl::AskForAll(bool isExact, std::int64_t count, cons
   const int numWorkers = zrk::IsSharingWork() ? 1 : zrk::CountWorkers(numChunks);
   std::atomic<std::int64_t> numFound = 0;
   const auto work = [&](int index, int) {
-    std::int64_t i = index * chunk, numHere = 0;
-    const std::int64_t end = std::min(i + chunk, count);
-    zrk::FencedRead([&] {
-      const std::optional<zrk::HawkModel> model = sensor ? std::optional(MakeModel(isExact)) : std::nullopt;
-      for (; i < end; ++i) {
-        if (model && ask(*model, i)) {
-          ++numHere;
-        } else {
-          points.Forget(i);
-        }
-      }
+    const std::int64_t begin = index * chunk, end = std::min(begin + chunk, count);
+    const int isAsked = zrk::FencedRead([&] {
+      if (!sensor) return 0;
+      zrk::HawkModel model = MakeModel(isExact);
+      numFound += ask(model, begin, end);
       return 1;
     });
-    for (; i < end; ++i) points.Forget(i);  // where memory ran out
-    numFound += numHere;
+    // Without a model, or where memory ran out.
+    for (std::int64_t i = begin; !isAsked && i < end; ++i) points.Forget(i);
     return true;
   };
   zrk::FencedRead([&] { return zrk::ForEachInParallel(numWorkers, numChunks, work) ? 1 : 0; });
   return numFound;
+}
+
+template <class Ask>
+std::int64_t ZRMBandHawk::Impl::AskForAll(bool isExact, std::int64_t count, const Points& points,
+                                          const Ask& ask) const {
+  return AskForChunks(isExact, count, points, [&](zrk::HawkModel& model, std::int64_t begin, std::int64_t end) {
+    std::int64_t numHere = 0;
+    for (std::int64_t i = begin; i < end; ++i) {
+      if (ask(model, i)) {
+        ++numHere;
+      } else {
+        points.Forget(i);
+      }
+    }
+    return numHere;
+  });
 }
 
 ZRMBandHawk::ZRMBandHawk() : impl_(std::make_unique<Impl>()) {
@@ -281,7 +295,9 @@ int ZRMBandHawk::Impl::TakeDocument(const XString& path, bool isExact, XString& 
   if (!ReadDocument(path, text, err)) return 0;
   zrk::HawkDocument found = document;
   const zrk::HawkParse parse = zrk::ParseHawkDocument(text, isExact, found, err);
-  if (parse == zrk::HawkParse::kNoElement) XfnMessageBox("Empty document!", XfnGetFileName(path), kMessageOk);
+  if (parse == zrk::HawkParse::kNoElement) {
+    XfnMessageBox("Empty document!", XfnGetFileName(path), kMessageOk | kMessageIconWarning);
+  }
   if (parse != zrk::HawkParse::kDone) return 0;
   if (const XString fault = zrk::FindHawkFault(found, isExact); !fault.IsEmpty()) {
     err = fault;
@@ -382,7 +398,7 @@ int ZRMBandHawk::FindGroundOfPixel(double column, double line, double& lon, doub
 
 int ZRMBandHawk::FindPixelOfGround(double lon, double lat, double& x, double& y) const {
   double column = 0.0, line = 0.0;
-  const auto find = [&](const zrk::HawkModel& model) { return model.FindPixel(lon, lat, column, line); };
+  const auto find = [&](zrk::HawkModel& model) { return model.FindPixel(lon, lat, column, line); };
   if (!impl_->AskModel(IsExact(), find)) return 0;
   x = column;
   y = line;
@@ -391,7 +407,7 @@ int ZRMBandHawk::FindPixelOfGround(double lon, double lat, double& x, double& y)
 
 int ZRMBandHawk::FindPixelOfPoint(double lon, double lat, double height, double& x, double& y) const {
   double column = 0.0, line = 0.0;
-  const auto find = [&](const zrk::HawkModel& model) { return model.FindPixelAt({lon, lat, height}, column, line); };
+  const auto find = [&](zrk::HawkModel& model) { return model.FindPixelAt({lon, lat, height}, column, line); };
   if (!impl_->AskModel(IsExact(), find)) return 0;
   x = column;
   y = line;
@@ -423,7 +439,7 @@ std::int64_t ZRMBandHawk::FindGroundOfPixels(std::int64_t count, double* x, doub
 }
 
 std::int64_t ZRMBandHawk::FindPixelsOfGround(std::int64_t count, double* x, double* y) const {
-  return impl_->AskForAll(IsExact(), count, {x, y, nullptr}, [=](const zrk::HawkModel& model, std::int64_t i) {
+  return impl_->AskForAll(IsExact(), count, {x, y, nullptr}, [=](zrk::HawkModel& model, std::int64_t i) {
     double column = 0.0, line = 0.0;
     if (model.FindPixel(x[i], y[i], column, line)) return false;
     x[i] = column;
@@ -453,7 +469,7 @@ int ZRMBandHawk::FindPixels(const double* lon, const double* lat, const double* 
     *x = *y = kNoNumber;
     return FindPixelOfPoint(*lon, *lat, *height, *x, *y);
   }
-  const auto find = [=](const zrk::HawkModel& model, std::int64_t i) {
+  const auto find = [=](zrk::HawkModel& model, std::int64_t i) {
     return model.FindPixelAt({lon[i], lat[i], height[i]}, x[i], y[i]) == nullptr;
   };
   return static_cast<int>(impl_->AskForAll(IsExact(), count, {x, y, nullptr}, find));
@@ -464,10 +480,11 @@ int ZRMBandHawk::FindHeights(const double* lon, const double* lat, int count, do
     *height = kNoNumber;
     return GetGroundHeight(*lon, *lat, *height);
   }
-  const auto find = [=](const zrk::HawkModel& model, std::int64_t i) {
-    return model.FindHeight(lon[i], lat[i], height[i]) == nullptr;
+  const auto find = [=](const zrk::HawkModel& model, std::int64_t begin, std::int64_t end) {
+    model.FindHeights(lon + begin, lat + begin, static_cast<int>(end - begin), height + begin);
+    return std::count_if(height + begin, height + end, [](double each) { return !std::isnan(each); });
   };
-  return static_cast<int>(impl_->AskForAll(IsExact(), count, {height, height, nullptr}, find));
+  return static_cast<int>(impl_->AskForChunks(IsExact(), count, {height, height, nullptr}, find));
 }
 
 // The terrain

@@ -9,6 +9,7 @@
 #include "ZRMBand.h"
 
 #include "base/OwnReads.h"
+#include "base/ReadError.h"
 #include "base/Truncate.h"
 #include "XExactStatistics.h"
 #include "XStatistics.h"
@@ -159,6 +160,15 @@ void ZRMBand::ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y
   ConvWorldToPixelCoord(worldX, worldY);
   x = zrk::TruncateToInt(worldX);
   y = zrk::TruncateToInt(worldY);
+}
+
+int ZRMBand::ReadPixel(tagXArr2*& out, double worldX, double worldY) {
+  if (!std::isfinite(worldX) || !std::isfinite(worldY)) {
+    return zrk::ReadPixels([] { return zrk::FailRead("The place is not finite"); });
+  }
+  int x = 0, y = 0;
+  ConvWorldToPixelCoord(worldX, worldY, x, y);
+  return ReadPixel(out, x, y);
 }
 
 /// Half a pixel lies between the centre of the first pixel and its outer corner.

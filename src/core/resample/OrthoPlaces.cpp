@@ -2,8 +2,9 @@
 // latitudes of its pixels, the heights of the ground there, and the positions.
 //
 // Only the heights are asked for each pixel, since terrain is rough. Longitudes and latitudes are straight between the
-// corners of a cell, and so are positions, at each of two heights between which all of the cell lies. Five pixels of a
-// cell are worked out exactly as well. A cell that is off there by more than a fiftieth of a pixel is divided.
+// corners of a cell. Positions are on a surface of second degree through nine pixels, and even between two heights that
+// all of the cell lies between. Four more pixels of a cell tell how near that is. A cell that is off there by more than
+// a fiftieth of a pixel is divided.
 
 #include "core/resample/OrthoPlaces.h"
 
@@ -27,18 +28,6 @@ constexpr double kMinLayerDistance = 1.0;
 
 constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
 
-/// The share of the way from the first pixel of a row to its last.
-double ShareOf(int i, int first, int last) {
-  return last > first ? static_cast<double>(i - first) / (last - first) : 0.0;
-}
-
-/// Between four values: upper left, upper right, lower left, lower right.
-double Between(const double* corners, double u, double v) {
-  const double upper = corners[0] + (corners[1] - corners[0]) * u;
-  const double lower = corners[2] + (corners[3] - corners[2]) * u;
-  return upper + (lower - upper) * v;
-}
-
 /// Longitudes beside each other may lie on both sides of the date line.
 double NearTo(double lon, double other) {
   if (lon - other > 180.0) return lon - 360.0;
@@ -47,6 +36,12 @@ double NearTo(double lon, double other) {
 
 double WithinTheEarth(double lon) {
   return lon >= -180.0 && lon < 180.0 ? lon : lon - 360.0 * std::floor((lon + 180.0) / 360.0);
+}
+
+/// Values at even steps from the first to the last.
+void FillEvenly(double first, double last, int count, double* values) {
+  const double step = count > 1 ? (last - first) / (count - 1) : 0.0;
+  for (int i = 0; i < count; ++i) values[i] = first + i * step;
 }
 
 }  // namespace
@@ -68,26 +63,61 @@ void OrthoWay::ToLonLat(double& x, double& y) const {
   }
 }
 
-/// Positions of the corners at the lower height, then at the upper one.
-struct OrthoPlaces::Corners {
-  std::array<double, 8> x;
-  std::array<double, 8> y;
-  Layers layers;
+/// Positions that a cell is worked out from: what a surface takes, and those that it is held against.
+struct OrthoPlaces::Lattice {
+  static constexpr std::size_t kCorners = 4, kFirstLow = 9, kFirstHigh = kFirstLow + kCorners;
+  static constexpr std::size_t kFirstProbe = kFirstHigh + kCorners, kProbes = 4, kCount = kFirstProbe + kProbes;
 
-  double ShareOfHeight(double height) const { return (height - layers.low) / (layers.high - layers.low); }
-  double XAt(double u, double v, double t) const {
-    const double low = Between(x.data(), u, v);
-    return low + (Between(x.data() + 4, u, v) - low) * t;
-  }
-  double YAt(double u, double v, double t) const {
-    const double low = Between(y.data(), u, v);
-    return low + (Between(y.data() + 4, u, v) - low) * t;
-  }
-  bool AreFound() const {
-    const auto isFinite = [](double value) { return std::isfinite(value); };
-    return std::ranges::all_of(x, isFinite) && std::ranges::all_of(y, isFinite);
+  Cell cell;
+  Layers layers;
+  std::array<double, kCount> x{};
+  std::array<double, kCount> y{};
+  OrthoBounds bounds;  ///< of those that are found
+  int numFound = 0;
+
+  double MiddleU() const { return ShareOf(cell.MiddleX(), cell.x0, cell.x1); }
+  double MiddleV() const { return ShareOf(cell.MiddleY(), cell.y0, cell.y1); }
+  OrthoSurface SurfaceOfX() const { return {x.data(), MiddleU(), MiddleV()}; }
+  OrthoSurface SurfaceOfY() const { return {y.data(), MiddleU(), MiddleV()}; }
+  bool IsFound() const { return numFound == static_cast<int>(kCount); }
+  bool IsNear() const;
+};
+
+namespace {
+
+/// A pixel of a cell that its surface is held against, away from the nodes and at no even distance from them.
+struct OrthoProbe {
+  int x, y;
+  double t;  ///< at the lower height or at the upper one, see `OrthoSurface::At`
+
+  OrthoProbe(const OrthoCell& cell, std::size_t index) {
+    constexpr double kShares[][3] = {{0.22, 0.27, -0.5}, {0.77, 0.24, 0.5}, {0.26, 0.78, 0.5}, {0.73, 0.74, -0.5}};
+    x = cell.x0 + static_cast<int>(std::lround(kShares[index][0] * (cell.x1 - cell.x0)));
+    y = cell.y0 + static_cast<int>(std::lround(kShares[index][1] * (cell.y1 - cell.y0)));
+    t = kShares[index][2];
   }
 };
+
+}  // namespace
+
+/// Whether the probes lie on the surfaces, and the corners halfway between the heights.
+bool OrthoPlaces::Lattice::IsNear() const {
+  constexpr std::size_t kCornerNodes[kCorners] = {0, 2, 6, 8};
+  for (std::size_t i = 0; i < kCorners; ++i) {
+    const std::size_t low = kFirstLow + i, high = kFirstHigh + i, middle = kCornerNodes[i];
+    const double error = std::hypot(0.5 * (x[low] + x[high]) - x[middle], 0.5 * (y[low] + y[high]) - y[middle]);
+    if (!(error <= kMaxPositionError)) return false;
+  }
+  const OrthoSurface toX = SurfaceOfX(), toY = SurfaceOfY();
+  for (std::size_t i = 0; i < kProbes; ++i) {
+    const OrthoProbe probe(cell, i);
+    const double u = ShareOf(probe.x, cell.x0, cell.x1), v = ShareOf(probe.y, cell.y0, cell.y1);
+    const double error =
+        std::hypot(toX.At(u, v, probe.t) - x[kFirstProbe + i], toY.At(u, v, probe.t) - y[kFirstProbe + i]);
+    if (!(error <= kMaxPositionError)) return false;
+  }
+  return true;
+}
 
 OrthoPlaces::OrthoPlaces(const OrthoSource& source) : source_(source) {
   constexpr std::size_t kMaxPixels = std::size_t{OrthoTile::kMaxSide} * OrthoTile::kMaxSide;
@@ -100,20 +130,12 @@ std::size_t OrthoPlaces::IndexOf(int x, int y) const {
 
 void OrthoPlaces::Find(const OrthoTile& tile) {
   tile_ = tile;
+  bounds_ = {};
+  isWhole_ = true;
   const Cell whole{0, tile.width - 1, 0, tile.height - 1};
   FindPlaces(whole);
   source_.model->FindHeights(lon_.data(), lat_.data(), tile.width * tile.height, height_.data());
   FindPositions(whole);
-}
-
-/// Calls the work for the parts of a cell. A side of one pixel stays whole.
-template <class Work>
-void OrthoPlaces::Divide(const Cell& cell, Work&& work) {
-  const int midX = (cell.x0 + cell.x1) / 2, midY = (cell.y0 + cell.y1) / 2;
-  work(Cell{cell.x0, midX, cell.y0, midY});
-  if (midX < cell.x1) work(Cell{midX + 1, cell.x1, cell.y0, midY});
-  if (midY < cell.y1) work(Cell{cell.x0, midX, midY + 1, cell.y1});
-  if (midX < cell.x1 && midY < cell.y1) work(Cell{midX + 1, cell.x1, midY + 1, cell.y1});
 }
 
 /// Of the centre of a pixel of the tile, whose number may have a fraction.
@@ -127,7 +149,7 @@ void OrthoPlaces::PlaceAt(double x, double y, double& lon, double& lat) const {
 void OrthoPlaces::FindPlaces(const Cell& cell) {
   const bool isSmall = cell.Width() <= kExactSide && cell.Height() <= kExactSide;
   if (!isSmall && SpreadPlaces(cell)) return;
-  if (!isSmall) return Divide(cell, [this](const Cell& part) { FindPlaces(part); });
+  if (!isSmall) return cell.Divide([this](const Cell& part) { FindPlaces(part); });
   for (int y = cell.y0; y <= cell.y1; ++y) {
     for (int x = cell.x0; x <= cell.x1; ++x) PlaceAt(x, y, lon_[IndexOf(x, y)], lat_[IndexOf(x, y)]);
   }
@@ -148,13 +170,13 @@ bool OrthoPlaces::SpreadPlaces(const Cell& cell) {
   const double numPixels = std::hypot(cell.Width(), cell.Height());
   const double error = std::hypot(Between(lon.data(), 0.5, 0.5) - midLon, Between(lat.data(), 0.5, 0.5) - midLat);
   if (!(error * numPixels <= kMaxPlaceError * diagonal)) return false;
+  const bool isOnOneTurn = std::ranges::all_of(lon, [](double each) { return WithinTheEarth(each) == each; });
   for (int y = cell.y0; y <= cell.y1; ++y) {
     const double v = ShareOf(y, cell.y0, cell.y1);
-    for (int x = cell.x0; x <= cell.x1; ++x) {
-      const double u = ShareOf(x, cell.x0, cell.x1);
-      lon_[IndexOf(x, y)] = WithinTheEarth(Between(lon.data(), u, v));
-      lat_[IndexOf(x, y)] = Between(lat.data(), u, v);
-    }
+    double* const lons = &lon_[IndexOf(cell.x0, y)];
+    FillEvenly(Between(lon.data(), 0.0, v), Between(lon.data(), 1.0, v), cell.Width(), lons);
+    FillEvenly(Between(lat.data(), 0.0, v), Between(lat.data(), 1.0, v), cell.Width(), &lat_[IndexOf(cell.x0, y)]);
+    if (!isOnOneTurn) std::transform(lons, lons + cell.Width(), lons, WithinTheEarth);
   }
   return true;
 }
@@ -164,121 +186,102 @@ void OrthoPlaces::FindPositions(const Cell& cell) {
   Layers layers;
   if (!FindLayers(cell, layers)) return Clear(cell);
   if (cell.Width() <= kExactSide && cell.Height() <= kExactSide) return FindExactly(cell);
-  const Corners corners = FindCorners(cell, layers);
-  const std::array<double, 10> probes = Probe(cell, layers);
-  if (IsOutside(cell, corners, probes)) return Clear(cell);
-  if (corners.AreFound() && IsNear(cell, corners, probes)) return Spread(cell, corners);
-  Divide(cell, [this](const Cell& part) { FindPositions(part); });
+  Lattice lattice;
+  FindLattice(cell, layers, lattice);
+  if (IsOutside(cell, lattice)) return Clear(cell);
+  if (lattice.IsFound() && lattice.IsNear()) return Spread(cell, lattice);
+  cell.Divide([this](const Cell& part) { FindPositions(part); });
 }
 
 bool OrthoPlaces::FindLayers(const Cell& cell, Layers& layers) const {
   double low = std::numeric_limits<double>::infinity(), high = -low;
+  int numKnown = 0;
   for (int y = cell.y0; y <= cell.y1; ++y) {
-    for (int x = cell.x0; x <= cell.x1; ++x) {
-      const double height = height_[IndexOf(x, y)];
-      low = height < low ? height : low;
-      high = height > high ? height : high;
+    const double* const heights = &height_[IndexOf(cell.x0, y)];
+    for (int i = 0; i < cell.Width(); ++i) {
+      low = heights[i] < low ? heights[i] : low;
+      high = heights[i] > high ? heights[i] : high;
+      numKnown += heights[i] == heights[i];
     }
   }
-  layers = {low, std::max(high, low + kMinLayerDistance)};
+  layers = {low, std::max(high, low + kMinLayerDistance), numKnown == cell.Width() * cell.Height()};
   return std::isfinite(low) && std::isfinite(high);
 }
 
-OrthoPlaces::Corners OrthoPlaces::FindCorners(const Cell& cell, const Layers& layers) const {
-  const std::array<std::size_t, 4> at = {IndexOf(cell.x0, cell.y0), IndexOf(cell.x1, cell.y0),
-                                         IndexOf(cell.x0, cell.y1), IndexOf(cell.x1, cell.y1)};
-  std::array<double, 8> lon, lat, height;
-  for (std::size_t i = 0; i < 8; ++i) {
-    lon[i] = lon_[at[i % 4]];
-    lat[i] = lat_[at[i % 4]];
-    height[i] = i < 4 ? layers.low : layers.high;
+void OrthoPlaces::FindLattice(const Cell& cell, const Layers& layers, Lattice& lattice) const {
+  std::array<double, Lattice::kCount> lon, lat, height;
+  std::size_t count = 0;
+  const auto add = [&](int x, int y, double metres) {
+    lon[count] = lon_[IndexOf(x, y)];
+    lat[count] = lat_[IndexOf(x, y)];
+    height[count++] = metres;
+  };
+  for (const int y : {cell.y0, cell.MiddleY(), cell.y1}) {
+    for (const int x : {cell.x0, cell.MiddleX(), cell.x1}) add(x, y, layers.Middle());
   }
-  Corners corners;
-  corners.layers = layers;
-  source_.model->FindPixels(lon.data(), lat.data(), height.data(), 8, corners.x.data(), corners.y.data());
-  return corners;
-}
-
-namespace {
-
-/// The pixels of a cell that are worked out exactly: its middle, and the middles of its edges.
-template <class Cell>
-std::array<std::array<int, 2>, 5> ProbesOf(const Cell& cell) {
-  const int midX = (cell.x0 + cell.x1) / 2, midY = (cell.y0 + cell.y1) / 2;
-  return {{{midX, midY}, {midX, cell.y0}, {midX, cell.y1}, {cell.x0, midY}, {cell.x1, midY}}};
-}
-
-}  // namespace
-
-/// The five columns, then the five rows, halfway between the two heights, where a straight line between these is off
-/// most.
-std::array<double, 10> OrthoPlaces::Probe(const Cell& cell, const Layers& layers) const {
-  std::array<double, 5> lon, lat, height;
-  const auto pixels = ProbesOf(cell);
-  for (std::size_t i = 0; i < pixels.size(); ++i) {
-    const std::size_t at = IndexOf(pixels[i][0], pixels[i][1]);
-    lon[i] = lon_[at];
-    lat[i] = lat_[at];
-    height[i] = 0.5 * (layers.low + layers.high);
+  for (const double metres : {layers.low, layers.high}) {
+    for (const int y : {cell.y0, cell.y1}) {
+      for (const int x : {cell.x0, cell.x1}) add(x, y, metres);
+    }
   }
-  std::array<double, 10> positions;
-  source_.model->FindPixels(lon.data(), lat.data(), height.data(), 5, positions.data(), positions.data() + 5);
-  return positions;
+  for (std::size_t i = 0; i < Lattice::kProbes; ++i) {
+    const OrthoProbe probe(cell, i);
+    add(probe.x, probe.y, probe.t < 0.0 ? layers.low : layers.high);
+  }
+  lattice.cell = cell;
+  lattice.layers = layers;
+  source_.model->FindPixels(lon.data(), lat.data(), height.data(), static_cast<int>(count), lattice.x.data(),
+                            lattice.y.data());
+  for (std::size_t i = 0; i < count; ++i) lattice.numFound += lattice.bounds.Add(lattice.x[i], lattice.y[i]);
 }
 
 /// Whether nothing of the image can show in a cell: all positions lie beyond one edge. Where none is known the cell has
 /// to be small enough for the image not to pass between.
-bool OrthoPlaces::IsOutside(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const {
-  double minX = std::numeric_limits<double>::infinity(), minY = minX, maxX = -minX, maxY = -minX;
-  int numFound = 0;
-  const auto add = [&](double x, double y) {
-    if (!std::isfinite(x) || !std::isfinite(y)) return;
-    ++numFound;
-    minX = std::min(minX, x), maxX = std::max(maxX, x);
-    minY = std::min(minY, y), maxY = std::max(maxY, y);
-  };
-  for (std::size_t i = 0; i < 8; ++i) add(corners.x[i], corners.y[i]);
-  for (std::size_t i = 0; i < 5; ++i) add(probes[i], probes[i + 5]);
-  if (numFound == 0) return std::max(cell.Width(), cell.Height()) * tile_.step < 0.5 * source_.thickness;
-  constexpr int kNumAsked = 13;
-  const bool isBeyond =
-      maxX < -1.0 || maxY < -1.0 || minX > source_.band->GetXSize() || minY > source_.band->GetYSize();
-  return isBeyond && numFound == kNumAsked;
+bool OrthoPlaces::IsOutside(const Cell& cell, const Lattice& lattice) const {
+  if (lattice.numFound == 0) return std::max(cell.Width(), cell.Height()) * tile_.step < 0.5 * source_.thickness;
+  const OrthoBounds& bounds = lattice.bounds;
+  const bool isBeyond = bounds.maxX < -1.0 || bounds.maxY < -1.0 || bounds.minX > source_.band->GetXSize() ||
+                        bounds.minY > source_.band->GetYSize();
+  return isBeyond && lattice.IsFound();
 }
 
-/// Whether the probes lie where their corners say.
-bool OrthoPlaces::IsNear(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const {
-  const auto pixels = ProbesOf(cell);
-  for (std::size_t i = 0; i < pixels.size(); ++i) {
-    const auto [x, y] = pixels[i];
-    const double u = ShareOf(x, cell.x0, cell.x1), v = ShareOf(y, cell.y0, cell.y1);
-    const double error = std::hypot(corners.XAt(u, v, 0.5) - probes[i], corners.YAt(u, v, 0.5) - probes[i + 5]);
-    if (!(error <= kMaxPositionError)) return false;
-  }
-  return true;
-}
-
-void OrthoPlaces::Spread(const Cell& cell, const Corners& corners) {
+/// A surface of second degree reaches beyond its nodes by less than twice its bend.
+void OrthoPlaces::Spread(const Cell& cell, const Lattice& lattice) {
+  const int width = cell.Width();
+  const double perPixel = width > 1 ? 1.0 / (width - 1) : 0.0;
+  const double middle = lattice.layers.Middle(), perMetre = 1.0 / (lattice.layers.high - lattice.layers.low);
+  const OrthoSurface surfaceOfX = lattice.SurfaceOfX(), surfaceOfY = lattice.SurfaceOfY();
   for (int y = cell.y0; y <= cell.y1; ++y) {
     const double v = ShareOf(y, cell.y0, cell.y1);
-    for (int x = cell.x0; x <= cell.x1; ++x) {
-      const double u = ShareOf(x, cell.x0, cell.x1);
-      const std::size_t at = IndexOf(x, y);
-      const double t = corners.ShareOfHeight(height_[at]);
-      x_[at] = corners.XAt(u, v, t);
-      y_[at] = corners.YAt(u, v, t);
+    const OrthoRow toX = surfaceOfX.RowAt(v, perPixel, perMetre), toY = surfaceOfY.RowAt(v, perPixel, perMetre);
+    const std::size_t first = IndexOf(cell.x0, y);
+    const double* const heights = &height_[first];
+    double* const xs = &x_[first];
+    double* const ys = &y_[first];
+    for (int i = 0; i < width; ++i) {
+      const double metres = heights[i] - middle;
+      xs[i] = toX.At(i, metres);
+      ys[i] = toY.At(i, metres);
+    }
+  }
+  bounds_.Add(lattice.bounds, 2.0 * surfaceOfX.FindBend() + kMaxPositionError,
+              2.0 * surfaceOfY.FindBend() + kMaxPositionError);
+  isWhole_ = isWhole_ && lattice.layers.isWhole;
+}
+
+void OrthoPlaces::FindExactly(const Cell& cell) {
+  const int width = cell.Width();
+  for (int y = cell.y0; y <= cell.y1; ++y) {
+    const std::size_t at = IndexOf(cell.x0, y);
+    source_.model->FindPixels(&lon_[at], &lat_[at], &height_[at], width, &x_[at], &y_[at]);
+    for (std::size_t i = at; i < at + static_cast<std::size_t>(width); ++i) {
+      if (!bounds_.Add(x_[i], y_[i])) isWhole_ = false;
     }
   }
 }
 
-void OrthoPlaces::FindExactly(const Cell& cell) {
-  for (int y = cell.y0; y <= cell.y1; ++y) {
-    const std::size_t at = IndexOf(cell.x0, y);
-    source_.model->FindPixels(&lon_[at], &lat_[at], &height_[at], cell.Width(), &x_[at], &y_[at]);
-  }
-}
-
 void OrthoPlaces::Clear(const Cell& cell) {
+  isWhole_ = false;
   for (int y = cell.y0; y <= cell.y1; ++y) {
     std::fill_n(&x_[IndexOf(cell.x0, y)], cell.Width(), kNowhere);
     std::fill_n(&y_[IndexOf(cell.x0, y)], cell.Width(), kNowhere);

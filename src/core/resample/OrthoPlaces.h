@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/resample/OrthoCell.h"
 #include "XSensorModel.h"
 #include "ZRMBandOrtho.h"
 
@@ -52,20 +53,22 @@ class OrthoPlaces {
   // Of the last tile, row by row; not a number for pixels that show nothing.
   const double* GetX() const { return x_.data(); }
   const double* GetY() const { return y_.data(); }
+  /// All positions of the last tile lie within, but for roundings.
+  const OrthoBounds& GetBounds() const { return bounds_; }
+  /// Whether each pixel of the last tile has a position.
+  bool IsWhole() const { return isWhole_; }
 
  private:
-  /// Pixels of the tile, inclusive. Its corners are the centres of its outermost pixels.
-  struct Cell {
-    int x0, x1, y0, y1;
-    int Width() const { return x1 - x0 + 1; }
-    int Height() const { return y1 - y0 + 1; }
-  };
+  using Cell = OrthoCell;
   /// Heights between which positions are interpolated.
   struct Layers {
     double low = 0.0;
     double high = 0.0;
+    bool isWhole = false;  ///< each pixel has a height
+
+    double Middle() const { return 0.5 * (low + high); }
   };
-  struct Corners;
+  struct Lattice;
 
   std::size_t IndexOf(int x, int y) const;
   void PlaceAt(double x, double y, double& lon, double& lat) const;
@@ -73,20 +76,18 @@ class OrthoPlaces {
   bool SpreadPlaces(const Cell& cell);
   void FindPositions(const Cell& cell);
   bool FindLayers(const Cell& cell, Layers& layers) const;
-  Corners FindCorners(const Cell& cell, const Layers& layers) const;
-  bool IsOutside(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const;
-  bool IsNear(const Cell& cell, const Corners& corners, const std::array<double, 10>& probes) const;
-  std::array<double, 10> Probe(const Cell& cell, const Layers& layers) const;
-  void Spread(const Cell& cell, const Corners& corners);
+  void FindLattice(const Cell& cell, const Layers& layers, Lattice& lattice) const;
+  bool IsOutside(const Cell& cell, const Lattice& lattice) const;
+  void Spread(const Cell& cell, const Lattice& lattice);
   void FindExactly(const Cell& cell);
   void Clear(const Cell& cell);
-  template <class Work>
-  static void Divide(const Cell& cell, Work&& work);
 
   const OrthoSource& source_;
   OrthoTile tile_;
   std::vector<double> lon_, lat_, height_;
   std::vector<double> x_, y_;
+  OrthoBounds bounds_;
+  bool isWhole_ = false;
 };
 
 }  // namespace zrk

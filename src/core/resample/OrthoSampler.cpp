@@ -1,6 +1,9 @@
 // Samples for the positions of a tile. The window of the source around all positions is read once. Where the map shows
 // the image much smaller than it is, a reduced level is read. A tile whose window would be too large is halved.
 //
+// Most tiles lie within the image as a whole, so that each pixel has its four samples. Their loop looks at nothing but
+// these.
+//
 // Whole numbers of a position are centres of pixels, so that a pixel reaches half a pixel to each side.
 
 #include "core/resample/OrthoSampler.h"
@@ -12,6 +15,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <type_traits>
 
 namespace zrk {
 namespace {
@@ -40,7 +45,16 @@ bool OrthoSampler::Fill(const OrthoTile& tile, tagXArr2& out, int outX, int outY
   if (XfnIsStopRequested(cancel)) return FailRead(kReadStopped) != 0;
   tile_ = tile;
   places_.Find(tile);
+  const Range inner = FindInnerRange();
+  if (!inner.IsEmpty() && inner.Count() <= kMaxSamples) return FillInner(inner, {out, outX, outY}, cancel);
   return FillPart({0, tile.width - 1, 0, tile.height - 1}, {out, outX, outY}, cancel);
+}
+
+bool OrthoSampler::FillInner(const Range& range, const Target& target, int* cancel) {
+  const tagXArr2* const samples = Read(range, cancel);
+  if (!samples) return false;
+  return VisitDataType(source_.band->GetDataType(),
+                       [&](auto zero) { FillInnerFrom<decltype(zero)>(*samples, range, target); });
 }
 
 bool OrthoSampler::FillPart(const Part& part, const Target& target, int* cancel) {
@@ -59,6 +73,20 @@ bool OrthoSampler::FillHalves(const Part& part, const Target& target, int* cance
   const int midY = isWide ? part.y1 : (part.y0 + part.y1) / 2;
   const Part second = isWide ? Part{midX + 1, part.x1, part.y0, part.y1} : Part{part.x0, part.x1, midY + 1, part.y1};
   return FillPart({part.x0, midX, part.y0, midY}, target, cancel) && FillPart(second, target, cancel);
+}
+
+/// The samples around the positions of all pixels; empty where a pixel has no position, or not all of its four samples.
+OrthoSampler::Range OrthoSampler::FindInnerRange() const {
+  constexpr double kRounding = 1e-6;
+  const Range none = {0, -1, 0, -1};
+  if (!places_.IsWhole()) return none;
+  const int level = source_.level;
+  const OrthoBounds& bounds = places_.GetBounds();
+  const double x0 = AtLevel(bounds.minX - kRounding, level), x1 = AtLevel(bounds.maxX + kRounding, level);
+  const double y0 = AtLevel(bounds.minY - kRounding, level), y1 = AtLevel(bounds.maxY + kRounding, level);
+  const double lastX = (source_.band->GetXSize() >> level) - 1, lastY = (source_.band->GetYSize() >> level) - 1;
+  if (!(x0 >= 0.0 && x1 < lastX && y0 >= 0.0 && y1 < lastY)) return none;
+  return {static_cast<int>(x0), static_cast<int>(x1) + 1, static_cast<int>(y0), static_cast<int>(y1) + 1};
 }
 
 /// The samples around all positions that lie over the image; empty where none does.
@@ -139,6 +167,95 @@ void OrthoSampler::FillFrom(const tagXArr2* samples, const Range& range, const P
       const double x = (xs[i] + 0.5) * scale - 0.5, y = (ys[i] + 0.5) * scale - 0.5;
       out[i] = method_ == kOrthoNearest ? TakeNearest<Sample>(*samples, range, x, y)
                                         : TakeFour<Sample>(*samples, range, x, y);
+    }
+  }
+}
+
+namespace {
+
+/// Whether a sample may have a value.
+template <class Sample>
+bool CanBe(double value) {
+  using Limits = std::numeric_limits<Sample>;
+  return value >= static_cast<double>(Limits::lowest()) && value <= static_cast<double>(Limits::max());
+}
+
+/// `ToSample` for a value between samples.
+template <class Sample>
+Sample RoundBetween(double value) {
+  if constexpr (std::is_floating_point_v<Sample>) {
+    return static_cast<Sample>(value);
+  } else {
+    const double half = std::is_signed_v<Sample> && value < 0.0 ? -0.5 : 0.5;
+    return static_cast<Sample>(static_cast<std::int64_t>(value + half));
+  }
+}
+
+/// Where a row of positions lies in a window of samples.
+template <class Sample>
+struct InnerRow {
+  const Sample* samples;
+  std::ptrdiff_t samplesPerRow;
+  const double* xs;
+  const double* ys;
+  double scale, shiftX, shiftY;  ///< from positions in the image to those in the window
+
+  template <class Take>
+  void Fill(Sample* out, int count, const Take& take) const {
+    for (int i = 0; i < count; ++i) {
+      const double x = xs[i] * scale + shiftX, y = ys[i] * scale + shiftY;
+      const auto column = static_cast<std::ptrdiff_t>(x), row = static_cast<std::ptrdiff_t>(y);
+      const Sample* const upper = samples + row * samplesPerRow + column;
+      out[i] = take(upper, upper + samplesPerRow, x - static_cast<double>(column), y - static_cast<double>(row));
+    }
+  }
+};
+
+template <class Sample>
+Sample NearestOf(const Sample* upper, const Sample* lower, double u, double v) {
+  return (v < 0.5 ? upper : lower)[u < 0.5 ? 0 : 1];
+}
+
+template <class Sample>
+Sample MeanOf(const Sample* upper, const Sample* lower, double u, double v) {
+  const auto a = static_cast<double>(upper[0]), b = static_cast<double>(upper[1]);
+  const auto c = static_cast<double>(lower[0]), d = static_cast<double>(lower[1]);
+  const double above = a + (b - a) * u, below = c + (d - c) * u;
+  return RoundBetween<Sample>(above + (below - above) * v);
+}
+
+}  // namespace
+
+template <class Sample>
+void OrthoSampler::FillInnerFrom(const tagXArr2& samples, const Range& range, const Target& target) const {
+  const double null = source_.band->GetNullValue(), scale = std::ldexp(1.0, -source_.level);
+  const auto isNull = [null](Sample sample) { return static_cast<double>(sample) == null; };
+  const auto takeNearest = [](const Sample* upper, const Sample* lower, double u, double v) {
+    return NearestOf(upper, lower, u, v);
+  };
+  const auto takeMean = [](const Sample* upper, const Sample* lower, double u, double v) {
+    return MeanOf(upper, lower, u, v);
+  };
+  const auto takeKnown = [&](const Sample* upper, const Sample* lower, double u, double v) {
+    const bool isKnown = !isNull(upper[0]) && !isNull(upper[1]) && !isNull(lower[0]) && !isNull(lower[1]);
+    return isKnown ? MeanOf(upper, lower, u, v) : NearestOf(upper, lower, u, v);
+  };
+  for (int j = 0; j < tile_.height; ++j) {
+    const std::ptrdiff_t first = std::ptrdiff_t{j} * tile_.width;
+    auto* const out = reinterpret_cast<Sample*>(target.out.Row(target.y + j)) + target.x;
+    const InnerRow<Sample> row = {reinterpret_cast<const Sample*>(samples.data),
+                                  samples.xSize,
+                                  places_.GetX() + first,
+                                  places_.GetY() + first,
+                                  scale,
+                                  0.5 * scale - 0.5 - range.x0,
+                                  0.5 * scale - 0.5 - range.y0};
+    if (method_ == kOrthoNearest) {
+      row.Fill(out, tile_.width, takeNearest);
+    } else if (CanBe<Sample>(null)) {
+      row.Fill(out, tile_.width, takeKnown);
+    } else {
+      row.Fill(out, tile_.width, takeMean);
     }
   }
 }

@@ -28,12 +28,16 @@ class OrthoSampler {
   };
   struct Target;
 
+  bool FillInner(const Range& range, const Target& target, int* cancel);
   bool FillPart(const Part& part, const Target& target, int* cancel);
   bool FillHalves(const Part& part, const Target& target, int* cancel);
+  Range FindInnerRange() const;
   Range FindRange(const Part& part) const;
   const tagXArr2* Read(const Range& range, int* cancel) const;
   template <class Sample>
   void FillFrom(const tagXArr2* samples, const Range& range, const Part& part, const Target& target) const;
+  template <class Sample>
+  void FillInnerFrom(const tagXArr2& samples, const Range& range, const Target& target) const;
   template <class Sample>
   Sample TakeNearest(const tagXArr2& samples, const Range& range, double x, double y) const;
   template <class Sample>

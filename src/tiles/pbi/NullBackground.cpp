@@ -2,6 +2,7 @@
 
 #include "base/Cursor.h"
 #include "XFile.h"
+#include "XResourceFolder.h"
 
 #include <array>
 #include <span>
@@ -33,6 +34,10 @@ std::vector<unsigned char> ReadNullBackground(const XString& path) {
   std::vector<unsigned char> pixels(kBackgroundBytes);
   if (file.ReadAt(kHeader, pixels.data(), kPixels) != kPixels) return {};
   return pixels;
+}
+
+std::vector<unsigned char> LoadNullBackground() {
+  return ReadNullBackground(XfnGetResourceFolder() + "/NullBackground.bmp");
 }
 
 }  // namespace zrk

@@ -14,7 +14,6 @@
 #include "tiles/StoreInfo.h"
 #include "tiles/StoreLevels.h"
 #include "tiles/StoreNotes.h"
-#include "XPath.h"
 #include "XPBIFileInfo.h"
 
 #include <algorithm>
@@ -49,7 +48,7 @@ ZRMBandPBI::ZRMBandPBI(ZRMBandPBI* parent) : ZRMBandChannels(std::make_unique<Im
 ZRMBandPBI::~ZRMBandPBI() = default;
 
 std::vector<unsigned char> ZRMBandPBI::LoadNullBackground() {
-  return zrk::ReadNullBackground(XfnGetModulePathUpper() + "/resource/NullBackground.bmp");
+  return zrk::LoadNullBackground();
 }
 
 ZRMBandPBI::Impl& ZRMBandPBI::GetImpl() const {

@@ -1,3 +1,5 @@
+#include "MemoryBand.h"
+#include "XReadPolicy.h"
 #include "ZRMBand.h"
 
 #include <gtest/gtest.h>
@@ -187,4 +189,59 @@ TEST(ZRMBandCoordinates, ABlockOfABandFollowsFromItsShape) {
   EXPECT_EQ(XfnCalcBlockHeight(&band, 20), 20);
   EXPECT_EQ(XfnCalcBlockHeight(&band, 200), 50);
   EXPECT_EQ(XfnCalcBlockHeight(nullptr, 200), 1);
+}
+
+namespace {
+
+/// 20 by 10 pixels of 2 by 4 units, the corner at (1000, 5000); a sample is its column and 100 times its row.
+class PlacedRamp : public MemoryBand {
+ public:
+  PlacedRamp() {
+    SetRamp<std::uint16_t>(20, 10);
+    SetPixelSize(2.0, 4.0);
+    SetUpperLeft(1000.0, 5000.0);
+  }
+  /// The sample at a place; -1 where the read fails.
+  int SampleAt(double x, double y) {
+    tagXArr2* out = nullptr;
+    if (!ReadPixel(out, x, y)) return -1;
+    EXPECT_EQ(1, out->xSize * out->ySize);
+    return SamplesOf<std::uint16_t>(*out).front();
+  }
+};
+
+}  // namespace
+
+TEST(ZRMBandCoordinates, APlaceHasTheSampleOfThePixelThatItLiesIn) {
+  PlacedRamp band;
+  EXPECT_EQ(0, band.SampleAt(1000.0, 5000.0));
+  EXPECT_EQ(503, band.SampleAt(1006.0, 4980.0));
+  EXPECT_EQ(503, band.SampleAt(1007.9, 4976.1));
+  EXPECT_EQ(919, band.SampleAt(1039.9, 4960.1));
+}
+
+TEST(ZRMBandCoordinates, APlaceUpToAPixelLeftOrAboveHasTheOutermostSample) {
+  PlacedRamp band;
+  EXPECT_EQ(0, band.SampleAt(998.1, 5003.9));
+  EXPECT_EQ(-1, band.SampleAt(998.0, 5000.0));
+  EXPECT_EQ(-1, band.SampleAt(1000.0, 5004.0));
+}
+
+TEST(ZRMBandCoordinates, APlaceOutsideOrNowhereHasNoSample) {
+  PlacedRamp band;
+  const double nowhere = std::numeric_limits<double>::quiet_NaN(), far = std::numeric_limits<double>::infinity();
+  for (const double x : {1040.0, 1e300, nowhere, far, -far}) EXPECT_EQ(-1, band.SampleAt(x, 4990.0)) << x;
+  for (const double y : {4960.0, -1e300, nowhere, far, -far}) EXPECT_EQ(-1, band.SampleAt(1010.0, y)) << y;
+  EXPECT_EQ(0, band.GetNumReads());
+  XString reason;
+  band.SampleAt(nowhere, 4990.0);
+  ASSERT_TRUE(XfnGetLastReadError(reason));
+  EXPECT_EQ("The place is not finite", reason);
+}
+
+TEST(ZRMBandCoordinates, WholeNumbersOfAPixelAreNoPlace) {
+  PlacedRamp band;
+  tagXArr2* out = nullptr;
+  ASSERT_EQ(1, band.ReadPixel(out, 3, 5));
+  EXPECT_EQ(503, SamplesOf<std::uint16_t>(*out).front());
 }

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <type_traits>
 
 namespace {
 
@@ -28,9 +29,13 @@ class FormulaSensor : public MemoryBandOf<ZRMBand>, public XSensorModel {
   /// From now on each sample is the number of its column (0) or line (1). A sample of a map then tells the position
   /// that it was taken from.
   void HoldPositions(int axis) {
-    std::vector<double> samples;
+    Hold<double>([axis](int x, int y) { return axis == 0 ? x : y; });
+  }
+  template <class Sample, class Value>
+  void Hold(const Value& value) {
+    std::vector<Sample> samples;
     for (int y = 0; y < kHeight; ++y) {
-      for (int x = 0; x < kWidth; ++x) samples.push_back(axis == 0 ? x : y);
+      for (int x = 0; x < kWidth; ++x) samples.push_back(static_cast<Sample>(value(x, y)));
     }
     SetSamples(kWidth, kHeight, samples);
   }
@@ -188,6 +193,13 @@ TEST_F(Ortho, IsOffByLessThanATwentiethOfAPixelWhereTheSensorIsShakenHard) {
   ExpectAllNear(30000);
 }
 
+/// A wall of 120 metres stands across the image, between two pixels.
+TEST_F(Ortho, IsOffByLessThanATwentiethOfAPixelOnBothSidesOfAWall) {
+  sensor_.terrain = [](double lon, double) { return lon > 11.00013 ? 140.0 : 20.0; };
+  Show(DegreesAround(sensor_, 300, kPixel));
+  ExpectAllNear(20000);
+}
+
 TEST_F(Ortho, IsAsNearAcrossTheDateLine) {
   sensor_.lon = 180.0;
   sensor_.terrain = [](double lon, double lat) { return RollingHills(lon < 0.0 ? lon + 360.0 : lon, lat); };
@@ -229,6 +241,73 @@ TEST_F(Ortho, TakesTheNearestPixelWhereThatIsAsked) {
     const double column = PositionUnder(i)[0];
     EXPECT_EQ(samples[i], std::floor(samples[i]));
     EXPECT_LT(std::abs(samples[i] - column), 0.55) << i;
+  }
+}
+
+/// By how much the samples of a map lie above what the positions tell, on average; and the largest error.
+struct OrthoErrors {
+  double mean = 0.0;
+  double largest = 0.0;
+};
+
+class OrthoSamples : public Ortho {
+ protected:
+  /// Of an image whose samples are 2.3 times their column, less 250 for types with a sign.
+  template <class Sample>
+  OrthoErrors FindErrors() {
+    const double offset = std::is_signed_v<Sample> ? -250.0 : 0.0, slope = sizeof(Sample) == 1 ? 0.8 : 2.3;
+    sensor_.SetNullValue(kNotSet);
+    sensor_.Hold<Sample>([=](int x, int) { return std::round(slope * x) + offset; });
+    Show(DegreesAround(sensor_, 200, kPixel));
+    tagXArr2* out = nullptr;
+    EXPECT_EQ(1, band_.ReadSubset(out, 0, 0, 199, 0, 199, nullptr));
+    width_ = 200;
+    const std::vector<Sample> samples = SamplesOf<Sample>(*out);
+    OrthoErrors errors;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      const double x = PositionUnder(i)[0], left = std::floor(x);
+      const double first = std::round(slope * left) + offset, second = std::round(slope * (left + 1.0)) + offset;
+      const double error = static_cast<double>(samples[i]) - (first + (second - first) * (x - left));
+      errors.mean += error / static_cast<double>(samples.size());
+      errors.largest = std::max(errors.largest, std::abs(error));
+    }
+    return errors;
+  }
+  /// Half a step of rounding, and a twentieth of a pixel.
+  template <class Sample>
+  void ExpectRounded() {
+    const OrthoErrors errors = FindErrors<Sample>();
+    EXPECT_LT(errors.largest, 0.5 + 0.05 * 3.0);
+    EXPECT_NEAR(0.0, errors.mean, 0.02);
+  }
+};
+
+TEST_F(OrthoSamples, AreRoundedToTheNearestWholeNumber) {
+  ExpectRounded<std::uint8_t>();
+  ExpectRounded<std::uint16_t>();
+  ExpectRounded<std::int16_t>();
+  ExpectRounded<std::uint32_t>();
+  ExpectRounded<std::int32_t>();
+}
+
+TEST_F(OrthoSamples, OfRealNumbersAreNotRounded) {
+  EXPECT_LT(FindErrors<float>().largest, 0.05 * 3.0);
+}
+
+/// Every eighth column means nothing. What lies beside it is taken as it is, and never mixed with it.
+TEST_F(OrthoSamples, AreNotMixedWithThoseThatMeanNothing) {
+  sensor_.SetNullValue(7.0);
+  sensor_.Hold<std::uint8_t>([](int x, int) { return x % 8 == 0 ? 7 : 200; });
+  Show(DegreesAround(sensor_, 200, kPixel));
+  tagXArr2* out = nullptr;
+  ASSERT_EQ(1, band_.ReadSubset(out, 0, 0, 199, 0, 199, nullptr));
+  width_ = 200;
+  const std::vector<std::uint8_t> samples = SamplesOf<std::uint8_t>(*out);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double x = PositionUnder(i)[0], beside = std::abs(std::remainder(x, 8.0));
+    if (std::abs(beside - 0.5) > 0.05) {
+      EXPECT_EQ(beside < 0.5 ? 7 : 200, samples[i]) << x;
+    }
   }
 }
 

@@ -143,6 +143,19 @@ TEST(HawkCompatibleGround, IsThatOfThePixelThatThePlaceLiesIn) {
   EXPECT_EQ(300.0, height);
 }
 
+TEST(HawkCompatibleGround, IsThatOfTheSampleWhichIsReadAtThePlace) {
+  HawkScene scene{HawkBuilder()};
+  ZRMBand& dem = *scene.Ground(Profile(&Hill)).Band().GetDemFile()->GetBandAt(0);
+  for (double lon = -0.1005; lon < 0.31; lon += 0.00137) {
+    tagXArr2* sample = nullptr;
+    const bool isRead = dem.ReadPixel(sample, lon, 0.0012) != 0;
+    const double right = isRead ? *reinterpret_cast<const std::int16_t*>(sample->data) : 0.0;
+    double height = NAN;
+    ASSERT_TRUE(scene.Band().GetGroundHeight(lon, 0.0012, height));
+    EXPECT_EQ(right, height) << lon;
+  }
+}
+
 TEST(HawkExactGround, IsInterpolatedBetweenTheMiddlesOfPixels) {
   HawkScene scene{LooksEast(0.0, 9000.0), kReadExact};
   scene.Ground(Profile(&Slope, 520));
@@ -153,11 +166,22 @@ TEST(HawkExactGround, IsInterpolatedBetweenTheMiddlesOfPixels) {
   EXPECT_NEAR(250.0, height, 1e-6);
 }
 
+/// Heights jump from post to post, so that no pass finds the height that it was raised to.
 TEST(HawkCompatibleGround, EndsAfterFourPasses) {
-  // Heights that jump from pass to pass: each pass sees the other one.
-  const auto jump = [](int column) { return column % 2 ? 0 : 3000; };
+  const auto jump = [](int column) { return 500 + 400 * (column % 5); };
+  double raised = 0.0;
+  Hit hit{};
+  for (int pass = 0; pass < 4; ++pass) {
+    hit = WalkDown(0.9, 9000.0, [raised](long double) { return static_cast<long double>(raised); });
+    const int terrain = jump(static_cast<int>((hit.lon + 0.1) / 0.0002));
+    ASSERT_GE(std::abs(raised - terrain), 1.0) << pass;
+    if (pass < 3) raised = terrain;
+  }
   HawkScene scene{LooksEast(0.9, 9000.0)};
-  EXPECT_TRUE(scene.Ground(Profile(jump)).GroundOf(15, kAxisOfLines).isFound);
+  const HawkScene::Place place = scene.Ground(Profile(jump)).GroundOf(15, kAxisOfLines);
+  ASSERT_TRUE(place.isFound);
+  EXPECT_NEAR(hit.lon, place.lon, kNear);
+  EXPECT_NEAR(raised, place.height, 1e-4);
 }
 
 TEST(HawkCompatibleGround, TakesAHeightThatStandsForNoneAsItIs) {
@@ -241,6 +265,67 @@ TEST(HawkGround, SeesAcrossTheDateLine) {
   const HawkScene::Place place = scene.Ground(local).GroundOf(15, kAxisOfLines);
   const Hit right = WalkDown(0.9, 9000.0, [](long double) { return 500.0L; });
   EXPECT_NEAR(right.lon + 179.999 - 360.0, place.lon, kNear);
+}
+
+/// Rolling ground of a degree each way, with holes, and another number at each post.
+HeightGrid HoledGround(double west) {
+  return {west, 0.5, 0.005, 200, 200, [](int column, int row) {
+            const bool isHole = column / 7 % 5 == 0 && row / 9 % 4 == 0;
+            return static_cast<std::int16_t>(isHole ? -32768 : 31 * column - 17 * row + column * row % 13);
+          }};
+}
+
+/// Asks for many heights at once, in rows as a map has them and in leaps, and holds each against one that is asked
+/// alone.
+void ExpectHeightsAsAlone(const ZRMBandHawk& band, double west) {
+  std::vector<double> lons, lats;
+  for (int i = 0; i < 6000; ++i) {
+    const bool isLeap = i % 50 == 49;
+    lons.push_back(west - 0.02 + (isLeap ? i * 0.37 - std::floor(i * 0.37) : i % 300 * 0.0035));
+    lats.push_back(0.52 - (isLeap ? i * 0.61 - std::floor(i * 0.61) : i / 300 * 0.053));
+  }
+  lons[77] = NAN;
+  std::vector<double> heights(lons.size());
+  const int numFound = band.FindHeights(lons.data(), lats.data(), static_cast<int>(lons.size()), heights.data());
+  int numRight = 0;
+  for (std::size_t i = 0; i < lons.size(); ++i) {
+    double height = NAN;
+    const bool isKnown = band.GetGroundHeight(lons[i], lats[i], height) != 0;
+    numRight += isKnown;
+    EXPECT_EQ(isKnown, !std::isnan(heights[i])) << i;
+    if (isKnown) {
+      EXPECT_NEAR(height, heights[i], 1e-8) << i;
+    }
+  }
+  EXPECT_EQ(numRight, numFound);
+  EXPECT_GT(numRight, 3000);
+  EXPECT_LT(numRight, 5900);
+}
+
+TEST(HawkExactGround, IsTheSameForManyPlacesAtOnce) {
+  HawkScene scene{HawkBuilder(), kReadExact};
+  ExpectHeightsAsAlone(scene.Ground(HoledGround(-0.5)).Band(), -0.5);
+  const HeightGrid geoid{
+      -1.0, 1.0, 0.25, 8, 8, [](int column, int row) {
+                           return static_cast<std::int16_t>(700 * column - 300 * row); }};
+  ExpectHeightsAsAlone(scene.Geoid(geoid).Band(), -0.5);
+}
+
+/// The model reaches from 179.5 to 180.5 degrees east, or is counted a turn further on.
+TEST(HawkExactGround, IsTheSameForManyPlacesAcrossTheDateLine) {
+  HawkScene scene{HawkBuilder(), kReadExact};
+  ExpectHeightsAsAlone(scene.Ground(HoledGround(179.5)).Band(), 179.5);
+  ExpectHeightsAsAlone(scene.Ground(HoledGround(-180.5)).Band(), 179.5);
+}
+
+TEST(HawkExactGround, IsZeroForManyPlacesWithoutATerrainModel) {
+  HawkScene scene{HawkBuilder(), kReadExact};
+  const double lons[] = {0.0, 11.0, NAN}, lats[] = {0.0, 47.0, 0.0};
+  double heights[] = {5.0, 5.0, 5.0};
+  EXPECT_EQ(2, scene.Band().FindHeights(lons, lats, 3, heights));
+  EXPECT_EQ(0.0, heights[0]);
+  EXPECT_EQ(0.0, heights[1]);
+  EXPECT_TRUE(std::isnan(heights[2]));
 }
 
 XRSFile* MakeRealGround(double height) {

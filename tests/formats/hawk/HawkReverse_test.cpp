@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <ostream>
 #include <random>
@@ -111,6 +112,60 @@ INSTANTIATE_TEST_SUITE_P(
                     ReverseCase{"AircraftNearThePole", kAircraft, 30.0, 89.95, "UpperRight", "VIS", nullptr}),
     [](const auto& one) { return std::string(one.param.name); });
 
+std::int16_t SteepHills(int column, int row) {
+  return static_cast<std::int16_t>(std::lround(900.0 + 300.0 * std::sin(column / 6.0) * std::cos(row / 6.0)));
+}
+
+/// What becomes of pixels that are followed to the ground and back.
+struct RoundTrips {
+  int numPixels = 0;
+  int numOthers = 0;       ///< that came back to another pixel
+  double farthest = 0.0;   ///< of the places of such a pair, in degrees
+  double leastTold = 0.0;  ///< how far a pixel came back beside itself where the height was told, in pixels
+};
+
+/// Posts lie 50 metres apart. Slopes are up to 45 degrees steep.
+RoundTrips FollowOverSteepHills(XReadPolicy policy) {
+  HawkScene scene{Fly(kAircraft, 127.0, 37.0), policy};
+  scene.Ground({126.9, 37.1, 0.0005, 800, 400, &SteepHills});
+  RoundTrips trips;
+  std::mt19937 random(5);
+  std::uniform_real_distribution<double> columns(0.0, 299.0), lines(0.0, 399.0);
+  for (int i = 0; i < 500; ++i) {
+    const double column = columns(random), line = lines(random);
+    const HawkScene::Place place = scene.GroundOf(column, line);
+    double x = 0.0, y = 0.0;
+    if (!place.isFound || !scene.Band().FindPixelOfGround(place.lon, place.lat, x, y)) continue;
+    ++trips.numPixels;
+    if (std::hypot(x - column, y - line) > kNearPixel) {
+      ++trips.numOthers;
+      const HawkScene::Place again = scene.GroundOf(x, y);
+      trips.farthest = std::max(trips.farthest, std::hypot(again.lon - place.lon, again.lat - place.lat));
+    }
+    EXPECT_TRUE(scene.Band().FindPixelOfPoint(place.lon, place.lat, place.height, x, y));
+    trips.leastTold = std::max(trips.leastTold, std::hypot(x - column, y - line));
+  }
+  return trips;
+}
+
+/// A compatible height is that of the last of four cuts, and so one longitude and latitude may be seen at several
+/// heights, each by a pixel of its own.
+TEST(HawkCompatibleReverse, FindsAnyPixelOfAPlaceThatSeveralSee) {
+  const RoundTrips trips = FollowOverSteepHills(kReadCompatible);
+  std::printf("%d of %d pixels came back to another one, at most %.1e degrees off\n", trips.numOthers, trips.numPixels,
+              trips.farthest);
+  EXPECT_GT(trips.numOthers, 0);
+  EXPECT_LT(trips.farthest, 1e-7);
+  EXPECT_LT(trips.leastTold, kNearPixel);
+}
+
+TEST(HawkExactReverse, FindsTheOnePixelOfAPlace) {
+  const RoundTrips trips = FollowOverSteepHills(kReadExact);
+  EXPECT_GT(trips.numPixels, 450);
+  EXPECT_EQ(0, trips.numOthers);
+  EXPECT_LT(trips.leastTold, kNearPixel);
+}
+
 TEST(HawkReversePlaces, OutsideTheImageAreNone) {
   HawkScene scene{HawkBuilder()};
   double x = 5.0, y = 6.0;
@@ -190,6 +245,36 @@ TEST(HawkArrays, LeadBackToTheirPixels) {
     if (before.x[i] > 299.0) continue;
     EXPECT_NEAR(before.x[i], arrays.x[i], kNearPixel);
     EXPECT_NEAR(before.y[i], arrays.y[i], kNearPixel);
+  }
+}
+
+/// Places in leaps across the image, and some outside, each of which is also asked alone.
+TEST(HawkArrays, FindThePixelsOfPointsThatAreFoundAlone) {
+  for (const Platform& platform : {kAircraft, kSatellite}) {
+    HawkScene scene{Fly(platform, 127.0, 37.0), kReadExact};
+    scene.Ground(GroundAround(127.0, 37.0, &GentleHills));
+    Arrays arrays(4000);
+    for (std::size_t i = 0; i < arrays.x.size(); ++i) {
+      const double column = static_cast<double>(i * 37 % 330) - 10.0, line = static_cast<double>(i * 101 % 440) - 20.0;
+      arrays.x[i] = std::clamp(column, 0.0, 299.0), arrays.y[i] = std::clamp(line, 0.0, 399.0);
+    }
+    scene.Band().FindGroundOfPixels(arrays.Count(), arrays.x.data(), arrays.y.data(), arrays.heights.data());
+    for (std::size_t i = 0; i < arrays.x.size(); i += 9) arrays.x[i] += 0.001 * static_cast<double>(i % 30);
+    std::vector<double> columns(arrays.x.size()), lines(arrays.x.size());
+    int numRight = 0;
+    const int numFound = scene.Band().FindPixels(arrays.x.data(), arrays.y.data(), arrays.heights.data(),
+                                                 static_cast<int>(arrays.Count()), columns.data(), lines.data());
+    for (std::size_t i = 0; i < arrays.x.size(); ++i) {
+      double x = NAN, y = NAN;
+      numRight += scene.Band().FindPixelOfPoint(arrays.x[i], arrays.y[i], arrays.heights[i], x, y);
+      ASSERT_EQ(std::isnan(x), std::isnan(columns[i])) << i;
+      if (std::isnan(x)) continue;
+      EXPECT_NEAR(x, columns[i], 1e-4) << i;
+      EXPECT_NEAR(y, lines[i], 1e-4) << i;
+    }
+    EXPECT_EQ(numRight, numFound);
+    EXPECT_GT(numRight, 3000);
+    EXPECT_LT(numRight, 4000);
   }
 }
 

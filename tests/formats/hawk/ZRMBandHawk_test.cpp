@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -60,14 +61,16 @@ class HawkSet : public testing::Test {
 class Messages {
  public:
   Messages() {
-    before_ = XfnSetMessageBoxHandler([this](const XString& text, const XString&, unsigned) {
+    before_ = XfnSetMessageBoxHandler([this](const XString& text, const XString&, unsigned style) {
       texts.push_back(text);
+      styles.insert(style);
       return kAnswerNo;
     });
   }
   ~Messages() { XfnSetMessageBoxHandler(before_); }
 
   std::vector<std::string> texts;
+  std::set<unsigned> styles;
 
  private:
   XMessageBoxHandler before_;
@@ -310,6 +313,7 @@ TEST_F(HawkSet, ShowsThatADocumentIsEmpty) {
   EXPECT_FALSE(band_.LoadHawkXML(folder_.Path("x.XML")));
   EXPECT_FALSE(band_.LoadHawkXML(folder_.Path("none.XML")));
   EXPECT_EQ((std::vector<std::string>{"Empty document!", "Empty document!"}), messages.texts);
+  EXPECT_EQ((std::set<unsigned>{kMessageOk | kMessageIconWarning}), messages.styles);
 }
 
 TEST_F(HawkSet, EmptiesItsLevelsWhenItReadsAgain) {

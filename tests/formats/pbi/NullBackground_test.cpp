@@ -4,6 +4,7 @@
 
 #include "TempFolder.h"
 #include "XPath.h"
+#include "XResourceFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -47,6 +48,17 @@ TEST(NullBackground, IsNothingOfAnotherKindSizeOrLength) {
   bytes.resize(bytes.size() - 2);
   EXPECT_EQ(0u, CountBytes(bytes));
   EXPECT_TRUE(zrk::ReadNullBackground("/none/NullBackground.bmp").empty());
+}
+
+TEST(NullBackground, LiesInTheResourceFolder) {
+  const TempFolder folder, other;
+  const std::vector<unsigned char> bytes = Background();
+  folder.Write("NullBackground.bmp", bytes);
+  XfnSetResourceFolder(folder.Path());
+  EXPECT_EQ(std::vector<unsigned char>(bytes.begin() + 54, bytes.end()), zrk::LoadNullBackground());
+  XfnSetResourceFolder(other.Path());
+  EXPECT_TRUE(zrk::LoadNullBackground().empty());
+  XfnSetResourceFolder("");
 }
 
 TEST(ModulePath, IsTheFolderOfTheProgramThatHasTheLibraryInItself) {
