@@ -93,8 +93,8 @@ std::vector<unsigned char> AllOf16(unsigned char value) {
   return std::vector<unsigned char>(16, value);
 }
 
-/// SlopesAt that rises to the east as far as it goes there faces the light: (1/2 + 0.70711) / root of 2 = 0.85355,
-/// which is 217.8. Away from it: 0.14645, which is 38.2.
+/// Ground that rises to the east as far as it goes there faces the light: (1/2 + 0.70711) / root of 2 = 0.85355, which
+/// is 217.8. Away from it: 0.14645, which is 38.2.
 TEST_F(ZrkioStoredNormals, ShadeLikeSlopesOfTheGroundWhereverTheTileLies) {
   EXPECT_EQ(AllOf16(181), View(NormalStore(EvenSlopes(0, 0)).Level(0, 5, 10, 5, 10)).samples);
   for (const auto& [row, col] : {std::pair{9, 0}, {0, 19}, {2, 3}}) {

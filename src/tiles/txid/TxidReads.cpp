@@ -48,11 +48,14 @@ bool Holds(const ReadRequest& window, int x, int y) {
   return window.x0 <= x && x <= window.x1 && window.y0 <= y && y <= window.y1;
 }
 
-/// One pixel of each plane. False where the planes have no such pixel, as at the rims of a window that a level cuts.
-bool TakePixel(const TxidPlanes& from, std::int64_t x, std::int64_t y, TxidPlanes& to) {
-  if (!HasData(from) || x >= from[0].xSize || y >= from[0].ySize) return false;
-  if (!AllocPlanes(to, 1, 1)) return false;
-  for (std::size_t k = 0; k < to.size(); ++k) to[k].data[0] = from[k].Row(static_cast<int>(y))[x];
+/// The asked channel of a pixel, since no other can be seen of it. False where the planes have no such pixel, as at the
+/// rims of a window that a level cuts.
+bool TakePixel(const TxidPlanes& from, std::int64_t x, std::int64_t y, int channel, TxidPlanes& to) {
+  const auto k = static_cast<std::size_t>(channel);
+  const tagXArr2& plane = from[k];
+  if (!plane.data || x >= plane.xSize || y >= plane.ySize) return false;
+  if ((!to[k].data || to[k].xSize != 1 || to[k].ySize != 1) && !AllocPlanes(to, 1, 1)) return false;
+  *to[k].data = plane.Row(static_cast<int>(y))[x];
   return true;
 }
 
@@ -171,8 +174,8 @@ tagXArr2* TxidReads::ReadExactly(const TxidStore& store, const TxidRequest& requ
 tagXArr2* TxidReads::ReadPixelExactly(const TxidStore& store, const TxidRequest& request, Memory& memory) {
   const ReadRequest& held = memory.held;
   const int x = request.subset.x0, y = request.subset.y0;
-  const bool isThere =
-      held.level == 0 && Holds(held, x, y) && TakePixel(memory.subset, x - held.x0, y - held.y0, memory.pixel);
+  const bool isThere = held.level == 0 && Holds(held, x, y) &&
+                       TakePixel(memory.subset, x - held.x0, y - held.y0, request.channel, memory.pixel);
   if (!isThere && !ReadInto(store, request, memory, memory.pixel)) return nullptr;
   return ChannelOf(memory.pixel, request.channel);
 }
@@ -196,7 +199,7 @@ tagXArr2* TxidReads::ProbePixel(const TxidRequest& request, Memory& memory) {
   const int x = request.subset.x0, y = request.subset.y0;
   const bool isThere = 0 <= last.level && last.level <= kLastUsableLevel && Holds(last, x, y) &&
                        TakePixel(memory.subset, (std::int64_t{x} - last.x0) >> last.level,
-                                 (std::int64_t{y} - last.y0) >> last.level, memory.pixel);
+                                 (std::int64_t{y} - last.y0) >> last.level, request.channel, memory.pixel);
   if (isThere) return ChannelOf(memory.pixel, request.channel);
   NoteReadError("The pixel does not lie in the last window of this thread");
   return nullptr;

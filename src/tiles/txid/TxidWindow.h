@@ -47,7 +47,8 @@ class TxidWindow {
  private:
   void Plan(const ReadRequest& request);
   bool ReadRows(const int* cancel);
-  bool ReadOverZeros(const int* cancel);
+  bool ReadOverZeros(const ReadRequest& request, const int* cancel);
+  void TrimPlan();
   void Clear();
   bool IsCovered() const;
   bool ReadTiles(const TileVisit& row);
@@ -55,9 +56,10 @@ class TxidWindow {
   const char* FindBlocks(std::uint64_t offset, const TileVisit& row, const TileVisit& column,
                          const unsigned char*& blocks);
   void Unpack(const unsigned char* blocks, const TileVisit& row, const TileVisit& column);
+  const unsigned char* BlocksOf(const unsigned char* blocks, const TileVisit& row, int y) const;
   void UnpackBlockRow(const unsigned char* blocks, const TileVisit& row, int first, int end, const TileVisit& column);
-  bool UnpackInPlace(const unsigned char* blocks, const TileVisit& row, int first, const TileVisit& column);
-  BlockRows ResultRows(const TileVisit& row, int first, int column);
+  int CountRowsInPlace(const TileVisit& row, int first, const TileVisit& column) const;
+  void UnpackInPlace(const unsigned char* blocks, int y, int numRows, const TileVisit& column);
   void UnpackPixels(const unsigned char* blocks, const TileVisit& row, const TileVisit& column);
   void Fill(unsigned char value, const TileVisit& row, const TileVisit& column);
   int CountBlocksInRow() const { return (store_.info.tileSize + kBlockSide - 1) / kBlockSide; }
