@@ -18,22 +18,6 @@ namespace {
 
 constexpr int kLastUsableLevel = 3;  // overviews above it may be flat
 
-bool HasData(const TxidPlanes& planes) {
-  return std::ranges::all_of(planes, [](const tagXArr2& plane) { return plane.data != nullptr; });
-}
-
-void FreePlanes(TxidPlanes& planes) {
-  for (tagXArr2& plane : planes) plane.Free();
-}
-
-bool AllocPlanes(TxidPlanes& planes, int width, int height) {
-  for (tagXArr2& plane : planes) {
-    if (!plane.Alloc(width, height, 1)) return FailRead(kReadNoMemory) != 0;
-    plane.isLent = true;
-  }
-  return true;
-}
-
 tagXArr2* ChannelOf(TxidPlanes& planes, int channel) {
   if (channel < 0 || channel >= kNumPlanes) return nullptr;
   tagXArr2& plane = planes[static_cast<std::size_t>(channel)];
@@ -54,7 +38,7 @@ bool TakePixel(const TxidPlanes& from, std::int64_t x, std::int64_t y, int chann
   const auto k = static_cast<std::size_t>(channel);
   const tagXArr2& plane = from[k];
   if (!plane.data || x >= plane.xSize || y >= plane.ySize) return false;
-  if ((!to[k].data || to[k].xSize != 1 || to[k].ySize != 1) && !AllocPlanes(to, 1, 1)) return false;
+  if (!to.Alloc(1, 1)) return false;
   *to[k].data = plane.Row(static_cast<int>(y))[x];
   return true;
 }
@@ -69,8 +53,8 @@ void TakeNearest(const tagXArr2& source, tagXArr2& result) {
 }
 
 void CopyPlanes(const TxidPlanes& from, TxidPlanes& to) {
-  if (!AllocPlanes(to, from[0].xSize, from[0].ySize)) return FreePlanes(to);
-  for (std::size_t k = 0; k < to.size(); ++k) {
+  if (!to.Alloc(from[0].xSize, from[0].ySize)) return;
+  for (std::size_t k = 0; k < kNumPlanes; ++k) {
     std::memcpy(to[k].data, from[k].data,
                 static_cast<std::size_t>(to[k].xSize) * static_cast<std::size_t>(to[k].ySize));
   }
@@ -85,8 +69,8 @@ TxidReads::Memory& TxidReads::Current() {
     memory.last = {};
     memory.held = {};
     memory.heldOverview = -1;
-    FreePlanes(memory.subset);
-    FreePlanes(memory.minimap);
+    memory.subset.Free();
+    memory.minimap.Free();
     memory.image = image_;
   }
   return memory;
@@ -139,12 +123,12 @@ bool TxidReads::ReadInto(const TxidStore& store, const TxidRequest& request, Mem
   TxidWindow window(store, memory.scratch, planes);
   bool isRead = false;
   try {
-    isRead = AllocPlanes(planes, request.width, request.height) && window.Read(request.subset, request.cancel);
+    isRead = planes.Alloc(request.width, request.height) && window.Read(request.subset, request.cancel);
   } catch (const std::bad_alloc&) {
     NoteReadError(kReadNoMemory);
   }
   isBlank_ = memory.isBlank = window.IsBlank();
-  if (!isRead) FreePlanes(planes);
+  if (!isRead) planes.Free();
   return isRead;
 }
 
@@ -155,7 +139,7 @@ tagXArr2* TxidReads::ReadExactly(const TxidStore& store, const TxidRequest& requ
   TxidPlanes& planes = isOverview ? memory.minimap : memory.subset;
   bool& isBlank = isOverview ? memory.isMinimapBlank : memory.isSubsetBlank;
   const bool isHeld = isOverview ? memory.heldOverview == asked.level : memory.held == asked;
-  if (isHeld && HasData(planes)) {
+  if (isHeld && planes.HasData()) {
     memory.isBlank = isBlank;
     return ChannelOf(planes, request.channel);
   }
@@ -184,12 +168,12 @@ tagXArr2* TxidReads::ReadCompatibly(const TxidStore& store, const TxidRequest& r
   if (request.IsPixel()) return ProbePixel(request, memory);
   isBlank_ = true;
   if (request.IsOverview()) {
-    const bool isHeld = request.subset.level == memory.last.minimapLevel && HasData(memory.minimap);
+    const bool isHeld = request.subset.level == memory.last.minimapLevel && memory.minimap.HasData();
     if (isHeld) return ChannelOf(memory.minimap, request.channel);
     TxidPlanes* const source = FindSource(request, memory);
     if (source) return MakeOverview(request, memory, *source);
   }
-  if (request.subset == memory.last.subset && HasData(memory.subset)) return ChannelOf(memory.subset, request.channel);
+  if (request.subset == memory.last.subset && memory.subset.HasData()) return ChannelOf(memory.subset, request.channel);
   return ReadStore(store, request, memory);
 }
 
@@ -207,24 +191,21 @@ tagXArr2* TxidReads::ProbePixel(const TxidRequest& request, Memory& memory) {
 
 /// What an overview can be made of; null where it has to be read.
 TxidPlanes* TxidReads::FindSource(const TxidRequest& request, Memory& memory) {
-  if (HasWindow(memory.last.subset, request.subset) && HasData(memory.subset)) return &memory.subset;
+  if (HasWindow(memory.last.subset, request.subset) && memory.subset.HasData()) return &memory.subset;
   const int level = memory.last.minimapLevel;
   if (level == -1 || (level > kLastUsableLevel && request.subset.level <= kLastUsableLevel)) return nullptr;
-  return HasData(memory.minimap) ? &memory.minimap : nullptr;
+  return memory.minimap.HasData() ? &memory.minimap : nullptr;
 }
 
 /// The level is remembered with the overview, so that one asked again has its right size.
 tagXArr2* TxidReads::MakeOverview(const TxidRequest& request, Memory& memory, TxidPlanes& source) {
   TxidPlanes moved;
   const bool isInPlace = &source == &memory.minimap;
-  if (isInPlace) moved.swap(memory.minimap);
+  if (isInPlace) std::swap(moved, memory.minimap);
   memory.last.minimapLevel = -1;
-  if (!AllocPlanes(memory.minimap, request.width, request.height)) {
-    FreePlanes(memory.minimap);
-    return nullptr;
-  }
+  if (!memory.minimap.Alloc(request.width, request.height)) return nullptr;
   const TxidPlanes& from = isInPlace ? moved : source;
-  for (std::size_t k = 0; k < from.size(); ++k) TakeNearest(from[k], memory.minimap[k]);
+  for (std::size_t k = 0; k < kNumPlanes; ++k) TakeNearest(from[k], memory.minimap[k]);
   memory.last.minimapLevel = request.subset.level;
   return ChannelOf(memory.minimap, request.channel);
 }

@@ -2,12 +2,10 @@
 
 #include "core/model/ChannelReads.h"
 #include "tagTxiInfo.h"
-#include "tagXArr2.h"
-#include "tiles/txid/BlockPlanes.h"
 #include "tiles/txid/TileAxis.h"
 #include "tiles/txid/TxdFiles.h"
+#include "tiles/txid/TxidPlanes.h"
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -19,9 +17,6 @@ struct TxidStore {
   TxdFiles files;
   bool isExact = false;
 };
-
-/// Red, green, blue and alpha of a window.
-using TxidPlanes = std::array<tagXArr2, kNumPlanes>;
 
 /// Memory that reads of a thread use again.
 struct TxidScratch {
