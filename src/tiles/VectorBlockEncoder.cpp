@@ -163,11 +163,11 @@ class Opacity {
   PerPixel opaque_;
 };
 
-/// The whole part of numbers from 0 to 65,535, in the low 16 bits. The bits above have no meaning. This takes fewer
-/// steps than a conversion, which has to answer for numbers of any size.
-HWY_INLINE VW LowBitsOf(VF numbers) {
+/// Whole numbers from 0 to 65,535, in the low 16 bits. The bits above have no meaning. This takes fewer steps than a
+/// conversion, which has to answer for numbers of any size.
+HWY_INLINE VW BitsOfWhole(VF numbers) {
   constexpr float kUlpIsOne = 8388608.0f;
-  return hn::BitCast(Words(), hn::Add(hn::Trunc(numbers), hn::Set(Floats(), kUlpIsOne)));
+  return hn::BitCast(Words(), hn::Add(numbers, hn::Set(Floats(), kUlpIsOne)));
 }
 
 /// A component of a colour, cut to a whole number from 0 to `most`.
@@ -182,7 +182,7 @@ HWY_INLINE VW WordOf(const Vector& colour) {
   const auto red = hn::Mul(Quantise(colour.red, 4.0f, 0.125f, 31.0f), hn::Set(f, 2048.0f));
   const auto green = hn::Mul(Quantise(colour.green, 2.0f, 0.25f, 63.0f), hn::Set(f, 32.0f));
   const auto word = hn::Add(hn::Add(red, green), Quantise(colour.blue, 4.0f, 0.125f, 31.0f));
-  return hn::And(LowBitsOf(word), hn::Set(Words(), 0xFFFFu));
+  return hn::And(BitsOfWhole(word), hn::Set(Words(), 0xFFFFu));
 }
 
 /// The length of half of the vectors, in doubles until it is known.
@@ -364,20 +364,21 @@ class Batch {
   }
 
   /// The steps of all pixels on the line, 0 to 3, or 0 to 2 where a block has a transparent pixel. They lie as codes
-  /// do.
+  /// do. Those of eight pixels are put together as one number, which a float holds exactly.
   HWY_INLINE VW StepsFrom(VF smallest, VF range) const {
     const Floats f;
     const auto isThree = hn::Lt(count_, hn::Set(f, float{kNumPixels}));
     const auto numSteps = hn::IfThenElse(isThree, hn::Set(f, 2.0f), hn::Set(f, 3.0f));
-    const auto half = hn::Set(f, 0.5f);
-    const auto stepBits = hn::Set(Words(), 3u);
-    auto steps = hn::Zero(Words());
-    for (int pixel = 0; pixel < kNumPixels; ++pixel) {
+    const auto step = [&](int pixel) HWY_ATTR {
       const auto part = opacity_.Keep(pixel, hn::Div(hn::Sub(places_.Get(pixel), smallest), range));
-      const auto step = hn::And(LowBitsOf(hn::Add(hn::Mul(part, numSteps), half)), stepBits);
-      steps = hn::Or(hn::ShiftLeft<2>(steps), step);
-    }
-    return steps;
+      return hn::Trunc(hn::Add(hn::Mul(part, numSteps), hn::Set(f, 0.5f)));
+    };
+    const auto join = [&](VF upper, float scale, VF lower)
+                          HWY_ATTR { return hn::Add(hn::Mul(upper, hn::Set(f, scale)), lower); };
+    const auto two = [&](int pixel) HWY_ATTR { return join(step(pixel), 4.0f, step(pixel + 1)); };
+    const auto four = [&](int pixel) HWY_ATTR { return join(two(pixel), 16.0f, two(pixel + 2)); };
+    const auto eight = [&](int pixel) HWY_ATTR { return BitsOfWhole(join(four(pixel), 256.0f, four(pixel + 4))); };
+    return hn::Or(hn::ShiftLeft<16>(eight(0)), hn::And(eight(8), hn::Set(Words(), 0xFFFFu)));
   }
 
   HWY_INLINE void Store(VW low, VW high, hn::Mask<Words> isFlat, VW steps, std::uint32_t* words) const {
