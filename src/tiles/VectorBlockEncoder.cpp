@@ -104,6 +104,29 @@ HWY_INLINE void VisitPixels(const Rows& rows, const Visit& visit) {
   VisitRow(rows.row3, 12, visit);
 }
 
+/// In a float that is not much above it, byte 1 counts whole units.
+constexpr float kLift = 32768.0f;
+
+/// Calls `visit(pixel, samples)` for the pixels of a row, `samples` being floats above `kLift` by the sample. This
+/// takes no conversion: the byte of a sample goes to its place.
+template <class Visit>
+HWY_INLINE void VisitLiftedRow(VW row, int firstPixel, const Visit& visit) {
+  const hn::Repartition<std::uint8_t, Words> bytes;
+  const auto lift = hn::BitCast(Words(), hn::Set(Floats(), kLift));
+  const auto lifted = [&](std::uint32_t byteOfFirst) HWY_ATTR {
+    // Byte 1 of each lane becomes a byte of the row's lane, and the others 0.
+    const auto inVector = hn::And(hn::Iota(Words(), 0), hn::Set(Words(), 3u));
+    const auto from = hn::ShiftLeft<10>(inVector);
+    const auto places = hn::Or(from, hn::Set(Words(), 0x80800080u | byteOfFirst << 8));
+    const auto sample = hn::TableLookupBytesOr0(hn::BitCast(bytes, row), hn::BitCast(bytes, places));
+    return hn::BitCast(Floats(), hn::Or(hn::BitCast(Words(), sample), lift));
+  };
+  visit(firstPixel + 3, lifted(0));
+  visit(firstPixel + 2, lifted(1));
+  visit(firstPixel + 1, lifted(2));
+  visit(firstPixel, lifted(3));
+}
+
 HWY_INLINE VF ToFloats(VW numbers) {
   return hn::ConvertTo(Floats(), hn::BitCast(Ints(), numbers));
 }
@@ -272,9 +295,23 @@ class Batch {
   HWY_INLINE VF TakePlane(const BlockStrip::Plane& plane, std::size_t first, PerPixel& differences) {
     const Rows rows(plane, first);
     const auto mean = hn::Div(SumOfOpaque(rows), hn::Max(count_, hn::Set(Floats(), 1.0f)));
+    if constexpr (!kHasAlpha) {
+      TakeDifferences(rows, mean, differences);
+      return mean;
+    }
     VisitPixels(rows, [&](int pixel, VW samples)
                           HWY_ATTR { differences.Set(pixel, opacity_.Keep(pixel, hn::Sub(ToFloats(samples), mean))); });
     return mean;
+  }
+
+  /// The mean of sixteen samples is a number of sixteenths, and so both it and its differences are exact when lifted.
+  HWY_INLINE void TakeDifferences(const Rows& rows, VF mean, PerPixel& differences) {
+    const auto lifted = hn::Add(mean, hn::Set(Floats(), kLift));
+    const auto take = [&](int pixel, VF samples) HWY_ATTR { differences.Set(pixel, hn::Sub(samples, lifted)); };
+    VisitLiftedRow(rows.row0, 0, take);
+    VisitLiftedRow(rows.row1, 4, take);
+    VisitLiftedRow(rows.row2, 8, take);
+    VisitLiftedRow(rows.row3, 12, take);
   }
 
   HWY_INLINE VF SumOfOpaque(const Rows& rows) const {
@@ -373,8 +410,9 @@ class Batch {
       const auto part = opacity_.Keep(pixel, hn::Div(hn::Sub(places_.Get(pixel), smallest), range));
       return hn::Trunc(hn::Add(hn::Mul(part, numSteps), hn::Set(f, 0.5f)));
     };
+    // Whole numbers are the same whether the product is rounded before the sum or not.
     const auto join = [&](VF upper, float scale, VF lower)
-                          HWY_ATTR { return hn::Add(hn::Mul(upper, hn::Set(f, scale)), lower); };
+                          HWY_ATTR { return hn::MulAdd(upper, hn::Set(f, scale), lower); };
     const auto two = [&](int pixel) HWY_ATTR { return join(step(pixel), 4.0f, step(pixel + 1)); };
     const auto four = [&](int pixel) HWY_ATTR { return join(two(pixel), 16.0f, two(pixel + 2)); };
     const auto eight = [&](int pixel) HWY_ATTR { return BitsOfWhole(join(four(pixel), 256.0f, four(pixel + 4))); };
