@@ -18,7 +18,7 @@ constexpr const char* kUsage =
     "are read at random places, and each figure is the median of N rounds (7). KEY is the beginning of\n"
     "the keys of the rows that are wanted: bmp, sibling, jpeg, tiff, cache, level, comp, write, encode, rpf, dted,\n"
     "block, txid, pbi, pyramid, hfa, nitf, names, jp2. The image store of the rows pbi has 2 GB with --size=65536;\n"
-    "its inputs then take 4 GB.\n"
+    "its inputs then take 3 GB.\n"
     "FILE is a picture in colour that blocks are packed of, in place of one that is made.\n"
     "zrkio_bench --save IN OUT only saves a raster as TIFF or JPEG 2000, and prints its peak memory in bytes.\n"
     "zrkio_bench --window IN does so for a window of 256 x 256 pixels that is read.\n";
