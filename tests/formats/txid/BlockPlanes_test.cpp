@@ -73,9 +73,10 @@ std::string FindDifferenceOfArea(const Bytes& blocks, const zrk::BlockArea& area
   for (std::size_t i = 0; i < planes[0].size(); ++i) {
     const std::size_t x = i % width + area.begin, y = i / width;
     const std::size_t block = y / 4 * static_cast<std::size_t>(area.rowBytes) + x / 4 * 8;
-    const auto expected = TxidBuilder::PixelOf(&blocks[block], static_cast<int>(x % 4), static_cast<int>(y % 4));
+    TxidBuilder::Pixel expected = {0x5A, 0x5A, 0x5A, 0x5A};
+    if (x < area.end) expected = TxidBuilder::PixelOf(&blocks[block], static_cast<int>(x % 4), static_cast<int>(y % 4));
     for (std::size_t k = 0; k < 4; ++k) {
-      if (planes[k][i] == (x < area.end ? expected[k] : 0x5A)) continue;
+      if (planes[k][i] == expected[k]) continue;
       return "plane " + std::to_string(k) + " at " + std::to_string(x) + ", " + std::to_string(y);
     }
   }
