@@ -32,8 +32,8 @@ TEST_F(ConvertImage2JPG, RendersARectangleAtItsPixelSizes) {
   EXPECT_NEAR(50, pixels->Row(29)[30], 3);
 }
 
-/// Annex K of the standard has 16, 11, 12, 14, 12, 10, 16 and 14 at quality 50, in the order of the file. At 90 there is
-/// a fifth of each, with halves rounded up.
+/// Annex K of the standard has 16, 11, 12, 14, 12, 10, 16 and 14 at quality 50, in the order of the file. At 90 there
+/// is a fifth of each, with halves rounded up.
 TEST_F(ConvertImage2JPG, PacksAtAQualityOf90) {
   ASSERT_EQ(1, Convert(40, 40));
   const std::vector<unsigned char> bytes = ReadBytes(Out("a.jpg"));
