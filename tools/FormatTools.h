@@ -21,14 +21,17 @@ struct ViewRequest {
   bool hasBands = false;  ///< channels were chosen
   bool isShaded = false;
   bool hasWindow = false;
-  bool hasNames = false;  ///< places are to be marked
+  bool hasNames = false;        ///< places are to be marked
+  bool isLitByNormals = false;  ///< those that the file keeps, in place of slopes between heights
+  double zFactor = 1.0;         ///< of what is shaded
 };
 
 struct FormatTools {
-  /// Declares subcommands, as those of commands/Commands.h do.
+  /// Declares subcommands, as those of commands/Commands.h do; null where the format has none.
   void (*addCommands)(CommandLine& program);
-  /// Makes the picture of a file that is no raster; null where the format has none. Answers nothing where the file is
-  /// not of the format. Otherwise it answers whether the picture was made, with its shape, or with the reason in `err`.
+  /// Makes the picture of a file that is no raster, or one that only this format has; null where the format has none.
+  /// Answers nothing where the picture is not the format's. Otherwise it answers whether the picture was made, with its
+  /// shape, or with the reason in `err`.
   std::optional<bool> (*view)(const ViewRequest& request, XThread& thread, PngShape& shape, std::string& err);
 };
 

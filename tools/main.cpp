@@ -71,7 +71,9 @@ int Run(int argc, char** argv) {
   AddGridCommand(program);
   AddVerifyCommand(program);
   AddExportCommand(program);
-  for (const FormatTools* tools : AllFormatTools()) tools->addCommands(program);
+  for (const FormatTools* tools : AllFormatTools()) {
+    if (tools->addCommands) tools->addCommands(program);
+  }
   AddFormatsCommand(program);
   InstallInterruptHandlers();
   XfnSetDefaultReadPolicy(kReadExact);

@@ -125,6 +125,11 @@ PaintResult BandPainter::Read(const Window& window) {
   const bool isDivisible = block_.Width() > 1 || block_.Height() > 1;
   if (numSamples > kMaxSamplesAtOnce && isDivisible) return PaintResult::kTooLarge;
   if (XfnIsStopRequested(cancel_)) return PaintResult::kFailed;
+  tagXArr2* const together = level_ == 0 ? scratch_.joint.Find(*band_.band, window, cancel_) : nullptr;
+  if (together) {
+    samples_ = {together, window, 0};
+    return PaintResult::kPainted;
+  }
   const bool isRead = ReadSamples(*band_.band, level_, window, scratch_.strip, cancel_, samples_);
   return isRead ? PaintResult::kPainted : PaintResult::kFailed;
 }

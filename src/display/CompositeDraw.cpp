@@ -39,6 +39,9 @@ CompositeDraw::CompositeDraw(const ReadyComposite& ready, const SystemBridge& br
       method_(ready.isTable ? static_cast<int>(kResampleNearest) : method),
       cancel_(cancel) {
   buffer.scratch.patchKey = {};
+  for (std::size_t i = 0; i < ready.bands.size(); ++i) {
+    if (ready.looks[i]) colours_.push_back(ready.bands[i].band);
+  }
 }
 
 /// A stop is no failure: the picture is simply not wanted any more.
@@ -78,8 +81,17 @@ PaintResult CompositeDraw::PaintOpacity(const Window& block) {
   return *most > 0 ? painted : PaintResult::kNothing;
 }
 
-/// Each band leaves its plane before the next one is read: a band's samples are gone with the next read of its file.
+/// Bands of one file are read together. Any other leaves its plane before the next one is read: a band's samples are
+/// gone with the next read of its file.
 PaintResult CompositeDraw::DrawColours(const Window& block) {
+  buffer_.scratch.joint.Begin(colours_);
+  const PaintResult result = PaintColours(block);
+  buffer_.scratch.joint.Forget();
+  if (result == PaintResult::kPainted) Compose(block);
+  return result;
+}
+
+PaintResult CompositeDraw::PaintColours(const Window& block) {
   PaintResult result = PaintResult::kNothing;
   isWhole_ = false;
   for (std::size_t i = 0; i < isPainted_.size(); ++i) {
@@ -95,7 +107,6 @@ PaintResult CompositeDraw::DrawColours(const Window& block) {
     isWhole_ |= plane.isWhole;
     result = painted;
   }
-  if (result == PaintResult::kPainted) Compose(block);
   return result;
 }
 

@@ -19,6 +19,7 @@ class CompositeDraw {
   PaintResult DrawBlock(const Window& block);
   PaintResult DrawParts(const Window& block);
   PaintResult DrawColours(const Window& block);
+  PaintResult PaintColours(const Window& block);
   PaintResult PaintOpacity(const Window& block);
   void Compose(const Window& block);
   void ComposeRow(int count, std::size_t place, unsigned char* target);
@@ -34,6 +35,7 @@ class CompositeDraw {
   BackBufferState& buffer_;
   int method_;
   int* cancel_;
+  std::vector<ZRMBand*> colours_;  // those that are shown
   std::array<bool, kCompositeBands> isPainted_ = {};
   std::vector<unsigned char> nothing_;  // a row of zeros
   std::vector<unsigned char> shown_;    // a row

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "display/JointSamples.h"
 #include "display/Patches.h"
 #include "math/BytePicker.h"
 #include "tagXArr2.h"
@@ -63,6 +64,7 @@ struct DrawScratch {
   std::vector<std::uint16_t> sums;    ///< for means: of the bytes that are shown
   std::vector<std::uint8_t> counts;   ///< how many those are
   tagXArr2 strip;                     ///< for bands that fill the buffer they are given
+  JointSamples joint;                 ///< of the colours of a block
 };
 
 }  // namespace zrk

@@ -104,6 +104,29 @@ HWY_INLINE void VisitPixels(const Rows& rows, const Visit& visit) {
   VisitRow(rows.row3, 12, visit);
 }
 
+/// In a float that is not much above it, byte 1 counts whole units.
+constexpr float kLift = 32768.0f;
+
+/// Calls `visit(pixel, samples)` for the pixels of a row, `samples` being floats above `kLift` by the sample. This
+/// takes no conversion: the byte of a sample goes to its place.
+template <class Visit>
+HWY_INLINE void VisitLiftedRow(VW row, int firstPixel, const Visit& visit) {
+  const hn::Repartition<std::uint8_t, Words> bytes;
+  const auto lift = hn::BitCast(Words(), hn::Set(Floats(), kLift));
+  const auto lifted = [&](std::uint32_t byteOfFirst) HWY_ATTR {
+    // Byte 1 of each lane becomes a byte of the row's lane, and the others 0.
+    const auto inVector = hn::And(hn::Iota(Words(), 0), hn::Set(Words(), 3u));
+    const auto from = hn::ShiftLeft<10>(inVector);
+    const auto places = hn::Or(from, hn::Set(Words(), 0x80800080u | byteOfFirst << 8));
+    const auto sample = hn::TableLookupBytesOr0(hn::BitCast(bytes, row), hn::BitCast(bytes, places));
+    return hn::BitCast(Floats(), hn::Or(hn::BitCast(Words(), sample), lift));
+  };
+  visit(firstPixel + 3, lifted(0));
+  visit(firstPixel + 2, lifted(1));
+  visit(firstPixel + 1, lifted(2));
+  visit(firstPixel, lifted(3));
+}
+
 HWY_INLINE VF ToFloats(VW numbers) {
   return hn::ConvertTo(Floats(), hn::BitCast(Ints(), numbers));
 }
@@ -163,11 +186,11 @@ class Opacity {
   PerPixel opaque_;
 };
 
-/// The whole part of numbers from 0 to 65,535, in the low 16 bits. The bits above have no meaning. This takes fewer
-/// steps than a conversion, which has to answer for numbers of any size.
-HWY_INLINE VW LowBitsOf(VF numbers) {
+/// Whole numbers from 0 to 65,535, in the low 16 bits. The bits above have no meaning. This takes fewer steps than a
+/// conversion, which has to answer for numbers of any size.
+HWY_INLINE VW BitsOfWhole(VF numbers) {
   constexpr float kUlpIsOne = 8388608.0f;
-  return hn::BitCast(Words(), hn::Add(hn::Trunc(numbers), hn::Set(Floats(), kUlpIsOne)));
+  return hn::BitCast(Words(), hn::Add(numbers, hn::Set(Floats(), kUlpIsOne)));
 }
 
 /// A component of a colour, cut to a whole number from 0 to `most`.
@@ -182,7 +205,7 @@ HWY_INLINE VW WordOf(const Vector& colour) {
   const auto red = hn::Mul(Quantise(colour.red, 4.0f, 0.125f, 31.0f), hn::Set(f, 2048.0f));
   const auto green = hn::Mul(Quantise(colour.green, 2.0f, 0.25f, 63.0f), hn::Set(f, 32.0f));
   const auto word = hn::Add(hn::Add(red, green), Quantise(colour.blue, 4.0f, 0.125f, 31.0f));
-  return hn::And(LowBitsOf(word), hn::Set(Words(), 0xFFFFu));
+  return hn::And(BitsOfWhole(word), hn::Set(Words(), 0xFFFFu));
 }
 
 /// The length of half of the vectors, in doubles until it is known.
@@ -272,9 +295,23 @@ class Batch {
   HWY_INLINE VF TakePlane(const BlockStrip::Plane& plane, std::size_t first, PerPixel& differences) {
     const Rows rows(plane, first);
     const auto mean = hn::Div(SumOfOpaque(rows), hn::Max(count_, hn::Set(Floats(), 1.0f)));
+    if constexpr (!kHasAlpha) {
+      TakeDifferences(rows, mean, differences);
+      return mean;
+    }
     VisitPixels(rows, [&](int pixel, VW samples)
                           HWY_ATTR { differences.Set(pixel, opacity_.Keep(pixel, hn::Sub(ToFloats(samples), mean))); });
     return mean;
+  }
+
+  /// The mean of sixteen samples is a number of sixteenths, and so both it and its differences are exact when lifted.
+  HWY_INLINE void TakeDifferences(const Rows& rows, VF mean, PerPixel& differences) {
+    const auto lifted = hn::Add(mean, hn::Set(Floats(), kLift));
+    const auto take = [&](int pixel, VF samples) HWY_ATTR { differences.Set(pixel, hn::Sub(samples, lifted)); };
+    VisitLiftedRow(rows.row0, 0, take);
+    VisitLiftedRow(rows.row1, 4, take);
+    VisitLiftedRow(rows.row2, 8, take);
+    VisitLiftedRow(rows.row3, 12, take);
   }
 
   HWY_INLINE VF SumOfOpaque(const Rows& rows) const {
@@ -364,20 +401,22 @@ class Batch {
   }
 
   /// The steps of all pixels on the line, 0 to 3, or 0 to 2 where a block has a transparent pixel. They lie as codes
-  /// do.
+  /// do. Those of eight pixels are put together as one number, which a float holds exactly.
   HWY_INLINE VW StepsFrom(VF smallest, VF range) const {
     const Floats f;
     const auto isThree = hn::Lt(count_, hn::Set(f, float{kNumPixels}));
     const auto numSteps = hn::IfThenElse(isThree, hn::Set(f, 2.0f), hn::Set(f, 3.0f));
-    const auto half = hn::Set(f, 0.5f);
-    const auto stepBits = hn::Set(Words(), 3u);
-    auto steps = hn::Zero(Words());
-    for (int pixel = 0; pixel < kNumPixels; ++pixel) {
+    const auto step = [&](int pixel) HWY_ATTR {
       const auto part = opacity_.Keep(pixel, hn::Div(hn::Sub(places_.Get(pixel), smallest), range));
-      const auto step = hn::And(LowBitsOf(hn::Add(hn::Mul(part, numSteps), half)), stepBits);
-      steps = hn::Or(hn::ShiftLeft<2>(steps), step);
-    }
-    return steps;
+      return hn::Trunc(hn::Add(hn::Mul(part, numSteps), hn::Set(f, 0.5f)));
+    };
+    // Whole numbers are the same whether the product is rounded before the sum or not.
+    const auto join = [&](VF upper, float scale, VF lower)
+                          HWY_ATTR { return hn::MulAdd(upper, hn::Set(f, scale), lower); };
+    const auto two = [&](int pixel) HWY_ATTR { return join(step(pixel), 4.0f, step(pixel + 1)); };
+    const auto four = [&](int pixel) HWY_ATTR { return join(two(pixel), 16.0f, two(pixel + 2)); };
+    const auto eight = [&](int pixel) HWY_ATTR { return BitsOfWhole(join(four(pixel), 256.0f, four(pixel + 4))); };
+    return hn::Or(hn::ShiftLeft<16>(eight(0)), hn::And(eight(8), hn::Set(Words(), 0xFFFFu)));
   }
 
   HWY_INLINE void Store(VW low, VW high, hn::Mask<Words> isFlat, VW steps, std::uint32_t* words) const {

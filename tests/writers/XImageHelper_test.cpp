@@ -4,7 +4,9 @@
 #include "XFormatTable.h"
 #include "XRSFile.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -28,6 +30,15 @@ TEST_F(ConvertImage2JPG, RendersARectangleAtItsPixelSizes) {
   ASSERT_EQ(1, file.GetBandAt(0)->ReadSubset(pixels, 0, 0, 63, 0, 31, nullptr));
   EXPECT_NEAR(200, pixels->Row(2)[30], 3);
   EXPECT_NEAR(50, pixels->Row(29)[30], 3);
+}
+
+/// Annex K of the standard has 16, 11, 12, 14, 12, 10, 16 and 14 at quality 50, in the order of the file. At 90 there
+/// is a fifth of each, with halves rounded up.
+TEST_F(ConvertImage2JPG, PacksAtAQualityOf90) {
+  ASSERT_EQ(1, Convert(40, 40));
+  const std::vector<unsigned char> bytes = ReadBytes(Out("a.jpg"));
+  const std::vector<unsigned char> tables = {0xFF, 0xDB, 0, 67, 0, 3, 2, 2, 3, 2, 2, 3, 3};
+  EXPECT_NE(bytes.end(), std::search(bytes.begin(), bytes.end(), tables.begin(), tables.end()));
 }
 
 TEST_F(ConvertImage2JPG, IsBlackWithoutData) {

@@ -27,6 +27,7 @@ struct ViewOptions {
   WindowRequest window;
   std::vector<int> bands;
   Look look;
+  bool isLitByNormals = false;
   std::string names;
   bool noLevels = false;
 };
@@ -82,8 +83,9 @@ bool View(const ViewOptions& options, XThread& thread, Seen& seen, std::string& 
 /// A format answers nothing for a file that is not its own; then the next one is asked.
 bool ViewAny(const ViewOptions& options, XThread& thread, Seen& seen, std::string& err) {
   const bool hasWindow = !options.window.pixels.empty() || !options.window.box.empty();
-  const ViewRequest request{options.file,          options.output, options.maxSize,       !options.bands.empty(),
-                            options.look.isShaded, hasWindow,      !options.names.empty()};
+  const ViewRequest request{options.file,           options.output,         options.maxSize,
+                            !options.bands.empty(), options.look.isShaded,  hasWindow,
+                            !options.names.empty(), options.isLitByNormals, options.look.zFactor};
   for (const FormatTools* tools : AllFormatTools()) {
     if (!tools->view) continue;
     if (const std::optional<bool> isViewed = tools->view(request, thread, seen.shape, err)) return *isViewed;
@@ -119,6 +121,7 @@ const char* const kViewExamples =
     "  zrkio view earth.jpg -o blue.png --bands 3\n"
     "  zrkio view scene.tif -o town.png --bbox 11.4,48.1,11.7,48.2 --lonlat\n"
     "  zrkio view n35e138.dt1 -o hills.png --hillshade\n"
+    "  zrkio view globe.pbe -o light.png --hillshade --stored-normals\n"
     "  zrkio view earth.tif -o alps.png --bbox 5,43,17,49 --names cities.pbp\n"
     "  zrkio view A.TOC -o coverage.png\n"
     "\n"
@@ -126,8 +129,8 @@ const char* const kViewExamples =
     "up: green where the file is there, red where it is missing, grey where none is\n"
     "listed. It is as large as --max-size allows, up to 8192 pixels.\n";
 
-/// A factor for heights means nothing without the shading.
-void AddHillshadeOptions(Command& command, Look& look) {
+/// A factor for heights means nothing without the shading, and neither do normals.
+void AddHillshadeOptions(Command& command, Look& look, bool& isLitByNormals) {
   const Option hillshade = command.AddFlag("--hillshade", look.isShaded,
                                            "Shade one band of heights by light from the north-west, 45\n"
                                            "degrees above the horizon");
@@ -136,6 +139,11 @@ void AddHillshadeOptions(Command& command, Look& look) {
                  "What heights are multiplied by, 1 unless given: above it to\n"
                  "exaggerate, 0.3048 for heights in feet over metres")
       .SetRange(1e-6, 1e6)
+      .Need(hillshade);
+  command
+      .AddFlag("--stored-normals", isLitByNormals,
+               "Shade by the normals that an elevation store keeps, and by\n"
+               "no heights; of the whole store")
       .Need(hillshade);
 }
 
@@ -159,7 +167,7 @@ void AddViewCommand(CommandLine& program) {
                  "the first where there are fewer")
       .SetRange(1, INT_MAX);
   AddWindowOptions(command, options->window);
-  AddHillshadeOptions(command, options->look);
+  AddHillshadeOptions(command, options->look, options->isLitByNormals);
   command.AddOption("--names", "FILE.pbp", options->names,
                     "Mark the places of a file of names, and list them; not\n"
                     "of a table of contents");

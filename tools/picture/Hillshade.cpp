@@ -67,6 +67,13 @@ MetresPerDegree FindMetresPerDegree(double latitude) {
   return {acrossMeridian * std::cos(angle) * kRadiansPerDegree, alongMeridian * kRadiansPerDegree};
 }
 
+/// The light comes along (-1/2, 1/2, root of 1/2): as far from the west as from the north, and as far up as along.
+unsigned char ShadeSlope(double eastward, double northward) {
+  const double toward = (eastward - northward) / 2.0 + std::numbers::sqrt2 / 2.0;
+  const double light = toward / std::sqrt(1.0 + eastward * eastward + northward * northward);
+  return light > 0.0 ? static_cast<unsigned char>(1.0 + 254.0 * std::min(light, 1.0) + 0.5) : 1;
+}
+
 Hillshade::Hillshade(int width, int height, const GroundSteps& steps, double zFactor)
     : width_(width), height_(height), steps_(steps), zFactor_(zFactor) {}
 
@@ -128,8 +135,5 @@ unsigned char Hillshade::ShadeAt(std::size_t x, const GroundSteps& metres) const
   const double across = right - left, up = above - below, scale = zFactor_ / (8.0 * AreaOf(metres));
   const double eastward = (across * metres.y - up * metres.yAcross) * scale;
   const double northward = (up * metres.x + across * metres.xDown) * scale;
-  // The light comes along (-1/2, 1/2, root of 1/2): as far from the west as from the north, and as far up as along.
-  const double toward = (eastward - northward) / 2.0 + std::numbers::sqrt2 / 2.0;
-  const double light = toward / std::sqrt(1.0 + eastward * eastward + northward * northward);
-  return light > 0.0 ? static_cast<unsigned char>(1.0 + 254.0 * std::min(light, 1.0) + 0.5) : 1;
+  return ShadeSlope(eastward, northward);
 }

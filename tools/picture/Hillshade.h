@@ -30,10 +30,14 @@ struct MetresPerDegree {
 /// of longitude has no length, those of 89.9 degrees.
 MetresPerDegree FindMetresPerDegree(double latitude);
 
-/// Shades heights, row by row from the top, as if light fell on them from the north-west, 45 degrees above the horizon.
-/// The light of a pixel is the cosine between its normal and the way to the light; 1 is darkest and 255 the brightest,
-/// and level ground is 181. The slope is that of B. K. P. Horn, Hill Shading and the Reflectance Map, Proceedings of
-/// the IEEE 69 (1), 1981: differences over three by three pixels, those of the middle row and column counted twice.
+/// The light on ground that rises by so much to the east and to the north, from the north-west and 45 degrees above the
+/// horizon: the cosine between the normal and the way to the light. 1 is darkest and 255 the brightest, and level
+/// ground is 181.
+unsigned char ShadeSlope(double eastward, double northward);
+
+/// Shades heights, row by row from the top, by `ShadeSlope`. The slope is that of B. K. P. Horn, Hill Shading and the
+/// Reflectance Map, Proceedings of the IEEE 69 (1), 1981: differences over three by three pixels, those of the middle
+/// row and column counted twice.
 ///
 /// Beyond its edges the ground goes on as it comes there. A height that is not a number is black, and level with each
 /// of its neighbours.

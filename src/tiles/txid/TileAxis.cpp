@@ -4,6 +4,9 @@
 // The exact plan is one of whole numbers. The compatible plan follows the coordinates of tiles and samples in double
 // precision, since it depends on their rounding which of two tiles a sample at a seam shows. Only the tiles around a
 // sample are asked, so that the plan takes no longer than the result is large, whatever the tiles of a store are.
+//
+// Rounding decides at the rims of a tile alone. Between them a coordinate that is rounded leads to the same pixel as
+// whole numbers do, as long as the origin of the store is not so far away that rounding comes near to half a pixel.
 
 #include "tiles/txid/TileAxis.h"
 
@@ -62,10 +65,12 @@ class TileSamples {
         request_(request),
         unit_(static_cast<double>(place.pixelSize) * kDegreesPerUnit),
         sampleSize_(unit_ * std::ldexp(1.0, request.level)),
-        start_(At(place.pixelSize * request.from)) {}
+        start_(At(place.pixelSize * request.from)),
+        isFine_(std::abs(place.origin) < unit_ * std::ldexp(1.0, 46)) {}
 
   void Add(std::int64_t tile, TileAxis& axis) const {
     const double edge = At(place_.tileSize * place_.pixelSize * tile);
+    if (isFine_) return AddFine(tile, edge, axis);
     const std::size_t sources = axis.sources.size();
     std::int64_t first = 0;
     for (std::int64_t i = FindFirst(tile, edge); i <= FindLast(tile, edge); ++i) {
@@ -78,6 +83,22 @@ class TileSamples {
   }
 
  private:
+  /// The same by whole numbers. A sample may lie one pixel before the tile or one behind it.
+  void AddFine(std::int64_t tile, double edge, TileAxis& axis) const {
+    const std::int64_t step = axis.step, start = request_.from - tile * place_.tileSize;
+    const std::int64_t first = std::max(FindFirst(tile, edge), -FloorQuotient(start + 1, step));
+    const std::int64_t last = std::min(FindLast(tile, edge), FloorQuotient(place_.tileSize - start, step));
+    if (last < first) return;
+    const std::size_t sources = axis.sources.size();
+    axis.sources.resize(sources + static_cast<std::size_t>(last - first + 1));
+    int* const to = axis.sources.data() + sources;
+    const int count = static_cast<int>(last - first + 1), begin = static_cast<int>(start + first * step);
+    for (int i = 0; i < count; ++i) to[i] = begin + i * axis.step;
+    to[0] = std::max(to[0], 0);
+    to[count - 1] = std::min(to[count - 1], place_.tileSize - 1);
+    AddVisit(static_cast<int>(tile), static_cast<int>(first), sources, axis);
+  }
+
   /// The coordinate so many units from the origin.
   double At(std::int64_t units) const {
     return place_.origin + place_.sign * (static_cast<double>(units) * kDegreesPerUnit);
@@ -110,6 +131,7 @@ class TileSamples {
   double unit_;        // of a pixel, in degrees
   double sampleSize_;  // the same of a pixel of the level
   double start_;       // the coordinate of sample 0
+  bool isFine_;        // coordinates are off by far less than half a pixel
 };
 
 }  // namespace
@@ -124,7 +146,9 @@ void PlanExactly(const AxisPlace& place, const AxisRequest& request, TileAxis& a
     const auto inTile =
         static_cast<int>(std::min<std::int64_t>((place.tileSize - 1 - source) / step + 1, request.count - first));
     const std::size_t sources = axis.sources.size();
-    for (int i = 0; i < inTile; ++i) axis.sources.push_back(static_cast<int>(source + i * step));
+    axis.sources.resize(sources + static_cast<std::size_t>(inTile));
+    int* const to = axis.sources.data() + sources;
+    for (int i = 0; i < inTile; ++i) to[i] = source + i * axis.step;
     axis.visits.push_back({tile, first, inTile, sources, 0, inTile});
     first += inTile;
   }

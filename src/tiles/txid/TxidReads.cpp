@@ -18,22 +18,6 @@ namespace {
 
 constexpr int kLastUsableLevel = 3;  // overviews above it may be flat
 
-bool HasData(const TxidPlanes& planes) {
-  return std::ranges::all_of(planes, [](const tagXArr2& plane) { return plane.data != nullptr; });
-}
-
-void FreePlanes(TxidPlanes& planes) {
-  for (tagXArr2& plane : planes) plane.Free();
-}
-
-bool AllocPlanes(TxidPlanes& planes, int width, int height) {
-  for (tagXArr2& plane : planes) {
-    if (!plane.Alloc(width, height, 1)) return FailRead(kReadNoMemory) != 0;
-    plane.isLent = true;
-  }
-  return true;
-}
-
 tagXArr2* ChannelOf(TxidPlanes& planes, int channel) {
   if (channel < 0 || channel >= kNumPlanes) return nullptr;
   tagXArr2& plane = planes[static_cast<std::size_t>(channel)];
@@ -48,11 +32,14 @@ bool Holds(const ReadRequest& window, int x, int y) {
   return window.x0 <= x && x <= window.x1 && window.y0 <= y && y <= window.y1;
 }
 
-/// One pixel of each plane. False where the planes have no such pixel, as at the rims of a window that a level cuts.
-bool TakePixel(const TxidPlanes& from, std::int64_t x, std::int64_t y, TxidPlanes& to) {
-  if (!HasData(from) || x >= from[0].xSize || y >= from[0].ySize) return false;
-  if (!AllocPlanes(to, 1, 1)) return false;
-  for (std::size_t k = 0; k < to.size(); ++k) to[k].data[0] = from[k].Row(static_cast<int>(y))[x];
+/// The asked channel of a pixel, since no other can be seen of it. False where the planes have no such pixel, as at the
+/// rims of a window that a level cuts.
+bool TakePixel(const TxidPlanes& from, std::int64_t x, std::int64_t y, int channel, TxidPlanes& to) {
+  const auto k = static_cast<std::size_t>(channel);
+  const tagXArr2& plane = from[k];
+  if (!plane.data || x >= plane.xSize || y >= plane.ySize) return false;
+  if (!to.Alloc(1, 1)) return false;
+  *to[k].data = plane.Row(static_cast<int>(y))[x];
   return true;
 }
 
@@ -66,8 +53,8 @@ void TakeNearest(const tagXArr2& source, tagXArr2& result) {
 }
 
 void CopyPlanes(const TxidPlanes& from, TxidPlanes& to) {
-  if (!AllocPlanes(to, from[0].xSize, from[0].ySize)) return FreePlanes(to);
-  for (std::size_t k = 0; k < to.size(); ++k) {
+  if (!to.Alloc(from[0].xSize, from[0].ySize)) return;
+  for (std::size_t k = 0; k < kNumPlanes; ++k) {
     std::memcpy(to[k].data, from[k].data,
                 static_cast<std::size_t>(to[k].xSize) * static_cast<std::size_t>(to[k].ySize));
   }
@@ -82,8 +69,8 @@ TxidReads::Memory& TxidReads::Current() {
     memory.last = {};
     memory.held = {};
     memory.heldOverview = -1;
-    FreePlanes(memory.subset);
-    FreePlanes(memory.minimap);
+    memory.subset.Free();
+    memory.minimap.Free();
     memory.image = image_;
   }
   return memory;
@@ -136,12 +123,12 @@ bool TxidReads::ReadInto(const TxidStore& store, const TxidRequest& request, Mem
   TxidWindow window(store, memory.scratch, planes);
   bool isRead = false;
   try {
-    isRead = AllocPlanes(planes, request.width, request.height) && window.Read(request.subset, request.cancel);
+    isRead = planes.Alloc(request.width, request.height) && window.Read(request.subset, request.cancel);
   } catch (const std::bad_alloc&) {
     NoteReadError(kReadNoMemory);
   }
   isBlank_ = memory.isBlank = window.IsBlank();
-  if (!isRead) FreePlanes(planes);
+  if (!isRead) planes.Free();
   return isRead;
 }
 
@@ -152,7 +139,7 @@ tagXArr2* TxidReads::ReadExactly(const TxidStore& store, const TxidRequest& requ
   TxidPlanes& planes = isOverview ? memory.minimap : memory.subset;
   bool& isBlank = isOverview ? memory.isMinimapBlank : memory.isSubsetBlank;
   const bool isHeld = isOverview ? memory.heldOverview == asked.level : memory.held == asked;
-  if (isHeld && HasData(planes)) {
+  if (isHeld && planes.HasData()) {
     memory.isBlank = isBlank;
     return ChannelOf(planes, request.channel);
   }
@@ -171,8 +158,8 @@ tagXArr2* TxidReads::ReadExactly(const TxidStore& store, const TxidRequest& requ
 tagXArr2* TxidReads::ReadPixelExactly(const TxidStore& store, const TxidRequest& request, Memory& memory) {
   const ReadRequest& held = memory.held;
   const int x = request.subset.x0, y = request.subset.y0;
-  const bool isThere =
-      held.level == 0 && Holds(held, x, y) && TakePixel(memory.subset, x - held.x0, y - held.y0, memory.pixel);
+  const bool isThere = held.level == 0 && Holds(held, x, y) &&
+                       TakePixel(memory.subset, x - held.x0, y - held.y0, request.channel, memory.pixel);
   if (!isThere && !ReadInto(store, request, memory, memory.pixel)) return nullptr;
   return ChannelOf(memory.pixel, request.channel);
 }
@@ -181,12 +168,12 @@ tagXArr2* TxidReads::ReadCompatibly(const TxidStore& store, const TxidRequest& r
   if (request.IsPixel()) return ProbePixel(request, memory);
   isBlank_ = true;
   if (request.IsOverview()) {
-    const bool isHeld = request.subset.level == memory.last.minimapLevel && HasData(memory.minimap);
+    const bool isHeld = request.subset.level == memory.last.minimapLevel && memory.minimap.HasData();
     if (isHeld) return ChannelOf(memory.minimap, request.channel);
     TxidPlanes* const source = FindSource(request, memory);
     if (source) return MakeOverview(request, memory, *source);
   }
-  if (request.subset == memory.last.subset && HasData(memory.subset)) return ChannelOf(memory.subset, request.channel);
+  if (request.subset == memory.last.subset && memory.subset.HasData()) return ChannelOf(memory.subset, request.channel);
   return ReadStore(store, request, memory);
 }
 
@@ -196,7 +183,7 @@ tagXArr2* TxidReads::ProbePixel(const TxidRequest& request, Memory& memory) {
   const int x = request.subset.x0, y = request.subset.y0;
   const bool isThere = 0 <= last.level && last.level <= kLastUsableLevel && Holds(last, x, y) &&
                        TakePixel(memory.subset, (std::int64_t{x} - last.x0) >> last.level,
-                                 (std::int64_t{y} - last.y0) >> last.level, memory.pixel);
+                                 (std::int64_t{y} - last.y0) >> last.level, request.channel, memory.pixel);
   if (isThere) return ChannelOf(memory.pixel, request.channel);
   NoteReadError("The pixel does not lie in the last window of this thread");
   return nullptr;
@@ -204,24 +191,21 @@ tagXArr2* TxidReads::ProbePixel(const TxidRequest& request, Memory& memory) {
 
 /// What an overview can be made of; null where it has to be read.
 TxidPlanes* TxidReads::FindSource(const TxidRequest& request, Memory& memory) {
-  if (HasWindow(memory.last.subset, request.subset) && HasData(memory.subset)) return &memory.subset;
+  if (HasWindow(memory.last.subset, request.subset) && memory.subset.HasData()) return &memory.subset;
   const int level = memory.last.minimapLevel;
   if (level == -1 || (level > kLastUsableLevel && request.subset.level <= kLastUsableLevel)) return nullptr;
-  return HasData(memory.minimap) ? &memory.minimap : nullptr;
+  return memory.minimap.HasData() ? &memory.minimap : nullptr;
 }
 
 /// The level is remembered with the overview, so that one asked again has its right size.
 tagXArr2* TxidReads::MakeOverview(const TxidRequest& request, Memory& memory, TxidPlanes& source) {
   TxidPlanes moved;
   const bool isInPlace = &source == &memory.minimap;
-  if (isInPlace) moved.swap(memory.minimap);
+  if (isInPlace) std::swap(moved, memory.minimap);
   memory.last.minimapLevel = -1;
-  if (!AllocPlanes(memory.minimap, request.width, request.height)) {
-    FreePlanes(memory.minimap);
-    return nullptr;
-  }
+  if (!memory.minimap.Alloc(request.width, request.height)) return nullptr;
   const TxidPlanes& from = isInPlace ? moved : source;
-  for (std::size_t k = 0; k < from.size(); ++k) TakeNearest(from[k], memory.minimap[k]);
+  for (std::size_t k = 0; k < kNumPlanes; ++k) TakeNearest(from[k], memory.minimap[k]);
   memory.last.minimapLevel = request.subset.level;
   return ChannelOf(memory.minimap, request.channel);
 }

@@ -67,6 +67,27 @@ void CopySamples(const unsigned char* from, int start, const TileAxis& axis, con
   for (int i = runEnd; i < visit.count; ++i) to[i] = from[sources[i] - start];
 }
 
+/// The samples beside the runs of some rows, which begin at `runs` and are `rowBytes` apart.
+void RepeatRims(unsigned char* runs, std::ptrdiff_t rowBytes, int numRows, const int* sources, const TileVisit& visit) {
+  for (int i = 0; i < visit.count; ++i) {
+    if (i == visit.runBegin) i += visit.runCount;
+    if (i >= visit.count) return;
+    const int from = sources[i] - sources[visit.runBegin], to = i - visit.runBegin;
+    for (std::ptrdiff_t y = 0; y < numRows * rowBytes; y += rowBytes) runs[y + to] = runs[y + from];
+  }
+}
+
+/// Leaves out the samples at the end of each visit that the next one gives again.
+void TrimEnds(TileAxis& axis) {
+  for (std::size_t i = 0; i + 1 < axis.visits.size(); ++i) {
+    TileVisit& visit = axis.visits[i];
+    const int count = axis.visits[i + 1].first - visit.first;
+    if (count <= visit.runBegin) continue;
+    visit.count = std::min(visit.count, count);
+    visit.runCount = std::min(visit.runCount, visit.count - visit.runBegin);
+  }
+}
+
 std::string NameTile(const TileVisit& row, const TileVisit& column) {
   return "tile " + std::to_string(column.tile) + " of row " + std::to_string(row.tile);
 }
@@ -92,8 +113,9 @@ bool TxidWindow::Read(const ReadRequest& request, const int* cancel) {
   isFlat_ = !store_.isExact && request.level >= kFirstFlatLevel;
   Plan(request);
   needsZeros_ = !store_.isExact && IsCovered();
+  if (needsZeros_) TrimPlan();
   if (!store_.isExact && !needsZeros_) Clear();
-  if (!ReadRows(cancel) && !(needsZeros_ && ReadOverZeros(cancel))) return false;
+  if (!ReadRows(cancel) && !(needsZeros_ && ReadOverZeros(request, cancel))) return false;
   // Tiles at the rim of a window may have none of a level's pixels.
   isBlank_ = isBlank_ && !HasTileWithin(store_.info, {request.x0, request.x1, request.y0, request.y1});
   return true;
@@ -109,8 +131,9 @@ bool TxidWindow::ReadRows(const int* cancel) {
 
 /// A tile that can't be read shows zeros, but a neighbour may have written over its rim before. So all is done anew,
 /// and that tile is not asked again.
-bool TxidWindow::ReadOverZeros(const int* cancel) {
+bool TxidWindow::ReadOverZeros(const ReadRequest& request, const int* cancel) {
   needsZeros_ = false;
+  Plan(request);
   Clear();
   return ReadRows(cancel);
 }
@@ -137,6 +160,12 @@ void TxidWindow::Plan(const ReadRequest& request) {
   const auto plan = store_.isExact ? &PlanExactly : &PlanByCoordinates;
   plan(ColumnsOf(store_.info), {request.level, request.x0, request.x1, planes_[0].xSize}, scratch_.columns);
   plan(RowsOf(store_.info), {request.level, request.y0, request.y1, planes_[0].ySize}, scratch_.rows);
+}
+
+/// Where all tiles exist, what several of them give need not be taken from each.
+void TxidWindow::TrimPlan() {
+  TrimEnds(scratch_.columns);
+  TrimEnds(scratch_.rows);
 }
 
 bool TxidWindow::ReadTiles(const TileVisit& row) {
@@ -204,38 +233,50 @@ void TxidWindow::Unpack(const unsigned char* blocks, const TileVisit& row, const
   }
   const int* const ys = scratch_.rows.SourcesOf(row);
   for (int first = 0; first < row.count;) {
-    const int blockRow = ys[first] / kBlockSide;
-    int end = first + 1;
-    while (end < row.count && ys[end] / kBlockSide == blockRow) ++end;
-    const std::ptrdiff_t below = blockRow - ys[0] / kBlockSide;
-    UnpackBlockRow(blocks + below * CountBlocksInRow() * kBlockBytes, row, first, end, column);
+    const unsigned char* const ofRow = BlocksOf(blocks, row, ys[first]);
+    const int numRows = CountRowsInPlace(row, first, column);
+    int end = first + std::max(numRows, 1);
+    if (numRows > 0) {
+      UnpackInPlace(ofRow, row.first + first, numRows, column);
+    } else {
+      while (end < row.count && ys[end] / kBlockSide == ys[first] / kBlockSide) ++end;
+      UnpackBlockRow(ofRow, row, first, end, column);
+    }
     first = end;
   }
 }
 
-/// Rows of all planes from row `first` of the visit on, at a column of the result.
-BlockRows TxidWindow::ResultRows(const TileVisit& row, int first, int column) {
-  BlockRows rows;
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    const int y = row.first + first + static_cast<int>(i % kBlockSide);
-    rows[i] = planes_[i / kBlockSide].Row(y) + column;
-  }
-  return rows;
+/// The blocks of a row of pixels of the tile.
+const unsigned char* TxidWindow::BlocksOf(const unsigned char* blocks, const TileVisit& row, int y) const {
+  const std::ptrdiff_t below = y / kBlockSide - scratch_.rows.SourcesOf(row)[0] / kBlockSide;
+  return blocks + below * CountBlocksInRow() * kBlockBytes;
 }
 
-/// A run goes straight to the result. Samples beside it repeat one of it; false where one of them does not.
-bool TxidWindow::UnpackInPlace(const unsigned char* blocks, const TileVisit& row, int first, const TileVisit& column) {
+/// How many rows of the visit from `first` on can go straight to the result: they have all pixels of their rows of
+/// blocks, and samples beside the run of the columns repeat one of it.
+int TxidWindow::CountRowsInPlace(const TileVisit& row, int first, const TileVisit& column) const {
   const int* const xs = scratch_.columns.SourcesOf(column);
   const int begin = xs[column.runBegin], end = begin + column.runCount;
-  if (xs[0] < begin || xs[column.count - 1] >= end) return false;
-  const BlockRows rows = ResultRows(row, first, column.first + column.runBegin);
+  const bool isPlain = scratch_.columns.step == 1 && xs[0] >= begin && xs[column.count - 1] < end;
+  const bool isInRun = scratch_.rows.step == 1 && first >= row.runBegin && first < row.runBegin + row.runCount;
+  if (!isPlain || !isInRun || scratch_.rows.SourcesOf(row)[first] % kBlockSide != 0) return 0;
+  return (row.runBegin + row.runCount - first) / kBlockSide * kBlockSide;
+}
+
+/// Rows from `y` of the result on.
+void TxidWindow::UnpackInPlace(const unsigned char* blocks, int y, int numRows, const TileVisit& column) {
+  const int* const xs = scratch_.columns.SourcesOf(column);
+  const int begin = xs[column.runBegin], width = planes_[0].xSize;
+  // The first block that was read has the first sample, which is in the run.
   const auto inBlock = static_cast<std::size_t>(begin % kBlockSide);
-  UnpackPartToPlanes(blocks, inBlock, inBlock + static_cast<std::size_t>(column.runCount), rows);
-  for (unsigned char* const to : rows) {
-    for (int i = 0; i < column.runBegin; ++i) to[i - column.runBegin] = to[xs[i] - begin];
-    for (int i = column.runBegin + column.runCount; i < column.count; ++i) to[i - column.runBegin] = to[xs[i] - begin];
-  }
-  return true;
+  PlaneArea to{{}, width};
+  for (std::size_t k = 0; k < to.first.size(); ++k) to.first[k] = planes_[k].Row(y) + column.first + column.runBegin;
+  UnpackAreaToPlanes(
+      {blocks, std::ptrdiff_t{CountBlocksInRow()} * kBlockBytes, static_cast<std::size_t>(numRows / kBlockSide),
+       inBlock, inBlock + static_cast<std::size_t>(column.runCount)},
+      to);
+  if (column.runCount == column.count) return;
+  for (unsigned char* const first : to.first) RepeatRims(first, width, numRows, xs, column);
 }
 
 /// `first` and `end` are rows of the visit that lie in one row of blocks.
@@ -243,8 +284,6 @@ void TxidWindow::UnpackBlockRow(const unsigned char* blocks, const TileVisit& ro
                                 const TileVisit& column) {
   const int* const xs = scratch_.columns.SourcesOf(column);
   const int* const ys = scratch_.rows.SourcesOf(row);
-  const bool isWhole = end - first == kBlockSide && ys[end - 1] - ys[first] == kBlockSide - 1;
-  if (isWhole && scratch_.columns.step == 1 && UnpackInPlace(blocks, row, first, column)) return;
   const auto numBlocks = static_cast<std::size_t>(xs[column.count - 1] / kBlockSide - xs[0] / kBlockSide + 1);
   const std::size_t rowBytes = std::max(numBlocks, kMaxBlocksAtOnce) * kBlockSide;
   BlockRows rows;

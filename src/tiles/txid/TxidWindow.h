@@ -2,12 +2,10 @@
 
 #include "core/model/ChannelReads.h"
 #include "tagTxiInfo.h"
-#include "tagXArr2.h"
-#include "tiles/txid/BlockPlanes.h"
 #include "tiles/txid/TileAxis.h"
 #include "tiles/txid/TxdFiles.h"
+#include "tiles/txid/TxidPlanes.h"
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -19,9 +17,6 @@ struct TxidStore {
   TxdFiles files;
   bool isExact = false;
 };
-
-/// Red, green, blue and alpha of a window.
-using TxidPlanes = std::array<tagXArr2, kNumPlanes>;
 
 /// Memory that reads of a thread use again.
 struct TxidScratch {
@@ -47,7 +42,8 @@ class TxidWindow {
  private:
   void Plan(const ReadRequest& request);
   bool ReadRows(const int* cancel);
-  bool ReadOverZeros(const int* cancel);
+  bool ReadOverZeros(const ReadRequest& request, const int* cancel);
+  void TrimPlan();
   void Clear();
   bool IsCovered() const;
   bool ReadTiles(const TileVisit& row);
@@ -55,9 +51,10 @@ class TxidWindow {
   const char* FindBlocks(std::uint64_t offset, const TileVisit& row, const TileVisit& column,
                          const unsigned char*& blocks);
   void Unpack(const unsigned char* blocks, const TileVisit& row, const TileVisit& column);
+  const unsigned char* BlocksOf(const unsigned char* blocks, const TileVisit& row, int y) const;
   void UnpackBlockRow(const unsigned char* blocks, const TileVisit& row, int first, int end, const TileVisit& column);
-  bool UnpackInPlace(const unsigned char* blocks, const TileVisit& row, int first, const TileVisit& column);
-  BlockRows ResultRows(const TileVisit& row, int first, int column);
+  int CountRowsInPlace(const TileVisit& row, int first, const TileVisit& column) const;
+  void UnpackInPlace(const unsigned char* blocks, int y, int numRows, const TileVisit& column);
   void UnpackPixels(const unsigned char* blocks, const TileVisit& row, const TileVisit& column);
   void Fill(unsigned char value, const TileVisit& row, const TileVisit& column);
   int CountBlocksInRow() const { return (store_.info.tileSize + kBlockSide - 1) / kBlockSide; }

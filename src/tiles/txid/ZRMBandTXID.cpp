@@ -131,22 +131,26 @@ int ZRMBandTXID::ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, i
   return ReadSubset(out, channel_, level, x0, x1, y0, y1, cancel);
 }
 
+/// A follower's read is one of the owner, which has to hold the window too.
 int ZRMBandTXID::ReadSubset(tagXArr2*& out, int channel, int level, int x0, int x1, int y0, int y1, int* cancel) {
   return zrk::ReadPixels([&] {
-    Store& store = GetStore();
     if (!IsInside(x0, x1, y0, y1)) return zrk::FailRead(zrk::kWindowOutside);
+    ZRMBandTXID* owner = this;
+    while (owner->master_) owner = owner->master_;
+    Store& store = *owner->store_;
     const int numChannels = store.txid.isExact ? kNumChannels : kNumColours;
     if (channel < 0 || channel >= numChannels) return zrk::FailRead("The channel can't be read");
-    ZRMBandTXID& owner = master_ ? *master_ : *this;
-    if (master_) return owner.ReadSubset(out, channel, level, x0, x1, y0, y1, cancel);
+    if (owner != this && !owner->IsInside(x0, x1, y0, y1)) return zrk::FailRead(zrk::kWindowOutside);
     int left = 0, top = 0, width = 0, height = 0;
-    if (!GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) return zrk::FailRead(zrk::kNoSuchLevel);
-    const bool isWhole = x0 == 0 && y0 == 0 && x1 == GetXSize() - 1 && y1 == GetYSize() - 1;
+    if (!owner->GetSubsetInfo(level, x0, x1, y0, y1, left, top, width, height)) {
+      return zrk::FailRead(zrk::kNoSuchLevel);
+    }
+    const bool isWhole = x0 == 0 && y0 == 0 && x1 == owner->GetXSize() - 1 && y1 == owner->GetYSize() - 1;
     tagXArr2* const result =
         store.reads.Read(store.txid, {{level, x0, x1, y0, y1}, width, height, isWhole, channel, cancel});
     if (!result) return 0;
     out = result;
-    CleanupMemory(0, 0);
+    owner->CleanupMemory(0, 0);
     return 1;
   });
 }

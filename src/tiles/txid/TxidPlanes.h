@@ -1,0 +1,39 @@
+#pragma once
+
+#include "base/PixelStorage.h"
+#include "tagXArr2.h"
+#include "tiles/txid/BlockPlanes.h"
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+namespace zrk {
+
+/// Red, green, blue and alpha of a window, as buffers that are handed out. They lie in one memory, so that the system
+/// can give it in large pages: a thread's first window would otherwise take longer to be given its memory than to be
+/// read.
+class TxidPlanes {
+ public:
+  /// Gives all planes a size; their contents are undefined. False, with the reason noted, where there is no memory or a
+  /// plane would exceed `INT_MAX` bytes; the planes are then empty.
+  bool Alloc(int width, int height);
+  /// Gives up the planes. Their memory stays for the next ones.
+  void Free();
+
+  bool HasData() const;
+  bool HasSize(int width, int height) const;
+  tagXArr2& operator[](std::size_t plane) { return planes_[plane]; }
+  const tagXArr2& operator[](std::size_t plane) const { return planes_[plane]; }
+  auto begin() { return planes_.begin(); }
+  auto end() { return planes_.end(); }
+
+ private:
+  unsigned char* Reserve(std::size_t bytes);
+
+  std::array<tagXArr2, kNumPlanes> planes_;  // without memory of their own
+  PixelStorage storage_;
+  std::vector<int> offsets_;  // of the rows and columns of each plane
+};
+
+}  // namespace zrk
