@@ -1,9 +1,13 @@
 #include "bands/hfa/HfaFile.h"
 
 #include "bands/hfa/HfaLayout.h"
+#include "bands/hfa/HfaPlain.h"
+#include "base/Disk.h"
 
 #include <gdal_frmts.h>
 #include <mutex>
+#include <new>
+#include <utility>
 
 namespace zrk {
 
@@ -24,7 +28,26 @@ HfaFile::HfaFile(const XString& path, bool isExact) : handles_(kHfaDriver, path,
 std::shared_ptr<HfaFile> HfaFile::Open(const XString& path, bool isExact, XString& reason) {
   auto file = std::make_shared<HfaFile>(path, isExact);
   const auto describe = [&](GDALDataset& dataset, XString& why) { return DescribeHfa(dataset, file->layout_, why); };
-  return file->handles_.Open(describe, reason) ? file : nullptr;
+  if (!file->handles_.Open(describe, reason)) return nullptr;
+  std::shared_ptr<DiskFile> opened;
+  if (CurrentDisk().Open(path.AsStdString(), {}, opened) == 0)
+    file->rows_ = std::make_shared<RowFile>(std::move(opened));
+  file->plain_ = std::vector<Plain>(file->layout_.layers.size());
+  return file;
+}
+
+/// Without memory for the list of blocks the layer is read through GDAL.
+const PlainBlocks* HfaFile::FindPlain(int layer) {
+  const auto number = static_cast<std::size_t>(layer);
+  if (!rows_ || number >= plain_.size()) return nullptr;
+  Plain& plain = plain_[number];
+  std::call_once(plain.isFound, [&] {
+    try {
+      plain.blocks = FindPlainHfa(rows_, layer, layout_.layers[number]);
+    } catch (const std::bad_alloc&) {
+    }
+  });
+  return plain.blocks ? &*plain.blocks : nullptr;
 }
 
 }  // namespace zrk

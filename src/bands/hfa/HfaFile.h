@@ -2,11 +2,13 @@
 
 #include "base/BlockCache.h"
 #include "base/BlockGrid.h"
+#include "core/model/PlainWindow.h"
 #include "geo/GdalFile.h"
 #include "XString.h"
 
 #include <array>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -33,7 +35,7 @@ struct HfaLayout {
   int Height() const { return layers.front().grid.height; }
 };
 
-/// An open HFA file, read through GDAL's driver of that name and no other.
+/// An open HFA file, read through GDAL's driver of that name and no other, but for blocks that lie plain in it.
 class HfaFile {
  public:
   /// Null with the reason where the file can't be opened or asks for more than the limits allow. With `isExact` also
@@ -45,11 +47,20 @@ class HfaFile {
   GdalFile& GetHandles() { return handles_; }
   /// For blocks that are kept.
   const BlockFile& GetBlocks() const { return blocks_; }
+  /// Where the samples of a layer lie; null where they are not plain. The first who asks has it found for all threads.
+  const PlainBlocks* FindPlain(int layer);
 
  private:
+  struct Plain {
+    std::once_flag isFound;
+    std::optional<PlainBlocks> blocks;
+  };
+
   GdalFile handles_;
   HfaLayout layout_;
   BlockFile blocks_;
+  std::shared_ptr<const RowFile> rows_;  // null where the file can't be opened once more
+  std::vector<Plain> plain_;             // of each layer
 };
 
 }  // namespace zrk

@@ -1,8 +1,9 @@
-// A plan tells which overview answers a read and which of its pixels. There the two policies part. The blocks of either
-// come from a handle of GDAL's.
+// A plan tells which overview answers a read and which of its pixels. There the two policies part. Blocks that
+// lie plain in the file are copied out of it. All others come from a handle of GDAL's.
 
 #include "bands/hfa/HfaWindow.h"
 
+#include "core/model/PlainWindow.h"
 #include "XDataType.h"
 
 #include <gdal_priv.h>
@@ -81,6 +82,9 @@ HfaPlan PlanExactHfa(const HfaLayer& layer, const ReadRequest& request) {
 
 bool ReadHfaWindow(HfaFile& file, int layer, const HfaPlan& plan, tagXArr2& out, const int* cancel) {
   constexpr std::int64_t kMaxOverviews = 64;
+  // What does not come straight out of the file is asked of GDAL, which tells what is wrong with it.
+  const PlainBlocks* const plain = plan.overview < 0 ? file.FindPlain(layer) : nullptr;
+  if (plain && ReadPlainWindow(*plain, plan.window, out, cancel)) return true;
   GdalFile::Loan loan(file.GetHandles());
   if (!loan) return false;
   HfaBlocks blocks(loan, file.GetLayout().layers[static_cast<std::size_t>(layer)], layer, plan.overview);

@@ -7,6 +7,7 @@
 #include "core/model/BlockWindow.h"
 
 #include "base/ReadError.h"
+#include "core/model/BlockSpan.h"
 #include "math/Interleave.h"
 #include "XString.h"
 #include "XThread.h"
@@ -18,27 +19,6 @@
 namespace zrk {
 
 namespace {
-
-/// The samples that a block gives along one axis.
-struct BlockSpan {
-  int first = 0;  ///< in the result
-  int count = 0;
-  int local = 0;  ///< of the first of them, in the block
-};
-
-/// `from` and `step` are positions of the image, `size` the samples of the result.
-BlockSpan SpanOf(int block, int blockSize, int from, int level, int size, bool beginsAnew) {
-  const std::int64_t step = std::int64_t{1} << level, begin = std::int64_t{block} * blockSize;
-  const auto samplesBefore = [&](std::int64_t position) {
-    return position <= from ? 0 : std::min<std::int64_t>((position - from + step - 1) / step, size);
-  };
-  BlockSpan span;
-  span.first = static_cast<int>(samplesBefore(begin));
-  span.count = static_cast<int>(samplesBefore(begin + blockSize)) - span.first;
-  const std::int64_t position = beginsAnew ? std::max<std::int64_t>(from, begin) : from + span.first * step;
-  span.local = span.count > 0 ? static_cast<int>(position - begin) : 0;
-  return span;
-}
 
 class BlockWindow {
  public:
