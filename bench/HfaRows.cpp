@@ -28,9 +28,9 @@ using HfaBytes = std::vector<unsigned char>;
 
 constexpr std::int64_t kKeptBytes = std::int64_t{256} << 20;
 
-/// Slopes with some noise on them, so that blocks can be compressed a little.
-unsigned char HfaSample(int x, int y) {
-  return static_cast<unsigned char>((x / 8 + y / 16) % 200 + (x * 7 ^ y * 13) % 8);
+/// Slopes with some noise on them.
+unsigned char HfaSample(int x, int y, int noise) {
+  return static_cast<unsigned char>((x / 8 + y / 16) % 200 + (x * 7 ^ y * 13) % noise);
 }
 
 /// A kind of file, and how GDAL writes it.
@@ -38,6 +38,8 @@ struct HfaKind {
   const char* driver;
   const char* extension;
   const char* name;  // of the kind, as "plain"
+  const char* file;  // begins the name of the file
+  int noise;  // how many values it has; with 1 there is none, and samples repeat, without which HFA compresses no block
   std::vector<const char*> options;
 };
 
@@ -51,7 +53,7 @@ void MakeHfa(const std::string& path, int side, const HfaKind& kind) {
   GDALDataset* const image = drivers.GetDriverByName("MEM")->Create("", side, side, 1, GDT_Byte, nullptr);
   HfaBytes row(static_cast<std::size_t>(side));
   for (int y = 0; y < side; ++y) {
-    for (int x = 0; x < side; ++x) row[static_cast<std::size_t>(x)] = HfaSample(x, y);
+    for (int x = 0; x < side; ++x) row[static_cast<std::size_t>(x)] = HfaSample(x, y, kind.noise);
     Must(image->GetRasterBand(1)->RasterIO(GF_Write, 0, y, side, 1, row.data(), side, 1, GDT_Byte, 0, 0, nullptr) ==
              CE_None,
          "can't make the image of " + path);
@@ -190,7 +192,7 @@ void AddHfaScaling(const HfaTask& task, int numTimes, std::vector<Row>& rows) {
 void AddRowsOf(const HfaKind& kind, const char* prefix, const BenchOptions& options, std::vector<Row>& rows) {
   const int side = options.side / 2;
   const std::string name = kind.name, key = prefix + ("_" + name) + "_";
-  const std::string path = options.folder + "/" + name + std::to_string(side) + kind.extension;
+  const std::string path = options.folder + "/" + kind.file + std::to_string(side) + kind.extension;
   const std::string of = std::string(", ") + kind.driver + " in " + name + " blocks";
   const auto share = [](std::vector<Window> windows) {
     return std::make_shared<const std::vector<Window>>(std::move(windows));
@@ -216,11 +218,11 @@ void AddRowsOf(const HfaKind& kind, const char* prefix, const BenchOptions& opti
 }  // namespace
 
 void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows) {
-  AddRowsOf({"HFA", ".img", "plain", {}}, "hfa", options, rows);
-  AddRowsOf({"HFA", ".img", "compressed", {"COMPRESSED=YES"}}, "hfa", options, rows);
+  AddRowsOf({"HFA", ".img", "plain", "plain", 8, {}}, "hfa", options, rows);
+  AddRowsOf({"HFA", ".img", "compressed", "runs", 1, {"COMPRESSED=YES"}}, "hfa", options, rows);
 }
 
 void AddNitfRows(const BenchOptions& options, std::vector<Row>& rows) {
-  AddRowsOf({"NITF", ".ntf", "plain", {"BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
-  AddRowsOf({"NITF", ".ntf", "jpeg", {"IC=C3", "BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
+  AddRowsOf({"NITF", ".ntf", "plain", "plain", 8, {"BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
+  AddRowsOf({"NITF", ".ntf", "jpeg", "jpeg", 8, {"IC=C3", "BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
 }
