@@ -1,7 +1,6 @@
 #include "bands/hfa/HfaFile.h"
 
 #include "bands/hfa/HfaLayout.h"
-#include "bands/hfa/HfaPlain.h"
 #include "base/Disk.h"
 
 #include <gdal_frmts.h>
@@ -32,22 +31,22 @@ std::shared_ptr<HfaFile> HfaFile::Open(const XString& path, bool isExact, XStrin
   std::shared_ptr<DiskFile> opened;
   if (CurrentDisk().Open(path.AsStdString(), {}, opened) == 0)
     file->rows_ = std::make_shared<RowFile>(std::move(opened));
-  file->plain_ = std::vector<Plain>(file->layout_.layers.size());
+  file->stores_ = std::vector<LazyStore>(file->layout_.layers.size());
   return file;
 }
 
 /// Without memory for the list of blocks the layer is read through GDAL.
-const PlainBlocks* HfaFile::FindPlain(int layer) {
+const HfaStore* HfaFile::FindStore(int layer) {
   const auto number = static_cast<std::size_t>(layer);
-  if (!rows_ || number >= plain_.size()) return nullptr;
-  Plain& plain = plain_[number];
-  std::call_once(plain.isFound, [&] {
+  if (!rows_ || number >= stores_.size()) return nullptr;
+  LazyStore& lazy = stores_[number];
+  std::call_once(lazy.isSought, [&] {
     try {
-      plain.blocks = FindPlainHfa(rows_, layer, layout_.layers[number]);
+      lazy.store = FindHfaStore(rows_, layer, layout_.layers[number]);
     } catch (const std::bad_alloc&) {
     }
   });
-  return plain.blocks ? &*plain.blocks : nullptr;
+  return lazy.store ? &*lazy.store : nullptr;
 }
 
 }  // namespace zrk

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "bands/hfa/HfaPlain.h"
 #include "base/BlockCache.h"
 #include "base/BlockGrid.h"
-#include "core/model/PlainWindow.h"
 #include "geo/GdalFile.h"
 #include "XString.h"
 
@@ -35,7 +35,7 @@ struct HfaLayout {
   int Height() const { return layers.front().grid.height; }
 };
 
-/// An open HFA file, read through GDAL's driver of that name and no other, but for blocks that lie plain in it.
+/// An open HFA file, read through GDAL's driver of that name and no other, but for blocks that need no GDAL.
 class HfaFile {
  public:
   /// Null with the reason where the file can't be opened or asks for more than the limits allow. With `isExact` also
@@ -47,20 +47,20 @@ class HfaFile {
   GdalFile& GetHandles() { return handles_; }
   /// For blocks that are kept.
   const BlockFile& GetBlocks() const { return blocks_; }
-  /// Where the samples of a layer lie; null where they are not plain. The first who asks has it found for all threads.
-  const PlainBlocks* FindPlain(int layer);
+  /// Where the blocks of a layer lie; null where GDAL alone knows. The first who asks has it found for all threads.
+  const HfaStore* FindStore(int layer);
 
  private:
-  struct Plain {
-    std::once_flag isFound;
-    std::optional<PlainBlocks> blocks;
+  struct LazyStore {
+    std::once_flag isSought;
+    std::optional<HfaStore> store;
   };
 
   GdalFile handles_;
   HfaLayout layout_;
   BlockFile blocks_;
   std::shared_ptr<const RowFile> rows_;  // null where the file can't be opened once more
-  std::vector<Plain> plain_;             // of each layer
+  std::vector<LazyStore> stores_;        // of each layer
 };
 
 }  // namespace zrk

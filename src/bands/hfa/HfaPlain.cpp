@@ -12,6 +12,8 @@
 
 #include "bands/hfa/HfaPlain.h"
 
+#include "bands/hfa/HfaFile.h"
+#include "bands/hfa/HfaRuns.h"
 #include "base/Cursor.h"
 #include "XDataType.h"
 
@@ -172,46 +174,76 @@ std::int64_t FindBlockList(const HfaTree& tree, std::int64_t layerChild, std::in
   return isUsual && count >= numBlocks && state.dataBytes >= before + listBytes ? offset : 0;
 }
 
-/// Offsets of blocks that are all there and plain; empty otherwise.
-std::vector<std::int64_t> ReadOffsets(const HfaTree& tree, std::int64_t list, std::int64_t numBlocks,
-                                      std::int64_t blockBytes) {
+/// The blocks as the list tells them; empty where it is cut short.
+std::vector<HfaStoredBlock> ReadBlockList(const HfaTree& tree, std::int64_t list, std::int64_t numBlocks) {
   constexpr std::int64_t kAtOnce = 4096;
-  std::vector<std::int64_t> offsets;
-  while (std::ssize(offsets) < numBlocks) {
-    const std::int64_t count = std::min(kAtOnce, numBlocks - std::ssize(offsets));
-    const std::int64_t place = list + std::ssize(offsets) * std::int64_t{kHfaBlockBytes};
+  std::vector<HfaStoredBlock> blocks;
+  while (std::ssize(blocks) < numBlocks) {
+    const std::int64_t count = std::min(kAtOnce, numBlocks - std::ssize(blocks));
+    const std::int64_t place = list + std::ssize(blocks) * std::int64_t{kHfaBlockBytes};
     const std::vector<unsigned char> bytes = tree.Read(place, static_cast<std::size_t>(count) * kHfaBlockBytes);
     Cursor cursor(bytes);
     for (std::int64_t i = 0; i < count; ++i) {
       cursor.Skip(2);
-      offsets.push_back(cursor.U32LE());
-      const bool isWhole = cursor.U32LE() == blockBytes, isThere = cursor.U16LE() != 0, isPlain = cursor.U16LE() == 0;
-      if (!isWhole || !isThere || !isPlain || cursor.HasFailed()) return {};
+      HfaStoredBlock block;
+      block.offset = cursor.U32LE();
+      block.bytes = cursor.U32LE();
+      block.isThere = cursor.U16LE() != 0;
+      block.isCompressed = cursor.U16LE() != 0;
+      blocks.push_back(block);
     }
+    if (cursor.HasFailed()) return {};
   }
-  return offsets;
+  return blocks;
+}
+
+/// The blocks, where all of them are there and plain.
+std::optional<PlainBlocks> MakePlain(const HfaStore& store) {
+  PlainBlocks plain;
+  plain.file = store.file;
+  plain.grid = store.grid;
+  plain.sampleStride = store.sampleBytes;
+  plain.rowStride = std::int64_t{store.grid.blockWidth} * store.sampleBytes;
+  for (const HfaStoredBlock& block : store.blocks) {
+    const bool isWhole = block.bytes == plain.rowStride * store.grid.blockHeight;
+    if (!isWhole || !block.isThere || block.isCompressed) return std::nullopt;
+    plain.offsets.push_back(block.offset);
+  }
+  return plain;
 }
 
 }  // namespace
 
-std::optional<PlainBlocks> FindPlainHfa(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer) {
+bool HfaStore::ReadBlock(int blockX, int blockY, PixelStorage& room, unsigned char* out) const {
+  const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1, number = blockY * across + blockX;
+  if (number >= std::ssize(blocks) || !blocks[static_cast<std::size_t>(number)].isThere) return false;
+  const HfaStoredBlock& block = blocks[static_cast<std::size_t>(number)];
+  const std::int64_t numSamples = std::int64_t{grid.blockWidth} * grid.blockHeight;
+  if (!block.isCompressed) {
+    return block.bytes == numSamples * sampleBytes &&
+           file->File().ReadAt(block.offset, out, block.bytes) == block.bytes;
+  }
+  // The head, and a length and a value for each sample, are more than any writer would keep.
+  constexpr std::int64_t kMaxOfSample = 8, kMaxHead = 64;
+  if (block.bytes > kMaxHead + numSamples * kMaxOfSample || !room.Reserve(block.bytes)) return false;
+  return file->File().ReadAt(block.offset, room.Get(), block.bytes) == block.bytes &&
+         UnpackHfaRuns({room.Get(), block.bytes}, sampleBytes, numSamples, out);
+}
+
+std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer) {
   const HfaTree tree(file->File());
   HfaEntry entry;
   HfaShape shape;
-  const std::int64_t sampleBytes = XfnGetDataSize(layer.dataType);
   if (!FindLayer(tree, number, entry, shape) || shape.grid != layer.grid) return std::nullopt;
   const BlockGrid& grid = layer.grid;
   const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1;
   const std::int64_t numBlocks = across * ((std::int64_t{grid.height} - 1) / grid.blockHeight + 1);
   const std::int64_t list = FindBlockList(tree, entry.child, numBlocks);
-  if (shape.sampleBytes != sampleBytes || list == 0) return std::nullopt;
-  PlainBlocks blocks;
-  blocks.file = file;
-  blocks.grid = grid;
-  blocks.sampleStride = sampleBytes;
-  blocks.rowStride = grid.blockWidth * sampleBytes;
-  blocks.offsets = ReadOffsets(tree, list, numBlocks, blocks.rowStride * grid.blockHeight);
-  return blocks.offsets.empty() ? std::nullopt : std::optional(std::move(blocks));
+  if (shape.sampleBytes != XfnGetDataSize(layer.dataType) || list == 0) return std::nullopt;
+  HfaStore store = {file, grid, shape.sampleBytes, {}, ReadBlockList(tree, list, numBlocks)};
+  store.plain = MakePlain(store);
+  if (store.plain) store.blocks = {};
+  return store;
 }
 
 }  // namespace zrk

@@ -8,12 +8,12 @@
 
 #include "base/ReadError.h"
 #include "core/model/BlockSpan.h"
+#include "math/CopyBlock.h"
 #include "math/Interleave.h"
 #include "XString.h"
 #include "XThread.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 namespace zrk {
@@ -90,15 +90,16 @@ class BlockWindow {
   void Copy(const unsigned char* block, const BlockSpan& columns, const BlockSpan& rows) {
     const std::ptrdiff_t step = std::ptrdiff_t{1} << plan_.request.level;
     const std::ptrdiff_t stride = std::ptrdiff_t{plan_.grid.blockWidth} * plan_.sampleBytes;
+    const std::ptrdiff_t outStride = std::ptrdiff_t{out_.xSize} * plan_.sampleBytes;
     const unsigned char* source = block + rows.local * stride + std::ptrdiff_t{columns.local} * plan_.sampleBytes;
-    for (int j = 0; j < rows.count; ++j, source += step * stride) {
-      unsigned char* const target = out_.Row(rows.first + j) + std::ptrdiff_t{columns.first} * plan_.sampleBytes;
-      const auto count = static_cast<std::size_t>(columns.count);
-      if (step == 1) {
-        std::memcpy(target, source, count * static_cast<std::size_t>(plan_.sampleBytes));
-      } else {
-        GatherSamples(source, count, step * plan_.sampleBytes, plan_.sampleBytes, target);
-      }
+    unsigned char* target = out_.Row(rows.first) + std::ptrdiff_t{columns.first} * plan_.sampleBytes;
+    if (step == 1) {
+      CopyBlock(source, stride, target, outStride, std::int64_t{columns.count} * plan_.sampleBytes, rows.count);
+      return;
+    }
+    const auto count = static_cast<std::size_t>(columns.count);
+    for (int j = 0; j < rows.count; ++j, source += step * stride, target += outStride) {
+      GatherSamples(source, count, step * plan_.sampleBytes, plan_.sampleBytes, target);
     }
   }
 

@@ -159,19 +159,6 @@ TEST(HfaCompatible, TakesPixelsThatTheFileLacksForZero) {
   EXPECT_EQ(std::vector<unsigned char>(100, 0), file.Read(0, {70, 79, 130, 139}).bytes);
 }
 
-TEST(HfaFiles, FailTheReadWhereACompressedBlockIsDamaged) {
-  for (const XReadPolicy policy : {kReadCompatible, kReadExact}) {
-    FaultyDisk disk;
-    const zrk::ScopedDisk scope(disk);
-    OpenRaster<ZRMBandHFA> file(HfaBuilder().Size(200, 160).Option("COMPRESSED=YES").Build(), "a.img", kFormatHFA,
-                                policy);
-    ASSERT_EQ(100u, file.Read(0, {0, 9, 0, 9}).bytes.size());
-    disk.FailRead(disk.GetReadCount() + 1);
-    EXPECT_THAT(file.Failure(0, {70, 79, 130, 139}),
-                testing::StartsWith("The block at column 1 and row 2 of blocks can't be read"));
-  }
-}
-
 TEST(HfaExact, LoadsGiveEveryBandStatisticsInAnyLevelMode) {
   ExactHfa file(HfaBuilder().Layers(2).Build());
   EXPECT_NE(kNotSet, file.BandAt(0).GetBandMean());

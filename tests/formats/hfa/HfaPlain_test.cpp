@@ -1,6 +1,6 @@
 // Plain blocks of HFA files, which are copied straight out of the file. Pixels are worked out by the builder's formula.
 
-#include "bands/hfa/HfaPlain.h"
+#include "bands/hfa/HfaFile.h"
 #include "FaultyDisk.h"
 #include "HfaBuilder.h"
 #include "OpenRaster.h"
@@ -36,7 +36,7 @@ struct HfaWithoutMaps {
 };
 
 /// Looks for the blocks of a layer of one byte a sample, in blocks of 64 x 64.
-std::optional<zrk::PlainBlocks> FindBlocks(const HfaFileBytes& bytes, int width, int height, int number = 0) {
+std::optional<zrk::HfaStore> FindStore(const HfaFileBytes& bytes, int width, int height, int number = 0) {
   const TempFolder folder;
   folder.Write("a.img", bytes);
   std::shared_ptr<zrk::DiskFile> file;
@@ -44,7 +44,13 @@ std::optional<zrk::PlainBlocks> FindBlocks(const HfaFileBytes& bytes, int width,
   zrk::HfaLayer layer;
   layer.grid = {width, height, 64, 64};
   layer.dataType = kPint08;
-  return zrk::FindPlainHfa(std::make_shared<zrk::RowFile>(file), number, layer);
+  return zrk::FindHfaStore(std::make_shared<zrk::RowFile>(file), number, layer);
+}
+
+/// The blocks where all of them are plain.
+std::optional<zrk::PlainBlocks> FindBlocks(const HfaFileBytes& bytes, int width, int height, int number = 0) {
+  const auto store = FindStore(bytes, width, height, number);
+  return store ? store->plain : std::nullopt;
 }
 
 /// Whether every pixel of a window is the formula's, in layer 1, at some levels of an exact read.
