@@ -214,20 +214,21 @@ std::optional<PlainBlocks> MakePlain(const HfaStore& store) {
 
 }  // namespace
 
-bool HfaStore::ReadBlock(int blockX, int blockY, PixelStorage& room, unsigned char* out) const {
+bool HfaStore::ReadBlock(int blockX, int blockY, const RowReader& reader, PixelStorage& room,
+                         unsigned char* out) const {
   const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1, number = blockY * across + blockX;
   if (number >= std::ssize(blocks) || !blocks[static_cast<std::size_t>(number)].isThere) return false;
   const HfaStoredBlock& block = blocks[static_cast<std::size_t>(number)];
   const std::int64_t numSamples = std::int64_t{grid.blockWidth} * grid.blockHeight;
-  if (!block.isCompressed) {
-    return block.bytes == numSamples * sampleBytes &&
-           file->File().ReadAt(block.offset, out, block.bytes) == block.bytes;
-  }
+  const FileRows stored = {block.offset, block.bytes, block.bytes, 1};
+  if (!block.isCompressed) return block.bytes == numSamples * sampleBytes && reader.Read(stored, out, block.bytes);
   // The head, and a length and a value for each sample, are more than any writer would keep.
   constexpr std::int64_t kMaxOfSample = 8, kMaxHead = 64;
-  if (block.bytes > kMaxHead + numSamples * kMaxOfSample || !room.Reserve(block.bytes)) return false;
-  return file->File().ReadAt(block.offset, room.Get(), block.bytes) == block.bytes &&
-         UnpackHfaRuns({room.Get(), block.bytes}, sampleBytes, numSamples, out);
+  if (block.bytes > kMaxHead + numSamples * kMaxOfSample) return false;
+  const std::int64_t roomBytes = RowReader::CountRoomBytes(stored, block.bytes);
+  if (!reader.FindMapped(stored) && !room.Reserve(static_cast<std::size_t>(roomBytes))) return false;
+  const unsigned char* const coded = reader.Fetch(stored, block.bytes, room.Get()).first;
+  return coded && UnpackHfaRuns({coded, block.bytes}, sampleBytes, numSamples, out);
 }
 
 std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer) {

@@ -29,9 +29,9 @@ struct HfaStore {
   std::optional<PlainBlocks> plain;    ///< where all blocks are there and plain
   std::vector<HfaStoredBlock> blocks;  ///< row by row, where they are not
 
-  /// Reads a block, or unpacks it by way of a room that its caller keeps for the next block. False where it is to be
-  /// read in another way; no reason is noted.
-  bool ReadBlock(int blockX, int blockY, PixelStorage& room, unsigned char* out) const;
+  /// Reads a block, or unpacks it out of a mapping or by way of a room that its caller keeps for the next block. The
+  /// reader is one of this file. False where the block is to be read in another way; no reason is noted.
+  bool ReadBlock(int blockX, int blockY, const RowReader& reader, PixelStorage& room, unsigned char* out) const;
 };
 
 /// Finds the blocks of layer `number` in its file. Empty where they lie in another one, where samples have other than

@@ -21,12 +21,15 @@ namespace {
 class HfaBlocks final : public BlockSource {
  public:
   HfaBlocks(HfaFile& file, int layer, int overview)
-      : file_(file), layer_(layer), overview_(overview), store_(overview < 0 ? file.FindStore(layer) : nullptr) {}
+      : file_(file), layer_(layer), overview_(overview), store_(overview < 0 ? file.FindStore(layer) : nullptr) {
+    // Compressed blocks have few bytes each, whatever the window.
+    if (store_ && !store_->plain) reader_.emplace(*store_->file, 0);
+  }
 
   const PlainBlocks* GetPlain() const { return store_ && store_->plain ? &*store_->plain : nullptr; }
 
   bool ReadBlock(int blockX, int blockY, void* out, bool& isCut) override {
-    if (store_ && store_->ReadBlock(blockX, blockY, room_, static_cast<unsigned char*>(out))) return true;
+    if (reader_ && store_->ReadBlock(blockX, blockY, *reader_, room_, static_cast<unsigned char*>(out))) return true;
     if (!loan_) loan_.emplace(file_.GetHandles());
     return *loan_ && loan_->ReadBlock(GetBand(), blockX, blockY, out, isCut);
   }
@@ -42,6 +45,7 @@ class HfaBlocks final : public BlockSource {
   HfaFile& file_;
   int layer_, overview_;
   const HfaStore* store_;
+  std::optional<RowReader> reader_;
   PixelStorage room_;
   std::optional<GdalFile::Loan> loan_;
 };

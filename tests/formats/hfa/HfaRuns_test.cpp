@@ -6,6 +6,7 @@
 #include "OpenRaster.h"
 #include "Oracle.h"
 #include "XFormatId.h"
+#include "XSystem.h"
 #include "ZRMBandHFA.h"
 
 #include <gtest/gtest.h>
@@ -96,6 +97,12 @@ TEST(HfaRuns, ThatDoNotFillTheBlockAreRefused) {
   EXPECT_TRUE(UnpackedRuns<std::uint8_t>(RunBytes(12), 1).empty()) << "a head that is cut";
 }
 
+TEST(HfaRuns, GiveThePixelsOfGdalByPositionalReads) {
+  XfnSetMappedReads(false);
+  CompareWithGdal(HfaBuilder().Size(200, 160).Layers(2).Option("COMPRESSED=YES").Build());
+  XfnSetMappedReads(true);
+}
+
 TEST(HfaRuns, GiveThePixelsOfGdal) {
   for (const GDALDataType type : {GDT_Byte, GDT_UInt16, GDT_Int16, GDT_UInt32, GDT_Int32, GDT_Float32, GDT_Float64}) {
     CompareWithGdal(HfaBuilder().Size(200, 160).Layers(2).Type(type).Option("COMPRESSED=YES").Build());
@@ -112,10 +119,11 @@ TEST(HfaRuns, AreUnpackedWithoutGdalWhereTheFileIsCompressed) {
   const zrk::HfaStore* const store = file->FindStore(0);
   ASSERT_TRUE(store && !store->plain);
   RunBytes block(64 * 64);
+  const zrk::RowReader reader(*store->file, 0);
   zrk::PixelStorage room;
-  ASSERT_TRUE(store->ReadBlock(1, 2, room, block.data()));
+  ASSERT_TRUE(store->ReadBlock(1, 2, reader, room, block.data()));
   EXPECT_EQ(HfaBuilder::Value(64 + 7, 128 + 5, 0), block.at(5 * 64 + 7));
-  EXPECT_FALSE(store->ReadBlock(0, 3, room, block.data())) << "there are three rows of blocks";
+  EXPECT_FALSE(store->ReadBlock(0, 3, reader, room, block.data())) << "there are three rows of blocks";
 }
 
 TEST(HfaRuns, OfADamagedBlockAreLeftToGdalWhichFailsTheRead) {
