@@ -1,6 +1,9 @@
 // Rows about HFA and NITF files of one band of bytes, plain and compressed: windows of an image just opened, and all of
-// it, beside GDAL, whose drivers read for both. Both keep as many bytes of blocks from window to window. GDAL writes
-// the files, once.
+// it, beside GDAL, whose drivers read for both what is not plain. Both keep as many bytes of blocks from window to
+// window. GDAL writes the files, once.
+//
+// On two threads each reads half of the windows, or half of the image by stripes of whole blocks. Our threads share one
+// open file. GDAL's open the file once each, because a dataset of GDAL's serves one thread at a time.
 
 #include "Inputs.h"
 #include "Rows.h"
@@ -15,6 +18,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -24,9 +28,9 @@ using HfaBytes = std::vector<unsigned char>;
 
 constexpr std::int64_t kKeptBytes = std::int64_t{256} << 20;
 
-/// Slopes with some noise on them, so that blocks can be compressed a little.
-unsigned char HfaSample(int x, int y) {
-  return static_cast<unsigned char>((x / 8 + y / 16) % 200 + (x * 7 ^ y * 13) % 8);
+/// Slopes with some noise on them.
+unsigned char HfaSample(int x, int y, int noise) {
+  return static_cast<unsigned char>((x / 8 + y / 16) % 200 + (x * 7 ^ y * 13) % noise);
 }
 
 /// A kind of file, and how GDAL writes it.
@@ -34,6 +38,8 @@ struct HfaKind {
   const char* driver;
   const char* extension;
   const char* name;  // of the kind, as "plain"
+  const char* file;  // begins the name of the file
+  int noise;  // how many values it has; with 1 there is none, and samples repeat, without which HFA compresses no block
   std::vector<const char*> options;
 };
 
@@ -47,7 +53,7 @@ void MakeHfa(const std::string& path, int side, const HfaKind& kind) {
   GDALDataset* const image = drivers.GetDriverByName("MEM")->Create("", side, side, 1, GDT_Byte, nullptr);
   HfaBytes row(static_cast<std::size_t>(side));
   for (int y = 0; y < side; ++y) {
-    for (int x = 0; x < side; ++x) row[static_cast<std::size_t>(x)] = HfaSample(x, y);
+    for (int x = 0; x < side; ++x) row[static_cast<std::size_t>(x)] = HfaSample(x, y, kind.noise);
     Must(image->GetRasterBand(1)->RasterIO(GF_Write, 0, y, side, 1, row.data(), side, 1, GDT_Byte, 0, 0, nullptr) ==
              CE_None,
          "can't make the image of " + path);
@@ -60,19 +66,37 @@ void MakeHfa(const std::string& path, int side, const HfaKind& kind) {
   std::filesystem::rename(unfinished, path);
 }
 
-void ReadHfaByUs(const std::string& path, HfaWindows windows, HfaBytes* last = nullptr) {
-  XRSFile file;
-  XString err;
-  file.SetReadPolicy(kReadExact);
-  XfnSetBlockCacheBytes(kKeptBytes);
-  Must(XfnOpenFile(&file, path, err), path + ": " + err.AsStdString());
-  tagXArr2* out = nullptr;
-  for (const Window& window : windows) {
-    Must(file.GetBandAt(0)->ReadSubset(out, 0, window.x0, window.x1, window.y0, window.y1, nullptr),
-         "a window could not be read");
+/// While it lives, the library keeps blocks. It has none at first.
+struct KeptBlocks {
+  KeptBlocks() { XfnSetBlockCacheBytes(kKeptBytes); }
+  ~KeptBlocks() { XfnSetBlockCacheBytes(0); }
+  KeptBlocks(const KeptBlocks&) = delete;
+  KeptBlocks& operator=(const KeptBlocks&) = delete;
+};
+
+class OpenHfa {
+ public:
+  explicit OpenHfa(const std::string& path) {
+    XString err;
+    file_.SetReadPolicy(kReadExact);
+    Must(XfnOpenFile(&file_, path, err), path + ": " + err.AsStdString());
   }
-  XfnSetBlockCacheBytes(0);
-  if (last) last->assign(out->data, out->data + std::ptrdiff_t{out->xSize} * out->ySize);
+  void Read(HfaWindows windows, HfaBytes* last = nullptr) const {
+    tagXArr2* out = nullptr;
+    for (const Window& window : windows) {
+      Must(file_.GetBandAt(0)->ReadSubset(out, 0, window.x0, window.x1, window.y0, window.y1, nullptr),
+           "a window could not be read");
+    }
+    if (last) last->assign(out->data, out->data + std::ptrdiff_t{out->xSize} * out->ySize);
+  }
+
+ private:
+  XRSFile file_;
+};
+
+void ReadHfaByUs(const std::string& path, HfaWindows windows, HfaBytes* last = nullptr) {
+  const KeptBlocks kept;
+  OpenHfa(path).Read(windows, last);
 }
 
 void ReadHfaByGdal(const std::string& path, HfaWindows windows, HfaBytes& out) {
@@ -98,35 +122,107 @@ void MustAgreeOnHfa(const std::string& path, HfaWindows windows) {
   }
 }
 
+/// Half of the windows on a second thread.
+template <class Read>
+void HalveHfa(HfaWindows windows, Read&& read) {
+  const std::size_t half = windows.size() / 2;
+  std::thread other([&] { read(windows.subspan(half)); });
+  read(windows.first(half));
+  other.join();
+}
+
+/// All of an image, from top to bottom.
+std::vector<Window> CutHfaIntoStripes(int side) {
+  constexpr int kStripeRows = 256;
+  std::vector<Window> stripes;
+  for (int y = 0; y < side; y += kStripeRows) {
+    stripes.push_back({0, side - 1, y, std::min(y + kStripeRows, side) - 1});
+  }
+  return stripes;
+}
+
+/// What is read of a file, for rows of one key.
+struct HfaTask {
+  std::string key;
+  std::string title;
+  std::string path;
+  std::shared_ptr<const std::vector<Window>> windows;
+};
+
+void AddHfaRow(const HfaTask& task, std::vector<Row>& rows) {
+  const auto ours = [task] { ReadHfaByUs(task.path, *task.windows); };
+  const auto theirs = [task] {
+    HfaBytes out;
+    ReadHfaByGdal(task.path, *task.windows, out);
+  };
+  rows.push_back({task.key, task.title, "GDAL", ours, theirs, 1, 1.0});
+}
+
+/// On two threads, beside GDAL, whose files are opened by their threads.
+void AddHfaRowOfTwo(const HfaTask& task, std::vector<Row>& rows) {
+  const auto theirs = [task] {
+    HalveHfa(*task.windows, [&](HfaWindows part) {
+      HfaBytes out;
+      ReadHfaByGdal(task.path, part, out);
+    });
+  };
+  const auto ours = [task] {
+    const KeptBlocks kept;
+    const OpenHfa file(task.path);
+    HalveHfa(*task.windows, [&](HfaWindows part) { file.Read(part); });
+  };
+  rows.push_back({task.key + "_two", task.title + ", 2 threads", "GDAL, 2 threads", ours, theirs, 1, 1.0});
+}
+
+/// Beside one thread of ours. The file is open already, and what is kept of the call before is given up beforehand, so
+/// that only reading is timed. Plain files are read often enough that beginning a thread takes no part of the time.
+void AddHfaScaling(const HfaTask& task, int numTimes, std::vector<Row>& rows) {
+  const auto open = std::make_shared<const OpenHfa>(task.path);
+  const auto read = [open, numTimes](HfaWindows part) {
+    for (int i = 0; i < numTimes; ++i) open->Read(part);
+  };
+  const auto forget = [] {
+    XfnSetBlockCacheBytes(0);
+    XfnSetBlockCacheBytes(kKeptBytes);
+  };
+  rows.push_back({task.key + "_threads", task.title + ", 2 threads, open", "itself on 1 thread",
+                  [=] { HalveHfa(*task.windows, read); }, [=] { read(*task.windows); }, numTimes, 1 / 1.8, forget});
+}
+
 void AddRowsOf(const HfaKind& kind, const char* prefix, const BenchOptions& options, std::vector<Row>& rows) {
   const int side = options.side / 2;
-  const auto windows = std::make_shared<std::vector<Window>>(PickWindows(side, options.numWindows));
-  const auto whole = std::make_shared<std::vector<Window>>(1, Window{0, side - 1, 0, side - 1});
-  const std::string name = kind.name;
-  const std::string path = options.folder + "/" + name + std::to_string(side) + kind.extension;
-  MakeHfa(path, side, kind);
-  MustAgreeOnHfa(path, HfaWindows(*windows).first(8));
-  const auto add = [&](const std::string& key, const std::string& title, const auto& wanted) {
-    rows.push_back({prefix + ("_" + name) + "_" + key, title + ", " + kind.driver + " in " + name + " blocks", "GDAL",
-                    [=] { ReadHfaByUs(path, *wanted); },
-                    [=] {
-                      HfaBytes out;
-                      ReadHfaByGdal(path, *wanted, out);
-                    },
-                    1, 1.0});
+  const std::string name = kind.name, key = prefix + ("_" + name) + "_";
+  const std::string path = options.folder + "/" + kind.file + std::to_string(side) + kind.extension;
+  const std::string of = std::string(", ") + kind.driver + " in " + name + " blocks";
+  const auto share = [](std::vector<Window> windows) {
+    return std::make_shared<const std::vector<Window>>(std::move(windows));
   };
-  add("windows", std::to_string(windows->size()) + " windows of an image just opened", windows);
-  add("whole", "all of it", whole);
+  const HfaTask windows = {key + "windows",
+                           std::to_string(options.numWindows) + " windows of an image just opened" + of, path,
+                           share(PickWindows(side, options.numWindows))};
+  MakeHfa(path, side, kind);
+  MustAgreeOnHfa(path, HfaWindows(*windows.windows).first(8));
+  const auto stripes = share(CutHfaIntoStripes(side));
+  MustAgreeOnHfa(path, *stripes);
+  AddHfaRow(windows, rows);
+  AddHfaRow({key + "whole", "all of it" + of, path, share({{0, side - 1, 0, side - 1}})}, rows);
+  const int numTimes = name == "plain" ? 4 : 1;
+  for (const HfaTask& task :
+       {HfaTask{key + "windows", std::to_string(options.numWindows) + " windows" + of, path, windows.windows},
+        HfaTask{key + "stripes", "all of it by stripes" + of, path, stripes}}) {
+    AddHfaRowOfTwo(task, rows);
+    AddHfaScaling(task, numTimes, rows);
+  }
 }
 
 }  // namespace
 
 void AddHfaRows(const BenchOptions& options, std::vector<Row>& rows) {
-  AddRowsOf({"HFA", ".img", "plain", {}}, "hfa", options, rows);
-  AddRowsOf({"HFA", ".img", "compressed", {"COMPRESSED=YES"}}, "hfa", options, rows);
+  AddRowsOf({"HFA", ".img", "plain", "plain", 8, {}}, "hfa", options, rows);
+  AddRowsOf({"HFA", ".img", "compressed", "runs", 1, {"COMPRESSED=YES"}}, "hfa", options, rows);
 }
 
 void AddNitfRows(const BenchOptions& options, std::vector<Row>& rows) {
-  AddRowsOf({"NITF", ".ntf", "plain", {"BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
-  AddRowsOf({"NITF", ".ntf", "jpeg", {"IC=C3", "BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
+  AddRowsOf({"NITF", ".ntf", "plain", "plain", 8, {"BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
+  AddRowsOf({"NITF", ".ntf", "jpeg", "jpeg", 8, {"IC=C3", "BLOCKXSIZE=256", "BLOCKYSIZE=256"}}, "nitf", options, rows);
 }

@@ -8,6 +8,7 @@ struct BlockGrid {
   int height = 0;
   int blockWidth = 0;
   int blockHeight = 0;
+  friend bool operator==(const BlockGrid&, const BlockGrid&) = default;
 };
 
 }  // namespace zrk

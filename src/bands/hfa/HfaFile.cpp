@@ -1,9 +1,12 @@
 #include "bands/hfa/HfaFile.h"
 
 #include "bands/hfa/HfaLayout.h"
+#include "base/Disk.h"
 
 #include <gdal_frmts.h>
 #include <mutex>
+#include <new>
+#include <utility>
 
 namespace zrk {
 
@@ -24,7 +27,26 @@ HfaFile::HfaFile(const XString& path, bool isExact) : handles_(kHfaDriver, path,
 std::shared_ptr<HfaFile> HfaFile::Open(const XString& path, bool isExact, XString& reason) {
   auto file = std::make_shared<HfaFile>(path, isExact);
   const auto describe = [&](GDALDataset& dataset, XString& why) { return DescribeHfa(dataset, file->layout_, why); };
-  return file->handles_.Open(describe, reason) ? file : nullptr;
+  if (!file->handles_.Open(describe, reason)) return nullptr;
+  std::shared_ptr<DiskFile> opened;
+  if (CurrentDisk().Open(path.AsStdString(), {}, opened) == 0)
+    file->rows_ = std::make_shared<RowFile>(std::move(opened));
+  file->stores_ = std::vector<LazyStore>(file->layout_.layers.size());
+  return file;
+}
+
+/// Without memory for the list of blocks the layer is read through GDAL.
+const HfaStore* HfaFile::FindStore(int layer) {
+  const auto number = static_cast<std::size_t>(layer);
+  if (!rows_ || number >= stores_.size()) return nullptr;
+  LazyStore& lazy = stores_[number];
+  std::call_once(lazy.isSought, [&] {
+    try {
+      lazy.store = FindHfaStore(rows_, layer, layout_.layers[number]);
+    } catch (const std::bad_alloc&) {
+    }
+  });
+  return lazy.store ? &*lazy.store : nullptr;
 }
 
 }  // namespace zrk

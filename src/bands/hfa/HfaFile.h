@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bands/hfa/HfaPlain.h"
 #include "base/BlockCache.h"
 #include "base/BlockGrid.h"
 #include "geo/GdalFile.h"
@@ -7,6 +8,7 @@
 
 #include <array>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -33,7 +35,7 @@ struct HfaLayout {
   int Height() const { return layers.front().grid.height; }
 };
 
-/// An open HFA file, read through GDAL's driver of that name and no other.
+/// An open HFA file, read through GDAL's driver of that name and no other, but for blocks that need no GDAL.
 class HfaFile {
  public:
   /// Null with the reason where the file can't be opened or asks for more than the limits allow. With `isExact` also
@@ -45,11 +47,20 @@ class HfaFile {
   GdalFile& GetHandles() { return handles_; }
   /// For blocks that are kept.
   const BlockFile& GetBlocks() const { return blocks_; }
+  /// Where the blocks of a layer lie; null where GDAL alone knows. The first who asks has it found for all threads.
+  const HfaStore* FindStore(int layer);
 
  private:
+  struct LazyStore {
+    std::once_flag isSought;
+    std::optional<HfaStore> store;
+  };
+
   GdalFile handles_;
   HfaLayout layout_;
   BlockFile blocks_;
+  std::shared_ptr<const RowFile> rows_;  // null where the file can't be opened once more
+  std::vector<LazyStore> stores_;        // of each layer
 };
 
 }  // namespace zrk

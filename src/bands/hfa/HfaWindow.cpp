@@ -1,32 +1,53 @@
-// A plan tells which overview answers a read and which of its pixels. There the two policies part. The blocks of either
-// come from a handle of GDAL's.
+// A plan tells which overview answers a read and which of its pixels. There the two policies part. Blocks that
+// lie plain in the file are copied out of it, and compressed ones are unpacked. All others come from a handle of
+// GDAL's.
 
 #include "bands/hfa/HfaWindow.h"
 
+#include "core/model/PlainWindow.h"
 #include "XDataType.h"
 
 #include <gdal_priv.h>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace zrk {
 
 namespace {
 
-/// The blocks of a layer or of one of its overviews.
+/// The blocks of a layer or of one of its overviews: of a layer those that need no GDAL, and otherwise from a handle of
+/// GDAL's, which is borrowed when the first block needs it.
 class HfaBlocks final : public BlockSource {
  public:
-  HfaBlocks(GdalFile::Loan& loan, const HfaLayer& layer, int number, int overview)
-      : loan_(loan), band_(loan.GetBand(number)) {
-    if (band_ && overview >= 0) band_ = band_->GetOverview(layer.overviewNumbers[static_cast<std::size_t>(overview)]);
+  HfaBlocks(HfaFile& file, int layer, int overview)
+      : file_(file), layer_(layer), overview_(overview), store_(overview < 0 ? file.FindStore(layer) : nullptr) {
+    // Compressed blocks have few bytes each, whatever the window.
+    if (store_ && !store_->plain) reader_.emplace(*store_->file, 0);
   }
+
+  const PlainBlocks* GetPlain() const { return store_ && store_->plain ? &*store_->plain : nullptr; }
+
   bool ReadBlock(int blockX, int blockY, void* out, bool& isCut) override {
-    return loan_.ReadBlock(band_, blockX, blockY, out, isCut);
+    if (reader_ && store_->ReadBlock(blockX, blockY, *reader_, room_, static_cast<unsigned char*>(out))) return true;
+    if (!loan_) loan_.emplace(file_.GetHandles());
+    return *loan_ && loan_->ReadBlock(GetBand(), blockX, blockY, out, isCut);
   }
 
  private:
-  GdalFile::Loan& loan_;
-  GDALRasterBand* band_;
+  GDALRasterBand* GetBand() const {
+    GDALRasterBand* const band = loan_->GetBand(layer_);
+    const HfaLayer& layer = file_.GetLayout().layers[static_cast<std::size_t>(layer_)];
+    return band && overview_ >= 0 ? band->GetOverview(layer.overviewNumbers[static_cast<std::size_t>(overview_)])
+                                  : band;
+  }
+
+  HfaFile& file_;
+  int layer_, overview_;
+  const HfaStore* store_;
+  std::optional<RowReader> reader_;
+  PixelStorage room_;
+  std::optional<GdalFile::Loan> loan_;
 };
 
 HfaPlan PlanOf(const HfaLayer& layer, const ReadRequest& request) {
@@ -81,9 +102,9 @@ HfaPlan PlanExactHfa(const HfaLayer& layer, const ReadRequest& request) {
 
 bool ReadHfaWindow(HfaFile& file, int layer, const HfaPlan& plan, tagXArr2& out, const int* cancel) {
   constexpr std::int64_t kMaxOverviews = 64;
-  GdalFile::Loan loan(file.GetHandles());
-  if (!loan) return false;
-  HfaBlocks blocks(loan, file.GetLayout().layers[static_cast<std::size_t>(layer)], layer, plan.overview);
+  HfaBlocks blocks(file, layer, plan.overview);
+  // What does not come straight out of the file is read block by block, which tells what is wrong with one.
+  if (blocks.GetPlain() && ReadPlainWindow(*blocks.GetPlain(), plan.window, out, cancel)) return true;
   BlockPlan window = plan.window;
   window.file = &file.GetBlocks();
   window.plane = layer * (kMaxOverviews + 1) + plan.overview + 1;

@@ -3,11 +3,15 @@
 //
 // GDAL hands blocks that are coded as JPEG or JPEG 2000 on to its drivers of these formats. They read the same file
 // through the same door. It makes a TIFF file in memory of a block of two levels.
+//
+// Plain blocks do without GDAL, which would copy each of them once more (NitfPlain), and so do those of grey JPEG, for
+// which it would open a dataset each (NitfJpeg).
 
 #include "bands/nitf/NitfFile.h"
 
 #include "bands/nitf/NitfCodestream.h"
 #include "bands/nitf/NitfLayout.h"
+#include "bands/nitf/NitfPlain.h"
 #include "base/Checked.h"
 #include "geo/GdalMemory.h"
 #include "geo/GdalScope.h"
@@ -18,6 +22,7 @@
 #include <gdal_priv.h>
 #include <algorithm>
 #include <mutex>
+#include <utility>
 
 namespace zrk {
 
@@ -77,9 +82,8 @@ bool IsPossible(const NitfImage& image) {
 }
 
 /// Reads the headers of the file and of its first image. Empty, or the reason why they can't be used.
-XString ReadHeaders(const XString& path, NitfLayout& layout) {
+XString ReadHeaders(const XString& path, NitfLayout& layout, XFile& file) {
   constexpr std::int64_t kHeadBytes = 512, kMaxHeaderBytes = 1000000;
-  XFile file;
   if (!file.Open(path, XFile::kRead | XFile::kShareDenyNone)) return "The file can't be opened";
   const auto headerBytes = CountNitfHeaderBytes(ReadRange(file, 0, kHeadBytes));
   if (!headerBytes) return "The file is no NITF file";
@@ -108,12 +112,34 @@ const BlockFile* NitfFile::GetBlocks() const {
   return isPlain && image.blocksAcross == 1 && image.blocksDown == 1 ? nullptr : &blocks_;
 }
 
+const PlainBlocks* NitfFile::FindPlain(int band) const {
+  const auto number = static_cast<std::size_t>(band);
+  return number < plain_.size() ? &plain_[number] : nullptr;
+}
+
+/// The bands of an image are plain all together or not at all.
+void NitfFile::TakePlain(const XFile& opened) {
+  const auto rows = std::make_shared<const RowFile>(opened.GetDiskFile());
+  for (int band = 0; band < std::ssize(layout_.bands); ++band) {
+    std::optional<PlainBlocks> blocks = FindPlainNitf(layout_, band, rows);
+    if (!blocks) break;
+    plain_.push_back(std::move(*blocks));
+  }
+}
+
 std::shared_ptr<NitfFile> NitfFile::Open(const XString& path, bool isExact, XString& reason) {
   auto file = std::make_shared<NitfFile>(path, isExact);
-  reason = ReadHeaders(path, file->layout_);
+  XFile opened;
+  reason = ReadHeaders(path, file->layout_, opened);
   if (!reason.IsEmpty()) return nullptr;
   const auto describe = [&](GDALDataset& dataset, XString& why) { return DescribeNitf(dataset, file->layout_, why); };
-  return file->handles_.Open(describe, reason) ? file : nullptr;
+  if (!file->handles_.Open(describe, reason)) return nullptr;
+  file->TakePlain(opened);
+  if (NitfJpeg::Suits(file->layout_.image, file->layout_.grid) && file->layout_.bands.size() == 1) {
+    const NitfSegment& first = file->layout_.header.images.front();
+    file->jpeg_ = std::make_unique<NitfJpeg>(opened.GetDiskFile(), first, file->layout_.image);
+  }
+  return file;
 }
 
 }  // namespace zrk

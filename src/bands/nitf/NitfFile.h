@@ -1,8 +1,10 @@
 #pragma once
 
+#include "bands/nitf/NitfJpeg.h"
 #include "base/BlockCache.h"
 #include "base/BlockGrid.h"
 #include "codec/NitfHeader.h"
+#include "core/model/PlainWindow.h"
 #include "geo/GdalFile.h"
 #include "XString.h"
 #include "ZRMBand.h"
@@ -11,6 +13,8 @@
 #include <memory>
 #include <optional>
 #include <vector>
+
+class XFile;
 
 namespace zrk {
 
@@ -32,7 +36,8 @@ struct NitfLayout {
   std::optional<std::array<double, 8>> points;  ///< corners in that system, where there is no transform
 };
 
-/// An open NITF file: its headers, which we read ourselves, and its pixels, which GDAL's driver of that name reads.
+/// An open NITF file: its headers, which we read ourselves, and its pixels, which are taken out of the file where
+/// they lie there as plain blocks or as JPEG of grey, and otherwise read by GDAL's driver of that name.
 class NitfFile {
  public:
   /// Null with the reason where the file can't be opened, has no image or asks for more than the limits allow. With
@@ -44,11 +49,19 @@ class NitfFile {
   GdalFile& GetHandles() { return handles_; }
   /// For blocks that are kept; null for an image that lies row by row in its file.
   const BlockFile* GetBlocks() const;
+  /// Where the samples of a band lie; null where they are not plain.
+  const PlainBlocks* FindPlain(int band) const;
+  /// What decodes blocks of JPEG without GDAL; null where GDAL does.
+  NitfJpeg* GetJpeg() const { return jpeg_.get(); }
 
  private:
+  void TakePlain(const XFile& opened);
+
   GdalFile handles_;
   NitfLayout layout_;
   BlockFile blocks_;
+  std::vector<PlainBlocks> plain_;  // of all bands; empty where they are not
+  std::unique_ptr<NitfJpeg> jpeg_;
 };
 
 }  // namespace zrk

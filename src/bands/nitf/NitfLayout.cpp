@@ -40,10 +40,6 @@ NitfBand BandOf(GDALRasterBand& band, const NitfImage& image) {
   return described;
 }
 
-bool AreAlike(const BlockGrid& a, const BlockGrid& b) {
-  return a.width == b.width && a.height == b.height && a.blockWidth == b.blockWidth && a.blockHeight == b.blockHeight;
-}
-
 /// Four corners that no transform leads to are listed by GDAL as points, in the order that we have.
 void TakePoints(GDALDataset& dataset, NitfLayout& layout) {
   constexpr int kNumCorners = 4;
@@ -69,7 +65,7 @@ bool DescribeNitf(GDALDataset& dataset, NitfLayout& layout, XString& reason) {
   layout.grid = GridOf(*dataset.GetRasterBand(1));
   for (int i = 1; i <= count; ++i) {
     GDALRasterBand& band = *dataset.GetRasterBand(i);
-    if (!IsWithinLimits(layout.grid) || !AreAlike(GridOf(band), layout.grid)) {
+    if (!IsWithinLimits(layout.grid) || GridOf(band) != layout.grid) {
       reason = "The image is too large for the limits";
       return false;
     }

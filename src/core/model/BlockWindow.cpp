@@ -7,38 +7,18 @@
 #include "core/model/BlockWindow.h"
 
 #include "base/ReadError.h"
+#include "core/model/BlockSpan.h"
+#include "math/CopyBlock.h"
 #include "math/Interleave.h"
 #include "XString.h"
 #include "XThread.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 namespace zrk {
 
 namespace {
-
-/// The samples that a block gives along one axis.
-struct BlockSpan {
-  int first = 0;  ///< in the result
-  int count = 0;
-  int local = 0;  ///< of the first of them, in the block
-};
-
-/// `from` and `step` are positions of the image, `size` the samples of the result.
-BlockSpan SpanOf(int block, int blockSize, int from, int level, int size, bool beginsAnew) {
-  const std::int64_t step = std::int64_t{1} << level, begin = std::int64_t{block} * blockSize;
-  const auto samplesBefore = [&](std::int64_t position) {
-    return position <= from ? 0 : std::min<std::int64_t>((position - from + step - 1) / step, size);
-  };
-  BlockSpan span;
-  span.first = static_cast<int>(samplesBefore(begin));
-  span.count = static_cast<int>(samplesBefore(begin + blockSize)) - span.first;
-  const std::int64_t position = beginsAnew ? std::max<std::int64_t>(from, begin) : from + span.first * step;
-  span.local = span.count > 0 ? static_cast<int>(position - begin) : 0;
-  return span;
-}
 
 class BlockWindow {
  public:
@@ -110,15 +90,16 @@ class BlockWindow {
   void Copy(const unsigned char* block, const BlockSpan& columns, const BlockSpan& rows) {
     const std::ptrdiff_t step = std::ptrdiff_t{1} << plan_.request.level;
     const std::ptrdiff_t stride = std::ptrdiff_t{plan_.grid.blockWidth} * plan_.sampleBytes;
+    const std::ptrdiff_t outStride = std::ptrdiff_t{out_.xSize} * plan_.sampleBytes;
     const unsigned char* source = block + rows.local * stride + std::ptrdiff_t{columns.local} * plan_.sampleBytes;
-    for (int j = 0; j < rows.count; ++j, source += step * stride) {
-      unsigned char* const target = out_.Row(rows.first + j) + std::ptrdiff_t{columns.first} * plan_.sampleBytes;
-      const auto count = static_cast<std::size_t>(columns.count);
-      if (step == 1) {
-        std::memcpy(target, source, count * static_cast<std::size_t>(plan_.sampleBytes));
-      } else {
-        GatherSamples(source, count, step * plan_.sampleBytes, plan_.sampleBytes, target);
-      }
+    unsigned char* target = out_.Row(rows.first) + std::ptrdiff_t{columns.first} * plan_.sampleBytes;
+    if (step == 1) {
+      CopyBlock(source, stride, target, outStride, std::int64_t{columns.count} * plan_.sampleBytes, rows.count);
+      return;
+    }
+    const auto count = static_cast<std::size_t>(columns.count);
+    for (int j = 0; j < rows.count; ++j, source += step * stride, target += outStride) {
+      GatherSamples(source, count, step * plan_.sampleBytes, plan_.sampleBytes, target);
     }
   }
 

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "base/BlockGrid.h"
+#include "base/PixelStorage.h"
+#include "core/model/PlainWindow.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace zrk {
+
+struct HfaLayer;
+
+/// A block as it lies in its file.
+struct HfaStoredBlock {
+  std::uint32_t offset = 0;
+  std::uint32_t bytes = 0;
+  bool isThere = false;
+  bool isCompressed = false;
+};
+
+/// Where the blocks of a layer lie. For many threads at once.
+struct HfaStore {
+  std::shared_ptr<const RowFile> file;
+  BlockGrid grid;
+  int sampleBytes = 1;
+  std::optional<PlainBlocks> plain;    ///< where all blocks are there and plain
+  std::vector<HfaStoredBlock> blocks;  ///< row by row, where they are not
+
+  /// Reads a block, or unpacks it out of a mapping or by way of a room that its caller keeps for the next block. The
+  /// reader is one of this file. False where the block is to be read in another way; no reason is noted.
+  bool ReadBlock(int blockX, int blockY, const RowReader& reader, PixelStorage& room, unsigned char* out) const;
+};
+
+/// Finds the blocks of layer `number` in its file. Empty where they lie in another one, where samples have other than
+/// whole bytes, and for a file that describes its records otherwise than all known ones do.
+std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer);
+
+}  // namespace zrk
