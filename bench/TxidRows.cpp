@@ -120,7 +120,7 @@ std::vector<Window> PickSquares(int side, int size, int count) {
 
 void AddWindowRows(const std::string& path, int side, int size, std::vector<Row>& rows) {
   // So many that starting a thread takes no time beside them.
-  const int count = std::max(256 * kWindowSide / size, 32);
+  const int count = std::max(2048 * kWindowSide / size, 512);
   const auto store = std::make_shared<Store>(path);
   const auto windows = std::make_shared<std::vector<Window>>(PickSquares(side, size, 2 * count));
   const auto copies = std::make_shared<Copies>(static_cast<std::size_t>(size) * static_cast<std::size_t>(size));
