@@ -276,7 +276,8 @@ void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows) {
     const char* title;
     WindowPlan plan;
   };
-  // A tile that is too large to be kept is decoded in parts for ever. Others cost a part and the whole, one time each.
+  // A tile that is too large to be kept is always decoded in parts. Any other tile is decoded in part once, and as a
+  // whole once.
   const Kind kinds[] = {{"jp2_one", side, "one tile", {count, 10, 2.0}},
                         {"jp2_tiles", kTileSide, "tiles of 512 x 512", {count, count, 1.4}}};
   for (const auto& [key, tile, title, plan] : kinds) {

@@ -1,6 +1,6 @@
-# Tests of a library that another build folder holds. Compilers differ much in the time that they take for tests, and little
-# in that for the library: so the tests of a library made by one can be compiled by another. The two agree in how they lay
-# out what they share.
+# Tests of a library that another build folder holds. One compiler may compile the library, and
+# another the tests. Compilers differ much in their time for tests, and little in their time for the library. Both lay out
+# classes and functions alike, so that their objects link.
 
 if(NOT EXISTS ${ZRK_BUILT_IN}/ZrkBuilt.cmake)
   message(FATAL_ERROR "${ZRK_BUILT_IN} is no build folder of this project.")

@@ -10,9 +10,10 @@
 // windows that lie near each other or follow each other, and the bands of an interleaved file, share what was decoded.
 //
 // One cache serves all files and threads. Tiles and strips of compressed TIFF files, tiles of compressed native
-// rasters, blocks of HFA files, blocks of NITF images and tiles of JPEG 2000 files go through it, the latter from the
-// second time on that they are asked for, since a part of one can be decoded by itself. Rasters that lie plainly in their files
-// are read from there and are not kept, nor are JPEG files, which are decoded from top to bottom.
+// rasters, blocks of HFA files, blocks of NITF images and tiles of JPEG 2000 files go through it. A tile of a
+// JPEG 2000 file does so from the second request on, since a part of it can be decoded by itself. Rasters and blocks
+// that lie plainly in their files are read from there and are not kept. Nor are JPEG files, which are decoded from top
+// to bottom.
 //
 // The pixels of every read are the same with the cache and without. A file must not be written to while it is open: a
 // block that is kept stays what it was when it was decoded.

@@ -49,8 +49,8 @@ class ZRKIO_API XRSFile2JP2 {
   /// Whether the place of the image is written; it is unless told otherwise. A coordinate system for which there are no
   /// geokeys is left out of the place, and fails a save in the exact policy.
   void SetGeoreference(bool isWritten) { hasGeoreference_ = isWritten; }
-  /// Whether the place is written as a GML text too, for programs that know no GeoJP2; it is not unless told so. It
-  /// takes a place in a system that has an EPSG code. Otherwise no text is written, and an exact save fails.
+  /// Whether the place is also written as a GML text, for programs that do not read GeoJP2. The default is false. GML
+  /// needs a place in a system with an EPSG code. Otherwise no text is written, and an exact save fails.
   void SetGml(bool isWritten) { hasGml_ = isWritten; }
 
   /// Writes the window x0 to x1, y0 to y1, inclusive, in pixels of the first band. Its pixels beyond the bands are 0;

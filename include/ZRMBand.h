@@ -80,8 +80,8 @@ class ZRKIO_API ZRMBand : public XBand {
   /// The pixel of a place, truncated toward zero. A place up to one pixel left of the image or above it therefore gives
   /// 0. The result is cut to the range of an int, and is 0 for what is not a number. It may lie outside the image.
   void ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y) const;
-  /// Reads the one sample at a place in world coordinates: that of the pixel which the form above finds. Like a window
-  /// of one pixel otherwise. 0 for a place whose pixel lies outside the image, or that is not finite.
+  /// Reads one sample at a place in world coordinates, of the pixel that `ConvWorldToPixelCoord` finds. The result is
+  /// that of a window of one pixel. 0 where the pixel lies outside the image or the place is not finite.
   int ReadPixel(tagXArr2*& out, double worldX, double worldY);
   using XBand::ReadPixel;
   /// The outer edges of an inclusive range of pixels, in world units. The range may reach beyond the image.

@@ -22,9 +22,9 @@ class J2kKeptTiles {
   /// The header has to outlive this.
   explicit J2kKeptTiles(const J2kHeader& header) : header_(header) {}
 
-  /// Gives what a request wants of a tile to a sink. False, with nothing given, where that is better decoded by itself:
-  /// there is no memory for tiles, this one is too large or is asked for the first time, all of it is wanted, or it
-  /// can't be decoded as a whole.
+  /// Gives what a request wants of a tile to a sink. False, with nothing given, where the caller has to decode it: no
+  /// memory is granted, the tile is too large, this is its first request, all of it is wanted, or the whole tile can't
+  /// be decoded.
   bool Give(int tile, const J2kRequest& request, const Decode& decode, J2kSink& sink);
 
  private:

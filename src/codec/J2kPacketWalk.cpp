@@ -121,7 +121,7 @@ class TagTree {
 struct HeadBlock {
   int lengthBits = 3;
   int numPasses = 0;   // of its last segment
-  int mostPasses = 0;  // that the segment may have; 0 for a block of which there has been nothing yet
+  int mostPasses = 0;  // that the segment may have; 0 before the first packet with the block
 };
 
 /// How many passes a segment may have, behind one that may have so many.

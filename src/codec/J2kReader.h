@@ -51,7 +51,7 @@ class J2kReader {
  private:
   /// What becomes of reading the header of a tile-part.
   enum class HeaderFound { kRead, kDamaged, kDiskFailed };
-  /// What becomes of a look for the packets that a level needs. The list of their lengths may be missing, or not apply.
+  /// The outcome of a search for the packets that a level needs. `kNotListed`: no list of lengths applies.
   enum class PacketsFound { kAdded, kNotListed, kListedWrongly };
   /// The packets of a tile-part that a level needs.
   struct NeededPackets {

@@ -105,8 +105,8 @@ void AddChannels(const Jp2Job& job, BoxList& boxes) {
   });
 }
 
-/// GML belongs to the larger format JPX, which wants to know what a file has of it: a codestream that any reader can
-/// decode, which is enough for the image, and GML.
+/// GML belongs to the larger format JPX, whose files list the features that they use. These files use two: a codestream
+/// that any reader can decode, which is enough for the image, and GML.
 void AddRequirements(BoxList& boxes) {
   constexpr std::uint8_t kMaskBytes = 1, kForEverything = 0xC0, kForTheImage = 0x80;
   constexpr std::uint16_t kNumFeatures = 2, kCodestream = 5, kGml = 67, kNumOfVendors = 0;

@@ -93,7 +93,7 @@ std::vector<unsigned char> AllOf16(unsigned char value) {
   return std::vector<unsigned char>(16, value);
 }
 
-/// Ground that rises to the east as far as it goes there faces the light: (1/2 + 0.70711) / root of 2 = 0.85355, which
+/// Ground that rises to the east by 45 degrees faces the light: (1/2 + 0.70711) / root of 2 = 0.85355, which
 /// is 217.8. Away from it: 0.14645, which is 38.2.
 TEST_F(ZrkioStoredNormals, ShadeLikeSlopesOfTheGroundWhereverTheTileLies) {
   EXPECT_EQ(AllOf16(181), View(NormalStore(EvenSlopes(0, 0)).Level(0, 5, 10, 5, 10)).samples);
@@ -160,7 +160,7 @@ TEST_F(ZrkioStoredNormals, NeedAStoreThatKeepsThem) {
   EXPECT_THAT(WhyNot(Write("a.pbe", StoreBuilder("PBE").Version(2.0).Build())), HasSubstr("no level with tiles"));
 }
 
-TEST_F(ZrkioStoredNormals, GoWithNothingThatTheyHaveNoUseFor) {
+TEST_F(ZrkioStoredNormals, RefuseBandsWindowsAndNames) {
   const std::string path = Write("a.pbe", NormalStore(EvenSlopes(0, 0)).Level(0, 5, 10, 5, 10).Build());
   EXPECT_THAT(WhyNot(path, {"--bands", "1"}), HasSubstr("no band"));
   EXPECT_THAT(WhyNot(path, {"--window", "0,1,0,1"}), HasSubstr("no window"));

@@ -83,7 +83,7 @@ TEST_F(XRSFile2JP2Gml, IsReadByThisLibraryToo) {
   }
 }
 
-TEST_F(XRSFile2JP2Gml, StandsBesideTheOtherPlaceInAFileThatTellsItHasSome) {
+TEST_F(XRSFile2JP2Gml, StandsBesideGeoJp2AndIsListedAsAFeature) {
   AddPlaced(32632, kInMetres);
   writer_.SetGeoreference(true);
   ASSERT_EQ(1, SaveImage());

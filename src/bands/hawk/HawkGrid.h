@@ -104,7 +104,7 @@ class HawkGrid::Reader {
   /// The value between the middles of four samples, which run on around the circle. A place in the outer half of an
   /// outer pixel has the value of its middle.
   Answer Interpolate(double lon, double lat, Value& value) const;
-  /// The same for many places. What is not known becomes not a number. It is quickest for places near to each other.
+  /// The same for many places. An unknown value becomes NaN. Places near each other are quickest.
   void InterpolateAll(const double* lon, const double* lat, int count, double* values) const;
   /// The larger one of two blocks around a place, if it lies below `height`, otherwise the smaller one.
   Answer FindBlock(double lon, double lat, double height, Block& block) const;

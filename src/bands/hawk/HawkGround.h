@@ -37,7 +37,7 @@ class HawkGround {
   double GetCompatibleHeight(double lon, double lat) const;
   /// The height of the ground. Null, or the sentence that tells why it is not known.
   const char* FindExactHeight(double lon, double lat, double& height) const;
-  /// The same for many places. Heights that are not known become not a number.
+  /// The same for many places. An unknown height becomes NaN.
   void FindExactHeights(const double* lon, const double* lat, int count, double* heights) const;
 
  private:

@@ -18,7 +18,7 @@ class HawkModel {
   const char* FindPixel(double lon, double lat, double& column, double& line);
   const char* FindPixelAt(const Place& place, double& column, double& line);
   const char* FindHeight(double lon, double lat, double& height) const;
-  /// The same for many places. What has no answer becomes not a number.
+  /// The same for many places. An unknown height becomes NaN.
   void FindHeights(const double* lon, const double* lat, int count, double* heights) const;
   /// What `ConvWarpPixelToWorldCoord` does in the compatible policy.
   void Warp(double& x, double& y) const;

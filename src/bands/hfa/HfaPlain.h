@@ -34,8 +34,8 @@ struct HfaStore {
   bool ReadBlock(int blockX, int blockY, const RowReader& reader, PixelStorage& room, unsigned char* out) const;
 };
 
-/// Finds the blocks of layer `number` in its file. Empty where they lie in another one, where samples have other than
-/// whole bytes, and for a file that describes its records otherwise than all known ones do.
+/// Finds the blocks of layer `number` in its file. Empty where the blocks lie in another file, where samples are not
+/// whole bytes, and where the dictionary of the file is not the usual one.
 std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer);
 
 }  // namespace zrk

@@ -93,7 +93,7 @@ bool UnpackSamples(std::span<const unsigned char> coded, const HfaRunsHead& head
   return done == numSamples;
 }
 
-/// False where the head is none or promises more values than there are.
+/// False where the head is damaged or promises more values than the block holds.
 bool ReadHfaRunsHead(std::span<const unsigned char> coded, std::int64_t numSamples, HfaRunsHead& head) {
   Cursor cursor(coded);
   head.least = cursor.U32LE();

@@ -4,8 +4,8 @@
 // GDAL hands blocks that are coded as JPEG or JPEG 2000 on to its drivers of these formats. They read the same file
 // through the same door. It makes a TIFF file in memory of a block of two levels.
 //
-// Plain blocks do without GDAL, which would copy each of them once more (NitfPlain), and so do those of grey JPEG, for
-// which it would open a dataset each (NitfJpeg).
+// Plain blocks are read without GDAL, which would copy each of them once more (NitfPlain). So are blocks of grey JPEG,
+// since GDAL would open a dataset for each of them (NitfJpeg).
 
 #include "bands/nitf/NitfFile.h"
 

@@ -1,7 +1,7 @@
 // GDAL opens a dataset for each block of JPEG, by way of a lock that all threads share. Blocks of grey are decoded here
-// instead. They lie one behind the other, and nothing tells their offsets: the marker that begins a JPEG file begins a
-// block. In coded data no such bytes can stand. Where there are not as many of these markers as blocks, as with
-// pictures within the heads of pictures, nothing is decoded here.
+// instead. They lie one behind the other, and no table lists their offsets. Each begins with the marker that begins a
+// JPEG file, and coded data can't hold these bytes. If the number of markers is not that of the blocks, GDAL reads the
+// image. That is so where a block has a small preview in its head.
 
 #include "bands/nitf/NitfJpeg.h"
 

@@ -11,8 +11,8 @@
 
 namespace zrk {
 
-/// Blocks whose samples lie in a file as they are served, but perhaps for the order of their bytes. All blocks have the
-/// same size, those that reach beyond the image too.
+/// Blocks whose samples lie in a file as they are served, perhaps in another byte order. All blocks have the same size,
+/// also those that reach beyond the image.
 struct PlainBlocks {
   std::shared_ptr<const RowFile> file;
   BlockGrid grid;

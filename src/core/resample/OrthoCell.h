@@ -1,5 +1,9 @@
 #pragma once
 
+// The arithmetic of one cell of a map's tile. A surface of second degree through nine positions stands for all
+// positions of the cell. The cell is divided where the surface is not near enough. Each row of the surface is a
+// polynomial, which is quick to evaluate pixel by pixel.
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -34,7 +38,7 @@ struct OrthoBounds {
   double minY = minX;
   double maxY = -minX;
 
-  /// Positions that are not finite count for nothing, and false is answered.
+  /// Leaves out a position that is not finite, and answers false for it.
   bool Add(double x, double y) {
     if (!std::isfinite(x) || !std::isfinite(y)) return false;
     minX = std::min(minX, x), maxX = std::max(maxX, x);

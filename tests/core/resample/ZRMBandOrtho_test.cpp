@@ -295,7 +295,7 @@ TEST_F(OrthoSamples, OfRealNumbersAreNotRounded) {
 }
 
 /// Every eighth column means nothing. What lies beside it is taken as it is, and never mixed with it.
-TEST_F(OrthoSamples, AreNotMixedWithThoseThatMeanNothing) {
+TEST_F(OrthoSamples, AreNotMixedWithNullValues) {
   sensor_.SetNullValue(7.0);
   sensor_.Hold<std::uint8_t>([](int x, int) { return x % 8 == 0 ? 7 : 200; });
   Show(DegreesAround(sensor_, 200, kPixel));

@@ -58,7 +58,7 @@ TEST(TxidPlanes, KeepTheirPixelsWhereTheyAreMoved) {
   EXPECT_EQ(4, moved[3].Row(3)[8]);
 }
 
-TEST(TxidPlanes, AreEmptyWhereTheyCannotBe) {
+TEST(TxidPlanes, AreEmptyAfterAFailedAllocation) {
   TxidPlanes planes;
   for (const auto& [width, height] : {std::pair{0, 5}, {5, 0}, {-1, 5}, {INT_MAX, 2}, {1 << 16, 1 << 16}}) {
     ExpectApart(planes, 9, 4);
