@@ -125,6 +125,7 @@ int DecodeJpeg(DiskFile& file, const JpegWatch& watch, JpegRows& rows, XString& 
   const auto session = std::make_unique<JpegSession>(file);
   jpeg_decompress_struct& decoder = session->GetDecoder();
   if (watch.keepGoing) session->SetKeepGoing(&watch.keepGoing);
+  session->SetAnyWarningFails(watch.anyWarningFails);
 
   const bool hasHeader = session->Run([](jpeg_decompress_struct& d) { jpeg_read_header(&d, TRUE); });
   if (!hasHeader || !IsSupported(decoder)) {

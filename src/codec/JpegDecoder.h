@@ -23,6 +23,7 @@ int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err);
 struct JpegWatch {
   std::function<bool()> keepGoing;         ///< asked now and then, and before each report; false ends the decode
   std::function<void(int row)> reportRow;  ///< told each row after it is read
+  bool anyWarningFails = false;  ///< also one that many sound files cause, about bytes between segments for instance
 };
 
 /// Where the rows of a decode go, from the top down. `RowOf` and `Take` throw nothing and leave nothing behind that

@@ -85,7 +85,7 @@ void JpegSession::OnError(j_common_ptr common) {
 
 void JpegSession::OnMessage(j_common_ptr common, int level) {
   // Levels of 0 and above are remarks. A warning has -1.
-  if (level < 0 && DamagesPixels(common->err->msg_code)) OnError(common);
+  if (level < 0 && (Of(common).anyWarningFails_ || DamagesPixels(common->err->msg_code))) OnError(common);
 }
 
 void JpegSession::OnProgress(j_common_ptr common) {

@@ -35,6 +35,9 @@ class JpegSession {
   /// outlive the session's work.
   void SetKeepGoing(const std::function<bool()>* keepGoing) { keepGoing_ = keepGoing; }
 
+  /// Takes each warning of libjpeg for an error, and not only those that mean wrong pixels.
+  void SetAnyWarningFails(bool value) { anyWarningFails_ = value; }
+
   jpeg_decompress_struct& GetDecoder() { return decoder_; }
   XString GetError() const { return XString(error_); }
   bool WasStopped() const { return stopped_; }
@@ -54,7 +57,7 @@ class JpegSession {
   std::int64_t position_ = 0;
   int scanLimit_;
   const std::function<bool()>* keepGoing_ = nullptr;
-  bool stopped_ = false;
+  bool stopped_ = false, anyWarningFails_ = false;
   char error_[JMSG_LENGTH_MAX] = "";
   std::jmp_buf escape_;
   jpeg_decompress_struct decoder_{};

@@ -19,7 +19,8 @@ namespace zrk {
 namespace {
 
 constexpr std::array<unsigned char, 3> kJpegBegins = {0xFF, 0xD8, 0xFF};
-constexpr std::int64_t kMaxCodedBytes = 64 << 20;  // of a block that is read here
+constexpr std::int64_t kMaxCodedBytes = 64 << 20;    // of a block that is read here
+constexpr std::int64_t kMaxSearchedBytes = 1 << 30;  // all threads wait for the search
 
 /// The rows of one plane of grey, which has to have a certain size.
 class GreyBlock final : public JpegRows {
@@ -67,6 +68,7 @@ void NitfJpeg::FindBlocks() {
   constexpr std::int64_t kPieceBytes = 256 << 10, kOverlap = kJpegBegins.size() - 1;
   const std::int64_t begin = segment_.DataOffset();
   const std::int64_t end = std::min(begin + segment_.dataBytes, file_->Size());
+  if (end - begin > kMaxSearchedBytes) return;
   std::vector<std::int64_t> found;
   std::vector<unsigned char> piece;
   for (std::int64_t offset = begin; offset + kOverlap < end && std::ssize(found) <= numBlocks_;) {
@@ -92,7 +94,10 @@ bool NitfJpeg::ReadBlock(std::int64_t number, unsigned char* out) {
     BytesFile bytes(coded);
     GreyBlock rows(blockWidth_, blockHeight_, out);
     XString err;
-    return DecodeJpeg(bytes, {}, rows, err) != 0;
+    // Bytes in front of a restart marker may be all that tells of a damaged interval. GDAL says what becomes of it.
+    JpegWatch watch;
+    watch.anyWarningFails = true;
+    return DecodeJpeg(bytes, watch, rows, err) != 0;
   } catch (const std::bad_alloc&) {
     return false;
   }

@@ -173,10 +173,11 @@ void OrthoSampler::FillFrom(const tagXArr2* samples, const Range& range, const P
 
 namespace {
 
-/// Whether a sample may have a value.
+/// Whether a sample may have a value. Reals may be infinite.
 template <class Sample>
 bool CanBe(double value) {
   using Limits = std::numeric_limits<Sample>;
+  if (Limits::has_infinity && std::isinf(value)) return true;
   return value >= static_cast<double>(Limits::lowest()) && value <= static_cast<double>(Limits::max());
 }
 

@@ -273,6 +273,23 @@ class OrthoSamples : public Ortho {
     }
     return errors;
   }
+  /// Every eighth column has the null value. The samples beside it are taken as they are.
+  template <class Sample>
+  void ExpectUnmixed(Sample null) {
+    sensor_.SetNullValue(null);
+    sensor_.Hold<Sample>([null](int x, int) { return x % 8 == 0 ? null : Sample{200}; });
+    Show(DegreesAround(sensor_, 200, kPixel));
+    tagXArr2* out = nullptr;
+    ASSERT_EQ(1, band_.ReadSubset(out, 0, 0, 199, 0, 199, nullptr));
+    width_ = 200;
+    const std::vector<Sample> samples = SamplesOf<Sample>(*out);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      const double x = PositionUnder(i)[0], beside = std::abs(std::remainder(x, 8.0));
+      if (std::abs(beside - 0.5) > 0.05) {
+        EXPECT_EQ(beside < 0.5 ? null : Sample{200}, samples[i]) << x;
+      }
+    }
+  }
   /// Half a step of rounding, and a twentieth of a pixel.
   template <class Sample>
   void ExpectRounded() {
@@ -294,21 +311,12 @@ TEST_F(OrthoSamples, OfRealNumbersAreNotRounded) {
   EXPECT_LT(FindErrors<float>().largest, 0.05 * 3.0);
 }
 
-/// Every eighth column means nothing. What lies beside it is taken as it is, and never mixed with it.
 TEST_F(OrthoSamples, AreNotMixedWithNullValues) {
-  sensor_.SetNullValue(7.0);
-  sensor_.Hold<std::uint8_t>([](int x, int) { return x % 8 == 0 ? 7 : 200; });
-  Show(DegreesAround(sensor_, 200, kPixel));
-  tagXArr2* out = nullptr;
-  ASSERT_EQ(1, band_.ReadSubset(out, 0, 0, 199, 0, 199, nullptr));
-  width_ = 200;
-  const std::vector<std::uint8_t> samples = SamplesOf<std::uint8_t>(*out);
-  for (std::size_t i = 0; i < samples.size(); ++i) {
-    const double x = PositionUnder(i)[0], beside = std::abs(std::remainder(x, 8.0));
-    if (std::abs(beside - 0.5) > 0.05) {
-      EXPECT_EQ(beside < 0.5 ? 7 : 200, samples[i]) << x;
-    }
-  }
+  ExpectUnmixed<std::uint8_t>(7);
+}
+
+TEST_F(OrthoSamples, AreNotMixedWithNullValuesThatAreInfinite) {
+  ExpectUnmixed<float>(-std::numeric_limits<float>::infinity());
 }
 
 TEST_F(Ortho, GivesEveryOtherPixelAtLevelOne) {

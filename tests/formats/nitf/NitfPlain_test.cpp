@@ -186,6 +186,19 @@ TEST(NitfJpeg, ADamagedBlockIsLeftToGdalAndOthersAreNot) {
   EXPECT_EQ("", compatible.Failure(0, {40, 49, 30, 39}));
 }
 
+TEST(NitfJpeg, ABlockOfWhichTheDecoderWarnsIsLeftToGdal) {
+  NitfBuilder::Bytes blocks = JpegBlocks(4);
+  blocks.insert(blocks.begin() + std::ssize(JpegBlocks(1)) - 2, {0x55, 0x55});
+  const TempFolder folder;
+  folder.Write("a.ntf", OfJpegBlocks(blocks).Build());
+  XString reason;
+  const auto file = zrk::NitfFile::Open(folder.Path("a.ntf"), true, reason);
+  ASSERT_TRUE(file && file->GetJpeg()) << reason.AsStdString();
+  std::vector<unsigned char> block(32 * 24);
+  EXPECT_FALSE(file->GetJpeg()->ReadBlock(0, block.data()));
+  EXPECT_TRUE(file->GetJpeg()->ReadBlock(1, block.data()));
+}
+
 TEST(NitfJpeg, BlocksAreLeftToGdalWhereTheirNumberIsNotThatOfTheMarkers) {
   // A comment in the head of the second block has a marker in it that begins no block.
   NitfBuilder::Bytes blocks = JpegBlocks(2);
