@@ -188,7 +188,8 @@ TEST(NitfJpeg, ADamagedBlockIsLeftToGdalAndOthersAreNot) {
 
 TEST(NitfJpeg, ABlockOfWhichTheDecoderWarnsIsLeftToGdal) {
   NitfBuilder::Bytes blocks = JpegBlocks(4);
-  blocks.insert(blocks.begin() + std::ssize(JpegBlocks(1)) - 2, {0x55, 0x55});
+  constexpr std::size_t kNumStray = 32;  // more than the decoder reads ahead
+  blocks.insert(blocks.begin() + std::ssize(JpegBlocks(1)) - 2, kNumStray, 0x55);
   const TempFolder folder;
   folder.Write("a.ntf", OfJpegBlocks(blocks).Build());
   XString reason;
