@@ -205,8 +205,8 @@ void AddHawkOrthoRows(const BenchOptions& options, std::vector<Row>& rows) {
       "a map of " + std::to_string(scene.grid.xSize) + " x " + std::to_string(scene.grid.ySize) + " pixels, over hills";
   const auto ours = [=] { MakeOurMap(scene); };
   const auto prepare = [=] { RemoveMaps(scene); };
-  rows.push_back({"hawk_ortho_polynomial", title, "GDAL's warp by a polynomial", ours,
+  rows.push_back({"ortho_polynomial", title, "GDAL's warp by a polynomial", ours,
                   [=] { MakeTheirMap(scene, "-order 2"); }, 1, 2.0, prepare});
-  rows.push_back({"hawk_ortho_plates", title, "GDAL's warp by thin plates", ours, [=] { MakeTheirMap(scene, "-tps"); },
+  rows.push_back({"ortho_plates", title, "GDAL's warp by thin plates", ours, [=] { MakeTheirMap(scene, "-tps"); },
                   1, 2.0, prepare});
 }

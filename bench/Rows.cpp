@@ -15,6 +15,7 @@
 
 #include <memory>
 #include <span>
+#include <string_view>
 #include <thread>
 
 namespace {
@@ -140,14 +141,30 @@ void AddJpegRows(const BenchOptions& options, const std::string& path, std::vect
                   [=] { ours->Read(*windows); }, [=] { theirs->Read(*windows); }, 1, 0.33});
 }
 
+/// Rows that need no more than the options, by the beginning of their keys.
+struct RowGroup {
+  std::string_view key;
+  void (*add)(const BenchOptions&, std::vector<Row>&);
+};
+constexpr RowGroup kGroups[] = {
+    {"tiff", &AddTiffRows},       {"cache", &AddCacheRows},     {"level", &AddLevelRows},
+    {"comp", &AddCompressedRows}, {"write", &AddTiffWriteRows}, {"encode", &AddJp2WriteRows},
+    {"rpf", &AddRpfRows},         {"dted", &AddDtedRows},       {"txid", &AddTxidRows},
+    {"pbi", &AddStoreRows},       {"pyramid", &AddPyramidRows}, {"hfa", &AddHfaRows},
+    {"hawk", &AddHawkRows},       {"ortho", &AddHawkOrthoRows}, {"nitf", &AddNitfRows},
+    {"names", &AddPlaceRows},     {"jp2", &AddJp2Rows}};
+
 }  // namespace
 
 std::vector<Row> MakeRows(const BenchOptions& options) {
   SetUpGdal();
   const std::string stem = options.folder + "/bench" + std::to_string(options.side);
   std::vector<Row> rows;
-  // Inputs are large. Those of rows that nobody wants are not made.
-  const auto wants = [&](const std::string& group) { return options.only.empty() || options.only.starts_with(group); };
+  // Inputs are large. Those of rows that nobody wants are not made. A key wanted may be the beginning of a group's
+  // name, or the name with more behind it.
+  const auto wants = [&](std::string_view group) {
+    return group.starts_with(options.only) || std::string_view(options.only).starts_with(group);
+  };
   if (wants("bmp") || wants("sibling")) {
     MakeBitmap(stem + ".bmp", options.side);
     AddBitmapRows(options, stem + ".bmp", rows);
@@ -156,27 +173,13 @@ std::vector<Row> MakeRows(const BenchOptions& options) {
     MakeJpeg(stem + ".jpg", options.side / 2);
     AddJpegRows(options, stem + ".jpg", rows);
   }
-  if (wants("tiff")) AddTiffRows(options, rows);
-  if (wants("cache")) AddCacheRows(options, rows);
-  if (wants("level")) AddLevelRows(options, rows);
-  if (wants("comp")) AddCompressedRows(options, rows);
-  if (wants("write")) AddTiffWriteRows(options, rows);
-  if (wants("encode")) AddJp2WriteRows(options, rows);
-  if (wants("rpf")) AddRpfRows(options, rows);
-  if (wants("dted")) AddDtedRows(options, rows);
   if (wants("block")) {
     if (options.photograph.empty()) MakeJpeg(stem + ".jpg", options.side / 2);
     AddBlockRows(options.photograph.empty() ? stem + ".jpg" : options.photograph, rows);
   }
-  if (wants("txid")) AddTxidRows(options, rows);
-  if (wants("pbi")) AddStoreRows(options, rows);
-  if (wants("pyramid")) AddPyramidRows(options, rows);
-  if (wants("hfa")) AddHfaRows(options, rows);
-  if (wants("hawk") && !options.only.starts_with("hawk_ortho")) AddHawkRows(options, rows);
-  if (wants("hawk_ortho") || options.only == "hawk") AddHawkOrthoRows(options, rows);
-  if (wants("nitf")) AddNitfRows(options, rows);
-  if (wants("names")) AddPlaceRows(options, rows);
-  if (wants("jp2")) AddJp2Rows(options, rows);
+  for (const RowGroup& group : kGroups) {
+    if (wants(group.key)) group.add(options, rows);
+  }
   std::erase_if(rows, [&](const Row& row) { return !row.key.starts_with(options.only); });
   return rows;
 }
