@@ -39,7 +39,7 @@ struct HfaKind {
   const char* extension;
   const char* name;  // of the kind, as "plain"
   const char* file;  // begins the name of the file
-  int noise;  // how many values it has; with 1 there is none, and samples repeat, without which HFA compresses no block
+  int noise;         // how many values it has; with 1 samples repeat, and HFA compresses blocks of such samples only
   std::vector<const char*> options;
 };
 

@@ -43,7 +43,7 @@ class NewFile {
 
   XFile file_;
   std::string target_;
-  std::string unfinished_;  // empty where there is none; the target itself where that is filled
+  std::string unfinished_;  // empty where no file is begun; the target itself where that is filled
 };
 
 }  // namespace zrk

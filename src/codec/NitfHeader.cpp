@@ -98,7 +98,7 @@ void TakeCorners(Cursor& cursor, bool isOld, NitfImage& image) {
   image.corners = XString(std::string(cursor.Text(kCornerBytes)));
 }
 
-/// Degrees, minutes and seconds with a letter behind them, as 425958N; nothing where the text is none.
+/// Degrees, minutes and seconds with a letter behind them, as 425958N; nothing where the text is no such number.
 std::optional<double> ParseSexagesimal(std::string_view text, char negative) {
   int value = 0;
   const std::string_view digits = text.substr(0, text.size() - 1);
@@ -108,7 +108,7 @@ std::optional<double> ParseSexagesimal(std::string_view text, char negative) {
   return text.back() == negative ? -degrees : degrees;
 }
 
-/// Degrees with a sign, as +42.999; nothing where the text is none.
+/// Degrees with a sign, as +42.999; nothing where the text is no such number.
 std::optional<double> ParseDecimal(std::string_view text) {
   double degrees = 0.0;
   if (text.starts_with('+')) text.remove_prefix(1);

@@ -66,10 +66,10 @@ std::optional<int> CountNitfImages(std::span<const unsigned char> head);
 /// The bytes of the file header, by the first bytes of a file. Empty where these don't tell them.
 std::optional<std::int64_t> CountNitfHeaderBytes(std::span<const unsigned char> head);
 
-/// Parses the header of a file from its first bytes. False where it is not whole or is none.
+/// Parses the header of a file from its first bytes. False where the bytes are cut short or are no such header.
 bool ParseNitfHeader(std::span<const unsigned char> bytes, NitfHeader& header);
 
-/// Parses the header of an image segment of such a file. False where it is not whole or is none.
+/// Parses the header of an image segment of such a file. False where the bytes are cut short or are no such header.
 bool ParseNitfImage(std::span<const unsigned char> bytes, const NitfHeader& header, NitfImage& image);
 
 /// The corners of an image as they are told in degrees: upper left, upper right, lower right, lower left, each as

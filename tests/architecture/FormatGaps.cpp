@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The folder in which a file of the name lies, anywhere beneath another one; empty where there is none.
+/// The folder in which a file of the name lies, anywhere beneath another one; empty where no folder has it.
 fs::path FolderOf(const std::string& name, const fs::path& top) {
   if (!fs::is_directory(top)) return {};
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(top)) {

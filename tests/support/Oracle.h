@@ -46,7 +46,7 @@ struct StoredImage {
   bool isPlaced = false;
   std::array<double, 6> transform{};    ///< corner x, pixel width, row shear, corner y, column shear, pixel height
   int epsg = 0;                         ///< 0 where GDAL finds no code
-  std::string wkt;                      ///< of the coordinate system; empty where there is none
+  std::string wkt;                      ///< of the coordinate system; empty where the file has no system
   std::vector<std::string> complaints;  ///< warnings and errors
 };
 

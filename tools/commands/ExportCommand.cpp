@@ -116,7 +116,7 @@ class ReportedFile {
  private:
   TargetFile file_;
   std::string target_;
-  std::string report_;  // the unfinished one; empty where there is none
+  std::string report_;  // the unfinished one; empty where none was asked for
 };
 
 /// Speed is told by the samples of the map. A map of more samples than a disk holds is refused elsewhere.

@@ -38,7 +38,7 @@ class TargetFile {
   std::string companion_;
   std::string path_;        // as it was asked for
   std::string target_;      // what it leads to
-  std::string unfinished_;  // empty where there is none
+  std::string unfinished_;  // empty where no file is begun
   int descriptor_ = -1;
 };
 
