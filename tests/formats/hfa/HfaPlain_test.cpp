@@ -4,9 +4,9 @@
 #include "FaultyDisk.h"
 #include "HfaBuilder.h"
 #include "OpenRaster.h"
+#include "WithoutMaps.h"
 #include "XDataType.h"
 #include "XFormatId.h"
-#include "XSystem.h"
 #include "ZRMBandHFA.h"
 
 #include <gtest/gtest.h>
@@ -25,14 +25,6 @@ class PlainHfa : public OpenRaster<ZRMBandHFA> {
  public:
   explicit PlainHfa(const HfaFileBytes& bytes, XReadPolicy policy = kReadExact)
       : OpenRaster(bytes, "a.img", kFormatHFA, policy) {}
-};
-
-/// While it lives, nothing is copied out of mappings.
-struct HfaWithoutMaps {
-  HfaWithoutMaps() { XfnSetMappedReads(false); }
-  ~HfaWithoutMaps() { XfnSetMappedReads(true); }
-  HfaWithoutMaps(const HfaWithoutMaps&) = delete;
-  HfaWithoutMaps& operator=(const HfaWithoutMaps&) = delete;
 };
 
 /// Looks for the blocks of a layer of one byte a sample, in blocks of 64 x 64.
@@ -101,7 +93,7 @@ TEST(HfaPlain, ReadsEveryKindOfSamplesOutOfAMapping) {
 }
 
 TEST(HfaPlain, ReadsEveryKindOfSamplesByPositionalReads) {
-  const HfaWithoutMaps off;
+  const WithoutMaps off;
   CompareTypes();
 }
 
@@ -190,7 +182,7 @@ TEST(HfaPlain, ABlockThatTheFileLacksIsLeftToGdal) {
 }
 
 TEST(HfaPlain, AFewRowsOfABlockCostTheirBytesAlone) {
-  const HfaWithoutMaps off;
+  const WithoutMaps off;
   FaultyDisk disk;
   const zrk::ScopedDisk scope(disk);
   PlainHfa file(HfaBuilder().Size(300, 200).Build());

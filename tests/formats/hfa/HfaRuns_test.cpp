@@ -5,8 +5,8 @@
 #include "HfaBuilder.h"
 #include "OpenRaster.h"
 #include "Oracle.h"
+#include "WithoutMaps.h"
 #include "XFormatId.h"
-#include "XSystem.h"
 #include "ZRMBandHFA.h"
 
 #include <gtest/gtest.h>
@@ -98,9 +98,8 @@ TEST(HfaRuns, ThatDoNotFillTheBlockAreRefused) {
 }
 
 TEST(HfaRuns, GiveThePixelsOfGdalByPositionalReads) {
-  XfnSetMappedReads(false);
+  const WithoutMaps off;
   CompareWithGdal(HfaBuilder().Size(200, 160).Layers(2).Option("COMPRESSED=YES").Build());
-  XfnSetMappedReads(true);
 }
 
 TEST(HfaRuns, GiveThePixelsOfGdal) {
