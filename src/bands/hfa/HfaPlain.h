@@ -35,7 +35,9 @@ struct HfaStore {
 };
 
 /// Finds the blocks of layer `number` in its file. Empty where they lie in another one, where samples have other than
-/// whole bytes, and for a file that describes its records otherwise than all known ones do.
-std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer);
+/// whole bytes, for a file that describes its records otherwise than all known ones do, and for one that lacks some of
+/// them. `diskFails` tells that the disk did not give some of them, and may do so later.
+std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer,
+                                     bool& diskFails);
 
 }  // namespace zrk
