@@ -2,6 +2,7 @@
 
 #include "bands/hfa/HfaRuns.h"
 #include "bands/hfa/HfaFile.h"
+#include "FaultyDisk.h"
 #include "HfaBuilder.h"
 #include "OpenRaster.h"
 #include "Oracle.h"
@@ -123,6 +124,22 @@ TEST(HfaRuns, AreUnpackedWithoutGdalWhereTheFileIsCompressed) {
   ASSERT_TRUE(store->ReadBlock(1, 2, reader, room, block.data()));
   EXPECT_EQ(HfaBuilder::Value(64 + 7, 128 + 5, 0), block.at(5 * 64 + 7));
   EXPECT_FALSE(store->ReadBlock(0, 3, reader, room, block.data())) << "there are three rows of blocks";
+}
+
+TEST(HfaRuns, ComeOutOfAMappingForSmallWindowsOnly) {
+  const RunBytes bytes = HfaBuilder().Size(600, 500).Type(GDT_UInt32).Option("COMPRESSED=YES").Build();
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  OpenRaster<ZRMBandHFA> file(bytes, "a.img", kFormatHFA, kReadExact);
+  EXPECT_EQ("", file.Failure(0, {0, 0, 0, 0}));
+  const int before = disk.GetReadCount();
+  EXPECT_EQ("", file.Failure(0, {0, 255, 0, 255}));
+  EXPECT_EQ(before, disk.GetReadCount());
+  // A file that is cut meanwhile raises a signal where a window comes out of a mapping, and so large ones do not.
+  const Pixels pixels = file.Read(0, file.Whole());
+  EXPECT_EQ(before + 10 * 8, disk.GetReadCount()) << "each block once";
+  ASSERT_EQ(600u * 500u * 4u, pixels.bytes.size());
+  EXPECT_EQ(HfaBuilder::Value(599, 499, 0), pixels.bytes.at(pixels.bytes.size() - 4));
 }
 
 TEST(HfaRuns, OfADamagedBlockAreLeftToGdalWhichFailsTheRead) {
