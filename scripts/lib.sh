@@ -50,7 +50,7 @@ zrk_configure() {
   local preset=$1
   shift
   if command -v ccache > /dev/null; then set -- -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@"; fi
-  set -- -DZRK_UNITE=ON "$@"
+  set -- -DZRK_UNITE=ON -DZRK_WERROR=ON "$@"
   cmake -S "$zrk_root" --preset "$preset" -B "$zrk_build/$preset" --log-level=NOTICE "$@" > /dev/null
 }
 

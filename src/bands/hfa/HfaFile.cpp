@@ -35,17 +35,26 @@ std::shared_ptr<HfaFile> HfaFile::Open(const XString& path, bool isExact, XStrin
   return file;
 }
 
-/// Without memory for the list of blocks the layer is read through GDAL.
+/// False where the disk fails, which may be over at the next read. Without memory for the list of blocks the layer is
+/// read through GDAL.
+bool HfaFile::Seek(int layer, std::optional<HfaStore>& store) const {
+  bool diskFails = false;
+  try {
+    store = FindHfaStore(rows_, layer, layout_.layers[static_cast<std::size_t>(layer)], diskFails);
+  } catch (const std::bad_alloc&) {
+  }
+  return store || !diskFails;
+}
+
 const HfaStore* HfaFile::FindStore(int layer) {
   const auto number = static_cast<std::size_t>(layer);
   if (!rows_ || number >= stores_.size()) return nullptr;
   LazyStore& lazy = stores_[number];
-  std::call_once(lazy.isSought, [&] {
-    try {
-      lazy.store = FindHfaStore(rows_, layer, layout_.layers[number]);
-    } catch (const std::bad_alloc&) {
-    }
-  });
+  if (!lazy.isKnown) {
+    const std::lock_guard lock(lazy.mutex);
+    if (!lazy.isKnown && !Seek(layer, lazy.store)) return nullptr;
+    lazy.isKnown = true;
+  }
   return lazy.store ? &*lazy.store : nullptr;
 }
 

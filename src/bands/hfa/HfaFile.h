@@ -7,6 +7,7 @@
 #include "XString.h"
 
 #include <array>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -47,14 +48,18 @@ class HfaFile {
   GdalFile& GetHandles() { return handles_; }
   /// For blocks that are kept.
   const BlockFile& GetBlocks() const { return blocks_; }
-  /// Where the blocks of a layer lie; null where GDAL alone knows. The first who asks has it found for all threads.
+  /// Where the blocks of a layer lie; null where GDAL alone knows. The first who asks has it found for all threads,
+  /// and where the disk fails then the next one tries again.
   const HfaStore* FindStore(int layer);
 
  private:
   struct LazyStore {
-    std::once_flag isSought;
+    std::atomic<bool> isKnown = false;  ///< the store is as it stays
+    std::mutex mutex;                   ///< of the thread that looks for it
     std::optional<HfaStore> store;
   };
+
+  bool Seek(int layer, std::optional<HfaStore>& store) const;
 
   GdalFile handles_;
   HfaLayout layout_;

@@ -17,6 +17,7 @@
 #include "base/Cursor.h"
 #include "XDataType.h"
 
+#include <strings.h>
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -57,9 +58,13 @@ class HfaTree {
  public:
   explicit HfaTree(DiskFile& file) : file_(file) {}
 
+  /// Whether the disk has failed a read, so that what was there may have read as nothing.
+  bool HasFailed() const { return hasFailed_; }
+
   std::vector<unsigned char> Read(std::int64_t offset, std::size_t count) const {
     std::vector<unsigned char> bytes(count);
     const std::int64_t got = file_.ReadAt(offset, bytes.data(), static_cast<std::int64_t>(count));
+    hasFailed_ = hasFailed_ || got < 0;
     bytes.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
     return bytes;
   }
@@ -121,7 +126,13 @@ class HfaTree {
   }
 
   DiskFile& file_;
+  mutable bool hasFailed_ = false;
 };
+
+/// Whether GDAL takes one name for the other.
+bool IsSameToGdal(const std::string& one, const char* other) {
+  return strcasecmp(one.c_str(), other) == 0;
+}
 
 /// The bytes of a sample by the number of its type; 0 for samples of fewer bits than a byte.
 int CountSampleBytes(int type) {
@@ -135,36 +146,42 @@ struct HfaShape {
   int sampleBytes = 0;
 };
 
-HfaShape ReadShape(const HfaTree& tree, std::int64_t offset) {
+/// False where the record does not come as a whole.
+bool ReadShape(const HfaTree& tree, std::int64_t offset, HfaShape& shape) {
   const std::vector<unsigned char> bytes = tree.Read(offset, kHfaLayerBytes);
   Cursor cursor(bytes);
-  HfaShape shape;
   shape.grid.width = cursor.I32LE();
   shape.grid.height = cursor.I32LE();
   cursor.Skip(2);
   shape.sampleBytes = CountSampleBytes(cursor.U16LE());
   shape.grid.blockWidth = cursor.I32LE();
   shape.grid.blockHeight = cursor.I32LE();
-  return cursor.HasFailed() ? HfaShape() : shape;
+  return !cursor.HasFailed();
 }
 
-/// Finds a layer as GDAL counts them: entries that have no pixels are passed over.
+/// Finds a layer as GDAL counts them: entries that have no pixels are passed over. The count is not sure behind an
+/// entry that is not read, or whose type differs in case.
 bool FindLayer(const HfaTree& tree, int number, HfaEntry& entry, HfaShape& shape) {
   HfaEntry root;
   if (!tree.ReadEntry(tree.FindRoot(), root)) return false;
+  constexpr const char* kLayerType = "Eimg_Layer";
   int numBefore = 0;
-  return tree.FindSibling(root.child, entry, [&](const HfaEntry& sibling) {
-    if (sibling.type != "Eimg_Layer") return false;
-    shape = ReadShape(tree, sibling.data);
-    return shape.grid.width > 0 && shape.grid.height > 0 && numBefore++ == number;
-  });
+  bool isSure = true;
+  const auto isWanted = [&](const HfaEntry& sibling) {
+    if (!IsSameToGdal(sibling.type, kLayerType)) return false;
+    isSure = sibling.type == kLayerType && ReadShape(tree, sibling.data, shape);
+    return !isSure || (shape.grid.width > 0 && shape.grid.height > 0 && numBefore++ == number);
+  };
+  return tree.FindSibling(root.child, entry, isWanted) && isSure;
 }
 
 /// The offset of the list of blocks; 0 where it is not the usual one or has too few.
 std::int64_t FindBlockList(const HfaTree& tree, std::int64_t layerChild, std::int64_t numBlocks) {
+  constexpr const char* kListName = "RasterDMS";
   HfaEntry state;
-  const auto isList = [](const HfaEntry& entry) { return entry.name == "RasterDMS"; };
-  if (!tree.FindSibling(layerChild, state, isList) || state.type != "Edms_State") return 0;
+  const auto isList = [](const HfaEntry& entry) { return IsSameToGdal(entry.name, kListName); };
+  if (!tree.FindSibling(layerChild, state, isList)) return 0;
+  if (state.name != kListName || state.type != "Edms_State") return 0;
   const std::vector<unsigned char> bytes = tree.Read(state.data, kHfaStateBytes);
   Cursor cursor(bytes);
   cursor.Skip(14);
@@ -174,7 +191,7 @@ std::int64_t FindBlockList(const HfaTree& tree, std::int64_t layerChild, std::in
   return isUsual && count >= numBlocks && state.dataBytes >= before + listBytes ? offset : 0;
 }
 
-/// The blocks as the list tells them; empty where it is cut short.
+/// The blocks as the list tells them; none where it is cut short or the disk fails.
 std::vector<HfaStoredBlock> ReadBlockList(const HfaTree& tree, std::int64_t list, std::int64_t numBlocks) {
   constexpr std::int64_t kAtOnce = 4096;
   std::vector<HfaStoredBlock> blocks;
@@ -201,6 +218,7 @@ std::vector<HfaStoredBlock> ReadBlockList(const HfaTree& tree, std::int64_t list
 std::optional<PlainBlocks> MakePlain(const HfaStore& store) {
   PlainBlocks plain;
   plain.file = store.file;
+  plain.areListed = true;
   plain.grid = store.grid;
   plain.sampleStride = store.sampleBytes;
   plain.rowStride = std::int64_t{store.grid.blockWidth} * store.sampleBytes;
@@ -210,6 +228,23 @@ std::optional<PlainBlocks> MakePlain(const HfaStore& store) {
     plain.offsets.push_back(block.offset);
   }
   return plain;
+}
+
+std::optional<HfaStore> FindStoreInTree(const HfaTree& tree, const std::shared_ptr<const RowFile>& file, int number,
+                                        const HfaLayer& layer) {
+  HfaEntry entry;
+  HfaShape shape;
+  if (!FindLayer(tree, number, entry, shape) || shape.grid != layer.grid) return std::nullopt;
+  const BlockGrid& grid = layer.grid;
+  const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1;
+  const std::int64_t numBlocks = across * ((std::int64_t{grid.height} - 1) / grid.blockHeight + 1);
+  const std::int64_t list = FindBlockList(tree, entry.child, numBlocks);
+  if (shape.sampleBytes != XfnGetDataSize(layer.dataType) || list == 0) return std::nullopt;
+  HfaStore store = {file, grid, shape.sampleBytes, {}, ReadBlockList(tree, list, numBlocks)};
+  if (std::ssize(store.blocks) != numBlocks) return std::nullopt;
+  store.plain = MakePlain(store);
+  if (store.plain) store.blocks = {};
+  return store;
 }
 
 }  // namespace
@@ -231,19 +266,11 @@ bool HfaStore::ReadBlock(int blockX, int blockY, const RowReader& reader, PixelS
   return coded && UnpackHfaRuns({coded, block.bytes}, sampleBytes, numSamples, out);
 }
 
-std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer) {
+std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer,
+                                     bool& diskFails) {
   const HfaTree tree(file->File());
-  HfaEntry entry;
-  HfaShape shape;
-  if (!FindLayer(tree, number, entry, shape) || shape.grid != layer.grid) return std::nullopt;
-  const BlockGrid& grid = layer.grid;
-  const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1;
-  const std::int64_t numBlocks = across * ((std::int64_t{grid.height} - 1) / grid.blockHeight + 1);
-  const std::int64_t list = FindBlockList(tree, entry.child, numBlocks);
-  if (shape.sampleBytes != XfnGetDataSize(layer.dataType) || list == 0) return std::nullopt;
-  HfaStore store = {file, grid, shape.sampleBytes, {}, ReadBlockList(tree, list, numBlocks)};
-  store.plain = MakePlain(store);
-  if (store.plain) store.blocks = {};
+  std::optional<HfaStore> store = FindStoreInTree(tree, file, number, layer);
+  diskFails = tree.HasFailed();
   return store;
 }
 

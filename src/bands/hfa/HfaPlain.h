@@ -35,7 +35,9 @@ struct HfaStore {
 };
 
 /// Finds the blocks of layer `number` in its file. Empty where the blocks lie in another file, where samples are not
-/// whole bytes, and where the dictionary of the file is not the usual one.
-std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer);
+/// whole bytes, where the dictionary of the file is not the usual one, and where the file lacks some of the records.
+/// `diskFails` tells that the disk did not give some of them, and may do so later.
+std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer,
+                                     bool& diskFails);
 
 }  // namespace zrk

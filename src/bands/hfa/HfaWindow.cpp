@@ -10,6 +10,7 @@
 #include <gdal_priv.h>
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 
 namespace zrk {
@@ -20,10 +21,15 @@ namespace {
 /// GDAL's, which is borrowed when the first block needs it.
 class HfaBlocks final : public BlockSource {
  public:
-  HfaBlocks(HfaFile& file, int layer, int overview)
-      : file_(file), layer_(layer), overview_(overview), store_(overview < 0 ? file.FindStore(layer) : nullptr) {
-    // Compressed blocks have few bytes each, whatever the window.
-    if (store_ && !store_->plain) reader_.emplace(*store_->file, 0);
+  HfaBlocks(HfaFile& file, int layer, const HfaPlan& plan)
+      : file_(file),
+        layer_(layer),
+        overview_(plan.overview),
+        store_(plan.overview < 0 ? file.FindStore(layer) : nullptr) {
+    const ReadRequest& request = plan.window.request;
+    // Every block of the window is read as a whole, whatever the level.
+    const std::int64_t windowBytes = std::int64_t{request.Width()} * request.Height() * plan.window.sampleBytes;
+    if (store_ && !store_->plain) reader_.emplace(*store_->file, windowBytes);
   }
 
   const PlainBlocks* GetPlain() const { return store_ && store_->plain ? &*store_->plain : nullptr; }
@@ -102,7 +108,7 @@ HfaPlan PlanExactHfa(const HfaLayer& layer, const ReadRequest& request) {
 
 bool ReadHfaWindow(HfaFile& file, int layer, const HfaPlan& plan, tagXArr2& out, const int* cancel) {
   constexpr std::int64_t kMaxOverviews = 64;
-  HfaBlocks blocks(file, layer, plan.overview);
+  HfaBlocks blocks(file, layer, plan);
   // What does not come straight out of the file is read block by block, which tells what is wrong with one.
   if (blocks.GetPlain() && ReadPlainWindow(*blocks.GetPlain(), plan.window, out, cancel)) return true;
   BlockPlan window = plan.window;

@@ -24,6 +24,8 @@ namespace {
 
 /// What is read with one call: as much as stays in a processor's second cache.
 constexpr std::int64_t kPieceBytes = 256 << 10;
+/// What is copied of a block, at most, before a stop is heard. A usual window has less, and is copied with one call.
+constexpr std::int64_t kStopBytes = 4 << 20;
 /// What is read between two blocks rather than left out.
 constexpr std::int64_t kBlockGap = 4096;
 
@@ -52,21 +54,21 @@ void TurnWords(unsigned char* bytes, std::int64_t count) {
 
 class PlainWindow {
  public:
-  PlainWindow(const PlainBlocks& blocks, const BlockPlan& plan, tagXArr2& out)
+  PlainWindow(const PlainBlocks& blocks, const BlockPlan& plan, tagXArr2& out, const int* cancel)
       : blocks_(blocks),
         plan_(plan),
         out_(out),
+        cancel_(cancel),
         outStride_(std::int64_t{out.xSize} * plan.sampleBytes),
         step_(std::int64_t{1} << plan.request.level),
         blockBytes_((blocks.grid.blockHeight - 1) * blocks.rowStride +
                     (blocks.grid.blockWidth - 1) * blocks.sampleStride + plan.sampleBytes),
         reader_(*blocks.file, std::int64_t{out.xSize} * out.ySize * blocks.sampleStride) {}
 
-  bool Read(const int* cancel) {
+  bool Read() {
     const ReadRequest& request = plan_.request;
     const int blockHeight = blocks_.grid.blockHeight;
     for (int by = request.y0 / blockHeight; by <= request.y1 / blockHeight; ++by) {
-      if (XfnIsStopRequested(cancel)) return false;
       const BlockSpan rows = SpanOf(by, blockHeight, request.y0, request.level, out_.ySize, plan_.beginsAnew);
       if (rows.count > 0 && !TakeRowOfBlocks(by, rows)) return false;
     }
@@ -78,6 +80,7 @@ class PlainWindow {
     const int last = plan_.request.x1 / blocks_.grid.blockWidth;
     const bool takesWhole = blockBytes_ <= kPieceBytes && 2 * rows.count >= blocks_.grid.blockHeight;
     for (int bx = plan_.request.x0 / blocks_.grid.blockWidth; bx <= last;) {
+      if (XfnIsStopRequested(cancel_)) return false;
       const int count = takesWhole ? CountTogether(bx, last, by) : 1;
       if (takesWhole ? !TakeWhole(bx, count, by, rows) : !TakeRows(bx, by, rows)) return false;
       bx += count;
@@ -113,6 +116,7 @@ class PlainWindow {
     return fetched != nullptr;
   }
 
+  /// A block may be as large as the image, and so its rows are taken in pieces.
   bool TakeRows(int bx, int by, const BlockSpan& rows) {
     const BlockSpan columns = ColumnsOf(bx);
     const std::int64_t offset = blocks_.OffsetOf(bx, by);
@@ -120,21 +124,27 @@ class PlainWindow {
     if (!IsInFile({offset, blockBytes_, blockBytes_, 1})) return false;
     FileRows wanted = {offset + PlaceInBlock(columns, rows), step_ * blocks_.rowStride,
                        (columns.count - 1) * step_ * blocks_.sampleStride + plan_.sampleBytes, rows.count};
-    if (AreDense()) {
-      unsigned char* const target = Target(columns, rows);
-      if (!CopyFileRows(reader_, wanted, target, outStride_)) return false;
-      Turn(target, columns.count, rows.count);
-      return true;
-    }
-    const auto atOnce = static_cast<int>(std::clamp<std::int64_t>(kPieceBytes / wanted.stride, 1, rows.count));
+    const std::int64_t fitting = AreDense() ? kStopBytes / wanted.rowBytes : kPieceBytes / wanted.stride;
+    const auto atOnce = static_cast<int>(std::clamp<std::int64_t>(fitting, 1, rows.count));
     for (BlockSpan piece = rows; piece.first < rows.first + rows.count; piece.first += atOnce) {
+      if (XfnIsStopRequested(cancel_)) return false;
       wanted.numRows = piece.count = std::min(atOnce, rows.first + rows.count - piece.first);
-      const RowReader::Fetched fetched = Fetch(wanted);
-      if (!fetched.first) return false;
-      Copy(fetched, columns, piece);
+      if (!TakePiece(wanted, columns, piece)) return false;
       wanted.offset += atOnce * wanted.stride;
     }
     return true;
+  }
+
+  bool TakePiece(const FileRows& wanted, const BlockSpan& columns, const BlockSpan& piece) {
+    if (AreDense()) {
+      unsigned char* const target = Target(columns, piece);
+      if (!CopyFileRows(reader_, wanted, target, outStride_)) return false;
+      Turn(target, columns.count, piece.count);
+      return true;
+    }
+    const RowReader::Fetched fetched = Fetch(wanted);
+    if (fetched.first) Copy(fetched, columns, piece);
+    return fetched.first != nullptr;
   }
 
   /// A mapping knows the length of the file. Otherwise it is asked once, because threads wait for one another there.
@@ -190,6 +200,7 @@ class PlainWindow {
   const PlainBlocks& blocks_;
   const BlockPlan& plan_;
   tagXArr2& out_;
+  const int* cancel_;
   std::int64_t outStride_, step_, blockBytes_;
   std::int64_t fileBytes_ = -1;  // of the file, once it was asked
   RowReader reader_;
@@ -199,7 +210,7 @@ class PlainWindow {
 }  // namespace
 
 bool ReadPlainWindow(const PlainBlocks& blocks, const BlockPlan& plan, tagXArr2& out, const int* cancel) {
-  return PlainWindow(blocks, plan, out).Read(cancel);
+  return PlainWindow(blocks, plan, out, cancel).Read();
 }
 
 }  // namespace zrk

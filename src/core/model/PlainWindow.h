@@ -19,14 +19,15 @@ struct PlainBlocks {
   std::int64_t sampleStride = 1;  ///< bytes from a sample of a row to the next one
   std::int64_t rowStride = 0;     ///< bytes from a row of a block to the next one
   int wordBytes = 1;              ///< bytes of a number that has its most significant byte first; 1 for other samples
-  /// Offsets of the first samples of all blocks, row by row. Where there are none they follow from the next three.
-  std::vector<std::int64_t> offsets;
-  std::int64_t first = 0;   ///< the offset of the first block
-  std::int64_t across = 0;  ///< bytes from a block to the one on its right
-  std::int64_t down = 0;    ///< bytes from a block to the one below it
+  /// Whether each block has its offset in the list. Otherwise offsets follow from the three numbers behind it.
+  bool areListed = false;
+  std::vector<std::int64_t> offsets;  ///< of the first samples of all blocks, row by row
+  std::int64_t first = 0;             ///< the offset of the first block
+  std::int64_t across = 0;            ///< bytes from a block to the one on its right
+  std::int64_t down = 0;              ///< bytes from a block to the one below it
 
   std::int64_t OffsetOf(int blockX, int blockY) const {
-    if (offsets.empty()) return first + blockX * across + blockY * down;
+    if (!areListed) return first + blockX * across + blockY * down;
     const std::int64_t numAcross = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1;
     return offsets[static_cast<std::size_t>(blockY * numAcross + blockX)];
   }

@@ -4,9 +4,10 @@
 #include "FaultyDisk.h"
 #include "HfaBuilder.h"
 #include "OpenRaster.h"
+#include "WithoutMaps.h"
 #include "XDataType.h"
 #include "XFormatId.h"
-#include "XSystem.h"
+#include "XRSFileIO.h"
 #include "ZRMBandHFA.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,9 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -27,14 +30,6 @@ class PlainHfa : public OpenRaster<ZRMBandHFA> {
       : OpenRaster(bytes, "a.img", kFormatHFA, policy) {}
 };
 
-/// While it lives, nothing is copied out of mappings.
-struct HfaWithoutMaps {
-  HfaWithoutMaps() { XfnSetMappedReads(false); }
-  ~HfaWithoutMaps() { XfnSetMappedReads(true); }
-  HfaWithoutMaps(const HfaWithoutMaps&) = delete;
-  HfaWithoutMaps& operator=(const HfaWithoutMaps&) = delete;
-};
-
 /// Looks for the blocks of a layer of one byte a sample, in blocks of 64 x 64.
 std::optional<zrk::HfaStore> FindStore(const HfaFileBytes& bytes, int width, int height, int number = 0) {
   const TempFolder folder;
@@ -44,7 +39,8 @@ std::optional<zrk::HfaStore> FindStore(const HfaFileBytes& bytes, int width, int
   zrk::HfaLayer layer;
   layer.grid = {width, height, 64, 64};
   layer.dataType = kPint08;
-  return zrk::FindHfaStore(std::make_shared<zrk::RowFile>(file), number, layer);
+  bool diskFails = false;
+  return zrk::FindHfaStore(std::make_shared<zrk::RowFile>(file), number, layer, diskFails);
 }
 
 /// The blocks where all of them are plain.
@@ -86,12 +82,74 @@ void CompareTypes() {
   CompareType<double>(GDT_Float64);
 }
 
+/// The pixels of a window of bytes as the formula has them.
+std::vector<unsigned char> HfaPixelsOf(const Window& window, int layer) {
+  std::vector<unsigned char> bytes;
+  for (int y = window.y0; y <= window.y1; ++y) {
+    for (int x = window.x0; x <= window.x1; ++x) {
+      bytes.push_back(static_cast<unsigned char>(HfaBuilder::Value(x, y, layer)));
+    }
+  }
+  return bytes;
+}
+
 /// The file with the first hit of a text replaced by one of the same length.
 HfaFileBytes Reworded(HfaFileBytes bytes, std::string_view from, std::string_view to) {
   const auto hit = std::search(bytes.begin(), bytes.end(), from.begin(), from.end());
   EXPECT_NE(bytes.end(), hit);
   std::copy(to.begin(), to.end(), hit);
   return bytes;
+}
+
+/// The offset of the entry of a name.
+std::size_t FindEntryOf(const HfaFileBytes& bytes, const std::string& name) {
+  const std::string field = name + std::string(64 - name.size(), '\0');
+  const auto hit = std::search(bytes.begin(), bytes.end(), field.begin(), field.end());
+  EXPECT_NE(bytes.end(), hit) << name;
+  return static_cast<std::size_t>(hit - bytes.begin()) - 24;
+}
+
+std::uint32_t NumberAt(const HfaFileBytes& bytes, std::size_t offset) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 0; i < 4; ++i) number |= std::uint32_t{bytes.at(offset + i)} << 8 * i;
+  return number;
+}
+
+void PutNumber(HfaFileBytes& bytes, std::size_t offset, std::size_t number) {
+  for (std::size_t i = 0; i < 4; ++i) bytes.at(offset + i) = static_cast<unsigned char>(number >> 8 * i);
+}
+
+/// A file of 200 x 150 whose list of blocks lies behind all else, but for its last bytes.
+HfaFileBytes WithListLast(std::size_t numCut) {
+  constexpr std::size_t kStateBytes = 22, kListBytes = 4 * 3 * 14;
+  HfaFileBytes bytes = HfaBuilder().Size(200, 150).Build();
+  const std::size_t entry = FindEntryOf(bytes, "RasterDMS"), end = bytes.size();
+  const std::uint32_t state = NumberAt(bytes, entry + 16);
+  bytes.resize(end + kStateBytes + kListBytes);
+  std::copy_n(bytes.begin() + state, kStateBytes + kListBytes, bytes.begin() + static_cast<std::ptrdiff_t>(end));
+  PutNumber(bytes, entry + 16, end);
+  PutNumber(bytes, end + kStateBytes - 4, end + kStateBytes);
+  bytes.resize(bytes.size() - numCut);
+  return bytes;
+}
+
+/// Reads a window while the N-th read from now on fails, or answers some bytes fewer, and once more afterwards. False
+/// where there are fewer reads.
+bool ReadDespiteFault(const std::string& path, int nth, std::int64_t shortBy, XReadPolicy policy) {
+  const Window window = {30, 181, 60, 100};
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  XRSFile file;
+  file.SetReadPolicy(policy);
+  XString reason;
+  if (!XRSFileIO::LoadFileRaster(&file, kFormatHFA, path, reason, 0, kLevelNone, nullptr)) return false;
+  const int failing = disk.GetReadCount() + nth;
+  disk.FailRead(failing, shortBy);
+  const Pixels pixels = ReadPixels(*file.GetBandAt(0), 0, window);
+  EXPECT_TRUE(pixels.bytes.empty() ? XfnGetLastReadError(reason) : HfaPixelsOf(window, 0) == pixels.bytes) << nth;
+  const bool isReached = disk.GetReadCount() >= failing;
+  EXPECT_TRUE(HfaPixelsOf(window, 0) == ReadPixels(*file.GetBandAt(0), 0, window).bytes) << nth;
+  return isReached;
 }
 
 }  // namespace
@@ -101,7 +159,7 @@ TEST(HfaPlain, ReadsEveryKindOfSamplesOutOfAMapping) {
 }
 
 TEST(HfaPlain, ReadsEveryKindOfSamplesByPositionalReads) {
-  const HfaWithoutMaps off;
+  const WithoutMaps off;
   CompareTypes();
 }
 
@@ -189,8 +247,64 @@ TEST(HfaPlain, ABlockThatTheFileLacksIsLeftToGdal) {
   EXPECT_EQ("", exact.Failure(0, {0, 99, 0, 149}));
 }
 
+TEST(HfaPlain, AReadOfTheDiskThatFailsGivesNoOtherPixels) {
+  const WithoutMaps off;
+  const TempFolder folder;
+  folder.Write("a.img", HfaBuilder().Size(200, 150).Layers(2).Build());
+  for (const auto& [shortBy, policy] : {std::pair(0, kReadExact), {0, kReadCompatible}, {1, kReadExact}}) {
+    int numReads = 0;
+    while (ReadDespiteFault(folder.Path("a.img"), numReads + 1, shortBy, policy)) ++numReads;
+    // The tree, the state and the list of blocks, and the blocks.
+    EXPECT_LE(12, numReads);
+  }
+}
+
+TEST(HfaPlain, BlocksAreFoundByTheNextReadWhereTheDiskFailedTheFirst) {
+  const TempFolder folder;
+  folder.Write("a.img", HfaBuilder().Size(200, 150).Build());
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  XString reason;
+  const auto file = zrk::HfaFile::Open(folder.Path("a.img"), true, reason);
+  ASSERT_TRUE(file) << reason.AsStdString();
+  disk.FailRead(disk.GetReadCount() + 1);
+  EXPECT_EQ(nullptr, file->FindStore(0));
+  const zrk::HfaStore* const store = file->FindStore(0);
+  ASSERT_TRUE(store && store->plain);
+  EXPECT_EQ(4u * 3u, store->plain->offsets.size());
+  const int before = disk.GetReadCount();
+  EXPECT_EQ(store, file->FindStore(0));
+  EXPECT_EQ(before, disk.GetReadCount()) << "what was found is kept";
+}
+
+TEST(HfaPlain, AListOfBlocksThatIsCutIsLeftToGdal) {
+  const Window window = {0, 99, 0, 99};
+  const HfaFileBytes whole = WithListLast(0), cut = WithListLast(1);
+  ASSERT_TRUE(FindBlocks(whole, 200, 150));
+  EXPECT_TRUE(HfaPixelsOf(window, 0) == PlainHfa(whole).Read(0, window).bytes);
+  EXPECT_FALSE(FindStore(cut, 200, 150));
+  for (const XReadPolicy policy : {kReadExact, kReadCompatible}) {
+    EXPECT_EQ("The block at column 0 and row 0 of blocks", PlainHfa(cut, policy).Failure(0, window).substr(0, 41));
+  }
+}
+
+TEST(HfaPlain, NamesThatDifferInCaseAreLeftToGdalWhichTakesThem) {
+  const HfaFileBytes bytes = HfaBuilder().Size(200, 150).Layers(2).Build();
+  // A layer that GDAL takes and we do not would have us count the next one for it.
+  HfaFileBytes layer = bytes;
+  layer.at(FindEntryOf(bytes, "Layer_1") + 88) = 'e';
+  EXPECT_FALSE(FindStore(layer, 200, 150, 0));
+  // A list that GDAL finds first hides one of the usual name.
+  HfaFileBytes list = bytes;
+  list.at(FindEntryOf(bytes, "RasterDMS") + 24) = 'r';
+  EXPECT_FALSE(FindStore(list, 200, 150, 0));
+  EXPECT_TRUE(FindStore(list, 200, 150, 1));
+  const Window window = {0, 99, 0, 99};
+  EXPECT_TRUE(HfaPixelsOf(window, 0) == PlainHfa(list).Read(0, window).bytes);
+}
+
 TEST(HfaPlain, AFewRowsOfABlockCostTheirBytesAlone) {
-  const HfaWithoutMaps off;
+  const WithoutMaps off;
   FaultyDisk disk;
   const zrk::ScopedDisk scope(disk);
   PlainHfa file(HfaBuilder().Size(300, 200).Build());

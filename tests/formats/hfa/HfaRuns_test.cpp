@@ -2,11 +2,12 @@
 
 #include "bands/hfa/HfaRuns.h"
 #include "bands/hfa/HfaFile.h"
+#include "FaultyDisk.h"
 #include "HfaBuilder.h"
 #include "OpenRaster.h"
 #include "Oracle.h"
+#include "WithoutMaps.h"
 #include "XFormatId.h"
-#include "XSystem.h"
 #include "ZRMBandHFA.h"
 
 #include <gtest/gtest.h>
@@ -98,9 +99,8 @@ TEST(HfaRuns, ThatDoNotFillTheBlockAreRefused) {
 }
 
 TEST(HfaRuns, GiveThePixelsOfGdalByPositionalReads) {
-  XfnSetMappedReads(false);
+  const WithoutMaps off;
   CompareWithGdal(HfaBuilder().Size(200, 160).Layers(2).Option("COMPRESSED=YES").Build());
-  XfnSetMappedReads(true);
 }
 
 TEST(HfaRuns, GiveThePixelsOfGdal) {
@@ -124,6 +124,22 @@ TEST(HfaRuns, AreUnpackedWithoutGdalWhereTheFileIsCompressed) {
   ASSERT_TRUE(store->ReadBlock(1, 2, reader, room, block.data()));
   EXPECT_EQ(HfaBuilder::Value(64 + 7, 128 + 5, 0), block.at(5 * 64 + 7));
   EXPECT_FALSE(store->ReadBlock(0, 3, reader, room, block.data())) << "there are three rows of blocks";
+}
+
+TEST(HfaRuns, ComeOutOfAMappingForSmallWindowsOnly) {
+  const RunBytes bytes = HfaBuilder().Size(600, 500).Type(GDT_UInt32).Option("COMPRESSED=YES").Build();
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  OpenRaster<ZRMBandHFA> file(bytes, "a.img", kFormatHFA, kReadExact);
+  EXPECT_EQ("", file.Failure(0, {0, 0, 0, 0}));
+  const int before = disk.GetReadCount();
+  EXPECT_EQ("", file.Failure(0, {0, 255, 0, 255}));
+  EXPECT_EQ(before, disk.GetReadCount());
+  // A file that is cut meanwhile raises a signal where a window comes out of a mapping, and so large ones do not.
+  const Pixels pixels = file.Read(0, file.Whole());
+  EXPECT_EQ(before + 10 * 8, disk.GetReadCount()) << "each block once";
+  ASSERT_EQ(600u * 500u * 4u, pixels.bytes.size());
+  EXPECT_EQ(HfaBuilder::Value(599, 499, 0), pixels.bytes.at(pixels.bytes.size() - 4));
 }
 
 TEST(HfaRuns, OfADamagedBlockAreLeftToGdalWhichFailsTheRead) {

@@ -347,7 +347,9 @@ TEST_P(Jp2Hostile, EndsInASentenceSoonAndWithLittleMemory) {
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   EXPECT_LT(taken.count(), 1.0 * static_cast<double>(TrialStep()));
   constexpr std::int64_t kMaxKilobytes = 64 << 10;
-  if (!IsSanitized()) EXPECT_LT(GetPeakKilobytes() - before, kMaxKilobytes);
+  if (!IsSanitized()) {
+    EXPECT_LT(GetPeakKilobytes() - before, kMaxKilobytes);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Headers, Jp2Hostile,

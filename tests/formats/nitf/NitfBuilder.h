@@ -55,7 +55,7 @@ class NitfBuilder {
   }
   /// A letter for the kind and four corners of 15 characters.
   NitfBuilder& Corners(char kind, const std::string& corners) {
-    corners_ = std::string(1, kind) + corners;
+    corners_.assign(1, kind).append(corners);
     return *this;
   }
   NitfBuilder& Representation(const std::string& text) {

@@ -85,7 +85,9 @@ TEST_P(NitfHostile, EndsInASentenceSoonAndWithLittleMemory) {
   EXPECT_EQ(GetParam().reason, reason.substr(0, std::string(GetParam().reason).size()));
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   EXPECT_LT(taken.count(), 1.0 * static_cast<double>(TrialStep()));
-  if (!IsSanitized()) EXPECT_LT(peak, 64 << 10);
+  if (!IsSanitized()) {
+    EXPECT_LT(peak, 64 << 10);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Headers, NitfHostile, testing::ValuesIn(kHostileHeaders),

@@ -7,8 +7,8 @@
 #include "NitfBuilder.h"
 #include "OpenRaster.h"
 #include "Oracle.h"
+#include "WithoutMaps.h"
 #include "XFormatId.h"
-#include "XSystem.h"
 #include "ZRMBandNITF.h"
 
 #include <gtest/gtest.h>
@@ -24,14 +24,6 @@ class PlainNitf : public OpenRaster<ZRMBandNITF> {
  public:
   explicit PlainNitf(const NitfBuilder& builder, XReadPolicy policy = kReadExact)
       : OpenRaster(builder.Build(), "a.ntf", kFormatNITFIMG, policy) {}
-};
-
-/// While it lives, nothing is copied out of mappings.
-struct NitfWithoutMaps {
-  NitfWithoutMaps() { XfnSetMappedReads(false); }
-  ~NitfWithoutMaps() { XfnSetMappedReads(true); }
-  NitfWithoutMaps(const NitfWithoutMaps&) = delete;
-  NitfWithoutMaps& operator=(const NitfWithoutMaps&) = delete;
 };
 
 /// The pixels of a window as the formula has them.
@@ -112,7 +104,7 @@ TEST(NitfPlain, ReadsEveryOrderOfBandsAndKindOfSamplesOutOfAMapping) {
 }
 
 TEST(NitfPlain, ReadsEveryOrderOfBandsAndKindOfSamplesByPositionalReads) {
-  const NitfWithoutMaps off;
+  const WithoutMaps off;
   CompareAll();
 }
 
@@ -125,7 +117,7 @@ TEST(NitfPlain, ReadsLargeWindowsOfSmallBlocksAndOfLargeOnes) {
 }
 
 TEST(NitfPlain, AFewRowsOfABlockCostTheirBytesAlone) {
-  const NitfWithoutMaps off;
+  const WithoutMaps off;
   EXPECT_GE(600, CountBytesOf(NitfBuilder().Size(600, 400).Blocks(200, 200), 0, {0, 599, 10, 10}));
   EXPECT_GE(5000, CountBytesOf(NitfBuilder().Size(600, 400).Blocks(200, 200), 6, {0, 599, 0, 399}));
 }
