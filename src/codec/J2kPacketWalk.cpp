@@ -14,11 +14,15 @@
 //
 // The order of packets is that of five loops, over layers, resolutions, components and places, the latter by row and
 // column. The place of a precinct is where it begins on the reference grid, within the tile.
+//
+// A head of a byte may cost a look at each code block of a large precinct. So the looks are counted, and a walk that
+// has far more of them than bits is given up. Numbers in heads end where no codestream can have larger ones.
 
 #include "codec/J2kPacketWalk.h"
 
 #include "base/Disk.h"
 #include "codec/Jp2Boxes.h"
+#include "XThread.h"
 
 #include <algorithm>
 #include <array>
@@ -33,6 +37,16 @@ constexpr int kBypass = 1, kEndsEachPass = 4, kHighThroughput = 0x40;  // styles
 constexpr int kByLayerFirst = 0, kByResolutionFirst = 1, kByResolutionAndPlaceFirst = 2, kByPlaceFirst = 3;
 constexpr int kLastOrder = 4;
 constexpr std::uint16_t kMarkerBehindHead = 0xFF92;  // EPH
+
+/// A band has 37 bit planes at most: 7 that guard it and 31 of its exponent, less one. A region of interest lifts them
+/// by 37 more.
+constexpr int kMostEmptyPlanes = 128;
+constexpr int kMostLengthBits = 32;
+
+// A walk may look at so many code blocks, and at so many more for each byte of the heads. Heads have a bit at least for
+// each block that packets before have something of.
+constexpr std::int64_t kFreeVisits = 1 << 23;
+constexpr std::int64_t kVisitsPerByte = 16;
 
 using HeadSpan = std::span<const unsigned char>;
 
@@ -144,7 +158,6 @@ int TakeNumPasses(HeadBits& bits) {
 
 /// The bytes that a packet has of a block.
 std::int64_t TakeLengths(int style, int numPasses, HeadBlock& block, HeadBits& bits) {
-  constexpr int kMostBits = 32;
   std::int64_t numBytes = 0;
   while (numPasses > 0 && !bits.HasFailed()) {
     if (block.numPasses == block.mostPasses) {
@@ -153,7 +166,7 @@ std::int64_t TakeLengths(int style, int numPasses, HeadBlock& block, HeadBits& b
     }
     const int now = std::min(numPasses, block.mostPasses - block.numPasses);
     const int numBits = block.lengthBits + std::bit_width(static_cast<unsigned>(now)) - 1;
-    if (numBits > kMostBits) bits.Fail();
+    if (numBits > kMostLengthBits) bits.Fail();
     numBytes += bits.HasFailed() ? 0 : bits.TakeNumber(numBits);
     block.numPasses += now;
     numPasses -= now;
@@ -192,10 +205,10 @@ struct J2kPacketWalk::Band {
       const std::size_t x = i % width, y = i / width;
       const bool isNew = block.mostPasses == 0;
       if (!(isNew ? inclusion.IsBelow(x, y, layer + 1, bits) : bits.Take())) continue;
-      for (int planes = 1; isNew && !emptyPlanes.IsBelow(x, y, planes, bits) && !bits.HasFailed();) ++planes;
+      if (isNew && !emptyPlanes.IsBelow(x, y, kMostEmptyPlanes, bits)) bits.Fail();
       if (isNew) block.mostPasses = MostPasses(style, 0);
       const int numPasses = TakeNumPasses(bits);
-      while (bits.Take()) ++block.lengthBits;
+      while (block.lengthBits <= kMostLengthBits && bits.Take()) ++block.lengthBits;
       numBytes += TakeLengths(style, numPasses, block, bits);
     }
     return numBytes;
@@ -214,7 +227,7 @@ struct J2kPacketWalk::Precinct {
   std::int64_t y = 0;
   std::int64_t gridX = 0;  // where it begins
   std::int64_t gridY = 0;
-  std::vector<Band> bands = {};  // empty before its first packet and behind its last one
+  std::vector<Band> bands = {};  // empty before its first packet with data and behind its last one
 };
 
 J2kPacketWalk::~J2kPacketWalk() = default;
@@ -225,8 +238,9 @@ bool J2kPacketWalk::CanWalk(const J2kTileCoding& coding) {
                               [](const J2kCoding& each) { return (each.style & kHighThroughput) != 0; });
 }
 
-J2kPacketWalk::J2kPacketWalk(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, int level)
-    : header_(header), coding_(coding), tile_(tile) {
+J2kPacketWalk::J2kPacketWalk(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, int level,
+                             const int* cancel)
+    : header_(header), coding_(coding), tile_(tile), cancel_(cancel) {
   int highest = 0;
   for (const J2kCoding& each : coding.ofComponents) highest = std::max(highest, each.numLevels - level);
   for (int c = 0; c < std::ssize(header.components); ++c) {
@@ -315,14 +329,40 @@ void J2kPacketWalk::Advance() {
   groupEnd_ = FindGroupEnd();
 }
 
-/// What the heads before have told is changed only by a head that is whole.
+/// The blocks of the next packet's precinct.
+std::int64_t J2kPacketWalk::CountBlocks(Precinct& precinct) const {
+  if (precinct.bands.empty()) precinct.bands = MakeBands(precinct);
+  std::int64_t count = 0;
+  for (const Band& band : precinct.bands) count += std::ssize(band.blocks);
+  return count;
+}
+
+/// A block has 164 passes at most, with a length of 32 bits each. It has two nodes at most in each of its two trees,
+/// and a node of the first takes a bit for each layer. Seven bits of a byte count at least.
+std::int64_t J2kPacketWalk::CountMostHeadBytes() {
+  constexpr std::int64_t kOfAny = 16, kOfBlock = 1024;
+  if (IsAtEnd()) return 0;
+  return kOfAny + CountBlocks(precincts_[place_]) * (kOfBlock + coding_.numLayers / 2);
+}
+
+bool J2kPacketWalk::MayVisit(Precinct& precinct) {
+  numVisits_ += CountBlocks(precinct);
+  hasGivenUp_ = numVisits_ > kFreeVisits + kVisitsPerByte * numBytes_;
+  return !hasGivenUp_;
+}
+
+/// What the heads before have told is changed only by a head that is whole. An empty packet changes nothing.
 std::optional<J2kPacketWalk::Packet> J2kPacketWalk::Take(HeadSpan bytes) {
-  if (IsAtEnd()) return std::nullopt;
+  hasGivenUp_ = hasGivenUp_ || XfnIsStopRequested(cancel_);
+  if (IsAtEnd() || hasGivenUp_) return std::nullopt;
   Precinct& precinct = precincts_[place_];
-  std::vector<Band> bands = layer_ == 0 ? MakeBands(precinct) : precinct.bands;
   HeadBits bits(bytes);
   Packet packet;
-  if (bits.Take()) {
+  std::vector<Band> bands;
+  const bool isEmpty = !bits.Take();
+  if (!isEmpty) {
+    if (!MayVisit(precinct)) return std::nullopt;
+    bands = precinct.bands;
     const int style = coding_.ofComponents[static_cast<std::size_t>(precinct.component)].style;
     for (Band& band : bands) packet.dataBytes += band.Take(style, layer_, bits);
   }
@@ -333,38 +373,41 @@ std::optional<J2kPacketWalk::Packet> J2kPacketWalk::Take(HeadSpan bytes) {
   const bool hasMark = coding_.hasPacketMarks && behind.size() >= 2 && behind[0] == kMarkerBehindHead >> 8 &&
                        behind[1] == (kMarkerBehindHead & 0xFF);
   if (hasMark) packet.headBytes += 2;
-  precinct.bands = layer_ + 1 < coding_.numLayers ? std::move(bands) : std::vector<Band>();
+  numBytes_ += static_cast<std::int64_t>(packet.headBytes);
+  if (!isEmpty) precinct.bands = std::move(bands);
+  if (layer_ + 1 == coding_.numLayers) precinct.bands = std::vector<Band>();
   Advance();
   return packet;
 }
 
-bool ArePackedHeadsWhole(const J2kHeader& header, const J2kTileCoding& coding, const J2kRect& tile, HeadSpan heads,
-                         std::int64_t numDataBytes) {
-  if (!J2kPacketWalk::CanWalk(coding)) return true;
-  J2kPacketWalk walk(header, coding, tile, 0);
+bool ArePackedHeadsWhole(HeadSpan heads, std::int64_t numDataBytes, J2kPacketWalk& walk) {
   std::int64_t numBytes = 0;
   while (!walk.IsAtEnd()) {
     const std::optional<J2kPacketWalk::Packet> packet = walk.Take(heads);
-    if (!packet) return false;
+    if (!packet) return walk.HasGivenUp();
     heads = heads.subspan(packet->headBytes);
     numBytes += packet->dataBytes;
   }
-  // Marks in front of packets stand among their data, and need not be there.
-  return heads.empty() && (coding.hasPacketMarks || numBytes == numDataBytes);
+  return heads.empty() && (walk.MayHaveMarks() || numBytes == numDataBytes);
 }
 
 /// Most heads are short, so that little of a packet is read at first.
 std::optional<bool> HaveLengths(DiskFile& file, std::int64_t offset, std::span<const std::uint32_t> lengths,
                                 J2kPacketWalk& walk) {
-  constexpr std::size_t kUsual = 512;
+  constexpr std::int64_t kUsual = 512, kMost = 16 << 20;
   std::vector<unsigned char> bytes;
-  for (const std::uint32_t length : lengths) {
+  for (const std::int64_t length : lengths) {
     std::optional<J2kPacketWalk::Packet> packet;
-    for (std::size_t most = kUsual; !packet; most *= 8) {
-      bytes.resize(std::min<std::size_t>(length, most));
-      if (file.ReadAt(offset, bytes.data(), std::ssize(bytes)) != std::ssize(bytes)) return std::nullopt;
+    for (std::int64_t most = std::min(kUsual, length);;) {
+      bytes.resize(static_cast<std::size_t>(most));
+      if (file.ReadAt(offset, bytes.data(), most) != most) return std::nullopt;
       packet = walk.Take(bytes);
-      if (!packet && bytes.size() == length) return false;
+      if (packet) break;
+      const std::int64_t all = std::min(length, walk.CountMostHeadBytes());
+      if (walk.HasGivenUp()) return std::nullopt;
+      if (most >= all) return false;
+      if (most >= kMost) return std::nullopt;
+      most = std::min({most * 8, all, kMost});
     }
     if (static_cast<std::int64_t>(packet->headBytes) + packet->dataBytes != length) return false;
     offset += length;

@@ -35,6 +35,7 @@ constexpr std::uint16_t kMarkerComponentSteps = 0xFF5D;   // QCC
 constexpr std::uint16_t kMarkerPackedPartHeads = 0xFF61;  // PPT
 constexpr std::size_t kMostParts = 255;                   // of one tile
 constexpr std::size_t kMaxPartHeaderBytes = 4 << 20;
+constexpr std::int64_t kMostKeptHeadBytes = 16 << 20;  // heads of some million code blocks
 
 /// The segments of a main header that a tile's own codestream needs: those that say how samples are coded. In the order
 /// of their markers: CAP, SIZ, COD, COC, RGN, QCD, QCC, POC, MCT, MCC, MCO and CBD.
@@ -198,13 +199,18 @@ bool J2kReader::ArePackedHeadsWhole(const J2kIndex& index) const {
 }
 
 /// Heads stand in front of their packets, or together in the main header (PPM) or in those of the tile-parts (PPT).
+/// More of them than are kept are counted alone.
 void J2kReader::CountHeads(const J2kTilePart& part, std::span<const unsigned char> header,
                            std::span<const J2kSegment> segments, HeadBytes& heads) const {
   constexpr std::size_t kSegmentHeadBytes = 5;
   constexpr std::int64_t kMarkBytes = 2;
   const auto add = [&heads](std::span<const unsigned char> bytes) {
     heads.areInHeaders = true;
-    heads.inHeaders.insert(heads.inHeaders.end(), bytes.begin(), bytes.end());
+    heads.numInHeaders += std::ssize(bytes);
+    if (heads.numInHeaders > kMostKeptHeadBytes) heads.inHeaders = CodeBytes();
+    if (heads.numInHeaders <= kMostKeptHeadBytes) {
+      heads.inHeaders.insert(heads.inHeaders.end(), bytes.begin(), bytes.end());
+    }
   };
   heads.inData += part.numBytes - J2kPartHead::kBytes - std::ssize(header) - kMarkBytes;
   if (packedHeads_.AreThere()) add(packedHeads_.ListOf(part.ordinal));
@@ -267,7 +273,7 @@ J2kReader::HeaderFound J2kReader::ReadPartHeader(const J2kTilePart& part, CodeBy
 }
 
 /// A tile may be coded in another way than the main header says. Its first part tells so.
-J2kReader::HeaderFound J2kReader::ReadTileCoding(const J2kTilePart& first, Tile& result) {
+J2kReader::HeaderFound J2kReader::ReadTileCoding(const J2kTilePart& first, bool isStrict, Tile& result) {
   CodeBytes header;
   const HeaderFound found = ReadPartHeader(first, header);
   if (found != HeaderFound::kRead) return found;
@@ -275,12 +281,12 @@ J2kReader::HeaderFound J2kReader::ReadTileCoding(const J2kTilePart& first, Tile&
   const int numComponents = static_cast<int>(header_.components.size());
   const bool isSound = ListJ2kSegments(header, 0, segments) && !IsOutOfOrder(segments) &&
                        ParseJ2kCoding(header, segments, numComponents, result.coding);
-  CountHeads(first, header, segments, result.heads);
+  if (isStrict) CountHeads(first, header, segments, result.heads);
   return isSound ? HeaderFound::kRead : HeaderFound::kDamaged;
 }
 
 /// Parts behind the first may not say anew how the tile is coded, and a decoder may follow them all the same.
-J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>& parts, Tile& result) {
+J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>& parts, bool isStrict, Tile& result) {
   for (auto part = parts.begin() + 1; part != parts.end(); ++part) {
     CodeBytes header;
     std::vector<J2kSegment> segments;
@@ -288,7 +294,7 @@ J2kReader::HeaderFound J2kReader::CheckLaterParts(const std::vector<J2kTilePart>
     if (found == HeaderFound::kDiskFailed) return found;
     const bool isListed = found == HeaderFound::kRead && ListJ2kSegments(header, 0, segments);
     if (isListed && HoldsAny(segments, {kMarkerCoding, kMarkerComponentCoding})) return HeaderFound::kDamaged;
-    CountHeads(*part, header, segments, result.heads);
+    if (isStrict) CountHeads(*part, header, segments, result.heads);
   }
   return HeaderFound::kRead;
 }
@@ -326,12 +332,13 @@ J2kReader::PacketsFound J2kReader::FindNeededPackets(const std::vector<J2kTilePa
 
 /// Compares lengths with the heads of the packets. A list that is wrong by a packet would have a decoder take data of
 /// one for the head of another one. A disk that fails is met again by whoever reads the whole tile.
-J2kReader::PacketsFound J2kReader::CheckLengths(const std::vector<NeededPackets>& found, const J2kRect& rect, int level,
+J2kReader::PacketsFound J2kReader::CheckLengths(const std::vector<NeededPackets>& found, const TileWish& wish,
                                                 const Tile& result) {
+  const J2kRect rect = header_.GetTileRect(wish.tile);
   const bool canCheck = J2kPacketWalk::CanWalk(result.coding) &&
                         IsPlausible(EstimateJ2kCost(header_, result.coding, rect), result.numBytes);
   if (!canCheck) return PacketsFound::kNotListed;
-  J2kPacketWalk walk(header_, result.coding, rect, level);
+  J2kPacketWalk walk(header_, result.coding, rect, wish.level, wish.cancel);
   for (const NeededPackets& packets : found) {
     const std::optional<bool> areRight = HaveLengths(*file_, packets.offset, packets.lengths, walk);
     if (!areRight) return PacketsFound::kNotListed;
@@ -342,13 +349,14 @@ J2kReader::PacketsFound J2kReader::CheckLengths(const std::vector<NeededPackets>
 
 /// Takes the packets of a level alone, where all parts list the lengths of theirs. An empty packet, which is a byte of
 /// zero, stands for each of the others. Otherwise nothing is added.
-J2kReader::PacketsFound J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result) {
-  const J2kRect rect = header_.GetTileRect(parts.front().tile);
-  const std::optional<J2kPacketCount> count = CountPackets(header_, result.coding, rect, level);
+J2kReader::PacketsFound J2kReader::AddNeededPackets(const std::vector<J2kTilePart>& parts, const TileWish& wish,
+                                                    Tile& result) {
+  const J2kRect rect = header_.GetTileRect(wish.tile);
+  const std::optional<J2kPacketCount> count = CountPackets(header_, result.coding, rect, wish.level);
   if (!count || packedHeads_.CountParts() > 0 || count->needed == count->all) return PacketsFound::kNotListed;
   std::vector<NeededPackets> found;
   PacketsFound state = FindNeededPackets(parts, count->needed, found);
-  if (state == PacketsFound::kAdded) state = CheckLengths(found, rect, level, result);
+  if (state == PacketsFound::kAdded) state = CheckLengths(found, wish, result);
   if (state != PacketsFound::kAdded) return state;
   for (std::size_t i = 0; i < found.size(); ++i) {
     const std::int64_t numZeros = i + 1 == found.size() ? count->all - count->needed : 0;
@@ -373,14 +381,14 @@ int J2kReader::AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XSt
 }
 
 /// A list of lengths that is wrong fails a strict read. Otherwise it is passed over, as decoders do.
-int J2kReader::MakeStream(const std::vector<J2kTilePart>& parts, int level, bool isStrict, Tile& result, XString& err) {
+int J2kReader::MakeStream(const std::vector<J2kTilePart>& parts, const TileWish& wish, Tile& result, XString& err) {
   result.stream = std::make_unique<J2kStream>(file_);
   CodeBytes header = MakeTileHeader(parts.front().tile);
   AddPackedHeads(parts, header);
   result.stream->AddBytes(std::move(header));
   for (const J2kTilePart& part : parts) result.numBytes += std::min(part.numBytes, end_ - part.offset);
-  const PacketsFound needed = level == 0 ? PacketsFound::kNotListed : AddNeededPackets(parts, level, result);
-  if (isStrict && needed == PacketsFound::kListedWrongly) {
+  const PacketsFound needed = wish.level == 0 ? PacketsFound::kNotListed : AddNeededPackets(parts, wish, result);
+  if (wish.isStrict && needed == PacketsFound::kListedWrongly) {
     return RefuseTile(err, "The lengths of packets that tile %d lists are wrong", parts.front().tile);
   }
   if (needed != PacketsFound::kAdded && !AddParts(parts, result, err)) return 0;
@@ -390,7 +398,9 @@ int J2kReader::MakeStream(const std::vector<J2kTilePart>& parts, int level, bool
   return 1;
 }
 
-int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err) {
+int J2kReader::OpenTile(const TileWish& wish, Tile& result, XString& err) {
+  const int tile = wish.tile;
+  const bool isStrict = wish.isStrict;
   result = {};
   std::optional<std::vector<J2kTilePart>> found = FindParts(tile);
   if (!found) return RefuseTile(err, "The disk fails in front of tile %d", tile);
@@ -405,15 +415,15 @@ int J2kReader::OpenTile(int tile, int level, bool isStrict, Tile& result, XStrin
   if (parts.empty()) return isStrict ? RefuseTile(err, "The file has no tile %d", tile) : 1;
   if (isStrict && !hasAll) return RefuseTile(err, "The file lacks a part of tile %d", tile);
   result.coding = header_.coding;
-  HeaderFound header = ReadTileCoding(parts.front(), result);
+  HeaderFound header = ReadTileCoding(parts.front(), isStrict, result);
   if (header == HeaderFound::kDamaged && isCut && !isStrict) return 1;
-  if (header == HeaderFound::kRead) header = CheckLaterParts(parts, result);
+  if (header == HeaderFound::kRead) header = CheckLaterParts(parts, isStrict, result);
   if (header == HeaderFound::kDiskFailed) return RefuseTile(err, "The disk fails within tile %d", tile);
   if (header == HeaderFound::kDamaged) return RefuseTile(err, "The header of tile %d is damaged", tile);
   if (isStrict && !ArePackedHeadsWhole(*GetIndex())) {
     return RefuseTile(err, "The codestream lacks heads of packets of tile %d", tile);
   }
-  return MakeStream(parts, level, isStrict, result, err);
+  return MakeStream(parts, wish, result, err);
 }
 
 }  // namespace zrk

@@ -31,22 +31,32 @@ class J2kReader {
   /// The bytes that may hold the heads of a tile's packets.
   struct HeadBytes {
     std::int64_t inData = 0;               ///< with the packets themselves
-    std::vector<unsigned char> inHeaders;  ///< of the codestream and of the tile-parts
+    std::int64_t numInHeaders = 0;         ///< of the codestream and of the tile-parts
+    std::vector<unsigned char> inHeaders;  ///< these bytes; none where there are too many to keep
     bool areInHeaders = false;
 
-    std::int64_t Count() const { return areInHeaders ? std::ssize(inHeaders) : inData; }
+    std::int64_t Count() const { return areInHeaders ? numInHeaders : inData; }
+    bool AreKept() const { return std::ssize(inHeaders) == numInHeaders; }
   };
   /// A tile of the codestream as a codestream of its own.
   struct Tile {
     std::unique_ptr<J2kStream> stream;  ///< null for a tile that is missing
     J2kTileCoding coding;               ///< of this tile
     std::int64_t numBytes = 0;          ///< of its tile-parts
-    HeadBytes heads;
+    HeadBytes heads;                    ///< looked for by strict reads alone
+  };
+  /// What is asked for.
+  struct TileWish {
+    int tile = 0;
+    int level = 0;
+    bool isStrict = true;
+    const int* cancel = nullptr;
   };
   /// Makes the codestream of a tile, to be decoded at a level. Packets that the level does not need are left out where
-  /// the header lists their lengths. Where `isStrict`, a tile that is missing or not whole fails, and so does a list of
-  /// lengths that is wrong. 1, or 0 with the reason in `err`.
-  int OpenTile(int tile, int level, bool isStrict, Tile& result, XString& err);
+  /// the header lists their lengths. Where the wish is strict, a tile that is missing or not whole fails, and so does a
+  /// list of lengths that is wrong. 1, or 0 with the reason in `err`. The word behind `cancel` makes it end sooner,
+  /// with a codestream that may hold more packets than are needed.
+  int OpenTile(const TileWish& wish, Tile& result, XString& err);
 
  private:
   /// What becomes of reading the header of a tile-part.
@@ -70,17 +80,16 @@ class J2kReader {
   bool ArePackedHeadsWhole(const J2kIndex& index) const;
   int AddParts(const std::vector<J2kTilePart>& parts, Tile& result, XString& err);
   HeaderFound ReadPartHeader(const J2kTilePart& part, std::vector<unsigned char>& header);
-  HeaderFound ReadTileCoding(const J2kTilePart& first, Tile& result);
-  HeaderFound CheckLaterParts(const std::vector<J2kTilePart>& parts, Tile& result);
+  HeaderFound ReadTileCoding(const J2kTilePart& first, bool isStrict, Tile& result);
+  HeaderFound CheckLaterParts(const std::vector<J2kTilePart>& parts, bool isStrict, Tile& result);
   void CountHeads(const J2kTilePart& part, std::span<const unsigned char> header, std::span<const J2kSegment> segments,
                   HeadBytes& heads) const;
-  int MakeStream(const std::vector<J2kTilePart>& parts, int level, bool isStrict, Tile& result, XString& err);
+  int MakeStream(const std::vector<J2kTilePart>& parts, const TileWish& wish, Tile& result, XString& err);
   PacketsFound ListPackets(const J2kTilePart& part, NeededPackets& packets);
   PacketsFound FindNeededPackets(const std::vector<J2kTilePart>& parts, std::int64_t numNeeded,
                                  std::vector<NeededPackets>& found);
-  PacketsFound CheckLengths(const std::vector<NeededPackets>& found, const J2kRect& rect, int level,
-                            const Tile& result);
-  PacketsFound AddNeededPackets(const std::vector<J2kTilePart>& parts, int level, Tile& result);
+  PacketsFound CheckLengths(const std::vector<NeededPackets>& found, const TileWish& wish, const Tile& result);
+  PacketsFound AddNeededPackets(const std::vector<J2kTilePart>& parts, const TileWish& wish, Tile& result);
 
   std::shared_ptr<DiskFile> file_;
   std::int64_t offset_ = 0;

@@ -102,11 +102,14 @@ J2kRequest HalfOf(const J2kRequest& request, bool isFirst) {
 }
 
 /// A head takes a byte at least. Decoders take heads that are missing for those of empty packets. Heads that stand
-/// apart from their data are gone through one by one.
-bool HasAllHeads(const J2kHeader& header, const J2kReader::Tile& tile, const J2kRect& rect, const J2kCost& cost) {
+/// apart from their data are gone through one by one, as far as that can be done.
+bool HasAllHeads(const J2kHeader& header, const J2kReader::Tile& tile, const J2kRect& rect, const J2kCost& cost,
+                 const int* cancel) {
   const J2kReader::HeadBytes& heads = tile.heads;
   if (cost.numPackets > static_cast<double>(heads.Count())) return false;
-  return !heads.areInHeaders || ArePackedHeadsWhole(header, tile.coding, rect, heads.inHeaders, heads.inData);
+  if (!heads.areInHeaders || !heads.AreKept() || !J2kPacketWalk::CanWalk(tile.coding)) return true;
+  J2kPacketWalk walk(header, tile.coding, rect, 0, cancel);
+  return ArePackedHeadsWhole(heads.inHeaders, heads.inData, walk);
 }
 
 bool Contains(const J2kRect& outer, const J2kRect& inner) {
@@ -155,9 +158,10 @@ J2kWindowReader::TileWork J2kWindowReader::PlanTile(const J2kRequest& request, i
 }
 
 /// Components that are mixed with each other are decoded together, and each of them must have samples in the area.
-int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Session& session, XString& err) {
+int J2kWindowReader::OpenSession(const J2kRequest& request, const TileWork& work, const Worker& worker, XString& err) {
   J2kReader::Tile tile;
-  if (!reader_->OpenTile(work.tile, request.level, request.isStrict, tile, err)) return 0;
+  if (!reader_->OpenTile({work.tile, request.level, request.isStrict, worker.cancel}, tile, err)) return 0;
+  Session& session = worker.session;
   session = {};
   if (!tile.stream) return 1;
   const J2kHeader& header = reader_->GetHeader();
@@ -166,10 +170,11 @@ int J2kWindowReader::OpenSession(const J2kRequest& request, TileWork& work, Sess
     err.Format("The file is too short for what tile %d promises", work.tile);
     return 0;
   }
-  if (request.isStrict && !HasAllHeads(header, tile, work.rect, cost)) {
+  if (request.isStrict && !HasAllHeads(header, tile, work.rect, cost, worker.cancel)) {
     err.Format("The codestream lacks heads of packets of tile %d", work.tile);
     return 0;
   }
+  if (XfnIsStopRequested(worker.cancel)) return 0;
   session.decoder = MakeJ2kDecoder();
   J2kSettings settings = work.settings;
   if (tile.coding.mixesComponents) settings.components.clear();
@@ -269,7 +274,7 @@ int J2kWindowReader::ReadTile(const J2kRequest& request, int tile, const Worker&
       CountSamples(reader_->GetHeader(), work.area, request.level, work.settings.components) < kFewSamples;
   work.settings.numThreads = isSmall ? 1 : worker.numThreads;
   const bool isOpen = session.decoder && session.tile == tile && session.settings == work.settings;
-  if (!isOpen && !OpenSession(request, work, session, err)) return 0;
+  if (!isOpen && !OpenSession(request, work, worker, err)) return 0;
   if (!session.decoder) {
     for (int c = 0; c < std::ssize(work.parts); ++c) {
       if (!work.parts[static_cast<std::size_t>(c)].IsEmpty()) sink.Miss(c, work.parts[static_cast<std::size_t>(c)]);

@@ -72,7 +72,7 @@ class J2kWindowReader {
   TileWork PlanTile(const J2kRequest& request, int tile) const;
   int TakeTile(const J2kRequest& request, int tile, const Worker& worker, J2kSink& sink, XString& err);
   int ReadTile(const J2kRequest& request, int tile, const Worker& worker, J2kSink& sink, XString& err);
-  int OpenSession(const J2kRequest& request, TileWork& work, Session& session, XString& err);
+  int OpenSession(const J2kRequest& request, const TileWork& work, const Worker& worker, XString& err);
   bool MustHalve(const J2kRequest& request, const TileWork& work, const Session& session) const;
   int DecodeTile(const TileWork& work, const int* cancel, Session& session, J2kSink& sink, XString& err);
   int DecodePiece(const TileWork& work, const J2kRect& area, Session& session, J2kSink& sink, XString& err);

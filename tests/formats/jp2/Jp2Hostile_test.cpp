@@ -1,4 +1,6 @@
+#include "base/BytesFile.h"
 #include "ByteFlips.h"
+#include "codec/J2kReader.h"
 #include "FaultyDisk.h"
 #include "Jp2Builder.h"
 #include "LoadedRaster.h"
@@ -32,6 +34,7 @@ struct Header {
   std::uint32_t partBytes = 0;  ///< as the head of the tile-part tells; 0 for the true length
   int numParts = 1;             ///< tile-parts, all alike
   Bytes further = {};           ///< segments of the main header
+  Bytes ofPart = {};            ///< segments of the tile-part's header
 
   Bytes Build() const {
     Bytes size = Join({BigEndian(0, 2), BigEndian(width, 4), BigEndian(height, 4), BigEndian(x, 4), BigEndian(y, 4),
@@ -48,8 +51,10 @@ struct Header {
     Bytes steps(static_cast<std::size_t>(2 + 3 * numLevels), 0x40);
     const Bytes part = Join({BigEndian(0xFF900000 + 10, 4),
                              BigEndian(0, 2),
-                             BigEndian(partBytes ? partBytes : 14 + numDataBytes, 4),
-                             {0, 1, 0xFF, 0x93},
+                             BigEndian(partBytes ? partBytes : 14 + ofPart.size() + numDataBytes, 4),
+                             {0, 1},
+                             ofPart,
+                             {0xFF, 0x93},
                              Bytes(numDataBytes)});
     Bytes parts;
     for (int i = 0; i < numParts; ++i) parts.insert(parts.end(), part.begin(), part.end());
@@ -266,6 +271,18 @@ const Hostile kHostiles[] = {
      },
      "The codestream lacks heads of packets of tile 0",
      "The codestream can't be decoded : Not enough memory to read PPM marker"},
+    {"AHeadOfEmptyBitPlanesWithoutEnd",
+     [] {
+       Header header;
+       header.width = header.height = header.tileWidth = header.tileHeight = 2000;
+       header.numLevels = 0;
+       header.ofPart = RepeatSegment(60, 0xFF61, Bytes(65533));
+       header.ofPart[5] = 0xFE;                              // six floors of a tree, and then empty planes
+       const Bytes blocks = {0xFC, 0x18, 0x3C, 0x03, 0x00};  // the first ones, with a pass of no bytes each
+       std::ranges::copy(blocks, header.ofPart.end() - 5);
+       return header.Build();
+     },
+     "The codestream lacks heads of packets of tile 0", ""},
     {"FewerBytesThanPackets",
      [] {
        Header header;
@@ -358,6 +375,36 @@ INSTANTIATE_TEST_SUITE_P(Headers, Jp2Hostile,
                            const bool isExact = std::get<1>(hostile.param) == kReadExact;
                            return std::get<0>(hostile.param).name + std::string(isExact ? "Exactly" : "Compatibly");
                          });
+
+/// The bytes of a tile's heads that are kept, of so many tile-parts with three megabytes each.
+zrk::J2kReader::HeadBytes FindHeads(int numParts, bool isStrict) {
+  Header header;
+  header.ofPart = RepeatSegment(48, 0xFF61, Bytes(65533));
+  header.numParts = numParts;
+  Bytes bytes = header.Build();
+  const std::size_t partBytes = 12 + header.ofPart.size() + 2 + header.numDataBytes;
+  for (std::size_t i = 0, part = bytes.size() - 2; i < static_cast<std::size_t>(numParts); ++i) {
+    part -= partBytes;
+    bytes[part + 10] = static_cast<unsigned char>(static_cast<std::size_t>(numParts) - 1 - i);
+    bytes[part + 11] = static_cast<unsigned char>(numParts);
+  }
+  XString err;
+  const std::int64_t end = std::ssize(bytes);
+  const auto reader = zrk::J2kReader::Open(std::make_shared<zrk::BytesFile>(bytes), 0, end, err);
+  zrk::J2kReader::Tile tile;
+  EXPECT_TRUE(reader && reader->OpenTile({.isStrict = isStrict}, tile, err)) << err.GetText();
+  return std::move(tile.heads);
+}
+
+TEST(Jp2HeadsInHeaders, AreKeptForStrictReadsAndUpToABound) {
+  EXPECT_EQ(0U, FindHeads(1, false).inHeaders.capacity());
+  const zrk::J2kReader::HeadBytes few = FindHeads(1, true), many = FindHeads(6, true);
+  EXPECT_EQ(48U * 65532U, few.inHeaders.size());
+  EXPECT_TRUE(few.AreKept());
+  EXPECT_EQ(6 * 48 * 65532, many.Count());
+  EXPECT_EQ(0U, many.inHeaders.capacity());
+  EXPECT_FALSE(many.AreKept());
+}
 
 TEST(Jp2ManyTiles, OpenWithFewReadsAndAWindowReadsItsTilesOnly) {
   const Bytes listed = Jp2Builder().Size(512, 512).Tiles(8, 8).Levels(1).TileLengths().BuildCodestream();

@@ -1,9 +1,12 @@
 // Lists of the lengths of packets (PLT) that are wrong. Reduced levels are read by them. The exact policy fails there,
 // and the compatible one reads the whole tile, as the decoder does by itself. At full resolution no list is needed.
 
+#include "base/BytesFile.h"
+#include "codec/J2kReader.h"
 #include "Jp2Builder.h"
 #include "LoadedRaster.h"
 #include "XFormatId.h"
+#include "XThread.h"
 
 #include <gtest/gtest.h>
 
@@ -79,6 +82,20 @@ TEST(Jp2PacketLengthsCompatible, ThatAreWrongArePassedOver) {
       EXPECT_EQ(sound.Read(0, level, kAll), image.Read(0, level, kAll)) << level << image.Failure(level, kAll);
     }
   }
+}
+
+/// Whoever asks for a stop gets no samples, and no reason either.
+TEST(Jp2PacketLengthsExact, AreComparedUntilAStopIsAskedFor) {
+  const ListBytes bytes = MakeWrongLists().back();
+  XString err;
+  const auto reader = zrk::J2kReader::Open(std::make_shared<zrk::BytesFile>(bytes), 0, std::ssize(bytes), err);
+  ASSERT_TRUE(reader) << err.GetText();
+  alignas(4) int state = XThread::kStateRun;
+  zrk::J2kReader::Tile tile;
+  EXPECT_EQ(0, reader->OpenTile({.level = 1, .cancel = &state}, tile, err));
+  EXPECT_STREQ(kListIsWrong, err.GetText());
+  state = XThread::kStateStop;
+  EXPECT_EQ(1, reader->OpenTile({.level = 1, .cancel = &state}, tile, err));
 }
 
 TEST(Jp2PacketLengthsExact, ThatAreRightGiveTheSamplesOfAWholeTile) {
