@@ -76,7 +76,8 @@ TEST_F(J2kHostileHeads, HaveAsManyEmptyBitPlanesAsThereCanBeAndNotFarMore) {
     const HeadBytes head = HeadOfPlanes(1, numPlanes).Get();
     const auto packet = walk.Take(head);
     ASSERT_EQ(numPlanes <= 74, packet.has_value()) << numPlanes;
-    if (packet) EXPECT_EQ(head.size(), packet->headBytes) << numPlanes;
+    if (!packet) continue;
+    EXPECT_EQ(head.size(), packet->headBytes) << numPlanes;
   }
 }
 
