@@ -109,7 +109,8 @@ class BlockCache {
   static Entries::iterator Remove(Part& part, Entries::iterator entry);
 
   std::atomic<std::int64_t> granted_ = 0;
-  std::atomic<std::int64_t> taken_ = 0;
+  // Every new block writes this one, and every claim reads the one above: they don't share a cache line.
+  alignas(64) std::atomic<std::int64_t> taken_ = 0;
   std::atomic<std::size_t> nextPart_ = 0;
   std::array<Part, kNumParts> parts_;
 };

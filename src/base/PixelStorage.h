@@ -13,13 +13,13 @@ class ZRKIO_API PixelStorage {
   /// Keeps what it has where that is enough. False, with nothing changed, where memory ran out.
   bool Reserve(std::size_t bytes);
   void Free();
-  unsigned char* Get() const { return bytes_.get(); }
+  unsigned char* Get() const;
 
  private:
   struct ZRKIO_API Release {
-    void operator()(unsigned char* bytes) const;
+    void operator()(unsigned char* taken) const;
   };
-  std::unique_ptr<unsigned char, Release> bytes_;
+  std::unique_ptr<unsigned char, Release> taken_;
   std::size_t capacity_ = 0;
 };
 

@@ -28,8 +28,8 @@ std::optional<std::array<double, 6>> TransformOf(const WorldLines& lines);
 /// policy looks for, and by wld; each of them in small letters and then in capitals.
 std::vector<XString> ListWorldFiles(const XString& path, const char* extension);
 /// The lines of the first of these files that is there, as the exact policy reads them; 1. Where none is there, that is
-/// 1 too, and nothing is found. A file that is there but can't be read, that has fewer than six lines with a number each,
-/// or whose numbers make no transform is 0. `err` then names it and says what is wrong.
+/// 1 too, and nothing is found. A file that is there but can't be read, that has fewer than six lines with a number
+/// each, or whose numbers make no transform is 0. `err` then names it and says what is wrong.
 int FindWorldFile(const std::vector<XString>& names, std::optional<WorldLines>& found, XString& err);
 
 /// The name of an image's world file as loaders look for it under the compatible policy: the last four characters of

@@ -46,11 +46,10 @@ bool IsWithinLimits(const BlockGrid& grid) {
   constexpr std::int64_t kMaxSampleBytes = 16, kTableBytes = 16;
   if (grid.width < 1 || grid.height < 1 || grid.blockWidth < 1 || grid.blockHeight < 1) return false;
   const tagXLimits limits = XfnGetLimits();
-  const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1;
-  const std::int64_t down = (std::int64_t{grid.height} - 1) / grid.blockHeight + 1;
   const std::optional<std::int64_t> blockPixels = CheckedMultiply(grid.blockWidth, grid.blockHeight);
   return std::int64_t{grid.width} * grid.height <= limits.imagePixels &&
-         across * down <= limits.tableBytes / kTableBytes && *blockPixels <= limits.decodedTileBytes / kMaxSampleBytes;
+         grid.CountBlocks() <= limits.tableBytes / kTableBytes &&
+         *blockPixels <= limits.decodedTileBytes / kMaxSampleBytes;
 }
 
 XString ItemOf(GDALRasterBand& band, const char* name, const char* domain) {

@@ -13,7 +13,6 @@
 #include "bands/hfa/HfaPlain.h"
 
 #include "bands/hfa/HfaFile.h"
-#include "bands/hfa/HfaRuns.h"
 #include "base/Cursor.h"
 #include "XDataType.h"
 
@@ -236,8 +235,7 @@ std::optional<HfaStore> FindStoreInTree(const HfaTree& tree, const std::shared_p
   HfaShape shape;
   if (!FindLayer(tree, number, entry, shape) || shape.grid != layer.grid) return std::nullopt;
   const BlockGrid& grid = layer.grid;
-  const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1;
-  const std::int64_t numBlocks = across * ((std::int64_t{grid.height} - 1) / grid.blockHeight + 1);
+  const std::int64_t numBlocks = grid.CountBlocks();
   const std::int64_t list = FindBlockList(tree, entry.child, numBlocks);
   if (shape.sampleBytes != XfnGetDataSize(layer.dataType) || list == 0) return std::nullopt;
   HfaStore store = {file, grid, shape.sampleBytes, {}, ReadBlockList(tree, list, numBlocks)};
@@ -248,23 +246,6 @@ std::optional<HfaStore> FindStoreInTree(const HfaTree& tree, const std::shared_p
 }
 
 }  // namespace
-
-bool HfaStore::ReadBlock(int blockX, int blockY, const RowReader& reader, PixelStorage& room,
-                         unsigned char* out) const {
-  const std::int64_t across = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1, number = blockY * across + blockX;
-  if (number >= std::ssize(blocks) || !blocks[static_cast<std::size_t>(number)].isThere) return false;
-  const HfaStoredBlock& block = blocks[static_cast<std::size_t>(number)];
-  const std::int64_t numSamples = std::int64_t{grid.blockWidth} * grid.blockHeight;
-  const FileRows stored = {block.offset, block.bytes, block.bytes, 1};
-  if (!block.isCompressed) return block.bytes == numSamples * sampleBytes && reader.Read(stored, out, block.bytes);
-  // The head, and a length and a value for each sample, are more than any writer would keep.
-  constexpr std::int64_t kMaxOfSample = 8, kMaxHead = 64;
-  if (block.bytes > kMaxHead + numSamples * kMaxOfSample) return false;
-  const std::int64_t roomBytes = RowReader::CountRoomBytes(stored, block.bytes);
-  if (!reader.FindMapped(stored) && !room.Reserve(static_cast<std::size_t>(roomBytes))) return false;
-  const unsigned char* const coded = reader.Fetch(stored, block.bytes, room.Get()).first;
-  return coded && UnpackHfaRuns({coded, block.bytes}, sampleBytes, numSamples, out);
-}
 
 std::optional<HfaStore> FindHfaStore(const std::shared_ptr<const RowFile>& file, int number, const HfaLayer& layer,
                                      bool& diskFails) {

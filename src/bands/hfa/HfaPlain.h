@@ -1,7 +1,6 @@
 #pragma once
 
 #include "base/BlockGrid.h"
-#include "base/PixelStorage.h"
 #include "core/model/PlainWindow.h"
 
 #include <cstdint>
@@ -28,10 +27,6 @@ struct HfaStore {
   int sampleBytes = 1;
   std::optional<PlainBlocks> plain;    ///< where all blocks are there and plain
   std::vector<HfaStoredBlock> blocks;  ///< row by row, where they are not
-
-  /// Reads a block, or unpacks it out of a mapping or by way of a room that its caller keeps for the next block. The
-  /// reader is one of this file. False where the block is to be read in another way; no reason is noted.
-  bool ReadBlock(int blockX, int blockY, const RowReader& reader, PixelStorage& room, unsigned char* out) const;
 };
 
 /// Finds the blocks of layer `number` in its file. Empty where the blocks lie in another file, where samples are not

@@ -4,6 +4,7 @@
 
 #include "bands/hfa/HfaWindow.h"
 
+#include "bands/hfa/HfaStoreReader.h"
 #include "core/model/PlainWindow.h"
 #include "XDataType.h"
 
@@ -29,13 +30,13 @@ class HfaBlocks final : public BlockSource {
     const ReadRequest& request = plan.window.request;
     // Every block of the window is read as a whole, whatever the level.
     const std::int64_t windowBytes = std::int64_t{request.Width()} * request.Height() * plan.window.sampleBytes;
-    if (store_ && !store_->plain) reader_.emplace(*store_->file, windowBytes);
+    if (store_ && !store_->plain) reader_.emplace(*store_, windowBytes, request.x1 / store_->grid.blockWidth);
   }
 
   const PlainBlocks* GetPlain() const { return store_ && store_->plain ? &*store_->plain : nullptr; }
 
   bool ReadBlock(int blockX, int blockY, void* out, bool& isCut) override {
-    if (reader_ && store_->ReadBlock(blockX, blockY, *reader_, room_, static_cast<unsigned char*>(out))) return true;
+    if (reader_ && reader_->ReadBlock(blockX, blockY, static_cast<unsigned char*>(out))) return true;
     if (!loan_) loan_.emplace(file_.GetHandles());
     return *loan_ && loan_->ReadBlock(GetBand(), blockX, blockY, out, isCut);
   }
@@ -51,8 +52,7 @@ class HfaBlocks final : public BlockSource {
   HfaFile& file_;
   int layer_, overview_;
   const HfaStore* store_;
-  std::optional<RowReader> reader_;
-  PixelStorage room_;
+  std::optional<HfaStoreReader> reader_;
   std::optional<GdalFile::Loan> loan_;
 };
 

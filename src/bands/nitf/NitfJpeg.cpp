@@ -59,8 +59,7 @@ NitfJpeg::NitfJpeg(std::shared_ptr<DiskFile> file, const NitfSegment& segment, c
 bool NitfJpeg::Suits(const NitfImage& image, const BlockGrid& grid) {
   const bool isGrey = image.compression == "C3" && image.numBands == 1 && image.numBits == 8 && image.kind == "INT";
   return isGrey && grid.blockWidth == image.blockWidth && grid.blockHeight == image.blockHeight &&
-         image.blocksAcross == (std::int64_t{grid.width} - 1) / grid.blockWidth + 1 &&
-         image.blocksDown == (std::int64_t{grid.height} - 1) / grid.blockHeight + 1;
+         image.blocksAcross == grid.CountAcross() && image.blocksDown == grid.CountDown();
 }
 
 /// Pieces overlap by what a marker may reach into the next one.

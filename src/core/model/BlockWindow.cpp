@@ -41,8 +41,7 @@ class BlockWindow {
  private:
   std::int64_t NumberOf(int bx, int by) const {
     constexpr int kBlockBits = 40;
-    const std::int64_t across = (std::int64_t{plan_.grid.width} - 1) / plan_.grid.blockWidth + 1;
-    return plan_.plane << kBlockBits | (by * across + bx);
+    return plan_.plane << kBlockBits | plan_.grid.NumberOf(bx, by);
   }
 
   bool TakeBlock(int bx, int by, const BlockSpan& columns, const BlockSpan& rows) {

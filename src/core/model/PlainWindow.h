@@ -28,8 +28,7 @@ struct PlainBlocks {
 
   std::int64_t OffsetOf(int blockX, int blockY) const {
     if (!areListed) return first + blockX * across + blockY * down;
-    const std::int64_t numAcross = (std::int64_t{grid.width} - 1) / grid.blockWidth + 1;
-    return offsets[static_cast<std::size_t>(blockY * numAcross + blockX)];
+    return offsets[static_cast<std::size_t>(grid.NumberOf(blockX, blockY))];
   }
 };
 
