@@ -152,7 +152,7 @@ constexpr RowGroup kGroups[] = {
     {"rpf", &AddRpfRows},         {"dted", &AddDtedRows},       {"txid", &AddTxidRows},
     {"pbi", &AddStoreRows},       {"pyramid", &AddPyramidRows}, {"hfa", &AddHfaRows},
     {"hawk", &AddHawkRows},       {"ortho", &AddHawkOrthoRows}, {"nitf", &AddNitfRows},
-    {"names", &AddPlaceRows},     {"jp2", &AddJp2Rows}};
+    {"names", &AddPlaceRows},     {"jp2", &AddJp2Rows},         {"machine", &AddMachineRows}};
 
 }  // namespace
 

@@ -64,5 +64,7 @@ void AddPlaceRows(const BenchOptions& options, std::vector<Row>& rows);
 void AddJp2Rows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about exports to pyramids of the globe.
 void AddPyramidRows(const BenchOptions& options, std::vector<Row>& rows);
+/// The rows about what two threads can do at most.
+void AddMachineRows(const BenchOptions& options, std::vector<Row>& rows);
 /// The rows about image stores of the globe.
 void AddStoreRows(const BenchOptions& options, std::vector<Row>& rows);

@@ -17,7 +17,7 @@ constexpr const char* kUsage =
     "FOLDER takes the inputs, which are kept; PIXELS (8192) is the side of the bitmap, N windows (1024) of 256 x 256\n"
     "are read at random places, and each figure is the median of N rounds (7, or 3 for rows that take seconds).\n"
     "KEY is the beginning of the keys of the rows that are wanted: bmp, sibling, jpeg, tiff, cache, level, comp,\n"
-    "write, encode, rpf, dted, block, txid, pbi, pyramid, hfa, hawk, ortho, nitf, names, jp2.\n"
+    "write, encode, rpf, dted, block, txid, pbi, pyramid, hfa, hawk, ortho, nitf, names, jp2, machine.\n"
     "The image store of the rows pbi has 2 GB with --size=65536; its inputs then take 3 GB.\n"
     "FILE is a picture in colour that blocks are packed of, in place of one that is made.\n"
     "zrkio_bench --save IN OUT only saves a raster as TIFF or JPEG 2000, and prints its peak memory in bytes.\n"
