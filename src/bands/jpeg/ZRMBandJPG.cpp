@@ -14,6 +14,7 @@
 #include "base/ReadError.h"
 #include "codec/JpegDecoder.h"
 #include "core/model/BandFrame.h"
+#include "math/CopyBlock.h"
 #include "math/Interleave.h"
 #include "XFile.h"
 #include "XThread.h"
@@ -247,9 +248,8 @@ zrk::ChannelReads::Record* ZRMBandJPG::Impl::Decode(const zrk::ReadRequest& requ
   for (int c = 0; c < numChannels; ++c) {
     const tagXArr2& plane = (*whole)[static_cast<std::size_t>(c)];
     tagXArr2& result = record->At(c);
-    for (int y = request.y0; y <= request.y1; ++y) {
-      std::memcpy(result.Row(y - request.y0), plane.Row(y) + request.x0, static_cast<std::size_t>(request.Width()));
-    }
+    zrk::CopyBlock(plane.Row(request.y0) + request.x0, plane.xSize, result.data, result.xSize, request.Width(),
+                   request.Height());
   }
   return record;
 }
