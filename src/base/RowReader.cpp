@@ -11,9 +11,7 @@
 #include "base/Checked.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <cstring>
 
 namespace zrk {
 namespace {
@@ -21,15 +19,8 @@ namespace {
 /// Bytes of a window from which on it is read.
 constexpr std::int64_t kLargeWindow = 1 << 20;
 constexpr std::int64_t kShortGap = 4096;  // what is read along with the rows on its sides
-/// The room on the stack for rows that are read with the gaps between them.
-constexpr std::int64_t kRoomBytes = 64 << 10;
 
 std::atomic<bool> areReadsMapped = true;
-
-/// The gaps between close rows cost less to read than the further calls without them would.
-bool AreClose(const FileRows& rows) {
-  return rows.numRows > 1 && rows.stride - rows.rowBytes <= kShortGap;
-}
 
 }  // namespace
 
@@ -60,12 +51,16 @@ const unsigned char* RowReader::FindMapped(const FileRows& rows) const {
   return map_ && FitsWithin(rows.offset, rows.Span(), numMapped_) ? map_ + rows.offset : nullptr;
 }
 
-/// Rows that follow one another without gaps are one range. Close rows share calls, and all others take a call each.
+/// The gaps between close rows cost less to read than the further calls without them would.
+bool RowReader::AreFetchedAtOnce(const FileRows& rows) {
+  return rows.numRows <= 1 || rows.stride - rows.rowBytes <= kShortGap;
+}
+
+/// Rows that follow one another without gaps are one range, and all others take a call each.
 bool RowReader::Read(const FileRows& rows, unsigned char* out, std::int64_t outStride) const {
   if (rows.AreTogether() && (rows.numRows <= 1 || outStride == rows.rowBytes)) {
     return ReadRange(rows.offset, out, rows.Bytes());
   }
-  if (AreClose(rows) && rows.rowBytes <= kRoomBytes) return ReadClose(rows, out, outStride);
   for (int y = 0; y < rows.numRows; ++y) {
     if (!ReadRange(rows.offset + y * rows.stride, out + y * outStride, rows.rowBytes)) return false;
   }
@@ -77,36 +72,17 @@ bool RowReader::Read(const FileRows& rows, unsigned char* out, std::int64_t outS
 RowReader::Fetched RowReader::Fetch(const FileRows& rows, std::int64_t pitch, unsigned char* room) const {
   if (const unsigned char* const mapped = FindMapped(rows)) return {mapped, rows.stride};
   unsigned char* const first = AlignLike(room, rows.offset);
-  if (!rows.AreTogether() && !AreClose(rows)) return {Read(rows, first, pitch) ? first : nullptr, pitch};
+  if (!AreFetchedAtOnce(rows)) return {Read(rows, first, pitch) ? first : nullptr, pitch};
   return {ReadRange(rows.offset, first, rows.Span()) ? first : nullptr, rows.stride};
 }
 
 /// The rule is that of `Fetch`, which fills the room.
 std::int64_t RowReader::CountRoomBytes(const FileRows& rows, std::int64_t pitch) {
-  const bool isRange = rows.AreTogether() || AreClose(rows);
-  return (isRange ? rows.Span() : pitch * rows.numRows) + kAlignRoom;
+  return (AreFetchedAtOnce(rows) ? rows.Span() : pitch * rows.numRows) + kAlignRoom;
 }
 
 bool RowReader::ReadRange(std::int64_t offset, unsigned char* out, std::int64_t count) const {
   return file_.File().ReadAt(offset, out, count) == count;
-}
-
-/// Reads as many rows at once as a room on the stack holds, and copies them out. The last row ends without its gap,
-/// which may lie behind the end of the file.
-bool RowReader::ReadClose(const FileRows& rows, unsigned char* out, std::int64_t outStride) const {
-  std::array<unsigned char, kRoomBytes + kAlignRoom> room;
-  const auto atOnce = static_cast<int>((kRoomBytes - rows.rowBytes) / rows.stride + 1);
-  for (int y = 0; y < rows.numRows; y += atOnce) {
-    FileRows part = rows;
-    part.offset += y * rows.stride;
-    part.numRows = std::min(atOnce, rows.numRows - y);
-    unsigned char* const bytes = AlignLike(room.data(), part.offset);
-    if (!ReadRange(part.offset, bytes, part.Span())) return false;
-    for (int i = 0; i < part.numRows; ++i) {
-      std::memcpy(out + (y + i) * outStride, bytes + i * rows.stride, static_cast<std::size_t>(rows.rowBytes));
-    }
-  }
-  return true;
 }
 
 }  // namespace zrk

@@ -47,8 +47,8 @@ class RowReader {
 
   /// Where rows are to be copied from a mapping, the first of them; otherwise null.
   const unsigned char* FindMapped(const FileRows& rows) const;
-  /// Reads rows, by positional reads, to memory in which they are `outStride` bytes apart. False where not all are
-  /// there; what has come by then stays in `out`.
+  /// Reads rows, by a positional read for each or for all, to memory in which they are `outStride` bytes apart. False
+  /// where not all are there; what has come by then stays in `out`. `CopyFileRows` is faster for rows that lie close.
   bool Read(const FileRows& rows, unsigned char* out, std::int64_t outStride) const;
 
   /// Rows in memory.
@@ -59,10 +59,11 @@ class RowReader {
   /// Finds rows in the mapping, or reads them into a room of `CountRoomBytes` bytes, wherever they come to lie in it.
   /// The stride is that of the rows, or `pitch`, which is not smaller than a row.
   Fetched Fetch(const FileRows& rows, std::int64_t pitch, unsigned char* room) const;
+  /// Whether rows that are not mapped are fetched by one call, and so lie in the room as they do in the file.
+  static bool AreFetchedAtOnce(const FileRows& rows);
   static std::int64_t CountRoomBytes(const FileRows& rows, std::int64_t pitch);
 
  private:
-  bool ReadClose(const FileRows& rows, unsigned char* out, std::int64_t outStride) const;
   bool ReadRange(std::int64_t offset, unsigned char* out, std::int64_t count) const;
 
   const RowFile& file_;
