@@ -26,7 +26,7 @@ void CopyVectors(const unsigned char* from, std::int64_t fromStride, unsigned ch
                  std::size_t rowBytes, int rows) {
   const hn::ScalableTag<unsigned char> bytes;
   const std::size_t lanes = hn::Lanes(bytes);
-  const int ahead = CountRowsAhead(rowBytes);
+  const int ahead = CountRowsAhead(rowBytes, rows);
   for (int y = 0; y < rows; ++y, from += fromStride, to += toStride) {
     if (y + ahead < rows) PrefetchBytes(from + ahead * fromStride, static_cast<std::int64_t>(rowBytes));
     for (std::size_t i = 0; i + lanes <= rowBytes; i += lanes) hn::StoreU(hn::LoadU(bytes, from + i), bytes, to + i);
@@ -56,7 +56,7 @@ void CopyBlock(const unsigned char* from, std::int64_t fromStride, unsigned char
     HWY_DYNAMIC_DISPATCH(CopyVectors)(from, fromStride, to, toStride, count, rows);
     return;
   }
-  const int ahead = CountRowsAhead(count);
+  const int ahead = CountRowsAhead(count, rows);
   for (int y = 0; y < rows; ++y, from += fromStride, to += toStride) {
     if (count < kLong && y + ahead < rows) __builtin_prefetch(from + ahead * fromStride);
     std::memcpy(to, from, count);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -9,12 +10,12 @@ namespace zrk {
 /// machine does not see by itself which comes next.
 inline constexpr int kPrefetchRows = 4;
 
-/// The same for rows of so many bytes. Short rows are copied faster than memory answers, so that more of them are asked
-/// for.
-inline int CountRowsAhead(std::size_t rowBytes) {
+/// The same for a block of `rows` rows of so many bytes. Short rows are copied faster than memory answers, so that more
+/// of them are asked for. The first rows of a block are never asked for, and so they are a quarter of it at most.
+inline int CountRowsAhead(std::size_t rowBytes, int rows) {
   constexpr std::size_t kBytesAhead = 4096;
-  const std::size_t numRows = rowBytes > 0 ? kBytesAhead / rowBytes : 0;
-  return numRows > kPrefetchRows ? static_cast<int>(numRows) : kPrefetchRows;
+  const auto numRows = static_cast<int>(rowBytes > 0 ? kBytesAhead / rowBytes : 0);
+  return std::max(std::min(numRows, rows / 4), kPrefetchRows);
 }
 
 /// Asks for bytes that are wanted soon. Nothing happens for addresses that are not in memory.
