@@ -1,7 +1,7 @@
 // Each pool has a number that is never used again, and so has each thread. A thread has a table from the numbers of
 // pools to its records. A record is held by the pool, so that it goes with it. The thread's table holds the pool
 // weakly, so that a thread that ends can take its records out of pools that still live. In front of the table stands a
-// small direct-mapped cache.
+// small direct-mapped cache, which needs no making, so that the repeated request asks for nothing else.
 //
 // A number found in the cache belongs to the very pool that asks, since the pool that asks is alive and numbers are not
 // used twice. So the repeated request takes no lock.
@@ -25,6 +25,17 @@ std::uint64_t NumberOfThisThread() {
   static std::atomic<std::uint64_t> last = 0;
   thread_local const std::uint64_t number = ++last;
   return number;
+}
+
+struct CacheLine {
+  std::uint64_t number = 0;  // of a pool; 0 for none
+  void* record = nullptr;
+};
+
+/// The calling thread's line for a pool. All are empty once the thread has begun to end.
+CacheLine& LineOf(std::uint64_t number) {
+  constinit thread_local std::array<CacheLine, 64> lines{};
+  return lines[number % lines.size()];
 }
 
 }  // namespace
@@ -68,6 +79,7 @@ class PerThreadTable {
   ~PerThreadTable() {
     isGone_ = true;
     for (auto& [number, entry] : entries_) {
+      LineOf(number) = {};
       if (const std::shared_ptr<Shared> pool = entry.pool.lock()) pool->Take(NumberOfThisThread());
     }
   }
@@ -79,8 +91,6 @@ class PerThreadTable {
   }
 
   void* Find(std::uint64_t number) {
-    const CacheLine& line = cache_[number % cache_.size()];
-    if (line.number == number) return line.record;
     const auto hit = entries_.find(number);
     if (hit == entries_.end()) return nullptr;
     return Remember(number, hit->second.record);
@@ -97,7 +107,7 @@ class PerThreadTable {
   }
 
   void Release(Shared& pool) {
-    cache_[pool.number % cache_.size()] = {};
+    LineOf(pool.number) = {};
     entries_.erase(pool.number);
     pool.Take(NumberOfThisThread());
   }
@@ -107,14 +117,10 @@ class PerThreadTable {
     std::weak_ptr<Shared> pool;
     void* record = nullptr;
   };
-  struct CacheLine {
-    std::uint64_t number = 0;
-    void* record = nullptr;
-  };
 
   /// A record that could not be put away is not remembered, so that the next request makes it.
   void* Remember(std::uint64_t number, void* record) {
-    if (record) cache_[number % cache_.size()] = {number, record};
+    if (record) LineOf(number) = {number, record};
     return record;
   }
 
@@ -128,7 +134,6 @@ class PerThreadTable {
   static constexpr std::size_t kFirstPrune = 64;
   static inline thread_local bool isGone_ = false;
 
-  std::array<CacheLine, 64> cache_{};
   std::unordered_map<std::uint64_t, Entry> entries_;
   std::size_t pruneAt_ = kFirstPrune;
 };
@@ -141,8 +146,11 @@ PerThreadRecords::~PerThreadRecords() = default;
 // there for as long as the pool.
 
 void* PerThreadRecords::Find() const {
+  const std::uint64_t number = shared_->number;
+  const CacheLine& line = LineOf(number);
+  if (line.number == number) return line.record;
   PerThreadTable* table = PerThreadTable::OfThisThread();
-  return table ? table->Find(shared_->number) : shared_->Find(NumberOfThisThread());
+  return table ? table->Find(number) : shared_->Find(NumberOfThisThread());
 }
 
 void* PerThreadRecords::Get() {

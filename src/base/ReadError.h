@@ -21,23 +21,37 @@ inline int FailRead(const char* sentence) noexcept {
   return 0;
 }
 
-/// What a thread keeps of the failures of its reads.
-struct ReadReasons;
+/// How the reads of a thread stand. Every read asks for this, and so it needs no making. The sentences lie apart.
+struct ReadState {
+  int depth = 0;           ///< of reads within each other
+  bool hasReason = false;  ///< a sentence was noted by one of the reads that are under way
+
+  static ReadState& OfThisThread() noexcept;
+};
 
 /// A read of a band, which ends on the thread where it began. Reads may lie within each other, as those of a level band
 /// within those of its image. What is noted on the way becomes the reason of the outermost one, if that fails.
 class ReadErrand {
  public:
-  ReadErrand() noexcept;
-  ~ReadErrand();
+  ReadErrand() noexcept : state_(ReadState::OfThisThread()) {
+    if (state_.depth++ == 0) state_.hasReason = false;
+  }
+  ~ReadErrand() { --state_.depth; }
   ReadErrand(const ReadErrand&) = delete;
   ReadErrand& operator=(const ReadErrand&) = delete;
 
   /// Hands the result on. A failure for which no reason was noted has the sentence given.
-  int End(int result, const char* reasonOtherwise = "The pixels can't be read") noexcept;
+  int End(int result, const char* reasonOtherwise = "The pixels can't be read") noexcept {
+    // What a source noted that was asked in vain is no reason for what may still fail.
+    if (result) state_.hasReason = false;
+    if (!result) Fail(reasonOtherwise);
+    return result;
+  }
 
  private:
-  ReadReasons& reasons_;  // finding those of a thread takes long beside a read that is repeated
+  void Fail(const char* reasonOtherwise) noexcept;
+
+  ReadState& state_;  // finding that of a thread takes long beside a read that is repeated
 };
 
 /// The sentence that this thread has noted, or else its last reason; empty where it has neither. For a worker, which

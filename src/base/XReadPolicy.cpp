@@ -14,19 +14,23 @@ namespace {
 
 std::atomic<XReadPolicy> defaultPolicy = kReadCompatible;
 
-}  // namespace
-
-struct zrk::ReadReasons {
-  int depth = 0;        // of reads within each other
-  std::string pending;  // of the reads that are under way
+/// Made for threads whose reads fail.
+struct ReadReasons {
+  std::string pending;  // of the reads that are under way, where the state has a reason
   std::string last;
 };
 
-namespace {
-
-zrk::ReadReasons& OfThisThread() {
-  thread_local zrk::ReadReasons reasons;
+ReadReasons& ReasonsOfThisThread() {
+  thread_local ReadReasons reasons;
   return reasons;
+}
+
+/// Makes the sentence that was noted the last reason; there is none where memory ran out.
+void KeepNotedReason(zrk::ReadState& state) {
+  ReadReasons& reasons = ReasonsOfThisThread();
+  if (!state.hasReason) reasons.pending.clear();
+  reasons.last.swap(reasons.pending);
+  state.hasReason = false;
 }
 
 }  // namespace
@@ -40,62 +44,54 @@ XReadPolicy XfnGetDefaultReadPolicy() {
 }
 
 int XfnGetLastReadError(XString& err) {
-  const std::string& last = OfThisThread().last;
+  const std::string& last = ReasonsOfThisThread().last;
   if (last.empty()) return 0;
   err = last;
   return 1;
 }
 
 void XfnForgetLastReadError() {
-  OfThisThread().last.clear();
+  ReasonsOfThisThread().last.clear();
 }
 
 namespace zrk {
 
+ReadState& ReadState::OfThisThread() noexcept {
+  constinit thread_local ReadState state;
+  return state;
+}
+
 void NoteReadError(const char* sentence) noexcept {
-  ReadReasons& reasons = OfThisThread();
-  if (!reasons.pending.empty()) return;
+  ReadState& state = ReadState::OfThisThread();
+  if (state.hasReason) return;
   try {
-    reasons.pending = sentence;
+    ReasonsOfThisThread().pending = sentence;
+    state.hasReason = true;
   } catch (const std::bad_alloc&) {
   }
 }
 
 std::string CopyReadError() {
-  const ReadReasons& reasons = OfThisThread();
-  return reasons.pending.empty() ? reasons.last : reasons.pending;
+  const ReadReasons& reasons = ReasonsOfThisThread();
+  return ReadState::OfThisThread().hasReason ? reasons.pending : reasons.last;
 }
 
 void AdoptReadError(const std::string& sentence) noexcept {
   if (sentence.empty()) return;
-  ReadReasons& reasons = OfThisThread();
-  const bool isUnderWay = reasons.depth > 0;
-  if (!isUnderWay) reasons.pending.clear();
+  ReadState& state = ReadState::OfThisThread();
+  const bool isUnderWay = state.depth > 0;
+  if (!isUnderWay) state.hasReason = false;
   NoteReadError(sentence.c_str());
-  if (!isUnderWay) reasons.last.swap(reasons.pending);
+  if (!isUnderWay) KeepNotedReason(state);
 }
 
 void ForgetReadError() noexcept {
-  OfThisThread().pending.clear();
+  ReadState::OfThisThread().hasReason = false;
 }
 
-ReadErrand::ReadErrand() noexcept : reasons_(OfThisThread()) {
-  if (reasons_.depth++ == 0) reasons_.pending.clear();
-}
-
-ReadErrand::~ReadErrand() {
-  --reasons_.depth;
-}
-
-int ReadErrand::End(int result, const char* reasonOtherwise) noexcept {
-  if (result) {
-    // What a source noted that was asked in vain is no reason for what may still fail.
-    if (!reasons_.pending.empty()) reasons_.pending.clear();
-  } else {
-    NoteReadError(reasonOtherwise);
-    if (reasons_.depth == 1) reasons_.last.swap(reasons_.pending);
-  }
-  return result;
+void ReadErrand::Fail(const char* reasonOtherwise) noexcept {
+  NoteReadError(reasonOtherwise);
+  if (state_.depth == 1) KeepNotedReason(state_);
 }
 
 }  // namespace zrk
