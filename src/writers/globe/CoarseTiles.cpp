@@ -12,7 +12,9 @@
 #include "ZRMBand2DMem.h"
 #include "ZRMBandResize.h"
 
-#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -47,19 +49,37 @@ Children FindChildren(int level, double tileSize, int row, int col) {
   return children;
 }
 
-/// Four rows of pixels become two of half their length, each pixel the mean of four.
-void HalveRows(const std::uint8_t* rows, std::uint8_t* upper, std::uint8_t* lower) {
-  for (std::uint8_t* const out : {upper, lower}) {
-    const std::uint8_t* const above = rows;
-    const std::uint8_t* const below = rows + kRowBytes;
-    for (int i = 0; i < kHalf; ++i) {
-      for (int c = 0; c < kRgbaBytes; ++c) {
-        const int left = 2 * kRgbaBytes * i + c, right = left + kRgbaBytes;
-        out[kRgbaBytes * i + c] =
-            static_cast<std::uint8_t>((above[left] + above[right] + below[left] + below[right] + 2) >> 2);
-      }
-    }
-    rows += 2 * kRowBytes;
+/// Pixels as numbers, whatever the order of their bytes.
+using Pixel = std::uint32_t;
+using TwoPixels = std::uint64_t;
+constexpr Pixel kOpaqueBlack = std::bit_cast<Pixel>(std::array<std::uint8_t, kRgbaBytes>{0, 0, 0, 255});
+
+/// The mean of two pixels and the two below them, rounded, channel by channel. Every other channel has a spare byte
+/// above it, in which sums have room.
+Pixel MeanOf(TwoPixels above, TwoPixels below) {
+  constexpr TwoPixels kEven = 0x00FF00FF00FF00FF;
+  constexpr Pixel kEvenOfOne = 0x00FF00FF, kHalves = 0x00020002;
+  const TwoPixels even = (above & kEven) + (below & kEven);
+  const TwoPixels odd = (above >> 8 & kEven) + (below >> 8 & kEven);
+  const auto evenSums = static_cast<Pixel>(even + (even >> 32)), oddSums = static_cast<Pixel>(odd + (odd >> 32));
+  return ((evenSums + kHalves) >> 2 & kEvenOfOne) | ((oddSums + kHalves) >> 2 & kEvenOfOne) << 8;
+}
+
+/// Two rows of pixels become one of half their length, which nothing shines through.
+void HalveTwoRows(const std::uint8_t* __restrict rows, std::uint8_t* __restrict out) {
+  for (std::size_t i = 0; i < kHalf; ++i) {
+    TwoPixels above, below;
+    std::memcpy(&above, rows + i * sizeof above, sizeof above);
+    std::memcpy(&below, rows + kRowBytes + i * sizeof below, sizeof below);
+    const Pixel mean = MeanOf(above, below) | kOpaqueBlack;
+    std::memcpy(out + i * sizeof mean, &mean, sizeof mean);
+  }
+}
+
+/// Makes rows of so many bytes black. They belong to a whole tile.
+void BlackenRows(std::uint8_t* first, int numRows, std::size_t rowBytes) {
+  for (int y = 0; y < numRows; ++y, first += kRowBytes) {
+    for (std::size_t i = 0; i < rowBytes; i += kRgbaBytes) std::memcpy(first + i, &kOpaqueBlack, kRgbaBytes);
   }
 }
 
@@ -73,6 +93,7 @@ class CoarseMaker : public TileMaker {
  private:
   bool MakeTile(const Children& children, XString& err);
   bool ReadChild(int row, int col, bool& isThere, XString& err);
+  std::uint8_t* CornerOf(int column, int row);
   void PutQuarter(int column, int row);
   bool MakeOfMany(const Children& children, XString& err);
   bool PutPlanes(const Children& children, ZRMBand2DMem* planes, XString& err);
@@ -101,18 +122,22 @@ bool CoarseMaker::Make(const TileStrip& strip, unsigned char* out, int*, XString
 
 /// The encoder takes a pixel whose alpha is 0 as transparent, and nothing of these tiles is.
 bool CoarseMaker::MakeTile(const Children& children, XString& err) {
-  std::fill(pixels_.begin(), pixels_.end(), std::uint8_t{0});
-  if (children.Columns() != 2 || children.Rows() != 2) {
-    if (!MakeOfMany(children, err)) return false;
-  } else {
-    for (int i = 0; i < 4; ++i) {
-      bool isThere = false;
-      if (!ReadChild(children.llRow + i / 2, children.llCol + i % 2, isThere, err)) return false;
-      if (isThere) PutQuarter(i % 2, i / 2);
+  if (children.Columns() != 2 || children.Rows() != 2) return MakeOfMany(children, err);
+  for (int i = 0; i < 4; ++i) {
+    bool isThere = false;
+    if (!ReadChild(children.llRow + i / 2, children.llCol + i % 2, isThere, err)) return false;
+    if (isThere) {
+      PutQuarter(i % 2, i / 2);
+    } else {
+      BlackenRows(CornerOf(i % 2, i / 2), kHalf, kRowBytes / 2);
     }
   }
-  for (std::size_t i = kRgbaBytes - 1; i < pixels_.size(); i += kRgbaBytes) pixels_[i] = 255;
   return true;
+}
+
+std::uint8_t* CoarseMaker::CornerOf(int column, int row) {
+  return pixels_.data() + static_cast<std::size_t>(row) * kHalf * kRowBytes +
+         static_cast<std::size_t>(column) * kRowBytes / 2;
 }
 
 /// False only where the tile is in the level, can't be read, and has to be.
@@ -125,18 +150,19 @@ bool CoarseMaker::ReadChild(int row, int col, bool& isThere, XString& err) {
 
 /// Rows of blocks come from the top, and rows of pixels lie from the bottom.
 void CoarseMaker::PutQuarter(int column, int row) {
-  std::uint8_t* const corner = pixels_.data() + static_cast<std::size_t>(row) * kHalf * kRowBytes +
-                               static_cast<std::size_t>(column) * kRowBytes / 2;
+  std::uint8_t* const corner = CornerOf(column, row);
   for (int i = 0; i < kBlocksOfRow; ++i) {
     const BlockRun run{blocks_.data() + static_cast<std::size_t>(i) * kBlockRowBytes, kBlocksOfRow, kDxt1,
                        BlockColours::kShifted};
     DecodeRun(run, rows_.data(), static_cast<std::ptrdiff_t>(kRowBytes));
     std::uint8_t* const upper = corner + static_cast<std::size_t>(kHalf - 1 - 2 * i) * kRowBytes;
-    HalveRows(rows_.data(), upper, upper - kRowBytes);
+    HalveTwoRows(rows_.data(), upper);
+    HalveTwoRows(rows_.data() + 2 * kRowBytes, upper - kRowBytes);
   }
 }
 
 bool CoarseMaker::MakeOfMany(const Children& children, XString& err) {
+  BlackenRows(pixels_.data(), kPictureSide, kRowBytes);
   constexpr std::int64_t kMaxChildren = 4;
   if (children.Columns() < 1 || children.Columns() > kMaxChildren || children.Rows() < 1 ||
       children.Rows() > kMaxChildren) {
