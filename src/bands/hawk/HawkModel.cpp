@@ -68,7 +68,7 @@ const char* HawkModel::FindPixelAt(const Place& place, double& column, double& l
 const char* HawkModel::FindPixel(double lon, double lat, double& column, double& line) {
   constexpr int kMaxRounds = 12;
   constexpr double kNear = 1e-4;  // metres
-  const double margin = isExact_ ? kOnePixel : 8.0 + 0.05 * lines_;
+  const double margin = isExact_ ? kOnePixel : sensor_.GetWidestMargin();
   Place place{lon, lat, 0.0};
   if (const char* const reason = FindHeight(lon, lat, place.height)) return reason;
   double x = 0.0, y = 0.0;
