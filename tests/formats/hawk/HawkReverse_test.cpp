@@ -278,6 +278,24 @@ TEST(HawkArrays, FindThePixelsOfPointsThatAreFoundAlone) {
   }
 }
 
+/// Compatible heights go in steps, at which the least difference of a start might lead to another pixel.
+TEST(HawkArrays, FindThePixelsOverSteepHillsThatAreFoundAlone) {
+  HawkScene scene{Fly(kAircraft, 127.0, 37.0)};
+  scene.Ground({126.9, 37.1, 0.0005, 800, 400, &SteepHills});
+  Arrays arrays(20000);
+  scene.Band().FindGroundOfPixels(arrays.Count(), arrays.x.data(), arrays.y.data(), nullptr);
+  const Arrays places = arrays;
+  scene.Band().FindPixelsOfGround(arrays.Count(), arrays.x.data(), arrays.y.data());
+  int numDifferent = 0;
+  for (std::size_t i = 0; i < places.x.size(); ++i) {
+    double x = NAN, y = NAN;
+    scene.Band().FindPixelOfGround(places.x[i], places.y[i], x, y);
+    const bool isSame = std::isnan(x) ? std::isnan(arrays.x[i]) : std::hypot(x - arrays.x[i], y - arrays.y[i]) < 1e-4;
+    numDifferent += !isSame;
+  }
+  EXPECT_EQ(0, numDifferent);
+}
+
 TEST(HawkArrays, OfNothingGiveNothing) {
   EXPECT_EQ(0, HawkScene(HawkBuilder()).Band().FindGroundOfPixels(0, nullptr, nullptr, nullptr));
   EXPECT_EQ(0, HawkScene(HawkBuilder()).Band().FindGroundOfPixels(-5, nullptr, nullptr, nullptr));
