@@ -65,7 +65,7 @@ const char* HawkModel::FindPixelAt(const Place& place, double& column, double& l
 
 /// On the way to the height at which both ways meet, a pixel may lie outside the image. Where the steps of compatible
 /// heights leave no such height, the last pixel is as good as any. There the least difference of the first pixel may
-/// lead far away, and so the first search begins anew for each place.
+/// lead far away, and so the first search does not follow the place before.
 const char* HawkModel::FindPixel(double lon, double lat, double& column, double& line) {
   constexpr int kMaxRounds = 12;
   constexpr double kNear = 1e-4;  // metres

@@ -6,10 +6,10 @@
 // The reverse is a search for one number. The pose at a line tells where along the flight a place lies for the camera,
 // and the right line is the one that lies there itself. The column follows. The difference of the two changes its sign
 // between the first and the last line where the place is in the image. Of many places each is looked for about the line
-// of the one before first, which spares most of the search. A flight that turns back may see a place on several lines,
-// and a search from another line may end on another of them. The answer would then depend on the place before. What was
-// found that way therefore counts only where no other line sees the place, which the motion of the camera tells
-// (`OnceSeen`) once for all places.
+// of the one before first, and a single place about a line that is guessed, which spares most of the search. A flight
+// that turns back may see a place on several lines, and a search from another line may end on another of them. The
+// answer would then depend on the place before. What was found that way therefore counts only where no other line sees
+// the place, which the motion of the camera tells (`OnceSeen`) once for all places.
 
 #include "bands/hawk/HawkSensor.h"
 
@@ -96,7 +96,9 @@ HawkSensor::HawkSensor(const HawkDocument& document)
   timesPerLine_ = (document.gridCount - 1) / lines_;
   knots_.resize(count);
   for (std::size_t part = 0; part < kNumPoseParts; ++part) AddSpline(document.grids[part], part);
-  onceSeen_ = OnceSeen(MotionOfFlight(), FindView());
+  const CameraView view = FindView();
+  onceSeen_ = OnceSeen(MotionOfFlight(), view);
+  if (!onceSeen_.IsEmpty()) MakeGuess(view.depth);
 }
 
 void HawkSensor::AddSpline(const std::vector<double>& samples, std::size_t part) {
@@ -278,12 +280,34 @@ constexpr double kNearLine = 1e-6;
 
 }  // namespace
 
-/// The secant from the line where the last place was found. It needs a step or two where places lie near to each other,
-/// and gives up where they don't, or where another line may see the place as well.
+/// What the pose in the middle of the flight tells of places around the one that it sees there.
+void HawkSensor::MakeGuess(double depth) {
+  const double middle = 0.5 * lines_, reach = 0.01 * depth;
+  Seen seen{};
+  guessPlace_ = SightOf(axisColumn_, middle).At(depth);
+  guessSlope_ = (MissOf(guessPlace_, lines_, seen) - MissOf(guessPlace_, 0.0, seen)) / lines_;
+  const auto rateAlong = [&](double SpacePoint::*axis) {
+    SpacePoint before = guessPlace_, behind = guessPlace_;
+    before.*axis -= reach;
+    behind.*axis += reach;
+    return (MissOf(before, middle, seen) - MissOf(behind, middle, seen)) / (2.0 * reach * guessSlope_);
+  };
+  guessRate_ = {rateAlong(&SpacePoint::x), rateAlong(&SpacePoint::y), rateAlong(&SpacePoint::z)};
+}
+
+HawkSensor::Trace HawkSensor::GuessOf(const SpacePoint& place) const {
+  const SpacePoint way = Minus(place, guessPlace_);
+  const double lines = way.x * guessRate_.x + way.y * guessRate_.y + way.z * guessRate_.z;
+  return {true, std::clamp(0.5 * lines_ + lines, 0.0, lines_), guessSlope_};
+}
+
+/// The secant from the line where the last place was found, or from a guess. It needs a step or two where places lie
+/// near to each other, and gives up where they don't, or where another line may see the place as well.
 bool HawkSensor::FollowLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const {
   constexpr int kMaxSteps = 6;
-  if (!trace.isSet || onceSeen_.IsEmpty() || margin > GetWidestMargin()) return false;
-  double line = trace.line, slope = trace.slope;
+  if (onceSeen_.IsEmpty() || margin > GetWidestMargin()) return false;
+  const Trace begin = trace.isSet ? trace : GuessOf(place);
+  double line = begin.line, slope = begin.slope;
   double miss = MissOf(place, line, seen);
   for (int i = 0; i < kMaxSteps && std::abs(miss) > kNearLine; ++i) {
     const double next = line - miss / slope;

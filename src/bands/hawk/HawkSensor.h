@@ -37,7 +37,7 @@ class HawkSensor {
   };
   /// The column and the line, as the sensor counts them, that see a place. False where the place lies more than
   /// `margin` pixels outside the image, behind the sensor, or on the other side of the earth. The trace is that of the
-  /// last search for a place near by, or one that is not set: it makes the search shorter, and never another line.
+  /// last search for a place near by, which makes this one shorter and leads to the same line, or one that is not set.
   bool FindPixel(const SpacePoint& place, double margin, Trace& trace, double& column, double& line) const;
 
   /// The greatest margin for which a trace makes searches shorter.
@@ -77,6 +77,8 @@ class HawkSensor {
   CameraMotion MotionOver(std::size_t piece, double begin, double end) const;
   std::vector<CameraMotion> MotionOfFlight() const;
   CameraView FindView() const;
+  void MakeGuess(double depth);
+  Trace GuessOf(const SpacePoint& place) const;
   Seen Look(const SpacePoint& place, double line) const;
   double MissOf(const SpacePoint& place, double line, Seen& seen) const;
   bool FollowLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const;
@@ -98,6 +100,10 @@ class HawkSensor {
   bool isFromBelow_ = false;
   bool isFromLeft_ = false;
   OnceSeen onceSeen_;
+  // A first guess of the line that sees a place, which grows evenly from the place in the middle of the image on.
+  SpacePoint guessPlace_{};
+  SpacePoint guessRate_{};  ///< in lines a metre
+  double guessSlope_ = 0.0;
 };
 
 }  // namespace zrk
