@@ -28,6 +28,7 @@
 #include <array>
 #include <bit>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 namespace zrk {
@@ -391,17 +392,51 @@ bool ArePackedHeadsWhole(HeadSpan heads, std::int64_t numDataBytes, J2kPacketWal
   return heads.empty() && (walk.MayHaveMarks() || numBytes == numDataBytes);
 }
 
-/// Most heads are short, so that little of a packet is read at first.
+namespace {
+
+/// Bytes of a file up to an end. Where packets are small, those of many heads are read by one call.
+class BytesAhead {
+ public:
+  BytesAhead(DiskFile& file, std::int64_t end) : file_(file), end_(end) {}
+
+  /// So many bytes at an offset, for the head of a packet of a length. Nothing where the disk fails or the file ends.
+  std::optional<HeadSpan> At(std::int64_t offset, std::int64_t count, std::int64_t packetLength) {
+    const bool isThere = offset >= offset_ && offset - offset_ + count <= std::ssize(bytes_);
+    if (!isThere && !Read(offset, count, packetLength <= kSmallPacket ? kAhead : 0)) return std::nullopt;
+    return HeadSpan(bytes_).subspan(static_cast<std::size_t>(offset - offset_), static_cast<std::size_t>(count));
+  }
+
+ private:
+  static constexpr std::int64_t kAhead = 32 << 10, kSmallPacket = 4 << 10;
+
+  /// A file that was cut may have the bytes that are needed, and not those ahead.
+  bool Read(std::int64_t offset, std::int64_t count, std::int64_t ahead) {
+    bytes_.resize(static_cast<std::size_t>(std::max(count, std::min(ahead, end_ - offset))));
+    const std::int64_t numRead = file_.ReadAt(offset, bytes_.data(), std::ssize(bytes_));
+    bytes_.resize(static_cast<std::size_t>(std::max<std::int64_t>(numRead, 0)));
+    offset_ = offset;
+    return numRead >= count;
+  }
+
+  DiskFile& file_;
+  std::int64_t end_;
+  std::int64_t offset_ = 0;
+  std::vector<unsigned char> bytes_;
+};
+
+}  // namespace
+
+/// Most heads are short, so that little of a packet is looked at first.
 std::optional<bool> HaveLengths(DiskFile& file, std::int64_t offset, std::span<const std::uint32_t> lengths,
                                 J2kPacketWalk& walk) {
   constexpr std::int64_t kUsual = 512, kMost = 16 << 20;
-  std::vector<unsigned char> bytes;
+  BytesAhead bytes(file, std::accumulate(lengths.begin(), lengths.end(), offset));
   for (const std::int64_t length : lengths) {
     std::optional<J2kPacketWalk::Packet> packet;
     for (std::int64_t most = std::min(kUsual, length);;) {
-      bytes.resize(static_cast<std::size_t>(most));
-      if (file.ReadAt(offset, bytes.data(), most) != most) return std::nullopt;
-      packet = walk.Take(bytes);
+      const std::optional<HeadSpan> head = bytes.At(offset, most, length);
+      if (!head) return std::nullopt;
+      packet = walk.Take(*head);
       if (packet) break;
       const std::int64_t all = std::min(length, walk.CountMostHeadBytes());
       if (walk.HasGivenUp()) return std::nullopt;

@@ -268,43 +268,56 @@ void BandPainter::KeepWholeQuarters() {
   }
 }
 
-/// Rows of samples that stand side by side are copied where they are the bytes themselves, and so are rows that repeat
-/// the one before.
+/// Samples that are the bytes themselves need no look: those that stand side by side are copied.
+BandPainter::RowWay BandPainter::PlanRows(int count) {
+  if (!band_.look->IsIdentity()) return RowWay::kLook;
+  const auto begin = scratch_.places.begin(), end = begin + count;
+  if (std::adjacent_find(begin, end, [](int a, int b) { return b != a + 1; }) == end) return RowWay::kCopy;
+  return scratch_.picker.Plan(scratch_.places.data(), count, samples_.pixels->xSize) ? RowWay::kPick : RowWay::kLook;
+}
+
+void BandPainter::TakeRow(RowWay way, int row, int count, unsigned char* bytes, unsigned char* shown) {
+  const unsigned char* const source = samples_.pixels->Row(row);
+  const auto numBytes = static_cast<std::size_t>(count);
+  if (way == RowWay::kCopy) {
+    std::memcpy(bytes, source + scratch_.places.front(), numBytes);
+  } else if (way == RowWay::kPick) {
+    scratch_.picker.Pick(source, bytes);
+  } else {
+    band_.look->TakeRow(source, scratch_.places.data(), count, bytes, shown);
+  }
+  if (!band_.look->HasEmpty() && !plane_->isWhole) std::memset(shown, 255, numBytes);
+}
+
+/// The row of the block before has the same bytes.
+void BandPainter::RepeatRow(std::size_t place, int count) {
+  const auto step = static_cast<std::size_t>(block_.Width()), numBytes = static_cast<std::size_t>(count);
+  unsigned char* const bytes = plane_->bytes.data() + place;
+  std::memcpy(bytes, bytes - step, numBytes);
+  if (plane_->isWhole) return;
+  unsigned char* const shown = plane_->shown.data() + place;
+  std::memcpy(shown, shown - step, numBytes);
+}
+
+/// Where a pixel is a single sample the bytes go straight to their place.
 void BandPainter::PaintAxes(BlockAxis& columns, BlockAxis& rows) {
   if (IsEmpty(columns) || IsEmpty(rows)) return;
   const int count = columns.last - columns.first + 1;
-  const auto numBytes = static_cast<std::size_t>(count);
   PlaceColumns(columns, scratch_.places);
-  const auto begin = scratch_.places.begin(), end = begin + count;
-  const bool isRun = std::adjacent_find(begin, end, [](int a, int b) { return b != a + 1; }) == end;
-  const bool isCopy = isRun && band_.look->IsIdentity();
-  const bool isPicked = !isCopy && band_.look->IsIdentity() &&
-                        scratch_.picker.Plan(scratch_.places.data(), count, samples_.pixels->xSize);
-  const bool isDirect = numHalves_ == 1;
+  const RowWay way = PlanRows(count);
   int rowBefore = -1;
   for (int y = rows.first; y <= rows.last; ++y) {
     const int row = samples_.RowOf(rows.pixels[static_cast<std::size_t>(y)]);
-    const unsigned char* const source = samples_.pixels->Row(row);
-    // Where a pixel is a single sample the bytes go straight to their place.
     const std::size_t place = PlaceInBlock(columns.first, y);
-    unsigned char* const bytes = isDirect ? plane_->bytes.data() + place : scratch_.bytes.data();
-    unsigned char* const shown = isDirect ? plane_->shown.data() + place : scratch_.shown.data();
-    if (isDirect && row == rowBefore) {
-      const auto step = static_cast<std::size_t>(block_.Width());
-      std::memcpy(bytes, bytes - step, numBytes);
-      if (!plane_->isWhole) std::memcpy(shown, shown - step, numBytes);
-      continue;
+    if (numHalves_ > 1) {
+      TakeRow(way, row, count, scratch_.bytes.data(), scratch_.shown.data());
+      PutRow(columns.first, y, count);
+    } else if (row == rowBefore) {
+      RepeatRow(place, count);
+    } else {
+      TakeRow(way, row, count, plane_->bytes.data() + place, plane_->shown.data() + place);
     }
     rowBefore = row;
-    if (isCopy) {
-      std::memcpy(bytes, source + *begin, numBytes);
-    } else if (isPicked) {
-      scratch_.picker.Pick(source, bytes);
-    } else {
-      band_.look->TakeRow(source, scratch_.places.data(), count, bytes, shown);
-    }
-    if (!band_.look->HasEmpty() && !plane_->isWhole) std::memset(shown, 255, numBytes);
-    if (!isDirect) PutRow(columns.first, y, count);
   }
 }
 

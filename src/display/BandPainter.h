@@ -68,6 +68,11 @@ class BandPainter {
   void FinishMeans();
   bool CoverBlock() const;
   void PaintAxes(BlockAxis& columns, BlockAxis& rows);
+  /// How samples under columns become bytes.
+  enum class RowWay { kCopy, kPick, kLook };
+  RowWay PlanRows(int count);
+  void TakeRow(RowWay way, int row, int count, unsigned char* bytes, unsigned char* shown);
+  void RepeatRow(std::size_t place, int count);
   void PaintWholeMeans();
   void KeepWholeQuarters();
   bool HasMasks() const { return masks_ && numHalves_ > 1 && masks_->numHalves == numHalves_; }

@@ -18,6 +18,13 @@ class SplinePiece {
   double Value(double begin, double end, double bendAtBegin, double bendAtEnd) const {
     return before_ * begin + behind_ * end + (bendBefore_ * bendAtBegin + bendBehind_ * bendAtEnd);
   }
+  /// How fast the value changes, in a piece of that length.
+  double Slope(double length, double begin, double end, double bendAtBegin, double bendAtEnd) const {
+    const double bent = (3.0 * behind_ * behind_ - 1.0) * bendAtEnd - (3.0 * before_ * before_ - 1.0) * bendAtBegin;
+    return (end - begin) / length + bent * length / 6.0;
+  }
+  /// How fast the slope changes.
+  double Bend(double bendAtBegin, double bendAtEnd) const { return before_ * bendAtBegin + behind_ * bendAtEnd; }
 
  private:
   double before_;

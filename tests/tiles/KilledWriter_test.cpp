@@ -175,20 +175,25 @@ TEST(KilledWriter, LeavesAChangedImageStoreWithOldTilesAndNewOnes) {
   });
 }
 
+std::vector<float> HeightsMade(unsigned number) {
+  return std::vector<float>(961 * 4, static_cast<float>(number + 1));
+}
+
+void MakeElevationStore(const XString& path, Count& numDone) {
+  XPBEFile store(2.0, 18.0);
+  store.AddLevel(3, 0, 0, kSideMade - 1, kSideMade - 1, 31, 31);
+  store.Create(path);
+  for (unsigned i = 0; store.IsUsable() && i < kTilesMade; ++i) {
+    if (!store.Update(3, static_cast<int>(i / kSideMade), static_cast<int>(i % kSideMade), HeightsMade(i).data()))
+      _exit(1);
+    TellDone(numDone, i + 1);
+  }
+}
+
 TEST(KilledWriter, LeavesAnElevationStoreInTheMakingWithItsTilesOrWithoutAHeader) {
   const TempFolder folder;
   const XString path = folder.Path("a.pbe");
-  const auto tileOf = [](unsigned number) { return std::vector<float>(961 * 4, static_cast<float>(number + 1)); };
-  const auto make = [&](Count& numDone) {
-    XPBEFile store(2.0, 18.0);
-    store.AddLevel(3, 0, 0, kSideMade - 1, kSideMade - 1, 31, 31);
-    store.Create(path);
-    for (unsigned i = 0; store.IsUsable() && i < kTilesMade; ++i) {
-      if (!store.Update(3, static_cast<int>(i / kSideMade), static_cast<int>(i % kSideMade), tileOf(i).data()))
-        _exit(1);
-      TellDone(numDone, i + 1);
-    }
-  };
+  const auto make = [&](Count& numDone) { MakeElevationStore(path, numDone); };
   KillAtAllMoments(make, [&](unsigned numDone) {
     const XPBEFile store(path, 0);
     EXPECT_TRUE(store.GetFileInfo() || numDone == 0);
@@ -197,7 +202,7 @@ TEST(KilledWriter, LeavesAnElevationStoreInTheMakingWithItsTilesOrWithoutAHeader
       const std::unique_ptr<float[]> tile(
           store.GetElevationData(3, static_cast<int>(i / kSideMade), static_cast<int>(i % kSideMade), size));
       ASSERT_TRUE(tile);
-      ASSERT_EQ(tileOf(i), std::vector<float>(tile.get(), tile.get() + 961 * 4));
+      ASSERT_EQ(HeightsMade(i), std::vector<float>(tile.get(), tile.get() + 961 * 4));
     }
   });
 }

@@ -201,24 +201,20 @@ TEST_F(StoreMemory, ThatRunsOutLeavesTheRoomThatABandHas) {
 }
 
 TEST_F(StoreMemory, ThatRunsOutFailsTheFileBehindTheStores) {
+  using Vexorine::ZRL::IO::XMMFile;
   const std::string path = folder_.Path("file");
+  const auto expectOpen = [&](const auto& open) {
+    FailEachRequest([&](const auto& once) {
+      XMMFile file;
+      const bool isDone = once([&] { return open(file); });
+      EXPECT_EQ(isDone, file.IsOpen());
+    });
+  };
+  expectOpen([&](XMMFile& file) { return file.Create(path.c_str(), 100); });
+  expectOpen([&](XMMFile& file) { return file.Open(path.c_str(), 2); });
+  expectOpen([&](XMMFile& file) { return file.CreateTemp(100); });
   FailEachRequest([&](const auto& once) {
-    Vexorine::ZRL::IO::XMMFile file;
-    const bool isDone = once([&] { return file.Create(path.c_str(), 100); });
-    EXPECT_EQ(isDone, file.IsOpen());
-  });
-  FailEachRequest([&](const auto& once) {
-    Vexorine::ZRL::IO::XMMFile file;
-    const bool isDone = once([&] { return file.Open(path.c_str(), 2); });
-    EXPECT_EQ(isDone, file.IsOpen());
-  });
-  FailEachRequest([&](const auto& once) {
-    Vexorine::ZRL::IO::XMMFile file;
-    const bool isDone = once([&] { return file.CreateTemp(100); });
-    EXPECT_EQ(isDone, file.IsOpen());
-  });
-  FailEachRequest([&](const auto& once) {
-    Vexorine::ZRL::IO::XMMFile file;
+    XMMFile file;
     ASSERT_TRUE(file.Open(path.c_str(), 2));
     const StoreFileBytes bytes(1000, 1);
     const bool isDone = once([&] { return file.Write(bytes.data(), 1000, false); });

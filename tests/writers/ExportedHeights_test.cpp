@@ -39,40 +39,60 @@ class GdalCell {
   std::vector<std::int16_t> samples_;
 };
 
-class ExportedMapHeights : public MapScene {};
+/// The way from a zone of UTM to degrees, by PROJ alone.
+class ZoneToDegrees {
+ public:
+  explicit ZoneToDegrees(int zone) {
+    OGRSpatialReference map, degrees;
+    map.importFromEPSG(zone);
+    degrees.importFromEPSG(4326);
+    degrees.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    way_.reset(OGRCreateCoordinateTransformation(&map, &degrees));
+  }
+  bool Transform(double& x, double& y) const { return way_ && way_->Transform(1, &x, &y); }
+
+ private:
+  std::unique_ptr<OGRCoordinateTransformation> way_;
+};
+
+/// A map of a cell across its western edge, 200 by 150 pixels of 500 metres in 4 by 3 tiles.
+class ExportedMapHeights : public MapScene {
+ protected:
+  static constexpr int kZone = 32654;
+  static constexpr double kLeft = 220000, kTop = 3950000;
+
+  std::vector<std::int16_t> Export(const std::string& path) {
+    const DefaultPolicy policy(kReadExact);
+    XRSFile file;
+    EXPECT_EQ(1, XfnOpenFile(&file, path, err_, nullptr)) << err_.GetText();
+    if (file.GetNumOfBands() == 0) return {};
+    Show({file.GetBandAt(0)});
+    XSpatialReference zone;
+    zone.importFromEPSG(kZone);
+    manager_.SetSR(zone);
+    EXPECT_EQ(1, XfnExport2L0Data_DEM(Out(), &manager_, 500, 500, kLeft, kTop - 75000, kLeft + 100000, kTop, 64, 0,
+                                      err_, nullptr))
+        << err_.GetText();
+    const std::vector<unsigned char> bytes = ReadBytes(Out());
+    std::vector<std::int16_t> heights(bytes.size() / 2);
+    std::memcpy(heights.data(), bytes.data(), heights.size() * 2);
+    return heights;
+  }
+};
 
 TEST_F(ExportedMapHeights, AreThoseUnderEachPixelOfTheMap) {
   const std::string path = SharedDataDir() + "/dted/gen_n35_e138.dt1";
   if (!std::filesystem::exists(path)) GTEST_SKIP() << "there is no " << path;
-  const DefaultPolicy policy(kReadExact);
-  XRSFile file;
-  ASSERT_EQ(1, XfnOpenFile(&file, path, err_, nullptr)) << err_.GetText();
-  Show({file.GetBandAt(0)});
-  XSpatialReference zone;
-  zone.importFromEPSG(32654);
-  manager_.SetSR(zone);
-  // Across the western edge of the cell, 200 by 150 pixels of 500 metres in 4 by 3 tiles.
-  const double left = 220000, top = 3950000;
-  ASSERT_EQ(
-      1, XfnExport2L0Data_DEM(Out(), &manager_, 500, 500, left, top - 75000, left + 100000, top, 64, 0, err_, nullptr))
-      << err_.GetText();
-  const std::vector<unsigned char> bytes = ReadBytes(Out());
-  ASSERT_EQ(4u * 3 * 64 * 64 * 2, bytes.size());
-  std::vector<std::int16_t> heights(bytes.size() / 2);
-  std::memcpy(heights.data(), bytes.data(), bytes.size());
-
+  const std::vector<std::int16_t> heights = Export(path);
+  ASSERT_EQ(4u * 3 * 64 * 64, heights.size());
   GDALAllRegister();
   const GdalCell cell(path);
-  OGRSpatialReference map, degrees;
-  map.importFromEPSG(32654);
-  degrees.importFromEPSG(4326);
-  degrees.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-  const std::unique_ptr<OGRCoordinateTransformation> way(OGRCreateCoordinateTransformation(&map, &degrees));
+  const ZoneToDegrees way(kZone);
   int numHeights = 0;
   for (int y = 0; y < 150; ++y) {
     for (int x = 0; x < 200; ++x) {
-      double longitude = left + (x + 0.5) * 500, latitude = top - (y + 0.5) * 500;
-      ASSERT_TRUE(way->Transform(1, &longitude, &latitude));
+      double longitude = kLeft + (x + 0.5) * 500, latitude = kTop - (y + 0.5) * 500;
+      ASSERT_TRUE(way.Transform(longitude, latitude));
       const int tile = y / 64 * 4 + x / 64;
       const int height = heights[static_cast<std::size_t>(tile * 4096 + y % 64 * 64 + x % 64)];
       ASSERT_EQ(cell.At(longitude, latitude), height) << x << " " << y;

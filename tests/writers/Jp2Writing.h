@@ -32,6 +32,21 @@ class Jp2Writing : public TiffWriting {
     EXPECT_EQ(sentence, Error());
     EXPECT_TRUE(std::filesystem::is_empty(folder_.Path()));
   }
+  /// The one band of a new dataset, which lies in a system with that code, or in none for 0.
+  LoggedBand& AddInSystem(int epsg) {
+    NewDataset();
+    LoggedBand& band = Add<std::uint8_t>(40, 30);
+    if (epsg) band.GetSR()->importFromEPSG(epsg);
+    band.SetCoordinateKind(kCoordinateWorld);
+    return band;
+  }
+  /// What GDAL reads of the file, which it has nothing against.
+  GdalImage ReadByGdal() const {
+    const GdalImage image(Out());
+    EXPECT_TRUE(image.isOpen);
+    EXPECT_THAT(image.complaints, testing::IsEmpty());
+    return image;
+  }
   /// What OpenJPEG reads of the file, which nobody has anything against.
   OpjImage Decode(const OpjRequest& request = {}) const {
     const std::vector<unsigned char> bytes = ReadBytes(Out());

@@ -27,8 +27,7 @@ class XRSFile2JP2Boxes : public Jp2Writing {
   }
   /// The colour interpretations that GDAL tells.
   std::vector<int> MeaningsByGdal() const {
-    const GdalImage image(Out());
-    EXPECT_THAT(image.complaints, IsEmpty());
+    const GdalImage image = ReadByGdal();
     std::vector<int> meanings;
     for (const GdalImage::Band& band : image.bands) meanings.push_back(band.interpretation);
     return meanings;

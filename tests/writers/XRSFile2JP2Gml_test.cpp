@@ -18,20 +18,11 @@ class XRSFile2JP2Gml : public Jp2Writing {
  protected:
   /// A band of 40 x 30 pixels in a system, placed by a transform. Its place is written in GML alone.
   LoggedBand& AddPlaced(int epsg, const double (&transform)[6]) {
-    NewDataset();
-    LoggedBand& band = Add<std::uint8_t>(40, 30);
-    if (epsg) band.GetSR()->importFromEPSG(epsg);
-    band.SetCoordinateKind(kCoordinateWorld);
+    LoggedBand& band = AddInSystem(epsg);
     band.SetGeoTransform(transform);
     writer_.SetGml(true);
     writer_.SetGeoreference(false);
     return band;
-  }
-  GdalImage ReadByGdal() const {
-    const GdalImage image(Out());
-    EXPECT_TRUE(image.isOpen);
-    EXPECT_THAT(image.complaints, IsEmpty());
-    return image;
   }
   static std::string Outline(const Jp2Walk& walk) {
     std::string joined;

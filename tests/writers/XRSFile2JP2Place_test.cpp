@@ -11,19 +11,10 @@ class XRSFile2JP2Place : public Jp2Writing {
  protected:
   /// A band in a system, whose pixels are 2.5 by 10 units.
   LoggedBand& AddPlaced(int epsg) {
-    NewDataset();
-    LoggedBand& band = Add<std::uint8_t>(40, 30);
-    if (epsg) band.GetSR()->importFromEPSG(epsg);
-    band.SetCoordinateKind(kCoordinateWorld);
+    LoggedBand& band = AddInSystem(epsg);
     band.SetUpperLeft(400000.25, 5000000.5);
     band.SetPixelSize(2.5, 10);
     return band;
-  }
-  GdalImage ReadByGdal() const {
-    const GdalImage image(Out());
-    EXPECT_TRUE(image.isOpen);
-    EXPECT_THAT(image.complaints, IsEmpty());
-    return image;
   }
 };
 

@@ -37,9 +37,7 @@ class XRSFile2JP2Of : public Jp2Writing {
   /// GDAL of this age has no type for signed bytes.
   void ExpectGdalReads() {
     if (std::is_same_v<Sample, std::int8_t>) return;
-    const GdalImage image(Out());
-    ASSERT_TRUE(image.isOpen);
-    EXPECT_THAT(image.complaints, IsEmpty());
+    const GdalImage image = this->ReadByGdal();
     ASSERT_EQ(samples_.size(), image.bands.size());
     const int type = sizeof(Sample) == 1 ? GDT_Byte : std::is_signed_v<Sample> ? GDT_Int16 : GDT_UInt16;
     for (std::size_t i = 0; i < samples_.size(); ++i) {

@@ -41,6 +41,27 @@ std::optional<std::int64_t> CalcImageBytes(const BITMAPINFOHEADER& header) {
   return CheckedMultiply(XfnCalcDIBWidthBytes(header.biWidth, header.biBitCount), header.biHeight);
 }
 
+/// What stands before the palette. The cursor is behind it then.
+bool ReadHeads(std::span<const unsigned char> bytes, Cursor& cursor, BITMAPINFOHEADER& info, XString& err) {
+  if (bytes.size() < kBmpFileHeaderBytes) {
+    err = "Can't read bitmap file header.";
+    return false;
+  }
+  if (cursor.U16LE() != kBmpMagic) {
+    err = "Not a valid BMP format";
+    return false;
+  }
+  if (bytes.size() < kBmpFileHeaderBytes + kInfoHeaderBytes) {
+    err = "Can't read bitmap info header";
+    return false;
+  }
+  cursor.Seek(kBmpFileHeaderBytes);
+  info = ReadInfoHeader(cursor);
+  if (info.biBitCount >= kMinBits && info.biBitCount <= kMaxBits) return true;
+  err.Format("Not supported bit count: %d", info.biBitCount);
+  return false;
+}
+
 }  // namespace
 
 bool IsServableDib(const BITMAPINFOHEADER& header, std::int64_t offset) {
@@ -50,26 +71,9 @@ bool IsServableDib(const BITMAPINFOHEADER& header, std::int64_t offset) {
 }
 
 int ParseBmpHeader(std::span<const unsigned char> bytes, BmpHeader& header, XString& err) {
-  if (bytes.size() < kBmpFileHeaderBytes) {
-    err = "Can't read bitmap file header.";
-    return 0;
-  }
   Cursor cursor(bytes);
-  if (cursor.U16LE() != kBmpMagic) {
-    err = "Not a valid BMP format";
-    return 0;
-  }
-  if (bytes.size() < kBmpFileHeaderBytes + kInfoHeaderBytes) {
-    err = "Can't read bitmap info header";
-    return 0;
-  }
-  cursor.Seek(kBmpFileHeaderBytes);
   BITMAPINFOHEADER& info = header.info.bmiHeader;
-  info = ReadInfoHeader(cursor);
-  if (info.biBitCount < kMinBits || info.biBitCount > kMaxBits) {
-    err.Format("Not supported bit count: %d", info.biBitCount);
-    return 0;
-  }
+  if (!ReadHeads(bytes, cursor, info, err)) return 0;
   const int paletteSize = XfnGetDIBPaletteSize(info);
   for (int i = 0; i < paletteSize; ++i) {
     RGBQUAD& colour = header.info.bmiColors[i];

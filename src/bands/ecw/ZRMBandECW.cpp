@@ -7,9 +7,8 @@
 #include "ZRMBandECW.h"
 
 #include "bands/ecw/EcwSystem.h"
-#include "base/Fence.h"
 #include "base/ReadError.h"
-#include "codec/WaveletFile.h"
+#include "core/load/WaveletLoad.h"
 #include "core/model/BandFrame.h"
 #include "XDataType.h"
 #include "XSpatialReference.h"
@@ -45,19 +44,11 @@ int ZRMBandECW::ReadFile(XString path, XString& err, XThread*) {
   impl.file.reset();
   impl.reads.Forget();
   impl.isExact = IsExact();
-  XString reason;
-  const int isRead = zrk::Fenced(reason, [&] {
-    impl.file = zrk::WaveletFile::Open(zrk::kEcwCodec, path, IsExact(), reason);
-    if (!impl.file) return 0;
-    const zrk::WaveletInfo& info = impl.file->GetInfo();
-    SetSize(static_cast<int>(info.width), static_cast<int>(info.height));
-    SetDataType(info.dataType);
+  return zrk::LoadWaveletFile(zrk::kEcwCodec, path, *this, err, [&](std::shared_ptr<zrk::WaveletFile> file) {
+    impl.file = std::move(file);
     TakePlace();
     TakeSystem();
-    return 1;
   });
-  if (!isRead && IsExact()) err = reason;
-  return isRead;
 }
 
 /// The origin is the outer corner of the first pixel.

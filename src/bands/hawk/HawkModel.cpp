@@ -64,11 +64,13 @@ const char* HawkModel::FindPixelAt(const Place& place, double& column, double& l
 }
 
 /// On the way to the height at which both ways meet, a pixel may lie outside the image. Where the steps of compatible
-/// heights leave no such height, the last pixel is as good as any.
+/// heights leave no such height, the last pixel is as good as any. There the least difference of the first pixel may
+/// lead far away, and so the first search does not follow the place before.
 const char* HawkModel::FindPixel(double lon, double lat, double& column, double& line) {
   constexpr int kMaxRounds = 12;
   constexpr double kNear = 1e-4;  // metres
-  const double margin = isExact_ ? kOnePixel : 8.0 + 0.05 * lines_;
+  const double margin = isExact_ ? kOnePixel : sensor_.GetWidestMargin();
+  if (!isExact_) trace_ = {};
   Place place{lon, lat, 0.0};
   if (const char* const reason = FindHeight(lon, lat, place.height)) return reason;
   double x = 0.0, y = 0.0;

@@ -6,7 +6,7 @@ namespace zrk {
 
 /// The sensor over its ground, in one policy: pixels to places and back. One thread makes it for its own use, and the
 /// sensor and the terrain have to outlive it. Functions answer null, or the sentence that tells why they failed. A
-/// search for a pixel begins where the one before ended.
+/// search for a pixel begins where the one before ended, if that can't change what is found.
 class HawkModel {
  public:
   HawkModel(const HawkSensor& sensor, const HawkTerrain& terrain, bool isExact, int lines, int samples)

@@ -6,7 +6,10 @@
 // The reverse is a search for one number. The pose at a line tells where along the flight a place lies for the camera,
 // and the right line is the one that lies there itself. The column follows. The difference of the two changes its sign
 // between the first and the last line where the place is in the image. Of many places each is looked for about the line
-// of the one before first, which spares most of the search.
+// of the one before first, and a single place about a line that is guessed, which spares most of the search. A flight
+// that turns back may see a place on several lines, and a search from another line may end on another of them. The
+// answer would then depend on the place before. What was found that way therefore counts only where no other line sees
+// the place, which the motion of the camera tells (`OnceSeen`) once for all places.
 
 #include "bands/hawk/HawkSensor.h"
 
@@ -93,6 +96,9 @@ HawkSensor::HawkSensor(const HawkDocument& document)
   timesPerLine_ = (document.gridCount - 1) / lines_;
   knots_.resize(count);
   for (std::size_t part = 0; part < kNumPoseParts; ++part) AddSpline(document.grids[part], part);
+  const CameraView view = FindView();
+  onceSeen_ = OnceSeen(MotionOfFlight(), view);
+  if (!onceSeen_.IsEmpty()) MakeGuess(view.depth);
 }
 
 void HawkSensor::AddSpline(const std::vector<double>& samples, std::size_t part) {
@@ -104,6 +110,91 @@ void HawkSensor::AddSpline(const std::vector<double>& samples, std::size_t part)
     knots_[i].value[part] = samples[i];
     knots_[i].bend[part] = bends[i];
   }
+}
+
+namespace {
+
+double SumOfSizes(const double (&numbers)[kNumPoseParts], std::size_t begin, std::size_t end) {
+  double sum = 0.0;
+  for (std::size_t i = begin; i < end; ++i) sum += std::abs(numbers[i]);
+  return sum;
+}
+
+/// By how much the square of a length of 1 changes, at most, that a matrix is applied to.
+double StretchOf(const Matrix3& m) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t j = 0; j < 3; ++j) {
+      const double product = m[i] * m[j] + m[i + 3] * m[j + 3] + m[i + 6] * m[j + 6];
+      sum += (product - (i == j)) * (product - (i == j));
+    }
+  }
+  return std::sqrt(sum);
+}
+
+/// How far the ground is along a line of sight, as if the earth were a ball under the platform.
+double FindDistance(const SightLine& sight) {
+  const SpacePoint &s = sight.origin, &l = sight.direction;
+  const double radius = LengthOf(s) - ToGround(s).height;
+  const double back = s.x * l.x + s.y * l.y + s.z * l.z;
+  return -back - std::sqrt(back * back - (s.x * s.x + s.y * s.y + s.z * s.z - radius * radius));
+}
+
+}  // namespace
+
+/// Second derivatives change evenly within a piece, so that the greater one at both ends bounds all of them. They bound
+/// how much rates change, and those how much values do. Angles that are off turn a vector by no more than their sum.
+CameraMotion HawkSensor::MotionOver(std::size_t piece, double begin, double end) const {
+  const double first = times_[piece], last = times_[piece + 1], half = 0.5 * (end - begin);
+  const SplinePiece atBegin(first, last, begin), atEnd(first, last, end), middle(first, last, begin + half);
+  double values[kNumPoseParts], rates[kNumPoseParts], slacks[kNumPoseParts], angleSlack = 0.0;
+  for (std::size_t i = 0; i < kNumPoseParts; ++i) {
+    const double v0 = knots_[piece].value[i], v1 = knots_[piece + 1].value[i];
+    const double b0 = knots_[piece].bend[i], b1 = knots_[piece + 1].bend[i];
+    values[i] = middle.Value(v0, v1, b0, b1);
+    rates[i] = middle.Slope(last - first, v0, v1, b0, b1);
+    slacks[i] = std::max(std::abs(atBegin.Bend(b0, b1)), std::abs(atEnd.Bend(b0, b1))) * half;
+    if (i >= 3) angleSlack += (std::abs(rates[i]) + slacks[i]) * half;
+  }
+  const Angle omega = Angle::OfRadians(values[3] - kQuarterTurn), phi = Angle::OfRadians(values[4]);
+  const SpacePoint turned = {-rates[5] * phi.sine, rates[4], rates[5] * phi.cosine};
+  const auto slackOf = [&](std::size_t i) {
+    const double slack = SumOfSizes(slacks, i, i + 3);
+    return slack + (SumOfSizes(rates, i, i + 3) + slack) * angleSlack;
+  };
+  return {end - begin,
+          {rates[3] + turned.x, omega.cosine * turned.y + omega.sine * turned.z,
+           omega.cosine * turned.z - omega.sine * turned.y},
+          slackOf(3),
+          ApplyTransposed(LocalTurnOf(values), {rates[0], rates[1], rates[2]}),
+          slackOf(0)};
+}
+
+/// The whole flight with the widest margin, in stretches that are short beside the pieces of its splines.
+std::vector<CameraMotion> HawkSensor::MotionOfFlight() const {
+  constexpr std::size_t kStretches = 512;
+  const std::size_t numPieces = times_.size() - 1, numParts = kStretches / numPieces + 1;
+  std::vector<CameraMotion> flight;
+  for (std::size_t piece = 0; piece < numPieces; ++piece) {
+    const double begin = piece == 0 ? -GetWidestMargin() : times_[piece];
+    const double end = piece + 1 == numPieces ? lines_ + GetWidestMargin() : times_[piece + 1];
+    const double part = (end - begin) / static_cast<double>(numParts);
+    for (std::size_t i = 0; i < numParts; ++i) {
+      const double from = begin + part * static_cast<double>(i);
+      flight.push_back(MotionOver(piece, from, from + part));
+    }
+  }
+  return flight;
+}
+
+/// The view is a quarter wider than the image, so that places beside it need no second search.
+CameraView HawkSensor::FindView() const {
+  constexpr double kWider = 1.25;
+  const double stretch = StretchOf(lsrToEcf_), margin = GetWidestMargin();
+  const double longer = std::sqrt(1.0 + stretch) / focalLength_;
+  const double along = std::max(std::abs(AlongOf(-margin)), std::abs(AlongOf(lines_ + margin)));
+  return {kWider * (axisColumn_ + margin) * cellSize_ * longer, along * longer,
+          -cellsPerLine_ * cellSize_ / focalLength_, stretch, FindDistance(SightOf(axisColumn_, 0.5 * lines_))};
 }
 
 void HawkSensor::Flip(double& column, double& line) const {
@@ -173,7 +264,7 @@ HawkSensor::Seen HawkSensor::Look(const SpacePoint& place, double line) const {
   const SpacePoint inCamera = ApplyTransposed(turn, Apply(ecfToLsr_, Minus(place, origin)));
   const SpacePoint axis = Apply(lsrToEcf_, Apply(turn, {0.0, 1.0, 0.0}));
   const double scale = -focalLength_ / (LengthOf(axis) * inCamera.y);
-  return {inCamera.x * scale, inCamera.z * scale, inCamera.y > 0.0, origin};
+  return {inCamera.x * scale, inCamera.z * scale, inCamera.y, inCamera.x / inCamera.y, origin};
 }
 
 /// How far the place lies along the flight from where the line does, in lines.
@@ -189,12 +280,34 @@ constexpr double kNearLine = 1e-6;
 
 }  // namespace
 
-/// The secant from the line where the last place was found. It needs a step or two where places lie near to each other,
-/// and gives up where they don't.
+/// What the pose in the middle of the flight tells of places around the one that it sees there.
+void HawkSensor::MakeGuess(double depth) {
+  const double middle = 0.5 * lines_, reach = 0.01 * depth;
+  Seen seen{};
+  guessPlace_ = SightOf(axisColumn_, middle).At(depth);
+  guessSlope_ = (MissOf(guessPlace_, lines_, seen) - MissOf(guessPlace_, 0.0, seen)) / lines_;
+  const auto rateAlong = [&](double SpacePoint::*axis) {
+    SpacePoint before = guessPlace_, behind = guessPlace_;
+    before.*axis -= reach;
+    behind.*axis += reach;
+    return (MissOf(before, middle, seen) - MissOf(behind, middle, seen)) / (2.0 * reach * guessSlope_);
+  };
+  guessRate_ = {rateAlong(&SpacePoint::x), rateAlong(&SpacePoint::y), rateAlong(&SpacePoint::z)};
+}
+
+HawkSensor::Trace HawkSensor::GuessOf(const SpacePoint& place) const {
+  const SpacePoint way = Minus(place, guessPlace_);
+  const double lines = way.x * guessRate_.x + way.y * guessRate_.y + way.z * guessRate_.z;
+  return {true, std::clamp(0.5 * lines_ + lines, 0.0, lines_), guessSlope_};
+}
+
+/// The secant from the line where the last place was found, or from a guess. It needs a step or two where places lie
+/// near to each other, and gives up where they don't, or where another line may see the place as well.
 bool HawkSensor::FollowLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const {
   constexpr int kMaxSteps = 6;
-  if (!trace.isSet) return false;
-  double line = trace.line, slope = trace.slope;
+  if (onceSeen_.IsEmpty() || margin > GetWidestMargin()) return false;
+  const Trace begin = trace.isSet ? trace : GuessOf(place);
+  double line = begin.line, slope = begin.slope;
   double miss = MissOf(place, line, seen);
   for (int i = 0; i < kMaxSteps && std::abs(miss) > kNearLine; ++i) {
     const double next = line - miss / slope;
@@ -204,7 +317,7 @@ bool HawkSensor::FollowLine(const SpacePoint& place, double margin, Trace& trace
     line = next;
     miss = missThere;
   }
-  if (!(std::abs(miss) <= kNearLine) || !seen.isInFront) return false;
+  if (!(std::abs(miss) <= kNearLine) || !onceSeen_.Has(seen.depth, seen.tangent)) return false;
   trace = {true, line, slope};
   return true;
 }
@@ -215,9 +328,9 @@ bool HawkSensor::SearchLine(const SpacePoint& place, double margin, Trace& trace
   constexpr int kMaxSteps = 60;
   double low = -margin, high = lines_ - 1.0 + margin;
   double atLow = MissOf(place, low, seen);
-  const bool isInFront = seen.isInFront;
+  const bool isInFront = seen.depth > 0.0;
   double atHigh = MissOf(place, high, seen);
-  if (!isInFront || !seen.isInFront || !(atLow * atHigh <= 0.0)) return false;
+  if (!isInFront || !(seen.depth > 0.0) || !(atLow * atHigh <= 0.0)) return false;
   const double slope = (atHigh - atLow) / (high - low);
   double found = atLow == 0.0 ? low : high;
   double miss = atLow == 0.0 ? 0.0 : atHigh;

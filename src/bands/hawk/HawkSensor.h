@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bands/hawk/HawkDocument.h"
+#include "bands/hawk/OnceSeen.h"
 #include "geo/EarthCentred.h"
 
 #include <vector>
@@ -36,8 +37,13 @@ class HawkSensor {
   };
   /// The column and the line, as the sensor counts them, that see a place. False where the place lies more than
   /// `margin` pixels outside the image, behind the sensor, or on the other side of the earth. The trace is that of the
-  /// last search for a place near by, or one that is not set.
+  /// last search for a place near by, which makes this one shorter and leads to the same line, or one that is not set.
   bool FindPixel(const SpacePoint& place, double margin, Trace& trace, double& column, double& line) const;
+
+  /// The greatest margin for which a trace makes searches shorter.
+  double GetWidestMargin() const { return 8.0 + 0.05 * lines_; }
+  /// The places that one line at most sees, within that margin.
+  const OnceSeen& GetOnceSeen() const { return onceSeen_; }
 
   const Matrix3& GetLsrToEcf() const { return lsrToEcf_; }
   /// The line of each sample.
@@ -58,7 +64,8 @@ class HawkSensor {
   struct Seen {
     double across;
     double along;
-    bool isInFront;
+    double depth;    ///< in metres before the camera
+    double tangent;  ///< across the flight
     SpacePoint origin;
   };
 
@@ -67,6 +74,11 @@ class HawkSensor {
   Matrix3 LocalTurnOf(const double (&parts)[kNumPoseParts]) const;
   SpacePoint PositionOf(const double (&parts)[kNumPoseParts]) const;
   double AlongOf(double line) const;
+  CameraMotion MotionOver(std::size_t piece, double begin, double end) const;
+  std::vector<CameraMotion> MotionOfFlight() const;
+  CameraView FindView() const;
+  void MakeGuess(double depth);
+  Trace GuessOf(const SpacePoint& place) const;
   Seen Look(const SpacePoint& place, double line) const;
   double MissOf(const SpacePoint& place, double line, Seen& seen) const;
   bool FollowLine(const SpacePoint& place, double margin, Trace& trace, Seen& seen) const;
@@ -87,6 +99,11 @@ class HawkSensor {
   double cellsPerLine_ = 0.0;
   bool isFromBelow_ = false;
   bool isFromLeft_ = false;
+  OnceSeen onceSeen_;
+  // A first guess of the line that sees a place, which grows evenly from the place in the middle of the image on.
+  SpacePoint guessPlace_{};
+  SpacePoint guessRate_{};  ///< in lines a metre
+  double guessSlope_ = 0.0;
 };
 
 }  // namespace zrk

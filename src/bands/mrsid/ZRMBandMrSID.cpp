@@ -4,9 +4,8 @@
 
 #include "ZRMBandMrSID.h"
 
-#include "base/Fence.h"
 #include "base/ReadError.h"
-#include "codec/WaveletFile.h"
+#include "core/load/WaveletLoad.h"
 #include "core/model/BandFrame.h"
 #include "XDataType.h"
 #include "XSpatialReference.h"
@@ -44,20 +43,13 @@ int ZRMBandMrSID::ReadFile(XString path, XString& err, XThread*) {
   impl.file.reset();
   impl.reads.Forget();
   impl.isExact = IsExact();
-  XString reason;
-  const int isRead = zrk::Fenced(reason, [&] {
-    impl.file = zrk::WaveletFile::Open(zrk::kMrSidCodec, path, IsExact(), reason);
-    if (!impl.file) return 0;
-    const zrk::WaveletInfo& info = impl.file->GetInfo();
-    SetSize(static_cast<int>(info.width), static_cast<int>(info.height));
-    SetDataType(info.dataType);
+  return zrk::LoadWaveletFile(zrk::kMrSidCodec, path, *this, err, [&](std::shared_ptr<zrk::WaveletFile> file) {
+    impl.file = std::move(file);
     TakePlace();
     GetSR()->Clear();
-    if (IsExact() && !info.wkt.IsEmpty()) GetSR()->importFromWkt(info.wkt);
-    return 1;
+    const XString& wkt = impl.file->GetInfo().wkt;
+    if (IsExact() && !wkt.IsEmpty()) GetSR()->importFromWkt(wkt);
   });
-  if (!isRead && IsExact()) err = reason;
-  return isRead;
 }
 
 /// The corner that callers know is the centre of the first pixel. The transform counts from its outer corner.

@@ -40,6 +40,18 @@ std::optional<std::int64_t> CountRowBytes(const TiffSource& source) {
   return *rounded / 8;
 }
 
+bool IsImageWithinLimits(const TiffSource& source, const tagXLimits& limits, XString& err) {
+  const TiffTags& tags = source.layout.tags;
+  const auto pixels = CheckedMultiply(tags.width, tags.height);
+  if (!pixels || *pixels > limits.imagePixels || tags.width > INT32_MAX || tags.height > INT32_MAX) {
+    err = "The image is too large";
+    return false;
+  }
+  if (source.layout.numChannels <= limits.channels) return true;
+  err = "The image has too many channels";
+  return false;
+}
+
 }  // namespace
 
 /// The last row of blocks may reach below the image, and a file may end where its image does.
@@ -66,15 +78,7 @@ void AskForRgb(TIFF* tiff, const TiffTags& tags) {
 bool MeasureTiffBlocks(TIFF* tiff, TiffSource& source, XString& err) {
   const TiffTags& tags = source.layout.tags;
   const tagXLimits limits = XfnGetLimits();
-  const auto pixels = CheckedMultiply(tags.width, tags.height);
-  if (!pixels || *pixels > limits.imagePixels || tags.width > INT32_MAX || tags.height > INT32_MAX) {
-    err = "The image is too large";
-    return false;
-  }
-  if (source.layout.numChannels > limits.channels) {
-    err = "The image has too many channels";
-    return false;
-  }
+  if (!IsImageWithinLimits(source, limits, err)) return false;
   source.grid = CountTiffBlocks(tags, source.layout.dataType);
   // A file without a grid opens all the same; reads of its bands fail.
   if (source.grid.across == 0) return true;

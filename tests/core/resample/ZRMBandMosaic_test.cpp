@@ -1,12 +1,14 @@
 #include "ZRMBandMosaic.h"
 #include "ReadSamples.h"
+#include "ThreadRuns.h"
 #include "XThread.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <limits>
-#include <thread>
+#include <vector>
 
 namespace {
 
@@ -255,6 +257,11 @@ TEST(ZRMBandMosaic, ReadsALargeSourceInStrips) {
   EXPECT_EQ(3, source.GetNumReads());  // 262 rows of 16,000 bytes are below 4 MiB
 }
 
+/// Ten rows of the mosaic, from row `y` on.
+std::vector<std::int16_t> ReadTenRows(ZRMBandMosaic& mosaic, int y) {
+  return Read<std::int16_t>(mosaic, 0, 3, 55, y, y + 9);
+}
+
 TEST(ZRMBandMosaicThreads, ReadAlike) {
   Source upper, lower;
   upper.SetRamp<std::int16_t>(40, 30);
@@ -267,18 +274,14 @@ TEST(ZRMBandMosaicThreads, ReadAlike) {
   ASSERT_EQ(1, mosaic.SetBandInfo(0, 0, 1, 1, 60, 60, kSint16));
   ASSERT_EQ(1, mosaic.CalcWarpCoeff());
   std::vector<std::vector<std::int16_t>> expected;
-  for (int y = 0; y < 50; ++y) expected.push_back(Read<std::int16_t>(mosaic, 0, 3, 55, y, y + 9));
+  for (int y = 0; y < 50; ++y) expected.push_back(ReadTenRows(mosaic, y));
   std::atomic<int> numDifferent = 0;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      for (int k = 0; k < 50; ++k) {
-        const int y = (k + 11 * t) % 50;
-        if (Read<std::int16_t>(mosaic, 0, 3, 55, y, y + 9) != expected[static_cast<std::size_t>(y)]) ++numDifferent;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  RunOnThreads(4, [&](int t) {
+    for (int k = 0; k < 50; ++k) {
+      const int y = (k + 11 * t) % 50;
+      numDifferent += ReadTenRows(mosaic, y) != expected[static_cast<std::size_t>(y)];
+    }
+  });
   EXPECT_EQ(0, numDifferent);
 }
 

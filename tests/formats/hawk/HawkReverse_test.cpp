@@ -248,25 +248,31 @@ TEST(HawkArrays, LeadBackToTheirPixels) {
   }
 }
 
-/// Places in leaps across the image, and some outside, each of which is also asked alone.
+/// Places in leaps across the image, of which each ninth is moved, some of these to where the image has no pixel.
+Arrays PlacesInLeapsOf(HawkScene& scene) {
+  Arrays arrays(4000);
+  for (std::size_t i = 0; i < arrays.x.size(); ++i) {
+    const double column = static_cast<double>(i * 37 % 330) - 10.0, line = static_cast<double>(i * 101 % 440) - 20.0;
+    arrays.x[i] = std::clamp(column, 0.0, 299.0), arrays.y[i] = std::clamp(line, 0.0, 399.0);
+  }
+  scene.Band().FindGroundOfPixels(arrays.Count(), arrays.x.data(), arrays.y.data(), arrays.heights.data());
+  for (std::size_t i = 0; i < arrays.x.size(); i += 9) arrays.x[i] += 0.001 * static_cast<double>(i % 30);
+  return arrays;
+}
+
+/// Each place is also asked alone.
 TEST(HawkArrays, FindThePixelsOfPointsThatAreFoundAlone) {
   for (const Platform& platform : {kAircraft, kSatellite}) {
     HawkScene scene{Fly(platform, 127.0, 37.0), kReadExact};
     scene.Ground(GroundAround(127.0, 37.0, &GentleHills));
-    Arrays arrays(4000);
-    for (std::size_t i = 0; i < arrays.x.size(); ++i) {
-      const double column = static_cast<double>(i * 37 % 330) - 10.0, line = static_cast<double>(i * 101 % 440) - 20.0;
-      arrays.x[i] = std::clamp(column, 0.0, 299.0), arrays.y[i] = std::clamp(line, 0.0, 399.0);
-    }
-    scene.Band().FindGroundOfPixels(arrays.Count(), arrays.x.data(), arrays.y.data(), arrays.heights.data());
-    for (std::size_t i = 0; i < arrays.x.size(); i += 9) arrays.x[i] += 0.001 * static_cast<double>(i % 30);
-    std::vector<double> columns(arrays.x.size()), lines(arrays.x.size());
+    const Arrays places = PlacesInLeapsOf(scene);
+    std::vector<double> columns(places.x.size()), lines(places.x.size());
+    const int numFound = scene.Band().FindPixels(places.x.data(), places.y.data(), places.heights.data(),
+                                                 static_cast<int>(places.Count()), columns.data(), lines.data());
     int numRight = 0;
-    const int numFound = scene.Band().FindPixels(arrays.x.data(), arrays.y.data(), arrays.heights.data(),
-                                                 static_cast<int>(arrays.Count()), columns.data(), lines.data());
-    for (std::size_t i = 0; i < arrays.x.size(); ++i) {
+    for (std::size_t i = 0; i < places.x.size(); ++i) {
       double x = NAN, y = NAN;
-      numRight += scene.Band().FindPixelOfPoint(arrays.x[i], arrays.y[i], arrays.heights[i], x, y);
+      numRight += scene.Band().FindPixelOfPoint(places.x[i], places.y[i], places.heights[i], x, y);
       ASSERT_EQ(std::isnan(x), std::isnan(columns[i])) << i;
       if (std::isnan(x)) continue;
       EXPECT_NEAR(x, columns[i], 1e-4) << i;
@@ -276,6 +282,24 @@ TEST(HawkArrays, FindThePixelsOfPointsThatAreFoundAlone) {
     EXPECT_GT(numRight, 3000);
     EXPECT_LT(numRight, 4000);
   }
+}
+
+/// Compatible heights go in steps, at which the least difference of a start might lead to another pixel.
+TEST(HawkArrays, FindThePixelsOverSteepHillsThatAreFoundAlone) {
+  HawkScene scene{Fly(kAircraft, 127.0, 37.0)};
+  scene.Ground({126.9, 37.1, 0.0005, 800, 400, &SteepHills});
+  Arrays arrays(20000);
+  scene.Band().FindGroundOfPixels(arrays.Count(), arrays.x.data(), arrays.y.data(), nullptr);
+  const Arrays places = arrays;
+  scene.Band().FindPixelsOfGround(arrays.Count(), arrays.x.data(), arrays.y.data());
+  int numDifferent = 0;
+  for (std::size_t i = 0; i < places.x.size(); ++i) {
+    double x = NAN, y = NAN;
+    scene.Band().FindPixelOfGround(places.x[i], places.y[i], x, y);
+    const bool isSame = std::isnan(x) ? std::isnan(arrays.x[i]) : std::hypot(x - arrays.x[i], y - arrays.y[i]) < 1e-4;
+    numDifferent += !isSame;
+  }
+  EXPECT_EQ(0, numDifferent);
 }
 
 TEST(HawkArrays, OfNothingGiveNothing) {

@@ -6,12 +6,17 @@
 #include "base/BytesFile.h"
 #include "codec/J2kIndexReader.h"
 #include "codec/J2kPacketReader.h"
+#include "FaultyDisk.h"
 #include "Jp2Builder.h"
+#include "TempFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
+#include <optional>
+#include <span>
 
 namespace {
 
@@ -104,23 +109,89 @@ TEST(J2kPacketWalk, GoesFromOnePartOfATileToTheNext) {
   EXPECT_TRUE(AgreesWithLists(Listed("RLCP").PartPerResolution().Layers({4, 1})));
 }
 
-TEST(J2kPacketWalk, EndsBehindThePacketsOfALevel) {
-  const WalkBytes bytes = Listed("RPCL").Precincts(32).CodeBlocks(16, 16).BuildCodestream();
-  zrk::BytesFile file(bytes);
+/// A codestream of one tile in one part.
+struct ListedTile {
+  explicit ListedTile(const Jp2Builder& builder) : bytes(builder.BuildCodestream()) {
+    zrk::BytesFile file(bytes);
+    zrk::J2kIndex index;
+    XString err;
+    EXPECT_EQ(1, zrk::ReadJ2kHeader(file, 0, std::ssize(bytes), header, err)) << err.GetText();
+    EXPECT_TRUE(index.Walk(file, header, std::ssize(header.bytes), std::ssize(bytes)));
+    lengths = ListLengths(bytes, index.PartsOf(0).front(), offset);
+  }
+  zrk::J2kPacketWalk Walk(int level = 0) const { return {header, header.coding, header.GetTileRect(0), level}; }
+  std::optional<bool> HaveLengthsIn(zrk::DiskFile& file) const {
+    zrk::J2kPacketWalk walk = Walk();
+    return zrk::HaveLengths(file, offset, lengths, walk);
+  }
+
+  WalkBytes bytes;
   zrk::J2kHeader header;
-  XString err;
-  ASSERT_EQ(1, zrk::ReadJ2kHeader(file, 0, std::ssize(bytes), header, err)) << err.GetText();
-  zrk::J2kIndex index;
-  ASSERT_TRUE(index.Walk(file, header, std::ssize(header.bytes), std::ssize(bytes)));
   std::int64_t offset = 0;
-  const PartLengths lengths = ListLengths(bytes, index.PartsOf(0).front(), offset);
+  PartLengths lengths;
+};
+
+TEST(J2kPacketWalk, EndsBehindThePacketsOfALevel) {
+  const ListedTile tile(Listed("RPCL").Precincts(32).CodeBlocks(16, 16));
+  zrk::BytesFile file(tile.bytes);
   for (int level = 1; level <= 3; ++level) {
-    const auto count = zrk::CountPackets(header, header.coding, header.GetTileRect(0), level);
+    const auto count = zrk::CountPackets(tile.header, tile.header.coding, tile.header.GetTileRect(0), level);
     ASSERT_TRUE(count);
-    zrk::J2kPacketWalk walk(header, header.coding, header.GetTileRect(0), level);
-    const auto needed = std::span(lengths).first(static_cast<std::size_t>(count->needed));
-    EXPECT_EQ(true, zrk::HaveLengths(file, offset, needed, walk)) << level;
+    zrk::J2kPacketWalk walk = tile.Walk(level);
+    const auto needed = std::span(tile.lengths).first(static_cast<std::size_t>(count->needed));
+    EXPECT_EQ(true, zrk::HaveLengths(file, tile.offset, needed, walk)) << level;
     EXPECT_TRUE(walk.IsAtEnd()) << level;
+  }
+}
+
+/// Hundreds of packets of less than four kilobytes each, in a file on a disk that counts.
+class J2kSmallPackets : public testing::Test {
+ protected:
+  J2kSmallPackets() {
+    folder_.Write("a.j2k", tile_.bytes);
+    EXPECT_EQ(0, disk_.Open(folder_.Path("a.j2k"), {}, file_));
+  }
+  std::int64_t CountBytes() const {
+    return std::accumulate(tile_.lengths.begin(), tile_.lengths.end(), std::int64_t{0});
+  }
+
+  const ListedTile tile_{
+      Jp2Builder().Size(400, 300).Levels(3).Order("RPCL").Precincts(32).Layers({3, 1}).PacketLengths()};
+  TempFolder folder_;
+  FaultyDisk disk_;
+  std::shared_ptr<zrk::DiskFile> file_;
+};
+
+TEST_F(J2kSmallPackets, AreReadByOneCallForThirtyTwoKilobytes) {
+  constexpr std::int64_t kAhead = 32768;
+  ASSERT_GT(tile_.lengths.size(), 300U);
+  ASSERT_LT(*std::ranges::max_element(tile_.lengths), 4096U);
+  const int before = disk_.GetReadCount();
+  EXPECT_EQ(true, tile_.HaveLengthsIn(*file_));
+  // A piece ends within a packet, of which 4 kilobytes at most are read again.
+  EXPECT_LE(disk_.GetReadCount() - before, CountBytes() / (kAhead - 4096) + 1);
+  EXPECT_LE(disk_.GetBytesRead(), CountBytes() + 4096 * (disk_.GetReadCount() - before));
+}
+
+TEST_F(J2kSmallPackets, AreNotComparedWhereTheDiskFails) {
+  const int before = disk_.GetReadCount();
+  ASSERT_EQ(true, tile_.HaveLengthsIn(*file_));
+  const int numReads = disk_.GetReadCount() - before;
+  for (int nth = 1; nth <= numReads; ++nth) {
+    disk_.FailRead(disk_.GetReadCount() + nth);
+    EXPECT_EQ(std::nullopt, tile_.HaveLengthsIn(*file_)) << nth;
+  }
+}
+
+/// Of each packet the first 512 bytes are looked at, and in these files that is enough.
+TEST_F(J2kSmallPackets, AreComparedInAFileThatIsCutBehindTheLastHead) {
+  const std::int64_t last = tile_.lengths.back();
+  const std::int64_t needed = tile_.offset + CountBytes() - last + std::min<std::int64_t>(last, 512);
+  for (const std::int64_t missing : {1, 2, 100, 5000, 40000}) {
+    zrk::BytesFile whole(std::span(tile_.bytes).first(static_cast<std::size_t>(needed)));
+    zrk::BytesFile cut(std::span(tile_.bytes).first(static_cast<std::size_t>(needed - missing)));
+    EXPECT_EQ(true, tile_.HaveLengthsIn(whole));
+    EXPECT_EQ(std::nullopt, tile_.HaveLengthsIn(cut)) << missing;
   }
 }
 

@@ -51,6 +51,12 @@ void CompareCorners(const ZRMBandNITF& band, const StoredImage& image, const std
   EXPECT_NEAR(t[3] + right * t[4] + bottom * t[5], corners[5], kSecond) << path;
 }
 
+bool OpenExactly(const std::string& path, XRSFile& file) {
+  file.SetReadPolicy(kReadExact);
+  XString err;
+  return XfnOpenFile(&file, path, err) != 0;
+}
+
 }  // namespace
 
 TEST(SharedNitf, HasTheSystemsCornersAndLevelsOfGdal) {
@@ -60,9 +66,7 @@ TEST(SharedNitf, HasTheSystemsCornersAndLevelsOfGdal) {
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     const std::string path = entry.path().string();
     XRSFile file;
-    XString err;
-    file.SetReadPolicy(kReadExact);
-    if (!XfnOpenFile(&file, path, err)) continue;
+    if (!OpenExactly(path, file)) continue;
     auto& band = static_cast<ZRMBandNITF&>(*file.GetBandAt(0));
     const StoredImage image = ReadStoredWithGdal(path);
     if (!image.isOpen) {

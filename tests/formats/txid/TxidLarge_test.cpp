@@ -79,6 +79,19 @@ TxidBuilder LargerStore() {
   return builder;
 }
 
+bool ReadsRightPixels(const std::string& path, const TxidBuilder& builder, int process) {
+  ZRMBandTXID band(nullptr);
+  band.SetReadPolicy(kReadExact);
+  XString err;
+  bool isRight = band.ReadFile(path, err, nullptr) != 0;
+  for (int i = 0; isRight && i < kNumReads; ++i) {
+    const int x = (i * 17 + process) % 70, y = i * 11 % 50;
+    const Pixels pixels = ReadPixels(band, 0, {x, x + 30, y, y + 30});
+    isRight = pixels.width == 31 && pixels.bytes[31 * 5 + 7] == builder.At(x + 7, y + 5)[0];
+  }
+  return isRight;
+}
+
 /// Each opens the store for itself, and answers by its exit status whether all pixels are right.
 TEST(TxidProcesses, ReadOneStoreAlike) {
   TempFolder folder;
@@ -87,18 +100,7 @@ TEST(TxidProcesses, ReadOneStoreAlike) {
   std::vector<pid_t> children;
   for (int p = 0; p < kNumProcesses; ++p) {
     const pid_t child = fork();
-    if (child == 0) {
-      ZRMBandTXID band(nullptr);
-      band.SetReadPolicy(kReadExact);
-      XString err;
-      bool isRight = band.ReadFile(path, err, nullptr) != 0;
-      for (int i = 0; isRight && i < kNumReads; ++i) {
-        const int x = (i * 17 + p) % 70, y = i * 11 % 50;
-        const Pixels pixels = ReadPixels(band, 0, {x, x + 30, y, y + 30});
-        isRight = pixels.width == 31 && pixels.bytes[31 * 5 + 7] == builder.At(x + 7, y + 5)[0];
-      }
-      _exit(isRight ? 0 : 1);
-    }
+    if (child == 0) _exit(ReadsRightPixels(path, builder, p) ? 0 : 1);
     children.push_back(child);
   }
   for (const pid_t child : children) {

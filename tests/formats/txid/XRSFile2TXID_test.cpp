@@ -269,19 +269,40 @@ TEST_F(TxidWriting, TellsTheThreadHowItEnded) {
   EXPECT_FALSE(std::filesystem::exists(folder_.Path("t.txi_tmp")));
 }
 
+/// A store that was written over an older one, wholly or in part.
+class TxidRewriting : public TxidWriting {
+ protected:
+  using Files = std::pair<std::vector<unsigned char>, std::vector<unsigned char>>;
+
+  /// Saves both once, to know what they look like.
+  void LearnBoth(Picture& picture) {
+    ASSERT_EQ(1, Save(picture));
+    new_ = Look();
+    Picture older = ColouredPicture(8, 8);
+    ASSERT_EQ(1, Save(older));
+    old_ = Look();
+  }
+  Files Look() const { return {ReadBytes(folder_.Path("s.txi")), ReadBytes(folder_.Path("s.txd"))}; }
+  bool HasIndex() const { return std::filesystem::exists(folder_.Path("s.txi")); }
+  /// Nothing but the older store is in the folder.
+  void BeginAnew() {
+    std::filesystem::remove_all(folder_.Path());
+    std::filesystem::create_directory(folder_.Path());
+    folder_.Write("s.txi", old_.first);
+    folder_.Write("s.txd", old_.second);
+  }
+
+  Files old_, new_;
+};
+
 /// Every call to the disk fails once, in every way. Afterwards there is the old store, whole, or the new one.
-TEST_F(TxidWriting, LeavesTheOldStoreOrTheNewOne) {
-  Picture picture = ColouredPicture(20, 12), older = ColouredPicture(8, 8);
-  ASSERT_EQ(1, Save(picture));
-  const auto look = [&] { return std::pair(ReadBytes(folder_.Path("s.txi")), ReadBytes(folder_.Path("s.txd"))); };
-  const auto right = look();
-  ASSERT_EQ(1, Save(older));
-  const auto old = look();
+TEST_F(TxidRewriting, LeavesTheOldStoreOrTheNewOne) {
+  Picture picture = ColouredPicture(20, 12);
+  LearnBoth(picture);
   for (const DiskFault fault : {DiskFault::kError, DiskFault::kFull, DiskFault::kShort}) {
     bool wasReached = true;
     for (int nth = 1; wasReached; ++nth) {
-      folder_.Write("s.txi", old.first);
-      folder_.Write("s.txd", old.second);
+      BeginAnew();
       FaultyDisk disk;
       int isSaved = 0;
       {
@@ -290,41 +311,30 @@ TEST_F(TxidWriting, LeavesTheOldStoreOrTheNewOne) {
         isSaved = Save(picture);
         wasReached = disk.GetCallCount() >= nth;
       }
-      ASSERT_EQ(isSaved ? right : old, look()) << "call " << nth;
+      ASSERT_EQ(isSaved ? new_ : old_, Look()) << "call " << nth;
       ASSERT_TRUE(isSaved || !err_.IsEmpty());
-      for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
-        if (entry.path().extension() != ".txi" && entry.path().extension() != ".txd") std::filesystem::remove(entry);
-      }
     }
   }
 }
 
 /// A writer that is killed ends at one of its calls to the disk, since nothing is left of what it does between them. A
 /// store that has an index afterwards is the old one or the new one, whole.
-TEST_F(TxidWriting, ThatIsKilledLeavesAnOldStoreANewOneOrNoIndex) {
-  Picture picture = ColouredPicture(52, 44), older = ColouredPicture(8, 8);
-  const auto look = [&] { return std::pair(ReadBytes(folder_.Path("s.txi")), ReadBytes(folder_.Path("s.txd"))); };
-  ASSERT_EQ(1, Save(picture));
-  const auto right = look();
-  ASSERT_EQ(1, Save(older));
-  const auto old = look();
+TEST_F(TxidRewriting, ThatIsKilledLeavesAnOldStoreANewOneOrNoIndex) {
+  Picture picture = ColouredPicture(52, 44);
+  LearnBoth(picture);
   int numOld = 0, numNew = 0, numWithout = 0;
   bool isKilled = true;
   for (int nth = 1; isKilled; nth += nth < 40 ? static_cast<int>(TrialStep()) : 1) {
-    std::filesystem::remove_all(folder_.Path());
-    std::filesystem::create_directory(folder_.Path());
-    folder_.Write("s.txi", old.first);
-    folder_.Write("s.txd", old.second);
+    BeginAnew();
     isKilled = IsKilled([&] {
       FaultyDisk disk;
       const zrk::ScopedDisk scoped(disk);
       disk.DieAtCall(nth);
       Save(picture);
     });
-    const bool hasIndex = std::filesystem::exists(folder_.Path("s.txi"));
-    const auto left = hasIndex ? look() : old;
-    ASSERT_TRUE(left == old || left == right) << "call " << nth;
-    ++(!hasIndex ? numWithout : left == old ? numOld : numNew);
+    const Files left = HasIndex() ? Look() : old_;
+    ASSERT_TRUE(left == old_ || left == new_) << "call " << nth;
+    ++(!HasIndex() ? numWithout : left == old_ ? numOld : numNew);
   }
   EXPECT_GT(numOld, 0);
   EXPECT_GT(numWithout, 0);

@@ -313,34 +313,51 @@ TEST(ZRMBandTXID, ARimIsSeenOnePixelIntoAnAbsentNeighbour) {
   EXPECT_EQ(builder.At(2, 7)[0], pixels.bytes[8 * 4 + 1]);
 }
 
-TEST(ZRMBandTXID, ReadsAsItsArithmeticHasIt) {
-  std::mt19937 random(3);
-  const auto below = [&random](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
-  for (int trial = 0; trial < 40; ++trial) {
-    const int size = trial % 8 == 5 ? 66 + below(80) : 1 + below(trial % 2 ? 40 : 9);
+/// Chooses stores and requests. `Below(n)` is a number from 0 up to but without n.
+class TxidChoice {
+ public:
+  int Below(int end) { return static_cast<int>(random_() % static_cast<unsigned>(end)); }
+  TxidBuilder Store(int trial) {
+    const int size = trial % 8 == 5 ? 66 + Below(80) : 1 + Below(trial % 2 ? 40 : 9);
     TxidBuilder builder;
-    builder.Grid(2 + below(4), 2 + below(4), size);
-    builder.PixelSize(1 + below(3000000), (below(2) ? 1 : -1) * (1 + below(900)));
-    builder.Corner(below(36000) / 100.0 - 180.0, 90.0 - below(1800) / 10.0);
+    builder.Grid(2 + Below(4), 2 + Below(4), size);
+    builder.PixelSize(1 + Below(3000000), (Below(2) ? 1 : -1) * (1 + Below(900)));
+    builder.Corner(Below(36000) / 100.0 - 180.0, 90.0 - Below(1800) / 10.0);
     for (int key = 0; key < 25; ++key) {
-      if (below(3) > 0) builder.Tile(key);
+      if (Below(3) > 0) builder.Tile(key);
     }
+    return builder;
+  }
+  Window WindowOf(const TxidBuilder& builder) {
+    const int x0 = Below(builder.Width()), y0 = Below(builder.Height());
+    return {x0, x0 + Below(builder.Width() - x0), y0, y0 + Below(builder.Height() - y0)};
+  }
+
+ private:
+  std::mt19937 random_{3};
+};
+
+/// Whole stores, single pixels and windows without a sample of the level are answered in other ways.
+bool IsByArithmetic(const TxidBuilder& builder, int level, const Window& window) {
+  const bool isWhole = window.Width() == builder.Width() && window.Height() == builder.Height();
+  return window.Width() >> level > 0 && window.Height() >> level > 0 && window.Width() * window.Height() > 1 &&
+         !isWhole;
+}
+
+TEST(ZRMBandTXID, ReadsAsItsArithmeticHasIt) {
+  TxidChoice choice;
+  for (int trial = 0; trial < 40; ++trial) {
+    const TxidBuilder builder = choice.Store(trial);
     OpenStore store(builder);
     for (int i = 0; i < 12; ++i) {
-      const int x0 = below(builder.Width()), y0 = below(builder.Height());
-      const Window window{x0, x0 + below(builder.Width() - x0), y0, y0 + below(builder.Height() - y0)};
-      const int level = below(6);
-      const bool isWhole = window.Width() == builder.Width() && window.Height() == builder.Height();
-      if (window.Width() >> level == 0 || window.Height() >> level == 0 || window.Width() * window.Height() == 1 ||
-          isWhole)
-        continue;
+      const Window window = choice.WindowOf(builder);
+      const int level = choice.Below(6);
+      if (!IsByArithmetic(builder, level, window)) continue;
+      SCOPED_TRACE(testing::Message() << "trial " << trial << ", level " << level << ", " << window);
       const TxidWindowModel model = ModelCompatibleRead(builder, level, window.x0, window.x1, window.y0, window.y1);
       ASSERT_EQ(model.width, store.Read(level, window).width);
       EXPECT_EQ(model.isBlank, store.Band().IsBlankSubset() != 0);
-      for (std::size_t k = 0; k < 4; ++k) {
-        ASSERT_EQ(model.planes[k], store.Result(static_cast<int>(k)).bytes)
-            << "trial " << trial << ", level " << level << ", " << window << ", tile size " << size;
-      }
+      for (std::size_t k = 0; k < 4; ++k) ASSERT_EQ(model.planes[k], store.Result(static_cast<int>(k)).bytes);
     }
   }
 }
