@@ -122,12 +122,13 @@ TEST(HfaCompatible, HasNoNullValue) {
 TEST(HfaNotes, TellBlocksOverviewsAndClasses) {
   ExactHfa file(HfaBuilder().Size(200, 160).Overviews({2, 4}).Classes(3).Build());
   const tagXFormatNotes notes = XfnDescribeFormat(&file.BandAt(), false);
-  EXPECT_THAT(notes.lines,
-              testing::ElementsAre("blocks      64 x 64", "overviews   levels 1 2", "classes     3, with colours"));
-  ASSERT_EQ(3u, notes.values.size());
+  EXPECT_THAT(notes.lines, testing::ElementsAre("blocks      64 x 64, compression none", "overviews   levels 1 2",
+                                                "classes     3, with colours"));
+  ASSERT_EQ(4u, notes.values.size());
+  EXPECT_EQ("none", notes.values[1].text);
   EXPECT_EQ(64, notes.values[0].parts[1].number);
-  EXPECT_EQ(2, notes.values[1].parts[1].number);
-  const tagXNote& second = notes.values[2].parts.at(1);
+  EXPECT_EQ(2, notes.values[2].parts[1].number);
+  const tagXNote& second = notes.values[3].parts.at(1);
   EXPECT_EQ(1, second.parts[0].number);
   EXPECT_EQ(254, second.parts[1].parts[2].number);
 }
