@@ -206,6 +206,19 @@ TEST_F(ZrkioHfa, LevelsAreBuiltAndUsed) {
   EXPECT_EQ(SamplesOf(0, {100, 163, 200, 239}, 1), Bytes(image.out.begin(), image.out.end()));
 }
 
+TEST_F(ZrkioHfa, LevelsOfAThematicLayerHaveClassesOfTheImage) {
+  const std::string path = WriteHfa(HfaBuilder().Size(600, 500).Classes(120));
+  ASSERT_EQ(0, Run({"levels", path}).exitStatus);
+  const ProgramResult level = Run({"read", path, "--level", "1", "--window", "100,163,200,239", "-o", "-"});
+  ASSERT_EQ(32u * 20u, level.out.size()) << level.err;
+  for (int i = 0; i < 32 * 20; ++i) {
+    const int left = 100 + 2 * (i % 32), top = 200 + 2 * (i / 32);
+    const std::array<int, 4> around = {HfaBuilder::Value(left, top, 0), HfaBuilder::Value(left + 1, top, 0),
+                                       HfaBuilder::Value(left, top + 1, 0), HfaBuilder::Value(left + 1, top + 1, 0)};
+    ASSERT_THAT(around, testing::Contains(static_cast<unsigned char>(level.out[static_cast<std::size_t>(i)]))) << i;
+  }
+}
+
 TEST_F(ZrkioHfa, ConvertKeepsSamplesNullValueAndPlace) {
   const std::string path = WriteHfa(Placed().Size(150, 140).Null(17.0).Option("COMPRESSED=YES"));
   ASSERT_EQ(0, Run({"convert", path, Out("a.tif")}).exitStatus);
