@@ -49,6 +49,8 @@ class ZRKIO_API ZRMBandHFA : public ZRMBandFile<ZRMBandDRIO> {
   std::vector<int> GetOverviewLevels() const;
   /// Whether the samples are class numbers.
   bool IsThematic() const;
+  /// Whether the file packs the samples of this layer as runs.
+  bool IsCompressed() const;
 
  private:
   struct Impl;

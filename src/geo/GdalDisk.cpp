@@ -4,6 +4,9 @@
 //
 // GDAL does not expect exceptions from these functions. So nothing may be thrown out of them, and they tell of failures
 // by errno. A handle serves one thread at a time, like a FILE.
+//
+// While a driver opens a file, small reads bring more than they are asked for. A small read that the disk fails counts
+// as failed, whichever of the bytes that were to be brought it lacks.
 
 #include "geo/GdalDisk.h"
 
@@ -12,14 +15,18 @@
 
 #include <cpl_vsi.h>
 #include <sys/stat.h>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace zrk {
 
@@ -31,15 +38,29 @@ constexpr const char kPrefix[] = "/vsizrkio/";
 constexpr std::string_view kAbsolute = "absolute";
 constexpr std::string_view kRelative = "relative/";
 
-/// What stands behind a handle of GDAL's: a file and the offset of the next read.
+// Small reads have up to so many bytes. What they bring begins at a multiple of that, so that neighbours on both sides
+// are there.
+constexpr std::int64_t kSmallBytes = 1024, kAheadBytes = 4096;
+
+/// What stands behind a handle of GDAL's: a file, the offset of the next read, and what a small read has brought.
 struct OpenFile {
   std::shared_ptr<DiskFile> file;
   std::int64_t position = 0;
   bool isAtEnd = false;
+  std::int64_t aheadBegin = 0;
+  std::vector<unsigned char> ahead;
+
+  /// Whether what was brought holds so many bytes from the next read on.
+  bool Holds(std::int64_t count) const {
+    return position >= aheadBegin && position - aheadBegin <= std::ssize(ahead) - count;
+  }
 };
 
 /// What the calling thread's opens are kept to; null for any folder.
 thread_local KeptToFolder* kept = nullptr;
+
+/// Whether small reads of the calling thread bring more than they are asked for.
+thread_local bool readsAhead = false;
 
 /// Reads of the calling thread that gave fewer bytes than were asked for.
 thread_local std::int64_t numCutReads = 0;
@@ -128,11 +149,42 @@ int Seek(void* handle, vsi_l_offset offset, int origin) noexcept {
   return 0;
 }
 
+/// Brings what surrounds the next read. Answers what `DiskFile::ReadAt` would answer for `count` bytes: a call that
+/// falls short gives fewer, and nothing of it is kept.
+std::int64_t BringAhead(OpenFile& opened, std::int64_t count, std::int64_t fileBytes) {
+  opened.aheadBegin = opened.position - opened.position % kSmallBytes;
+  opened.ahead.resize(static_cast<std::size_t>(std::min(kAheadBytes, fileBytes - opened.aheadBegin)));
+  const std::int64_t asked = std::ssize(opened.ahead);
+  const std::int64_t got = opened.file->ReadAt(opened.aheadBegin, opened.ahead.data(), asked);
+  if (got == asked) return count;
+  opened.ahead.clear();
+  return got < 0 ? got : 0;
+}
+
+/// Reads `count` bytes at the offset of the handle. A read that reaches beyond the end of the file is left to the disk,
+/// and so is one for which there is no memory to bring more.
+std::int64_t ReadAtPosition(OpenFile& opened, void* buffer, std::int64_t count) noexcept {
+  const bool isSmall = readsAhead && count <= kSmallBytes;
+  const std::int64_t fileBytes = isSmall && !opened.Holds(count) ? opened.file->Size() : 0;
+  if (isSmall && opened.position < fileBytes && count <= fileBytes - opened.position) {
+    try {
+      const std::int64_t got = BringAhead(opened, count, fileBytes);
+      if (got < count) return got;
+    } catch (const std::bad_alloc&) {
+      opened.ahead.clear();
+    }
+  }
+  if (!isSmall || !opened.Holds(count)) return opened.file->ReadAt(opened.position, buffer, count);
+  std::memcpy(buffer, &opened.ahead[static_cast<std::size_t>(opened.position - opened.aheadBegin)],
+              static_cast<std::size_t>(count));
+  return count;
+}
+
 std::size_t Read(void* handle, void* buffer, std::size_t size, std::size_t count) noexcept {
   OpenFile& opened = *AsOpenFile(handle);
   const auto wanted = CheckedMultiply(static_cast<std::int64_t>(size), static_cast<std::int64_t>(count));
   if (!wanted || *wanted <= 0) return 0;
-  const std::int64_t got = opened.file->ReadAt(opened.position, buffer, *wanted);
+  const std::int64_t got = ReadAtPosition(opened, buffer, *wanted);
   // A read that failed counts as the end, too: GDAL asks for no more then.
   if (got < *wanted) {
     opened.isAtEnd = true;
@@ -200,6 +252,12 @@ int KeptToFolder::Open(const std::string& name, std::shared_ptr<DiskFile>& file)
   const int error = CurrentDisk().Open(name, {}, file);
   if (error == 0 && open_.size() < kMaxOpen) open_.emplace_back(name, file);
   return error;
+}
+
+SmallReadsAhead::SmallReadsAhead() : before_(std::exchange(readsAhead, true)) {}
+
+SmallReadsAhead::~SmallReadsAhead() {
+  readsAhead = before_;
 }
 
 WatchedReads::WatchedReads() : cutBefore_(numCutReads), failedBefore_(numFailedReads) {}

@@ -39,6 +39,20 @@ class KeptToFolder {
   std::vector<std::pair<std::string, std::shared_ptr<DiskFile>>> open_;
 };
 
+/// While it lives, small reads of GDAL's on the calling thread bring some kilobytes, of which the next ones are given.
+/// For the time in which a driver opens a file: some ask for the heads of files byte by byte. What a file has lost or
+/// got meanwhile may be seen late, and so blocks are not read under it.
+class SmallReadsAhead {
+ public:
+  SmallReadsAhead();
+  ~SmallReadsAhead();
+  SmallReadsAhead(const SmallReadsAhead&) = delete;
+  SmallReadsAhead& operator=(const SmallReadsAhead&) = delete;
+
+ private:
+  bool before_;
+};
+
 /// Watches the reads of GDAL's on the calling thread. Some drivers pass over bytes that they did not get.
 class WatchedReads {
  public:

@@ -66,6 +66,7 @@ GdalFile::~GdalFile() = default;
 GdalFile::Dataset GdalFile::OpenDataset(XString& reason) const {
   format_.registerDrivers();
   const DriverScope scope(format_, path_);
+  const SmallReadsAhead ahead;
   const WatchedReads reads;
   const char* const drivers[] = {format_.driver, nullptr};
   const char* const nothingBeside[] = {nullptr};
@@ -82,6 +83,7 @@ bool GdalFile::Open(const std::function<bool(GDALDataset& dataset, XString& reas
   Dataset dataset = OpenDataset(reason);
   if (!dataset) return false;
   const DriverScope scope(format_, path_);
+  const SmallReadsAhead ahead;
   const WatchedReads reads;
   if (!describe(*dataset, reason)) return false;
   if (isExact_ && reads.HaveFailed()) {

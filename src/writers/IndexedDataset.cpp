@@ -1,10 +1,13 @@
 #include "writers/IndexedDataset.h"
 
 #include "base/Failure.h"
+#include "XDataType.h"
 #include "XRSFile.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <span>
+#include <utility>
 
 namespace zrk {
 namespace {
@@ -53,6 +56,25 @@ bool MakeIndexedDataset(const XRSFile& source, IndexedDataset& indexed, XString&
   CopyTexts(source, *indexed.file);
   indexed.colours = std::make_shared<const tagXColourMap>(reader->GetColourMap());
   return true;
+}
+
+/// 257 times a byte uses the full range of 16 bits.
+std::shared_ptr<const tagXColourMap> ColoursOfClasses(const ZRMBand& band) {
+  constexpr int kFullScale = 257;
+  const bool isByte = band.GetDataType() == kPint08;
+  if (band.GetNumOfGIS() == 0 || (!isByte && band.GetDataType() != kPint16)) return nullptr;
+  const std::size_t numEntries = isByte ? 1 << 8 : 1 << 16;
+  tagXColourMap map;
+  for (auto* const each : {&map.red, &map.green, &map.blue}) each->resize(numEntries);
+  for (int i = 0; i < band.GetNumOfGIS(); ++i) {
+    const tagXRSGIS& gis = *band.GetGISAt(i);
+    const auto number = static_cast<std::size_t>(gis.index);
+    if (gis.index < 0 || number >= numEntries) continue;
+    map.red[number] = static_cast<std::uint16_t>(gis.red * kFullScale);
+    map.green[number] = static_cast<std::uint16_t>(gis.green * kFullScale);
+    map.blue[number] = static_cast<std::uint16_t>(gis.blue * kFullScale);
+  }
+  return std::make_shared<const tagXColourMap>(std::move(map));
 }
 
 }  // namespace zrk

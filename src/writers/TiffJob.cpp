@@ -52,9 +52,14 @@ ZRMBand* TiffJob::FirstBand() const {
 }
 
 /// A thematic band has classes for samples, and only a file of one band can have a table of colours.
-bool TiffJob::IsPalette() const {
+bool TiffJob::HasClasses() const {
   const ZRMBand* first = FirstBand();
   return numBands == 1 && first && first->GetBandType() == kBandTypeThematic;
+}
+
+/// An exact save makes no bytes of other samples. It has the colours of classes in `colours`.
+bool TiffJob::IsPalette() const {
+  return HasClasses() && dataset->GetReadPolicy() != kReadExact;
 }
 
 /// Three bands of bytes are what every viewer shows as red, green and blue.

@@ -31,7 +31,9 @@ struct TiffJob {
 
   /// Null where there is none.
   ZRMBand* FirstBand() const;
-  /// Whether class values are written, with a table of colours.
+  /// Whether the samples of the one band are numbers of classes.
+  bool HasClasses() const;
+  /// Whether such numbers are written as bytes, with a table of colours.
   bool IsPalette() const;
   /// Whether the samples of a pixel lie together as red, green and blue.
   bool IsColour() const;

@@ -62,12 +62,16 @@ int XRSFile2Tiff::State::Save(const XString& path, const zrk::Window& window, bo
   return zrk::TellResult(thread, isSaved, wasStopped, err);
 }
 
-/// Exact saves keep a palette where all its colours are written: they write the numbers of the entries instead.
+/// Exact saves keep a palette where all its colours are written: they write the numbers of the entries instead. They
+/// keep the colours of classes too.
 bool XRSFile2Tiff::State::TakePalette(XString& err) {
   indexed = {};
   if (!dataset.dataset || dataset.dataset->GetReadPolicy() != kReadExact) return true;
   if (!zrk::MakeIndexedDataset(*dataset.dataset, indexed, err)) return false;
-  if (!indexed.file) return true;
+  if (!indexed.file) {
+    if (job.HasClasses()) job.colours = zrk::ColoursOfClasses(*job.FirstBand());
+    return true;
+  }
   job.SetDataset(*indexed.file);
   job.colours = indexed.colours;
   return true;

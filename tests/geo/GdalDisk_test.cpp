@@ -10,10 +10,15 @@
 
 #include <cpl_vsi.h>
 #include <sys/stat.h>
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <limits>
 #include <memory>
+#include <optional>
+#include <random>
+#include <vector>
 
 namespace {
 
@@ -62,6 +67,98 @@ TEST_F(GdalDisk, TellsReadsThatWereCutAndThoseThatFailed) {
     EXPECT_TRUE(reads.WereCut());
     EXPECT_TRUE(reads.HaveFailed());
   }
+}
+
+/// A file of bytes that tell their offsets, read through a disk that counts.
+class GdalDiskAhead : public GdalDisk {
+ protected:
+  static constexpr int kNumBytes = 10000;
+  static unsigned char ByteOf(std::int64_t offset) { return static_cast<unsigned char>(offset * 7 ^ offset >> 8); }
+  void SetUp() override {
+    std::vector<unsigned char> bytes;
+    for (int i = 0; i < kNumBytes; ++i) bytes.push_back(ByteOf(i));
+    folder_.Write("a.txt", bytes);
+    scope_.emplace(disk_);
+    file_ = Open();
+  }
+  void TearDown() override { file_.reset(); }
+  /// How many bytes a read gives, all of which are those of the file.
+  int Read(std::int64_t offset, int count) {
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(count));
+    VSIFSeekL(file_.get(), static_cast<vsi_l_offset>(offset), SEEK_SET);
+    const auto got = static_cast<int>(VSIFReadL(bytes.data(), 1, bytes.size(), file_.get()));
+    for (int i = 0; i < got; ++i) EXPECT_EQ(ByteOf(offset + i), bytes[static_cast<std::size_t>(i)]) << offset + i;
+    EXPECT_EQ(static_cast<vsi_l_offset>(offset + got), VSIFTellL(file_.get()));
+    EXPECT_EQ(got < count, VSIFEofL(file_.get()) != 0);
+    return got;
+  }
+
+  FaultyDisk disk_;
+  std::optional<zrk::ScopedDisk> scope_;
+  File file_;
+};
+
+TEST_F(GdalDiskAhead, GivesSmallReadsOfWhatOneOfTheDiskBrought) {
+  {
+    const zrk::SmallReadsAhead ahead;
+    for (int i = 0; i < kNumBytes; ++i) ASSERT_EQ(1, Read(i, 1));
+    EXPECT_EQ(3, disk_.GetReadCount()) << "4096 bytes each";
+  }
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(1, Read(i, 1));
+  EXPECT_EQ(103, disk_.GetReadCount()) << "nothing is kept without being told";
+}
+
+TEST_F(GdalDiskAhead, GivesTheBytesOfTheFileWhateverTheOrder) {
+  const zrk::SmallReadsAhead ahead;
+  std::minstd_rand random(1);
+  for (int i = 0; i < 5000; ++i) {
+    const int offset = static_cast<int>(random() % (kNumBytes + 100)), count = 1 + static_cast<int>(random() % 1500);
+    ASSERT_EQ(std::clamp(kNumBytes - offset, 0, count), Read(offset, count)) << offset << " " << count;
+  }
+}
+
+TEST_F(GdalDiskAhead, LeavesLargeReadsAsTheyAre) {
+  const zrk::SmallReadsAhead ahead;
+  EXPECT_EQ(2000, Read(100, 2000));
+  EXPECT_EQ(1, disk_.GetReadCount());
+  EXPECT_EQ(2000, disk_.GetBytesRead());
+}
+
+TEST_F(GdalDiskAhead, TellsThatTheDiskHasFailedAndAsksItAgain) {
+  for (const int shortBy : {0, 1, 4096}) {
+    const zrk::SmallReadsAhead ahead;
+    const zrk::WatchedReads reads;
+    const int before = disk_.GetReadCount(), offset = 5000 - shortBy;
+    disk_.FailRead(before + 1, shortBy);
+    EXPECT_GT(4, Read(offset, 4));
+    EXPECT_TRUE(reads.WereCut());
+    EXPECT_TRUE(reads.HaveFailed());
+    EXPECT_EQ(4, Read(offset, 4));
+    EXPECT_EQ(before + 2, disk_.GetReadCount());
+    file_ = Open();
+  }
+}
+
+TEST_F(GdalDiskAhead, AReadAtTheEndOfTheFileIsCutAndHasNotFailed) {
+  const zrk::SmallReadsAhead ahead;
+  EXPECT_EQ(4, Read(kNumBytes - 4, 4));
+  const zrk::WatchedReads reads;
+  EXPECT_EQ(4, Read(kNumBytes - 4, 5));
+  EXPECT_TRUE(reads.WereCut());
+  EXPECT_FALSE(reads.HaveFailed());
+}
+
+TEST_F(GdalDiskAhead, OfAFileThatShrankGivesWhatWasReadBeforeAndNoMore) {
+  {
+    const zrk::SmallReadsAhead ahead;
+    EXPECT_EQ(4, Read(0, 4));
+    std::filesystem::resize_file(folder_.Path("a.txt"), 100);
+    EXPECT_EQ(4, Read(200, 4));
+    const zrk::WatchedReads reads;
+    EXPECT_EQ(0, Read(5000, 4));
+    EXPECT_TRUE(reads.WereCut());
+  }
+  EXPECT_EQ(0, Read(200, 4));
 }
 
 TEST_F(GdalDisk, KeepsToAFolderWhileItIsTold) {

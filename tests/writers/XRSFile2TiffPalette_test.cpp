@@ -213,4 +213,56 @@ TEST_F(XRSFile2TiffPalette, IsStoppedBetweenItsBlocks) {
   }
 }
 
+/// Classes 7 and 300 with colours.
+void AddTwoClasses(ZRMBand& band) {
+  for (const int number : {7, 300}) {
+    auto record = std::make_unique<tagXRSGIS>();
+    record->index = number;
+    record->red = 200;
+    record->green = 100;
+    record->blue = static_cast<unsigned char>(number % 256);
+    band.AddGIS(record.release());
+  }
+  band.SetBandType(kBandTypeThematic);
+}
+
+TEST_F(XRSFile2TiffPalette, OfAnExactSaveHasTheColoursOfClassesAtTheirNumbers) {
+  file_->SetReadPolicy(kReadExact);
+  const std::vector<std::uint8_t> samples = {0, 7, 8, 255};
+  AddTwoClasses(AddSamples(4, 1, samples));
+  ASSERT_EQ(1, SaveAll()) << Error();
+  const GdalImage image(Path());
+  EXPECT_THAT(image.complaints, IsEmpty());
+  ASSERT_EQ(1u, image.bands.size());
+  EXPECT_EQ(GCI_PaletteIndex, image.bands[0].interpretation);
+  EXPECT_EQ(samples, image.bands[0].bytes);
+  const auto& colours = image.bands[0].colours;
+  ASSERT_EQ(256u, colours.size());
+  EXPECT_THAT(colours[7], ElementsAre(200, 100, 7));
+  EXPECT_THAT(colours[8], ElementsAre(0, 0, 0));
+}
+
+TEST_F(XRSFile2TiffPalette, OfAnExactSaveIsAsWideAsItsSamples) {
+  file_->SetReadPolicy(kReadExact);
+  AddTwoClasses(AddSamples(3, 1, std::vector<std::uint16_t>{7, 300, 65535}));
+  ASSERT_EQ(1, SaveAll()) << Error();
+  const GdalImage image(Path());
+  ASSERT_EQ(1u, image.bands.size());
+  EXPECT_EQ(GDT_UInt16, image.bands[0].dataType);
+  EXPECT_THAT(image.bands[0].bytes, ElementsAre(7, 0, 44, 1, 255, 255));
+  ASSERT_EQ(65536u, image.bands[0].colours.size());
+  EXPECT_THAT(image.bands[0].colours[300], ElementsAre(200, 100, 44));
+}
+
+TEST_F(XRSFile2TiffPalette, IsLeftOutOfAnExactSaveOfSamplesThatNoPaletteIsFor) {
+  file_->SetReadPolicy(kReadExact);
+  AddTwoClasses(AddSamples(2, 1, std::vector<std::int16_t>{-7, 300}));
+  ASSERT_EQ(1, SaveAll()) << Error();
+  const GdalImage image(Path());
+  ASSERT_EQ(1u, image.bands.size());
+  EXPECT_EQ(GDT_Int16, image.bands[0].dataType);
+  EXPECT_EQ(0u, image.bands[0].colours.size());
+  EXPECT_THAT(image.bands[0].bytes, ElementsAre(249, 255, 44, 1));
+}
+
 }  // namespace

@@ -12,6 +12,7 @@
 #include "output/InputFiles.h"
 #include "output/OutputFile.h"
 #include "output/Text.h"
+#include "picture/ClassColours.h"
 #include "picture/PlaceMarks.h"
 #include "picture/QuickLook.h"
 
@@ -61,12 +62,19 @@ bool ChooseBands(const XRSFile& file, const ViewOptions& options, std::vector<ZR
   return false;
 }
 
+/// Classes are shown in their colours, unless their band was asked for by its number.
+bool ShowsClasses(const ViewOptions& options, const std::vector<ZRMBand*>& bands) {
+  return options.bands.empty() && !options.look.isShaded && bands.size() == 1 && ClassColours::AreKnown(*bands.front());
+}
+
 /// The picture gets its name only when all of it is written.
 bool View(const ViewOptions& options, XThread& thread, Seen& seen, std::string& err) {
   const std::unique_ptr<XRSFile> file = OpenRaster(options.file, thread, err);
   std::vector<ZRMBand*> bands;
   if (!file || !ChooseBands(*file, options, bands, err)) return false;
   if (options.noLevels) DetachLevelFile(*file);
+  const bool showsClasses = ShowsClasses(options, bands);
+  if (showsClasses) bands.assign(3, bands.front());
   const Window window = FindWindow(*bands.front(), options.window);
   seen.shape = FitPicture(window.Width(), window.Height(), options.maxSize);
   seen.shape.channels = static_cast<int>(bands.size());
@@ -77,7 +85,8 @@ bool View(const ViewOptions& options, XThread& thread, Seen& seen, std::string& 
   if (!output.Open(options.output, options.file, err)) return false;
   PngWriter png(output);
   const PlaceMarks* const marks = hasNames ? &seen.marks : nullptr;
-  return WriteQuickLook({bands, window, options.look, marks}, seen.shape, png, thread, err) && output.Commit(err);
+  return WriteQuickLook({bands, window, options.look, marks, showsClasses}, seen.shape, png, thread, err) &&
+         output.Commit(err);
 }
 
 /// A format answers nothing for a file that is not its own; then the next one is asked.

@@ -9,6 +9,7 @@
 #include "Dataset.h"
 #include "LevelFile.h"
 #include "picture/AreaMeans.h"
+#include "picture/ClassColours.h"
 #include "picture/Hillshade.h"
 #include "Statistics.h"
 #include "Strips.h"
@@ -52,10 +53,11 @@ bool FindRange(ZRMBand& band, Range& range, XThread& thread, std::string& err) {
 /// A band on its way into a channel of the picture.
 class Channel {
  public:
-  Channel(ZRMBand& band, const View& view, const PngShape& shape)
+  Channel(ZRMBand& band, int number, const View& view, const PngShape& shape)
       : band_(band),
         shape_(shape),
-        strips_(band, FindLevelFor(band, view.window, shape.width, shape.height), view.window) {
+        strips_(band, view.showsClasses ? 0 : FindLevelFor(band, view.window, shape.width, shape.height), view.window) {
+    if (view.showsClasses) colours_.emplace(band, number);
     if (!view.look.isShaded) return;
     const GroundSteps steps = FindGroundSteps(band, view.window, shape.width, shape.height);
     hillshade_.emplace(shape.width, shape.height, steps, view.look.zFactor);
@@ -67,7 +69,7 @@ class Channel {
       return false;
     }
     if (strips_.ReadsImage() && !DecodeAhead(band_, kDecodePercent, thread, err)) return false;
-    return hillshade_ || FindRange(band_, range_, thread, err);
+    return hillshade_ || colours_ || FindRange(band_, range_, thread, err);
   }
 
   bool HasMore() const { return strips_.HasMore(); }
@@ -90,6 +92,7 @@ class Channel {
   PngShape shape_;
   Range range_;
   std::optional<Hillshade> hillshade_;
+  std::optional<ClassColours> colours_;
   StripReader strips_;
   std::optional<AreaMeans> means_;
   std::vector<unsigned char> rows_;
@@ -102,7 +105,8 @@ bool Channel::BeginMeans(std::string& err) {
     err = "the pixels can't be read";
     return false;
   }
-  means_.emplace(width, height, shape_.width, shape_.height, band_.GetDataType(), band_.GetNullValue());
+  const int dataType = colours_ ? kPint08 : band_.GetDataType();
+  means_.emplace(width, height, shape_.width, shape_.height, dataType, colours_ ? kNotSet : band_.GetNullValue());
   return true;
 }
 
@@ -110,7 +114,8 @@ bool Channel::ReadStrip(XThread& thread, std::string& err) {
   const tagXArr2* strip = strips_.ReadNext(thread, err);
   if (!strip || (!means_ && !BeginMeans(err))) return false;
   for (int y = 0; y < strip->ySize; ++y) {
-    const std::vector<double>* means = means_->Add(strip->Row(y));
+    const unsigned char* const row = strip->Row(y);
+    const std::vector<double>* means = means_->Add(colours_ ? colours_->Paint(row, strip->xSize) : row);
     if (means) TakeMeans(*means);
   }
   return true;
@@ -189,7 +194,7 @@ bool WriteQuickLook(const View& view, const PngShape& shape, PngWriter& png, XTh
   std::vector<Channel> channels;
   channels.reserve(view.bands.size());
   for (ZRMBand* band : view.bands) {
-    channels.emplace_back(*band, view, shape);
+    channels.emplace_back(*band, static_cast<int>(channels.size()), view, shape);
     if (!channels.back().Prepare(thread, err)) return false;
   }
   MarkedPng marked(png, shape, view.marks);

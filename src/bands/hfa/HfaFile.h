@@ -22,6 +22,7 @@ struct HfaLayer {
   int exactDataType = 0;  ///< which tells signed bytes apart
   XString name;
   bool isThematic = false;
+  bool isCompressed = false;                          ///< by runs
   std::vector<std::array<unsigned char, 3>> colours;  ///< of a thematic layer
   std::optional<double> nullValue;
   std::vector<BlockGrid> overviews;  ///< those with samples of the layer's type

@@ -103,7 +103,9 @@ void DescribeHfaFile(ZRMBand& first, bool, tagXFormatNotes& notes) {
   const int width = band.GetBlockWidth(), height = band.GetBlockHeight();
   notes.values.push_back(NoteRecord("blocks", {NoteNumber("width", width), NoteNumber("height", height)}));
   XString line;
-  line.Format("blocks      %d x %d", width, height);
+  const char* const compression = band.IsCompressed() ? "run lengths" : "none";
+  notes.values.push_back({.name = "compression", .kind = tagXNote::kText, .text = compression});
+  line.Format("blocks      %d x %d, compression %s", width, height, compression);
   notes.lines.push_back(line);
   DescribeOverviews(band, notes);
   DescribeClasses(band, notes);

@@ -43,6 +43,7 @@ HfaLayer LayerOf(GDALRasterBand& band) {
   layer.grid = GridOf(band);
   layer.dataType = layer.exactDataType = DataTypeOf(band.GetRasterDataType());
   if (HasSignedBytes(band)) layer.exactDataType = kSint08;
+  layer.isCompressed = !ItemOf(band, "COMPRESSION", "IMAGE_STRUCTURE").IsEmpty();
   layer.name = band.GetDescription();
   XString type = ItemOf(band, "LAYER_TYPE", "");
   type.MakeUpper();

@@ -173,6 +173,11 @@ bool ZRMBandHFA::IsThematic() const {
   return layer && layer->isThematic;
 }
 
+bool ZRMBandHFA::IsCompressed() const {
+  const zrk::HfaLayer* const layer = GetImpl().GetLayer();
+  return layer && layer->isCompressed;
+}
+
 bool ZRMBandHFA::Impl::Accepts(const zrk::ReadRequest&, bool isInside, const int*) const {
   return file && isInside;
 }

@@ -85,9 +85,10 @@ StripePlan::StripePlan(const PyramidJob& job, const PyramidBand& band) {
 /// One band of a crew: the cascade, which writes its rows here, and what this worker has counted.
 class BandStripe : public RowTaker {
  public:
-  BandStripe(PyramidBand& band, const StripePlan& plan)
+  BandStripe(PyramidBand& band, const StripePlan& plan, const TopMaker& top)
       : statistics(band.store->Layout().Shape().dataType, band.reduction.nullValue),
         band_(band),
+        top_(top),
         cascade_(band.store->Layout(), plan.carriedLevel, band.reduction, *this) {}
 
   bool TakeRows(int level, int firstRow, int numRows, const unsigned char* rows) override {
@@ -96,11 +97,13 @@ class BandStripe : public RowTaker {
   }
 
   RowCascade& Cascade() { return cascade_; }
+  const TopMaker& Top() const { return top_; }
 
   SampleStatistics statistics;
 
  private:
   PyramidBand& band_;
+  const TopMaker& top_;
   RowCascade cascade_;
   std::vector<unsigned char> staging_;
 };
@@ -114,6 +117,7 @@ class GroupBuild {
         progress_(progress),
         plan_(job, bands.front()),
         topMaker_(job.top, job.window, bands.front().store->Layout()),
+        classMaker_(PyramidTop::kHalfClasses, job.window, bands.front().store->Layout()),
         trees_(TreePlan::Make(bands, topMaker_, job.window)),
         crews_(static_cast<std::size_t>(trees_ ? zrk::CountWorkers(trees_->CountTrees()) : plan_.CountWorkers())) {
     for (const PyramidBand& band : bands_) sources_.push_back(band.source);
@@ -140,6 +144,9 @@ class GroupBuild {
   bool DoExtra(int extra, int worker);
   bool NoteTiles(int numTiles, int worker);
   bool BuildStripe(int stripe, int worker);
+  const TopMaker& FindMaker(const PyramidBand& band) const {
+    return job_.top == PyramidTop::kHalfMean && band.reduction.thematicTop ? classMaker_ : topMaker_;
+  }
   bool GoesOn(int worker);
   bool BuildChunk(Crew& crew, int stripe, int first, int last);
   bool TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last, const tagXArr2& source);
@@ -154,7 +161,8 @@ class GroupBuild {
   std::vector<ZRMBand*> sources_;  // of the bands
   BuildProgress& progress_;
   StripePlan plan_;
-  TopMaker topMaker_;
+  // Tops of classes come from rows of the source that means need too.
+  TopMaker topMaker_, classMaker_;
   std::optional<TreePlan> trees_;  // none where stripes are built
   // One for each worker. A worker fills its own when it begins its first stripe.
   std::vector<Crew> crews_;
@@ -187,7 +195,7 @@ bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int str
   for (int row = first, rows = 0; row <= last; row += rows) {
     rows = std::min(band.Cascade().GetRoom(), last - row + 1);
     unsigned char* const place = band.Cascade().GetPlace();
-    topMaker_.Make(row, row + rows - 1, source, topMaker_.FirstSourceRow(first), place, scratch);
+    band.Top().Make(row, row + rows - 1, source, topMaker_.FirstSourceRow(first), place, scratch);
     band.statistics.Add(stripe, place, width * static_cast<std::size_t>(rows));
     if (!band.Cascade().Put(rows)) return false;
   }
@@ -244,7 +252,7 @@ bool GroupBuild::BuildTree(int tree, int worker) {
   Crew& crew = crews_[static_cast<std::size_t>(worker)];
   if (crew.trees.empty()) {
     for (const PyramidBand& band : bands_) {
-      crew.trees.push_back(std::make_unique<TileTree>(band, *trees_, topMaker_, job_.window));
+      crew.trees.push_back(std::make_unique<TileTree>(band, *trees_, FindMaker(band), job_.window));
     }
   }
   const auto goOn = [&](int numTiles) { return NoteTiles(numTiles, worker); };
@@ -258,7 +266,7 @@ bool GroupBuild::BuildTree(int tree, int worker) {
 bool GroupBuild::BuildStripe(int stripe, int worker) {
   Crew& crew = crews_[static_cast<std::size_t>(worker)];
   if (crew.stripes.empty()) {
-    for (PyramidBand& band : bands_) crew.stripes.push_back(std::make_unique<BandStripe>(band, plan_));
+    for (PyramidBand& band : bands_) crew.stripes.push_back(std::make_unique<BandStripe>(band, plan_, FindMaker(band)));
     if (XfnHaveJointSource(sources_)) crew.read.resize(sources_.size());
   }
   for (const auto& band : crew.stripes) band->Cascade().Start(plan_.FirstRow(stripe));

@@ -15,9 +15,9 @@ namespace zrk {
 class Fingerprint;
 class PlainStore;
 
-/// What the top of a pyramid is: the pixels of a window of the source, or their means at half its size. Half of an odd
-/// size is rounded down.
-enum class PyramidTop { kCopy, kHalfMean };
+/// What the top of a pyramid is: the pixels of a window of the source; their means at half its size; or the most
+/// frequent of each four. Half of an odd size is rounded down.
+enum class PyramidTop { kCopy, kHalfMean, kHalfClasses };
 
 /// One band of a build. The store is uncompressed and open for writing, its top as large as `PyramidTop` makes it.
 struct PyramidBand {

@@ -11,6 +11,7 @@ namespace zrk {
 struct Reduction {
   bool thematic = false;
   double nullValue = 0.0;
+  bool thematicTop = false;  ///< whether that holds for the way from the source to half of it too
 };
 
 /// Makes one row of the next image from two rows of the image `level`. The caller gives the same row twice where the

@@ -1,5 +1,6 @@
 #include "core/level/TopMaker.h"
 
+#include "core/level/RowCascade.h"
 #include "math/CopyBlock.h"
 #include "math/HalfMean.h"
 
@@ -13,7 +14,8 @@ TopMaker::TopMaker(PyramidTop top, const Window& window, const PyramidLayout& la
       width_(layout.Width(0)),
       sampleBytes_(static_cast<std::size_t>(layout.SampleBytes())),
       rowBytes_(std::int64_t{width_} * layout.SampleBytes()) {
-  if (top == PyramidTop::kCopy) return;
+  if (top == PyramidTop::kHalfClasses) kind_ = Kind::kClasses;
+  if (top != PyramidTop::kHalfMean) return;
   const bool isExactHalf = window.Width() == 2 * width_ && window.Height() == 2 * layout.Height(0);
   kind_ = isExactHalf ? Kind::kHalf : Kind::kArea;
   if (isExactHalf) return;
@@ -23,12 +25,12 @@ TopMaker::TopMaker(PyramidTop top, const Window& window, const PyramidLayout& la
 
 int TopMaker::FirstSourceRow(int row) const {
   if (kind_ == Kind::kCopy) return row;
-  return kind_ == Kind::kHalf ? 2 * row : area_->FirstSourceRow(row);
+  return area_ ? area_->FirstSourceRow(row) : 2 * row;
 }
 
 int TopMaker::LastSourceRow(int row) const {
   if (kind_ == Kind::kCopy) return row;
-  return kind_ == Kind::kHalf ? 2 * row + 1 : area_->LastSourceRow(row);
+  return area_ ? area_->LastSourceRow(row) : 2 * row + 1;
 }
 
 void TopMaker::Make(int first, int last, const tagXArr2& source, int sourceTop, unsigned char* out,
@@ -44,6 +46,10 @@ void TopMaker::Make(int first, int last, const tagXArr2& source, int sourceTop, 
       MeanOfFour(dataType_, source.Row(upper), source.Row(upper + 1), width_, out);
       continue;
     }
+    if (kind_ == Kind::kClasses) {
+      MostFrequentOfFour(dataType_, source.Row(upper), source.Row(upper + 1), width_, out);
+      continue;
+    }
     scratch.rows.clear();
     for (int y = upper; y <= LastSourceRow(row) - sourceTop; ++y) scratch.rows.push_back(source.Row(y));
     area_->Row(row, scratch.rows.data(), out, scratch.area);
@@ -53,6 +59,8 @@ void TopMaker::Make(int first, int last, const tagXArr2& source, int sourceTop, 
 void TopMaker::MakeBlock(const BlockPair& block) const {
   if (kind_ == Kind::kHalf) {
     MeanOfFourRows(dataType_, block);
+  } else if (kind_ == Kind::kClasses) {
+    ReduceBlock(dataType_, {.thematic = true, .nullValue = kNotSet}, block);
   } else {
     CopyBlock(block.from, block.fromStride, block.to, block.toStride,
               std::int64_t{block.width} * static_cast<std::int64_t>(sampleBytes_), block.rows);

@@ -28,12 +28,12 @@ class TopMaker {
   /// Whether blocks of the top can be made apart from each other.
   bool CanMakeBlocks() const { return kind_ != Kind::kArea; }
   /// The source samples that make a sample of a block, each way.
-  int GetBlockScale() const { return kind_ == Kind::kHalf ? 2 : 1; }
+  int GetBlockScale() const { return kind_ == Kind::kCopy ? 1 : 2; }
   /// Makes a block from the source samples that make it.
   void MakeBlock(const BlockPair& block) const;
 
  private:
-  enum class Kind { kCopy, kHalf, kArea };
+  enum class Kind { kCopy, kHalf, kArea, kClasses };
 
   Kind kind_;
   int dataType_;

@@ -182,6 +182,7 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   const ZRMBand& first = *dataset_.GetBandAt(0);
   ZRMBand* band = dataset_.GetBandAt(index);
   if (!band || !CanBeHalvedLike(first, *band)) return false;
+  const bool isThematic = band->GetBandType() == kBandTypeThematic;
   const int width = first.GetXSize() >> 1, height = first.GetYSize() >> 1;
   const int xTile = first.GetXTileSize(), yTile = first.GetYTileSize();
   const int levels = Xepot::CalcProperLevel(width, height, xTile, yTile);
@@ -193,7 +194,7 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   end_ += record.GetEPOT()->GetSize();
   job.bands.push_back({band,
                        std::dynamic_pointer_cast<PlainStore>(record.GetEPOT()->GetStore()),
-                       {band->GetBandType() == kBandTypeThematic, kNotSet},
+                       {isThematic, kNotSet, isThematic && band->IsExact()},
                        FindFingerprintOf(*band),
                        {},
                        {}});

@@ -236,6 +236,37 @@ TEST(LevelImages, TakeTheMostFrequentClassBelowTheHalfSizeImage) {
   EXPECT_EQ(std::vector<std::uint8_t>(256, 4), SamplesOf<std::uint8_t>(*out));
 }
 
+/// The first level of a band of the classes 4 and 200, of which 200 is in the upper left of each four pixels.
+std::vector<std::uint8_t> FirstLevelOfClasses(XReadPolicy policy, int width, int height, bool isTiled) {
+  TempFolder folder;
+  XRSFile file;
+  file.SetReadPolicy(policy);
+  std::vector<std::uint8_t> samples;
+  for (int i = 0; i < width * height; ++i) samples.push_back(i % width % 2 == 0 && i / width % 2 == 0 ? 200 : 4);
+  DirectMemoryBand& band = AddDirectBand(file, width, height, samples, kTile);
+  band.SetReadPolicy(policy);
+  band.SetBandType(kBandTypeThematic);
+  if (isTiled) band.ClaimTiles();
+  file.SetFilePath(folder.Path("a.raw"));
+  XString err;
+  EXPECT_TRUE(XRSFileIO::LoadFileXLD(&file, folder.Path("a.raw"), err, kLevelBuild, nullptr)) << err.GetText();
+  tagXArr2* out = nullptr;
+  EXPECT_TRUE(band.ReadSubset(out, 1, 0, width - 1, 0, height - 1, nullptr));
+  return out ? SamplesOf<std::uint8_t>(*out) : std::vector<std::uint8_t>();
+}
+
+TEST(LevelImages, OfClassesAreMeansInTheHalfSizeImageOfTheCompatiblePolicy) {
+  // (200 + 3 * 4) / 4 = 53.
+  EXPECT_EQ(std::vector<std::uint8_t>(32 * 32, 53), FirstLevelOfClasses(kReadCompatible, 64, 64, false));
+}
+
+TEST(LevelImages, OfClassesHaveTheMostFrequentOneInTheHalfSizeImageOfTheExactPolicy) {
+  for (const bool isTiled : {false, true}) {
+    EXPECT_EQ(std::vector<std::uint8_t>(32 * 32, 4), FirstLevelOfClasses(kReadExact, 64, 64, isTiled));
+    EXPECT_EQ(std::vector<std::uint8_t>(32 * 35, 4), FirstLevelOfClasses(kReadExact, 65, 71, isTiled));
+  }
+}
+
 TEST(LevelImages, TakeNullSamplesForSamples) {
   TempFolder folder;
   XRSFile file;

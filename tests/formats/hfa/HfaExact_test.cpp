@@ -1,5 +1,6 @@
 // Exact reads of HFA files, and the files that an image may name.
 
+#include "bands/hfa/HfaFile.h"
 #include "FaultyDisk.h"
 #include "GdalOverview.h"
 #include "HfaBuilder.h"
@@ -122,12 +123,13 @@ TEST(HfaCompatible, HasNoNullValue) {
 TEST(HfaNotes, TellBlocksOverviewsAndClasses) {
   ExactHfa file(HfaBuilder().Size(200, 160).Overviews({2, 4}).Classes(3).Build());
   const tagXFormatNotes notes = XfnDescribeFormat(&file.BandAt(), false);
-  EXPECT_THAT(notes.lines,
-              testing::ElementsAre("blocks      64 x 64", "overviews   levels 1 2", "classes     3, with colours"));
-  ASSERT_EQ(3u, notes.values.size());
+  EXPECT_THAT(notes.lines, testing::ElementsAre("blocks      64 x 64, compression none", "overviews   levels 1 2",
+                                                "classes     3, with colours"));
+  ASSERT_EQ(4u, notes.values.size());
+  EXPECT_EQ("none", notes.values[1].text);
   EXPECT_EQ(64, notes.values[0].parts[1].number);
-  EXPECT_EQ(2, notes.values[1].parts[1].number);
-  const tagXNote& second = notes.values[2].parts.at(1);
+  EXPECT_EQ(2, notes.values[2].parts[1].number);
+  const tagXNote& second = notes.values[3].parts.at(1);
   EXPECT_EQ(1, second.parts[0].number);
   EXPECT_EQ(254, second.parts[1].parts[2].number);
 }
@@ -136,6 +138,38 @@ TEST(HfaExact, SaysWhyAFileIsRefused) {
   ExactHfa file({'E', 'H', 'F', 'A', '_', 'H', 'E', 'A', 'D', 'E', 'R', '_', 'T', 'A', 'G', 0});
   EXPECT_FALSE(file.IsOpen());
   EXPECT_THAT(file.Error(), testing::StartsWith("Can't open file : " + file.FilePath() + " : "));
+}
+
+TEST(HfaExact, OpensByFewReadsOfTheDisk) {
+  FaultyDisk disk;
+  const zrk::ScopedDisk scope(disk);
+  for (const XReadPolicy policy : {kReadExact, kReadCompatible}) {
+    const int before = disk.GetReadCount();
+    OpenRaster<ZRMBandHFA> file(HfaBuilder().Size(200, 160).Overviews({2, 4}).Classes(3).Build(), "a.img", kFormatHFA,
+                                policy);
+    EXPECT_TRUE(file.IsOpen()) << file.Error();
+    // The text that describes the records has some 4,000 bytes, and GDAL asks for one after the other.
+    EXPECT_GT(100, disk.GetReadCount() - before);
+  }
+}
+
+TEST(HfaExact, NoticesEachReadThatFailsWhileAFileIsOpened) {
+  const TempFolder folder;
+  folder.Write("a.img", HfaBuilder().Size(200, 160).Layers(2).Overviews({2}).Classes(3).Null(17.0).Build());
+  for (const std::int64_t shortBy : {0, 1}) {
+    int numReads = 0;
+    for (bool isReached = true; isReached; ++numReads) {
+      FaultyDisk disk;
+      const zrk::ScopedDisk scope(disk);
+      disk.FailRead(numReads + 1, shortBy);
+      XString reason;
+      const bool isOpen = zrk::HfaFile::Open(folder.Path("a.img"), true, reason) != nullptr;
+      isReached = disk.GetReadCount() > numReads;
+      EXPECT_EQ(isReached, !isOpen) << numReads;
+      EXPECT_EQ(isReached, !reason.IsEmpty()) << numReads;
+    }
+    EXPECT_LT(5, numReads);
+  }
 }
 
 TEST(HfaExact, SaysWhichBlockIsNotAllThere) {
