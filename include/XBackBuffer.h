@@ -43,11 +43,11 @@ class ZRKIO_API XBackBuffer {
   XBackBuffer(const XBackBuffer&) = delete;
   XBackBuffer& operator=(const XBackBuffer&) = delete;
 
-  /// Makes the buffer ready for `Resize`. What it held is lost. 1; 0 for any kind but `kBackBufferInMemory`, and where
-  /// memory ran out.
+  /// Makes the buffer ready for `Resize`. What it held is lost. Returns 1, or 0 for any kind but `kBackBufferInMemory`,
+  /// and where memory ran out.
   int Create(HDC dc, int kind);
-  /// Sets the size in pixels; all of them are black after it. 1; 0, with the buffer as it was, before `Create`, for
-  /// sizes that are not positive or beyond INT_MAX bytes in all, and where memory ran out.
+  /// Sets the size in pixels; all of them are black after it. Returns 1, or 0, with the buffer as it was, before
+  /// `Create`, for sizes that are not positive or beyond INT_MAX bytes in all, and where memory ran out.
   int Resize(HDC dc, int width, int height);
   /// In pixels; 0 before `Resize`.
   int GetWidth() const;
@@ -76,8 +76,8 @@ class ZRKIO_API XBackBuffer {
   /// Copies the picture as a bitmap of 24 bits has it: rows from the bottom up, pixels as blue, green, red. `pixels`
   /// has room for `height` rows of `rowBytes` bytes: 3 * width for packed rows, `XfnCalcDIBWidthBytes(width, 24)` for
   /// those of a bitmap. Of a larger picture that many columns from the left and rows from the bottom are copied; what
-  /// lies beyond a smaller one becomes 0, and so do the bytes behind a row. 1; 0, with nothing written, for null, sizes
-  /// that are not positive, rows that are too short, and before `Resize`.
+  /// lies beyond a smaller one becomes 0, and so do the bytes behind a row. Returns 1, or 0, with nothing written, for
+  /// null, sizes that are not positive, rows that are too short, and before `Resize`.
   int ReadDIB24(int width, int height, std::int64_t rowBytes, unsigned char* pixels) const;
   /// The pixels themselves, packed rows in the order of `ReadDIB24`; null before `Resize`. They stay the buffer's and
   /// are valid until its next `Create` or `Resize`.

@@ -70,7 +70,7 @@ class ZRKIO_API XBand : public XObject {
   virtual int WritePixel(tagXArr2* data, int x, int y, bool keepNull, double nullValue);
 
   /// The level that suits a target of `width` by `height` pixels onto which the four-cornered area given by its corners
-  /// (world coordinates) is drawn. 0 for a band without such coordinates.
+  /// (world coordinates) is drawn. Returns 0 for a band without such coordinates.
   virtual int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1,
                                        double cornerX2, double cornerY2, double cornerX3, double cornerY3, int width,
                                        int height);
@@ -94,7 +94,8 @@ class ZRKIO_API XBand : public XObject {
 
   /// Writes what the band holds itself; 0 in every band here.
   virtual int WriteSubset(int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
-  /// `data` holds the window's samples row by row without gaps, and is not kept. 0 for null and for a window outside.
+  /// `data` holds the window's samples row by row without gaps, and is not kept. Returns 0 for null and for a window
+  /// outside.
   virtual int WriteSubset(void* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
   /// The buffer has the shape of the window; another one fails, with nothing written.
   virtual int WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
@@ -103,11 +104,11 @@ class ZRKIO_API XBand : public XObject {
   /// the tile size: 0 for an image within one tile.
   virtual int GetLevel();
   /// The place of a window on its level and the size that a read returns: `left` is x0 >> level, `top` is y0 >> level.
-  /// 0 where the level leaves no column or no row of the window. The outputs then stay as they were; the same holds for
-  /// a window outside the band.
+  /// Returns 0 where the level leaves no column or no row of the window. The outputs then stay as they were; the same
+  /// holds for a window outside the band.
   virtual int GetSubsetInfo(int level, int x0, int x1, int y0, int y1, int& left, int& top, int& width, int& height);
-  /// The edges of a window on its level, inclusive: x0, x1, y0 and y1, each >> level. 1, or 0 for a window outside the
-  /// band or a level below 0 or above 30, with the outputs as they were.
+  /// The edges of a window on its level, inclusive: x0, x1, y0 and y1, each >> level. Returns 1, or 0 for a window
+  /// outside the band or a level below 0 or above 30, with the outputs as they were.
   virtual int GetSubsetPos(int level, int x0, int x1, int y0, int y1, int& left, int& right, int& top, int& bottom);
 
   /// Minimum, maximum, mean and deviation, and with a nonzero argument the histogram: estimated from the coarsest
@@ -119,7 +120,8 @@ class ZRKIO_API XBand : public XObject {
   virtual int CleanupMemory(int freeBuffers, int force);
   /// Completes the lower levels of a pyramid store after its top level is written; only such stores do something.
   virtual int BuildLowerLevelsForTIP(double nullValue, int first, int last, int firstRow, int lastRow, bool thematic);
-  /// Takes over the fields of another band, all but its owner and output store; pixels stay where they are. 0 for null.
+  /// Takes over the fields of another band, all but its owner and output store; pixels stay where they are. Returns 0
+  /// for null.
   virtual int CloneBand(ZRMBand* source);
 
   // Fields.

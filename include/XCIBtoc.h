@@ -48,7 +48,7 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
   /// The path record of an offset as frame records hold it; null for an offset that the table does not list. A table
   /// that lists fewer paths than its frames use lacks the last of them.
   const tagPathnameRecordRPF* FindPathRecord(std::int32_t pathOffset) const;
-  /// 0 after a load; see `ReadColortableIndexSection`.
+  /// Returns 0 after a load; see `ReadColortableIndexSection`.
   int GetColortableRecordSize() const;
   const tagColortableIndexRecordRPF* GetColortableRecordAt(int index) const;
 

@@ -34,8 +34,8 @@ ZRKIO_API const tagXFormat* XfnFindFormatOfBand(const ZRMBand* band);
 /// id of no format, gives a state with its first values.
 ZRKIO_API tagXCodecState XfnFindCodec(int id);
 
-/// Whether the path leads to a file that can be opened and has any bytes, whatever its format. 1; or 0 with the reason
-/// in `err`: "No such file", a folder, a device or a pipe, no permission, "The file is empty".
+/// Whether the path leads to a file that can be opened and has any bytes, whatever its format. Returns 1; or 0 with the
+/// reason in `err`: "No such file", a folder, a device or a pipe, no permission, "The file is empty".
 ZRKIO_API int XfnCheckFile(const XString& path, XString& err);
 
 /// How a file is opened.
@@ -46,10 +46,10 @@ struct tagXOpenOptions {
   const XSpatialReference* sr = nullptr;
 };
 
-/// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. 1, with `err`
-/// empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail leave no
-/// message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its loaders;
-/// `thread` may be null.
+/// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. Returns 1,
+/// with `err` empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail
+/// leave no message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its
+/// loaders; `thread` may be null.
 ZRKIO_API int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread = nullptr,
                           const tagXOpenOptions& options = {});
 
@@ -63,15 +63,15 @@ struct tagXSaveOptions {
   tagXLayerOptions layers = {};  ///< where the format takes layers; the levels are then told here
 };
 
-/// Saves a window of a dataset as a file of a format that has a writer. 1, or 0 with the reason in `err`, which may be
-/// empty. A format without a writer answers 0 with "Not Supported Type".
+/// Saves a window of a dataset as a file of a format that has a writer. Returns 1, or 0 with the reason in `err`, which
+/// may be empty. A format without a writer answers 0 with "Not Supported Type".
 ZRKIO_API int XfnSaveFile(XRSFile* file, const XString& path, int id, const tagXSaveOptions& options, XString& err,
                           XThread* thread = nullptr);
 
 /// Whether the image behind a band is decoded as a whole and kept at its first read. False for null.
 ZRKIO_API bool XfnIsDecodedWhole(ZRMBand* band);
 /// Does that decoding now, so that the work is seen through `thread` and can be stopped by it; reads of all bands of
-/// the file are quick afterwards. 1, also where there is nothing to do; 0 where it failed or was stopped.
+/// the file are quick afterwards. Returns 1, also where there is nothing to do; 0 where it failed or was stopped.
 ZRKIO_API int XfnDecodeWhole(ZRMBand* band, XThread* thread);
 
 /// What the format of a file has to tell of it beyond the fields of its dataset. With `isVerbose` also what takes a

@@ -12,6 +12,7 @@ struct gtiff;
 ZRKIO_API XString XfnGTIFGetOGISDefn(gtiff* gtif);
 
 /// Gives libgeotiff's key handle the geokeys of a coordinate system in WKT, in place of those that it has of the same
-/// names; they are still to be written, and key 1025 is the caller's. 1, or 0 for a null handle, for a text that is
-/// empty or no system, and for a system that has no keys. Two handles may be given theirs on two threads at once.
+/// names; they are still to be written, and key 1025 is the caller's. Returns 1, or 0 for a null handle, for a text
+/// that is empty or no system, and for a system that has no keys. Two handles may be given theirs on two threads at
+/// once.
 ZRKIO_API int XfnGTIFSetFromOGISDefn(gtiff* gtif, const XString& wkt);

@@ -67,8 +67,8 @@ ZRKIO_API int XfnExport2PBE(XString path, ZRMCompManager* manager, int minLevel,
                             double minLat, double maxLon, double maxLat, int withNormals, XString& error,
                             XThread* thread);
 
-/// Tells what an export comes to, without a file or a source. 0 for levels that are no levels, with their sentence, and
-/// for an extent without a tile.
+/// Tells what an export comes to, without a file or a source. Returns 0 for levels that are no levels, with their
+/// sentence, and for an extent without a tile.
 ZRKIO_API int XfnPlanGlobeExport(const tagXGlobeExport& what, tagXGlobePlan& plan, XString& error);
 
 /// Makes an export, or a share of it, that can be gone on with after a failure, a stop or a crash. The file has all its

@@ -63,19 +63,20 @@ class ZRKIO_API XPBEFile {
   const XString& GetFileName() const { return name_; }
 
   /// All floats of a tile in a new array, which the caller releases by `delete[]`: the posts, then the normals where
-  /// there are any. 16-bit posts become floats. `size` becomes the bytes of the array. Null where there is no such
-  /// tile; what can't be read of one is zero.
+  /// there are any. 16-bit posts become floats. `size` becomes the bytes of the array. Returns null where there is no
+  /// such tile; what can't be read of one is zero.
   float* GetElevationData(int level, int row, int col, int& size) const;
   /// The bytes of a tile as they are in the file, whatever its version, with its size. What can't be read of them is
   /// zero. False leaves the buffer alone, its array with it.
   bool GetElevationData(int level, int row, int col, XPBEReadBuffer* buffer) const;
-  /// The normals of a tile, in a new array that the caller releases by `delete[]`. `size` becomes their bytes. Null for
-  /// a store without normals, and where there is no such tile.
+  /// The normals of a tile, in a new array that the caller releases by `delete[]`. `size` becomes their bytes. Returns
+  /// null for a store without normals, and where there is no such tile.
   tagXVector3f* GetNormData(int level, int row, int col, int& size) const;
 
-  /// The post of a level at a place in degrees. 0.0 where no tile of the level holds the place; 16-bit posts below 0
-  /// are 0.0 as well. The post is not the nearest one: its column and row are the place's distance from the tile's
-  /// western and southern edge in parts of 31 of a tile, cut to whole numbers, and rows are taken to be 31 posts long.
+  /// The post of a level at a place in degrees. Returns 0.0 where no tile of the level holds the place; 16-bit posts
+  /// below 0 are 0.0 as well. The post is not the nearest one: its column and row are the place's distance from the
+  /// tile's western and southern edge in parts of 31 of a tile, cut to whole numbers, and rows are taken to be 31 posts
+  /// long.
   float GetValue(int level, double lon, double lat) const;
   /// The post of the highest level, 0.0 where that has no tile there. About 3.4e+38 for a store without levels.
   float GetValue(double lon, double lat) const;

@@ -80,8 +80,8 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// As it was given to `OpenFile` or `Create`.
   const XString& GetFileName() const { return name_; }
 
-  /// Bytes of a tile in blocks. 0 where a size is below 1 or both are too large; but 8 for `kDxt1` where both are below
-  /// 4. A type that is unknown has blocks of 8 bytes, unless libsquish knows it.
+  /// Bytes of a tile in blocks. Returns 0 where a size is below 1 or both are too large; but 8 for `kDxt1` where both
+  /// are below 4. A type that is unknown has blocks of 8 bytes, unless libsquish knows it.
   static int GetStorageRequirements(int width, int height, _XDXTTYPE type);
 
   /// Adds the levels of a header to `info`, at the offsets that they have. `bytes` are the 51,200 of a header. False

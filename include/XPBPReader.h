@@ -56,8 +56,8 @@ class ZRKIO_API XPBPReader {
 };
 
 /// Checks a PBP file from end to end: its length against the number of its records, and that each table has every
-/// record once and in order. 1 where the check went through, whatever it found; or 0 with the reason in `err`: the file
-/// is no PBP file, can't be read or has more records than the limits allow (XLimits.h), or the thread was asked to
-/// stop, which leaves `err` empty. The thread, which may be null, is told the progress. It takes 8 bytes of memory a
-/// record.
+/// record once and in order. Returns 1 where the check went through, whatever it found; or 0 with the reason in `err`:
+/// the file is no PBP file, can't be read or has more records than the limits allow (XLimits.h), or the thread was
+/// asked to stop, which leaves `err` empty. The thread, which may be null, is told the progress. It takes 8 bytes of
+/// memory a record.
 ZRKIO_API int XfnCheckPlaces(const XString& path, tagXPlaceReport& report, XString& err, XThread* thread = nullptr);

@@ -26,11 +26,11 @@ class ZRKIO_API XQTI {
 
   /// The cell one level up that holds this one; -1 for the root and everything below it.
   static std::int64_t GetParent(std::int64_t lxy);
-  /// One of the four cells one level down. Quadrants go around the square: 0 is (2x, 2y), 1 is (2x + 1, 2y), 2 is
-  /// (2x + 1, 2y + 1), 3 is (2x, 2y + 1). -1 for a negative cell and for any other quadrant.
+  /// One of the four cells one level down. Quadrants go around the square: 0 is (2x, 2y), 1 is (2x + 1, 2y), 2 is (2x +
+  /// 1, 2y + 1), 3 is (2x, 2y + 1). Returns -1 for a negative cell and for any other quadrant.
   static std::int64_t GetChild(std::int64_t lxy, std::int32_t quadrant);
-  /// The cell beside this one. Direction 0 is x - 1, 1 is x + 1, 2 is y - 1, 3 is y + 1. -1 beyond the rim, for any
-  /// other direction, and for the root and everything below it. Nothing wraps around.
+  /// The cell beside this one. Direction 0 is x - 1, 1 is x + 1, 2 is y - 1, 3 is y + 1. Returns -1 beyond the rim, for
+  /// any other direction, and for the root and everything below it. Nothing wraps around.
   static std::int64_t GetNeighborSameLevel(std::int64_t lxy, std::int32_t direction);
   /// The parent of that neighbour, or -1 without one.
   static std::int64_t GetNeighborUpperLevel(std::int64_t lxy, std::int32_t direction);

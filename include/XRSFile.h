@@ -77,7 +77,7 @@ class ZRKIO_API XRSFile : public XObject {
   void AddBand(ZRMBand* band);
   /// The number of bands; 0 for a dataset that holds vector sets only.
   int GetNumOfBands() const { return static_cast<int>(bands_.size()); }
-  /// The band, from 0 on, in the order of the calls of `AddBand`. Null for an index outside the list.
+  /// The band, from 0 on, in the order of the calls of `AddBand`. Returns null for an index outside the list.
   ZRMBand* GetBandAt(int index) const;
 
   /// Takes the vector set over, becomes its owner and appends it. Null is ignored.
@@ -95,7 +95,7 @@ class ZRKIO_API XRSFile : public XObject {
   /// Sets of control points, as with regions.
   void AddGCPSet(tagGCPSets* gcps);
   int GetNumOfGCPSet() const { return static_cast<int>(gcpSets_.size()); }
-  /// Null for an index outside the list.
+  /// Returns null for an index outside the list.
   tagGCPSets* GetGCPSetAt(int index) const;
   /// Spectral signatures, as with regions.
   void AddSIGSet(XRSSIG* sig);

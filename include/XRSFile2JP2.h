@@ -63,8 +63,8 @@ class ZRKIO_API XRSFile2JP2 {
   /// further layers come before the first one, each with half the bits of the next. With `useThreads` nonzero work is
   /// shared by as many threads as `XfnSetWorkerCount` grants. The bytes do not depend on it.
   ///
-  /// 1, or 0 with the reason in `err`. It stays as it was for an empty path, without a dataset or a first band, and
-  /// where `thread`, which may be null, was asked to stop.
+  /// Returns 1, or 0 with the reason in `err`. It stays as it was for an empty path, without a dataset or a first band,
+  /// and where `thread`, which may be null, was asked to stop.
   int Save(XString path, int x0, int x1, int y0, int y1, XString& err, int reversible, XString rates, int numLayers,
            int useThreads, XThread* thread);
 

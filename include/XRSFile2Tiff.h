@@ -38,8 +38,8 @@ class ZRKIO_API XRSFile2Tiff {
   /// the saves. Set it again after a change of its bands.
   void SetXRSFile(XRSFile* file);
 
-  /// 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, a file that can't be
-  /// opened, and a stop by `thread`, which may be null. The coordinate system and the world file never fail a save.
+  /// Returns 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, a file that can't
+  /// be opened, and a stop by `thread`, which may be null. The coordinate system and the world file never fail a save.
   int Save(XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
 
   // The ways that `Save` goes.
@@ -74,8 +74,8 @@ class ZRKIO_API XRSFile2Tiff {
   int DoExportToPalette(XThread* thread, XString& err);
   /// Closes the file, which gets its name where all of it was written, and otherwise goes away.
   void DeleteFileOutput();
-  /// Writes the pixel sizes and the corner of the whole image. 0 for a dataset without a system, and where the file
-  /// can't be written.
+  /// Writes the pixel sizes and the corner of the whole image. Returns 0 for a dataset without a system, and where the
+  /// file can't be written.
   int WriteWorldFile(XString path, XString& err);
 
  private:

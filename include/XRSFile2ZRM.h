@@ -36,7 +36,7 @@ class ZRKIO_API XRSFile2ZRM {
 
   /// Writes `level` reduced levels beside the pixels, or as many as there can be. A `compressionMode` of 0 or 100 keeps
   /// the samples as they are; every other one compresses them, no sample off by more than `quality` (0.0: none off at
-  /// all). 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, and a stop by
+  /// all). Returns 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, and a stop by
   /// `thread`.
   int Save(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, double quality, XString& err,
            XThread* thread);

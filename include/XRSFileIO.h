@@ -115,8 +115,8 @@ class ZRKIO_API XRSFileIO {
                              XString& err, XThread* thread, int writerFlag1);
 
   /// The corners of a file, without its pixels being looked at. `x` and `y` have room for four values each, which are
-  /// `kNotSet` where nothing else is known. 1 for a native raster, and for a TIFF file with geokeys; 0 for other files,
-  /// for what can't be opened, and for null arrays.
+  /// `kNotSet` where nothing else is known. Returns 1 for a native raster, and for a TIFF file with geokeys; 0 for
+  /// other files, for what can't be opened, and for null arrays.
   ///
   /// Of a native raster with a spatial reference they are the lower left, lower right, upper right and upper left
   /// corner in its own system. One without is asked for its sets of control points named "BOUNDING_GCP": each has as
@@ -139,18 +139,18 @@ class ZRKIO_API XRSFileIO {
   /// descriptive fields from it then.
   static int CheckFileXLD(XRSFile* file, XString path, XString& err, XThread* thread);
   /// Builds the level file of the raster, in place of one that is there: with `kLevelStatistics` the short form, with
-  /// `kLevelAsk` and `kLevelBuild` the full one. 0 without a sentence for `kLevelNone`. See `XRSFile2XLD`.
+  /// `kLevelAsk` and `kLevelBuild` the full one. Returns 0 without a sentence for `kLevelNone`. See `XRSFile2XLD`.
   static int CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
   /// Attaches the level data of a raster. Level data that is missing or can't be used is built first, as `levelMode`
   /// says; `kLevelAsk` asks the operator by a message box. After a 1 the bands that can have level data have a
-  /// `ZRMBandXLD`. 0, with nothing attached, where no level data was found or made, where the file is damaged or of
-  /// another image, and for a dataset whose file has another name than `path`. What the text of such a file brought
-  /// into the dataset stays there.
+  /// `ZRMBandXLD`. Returns 0, with nothing attached, where no level data was found or made, where the file is damaged
+  /// or of another image, and for a dataset whose file has another name than `path`. What the text of such a file
+  /// brought into the dataset stays there.
   static int LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
   /// For whoever has replaced a raster by renaming a new file: removes the level file of the old one, whose length in
   /// bytes was `oldLength`. A level file that says that it belongs to a file of another length stays, since rasters
-  /// that differ only by their extension share the name. All saves here do it themselves. 1 where no such level file is
-  /// there any more.
+  /// that differ only by their extension share the name. All saves here do it themselves. Returns 1 where no such level
+  /// file is there any more.
   static int RemoveFileXLD(XString path, std::int64_t oldLength);
   /// Gives the projection in the level file of the dataset another one; pyramids and all else stay.
   static int UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err);

@@ -53,9 +53,9 @@ class ZRKIO_API XRSFileSaver {
 
   /// Writes the pixels of the band's window to the output file at `GetDataEnd`, with `level` reduced levels, moves that
   /// on, and records place, layout and statistics. A `mode` of 0 or 100 keeps the samples as they are; every other one
-  /// compresses them without loss. Progress runs from `percentStart` over `percentSpan`. 0 on failure, with the
+  /// compresses them without loss. Progress runs from `percentStart` over `percentSpan`. Returns 0 on failure, with the
   /// sentence in `err`, which stays as it was where the thread was stopped. `GetDataEnd` then stays too, so that the
-  /// next body is written over the failed one. 0 for a null band and for a file that is missing or closed.
+  /// next body is written over the failed one. Returns 0 for a null band and for a file that is missing or closed.
   int CopyBandData(ZRMBand* band, int level, int x0, int x1, int y0, int y1, int mode, XThread* thread,
                    int percentStart, int percentSpan, XString& err);
   /// Where the band's body lies in the output file, in bytes. The place is recorded and not checked.
@@ -120,8 +120,8 @@ class ZRKIO_API XRSFileSaver {
   /// asked at any time, and more may be written afterwards.
   XString GetXML() const;
   /// Writes the text behind the last body and then, once all is on the medium, its offset into the header: the file is
-  /// complete from that moment on. 1, or 0 without an output file, before `WriteInitTags`, and where it can't be
-  /// written.
+  /// complete from that moment on. Returns 1, or 0 without an output file, before `WriteInitTags`, and where it can't
+  /// be written.
   int Save();
 
  private:

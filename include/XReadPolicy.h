@@ -17,7 +17,7 @@ ZRKIO_API void XfnSetDefaultReadPolicy(XReadPolicy policy);
 ZRKIO_API XReadPolicy XfnGetDefaultReadPolicy();
 
 /// Why the calling thread's last read that failed did so, in either policy. Reads that succeed leave the sentence as it
-/// is. 1; or 0, with `err` as it was, where no read of this thread has failed.
+/// is. Returns 1; or 0, with `err` as it was, where no read of this thread has failed.
 ZRKIO_API int XfnGetLastReadError(XString& err);
 /// Takes the sentence back, so that the next one is known to be of what the thread does from now on.
 ZRKIO_API void XfnForgetLastReadError();

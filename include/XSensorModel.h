@@ -31,7 +31,7 @@ class ZRKIO_API XSensorModel {
 
   /// Sets the terrain: the first band of a dataset, with heights in metres over longitude and latitude, above the geoid
   /// if one is set and otherwise above the ellipsoid. The dataset, which comes from `new`, becomes the model's in any
-  /// case. Null takes the terrain away. 0 where it can't serve; the old terrain then stays.
+  /// case. Null takes the terrain away. Returns 0 where it can't serve; the old terrain then stays.
   virtual int SetDemFile(XRSFile* demFile) = 0;
   /// The same for the geoid: its heights above the ellipsoid, in centimetres.
   virtual int SetGeoidFile(XRSFile* geoidFile) = 0;

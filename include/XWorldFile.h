@@ -42,9 +42,9 @@ class ZRKIO_API XWorldFile {
 
   // The edges of an image of that many pixels, in world units.
 
-  /// The origin, or a width left of it for a negative pixel size. 0.0 where the x numbers are not set.
+  /// The origin, or a width left of it for a negative pixel size. Returns 0.0 where the x numbers are not set.
   double Left(int width) const;
-  /// The origin, or a height below it for a negative pixel size. 0.0 where the y numbers are not set.
+  /// The origin, or a height below it for a negative pixel size. Returns 0.0 where the y numbers are not set.
   double Bottom(int height) const;
   /// The opposite of `Left`; the width less 1 where the x numbers are not set.
   double Right(int width) const;

@@ -49,22 +49,22 @@ class ZRKIO_API ZRMBand : public XBand {
   ZRMBand& operator=(const ZRMBand&) = delete;
 
   /// The level for a picture of `width` by `height` pixels of the area between four places, which are world coordinates
-  /// in any order. Only the size of the area counts, so that it may reach beyond the image. 0 for an area of less than
-  /// a pixel.
+  /// in any order. Only the size of the area counts, so that it may reach beyond the image. Returns 0 for an area of
+  /// less than a pixel.
   int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1, double cornerX2,
                                double cornerY2, double cornerX3, double cornerY3, int width, int height) override;
   using XBand::GetHighestLevelForTarget;
   /// Sets minimum, maximum, mean and deviation, and the histogram where `withHistogram` is nonzero. In the exact policy
   /// they are those of all pixels, see `XfnCalcExactStatistics`. Otherwise they come from the coarsest level, an
-  /// estimate by design. 1; or 0 where that level has no pixel or can't be read, and the old values stay. It changes
-  /// fields, so that no other thread may use them meanwhile.
+  /// estimate by design. Returns 1; or 0 where that level has no pixel or can't be read, and the old values stay. It
+  /// changes fields, so that no other thread may use them meanwhile.
   int CalcStatistics(int withHistogram) override;
-  /// Copies all fields of `source` deeply but its dataset and output store; pixels and level data are not copied. 1,
-  /// also for the band itself; 0 for null.
+  /// Copies all fields of `source` deeply but its dataset and output store; pixels and level data are not copied.
+  /// Returns 1, also for the band itself; 0 for null.
   int CloneBand(ZRMBand* source) override;
 
-  /// The band that takes the level data of this one: itself, or a band behind it. Null for a band that can have no
-  /// level data. It is not owned by the caller.
+  /// The band that takes the level data of this one: itself, or a band behind it. Returns null for a band that can have
+  /// no level data. It is not owned by the caller.
   ZRMBandDRIO* GetLevelSource() const { return levelSource_; }
   /// The band whose samples this one shows, or null: itself, unless it shows one that is hidden behind it.
   ZRMBand* GetShownBand() const { return shownBand_; }
@@ -81,7 +81,7 @@ class ZRKIO_API ZRMBand : public XBand {
   /// 0. The result is cut to the range of an int, and is 0 for what is not a number. It may lie outside the image.
   void ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y) const;
   /// Reads one sample at a place in world coordinates, of the pixel that `ConvWorldToPixelCoord` finds. The result is
-  /// that of a window of one pixel. 0 where the pixel lies outside the image or the place is not finite.
+  /// that of a window of one pixel. Returns 0 where the pixel lies outside the image or the place is not finite.
   int ReadPixel(tagXArr2*& out, double worldX, double worldY);
   using XBand::ReadPixel;
   /// The outer edges of an inclusive range of pixels, in world units. The range may reach beyond the image.
@@ -281,7 +281,7 @@ class ZRKIO_API ZRMBand : public XBand {
   const XSarParam& GetSarParam() const { return sarParam_; }
   /// Copies the record.
   void SetSarParam(const XSarParam& sarParam) { sarParam_ = sarParam; }
-  /// 0 for a band that is no radar image, otherwise the mode of its file.
+  /// Returns 0 for a band that is no radar image, otherwise the mode of its file.
   int GetSarMode() const { return sarParam_.mode; }
   /// A mode other than 0 makes this a radar band, so that files get its radar parameters.
   void SetSarMode(int mode) { sarParam_.mode = mode; }
@@ -354,8 +354,8 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetSarsubset(int x0, int x1, int y0, int y1);
 
  protected:
-  /// Statistics of the whole band as a read at `level` gives it. 0 where that is smaller than a pixel or can't be read.
-  /// The old values stay then.
+  /// Statistics of the whole band as a read at `level` gives it. Returns 0 where that is smaller than a pixel or can't
+  /// be read. The old values stay then.
   int CalcStatisticsAtLevel(int level, int withHistogram);
   /// Copies size, pixel sizes, corner, coordinate kind and system: what a follower shares with its master.
   void CopyGeometry(const ZRMBand& master);
@@ -416,5 +416,5 @@ class ZRKIO_API ZRMBand : public XBand {
 };
 
 /// The rows of a processing block of the band, as the form of `XSystem.h` tells for its width, height and sample size.
-/// 1 for null.
+/// Returns 1 for null.
 ZRKIO_API int XfnCalcBlockHeight(ZRMBand* band, long wantedRows);

@@ -18,8 +18,8 @@ class ZRKIO_API ZRMBandChannels : public ZRMBandFile<Base> {
   /// A channel that the file does not have makes reads fail.
   void SetChannel(int channel);
 
-  /// The calling thread's result of a channel from the last read of this master. Null for a channel that is not there,
-  /// before the thread's first read, after a read that failed, and on a follower.
+  /// The calling thread's result of a channel from the last read of this master. Returns null for a channel that is not
+  /// there, before the thread's first read, after a read that failed, and on a follower.
   tagXArr2* GetResult(int channel) const;
   /// The calling thread's last request to this master, also where it failed to decode; all -1 before the first.
   void GetPrevReadSubsetParam(int& level, int& x0, int& x1, int& y0, int& y1) const;

@@ -25,8 +25,8 @@ class ZRKIO_API ZRMBandDTED : public ZRMBandFile<ZRMBandDRIO> {
   /// thread every column is reported, and a stop is heard at every column. Columns that the file does not hold are 0.
   int ReadFile(XString path, XString& err, XThread* thread);
 
-  /// The first part of `ReadFile`: opens the file, knows it, and takes over size, place and system. 1 or 0. Heights
-  /// stay as they were.
+  /// The first part of `ReadFile`: opens the file, knows it, and takes over size, place and system. Returns 1 or 0.
+  /// Heights stay as they were.
   int Open(XString path);
   /// The steps of `Open`, on the file that is open. The first answers 0 where the first record is one that can't be.
   int ExtractDataTypeInfo();

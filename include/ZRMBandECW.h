@@ -22,8 +22,8 @@ class ZRKIO_API ZRMBandECW : public ZRMBandFile<ZRMBandDRIO> {
   ZRMBandECW();
   ~ZRMBandECW() override;
 
-  /// Opens a file and takes over its size, place and system. 1 or 0. In the compatible policy `err` stays as it was; in
-  /// the exact one it has the reason of a failure. `thread` is not used.
+  /// Opens a file and takes over its size, place and system. Returns 1 or 0. In the compatible policy `err` stays as it
+  /// was; in the exact one it has the reason of a failure. `thread` is not used.
   int ReadFile(XString path, XString& err, XThread* thread);
 
   /// The channel of the file that this band shows, counted from 0; 0 at first. It may be set before or after the file

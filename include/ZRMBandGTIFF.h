@@ -70,7 +70,7 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   int GetChannel() const;
   /// A channel that the file does not have makes reads fail. The band gets the channel's colour role.
   void SetChannel(int channel);
-  /// 1 before `ReadFile`.
+  /// Returns 1 before `ReadFile`.
   int GetNumChannels() const;
   /// The sample of a pixel that this band shows, as it is stored or widened; -1 where it shows a colour that was made
   /// of samples.
@@ -82,7 +82,7 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   int GetCompreType() const;
   int GetSamplesPerPixel() const;
   int GetBitsPerSample() const;
-  /// 1 where the samples of a pixel lie together, 2 where each has a plane of its own.
+  /// Returns 1 where the samples of a pixel lie together, 2 where each has a plane of its own.
   int GetPlanarConfiguration() const;
   /// The tag PhotometricInterpretation, as the pixels come out: 3 where a palette stands in for an image in which 0 is
   /// white.
@@ -110,8 +110,8 @@ class ZRKIO_API ZRMBandGTIFF : public ZRMBandFile<ZRMBandDRIO>, public XJointRea
   /// `err` is set where the band reads exactly and a world file that would place it can't be used. Then it has no
   /// place.
   void ReadCoordinateInfo(XString& err);
-  /// Reads the coordinate system out of libgeotiff's key handle: coordinate kind 3 with a system, 2 without. 1, or -1
-  /// for a null handle.
+  /// Reads the coordinate system out of libgeotiff's key handle: coordinate kind 3 with a system, 2 without. Returns 1,
+  /// or -1 for a null handle.
   int ExtractProjection(gtiff* gtif, XSpatialReference* sr);
   /// The upper left corner and the pixel sizes by the world file beside the image; 0, with all as they were, where
   /// there is none.

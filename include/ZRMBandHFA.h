@@ -27,9 +27,10 @@ class ZRKIO_API ZRMBandHFA : public ZRMBandFile<ZRMBandDRIO> {
   ZRMBandHFA(ZRMBandHFA* master, int band);
   ~ZRMBandHFA() override;
 
-  /// Opens a file and takes over size, place, system, name and classes of its first layer. 1 or 0. `err` is emptied
-  /// first. In the compatible policy it stays empty where the file can't be opened, and has a sentence for an image
-  /// without pixels or beyond the limits; in the exact policy it has the reason in any case. `thread` is not used.
+  /// Opens a file and takes over size, place, system, name and classes of its first layer. Returns 1 or 0. `err` is
+  /// emptied first. In the compatible policy it stays empty where the file can't be opened, and has a sentence for an
+  /// image without pixels or beyond the limits; in the exact policy it has the reason in any case. `thread` is not
+  /// used.
   int ReadFile(XString path, XString& err, XThread* thread);
   /// Lets go of the file. Bands that share it keep theirs.
   void CloseFileHFA();

@@ -39,10 +39,11 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   ZRMBandHawk();
   ~ZRMBandHawk() override;
 
-  /// Opens a data set by the name of any of its images. What the band had before is given up, the terrain apart. 1, or
-  /// 0 where the first image or the document can't be used; images that were opened stay open then. `err` has what the
-  /// first image's reader says; in the exact policy it has a sentence for any failure, and in the compatible one it
-  /// stays as it was for a name of another kind and for a document. `thread` goes to the readers of the images.
+  /// Opens a data set by the name of any of its images. What the band had before is given up, the terrain apart.
+  /// Returns 1, or 0 where the first image or the document can't be used; images that were opened stay open then. `err`
+  /// has what the first image's reader says; in the exact policy it has a sentence for any failure, and in the
+  /// compatible one it stays as it was for a name of another kind and for a document. `thread` goes to the readers of
+  /// the images.
   int ReadFile(XString path, XString& err, XThread* thread);
   using ZRMBandDRIO::ReadSubset;
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
@@ -60,7 +61,7 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   int CheckExistAnyLevelData(XString path, int except) const;
   /// Closes all images. Exact reads fail from then on; compatible ones answer 1 and leave their outputs as they were.
   void DeleteAllLevel();
-  /// 0 before `ReadFile`; then 1 where the first image is alone, otherwise 8.
+  /// Returns 0 before `ReadFile`; then 1 where the first image is alone, otherwise 8.
   int GetNumOfLevelBands() const;
   /// The image of a level, which stays the band's; null for a level that has none.
   ZRMBand* GetLevelBandAt(int level) const;
@@ -76,10 +77,10 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   // The document. It can be loaded without images, to have the sensor model alone: `LoadHawkXML`, then
   // `CalcSplineCoeffs`.
 
-  /// Reads the document into the band. 1; or 0 where it can't be read, has another root than "SIF", or does not tell
-  /// a sensor that can be used: six lists of as many samples, at least three, lines and samples above 0, numbers that
-  /// are finite, and a rotation that can be inverted. The band then has no sensor model. A document without any element
-  /// is told by `XfnMessageBox` too. Rows beyond a list's count are passed over.
+  /// Reads the document into the band. Returns 1; or 0 where it can't be read, has another root than "SIF", or does not
+  /// tell a sensor that can be used: six lists of as many samples, at least three, lines and samples above 0, numbers
+  /// that are finite, and a rotation that can be inverted. The band then has no sensor model. A document without any
+  /// element is told by `XfnMessageBox` too. Rows beyond a list's count are passed over.
   int LoadHawkXML(XString path);
   /// As the one above, with the reason in `err` in either policy.
   int LoadHawkXML(XString path, XString& err);
@@ -91,7 +92,7 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   int GetGridCount() const;
   int GetImageLines() const;
   int GetImageSamples() const;
-  /// 1 where the spectrum is "IR", otherwise 0.
+  /// Returns 1 where the spectrum is "IR", otherwise 0.
   int GetIsIR() const;
   double GetFocalLengthInMm() const;
   double GetDetectorCellSizeInMm() const;
@@ -113,13 +114,14 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
   /// Always 0.0.
   double CalcYP2(double, double) const;
 
-  /// The ground that a pixel shows. 1; or 0, with the outputs as they were, where the line of sight finds none. It
-  /// finds the same places as `ConvWarpPixelToWorldCoord`. The height is that of the place found on the line of sight.
+  /// The ground that a pixel shows. Returns 1; or 0, with the outputs as they were, where the line of sight finds none.
+  /// It finds the same places as `ConvWarpPixelToWorldCoord`. The height is that of the place found on the line of
+  /// sight.
   int FindGroundOfPixel(double column, double line, double& lon, double& lat, double& height) const;
-  /// The pixel that shows a place on the ground: the reverse, to a hundredth of a pixel. 1, with a column from -1 to
-  /// the number of samples and a line from -1 to that of lines; otherwise 0, with the outputs as they were. Whether
-  /// other ground hides the place isn't asked. Compatible heights are steps, on which several pixels may show one
-  /// place, and few places have none: any of the pixels is found there.
+  /// The pixel that shows a place on the ground: the reverse, to a hundredth of a pixel. Returns 1, with a column from
+  /// -1 to the number of samples and a line from -1 to that of lines; otherwise 0, with the outputs as they were.
+  /// Whether other ground hides the place isn't asked. Compatible heights are steps, on which several pixels may show
+  /// one place, and few places have none: any of the pixels is found there.
   int FindPixelOfGround(double lon, double lat, double& x, double& y) const;
   /// The same for a place at a height of the caller's, which takes no terrain.
   int FindPixelOfPoint(double lon, double lat, double height, double& x, double& y) const;
@@ -144,8 +146,8 @@ class ZRKIO_API ZRMBandHawk : public ZRMBandDRIO, public XSensorModel {
 
   /// Sets the terrain model of this band: the first band of a dataset, whose samples are heights in metres above the
   /// geoid over longitude and latitude. Null takes the terrain away. The dataset becomes the band's in any case and has
-  /// to come from `new`. 1; or 0 where it has no band, is turned, or lies in a system that is not geographic: the band
-  /// then keeps the terrain that it had. Set it after `ReadFile` or before.
+  /// to come from `new`. Returns 1; or 0 where it has no band, is turned, or lies in a system that is not geographic:
+  /// the band then keeps the terrain that it had. Set it after `ReadFile` or before.
   int SetDemFile(XRSFile* demFile) override;
   /// The same for the geoid, whose samples are its heights above the ellipsoid in centimetres. It counts only where the
   /// terrain has a height.

@@ -21,19 +21,20 @@ class ZRKIO_API ZRMBandMosaic : public ZRMBand {
   ZRMBandMosaic();
   ~ZRMBandMosaic() override;
 
-  /// Adds a source at the end of the list; it is not owned and has to outlive the reads. 0 for null and for this band.
+  /// Adds a source at the end of the list; it is not owned and has to outlive the reads. Returns 0 for null and for
+  /// this band.
   int AddBand(ZRMBand* band);
   int GetNumOfBands() const;
-  /// Null outside the list.
+  /// Returns null outside the list.
   ZRMBand* GetBandAt(int index) const;
 
-  /// Sets upper left corner, pixel sizes and size of the grid, in world units and pixels, and the data type. 0, with
-  /// the band as it was, for sizes that are not positive, a corner that is not finite, pixel sizes that are 0 or not
-  /// finite, and a data type that is not scalar.
+  /// Sets upper left corner, pixel sizes and size of the grid, in world units and pixels, and the data type. Returns 0,
+  /// with the band as it was, for sizes that are not positive, a corner that is not finite, pixel sizes that are 0 or
+  /// not finite, and a data type that is not scalar.
   int SetBandInfo(double ulx, double uly, double xPixelSize, double yPixelSize, int xSize, int ySize, int dataType);
 
-  /// Works out how the pixels of the grid lie in each source. 0 without a grid or sources, and where a source has a
-  /// pixel size of 0 or a data type that is not scalar.
+  /// Works out how the pixels of the grid lie in each source. Returns 0 without a grid or sources, and where a source
+  /// has a pixel size of 0 or a data type that is not scalar.
   int CalcWarpCoeff();
 
   /// Windows are in pixels of the grid. Level n takes every 2^n-th pixel and row, from the upper left of the window.

@@ -42,9 +42,9 @@ class ZRKIO_API ZRMBandOrtho : public ZRMBand {
   ~ZRMBandOrtho() override;
 
   /// Shows `source`, which stays the caller's and has to outlive the reads, on a grid. Data type, name and sample
-  /// values are those of the source; its null value is too, or 0 where it has none. 0 with the reason in `err`, and the
-  /// band as it was, for a source without a sensor model, a grid without a system or pixels, and where no way leads
-  /// from the grid to longitude and latitude.
+  /// values are those of the source; its null value is too, or 0 where it has none. Returns 0 with the reason in `err`,
+  /// and the band as it was, for a source without a sensor model, a grid without a system or pixels, and where no way
+  /// leads from the grid to longitude and latitude.
   int SetSource(ZRMBand* source, const tagXOrthoGrid& grid, XOrthoMethod method, XString& err);
 
   /// Windows are in pixels of the grid. Level n takes every 2^n-th pixel and row, from the upper left of the window. A

@@ -31,10 +31,10 @@ class ZRKIO_API ZRMBandPBE : public ZRMBandFile<ZRMBand> {
   ZRMBandPBE();
   ~ZRMBandPBE() override;
 
-  /// Opens a store in place of an earlier one and takes over its place. 1 or 0; no read may be under way, and the
-  /// thread is not used. On 0 `err` is "Fail to open PBE file: " and the path where the file can't be opened, "Invalid
-  /// PBE File Information : NULL" where it is no elevation store, and empty for a store without tiles. Under the
-  /// compatible policy a file that is not there is made, stays empty and counts as no store. Under the exact one no
+  /// Opens a store in place of an earlier one and takes over its place. Returns 1 or 0; no read may be under way, and
+  /// the thread is not used. On 0 `err` is "Fail to open PBE file: " and the path where the file can't be opened,
+  /// "Invalid PBE File Information : NULL" where it is no elevation store, and empty for a store without tiles. Under
+  /// the compatible policy a file that is not there is made, stays empty and counts as no store. Under the exact one no
   /// file is made, and there is always a sentence.
   int ReadFile(XString path, XString& err, XThread* thread);
 

@@ -43,14 +43,14 @@ class ZRKIO_API ZRMBandResize : public ZRMBand {
   void SetSourceBand(ZRMBand* source);
   /// A value of `XResampleMethod`, at first `kResampleMean`.
   int GetResampleMethod() const;
-  /// 0, with nothing changed, for any other value.
+  /// Returns 0, with nothing changed, for any other value.
   int SetResampleMethod(int method);
 
   /// Lays `xSize` by `ySize` pixels over a window of the source, inclusive and in its full-resolution pixels. This band
   /// takes that size, the source's data type, band type, tile sizes, coordinate kind and system, the corner of the
-  /// window, and as pixel sizes the extent of the window over the size. 0, with the band as it was, without a source,
-  /// for a window that is not inside it, sizes that are not positive, a data type that is not scalar, or where memory
-  /// ran out.
+  /// window, and as pixel sizes the extent of the window over the size. Returns 0, with the band as it was, without a
+  /// source, for a window that is not inside it, sizes that are not positive, a data type that is not scalar, or where
+  /// memory ran out.
   int SetResizeInfo(int x0, int x1, int y0, int y1, int xSize, int ySize);
   /// As above, with the size that brings the pixel sizes nearest to those given, in world units: the extent of the
   /// window over them, rounded, at least 1. Only the magnitudes count; 0 also for a pixel size of 0 or not finite.

@@ -82,7 +82,7 @@ class ZRKIO_API ZRMComposite {
   ZRMBand* GetBand(int index) const;
   /// Sets or, with null, removes a band. Its stretch becomes `kStretchNone` for samples of 8 bits and `kStretchMinMax`
   /// for others; table, cut, transparent value and statistics become those of a new composite. A thematic band brings
-  /// the colours of its classes into its colour table, and as band 0 sets `kModeTable`. 1 or 0.
+  /// the colours of its classes into its colour table, and as band 0 sets `kModeTable`. Returns 1 or 0.
   int SetBand(int index, ZRMBand* band);
   /// The number of bands that are there.
   int GetNumOfBands() const;
@@ -129,32 +129,33 @@ class ZRKIO_API ZRMComposite {
   void TouchTables();
   /// The points of a curve from stretched bytes (x) to others (y), 0 to 255 each, that the lookup table was made from.
   int GetNumOfHistogramPoints(int index) const;
-  /// Null outside the list; valid until the list is set again.
+  /// Returns null outside the list; valid until the list is set again.
   const tagXVector2* GetHistogramPointAt(int index, int point) const;
   /// Keeps the points and makes the lookup table of straight lines between them, level beyond the first and the last;
-  /// without points each byte stands for itself. 1; 0, with all as it was, for numbers that are not finite, and for x
-  /// that do not rise.
+  /// without points each byte stands for itself. Returns 1, or 0, with all as it was, for numbers that are not finite,
+  /// and for x that do not rise.
   int SetHistogramPoints(int index, const tagXVector2* points, int numPoints);
 
   /// Works out the statistics of the part of a band that an extent of its own world covers, from the level that has at
-  /// most about a million pixels of it; later draws stretch by them instead of the band's. 1; 0, with all as it was,
-  /// where nothing of the band lies there, it has no sample that counts, or it can't be read.
+  /// most about a million pixels of it; later draws stretch by them instead of the band's. Returns 1, or 0, with all as
+  /// it was, where nothing of the band lies there, it has no sample that counts, or it can't be read.
   int CalcSubsetStatistics(int index, double west, double south, double east, double north);
   /// Those statistics; null before `CalcSubsetStatistics`. The stretch then goes by the band's own, and where a band
   /// has none by those of its coarsest level.
   const tagXSubsetStatistics* GetSubsetStatistics(int index) const;
 
   /// Six numbers that give the world of a pixel: x = c[0] + column * c[1] + row * c[2], y = c[3] + column * c[4] + row
-  /// * c[5], (0, 0) being the outer corner of the first pixel. They belong to the composite. Null without the band.
+  /// * c[5], (0, 0) being the outer corner of the first pixel. They belong to the composite. Returns null without the
+  /// band.
   const double* GetWarpCoeff(int index) const;
-  /// The way back: column = c[0] + x * c[1] + y * c[2], row = c[3] + x * c[4] + y * c[5]. Null without the band, and
-  /// for a band whose pixels have no area.
+  /// The way back: column = c[0] + x * c[1] + y * c[2], row = c[3] + x * c[4] + y * c[5]. Returns null without the
+  /// band, and for a band whose pixels have no area.
   const double* GetWarpCoeffInv(int index) const;
 
-  /// The extent that is drawn, in the world of the composite: all of its bands, unless a smaller one was set. 0, with
-  /// the outputs as they were, without bands.
+  /// The extent that is drawn, in the world of the composite: all of its bands, unless a smaller one was set. Returns
+  /// 0, with the outputs as they were, without bands.
   int GetDrawRange(double& minX, double& maxX, double& minY, double& maxY) const;
-  /// Only places in that extent are drawn from now on. 0, with all as it was, for an extent that has no area.
+  /// Only places in that extent are drawn from now on. Returns 0, with all as it was, for an extent that has no area.
   int SetDrawRange(double minX, double maxX, double minY, double maxY);
   void ClearDrawRange();
 
