@@ -54,10 +54,10 @@ class ZRKIO_API ZRMBand : public XBand {
   int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1, double cornerX2,
                                double cornerY2, double cornerX3, double cornerY3, int width, int height) override;
   using XBand::GetHighestLevelForTarget;
-  /// Sets minimum, maximum, mean and deviation, and the histogram where `withHistogram` is nonzero. In the exact policy
-  /// they are those of all pixels, see `XfnCalcExactStatistics`. Otherwise they come from the coarsest level, an
-  /// estimate by design. Returns 1; or 0 where that level has no pixel or can't be read, and the old values stay. It
-  /// changes fields, so that no other thread may use them meanwhile.
+  /// Sets minimum, maximum, mean and deviation, and the histogram if `withHistogram` is nonzero. In the exact policy
+  /// they are those of all pixels, see `XfnCalcExactStatistics`. In the compatible policy they are an estimate from the
+  /// coarsest level. Returns 1; or 0 where that level has no pixel or can't be read, and the old values stay. The call
+  /// changes fields of the band, so no other thread may use these meanwhile.
   int CalcStatistics(int withHistogram) override;
   /// Copies all fields of `source` deeply but its dataset and output store; pixels and level data are not copied.
   /// Returns 1, also for the band itself; 0 for null.
@@ -90,20 +90,21 @@ class ZRKIO_API ZRMBand : public XBand {
   /// The outer edges of the whole band: x from west to east, then y from south to north. With a negative pixel size the
   /// first of a pair is the larger one.
   void GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const;
-  /// Sets the upper left corner, and from the pixel sizes the band's size in whole pixels: what is left of a pixel at
-  /// the right and lower edge is dropped, unless it lacks less than a millionth to be whole. A size stays as it was
-  /// where the pixel size is 0. A result below 0 becomes 0.
+  /// Sets the upper left corner, and works out the band's size in whole pixels from the pixel sizes. A part of a pixel
+  /// at the right or lower edge is dropped, unless it lacks less than a millionth of a pixel. If a pixel size is 0, the
+  /// size in that direction stays as it was. A result below 0 becomes 0.
   void SetBoundRect(double minX, double maxX, double minY, double maxY);
 
-  /// The full transform from pixels to world units, whatever convention the format has for its corner:
-  /// x = t[0] + column * t[1] + row * t[2], y = t[3] + column * t[4] + row * t[5], where (0, 0) is the outer corner of
-  /// the first pixel and (1, 1) that of the pixel right of it and below. Rotation and rows that go north are in it; the
-  /// operations above know neither.
+  /// The full transform from pixels to world units: x = t[0] + column * t[1] + row * t[2], y = t[3] + column * t[4] +
+  /// row * t[5]. (0, 0) is the outer corner of the first pixel, whatever convention the format has. (1, 1) is the outer
+  /// corner of the pixel to the right and below. The transform knows rotation and rows that go north; the operations
+  /// above do not.
   void GetGeoTransform(double transform[6]) const;
-  /// For loaders, after corner and pixel sizes. A later change of these takes it back: the transform then follows them.
+  /// For loaders, after they have set corner and pixel sizes. A later change of corner or pixel sizes discards this
+  /// transform, and the transform then follows from them.
   void SetGeoTransform(const double transform[6]);
-  /// Which place of the first pixel the upper left corner is, for the transform that follows from it; its corner at
-  /// first.
+  /// Which place of the first pixel `GetULX` and `GetULY` mean: its outer corner (the initial value) or its centre. The
+  /// transform follows from that.
   XPixelAnchor GetPixelAnchor() const { return pixelAnchor_; }
   void SetPixelAnchor(XPixelAnchor pixelAnchor) { pixelAnchor_ = pixelAnchor; }
 
