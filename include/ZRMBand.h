@@ -184,21 +184,21 @@ class ZRKIO_API ZRMBand : public XBand {
   double GetSceneOrient() const { return sceneOrient_; }
   /// Kept as it is; it turns no coordinates.
   void SetSceneOrient(double sceneOrient) { sceneOrient_ = sceneOrient; }
-  /// Of the sensor, above the ground, in metres; 0 for an unknown one.
+  /// The height of the sensor above the ground, in metres; 0 for an unknown one.
   int GetAltitude() const { return altitude_; }
   void SetAltitude(int altitude) { altitude_ = altitude; }
-  /// Of the line of sight against the vertical at the centre, in degrees; 0.0 for an unknown one. Radar bands have
-  /// three more in `XSarParam`.
+  /// The angle of the line of sight against the vertical at the centre, in degrees; 0.0 for an unknown one. Radar bands
+  /// have three more in `XSarParam`.
   double GetIncidenceAngle() const { return incidenceAngle_; }
   void SetIncidenceAngle(double incidenceAngle) { incidenceAngle_ = incidenceAngle; }
   /// When the image was taken, as the number that its file has; 0 for an unknown date. Files number dates in their own
   /// ways.
   long GetBandDate() const { return bandDate_; }
   void SetBandDate(long bandDate) { bandDate_ = bandDate; }
-  /// By what the image was taken, as the number that its file has; 0 for an unknown sensor.
+  /// The sensor, as the number that its file has; 0 for an unknown one.
   long GetBandSensor() const { return bandSensor_; }
   void SetBandSensor(long bandSensor) { bandSensor_ = bandSensor; }
-  /// Of the middle of the band, in the unit of its file; 0.0 for an unknown one.
+  /// The wavelength of the middle of the band, in the unit of its file; 0.0 for an unknown one.
   double GetWaveLength() const { return waveLength_; }
   void SetWaveLength(double waveLength) { waveLength_ = waveLength; }
   /// The sensor as text; empty for an unknown one.
@@ -233,7 +233,7 @@ class ZRKIO_API ZRMBand : public XBand {
     offsetX_ = offsetX;
     offsetY_ = offsetY;
   }
-  /// What they are multiplied with; 1.0 both at first.
+  /// What sensor columns and rows are multiplied with, after the offset is added; 1.0 both at first.
   void GetScale(double& scaleX, double& scaleY) const {
     scaleX = scaleX_;
     scaleY = scaleY_;

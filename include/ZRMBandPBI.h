@@ -42,9 +42,9 @@ class ZRKIO_API ZRMBandPBI : public ZRMBandChannels<ZRMBandDRIO> {
   ~ZRMBandPBI() override;
 
   /// Opens a store in place of an earlier one and takes over its place. Returns 1 or 0; no read may be under way, and
-  /// the thread is not used. On 0 `err` is "Fail to read PBI file" where the file can't be opened. Under the compatible
-  /// policy a file that is not there is made, and stays empty; `err` stays empty for a file that is no store and for a
-  /// store without tiles. Under the exact one no file is made, and `err` goes on with the reason.
+  /// the thread is not used. If the file can't be opened, `err` is "Fail to read PBI file". Under the compatible policy
+  /// a missing file is created and stays empty. `err` then stays empty for a file that is no store and for a store
+  /// without tiles. Under the exact policy no file is created, and the reason follows in `err`.
   int ReadFile(XString path, XString& err, XThread* thread);
 
   /// The lowest and the highest number of a level; INT_MAX and INT_MIN for none.

@@ -9,8 +9,8 @@
 class XThread;
 
 /// One channel of a TXID store: an image of square tiles in blocks of DXT1, of which only some exist. An index file
-/// with the extension txi tells which, and data files with the extension txd beside it hold them. The channels are red,
-/// green, blue and alpha; pixels of tiles that do not exist are 0 in all four.
+/// with the extension txi tells which tiles exist. Data files with the extension txd beside it hold the tiles. The
+/// channels are red, green, blue and alpha; pixels of tiles that do not exist are 0 in all four.
 ///
 /// The band without a master owns the store. Further bands are made with it as their master, show one channel each, and
 /// must not outlive it. Any number of threads may read: each has results and a last request of its own, which end with
