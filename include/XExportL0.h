@@ -26,8 +26,8 @@ class ZRMCompManager;
 /// first over `backColour`.
 ///
 /// Rows of tiles run from the south, and rows of pixels in a tile too. In the compatible policy the first row of tiles
-/// ends at the lower edge of the bounds, and a `tileSize` below 64 gives pictures of that size in the lower left of
-/// their tiles. In the exact policy the first row begins at the lower edge, and pictures fill their tiles.
+/// ends at the lower edge of the bounds. With a `tileSize` below 64, pictures of that size then lie in the lower left
+/// of their tiles. In the exact policy the first row begins at the lower edge, and pictures fill their tiles.
 ///
 /// Further reasons: "Fail to allocate L0 data memory" for pixel sizes that are not positive numbers, bounds without a
 /// pixel, and tiles or images beyond what memory and files hold; "Fail to create backbuffer for exporting L0 Data";

@@ -16,8 +16,8 @@ class XSpatialReference;
 class XThread;
 class ZRMBand;
 
-// What the library knows of formats, for programs that do not care which one a file has: one call opens whatever it is,
-// and what differs between formats is asked here and not by an id or a class.
+// What the library knows of formats, for programs that do not care which format a file has. One call opens a file of
+// any format. Programs ask here what differs between formats, and need no id or class.
 
 /// All formats, by id.
 ZRKIO_API std::span<const tagXFormat> XfnGetFormats();

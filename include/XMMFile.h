@@ -57,8 +57,8 @@ class ZRKIO_API XMMFile {
   bool IsOpen() const { return file_ != nullptr; }
   bool IsWritable() const { return isWritable_; }
 
-  /// Moves the position. False where that would not lie on a byte of the file, be it the one just behind the last: the
-  /// position stays, and the sentence is "Seek request lies outside file boundary."
+  /// Moves the position, at most to just behind the last byte. False for a position outside the file: the old position
+  /// stays, and the sentence is "Seek request lies outside file boundary."
   bool Seek(std::int64_t offset, int origin);
 
   /// Copies up to `count` bytes from the position on and moves it; answers how many. Fewer mean the end of the file, or

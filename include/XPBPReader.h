@@ -46,8 +46,8 @@ class ZRKIO_API XPBPReader {
 
   /// The `count` places that are nearest to a longitude and a latitude in degrees, the nearest first, and of equally
   /// near ones the one that was added first. Distances are those along great circles of a sphere of the earth's mean
-  /// radius, 6,371,008.8 m. The first coordinate of each place is taken as its longitude and the second as its
-  /// latitude; places that are not on earth are passed over, so that there may be fewer. A latitude beyond the poles, a
+  /// radius, 6,371,008.8 m. The first coordinate of each place is taken as its longitude, and the second as its
+  /// latitude. Places that are not on earth are left out, so there may be fewer results. A latitude beyond the poles, a
   /// longitude that is not finite, and a count below 1 are refused.
   int FindNearest(double longitude, double latitude, int count, std::vector<tagXPlace>& places, XString& err) const;
 
@@ -56,8 +56,8 @@ class ZRKIO_API XPBPReader {
 };
 
 /// Checks a PBP file from end to end: its length against the number of its records, and that each table has every
-/// record once and in order. Returns 1 where the check went through, whatever it found; or 0 with the reason in `err`:
-/// the file is no PBP file, can't be read or has more records than the limits allow (XLimits.h), or the thread was
-/// asked to stop, which leaves `err` empty. The thread, which may be null, is told the progress. It takes 8 bytes of
-/// memory a record.
+/// record once and in order. Returns 1 if the check went through, whatever it found; or 0 with the reason in `err`. It
+/// returns 0 for a file that is no PBP file, that can't be read, or that has more records than the limits allow
+/// (XLimits.h). If the thread was asked to stop, it returns 0 and `err` stays empty. The thread, which may be null, is
+/// told the progress. It takes 8 bytes of memory a record.
 ZRKIO_API int XfnCheckPlaces(const XString& path, tagXPlaceReport& report, XString& err, XThread* thread = nullptr);

@@ -35,7 +35,7 @@ class ZRKIO_API XRSFile2JP2 {
   /// In place of rates, the quality of the last layer: the ratio of the peak signal to the noise in each tile, in
   /// decibels. 0, as at first, stands for none. Layers before the last one lead there in equal steps.
   void SetPsnr(double decibels) { psnr_ = decibels; }
-  /// How many reduced resolutions can be read, 0 to 32, and no more than leave a pixel of a tile. -1, as at first, is
+  /// The number of reduced resolutions, 0 to 32, and no more than leave a pixel of a tile. -1, the initial value, is
   /// the writer's choice: 5, or as many as bring the image down to 512 pixels.
   void SetLevels(int numLevels) { numLevels_ = numLevels; }
   /// The side of a tile in pixels. 0, as at first, is the writer's choice: 1,024, or what suits an image with very many

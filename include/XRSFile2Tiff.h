@@ -38,7 +38,7 @@ class ZRKIO_API XRSFile2Tiff {
   /// change of its bands. It has to outlive the saves.
   void SetXRSFile(XRSFile* file);
 
-  /// Returns 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, a file that can't
+  /// Returns 1, or 0 with the reason in `err`. `err` stays as it was for an empty path, no dataset, a file that can't
   /// be opened, and a stop by `thread`, which may be null. The coordinate system and the world file never fail a save.
   int Save(XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
 

@@ -64,7 +64,9 @@ class ZRKIO_API XRSFileIO {
   /// One band of heights in metres; unknown heights are 0.
   static int LoadFileDTED(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
+  /// One band a channel, where a decoder of MrSID is installed; see `ZRMBandMrSID`.
   static int LoadFileSID(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// JPEG 2000 files and codestreams, one band a component; see `ZRMBandJ2K`.
   static int LoadFileJP2(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
   /// One frame, of one grey band, which has no level data.
   static int LoadFileCIB(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
@@ -74,15 +76,21 @@ class ZRKIO_API XRSFileIO {
   /// policy the level mode is the band's own, and the caller's has no part in it.
   static int LoadFileHAWK(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
+  /// The bands of the first image of a NITF file; see `ZRMBandNITF`.
   static int LoadFileNITFIMG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                              XThread* thread);
+  /// One band a layer; see `ZRMBandHFA`.
   static int LoadFileHFA(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
   /// One band of bytes.
   static int LoadFileHDF4(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
+  /// One band a channel, where a decoder of ECW is installed; see `ZRMBandECW`.
   static int LoadFileECW(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// Four bands, red, green, blue and alpha, of a store of pictures of the globe; see `ZRMBandPBI`.
   static int LoadFilePBI(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// One band of heights of a store of the globe; see `ZRMBandPBE`.
   static int LoadFilePBE(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// Four bands, red, green, blue and alpha, of a sparse tile store; see `ZRMBandTXID`.
   static int LoadFileTXID(XRSFile* file, XString path, XString& err, XThread* thread);
 
   // Vector loaders. On success the dataset has one more `ZRMVand`, and its name and path are `path`. `sr` may be null;

@@ -112,8 +112,8 @@ class ZRKIO_API XRSFileSaver {
   /// All spectral signatures.
   void CopySIGDataSetAll(XRSFile* dataset);
 
-  /// For level files: the image that they are made of, by its length in bytes, the times of its last modification and
-  /// last change in nanoseconds since 1970, and the fingerprint of its bytes.
+  /// For level files: writes which image they are made of. It is described by its length in bytes, the times of its
+  /// last modification and last change in nanoseconds since 1970, and the fingerprint of its bytes.
   void WriteLevelImage(std::int64_t length, std::int64_t modified, std::int64_t changed, std::uint64_t fingerprint);
 
   /// The text so far. Its declaration names ISO-8859-1, and texts of the dataset are in it byte for byte. It may be

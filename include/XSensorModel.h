@@ -10,9 +10,9 @@ class ZRMBand;
 ///
 /// Positions are columns and rows with fractions, whole numbers being the centres of pixels. Places are longitude and
 /// latitude in degrees on WGS 84, heights in metres above its ellipsoid. Arrays belong to the caller and hold `count`
-/// numbers each. What has no answer becomes not a number in all its outputs: a ray that misses the earth, a place that
-/// the sensor did not see, and in the exact policy a place where the terrain has no height. Each call answers how many
-/// of `count` have an answer.
+/// numbers each. A place without an answer becomes NaN in all its outputs. That is a ray that misses the earth, a place
+/// that the sensor did not see, and in the exact policy a place where the terrain has no height. Each call answers how
+/// many of `count` have an answer.
 ///
 /// Nothing is allocated for a point. Any number of threads may ask at once, but the terrain is set before they do.
 class ZRKIO_API XSensorModel {

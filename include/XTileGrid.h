@@ -16,6 +16,6 @@ ZRKIO_API double XfnGetTileSize3D(int level);
 ZRKIO_API void XfnGetRowColFromGeo(int level, double lon, double lat, int& row, int& col);
 
 /// The same for tiles of `tileSize` degrees, but a place on an edge of a tile belongs to the tile below or west of it:
-/// 1e-09 is taken off both coordinates first. The upper right corner of a range is asked for in this way, so that it
-/// lies in the last tile of the range; the lower left corner is asked for by level.
+/// 1e-09 is taken off both coordinates first. Use this form for the upper right corner of a range, so that it lies in
+/// the last tile of the range. Use the form by level for the lower left corner.
 ZRKIO_API void XfnGetRowColFromGeo(double tileSize, double lon, double lat, int& row, int& col);

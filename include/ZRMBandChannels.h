@@ -5,9 +5,9 @@
 /// The frame of the bands of a file with several channels, of any number.
 ///
 /// The first band of the file is the master, which decodes all channels of a window in one read and keeps them for the
-/// thread that read. Each further band is a follower: it has a channel number, owns nothing of the file, and takes its
-/// channel of the master's last read on the same thread, if that was of the same level and window; otherwise it has the
-/// master read. The master has to outlive its followers.
+/// thread that read. Each further band is a follower. It has a channel number and owns nothing of the file. If the
+/// master's last read on the same thread was of the same level and window, the follower takes its channel of that read.
+/// Otherwise it has the master read. The master has to outlive its followers.
 template <class Base>
 class ZRKIO_API ZRMBandChannels : public ZRMBandFile<Base> {
  public:

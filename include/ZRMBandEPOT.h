@@ -25,9 +25,9 @@ class ZRKIO_API ZRMBandEPOT : public ZRMBand, public XTileSource {
   /// Returns null for a class derived from this one, since it may read in its own way.
   const XEPOT2D* GetTileStore() const override;
 
-  /// Beside what `XBand` tells: a buffer of the caller's own that `out` points to is filled in place, with as many
-  /// columns and rows as it has from the window's corner on its level. So `out` must be null or point to a buffer. One
-  /// that a band handed out before is not filled but replaced.
+  /// Does what `XBand` tells, and one thing more. If `out` points to a buffer of the caller's own, that buffer is
+  /// filled in place. It gets as many columns and rows as it has, from the window's corner on its level. So `out` must
+  /// be null or point to a buffer. One that a band handed out before is not filled but replaced.
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
   using ZRMBand::ReadSubset;
   /// Writes to level 0; the lower levels stay as they are until `BuildLowerLevelsForTIP`.

@@ -89,10 +89,10 @@ class ZRKIO_API ZRMBandJ2K : public ZRMBandChannels<ZRMBandDRIO> {
   int GetThreadEnv() const;
   void SetThreadEnv(int threadEnv);
 
-  /// Finds the place of an image of that size in the boxes of a file: the centre of its first pixel in `left` and
-  /// `upper`, that of its last in `right` and `lower`, and the pixel sizes. A box that has a transform and no system
-  /// that is known gives plain pixels. Returns 1, or 0 where no box places the image; the outputs stay as they were
-  /// then.
+  /// Finds the georeference of an image of that size in the boxes of a file. `left` and `upper` get the centre of its
+  /// first pixel, and `right` and `lower` the centre of its last pixel. The pixel sizes follow. A box that has a
+  /// transform and no system that is known gives plain pixels. Returns 1, or 0 where no box places the image; the
+  /// outputs stay as they were then.
   int ReadBoxes(XString path, int width, int height, XSpatialReference* sr, double& left, double& lower, double& right,
                 double& upper, double& xSize, double& ySize);
   /// Takes apart the data of a GeoJP2 box, which is a TIFF file of `size` bytes. `transform` has room for six numbers:

@@ -25,8 +25,8 @@ class XThread;
 ///   by taking nearest pixels at whole steps;
 /// - of several data files the first one stands for all.
 ///
-/// Under the exact policy level n has the pixels (x0 + i 2^n, y0 + j 2^n) at every level, overviews and single pixels
-/// are read, and a tile whose data is missing fails its reads.
+/// Under the exact policy level n has the pixels (x0 + i 2^n, y0 + j 2^n) at every level. Overviews and single pixels
+/// are read from the file. A tile whose data is missing fails its reads.
 class ZRKIO_API ZRMBandTXID : public ZRMBand {
   X_DECLARE_RUNTIME_CLASS
   /// Null makes the owner of a store. With a master this is a further channel, which takes over size and place. Not
