@@ -1,6 +1,6 @@
 // The two files of a new store, published so that a reader never meets an index beside the data of another store. The
-// old index is removed first, then the data file takes its name, and the new index comes last. A reader that opens the
-// store meanwhile finds no index.
+// old index is put aside first, then the data file takes its name, and the new index comes last. A reader that opens
+// the store meanwhile finds no index. If a step fails, the old files come back.
 
 #include "tiles/txid/TxidOutput.h"
 
