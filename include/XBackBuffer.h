@@ -34,7 +34,7 @@ inline constexpr XColour kSetBackColour = 0xFFFFFFFF;
 /// centre of the pixel in row j lies at y = centre - (j + 0.5 - height / 2) * step.
 ///
 /// One thread uses a buffer at a time. Threads that draw at once have a buffer each, and may draw the same composites.
-/// A device context is not looked at and may be null. Nothing throws but the constructor, where memory ran out.
+/// A device context is ignored and may be null. Nothing throws but the constructor, where memory ran out.
 class ZRKIO_API XBackBuffer {
  public:
   /// A buffer without pixels.
@@ -71,7 +71,7 @@ class ZRKIO_API XBackBuffer {
   const XSpatialReference& GetSR() const;
 
   /// Fills a rectangle, or the whole picture for null, with a colour at the set opacity; `kSetBackColour` is the colour
-  /// that was set. What lies outside the picture is passed over.
+  /// that was set. Pixels outside the picture are ignored.
   void Clear(XColour colour, const RECT* rect);
   /// Copies the picture as a bitmap of 24 bits has it: rows from the bottom up, pixels as blue, green, red. `pixels`
   /// has room for `height` rows of `rowBytes` bytes: 3 * width for packed rows, `XfnCalcDIBWidthBytes(width, 24)` for

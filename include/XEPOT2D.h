@@ -18,9 +18,9 @@ enum XStoreCompression { kCompressionNone = 0, kCompressionTiles = 3, kCompressi
 /// A tiled pyramid over a byte range of a file: the images 0 to `levels` of one band, image k reduced by 2^k, each cut
 /// into tiles.
 ///
-/// An uncompressed store keeps every tile whole, so that its size and the place of every tile
-/// follow from the parameters alone. A compressed one keeps each tile as a blob behind a table of
-/// offsets, and is read only. The layout of both is told in docs/FORMATS.md.
+/// An uncompressed store keeps every tile whole, so that its size and the offset of every tile follow from the
+/// parameters alone. A compressed store keeps each tile as a blob behind a table of offsets, and is read only.
+/// docs/FORMATS.md has the layout of both.
 ///
 /// Reads take no lock and may come from many threads at once. Writes of windows that share no tile may, too.
 class ZRKIO_API XEPOT2D {
@@ -59,8 +59,8 @@ class ZRKIO_API XEPOT2D {
 
   /// Fills the images below level 0, as far as they depend on the window x0..x1 by y0..y1 of it, which may reach beyond
   /// the image. A sample is the mean of four samples of the image above. Samples equal to `nullValue` are left out; if
-  /// all four are, the result is `nullValue`. Means of integers are rounded half away from zero. With `thematic` it is
-  /// the most frequent of the four, of those as frequent the first. Returns 1 or 0.
+  /// all four are, the result is `nullValue`. Means of integers are rounded half away from zero. With `thematic` the
+  /// sample is the most frequent of the four; of equally frequent ones the first counts. Returns 1 or 0.
   int BuildLowerLevels(double nullValue, int x0, int x1, int y0, int y1, bool thematic);
 
   /// What is behind, for code of the library that handles whole tiles; null before `SetImage`.

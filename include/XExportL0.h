@@ -38,7 +38,7 @@ ZRKIO_API int XfnExport2L0Data_Image(XString path, ZRMCompManager* manager, doub
 
 /// The heights of band 0 of all composites at the centres of the pixels; the first composite is on top. The heights
 /// have the data type of the bands, or REAL32 if the types of the bands differ. Pixels without a height are 0. Tiles
-/// and their rows run from the north. The back colour is not looked at.
+/// and their rows run from the north. The back colour is ignored.
 ///
 /// Further reasons: "Fail to create mosaic DEM data band" where no composite has a band that can be placed, for pixel
 /// sizes that are not positive numbers, and for bounds without a pixel; "Fail to create output L0 DEM File"; "Fail to

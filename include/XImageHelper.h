@@ -9,8 +9,8 @@ class ZRMCompManager;
 
 /// Renders a rectangle of the manager's world to a JPEG file of quality 90: its width over `xPixelSize` by its height
 /// over `yPixelSize` pixels, rounded, at least 1 each. Composites are drawn from the last to the first over black,
-/// pixels that are larger than those of the source as means. The device context is not looked at. A file that was there
-/// is replaced.
+/// pixels that are larger than those of the source as means. The device context is ignored. A file that was there is
+/// replaced.
 ///
 /// Returns 1; or 0 with the reason in `err`, and then no file is left. The reasons are "Invalid ZRM composite manager"
 /// and "Fail to create output JPEG File", and what the encoder says. "Invalid output image size" stands for a rectangle

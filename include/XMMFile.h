@@ -31,9 +31,9 @@ class ZRKIO_API XMMFile {
   XMMFile();
   virtual ~XMMFile();
 
-  /// Opens a file, closing what was open before: for reading and writing where `mode & 3`, otherwise for reading alone.
-  /// Others may read it meanwhile, and none may write; a file that another has open for writing fails the opening for
-  /// writing. A file that is not there is made, and then fails because it is empty. False, with the object closed:
+  /// Opens a file and closes an earlier one. It is open for reading and writing if `mode & 3` is nonzero, otherwise for
+  /// reading alone. Others may read it meanwhile, and none may write. If another has it open for writing, an opening
+  /// for writing fails. A missing file is made, and then fails because it is empty. False, with the object closed:
   ///   "Error encountered during file open."      it can't be opened or made
   ///   "Cannot open zero byte file."              it is empty, and stays
   ///   "Failed to create file mapping object."    its length can't be told

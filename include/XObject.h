@@ -24,7 +24,7 @@ class ZRKIO_API XRuntimeClass {
   int objectSize;
   /// The version of the class in archives: 1 for every class here.
   unsigned schema;
-  /// Makes an object of the class. Returns null for every class here, since loaders and callers make them.
+  /// Makes an object of the class. Null for every class here, since loaders and callers make them.
   XObject* (*createObject)();
   /// The record of the direct base class; null for `XObject`.
   const XRuntimeClass* baseClass;

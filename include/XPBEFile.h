@@ -43,8 +43,8 @@ class ZRKIO_API XPBEFile {
   ~XPBEFile();
 
   /// Adds a level of the whole earth, or of a range of tiles, to the header. A post takes 4 bytes, or 16 with normals.
-  /// After `Create` it changes the header in memory only. Tiles of a size below 1 have no bytes, and there are none of
-  /// them. False without a header, without memory, and for tiles of a size that no int holds in bytes.
+  /// After `Create` it changes the header in memory only. A tile size below 1 makes a level without tiles. False
+  /// without a header, without memory, and for tiles whose bytes no int can count.
   bool AddLevel(int level, int tileWidth, int tileHeight);
   bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight);
 
@@ -65,10 +65,10 @@ class ZRKIO_API XPBEFile {
 
   /// All floats of a tile in a new array, which the caller releases by `delete[]`: the posts, then the normals where
   /// there are any. 16-bit posts become floats. `size` becomes the bytes of the array. Returns null where there is no
-  /// such tile; what can't be read of one is zero.
+  /// such tile; posts that can't be read are zero.
   float* GetElevationData(int level, int row, int col, int& size) const;
-  /// The bytes of a tile as they are in the file, whatever its version, with its size. What can't be read of them is
-  /// zero. False leaves the buffer alone, its array with it.
+  /// The bytes of a tile as they are in the file, whatever its version, with its size. Bytes that can't be read are
+  /// zero. On false the buffer stays as it was, with its array.
   bool GetElevationData(int level, int row, int col, XPBEReadBuffer* buffer) const;
   /// The normals of a tile, in a new array that the caller releases by `delete[]`. `size` becomes their bytes. Returns
   /// null for a store without normals, and where there is no such tile.

@@ -68,8 +68,8 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// Whether there is a header to work with.
   virtual bool IsUsable() const;
 
-  /// The bytes of a tile, with its size and type. What can't be read of them is zero. False leaves the buffer alone,
-  /// its array with it.
+  /// The bytes of a tile, with its size and type. Bytes that can't be read are zero. On false the buffer stays as it
+  /// was, with its array.
   virtual bool GetDXTdata(int level, int row, int col, XPBIReadBuffer* buffer) const;
   /// The same in a new array, which the caller releases by `delete[]`; `size` becomes its length. Null leaves `size`
   /// alone.

@@ -21,7 +21,7 @@ namespace Vexorine::ZRL::IO {
 /// `AddPName` comes first, as often as needed, then `BuildPointCloud`, then `Export2PBP`. Nothing is thrown. An object
 /// belongs to one thread; only `Cancel` may come from another.
 ///
-/// The two read policies (XReadPolicy.h) differ in `Export2PBP`, which goes by the default policy of the moment.
+/// The two read policies (XReadPolicy.h) differ in `Export2PBP`, which uses the default policy of the moment.
 class ZRKIO_API XPBPProviderExporter {
  public:
   XPBPProviderExporter();

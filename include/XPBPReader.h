@@ -13,12 +13,12 @@ namespace zrk {
 class PbpFile;
 }
 
-/// Finds places in a PBP file (docs/FORMATS.md). The tables of the file are searched by halves, and only what a search
-/// touches is read, so that a file opens at once however large it is.
+/// Finds places in a PBP file (docs/FORMATS.md). The tables of the file are searched by halves. A search reads only the
+/// records that it touches, so that a file of any size opens at once.
 ///
-/// Operations answer 1, or 0 with the reason in `err` and the results as they were. Nothing is thrown. What a file says
-/// is not trusted: a table that names a record which is not there fails the search. A table out of order can hide
-/// places; `XfnCheckPlaces` tells. Any number of threads may search one object that nothing opens or closes meanwhile.
+/// Operations answer 1, or 0 with the reason in `err` and the results as they were. Nothing is thrown. The file is not
+/// trusted: a search fails if a table names a record beyond the records. A table out of order can hide places, and
+/// `XfnCheckPlaces` finds that. Any number of threads may search one object that nothing opens or closes meanwhile.
 class ZRKIO_API XPBPReader {
  public:
   XPBPReader();
@@ -26,8 +26,8 @@ class ZRKIO_API XPBPReader {
   XPBPReader(const XPBPReader&) = delete;
   XPBPReader& operator=(const XPBPReader&) = delete;
 
-  /// Opens a file in place of the one that was open. Refused are files that do not begin as a PBP file, and those whose
-  /// length is not the one that the number of their records needs. Then nothing is open.
+  /// Opens a file in place of the one that was open. A file is refused if it does not begin as a PBP file, or if its
+  /// length does not fit the number of its records. Then nothing is open.
   int Open(const XString& path, XString& err);
   void Close();
   bool IsOpen() const { return file_ != nullptr; }

@@ -125,7 +125,7 @@ class ZRKIO_API XRSFileIO {
 
   /// The corners of a file, without its pixels being looked at. `x` and `y` have room for four values each, which are
   /// `kNotSet` where nothing else is known. Returns 1 for a native raster, and for a TIFF file with geokeys; 0 for
-  /// other files, for what can't be opened, and for null arrays.
+  /// other files, for files that can't be opened, and for null arrays.
   ///
   /// Of a native raster with a spatial reference they are the lower left, lower right, upper right and upper left
   /// corner in its own system. Of a native raster without one they come from its sets of control points named

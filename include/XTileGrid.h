@@ -12,7 +12,7 @@ ZRKIO_API double XfnGetTileSize3D(int level);
 
 /// The tile of a level that a place lies in, its lower and left edges included. A place below latitude -90 or west of
 /// longitude -180 is in row or column -1 or below. Nothing is cut at the other end: latitude 90 is in row 10 * 2^L, one
-/// past the last. What no int holds gives the nearest one; what is not a number gives INT_MIN.
+/// past the last. A number beyond the range of an int gives the nearest int, and NaN gives INT_MIN.
 ZRKIO_API void XfnGetRowColFromGeo(int level, double lon, double lat, int& row, int& col);
 
 /// The same for tiles of `tileSize` degrees, but a place on an edge of a tile belongs to the tile below or west of it:

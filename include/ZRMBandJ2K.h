@@ -11,7 +11,7 @@ class XThread;
 
 /// A box of a JPEG 2000 file, as its head tells it.
 struct tagXJp2Box {
-  XString type;               ///< four characters; a dot stands in place of what can't be printed
+  XString type;               ///< four characters; a dot stands in place of one that can't be printed
   std::int64_t offset = 0;    ///< of the head in the file
   std::int64_t numBytes = 0;  ///< with the head, as far as the file has them
   int depth = 0;              ///< how many boxes this one lies within

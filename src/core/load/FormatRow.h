@@ -93,19 +93,19 @@ struct FormatRow {
 
   /// Null where the words in `format.extensions` are all the extensions.
   const ExtensionRule* extensionRule = nullptr;
-  /// Whether a file begins as files of this format do. Returns null where first bytes tell nothing.
+  /// Whether a file begins as files of this format do. Null where first bytes tell nothing.
   bool (*isContent)(FileHead head) = nullptr;
-  /// Whether a file whose extension says so may be of this format. Returns null where `isContent` tells that as well.
+  /// Whether a file whose extension says so may be of this format. Null where `isContent` tells that as well.
   bool (*mayBeContent)(FileHead head) = nullptr;
   /// Whether a file whose extension belongs to no format is one of a set of this format, by its name and by what lies
-  /// beside it. It is asked before first bytes. Returns null where files stand alone.
+  /// beside it. It is asked before first bytes. Null where files stand alone.
   bool (*isOfSet)(const XString& path) = nullptr;
 
   // How it is opened. One of the two, or none where this build can't read the format.
 
   int (*loadRaster)(const RasterCall& call) = nullptr;
   int (*loadVector)(const VectorCall& call) = nullptr;
-  /// Opens the bands alone, for formats whose images are files of this one; see `OpenBandsOf`. Returns null where no
+  /// Opens the bands alone, for formats whose images are files of this one; see `OpenBandsOf`. Null where no
   /// other format has such images.
   std::vector<std::unique_ptr<ZRMBand>> (*openBands)(const RasterCall& call) = nullptr;
   /// Whether `LoadFileVector` takes the id.
