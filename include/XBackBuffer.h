@@ -43,7 +43,7 @@ class ZRKIO_API XBackBuffer {
   XBackBuffer(const XBackBuffer&) = delete;
   XBackBuffer& operator=(const XBackBuffer&) = delete;
 
-  /// Makes the buffer ready for `Resize`. What it held is lost. Returns 1, or 0 for any kind but `kBackBufferInMemory`,
+  /// Makes the buffer ready for `Resize`. Its pixels are lost. Returns 1, or 0 for any kind but `kBackBufferInMemory`,
   /// and where memory ran out.
   int Create(HDC dc, int kind);
   /// Sets the size in pixels; all of them are black after it. Returns 1, or 0 with the buffer as it was. It fails
@@ -75,9 +75,9 @@ class ZRKIO_API XBackBuffer {
   void Clear(XColour colour, const RECT* rect);
   /// Copies the picture as a bitmap of 24 bits has it: rows from the bottom up, pixels as blue, green, red. `pixels`
   /// has room for `height` rows of `rowBytes` bytes: 3 * width for packed rows, `XfnCalcDIBWidthBytes(width, 24)` for
-  /// those of a bitmap. Of a larger picture that many columns from the left and rows from the bottom are copied. Pixels
-  /// beyond a smaller picture become 0, and so do the padding bytes of each row. Returns 1, or 0 with nothing written:
-  /// for null, for sizes that are not positive, for rows that are too short, and before `Resize`.
+  /// those of a bitmap. If the picture is larger, that many columns from the left and rows from the bottom are copied.
+  /// Pixels beyond a smaller picture become 0, and so do the padding bytes of each row. Returns 1, or 0 with nothing
+  /// written: for null, for sizes that are not positive, for rows that are too short, and before `Resize`.
   int ReadDIB24(int width, int height, std::int64_t rowBytes, unsigned char* pixels) const;
   /// The pixels themselves, packed rows in the order of `ReadDIB24`; null before `Resize`. They stay the buffer's and
   /// are valid until its next `Create` or `Resize`.

@@ -29,5 +29,5 @@
 /// Any thread may call this at any time. A smaller number than before empties the cache. Only blocks that reads on
 /// other threads are copying from at this moment stay until these reads are done with them.
 ZRKIO_API void XfnSetBlockCacheBytes(std::int64_t numBytes);
-/// What was granted last.
+/// The bytes that were granted last.
 ZRKIO_API std::int64_t XfnGetBlockCacheBytes();

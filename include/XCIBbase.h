@@ -45,8 +45,8 @@ struct tagComponentRPF {
 /// components by which the sections are found. One thread uses an object at a time.
 ///
 /// The readers of sections take the head of the file, which the caller holds in memory, and the open file behind it.
-/// What lies wholly in the head is taken from it, anything else is read from the file; either may be null. Nothing here
-/// throws.
+/// Bytes that lie wholly in the head are taken from it, and others are read from the file. Either may be null. Nothing
+/// here throws.
 class ZRKIO_API XCIBbase {
  public:
   XCIBbase();

@@ -48,7 +48,7 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   ~XCIBframe() override;
 
   /// Loads the coverage, and the colours and the image as far as the flags ask; 1 or 0. Colours that can't be read fail
-  /// no load. What was loaded before is gone in either case.
+  /// no load. An earlier frame is dropped in either case.
   int LoadFile(const XString& path, int withColor, int withImage);
   /// Loads the frame in its colours: `planes` gets 1536 x 1536 bytes for each of the `GetNumChannels` colour planes,
   /// one plane behind the other. It is the same as mapping the image of `LoadFile` through the planes of the colour

@@ -63,7 +63,7 @@ class ZRKIO_API XEPOT2D {
   /// sample is the most frequent of the four; of equally frequent ones the first counts. Returns 1 or 0.
   int BuildLowerLevels(double nullValue, int x0, int x1, int y0, int y1, bool thematic);
 
-  /// What is behind, for code of the library that handles whole tiles; null before `SetImage`.
+  /// The inner store, for code of the library that handles whole tiles; null before `SetImage`.
   const std::shared_ptr<zrk::PyramidStore>& GetStore() const { return store_; }
 
  private:

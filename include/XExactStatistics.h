@@ -22,6 +22,6 @@ class ZRMBand;
 /// `thread` may be null. It gets the percentage, and its state word stops the work; its result code stays as it is.
 ///
 /// Returns 1, or 0 where any read fails, the thread is stopped, or a band is null, has no pixels or samples that are no
-/// scalars. All fields then stay as they were, and `XfnGetLastReadError` has the reason. Nothing is thrown. Nobody else
-/// may change or measure the bands meanwhile; reads of them may go on.
+/// scalars. All fields then stay as they were, and `XfnGetLastReadError` has the reason. Nothing is thrown. No other
+/// thread may change or measure the bands meanwhile. Other threads may read them.
 ZRKIO_API int XfnCalcExactStatistics(std::span<ZRMBand* const> bands, int withHistogram, XThread* thread = nullptr);

@@ -34,8 +34,8 @@ class ZRKIO_API XPBPProviderExporter {
   int AddPName(double first, double second, XString name);
 
   /// Keeps the version characters for the header and builds both tables, the one by the first coordinate first. In a
-  /// table smaller coordinates come first, and of equal ones the record that was added later. What is not a number
-  /// comes last, and both zeros are equal.
+  /// table smaller coordinates come first, and of equal ones the record that was added later. NaNs come last, and both
+  /// zeros are equal.
   ///
   /// A thread, which may be null, is told the progress of each table from 0 to 100: after record 0, after each
   /// hundredth of the records, and after the last one. If its state word is not 0 at such a report the build ends

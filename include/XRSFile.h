@@ -27,8 +27,8 @@ struct FileStatus;
 /// One opened dataset: its bands, vector sets and all that is stored about it as a whole.
 ///
 /// The dataset owns what is added to it and deletes it with itself, followers before their master, and all bands before
-/// the file. What is added has to come from `new` and is added to one dataset only. Getters hand out pointers that stay
-/// the dataset's and are valid as long as it. A new dataset is empty.
+/// the file. Every object that is added has to come from `new`, and is added to one dataset only. Getters hand out
+/// pointers that stay the dataset's and are valid as long as it. A new dataset is empty.
 ///
 /// One thread fills, changes and destroys it. After that many threads may call the getters and read its bands at once.
 /// Where memory runs out, what was to be added is deleted and `std::bad_alloc` is raised.

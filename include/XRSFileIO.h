@@ -127,14 +127,14 @@ class ZRKIO_API XRSFileIO {
   /// `kNotSet` where nothing else is known. Returns 1 for a native raster, and for a TIFF file with geokeys; 0 for
   /// other files, for files that can't be opened, and for null arrays.
   ///
-  /// Of a native raster with a spatial reference they are the lower left, lower right, upper right and upper left
-  /// corner in its own system. Of a native raster without one they come from its sets of control points named
+  /// For a native raster with a spatial reference they are the lower left, lower right, upper right and upper left
+  /// corner in its own system. For a native raster without one they come from its sets of control points named
   /// "BOUNDING_GCP". A set of n points sets the first n corners, four at most. All of these get the map coordinates of
   /// one point: the point whose number is that of the set in the list. Raises `std::invalid_argument` if a set with
   /// points lacks that point.
   ///
-  /// Of a TIFF file they are its first four tie points, or as many as there are, in longitude and latitude on WGS 84
-  /// where its system is known. A file that has a pixel scale lists no corners that way, so none is set.
+  /// For a TIFF file they are its first four tie points, or as many as there are. They are in longitude and latitude on
+  /// WGS 84 if its system is known. A file with a pixel scale does not list its corners in this way, so none is set.
   static int GetGeoBounding(XString path, double* const x, double* const y);
   /// As above, and tells whether the corners are longitude and latitude on WGS 84; otherwise they are as the file has
   /// them.

@@ -289,7 +289,8 @@ class ZRKIO_API ZRMBand : public XBand {
   /// Whether the band has radar parameters, that is a mode other than 0. Files keep them for such bands alone.
   bool IsSarBand() const { return sarParam_.mode != 0; }
 
-  /// In hertz, as the other frequencies; angles are in degrees, lengths in metres, times in seconds.
+  /// The frequency of the middle of the transmitted band. Here frequencies are in hertz, angles in degrees, lengths in
+  /// metres and times in seconds.
   double GetCarrierFrequency() const { return sarParam_.carrierFrequency; }
   void SetCarrierFrequency(double value) { sarParam_.carrierFrequency = value; }
   /// The range of frequencies that a pulse sweeps.
@@ -303,23 +304,23 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetUpChirp(int value) { sarParam_.upChirp = value; }
   /// True at first, as the flag is 0 then.
   bool IsDownChirp() const { return sarParam_.upChirp == 0; }
-  /// Of the received signal.
+  /// The samples a second of the received signal.
   double GetSamplingFrequency() const { return sarParam_.samplingFrequency; }
   void SetSamplingFrequency(double value) { sarParam_.samplingFrequency = value; }
   /// Pulses a second; 0.0 for an unknown number.
   double GetPRF() const { return sarParam_.prf; }
   void SetPRF(double value) { sarParam_.prf = value; }
-  /// At the near edge, the centre and the far edge of the swath.
+  /// The angles between the line of sight and the vertical, at the near edge, the centre and the far edge of the swath.
   double GetIncidenceAngleN() const { return sarParam_.incidenceAngleN; }
   void SetIncidenceAngleN(double value) { sarParam_.incidenceAngleN = value; }
   double GetIncidenceAngleC() const { return sarParam_.incidenceAngleC; }
   void SetIncidenceAngleC(double value) { sarParam_.incidenceAngleC = value; }
   double GetIncidenceAngleF() const { return sarParam_.incidenceAngleF; }
   void SetIncidenceAngleF(double value) { sarParam_.incidenceAngleF = value; }
-  /// Between the line of sight and the plane across the track.
+  /// The angle between the line of sight and the plane across the track.
   double GetSquintAngle() const { return sarParam_.squintAngle; }
   void SetSquintAngle(double value) { sarParam_.squintAngle = value; }
-  /// Of the antenna, along the track and across it.
+  /// The lengths of the antenna, along the track and across it.
   void GetAntennaLength(double& azimuth, double& range) const {
     azimuth = sarParam_.antennaLength[0];
     range = sarParam_.antennaLength[1];

@@ -73,7 +73,7 @@ class ZRKIO_API ZRMBandPBI : public ZRMBandChannels<ZRMBandDRIO> {
   /// store is open, where its file has no header any more, and where there is no memory.
   std::shared_ptr<Vexorine::ZRL::IO::XPBIFileInfo> ReadFileInfo() const;
   /// The blocks of a tile in a buffer of the calling thread, which its next read changes. Returns null for a level or a
-  /// tile that is not there and for one that can't be read. Of several levels of one number the first one counts.
+  /// tile that is not there and for one that can't be read. If several levels have one number, the first one counts.
   const unsigned char* GetDXTdata(int level, int row, int col, int& size);
   /// The same as pixels of R, G, B, A with the uppermost row first. All are 0 where there is no tile, and null is
   /// answered where there is no level, or no memory.
