@@ -5,13 +5,13 @@
 #include <vector>
 
 /// A growing array whose elements lie one behind the other. Elements are copied in and out by value, and are destroyed
-/// with the array. What a pointer element points to is not owned: the caller deletes it.
+/// with the array. The array does not own the object that a pointer element points to: the caller deletes that object.
 ///
 /// Indices count from 0. An index outside the array raises `std::invalid_argument` and changes nothing. Memory that
 /// runs out raises `std::bad_alloc`.
 ///
 /// References, pointers and iterators into the array hold until the next `Add`, `SetSize`, `RemoveAt` or `RemoveAll`.
-/// Several threads may read one array at once. Whoever changes it has it alone.
+/// Several threads may read one array at once. No other thread may use an array while one changes it.
 template <class Element>
 class XArray {
  public:

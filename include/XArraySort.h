@@ -20,6 +20,7 @@ class XArraySort {
 
   explicit XArraySort(Compare compare) : compare_(compare) {}
 
+  /// The number of elements.
   int GetSize() const { return static_cast<int>(elements_.size()); }
   /// An index outside the array raises `std::invalid_argument`.
   const Element& GetAt(int index) const {

@@ -30,11 +30,11 @@ inline constexpr XColour kSetBackColour = 0xFFFFFFFF;
 ///     composite->Draw(&buffer, west, south, east, north, kResampleNearest, nullptr, nullptr);
 ///     buffer.ReadDIB24(256, 256, 256 * 3, pixels);
 ///
-/// The centre of the pixel in column i and row j lies at x = centre + (i + 0.5 - width / 2) * step and y = centre - (j
-/// + 0.5 - height / 2) * step, row 0 at the top.
+/// Row 0 is at the top. The centre of the pixel in column i lies at x = centre + (i + 0.5 - width / 2) * step. The
+/// centre of the pixel in row j lies at y = centre - (j + 0.5 - height / 2) * step.
 ///
 /// One thread uses a buffer at a time. Threads that draw at once have a buffer each, and may draw the same composites.
-/// A device context is not looked at and may be null. Nothing throws but the constructor, where memory ran out.
+/// A device context is ignored and may be null. Nothing throws but the constructor, where memory ran out.
 class ZRKIO_API XBackBuffer {
  public:
   /// A buffer without pixels.
@@ -43,18 +43,18 @@ class ZRKIO_API XBackBuffer {
   XBackBuffer(const XBackBuffer&) = delete;
   XBackBuffer& operator=(const XBackBuffer&) = delete;
 
-  /// Makes the buffer ready for `Resize`. What it held is lost. 1; 0 for any kind but `kBackBufferInMemory`, and where
-  /// memory ran out.
+  /// Makes the buffer ready for `Resize`. Its pixels are lost. Returns 1, or 0 for any kind but `kBackBufferInMemory`,
+  /// and where memory ran out.
   int Create(HDC dc, int kind);
-  /// Sets the size in pixels; all of them are black after it. 1; 0, with the buffer as it was, before `Create`, for
-  /// sizes that are not positive or beyond INT_MAX bytes in all, and where memory ran out.
+  /// Sets the size in pixels; all of them are black after it. Returns 1, or 0 with the buffer as it was. It fails
+  /// before `Create`, for sizes that are not positive or take more than INT_MAX bytes in all, and if memory runs out.
   int Resize(HDC dc, int width, int height);
   /// In pixels; 0 before `Resize`.
   int GetWidth() const;
   int GetHeight() const;
 
-  /// The colour of cleared pixels, white and opaque at first. An opacity of 1.0 covers what was there, 0.0 leaves it,
-  /// and between them the two are mixed; it is cut to that range, and what is not a number counts as 1.0.
+  /// The colour of cleared pixels, white and opaque at first. An opacity of 1.0 covers what was there, and 0.0 leaves
+  /// it. Values between mix the two. The opacity is cut to that range; one that is not a number counts as 1.0.
   void SetBackColor(XColour colour, double opacity);
   /// World units per pixel, 1.0 both at first. Sizes that are not finite or not positive make drawing fail.
   void SetWorldPerPixel(double xPixelSize, double yPixelSize);
@@ -71,13 +71,13 @@ class ZRKIO_API XBackBuffer {
   const XSpatialReference& GetSR() const;
 
   /// Fills a rectangle, or the whole picture for null, with a colour at the set opacity; `kSetBackColour` is the colour
-  /// that was set. What lies outside the picture is passed over.
+  /// that was set. Pixels outside the picture are ignored.
   void Clear(XColour colour, const RECT* rect);
   /// Copies the picture as a bitmap of 24 bits has it: rows from the bottom up, pixels as blue, green, red. `pixels`
   /// has room for `height` rows of `rowBytes` bytes: 3 * width for packed rows, `XfnCalcDIBWidthBytes(width, 24)` for
-  /// those of a bitmap. Of a larger picture that many columns from the left and rows from the bottom are copied; what
-  /// lies beyond a smaller one becomes 0, and so do the bytes behind a row. 1; 0, with nothing written, for null, sizes
-  /// that are not positive, rows that are too short, and before `Resize`.
+  /// those of a bitmap. If the picture is larger, that many columns from the left and rows from the bottom are copied.
+  /// Pixels beyond a smaller picture become 0, and so do the padding bytes of each row. Returns 1, or 0 with nothing
+  /// written: for null, for sizes that are not positive, for rows that are too short, and before `Resize`.
   int ReadDIB24(int width, int height, std::int64_t rowBytes, unsigned char* pixels) const;
   /// The pixels themselves, packed rows in the order of `ReadDIB24`; null before `Resize`. They stay the buffer's and
   /// are valid until its next `Create` or `Resize`.

@@ -13,9 +13,9 @@ class ZRMBand;
 
 /// The generic image plane: one channel of one image, addressed in full-resolution pixels whatever the level.
 ///
-/// **Windows** are inclusive and come as x0, x1, y0, y1 with 0 <= x0 <= x1 < width and 0 <= y0 <= y1 < height; x is the
-/// column, y the row, row 0 at the top. **Level** n means a reduction of 2^n; level 0 is full resolution. **Results**
-/// are 1 for success and 0 for failure, and a failed read leaves its outputs as they were.
+/// **Windows** are inclusive and come as x0, x1, y0, y1 with 0 <= x0 <= x1 < width and 0 <= y0 <= y1 < height. x is the
+/// column and y the row; row 0 is at the top. **Level** n means a reduction of 2^n; level 0 is full resolution.
+/// **Results** are 1 for success and 0 for failure, and a failed read leaves its outputs as they were.
 ///
 /// Several threads may read one band at once. Fields are set before the band is shared, or by one thread alone. No read
 /// throws. A band of a dataset is valid as long as the dataset. A buffer that a band hands out is never freed by the
@@ -31,9 +31,9 @@ class ZRKIO_API XBand : public XObject {
   /// every buffer have it, in the byte order of the machine.
   virtual int GetDataType() const;
 
-  // Lines and pixels. A horizontal line at level n stands for 2^n rows from `y` down, a vertical one for 2^n columns
-  // from `x` to the right, and both are read by `ReadSubset`, whose result they answer. The short forms read
-  // the whole width or height.
+  // Lines and pixels. A horizontal line at level n stands for 2^n rows from `y` down. A vertical line stands for 2^n
+  // columns from `x` to the right. Both call `ReadSubset` and return its result. The short forms read the whole width
+  // or height.
 
   /// The columns x0 to x1 of a row. At a level above 0 the rows y to y + 2^n - 1 have to lie in the band.
   virtual int ReadLineH(tagXArr2*& out, int level, int x0, int x1, int y);
@@ -69,32 +69,33 @@ class ZRKIO_API XBand : public XObject {
   /// The same from a buffer of one sample.
   virtual int WritePixel(tagXArr2* data, int x, int y, bool keepNull, double nullValue);
 
-  /// The level that suits a target of `width` by `height` pixels onto which the four-cornered area given by its corners
-  /// (world coordinates) is drawn. 0 for a band without such coordinates.
+  /// The level that suits a picture of `width` by `height` pixels. The picture shows the area between four corners in
+  /// world coordinates. Returns 0 for a band without such coordinates.
   virtual int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1,
                                        double cornerX2, double cornerY2, double cornerX3, double cornerY3, int width,
                                        int height);
-  /// The level that suits a target of `width` by `height` pixels onto which the window is drawn: the highest that
-  /// still has a pixel for each.
+  /// The level that suits a picture of `width` by `height` pixels of the window. It is the highest level that still has
+  /// a pixel for each pixel of the picture.
   virtual int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height);
 
   /// Bytes that a processing step may allow for one row: width times sample size times 10. It is cut to the range of an
   /// int, and 0 for a size that is not positive.
   virtual int CalcProcessWidthBytes();
 
-  /// As the form below, but gives the samples and their shape in place of the buffer. The samples belong to the band
-  /// and live as long as the buffer would.
+  /// As the form below, but gives the samples and their shape in place of the buffer. The samples belong to the band,
+  /// and are valid as long as that buffer.
   virtual int ReadSubset(void*& data, int& width, int& height, int level, int x0, int x1, int y0, int y1, int* cancel);
-  /// Reads a window. `out` receives a buffer that belongs to the band and lives until the calling thread's next read of
-  /// any band of the same file, since one read serves all its channels. It has ((x1 - x0 + 1) >> level) columns and
-  /// ((y1 - y0 + 1) >> level) rows, and where either is 0 the read fails; some bands hold full resolution only and say
-  /// so, so take the shape from the buffer. A read stops and fails when the word behind `cancel`, which may be null,
-  /// holds 1.
+  /// Reads a window. `out` receives a buffer that belongs to the band. The buffer is valid until the calling thread's
+  /// next read of any band of the same file, since one read serves all channels. The buffer has ((x1 - x0 + 1) >>
+  /// level) columns and ((y1 - y0 + 1) >> level) rows. If either number is 0, the read fails. Some bands answer every
+  /// level at full resolution, so take the shape from the buffer. `cancel` may be null. If the int behind it becomes 1,
+  /// the read stops and fails.
   virtual int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel);
 
   /// Writes what the band holds itself; 0 in every band here.
   virtual int WriteSubset(int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
-  /// `data` holds the window's samples row by row without gaps, and is not kept. 0 for null and for a window outside.
+  /// `data` holds the window's samples row by row without gaps, and is not kept. Returns 0 for null and for a window
+  /// outside.
   virtual int WriteSubset(void* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
   /// The buffer has the shape of the window; another one fails, with nothing written.
   virtual int WriteSubset(tagXArr2* data, int x0, int x1, int y0, int y1, bool keepNull, double nullValue);
@@ -102,24 +103,25 @@ class ZRKIO_API XBand : public XObject {
   /// The number of levels the band can serve. The base form is the level of `Xepot::CalcProperLevel` for the size and
   /// the tile size: 0 for an image within one tile.
   virtual int GetLevel();
-  /// The place of a window on its level and the size that a read returns: `left` is x0 >> level, `top` is y0 >> level.
-  /// 0 where the level leaves no column or no row of the window. The outputs then stay as they were; the same holds for
-  /// a window outside the band.
+  /// The position of a window on its level and the size that a read returns: `left` is x0 >> level, `top` is y0 >>
+  /// level. Returns 1, or 0 if the window lies outside the band or the level leaves no column or no row of it. On 0 the
+  /// outputs stay as they were.
   virtual int GetSubsetInfo(int level, int x0, int x1, int y0, int y1, int& left, int& top, int& width, int& height);
-  /// The edges of a window on its level, inclusive: x0, x1, y0 and y1, each >> level. 1, or 0 for a window outside the
-  /// band or a level below 0 or above 30, with the outputs as they were.
+  /// The edges of a window on its level, inclusive: x0, x1, y0 and y1, each >> level. Returns 1, or 0 for a window
+  /// outside the band or a level below 0 or above 30, with the outputs as they were.
   virtual int GetSubsetPos(int level, int x0, int x1, int y0, int y1, int& left, int& right, int& top, int& bottom);
 
-  /// Minimum, maximum, mean and deviation, and with a nonzero argument the histogram: estimated from the coarsest
-  /// level, or in the exact policy those of all pixels. Samples equal to the null value and samples that are not finite
-  /// are left out.
+  /// Sets minimum, maximum, mean and deviation, and with a nonzero argument the histogram. In the compatible policy
+  /// they are estimated from the coarsest level. In the exact policy they are those of all pixels. Samples equal to the
+  /// null value and samples that are not finite are left out.
   virtual int CalcStatistics(int withHistogram);
-  /// With `freeBuffers` nonzero, frees the calling thread's buffers, where free physical memory is at or below 20.0
-  /// percent or `force` is nonzero. 1; the base form has nothing to free.
+  /// With `freeBuffers` nonzero, frees the calling thread's buffers if `force` is nonzero or if at most 20.0 percent of
+  /// the physical memory is free. Returns 1. The base form has nothing to free.
   virtual int CleanupMemory(int freeBuffers, int force);
   /// Completes the lower levels of a pyramid store after its top level is written; only such stores do something.
   virtual int BuildLowerLevelsForTIP(double nullValue, int first, int last, int firstRow, int lastRow, bool thematic);
-  /// Takes over the fields of another band, all but its owner and output store; pixels stay where they are. 0 for null.
+  /// Takes over the fields of another band, all but its owner and output store; pixels stay where they are. Returns 0
+  /// for null.
   virtual int CloneBand(ZRMBand* source);
 
   // Fields.
@@ -127,11 +129,12 @@ class ZRKIO_API XBand : public XObject {
   /// Bytes of a sample, by the data type; 0 for code 0.
   int GetDataSize() const { return XfnGetDataSize(dataType_); }
 
-  /// How the band reads; that of `XfnSetDefaultReadPolicy` at first, and for the bands of a dataset the dataset's.
+  /// How the band reads. A new band has the policy of `XfnSetDefaultReadPolicy`, and a loader gives bands the policy of
+  /// their dataset.
   XReadPolicy GetReadPolicy() const { return readPolicy_; }
   bool IsExact() const { return readPolicy_ == kReadExact; }
-  /// Set it before the band opens its file, and for a follower before it is made, as it has its master's. A band that
-  /// is open has planned its reads.
+  /// Set it before the band opens its file, because an open band has planned its reads. A follower has its master's
+  /// policy.
   void SetReadPolicy(XReadPolicy policy) { readPolicy_ = policy; }
 
   /// A number and a name for the caller's own use; loaders set the name ("Channel 1" and so on). They need not be
@@ -202,11 +205,11 @@ class ZRKIO_API XBand : public XObject {
   /// Copies 256 counts. Null is ignored, and the counts stay.
   void SetHistogram(const std::int64_t* histogram);
 
-  /// The rows of the source that are decoded together, 1 where any read costs the same: reads that begin with a
-  /// multiple of this number and take a multiple of it decode nothing twice.
+  /// The number of rows that the source decodes together; 1 if any read costs the same. A read decodes nothing twice if
+  /// its first row and its number of rows are multiples of this number.
   int GetDecodeRows() const { return decodeRows_; }
-  /// The columns of the source that lie together, as those of a tile do; 0 where whole rows lie together. Reads that
-  /// begin with a multiple of this number and take a multiple of it cost no more than their share of whole rows.
+  /// The number of columns that lie together in the source, as in a tile; 0 if whole rows lie together. A read costs no
+  /// more than its share of whole rows if its first column and its width are multiples of this number.
   int GetDecodeColumns() const { return decodeColumns_; }
 
   /// The sample that stands for no data; 1.7e+308 (`kNotSet`) for a band that has no such sample. Statistics and means

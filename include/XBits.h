@@ -8,8 +8,8 @@ ZRKIO_API int XfnGetBitBuffer(unsigned char* buf, int bit);
 /// Sets the bit if `value` is nonzero and clears it otherwise, numbered as by `XfnGetBitBuffer`.
 ZRKIO_API void XfnSetBitBuffer(unsigned char* buf, int bit, int value);
 
-/// The largest power of two not above `n`, except that a value so near the next power that it rounds up to it
-/// as a 32-bit float gives that next power. 0 for 0; `n` must not be negative, and 0 answers for one that is.
+/// The largest power of two not above `n`. A value that rounds up to the next power as a 32-bit float gives that next
+/// power. `n` must not be negative. Returns 0 for 0 and for a negative number.
 ZRKIO_API int XfnGetNearest2nValue(int n);
 
 /// The index of the highest set bit of `n`, or -1 if `n` is not positive.

@@ -6,8 +6,8 @@
 
 // Memory for decoded blocks. A compressed file is decoded block by block, and a read that wants some pixels of a block
 // decodes all of it. By itself the library keeps no block when a read ends, so that it takes no memory that a caller
-// does not know of. A caller who grants it memory has every block decoded once for as long as the memory suffices:
-// windows that lie near each other or follow each other, and the bands of an interleaved file, share what was decoded.
+// does not know of. If a caller grants memory, every block is decoded once, for as long as the memory suffices. Windows
+// that lie near each other or follow each other share decoded blocks. So do the bands of an interleaved file.
 //
 // One cache serves all files and threads. Tiles and strips of compressed TIFF files, tiles of compressed native
 // rasters, blocks of HFA files, blocks of NITF images and tiles of JPEG 2000 files go through it. A tile of a
@@ -29,5 +29,5 @@
 /// Any thread may call this at any time. A smaller number than before empties the cache. Only blocks that reads on
 /// other threads are copying from at this moment stay until these reads are done with them.
 ZRKIO_API void XfnSetBlockCacheBytes(std::int64_t numBytes);
-/// What was granted last.
+/// The bytes that were granted last.
 ZRKIO_API std::int64_t XfnGetBlockCacheBytes();

@@ -45,8 +45,8 @@ struct tagComponentRPF {
 /// components by which the sections are found. One thread uses an object at a time.
 ///
 /// The readers of sections take the head of the file, which the caller holds in memory, and the open file behind it.
-/// What lies wholly in the head is taken from it, anything else is read from the file; either may be null. Nothing here
-/// throws.
+/// Bytes that lie wholly in the head are taken from it, and others are read from the file. Either may be null. Nothing
+/// here throws.
 class ZRKIO_API XCIBbase {
  public:
   XCIBbase();
@@ -55,7 +55,8 @@ class ZRKIO_API XCIBbase {
   XCIBbase& operator=(const XCIBbase&) = delete;
 
   /// Reads the head of a file into `buffer` and from it all up to the component table; `bytesRead` is what the head
-  /// has. With no buffer, or one below 5 bytes, only the magic is read ahead. 1 or 0; the file is closed afterwards.
+  /// has. With no buffer, or one below 5 bytes, only the magic is read ahead. Returns 1 or 0; the file is closed
+  /// afterwards.
   int OpenHeaders(const XString& path, unsigned char* buffer, int bufferSize, int& bytesRead);
   /// Walks the NITF file header to the first byte of the header section; -1 where its lengths don't agree.
   std::int32_t FindRPFHeaderOffset(XFile* file, const unsigned char* buffer, int bytes) const;

@@ -30,8 +30,8 @@ struct tagCoverageSectionSubheaderRPF {
   double horizontalInterval = 0.0;
 };
 
-/// One frame file of the Raster Product Format: its coverage, its colours, and an image of 1536 x 1536 pixels of one
-/// byte each, which are places in the colour table. The image is 6 x 6 subframes of 256 x 256; one that the file
+/// One frame file of the Raster Product Format: its coverage, its colours, and an image of 1536 x 1536 pixels. A pixel
+/// is one byte, which is an index into the colour table. The image is 6 x 6 subframes of 256 x 256; one that the file
 /// does not have is 0.
 ///
 /// A compressed image has a code of 12 bits for each 4 x 4 pixels. One thread uses an object at a time.
@@ -48,15 +48,15 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   ~XCIBframe() override;
 
   /// Loads the coverage, and the colours and the image as far as the flags ask; 1 or 0. Colours that can't be read fail
-  /// no load. What was loaded before is gone in either case.
+  /// no load. An earlier frame is dropped in either case.
   int LoadFile(const XString& path, int withColor, int withImage);
   /// Loads the frame in its colours: `planes` gets 1536 x 1536 bytes for each of the `GetNumChannels` colour planes,
   /// one plane behind the other. It is the same as mapping the image of `LoadFile` through the planes of the colour
-  /// table, and leaves no image behind. Codes that no colour table can have are 0. 1 or 0.
+  /// table, and leaves no image behind. Codes that no colour table can have are 0. Returns 1 or 0.
   int LoadPlanes(const XString& path, zrk::PixelStorage& planes);
-  /// Loads the frame in its colours for the exact policy: transparent pixels keep their colour, absent subframes are
-  /// transparent, and what can't be read is told by subframe. 0 where the frame as a whole can't be read, colours
-  /// included.
+  /// Loads the frame in its colours for the exact policy. Transparent pixels keep their colour, and absent subframes
+  /// are transparent. Subframes that can't be read are told one by one. Returns 1, or 0 if the frame as a whole or its
+  /// colours can't be read.
   int LoadPlanesExactly(const XString& path, zrk::FramePlanes& planes);
   /// Frees tables and image, and clears coverage, colours and masks. The type of the colour table stays.
   void CleanUp();
@@ -72,7 +72,8 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   unsigned char* DetacheData();
   /// One of the four planes of 217 bytes. `plane` is 0 to 3 and is not checked. The plane belongs to the frame.
   const unsigned char* GetColorTableAt(int plane) const;
-  /// 1 for red, green and blue, 2 for these and an unused plane, 3 for grey, 4 for four planes. 3 before a load.
+  /// Returns 1 for red, green and blue, 2 for these and an unused plane, 3 for grey, 4 for four planes. 3 before a
+  /// load.
   int GetColorTableType() const;
   /// The planes that bands are made of: 3, or 1 for grey and 4 for four planes.
   int GetNumChannels() const;
@@ -85,8 +86,8 @@ class ZRKIO_API XCIBframe : public XCIBbase {
   /// The pixel at a place in degrees, truncated toward zero. The result is cut to the range of an int, and is 0 for
   /// what is not a number. It may lie outside the frame.
   void WorldToPixelCoord(double lat, double lon, int& row, int& col) const;
-  /// Writes the image row by row, with no header, over a file of the name. 0 without an image, with nothing written. 0
-  /// also where the file can't be written, and the old one is lost then.
+  /// Writes the image row by row, with no header, over a file of the name. Returns 1, or 0 without an image, with
+  /// nothing written. Returns 0 also if the file can't be written; the old file is lost then.
   int SaveToBinaryData(const XString& path) const;
 
  protected:

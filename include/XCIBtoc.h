@@ -48,26 +48,27 @@ class ZRKIO_API XCIBtoc : public XCIBbase {
   /// The path record of an offset as frame records hold it; null for an offset that the table does not list. A table
   /// that lists fewer paths than its frames use lacks the last of them.
   const tagPathnameRecordRPF* FindPathRecord(std::int32_t pathOffset) const;
-  /// 0 after a load; see `ReadColortableIndexSection`.
+  /// Returns 0 after a load; see `ReadColortableIndexSection`.
   int GetColortableRecordSize() const;
   const tagColortableIndexRecordRPF* GetColortableRecordAt(int index) const;
 
   /// A `ProductDataType`. Of boundary rectangles that differ the last one decides.
   int GetProductDataType() const;
 
-  /// The name of a frame file in the form of the product's own systems: the directory, which is the path of the table
-  /// of contents up to its last backslash, the stored path without its first two characters, with backslashes, and the
-  /// name. A path without a backslash has its first character as directory. Empty where there is no such frame, or it
-  /// has no name. `GetFramePath` is the one that opens.
+  /// The name of a frame file in the form of the product's own systems. It has three parts: the path of the table of
+  /// contents up to its last backslash, the stored path without its first two characters and with backslashes, and the
+  /// file's name. A path without a backslash has its first character as directory. Empty where there is no such frame,
+  /// or it has no name. `GetFramePath` is the one that opens.
   XString GetFrameFilename(int index) const;
   /// The same of the first frame in that place; empty for a place without a frame.
   XString GetFrameFilename(int row, int col, int boundary) const;
 
   /// The path of a frame file on this system: the folder of the table of contents, the stored path and the name. A part
-  /// that does not exist as it is stored is taken from the folder's names without regard to letter case; what does not
-  /// exist in that way either stays as stored, so the path of a missing file tells where it should be. Empty where
-  /// there is no such frame, it has no name, or the path leads out of the folder, be it by "..", from a root, or by a
-  /// link; with `mayLeaveFolder` such a path is followed. Names of a folder are listed once a load at the most.
+  /// of the path that does not exist as it is stored is looked for in the folder without regard to letter case. A part
+  /// that is not found in that way either stays as it is stored. So the path of a missing file tells where the file
+  /// should be. The result is empty if there is no such frame or it has no name. It is also empty if the path leads out
+  /// of the folder by "..", from a root, or by a link, unless `mayLeaveFolder` is set. Names of a folder are listed
+  /// once a load at the most.
   XString GetFramePath(int index, bool mayLeaveFolder = false) const;
 
  protected:

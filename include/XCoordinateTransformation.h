@@ -29,7 +29,7 @@ class ZRKIO_API XCoordinateTransformation {
   std::unique_ptr<Impl> impl_;
 };
 
-/// The transformation from one system to another, which belongs to the caller. Null for an empty system, and for two
-/// systems between which no way is known. Making one takes much longer than using it: keep it for many places.
+/// The transformation from one system to another, which belongs to the caller. Returns null for an empty system, and
+/// for two systems between which no way is known. Making one takes much longer than using it: keep it for many places.
 ZRKIO_API std::unique_ptr<XCoordinateTransformation> XfnCreateCoordTrans(const XSpatialReference& from,
                                                                          const XSpatialReference& to);

@@ -5,7 +5,8 @@
 #include <cstdint>
 
 /// The 40-byte information header of a device-independent bitmap, as it lies in a file: little-endian, without gaps.
-/// The struct holds what a file claims. Nothing is checked here, and the loader of bitmaps refuses what can't be.
+/// The struct holds the numbers that a file claims. Nothing is checked here; the loader of bitmaps refuses impossible
+/// numbers.
 struct BITMAPINFOHEADER {
   /// Bytes of this header: 40.
   std::uint32_t biSize;

@@ -18,9 +18,9 @@ enum XStoreCompression { kCompressionNone = 0, kCompressionTiles = 3, kCompressi
 /// A tiled pyramid over a byte range of a file: the images 0 to `levels` of one band, image k reduced by 2^k, each cut
 /// into tiles.
 ///
-/// An uncompressed store keeps every tile whole, so that its size and the place of every tile
-/// follow from the parameters alone. A compressed one keeps each tile as a blob behind a table of
-/// offsets, and is read only. The layout of both is told in docs/FORMATS.md.
+/// An uncompressed store keeps every tile whole, so that its size and the offset of every tile follow from the
+/// parameters alone. A compressed store keeps each tile as a blob behind a table of offsets, and is read only.
+/// docs/FORMATS.md has the layout of both.
 ///
 /// Reads take no lock and may come from many threads at once. Writes of windows that share no tile may, too.
 class ZRKIO_API XEPOT2D {
@@ -33,10 +33,10 @@ class ZRKIO_API XEPOT2D {
   /// The bytes of an uncompressed store; 0 where such a store can't be.
   static std::int64_t CalcSize(int xSize, int ySize, int dataType, int xTileSize, int yTileSize, int levels);
 
-  /// Binds the store to the range of a file that begins at `offset`. The file may be closed afterwards: the store keeps
-  /// it open. 1, or 0 for a null or closed file, a negative offset, a store that can't be, or, for a compressed store,
-  /// a table of offsets that can't be read or does not fit the file; the store then serves nothing. Values other than
-  /// those of `XStoreCompression` mean an uncompressed store.
+  /// Binds the store to the range of a file that begins at `offset`. The file may be closed afterwards, because the
+  /// store keeps it open. Returns 1, or 0 for a null or closed file, a negative offset, or a store of impossible sizes.
+  /// A compressed store also fails if its table of offsets can't be read or does not fit the file. After a 0 the store
+  /// serves no read. Values other than those of `XStoreCompression` mean an uncompressed store.
   int SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, int dataType, int xTileSize, int yTileSize,
                int levels, int compression);
   /// Lets go of the file.
@@ -49,21 +49,21 @@ class ZRKIO_API XEPOT2D {
   /// The number of reduced images below image 0; 0 before `SetImage`.
   int GetLevels() const;
 
-  /// Fills the buffer, whose shape is the request, with the pixels from column `left` and row `top` of an image on. 0
-  /// where they are not all within the image, the sample size is another one, or the file can't be read; the buffer's
-  /// contents are undefined then. Stops between tiles where the word behind `cancel` holds 1.
+  /// Fills the buffer, whose shape is the request, with the pixels from column `left` and row `top` of an image on.
+  /// Returns 1, or 0 if some pixels lie outside the image, if the sample size differs, or if the file can't be read.
+  /// After a 0 the contents of the buffer are undefined. Stops between tiles where the word behind `cancel` holds 1.
   int Read(tagXArr2& buffer, int level, int left, int top, const int* cancel) const;
-  /// Writes the buffer to the same place; samples equal to `nullValue` stay as they are where `keepNull` is set. 0 for
-  /// a compressed store.
+  /// Writes the buffer to the same place; samples equal to `nullValue` stay as they are where `keepNull` is set.
+  /// Returns 0 for a compressed store.
   int Write(const tagXArr2& buffer, int level, int left, int top, bool keepNull, double nullValue);
 
   /// Fills the images below level 0, as far as they depend on the window x0..x1 by y0..y1 of it, which may reach beyond
-  /// the image. A sample is the mean of four of the image above, those equal to `nullValue` left out, rounded half away
-  /// from zero for integers; where all four are, it is `nullValue`. With `thematic` it is the most frequent of the
-  /// four, of those as frequent the first. 1 or 0.
+  /// the image. A sample is the mean of four samples of the image above. Samples equal to `nullValue` are left out; if
+  /// all four are, the result is `nullValue`. Means of integers are rounded half away from zero. With `thematic` the
+  /// sample is the most frequent of the four; of equally frequent ones the first counts. Returns 1 or 0.
   int BuildLowerLevels(double nullValue, int x0, int x1, int y0, int y1, bool thematic);
 
-  /// What is behind, for code of the library that handles whole tiles; null before `SetImage`.
+  /// The inner store, for code of the library that handles whole tiles; null before `SetImage`.
   const std::shared_ptr<zrk::PyramidStore>& GetStore() const { return store_; }
 
  private:

@@ -46,12 +46,12 @@ class ZRKIO_API XFile {
   XFile(const XFile&) = delete;
   XFile& operator=(const XFile&) = delete;
 
-  /// Opens `path`, closing what was open before. 1 on success. On 0 the object is closed and `GetLastErrorText` has the
-  /// reason. Unknown flags, several sharing flags, and `kCreate` without a right to write are refused. So is everything
-  /// that is not a regular file: a folder, a pipe, a device.
+  /// Opens `path`, closing what was open before. Returns 1 on success. On 0 the object is closed and `GetLastErrorText`
+  /// has the reason. Unknown flags, several sharing flags, and `kCreate` without a right to write are refused. So is
+  /// everything that is not a regular file: a folder, a pipe, a device.
   int Open(const XString& path, unsigned flags);
-  /// Closes the file and forgets its path and position. A closed object stays as it is. What was written may still be
-  /// on its way to the medium: call `Flush` before where that matters.
+  /// Closes the file and forgets its path and position. A closed object stays as it is. Written bytes may still be on
+  /// their way to the medium. Call `Flush` before if that matters.
   void Close();
   bool IsOpen() const { return file_ != nullptr; }
 

@@ -16,26 +16,26 @@ class XSpatialReference;
 class XThread;
 class ZRMBand;
 
-// What the library knows of formats, for programs that do not care which one a file has: one call opens whatever it is,
-// and what differs between formats is asked here and not by an id or a class.
+// What the library knows of formats, for programs that do not care which format a file has. One call opens a file of
+// any format. Programs ask here what differs between formats, and need no id or class.
 
 /// All formats, by id.
 ZRKIO_API std::span<const tagXFormat> XfnGetFormats();
 /// The format of an id, or null.
 ZRKIO_API const tagXFormat* XfnFindFormat(int id);
-/// The format of a file, or null where nothing tells it. Its extension comes first, as `XRSFileIO::GetIDFromExt` takes
-/// it, then its first bytes: a file that begins as another format's do has that format, whatever it is called. A file
-/// that can't be read has the format of its extension.
+/// The format of a file, or null for an unknown one. The extension comes first, as `XRSFileIO::GetIDFromExt` takes it.
+/// Then come the first bytes: a file that begins like files of another format has that format, whatever its name. A
+/// file that can't be read has the format of its extension.
 ZRKIO_API const tagXFormat* XfnFindFormatOfFile(const XString& path);
 /// The format behind a band, by the band's class; null for a band that no format made.
 ZRKIO_API const tagXFormat* XfnFindFormatOfBand(const ZRMBand* band);
 
-/// Looks for the decoder that the format of an id needs, as opening a file of it would. A format that needs none, or an
-/// id of no format, gives a state with its first values.
+/// Looks for the decoder that the format of an id needs, as opening a file of that format would. A format without a
+/// decoder, and an unknown id, give a state with its initial values.
 ZRKIO_API tagXCodecState XfnFindCodec(int id);
 
-/// Whether the path leads to a file that can be opened and has any bytes, whatever its format. 1; or 0 with the reason
-/// in `err`: "No such file", a folder, a device or a pipe, no permission, "The file is empty".
+/// Whether the path leads to a file that can be opened and has any bytes, whatever its format. Returns 1; or 0 with the
+/// reason in `err`: "No such file", a folder, a device or a pipe, no permission, "The file is empty".
 ZRKIO_API int XfnCheckFile(const XString& path, XString& err);
 
 /// How a file is opened.
@@ -46,10 +46,10 @@ struct tagXOpenOptions {
   const XSpatialReference* sr = nullptr;
 };
 
-/// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. 1, with `err`
-/// empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail leave no
-/// message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its loaders;
-/// `thread` may be null.
+/// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. Returns 1,
+/// with `err` empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail
+/// leave no message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its
+/// loaders; `thread` may be null.
 ZRKIO_API int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread = nullptr,
                           const tagXOpenOptions& options = {});
 
@@ -63,19 +63,19 @@ struct tagXSaveOptions {
   tagXLayerOptions layers = {};  ///< where the format takes layers; the levels are then told here
 };
 
-/// Saves a window of a dataset as a file of a format that has a writer. 1, or 0 with the reason in `err`, which may be
-/// empty. A format without a writer answers 0 with "Not Supported Type".
+/// Saves a window of a dataset as a file of a format that has a writer. Returns 1, or 0 with the reason in `err`, which
+/// may be empty. A format without a writer answers 0 with "Not Supported Type".
 ZRKIO_API int XfnSaveFile(XRSFile* file, const XString& path, int id, const tagXSaveOptions& options, XString& err,
                           XThread* thread = nullptr);
 
 /// Whether the image behind a band is decoded as a whole and kept at its first read. False for null.
 ZRKIO_API bool XfnIsDecodedWhole(ZRMBand* band);
-/// Does that decoding now, so that the work is seen through `thread` and can be stopped by it; reads of all bands of
-/// the file are quick afterwards. 1, also where there is nothing to do; 0 where it failed or was stopped.
+/// Does that decoding now, so that `thread` shows its progress and can stop it. Reads of all bands of the file are
+/// quick afterwards. Returns 1, also where there is nothing to do; 0 where it failed or was stopped.
 ZRKIO_API int XfnDecodeWhole(ZRMBand* band, XThread* thread);
 
-/// What the format of a file has to tell of it beyond the fields of its dataset. With `isVerbose` also what takes a
-/// look at other parts of the file. Empty for null and for formats that have nothing to add.
+/// What the format of a file has to tell of the file beyond the fields of its dataset. With `isVerbose` it also reads
+/// other parts of the file, such as further images. Empty for null and for formats that have nothing to add.
 ZRKIO_API tagXFormatNotes XfnDescribeFormat(ZRMBand* first, bool isVerbose);
 /// The same of one band.
 ZRKIO_API tagXFormatNotes XfnDescribeFormatOfBand(ZRMBand* band);

@@ -11,7 +11,8 @@ struct gtiff;
 /// its datum or its projection is. Two handles may be asked on two threads at once.
 ZRKIO_API XString XfnGTIFGetOGISDefn(gtiff* gtif);
 
-/// Gives libgeotiff's key handle the geokeys of a coordinate system in WKT, in place of those that it has of the same
-/// names; they are still to be written, and key 1025 is the caller's. 1, or 0 for a null handle, for a text that is
-/// empty or no system, and for a system that has no keys. Two handles may be given theirs on two threads at once.
+/// Gives libgeotiff's key handle the geokeys of a coordinate system in WKT, and replaces keys of the same ids. The
+/// caller still has to write the keys to the file, and sets key 1025. Returns 1, or 0 for a null handle, for a text
+/// that is empty or no system, and for a system that has no keys. Two handles may be given theirs on two threads at
+/// once.
 ZRKIO_API int XfnGTIFSetFromOGISDefn(gtiff* gtif, const XString& wkt);

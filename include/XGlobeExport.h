@@ -11,10 +11,9 @@ class ZRMCompManager;
 // (XPBIFile.h), heights as PBE (XPBEFile.h). The manager's system has to be geographic, in degrees. Composites of other
 // systems are warped on the way.
 //
-// All functions answer 1; or 0 with the reason in `error`, which is left alone where the thread was asked to stop. The
-// thread may be null. It is told the percentage and asked for a stop at each tile. As many threads make tiles as
-// `XfnSetWorkerCount` grants, and the bytes are the same for any number. Nothing is kept for a tile, so that memory
-// does not grow with the extent.
+// All functions return 1; or 0 with the reason in `error`. If the thread was asked to stop, `error` stays as it was.
+// The thread may be null. It is told the percentage and asked for a stop at each tile. As many threads make tiles as
+// `XfnSetWorkerCount` grants, and the bytes are the same for any number. Memory does not grow with the extent.
 //
 // Where a band's read policy is exact (XReadPolicy.h), a source that can't be read fails the export. Otherwise a
 // picture goes without the composite, and a tile of heights is zero.
@@ -27,7 +26,7 @@ class ZRMCompManager;
 //   "Number of output level must be at least 1."     the first level is above the last one
 
 /// Makes a PBI of version 1.0 with tiles of 256 by 256 pixels in DXT1. Every level covers the tiles of `minLevel` that
-/// the extent touches, a corner on an edge counting as lying in the tile east and north of it; a level more than eight
+/// the extent touches. A corner on an edge counts as lying in the tile east and north of it. A level more than eight
 /// above `minLevel` lacks the last row and column of its tiles. Tiles of `maxLevel` show the composites over
 /// `backColor`, 0x00BBGGRR, the first on top. Those of each other level are means of the level above, as they are read
 /// back from the file. Levels stand in the file from the coarsest on and are made from the finest on.
@@ -47,8 +46,8 @@ ZRKIO_API int XfnExport2PBI(XString path, ZRMCompManager* manager, int minLevel,
 /// Makes a PBE of version 1.2, or with normals of version 2.0, with tiles of 31 by 31 posts. Each level has the tiles
 /// that the extent touches. A post is the height of band 0 of the first composite that has one at its place, as its
 /// nearest sample; 0 where none has. The order of work is that of the file: levels from `minLevel` on, rows from the
-/// south, columns from the west. A tile that does not lie within the extent as a whole is zero, and so are its normals;
-/// an extent that ends on edges of tiles of `minLevel` has none such.
+/// south, columns from the west. A tile that does not lie wholly within the extent is zero, and so are its normals. An
+/// extent that ends on edges of tiles of `minLevel` has no such tile.
 ///
 /// Normals are of unit length and point outward in earth-centred coordinates (XEarthCentred.h). They come from central
 /// differences, are the same in all tiles that share a post, across longitude 180 too, and are the axis at the poles.
@@ -67,19 +66,19 @@ ZRKIO_API int XfnExport2PBE(XString path, ZRMCompManager* manager, int minLevel,
                             double minLat, double maxLon, double maxLat, int withNormals, XString& error,
                             XThread* thread);
 
-/// Tells what an export comes to, without a file or a source. 0 for levels that are no levels, with their sentence, and
-/// for an extent without a tile.
+/// Works out the levels, the number of tiles and the bytes of an export, without a file or a source. Returns 1, or 0
+/// for invalid levels, with their sentence, and for an extent without a tile.
 ZRKIO_API int XfnPlanGlobeExport(const tagXGlobeExport& what, tagXGlobePlan& plan, XString& error);
 
-/// Makes an export, or a share of it, that can be gone on with after a failure, a stop or a crash. The file has all its
+/// Makes an export, or a share of it, that can be continued after a failure, a stop or a crash. The file has all its
 /// room from the beginning. A record beside it, PATH.done, knows the tiles that are done; it stays until the caller
 /// removes it.
 ///
 /// With `share.target` the whole file gets that name, on the disk and in one step. A process that is killed at any
-/// moment leaves the whole file there, or file and record to go on with. The record then goes; that of a shared export
-/// stays, without its tiles, so that a shard that comes late knows the file by its time and its key. A record of a
-/// whole file of other sources does not keep a new export from beginning. An export of one process in which no tile was
-/// made leaves nothing.
+/// moment leaves either the whole file, or a file and a record that a later call continues. The record is removed when
+/// the file is whole. The record of a shared export stays, without its tiles, so that a late shard recognizes the file
+/// by its time and its key. A record of a whole file of other sources does not prevent a new export. An export of one
+/// process in which no tile was made leaves nothing.
 ///
 /// Shards are parts of the work that any processes on any machines may make at any time and in any order, with the same
 /// order, key and number of shards. A level of pictures can be begun when the finer one is complete. A shard that

@@ -13,8 +13,8 @@
 ZRKIO_API double XfnGregorian2Julian(int year, int month, int day, int hour, int minute, double seconds);
 /// The Julian day number of a date, which is the Julian date of its noon: 2451545 for 1 January 2000.
 ZRKIO_API long XfnGregorian2Julian(int year, int month, int day);
-/// The reverse of the first one, to the nanosecond as far as a double tells it, which is 40 microseconds today. 1; or
-/// 0, with all outputs as they were, for a date that is not finite, below 0 or behind the year 9999.
+/// The reverse of the first one, to the nanosecond as far as a double tells it, which is 40 microseconds today. Returns
+/// 1; or 0, with all outputs as they were, for a date that is not finite, below 0 or behind the year 9999.
 ZRKIO_API int XfnJulian2Gregorian(double julianDate, int& year, int& month, int& day, int& hour, int& minute,
                                   double& seconds);
 

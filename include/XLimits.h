@@ -5,8 +5,8 @@
 #include <cstdint>
 
 /// What a file may ask for before it is refused. A file that asks for more fails to open, or its read fails, with a
-/// result of 0; nothing is allocated for it. The defaults fit real data on a desktop machine; a program that opens
-/// files of strangers can lower them.
+/// result of 0. Nothing is allocated for it. The defaults fit real data on a desktop machine. A program that opens
+/// untrusted files should lower them.
 struct tagXLimits {
   std::int64_t imagePixels = std::int64_t{1} << 40;  ///< width times height of one image
   std::int64_t decodedTileBytes = std::int64_t{1}

@@ -4,7 +4,8 @@
 #include <stdexcept>
 
 /// A list in which elements keep their address while others come and go. Elements are copied by value, and are
-/// destroyed with the list. What a pointer element points to is not owned: the caller deletes it.
+/// destroyed with the list. The list does not own the object that a pointer element points to: the caller deletes that
+/// object.
 ///
 /// Indices count from 0, at the head. An index outside the list, and an end of an empty list, raise
 /// `std::invalid_argument` and change nothing. Memory that runs out raises `std::bad_alloc`.

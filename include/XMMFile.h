@@ -31,9 +31,9 @@ class ZRKIO_API XMMFile {
   XMMFile();
   virtual ~XMMFile();
 
-  /// Opens a file, closing what was open before: for reading and writing where `mode & 3`, otherwise for reading alone.
-  /// Others may read it meanwhile, and none may write; a file that another has open for writing fails the opening for
-  /// writing. A file that is not there is made, and then fails because it is empty. False, with the object closed:
+  /// Opens a file and closes an earlier one. It is open for reading and writing if `mode & 3` is nonzero, otherwise for
+  /// reading alone. Others may read it meanwhile, and none may write. If another has it open for writing, an opening
+  /// for writing fails. A missing file is made, and then fails because it is empty. False, with the object closed:
   ///   "Error encountered during file open."      it can't be opened or made
   ///   "Cannot open zero byte file."              it is empty, and stays
   ///   "Failed to create file mapping object."    its length can't be told
@@ -57,8 +57,8 @@ class ZRKIO_API XMMFile {
   bool IsOpen() const { return file_ != nullptr; }
   bool IsWritable() const { return isWritable_; }
 
-  /// Moves the position. False where that would not lie on a byte of the file, be it the one just behind the last: the
-  /// position stays, and the sentence is "Seek request lies outside file boundary."
+  /// Moves the position, at most to just behind the last byte. False for a position outside the file: the old position
+  /// stays, and the sentence is "Seek request lies outside file boundary."
   bool Seek(std::int64_t offset, int origin);
 
   /// Copies up to `count` bytes from the position on and moves it; answers how many. Fewer mean the end of the file, or

@@ -3,7 +3,7 @@
 #include <map>
 
 /// A map from keys, each of which is there once, to values. Keys are ordered by `<`. Keys and values are copied by
-/// value, and are destroyed with the map. What a pointer value points to is not owned.
+/// value, and are destroyed with the map. The map does not own the object that a pointer value points to.
 ///
 /// A reference to a value holds until its key is removed. Memory that runs out raises `std::bad_alloc`. Several threads
 /// may read one map at once. Whoever changes it has it alone.

@@ -12,7 +12,7 @@ enum XMessageBoxStyle : unsigned {
   kMessageOk = 0x00,
   /// A question, which the operator answers with Yes or No.
   kMessageYesNo = 0x04,
-  /// These say how the text is to be shown. The default handler does not look at them.
+  /// Icons for showing the text. The default handler ignores them.
   kMessageIconError = 0x10,
   kMessageIconQuestion = 0x20,
   kMessageIconWarning = 0x30,
@@ -24,10 +24,9 @@ enum XMessageBoxAnswer { kAnswerOk = 1, kAnswerYes = 6, kAnswerNo = 7 };
 /// handler meanwhile.
 using XMessageBoxHandler = std::function<int(const XString& text, const XString& caption, unsigned style)>;
 
-/// Asks the operator, or tells him something, through the handler that is set; blocks until it answers. Without a
-/// handler the text goes to stderr, and a question with Yes and No is asked on the terminal. Without a terminal the
-/// answer is No: what is asked may destroy something. Any thread may call it. What a handler throws goes on to the
-/// caller.
+/// Asks or tells the operator something through the handler that is set, and blocks until the handler answers. Without
+/// a handler the text goes to stderr, and a question with Yes and No is asked on the terminal. Without a terminal the
+/// answer is No, because a Yes may destroy something. Any thread may call it. Exceptions of a handler reach the caller.
 ZRKIO_API int XfnMessageBox(const XString& text, const XString& caption, unsigned style);
 
 /// Sets the handler for the whole process; the result is the one before. An empty handler brings back the default. Any

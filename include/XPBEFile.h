@@ -17,10 +17,10 @@ namespace Vexorine::ZRL::IO {
 /// An elevation store: a pyramid of tiles of posts on the global grid (XTileGrid.h). Neighbouring tiles share the posts
 /// on their common edge.
 ///
-/// The version says what a tile holds: below 1.1 posts of 16-bit integers, which are only read; below 2.0 posts of
-/// floats, 4 bytes each; from 2.0 on these and then a normal of three floats for each, 16 bytes a post in all. Posts
-/// lie row by row, a tile width each. Stores of this library have the north edge in the first row; `GetValue` counts
-/// rows from the south all the same.
+/// The version says what a tile holds. Below 1.1 it has posts of 16-bit integers, which are only read. Below 2.0 it has
+/// posts of floats, 4 bytes each. From 2.0 on the posts are followed by a normal of three floats for each post, 16
+/// bytes a post in all. Posts lie row by row, a tile width each. Stores of this library have the north edge in the
+/// first row; `GetValue` counts rows from the south all the same.
 ///
 /// A new file is built by constructing with version and tile size, adding the levels, `Create`, and `Update` for each
 /// tile; tiles that are never written are zero. Operations answer false, null or 0 where they fail, and nothing is
@@ -43,14 +43,15 @@ class ZRKIO_API XPBEFile {
   ~XPBEFile();
 
   /// Adds a level of the whole earth, or of a range of tiles, to the header. A post takes 4 bytes, or 16 with normals.
-  /// After `Create` it changes the header in memory only. Tiles of a size below 1 have no bytes, and there are none of
-  /// them. False without a header, without memory, and for tiles of a size that no int holds in bytes.
+  /// After `Create` it changes the header in memory only. A tile size below 1 makes a level without tiles. False
+  /// without a header, without memory, and for tiles whose bytes no int can count.
   bool AddLevel(int level, int tileWidth, int tileHeight);
   bool AddLevel(int level, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight);
 
   /// Makes the file of the levels that were added, in place of one that is there, and writes the header. Always true.
-  /// Ask `IsUsable` whether it could be made: it is false where there is no header, where the header has no room for
-  /// all levels (1,065), and where the file can't be made or has no room on disk. No new file is left then.
+  /// `IsUsable` tells afterwards whether the store could be made. It is false if there is no header, if the header has
+  /// no room for all levels (1,065), and if the file can't be made or has no room on the disk. No new file is left
+  /// then.
   bool Create(XString path);
   /// Lets go of the file; always true. The header stays.
   bool Close();
@@ -63,19 +64,20 @@ class ZRKIO_API XPBEFile {
   const XString& GetFileName() const { return name_; }
 
   /// All floats of a tile in a new array, which the caller releases by `delete[]`: the posts, then the normals where
-  /// there are any. 16-bit posts become floats. `size` becomes the bytes of the array. Null where there is no such
-  /// tile; what can't be read of one is zero.
+  /// there are any. 16-bit posts become floats. `size` becomes the bytes of the array. Returns null where there is no
+  /// such tile; posts that can't be read are zero.
   float* GetElevationData(int level, int row, int col, int& size) const;
-  /// The bytes of a tile as they are in the file, whatever its version, with its size. What can't be read of them is
-  /// zero. False leaves the buffer alone, its array with it.
+  /// The bytes of a tile as they are in the file, whatever its version, with its size. Bytes that can't be read are
+  /// zero. On false the buffer stays as it was, with its array.
   bool GetElevationData(int level, int row, int col, XPBEReadBuffer* buffer) const;
-  /// The normals of a tile, in a new array that the caller releases by `delete[]`. `size` becomes their bytes. Null for
-  /// a store without normals, and where there is no such tile.
+  /// The normals of a tile, in a new array that the caller releases by `delete[]`. `size` becomes their bytes. Returns
+  /// null for a store without normals, and where there is no such tile.
   tagXVector3f* GetNormData(int level, int row, int col, int& size) const;
 
-  /// The post of a level at a place in degrees. 0.0 where no tile of the level holds the place; 16-bit posts below 0
-  /// are 0.0 as well. The post is not the nearest one: its column and row are the place's distance from the tile's
-  /// western and southern edge in parts of 31 of a tile, cut to whole numbers, and rows are taken to be 31 posts long.
+  /// The post of a level at a place in degrees. Returns 0.0 where no tile of the level holds the place; 16-bit posts
+  /// below 0 are 0.0 as well. The post is not the nearest one. Its column and row are the distances of the place from
+  /// the tile's western and southern edges, in 31sts of a tile, cut to whole numbers. Rows are taken to be 31 posts
+  /// long.
   float GetValue(int level, double lon, double lat) const;
   /// The post of the highest level, 0.0 where that has no tile there. About 3.4e+38 for a store without levels.
   float GetValue(double lon, double lat) const;

@@ -45,9 +45,9 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// All tiles of the level's range, INT_MAX for more; -1 where there is no such level. The references are left alone.
   int GetNumTiles(int levelIndex, int& numColumns, int& numRows) const override;
 
-  /// Makes the file of the levels that were added, in place of one that is there, and writes the header. False where
-  /// there is no header, where it has no room for all levels (983), and where the file can't be made or has no room on
-  /// disk; no new file is left then.
+  /// Makes the file of the levels that were added, in place of one that is there, and writes the header. False if there
+  /// is no header, if the header has no room for all levels (983), and if the file can't be made or has no room on the
+  /// disk. After a false no new file is left.
   virtual bool Create(XString path);
   /// Adds a level of a range of tiles to the header. After `Create` it changes the header in memory only. False where
   /// the store has no header, and where memory runs out.
@@ -58,9 +58,9 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
 
   /// Packs the pixels of a tile and writes it. Rows come from the bottom for a level of `kDxt1`, which takes the
   /// formats 1 to 7, and from the top for others, which take `kPixelRgba`. Blocks pass through as they are: format 14
-  /// to a level of `kDxt1`, 15 and 16 to others. `data` holds a whole tile. False for null, for a tile that is not in
-  /// the store, for a format that the level can't take, for a tile size whose blocks are more bytes than a tile has,
-  /// and where there is no memory for the blocks; nothing is written then. False also where the write fails.
+  /// to a level of `kDxt1`, 15 and 16 to others. `data` holds a whole tile. False, with nothing written, for null, for
+  /// a tile that is not in the store, and for a format that the level can't take. False also if the blocks have more
+  /// bytes than a tile, and if there is no memory for the blocks. False also where the write fails.
   virtual bool Update(int level, int row, int col, unsigned char* data, _XPIXELFORMAT format);
   /// Writes the bytes of a tile as they are; `data` holds as many as a tile has.
   virtual bool UpdateDXT(int level, int row, int col, unsigned char* data);
@@ -68,8 +68,8 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// Whether there is a header to work with.
   virtual bool IsUsable() const;
 
-  /// The bytes of a tile, with its size and type. What can't be read of them is zero. False leaves the buffer alone,
-  /// its array with it.
+  /// The bytes of a tile, with its size and type. Bytes that can't be read are zero. On false the buffer stays as it
+  /// was, with its array.
   virtual bool GetDXTdata(int level, int row, int col, XPBIReadBuffer* buffer) const;
   /// The same in a new array, which the caller releases by `delete[]`; `size` becomes its length. Null leaves `size`
   /// alone.
@@ -80,8 +80,8 @@ class ZRKIO_API XPBIFile : public XRSFile3D {
   /// As it was given to `OpenFile` or `Create`.
   const XString& GetFileName() const { return name_; }
 
-  /// Bytes of a tile in blocks. 0 where a size is below 1 or both are too large; but 8 for `kDxt1` where both are below
-  /// 4. A type that is unknown has blocks of 8 bytes, unless libsquish knows it.
+  /// Bytes of a tile in blocks. Returns 0 where a size is below 1 or both are too large; but 8 for `kDxt1` where both
+  /// are below 4. A type that is unknown has blocks of 8 bytes, unless libsquish knows it.
   static int GetStorageRequirements(int width, int height, _XDXTTYPE type);
 
   /// Adds the levels of a header to `info`, at the offsets that they have. `bytes` are the 51,200 of a header. False

@@ -28,8 +28,8 @@ class ZRKIO_API XPBIFileInfo : public XTileFileInfo<XPBILevelInfo> {
   /// Whether some level of that number holds the tile.
   bool IsAvailable(int level, int row, int col) const;
 
-  /// The bytes of the header, as many as `GetHeaderSize` tells; the caller releases them by `delete[]`. Null where the
-  /// levels do not fit into so many, and where there is no memory.
+  /// The bytes of the header, as many as `GetHeaderSize` tells; the caller releases them by `delete[]`. Returns null
+  /// where the levels do not fit into so many, and where there is no memory.
   unsigned char* GetBindInfo() const;
 };
 

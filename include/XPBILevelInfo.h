@@ -13,6 +13,7 @@ class ZRKIO_API XPBILevelInfo : public XTileLevelInfo {
   XPBILevelInfo(int level, double tileSize, int llRow, int llCol, int urRow, int urCol, int tileWidth, int tileHeight,
                 _XDXTTYPE type, int storageSize, std::uint64_t startPos);
 
+  /// The kind of the blocks of its tiles.
   _XDXTTYPE GetDXTType() const { return static_cast<_XDXTTYPE>(GetRecord().blockType); }
 
   /// All fields as lines of text, which end with CR and LF.

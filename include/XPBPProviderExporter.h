@@ -14,14 +14,14 @@ class XThread;
 
 namespace Vexorine::ZRL::IO {
 
-/// Collects named points and writes them as a PBP file (docs/FORMATS.md): the records in the order in which they were
-/// added, and two tables of record numbers, sorted by the first and by the second coordinate. A viewer finds points by
-/// binary search in them; `XPBPReader` does.
+/// Collects named points and writes them as a PBP file (docs/FORMATS.md). The file has the records in the order in
+/// which they were added. Two tables of record numbers follow, sorted by the first and by the second coordinate. A
+/// viewer finds points by binary search in them; `XPBPReader` does.
 ///
 /// `AddPName` comes first, as often as needed, then `BuildPointCloud`, then `Export2PBP`. Nothing is thrown. An object
 /// belongs to one thread; only `Cancel` may come from another.
 ///
-/// The two read policies (XReadPolicy.h) differ in `Export2PBP`, which goes by the default policy of the moment.
+/// The two read policies (XReadPolicy.h) differ in `Export2PBP`, which uses the default policy of the moment.
 class ZRKIO_API XPBPProviderExporter {
  public:
   XPBPProviderExporter();
@@ -34,14 +34,13 @@ class ZRKIO_API XPBPProviderExporter {
   int AddPName(double first, double second, XString name);
 
   /// Keeps the version characters for the header and builds both tables, the one by the first coordinate first. In a
-  /// table smaller coordinates come first, and of equal ones the record that was added later. What is not a number
-  /// comes last, and both zeros are equal.
+  /// table smaller coordinates come first, and of equal ones the record that was added later. NaNs come last, and both
+  /// zeros are equal.
   ///
   /// A thread, which may be null, is told the progress of each table from 0 to 100: after record 0, after each
   /// hundredth of the records, and after the last one. If its state word is not 0 at such a report the build ends
-  /// there. The table is then as if the records up to the reported one had been inserted one after the other: their
-  /// numbers, sorted, and zeros behind them up to the full size. The second table is not begun if the first is not
-  /// done.
+  /// there. The table then has the sorted numbers of the records up to the reported one, and zeros behind them up to
+  /// the full size. The second table is not begun if the first is not done.
   ///
   /// Where memory runs out both tables are empty, and nothing can be exported.
   void BuildPointCloud(char version0, char version1, XThread* thread);

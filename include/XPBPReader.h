@@ -13,12 +13,12 @@ namespace zrk {
 class PbpFile;
 }
 
-/// Finds places in a PBP file (docs/FORMATS.md). The tables of the file are searched by halves, and only what a search
-/// touches is read, so that a file opens at once however large it is.
+/// Finds places in a PBP file (docs/FORMATS.md). The tables of the file are searched by halves. A search reads only the
+/// records that it touches, so that a file of any size opens at once.
 ///
-/// Operations answer 1, or 0 with the reason in `err` and the results as they were. Nothing is thrown. What a file says
-/// is not trusted: a table that names a record which is not there fails the search. A table out of order can hide
-/// places; `XfnCheckPlaces` tells. Any number of threads may search one object that nothing opens or closes meanwhile.
+/// Operations answer 1, or 0 with the reason in `err` and the results as they were. Nothing is thrown. The file is not
+/// trusted: a search fails if a table names a record beyond the records. A table out of order can hide places, and
+/// `XfnCheckPlaces` finds that. Any number of threads may search one object that nothing opens or closes meanwhile.
 class ZRKIO_API XPBPReader {
  public:
   XPBPReader();
@@ -26,8 +26,8 @@ class ZRKIO_API XPBPReader {
   XPBPReader(const XPBPReader&) = delete;
   XPBPReader& operator=(const XPBPReader&) = delete;
 
-  /// Opens a file in place of the one that was open. Refused are files that do not begin as a PBP file, and those whose
-  /// length is not the one that the number of their records needs. Then nothing is open.
+  /// Opens a file in place of the one that was open. A file is refused if it does not begin as a PBP file, or if its
+  /// length does not fit the number of its records. Then nothing is open.
   int Open(const XString& path, XString& err);
   void Close();
   bool IsOpen() const { return file_ != nullptr; }
@@ -46,8 +46,8 @@ class ZRKIO_API XPBPReader {
 
   /// The `count` places that are nearest to a longitude and a latitude in degrees, the nearest first, and of equally
   /// near ones the one that was added first. Distances are those along great circles of a sphere of the earth's mean
-  /// radius, 6,371,008.8 m. The first coordinate of each place is taken as its longitude and the second as its
-  /// latitude; places that are not on earth are passed over, so that there may be fewer. A latitude beyond the poles, a
+  /// radius, 6,371,008.8 m. The first coordinate of each place is taken as its longitude, and the second as its
+  /// latitude. Places that are not on earth are left out, so there may be fewer results. A latitude beyond the poles, a
   /// longitude that is not finite, and a count below 1 are refused.
   int FindNearest(double longitude, double latitude, int count, std::vector<tagXPlace>& places, XString& err) const;
 
@@ -56,8 +56,8 @@ class ZRKIO_API XPBPReader {
 };
 
 /// Checks a PBP file from end to end: its length against the number of its records, and that each table has every
-/// record once and in order. 1 where the check went through, whatever it found; or 0 with the reason in `err`: the file
-/// is no PBP file, can't be read or has more records than the limits allow (XLimits.h), or the thread was asked to
-/// stop, which leaves `err` empty. The thread, which may be null, is told the progress. It takes 8 bytes of memory a
-/// record.
+/// record once and in order. Returns 1 if the check went through, whatever it found; or 0 with the reason in `err`. It
+/// returns 0 for a file that is no PBP file, that can't be read, or that has more records than the limits allow
+/// (XLimits.h). If the thread was asked to stop, it returns 0 and `err` stays empty. The thread, which may be null, is
+/// told the progress. It takes 8 bytes of memory a record.
 ZRKIO_API int XfnCheckPlaces(const XString& path, tagXPlaceReport& report, XString& err, XThread* thread = nullptr);

@@ -28,6 +28,6 @@ class ZRKIO_API XPaletteReader {
   /// The palette as it is stored; empty for a band without one.
   virtual tagXColourMap GetColourMap() const = 0;
   /// A new band of the same size and place, which shows the numbers of the entries and is the caller's. It lives on
-  /// without this one. Null where there is no palette, and where the file can't be read.
+  /// without this one. Returns null where there is no palette, and where the file can't be read.
   virtual std::unique_ptr<ZRMBand> MakeIndexBand() = 0;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
-/// How the pixels of a tile are packed into blocks of four by four. Files of strangers may name any number; whatever
-/// takes a type refuses those that are not here.
+/// How the pixels of a tile are packed into blocks of four by four. Untrusted files may name any number. Every function
+/// that takes a type refuses other numbers.
 enum _XDXTTYPE : int {
   kDxtNone = 0,  ///< no blocks
   kDxt1 = 1,     ///< 8 bytes a block: two colours and two bits a pixel; a pixel is opaque or not there

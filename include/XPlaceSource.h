@@ -30,9 +30,9 @@ struct tagXPlaceCount {
 /// Adds the places of a list to an exporter, with the longitude as first coordinate and the latitude as second, in
 /// degrees on WGS 84. Longitudes from 180 to 360 become those west of Greenwich. Names are kept byte by byte.
 ///
-/// 1, with the counts of this list; or 0 with the reason in `err`, which tells the line where there is one: the file
-/// can't be read, is larger than the limits allow (XLimits.h: texts of XML), has a line of more than 64 KiB, or says
-/// what is not a place. Places in front of that line are then in the exporter. Nothing is thrown, and numbers do not
-/// depend on the locale.
+/// Returns 1, with the counts of this list; or 0 with the reason in `err`, and with the number of the line if one is at
+/// fault. It fails if the file can't be read, is larger than the limits allow (XLimits.h: texts of XML), has a line of
+/// more than 64 KiB, or has an entry that is not a place. Places in front of that line are then in the exporter.
+/// Nothing is thrown, and numbers do not depend on the locale.
 ZRKIO_API int XfnAddPlaces(const XString& path, XPlaceFormat format, XPBPProviderExporter& exporter,
                            tagXPlaceCount& count, XString& err);

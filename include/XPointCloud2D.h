@@ -9,6 +9,7 @@ namespace Vexorine::ZRL::IO {
 template <class Point>
 class XPointCloud2D : public XArray<Point> {
  public:
+  /// A coordinate of a point. An index outside the array fails as in `GetAt`.
   double GetFirst(int index) const { return this->GetAt(index).first; }
   double GetSecond(int index) const { return this->GetAt(index).second; }
 };

@@ -8,17 +8,22 @@
 
 /// Names of the cells of a quadtree with one root. Level L has 2^L by 2^L cells, numbered by x and y from 0.
 ///
-/// The packed name, called LXY, is a signed number of 64 bits: the level in the top 8, x in the next 28, y in the last
-/// 28, all of them signed. 0 is the root; -1 means that there is no such cell. A negative x or y spills ones over the
-/// fields above it, so that none is packed. The name as a text has 21 digits: three of the level, nine of x, nine of y.
+/// The packed name, called LXY, is a signed number of 64 bits. It has the level in the top 8 bits, x in the next 28,
+/// and y in the last 28, all of them signed. 0 is the root; -1 means that there is no such cell. A negative x or y
+/// spills ones over the fields above it, so that none is packed. The name as a text has 21 digits: three of the level,
+/// nine of x, nine of y.
 ///
 /// All functions are pure and serve any number of threads.
 class ZRKIO_API XQTI {
  public:
+  /// 0, the packed name of the only cell of level 0.
   static std::int64_t GetRoot();
 
+  /// Between the packed name and its three numbers. Nothing is checked. A level from 0 to 27, with x and y from 0 to
+  /// 2^level - 1, comes back as it was.
   static std::int64_t ComposeLXY(std::int32_t level, std::int32_t x, std::int32_t y);
   static void DecomposeLXY(std::int64_t lxy, std::int32_t& level, std::int32_t& x, std::int32_t& y);
+  /// The level of a packed name; negative for a negative name.
   static std::int32_t GetLevel(std::int64_t lxy);
 
   /// Cells on a side of the level, 2^level; 0 for a level below 0 or above 30, whose count no 32 bits hold.
@@ -26,11 +31,11 @@ class ZRKIO_API XQTI {
 
   /// The cell one level up that holds this one; -1 for the root and everything below it.
   static std::int64_t GetParent(std::int64_t lxy);
-  /// One of the four cells one level down. Quadrants go around the square: 0 is (2x, 2y), 1 is (2x + 1, 2y), 2 is
-  /// (2x + 1, 2y + 1), 3 is (2x, 2y + 1). -1 for a negative cell and for any other quadrant.
+  /// One of the four cells one level down. Quadrants go around the square: 0 is (2x, 2y), 1 is (2x + 1, 2y), 2 is (2x +
+  /// 1, 2y + 1), 3 is (2x, 2y + 1). Returns -1 for a negative cell and for any other quadrant.
   static std::int64_t GetChild(std::int64_t lxy, std::int32_t quadrant);
-  /// The cell beside this one. Direction 0 is x - 1, 1 is x + 1, 2 is y - 1, 3 is y + 1. -1 beyond the rim, for any
-  /// other direction, and for the root and everything below it. Nothing wraps around.
+  /// The cell beside this one. Direction 0 is x - 1, 1 is x + 1, 2 is y - 1, 3 is y + 1. Returns -1 beyond the rim, for
+  /// any other direction, and for the root and everything below it. Nothing wraps around.
   static std::int64_t GetNeighborSameLevel(std::int64_t lxy, std::int32_t direction);
   /// The parent of that neighbour, or -1 without one.
   static std::int64_t GetNeighborUpperLevel(std::int64_t lxy, std::int32_t direction);

@@ -27,8 +27,8 @@ struct FileStatus;
 /// One opened dataset: its bands, vector sets and all that is stored about it as a whole.
 ///
 /// The dataset owns what is added to it and deletes it with itself, followers before their master, and all bands before
-/// the file. What is added has to come from `new` and is added to one dataset only. Getters hand out pointers that stay
-/// the dataset's and are valid as long as it. A new dataset is empty.
+/// the file. Every object that is added has to come from `new`, and is added to one dataset only. Getters hand out
+/// pointers that stay the dataset's and are valid as long as it. A new dataset is empty.
 ///
 /// One thread fills, changes and destroys it. After that many threads may call the getters and read its bands at once.
 /// Where memory runs out, what was to be added is deleted and `std::bad_alloc` is raised.
@@ -46,8 +46,8 @@ class ZRKIO_API XRSFile : public XObject {
 
   /// The open file, or null. Most bands open their files themselves; bands of native rasters read this one.
   XFile* GetFilePtr() const { return file_; }
-  /// Attaches an open file, or takes the one before away with null. A nonzero `owns` makes the dataset close and delete
-  /// it; with 0 it stays the caller's and has to outlive the bands.
+  /// Attaches an open file in place of an earlier one; null detaches it. With a nonzero `owns` the dataset closes and
+  /// deletes the file. With 0 the file stays the caller's and has to outlive the bands.
   void SetFile(XFile* file, int owns);
 
   /// What is known of a radar acquisition; null for other images.
@@ -77,7 +77,7 @@ class ZRKIO_API XRSFile : public XObject {
   void AddBand(ZRMBand* band);
   /// The number of bands; 0 for a dataset that holds vector sets only.
   int GetNumOfBands() const { return static_cast<int>(bands_.size()); }
-  /// The band, from 0 on, in the order of the calls of `AddBand`. Null for an index outside the list.
+  /// The band, from 0 on, in the order of the calls of `AddBand`. Returns null for an index outside the list.
   ZRMBand* GetBandAt(int index) const;
 
   /// Takes the vector set over, becomes its owner and appends it. Null is ignored.
@@ -95,7 +95,7 @@ class ZRKIO_API XRSFile : public XObject {
   /// Sets of control points, as with regions.
   void AddGCPSet(tagGCPSets* gcps);
   int GetNumOfGCPSet() const { return static_cast<int>(gcpSets_.size()); }
-  /// Null for an index outside the list.
+  /// Returns null for an index outside the list.
   tagGCPSets* GetGCPSetAt(int index) const;
   /// Spectral signatures, as with regions.
   void AddSIGSet(XRSSIG* sig);
@@ -142,8 +142,8 @@ class ZRKIO_API XRSFile : public XObject {
   /// The band's own record, not a copy: a change of it changes the band. It is empty for an unknown system.
   XSpatialReference* GetSR() const;
 
-  // Both give 0 with a sentence in `err`, and leave the dataset as it was, where a file or text can't be read, is
-  // beyond the limits of `XLimits.h`, or does not hold together.
+  // Both return 1, or 0 with a sentence in `err`, and then the dataset stays as it was. They fail if a file or text
+  // can't be read, exceeds the limits of `XLimits.h`, or contradicts itself. `thread` may be null.
 
   /// Reads a native raster file into a dataset without bands, which then owns the open file; name and path become
   /// `path`.
@@ -152,9 +152,9 @@ class ZRKIO_API XRSFile : public XObject {
   ///
   /// A dataset without bands gets them from the text; they read from the file that is attached, and without one they
   /// serve no read. A dataset that has bands keeps them, and the text has to fit them: as many, each of the size of the
-  /// first and the type of the last. It sets their statistics, their system, and what is known of how they were taken,
-  /// and never what reading them stands on: name, type, size, tiles, place in the world. Lists and records of the
-  /// dataset are replaced where the text has some.
+  /// first and the type of the last. It sets their statistics, their system, and how they were taken. It never changes
+  /// the fields that reads depend on: name, type, size, tiles and georeference. The lists and records that the text has
+  /// replace those of the dataset.
   int LoadStringZRM(XString xml, XString& err, XThread* thread);
 
  private:

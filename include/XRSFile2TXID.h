@@ -10,14 +10,14 @@ class XThread;
 
 /// Writes a dataset as a TXID tile store: an index BASE.txi and a data file BASE.txd, in blocks of DXT1.
 ///
-/// Bands of unsigned bytes are taken: red, green and blue by what the bands show, otherwise the first three, and a
-/// single one as grey. A pixel is transparent where a band of opacity is 0, or where all of its colours are the null
+/// Bands of unsigned bytes are taken: red, green and blue by their colour roles, otherwise the first three, and a
+/// single band as grey. A pixel is transparent where a band of opacity is 0, or where all of its colours are the null
 /// value of their bands. DXT1 keeps no other opacity, and colours come near those of the source. Tiles of which no
 /// pixel is seen are left out. What the last tiles have beyond the image is transparent.
 ///
-/// The image has to lie in longitude and latitude on WGS 84 without a turn, or to have no place: its pixels are then
-/// counted in degrees, as its own coordinates are. A store counts pixel sizes in units of 1e-08 degree. An image that
-/// this rounding would move by more than half a pixel is refused.
+/// The image has to lie in longitude and latitude on WGS 84 without a rotation, or to have no georeference. Without one
+/// its own coordinates count as degrees. A store counts pixel sizes in units of 1e-08 degree. An image that this
+/// rounding would move by more than half a pixel is refused.
 ///
 /// Both files are written beside their targets and take their names when they are whole; a store of the name stays
 /// where a save fails or is stopped. The dataset's own file is refused. Nothing is thrown. A thread that is given
@@ -31,8 +31,8 @@ class ZRKIO_API XRSFile2TXID {
   /// The side of a tile in pixels, a multiple of 4 from 4 to 4,096; 256 unless set.
   void SetTileSize(int tileSize) { tileSize_ = tileSize; }
 
-  /// Writes all of the image; 1. Or 0 with the reason in `err`, which stays as it was where `thread`, which may be
-  /// null, was asked to stop.
+  /// Writes the whole image. Returns 1, or 0 with the reason in `err`. `thread` may be null; if it was asked to stop,
+  /// `err` stays as it was.
   int Save(XString base, XString& err, XThread* thread);
 
   /// How many tiles the last save wrote, and how many the grid has; 0 both where it failed.

@@ -8,22 +8,22 @@
 class XRSFile;
 class XThread;
 
-/// Writes a window of a dataset to an uncompressed TIFF file; one that has a coordinate system gets GeoTIFF tags and a
-/// world file.
+/// Writes a window of a dataset to an uncompressed TIFF file. A dataset with a coordinate system gets GeoTIFF tags and
+/// a world file.
 ///
 /// All bands are written, at full resolution, in the data type that they share. The window is inclusive, in pixels of
 /// the source. Three bands of bytes make a colour image, pixel by pixel; one thematic band makes an image with a colour
 /// table; everything else is written plane by plane. A file of more than 4 GiB is a BigTIFF.
 ///
-/// A dataset of the exact read policy keeps more: its null value, the roles of its bands, scale and offset of samples,
-/// the texts that came with it, its coordinate system, and a transform of any kind. A save fails where a TIFF file
-/// can't hold that.
+/// A dataset of the exact read policy keeps more: its null value, the colour roles of its bands, and scale and offset
+/// of samples. It also keeps the texts that came with it, its coordinate system, and a transform of any kind. A save
+/// fails if a TIFF file can't hold all of that.
 ///
-/// A file of the name is replaced when the new one is whole and on the medium, and stays where the save fails or is
-/// stopped; a symbolic link remains one. Until then the new file stands beside it, under the name with "_tmp" behind
-/// it, and it is removed where the save fails. An empty file of the name is filled where it lies, and then removed
-/// likewise. The dataset's own file is refused; one that a band reads by other ways, as through a mosaic, is replaced,
-/// and the band reads on in the old one.
+/// An old file of the name is replaced when the new file is whole and on the medium. It stays if the save fails or is
+/// stopped. A symbolic link remains one. Until then the new file stands beside the old one, under the name with "_tmp"
+/// behind it, and is removed if the save fails. An empty file of the name is filled in place, and is removed if the
+/// save fails. The dataset's own file is refused. A file that a band reads in another way, as through a mosaic, is
+/// replaced; the band reads on in the old file.
 ///
 /// Nothing is thrown. A thread that is given stores how a save ended, as `XThread::GetResultCode` tells. An object
 /// serves one save at a time, on one thread.
@@ -34,12 +34,12 @@ class ZRKIO_API XRSFile2Tiff {
   XRSFile2Tiff(const XRSFile2Tiff&) = delete;
   XRSFile2Tiff& operator=(const XRSFile2Tiff&) = delete;
 
-  /// The dataset, which stays the caller's; null is ignored. What is recorded of it is its state now. It has to outlive
-  /// the saves. Set it again after a change of its bands.
+  /// The dataset, which stays the caller's; null is ignored. Its present state is recorded, so set it again after a
+  /// change of its bands. It has to outlive the saves.
   void SetXRSFile(XRSFile* file);
 
-  /// 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, a file that can't be
-  /// opened, and a stop by `thread`, which may be null. The coordinate system and the world file never fail a save.
+  /// Returns 1, or 0 with the reason in `err`. `err` stays as it was for an empty path, no dataset, a file that can't
+  /// be opened, and a stop by `thread`, which may be null. The coordinate system and the world file never fail a save.
   int Save(XString path, int x0, int x1, int y0, int y1, XString& err, XThread* thread);
 
   // The ways that `Save` goes.
@@ -74,8 +74,8 @@ class ZRKIO_API XRSFile2Tiff {
   int DoExportToPalette(XThread* thread, XString& err);
   /// Closes the file, which gets its name where all of it was written, and otherwise goes away.
   void DeleteFileOutput();
-  /// Writes the pixel sizes and the corner of the whole image. 0 for a dataset without a system, and where the file
-  /// can't be written.
+  /// Writes the pixel sizes and the corner of the whole image. Returns 0 for a dataset without a system, and where the
+  /// file can't be written.
   int WriteWorldFile(XString path, XString& err);
 
  private:

@@ -29,12 +29,12 @@ class ZRKIO_API XRSFile2XLD {
   /// change it meanwhile.
   void SetXRSFile(XRSFile* file);
 
-  /// Builds the level file `path`: with `mode` 2 or 3 the full form, otherwise the short one. It is written as
-  /// `path` + "_tmp" and gets its name when it is whole and on the medium; until then one of that name stays as it is.
-  /// A path that is a symbolic link remains one: the file that it leads to is replaced, and the unfinished one lies
-  /// beside that. 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, a band that
-  /// can't be halved like the first, and a stop by `thread`. A thread that is given stores how the build ended, as
-  /// `XThread::GetResultCode` tells.
+  /// Builds the level file `path`: with `mode` 2 or 3 the full form, otherwise the short one. The file is written as
+  /// `path` + "_tmp" and gets its name when it is whole and on the medium. Until then an old file of that name stays as
+  /// it is. If the path is a symbolic link, the file that it leads to is replaced, and the unfinished file lies beside
+  /// that one. Returns 1, or 0 with the reason in `err`. `err` stays as it was for an empty path, no dataset, a band
+  /// that can't be halved like the first, and a stop by `thread`, which may be null. A thread that is given stores how
+  /// the build ended, as `XThread::GetResultCode` tells.
   int Save(XString path, XString& err, int mode, XThread* thread);
 
  private:

@@ -12,11 +12,11 @@ class XThread;
 ///
 /// All bands are written, with all that is known of them. The window is inclusive, in full-resolution pixels.
 ///
-/// A file of the name is replaced when the new one is whole and on the medium, and stays where the save fails or is
-/// stopped; a symbolic link remains one. Until then the new file stands beside it, under the name with "_tmp" behind
-/// it. What was written of an unfinished file stays: beside an old file of the name, or else under the name itself.
-/// It is known as unfinished by its header. An empty file of the name is filled where it lies. The file that the
-/// dataset came from is never replaced.
+/// An old file of the name is replaced when the new file is whole and on the medium. It stays if the save fails or is
+/// stopped. A symbolic link remains one. Until then the new file stands beside the old one, under the name with "_tmp"
+/// behind it. An unfinished file stays: beside an old file of the name, or else under the name itself. Its header tells
+/// that it is unfinished. An empty file of the name is filled in place. The file that the dataset came from is never
+/// replaced.
 ///
 /// Nothing is thrown. A thread that is given stores how a save ended, as `XThread::GetResultCode` tells, and its range
 /// of percentages is the same afterwards. One thread uses a writer at a time.
@@ -35,9 +35,9 @@ class ZRKIO_API XRSFile2ZRM {
   void SetWriterFlags(int first, int second);
 
   /// Writes `level` reduced levels beside the pixels, or as many as there can be. A `compressionMode` of 0 or 100 keeps
-  /// the samples as they are; every other one compresses them, no sample off by more than `quality` (0.0: none off at
-  /// all). 1, or 0 with the reason in `err`, which stays as it was for an empty path, no dataset, and a stop by
-  /// `thread`.
+  /// the samples as they are. Every other mode compresses them, and no sample is off by more than `quality`; 0.0 is
+  /// lossless. Returns 1, or 0 with the reason in `err`. `err` stays as it was for an empty path, no dataset, and a
+  /// stop by `thread`, which may be null.
   int Save(XString path, int level, int x0, int x1, int y0, int y1, int compressionMode, double quality, XString& err,
            XThread* thread);
 

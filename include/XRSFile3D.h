@@ -25,14 +25,18 @@ class ZRKIO_API XRSFile3D {
   /// The number of tiles of a level, by its place in the file; -1 here. The two references are left alone.
   virtual int GetNumTiles(int levelIndex, int& numColumns, int& numRows) const;
 
+  /// The grid as a record.
   void SetVirtualTileGrid(const tagVirtualTileGrid& grid) { grid_ = grid; }
   tagVirtualTileGrid GetVirtualTileGrid() const { return grid_; }
 
+  /// The shape: pixels across and down, bands, the type of a sample (XDataType.h), and the format of a pixel
+  /// (XPixelFormat.h).
   int GetXSize() const { return xSize_; }
   int GetYSize() const { return ySize_; }
   int GetNumBands() const { return numBands_; }
   int GetDataType() const { return dataType_; }
   int GetPixelFormat() const { return pixelFormat_; }
+  /// The place of the first pixel, and the distance of two pixels, in world units.
   double GetMinX() const { return minX_; }
   double GetMinY() const { return minY_; }
   double GetPixelSizeX() const { return pixelSizeX_; }

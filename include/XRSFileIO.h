@@ -12,7 +12,8 @@ class XRSFile;
 class XSpatialReference;
 class XThread;
 
-/// The door of the library: from a file name to a format id, from the id to a loader, from a dataset to a file.
+/// The loaders and savers of all formats: from a file name to a format id, from the id to a loader, from a dataset to a
+/// file.
 ///
 /// All operations are static. Unless stated they answer 1 for success and 0 for failure with the reason in `err`. A
 /// loader runs on the caller's thread and fills `file`, which must not be in use elsewhere; different datasets may be
@@ -48,9 +49,9 @@ class ZRKIO_API XRSFileIO {
   static int LoadFileBSQ(XRSFile* file, int id, XString path, int, int, int, int, int, XString& err, XThread* thread);
 
   // Raster loaders. On success the dataset has one band a channel, the first of them the master of the others, and its
-  // name and path are `path`. BMP and JPEG take their place from a world file named as the image with its last four
-  // characters replaced by ".bmw" or ".jpw": all bands of the dataset get its pixel sizes, corner and kind 2. Without
-  // one they get pixel size 1.0, the corner (0.0, height) and kind 1.
+  // name and path are `path`. BMP and JPEG take their georeference from a world file, whose name is that of the image
+  // with ".bmw" or ".jpw" in place of its last four characters. All bands of the dataset get its pixel sizes, its
+  // corner and kind 2. Without a world file they get pixel size 1.0, the corner (0.0, height) and kind 1.
 
   /// The native raster. Statistics and levels come from the file itself.
   static int LoadFileZRM(XRSFile* file, XString path, XString& err, XThread* thread);
@@ -63,7 +64,9 @@ class ZRKIO_API XRSFileIO {
   /// One band of heights in metres; unknown heights are 0.
   static int LoadFileDTED(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
+  /// One band a channel, where a decoder of MrSID is installed; see `ZRMBandMrSID`.
   static int LoadFileSID(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// JPEG 2000 files and codestreams, one band a component; see `ZRMBandJ2K`.
   static int LoadFileJP2(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
   /// One frame, of one grey band, which has no level data.
   static int LoadFileCIB(XRSFile* file, XString path, XString& err, int calcStatistics, XThread* thread);
@@ -73,15 +76,21 @@ class ZRKIO_API XRSFileIO {
   /// policy the level mode is the band's own, and the caller's has no part in it.
   static int LoadFileHAWK(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
+  /// The bands of the first image of a NITF file; see `ZRMBandNITF`.
   static int LoadFileNITFIMG(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                              XThread* thread);
+  /// One band a layer; see `ZRMBandHFA`.
   static int LoadFileHFA(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
   /// One band of bytes.
   static int LoadFileHDF4(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode,
                           XThread* thread);
+  /// One band a channel, where a decoder of ECW is installed; see `ZRMBandECW`.
   static int LoadFileECW(XRSFile* file, XString path, XString& err, int calcStatistics, int levelMode, XThread* thread);
+  /// Four bands, red, green, blue and alpha, of a store of pictures of the globe; see `ZRMBandPBI`.
   static int LoadFilePBI(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// One band of heights of a store of the globe; see `ZRMBandPBE`.
   static int LoadFilePBE(XRSFile* file, XString path, XString& err, XThread* thread);
+  /// Four bands, red, green, blue and alpha, of a sparse tile store; see `ZRMBandTXID`.
   static int LoadFileTXID(XRSFile* file, XString path, XString& err, XThread* thread);
 
   // Vector loaders. On success the dataset has one more `ZRMVand`, and its name and path are `path`. `sr` may be null;
@@ -115,16 +124,17 @@ class ZRKIO_API XRSFileIO {
                              XString& err, XThread* thread, int writerFlag1);
 
   /// The corners of a file, without its pixels being looked at. `x` and `y` have room for four values each, which are
-  /// `kNotSet` where nothing else is known. 1 for a native raster, and for a TIFF file with geokeys; 0 for other files,
-  /// for what can't be opened, and for null arrays.
+  /// `kNotSet` where nothing else is known. Returns 1 for a native raster, and for a TIFF file with geokeys; 0 for
+  /// other files, for files that can't be opened, and for null arrays.
   ///
-  /// Of a native raster with a spatial reference they are the lower left, lower right, upper right and upper left
-  /// corner in its own system. One without is asked for its sets of control points named "BOUNDING_GCP": each has as
-  /// many corners set as it has points, up to four, all of them to the map coordinates of the point whose number is
-  /// that of the set in the list. Raises `std::invalid_argument` where a set that has points lacks this one.
+  /// For a native raster with a spatial reference they are the lower left, lower right, upper right and upper left
+  /// corner in its own system. For a native raster without one they come from its sets of control points named
+  /// "BOUNDING_GCP". A set of n points sets the first n corners, four at most. All of these get the map coordinates of
+  /// one point: the point whose number is that of the set in the list. Raises `std::invalid_argument` if a set with
+  /// points lacks that point.
   ///
-  /// Of a TIFF file they are its first four tie points, or as many as there are, in longitude and latitude on WGS 84
-  /// where its system is known. A file that has a pixel scale lists no corners that way, so none is set.
+  /// For a TIFF file they are its first four tie points, or as many as there are. They are in longitude and latitude on
+  /// WGS 84 if its system is known. A file with a pixel scale does not list its corners in this way, so none is set.
   static int GetGeoBounding(XString path, double* const x, double* const y);
   /// As above, and tells whether the corners are longitude and latitude on WGS 84; otherwise they are as the file has
   /// them.
@@ -139,18 +149,18 @@ class ZRKIO_API XRSFileIO {
   /// descriptive fields from it then.
   static int CheckFileXLD(XRSFile* file, XString path, XString& err, XThread* thread);
   /// Builds the level file of the raster, in place of one that is there: with `kLevelStatistics` the short form, with
-  /// `kLevelAsk` and `kLevelBuild` the full one. 0 without a sentence for `kLevelNone`. See `XRSFile2XLD`.
+  /// `kLevelAsk` and `kLevelBuild` the full one. Returns 0 without a sentence for `kLevelNone`. See `XRSFile2XLD`.
   static int CreateFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
   /// Attaches the level data of a raster. Level data that is missing or can't be used is built first, as `levelMode`
-  /// says; `kLevelAsk` asks the operator by a message box. After a 1 the bands that can have level data have a
-  /// `ZRMBandXLD`. 0, with nothing attached, where no level data was found or made, where the file is damaged or of
-  /// another image, and for a dataset whose file has another name than `path`. What the text of such a file brought
-  /// into the dataset stays there.
+  /// says; `kLevelAsk` asks the operator by a message box. Returns 1 if the bands that can have level data have a
+  /// `ZRMBandXLD` now. Returns 0, with nothing attached, if no level data was found or made, or if the file is damaged
+  /// or of another image. Returns 0 also for a dataset whose file has another name than `path`. Fields that the dataset
+  /// took from the text of such a file stay.
   static int LoadFileXLD(XRSFile* file, XString path, XString& err, int levelMode, XThread* thread);
-  /// For whoever has replaced a raster by renaming a new file: removes the level file of the old one, whose length in
-  /// bytes was `oldLength`. A level file that says that it belongs to a file of another length stays, since rasters
-  /// that differ only by their extension share the name. All saves here do it themselves. 1 where no such level file is
-  /// there any more.
+  /// Removes the level file of an old raster of `oldLength` bytes. It is for callers that have replaced a raster by
+  /// renaming a new file; all saves here do it themselves. A level file of a raster of another length stays, since
+  /// rasters that differ only by their extension share the name of the level file. Returns 1 where no such level file
+  /// is there any more.
   static int RemoveFileXLD(XString path, std::int64_t oldLength);
   /// Gives the projection in the level file of the dataset another one; pyramids and all else stay.
   static int UpdateFileXLD_SR(XRSFile* file, XSpatialReference* sr, XString& err);

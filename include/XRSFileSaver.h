@@ -53,9 +53,9 @@ class ZRKIO_API XRSFileSaver {
 
   /// Writes the pixels of the band's window to the output file at `GetDataEnd`, with `level` reduced levels, moves that
   /// on, and records place, layout and statistics. A `mode` of 0 or 100 keeps the samples as they are; every other one
-  /// compresses them without loss. Progress runs from `percentStart` over `percentSpan`. 0 on failure, with the
+  /// compresses them without loss. Progress runs from `percentStart` over `percentSpan`. Returns 0 on failure, with the
   /// sentence in `err`, which stays as it was where the thread was stopped. `GetDataEnd` then stays too, so that the
-  /// next body is written over the failed one. 0 for a null band and for a file that is missing or closed.
+  /// next body is written over the failed one. Returns 0 for a null band and for a file that is missing or closed.
   int CopyBandData(ZRMBand* band, int level, int x0, int x1, int y0, int y1, int mode, XThread* thread,
                    int percentStart, int percentSpan, XString& err);
   /// Where the band's body lies in the output file, in bytes. The place is recorded and not checked.
@@ -112,16 +112,16 @@ class ZRKIO_API XRSFileSaver {
   /// All spectral signatures.
   void CopySIGDataSetAll(XRSFile* dataset);
 
-  /// For level files: the image that they are made of, by its length in bytes, the times of its last modification and
-  /// last change in nanoseconds since 1970, and the fingerprint of its bytes.
+  /// For level files: writes which image they are made of. It is described by its length in bytes, the times of its
+  /// last modification and last change in nanoseconds since 1970, and the fingerprint of its bytes.
   void WriteLevelImage(std::int64_t length, std::int64_t modified, std::int64_t changed, std::uint64_t fingerprint);
 
   /// The text so far. Its declaration names ISO-8859-1, and texts of the dataset are in it byte for byte. It may be
   /// asked at any time, and more may be written afterwards.
   XString GetXML() const;
   /// Writes the text behind the last body and then, once all is on the medium, its offset into the header: the file is
-  /// complete from that moment on. 1, or 0 without an output file, before `WriteInitTags`, and where it can't be
-  /// written.
+  /// complete from that moment on. Returns 1, or 0 without an output file, before `WriteInitTags`, and where it can't
+  /// be written.
   int Save();
 
  private:

@@ -9,7 +9,7 @@
 /// band, in the order of the dataset's bands and in sample units. The lists are kept as they are: nobody checks that
 /// they are of one length. A dataset that a signature is added to owns it.
 struct XRSSIG {
-  /// Of the class, for people.
+  /// The name of the class, for people.
   XString name;
   /// The colour that the class is drawn in, 0 to 255 each; white at first.
   unsigned char red = 255;

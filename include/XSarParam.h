@@ -9,7 +9,7 @@ struct XSarParam {
   /// The acquisition mode, as the file numbers them. 0 says that the band is no radar image, whatever the other fields
   /// hold.
   int mode = 0;
-  /// Of the middle of the transmitted band.
+  /// The frequency of the middle of the transmitted band.
   double carrierFrequency = 0.0;
   /// The range of frequencies that a pulse sweeps, and the time that it takes.
   double chirpBandWidth = 0.0;
@@ -20,13 +20,13 @@ struct XSarParam {
   double samplingFrequency = 0.0;
   /// Pulses a second: the pulse repetition frequency.
   double prf = 0.0;
-  /// Between the line of sight and the vertical, at the near edge, the centre and the far edge of the swath.
+  /// The angles between the line of sight and the vertical, at the near edge, the centre and the far edge of the swath.
   double incidenceAngleN = 0.0;
   double incidenceAngleC = 0.0;
   double incidenceAngleF = 0.0;
-  /// Between the line of sight and the plane across the track.
+  /// The angle between the line of sight and the plane across the track.
   double squintAngle = 0.0;
-  /// Along the track, then across it.
+  /// The lengths of the antenna: along the track, then across it.
   double antennaLength[2] = {0.0, 0.0};
   /// The times of the first and of the last pulse that the image was made of.
   double apertureTime[2] = {0.0, 0.0};
@@ -40,6 +40,6 @@ struct XSarBeam {
   /// The angle of the first gain, which may be negative, and the step to the next.
   double firstAngle = 0.0;
   double angleStep = 0.0;
-  /// In decibel.
+  /// The gains in decibels.
   std::vector<double> gains;
 };

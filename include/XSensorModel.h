@@ -5,14 +5,15 @@
 class XRSFile;
 class ZRMBand;
 
-/// How the pixels of an image lie on the ground where no affine transform tells it: a sensor that moves, over ground
-/// that rises. A band whose format has such a model is one of these as well; `XfnFindSensorModel` asks it.
+/// The way from pixels to the ground and back for an image that no affine transform places, because the sensor moves
+/// and the ground rises. A band whose format has such a model also derives from this class; `XfnFindSensorModel` finds
+/// it.
 ///
 /// Positions are columns and rows with fractions, whole numbers being the centres of pixels. Places are longitude and
 /// latitude in degrees on WGS 84, heights in metres above its ellipsoid. Arrays belong to the caller and hold `count`
-/// numbers each. What has no answer becomes not a number in all its outputs: a ray that misses the earth, a place that
-/// the sensor did not see, and in the exact policy a place where the terrain has no height. Each call answers how many
-/// of `count` have an answer.
+/// numbers each. A place without an answer becomes NaN in all its outputs. That is a ray that misses the earth, a place
+/// that the sensor did not see, and in the exact policy a place where the terrain has no height. Each call answers how
+/// many of `count` have an answer.
 ///
 /// Nothing is allocated for a point. Any number of threads may ask at once, but the terrain is set before they do.
 class ZRKIO_API XSensorModel {
@@ -30,8 +31,9 @@ class ZRKIO_API XSensorModel {
   virtual int FindHeights(const double* lon, const double* lat, int count, double* height) const = 0;
 
   /// Sets the terrain: the first band of a dataset, with heights in metres over longitude and latitude, above the geoid
-  /// if one is set and otherwise above the ellipsoid. The dataset, which comes from `new`, becomes the model's in any
-  /// case. Null takes the terrain away. 0 where it can't serve; the old terrain then stays.
+  /// if one is set and otherwise above the ellipsoid. The model owns the dataset from now on, also after a 0; the
+  /// dataset has to come from `new`. Null removes the terrain. Returns 1, or 0 if the dataset can't serve; the old
+  /// terrain then stays.
   virtual int SetDemFile(XRSFile* demFile) = 0;
   /// The same for the geoid: its heights above the ellipsoid, in centimetres.
   virtual int SetGeoidFile(XRSFile* geoidFile) = 0;

@@ -36,7 +36,7 @@ class ZRKIO_API XSpatialReference {
   /// As WKT 1. An empty reference gives the empty text and 1.
   int exportToWkt(XString& wkt) const;
 
-  /// Whether coordinates are longitude and latitude. 0 for a projected system and for an empty reference.
+  /// Whether coordinates are longitude and latitude. Returns 0 for a projected system and for an empty reference.
   int IsGeographic() const;
   /// Whether both describe the same system; two empty ones do. The order of axes in the texts does not matter.
   int IsSame(const XSpatialReference& other) const;

@@ -11,5 +11,5 @@ ZRKIO_API void XfnCalcSplineCoeff(const double* t, const double* y, int n, doubl
                                   double* out);
 
 /// The value at a place, from the arrays above. At the place of a sample it is that sample exactly. Outside the samples
-/// the first or the last piece is continued. 0.0 for fewer than two samples.
+/// the first or the last piece is continued. Returns 0.0 for fewer than two samples.
 ZRKIO_API double XfnInterpolateSpline(const double* t, const double* y, const double* table, int n, double at);

@@ -35,6 +35,6 @@ ZRKIO_API int XfnGetWorkerCount();
 ZRKIO_API void XfnSetMappedReads(bool areMapped);
 ZRKIO_API bool XfnAreReadsMapped();
 
-/// The rows of a processing block of an image `width` samples wide and `height` high: `wantedRows`, or fewer where
-/// that would pass the image or take more than 2 MB, which stay in the processor's cache. At least 1.
+/// The rows of a processing block of an image of `width` by `height` samples. It is `wantedRows`, or fewer if these
+/// would pass the image or take more than 2 MB. Blocks of that size stay in the processor's cache. At least 1.
 ZRKIO_API int XfnCalcBlockHeight(long width, long height, long bytesPerSample, long wantedRows);

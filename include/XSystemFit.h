@@ -6,7 +6,7 @@
 class XSpatialReference;
 class ZRMBand;
 
-/// Whether the place of a band can be one of a system, going by units: the coordinates of a geographic system are
-/// angles, and no system reaches farther than some multiples of the earth. What is merely unlikely passes, and so does
-/// a band in pixel coordinates, which has no place. 1, or 0 with the reason in `err`.
+/// Whether the coordinates of a band can be coordinates of a system, by their size. The coordinates of a geographic
+/// system are angles, and no system reaches farther than some multiples of the earth. Unlikely coordinates pass, and so
+/// does a band in pixel coordinates, which has no place. Returns 1, or 0 with the reason in `err`.
 ZRKIO_API int XfnCanBePlacedIn(const ZRMBand& band, const XSpatialReference& sr, XString& err);

@@ -11,9 +11,9 @@ class XThread;
 /// The window message that every callback of an `XThread` posts.
 inline constexpr unsigned kXThreadMessage = 0x7E8;
 
-/// Takes the messages that a window took in the family's desktop programs. The call comes on the working
-/// thread, and must return soon. What it throws goes no further: it asks the operation to stop, as the state word
-/// does, so that the operation cleans up and ends as a cancelled one.
+/// Takes the messages that a window took in the family's desktop programs. The call comes on the working thread, and
+/// must return soon. An exception from it goes no further. It asks the operation to stop, as the state word does, so
+/// that the operation cleans up and ends as a cancelled one.
 class ZRKIO_API XMessageTarget {
  public:
   virtual ~XMessageTarget();
@@ -22,11 +22,11 @@ class ZRKIO_API XMessageTarget {
   virtual void PostMessage(unsigned message, XThread* sender, long value) = 0;
 };
 
-/// Carries progress and cancel down a long operation. It starts no thread: the operation runs where it was
-/// called, reports here, and looks at the state word to learn that it shall stop.
+/// Carries progress out of a long operation, and the request to stop into it. It starts no thread. The operation runs
+/// on the caller's thread, reports here, and stops when the state word says so.
 ///
-/// The state word may be set from any thread. Callbacks come from the working thread; texts and codes are
-/// read by others after it is done, or on its own thread within `PostMessage`.
+/// The state word may be set from any thread. Callbacks come from the working thread. Other threads read texts and
+/// codes after the operation has ended; the working thread may read them within `PostMessage`.
 class ZRKIO_API XThread {
  public:
   /// What the state word asks of the operation: to go on, or to stop soon.

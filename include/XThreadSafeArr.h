@@ -19,8 +19,8 @@ class ZRKIO_API XThreadSafeArr1 {
   ~XThreadSafeArr1();
 
   /// The calling thread's line, sized to the request, with undefined contents. The record is the same for every request
-  /// of the thread, so that a request changes what an earlier one gave. Null if memory ran out or the shape can't be;
-  /// the line then stays.
+  /// of the thread, so that a request changes what an earlier one gave. Returns null if memory ran out or the shape
+  /// can't be; the line then stays.
   tagXArr1* GetBuffer(int size, int elementSize);
   /// The calling thread's line as it stands; its `data` is null before the first sized request.
   tagXArr1* GetBuffer();
@@ -39,8 +39,8 @@ class ZRKIO_API XThreadSafeArr2 {
   ~XThreadSafeArr2();
 
   /// The calling thread's buffer, sized to the request, with undefined contents. The record is the same for every
-  /// request of the thread, so that a request changes what an earlier one gave. Null if memory ran out or the shape
-  /// can't be; the buffer then stays.
+  /// request of the thread, so that a request changes what an earlier one gave. Returns null if memory ran out or the
+  /// shape can't be; the buffer then stays.
   tagXArr2* GetBuffer(int width, int height, int elementSize);
   /// The calling thread's buffer as it stands; its `data` is null before the first sized request.
   tagXArr2* GetBuffer();
@@ -59,8 +59,8 @@ class ZRKIO_API XThreadSafeArr3 {
   ~XThreadSafeArr3();
 
   /// The calling thread's planes, sized to the request, with undefined contents. The record is the same for every
-  /// request of the thread, so that a request changes what an earlier one gave. Null if memory ran out or the shape
-  /// can't be; the planes then stay.
+  /// request of the thread, so that a request changes what an earlier one gave. Returns null if memory ran out or the
+  /// shape can't be; the planes then stay.
   tagXArr3* GetBuffer(int width, int height, int elementSize);
   /// The calling thread's planes as they stand; their `data` is null before the first sized request.
   tagXArr3* GetBuffer();

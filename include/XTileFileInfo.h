@@ -27,6 +27,7 @@ class ZRKIO_API XTileFileInfo {
   XTileFileInfo& operator=(const XTileFileInfo& other);
   ~XTileFileInfo();
 
+  /// The version of the format, which the header stores.
   double GetVersion() const { return version_; }
   /// Of level 0, in degrees.
   double GetTileSize() const { return tileSize_; }

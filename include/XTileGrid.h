@@ -12,10 +12,10 @@ ZRKIO_API double XfnGetTileSize3D(int level);
 
 /// The tile of a level that a place lies in, its lower and left edges included. A place below latitude -90 or west of
 /// longitude -180 is in row or column -1 or below. Nothing is cut at the other end: latitude 90 is in row 10 * 2^L, one
-/// past the last. What no int holds gives the nearest one; what is not a number gives INT_MIN.
+/// past the last. A number beyond the range of an int gives the nearest int, and NaN gives INT_MIN.
 ZRKIO_API void XfnGetRowColFromGeo(int level, double lon, double lat, int& row, int& col);
 
 /// The same for tiles of `tileSize` degrees, but a place on an edge of a tile belongs to the tile below or west of it:
-/// 1e-09 is taken off both coordinates first. The upper right corner of a range is asked for in this way, so that it
-/// lies in the last tile of the range; the lower left corner is asked for by level.
+/// 1e-09 is taken off both coordinates first. Use this form for the upper right corner of a range, so that it lies in
+/// the last tile of the range. Use the form by level for the lower left corner.
 ZRKIO_API void XfnGetRowColFromGeo(double tileSize, double lon, double lat, int& row, int& col);

@@ -19,7 +19,9 @@ class ZRKIO_API XTileLevelInfo {
   /// All of it, as a record.
   const tagXTileLevel& GetRecord() const { return record_; }
 
+  /// The number of the level; 0 is the coarsest.
   int GetLevel() const { return record_.level; }
+  /// The range of tiles, lowest and highest row and column, all inclusive. Rows count northward, columns eastward.
   int GetLLRow() const { return record_.llRow; }
   int GetLLCol() const { return record_.llCol; }
   int GetURRow() const { return record_.urRow; }

@@ -4,9 +4,8 @@
 
 class XEPOT2D;
 
-/// A band that adds nothing to the store that it lies in: its samples at full resolution are those of image 0. Who
-/// wants all of them may take whole tiles from the store, and saves a copy. Band classes derive from it beside their
-/// base.
+/// A band that adds nothing to the store that it lies in: its samples at full resolution are those of image 0. A reader
+/// of all pixels may take whole tiles from the store, and saves a copy. Band classes derive from it beside their base.
 class ZRKIO_API XTileSource {
  public:
   virtual ~XTileSource();

@@ -7,9 +7,9 @@
 #include <vector>
 
 /// Reader and writer of a world file: six lines of text beside an image that place it in the world. Line 1 is the pixel
-/// size in x, line 4 that in y, lines 5 and 6 are the origin; lines 2 and 3 (rotation) are passed over. Each number is
-/// `kNotSet` until read; a line that is missing leaves its number unset. An object serves one thread while it reads,
-/// and any number afterwards. Nothing here throws but `std::bad_alloc`.
+/// size in x, and line 4 the pixel size in y. Lines 5 and 6 are the origin. Lines 2 and 3 (rotation) are ignored. Each
+/// number is `kNotSet` until read; a line that is missing leaves its number unset. An object serves one thread while it
+/// reads, and any number afterwards. Nothing here throws but `std::bad_alloc`.
 class ZRKIO_API XWorldFile {
  public:
   XWorldFile();
@@ -42,14 +42,14 @@ class ZRKIO_API XWorldFile {
 
   // The edges of an image of that many pixels, in world units.
 
-  /// The origin, or a width left of it for a negative pixel size. 0.0 where the x numbers are not set.
+  /// The origin, or a width left of it for a negative pixel size. Returns 0.0 where the x numbers are not set.
   double Left(int width) const;
-  /// The origin, or a height below it for a negative pixel size. 0.0 where the y numbers are not set.
+  /// The origin, or a height below it for a negative pixel size. Returns 0.0 where the y numbers are not set.
   double Bottom(int height) const;
   /// The opposite of `Left`; the width less 1 where the x numbers are not set.
   double Right(int width) const;
-  /// The opposite of `Bottom`; the height less 1 where the x numbers are not set. The x numbers are asked here, unlike
-  /// in its neighbours.
+  /// The opposite of `Bottom`; the height less 1 where the x numbers are not set. This function checks the x numbers,
+  /// while `Bottom` checks the y numbers.
   double Top(int height) const;
 
   /// Absolute pixel sizes in world units; `kNotSet` until they are read.

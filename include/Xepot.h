@@ -20,11 +20,11 @@ class ZRKIO_API Xepot {
   static int GetHighestLevelForTarget(int xSize, int ySize, int levels, int xTileSize, int yTileSize, int x0, int x1,
                                       int y0, int y1, int width, int height);
 
-  /// Writes the band's pixels as a compressed pyramid store at `offset` of a file that is open for writing: images 0 to
-  /// `level`, in square tiles of `tileSize`, no sample off by more than `quality` from the pyramid of means (of the
-  /// most frequent samples for a thematic band); 0.0 keeps every bit. Answers the bytes of the store, or 0 where the
-  /// band can't be read, the file can't be written, the store can't be, or `thread` stops it. The bytes are the same
-  /// for every number of workers.
+  /// Writes the band's pixels as a compressed pyramid store at `offset` of a file that is open for writing. The store
+  /// has images 0 to `level` in square tiles of `tileSize`. Its pyramid is one of means, or of the most frequent
+  /// samples for a thematic band. No sample is off from that pyramid by more than `quality`; 0.0 keeps every bit.
+  /// Answers the bytes of the store, or 0 where the band can't be read, the file can't be written, the store can't be,
+  /// or `thread` stops it. The bytes are the same for every number of workers.
   static std::int64_t CompressEPOT_CM3(ZRMBand* band, XFile* file, std::int64_t offset, int tileSize, int level,
                                        double quality, XThread* thread);
   /// The same of a window of the band.

@@ -6,6 +6,6 @@
 /// The library's version, as "0.1.0".
 ZRKIO_API const char* XfnGetVersion();
 
-/// The libraries that this one uses, each as "name version": GDAL and PROJ as they are at run time, libjpeg-turbo and
-/// Highway, which don't tell, as they were when this library was built.
+/// The libraries that this one uses, each as "name version". GDAL and PROJ have their versions at run time.
+/// libjpeg-turbo and Highway do not tell them, so theirs are the versions that this library was built with.
 ZRKIO_API XStringList XfnGetLibraryVersions();

@@ -1,8 +1,9 @@
 #pragma once
 
-// Everything that the library offers, and first a guide: the ten calls that most programs need, in the order in which
-// a program comes to them. Results are 1 for success and 0 for failure, with the reason in `err`. Windows are
-// inclusive, x0 to x1 and y0 to y1, in full-resolution pixels whatever the level; level n means a reduction of 2^n.
+// This header includes everything that the library offers. It begins with a guide to the ten calls that most programs
+// need, in the order in which a program makes them. Results are 1 for success and 0 for failure, with the reason in
+// `err`. Windows are inclusive, x0 to x1 and y0 to y1, in full-resolution pixels whatever the level; level n means a
+// reduction of 2^n.
 //
 //  1. XRSFile file;                                    a dataset: it owns its bands and the open file
 //  2. XfnOpenFile(&file, path, err, nullptr)           opens whatever the file is, known by its content
@@ -19,11 +20,11 @@
 // 10. XRSFileIO::SaveFileTiff(...)                     writes a window of all bands to a file; XfnGetFormats() tells
 //                                                      what can be read and written
 //
-// Reads are compatible unless a program asks for exact ones first: XfnSetDefaultReadPolicy(kReadExact). These give what
-// the file says or fail, and XfnGetLastReadError tells why a read failed.
+// Reads are compatible unless a program first asks for exact reads: XfnSetDefaultReadPolicy(kReadExact). An exact read
+// gives what the file says or fails. XfnGetLastReadError tells why a read failed.
 //
-// Many threads may read one band, or several of one file; a dataset is opened and changed by one thread. Files of
-// strangers are read under limits (XLimits.h). Nothing is thrown but by what says so.
+// Many threads may read one band, or several bands of one file. One thread alone opens and changes a dataset. Limits
+// guard against hostile files (XLimits.h). A function throws only if its comment says so.
 
 #include "tagBoundaryRectangleRecordRPF.h"
 #include "tagColortableIndexRecordRPF.h"

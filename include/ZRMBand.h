@@ -49,22 +49,22 @@ class ZRKIO_API ZRMBand : public XBand {
   ZRMBand& operator=(const ZRMBand&) = delete;
 
   /// The level for a picture of `width` by `height` pixels of the area between four places, which are world coordinates
-  /// in any order. Only the size of the area counts, so that it may reach beyond the image. 0 for an area of less than
-  /// a pixel.
+  /// in any order. Only the size of the area counts, so that it may reach beyond the image. Returns 0 for an area of
+  /// less than a pixel.
   int GetHighestLevelForTarget(double cornerX0, double cornerY0, double cornerX1, double cornerY1, double cornerX2,
                                double cornerY2, double cornerX3, double cornerY3, int width, int height) override;
   using XBand::GetHighestLevelForTarget;
-  /// Sets minimum, maximum, mean and deviation, and the histogram where `withHistogram` is nonzero. In the exact policy
-  /// they are those of all pixels, see `XfnCalcExactStatistics`. Otherwise they come from the coarsest level, an
-  /// estimate by design. 1; or 0 where that level has no pixel or can't be read, and the old values stay. It changes
-  /// fields, so that no other thread may use them meanwhile.
+  /// Sets minimum, maximum, mean and deviation, and the histogram if `withHistogram` is nonzero. In the exact policy
+  /// they are those of all pixels, see `XfnCalcExactStatistics`. In the compatible policy they are an estimate from the
+  /// coarsest level. Returns 1; or 0 where that level has no pixel or can't be read, and the old values stay. The call
+  /// changes fields of the band, so no other thread may use these meanwhile.
   int CalcStatistics(int withHistogram) override;
-  /// Copies all fields of `source` deeply but its dataset and output store; pixels and level data are not copied. 1,
-  /// also for the band itself; 0 for null.
+  /// Copies all fields of `source` deeply but its dataset and output store; pixels and level data are not copied.
+  /// Returns 1, also for the band itself; 0 for null.
   int CloneBand(ZRMBand* source) override;
 
-  /// The band that takes the level data of this one: itself, or a band behind it. Null for a band that can have no
-  /// level data. It is not owned by the caller.
+  /// The band that takes the level data of this one: itself, or a band behind it. Returns null for a band that can have
+  /// no level data. It is not owned by the caller.
   ZRMBandDRIO* GetLevelSource() const { return levelSource_; }
   /// The band whose samples this one shows, or null: itself, unless it shows one that is hidden behind it.
   ZRMBand* GetShownBand() const { return shownBand_; }
@@ -81,7 +81,7 @@ class ZRKIO_API ZRMBand : public XBand {
   /// 0. The result is cut to the range of an int, and is 0 for what is not a number. It may lie outside the image.
   void ConvWorldToPixelCoord(double worldX, double worldY, int& x, int& y) const;
   /// Reads one sample at a place in world coordinates, of the pixel that `ConvWorldToPixelCoord` finds. The result is
-  /// that of a window of one pixel. 0 where the pixel lies outside the image or the place is not finite.
+  /// that of a window of one pixel. Returns 0 where the pixel lies outside the image or the place is not finite.
   int ReadPixel(tagXArr2*& out, double worldX, double worldY);
   using XBand::ReadPixel;
   /// The outer edges of an inclusive range of pixels, in world units. The range may reach beyond the image.
@@ -90,20 +90,21 @@ class ZRKIO_API ZRMBand : public XBand {
   /// The outer edges of the whole band: x from west to east, then y from south to north. With a negative pixel size the
   /// first of a pair is the larger one.
   void GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const;
-  /// Sets the upper left corner, and from the pixel sizes the band's size in whole pixels: what is left of a pixel at
-  /// the right and lower edge is dropped, unless it lacks less than a millionth to be whole. A size stays as it was
-  /// where the pixel size is 0. A result below 0 becomes 0.
+  /// Sets the upper left corner, and works out the band's size in whole pixels from the pixel sizes. A part of a pixel
+  /// at the right or lower edge is dropped, unless it lacks less than a millionth of a pixel. If a pixel size is 0, the
+  /// size in that direction stays as it was. A result below 0 becomes 0.
   void SetBoundRect(double minX, double maxX, double minY, double maxY);
 
-  /// The full transform from pixels to world units, whatever convention the format has for its corner:
-  /// x = t[0] + column * t[1] + row * t[2], y = t[3] + column * t[4] + row * t[5], where (0, 0) is the outer corner of
-  /// the first pixel and (1, 1) that of the pixel right of it and below. Rotation and rows that go north are in it; the
-  /// operations above know neither.
+  /// The full transform from pixels to world units: x = t[0] + column * t[1] + row * t[2], y = t[3] + column * t[4] +
+  /// row * t[5]. (0, 0) is the outer corner of the first pixel, whatever convention the format has. (1, 1) is the outer
+  /// corner of the pixel to the right and below. The transform knows rotation and rows that go north; the operations
+  /// above do not.
   void GetGeoTransform(double transform[6]) const;
-  /// For loaders, after corner and pixel sizes. A later change of these takes it back: the transform then follows them.
+  /// For loaders, after they have set corner and pixel sizes. A later change of corner or pixel sizes discards this
+  /// transform, and the transform then follows from them.
   void SetGeoTransform(const double transform[6]);
-  /// Which place of the first pixel the upper left corner is, for the transform that follows from it; its corner at
-  /// first.
+  /// Which place of the first pixel `GetULX` and `GetULY` mean: its outer corner (the initial value) or its centre. The
+  /// transform follows from that.
   XPixelAnchor GetPixelAnchor() const { return pixelAnchor_; }
   void SetPixelAnchor(XPixelAnchor pixelAnchor) { pixelAnchor_ = pixelAnchor; }
 
@@ -183,21 +184,21 @@ class ZRKIO_API ZRMBand : public XBand {
   double GetSceneOrient() const { return sceneOrient_; }
   /// Kept as it is; it turns no coordinates.
   void SetSceneOrient(double sceneOrient) { sceneOrient_ = sceneOrient; }
-  /// Of the sensor, above the ground, in metres; 0 for an unknown one.
+  /// The height of the sensor above the ground, in metres; 0 for an unknown one.
   int GetAltitude() const { return altitude_; }
   void SetAltitude(int altitude) { altitude_ = altitude; }
-  /// Of the line of sight against the vertical at the centre, in degrees; 0.0 for an unknown one. Radar bands have
-  /// three more in `XSarParam`.
+  /// The angle of the line of sight against the vertical at the centre, in degrees; 0.0 for an unknown one. Radar bands
+  /// have three more in `XSarParam`.
   double GetIncidenceAngle() const { return incidenceAngle_; }
   void SetIncidenceAngle(double incidenceAngle) { incidenceAngle_ = incidenceAngle; }
   /// When the image was taken, as the number that its file has; 0 for an unknown date. Files number dates in their own
   /// ways.
   long GetBandDate() const { return bandDate_; }
   void SetBandDate(long bandDate) { bandDate_ = bandDate; }
-  /// By what the image was taken, as the number that its file has; 0 for an unknown sensor.
+  /// The sensor, as the number that its file has; 0 for an unknown one.
   long GetBandSensor() const { return bandSensor_; }
   void SetBandSensor(long bandSensor) { bandSensor_ = bandSensor; }
-  /// Of the middle of the band, in the unit of its file; 0.0 for an unknown one.
+  /// The wavelength of the middle of the band, in the unit of its file; 0.0 for an unknown one.
   double GetWaveLength() const { return waveLength_; }
   void SetWaveLength(double waveLength) { waveLength_ = waveLength; }
   /// The sensor as text; empty for an unknown one.
@@ -232,7 +233,7 @@ class ZRKIO_API ZRMBand : public XBand {
     offsetX_ = offsetX;
     offsetY_ = offsetY;
   }
-  /// What they are multiplied with; 1.0 both at first.
+  /// What sensor columns and rows are multiplied with, after the offset is added; 1.0 both at first.
   void GetScale(double& scaleX, double& scaleY) const {
     scaleX = scaleX_;
     scaleY = scaleY_;
@@ -281,14 +282,15 @@ class ZRKIO_API ZRMBand : public XBand {
   const XSarParam& GetSarParam() const { return sarParam_; }
   /// Copies the record.
   void SetSarParam(const XSarParam& sarParam) { sarParam_ = sarParam; }
-  /// 0 for a band that is no radar image, otherwise the mode of its file.
+  /// Returns 0 for a band that is no radar image, otherwise the mode of its file.
   int GetSarMode() const { return sarParam_.mode; }
   /// A mode other than 0 makes this a radar band, so that files get its radar parameters.
   void SetSarMode(int mode) { sarParam_.mode = mode; }
   /// Whether the band has radar parameters, that is a mode other than 0. Files keep them for such bands alone.
   bool IsSarBand() const { return sarParam_.mode != 0; }
 
-  /// In hertz, as the other frequencies; angles are in degrees, lengths in metres, times in seconds.
+  /// The frequency of the middle of the transmitted band. Here frequencies are in hertz, angles in degrees, lengths in
+  /// metres and times in seconds.
   double GetCarrierFrequency() const { return sarParam_.carrierFrequency; }
   void SetCarrierFrequency(double value) { sarParam_.carrierFrequency = value; }
   /// The range of frequencies that a pulse sweeps.
@@ -302,23 +304,23 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetUpChirp(int value) { sarParam_.upChirp = value; }
   /// True at first, as the flag is 0 then.
   bool IsDownChirp() const { return sarParam_.upChirp == 0; }
-  /// Of the received signal.
+  /// The samples a second of the received signal.
   double GetSamplingFrequency() const { return sarParam_.samplingFrequency; }
   void SetSamplingFrequency(double value) { sarParam_.samplingFrequency = value; }
   /// Pulses a second; 0.0 for an unknown number.
   double GetPRF() const { return sarParam_.prf; }
   void SetPRF(double value) { sarParam_.prf = value; }
-  /// At the near edge, the centre and the far edge of the swath.
+  /// The angles between the line of sight and the vertical, at the near edge, the centre and the far edge of the swath.
   double GetIncidenceAngleN() const { return sarParam_.incidenceAngleN; }
   void SetIncidenceAngleN(double value) { sarParam_.incidenceAngleN = value; }
   double GetIncidenceAngleC() const { return sarParam_.incidenceAngleC; }
   void SetIncidenceAngleC(double value) { sarParam_.incidenceAngleC = value; }
   double GetIncidenceAngleF() const { return sarParam_.incidenceAngleF; }
   void SetIncidenceAngleF(double value) { sarParam_.incidenceAngleF = value; }
-  /// Between the line of sight and the plane across the track.
+  /// The angle between the line of sight and the plane across the track.
   double GetSquintAngle() const { return sarParam_.squintAngle; }
   void SetSquintAngle(double value) { sarParam_.squintAngle = value; }
-  /// Of the antenna, along the track and across it.
+  /// The lengths of the antenna, along the track and across it.
   void GetAntennaLength(double& azimuth, double& range) const {
     azimuth = sarParam_.antennaLength[0];
     range = sarParam_.antennaLength[1];
@@ -354,8 +356,8 @@ class ZRKIO_API ZRMBand : public XBand {
   void SetSarsubset(int x0, int x1, int y0, int y1);
 
  protected:
-  /// Statistics of the whole band as a read at `level` gives it. 0 where that is smaller than a pixel or can't be read.
-  /// The old values stay then.
+  /// Statistics of the whole band as a read at `level` gives it. Returns 0 where that is smaller than a pixel or can't
+  /// be read. The old values stay then.
   int CalcStatisticsAtLevel(int level, int withHistogram);
   /// Copies size, pixel sizes, corner, coordinate kind and system: what a follower shares with its master.
   void CopyGeometry(const ZRMBand& master);
@@ -416,5 +418,5 @@ class ZRKIO_API ZRMBand : public XBand {
 };
 
 /// The rows of a processing block of the band, as the form of `XSystem.h` tells for its width, height and sample size.
-/// 1 for null.
+/// Returns 1 for null.
 ZRKIO_API int XfnCalcBlockHeight(ZRMBand* band, long wantedRows);

@@ -15,11 +15,11 @@ class ZRKIO_API ZRMBand2DMem : public ZRMBand {
   ~ZRMBand2DMem() override;
 
   /// Shows a buffer of the caller's, which is not copied and keeps its shape for as long as this band is used. Sets
-  /// size and data type. 0, with the band as it was, for a buffer that is null or empty, or whose samples are not of
-  /// the size of the data type, which has to be a scalar one.
+  /// size and data type. Returns 1, or 0 with the band as it was. It fails for a buffer that is null or empty, for a
+  /// data type that is not scalar, and if the samples do not have the size of that type.
   int SetSourceMemory(tagXArr2* source, int dataType);
-  /// Makes a buffer of the band's own, with all samples 0. 0, with the band as it was, for sizes that are not positive,
-  /// a data type that is not scalar, or where memory ran out.
+  /// Makes a buffer of the band's own, with all samples 0. Returns 0, with the band as it was, for sizes that are not
+  /// positive, a data type that is not scalar, or where memory ran out.
   int SetSourceMemory(int xSize, int ySize, int dataType);
   /// The buffer that is shown; null before one is set.
   tagXArr2* GetSourceMemory() const;

@@ -38,15 +38,15 @@ class ZRKIO_API ZRMBandBMP : public ZRMBandChannels<ZRMBandDRIO>, public XPalett
   /// Opens a bitmap. `err` is emptied first and has the reason where the result is 0. `thread` is not used.
   int ReadFile(XString path, XString& err, XThread* thread);
 
-  /// Takes an open file over, whose first row lies at `offset`; reads go through it. 0, with nothing taken, for a null
-  /// argument, a negative offset or negative sizes or other than 8 to 39 bits a pixel.
+  /// Takes an open file over, whose first row lies at `offset`; reads go through it. Returns 0, with nothing taken, for
+  /// a null argument, a negative offset or negative sizes or other than 8 to 39 bits a pixel.
   int SetImage(XFile* file, std::int64_t offset, const BITMAPINFO* info);
   /// Takes pixels in memory. With `direct` 0 they are copied from `bits` on, which must hold height times row bytes,
   /// and `offset` has no effect. Otherwise the rows are read from `bits` + `offset` where they lie, and must stay there
-  /// as long as the band. 0 as above, or where memory ran out.
+  /// as long as the band. Returns 0 as above, or where memory ran out.
   int SetImage(void* bits, std::int64_t offset, const BITMAPINFO* info, int direct);
 
-  /// 0 without an image, 3 where the header has a colour table, otherwise the bytes of a pixel.
+  /// Returns 0 without an image, 3 where the header has a colour table, otherwise the bytes of a pixel.
   int GetNumChannels() const;
   /// Entries of the colour table; 0 without an image.
   int GetPaletteSize() const;

@@ -24,7 +24,7 @@ class ZRKIO_API ZRMBandCADRG : public ZRMBandChannels<ZRMBand> {
   /// Reads a frame; 1 or 0. `err` has the reason under the exact policy alone, and `thread` is not used.
   int ReadFile(XString path, XString& err, XThread* thread);
 
-  /// Of the frame, known to its owner: 3 for colours, 1 for grey, 4 for a table of four planes, and one more with
+  /// The number of channels of the frame: 3 for colours, 1 for grey, 4 for a table of four planes, and one more with
   /// opacity; 0 before `ReadFile`.
   int GetNumChannels() const;
   /// Whether the last channel is opacity.

@@ -7,9 +7,9 @@ class XThread;
 /// A CIB frame: 1536 x 1536 grey pixels, decoded once when the frame is opened. Reads copy from memory, at full
 /// resolution whatever the level.
 ///
-/// Under the exact policy transparent pixels and those of absent subframes have the null value, which no other pixel
-/// has; the place has the precision of the file; a read fails that touches a subframe which the file does not hold
-/// whole; and level n gives every 2^n-th pixel of every 2^n-th row.
+/// Under the exact policy transparent pixels and pixels of absent subframes have the null value, which no other pixel
+/// has. The georeference has the precision of the file. A read fails if it touches a subframe that the file does not
+/// hold whole. Level n gives every 2^n-th pixel of every 2^n-th row.
 class ZRKIO_API ZRMBandCIB : public ZRMBandFile<ZRMBand> {
   X_DECLARE_RUNTIME_CLASS
   /// A band without a frame, of which no read succeeds.

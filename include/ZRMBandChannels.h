@@ -5,9 +5,9 @@
 /// The frame of the bands of a file with several channels, of any number.
 ///
 /// The first band of the file is the master, which decodes all channels of a window in one read and keeps them for the
-/// thread that read. Each further band is a follower: it has a channel number, owns nothing of the file, and takes its
-/// channel of the master's last read on the same thread, if that was of the same level and window; otherwise it has the
-/// master read. The master has to outlive its followers.
+/// thread that read. Each further band is a follower. It has a channel number and owns nothing of the file. If the
+/// master's last read on the same thread was of the same level and window, the follower takes its channel of that read.
+/// Otherwise it has the master read. The master has to outlive its followers.
 template <class Base>
 class ZRKIO_API ZRMBandChannels : public ZRMBandFile<Base> {
  public:
@@ -18,8 +18,8 @@ class ZRKIO_API ZRMBandChannels : public ZRMBandFile<Base> {
   /// A channel that the file does not have makes reads fail.
   void SetChannel(int channel);
 
-  /// The calling thread's result of a channel from the last read of this master. Null for a channel that is not there,
-  /// before the thread's first read, after a read that failed, and on a follower.
+  /// The calling thread's result of a channel from the last read of this master. Returns null for a channel that is not
+  /// there, before the thread's first read, after a read that failed, and on a follower.
   tagXArr2* GetResult(int channel) const;
   /// The calling thread's last request to this master, also where it failed to decode; all -1 before the first.
   void GetPrevReadSubsetParam(int& level, int& x0, int& x1, int& y0, int& y1) const;

@@ -12,9 +12,9 @@ class ZRMBandXLD;
 ///
 /// One band object stands for one channel. The first band of a file is the master: it owns the file, the decoder and
 /// the per-thread results. Each further channel is a follower, which keeps a pointer to the master and must not outlive
-/// it. One read of the master decodes all channels of a window, and gives up those of the window before; the followers
-/// then take theirs without touching the file. Most ask the level-data band first, if there is one, and the source
-/// where that declines.
+/// it. One read of the master decodes all channels of a window in place of those of the window before. The followers
+/// then take their channels without touching the file. Most bands ask the level-data band first, if there is one, and
+/// read the source if that band declines.
 class ZRKIO_API ZRMBandDRIO : public ZRMBand {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandDRIO();
@@ -27,8 +27,8 @@ class ZRKIO_API ZRMBandDRIO : public ZRMBand {
 
   /// The level-data band, or null; it belongs to this band.
   ZRMBandXLD* GetBandXLD() const { return bandXLD_; }
-  /// Takes the band over and destroys the one before; null takes it away. This frame stands below level data, so that
-  /// only who gives a level band knows its class: include `ZRMBandXLD.h` there.
+  /// Takes the band over and destroys an earlier one; null removes it. This frame does not know the class of level
+  /// bands, so include `ZRMBandXLD.h` where you call it.
   template <std::derived_from<ZRMBandXLD> LevelBand>
   void SetBandXLD(LevelBand* bandXLD) {
     HoldLevelData(bandXLD, bandXLD);

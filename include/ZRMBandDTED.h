@@ -10,23 +10,24 @@ class XThread;
 /// The one band of a DTED elevation cell: heights in metres, data type 4 (signed 16 bits), north up.
 ///
 /// The whole cell is decoded when it is opened, and reads copy from memory: any number of threads may read the band.
-/// Under the compatible policy unknown heights are 0. Under the exact one they are -32767, which is then the null
-/// value; columns have the place that their records tell; columns that the cell lacks are unknown; and a read fails
-/// that takes a height behind the end of the file or of a record whose checksum is wrong. Pixel (x, y) is the post x
-/// steps east and y steps south of the north-west corner, and the upper-left place of the band is that of the corner's
-/// post itself. Level n takes every 2^n-th post of every 2^n-th row.
+/// Under the compatible policy unknown heights are 0. Under the exact policy unknown heights are -32767, which is then
+/// the null value. Columns lie where their records say, and the heights of missing columns are unknown. A read fails if
+/// it takes a height behind the end of the file, or a height of a record whose checksum is wrong. Pixel (x, y) is the
+/// post x steps east and y steps south of the north-west corner. The upper-left place of the band is that of the
+/// corner's post itself. Level n takes every 2^n-th post of every 2^n-th row.
 class ZRKIO_API ZRMBandDTED : public ZRMBandFile<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandDTED();
   ~ZRMBandDTED() override;
 
-  /// Opens a cell and decodes it. On 0 `err`, which is emptied first, says that it can't be opened; it stays empty
-  /// where the file asks for a size that can't be, where memory ran out, and where the thread was asked to stop. With a
-  /// thread every column is reported, and a stop is heard at every column. Columns that the file does not hold are 0.
+  /// Opens a cell and decodes it. Returns 1 or 0. `err` is emptied first. On 0 it says that the cell can't be opened.
+  /// It stays empty if the file asks for an impossible size, if memory runs out, and if the thread was asked to stop.
+  /// With a thread every column is reported, and a stop is heard at every column. Columns that the file does not hold
+  /// are 0.
   int ReadFile(XString path, XString& err, XThread* thread);
 
-  /// The first part of `ReadFile`: opens the file, knows it, and takes over size, place and system. 1 or 0. Heights
-  /// stay as they were.
+  /// The first part of `ReadFile`: opens the file, knows it, and takes over size, place and system. Returns 1 or 0.
+  /// Heights stay as they were.
   int Open(XString path);
   /// The steps of `Open`, on the file that is open. The first answers 0 where the first record is one that can't be.
   int ExtractDataTypeInfo();

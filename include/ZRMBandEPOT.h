@@ -16,18 +16,18 @@ class ZRKIO_API ZRMBandEPOT : public ZRMBand, public XTileSource {
   ~ZRMBandEPOT() override;
 
   /// Binds the band to a store in a file, for reading or writing, as `XEPOT2D::SetImage` tells; sets size, data type,
-  /// tile sizes, compression value and offset also where that fails. 1 or 0.
+  /// tile sizes, compression value and offset also where that fails. Returns 1 or 0.
   int SetImage(XFile* file, std::int64_t offset, int xSize, int ySize, int dataType, int xTileSize, int yTileSize,
                int levels, int compression);
   /// The store, which belongs to the band; never null. It serves nothing before `SetImage`.
   XEPOT2D* GetEPOT();
   const XEPOT2D* GetEPOT() const;
-  /// Null for a class derived from this one, since it may read in its own way.
+  /// Returns null for a class derived from this one, since it may read in its own way.
   const XEPOT2D* GetTileStore() const override;
 
-  /// Beside what `XBand` tells: a buffer of the caller's own that `out` points to is filled in place, with as many
-  /// columns and rows as it has from the window's corner on its level. So `out` must be null or point to a buffer. One
-  /// that a band handed out before is not filled but replaced.
+  /// Does what `XBand` tells, and one thing more. If `out` points to a buffer of the caller's own, that buffer is
+  /// filled in place. It gets as many columns and rows as it has, from the window's corner on its level. So `out` must
+  /// be null or point to a buffer. One that a band handed out before is not filled but replaced.
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
   using ZRMBand::ReadSubset;
   /// Writes to level 0; the lower levels stay as they are until `BuildLowerLevelsForTIP`.

@@ -4,12 +4,12 @@
 
 #include <memory>
 
-/// The frame of the bands that decode a file: what all of them do alike stands here once, and a band class adds how it
+/// The frame of the bands that decode a file. All that these bands do alike stands here once. A band class adds how it
 /// opens its file and how it decodes a window.
 ///
 /// `Base` is `ZRMBandDRIO` for bands that can have level data, and `ZRMBand` for those that never do; there are no
-/// other instances. What a band keeps of its reads belongs to the thread that read: several threads may read one band
-/// at once, and each is given a buffer of its own.
+/// other instances. A band keeps results for each thread. So several threads may read one band at once, and each gets a
+/// buffer of its own.
 template <class Base>
 class ZRKIO_API ZRMBandFile : public Base {
  public:
@@ -20,10 +20,10 @@ class ZRKIO_API ZRMBandFile : public Base {
 
   /// The level arithmetic of `Xepot::GetHighestLevelForTarget` with the band's size, levels and tile sizes.
   int GetHighestLevelForTarget(int x0, int x1, int y0, int y1, int width, int height) override;
-  /// Reads a window, in this order: a window that is not inside the band fails; the level data is asked, where the
-  /// format asks it and it is there; a follower takes its channel of its master's read; a master decodes all channels.
-  /// The result belongs to the band and stays until the calling thread's next read of the file. A word behind `cancel`
-  /// is heard by the level data and by decoders that say so; a follower's master gets none.
+  /// Reads a window in these steps. A window that is not inside the band fails. The level data is asked, if the band
+  /// has some and its format asks it. Then a follower takes its channel of its master's read, and a master decodes all
+  /// channels. The result belongs to the band and stays until the calling thread's next read of the file. A word behind
+  /// `cancel` is heard by the level data and by decoders that say so; a follower's master gets none.
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
   /// As `ZRMBand::CalcStatistics`.
   int CalcStatistics(int withHistogram) override;

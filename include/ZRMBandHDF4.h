@@ -6,15 +6,15 @@ class XThread;
 
 /// The one raster of an HDF4 file. It is the only band of its file.
 ///
-/// Under the exact policy it is a raster image of one sample a pixel, or a scientific data set of two dimensions, whose
-/// samples lie plainly in the file, of any type of one to four bytes or of doubles. A file of several images is
-/// refused, and so is one whose pixels are compressed, each with a sentence. Rows are read from the open file, and fail
-/// where it lacks them. Level n gives every 2^n-th pixel of every 2^n-th row.
+/// Under the exact policy the raster is an image of one sample a pixel, or a scientific data set of two dimensions. Its
+/// samples are uncompressed, and of any type of one to four bytes or doubles. A file of several images is refused with
+/// a sentence, and so is a file whose pixels are compressed. Rows are read from the open file, and fail where it lacks
+/// them. Level n gives every 2^n-th pixel of every 2^n-th row.
 ///
 /// Under the compatible policy it is a raster of unsigned bytes. The raster is held in memory from the open on, and the
-/// file is closed again. Every read gives full resolution, whatever the level, and never asks level data. A file that
-/// does not tell the size of its raster, or tells one that it is too short for, is taken as 2592 x 2796 pixels; those
-/// that it does not have are 0.
+/// file is closed again. Every read gives full resolution, whatever the level, and never asks level data. If a file
+/// does not tell the size of its raster, or is too short for that size, the raster has 2592 x 2796 pixels. Pixels that
+/// the file lacks are 0.
 class ZRKIO_API ZRMBandHDF4 : public ZRMBandFile<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandHDF4();

@@ -13,13 +13,14 @@ class XThread;
 ///
 /// Each layer has a name, a type and blocks of its own, and reads for itself. Samples of 1, 2 and 4 bits come as a byte
 /// each. The upper-left place of the band is the centre of the first pixel. A compressed block that can't be read fails
-/// the read; what a file lacks of a plain one is 0 in compatible reads and fails exact ones. Any number of threads may
-/// read the bands of one file; each reading thread has a handle of its own.
+/// the read. Bytes of a plain block that the file lacks are 0 in compatible reads, and fail exact reads. Any number of
+/// threads may read the bands of one file; each reading thread has a handle of its own.
 ///
-/// A compatible read above level 0 takes the overview whose pixels are nearest in size to those asked for, at its own
-/// resolution: the result may have another size than a shifted window. Without overviews it takes every 2^n-th pixel,
-/// begun anew in each block. An exact read takes the pixels x0 + i * 2^n and y0 + j * 2^n, from an overview where that
-/// is exactly the image reduced by 2^n. Exact reads also tell signed bytes apart and give the null value of the layer.
+/// A compatible read above level 0 takes the overview whose pixels are nearest in size to those asked for, at the
+/// overview's own resolution. The result may therefore have another size than a shifted window. Without overviews it
+/// takes every 2^n-th pixel, and begins anew in each block. An exact read takes the pixels x0 + i * 2^n and y0 + j *
+/// 2^n, from an overview where that is exactly the image reduced by 2^n. Exact reads also tell signed bytes apart and
+/// give the null value of the layer.
 class ZRKIO_API ZRMBandHFA : public ZRMBandFile<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   /// Null makes the master, which opens the file; `band` is then 0. With a master this is its layer `band`, counted
@@ -27,9 +28,10 @@ class ZRKIO_API ZRMBandHFA : public ZRMBandFile<ZRMBandDRIO> {
   ZRMBandHFA(ZRMBandHFA* master, int band);
   ~ZRMBandHFA() override;
 
-  /// Opens a file and takes over size, place, system, name and classes of its first layer. 1 or 0. `err` is emptied
-  /// first. In the compatible policy it stays empty where the file can't be opened, and has a sentence for an image
-  /// without pixels or beyond the limits; in the exact policy it has the reason in any case. `thread` is not used.
+  /// Opens a file and takes over size, place, system, name and classes of its first layer. Returns 1 or 0. `err` is
+  /// emptied first. In the exact policy `err` has the reason of any failure. In the compatible policy it stays empty if
+  /// the file can't be opened, and has a sentence for an image without pixels or beyond the limits. `thread` is not
+  /// used.
   int ReadFile(XString path, XString& err, XThread* thread);
   /// Lets go of the file. Bands that share it keep theirs.
   void CloseFileHFA();

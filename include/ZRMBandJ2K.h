@@ -11,7 +11,7 @@ class XThread;
 
 /// A box of a JPEG 2000 file, as its head tells it.
 struct tagXJp2Box {
-  XString type;               ///< four characters; a dot stands in place of what can't be printed
+  XString type;               ///< four characters; a dot stands in place of one that can't be printed
   std::int64_t offset = 0;    ///< of the head in the file
   std::int64_t numBytes = 0;  ///< with the head, as far as the file has them
   int depth = 0;              ///< how many boxes this one lies within
@@ -62,9 +62,9 @@ class ZRKIO_API ZRMBandJ2K : public ZRMBandChannels<ZRMBandDRIO> {
   explicit ZRMBandJ2K(ZRMBandJ2K* master, int channels = 0);
   ~ZRMBandJ2K() override;
 
-  /// Opens a file and places it. 1, or 0 with the reason in `err`, which is "Unable to open input file" for a file that
-  /// can't be opened. A 1 may have a sentence too: where components differ in size and only the first one is shown.
-  /// `thread` is not used.
+  /// Opens a file and places it. Returns 1, or 0 with the reason in `err`, which is "Unable to open input file" for a
+  /// file that can't be opened. A 1 may have a sentence too: where components differ in size and only the first one is
+  /// shown. `thread` is not used.
   int ReadFile(XString path, XString& err, XThread* thread);
   /// Gives up the file. Reads fail from then on.
   void Close();
@@ -89,16 +89,18 @@ class ZRKIO_API ZRMBandJ2K : public ZRMBandChannels<ZRMBandDRIO> {
   int GetThreadEnv() const;
   void SetThreadEnv(int threadEnv);
 
-  /// Finds the place of an image of that size in the boxes of a file: the centre of its first pixel in `left` and
-  /// `upper`, that of its last in `right` and `lower`, and the pixel sizes. A box that has a transform and no system
-  /// that is known gives plain pixels. 1, or 0 where no box places the image; the outputs stay as they were then.
+  /// Finds the georeference of an image of that size in the boxes of a file. `left` and `upper` get the centre of its
+  /// first pixel, and `right` and `lower` the centre of its last pixel. The pixel sizes follow. A box that has a
+  /// transform and no system that is known gives plain pixels. Returns 1, or 0 where no box places the image; the
+  /// outputs stay as they were then.
   int ReadBoxes(XString path, int width, int height, XSpatialReference* sr, double& left, double& lower, double& right,
                 double& upper, double& xSize, double& ySize);
   /// Takes apart the data of a GeoJP2 box, which is a TIFF file of `size` bytes. `transform` has room for six numbers:
   /// x, its step by column, its step by row, y, its step by column, its step by row. Tie points without a scale go to
-  /// `gcps`, which may be null. 1, also where no tag tells a place; 0 for data that is no TIFF file, and for null.
+  /// `gcps`, which may be null. Returns 1, also where no tag tells a place; 0 for data that is no TIFF file, and for
+  /// null.
   int ParseJP2GeoTIFF(int size, char* data, XString& wkt, double* transform, tagGCPSets* gcps);
-  /// Takes apart the data of an MSIG box. 1, or 0 where there are fewer than 70 bytes, and for null.
+  /// Takes apart the data of an MSIG box. Returns 1, or 0 where there are fewer than 70 bytes, and for null.
   int ParseMSIG(int size, char* data, double* transform);
 
   /// What a channel shows, by what the file says of colours.

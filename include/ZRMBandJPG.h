@@ -15,7 +15,8 @@ class ZRKIO_API ZRMBandJPG : public ZRMBandChannels<ZRMBandDRIO> {
   explicit ZRMBandJPG(ZRMBandJPG* master);
   ~ZRMBandJPG() override;
 
-  /// Reads the header. 1, or 0 with the reason in `err`, which is "Can't open file" for a file that can't be opened.
+  /// Reads the header. Returns 1, or 0 with the reason in `err`, which is "Can't open file" for a file that can't be
+  /// opened.
   int ReadFile(XString path, XString& err, XThread* thread);
   /// Decodes the file into the planes unless they are all there; a follower asks its master. With a thread, progress is
   /// reported, and any nonzero state ends the decode with 0 and frees what it made. A file that is cut short or

@@ -23,8 +23,8 @@ class ZRKIO_API ZRMBandMrSID : public ZRMBandChannels<ZRMBandDRIO> {
   explicit ZRMBandMrSID(ZRMBandMrSID* master);
   ~ZRMBandMrSID() override;
 
-  /// Opens a file and takes over its size, place and data type. 1 or 0. `err` is emptied first. In the compatible
-  /// policy it stays empty, and in the exact one it has the reason of a failure. `thread` is not used.
+  /// Opens a file and takes over its size, place and data type. Returns 1 or 0. `err` is emptied first. In the
+  /// compatible policy it stays empty, and in the exact one it has the reason of a failure. `thread` is not used.
   int ReadFile(XString path, XString& err, XThread* thread);
 
   /// The number of channels in the file, on a follower that of its master's; 0 without a file.

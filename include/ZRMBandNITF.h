@@ -12,10 +12,10 @@ class XThread;
 /// A read at level n takes the pixels x0 + i * 2^n and y0 + j * 2^n. The upper-left place of the band is the corner of
 /// the first pixel. Any number of threads may read the bands of one file; each reading thread has a handle of its own.
 ///
-/// In the compatible policy a file that can't be opened is an image without pixels, level files are not asked for
-/// pixels, complex samples above level 0 are 0, and damaged blocks of JPEG are taken as they come. In the exact policy
-/// such a file is refused, level files are asked above level 0 as for other formats, complex samples are read, damaged
-/// blocks fail, and samples without data have the null value that the file tells.
+/// In the compatible policy a file that can't be opened is an image without pixels. Level files give no pixels, complex
+/// samples above level 0 are 0, and damaged blocks of JPEG are taken as they come. In the exact policy a file that
+/// can't be opened is refused. Level files give pixels above level 0 as for other formats, complex samples are read,
+/// and damaged blocks fail. Samples without data have the null value that the file tells.
 class ZRKIO_API ZRMBandNITF : public ZRMBandFile<ZRMBandDRIO> {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandNITF();

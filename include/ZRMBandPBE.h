@@ -31,11 +31,11 @@ class ZRKIO_API ZRMBandPBE : public ZRMBandFile<ZRMBand> {
   ZRMBandPBE();
   ~ZRMBandPBE() override;
 
-  /// Opens a store in place of an earlier one and takes over its place. 1 or 0; no read may be under way, and the
-  /// thread is not used. On 0 `err` is "Fail to open PBE file: " and the path where the file can't be opened, "Invalid
-  /// PBE File Information : NULL" where it is no elevation store, and empty for a store without tiles. Under the
-  /// compatible policy a file that is not there is made, stays empty and counts as no store. Under the exact one no
-  /// file is made, and there is always a sentence.
+  /// Opens a store in place of an earlier one and takes over its place. Returns 1 or 0; no read may be under way, and
+  /// the thread is not used. If the file can't be opened, `err` is "Fail to open PBE file: " and the path. If it is no
+  /// elevation store, `err` is "Invalid PBE File Information : NULL". For a store without tiles `err` is empty. Under
+  /// the compatible policy a missing file is created, stays empty and counts as no store. Under the exact policy no
+  /// file is created, and `err` always has a sentence.
   int ReadFile(XString path, XString& err, XThread* thread);
 
   /// The lowest and the highest number of a level; INT_MAX and INT_MIN for none.

@@ -41,10 +41,10 @@ class ZRKIO_API ZRMBandPBI : public ZRMBandChannels<ZRMBandDRIO> {
   explicit ZRMBandPBI(ZRMBandPBI* parent);
   ~ZRMBandPBI() override;
 
-  /// Opens a store in place of an earlier one and takes over its place. 1 or 0; no read may be under way, and the
-  /// thread is not used. On 0 `err` is "Fail to read PBI file" where the file can't be opened. Under the compatible
-  /// policy a file that is not there is made, and stays empty; `err` stays empty for a file that is no store and for a
-  /// store without tiles. Under the exact one no file is made, and `err` goes on with the reason.
+  /// Opens a store in place of an earlier one and takes over its place. Returns 1 or 0; no read may be under way, and
+  /// the thread is not used. If the file can't be opened, `err` is "Fail to read PBI file". Under the compatible policy
+  /// a missing file is created and stays empty. `err` then stays empty for a file that is no store and for a store
+  /// without tiles. Under the exact policy no file is created, and the reason follows in `err`.
   int ReadFile(XString path, XString& err, XThread* thread);
 
   /// The lowest and the highest number of a level; INT_MAX and INT_MIN for none.
@@ -59,8 +59,8 @@ class ZRKIO_API ZRMBandPBI : public ZRMBandChannels<ZRMBandDRIO> {
   /// first read.
   tagXArr2* GetResult(int channel) const;
 
-  /// Makes room for `size` bytes in the calling thread's buffer of pixels. 1; or 0 where there is no memory, and the
-  /// buffer stays as it was. Reads make the room that they need by themselves.
+  /// Makes room for `size` bytes in the calling thread's buffer of pixels. Returns 1; or 0 where there is no memory,
+  /// and the buffer stays as it was. Reads make the room that they need by themselves.
   int AllocBuffer(unsigned size);
   /// Gives the calling thread's buffers of pixels and blocks back.
   void FreeBuffer();
@@ -69,11 +69,11 @@ class ZRKIO_API ZRMBandPBI : public ZRMBandChannels<ZRMBandDRIO> {
   void DescribeLevels(tagXFormatNotes& notes) const;
 
  protected:
-  /// The header of the open store, read from its file anew. The version is cut to a whole number. Null where no store
-  /// is open, where its file has no header any more, and where there is no memory.
+  /// The header of the open store, read from its file anew. The version is cut to a whole number. Returns null where no
+  /// store is open, where its file has no header any more, and where there is no memory.
   std::shared_ptr<Vexorine::ZRL::IO::XPBIFileInfo> ReadFileInfo() const;
-  /// The blocks of a tile in a buffer of the calling thread, which its next read changes. Null for a level or a tile
-  /// that is not there and for one that can't be read. Of several levels of one number the first one counts.
+  /// The blocks of a tile in a buffer of the calling thread, which its next read changes. Returns null for a level or a
+  /// tile that is not there and for one that can't be read. If several levels have one number, the first one counts.
   const unsigned char* GetDXTdata(int level, int row, int col, int& size);
   /// The same as pixels of R, G, B, A with the uppermost row first. All are 0 where there is no tile, and null is
   /// answered where there is no level, or no memory.

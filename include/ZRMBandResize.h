@@ -6,8 +6,8 @@
 
 /// How a resized pixel is made.
 enum XResampleMethod {
-  /// The source pixel that holds the centre of the output pixel; where the centre lies on an edge, the right or lower
-  /// one.
+  /// The source pixel that holds the centre of the output pixel. A centre on an edge belongs to the right or lower
+  /// pixel.
   kResampleNearest = 0,
   /// The mean of the source pixels under the output pixel, each weighted by the part of it that is covered; at exactly
   /// half the size the mean of four. Integers are rounded half away from zero.
@@ -30,9 +30,10 @@ enum XResampleMethod {
 /// and null value take effect with the next `SetResizeInfo`; until the first that succeeds, reads fail. Several threads
 /// may read at once if they may read the source.
 ///
-/// Samples equal to the null value of this band, not of the source, are left out of means; a pixel with no other
-/// samples under it is null. Among the four by four of the cubic method a null makes the pixel the bilinear mean of
-/// those of the middle four that are not null, or null where there are none. Samples that are not numbers take part.
+/// Samples equal to the null value of this band, not of the source, are left out of means. A pixel with only such
+/// samples under it is null. If one of the four by four samples of the cubic method is null, the pixel is the bilinear
+/// mean of the middle four samples without nulls. It is null if all middle four are null. A NaN takes part like any
+/// other sample.
 class ZRKIO_API ZRMBandResize : public ZRMBand {
   X_DECLARE_RUNTIME_CLASS
   ZRMBandResize();
@@ -43,14 +44,14 @@ class ZRKIO_API ZRMBandResize : public ZRMBand {
   void SetSourceBand(ZRMBand* source);
   /// A value of `XResampleMethod`, at first `kResampleMean`.
   int GetResampleMethod() const;
-  /// 0, with nothing changed, for any other value.
+  /// Returns 0, with nothing changed, for any other value.
   int SetResampleMethod(int method);
 
   /// Lays `xSize` by `ySize` pixels over a window of the source, inclusive and in its full-resolution pixels. This band
-  /// takes that size, the source's data type, band type, tile sizes, coordinate kind and system, the corner of the
-  /// window, and as pixel sizes the extent of the window over the size. 0, with the band as it was, without a source,
-  /// for a window that is not inside it, sizes that are not positive, a data type that is not scalar, or where memory
-  /// ran out.
+  /// takes that size, and the source's data type, band type, tile sizes, coordinate kind and system. Its corner is that
+  /// of the window, and its pixel sizes are the extent of the window divided by the size. Returns 1, or 0 with the band
+  /// as it was. It fails without a source, for a window outside the source, for sizes that are not positive, for a data
+  /// type that is not scalar, and if memory runs out.
   int SetResizeInfo(int x0, int x1, int y0, int y1, int xSize, int ySize);
   /// As above, with the size that brings the pixel sizes nearest to those given, in world units: the extent of the
   /// window over them, rounded, at least 1. Only the magnitudes count; 0 also for a pixel size of 0 or not finite.

@@ -9,8 +9,8 @@
 class XThread;
 
 /// One channel of a TXID store: an image of square tiles in blocks of DXT1, of which only some exist. An index file
-/// with the extension txi tells which, and data files with the extension txd beside it hold them. The channels are red,
-/// green, blue and alpha; pixels of tiles that do not exist are 0 in all four.
+/// with the extension txi tells which tiles exist. Data files with the extension txd beside it hold the tiles. The
+/// channels are red, green, blue and alpha; pixels of tiles that do not exist are 0 in all four.
 ///
 /// The band without a master owns the store. Further bands are made with it as their master, show one channel each, and
 /// must not outlive it. Any number of threads may read: each has results and a last request of its own, which end with
@@ -25,8 +25,8 @@ class XThread;
 ///   by taking nearest pixels at whole steps;
 /// - of several data files the first one stands for all.
 ///
-/// Under the exact policy level n has the pixels (x0 + i 2^n, y0 + j 2^n) at every level, overviews and single pixels
-/// are read, and a tile whose data is missing fails its reads.
+/// Under the exact policy level n has the pixels (x0 + i 2^n, y0 + j 2^n) at every level. Overviews and single pixels
+/// are read from the file. A tile whose data is missing fails its reads.
 class ZRKIO_API ZRMBandTXID : public ZRMBand {
   X_DECLARE_RUNTIME_CLASS
   /// Null makes the owner of a store. With a master this is a further channel, which takes over size and place. Not
@@ -35,11 +35,11 @@ class ZRKIO_API ZRMBandTXID : public ZRMBand {
   ~ZRMBandTXID() override;
 
   /// Opens a store by its index file. The data files are those of its name, without its last four characters; none may
-  /// be there. 1; or 0 with the sentence in `err`, and an earlier store stays. A band with a master refuses. No read
-  /// may be under way. The thread is not used.
+  /// be there. Returns 1; or 0 with the sentence in `err`, and an earlier store stays. A band with a master refuses. No
+  /// read may be under way. The thread is not used.
   int ReadFile(XString path, XString& err, XThread* thread);
-  /// Reads an index file alone. 1; or 0 with the sentence in `err`, also for a null `info`, which otherwise stays as it
-  /// was.
+  /// Reads an index file alone. Returns 1; or 0 with the sentence in `err`, also for a null `info`, which otherwise
+  /// stays as it was.
   int ReadTXI(XString path, tagTxiInfo* info, XString& err);
   /// The index of the store, which belongs to the owner.
   const tagTxiInfo& GetTxiInfo() const;
@@ -72,8 +72,8 @@ class ZRKIO_API ZRMBandTXID : public ZRMBand {
   /// Sets them for the calling thread: level and window unless `level` is -1, and the level of the overview unless that
   /// is -1. A compatible read that asks for the same is then answered with the results that are there.
   void SetPrevReadSubsetParam(int level, int minimapLevel, int x0, int x1, int y0, int y1);
-  /// 1 where no tile of the last window exists, otherwise 0. Under the compatible policy the last one of all threads
-  /// counts, and a read that was answered without a look at the store gives 1.
+  /// Returns 1 where no tile of the last window exists, otherwise 0. Under the compatible policy the last one of all
+  /// threads counts, and a read that was answered without a look at the store gives 1.
   int IsBlankSubset() const;
 
   /// Kept for callers; nothing reads it. Null at first, and not owned.

@@ -36,8 +36,8 @@ class ZRKIO_API ZRMBandXLD : public ZRMBand {
   /// large as the band's where a size is odd. `cancel` is not heard.
   int ReadSubset(tagXArr2*& out, int level, int x0, int x1, int y0, int y1, int* cancel) override;
   using ZRMBand::ReadSubset;
-  /// As `ZRMBand::CalcStatistics`, from the coarsest level of the store. 0 for an image of fewer than two levels, since
-  /// level 0 is declined.
+  /// As `ZRMBand::CalcStatistics`, from the coarsest level of the store. Returns 0 for an image of fewer than two
+  /// levels, since level 0 is declined.
   int CalcStatistics(int withHistogram) override;
   /// Frees the calling thread's buffers, those of the store among them, as `XBand::CleanupMemory` tells.
   int CleanupMemory(int freeBuffers, int force) override;

@@ -23,22 +23,23 @@ class ZRKIO_API ZRMCompManager {
   int GetCompositeDeleteFlag() const;
   void SetCompositeDeleteFlag(int deletes);
 
-  /// Appends a composite, which has to come from `new` where the delete flag is set. 1; 0 for null, for one that is in
-  /// the list, and where memory ran out, and then it stays the caller's.
+  /// Appends a composite, which has to come from `new` where the delete flag is set. Returns 1, or 0 for null, for a
+  /// composite that is in the list, and if memory runs out. After a 0 the composite stays the caller's.
   int AddZRMComposite(ZRMComposite* composite);
   int GetNumberOfZRMComposite() const;
-  /// Null for an index outside the list.
+  /// Returns null for an index outside the list.
   ZRMComposite* GetZRMCompositeAt(int index) const;
 
-  /// The system that all is shown in: what `SetSR` gave, otherwise that of the first band, which may be empty. Null
-  /// while there is no band.
+  /// The system that all is shown in: what `SetSR` gave, otherwise that of the first band, which may be empty. Returns
+  /// null while there is no band.
   const XSpatialReference* GetSR() const;
   void SetSR(const XSpatialReference& sr);
 
   /// The extent of the draw ranges of all composites in the manager's system: from west to east, then from south to
-  /// north. An extent that is warped is that of places along its edges and across it. In degrees it has no gap: across
-  /// longitude 180 it goes on beyond 180 or before -180, and with a pole within it has all longitudes from -180 to 180.
-  /// 0, with the outputs as they were, where there is no composite with a band that can be placed there.
+  /// north. The extent of a warped composite is worked out from places along its edges and across it. An extent in
+  /// degrees has no gap: across longitude 180 it continues beyond 180 or before -180. If a pole lies within, the extent
+  /// has all longitudes from -180 to 180. Returns 1, or 0 with the outputs as they were, if no composite has a band
+  /// that can be placed there.
   int CalcTotalRange(double& minX, double& maxX, double& minY, double& maxY) const;
   /// The upper left corner of that extent; 0.0 without one.
   double GetULX() const;

@@ -23,8 +23,8 @@ enum XCompositeMode {
   kModeTable = 1,
 };
 
-/// How samples become bytes. A sample at or below the low end of the stretched range is 0, one at or above its high end
-/// 255, and those between are spread evenly and rounded.
+/// How samples become bytes. A sample at or below the low end of the stretched range becomes 0, and a sample at or
+/// above its high end 255. Samples between are spread evenly and rounded.
 enum XStretchType {
   kStretchNone = 0,        ///< samples are the bytes, cut to 0 to 255
   kStretchMinMax = 1,      ///< from minimum to maximum
@@ -49,18 +49,18 @@ enum XDrawResult {
   kDrawDone = 1,
 };
 
-/// One to three bands, and how they are shown. Bands of one composite may differ in size, type and pixel size, and have
-/// one system, which is that of the first. A place of a band is that of its geotransform, so that turned images and
-/// those whose corner is the centre of a pixel are drawn where they belong. Images of a geographic system are also
+/// One to three bands, and how they are shown. Bands of one composite may differ in size, type and pixel size. All
+/// share the coordinate system of the first band. The geotransform of a band gives its place. So turned images, and
+/// images whose corner is the centre of a pixel, are drawn where they belong. Images of a geographic system are also
 /// drawn 360 degrees east and west of their coordinates.
 ///
-/// The way of a sample to the picture: samples that are null, transparent or not a number and those that the cut leaves
-/// out are empty; the others are stretched to bytes, and the lookup table makes other bytes of these. A pixel is drawn
-/// where one of the bands that are shown has a sample that is not empty. In a pixel that is drawn an empty sample is 0.
+/// The way of a sample to the picture: samples that are null, transparent or NaN are empty, and so are samples that the
+/// cut leaves out. The other samples are stretched to bytes, and the lookup table replaces these bytes. A pixel is
+/// drawn if a visible band has a sample there that is not empty. In a drawn pixel an empty sample counts as 0.
 ///
-/// Functions that take the number of a band give 0 or null for a number outside 0 to 2, and setters then change
-/// nothing. One thread sets a composite up; then many may draw it at once, each into a buffer of its own. Nothing here
-/// throws.
+/// Functions that take the number of a band return 0 or null for a number outside 0 to 2, and setters then change
+/// nothing. One thread sets a composite up. Then many threads may draw it at once, each into a buffer of its own.
+/// Nothing here throws.
 class ZRKIO_API ZRMComposite {
  public:
   ZRMComposite();
@@ -68,7 +68,7 @@ class ZRKIO_API ZRMComposite {
   ZRMComposite(const ZRMComposite&) = delete;
   ZRMComposite& operator=(const ZRMComposite&) = delete;
 
-  /// For people; empty at first.
+  /// A name for people; empty at first.
   const XString& GetName() const;
   void SetName(const XString& name);
   /// A value of `XCompositeMode`, `kModeColours` at first. `SetMode` ignores any other value.
@@ -82,30 +82,30 @@ class ZRKIO_API ZRMComposite {
   ZRMBand* GetBand(int index) const;
   /// Sets or, with null, removes a band. Its stretch becomes `kStretchNone` for samples of 8 bits and `kStretchMinMax`
   /// for others; table, cut, transparent value and statistics become those of a new composite. A thematic band brings
-  /// the colours of its classes into its colour table, and as band 0 sets `kModeTable`. 1 or 0.
+  /// the colours of its classes into its colour table, and as band 0 sets `kModeTable`. Returns 1 or 0.
   int SetBand(int index, ZRMBand* band);
   /// The number of bands that are there.
   int GetNumOfBands() const;
-  /// The band that tells how opaque each pixel is, or null, as at first. It is not owned, has the system of the others,
-  /// and differs from the three. A pixel whose sample is 0 is not drawn, one of `opaque` or more hides what was there,
-  /// and those between are mixed with it. Without a number above 0 opaque is the largest value of an integer type,
-  /// or 1.0 of a real one. Nothing is drawn beside the band. Colours are not expected to be multiplied by it. Heights
-  /// do not look at it.
+  /// The band that tells how opaque each pixel is, or null, the initial value. It is not owned, has the system of the
+  /// other bands, and is none of them. A pixel whose sample is 0 is not drawn. A sample of `opaque` or more hides what
+  /// was there, and samples between mix the two. An `opaque` that is not above 0 stands for the largest value of an
+  /// integer type, or for 1.0 of a real type. Nothing is drawn outside the band. Colours must not be premultiplied with
+  /// the opacity. Exports of heights ignore it.
   ZRMBand* GetOpacityBand() const;
   void SetOpacityBand(ZRMBand* band, double opaque = 0.0);
   /// The system of the first band that is there, which belongs to it; null without bands.
   XSpatialReference* GetSR() const;
 
-  /// Whether the band is left out: nonzero for a band that gives nothing to the picture, its colour being 0 then. 0 at
-  /// first. A composite all of whose bands are hidden draws nothing.
+  /// Nonzero if the band is hidden: its colour is then 0 in the picture. 0 at first. A composite whose bands are all
+  /// hidden draws nothing.
   int GetHideFlag(int index) const;
   void SetHideFlag(int index, int isHidden);
   /// A value of `XStretchType`. Any other is ignored.
   int GetStretchType(int index) const;
   void SetStretchType(int index, int stretchType);
-  /// How much of the stretched range counts, in percent: what is left of 100 is taken off, half at either end. For
-  /// `kStretchHistogram` it is a share of the samples, otherwise of the range; `kStretchNone` does not look at it.
-  /// 100.0 at first; only 0 to 100 is taken.
+  /// How much of the stretched range counts, in percent, 0 to 100; other values are ignored. The rest up to 100 is cut
+  /// off, half at either end. For `kStretchHistogram` it is a share of the samples, otherwise of the range.
+  /// `kStretchNone` ignores it. 100.0 at first.
   double GetCoverage(int index) const;
   void SetCoverage(int index, double percent);
   /// A value of `XCutType`, `kCutNone` at first. Any other is ignored.
@@ -115,46 +115,49 @@ class ZRKIO_API ZRMComposite {
   double GetCutMin(int index) const;
   double GetCutMax(int index) const;
   void SetCutRange(int index, double cutMin, double cutMax);
-  /// A sample that is not drawn, as the null value is not; `kNotSet` for none, as at first.
+  /// A sample that is not drawn, like the null value; `kNotSet`, the initial value, for none.
   double GetTransparentValue(int index) const;
   void SetTransparentValue(int index, double value);
 
-  /// 256 bytes that stretched bytes are replaced by, each byte by itself at first. They belong to the composite. Call
-  /// `TouchTables` after a change through the pointer.
+  /// The 256 bytes that replace the stretched bytes; at first each byte stands for itself. They belong to the
+  /// composite. Call `TouchTables` after a change through the pointer.
   unsigned char* GetLUT(int index);
   /// The colours of the 256 bytes that come out of the lookup table; grey at first. They belong to the composite. Call
   /// `TouchTables` after a change.
   XColour* GetCLT(int index);
   /// Makes later draws see what was changed in tables, bands and their statistics.
   void TouchTables();
-  /// The points of a curve from stretched bytes (x) to others (y), 0 to 255 each, that the lookup table was made from.
+  /// The points of the curve that the lookup table was made from: from stretched bytes (x) to others (y), 0 to 255
+  /// each.
   int GetNumOfHistogramPoints(int index) const;
-  /// Null outside the list; valid until the list is set again.
+  /// Returns null outside the list; valid until the list is set again.
   const tagXVector2* GetHistogramPointAt(int index, int point) const;
-  /// Keeps the points and makes the lookup table of straight lines between them, level beyond the first and the last;
-  /// without points each byte stands for itself. 1; 0, with all as it was, for numbers that are not finite, and for x
-  /// that do not rise.
+  /// Keeps the points and makes the lookup table of straight lines between them. Before the first point and behind the
+  /// last one the curve is level. Without points each byte stands for itself. Returns 1, or 0 with all as it was, for
+  /// numbers that are not finite and for x that do not rise.
   int SetHistogramPoints(int index, const tagXVector2* points, int numPoints);
 
-  /// Works out the statistics of the part of a band that an extent of its own world covers, from the level that has at
-  /// most about a million pixels of it; later draws stretch by them instead of the band's. 1; 0, with all as it was,
-  /// where nothing of the band lies there, it has no sample that counts, or it can't be read.
+  /// Works out statistics of a part of a band; later draws stretch by these instead of the band's own. The edges are
+  /// coordinates of the band's world. The statistics come from the level at which that part has at most about a million
+  /// pixels. Returns 1, or 0 with all as it was, if nothing of the band lies there, no sample counts, or the band can't
+  /// be read.
   int CalcSubsetStatistics(int index, double west, double south, double east, double north);
-  /// Those statistics; null before `CalcSubsetStatistics`. The stretch then goes by the band's own, and where a band
-  /// has none by those of its coarsest level.
+  /// The statistics of `CalcSubsetStatistics`, or null before that call. Without them draws stretch by the band's own
+  /// statistics, or by those of its coarsest level if the band has none.
   const tagXSubsetStatistics* GetSubsetStatistics(int index) const;
 
-  /// Six numbers that give the world of a pixel: x = c[0] + column * c[1] + row * c[2], y = c[3] + column * c[4] + row
-  /// * c[5], (0, 0) being the outer corner of the first pixel. They belong to the composite. Null without the band.
+  /// Six numbers that give the world coordinates of a pixel: x = c[0] + column * c[1] + row * c[2], y = c[3] + column *
+  /// c[4] + row * c[5]. (0, 0) is the outer corner of the first pixel. They belong to the composite. Returns null
+  /// without the band.
   const double* GetWarpCoeff(int index) const;
-  /// The way back: column = c[0] + x * c[1] + y * c[2], row = c[3] + x * c[4] + y * c[5]. Null without the band, and
-  /// for a band whose pixels have no area.
+  /// The way back: column = c[0] + x * c[1] + y * c[2], row = c[3] + x * c[4] + y * c[5]. Returns null without the
+  /// band, and for a band whose pixels have no area.
   const double* GetWarpCoeffInv(int index) const;
 
-  /// The extent that is drawn, in the world of the composite: all of its bands, unless a smaller one was set. 0, with
-  /// the outputs as they were, without bands.
+  /// The extent that is drawn, in the world of the composite: all of its bands, unless a smaller one was set. Returns
+  /// 0, with the outputs as they were, without bands.
   int GetDrawRange(double& minX, double& maxX, double& minY, double& maxY) const;
-  /// Only places in that extent are drawn from now on. 0, with all as it was, for an extent that has no area.
+  /// Only places in that extent are drawn from now on. Returns 0, with all as it was, for an extent that has no area.
   int SetDrawRange(double minX, double maxX, double minY, double maxY);
   void ClearDrawRange();
 
@@ -167,14 +170,14 @@ class ZRKIO_API ZRMComposite {
   /// coordinates of the buffer. Each band is read from the coarsest level that still has a pixel for each of the
   /// buffer's, or from level 0.
   ///
-  /// `method` is `kResampleNearest` for the sample under the centre of the buffer's pixel; where the centre lies on an
-  /// edge, or less than a millionth of a pixel before it, that of the next column or row. With `kResampleMean` a pixel
-  /// that is larger than the level's is the mean of two by two such places in it; colour tables are always taken by the
-  /// nearest. Any other value counts as nearest.
+  /// With `kResampleNearest` as `method`, a pixel of the buffer takes the sample under its centre. A centre on an edge,
+  /// or less than a millionth of a pixel before it, belongs to the next column or row. With `kResampleMean` a pixel
+  /// that is larger than the level's pixels is the mean of two by two places in it. Bands with a colour table always
+  /// take the nearest sample. Any other value counts as `kResampleNearest`.
   ///
-  /// Where the systems differ, places are transformed exactly at the corners of patches and straight between them: a
-  /// patch that is off by more than a sixteenth of a pixel, of the picture or of the band, whichever is
-  /// larger, is divided. No place drawn is off by more than an eighth of that pixel.
+  /// If the systems differ, places are transformed exactly at the corners of patches and taken as straight between
+  /// them. A patch is divided if it is off by more than a sixteenth of a pixel. That pixel is the larger one of the
+  /// picture's and the band's. No place drawn is off by more than an eighth of that pixel.
   ///
   /// `first` is the first composite that was drawn into the buffer, or null: a buffer without a system takes that of
   /// this composite. A word behind `cancel` that holds 1 stops the drawing. The result is a value of `XDrawResult`; the

@@ -41,20 +41,20 @@ class ZRKIO_API ZRMVand : public XObject {
   ZRMVand();
   ~ZRMVand() override;
 
-  /// Loads a file of that kind. 0 with the reason in `err` where it can't be read, or where this build has no reader
-  /// for the kind (1, 4 and 6). The first layer's system becomes that of the set. A set that held another file is
-  /// emptied first, and a load that fails leaves it empty. A load that `thread` stops gives 0 and empties `err`.
+  /// Loads a file of that kind. Returns 0 with the reason in `err` where it can't be read, or where this build has no
+  /// reader for the kind (1, 4 and 6). The first layer's system becomes that of the set. A set that held another file
+  /// is emptied first, and a load that fails leaves it empty. A load that `thread` stops gives 0 and empties `err`.
   int LoadFile(XString path, int kind, XString& err, XThread* thread);
   /// As `LoadFile`; also appends the objects of the file that are not layers to `objects` and sets `numObjects`. No
   /// kind that can be read has such objects. `numObjects` may be null.
   int LoadFileEx(XString path, int kind, XObList& objects, int* numObjects, XString& err, XThread* thread);
 
-  /// 0 before a load and after one that failed.
+  /// Returns 0 before a load and after one that failed.
   int GetNumOfLayers() const { return static_cast<int>(layers_.size()); }
   /// The layer, which belongs to the set and is valid until the next load; null for an index outside the list.
   const tagXVectorLayer* GetLayerAt(int index) const;
-  /// The extent of all layers that have one, taken as if they were of one system. 0, with the outputs as they were,
-  /// where no layer has one.
+  /// The extent of all layers that have one, taken as if they were of one system. Returns 0, with the outputs as they
+  /// were, where no layer has one.
   int GetBoundRect(double& minX, double& maxX, double& minY, double& maxY) const;
 
   /// The path of the file, as it was given to the load; empty before a load.

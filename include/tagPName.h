@@ -4,8 +4,8 @@
 
 namespace Vexorine::ZRL::IO {
 
-/// A named point, and the very bytes of a record in a PBP file (docs/FORMATS.md). Whoever fills the file decides what
-/// the coordinates are; the program `zrkio` has longitude and latitude in degrees on WGS 84.
+/// A named point, and the very bytes of a record in a PBP file (docs/FORMATS.md). The writer of the file decides what
+/// the coordinates mean; the program `zrkio` writes longitude and latitude in degrees on WGS 84.
 struct tagPName {
   static constexpr std::size_t kNameBytes = 64;
 

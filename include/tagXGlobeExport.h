@@ -31,7 +31,7 @@ struct tagXGlobeShare {
   int shard = 1;  ///< the part of this call, counted from 1
   int numShards = 1;
   bool resumes = false;  ///< goes on with what was begun; a shard always does
-  XString key;           ///< what the sources are, in any words: what was begun with another key is not gone on with
+  XString key;           ///< names the sources, in any words; an export begun with another key is not continued
   /// The name that the file gets when it is whole, in place of another file of that name; empty where it keeps its own.
   /// A call that finds the same export whole under that name has nothing to do.
   XString target;

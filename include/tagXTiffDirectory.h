@@ -14,7 +14,7 @@ struct tagXTiffDirectory {
   int compression = 1;
   /// The tag NewSubfileType: 1 a reduced image, 2 a page, 4 a mask, and sums of them; 0 a full image.
   unsigned subfile = 0;
-  /// The shape of a tile in pixels. Of an image in strips: its width, and the rows of a strip.
+  /// The shape of a tile in pixels. For an image in strips: its width, and the rows of a strip.
   int blockWidth = 0;
   int blockHeight = 0;
   /// Whether the image is cut into tiles; otherwise into strips.

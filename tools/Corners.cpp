@@ -1,5 +1,5 @@
-// Where images are, as JSON and as text. Corners are told in the system of the image, and in longitude and latitude
-// where a way leads there.
+// Where images are, as JSON and as text. Corners are shown in the system of the image, and also in longitude and
+// latitude if the system can be converted to WGS 84.
 
 #include "Corners.h"
 

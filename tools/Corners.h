@@ -23,7 +23,7 @@ Json DescribePoints(const Points& points);
 /// the system to WGS 84, or the system is unknown.
 Json DescribeLonLat(const Points& points, const XSpatialReference& sr);
 
-/// Name, code and text of a system. Null for a system that is unknown.
+/// Name, code and text of a system. Returns null for a system that is unknown.
 Json DescribeSystem(const XSpatialReference& sr);
 
 // The text form is made of the same descriptions, so that both always say the same.

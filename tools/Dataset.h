@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-/// Opens a raster or a vector file by its extension or its first bytes, with its level file if it has one. Null with
-/// the reason in `err`, which is empty where the library knew none.
+/// Opens a raster or a vector file by its extension or its first bytes, with its level file if it has one. Returns null
+/// with the reason in `err`, which is empty where the library knew none.
 std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, std::string& err);
 
 /// As above for a raster with at least one channel.

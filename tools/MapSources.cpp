@@ -1,5 +1,5 @@
-// Images become composites of a manager. An image has to lie in the world: in the system that it names, or in that of
-// the map where it names none.
+// Opens the inputs of exports and pyramids, and makes a composite of each for one manager. The first input lies on top.
+// An image has to lie in the world: in its own system, or in the system of the map if it names none.
 
 #include "MapSources.h"
 

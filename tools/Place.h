@@ -34,6 +34,6 @@ class Place {
   std::array<double, 6> transform_{};
 };
 
-/// The way from longitude and latitude on WGS 84 to the system of the band. Null where the system is not known, or no
-/// way leads there.
+/// The way from longitude and latitude on WGS 84 to the system of the band. Returns null where the system is not known,
+/// or no way leads there.
 std::unique_ptr<XCoordinateTransformation> FindWayFromLonLat(const ZRMBand& band);

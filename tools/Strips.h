@@ -17,8 +17,8 @@ class StripReader {
   /// Whether the pixels of the image itself are read.
   bool ReadsImage() const { return levelBand_ == nullptr; }
   bool HasMore() const { return next_ < window_.Height(); }
-  /// The next strip, which belongs to the band and lives until its next read. Null where the thread was asked to stop,
-  /// and otherwise with the reason in `err`.
+  /// The next strip, which belongs to the band and lives until its next read. Returns null where the thread was asked
+  /// to stop, and otherwise with the reason in `err`.
   const tagXArr2* ReadNext(XThread& thread, std::string& err);
 
   /// The size of all strips together, known once the first is read: some bands answer every level at full resolution.

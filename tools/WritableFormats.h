@@ -6,7 +6,7 @@
 
 // The formats that have a writer, and how they are named to people.
 
-/// The format that the extension of a new file tells. Null where that format has no writer.
+/// The format that the extension of a new file tells. Returns null where that format has no writer.
 const tagXFormat* FindWritableFormat(const std::string& path);
 
 /// As "native rasters (.zrm) and TIFF files (.tif, .tiff)". With `takes`, only formats whose writers take it.

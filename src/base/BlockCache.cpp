@@ -1,15 +1,15 @@
-// The cache of decoded blocks. A reader claims a block by file and number. It finds the block's bytes, or memory that
-// it decodes into, so that nothing is copied on the way in. On the way out it samples from the same bytes without a
-// lock: whoever holds a room keeps it alive.
+// The cache of decoded blocks. A reader claims a block by file and number. It gets either the bytes of the block, or
+// memory that it decodes into, so that nothing is copied on the way in. It then takes samples from these bytes without
+// a lock, because whoever holds a room keeps it alive.
 //
-// Bytes are set aside before they are allocated and come back when the last holder lets the room go. Their sum is one
-// number for the whole cache, so that a large block may take more than an even share of it. A thread that needs bytes
-// walks from part to part and has each give up one block. Within a part blocks stand in a queue: one that was used
-// since its last turn goes to the end once more, one that somebody holds does too, and any other goes. A block that is
-// read once and never again so goes before those that are read often.
+// Bytes are counted before they are allocated, and given back when the last holder lets the room go. One number counts
+// them for the whole cache, so that a large block may take more than an even share. A thread that needs bytes walks
+// from part to part, and each part gives up one block. Within a part blocks stand in a queue. A block that was used
+// since its last turn, or that somebody holds, goes to the end once more; any other block is given up. So blocks that
+// are read once go before blocks that are read often.
 //
-// A block that is being decoded has an entry without a room, and those who want it wait until its room is there or the
-// entry is gone.
+// A block that is being decoded has an entry without a room. Other readers of that block wait until its room is there
+// or the entry is gone.
 
 #include "base/BlockCache.h"
 

@@ -20,7 +20,7 @@ class BlockRoom {
   struct Private {};
 
  public:
-  /// Null where memory ran out. The cache has set the bytes aside, and gets them back when this goes.
+  /// Returns null where memory ran out. The cache has set the bytes aside, and gets them back when this goes.
   static std::shared_ptr<BlockRoom> Make(BlockCache& cache, std::int64_t numBytes);
   /// For `Make` alone.
   BlockRoom(Private, BlockCache& cache, std::int64_t numBytes) : cache_(cache), numBytes_(numBytes) {}

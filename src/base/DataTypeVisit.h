@@ -26,8 +26,8 @@ inline constexpr int kDataTypeOf<float> = kReal32;
 template <>
 inline constexpr int kDataTypeOf<double> = kReal64;
 
-/// Calls the visitor with a zero of the C++ type that a scalar data type code stands for, so that a pixel loop is
-/// written once as a template and the type is looked up once, outside of it:
+/// Calls the visitor with a zero of the C++ type that a scalar data type code stands for. So a pixel loop is written
+/// once as a template, and the type is looked up once, outside of the loop:
 ///
 ///     zrk::VisitDataType(dataType, [&](auto zero) { Fill<decltype(zero)>(buffer); });
 ///

@@ -17,9 +17,8 @@ DiskMap::~DiskMap() = default;
 DiskFile::~DiskFile() = default;
 Disk::~Disk() = default;
 
-// A disk need not offer what follows. Whoever asks gets along with the refusal: room that can't be counted is taken to
-// be there, a file whose times are not known is never the same as before, and a folder that can't be listed has no
-// names.
+// A disk need not offer what follows. Callers cope with the refusal. Room that can't be counted is taken to be there. A
+// file whose times are unknown is never the same as before. A folder that can't be listed has no names.
 int Disk::CountFreeBytes(const std::string&, std::int64_t&) {
   return ENOTSUP;
 }

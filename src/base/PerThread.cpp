@@ -1,10 +1,10 @@
-// Each pool has a number that is never used again, and so has each thread. A thread has a table from the numbers of
-// pools to its records. A record is held by the pool, so that it goes with it. The thread's table holds the pool
-// weakly, so that a thread that ends can take its records out of pools that still live. In front of the table stands a
-// small direct-mapped cache, which needs no making, so that the repeated request asks for nothing else.
+// Records for each thread, found without a lock when they are asked for again. Each pool has a number that is never
+// used again, and so has each thread. A thread has a table from the numbers of pools to its records. The pool owns the
+// records, so they end with the pool. The thread's table refers to pools weakly. A thread that ends can therefore take
+// its records out of the pools that still live.
 //
-// A number found in the cache belongs to the very pool that asks, since the pool that asks is alive and numbers are not
-// used twice. So the repeated request takes no lock.
+// A small direct-mapped cache stands in front of the table. A pool that asks is alive, and numbers are not used twice.
+// So a number found in the cache belongs to the pool that asks, and the repeated request takes no lock.
 
 #include "base/PerThread.h"
 

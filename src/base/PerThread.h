@@ -48,7 +48,7 @@ class PerThread {
       return nullptr;
     }
   }
-  /// Null where the calling thread has none.
+  /// Returns null where the calling thread has none.
   Record* Find() const { return static_cast<Record*>(records_.Find()); }
   void Release() { records_.Release(); }
 

@@ -2,9 +2,9 @@
 // a lock of ours. A read or a write that a signal interrupts is made again, and one that does a part is continued until
 // all is done. An errno goes to the caller as it is.
 //
-// A file is opened in steps, so that nothing is destroyed that is not ours to replace: open without emptying, see that
-// it is a regular file, lock it, see that it still goes by its name, and only then empty it. Locks are those of
-// `flock`. They belong to the open file and go with its descriptor, and other programs need not respect them.
+// A file is opened in steps, so that no file is emptied by mistake. It is opened without emptying, checked to be a
+// regular file, locked, checked to have its name still, and only then emptied. Locks are those of `flock`. They belong
+// to the open file and go with its descriptor, and other programs need not respect them.
 
 #include "base/Checked.h"
 #include "base/Disk.h"

@@ -23,9 +23,9 @@ std::optional<WorldLines> ReadWorldLines(const XString& path);
 /// a line.
 std::optional<std::array<double, 6>> TransformOf(const WorldLines& lines);
 
-/// The usual names of an image's world file, in the order in which the exact policy looks for them. The extension is
-/// replaced by its first and last letter and a w, by all of it and a w, by `extension`, which is what the compatible
-/// policy looks for, and by wld; each of them in small letters and then in capitals.
+/// The usual names of an image's world file, in the order in which the exact policy looks for them. The extension of
+/// the image is replaced by four others in turn: its first and last letter and a w; all of it and a w; `extension`,
+/// which the compatible policy looks for; and wld. Each is tried in small letters and then in capitals.
 std::vector<XString> ListWorldFiles(const XString& path, const char* extension);
 /// The lines of the first of these files that is there, as the exact policy reads them; 1. Where none is there, that is
 /// 1 too, and nothing is found. A file that is there but can't be read, that has fewer than six lines with a number

@@ -1,3 +1,10 @@
+// A world file is six numbers on six lines. `WorldLines` reads them for both policies; this source turns them into
+// edges and pixel sizes, and writes new files.
+//
+// Two forms are written. The short one has pixel sizes and a corner, with ten digits behind the point, as existing
+// readers expect. The full one has all six numbers of a transform, with as many digits as bring the same number back. A
+// new file is published as a whole, so that a failed write leaves the old file.
+
 #include "XWorldFile.h"
 
 #include "base/NewFile.h"

@@ -1,3 +1,11 @@
+// Prefix codes of Deflate as tables for the unpacker. A code is given by the lengths of its symbols alone. `PrefixCode`
+// works out the codes and puts the symbols in the order of their lengths.
+//
+// `InflateCodes` then fills two tables that are indexed by the next bits of the stream. An entry of the first table is
+// a literal, the end of the block, a length, or a length together with the code of its offset where both fit into the
+// index. Codes that are longer than the index are searched by their length (`Find`, `FindOffset`). Damaged lengths are
+// refused before any table is filled.
+
 #include "codec/InflateCodes.h"
 
 #include <algorithm>

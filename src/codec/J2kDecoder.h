@@ -43,10 +43,11 @@ class J2kDecoder {
   /// Whether unsigned samples come out with 0 in the middle of their range, as they are coded, so that half of the
   /// range has to be added.
   virtual bool LeavesLevelShift() const = 0;
-  /// Takes a codestream of one tile and reads its header. 1, or 0 with the reason in `err`.
+  /// Takes a codestream of one tile and reads its header. Returns 1, or 0 with the reason in `err`.
   virtual int Open(std::unique_ptr<J2kStream> stream, const J2kSettings& settings, XString& err) = 0;
   /// Decodes an area of the reference grid that lies in the tile and holds samples of each component asked for. The
-  /// planes are those of the area at the level. 1, or 0 with the reason in `err`; the decoder is of no use then.
+  /// planes are those of the area at the level. Returns 1, or 0 with the reason in `err`; the decoder is of no use
+  /// then.
   virtual int Decode(const J2kRect& area, std::vector<J2kPlane>& planes, XString& err) = 0;
   /// Gives up the planes of the last call.
   virtual void FreePlanes() = 0;

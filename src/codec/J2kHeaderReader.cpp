@@ -1,13 +1,14 @@
 // The main header of a JPEG 2000 codestream, ISO/IEC 15444-1, annex A. It begins with the marker SOC. Segments follow,
-// each with a marker of two bytes and a length of two bytes that counts itself: SIZ first, with the reference grid and
-// the components, then in any order COD (how all components are coded), COC (how one is coded), QCD, TLM (the lengths
-// of the tile-parts) and others. The header ends where the first tile-part begins with SOT. All numbers are big-endian.
+// each with a marker of two bytes and a length of two bytes that counts itself. SIZ comes first, with the reference
+// grid and the components. The others come in any order: COD (how all components are coded), COC (how one is coded),
+// QCD, TLM (the lengths of the tile-parts) and more. The header ends where the first tile-part begins with SOT. All
+// numbers are big-endian.
 //
 // The image is a rectangle of the reference grid. The grid is cut into tiles of one size, and a tile that reaches
 // beyond the image is cut to it. Component c has a sample at each multiple of dx and dy that lies in the image. A level
 // n keeps the samples ceil(first / 2^n) to ceil(end / 2^n) - 1 of a component.
 //
-// Decoders trust some of these numbers with memory and time, so those that no image has are refused here.
+// Some of these numbers decide how much memory and time a decoder takes, so impossible numbers are refused here.
 
 #include "codec/J2kHeaderReader.h"
 

@@ -103,10 +103,12 @@ struct J2kHeader {
   J2kRect GetTileRect(int tile) const;
 };
 
-/// Reads the main header that begins at `offset` of the file and lies before `end`. 1, or 0 with the reason in `err`.
+/// Reads the main header that begins at `offset` of the file and lies before `end`. Returns 1, or 0 with the reason in
+/// `err`.
 int ReadJ2kHeader(DiskFile& file, std::int64_t offset, std::int64_t end, J2kHeader& header, XString& err);
 
-/// Parses the bytes of a main header, without the marker of the first tile-part. 1, or 0 with the reason in `err`.
+/// Parses the bytes of a main header, without the marker of the first tile-part. Returns 1, or 0 with the reason in
+/// `err`.
 int ParseJ2kHeader(std::vector<unsigned char> bytes, J2kHeader& header, XString& err);
 
 /// The segments of a header from `begin` on, up to the end of the bytes. False where one does not fit.

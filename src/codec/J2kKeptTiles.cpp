@@ -1,4 +1,9 @@
-// A kept tile is the samples of its components one behind the other, row by row. They take one or two bytes each where
+// Decoded tiles of a codestream, kept for further windows (docs/decisions/0034). A request goes three steps.
+// `IsWorthKeeping` remembers tiles that were asked for, and says no at the first request of each. From the second
+// request on the whole tile is decoded into the cache of blocks, unless it is there already. Then the part that is
+// wanted is copied out to the sink.
+//
+// A kept tile has the samples of its components one behind the other, row by row. They take one or two bytes each if
 // their depth allows that, and four otherwise.
 
 #include "codec/J2kKeptTiles.h"

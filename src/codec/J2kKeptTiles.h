@@ -11,20 +11,20 @@
 
 namespace zrk {
 
-/// Decoded tiles of a codestream in the cache of the process, while callers grant that memory. A tile is decoded in
-/// parts as long as nobody asks for it again, because a part costs less than all of it. From the second time on it is
-/// decoded as a whole, and kept. For all threads at once.
+/// Decoded tiles of a codestream in the cache of the process, while callers grant memory for it. The first request for
+/// a part of a tile decodes that part alone, because a part costs less than the whole tile. From the second request on
+/// the tile is decoded as a whole and kept. Any number of threads may use one object at once.
 class J2kKeptTiles {
  public:
-  /// Decodes what a request wants of a tile into a sink. False where that can't be.
+  /// Decodes the samples of a tile that a request wants into a sink. False if they can't be decoded.
   using Decode = std::function<bool(const J2kRequest&, J2kSink&)>;
 
   /// The header has to outlive this.
   explicit J2kKeptTiles(const J2kHeader& header) : header_(header) {}
 
-  /// Gives what a request wants of a tile to a sink. False, with nothing given, where the caller has to decode it: no
-  /// memory is granted, the tile is too large, this is its first request, all of it is wanted, or the whole tile can't
-  /// be decoded.
+  /// Gives the samples of a tile that a request wants to a sink. False, with nothing given, if the caller has to decode
+  /// them. That is so if no memory is granted, the tile is too large, this is its first request, the whole tile is
+  /// wanted, or the whole tile can't be decoded.
   bool Give(int tile, const J2kRequest& request, const Decode& decode, J2kSink& sink);
 
  private:

@@ -1,6 +1,6 @@
-// A tile's data is a row of packets, one for each precinct of each resolution of each component in each layer. Where
-// they are ordered by resolution, a reduced level needs the first ones alone, and the header may list the lengths of
-// all (PLT): numbers of seven bits a byte, the highest first, whose last byte has its highest bit clear.
+// A tile's data is a row of packets, one for each precinct of each resolution of each component in each layer. If they
+// are ordered by resolution, a reduced level needs the first packets alone. The header may list the lengths of all
+// packets (PLT). A length has seven bits in each byte, the highest first, and its last byte has the highest bit clear.
 
 #include "codec/J2kPacketReader.h"
 

@@ -54,8 +54,8 @@ class J2kReader {
   };
   /// Makes the codestream of a tile, to be decoded at a level. Packets that the level does not need are left out where
   /// the header lists their lengths. Where the wish is strict, a tile that is missing or not whole fails, and so does a
-  /// list of lengths that is wrong. 1, or 0 with the reason in `err`. The word behind `cancel` makes it end sooner,
-  /// with a codestream that may hold more packets than are needed.
+  /// list of lengths that is wrong. Returns 1, or 0 with the reason in `err`. The word behind `cancel` makes it end
+  /// sooner, with a codestream that may hold more packets than are needed.
   int OpenTile(const TileWish& wish, Tile& result, XString& err);
 
  private:

@@ -46,7 +46,7 @@ class J2kWindowReader {
   J2kWindowReader& operator=(const J2kWindowReader&) = delete;
 
   J2kReader& GetReader() const { return *reader_; }
-  /// 1; or 0 with the reason in `err`, which stays empty where the word behind `cancel` ended the read.
+  /// Returns 1; or 0 with the reason in `err`, which stays empty where the word behind `cancel` ended the read.
   int Read(const J2kRequest& request, const int* cancel, J2kSink& sink, XString& err);
   /// Gives up what is kept for the calling thread.
   void Release() { kept_.Release(); }

@@ -1,7 +1,7 @@
-// JPEG to rows of planes, from the top down: one plane for grey, three for colour, and three for four inks, which are
-// mixed to red, green and blue without a colour profile. libjpeg decodes and turns luminance and chrominance into
-// colour. This file chooses its output, takes pixels apart, and refuses files that promise too much. Where the rows go
-// is the caller's matter.
+// JPEG to rows of planes, from the top down. Grey gives one plane, and colour three. Four inks give three planes too:
+// they are mixed to red, green and blue without a colour profile. libjpeg decodes and turns luminance and chrominance
+// into colour. This file chooses its output, takes pixels apart, and refuses files that promise too much. Where the
+// rows go is the caller's matter.
 //
 // A file is decoded as a whole or fails. Data that is cut or damaged fails as well, because a grey lower half has no
 // mark on it that says it is not data (docs/decisions/0005). Each call has a session of its own, and so any number of

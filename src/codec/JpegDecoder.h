@@ -15,7 +15,7 @@ struct JpegHeader {
   int numChannels = 0;  ///< as decoded: 1 for grey, 3 for everything else
 };
 
-/// Reads the header. 1, or 0 with the reason in `err`.
+/// Reads the header. Returns 1, or 0 with the reason in `err`.
 int ReadJpegHeader(DiskFile& file, JpegHeader& header, XString& err);
 
 /// How a caller follows a decode and ends it. Both functions are called on the decoding thread, must not throw, and may
@@ -41,8 +41,8 @@ class JpegRows {
 };
 
 /// Decodes the whole image into `rows`. A file fails that is cut short, whose coded data is damaged, or that promises
-/// more pixels than its length can hold. 1, or 0 with the reason in `err`, which is empty where `watch` ended the
-/// decode. After 0 what the rows hold is undefined.
+/// more pixels than its length can hold. Returns 1, or 0 with the reason in `err`, which is empty where `watch` ended
+/// the decode. After 0 what the rows hold is undefined.
 int DecodeJpeg(DiskFile& file, const JpegWatch& watch, JpegRows& rows, XString& err);
 
 }  // namespace zrk

@@ -1,10 +1,10 @@
-// LZW by references. A table of the usual kind holds for each code a byte and the code before it, so that a string is
-// walked from its end, byte by byte. Here a code's string is a place in the bytes that were decoded already: a new code
-// stands for the string of the code before and the first byte of the one that follows, and these two lie behind each
-// other in the output. So a string is copied at once, mostly by one move of 16 bytes.
+// LZW by references into the output. Most decoders keep a table with a byte and an earlier code for each code, and walk
+// a string from its end, byte by byte. Here the string of a code is a range of the bytes that were decoded already. A
+// new code stands for the string of the last code and one byte more, the first byte of the next string. These bytes lie
+// behind each other in the output. So a string is copied at once, mostly by one move of 16 bytes.
 //
-// A string may reach up to its own first byte, where a code is used right when it is made. The move then takes one byte
-// too early, which is known: it equals the first one.
+// A code may be used right when it is made. Its string then reaches up to its own first byte, and the move reads one
+// byte before that byte is written. The missing byte is known: it equals the first byte of the string.
 
 #include "codec/LzwDecoder.h"
 

@@ -1,8 +1,8 @@
 // ECW files through the library of their makers, by five functions of its documented interface in C. A view is an open
 // file. It is set to a window and a size, and then gives line after line; the library does the scaling.
 //
-// The library has to be told once that it is used, as far as it can be told. From version 5 on its record about a file
-// goes further, to rotation and type of samples. Lines always come as bytes.
+// The library has to be told once that it is in use, if it has a function for that. From version 5 on its record about
+// a file has more fields, among them rotation and type of samples. Lines always come as bytes.
 
 #include "base/ReadError.h"
 #include "codec/SharedLibrary.h"

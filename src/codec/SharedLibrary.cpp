@@ -1,5 +1,6 @@
-// Libraries are loaded by the system's loader. For one that is of another kind of machine the loader says that there is
-// no such file. So the head of the file is looked at first, where its path is known.
+// Loads shared libraries through the system's loader, and finds their functions by name. The loader reports a library
+// for another kind of machine as a missing file. So the head of the file is looked at first, if its path is known, and
+// the caller gets the true reason.
 
 #include "codec/SharedLibrary.h"
 

@@ -10,8 +10,8 @@
 
 namespace zrk {
 
-/// The geokeys of the current directory. Null where they are not laid out as they should be. A directory without
-/// geokeys has a handle too.
+/// The geokeys of the current directory. Returns null where they are not laid out as they should be. A directory
+/// without geokeys has a handle too.
 GeoKeys OpenGeoKeys(TIFF* tiff);
 /// Whether there are keys of a version that is known, with a model type among them.
 bool AreUsable(gtiff* keys);

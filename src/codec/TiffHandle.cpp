@@ -24,9 +24,9 @@ namespace {
 constexpr const char* kMode = "rOmc";
 constexpr const char* kCuttingMode = "rOm";
 
-/// Whether the open directory is a bilevel image in one strip without compression. libtiff cuts a large one into strips
-/// of some 8,192 bytes, unless it is told otherwise, and readers of such images count on it: whole, a tall one is taken
-/// for its first row.
+/// Whether the open directory is a bilevel image in one strip without compression. libtiff cuts a large strip into
+/// strips of some 8,192 bytes, unless it is told otherwise. Readers of such images rely on that: of a tall strip that
+/// is left whole they take the first row alone.
 bool IsBilevelStrip(TIFF* tiff) {
   std::uint16_t bits = 1, samples = 1, compression = COMPRESSION_NONE;
   TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &bits);

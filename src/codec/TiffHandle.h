@@ -44,8 +44,8 @@ struct TiffOptionsFree {
   void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
 };
 using TiffOptions = std::unique_ptr<TIFFOpenOptions, TiffOptionsFree>;
-/// libtiff's options for a file whose messages go to `messages`, which must outlive the file. Null where memory ran
-/// out.
+/// libtiff's options for a file whose messages go to `messages`, which must outlive the file. Returns null where memory
+/// ran out.
 TiffOptions MakeTiffOptions(TiffMessages& messages);
 
 /// Makes the tags of GeoTIFF known to libtiff, for files that are opened from then on.
@@ -53,16 +53,16 @@ void KnowGeoTags();
 
 /// A handle of libtiff over an open file, for reading. Tags of GeoTIFF are known to it. For one thread at a time.
 ///
-/// Strips are those of the file, but for a bilevel image in one strip without compression: that one is cut into strips
-/// of some 8,192 bytes, as libtiff does by itself. Tables of blocks are read as they are needed. Nothing is mapped: a
-/// file that is cut while it is read is an error and not a signal.
+/// Strips are those of the file, with one exception. A bilevel image in one strip without compression is cut into
+/// strips of some 8,192 bytes, as libtiff does by itself. Tables of blocks are read as they are needed. Nothing is
+/// mapped: a file that is cut while it is read is an error and not a signal.
 class TiffHandle {
  public:
   /// Enough for the tables of any sound directory. A handle that decodes needs room for its blocks beside it.
   static constexpr std::int64_t kTableBytes = std::int64_t{64} << 20;
 
-  /// Opens the first directory. Null where that fails, with the reason in `messages`. `name` is what `TIFFFileName`
-  /// answers. libtiff gets no piece of memory of more than `mostBytes`.
+  /// Opens the first directory. Returns null where that fails, with the reason in `messages`. `name` is what
+  /// `TIFFFileName` answers. libtiff gets no piece of memory of more than `mostBytes`.
   static std::unique_ptr<TiffHandle> Open(std::shared_ptr<DiskFile> file, const XString& name,
                                           std::shared_ptr<TiffMessages> messages, std::int64_t mostBytes);
   ~TiffHandle();

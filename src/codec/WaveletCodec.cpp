@@ -1,9 +1,9 @@
-// How decoders are found. The makers' library comes first. It is looked for in the folder that the program has named,
-// then by its plain name wherever the system's loader finds it, then with a version behind its name in the folders that
-// the loader searches. GDAL's driver comes second. It is mostly a layer over the same library, but knows more of it.
+// How decoders are found. The makers' library comes first. It is looked for in three steps: in the folder that the
+// program has named; by its plain name, where the system's loader looks; and with a version behind its name, in the
+// folders of the loader. GDAL's driver comes second. It is mostly a layer over the same library, but knows more of it.
 //
-// Nothing is remembered for long of a search that failed, so that a decoder can be installed while the program runs. A
-// library that was found is bound once, because some have to be told once that they are used.
+// A search that failed is forgotten soon, so that a decoder can be installed while the program runs. A library that was
+// found is bound once, because some libraries have to be told once that they are in use.
 
 #include "codec/WaveletCodec.h"
 

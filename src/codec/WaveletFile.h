@@ -11,7 +11,7 @@ namespace zrk {
 /// that comes back is lent again.
 class WaveletFile {
  public:
-  /// Null with the reason where no decoder is there or none can open the file.
+  /// Returns null with the reason where no decoder is there or none can open the file.
   static std::shared_ptr<WaveletFile> Open(const WaveletCodec& codec, const XString& path, bool isExact,
                                            XString& reason);
   WaveletFile(const WaveletCodec& codec, const XString& path, bool isExact, OpenedWavelet opened);

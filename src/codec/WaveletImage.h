@@ -60,8 +60,8 @@ class WaveletImage {
 class WaveletDecoder {
  public:
   virtual ~WaveletDecoder();
-  /// Null with the reason where the file can't be opened. With `isExact` also where the decoder would give less than
-  /// the file has.
+  /// Returns null with the reason where the file can't be opened. With `isExact` also where the decoder would give less
+  /// than the file has.
   virtual std::unique_ptr<WaveletImage> Open(const XString& path, bool isExact, XString& reason) const = 0;
   /// The path of the library, or the name of the driver.
   virtual XString GetPlace() const = 0;

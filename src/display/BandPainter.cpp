@@ -1,9 +1,9 @@
-// A block of a picture over a band, in one of two ways. Where the band is neither turned nor in another system, its
-// columns follow from the block's columns alone and its rows from the rows: two lists hold the whole geometry.
-// Otherwise the places come from patches. In both ways the window under the block is read once, from the level that
-// suits, and each row goes through the look of the band to bytes.
+// A block of a picture, filled from a band, in one of two ways. If the band is neither turned nor in another system,
+// its columns follow from the block's columns alone, and its rows from the rows. Two lists then hold the whole
+// geometry. Otherwise the places come from patches (Patches.cpp). In both ways the window under the block is read once,
+// from the level that suits. Each row then goes through the look of the band (BandLook.cpp) and becomes bytes.
 //
-// Means are the same done for each quarter of the pixels, added up.
+// Means do the same for each quarter of the pixels, and add the results.
 
 #include "display/BandPainter.h"
 

@@ -1,6 +1,5 @@
 // How pixels are read for drawing. A window at a level begins and ends with whole samples of that level, as far as the
-// band reaches: otherwise the samples of neighbouring windows would stand for places that overlap, and a seam would
-// show.
+// band reaches. Otherwise samples of neighbouring windows would overlap in the world, and a seam would show.
 //
 // Reduced pixels come from the level data where a band has some. Not all bands ask it by themselves: those of formats
 // that decode an image as a whole answer from that.

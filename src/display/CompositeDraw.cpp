@@ -1,6 +1,6 @@
-// A picture is drawn block by block. For each block every band that is shown gives a plane of bytes; the planes are
-// then put together to pixels, where any of them shows something. The opacity of a composite that has one is looked at
-// first: a block that is clear is passed over, and one that is opaque is drawn like any other.
+// A picture is drawn block by block. For each block every visible band gives a plane of bytes. The planes are then
+// joined to pixels, at each place where a plane shows something. If the composite has a band of opacity, that band is
+// read first. A block that is wholly clear is passed over. A block that is wholly opaque is drawn as without opacity.
 
 #include "display/CompositeDraw.h"
 

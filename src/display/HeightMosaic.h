@@ -33,8 +33,8 @@ struct PostBlock {
 /// Many threads may read at once; the composites have to outlive it and are not to be changed meanwhile.
 class HeightMosaic {
  public:
-  /// Null where no composite has a band 0 of a scalar type that can be placed in the manager's system, and where an exact one
-  /// can't be.
+  /// Returns null where no composite has a band 0 of a scalar type that can be placed in the manager's system, and
+  /// where an exact one can't be.
   static std::unique_ptr<HeightMosaic> Make(const ZRMCompManager& manager);
   ~HeightMosaic();
 

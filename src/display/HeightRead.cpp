@@ -1,7 +1,7 @@
-// Heights at posts that may lie anywhere, in one of two ways. Where a source is neither turned nor in another system,
-// two lists hold the columns and rows under the posts, and rows are read in strips. Otherwise the place of each post is
-// worked out by itself. Where these lie far apart, a window around all of them would be mostly in vain, so a block of
-// posts is halved until its window is worth reading.
+// Heights at posts that may lie anywhere, in one of two ways. If a source is neither turned nor in another system, two
+// lists hold the columns and rows under the posts, and rows are read in strips. Otherwise each post is transformed by
+// itself, and the window around all posts of a block is read. If the posts lie far apart, most of that window would be
+// read in vain. The block is then halved until its window is worth reading.
 
 #include "display/HeightRead.h"
 

@@ -17,8 +17,8 @@ class JointSamples {
   /// Bands are about to be drawn in this order. What was read before is given up.
   void Begin(std::span<ZRMBand* const> bands);
   void Forget();
-  /// The samples of a window of a band at full resolution. The first band has all of them read. Null where the band has
-  /// to be read by itself.
+  /// The samples of a window of a band at full resolution. The first band has all of them read. Returns null where the
+  /// band has to be read by itself.
   tagXArr2* Find(const ZRMBand& band, const Window& window, int* cancel);
 
  private:

@@ -12,8 +12,8 @@ struct BandPlace {
   double v = 0.0;
 };
 
-/// Tells which place of a band lies under a place of a picture, both in pixels: from the picture to its world, from
-/// there to the world of the band, and from there to the band's pixels.
+/// Tells which position of a band lies under a position of a picture. The way leads from the picture's pixels to its
+/// world, from there to the band's world, and from there to the band's pixels.
 class PlaceMap {
  public:
   /// `shift` is added to the x of the band's world, and `toPixels` leads from there to the band's pixels. The bridge is

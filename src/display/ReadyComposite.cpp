@@ -1,5 +1,6 @@
-// What a composite was set up with becomes what a draw needs. Draws of several threads share the result, so that all
-// choices are made here: which bands take part, which byte of a pixel each gives, and how far each reaches.
+// Turns the settings of a composite into what a draw needs. All choices are made here, once, because draws of several
+// threads share the result. The choices are which bands take part, which byte of a pixel each band gives, and how far
+// each band reaches.
 
 #include "display/ReadyComposite.h"
 

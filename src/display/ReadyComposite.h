@@ -49,7 +49,7 @@ struct ReadyComposite {
   bool isTable = false;
   std::array<Pixel, 256> table = {};
 
-  /// Null where statistics that a stretch needs can't be had, or a band can't be placed.
+  /// Returns null where statistics that a stretch needs can't be had, or a band can't be placed.
   static std::unique_ptr<const ReadyComposite> Make(const CompositeSettings& settings);
   bool HasBands() const { return looks[0] || looks[1] || looks[2]; }
 

@@ -1,9 +1,10 @@
-// Edges bend, and a pole may lie within. So places are taken in a grid all over the extent, and closely along its
-// edges.
+// The extent of a rectangle of one system in another system. Edges bend under a transform, and a pole may lie within
+// the rectangle. So places are taken in a grid all over it, and closely along its edges.
 //
-// Longitudes begin anew at 180 degrees. Each is therefore counted on from that of a neighbour, so that the extent has
-// no gap. That fails around a pole, which no edge tells of: the poles are taken back to the first system, and looked
-// for in the extent. A pole that is a line there, as on a plate of degrees, is met by the places on the edge.
+// Longitudes begin anew at 180 degrees. Each longitude is therefore counted on from that of a neighbour, so that the
+// extent has no gap. That fails around a pole, because no edge tells of it. The poles are therefore transformed back to
+// the first system and looked for in the rectangle. In a system of degrees a pole is a whole edge, and the places on
+// that edge meet it.
 
 #include "display/TakenExtent.h"
 

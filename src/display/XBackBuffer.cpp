@@ -1,5 +1,5 @@
-// A picture in memory. Its rows lie as those of a bitmap file do, from the bottom up and blue first, so that a reader
-// of tiles gets them by one copy.
+// A picture in memory. Its rows lie as those of a bitmap file do: from the bottom up, with blue as the first byte of a
+// pixel. Callers that read tiles get their rows by one copy.
 
 #include "XBackBuffer.h"
 

@@ -1,6 +1,6 @@
-// What a composite was set up with, and what is made of it once and shared by all draws: the looks of its bands, and
-// the ways from the systems of the buffers that it was drawn into. Both are made under a lock by the first draw that
-// needs them; a draw itself takes the lock only to find them.
+// The settings of a composite, and two things that are made of them once and shared by all draws. These are the looks
+// of its bands, and the transforms from the systems of the buffers that it was drawn into. The first draw that needs
+// them makes them under a lock. Further draws take the lock only to find them.
 
 #include "ZRMComposite.h"
 

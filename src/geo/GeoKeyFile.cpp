@@ -1,15 +1,14 @@
 // Writes geokeys, and the tags that place an image, into a TIFF file of one pixel in memory, and reads keys back out of
-// one. OGC 19-008, the GeoTIFF
-// standard, and the TIFF 6.0 specification have the two layouts.
+// such a file. OGC 19-008, the GeoTIFF standard, and the TIFF 6.0 specification have the two layouts.
 //
 // Geokeys lie in three tags. The first is a directory of 16-bit words: four for its version and the number of keys,
 // then four for each key in order of the ids. The other two hold all reals and all texts, each text with a bar at its
-// end. A key's words are its id, the tag that has its values or 0, the number of values, and the index of the first of
-// them in that tag. A single 16-bit value has the tag 0 and stands in place of the index.
+// end. The words of a key are its id, the tag of its values or 0, the number of values, and the index of the first
+// value in that tag. A single 16-bit value has the tag 0 and stands in place of the index.
 //
 // The file is little-endian: a mark, the offset of the one directory, the directory in order of the tags, and then the
-// values that are longer than the four bytes of an entry. Only GDAL writes the files that are read here. Reading is
-// still bounded everywhere, since what GDAL copies into them may be a stranger's.
+// values that are longer than the four bytes of an entry. Only files that GDAL has written are read here. Reading is
+// still bounded everywhere, since GDAL copies texts of strangers' files into them.
 
 #include "geo/GeoKeyFile.h"
 

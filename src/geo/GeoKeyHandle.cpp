@@ -1,7 +1,7 @@
-// Copies geokeys from libgeotiff's handle into a record of ours, and back. The handle has what a stranger's file says,
-// and GDAL parses some of the texts among the keys. So a key is taken only if its id has a meaning, and if its type and
-// its number of values are such as writers give it. Other keys are left out, without a word: what is left may still
-// describe the system.
+// Copies geokeys from libgeotiff's handle into a record of ours, and back. The handle has the contents of a file that
+// may come from anyone, and GDAL parses some of the texts among the keys. So a key is taken only if its id is known,
+// and if its type and number of values are those that writers give it. Other keys are left out without a failure,
+// because the remaining keys may still describe the system.
 
 #include "geo/GeoKeyHandle.h"
 

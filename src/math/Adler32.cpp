@@ -1,6 +1,7 @@
-// Adler-32 is two sums modulo 65521: the first of all bytes, from 1 on, the second of all values that the first one
-// takes. So a byte counts in the second sum as often as there are bytes from it to the end. A run of bytes is short
-// enough for sums of 32 bits, and the remainders are taken once a run.
+// The checksum behind a zlib stream. Adler-32 is two sums modulo 65521. The first sum adds all bytes, beginning with 1.
+// The second adds all values that the first one takes, so a byte counts in it as often as there are bytes from that
+// byte to the end. Vectors add a run of bytes at once. A run is short enough for sums of 32 bits, and the remainders
+// are taken once a run.
 //
 // Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 

@@ -1,10 +1,12 @@
-// XXH3 of blocks of one length. It keeps eight sums of 64 bits over stripes of eight words. Each word is joined with
-// one of a fixed key. The product of the two halves of that goes to the word's own sum, and the word itself to the sum
-// beside it, so that a word counts also where its product is 0. From stripe to stripe the key moves on by a word. After
-// sixteen stripes the sums are scrambled. The last stripe has a part of the key to itself.
+// XXH3 of blocks of one length, which fingerprints are made of. The hash keeps eight sums of 64 bits over stripes of
+// eight words. Each word is combined with a word of a fixed key. The product of the two halves of the result is added
+// to the sum of that word. The word itself is added to the neighbouring sum, so that it counts even if its product is
+// 0. From stripe to stripe the key moves on by a word. After sixteen stripes the sums are scrambled. The last stripe
+// has a part of the key to itself.
 //
-// Sums meet in pairs only. A vector therefore takes as many sums as it has lanes through the whole block, which is near
-// the core, before it takes the next ones. Machines without vectors of two words have the plain loop.
+// Sums interact only in pairs. A vector therefore takes as many sums as it has lanes through the whole block, and then
+// the next ones; the block is in the processor's cache meanwhile. Machines without vectors of two words use the plain
+// loop.
 //
 // Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 

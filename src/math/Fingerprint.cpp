@@ -1,8 +1,8 @@
-// The fingerprint is a sum over the blocks of a file: the hash of each, mixed with its number. A sum does not ask for
-// an order, so that the threads which read an image hash its blocks while these are near the core. Blocks are small,
-// since the edges of a read mostly lie within one, and what lies on an edge is read again.
+// The fingerprint of a file: a sum over its blocks, each block's hash mixed with its number. A sum does not depend on
+// the order. So the threads that read an image hash its blocks while these are in the processor's cache. Blocks are
+// small, since most edges of a read lie within a block. A block on an edge is read again.
 //
-// A block counts when its bit is set by whoever takes it, so that one which is read twice is counted once.
+// Each block has a bit, which the thread that takes the block sets. A block that is read twice is so counted once.
 
 #include "math/Fingerprint.h"
 

@@ -3,8 +3,8 @@
 //
 // A turn sample by sample touches another cache line with every step. The vector way takes squares of eight columns by
 // eight points: eight loads, three rounds of interleaving in registers, eight stores. Squares at the last column and
-// the last point overlap the ones before, so that only cells of less than eight either way are turned sample by sample,
-// and all cells where the length of a vector is known only at run time.
+// the last point overlap the squares before. So only cells of less than eight columns or points are turned sample by
+// sample. On machines whose vector length is known only at run time all cells are.
 //
 // Highway includes this file once for every instruction set that the machine may have, and picks one at run time.
 

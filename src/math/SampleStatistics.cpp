@@ -1,7 +1,7 @@
 // Statistics that come together from parts. Samples of 8 and 16 bits are counted by their bit patterns, in a table of
 // 256 or 65,536 counts. Counts of workers add up exactly, and range, mean, deviation and histogram all follow from
-// them. Wider samples get a summary for each part, and the summaries are put together in the order of the parts: sums
-// of doubles depend on their order, and so the result is the same however the parts were shared. The histogram of wider
+// them. Wider samples get a summary for each part. Sums of doubles depend on their order, so the summaries are put
+// together in the order of the parts. The result is then the same however the parts were shared. The histogram of wider
 // samples needs another pass, because its bins depend on the range of all.
 //
 // One object serves one thread. Several are merged at the end.

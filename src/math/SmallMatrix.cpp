@@ -1,5 +1,6 @@
-// The singular values come from rotations of pairs of columns, until all columns stand at right angles to each other.
-// Their lengths are then the singular values. It is not the quickest way, but keeps small values exact, and the
+// Inverses of small matrices: of three rows by the determinant, and of symmetric ones by singular values. For the
+// latter, pairs of columns are rotated until all columns are at right angles to each other. The lengths of the columns
+// are then the singular values. Other methods are quicker, but this one keeps small singular values exact, and the
 // matrices here have some ten columns.
 
 #include "math/SmallMatrix.h"

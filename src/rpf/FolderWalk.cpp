@@ -1,11 +1,12 @@
-// Products come from systems that do not tell upper from lower case. Their paths may therefore differ in case from the
-// names on this disk. So every part of a path is first looked for as it is stored, and then among the names of its
-// folder in lower case. A product has thousands of frames in few folders, and a folder is listed only once.
+// Finds the files of a raster map product by the paths that its table of contents stores. Products come from systems
+// that ignore letter case, so a stored path may differ in case from the names on this disk. Each part of a path is
+// first looked for as it is stored, and then among the names of its folder in lower case. A product has thousands of
+// frames in few folders, and a folder is listed only once.
 //
-// A path comes from the file and is not to be trusted. It may hold "..", begin at a root, or go through a link that
-// leads elsewhere. Unless it may leave the folder, its spelling is looked at before the disk is asked at all, and links
-// are resolved at each part, before the next one is looked for. What is found is a matter of the moment: a link can be
-// changed between this walk and the opening. An object serves one thread.
+// A stored path is not trusted. It may hold "..", begin at a root, or go through a link that leads elsewhere. Unless
+// the caller allows that, the spelling is checked before the disk is asked at all, and links are resolved at each part
+// before the next part is looked for. A link can still be changed between this walk and the opening. An object serves
+// one thread.
 
 #include "rpf/FolderWalk.h"
 

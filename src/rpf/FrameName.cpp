@@ -1,6 +1,6 @@
-// The header of the Raster Product Format stands in the user-defined data of a NITF header: a byte for the order of
-// bytes, a length of 2, and the name of the file, of 12; 44 bytes from its beginning, the offset of the location
-// section of 4 bytes. That lists what the file holds, from which a table of contents is told.
+// The header of the Raster Product Format stands in the user-defined data of a NITF header. It begins with a byte for
+// the order of bytes, a length of 2 bytes, and the name of the file in 12 bytes. The offset of the location section, 4
+// bytes, stands 44 bytes from its beginning. That lists what the file holds, from which a table of contents is told.
 
 #include "rpf/FrameName.h"
 

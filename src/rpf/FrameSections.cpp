@@ -2,10 +2,10 @@
 // padding, in the byte order of the file. Offsets are counted from the beginning of the section that holds them, and -1
 // stands for something absent.
 //
-// Coverage, description and display have to be there for what is asked. Colours and lookup tables that are not as they
-// must be leave the frame without them, and fail no load by that: a frame of plain pixels can do without the tables.
-// The results are put into the caller's record only when all of a table is read. Counts and lengths are the file's own
-// word. `RpfBlocks` compares them with the file before memory is taken for them.
+// Coverage, description and display have to be there for what is asked. Invalid colours and lookup tables are left out
+// and do not fail the load, because a frame of plain pixels can do without the tables. The results are put into the
+// caller's record only when all of a table is read. Counts and lengths are the file's own word. `RpfBlocks` compares
+// them with the file before memory is taken for them.
 
 #include "rpf/FrameSections.h"
 

@@ -1,5 +1,6 @@
-// The doors of the coder: sizes are checked here, pictures are cut into runs of blocks, and these go to the encoder and
-// the decoder. libsquish is known here alone. It packs `kDxt3` and `kDxt5`, and nothing else is left to it.
+// The entrance to the coder of blocks. Sizes are checked here, and pictures are cut into runs of blocks, which go to
+// the encoder or the decoder. libsquish is called in this source alone. It packs `kDxt3` and `kDxt5`; our own code does
+// all the rest.
 
 #include "tiles/BlockCoder.h"
 

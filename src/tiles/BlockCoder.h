@@ -21,11 +21,12 @@ struct BlockShape {
   int height;
 };
 
-/// The bytes of all blocks. 0 where the type is unknown, a size is below 1, or the bytes would not fit into an int.
+/// The bytes of all blocks. Returns 0 where the type is unknown, a size is below 1, or the bytes would not fit into an
+/// int.
 std::size_t BlockBytes(const BlockShape& shape);
 
-/// The bytes that libsquish counts for all blocks, whatever the type: it takes one that it does not know for `kDxt1`. 0
-/// where a size is below 1, and where blocks of 16 bytes would not fit into an int.
+/// The bytes that libsquish counts for all blocks. Like libsquish it counts an unknown type as `kDxt1`. Returns 0 where
+/// a size is below 1, and where blocks of 16 bytes would not fit into an int.
 std::size_t BlockBytesOfSquish(const BlockShape& shape);
 
 /// The bytes of a pixel of the formats 1 to 7; 0 for any other.

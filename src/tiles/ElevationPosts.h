@@ -21,7 +21,7 @@ struct ElevationPosts {
 };
 
 /// Bytes of a tile by the version of its store: words below 1.1, floats from there on, and floats and normals from 2.0
-/// on. 0 where a size is below 1, and where 64 bits do not hold the bytes.
+/// on. Returns 0 where a size is below 1, and where 64 bits do not hold the bytes.
 std::int64_t CountPostBytes(double version, const PostGrid& grid);
 
 /// Takes the posts out of the bytes of a tile. False where these are fewer than the grid needs.

@@ -1,8 +1,8 @@
-// Tiles of elevation stores, checked post by post. Neighbours share the posts of their common edge, and these have to
-// agree; normals have to be of unit length. Tiles that were never written have no edges.
+// Tiles of elevation stores, checked post by post. Neighbours share the posts of their common edge, and the heights
+// there have to agree. Normals have to be of unit length. Tiles that were never written have no edges to compare.
 //
-// Tiles come row by row from the south and from west to east, so that the northern edges of one row of tiles and the
-// eastern edge of one tile are all that has to be kept.
+// Tiles come row by row from the south, and from west to east. So the check keeps the northern edges of one row of
+// tiles and the eastern edge of one tile, and nothing else.
 
 #include "tiles/ElevationPosts.h"
 #include "tiles/StoreCheck.h"

@@ -17,16 +17,16 @@ using TileCheck =
 /// What differs between stores of the globe when they are checked.
 struct StoreCheckPlan {
   StoreKind kind;
-  /// The bytes that a tile of a level takes; 0 where its sizes or type are not possible. Null where a level may have
-  /// any.
+  /// The bytes that a tile of a level takes; 0 where its sizes or type are not possible. Null where a level may
+  /// have any.
   std::function<std::int64_t(const StoreHeader& header, const tagXTileLevel& level)> tileBytes;
   /// Called once before any tile is looked at.
   std::function<void(const StoreHeader& header)> begin;
   TileCheck checkTile;
 };
 
-/// Checks header and levels, and reads each tile once, level by level from the south-west. 1 where the check went
-/// through, otherwise 0 with the reason in `err`, which is empty after a stop.
+/// Checks header and levels, and reads each tile once, level by level from the south-west. Returns 1 where the check
+/// went through, otherwise 0 with the reason in `err`, which is empty after a stop.
 int CheckGlobeStore(const XString& path, const StoreCheckPlan& plan, StoreFindings& findings, XString& err,
                     XThread* thread);
 
@@ -38,7 +38,7 @@ int CheckElevationStore(const XString& path, StoreFindings& findings, XString& e
 void CheckBlocks(std::span<const unsigned char> blocks, _XDXTTYPE type, const StoreTilePlace& place,
                  StoreFindings& findings);
 
-/// Takes one tile out of an image or an elevation store. 1, or 0 with the reason in `err`.
+/// Takes one tile out of an image or an elevation store. Returns 1, or 0 with the reason in `err`.
 int ReadImageTile(const XString& path, const StoreTilePlace& place, tagXStoreTile& tile, XString& err);
 int ReadElevationTile(const XString& path, const StoreTilePlace& place, tagXStoreTile& tile, XString& err);
 

@@ -1,7 +1,9 @@
-// A store as one image. All places are whole numbers: positions on the grid of full resolution, from longitude -180 and
-// from latitude -90 on. A tile of the level that lies `shift` levels above it has 2^shift times as many of them. Rows
-// of the grid count upward and those of an image downward, so that positions of rows are taken negative, and the tile
-// that they lie in is turned around in the end.
+// A store as one image under the exact policy. All arithmetic is on whole numbers: positions on the grid of full
+// resolution, counted from longitude -180 and from latitude -90. A tile of a level that is coarser by `shift` levels
+// has 2^shift times as many of these positions on a side.
+//
+// Rows of the grid count upward, and rows of an image count downward. One plan serves both axes: positions of rows are
+// taken negative, and the tile number is turned around in the end.
 
 #include "tiles/StoreImage.h"
 

@@ -42,8 +42,8 @@ inline StoreHeader HeaderOfNewStore(double tileSize) {
   return header;
 }
 
-/// Makes the file of an info. Null where there is none, where its levels do not fit into the header, and where the file
-/// can't be made; no file is left then.
+/// Makes the file of an info. Returns null where there is none, where its levels do not fit into the header, and where
+/// the file can't be made; no file is left then.
 template <class Info>
 std::shared_ptr<TileFile> CreateStore(const XString& path, const Info* info) {
   const std::unique_ptr<unsigned char[]> header(info ? info->GetBindInfo() : nullptr);
@@ -52,7 +52,7 @@ std::shared_ptr<TileFile> CreateStore(const XString& path, const Info* info) {
   return TileFile::Create(path, {header.get(), headerBytes}, info->GetFileSize());
 }
 
-/// An info with the levels of a header. Null where there is no memory; nothing is thrown.
+/// An info with the levels of a header. Returns null where there is no memory; nothing is thrown.
 template <class Info>
 std::shared_ptr<Info> MakeInfo(const StoreHeader& header, double version) {
   std::shared_ptr<Info> info;

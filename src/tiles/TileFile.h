@@ -17,25 +17,25 @@ struct TileBytes {
 };
 
 /// The file of a tile store, whatever its tiles hold. Each tile is read and written by one positional call and without
-/// a lock, so that any number of threads may do so at once; writes of one tile by two threads end with the bytes of
-/// both mixed.
+/// a lock, so any number of threads may do so at once. If two threads write one tile at once, their bytes are mixed.
 class TileFile {
  public:
   /// Whether a file may be opened in a mode: one that asks for writing with the bit 2 needs a file that may be written.
   static bool MayOpen(const XString& path, unsigned mode);
-  /// Opens as `XMMFile` does, so that a missing file is made, and fails as empty. Null where that fails.
+  /// Opens as `XMMFile` does, so that a missing file is made, and fails as empty. Returns null where that fails.
   static std::shared_ptr<TileFile> Open(const XString& path, unsigned mode);
-  /// Makes a file of `fileBytes` zeros and writes the header. Null where that fails; no file is left then, but one that
-  /// was there before stays where there is no room for the new one. Until the header is whole the file has no mark.
+  /// Makes a file of `fileBytes` zeros and writes the header. Returns null where that fails; no file is left then, but
+  /// one that was there before stays where there is no room for the new one. Until the header is whole the file has no
+  /// mark.
   static std::shared_ptr<TileFile> Create(const XString& path, std::span<const unsigned char> header,
                                           std::int64_t fileBytes);
 
   /// The header; empty where the file has none of the kind.
   std::optional<StoreHeader> ReadHeader(StoreKind kind) const;
 
-  /// The place of a tile. Empty where the level's range does not hold it, where its bytes would lie in the header or
-  /// behind the end, and where they are none or more than the limits allow (`tagXLimits::decodedTileBytes` when the
-  /// file was opened).
+  /// The place of a tile. Empty if the level's range does not hold the tile, or if its bytes would lie in the header or
+  /// behind the end of the file. Empty also if it has no bytes, or more than the limits allowed when the file was
+  /// opened (`tagXLimits::decodedTileBytes`).
   std::optional<TileBytes> Find(const tagXTileLevel& level, int row, int col) const;
 
   /// Copies `count` bytes from an offset in the file; what can't be read is zero. Answers how many were read, so that
@@ -54,7 +54,7 @@ class TileFile {
   std::int64_t maxTileBytes_ = 0;
 };
 
-/// A tile's bytes in an array of a caller's, what can't be read as zero. Null where there is no memory.
+/// A tile's bytes in an array of a caller's, what can't be read as zero. Returns null where there is no memory.
 std::unique_ptr<unsigned char[]> ReadNewTile(const TileFile& file, const TileBytes& tile);
 
 /// The same into a caller's buffer, whose array is replaced where it is too small. False where there is no memory; the

@@ -5,8 +5,9 @@
 // here, and a write fails. Where Windows would refuse a mapping, an opening asks for what a mapping needs: a length,
 // and a first byte that can be read.
 //
-// The range still decides what callers see: a write within the view neither flushes nor moves the view, and a read or
-// write that reaches its end seeks to what follows, which fails at the end of the file and leaves a sentence.
+// The range still decides what callers see. A write within the view neither flushes nor moves the view. A read or write
+// that reaches the end of the view seeks to the bytes behind it. At the end of the file that seek fails and leaves a
+// sentence.
 
 #include "XMMFile.h"
 

@@ -1,3 +1,9 @@
+// Cells of a quadtree as numbers of 64 bits. Level, x and y are packed into one number and unpacked from it. Parents,
+// children and neighbours follow by shifts of x and y, without a table.
+//
+// Ranges of cells are worked out in floating point. The order of the operations is part of the contract, because
+// callers compare the last bit.
+
 #include "XQTI.h"
 
 #include <algorithm>

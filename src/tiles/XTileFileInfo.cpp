@@ -1,3 +1,10 @@
+// The header of a tile store as an object: version, tile size, and a record for each level. Levels are appended in the
+// order of their tiles in the file. Each new level begins where the tiles of the level before end, unless the caller
+// names its offset.
+//
+// One template serves image stores and elevation stores. The functions at the end add levels with the fields that each
+// kind has. `BuildHeader` makes the bytes of the file, and answers none if the levels do not fit into them.
+
 #include "XTileFileInfo.h"
 
 #include "base/Checked.h"

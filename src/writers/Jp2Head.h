@@ -17,8 +17,8 @@ struct Jp2Job;
 std::vector<unsigned char> MakeJp2Boxes(const Jp2Job& job, std::span<const unsigned char> place, std::string_view gml);
 
 /// The TIFF file in a GeoJP2 box that gives the window of the job the place of its first band. Empty where the band has
-/// no place and no system. A system that has no geokeys is left out, or fails an exact save. 1, or 0 with the reason in
-/// `err`.
+/// no place and no system. A system that has no geokeys is left out, or fails an exact save. Returns 1, or 0 with the
+/// reason in `err`.
 int MakeGeoJp2(const Jp2Job& job, bool isExact, std::vector<unsigned char>& file, XString& err);
 
 /// Opens the box of the codestream. A box that may exceed 4 GiB has the long form.

@@ -8,8 +8,8 @@ class XRSFile;
 
 namespace zrk {
 
-/// Whether a new file may take this name. The name must not lead to the file that the dataset came from, which is not
-/// given up for one that may not come to be, nor to a file that is protected, a folder or a device.
+/// Whether a new file may take this name. The name must not lead to the file that the dataset came from, because that
+/// file must survive a save that fails. It must not lead to a protected file, a folder or a device either.
 bool MayReplace(const XRSFile& dataset, const XString& path);
 
 /// The image that a new file will take the place of, if there is one. Its level file goes when it does.

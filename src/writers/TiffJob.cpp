@@ -1,3 +1,10 @@
+// What one save of a TIFF file is asked for, and the checks before its file is begun. The dataset comes first, and its
+// state is recorded. The window follows. From both follow the form of the file (a palette, a colour image or planes),
+// the rows of a block, and the transform of the window.
+//
+// Two checks can refuse a save: `HasRoom` asks whether the disk has room, and `AreBandsAlike` whether the bands agree
+// in size, data type and place. Each failure has the sentence that callers know.
+
 #include "writers/TiffJob.h"
 
 #include "base/Checked.h"

@@ -1,6 +1,6 @@
-// L0 files. Both kinds are plans of tiles that workers make one after the other, each in a buffer of its own, and write
-// straight to their offsets. What can't be, such as a tile of more bytes than a buffer has, is found before the file is
-// made.
+// Exports of L0 files, pictures and heights. Both make a plan of tiles first. A request that can't be met, such as a
+// tile of more bytes than a buffer can have, fails before the file is made. Workers then make the tiles one after the
+// other, each worker in a buffer of its own, and write them straight to their offsets. The report is written last.
 
 #include "XExportL0.h"
 

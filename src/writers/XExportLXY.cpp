@@ -1,6 +1,6 @@
-// LXY trees. The levels are walked from the root down, and of each only the cells that the range of the data covers, so
-// that a small map in large bounds costs nothing but the folders of its levels. Workers share the cells of a level.
-// What is put into a cell is the part of the two kinds of trees.
+// Exports of LXY trees, pictures and heights. The levels are walked from the root down. Of each level only the cells
+// that overlap the data are visited, so that a small map in large bounds costs nothing but the folders of its levels.
+// Workers share the cells of a level. The two kinds of trees differ only in what they write into a cell.
 
 #include "XExportLXY.h"
 

@@ -1,4 +1,5 @@
 // Three ways to put samples out: a table of numbers for a terminal, rows of a PNG, and raw bytes as they are in memory.
+// Each takes rows from the top down, some at a time. A PNG takes unsigned samples of 8 and 16 bits alone.
 
 #include "output/SampleSink.h"
 

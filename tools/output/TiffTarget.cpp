@@ -1,8 +1,8 @@
-// An image and its world file have to appear together, and no other world file may place the new image. World files
-// that an older image left behind are removed. One that belongs to the input stays.
+// An image and its world file have to appear together, and no other world file may place the new image. World files of
+// an older image are removed. World files that belong to the input stay.
 //
-// Writers of TIFF files write a world file of their own where they know of a place. It is found beside the unfinished
-// image and takes its final name after the image has taken its own.
+// A writer of TIFF files writes a world file of its own if it knows a georeference. This file stands beside the
+// unfinished image. It takes its final name after the image has taken its own.
 
 #include "output/TiffTarget.h"
 

@@ -1,6 +1,6 @@
-// Codes are pairs of bytes. A count and a value stand for a run. Behind a 0 there is 0 for the end of a row, 1 for the
-// end of the image, 2 for a step right and up, whose two lengths follow, and otherwise a number of pixels that follow
-// plainly, filled up to an even number of bytes. With 4 bits a value holds two indexes, which take turns.
+// Codes are pairs of bytes. A count and a value stand for a run. Behind a 0 there is 0 for the end of a row, or 1 for
+// the end of the image. A 2 is a step right and up, whose two lengths follow. Any other number counts pixels that
+// follow plainly, filled up to an even number of bytes. With 4 bits a value holds two indexes, which take turns.
 //
 // One pass finds the rows. It makes no pixels, so that the few bytes that can claim a large image cost nothing. Nor do
 // they cost anything later: only the pixels of a window are made.

@@ -26,7 +26,7 @@ inline constexpr std::int64_t kBmpHeaderBytes = 14 + 40 + 4 * 256;
 /// 2^63 where the first lies at `offset`, which is not negative.
 bool IsServableDib(const BITMAPINFOHEADER& header, std::int64_t offset);
 
-/// Parses the first bytes of a file. 1, or 0 with the reason in `err`.
+/// Parses the first bytes of a file. Returns 1, or 0 with the reason in `err`.
 int ParseBmpHeader(std::span<const unsigned char> bytes, BmpHeader& header, XString& err);
 
 }  // namespace zrk

@@ -20,7 +20,7 @@ class BmpImage {
   BmpImage();
   ~BmpImage();
 
-  /// 1, or 0 with the reason in `err`. The file may be closed afterwards.
+  /// Returns 1, or 0 with the reason in `err`. The file may be closed afterwards.
   int Open(const XFile& file, XString& err);
   const BmpLayout& GetLayout() const { return layout_; }
   /// The same image of a palette in one channel, which has the numbers of the entries.

@@ -1,8 +1,8 @@
 // The headers of a bitmap, all versions of them. A file header of 14 bytes names the offset of the pixels. The info
-// header behind it begins with its own length, which tells the version: 12 bytes with sizes of 16 bits, 16 to 64 bytes
-// that may end after any field, and 108 or 124 bytes with masks, opacity and colour space. Three or four masks follow a
-// header of 40 bytes where its pixels are bit fields. Then comes the palette, of 3 bytes an entry behind a header of 12
-// bytes and of 4 bytes behind all others.
+// header behind it begins with its own length, which tells the version. 12 bytes have sizes of 16 bits. 16 to 64 bytes
+// may end after any field. 108 or 124 bytes have masks, opacity and colour space. Three or four masks follow a header
+// of 40 bytes where its pixels are bit fields. Then comes the palette, of 3 bytes an entry behind a header of 12 bytes
+// and of 4 bytes behind all others.
 //
 // Nothing is taken for granted here that a field of the file says otherwise. What no reader could show is refused with
 // a sentence that names it.

@@ -39,8 +39,8 @@ struct BmpLayout {
 /// As far as headers and palette of any version reach.
 inline constexpr std::int64_t kBmpLayoutBytes = 14 + 124 + 16 + 4 * 256;
 
-/// Parses the first bytes of a file by what all its fields say. 1, or 0 with the reason in `err` where the file is no
-/// bitmap, ends too soon, contradicts itself, or is of a kind that is not read.
+/// Parses the first bytes of a file by what all its fields say. Returns 1, or 0 with the reason in `err`: the file is
+/// no bitmap, ends too soon, contradicts itself, or is of a kind that is not read.
 int ParseBmpLayout(std::span<const unsigned char> bytes, BmpLayout& layout, XString& err);
 
 /// The header of 40 bytes that says the same, as far as it can: rows from the bottom up, and no masks.

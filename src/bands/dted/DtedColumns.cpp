@@ -1,10 +1,10 @@
 // A record begins with a mark, a number of its own and the number of its column, and ends with the sum of all bytes
 // before. A record whose sum is right is placed by the number of its column.
 //
-// A cell may have fewer columns than it announces, and its other columns are then unknown. Whether a file without its
-// last columns is such a cell or was cut short shows in the columns that it has: a cell that begins with its first
-// column and lacks none up to its last one was cut. Where a record is damaged, nobody can tell whose column it has. All
-// columns that no other record has then fail.
+// A cell may have fewer columns than it announces, and its other columns are then unknown. The columns of a file tell
+// whether it is such a cell or was cut short. A file that begins with its first column and lacks none up to its last
+// one was cut short. Where a record is damaged, nobody can tell whose column it has. All columns that no other record
+// has then fail.
 
 #include "bands/dted/DtedColumns.h"
 

@@ -1,8 +1,9 @@
-// The bands of an ECW file know nothing of each other: each has the file open (WaveletFile) and reads its own channel.
-// To its frame each is a master with one channel. No level file is asked, since the decoder gives any size at the cost
-// of that size.
+// The bands of an ECW file. Each band opens the file for itself (WaveletFile) and reads its own channel. So its frame
+// treats each band as a master with one channel. Level files are not asked, since the decoder gives any size at the
+// cost of that size.
 //
-// The two policies part in which window is scaled, and in how the system is put together (EcwSystem).
+// The two policies differ in which window the decoder scales, and in how the coordinate system is put together
+// (EcwSystem).
 
 #include "ZRMBandECW.h"
 

@@ -14,7 +14,7 @@ namespace zrk {
 /// Its samples are read in tiles, and each thread keeps some of them. Any number of threads may ask at once.
 class HawkGrid {
  public:
-  /// Null where the dataset has no band of plain numbers, or the band is turned or lies in a system that is not
+  /// Returns null where the dataset has no band of plain numbers, or the band is turned or lies in a system that is not
   /// geographic. Samples below `lowest` are none for exact questions.
   static std::shared_ptr<HawkGrid> Make(std::unique_ptr<XRSFile> file, double lowest);
 

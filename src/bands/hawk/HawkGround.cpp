@@ -5,9 +5,9 @@
 //
 // The exact one walks down the line of sight from above all mountains. Where the line is above the highest sample of a
 // block of cells, it goes on to the end of the block or down to that height, whichever comes first. Below it goes from
-// cell to cell. The ground of a cell is a surface of second degree, and so the height above it along the line is nearly
-// a parabola: three values of it tell whether the line dips into the ground between two borders. The place is then
-// narrowed down between one above the ground and one beneath it.
+// cell to cell. The ground of a cell is a surface of second degree, so the height above it along the line is nearly a
+// parabola. Three values of that height tell whether the line dips into the ground between two borders. The place is
+// then narrowed down between a point above the ground and a point beneath it.
 
 #include "bands/hawk/HawkGround.h"
 

@@ -29,8 +29,8 @@ class HawkGround {
   /// Up to four passes over an ellipsoid that is raised to the terrain. True where any of them has met it; the place is
   /// that of the last one that did.
   bool FindCompatibly(const SightLine& sight, Place& place) const;
-  /// The first place where the line of sight meets the ground. Null where it is found, or else a sentence that tells
-  /// why not.
+  /// The first place where the line of sight meets the ground. Returns null where it is found, or else a sentence that
+  /// tells why not.
   const char* FindExactly(const SightLine& sight, Place& place) const;
 
   /// The height of the ground in whole metres; 0.0 where it is not known.

@@ -1,5 +1,5 @@
-// Each level of a data set is a file of its own. The files are opened as bands of their format, which reads them; of a
-// file with several channels the first one counts.
+// The images of a Hawk data set, one file for each level. The files are opened through the table of formats, as bands
+// of their own format. If a file has several channels, the first one counts.
 //
 // Names are looked for in capitals, as data sets have them, and then in small letters.
 

@@ -1,6 +1,7 @@
-// The reverse in the exact policy is direct, because the ground at a longitude and a latitude has one height. In the
-// compatible one the forward way ends at a height that may differ from the terrain's by a metre. The reverse therefore
-// looks for the height at which both ways meet.
+// The model of a scanning sensor: sensor, terrain and geoid together, forward from pixels to the ground and back. In
+// the exact policy the reverse is direct, because the ground at a longitude and a latitude has one height. In the
+// compatible policy the forward way ends at a height that may differ from the terrain's by a metre. The compatible
+// reverse therefore looks for the height at which both ways meet.
 
 #include "bands/hawk/HawkModel.h"
 

@@ -18,9 +18,9 @@ struct HdfRaster {
   std::int64_t length = 0;  ///< of the raster, as its descriptor says
 };
 
-/// Finds the raster of a file that has just one: a raster image or a scientific data set of two dimensions. 0, with a
-/// sentence in `err` and `raster` as it was, for a file of none or of several, for pixels that are compressed or in
-/// chunks, for several samples a pixel, and for numbers that no data type holds.
+/// Finds the raster of a file that has just one: a raster image or a scientific data set of two dimensions. Returns 1,
+/// or 0 with a sentence in `err` and `raster` as it was. It fails for a file without such a raster or with several, for
+/// pixels that are compressed or in chunks, for several samples a pixel, and for numbers that no data type holds.
 int FindHdfRaster(const XFile& file, HdfRaster& raster, XString& err);
 
 }  // namespace zrk

@@ -18,10 +18,10 @@ struct HdfImage {
 /// Whether the file begins as HDF4 files do.
 bool HasHdfMagic(const XFile& file);
 
-/// Follows the descriptor blocks of a file to the last one. False, with `image` as it was, where the chain comes back
-/// to itself or is longer than any real one, where a block or a record that is looked at does not lie in the file,
-/// where the numbers are no unsigned bytes, and for more pixels than the limits allow. The pixels of the answer need
-/// not all lie in the file.
+/// Follows the descriptor blocks of a file to the last one. False, with `image` as it was, if the chain comes back to
+/// itself or is longer than any real chain. False also if a block or a record does not lie in the file, if the numbers
+/// are not unsigned bytes, and for more pixels than the limits allow. The pixels of the answer need not all lie in the
+/// file.
 bool FindHdfImage(const XFile& file, HdfImage& image);
 
 }  // namespace zrk

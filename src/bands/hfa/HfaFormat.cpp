@@ -1,3 +1,9 @@
+// The row of the HFA format: how a file is known, how it is loaded, and what `zrkio info` tells of it. A load makes a
+// master for the first layer, which opens the file, and a follower for each further layer.
+//
+// The two policies differ in the end of a load. An exact load finishes as all rasters do. A compatible load takes the
+// level mode as a flag, and its first band may get no statistics, because existing callers rely on that.
+
 #include "core/load/FirstBytes.h"
 #include "core/load/RasterLoad.h"
 #include "core/xld/LevelData.h"

@@ -1,6 +1,6 @@
-// A plan tells which overview answers a read and which of its pixels. There the two policies part. Blocks that
-// lie plain in the file are copied out of it, and compressed ones are unpacked. All others come from a handle of
-// GDAL's.
+// A window of an HFA layer. First a plan tells which overview answers the read, and which pixels of it are taken; here
+// the two policies differ. Then the blocks are fetched. Plain blocks are copied out of the file, and compressed blocks
+// are unpacked. A handle of GDAL's reads all other blocks.
 
 #include "bands/hfa/HfaWindow.h"
 

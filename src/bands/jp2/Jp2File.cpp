@@ -2,9 +2,9 @@
 //
 // Under the compatible policy the place is that of the last GeoJP2 box, or else that of the last MSIG box, and it
 // counts only with a system that is known. The place of an image is then the centre of its first pixel. Under the exact
-// policy a transform counts without a system as well, a GeoJP2 box says whether its place is that of a corner or of a
-// centre, and the grid of a GML text is asked before an MSIG box. A box or a text that could tell the place and can't
-// be read fails the load then.
+// policy a transform counts without a system as well. A GeoJP2 box says whether its place is that of a corner or of a
+// centre. The grid of a GML text comes before an MSIG box. The load fails if a box or a text could tell the place and
+// can't be read.
 
 #include "bands/jp2/Jp2File.h"
 

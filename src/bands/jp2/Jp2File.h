@@ -17,7 +17,7 @@ struct Jp2File {
   std::shared_ptr<J2kReader> codestream;
 };
 
-/// Opens a file of either kind. 1, or 0 with the reason in `err`.
+/// Opens a file of either kind. Returns 1, or 0 with the reason in `err`.
 int OpenJp2(const XString& path, Jp2File& opened, XString& err);
 
 /// What the compatible policy makes of the boxes that place an image.
@@ -35,9 +35,9 @@ struct Jp2Bounds {
 /// Empty where no box places an image. `sr` gets the system, or becomes one of pixels.
 std::optional<Jp2Bounds> FindBounds(const Jp2PlaceBoxes& boxes, int width, int height, XSpatialReference& sr);
 
-/// Places a band that has its size, by its policy. `tiePoints` gets those that the file has in place of a transform. 1,
-/// or 0 with the reason in `err` where the disk fails, and under the exact policy also where a box that could tell the
-/// place can't be read.
+/// Places a band that has its size, by its policy. `tiePoints` gets those that the file has in place of a transform.
+/// Returns 1, or 0 with the reason in `err` where the disk fails, and under the exact policy also where a box that
+/// could tell the place can't be read.
 int PlaceJp2(ZRMBand& band, const Jp2File& opened, tagGCPSets& tiePoints, XString& err);
 
 /// What the boxes say that the components show.

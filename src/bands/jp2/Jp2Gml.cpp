@@ -1,8 +1,10 @@
-// A rectified grid of GML, as OGC 05-047 puts it into JPEG 2000 files: the place of the centre of the first pixel, and
-// two vectors, from pixel to pixel in a row and from row to row. Numbers stand in the order that the registry gives to
-// the axes of the system where that is named as in the registry, "urn:ogc:def:crs:EPSG::4326" for example, unless the
-// grid names its axes itself, eastings first. A grid that says nothing of a system has that of the text around it. Its
-// numbers are taken as x and y then, as the programs mean them that write such texts.
+// A rectified grid of GML, as OGC 05-047 puts it into JPEG 2000 files. It has the place of the centre of the first
+// pixel and two vectors, from pixel to pixel in a row and from row to row.
+//
+// The order of the numbers depends on the system. If the system is named as in the registry,
+// "urn:ogc:def:crs:EPSG::4326" for example, numbers stand in the order of the registry's axes. A grid that names its
+// own axes, eastings first, overrides that order. A grid without a system has the system of the text around it. Its
+// numbers are then taken as x and y, as the programs mean them that write such texts.
 
 #include "bands/jp2/Jp2Gml.h"
 

@@ -17,9 +17,9 @@ struct Jp2Grid {
 /// not to be trusted.
 std::optional<Jp2Grid> ParseGmlGrid(std::string_view xml);
 
-/// Whether a text from which no grid could be parsed may place the image all the same: where it has a grid of another
-/// kind, or one that is damaged, and where it is no XML that can be read. With `isGml` it stands where a file has its
-/// GML. Of other texts, only those count that name such a grid.
+/// Whether a text without a readable grid may place the image all the same. It may if it has a grid of another kind or
+/// a damaged one, or if it is not readable XML. With `isGml` it stands where a file has its GML. Of other texts, only
+/// those count that name such a grid.
 bool MayHoldGrid(std::string_view xml, bool isGml);
 
 }  // namespace zrk

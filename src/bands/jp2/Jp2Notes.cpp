@@ -1,4 +1,6 @@
-// What is told of a JPEG 2000 file beyond its pixels. Values and lines are made side by side from the same fields.
+// What `zrkio info` tells of a JPEG 2000 file beyond its pixels: components, tiles, resolutions, layers and their
+// order, and on request all boxes. Values for machines and lines for people are made side by side from the same fields,
+// so that both say the same.
 
 #include "bands/jp2/Jp2Notes.h"
 

@@ -39,9 +39,9 @@ struct Jp2PlaceBoxes {
 std::optional<Jp2PlaceBoxes> ReadPlaceBoxes(DiskFile& file, std::span<const Jp2Box> boxes);
 /// The place by the last GeoJP2 box; empty where that tells none.
 std::optional<GeoJp2> ParseLastGeoJp2(const Jp2PlaceBoxes& boxes);
-/// The place by the best of the GeoJP2 boxes: the last one that has both a place and a system, or else a place, or else
-/// the last one. 1, also where there is no such box. 0 with the reason in `err` where it cannot be told which is the
-/// best, because a box is too long or damaged, or there are too many of them.
+/// The place by the best of the GeoJP2 boxes. That is the last box with both a place and a system, or else the last box
+/// with a place, or else the last box. Returns 1, also where there is no such box. Returns 0 with the reason in `err`
+/// where it cannot be told which is the best, because a box is too long or damaged, or there are too many of them.
 int FindBestGeoJp2(const Jp2PlaceBoxes& boxes, std::optional<GeoJp2>& best, XString& err);
 
 /// A text of a file with its name: that of a label in front of it, or `BOX_0`, `BOX_1` and so on.

@@ -1,11 +1,10 @@
 // Boxes of the JPEG 2000 file format, ISO/IEC 15444-1, annex I. A box begins with its length in four bytes and its type
-// in four characters. A length of 1 says that eight bytes with the length follow, and a length of 0 that the box
-// reaches to the end of the file. Lengths count the head. The data of a `uuid` box begins with 16 bytes that say what
-// it is. Some boxes hold nothing but boxes. All numbers are big-endian.
+// in four characters. A length of 1 says that eight bytes with the length follow. A length of 0 says that the box
+// reaches to the end of the file. Lengths count the head of the box. The data of a `uuid` box begins with 16 bytes that
+// identify it. Some boxes hold nothing but boxes. All numbers are big-endian.
 //
-// Lengths lead from one box to the next, so a box whose length is shorter than its head ends the walk. A box that is
-// longer than what is around it is cut to that, because files are cut short at their end more often than otherwise
-// damaged.
+// Lengths lead from one box to the next, so a length that is shorter than the head ends the walk. A box that is longer
+// than the box or file around it is cut to that, because most damaged files are files that were cut short.
 
 #include "bands/jp2/Jp2Walk.h"
 

@@ -34,9 +34,9 @@ std::optional<Jp2Box> ParseBoxHead(std::span<const unsigned char> bytes, std::in
 /// Whether two types are the same, in any case of their letters.
 bool IsSameType(std::uint32_t type, std::uint32_t other);
 
-/// Lists the boxes of a file in their order, each followed by those within it. The list ends where no box can be. 1, or
-/// 0 with the reason in `err` where there are more boxes than any image has, where they lie too deep in each other, and
-/// where the disk fails.
+/// Lists the boxes of a file in their order, each followed by those within it. The list ends where no box can be.
+/// Returns 1, or 0 with the reason in `err` where there are more boxes than any image has, where they lie too deep in
+/// each other, and where the disk fails.
 int WalkBoxes(DiskFile& file, std::vector<Jp2Box>& boxes, XString& err);
 
 /// The number of the first box that is no longer within a box of the list.

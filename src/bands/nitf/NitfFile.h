@@ -36,12 +36,12 @@ struct NitfLayout {
   std::optional<std::array<double, 8>> points;  ///< corners in that system, where there is no transform
 };
 
-/// An open NITF file: its headers, which we read ourselves, and its pixels, which are taken out of the file where
-/// they lie there as plain blocks or as JPEG of grey, and otherwise read by GDAL's driver of that name.
+/// An open NITF file: its headers and its pixels. The library reads the headers itself. It also reads plain blocks and
+/// blocks of grey JPEG itself. GDAL's driver of that name reads all other blocks.
 class NitfFile {
  public:
-  /// Null with the reason where the file can't be opened, has no image or asks for more than the limits allow. With
-  /// `isExact` also where the disk does not give all that the file has.
+  /// Returns null with the reason where the file can't be opened, has no image or asks for more than the limits allow.
+  /// With `isExact` also where the disk does not give all that the file has.
   static std::shared_ptr<NitfFile> Open(const XString& path, bool isExact, XString& reason);
   NitfFile(const XString& path, bool isExact);
 

@@ -1,3 +1,10 @@
+// What GDAL says of a NITF file, as a record for the bands: their size, their types, and where the image lies. The
+// header of the image tells one thing that GDAL does not: whether bytes have a sign.
+//
+// The place comes as a transform or as four corner points. `FindNitfCorners` gives the corners in longitude and
+// latitude. It takes them from the header if the header has them in degrees, then from the transform, and last from the
+// points.
+
 #include "bands/nitf/NitfLayout.h"
 
 #include "geo/GdalRaster.h"

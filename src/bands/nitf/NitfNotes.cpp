@@ -1,3 +1,7 @@
+// What `zrkio info` tells of a NITF file beyond its size and place: version, title, blocks, compression, segments,
+// classification and corners. Each function makes values for machines and lines for people from the same fields, so
+// that both say the same.
+
 #include "bands/nitf/NitfNotes.h"
 
 #include "tagXFormatNotes.h"

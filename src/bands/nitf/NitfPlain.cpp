@@ -1,5 +1,5 @@
-// The blocks of an image without compression follow one another from left to right and from top to bottom. How bands
-// lie in them is told by a letter: B is band after band in each block, P sample after sample in each pixel, R band
+// The blocks of an image without compression follow one another from left to right and from top to bottom. A letter
+// tells how bands lie in them. B is band after band in each block, and P sample after sample in each pixel. R is band
 // after band in each row of a block, and S band after band around all blocks. The most significant byte of a sample is
 // first, in both halves of a complex one.
 

@@ -1,5 +1,5 @@
-// Single blocks of a TIFF file, for callers that deal in them. Windows are read without these, since a window seldom
-// wants all of a block.
+// Single blocks of a TIFF file, for callers that work with blocks: decoded bytes, samples, and bytes of colours.
+// Windows do not use these functions, because a window seldom needs a whole block.
 
 #include "bands/tiff/TiffBlocks.h"
 

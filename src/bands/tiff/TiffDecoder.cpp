@@ -1,11 +1,12 @@
-// One handle on a file, and room for one decoded block. This is where damage is met: tags that changed after the file
-// was planned, packed bytes too few for what they promise, and codecs that leave a block half done. Every room is
-// cleared before libtiff writes to it, so that what a codec left out is 0.
+// One handle on a file, and memory for one decoded block. This source meets all kinds of damage: tags that changed
+// after the file was planned, packed bytes too few for what they promise, and codecs that leave a block half done. The
+// memory is cleared before libtiff writes to it, so that bytes that a codec leaves out are 0.
 //
 // A block comes out in one of four ways: as packed samples, as colours that libtiff made, as the first row of a tall
 // bilevel strip, or as bytes of the file that libtiff never sees.
 //
-// Rooms grow to the largest block that was asked for and stay, so that reading block after block allocates once.
+// The memory grows to the largest block that was asked for and is kept, so that reading block after block allocates
+// once.
 
 #include "bands/tiff/TiffDecoder.h"
 

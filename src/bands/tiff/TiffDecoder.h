@@ -30,7 +30,7 @@ enum class TiffPresence {
 /// A handle of its own on the file, and room for one decoded block. For one thread at a time.
 class TiffDecoder {
  public:
-  /// Null where the file can't be opened any more, or is another one than it was.
+  /// Returns null where the file can't be opened any more, or is another one than it was.
   static std::unique_ptr<TiffDecoder> Open(std::shared_ptr<const TiffSource> source);
 
   const TiffSource& GetSource() const { return *source_; }

@@ -1,6 +1,7 @@
-// A directory (TIFF, Revision 6.0, section 2) is a count and so many entries: tag, type, number of values, and the
-// values or, where they need more room than the entry has, their offset. Numbers have 2, 2, 4 and 4 bytes, and in
-// BigTIFF the last two and the count of entries have 8. Values of types that nobody knows are passed over.
+// A directory (TIFF, Revision 6.0, section 2) is a count and so many entries. An entry has tag, type, number of values,
+// and the values. If the values need more room than the entry has, it has their offset instead. Numbers have 2, 2, 4
+// and 4 bytes, and in BigTIFF the last two and the count of entries have 8. Values of types that nobody knows are
+// passed over.
 
 #include "bands/tiff/TiffDirectoryCheck.h"
 

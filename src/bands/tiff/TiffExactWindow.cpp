@@ -1,9 +1,8 @@
-// A window of an exact read is put together block by block, too. Sample i of a row is the pixel at x0 + i * 2^n of the
-// image, whichever block that lies in, and so for columns. A block that the file leaves out is filled in place. One
-// that is not whole, or of which its decoder says a bad word, ends the read.
+// A window of an exact read, put together block by block. Sample i of a row is the pixel at x0 + i * 2^n of the image,
+// whichever block holds that pixel. The same holds for columns. A missing block is filled in place with the null value.
+// A block that is not whole, or whose decoder warns of damage, ends the read.
 //
-// Decoders of JPEG and of fax go on where they meet damage and tell of it in a warning, so that warnings count as
-// failures here.
+// Decoders of JPEG and of fax continue after damage and report it by a warning, so warnings count as failures here.
 
 #include "bands/tiff/TiffExactWindow.h"
 

@@ -24,15 +24,15 @@ struct TiffReduced {
 /// of a pool, which grows to as many as there are readers at one time.
 class TiffImage {
  public:
-  /// Reads the tags and plans the reads by the policy. Null with the reason in `err`, or without a reason where the
-  /// operator has been told.
+  /// Reads the tags and plans the reads by the policy. Returns null with the reason in `err`, or without a reason where
+  /// the operator has been told.
   static std::shared_ptr<TiffImage> Open(const XString& path, XReadPolicy policy, XString& err);
 
   /// An image for exact reads of the directory that a handle on the file stands on. The name, the file and the messages
-  /// are those of `file`. Null where it can't be read.
+  /// are those of `file`. Returns null where it can't be read.
   static std::shared_ptr<TiffImage> OpenDirectory(TIFF* tiff, const TiffSource& file);
 
-  /// The same image with the samples of a palette as they are stored. Null where the file can't be opened anew.
+  /// The same image with the samples of a palette as they are stored. Returns null where the file can't be opened anew.
   std::shared_ptr<TiffImage> OpenIndices() const;
 
   /// A decoder for the time of a read.

@@ -1,4 +1,6 @@
-// What is told of a TIFF file beyond its pixels. Values and lines are made side by side from the same fields.
+// What `zrkio info` tells of a TIFF file beyond its pixels: blocks, compression, samples and reduced images, and with
+// `--verbose` the further images of the file. Values for machines and lines for people are made side by side from the
+// same fields, so that both say the same.
 
 #include "bands/tiff/TiffNotes.h"
 

@@ -1,7 +1,6 @@
-// Pieces of blocks become parts of a window's results. Whoever puts the window together says which piece of which block
-// goes where; here is how it is brought there.
-//
-// Plain blocks are read row by row out of the file, as much as the window needs. All others are decoded as a whole.
+// Brings pieces of blocks to their places in the results of a window. The caller has planned which piece of which block
+// goes where (TiffWindow.cpp, TiffExactWindow.cpp). Plain blocks are read row by row out of the file, and no more of
+// them than the window needs. All other blocks are decoded as a whole.
 
 #include "bands/tiff/TiffPieces.h"
 

@@ -1,6 +1,6 @@
-// Where a TIFF image lies: by its geokeys and the tags that belong to them, by a world file beside it, or in pixel
-// coordinates where it has neither. None of this fails the open but a world file that exact reads would need and can't
-// use.
+// Where a TIFF image lies. Geokeys and their tags come first, then a world file beside the image, and last pixel
+// coordinates. Failures here leave the open alone, with one exception: an exact load fails if it needs a world file
+// that can't be used.
 
 #include "bands/tiff/TiffPlacing.h"
 

@@ -1,9 +1,10 @@
-// Many files carry their image in smaller sizes, too: in directories behind the first one, in directories that hang
-// below it, or in a file of their own beside it. Those that hold the samples of a level serve exact reads of it.
+// Many TIFF files also carry their image in smaller sizes: in directories behind the first one, in directories below
+// it, or in a file of their own beside it. Reduced images that hold the samples of a level serve exact reads of that
+// level.
 //
-// What can't be opened or doesn't fit is no reduced image of this one, and the levels are then taken from a finer one.
-// Nothing ties the file beside the image to the image but its name. It is told where that can't be its own: it was
-// written before the image was, or it has images of other sizes or samples.
+// An image that can't be opened or does not fit is left out, and its level is made from a finer one. Only its name ties
+// the file beside the image to the image. A file that can't belong to the image is named with the reason: it was
+// written before the image, or it has images of other sizes or samples.
 
 #include "bands/tiff/TiffReduced.h"
 

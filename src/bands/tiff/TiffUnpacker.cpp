@@ -1,13 +1,13 @@
-// Blocks that are unpacked without libtiff. Their packed bytes come straight from the file. Whatever libtiff does with
-// blocks that are damaged or unusual stays libtiff's, and so a block is tried here and handed on where it isn't sound.
+// Blocks that are unpacked without libtiff. Their packed bytes come straight from the file. A block is tried here
+// first. If it is damaged or unusual, libtiff gets it, so that such blocks come out as libtiff has them.
 //
-// libtiff's decoder of Deflate looks at the checksum of a block, but not where a block reaches below the image, for it
-// stops behind the image's last row, nor where the data hold more bytes than the block. Here all data are looked at, so
-// that exact reads hear of any damage.
+// libtiff's decoder of Deflate compares the checksum of most blocks, with two exceptions. It stops behind the image's
+// last row in a block that reaches below the image, and it ignores data beyond the size of the block. Here all data are
+// unpacked and compared, so that exact reads notice any damage.
 //
-// Deflate data are strings to repeat, and literal bytes between them. Strings are repeated faster here, and literals
-// are taken faster by libtiff. Photographs have many of them, so that in compatible reads libtiff gets the next blocks
-// of a file whose block had.
+// Deflate data are strings to repeat, and literal bytes between them. This code repeats strings faster, and libtiff
+// takes literals faster. Photographs have many literals. If a block has many, compatible reads give the next blocks of
+// that file to libtiff.
 
 #include "bands/tiff/TiffUnpacker.h"
 

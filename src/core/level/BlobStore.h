@@ -35,7 +35,7 @@ bool ParseBlobTable(std::span<const unsigned char> bytes, std::int64_t numTiles,
 /// A store of compressed tiles, read only. A tile holds the samples that lie within the image, and no others.
 class BlobStore : public PyramidStore {
  public:
-  /// Null where the file has no such store at the offset, and where the store has another number of tiles.
+  /// Returns null where the file has no such store at the offset, and where the store has another number of tiles.
   static std::shared_ptr<BlobStore> Open(const PyramidLayout& layout, std::shared_ptr<DiskFile> file,
                                          std::int64_t offset);
   BlobStore(const PyramidLayout& layout, std::shared_ptr<DiskFile> file, std::int64_t offset, BlobTable table)

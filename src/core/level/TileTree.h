@@ -24,9 +24,9 @@ struct TreePlan {
 
   int CountTrees() const { return rootColumns * rootRows; }
 
-  /// None where the bands are better read in whole rows: they are not in tiles, their blocks can't be made apart, or
-  /// their samples are too wide to be counted value by value, so that the order in which they come matters. The bands
-  /// have stores of one shape.
+  /// None if the bands are better read in whole rows. That is so if they are not in tiles, if their blocks can't be
+  /// made apart, or if their samples are too wide to be counted value by value, because sums then depend on the order
+  /// of the samples. The bands have stores of one shape.
   static std::optional<TreePlan> Make(std::span<PyramidBand> bands, const TopMaker& top, const Window& window);
 
  private:

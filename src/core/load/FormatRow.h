@@ -105,8 +105,8 @@ struct FormatRow {
 
   int (*loadRaster)(const RasterCall& call) = nullptr;
   int (*loadVector)(const VectorCall& call) = nullptr;
-  /// Opens the bands alone, for formats whose images are files of this one; see `OpenBandsOf`. Null where no other
-  /// format has such images.
+  /// Opens the bands alone, for formats whose images are files of this one; see `OpenBandsOf`. Null where no
+  /// other format has such images.
   std::vector<std::unique_ptr<ZRMBand>> (*openBands)(const RasterCall& call) = nullptr;
   /// Whether `LoadFileVector` takes the id.
   bool isRouted = true;

@@ -46,7 +46,7 @@ class ChannelReads {
   };
 
   /// Begins a read on the calling thread: stores the request, gives up the results before it, and makes room for its
-  /// own. Null where there is no room, or no such shape; the request counts as asked nevertheless.
+  /// own. Returns null where there is no room, or no such shape; the request counts as asked nevertheless.
   Record* Begin(const ReadRequest& request, const Shape& shape);
   /// The calling thread's last request; all -1 before its first.
   ReadRequest GetLastRequest() const {

@@ -2,8 +2,8 @@
 // by positional reads (RowReader). Many formats have blocks of a few kilobytes, which lie one behind the other. A call
 // of the system takes as long as copying such a block, and so neighbours in a row of blocks are read with one call.
 //
-// A window that takes few rows of each block is read by rows instead, and so is one of large blocks, whose rows go
-// straight to the result where nothing lies between their samples.
+// A window that takes few rows of each block is read by rows instead. So is a window of large blocks. Its rows go
+// straight to the result if nothing lies between their samples.
 
 #include "core/model/PlainWindow.h"
 

@@ -33,9 +33,9 @@ struct PlainBlocks {
 };
 
 /// Fills the result, which has the size of the plan, straight out of the file. The grid is that of the blocks, and not
-/// the plan's. False where the window is to be read in another way: the file does not hold all of a block that it
-/// touches, the disk fails, memory runs out, or the word behind `cancel`, which may be null, asks to stop. What the
-/// result holds is undefined then, and no reason is noted.
+/// the plan's. False if the window has to be read in another way: the file does not hold all of a block that it
+/// touches, the disk fails, or memory runs out. False also if the word behind `cancel` asks to stop; `cancel` may be
+/// null. What the result holds is undefined then, and no reason is noted.
 bool ReadPlainWindow(const PlainBlocks& blocks, const BlockPlan& plan, tagXArr2& out, const int* cancel);
 
 }  // namespace zrk

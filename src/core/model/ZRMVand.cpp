@@ -1,6 +1,6 @@
-// Vector files through OGR. Each kind is opened by exactly the driver that is meant, registered by itself, and the
-// files come to it through the library's own door to the disk, so that neither the environment nor another format's
-// reader has a say.
+// Vector files through OGR. Each kind is opened by its own driver and no other, which is registered by itself. The
+// driver reads files through the library's own access to the disk. So neither the environment nor a driver of another
+// format has any influence.
 //
 // A file goes through a gate before its driver sees it. The gates refuse a file of another kind, and one whose nesting
 // or links would let it ask for unbounded work. Then its layers are described: name, count of features, extent and

@@ -1,9 +1,9 @@
 // A native raster file is a header, the bodies of the bands, and the XML that describes them. The header says where the
 // XML begins. The XML alone also ends a level file, for which the bands are there already.
 //
-// Nothing of a file is trusted before it is compared with the file itself: the offset of the text with the length of
-// the file, the size of the text with the limit, and each body with the room in front of the text. A dataset is changed
-// only when all of that has succeeded. The bands keep the open file and read their bodies from it later.
+// Numbers of a file are compared with the file before they are trusted. The offset of the text is compared with the
+// length of the file, the size of the text with the limit, and each body with the room in front of the text. A dataset
+// is changed only when all of that has succeeded. The bands keep the open file and read their bodies from it later.
 
 #include "base/Cursor.h"
 #include "base/Fence.h"

@@ -1,6 +1,6 @@
-// The text of native rasters and level files, as a document and back. pugixml parses it, and a look at the text before
-// bounds what that can cost: its bytes, its elements and attributes, its depth. Document types are refused, since they
-// can unfold to any size.
+// The text of native rasters and level files, as a document and back. pugixml parses it. The text is checked before,
+// and limits on its bytes, its elements and attributes, and its depth bound the cost of parsing. Document types are
+// refused, since they can unfold to any size.
 //
 // The text says ISO-8859-1 and the parser is told UTF-8. It does not look at bytes from 0x80 on, and so they come out
 // as they went in, whatever they were meant to be.

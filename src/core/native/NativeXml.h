@@ -14,8 +14,8 @@ inline constexpr char kTagDataset[] = "XRS_TAG_DATASET";
 inline constexpr char kTagBand[] = "XRS_TAG_BAND";
 inline constexpr char kTagProjection[] = "XRS_TAG_BAND_PROJECTIONWKT";
 
-/// The reason against parsing an XML text, as `FindXmlDanger` has it and where the text is beyond the limits of size and
-/// number of elements; empty where there is none.
+/// The reason against parsing an XML text, or an empty text. Reasons are those of `FindXmlDanger`, and a text beyond
+/// the limits of size or number of elements.
 XString FindXmlRefusal(std::string_view text);
 
 /// Parses a text that is within the limits of size, number of elements and depth. False, with a sentence, where it is

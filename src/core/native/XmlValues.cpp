@@ -1,10 +1,11 @@
 // Values as text and back to the same bits. Numbers are the shortest digits that give the same number, whatever the
-// locale; texts keep every byte. What an XML parser may drop, join or refuse is written as '%' and two hexadecimal
-// digits: control characters, since XML has no form for most of them; blanks at the ends, which a parser may cut; and
-// '%' itself, so that nothing else begins with it. The signs '<', '>' and '&' are left to the parser's library.
+// locale; texts keep every byte. Characters that an XML parser may drop, join or refuse are written as '%' and two
+// hexadecimal digits. These are control characters, since XML has no form for most of them, and blanks at the ends,
+// which a parser may cut. '%' itself is written so too, so that no other text begins with it. The signs '<', '>' and
+// '&' are left to the parser's library.
 //
-// Parsing takes a value only as a whole. A number with something behind it, too large for its type, or a '%' without
-// its digits is no value, and the file with it is refused.
+// Parsing takes a value only as a whole. A number with other characters behind it or too large for its type is no
+// value, nor is a '%' without its digits. A file with such a value is refused.
 
 #include "core/native/XmlValues.h"
 

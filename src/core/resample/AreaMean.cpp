@@ -1,7 +1,7 @@
 // Area-weighted means by whole numbers. Each axis is cut into units so small that every edge of a source pixel and of
-// an output pixel falls between two units: with g the common divisor of both sizes, a source pixel has outSize / g
-// units and an output pixel sourceSize / g. So an overlap is a number of units, all output pixels have the same total,
-// and sums of integers are exact.
+// an output pixel falls between two units. With g the greatest common divisor of both sizes, a source pixel has outSize
+// / g units, and an output pixel sourceSize / g. So an overlap is a whole number of units, all output pixels have the
+// same total, and sums of integers are exact.
 //
 // The vertical direction comes first. The source rows under an output row are weighed and added into one line of sums,
 // a sum for each source column. Then each output column adds up its part of the line and is divided once. Long lines

@@ -2,10 +2,10 @@
 // before it left free, so that the first source in the list wins. A mark for each pixel tells whether it has its value,
 // and a count of free pixels ends the work early.
 //
-// No source is turned or projected. So a source column follows from the output column alone and a source row from the
-// output row alone: two lists of source pixels, made once for each source and window, hold the whole geometry. The
-// source is then read in strips of some megabytes, only as wide as its columns under the window, and only the rows that
-// are wanted or lie between two that are.
+// No source is turned or projected. So a source column follows from the output column alone, and a source row from the
+// output row alone. Two lists of source pixels, made once for each source and window, hold the whole geometry. The
+// source is then read in strips of some megabytes. A strip is only as wide as the columns under the window, and begins
+// and ends with a row that is wanted.
 //
 // The lists, the marks and the strip belong to the reading thread and are kept from read to read.
 

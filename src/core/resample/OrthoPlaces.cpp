@@ -1,10 +1,11 @@
-// The way from a pixel of a map to the position that a sensor saw it at. Three steps go over a tile: longitudes and
-// latitudes of its pixels, the heights of the ground there, and the positions.
+// From the pixels of a map to the positions at which a sensor saw them. A tile of the map goes through three steps:
+// longitudes and latitudes of its pixels, the heights of the ground there, and the positions.
 //
-// Only the heights are asked for each pixel, since terrain is rough. Longitudes and latitudes are straight between the
-// corners of a cell. Positions are on a surface of second degree through nine pixels, and even between two heights that
-// all of the cell lies between. Four more pixels of a cell tell how near that is. A cell that is off there by more than
-// a fiftieth of a pixel is divided.
+// The sensor model is slow to ask, so most places are interpolated (docs/decisions/0035). Heights are asked for each
+// pixel, since terrain is rough. Longitudes and latitudes are straight between the corners of a cell. Positions lie on
+// a surface of second degree through nine pixels of a cell, and change linearly between two heights that enclose the
+// ground of the cell. Four more pixels of a cell test the surface. A cell is divided if it is off by more than a
+// fiftieth of a pixel there.
 
 #include "core/resample/OrthoPlaces.h"
 

@@ -1,6 +1,6 @@
 // A window of a resized band is made row by row. A sampler tells which source rows and columns an output row needs, and
-// makes it from them. This file brings the source rows: neighbouring output rows share a strip of the source, read at
-// once and some megabytes large, so that a read for each row is saved and memory does not grow with the image.
+// makes it from them. This file brings the source rows. Neighbouring output rows share a strip of the source, some
+// megabytes large, which is read at once. So there is no read for each row, and memory does not grow with the image.
 //
 // Two cases differ. Where the image becomes so small that one output row needs more source rows than a strip
 // has, its mean is summed up strip by strip. At levels above 0 a full output row is made and then every 2^level-th

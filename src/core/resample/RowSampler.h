@@ -48,7 +48,8 @@ class RowSampler {
   /// Makes columns `x0` to `x1` of an output row. `rows` has one pointer for each source row of `RowsFor`, to the first
   /// source column of `ColumnsFor`.
   virtual void Row(int outRow, int x0, int x1, const void* const* rows, void* out, Scratch& scratch) const = 0;
-  /// The means behind a sampler of means, whose rows can be made from a few source rows at a time. Null for the others.
+  /// The means behind a sampler of means, whose rows can be made from a few source rows at a time. Returns null for the
+  /// others.
   virtual const AreaMean* GetAreaMean() const { return nullptr; }
 
  private:

@@ -1,5 +1,6 @@
-// A band that shows the image of a moving sensor as a map. It keeps what the map is made of. A read cuts its window
-// into tiles, which workers share: each finds the positions under the pixels of a tile and samples the source there.
+// A band that shows the image of a moving sensor as a map. The band keeps the source, the sensor model and the grid of
+// the map. A read cuts its window into tiles, which workers share. A worker first finds the positions of the image
+// under the pixels of a tile (OrthoPlaces.cpp), and then samples the source there (OrthoSampler.cpp).
 
 #include "ZRMBandOrtho.h"
 

@@ -1,11 +1,11 @@
-// Whether a level file belongs to its image. A program can set the time of modification back, and two images of one
-// size give level files of one size. So the time of the last change counts as well, which no program sets, and where
-// any of that differs all bytes of the image do.
+// Whether a level file belongs to its image. Images of one size give level files of one size, and a program can set the
+// time of modification back. So the stamp also has the time of the last change, which no program can set. If any of
+// these differ, the fingerprint of all bytes decides.
 //
-// Times have a granularity. A file that was changed just now may be changed again under the same time, so a stamp is
-// taken only when the next change would be seen. A file is looked at by its name before and after it is read, since it
-// may be replaced meanwhile. Levels are stamped when their pixels are written: what the build has not read of the file
-// is read while the disk is busy with the pixels.
+// Times have a granularity. A file that was changed just now may change again under the same time, so a stamp is taken
+// only when the next change would show. The file is looked up by its name before and after it is read, since it may be
+// replaced meanwhile. A build stamps the image when the pixels of the levels are written. Bytes of the image that the
+// build has not read are read while the disk is busy with these pixels.
 
 #include "core/xld/ImageStamp.h"
 

@@ -39,7 +39,7 @@ bool IsOfImage(const XString& levelFile, std::int64_t textOffset, const XString&
 
 /// Removes the level file beside an image that a new one has taken the place of, and that beside the file which a link
 /// of that name leads to. A level file that says that it belongs to a file of another length than the old image had
-/// stays: images that differ only by their extension share the name. An old image without bytes was none. 1, or
+/// stays: images that differ only by their extension share the name. An old image without bytes was none. Returns 1, or
 /// 0 where it can't be removed. Throws std::bad_alloc.
 int RemoveLevelFileOf(const XString& path, std::int64_t oldLength);
 

@@ -1,5 +1,7 @@
-// Level data: the companion file of a raster. A load asks here once its bands are in the dataset, and goes on without
-// it on a 0.
+// Level data: the companion file of a raster. A load calls these functions when its bands are in the dataset. They look
+// for a level file, check that it belongs to the image, and build one if the level mode asks for it. Then each band
+// gets a `ZRMBandXLD` over its pyramid, and the dataset gets the stored statistics. Every function answers 0 if there
+// is no level data, and the load goes on without.
 
 #include "core/xld/LevelData.h"
 

@@ -1,6 +1,9 @@
-// A place in a tile is counted in steps between posts, of which a tile has 30, and cut to a whole number. Each step of
-// this arithmetic is relied on, so that places are held against each tile that may have them, and the tile's answer
-// counts: it is below 0 before the tile and above 30 behind it.
+// Which posts of which tiles a compatible read of an elevation store gives, along one axis. The place of a sample in a
+// tile is counted in steps between posts, of which a tile has 30, and cut to a whole number. Callers rely on the
+// rounding of each step.
+//
+// Each tile that may have a place is therefore asked in turn, and the tile's own count decides. The count is below 0
+// before the tile and above 30 behind it.
 
 #include "tiles/pbe/PbeAxis.h"
 

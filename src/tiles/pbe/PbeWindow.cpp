@@ -1,5 +1,5 @@
-// A tile is read by one positional read, from the first post that the window takes to the last one. Posts stand before
-// the normals where a store has these, and the normals are not read.
+// The posts of a window, tile by tile. A tile is read by one positional read, from the first post that the window takes
+// to the last one. In a store with normals the posts of a tile stand before its normals, and the normals are not read.
 
 #include "tiles/pbe/PbeWindow.h"
 

@@ -1,6 +1,6 @@
-// A tile is read by one positional read of the rows of blocks that the window touches, and no more than these are
-// unpacked, some rows at a time, so that pixels are taken out of the processor's cache. Where samples lie far apart the
-// blocks between them are left alone.
+// The pixels of a window, tile by tile. One positional read fetches the rows of blocks of a tile that the window
+// touches. Only these blocks are unpacked, some rows at a time, so that the pixels are still in the processor's cache
+// when they are copied. If samples lie far apart, the blocks between them are not unpacked.
 
 #include "tiles/pbi/PbiWindow.h"
 

@@ -1,5 +1,6 @@
-// An index belongs to its data: beside the data of another store it would lead to wrong pixels. So the old index goes
-// out of the way first and the new one comes last. Whoever opens the store meanwhile finds none.
+// The two files of a new store, published so that a reader never meets an index beside the data of another store. The
+// old index is put aside first, then the data file takes its name, and the new index comes last. A reader that opens
+// the store meanwhile finds no index. If a step fails, the old files come back.
 
 #include "tiles/txid/TxidOutput.h"
 

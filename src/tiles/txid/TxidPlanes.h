@@ -10,9 +10,9 @@
 
 namespace zrk {
 
-/// Red, green, blue and alpha of a window, as buffers that are handed out. They lie in one memory, so that the system
-/// can give it in large pages: a thread's first window would otherwise take longer to be given its memory than to be
-/// read.
+/// Red, green, blue and alpha of a window, as buffers that are handed out. All planes lie in one piece of memory, so
+/// that the system can give it in large pages. With small pages a thread's first window would wait for its memory
+/// longer than for its samples.
 class TxidPlanes {
  public:
   /// Gives all planes a size; their contents are undefined. False, with the reason noted, where there is no memory or a

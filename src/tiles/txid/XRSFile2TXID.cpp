@@ -1,5 +1,6 @@
-// Tiles are packed one by one, out of strips of some megabytes that are read band by band, so that sources decode each
-// of their rows once.
+// Saves a dataset as a tile store, tile by tile. The source is read in strips of some megabytes, band by band, so that
+// each row of it is decoded once. Tiles are cut out of the strip and packed as DXT1. A tile in which no pixel is
+// visible is left out. The data file and the index are published in the end (TxidOutput.cpp).
 
 #include "XRSFile2TXID.h"
 

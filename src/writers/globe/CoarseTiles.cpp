@@ -1,6 +1,7 @@
-// A tile of a coarser level is the picture of its tiles at the next finer level, made smaller by means. As a rule these
-// are two by two, and each pixel is the mean of four, rounded: one block row after the other is unpacked and halved.
-// Tiles beyond the edges of the globe can have three, and go through bands in memory.
+// A tile of a coarser level is made of the tiles of the next finer level that it covers. Mostly these are two by two
+// tiles of the same size, and each pixel is the mean of four, rounded: one row of blocks after the other is unpacked
+// and halved. Tiles at the edges of the globe may cover three tiles each way. They are put together as bands in memory
+// and made smaller by area.
 
 #include "writers/globe/CoarseTiles.h"
 

@@ -12,7 +12,7 @@ struct FinerLevel {
   bool isExact;  ///< a tile that can't be read fails the one made of it; otherwise it counts as black
 };
 
-/// A maker of tiles from those of the next finer level. Null with the reason in `err`.
+/// A maker of tiles from those of the next finer level. Returns null with the reason in `err`.
 std::unique_ptr<TileMaker> NewCoarseMaker(const FinerLevel& finer, double tileSize, XString& err);
 
 }  // namespace zrk

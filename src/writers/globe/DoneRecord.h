@@ -54,7 +54,7 @@ class DoneRecord {
   /// Brings all that was noted to the medium.
   bool Flush();
 
-  /// Tiles that are done in a range of units. -1 where the record can't be read.
+  /// Tiles that are done in a range of units. Returns -1 where the record can't be read.
   std::int64_t CountDone(int index, const UnitRange& units) const;
 
  private:

@@ -14,7 +14,7 @@ namespace zrk {
 /// A tile that does not lie within the extent that was asked for as a whole is zero, and so are its normals.
 class ElevationTiles : public TileSource {
  public:
-  /// The manager has to outlive this object. Null where none of its composites has heights.
+  /// The manager has to outlive this object. Returns null where none of its composites has heights.
   static std::unique_ptr<ElevationTiles> Make(const ZRMCompManager& manager, const tagXGlobeExport& what);
 
   std::unique_ptr<TileMaker> NewMaker(int level, XString& err) override;

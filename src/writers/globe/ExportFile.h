@@ -25,9 +25,10 @@ enum class FileUse { kAlone, kShared };
 /// any number of threads and processes may share it.
 class ExportFile {
  public:
-  /// Makes the file with all its room, in place of one that is there: the header, and zeros. Null where that fails.
+  /// Makes the file with all its room, in place of one that is there: the header, and zeros. Returns null where that
+  /// fails.
   static std::shared_ptr<ExportFile> Create(const XString& path, const ExportHead& head, FileUse use);
-  /// Opens one that was made before. Null where there is none that has the length and the header.
+  /// Opens one that was made before. Returns null where there is none that has the length and the header.
   static std::shared_ptr<ExportFile> Open(const XString& path, const ExportHead& head, FileUse use);
 
   explicit ExportFile(std::shared_ptr<DiskFile> file);

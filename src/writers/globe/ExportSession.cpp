@@ -1,11 +1,13 @@
-// Who makes all of an export holds the lock of its record to himself. Shards hold it together, so that nobody begins
-// anew under them. A shard that finds nothing begun tries to get the lock alone and begins; another one that comes
-// meanwhile waits for it. Locks go with the process that held them, so that a killed one leaves none behind.
+// Who may work on an export at a time. A call that makes a whole export holds the lock of its record exclusively.
+// Shards share the lock, so that no call begins the export anew while a shard works. A shard that finds no file tries
+// to get the lock exclusively and begins the file. Other shards wait for it meanwhile. Locks end with their process, so
+// that a killed process leaves none behind.
 //
-// A whole file gets its name from somebody who holds the record alone. He first notes in it when the file was written
-// last, and then renames. Whoever comes after a kill finds one of two things: the file under its first name, and goes
-// on; or a file of that time under the last one, and has nothing to do. The record of a shared export stays, so that a
-// late shard finds the second. That of another export's file, which is whole, is no reason to refuse a new one.
+// A call that holds the record exclusively gives the whole file its name. First it notes in the record when the file
+// was last written, and then it renames. A call after a kill finds one of two things. If the file has its first name,
+// the call continues it. If a file of the noted time has the last name, there is nothing to do. The record of a shared
+// export stays, so that a late shard finds that note. The record of another export whose file is whole does not prevent
+// a new export.
 
 #include "writers/globe/ExportSession.h"
 

@@ -35,7 +35,7 @@ class ExportSession {
   /// Whether the file is whole and has its name. It is no longer open then.
   bool IsWhole() const { return isWhole_; }
   const std::shared_ptr<ExportFile>& GetFile() const { return file_; }
-  /// Null where none is kept.
+  /// Returns null where none is kept.
   DoneRecord* GetRecord() const { return record_.get(); }
 
  private:

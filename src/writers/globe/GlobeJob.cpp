@@ -1,8 +1,9 @@
-// The checks stand in the order in which callers know their sentences. What tiles are made of is prepared before the
-// plan is looked at, so that a lack of memory or of heights is told before an extent that holds no tile.
+// An export to the globe from its checks to its last level. The checks stand in the order in which callers know their
+// sentences. The sources of the tiles are prepared before the plan is looked at. So a lack of memory or of heights is
+// reported before an extent without a tile.
 //
-// A plain export makes one level after the other. A share of one does the same with its part of each level, passes over
-// tiles that the record knows, and ends before a level whose finer one is not complete.
+// A plain export makes one level after the other. A share of an export makes its part of each level in the same way,
+// and skips tiles that the record marks as done. It ends before a level whose finer level is not complete.
 
 #include "writers/globe/GlobeJob.h"
 

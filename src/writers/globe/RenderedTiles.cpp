@@ -1,6 +1,6 @@
-// The tiles of a unit that lie in one row are drawn as one picture and cut apart, because sources are read in longer
-// rows then. That picture is always the same for a tile: also where only some of its tiles are wanted, as in work that
-// is gone on with, all of them are drawn. So the bytes do not depend on what was made before.
+// Draws the tiles of a unit that lie in one row as one picture and cuts the picture apart, because sources are then
+// read in longer rows. A tile always comes out of the same picture. If only some tiles of the picture are wanted, as in
+// a continued export, all of them are drawn. So the bytes of a tile do not depend on which tiles were made before.
 
 #include "writers/globe/RenderedTiles.h"
 

@@ -13,7 +13,7 @@ struct RenderedLayers {
   tagXTileLevel level;
 };
 
-/// A maker of the finest tiles of an image store. Null with the reason in `err`.
+/// A maker of the finest tiles of an image store. Returns null with the reason in `err`.
 std::unique_ptr<TileMaker> NewRenderedMaker(const RenderedLayers& layers, double tileSize, XString& err);
 
 }  // namespace zrk

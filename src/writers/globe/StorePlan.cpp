@@ -1,10 +1,13 @@
-// Pictures: the lower left corner of the extent goes to that of its tile of the coarsest level, and the upper right
-// corner to that of its own tile there, less a pixel. The corners of the extent both count as lying in the tile east
-// and north of them. At a level nine above the coarsest one the last tiles are smaller than that pixel and are left
-// out.
+// Which tiles an export has at each level. Pictures and heights follow different rules, because existing readers expect
+// them.
 //
-// Heights: each level has the tiles that the extent touches. An upper right corner on an edge counts as lying in the
-// tile west or south of it.
+// Pictures take the tiles of the coarsest level that the extent touches, at every level. The lower left corner is that
+// of the first of these tiles. The upper right corner is that of the last tile, less a pixel. Both corners of the
+// extent count as lying in the tile east and north of them. At a level nine above the coarsest one the last tiles are
+// smaller than that pixel and are left out.
+//
+// Heights take at each level the tiles that the extent touches there. An upper right corner on an edge counts as lying
+// in the tile west or south of it.
 
 #include "writers/globe/StorePlan.h"
 

@@ -13,14 +13,15 @@ struct StorePlan {
   TilePlan tiles;                     ///< levels in the order in which they are made
   bool isElevation = false;
 
-  /// 0 where the extent holds no tile.
+  /// Returns 0 where the extent holds no tile.
   std::int64_t CountTiles() const { return tiles.CountTiles(); }
   /// The sentence for a file that can't be made.
   const char* WhyNotMade() const;
 };
 
-/// The plan of an export whose levels are in order. All levels of pictures cover the same extent, that of the tiles of
-/// the coarsest level which the one asked for touches; levels of heights have the tiles that it touches at each.
+/// The plan of an export whose levels are in order. All levels of pictures cover the same extent: the tiles of the
+/// coarsest level that the requested extent touches. A level of heights has the tiles of its own that the requested
+/// extent touches.
 StorePlan MakeStorePlan(const tagXGlobeExport& what);
 
 }  // namespace zrk

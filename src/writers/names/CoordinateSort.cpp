@@ -1,11 +1,11 @@
-// Sorts record numbers by a coordinate. A key of 64 bits stands for each coordinate, with which whole numbers compare
-// as the coordinates do. Records are dealt out by 11 bits of the key at a time, from the lowest to the highest (a radix
-// sort), so that the time grows with their number alone. Dealing keeps the order of equal keys. The records are taken
-// from the last to the first, and so the later of equals comes out in front.
+// Sorts record numbers by a coordinate, with a radix sort. Each coordinate becomes a key of 64 bits, so that the keys
+// compare as whole numbers in the order of the coordinates. Records are dealt out by 11 bits of the key at a time, from
+// the lowest bits to the highest, so that the time grows with the number of records alone. Dealing keeps the order of
+// equal keys. Records are taken from the last to the first, so that of equal records the later one comes first.
 //
-// Callers know the reports of a sort that inserts record after record. They are made here as the work goes on. A build
-// that is stopped leaves what insertion would have left by that report: the records up to there, in order. These are
-// sorted anew then, which takes no longer than what was saved by stopping.
+// Existing callers expect the progress of a sort by insertion, one record after the other. The same reports are made
+// here. If a report stops the build, the tables must hold what insertion would have made by then: the records up to
+// there, in order. These records are then sorted anew, which takes less time than the rest of the build would have.
 
 #include "writers/names/CoordinateSort.h"
 

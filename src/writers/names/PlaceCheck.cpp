@@ -1,6 +1,6 @@
-// A PBP file looked at from end to end. The coordinates of one axis are read into memory, since a table leads to them
-// in any order, and its table is gone through beside them. Each record may stand in a table once, and no coordinate may
-// be smaller than the one before it.
+// Checks a PBP file from end to end, one axis after the other. The coordinates of an axis are read into memory, since
+// its table refers to them in any order. Then the table is walked. Each record may stand in a table once, and no
+// coordinate may be smaller than the one before it.
 
 #include "base/Fence.h"
 #include "writers/names/CoordinateSort.h"

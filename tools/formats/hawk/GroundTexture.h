@@ -23,5 +23,5 @@ class GroundTexture {
 std::unique_ptr<GroundTexture> MakeFormulaTexture(double lon, double lat, double pixel);
 
 /// The first channel of an image that has a place. Samples of other types than bytes are stretched between the least
-/// and the greatest of the image. Null with the reason in `err`.
+/// and the greatest of the image. Returns null with the reason in `err`.
 std::unique_ptr<GroundTexture> OpenImageTexture(const std::string& path, XThread& thread, std::string& err);

@@ -1,4 +1,6 @@
-// zrkio hawk locate, find and footprint: pixels on the ground, the ground in pixels, and the outline of an image.
+// zrkio hawk locate, find and footprint: pixels on the ground, the ground in pixels, and the outline of an image. All
+// three open the data set with its terrain and geoid, ask the sensor model, and print places in degrees on WGS 84. The
+// outline is cut at the date line, because GeoJSON knows no longitudes beyond 180 degrees.
 
 #include "CommandLine.h"
 #include "Dataset.h"

@@ -1,6 +1,6 @@
 // zrkio hawk simulate: a data set with known truth. The document of a flight comes first, with an empty image, so that
-// the data set can be opened: the sensor model then tells what ground each pixel sees, and the texture what it looks
-// like. Reduced images are means of four. A list of places of pixels is the truth for those who compare.
+// the data set can be opened. The sensor model then tells what ground each pixel sees, and the texture how that ground
+// looks. Reduced images are means of four. A list of places of pixels is the truth for those who compare.
 //
 // Nothing stays behind where the work fails or is stopped.
 
