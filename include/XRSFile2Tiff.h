@@ -17,7 +17,8 @@ class XThread;
 ///
 /// A dataset of the exact read policy keeps more: its null value, the colour roles of its bands, and scale and offset
 /// of samples. It also keeps the texts that came with it, its coordinate system, and a transform of any kind. A save
-/// fails if a TIFF file can't hold all of that.
+/// fails if a TIFF file can't hold all of that. Classes keep their colours where their numbers have 8 or 16 bits without
+/// sign. A TIFF file has no colours for other numbers, and they are saved without.
 ///
 /// An old file of the name is replaced when the new file is whole and on the medium. It stays if the save fails or is
 /// stopped. A symbolic link remains one. Until then the new file stands beside the old one, under the name with "_tmp"

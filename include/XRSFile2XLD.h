@@ -9,9 +9,11 @@ class XThread;
 /// Builds the level file of a dataset. It holds the statistics and descriptive fields of the bands. The full form also
 /// holds a pyramid for each band, whose top is the band at half its size.
 ///
-/// The top averages samples: means of four, rounded for integers, or means of the area where a size is odd. It averages
-/// the class numbers of a thematic band too, so that the first reduced level may hold classes that the image does not
-/// have. The levels beneath the top take the most frequent of four samples of a thematic band, and means of all others.
+/// The top averages samples: means of four, rounded for integers, or means of the area where a size is odd. Under the
+/// compatible policy it averages the class numbers of a thematic band too, so that the first reduced level may hold
+/// classes that the image does not have. Under the exact policy it takes the most frequent of four classes, and leaves
+/// out the last row or column of an odd size. The levels beneath the top take the most frequent of four samples of a
+/// thematic band, and means of all others.
 ///
 /// A dataset whose first band has no levels gets the short form, without pyramids, whatever was asked for. Statistics
 /// are those of the half-size image in the full form, and of the coarsest level in the short one; null values count

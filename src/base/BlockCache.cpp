@@ -144,22 +144,30 @@ BlockClaim::~BlockClaim() {
   Settle();
 }
 
-/// Finds the block, or leaves an entry without a room to those who come later.
+/// Finds the block, or leaves an entry without a room to those who come later. The entry is allocated without the lock,
+/// because the system may have a thread wait for memory, and others would wait for that thread.
 void BlockClaim::Find(BlockCache::Part& part) {
+  BlockCache::Entries entry;
+  BlockCache::Queue turn;
   std::unique_lock lock(part.mutex);
-  auto found = part.entries.find(key_);
-  while (found != part.entries.end() && !found->second.room) {
-    part.isDecided.wait(lock);
-    found = part.entries.find(key_);
+  for (;;) {
+    const auto found = part.entries.find(key_);
+    if (found == part.entries.end()) {
+      if (!entry.empty()) break;
+      lock.unlock();
+      turn.push_back(key_);
+      entry[key_].turn = turn.begin();
+      lock.lock();
+    } else if (!found->second.room) {
+      part.isDecided.wait(lock);
+    } else {
+      found->second.wasUsed = true;
+      room_ = found->second.room;
+      isDecoded_ = true;
+      return;
+    }
   }
-  if (found != part.entries.end()) {
-    found->second.wasUsed = true;
-    room_ = found->second.room;
-    isDecoded_ = true;
-    return;
-  }
-  BlockCache::Queue turn(1, key_);
-  part.entries[key_].turn = turn.begin();
+  part.entries.insert(entry.extract(key_));
   part.queue.splice(part.queue.end(), turn);
   isOpen_ = file_->hasBlocks_ = true;
 }

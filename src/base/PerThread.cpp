@@ -32,7 +32,8 @@ struct CacheLine {
   void* record = nullptr;
 };
 
-/// The calling thread's line for a pool. All are empty once the thread has begun to end.
+/// The calling thread's line for a pool. Those of its pools are emptied while the thread ends. A pool that is gone may
+/// leave one behind, whose number nobody asks for.
 CacheLine& LineOf(std::uint64_t number) {
   constinit thread_local std::array<CacheLine, 64> lines{};
   return lines[number % lines.size()];
@@ -107,7 +108,6 @@ class PerThreadTable {
   }
 
   void Release(Shared& pool) {
-    LineOf(pool.number) = {};
     entries_.erase(pool.number);
     pool.Take(NumberOfThisThread());
   }
@@ -160,6 +160,7 @@ void* PerThreadRecords::Get() {
 }
 
 void PerThreadRecords::Release() {
+  LineOf(shared_->number) = {};
   if (PerThreadTable* table = PerThreadTable::OfThisThread()) {
     table->Release(*shared_);
   } else {

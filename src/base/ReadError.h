@@ -21,12 +21,15 @@ inline int FailRead(const char* sentence) noexcept {
   return 0;
 }
 
-/// How the reads of a thread stand. Every read asks for this, and so it needs no making. The sentences lie apart.
+/// How the reads of a thread stand. Every read asks for this, and so it needs no making. The sentences lie apart, and
+/// are made by the first read of a thread: one that fails may find no memory for them.
 struct ReadState {
+  bool hasSentences = false;
   int depth = 0;           ///< of reads within each other
   bool hasReason = false;  ///< a sentence was noted by one of the reads that are under way
 
   static ReadState& OfThisThread() noexcept;
+  void MakeSentences() noexcept;
 };
 
 /// A read of a band, which ends on the thread where it began. Reads may lie within each other, as those of a level band
@@ -34,7 +37,9 @@ struct ReadState {
 class ReadErrand {
  public:
   ReadErrand() noexcept : state_(ReadState::OfThisThread()) {
-    if (state_.depth++ == 0) state_.hasReason = false;
+    if (state_.depth++ > 0) return;
+    state_.hasReason = false;
+    if (!state_.hasSentences) state_.MakeSentences();
   }
   ~ReadErrand() { --state_.depth; }
   ReadErrand(const ReadErrand&) = delete;

@@ -14,7 +14,7 @@ namespace {
 
 std::atomic<XReadPolicy> defaultPolicy = kReadCompatible;
 
-/// Made for threads whose reads fail.
+/// The sentences of a thread.
 struct ReadReasons {
   std::string pending;  // of the reads that are under way, where the state has a reason
   std::string last;
@@ -59,6 +59,11 @@ namespace zrk {
 ReadState& ReadState::OfThisThread() noexcept {
   constinit thread_local ReadState state;
   return state;
+}
+
+void ReadState::MakeSentences() noexcept {
+  ReasonsOfThisThread();
+  hasSentences = true;
 }
 
 void NoteReadError(const char* sentence) noexcept {

@@ -149,27 +149,23 @@ int Seek(void* handle, vsi_l_offset offset, int origin) noexcept {
   return 0;
 }
 
-/// Brings what surrounds the next read. Answers what `DiskFile::ReadAt` would answer for `count` bytes: a call that
-/// falls short gives fewer, and nothing of it is kept.
-std::int64_t BringAhead(OpenFile& opened, std::int64_t count, std::int64_t fileBytes) {
+/// Brings what surrounds the next read. Of a call that fails or falls short nothing is kept, because the bytes that are
+/// wanted may be sound where those around them are not.
+void BringAhead(OpenFile& opened, std::int64_t fileBytes) {
   opened.aheadBegin = opened.position - opened.position % kSmallBytes;
   opened.ahead.resize(static_cast<std::size_t>(std::min(kAheadBytes, fileBytes - opened.aheadBegin)));
   const std::int64_t asked = std::ssize(opened.ahead);
-  const std::int64_t got = opened.file->ReadAt(opened.aheadBegin, opened.ahead.data(), asked);
-  if (got == asked) return count;
-  opened.ahead.clear();
-  return got < 0 ? got : 0;
+  if (opened.file->ReadAt(opened.aheadBegin, opened.ahead.data(), asked) != asked) opened.ahead.clear();
 }
 
 /// Reads `count` bytes at the offset of the handle. A read that reaches beyond the end of the file is left to the disk,
-/// and so is one for which there is no memory to bring more.
+/// and so is one around which no more can be brought.
 std::int64_t ReadAtPosition(OpenFile& opened, void* buffer, std::int64_t count) noexcept {
   const bool isSmall = readsAhead && count <= kSmallBytes;
   const std::int64_t fileBytes = isSmall && !opened.Holds(count) ? opened.file->Size() : 0;
   if (isSmall && opened.position < fileBytes && count <= fileBytes - opened.position) {
     try {
-      const std::int64_t got = BringAhead(opened, count, fileBytes);
-      if (got < count) return got;
+      BringAhead(opened, fileBytes);
     } catch (const std::bad_alloc&) {
       opened.ahead.clear();
     }

@@ -35,6 +35,7 @@ struct XRSFile2Tiff::State {
 
   int Save(const XString& path, const zrk::Window& window, bool isSharpened, XString& err, XThread* thread);
   bool TakePalette(XString& err);
+  void TakeClassColours();
   bool IsPossible(const zrk::Window& window, XString& err);
   bool Open(const XString& path);
   bool SetTags(XString& err);
@@ -62,6 +63,11 @@ int XRSFile2Tiff::State::Save(const XString& path, const zrk::Window& window, bo
   return zrk::TellResult(thread, isSaved, wasStopped, err);
 }
 
+/// The colours of the one band of an exact save, for samples that a TIFF file has colours for.
+void XRSFile2Tiff::State::TakeClassColours() {
+  if (job.HasClasses() && !job.IsPalette()) job.colours = zrk::ColoursOfClasses(*job.FirstBand());
+}
+
 /// Exact saves keep a palette where all its colours are written: they write the numbers of the entries instead. They
 /// keep the colours of classes too.
 bool XRSFile2Tiff::State::TakePalette(XString& err) {
@@ -69,7 +75,7 @@ bool XRSFile2Tiff::State::TakePalette(XString& err) {
   if (!dataset.dataset || dataset.dataset->GetReadPolicy() != kReadExact) return true;
   if (!zrk::MakeIndexedDataset(*dataset.dataset, indexed, err)) return false;
   if (!indexed.file) {
-    if (job.HasClasses()) job.colours = zrk::ColoursOfClasses(*job.FirstBand());
+    TakeClassColours();
     return true;
   }
   job.SetDataset(*indexed.file);
@@ -188,6 +194,7 @@ void XRSFile2Tiff::DeleteFileOutput() {
 
 int XRSFile2Tiff::SaveTIFFTag(XString& err) {
   if (!state_->tiff) return 0;
+  if (!state_->job.colours) state_->TakeClassColours();
   return SetImageTags(state_->tiff->Output().Get(), state_->job) ? 1 : FailWith(err, zrk::kWriteFailed);
 }
 
@@ -208,7 +215,8 @@ int XRSFile2Tiff::DoExportToBSQ_ImageSharpen(XThread* thread, XString& err) {
 }
 
 int XRSFile2Tiff::DoExportToPalette(XThread* thread, XString& err) {
-  return state_->job.IsPalette() && state_->Write(&TiffPixels::WriteClasses, err, thread);
+  if (!state_->job.HasClasses()) return 0;
+  return state_->Write(state_->job.IsPalette() ? &TiffPixels::WriteClasses : &TiffPixels::WritePlanes, err, thread);
 }
 
 int XRSFile2Tiff::WriteWorldFile(XString path, XString&) {

@@ -129,11 +129,24 @@ TEST_F(GdalDiskAhead, TellsThatTheDiskHasFailedAndAsksItAgain) {
     const zrk::SmallReadsAhead ahead;
     const zrk::WatchedReads reads;
     const int before = disk_.GetReadCount(), offset = 5000 - shortBy;
-    disk_.FailRead(before + 1, shortBy);
+    disk_.FailRead(before + 1, shortBy, 2);
     EXPECT_GT(4, Read(offset, 4));
     EXPECT_TRUE(reads.WereCut());
     EXPECT_TRUE(reads.HaveFailed());
     EXPECT_EQ(4, Read(offset, 4));
+    EXPECT_EQ(before + 3, disk_.GetReadCount());
+    file_ = Open();
+  }
+}
+
+TEST_F(GdalDiskAhead, GivesBytesThatAreSoundWhereThoseAroundThemAreNot) {
+  for (const int shortBy : {0, 1}) {
+    const zrk::SmallReadsAhead ahead;
+    const zrk::WatchedReads reads;
+    const int before = disk_.GetReadCount();
+    disk_.FailRead(before + 1, shortBy);
+    EXPECT_EQ(4, Read(5000, 4));
+    EXPECT_FALSE(reads.WereCut());
     EXPECT_EQ(before + 2, disk_.GetReadCount());
     file_ = Open();
   }

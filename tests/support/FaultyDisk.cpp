@@ -16,7 +16,7 @@ class FaultyFile : public zrk::DiskFile {
     const int error = disk_.NextError(&disk_.reads_);
     if (disk_.FallsShort()) return file_->ReadAt(offset, buffer, count / 2);
     if (!error) return file_->ReadAt(offset, buffer, count);
-    if (disk_.shortBy_ == 0 || readsBefore + 1 != disk_.reads_.failing) return -error;
+    if (disk_.shortBy_ == 0 || !disk_.reads_.Fails(readsBefore + 1)) return -error;
     return file_->ReadAt(offset, buffer, std::max<std::int64_t>(count - disk_.shortBy_, 0));
   }
   int WriteAt(std::int64_t offset, const void* buffer, std::int64_t count) override {
@@ -56,9 +56,9 @@ class FaultyFile : public zrk::DiskFile {
   std::shared_ptr<zrk::DiskFile> file_;
 };
 
-void FaultyDisk::FailRead(int nth, std::int64_t shortBy) {
+void FaultyDisk::FailRead(int nth, std::int64_t shortBy, int numReads) {
   shortBy_ = shortBy;
-  reads_.Set(nth, EIO);
+  reads_.Set(nth, EIO, numReads);
 }
 
 void FaultyDisk::FailCall(int nth, DiskFault fault) {

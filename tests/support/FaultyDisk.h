@@ -13,9 +13,9 @@ enum class DiskFault { kError, kFull, kShort };
 /// The system's disk with calls counted, and made to fail on request. Calls are counted from 1 over all files.
 class FaultyDisk : public zrk::Disk {
  public:
-  /// The N-th read from now on's count fails with EIO; with `shortBy` above 0 it succeeds but answers that many bytes
-  /// fewer.
-  void FailRead(int nth, std::int64_t shortBy = 0);
+  /// The N-th read from now on's count fails with EIO, and so do the next ones, `numReads` in all; with `shortBy` above
+  /// 0 they succeed but answer that many bytes fewer.
+  void FailRead(int nth, std::int64_t shortBy = 0, int numReads = 1);
   void FailWrite(int nth, int error = ENOSPC) { writes_.Set(nth, error); }
   void FailMap(int nth) { maps_.Set(nth, EIO); }
   void FailOpen(int nth, int error = EACCES) { opens_.Set(nth, error); }
@@ -68,13 +68,16 @@ class FaultyDisk : public zrk::Disk {
   /// Calls of one kind, and which of them fails.
   struct Calls {
     /// The error of this call, or 0.
-    int Next() { return ++count == failing ? error.load() : 0; }
-    void Set(int nth, int errorNumber) {
+    int Next() { return Fails(++count) ? error.load() : 0; }
+    bool Fails(int nth) const { return nth >= failing && nth < failing + numFailing; }
+    void Set(int nth, int errorNumber, int numCalls = 1) {
       error = errorNumber;
       failing = nth;
+      numFailing = numCalls;
     }
     std::atomic<int> count = 0;
     std::atomic<int> failing = 0;
+    std::atomic<int> numFailing = 1;
     std::atomic<int> error = 0;
   };
 

@@ -74,7 +74,7 @@ bool View(const ViewOptions& options, XThread& thread, Seen& seen, std::string& 
   if (!file || !ChooseBands(*file, options, bands, err)) return false;
   if (options.noLevels) DetachLevelFile(*file);
   const bool showsClasses = ShowsClasses(options, bands);
-  if (showsClasses) bands.assign(3, bands.front());
+  if (showsClasses) bands = {bands.front(), bands.front(), bands.front()};
   const Window window = FindWindow(*bands.front(), options.window);
   seen.shape = FitPicture(window.Width(), window.Height(), options.maxSize);
   seen.shape.channels = static_cast<int>(bands.size());

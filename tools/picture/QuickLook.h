@@ -31,5 +31,5 @@ struct View {
 /// taken at the level that has enough of them. Bands of other than unsigned 8-bit samples are stretched: the mean less
 /// and plus two deviations, cut to minimum and maximum, become 0 and 255. What has null samples only is black. A look
 /// that is shaded is for one band. Colours of classes come from the image itself, since a level may have means of the
-/// numbers. False with the reason in `err`.
+/// numbers, and a null value among them has its colour too. False with the reason in `err`.
 bool WriteQuickLook(const View& view, const PngShape& shape, PngWriter& png, XThread& thread, std::string& err);

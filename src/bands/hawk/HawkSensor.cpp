@@ -317,7 +317,8 @@ bool HawkSensor::FollowLine(const SpacePoint& place, double margin, Trace& trace
     line = next;
     miss = missThere;
   }
-  if (!(std::abs(miss) <= kNearLine) || !onceSeen_.Has(seen.depth, seen.tangent)) return false;
+  const bool isWithin = line >= -margin && line <= lines_ - 1.0 + margin;
+  if (!isWithin || !(std::abs(miss) <= kNearLine) || !onceSeen_.Has(seen.depth, seen.tangent)) return false;
   trace = {true, line, slope};
   return true;
 }

@@ -30,7 +30,10 @@ class HfaBlocks final : public BlockSource {
     const ReadRequest& request = plan.window.request;
     // Every block of the window is read as a whole, whatever the level.
     const std::int64_t windowBytes = std::int64_t{request.Width()} * request.Height() * plan.window.sampleBytes;
-    if (store_ && !store_->plain) reader_.emplace(*store_, windowBytes, request.x1 / store_->grid.blockWidth);
+    if (!store_ || store_->plain) return;
+    // A level may step over whole blocks, and then no block is fetched along with another one.
+    const bool takesEach = std::int64_t{1} << request.level <= store_->grid.blockWidth;
+    reader_.emplace(*store_, windowBytes, takesEach ? request.x1 / store_->grid.blockWidth : -1);
   }
 
   const PlainBlocks* GetPlain() const { return store_ && store_->plain ? &*store_->plain : nullptr; }

@@ -161,7 +161,7 @@ TEST(HfaExact, NoticesEachReadThatFailsWhileAFileIsOpened) {
     for (bool isReached = true; isReached; ++numReads) {
       FaultyDisk disk;
       const zrk::ScopedDisk scope(disk);
-      disk.FailRead(numReads + 1, shortBy);
+      disk.FailRead(numReads + 1, shortBy, 2);  // a small read has a second try
       XString reason;
       const bool isOpen = zrk::HfaFile::Open(folder.Path("a.img"), true, reason) != nullptr;
       isReached = disk.GetReadCount() > numReads;

@@ -4,14 +4,12 @@
 #include "bands/hfa/HfaFile.h"
 #include "FaultyDisk.h"
 #include "HfaBuilder.h"
-#include "OpenRaster.h"
 #include "TempFolder.h"
 #include "WithoutMaps.h"
-#include "XFormatId.h"
-#include "ZRMBandHFA.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>

@@ -177,9 +177,9 @@ Bytes Jp2Builder::MakeLongBox(std::string_view type, const Bytes& data) {
 int Jp2Builder::SampleAt(int component, int x, int y) const {
   const Form& form = forms_[static_cast<std::size_t>(component)];
   const int low = form.isSigned ? -(1 << (form.depth - 1)) : 0, high = low + (1 << form.depth) - 1;
-  const int wanted =
-      sampler_ ? sampler_(component, x, y)
-               : low + ((x * 3 + y * 5 + (x * y / 7) % 11 + component * 37) * (high - low) / 700) % (high - low + 1);
+  const int wanted = sampler_ ? sampler_(component, x, y)
+                              : low + static_cast<int>(std::int64_t{x * 3 + y * 5 + (x * y / 7) % 11 + component * 37} *
+                                                       (high - low) / 700 % (high - low + 1));
   return std::clamp(wanted, low, high);
 }
 
