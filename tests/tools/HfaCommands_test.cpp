@@ -221,6 +221,21 @@ TEST_F(ZrkioHfa, LevelsOfAThematicLayerHaveClassesOfTheImage) {
   }
 }
 
+TEST_F(ZrkioHfa, ClassesWithoutColoursAreGrey) {
+  const std::string path = WriteHfa(HfaBuilder().Size(70, 66).Thematic());
+  EXPECT_EQ(0, Run({"view", path, "-o", Out("a.png")}).exitStatus);
+  ASSERT_EQ(0, Run({"convert", path, Out("a.tif")}).exitStatus);
+  const DecodedPng image = DecodePng(Out("a.png"));
+  ASSERT_EQ(1, image.channels);
+  const ProgramResult samples = Run({"read", Out("a.tif"), "-o", "-"});
+  ASSERT_EQ(70u * 66u, samples.out.size());
+  for (int i = 0; i < 70 * 66; ++i) {
+    const int x = i % 70, y = i / 70, number = HfaBuilder::Value(x, y, 0);
+    ASSERT_EQ(number, image.At(x, y, 0)) << x << ", " << y;
+    ASSERT_EQ(number, static_cast<unsigned char>(samples.out[static_cast<std::size_t>(i)])) << x << ", " << y;
+  }
+}
+
 TEST_F(ZrkioHfa, LevelsOfMeansOfClassesAreToldAndRebuilt) {
   const std::string path = WriteHfa(HfaBuilder().Size(600, 500).Classes(120));
   const std::vector<std::string> read = {"read", path, "--level", "1", "-o", "-"};
