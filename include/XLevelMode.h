@@ -7,5 +7,6 @@
 enum XLevelMode { kLevelNone = 0, kLevelStatistics = 1, kLevelAsk = 2, kLevelBuild = 3 };
 
 /// What a load in the exact policy leaves in `err`, though it succeeds, where the level file belongs to other bytes
-/// than the image has now. Such a file is not attached. The compatible policy attaches it as long as the sizes fit.
+/// than the image has now, or its levels are means of class numbers. Such a file is not attached. The compatible policy
+/// attaches it as long as the sizes fit.
 inline constexpr const char* kLevelFileIsStale = "The level file is older than its image and isn't used";

@@ -115,6 +115,8 @@ class ZRKIO_API XRSFileSaver {
   /// For level files: writes which image they are made of. It is described by its length in bytes, the times of its
   /// last modification and last change in nanoseconds since 1970, and the fingerprint of its bytes.
   void WriteLevelImage(std::int64_t length, std::int64_t modified, std::int64_t changed, std::uint64_t fingerprint);
+  /// For level files: writes that the first level of the band has the most frequent class of each four, and no means.
+  void WriteLevelClasses();
 
   /// The text so far. Its declaration names ISO-8859-1, and texts of the dataset are in it byte for byte. It may be
   /// asked at any time, and more may be written afterwards.

@@ -82,7 +82,8 @@ class ZRKIO_API ZRMComposite {
   ZRMBand* GetBand(int index) const;
   /// Sets or, with null, removes a band. Its stretch becomes `kStretchNone` for samples of 8 bits and `kStretchMinMax`
   /// for others; table, cut, transparent value and statistics become those of a new composite. A thematic band brings
-  /// the colours of its classes into its colour table, and as band 0 sets `kModeTable`. Returns 1 or 0.
+  /// the colours of its classes into its colour table, has no stretch, and as band 0 sets `kModeTable`. In the exact
+  /// policy one without colours is taken like any other band. Returns 1 or 0.
   int SetBand(int index, ZRMBand* band);
   /// The number of bands that are there.
   int GetNumOfBands() const;

@@ -68,6 +68,11 @@ namespace {
 
 using Settings = zrk::BandSettings;
 
+/// Without colours there is no reason to show a thematic band otherwise than others. The compatible policy does.
+bool IsShownInClasses(const ZRMBand& band) {
+  return band.GetBandType() == kBandTypeThematic && (band.GetNumOfGIS() > 0 || !band.IsExact());
+}
+
 /// Class numbers are their own bytes, each in the colour of its class.
 void TakeClassColours(const ZRMBand& band, Settings& settings) {
   settings.stretchType = kStretchNone;
@@ -188,9 +193,9 @@ int ZRMComposite::SetBand(int index, ZRMBand* band) {
   Impl::Band made = MakeBand(band);
   if (band) {
     made.settings.stretchType = band->GetDataSize() == 1 ? kStretchNone : kStretchMinMax;
-    const bool isThematic = band->GetBandType() == kBandTypeThematic;
-    if (isThematic) TakeClassColours(*band, made.settings);
-    if (isThematic && index == 0) impl_->settings.mode = kModeTable;
+    const bool hasColours = IsShownInClasses(*band);
+    if (hasColours) TakeClassColours(*band, made.settings);
+    if (hasColours && index == 0) impl_->settings.mode = kModeTable;
   }
   *place = std::move(made);
   impl_->TouchSystems();

@@ -214,6 +214,26 @@ TEST(ZRMCompositeLook, ShowsThematicBandsInTheColoursOfTheirClasses) {
   EXPECT_EQ(0x00030201u, picture.At(1, 0));
 }
 
+TEST(ZRMCompositeLook, ShowsTheBytesOfThematicBandsWithoutColoursInTheCompatiblePolicy) {
+  PlacedBand band;
+  band.Set<std::uint16_t>(2, 1, {3, 4}).SetBandType(kBandTypeThematic);
+  band.SetReadPolicy(kReadCompatible);
+  ZRMComposite composite;
+  composite.SetBand(0, &band);
+  EXPECT_EQ(kModeTable, composite.GetMode());
+  EXPECT_EQ(kStretchNone, composite.GetStretchType(0));
+}
+
+TEST(ZRMCompositeLook, ShowsThematicBandsWithoutColoursAsOthersInTheExactPolicy) {
+  PlacedBand band;
+  band.Set<std::uint16_t>(2, 1, {3, 4}).SetBandType(kBandTypeThematic);
+  band.SetReadPolicy(kReadExact);
+  ZRMComposite composite;
+  composite.SetBand(0, &band);
+  EXPECT_EQ(kModeColours, composite.GetMode());
+  EXPECT_EQ(kStretchMinMax, composite.GetStretchType(0));
+}
+
 TEST(ZRMCompositeLook, StretchesByTheStatisticsOfASubset) {
   GreyRow<std::uint16_t> grey({0, 1000, 2000, 5000});
   EXPECT_EQ(nullptr, grey.composite.GetSubsetStatistics(0));

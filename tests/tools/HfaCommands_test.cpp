@@ -7,6 +7,8 @@
 #include "HfaBuilder.h"
 #include "Oracle.h"
 #include "PngReader.h"
+#include "XRSFile.h"
+#include "XRSFileIO.h"
 
 #include <gmock/gmock.h>
 
@@ -217,6 +219,38 @@ TEST_F(ZrkioHfa, LevelsOfAThematicLayerHaveClassesOfTheImage) {
                                        HfaBuilder::Value(left, top + 1, 0), HfaBuilder::Value(left + 1, top + 1, 0)};
     ASSERT_THAT(around, testing::Contains(static_cast<unsigned char>(level.out[static_cast<std::size_t>(i)]))) << i;
   }
+}
+
+TEST_F(ZrkioHfa, ClassesWithoutColoursAreGrey) {
+  const std::string path = WriteHfa(HfaBuilder().Size(70, 66).Thematic());
+  EXPECT_EQ(0, Run({"view", path, "-o", Out("a.png")}).exitStatus);
+  ASSERT_EQ(0, Run({"convert", path, Out("a.tif")}).exitStatus);
+  const DecodedPng image = DecodePng(Out("a.png"));
+  ASSERT_EQ(1, image.channels);
+  const ProgramResult samples = Run({"read", Out("a.tif"), "-o", "-"});
+  ASSERT_EQ(70u * 66u, samples.out.size());
+  for (int i = 0; i < 70 * 66; ++i) {
+    const int x = i % 70, y = i / 70, number = HfaBuilder::Value(x, y, 0);
+    ASSERT_EQ(number, image.At(x, y, 0)) << x << ", " << y;
+    ASSERT_EQ(number, static_cast<unsigned char>(samples.out[static_cast<std::size_t>(i)])) << x << ", " << y;
+  }
+}
+
+TEST_F(ZrkioHfa, LevelsOfMeansOfClassesAreToldAndRebuilt) {
+  const std::string path = WriteHfa(HfaBuilder().Size(600, 500).Classes(120));
+  const std::vector<std::string> read = {"read", path, "--level", "1", "-o", "-"};
+  const ProgramResult alone = Run(read);
+  XRSFile file;
+  XString err;
+  ASSERT_EQ(1, XRSFileIO::LoadFileHFA(&file, path, err, 0, kLevelNone, nullptr));
+  ASSERT_EQ(1, XRSFileIO::CreateFileXLD(&file, path, err, kLevelBuild, nullptr)) << err.GetText();
+  const ProgramResult stale = Run(read);
+  EXPECT_THAT(stale.err, HasSubstr("is older than its image and isn't used; zrkio levels rebuilds it\n"));
+  EXPECT_EQ(alone.out, stale.out);
+  EXPECT_NE(0, Run({"levels", "--check", path}).exitStatus);
+  EXPECT_EQ(0, Run({"levels", path}).exitStatus);
+  EXPECT_EQ(0, Run({"levels", "--check", path}).exitStatus);
+  EXPECT_THAT(Run(read).err, Not(HasSubstr("older than its image")));
 }
 
 TEST_F(ZrkioHfa, ConvertKeepsSamplesNullValueAndPlace) {

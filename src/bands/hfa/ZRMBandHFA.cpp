@@ -121,7 +121,7 @@ void ZRMBandHFA::TakeSystem(const XString& wkt) {
 
 void ZRMBandHFA::LoadHFAThematicInfo() {
   const zrk::HfaLayer* const layer = GetImpl().GetLayer();
-  if (!layer || !layer->isThematic || layer->colours.empty()) return;
+  if (!layer || !layer->isThematic || (layer->colours.empty() && !IsExact())) return;
   int index = 0;
   for (const std::array<unsigned char, 3>& colour : layer->colours) {
     auto gis = std::make_unique<tagXRSGIS>();

@@ -96,6 +96,9 @@ struct BandPixelSize {
   double yPixelSize = 1.0;
 };
 
+/// The first level has classes of the image. Readers that do not know the element pass over it.
+inline constexpr char kTagLevelClasses[] = "XRS_TAG_BAND_LEVELCLASSES";
+
 inline constexpr char kTagXPixelSize[] = "XRS_TAG_BAND_XPIXELSIZE";
 
 template <class Archive>

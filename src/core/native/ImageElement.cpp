@@ -1,5 +1,6 @@
 #include "core/native/ImageElement.h"
 
+#include "core/native/BandFields.h"
 #include "core/native/DatasetFields.h"
 #include "core/native/NativeXml.h"
 
@@ -16,6 +17,17 @@ std::optional<ImageStamp> ReadImageStamp(const XString& text) {
   XmlReader reader(root, invalidName);
   VisitImage(reader, stamp);
   return invalidName.empty() ? stamp : ImageStamp();
+}
+
+std::vector<bool> ReadLevelClasses(const XString& text) {
+  pugi::xml_document document;
+  XString err;
+  if (!ParseNativeXml(text.AsStdString(), document, err)) return {};
+  std::vector<bool> bands;
+  for (const pugi::xml_node band : document.document_element().children(kTagBand)) {
+    bands.push_back(band.child(kTagLevelClasses).text().as_int() == 1);
+  }
+  return bands;
 }
 
 std::string FormatImageElement(const ImageStamp& stamp) {

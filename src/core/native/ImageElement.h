@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zrk {
 
@@ -18,6 +19,9 @@ struct ImageStamp {
 /// The image that the text of a level file names. Nothing where it names none, as texts of older writers. A stamp that
 /// fits no image where the text, or what it says there, can't be understood.
 std::optional<ImageStamp> ReadImageStamp(const XString& text);
+
+/// Which bands of the text tell that their first level has classes of the image. Empty where the text can't be parsed.
+std::vector<bool> ReadLevelClasses(const XString& text);
 
 /// The element of an image, as it stands in a text.
 std::string FormatImageElement(const ImageStamp& stamp);

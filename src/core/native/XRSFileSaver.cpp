@@ -302,6 +302,10 @@ void XRSFileSaver::WriteLevelImage(std::int64_t length, std::int64_t modified, s
   document_->ToDataset([&stamp](XmlWriter& writer) { VisitImage(writer, stamp); });
 }
 
+void XRSFileSaver::WriteLevelClasses() {
+  document_->ToBand([](XmlWriter& writer) { writer.Field(zrk::kTagLevelClasses, 1); });
+}
+
 XString XRSFileSaver::GetXML() const {
   return zrk::FormatNativeXml(document_->xml);
 }

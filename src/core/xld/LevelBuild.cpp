@@ -72,6 +72,11 @@ bool CanBeHalvedLike(const ZRMBand& first, const ZRMBand& band) {
   return first.GetXSize() == band.GetXSize() && first.GetYSize() == band.GetYSize();
 }
 
+/// Means of class numbers are other classes. The compatible policy makes them nevertheless.
+bool TakesClasses(const ZRMBand& band) {
+  return band.GetBandType() == kBandTypeThematic && band.IsExact();
+}
+
 }  // namespace
 
 bool LevelBuild::Fail(const char* sentence) {
@@ -182,7 +187,6 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   const ZRMBand& first = *dataset_.GetBandAt(0);
   ZRMBand* band = dataset_.GetBandAt(index);
   if (!band || !CanBeHalvedLike(first, *band)) return false;
-  const bool isThematic = band->GetBandType() == kBandTypeThematic;
   const int width = first.GetXSize() >> 1, height = first.GetYSize() >> 1;
   const int xTile = first.GetXTileSize(), yTile = first.GetYTileSize();
   const int levels = Xepot::CalcProperLevel(width, height, xTile, yTile);
@@ -194,7 +198,7 @@ bool LevelBuild::PlanPyramid(int index, PyramidJob& job) {
   end_ += record.GetEPOT()->GetSize();
   job.bands.push_back({band,
                        std::dynamic_pointer_cast<PlainStore>(record.GetEPOT()->GetStore()),
-                       {isThematic, kNotSet, isThematic && band->IsExact()},
+                       {band->GetBandType() == kBandTypeThematic, kNotSet, TakesClasses(*band)},
                        FindFingerprintOf(*band),
                        {},
                        {}});
@@ -246,7 +250,8 @@ XString LevelBuild::MakeText(int compression) {
   const int dataType = dataset_.GetBandAt(dataset_.GetNumOfBands() - 1)->GetDataType();
   XRSFileSaver saver;
   saver.WriteInitTags();
-  for (const auto& record : records_) {
+  for (std::size_t i = 0; i < records_.size(); ++i) {
+    const auto& record = records_[i];
     saver.WriteBandTag();
     saver.CopyBandInfo(record.get(), first.GetLevel(), first.GetXTileSize(), first.GetYTileSize(), first.GetXSize(),
                        first.GetYSize(), dataType, compression, record->GetBandMin(), record->GetBandMax(),
@@ -254,6 +259,8 @@ XString LevelBuild::MakeText(int compression) {
     saver.CopyBandBasicInfo(record.get());
     saver.WriteBandCoordInfo(record->GetULX(), record->GetULY(), record->GetXPixelSize(), record->GetYPixelSize());
     CopyDescription(saver, *record);
+    const bool hasStore = compression != kCompressionNone;
+    if (hasStore && TakesClasses(*dataset_.GetBandAt(static_cast<int>(i)))) saver.WriteLevelClasses();
   }
   CopyDataset(saver, dataset_);
   const FileStatus& image = stamp_.status;

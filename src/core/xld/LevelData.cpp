@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -129,6 +130,24 @@ bool ReplaceText(XFile& file, std::int64_t textOffset, const XString& oldText, c
   return false;
 }
 
+bool IsThematicAt(const XRSFile& dataset, int index) {
+  const ZRMBand* const band = dataset.GetBandAt(index);
+  return band && band->GetBandType() == kBandTypeThematic;
+}
+
+/// Whether the levels of every thematic band have classes of the image. Those of a compatible build have means of class
+/// numbers, and nothing but the text tells them apart.
+bool HasClasses(const XRSFile& dataset, std::int64_t textOffset, const XString& text) {
+  if (textOffset == zrk::kLevelHeadBytes) return true;
+  std::optional<std::vector<bool>> told;
+  for (int i = 0; i < dataset.GetNumOfBands(); ++i) {
+    if (!IsThematicAt(dataset, i)) continue;
+    if (!told) told = zrk::ReadLevelClasses(text);
+    if (static_cast<std::size_t>(i) >= told->size() || !(*told)[static_cast<std::size_t>(i)]) return false;
+  }
+  return true;
+}
+
 int CheckLevelFile(XRSFile& dataset, const XString& path, XString& err) {
   const XString name = zrk::LevelFileNameOf(path);
   if (!XFile::Exists(name)) return FailWith(err, "There is not a corresponding XLD file");
@@ -141,8 +160,9 @@ int CheckLevelFile(XRSFile& dataset, const XString& path, XString& err) {
   if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
   const XString text = zrk::ReadLevelText(file, textOffset);
   // Statistics and system are taken over with the text, and those of another image must not be.
-  const bool isStale = dataset.GetReadPolicy() == kReadExact && !zrk::IsOfImage(name, textOffset, text, path);
-  if (isStale) return FailWith(err, kLevelFileIsStale);
+  const bool isUsable = dataset.GetReadPolicy() == kReadCompatible ||
+                        (HasClasses(dataset, textOffset, text) && zrk::IsOfImage(name, textOffset, text, path));
+  if (!isUsable) return FailWith(err, kLevelFileIsStale);
   // A text makes the bands of a dataset that has none, but those of a level file are no bands to read.
   XString reason;
   const bool isLoaded = dataset.GetNumOfBands() > 0 && dataset.LoadStringZRM(text, reason, nullptr);

@@ -79,6 +79,7 @@ HfaBuilder::Bytes HfaBuilder::Build() const {
   }
   for (int i = 0; i < numLayers_; ++i) FillLayer(*dataset->GetRasterBand(i + 1), i);
   if (hasNull_) dataset->GetRasterBand(1)->SetNoDataValue(null_);
+  if (isThematic_) dataset->GetRasterBand(1)->SetMetadataItem("LAYER_TYPE", "thematic");
   if (numClasses_ > 0) AddClasses(*dataset->GetRasterBand(1), numClasses_);
   if (!factors_.empty()) {
     Require(dataset->BuildOverviews(method_, static_cast<int>(factors_.size()), factors_.data(), 0, nullptr, nullptr,

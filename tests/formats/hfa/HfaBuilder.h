@@ -53,6 +53,11 @@ class HfaBuilder {
     numClasses_ = count;
     return *this;
   }
+  /// Makes the first layer thematic, without colours.
+  HfaBuilder& Thematic() {
+    isThematic_ = true;
+    return *this;
+  }
   HfaBuilder& Null(double value) {
     null_ = value;
     hasNull_ = true;
@@ -71,5 +76,5 @@ class HfaBuilder {
   std::vector<int> factors_;
   const char* method_ = "AVERAGE";
   double null_ = 0.0;
-  bool hasNull_ = false;
+  bool hasNull_ = false, isThematic_ = false;
 };

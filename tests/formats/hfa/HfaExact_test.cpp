@@ -120,6 +120,19 @@ TEST(HfaCompatible, HasNoNullValue) {
   EXPECT_EQ(kNotSet, file.BandAt().GetNullValue());
 }
 
+TEST(HfaCompatible, AThematicLayerWithoutColoursIsNone) {
+  OpenRaster<ZRMBandHFA> file(HfaBuilder().Thematic().Build(), "a.img", kFormatHFA);
+  EXPECT_TRUE(file.BandAt().IsThematic());
+  EXPECT_EQ(0, file.BandAt().GetBandType());
+}
+
+TEST(HfaExact, AThematicLayerNeedsNoColours) {
+  ExactHfa file(HfaBuilder().Layers(2).Thematic().Build());
+  EXPECT_EQ(kBandTypeThematic, file.BandAt().GetBandType());
+  EXPECT_EQ(0, file.BandAt().GetNumOfGIS());
+  EXPECT_EQ(0, file.BandAt(1).GetBandType());
+}
+
 TEST(HfaNotes, TellBlocksOverviewsAndClasses) {
   ExactHfa file(HfaBuilder().Size(200, 160).Overviews({2, 4}).Classes(3).Build());
   const tagXFormatNotes notes = XfnDescribeFormat(&file.BandAt(), false);
