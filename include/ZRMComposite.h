@@ -87,11 +87,11 @@ class ZRKIO_API ZRMComposite {
   int SetBand(int index, ZRMBand* band);
   /// The number of bands that are there.
   int GetNumOfBands() const;
-  /// The band that tells how opaque each pixel is, or null, the initial value. It is not owned, has the system of the
-  /// other bands, and is none of them. A pixel whose sample is 0 is not drawn. A sample of `opaque` or more hides what
-  /// was there, and samples between mix the two. An `opaque` that is not above 0 stands for the largest value of an
-  /// integer type, or for 1.0 of a real type. Nothing is drawn outside the band. Colours must not be premultiplied with
-  /// the opacity. Exports of heights ignore it.
+  /// The band that tells how opaque each pixel is, or null, the initial value. It is not owned. It has the system of
+  /// the other bands, and is not one of them. A pixel whose sample is 0 is not drawn. A sample of `opaque` or more
+  /// hides what was there, and samples between mix the two. An `opaque` that is not above 0 stands for the largest
+  /// value of an integer type, or for 1.0 of a real type. Nothing is drawn outside the band. Colours must not be
+  /// premultiplied with the opacity. Exports of heights ignore it.
   ZRMBand* GetOpacityBand() const;
   void SetOpacityBand(ZRMBand* band, double opaque = 0.0);
   /// The system of the first band that is there, which belongs to it; null without bands.

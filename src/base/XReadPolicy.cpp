@@ -25,7 +25,7 @@ ReadReasons& ReasonsOfThisThread() {
   return reasons;
 }
 
-/// Makes the sentence that was noted the last reason; there is none where memory ran out.
+/// Makes the sentence that was noted the last reason. The last reason is empty if memory ran out for the sentence.
 void KeepNotedReason(zrk::ReadState& state) {
   ReadReasons& reasons = ReasonsOfThisThread();
   if (!state.hasReason) reasons.pending.clear();

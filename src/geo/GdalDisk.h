@@ -39,9 +39,9 @@ class KeptToFolder {
   std::vector<std::pair<std::string, std::shared_ptr<DiskFile>>> open_;
 };
 
-/// While it lives, small reads of GDAL's on the calling thread bring some kilobytes, of which the next ones are given.
-/// For the time in which a driver opens a file: some ask for the heads of files byte by byte. What a file has lost or
-/// got meanwhile may be seen late, and so blocks are not read under it.
+/// While it lives, a small read by GDAL on the calling thread brings some kilobytes, and the next reads are answered
+/// from them. It serves the time in which a driver opens a file, because some drivers ask for heads byte by byte. A
+/// change of the file may be seen late meanwhile, and so no block is read under it.
 class SmallReadsAhead {
  public:
   SmallReadsAhead();

@@ -42,8 +42,8 @@ inline StoreHeader HeaderOfNewStore(double tileSize) {
   return header;
 }
 
-/// Makes the file of an info. Returns null where there is none, where its levels do not fit into the header, and where
-/// the file can't be made; no file is left then.
+/// Makes the file of an info. Returns null if `info` is null, if its levels do not fit into the header, and if the file
+/// can't be made. No file is left then.
 template <class Info>
 std::shared_ptr<TileFile> CreateStore(const XString& path, const Info* info) {
   const std::unique_ptr<unsigned char[]> header(info ? info->GetBindInfo() : nullptr);

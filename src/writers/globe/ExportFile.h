@@ -28,7 +28,7 @@ class ExportFile {
   /// Makes the file with all its room, in place of one that is there: the header, and zeros. Returns null where that
   /// fails.
   static std::shared_ptr<ExportFile> Create(const XString& path, const ExportHead& head, FileUse use);
-  /// Opens one that was made before. Returns null where there is none that has the length and the header.
+  /// Opens one that was made before. Returns null if no file of that name has the length and the header.
   static std::shared_ptr<ExportFile> Open(const XString& path, const ExportHead& head, FileUse use);
 
   explicit ExportFile(std::shared_ptr<DiskFile> file);
