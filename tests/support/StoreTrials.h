@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <vector>
 
 /// Opens bytes as a tile store under both policies and reads corners and overviews of its first and last band. What
@@ -45,12 +44,3 @@ inline int TryStore(const std::vector<unsigned char>& bytes, const char* name, i
   }
   return numOpen;
 }
-
-/// Seconds since it was made.
-class Stopwatch {
- public:
-  double Seconds() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count(); }
-
- private:
-  std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};

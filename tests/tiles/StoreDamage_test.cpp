@@ -5,6 +5,7 @@
 #include "OpenRaster.h"
 #include "PbeBuilder.h"
 #include "PbiBuilder.h"
+#include "Stopwatch.h"
 #include "StoreTrials.h"
 #include "XFormatId.h"
 #include "ZRMBandPBE.h"
