@@ -7,7 +7,6 @@ namespace zrk {
 
 void PreferLargePages(void* bytes, std::size_t count) {
   // Only pages that lie wholly in the range are asked for: the bytes beside it belong to somebody else.
-  constexpr std::uintptr_t kLargePage = std::uintptr_t{1} << 21;
   const auto begin = reinterpret_cast<std::uintptr_t>(bytes);
   const std::uintptr_t first = (begin + kLargePage - 1) / kLargePage * kLargePage;
   const std::uintptr_t last = (begin + count) / kLargePage * kLargePage;

@@ -7,7 +7,14 @@
 
 namespace zrk {
 
-/// Bytes for samples, aligned to 64, that grow and are never copied. The contents after `Reserve` are undefined.
+/// Gives memory of a `PixelStorage` back to where it came from.
+struct ZRKIO_API PixelRelease {
+  std::size_t blockBytes = 0;  ///< of a large block; 0 for memory of the allocator
+  void operator()(unsigned char* taken) const;
+};
+
+/// Bytes for samples, aligned to 64, that grow and are never copied. The contents after `Reserve` are undefined. From a
+/// megabyte on they lie in large pages where the system has some, and are kept for reuse when they are freed.
 class ZRKIO_API PixelStorage {
  public:
   /// Keeps what it has where that is enough. False, with nothing changed, where memory ran out.
@@ -16,10 +23,11 @@ class ZRKIO_API PixelStorage {
   unsigned char* Get() const;
 
  private:
-  struct ZRKIO_API Release {
-    void operator()(unsigned char* taken) const;
-  };
-  std::unique_ptr<unsigned char, Release> taken_;
+  using Taken = std::unique_ptr<unsigned char, PixelRelease>;
+
+  static Taken Take(std::size_t bytes);
+
+  Taken taken_;
   std::size_t capacity_ = 0;
 };
 

@@ -15,7 +15,6 @@
 #include "bands/dted/DtedHeader.h"
 #include "base/Checked.h"
 #include "base/Fence.h"
-#include "base/LargePages.h"
 #include "base/PixelStorage.h"
 #include "base/ReadError.h"
 #include "core/model/BandFrame.h"
@@ -241,7 +240,6 @@ bool ZRMBandDTED::Impl::MakeGrid(bool isExact) {
   const std::size_t numBytes =
       kHeightBytes * static_cast<std::size_t>(numColumns) * static_cast<std::size_t>(latitudePoints);
   if (numBytes > 0 && !grid.heights.Reserve(numBytes)) return false;
-  zrk::PreferLargePages(grid.heights.Get(), numBytes);
   if (isExact) grid.columns = std::make_unique<zrk::DtedColumns>(longitudeLines);
   grid.isThere = true;
   grid.width = longitudeLines;
@@ -320,7 +318,6 @@ zrk::ChannelReads::Record* ZRMBandDTED::Impl::Decode(const zrk::ReadRequest& req
   zrk::ChannelReads::Record* const record = reads.Begin(request, {1, width, height, kHeightBytes});
   if (!record) return nullptr;
   tagXArr2& result = record->At(0);
-  zrk::PreferLargePages(result.data, static_cast<std::size_t>(height) * kHeightBytes * static_cast<std::size_t>(width));
   areInOrder ? CopyHeights(request, result) : GatherHeights(request, result);
   return record;
 }

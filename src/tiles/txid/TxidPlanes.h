@@ -29,8 +29,6 @@ class TxidPlanes {
   auto end() { return planes_.end(); }
 
  private:
-  unsigned char* Reserve(std::size_t bytes);
-
   std::array<tagXArr2, kNumPlanes> planes_;  // without memory of their own
   PixelStorage storage_;
   std::vector<int> offsets_;  // of the rows and columns of each plane
