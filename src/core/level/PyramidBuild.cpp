@@ -1,11 +1,11 @@
 // The build of pyramids, for level files and for native rasters without compression.
 //
-// A source in tiles is built in trees of blocks, of which TileTree.cpp tells. For others the top is cut into stripes of
-// whole rows of tiles. A worker takes a stripe and reads the source for it in chunks. It
-// makes rows of the top, adds them to the statistics while they are in the cache, and carries them down through the
-// levels. It stops at the last level on which the stripe still begins and ends with a whole row. So stripes have
-// nothing to do with each other, and any thread may take any of them. The few small levels below are made from the
-// store at the end.
+// A source in tiles is built in trees of blocks, of which TileTree.cpp tells. For others, and for wide samples, the top
+// is cut into stripes of whole rows of tiles. A worker takes a stripe and reads the source for it in chunks: tiles of an
+// uncompressed store as they are, other sources through the band. It makes rows of the top, adds them to the statistics
+// while they are in the cache, and carries them down through the levels. It stops at the last level on which the stripe
+// still begins and ends with a whole row. So stripes have nothing to do with each other, and any thread may take any of
+// them. The few small levels below are made from the store at the end.
 //
 // Bands of one shape are built together in a group, because one decoding of interleaved pixels serves them all. Each
 // worker has a crew: for each band of the group a cascade, room for tiles and a part of the statistics. Crews share
@@ -19,6 +19,7 @@
 #include "core/level/BuildProgress.h"
 #include "core/level/LowerLevels.h"
 #include "core/level/PyramidStore.h"
+#include "core/level/TileSource.h"
 #include "core/level/TileTree.h"
 #include "core/level/TopMaker.h"
 #include "XJointReader.h"
@@ -120,7 +121,10 @@ class GroupBuild {
         classMaker_(PyramidTop::kHalfClasses, job.window, bands.front().store->Layout()),
         trees_(TreePlan::Make(bands, topMaker_, job.window)),
         crews_(static_cast<std::size_t>(trees_ ? zrk::CountWorkers(trees_->CountTrees()) : plan_.CountWorkers())) {
-    for (const PyramidBand& band : bands_) sources_.push_back(band.source);
+    for (const PyramidBand& band : bands_) {
+      sources_.push_back(band.source);
+      tileSources_.push_back(TileSource::Find(band, FindMaker(band), job.window));
+    }
   }
 
   /// The extras are done with the parts of the last group.
@@ -149,7 +153,11 @@ class GroupBuild {
   }
   bool GoesOn(int worker);
   bool BuildChunk(Crew& crew, int stripe, int first, int last);
-  bool TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last, const tagXArr2& source);
+  bool TakesTiles(std::size_t band, int first, int last) const;
+  PyramidResult ReadChunk(Crew& crew, std::size_t band, int stripe, int first, int last);
+  PyramidResult TakeTiles(Crew& crew, std::size_t band, int stripe, int first, int last);
+  template <class MakeRows>
+  PyramidResult TakeChunk(BandStripe& band, int stripe, int first, int last, MakeRows makeRows);
   int CountChunkRows() const;
   bool Fail(PyramidResult result);
   void Summarize();
@@ -158,7 +166,8 @@ class GroupBuild {
 
   const PyramidJob& job_;
   Bands bands_;
-  std::vector<ZRMBand*> sources_;  // of the bands
+  std::vector<ZRMBand*> sources_;                       // of the bands
+  std::vector<std::optional<TileSource>> tileSources_;  // of the bands that have one
   BuildProgress& progress_;
   StripePlan plan_;
   // Tops of classes come from rows of the source that means need too.
@@ -187,19 +196,62 @@ int GroupBuild::CountChunkRows() const {
   return std::max(rows / plan_.decodeRows, 1) * plan_.decodeRows;
 }
 
-/// Carries the rows `first` to `last` of the top down, made of what was read for them.
-bool GroupBuild::TakeChunk(BandStripe& band, TopMaker::Scratch& scratch, int stripe, int first, int last,
-                           const tagXArr2& source) {
+/// Carries the rows `first` to `last` of the top down. `makeRows(row, rows, place)` makes some of them.
+template <class MakeRows>
+PyramidResult GroupBuild::TakeChunk(BandStripe& band, int stripe, int first, int last, MakeRows makeRows) {
   const auto width = static_cast<std::size_t>(bands_.front().store->Layout().Width(0));
   // The cascade has room up to the end of a row of tiles, and a chunk may go beyond that.
   for (int row = first, rows = 0; row <= last; row += rows) {
     rows = std::min(band.Cascade().GetRoom(), last - row + 1);
     unsigned char* const place = band.Cascade().GetPlace();
-    band.Top().Make(row, row + rows - 1, source, topMaker_.FirstSourceRow(first), place, scratch);
+    if (!makeRows(row, rows, place)) return PyramidResult::kReadFailed;
     band.statistics.Add(stripe, place, width * static_cast<std::size_t>(rows));
-    if (!band.Cascade().Put(rows)) return false;
+    if (!band.Cascade().Put(rows)) return PyramidResult::kWriteFailed;
   }
-  return true;
+  progress_.Add(last - first + 1);
+  return PyramidResult::kDone;
+}
+
+/// Whether rows of the top are made of whole rows of tiles, or of the last one.
+bool GroupBuild::TakesTiles(std::size_t band, int first, int last) const {
+  if (!tileSources_[band]) return false;
+  const int step = tileSources_[band]->CountTopRows();
+  return first % step == 0 && ((last + 1) % step == 0 || last == plan_.height - 1);
+}
+
+PyramidResult GroupBuild::TakeTiles(Crew& crew, std::size_t band, int stripe, int first, int last) {
+  BandStripe& taker = *crew.stripes[band];
+  const TopMaker& top = taker.Top();
+  const PyramidLayout& layout = bands_.front().store->Layout();
+  const std::int64_t sampleBytes = layout.SampleBytes(), rowBytes = layout.Width(0) * sampleBytes;
+  const int scale = top.GetBlockScale();
+  return TakeChunk(taker, stripe, first, last, [&](int row, int rows, unsigned char* place) {
+    const Window& all = job_.window;
+    const Window window = {all.x0, all.x0 + scale * layout.Width(0) - 1, all.y0 + scale * row,
+                           all.y0 + scale * (row + rows) - 1};
+    return tileSources_[band]->Read(window, crew.room, [&](const TileSource::Part& part) {
+      unsigned char* const to = place + part.y * rowBytes + part.x * sampleBytes;
+      top.MakeBlock({part.samples, part.stride, to, rowBytes, part.width, part.rows});
+    });
+  });
+}
+
+/// Rows of a band that are read through it, unless the pass over all bands has them.
+PyramidResult GroupBuild::ReadChunk(Crew& crew, std::size_t band, int stripe, int first, int last) {
+  const Window& window = job_.window;
+  const int sourceTop = topMaker_.FirstSourceRow(first);
+  const int y0 = window.y0 + sourceTop, y1 = window.y0 + topMaker_.LastSourceRow(last);
+  const bool isJoint = !crew.read.empty();
+  tagXArr2* source = isJoint ? crew.read[band] : nullptr;
+  // A band may be the caller's own and answer with a buffer of any shape. Only the right one is looked into.
+  const bool isRead = (isJoint || sources_[band]->ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr)) &&
+                      source->xSize == window.Width() && source->ySize == y1 - y0 + 1;
+  if (!isRead) return PyramidResult::kReadFailed;
+  BandStripe& taker = *crew.stripes[band];
+  return TakeChunk(taker, stripe, first, last, [&](int row, int rows, unsigned char* place) {
+    taker.Top().Make(row, row + rows - 1, *source, sourceTop, place, crew.scratch);
+    return true;
+  });
 }
 
 bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
@@ -210,15 +262,10 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
   if (isJoint && !XfnReadBands(sources_, window.x0, window.x1, y0, y1, nullptr, crew.read)) {
     return Fail(PyramidResult::kReadFailed);
   }
-  for (std::size_t i = 0; i < crew.stripes.size(); ++i) {
-    tagXArr2* source = isJoint ? crew.read[i] : nullptr;
-    // A band may be the caller's own and answer with a buffer of any shape. Only the right one is looked into.
-    const bool isRead = (isJoint || sources_[i]->ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr)) &&
-                        source->xSize == window.Width() && source->ySize == y1 - y0 + 1;
-    if (!isRead) return Fail(PyramidResult::kReadFailed);
-    BandStripe& band = *crew.stripes[i];
-    if (!TakeChunk(band, crew.scratch, stripe, first, last, *source)) return Fail(PyramidResult::kWriteFailed);
-    progress_.Add(last - first + 1);
+  for (std::size_t band = 0; band < crew.stripes.size(); ++band) {
+    const PyramidResult taken = !isJoint && TakesTiles(band, first, last) ? TakeTiles(crew, band, stripe, first, last)
+                                                                          : ReadChunk(crew, band, stripe, first, last);
+    if (taken != PyramidResult::kDone) return Fail(taken);
   }
   return true;
 }

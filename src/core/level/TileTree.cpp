@@ -13,9 +13,7 @@
 
 #include "base/OwnReads.h"
 #include "core/level/PyramidStore.h"
-#include "XEPOT2D.h"
 #include "XJointReader.h"
-#include "XTileSource.h"
 
 #include <algorithm>
 #include <bit>
@@ -37,22 +35,7 @@ constexpr int kDepth = 3;
 /// Blocks are smaller where there would be fewer trees for the workers to share.
 constexpr int kMinTrees = 16;
 
-/// Whether blocks of the top are made of whole tiles of the source. Callers can give a band another size or type than
-/// its store has.
-bool CanTakeTiles(const PyramidLayout& source, const PyramidLayout& top, const Window& window, int scale) {
-  const int xTile = source.Shape().xTile, yTile = source.Shape().yTile;
-  const bool isInside = window.x1 < source.Width(0) && window.y1 < source.Height(0);
-  const bool isAligned = window.x0 % xTile == 0 && window.y0 % yTile == 0 && scale * top.Shape().yTile % yTile == 0;
-  return isInside && isAligned && xTile % scale == 0 && yTile % scale == 0 && source.SampleBytes() == top.SampleBytes();
-}
-
 }  // namespace
-
-const PlainStore* FindTileSource(ZRMBand& band) {
-  const auto* const source = dynamic_cast<const XTileSource*>(&band);
-  const XEPOT2D* const epot = source ? source->GetTileStore() : nullptr;
-  return epot ? dynamic_cast<const PlainStore*>(epot->GetStore().get()) : nullptr;
-}
 
 std::optional<TreePlan> TreePlan::Make(std::span<PyramidBand> bands, const TopMaker& top, const Window& window) {
   const PyramidLayout& layout = bands.front().store->Layout();
@@ -104,10 +87,8 @@ TileTree::TileTree(const PyramidBand& band, const TreePlan& plan, const TopMaker
       plan_(plan),
       top_(top),
       window_(window),
-      tileSource_(FindTileSource(source_)),
-      fingerprint_(band.fingerprint),
+      tileSource_(TileSource::Find(band, top, window)),
       tiles_(static_cast<std::size_t>(plan.depth) + 1) {
-  if (tileSource_ && !CanTakeTiles(tileSource_->Layout(), layout_, window, top.GetBlockScale())) tileSource_ = nullptr;
   for (int level = 0; level <= plan.depth; ++level) {
     tiles_[static_cast<std::size_t>(level)].resize(
         static_cast<std::size_t>((plan.blockTiles >> level) * layout_.TileBytes()));
@@ -185,23 +166,12 @@ bool TileTree::ReadPart(const Block& block, int firstTile, int endTile) {
   return tileSource_ ? ReadTiles(part, firstTile) : ReadBand(part, firstTile);
 }
 
-/// Tiles side by side are one read. They come to lie in memory as they do in the file.
 bool TileTree::ReadTiles(const Window& part, int firstTile) {
-  const PyramidLayout& source = tileSource_->Layout();
-  const int scale = top_.GetBlockScale(), xTile = source.Shape().xTile, yTile = source.Shape().yTile;
-  const int first = part.x0 / xTile, count = part.x1 / xTile - first + 1;
   const std::int64_t stride = layout_.TileRowBytes();
-  for (int y = part.y0; y <= part.y1; y += yTile) {
-    const unsigned char* tile = tileSource_->ReadTiles({0, first, y / yTile, count}, room_, fingerprint_);
-    if (!tile) return false;
-    const int rows = std::min(yTile, part.y1 - y + 1) / scale;
-    for (int x = part.x0; x <= part.x1; x += xTile, tile += source.TileBytes()) {
-      const int columns = std::min(xTile, part.x1 - x + 1) / scale;
-      unsigned char* const to = Tile(0, firstTile) + (y - part.y0) / scale * stride;
-      PutTop({tile, source.TileRowBytes(), to, stride, columns, rows}, (x - part.x0) / scale);
-    }
-  }
-  return true;
+  return tileSource_->Read(part, room_, [&](const TileSource::Part& tile) {
+    unsigned char* const to = Tile(0, firstTile) + tile.y * stride;
+    PutTop({tile.samples, tile.stride, to, stride, tile.width, tile.rows}, tile.x);
+  });
 }
 
 /// A band may be the caller's own and answer with a buffer of any shape. Only the right one is looked into.

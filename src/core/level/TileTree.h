@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/level/PyramidBuild.h"
+#include "core/level/TileSource.h"
 #include "core/level/TopMaker.h"
 
 #include <functional>
@@ -32,9 +33,6 @@ struct TreePlan {
  private:
   static TreePlan Cut(const PyramidLayout& layout, int step);
 };
-
-/// The store of a source whose whole tiles can be taken from there, which belongs to the source; null for others.
-const PlainStore* FindTileSource(ZRMBand& band);
 
 /// Builds trees of one band. For one thread.
 class TileTree {
@@ -83,8 +81,7 @@ class TileTree {
   TreePlan plan_;
   const TopMaker& top_;
   Window window_;
-  const PlainStore* tileSource_;                   // null where the source is read through the band
-  Fingerprint* fingerprint_;                       // may be null
+  std::optional<TileSource> tileSource_;           // none where the source is read through the band
   std::vector<std::vector<unsigned char>> tiles_;  // a block of each level
   std::vector<unsigned char> room_;
   const std::function<bool(int)>* goOn_ = nullptr;

@@ -12,7 +12,7 @@
 #include "base/Failure.h"
 #include "base/OwnReads.h"
 #include "core/level/PyramidStore.h"
-#include "core/level/TileTree.h"
+#include "core/level/TileSource.h"
 #include "core/model/StripStatistics.h"
 #include "core/native/SaverGroups.h"
 #include "core/xld/LevelFile.h"
@@ -176,7 +176,7 @@ bool LevelBuild::MeasureBand(int index) {
 /// The fingerprint that takes what is read of a band: bands of other files have none. Called when the image is watched,
 /// so that the name does not lead to another file afterwards without a change of times.
 Fingerprint* LevelBuild::FindFingerprintOf(ZRMBand& band) {
-  const PlainStore* const tiles = FindTileSource(band);
+  const PlainStore* const tiles = FindTileStore(band);
   const bool isOfImage = fingerprint_ && tiles && tiles->LiesIn(ImagePathOf(dataset_).AsStdString());
   return isOfImage ? &*fingerprint_ : nullptr;
 }

@@ -1,6 +1,7 @@
 // Fingerprints in level files of native rasters. The build shows them the tiles that it reads, and they are the same as
 // those of files that are read for nothing else.
 
+#include "base/DataTypeVisit.h"
 #include "FaultyDisk.h"
 #include "LevelDataset.h"
 #include "math/Fingerprint.h"
@@ -17,7 +18,8 @@
 
 namespace {
 
-class TakenFingerprint : public testing::Test {
+/// Samples of 8 bits are taken in blocks of tiles, and wider ones in whole rows of tiles.
+class TakenFingerprint : public testing::TestWithParam<int> {
  protected:
   ~TakenFingerprint() override { XfnSetWorkerCount(1); }
 
@@ -25,7 +27,9 @@ class TakenFingerprint : public testing::Test {
   void WriteImage(const std::string& name) {
     XRSFile dataset;
     for (int i = 0; i < 2; ++i) {
-      AddDirectBand(dataset, kWidth, kHeight, RandomSamples<std::uint8_t>(kWidth, kHeight, seed_++), kTile);
+      zrk::VisitDataType(GetParam(), [&](auto zero) {
+        AddDirectBand(dataset, kWidth, kHeight, RandomSamples<decltype(zero)>(kWidth, kHeight, seed_++), kTile);
+      });
     }
     ASSERT_EQ(1, XRSFileIO::SaveFileZRM(&dataset, folder_.Path(name), 1, 0, kWidth - 1, 0, kHeight - 1, err_, nullptr,
                                         100, 0, 1));
@@ -62,7 +66,7 @@ class TakenFingerprint : public testing::Test {
 
 }  // namespace
 
-TEST_F(TakenFingerprint, IsThatOfAllBytesOnAnyThreads) {
+TEST_P(TakenFingerprint, IsThatOfAllBytesOnAnyThreads) {
   WriteImage("a.zrm");
   for (const int numWorkers : {1, 2, 3}) {
     XfnSetWorkerCount(numWorkers);
@@ -71,13 +75,13 @@ TEST_F(TakenFingerprint, IsThatOfAllBytesOnAnyThreads) {
   }
 }
 
-TEST_F(TakenFingerprint, LeavesOutBandsOfOtherFiles) {
+TEST_P(TakenFingerprint, LeavesOutBandsOfOtherFiles) {
   WriteImage("a.zrm");
   WriteImage("b.zrm");
   XFile other;
   ASSERT_EQ(1, other.Open(folder_.Path("b.zrm"), XFile::kRead));
   auto band = std::make_unique<ZRMBandEPOT>();
-  ASSERT_EQ(1, band->SetImage(&other, kFirstStore, kWidth, kHeight, kPint08, kTile, kTile, 1, kCompressionPlain));
+  ASSERT_EQ(1, band->SetImage(&other, kFirstStore, kWidth, kHeight, GetParam(), kTile, kTile, 1, kCompressionPlain));
   XRSFile file;
   file.SetFilePath(folder_.Path("a.zrm"));
   file.AddBand(band.release());
@@ -85,7 +89,7 @@ TEST_F(TakenFingerprint, LeavesOutBandsOfOtherFiles) {
   EXPECT_EQ(Expected(), Told());
 }
 
-TEST_F(TakenFingerprint, DoesNotReadTilesAgain) {
+TEST_P(TakenFingerprint, DoesNotReadTilesAgain) {
   WriteImage("a.zrm");
   const auto countReads = [&](bool canTell) {
     FaultyDisk disk;
@@ -98,3 +102,5 @@ TEST_F(TakenFingerprint, DoesNotReadTilesAgain) {
   EXPECT_GT(countReads(false) - countReads(true), imageBytes / 3);
   EXPECT_EQ(Expected(), Told());
 }
+
+INSTANTIATE_TEST_SUITE_P(Types, TakenFingerprint, testing::Values(kPint08, kReal32));
