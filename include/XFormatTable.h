@@ -48,8 +48,8 @@ struct tagXOpenOptions {
 
 /// Opens a file of any format that `XfnFindFormatOfFile` tells, raster or vector, into an empty dataset. Returns 1,
 /// with `err` empty; or 0 with the reason in `err`, and the dataset as it was. Level data and statistics that fail
-/// leave no message but `kLevelFileIsStale`: ask the bands what they have. The rest is as `XRSFileIO` tells of its
-/// loaders; `thread` may be null.
+/// leave no message but `kLevelFileIsStale` and `kLevelFileHasMeans`: ask the bands what they have. The rest is as
+/// `XRSFileIO` tells of its loaders; `thread` may be null.
 ZRKIO_API int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* thread = nullptr,
                           const tagXOpenOptions& options = {});
 

@@ -6,7 +6,8 @@
 /// folder has to be writable for the last three. Level data that can be used is attached in every mode.
 enum XLevelMode { kLevelNone = 0, kLevelStatistics = 1, kLevelAsk = 2, kLevelBuild = 3 };
 
-/// What a load in the exact policy leaves in `err`, though it succeeds, where the level file belongs to other bytes
-/// than the image has now, or its levels are means of class numbers. Such a file is not attached. The compatible policy
-/// attaches it as long as the sizes fit.
+/// What a load in the exact policy leaves in `err`, though it succeeds, where it does not attach a level file: the file
+/// belongs to other bytes than the image has now, or its levels are means of class numbers. The compatible policy
+/// attaches such a file as long as the sizes fit.
 inline constexpr const char* kLevelFileIsStale = "The level file is older than its image and isn't used";
+inline constexpr const char* kLevelFileHasMeans = "The level file has means of class numbers and isn't used";

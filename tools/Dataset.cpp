@@ -12,10 +12,16 @@
 
 namespace {
 
+/// What the reason says of a level file that isn't used, if it says so.
+std::string WhyLevelFileIsNotUsed(const XString& reason) {
+  if (reason != kLevelFileIsStale && reason != kLevelFileHasMeans) return "";
+  return reason.AsStdString().substr(std::string("The level file").size());
+}
+
 /// The image is read without its levels, which takes longer and gives other pixels on levels above 0.
-void TellStaleLevelFile(const std::string& path) {
-  std::fprintf(stderr, "zrkio: the level file %s is older than its image and isn't used; zrkio levels rebuilds it\n",
-               Printable(LevelFileName(path)).c_str());
+void TellUnusedLevelFile(const std::string& path, const std::string& why) {
+  std::fprintf(stderr, "zrkio: the level file %s%s; zrkio levels rebuilds it\n", Printable(LevelFileName(path)).c_str(),
+               why.c_str());
 }
 
 }  // namespace
@@ -36,7 +42,8 @@ std::unique_ptr<XRSFile> OpenDataset(const std::string& path, XThread& thread, s
   auto file = std::make_unique<XRSFile>();
   XString reason;
   if (XfnOpenFile(file.get(), path, reason, &thread)) {
-    if (reason == kLevelFileIsStale && !IsQuiet()) TellStaleLevelFile(path);
+    const std::string why = WhyLevelFileIsNotUsed(reason);
+    if (!why.empty() && !IsQuiet()) TellUnusedLevelFile(path, why);
     return file;
   }
   err = reason.AsStdString();

@@ -112,8 +112,9 @@ int XfnOpenFile(XRSFile* file, const XString& path, XString& err, XThread* threa
       row->format.isRaster
           ? zrk::LoadRasterBy(row, {file, path, err, options.calcStatistics, options.levelMode, thread})
           : zrk::LoadVectorBy(row, {.file = file, .path = path, .err = err, .thread = thread, .sr = options.sr});
-  // Loaders leave remarks about level data in `err` also where they succeed. Of these only one is for the caller.
-  if (isLoaded && err != kLevelFileIsStale) err.Empty();
+  // Loaders leave remarks about level data in `err` also where they succeed. Of these only those are for the caller
+  // that tell of a level file which isn't used.
+  if (isLoaded && err != kLevelFileIsStale && err != kLevelFileHasMeans) err.Empty();
   return isLoaded;
 }
 

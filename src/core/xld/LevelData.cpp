@@ -160,9 +160,10 @@ int CheckLevelFile(XRSFile& dataset, const XString& path, XString& err) {
   if (head == zrk::LevelHead::kForeign) return FailWith(err, "Invalid XLD Magic string");
   const XString text = zrk::ReadLevelText(file, textOffset);
   // Statistics and system are taken over with the text, and those of another image must not be.
-  const bool isUsable = dataset.GetReadPolicy() == kReadCompatible ||
-                        (HasClasses(dataset, textOffset, text) && zrk::IsOfImage(name, textOffset, text, path));
-  if (!isUsable) return FailWith(err, kLevelFileIsStale);
+  if (dataset.GetReadPolicy() == kReadExact) {
+    if (!HasClasses(dataset, textOffset, text)) return FailWith(err, kLevelFileHasMeans);
+    if (!zrk::IsOfImage(name, textOffset, text, path)) return FailWith(err, kLevelFileIsStale);
+  }
   // A text makes the bands of a dataset that has none, but those of a level file are no bands to read.
   XString reason;
   const bool isLoaded = dataset.GetNumOfBands() > 0 && dataset.LoadStringZRM(text, reason, nullptr);

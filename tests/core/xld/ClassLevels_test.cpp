@@ -71,7 +71,7 @@ TEST_F(ClassLevels, OfACompatibleBuildAreNotUsedInTheExactPolicy) {
   Build(kReadCompatible);
   Dataset dataset(*this, kReadExact, kBandTypeThematic);
   EXPECT_FALSE(dataset.Load());
-  EXPECT_EQ(XString(kLevelFileIsStale), dataset.err);
+  EXPECT_EQ(XString(kLevelFileHasMeans), dataset.err);
 }
 
 TEST_F(ClassLevels, OfACompatibleBuildAreUsedInTheCompatiblePolicy) {
@@ -111,7 +111,7 @@ TEST_F(ClassLevels, AreToldBandByBand) {
   Dataset dataset(*this, kReadExact, kBandTypeThematic);
   dataset.file.GetBandAt(0)->SetBandType(kBandTypeThematic);
   EXPECT_FALSE(dataset.Load());
-  EXPECT_EQ(XString(kLevelFileIsStale), dataset.err);
+  EXPECT_EQ(XString(kLevelFileHasMeans), dataset.err);
 }
 
 TEST_F(ClassLevels, LeaveFilesWithoutThematicBandsAsTheyAre) {
