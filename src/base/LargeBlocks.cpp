@@ -6,9 +6,12 @@
 // their place in the file lies up to 15 bytes further behind the edge of a page than they do in memory. The samples of
 // most files begin shortly after their start.
 //
-// A block of a large page and more that is given back loses its contents at once, by a hint. Its pages stay where they
-// are until the system needs them, and then go without being written anywhere. A process that keeps such blocks thus
-// takes nothing from others.
+// A block of a large page and more that is given back is marked as free to take. Its pages, and what is in them, stay
+// until the system needs them. It then takes them without writing them anywhere. Shorter blocks are kept without the
+// mark, 32 MB of them at most.
+//
+// No thread waits for another. Whoever finds the kept blocks in use does without them. So does the child of a process
+// that was forked just then, which would wait forever.
 
 #include "base/LargeBlocks.h"
 
@@ -21,12 +24,13 @@
 #include <cstdint>
 #include <mutex>
 #include <span>
+#include <type_traits>
 #include <utility>
 
 namespace zrk {
 namespace {
 
-constexpr std::size_t kSmallPage = 4096;
+constexpr std::size_t kPages = std::size_t{64} << 10;  // whole pages, of whatever size a kind of processor has them
 constexpr std::size_t kStart = 2048 + 64;  // of a block, from the edge of a page
 constexpr std::size_t kLeastAsked = std::size_t{1} << 20;
 constexpr std::size_t kMostAsked = PTRDIFF_MAX - 2 * kLargePage;
@@ -52,15 +56,16 @@ void Unmap(const LargeBlock& block) {
   if (block.bytes) Unmap(block.bytes - kStart, block.bytes + block.count);
 }
 
-/// More is asked for than is needed, and what lies outside of the pages goes back.
+/// More is asked for than is needed where a large page fits, and what lies outside of the aligned pages goes back.
 LargeBlock Map(std::size_t pages) {
-  const std::size_t alignment = pages < kLargePage ? kSmallPage : kLargePage, numMapped = pages + alignment;
-  void* const mapped = mmap(nullptr, numMapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  const std::size_t spare = pages < kLargePage ? 0 : kLargePage;
+  void* const mapped = mmap(nullptr, pages + spare, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapped == MAP_FAILED) return {};
   auto* const begin = static_cast<unsigned char*>(mapped);
-  unsigned char* const aligned = begin + (alignment - reinterpret_cast<std::uintptr_t>(begin) % alignment) % alignment;
+  const std::size_t behindEdge = reinterpret_cast<std::uintptr_t>(begin) % kLargePage;
+  unsigned char* const aligned = spare > 0 && behindEdge > 0 ? begin + (kLargePage - behindEdge) : begin;
   Unmap(begin, aligned);
-  Unmap(aligned + pages, begin + numMapped);
+  Unmap(aligned + pages, begin + pages + spare);
   PreferLargePages(aligned, pages);
   return {aligned + kStart, pages - kStart};
 }
@@ -70,9 +75,10 @@ class SpareBlocks {
  public:
   using Blocks = std::array<LargeBlock, kMostBlocks>;
 
-  /// The smallest block that is large enough, unless an eighth of it and more would lie idle.
+  /// The smallest block that is large enough, unless more than an eighth of it would lie idle.
   LargeBlock Take(std::size_t count) {
-    const std::lock_guard lock(mutex_);
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    if (!lock) return {};
     LargeBlock* best = nullptr;
     for (LargeBlock& block : Kept()) {
       if (block.count < count || block.count - count > block.count / 8) continue;
@@ -85,7 +91,11 @@ class SpareBlocks {
   Blocks Keep(const LargeBlock& block) {
     Blocks out;
     std::size_t numOut = 0;
-    const std::lock_guard lock(mutex_);
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    if (!lock) {
+      out[0] = block;
+      return out;
+    }
     while (numBlocks_ == kMostBlocks || numKept_ + block.count > kMostKept) out[numOut++] = Remove(blocks_.front());
     blocks_[numBlocks_++] = block;
     numKept_ += block.count;
@@ -93,7 +103,8 @@ class SpareBlocks {
   }
 
   Blocks TakeAll() {
-    const std::lock_guard lock(mutex_);
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    if (!lock) return {};
     numBlocks_ = 0;
     numKept_ = 0;
     return std::exchange(blocks_, Blocks());
@@ -118,6 +129,7 @@ class SpareBlocks {
 
 /// Never destroyed: buffers may go as late as the process ends.
 constinit SpareBlocks spareBlocks;
+static_assert(std::is_trivially_destructible_v<SpareBlocks>);
 
 }  // namespace
 
@@ -129,7 +141,7 @@ bool IsLargeBlock(std::size_t bytes) {
 LargeBlock TakeLargeBlock(std::size_t bytes) {
   if (bytes > kMostAsked) return {};
   LargeBlock block = spareBlocks.Take(bytes);
-  const std::size_t pages = (kStart + bytes + kSmallPage - 1) / kSmallPage * kSmallPage;
+  const std::size_t pages = (kStart + bytes + kPages - 1) / kPages * kPages;
   if (!block.bytes) block = Map(pages);
   if (block.bytes) return block;
   for (const LargeBlock& spare : spareBlocks.TakeAll()) Unmap(spare);
@@ -139,7 +151,7 @@ LargeBlock TakeLargeBlock(std::size_t bytes) {
 void GiveLargeBlockBack(const LargeBlock& block) {
   if (block.count > kMostKept) return Unmap(block);
   // Small pages cost time to give up and again to use. What is too short for a large page is kept without.
-  if (block.count >= kLargePage) {
+  if (kStart + block.count >= kLargePage) {
     static_cast<void>(madvise(block.bytes - kStart, kStart + block.count, MADV_FREE));
   }
   for (const LargeBlock& old : spareBlocks.Keep(block)) Unmap(old);

@@ -13,8 +13,8 @@ struct ZRKIO_API PixelRelease {
   void operator()(unsigned char* taken) const;
 };
 
-/// Bytes for samples, aligned to 64, that grow and are never copied. The contents after `Reserve` are undefined. From a
-/// megabyte on they lie in large pages where the system has some, and are kept for reuse when they are freed.
+/// Bytes for samples, aligned to 64, that grow and are never copied. The contents after `Reserve` are undefined. Large
+/// ones come from `LargeBlocks.h`.
 class ZRKIO_API PixelStorage {
  public:
   /// Keeps what it has where that is enough. False, with nothing changed, where memory ran out.

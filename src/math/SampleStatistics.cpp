@@ -134,7 +134,7 @@ Summary SampleStatistics::Summarize() const {
 Histogram SampleStatistics::GetHistogram() const {
   Histogram histogram{};
   const BinScale bins(Summarize());
-  ForEachCount([&](int value, std::int64_t count) { histogram[static_cast<std::size_t>(bins.BinOf(value))] += count; });
+  ForEachCount([&](int value, std::int64_t count) { histogram[bins.BinOf(value)] += count; });
   return histogram;
 }
 

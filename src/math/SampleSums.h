@@ -46,11 +46,11 @@ class BinScale {
         range_(summary.maxValue * shrink_ - first_) {}
 
   /// Values beyond the range go to the bins at its ends.
-  int BinOf(double value) const {
+  std::size_t BinOf(double value) const {
     if (range_ == 0.0) return kNumBins - 1;
     const double bin = (value * shrink_ - first_) / range_ * kNumBins;
     const double atLeast = bin > 0.0 ? bin : 0.0;
-    return static_cast<int>(atLeast < kNumBins - 1.0 ? atLeast : kNumBins - 1.0);
+    return static_cast<std::size_t>(atLeast < kNumBins - 1.0 ? atLeast : kNumBins - 1.0);
   }
 
  private:
@@ -331,24 +331,11 @@ Summary SummarizeReals(const Samples<Sample>& samples, Keep keep) {
   return summary;
 }
 
-/// The bins of some samples come first, in a loop that a compiler can turn into vectors. They are then counted in four
-/// tables by turns, as bytes are. Samples that are not kept have a bin of their own behind the others.
 template <class Sample, class Keep>
 void CountBins(const Samples<Sample>& samples, Keep keep, const BinScale& bins, std::int64_t* histogram) {
-  constexpr std::size_t kTogether = 64, kTables = 4;
-  std::array<std::array<std::uint32_t, kNumBins + 1>, kTables> tables{};
-  std::array<int, kTogether> binOf;
-  for (std::size_t first = 0; first < samples.count; first += kTogether) {
-    const Sample* const some = samples.first + first;
-    const std::size_t count = std::min(kTogether, samples.count - first);
-    for (std::size_t i = 0; i < count; ++i) {
-      const int bin = bins.BinOf(static_cast<double>(some[i]));
-      binOf[i] = keep(some[i]) ? bin : kNumBins;
-    }
-    for (std::size_t i = 0; i < count; ++i) ++tables[i % kTables][static_cast<std::size_t>(binOf[i])];
-  }
-  for (const auto& table : tables) {
-    for (std::size_t bin = 0; bin < kNumBins; ++bin) histogram[bin] += table[bin];
+  for (std::size_t i = 0; i < samples.count; ++i) {
+    const Sample sample = samples.first[i];
+    if (keep(sample)) ++histogram[bins.BinOf(static_cast<double>(sample))];
   }
 }
 

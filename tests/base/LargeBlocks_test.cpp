@@ -24,9 +24,9 @@ bool IsMapped(const zrk::LargeBlock& block) {
   return msync(page, 4096, MS_ASYNC) == 0 || errno != ENOMEM;
 }
 
-/// Gives back all blocks that are kept: one that is as large as all of them together drives them out.
+/// Has nothing kept but one block that none of the tests asks for. It leaves room for no other.
 void DriveKeptBlocksOut() {
-  zrk::GiveLargeBlockBack(zrk::TakeLargeBlock(64 * kMegabyte));
+  zrk::GiveLargeBlockBack(zrk::TakeLargeBlock(63 * kMegabyte));
 }
 
 class LargeBlocks : public testing::Test {
@@ -58,6 +58,7 @@ TEST_F(LargeBlocks, HaveAllThatWasAskedFor) {
 TEST_F(LargeBlocks, BeginFarFromTheEdgeOfAPage) {
   for (const std::size_t bytes : {kMegabyte, 5 * kMegabyte}) {
     const zrk::LargeBlock block = zrk::TakeLargeBlock(bytes);
+    ASSERT_NE(block.bytes, nullptr);
     const std::size_t place = reinterpret_cast<std::uintptr_t>(block.bytes) % 4096;
     EXPECT_GT(place, 1500u);
     EXPECT_LT(place, 4000u);
@@ -89,6 +90,14 @@ TEST_F(LargeBlocks, GoBackToTheSystemAbove64Megabytes) {
   const zrk::LargeBlock block = zrk::TakeLargeBlock(65 * kMegabyte);
   ASSERT_TRUE(IsMapped(block));
   zrk::GiveLargeBlockBack(block);
+  EXPECT_FALSE(IsMapped(block));
+}
+
+TEST_F(LargeBlocks, AreDrivenOutByALargerOne) {
+  const zrk::LargeBlock block = zrk::TakeLargeBlock(5 * kMegabyte);
+  zrk::GiveLargeBlockBack(block);
+  ASSERT_TRUE(IsMapped(block));
+  DriveKeptBlocksOut();
   EXPECT_FALSE(IsMapped(block));
 }
 
@@ -125,9 +134,12 @@ void LimitFurtherAddresses(std::size_t bytes) {
 
 /// 0 where a block of another size is to be had only in the place of one that is kept, and is.
 int TakeInPlaceOfKept() {
+  zrk::TakeLargeBlock(63 * kMegabyte);  // what may be kept
   LimitFurtherAddresses(50 * kMegabyte);
-  zrk::GiveLargeBlockBack(zrk::TakeLargeBlock(40 * kMegabyte));
-  return zrk::TakeLargeBlock(20 * kMegabyte).bytes ? 0 : 1;
+  const zrk::LargeBlock kept = zrk::TakeLargeBlock(40 * kMegabyte);
+  if (!kept.bytes || zrk::TakeLargeBlock(20 * kMegabyte).bytes) return 1;
+  zrk::GiveLargeBlockBack(kept);
+  return zrk::TakeLargeBlock(20 * kMegabyte).bytes ? 0 : 2;
 }
 
 }  // namespace
@@ -141,6 +153,7 @@ TEST_F(LargeBlocks, BelongToOneThreadAtATime) {
   const auto work = [](unsigned char mark) {
     for (std::size_t i = 0; i < 15; ++i) {
       const zrk::LargeBlock block = zrk::TakeLargeBlock((1 + i % 3) * kMegabyte);
+      ASSERT_NE(block.bytes, nullptr);
       std::memset(block.bytes, mark, block.count);
       EXPECT_EQ(block.count, static_cast<std::size_t>(std::count(block.bytes, block.bytes + block.count, mark)));
       zrk::GiveLargeBlockBack(block);

@@ -1,11 +1,11 @@
 // The build of pyramids, for level files and for native rasters without compression.
 //
 // A source in tiles is built in trees of blocks, of which TileTree.cpp tells. For others, and for wide samples, the top
-// is cut into stripes of whole rows of tiles. A worker takes a stripe and reads the source for it in chunks: tiles of an
-// uncompressed store as they are, other sources through the band. It makes rows of the top, adds them to the statistics
-// while they are in the cache, and carries them down through the levels. It stops at the last level on which the stripe
-// still begins and ends with a whole row. So stripes have nothing to do with each other, and any thread may take any of
-// them. The few small levels below are made from the store at the end.
+// is cut into stripes of whole rows of tiles. A worker takes a stripe and reads the source for it in chunks, through
+// the band or tile by tile (TileSource.h). It makes rows of the top, adds them to the statistics while they are in the
+// cache, and carries them down through the levels. It stops at the last level on which the stripe still begins and ends
+// with a whole row. So stripes have nothing to do with each other, and any thread may take any of them. The few small
+// levels below are made from the store at the end.
 //
 // Bands of one shape are built together in a group, because one decoding of interleaved pixels serves them all. Each
 // worker has a crew: for each band of the group a cascade, room for tiles and a part of the statistics. Crews share
@@ -83,6 +83,10 @@ StripePlan::StripePlan(const PyramidJob& job, const PyramidBand& band) {
   carriedLevel = std::min({layout.Shape().levels, evenLevels, realLevels});
 }
 
+bool HasShape(const tagXArr2& buffer, int width, int height) {
+  return buffer.xSize == width && buffer.ySize == height;
+}
+
 /// One band of a crew: the cascade, which writes its rows here, and what this worker has counted.
 class BandStripe : public RowTaker {
  public:
@@ -154,8 +158,9 @@ class GroupBuild {
   bool GoesOn(int worker);
   bool BuildChunk(Crew& crew, int stripe, int first, int last);
   bool TakesTiles(std::size_t band, int first, int last) const;
-  PyramidResult ReadChunk(Crew& crew, std::size_t band, int stripe, int first, int last);
-  PyramidResult TakeTiles(Crew& crew, std::size_t band, int stripe, int first, int last);
+  bool MakeOfTiles(Crew& crew, std::size_t band, int row, int rows, unsigned char* place);
+  const tagXArr2* ReadRows(std::size_t band, int first, int last);
+  PyramidResult BuildBand(Crew& crew, std::size_t band, int stripe, int first, int last);
   template <class MakeRows>
   PyramidResult TakeChunk(BandStripe& band, int stripe, int first, int last, MakeRows makeRows);
   int CountChunkRows() const;
@@ -219,37 +224,50 @@ bool GroupBuild::TakesTiles(std::size_t band, int first, int last) const {
   return first % step == 0 && ((last + 1) % step == 0 || last == plan_.height - 1);
 }
 
-PyramidResult GroupBuild::TakeTiles(Crew& crew, std::size_t band, int stripe, int first, int last) {
-  BandStripe& taker = *crew.stripes[band];
-  const TopMaker& top = taker.Top();
+bool GroupBuild::MakeOfTiles(Crew& crew, std::size_t band, int row, int rows, unsigned char* place) {
+  const TopMaker& top = crew.stripes[band]->Top();
   const PyramidLayout& layout = bands_.front().store->Layout();
   const std::int64_t sampleBytes = layout.SampleBytes(), rowBytes = layout.Width(0) * sampleBytes;
   const int scale = top.GetBlockScale();
-  return TakeChunk(taker, stripe, first, last, [&](int row, int rows, unsigned char* place) {
-    const Window& all = job_.window;
-    const Window window = {all.x0, all.x0 + scale * layout.Width(0) - 1, all.y0 + scale * row,
-                           all.y0 + scale * (row + rows) - 1};
-    return tileSources_[band]->Read(window, crew.room, [&](const TileSource::Part& part) {
-      unsigned char* const to = place + part.y * rowBytes + part.x * sampleBytes;
-      top.MakeBlock({part.samples, part.stride, to, rowBytes, part.width, part.rows});
-    });
+  const Window& all = job_.window;
+  const Window window = {all.x0, all.x0 + scale * layout.Width(0) - 1, all.y0 + scale * row,
+                         all.y0 + scale * (row + rows) - 1};
+  return tileSources_[band]->Read(window, crew.room, [&](const TileSource::Part& part) {
+    unsigned char* const to = place + part.y * rowBytes + part.x * sampleBytes;
+    top.MakeBlock({part.samples, part.stride, to, rowBytes, part.width, part.rows});
   });
 }
 
-/// Rows of a band that are read through it, unless the pass over all bands has them.
-PyramidResult GroupBuild::ReadChunk(Crew& crew, std::size_t band, int stripe, int first, int last) {
+/// Source rows for the rows `first` to `last` of the top; null where they can't be read. A band may be the caller's own
+/// and answer with a buffer of any shape. Only the right one is looked into.
+const tagXArr2* GroupBuild::ReadRows(std::size_t band, int first, int last) {
   const Window& window = job_.window;
-  const int sourceTop = topMaker_.FirstSourceRow(first);
-  const int y0 = window.y0 + sourceTop, y1 = window.y0 + topMaker_.LastSourceRow(last);
-  const bool isJoint = !crew.read.empty();
-  tagXArr2* source = isJoint ? crew.read[band] : nullptr;
-  // A band may be the caller's own and answer with a buffer of any shape. Only the right one is looked into.
-  const bool isRead = (isJoint || sources_[band]->ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr)) &&
-                      source->xSize == window.Width() && source->ySize == y1 - y0 + 1;
-  if (!isRead) return PyramidResult::kReadFailed;
+  const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
+  tagXArr2* source = nullptr;
+  const bool isRead = sources_[band]->ReadSubset(source, 0, window.x0, window.x1, y0, y1, nullptr) &&
+                      HasShape(*source, window.Width(), y1 - y0 + 1);
+  return isRead ? source : nullptr;
+}
+
+/// Rows of a chunk come from tiles where the band has them, from the pass over all bands, or from a read of the band.
+PyramidResult GroupBuild::BuildBand(Crew& crew, std::size_t band, int stripe, int first, int last) {
   BandStripe& taker = *crew.stripes[band];
+  const bool isJoint = !crew.read.empty();
+  const auto makeOf = [&](const tagXArr2& source, int sourceFirst, int row, int rows, unsigned char* place) {
+    taker.Top().Make(row, row + rows - 1, source, topMaker_.FirstSourceRow(sourceFirst), place, crew.scratch);
+  };
+  if (!isJoint && TakesTiles(band, first, last)) {
+    return TakeChunk(taker, stripe, first, last, [&](int row, int rows, unsigned char* place) {
+      if (MakeOfTiles(crew, band, row, rows, place)) return true;
+      const tagXArr2* const source = ReadRows(band, row, row + rows - 1);
+      if (source) makeOf(*source, row, row, rows, place);
+      return source != nullptr;
+    });
+  }
+  const tagXArr2* const source = isJoint ? crew.read[band] : ReadRows(band, first, last);
+  if (!source) return PyramidResult::kReadFailed;
   return TakeChunk(taker, stripe, first, last, [&](int row, int rows, unsigned char* place) {
-    taker.Top().Make(row, row + rows - 1, *source, sourceTop, place, crew.scratch);
+    makeOf(*source, first, row, rows, place);
     return true;
   });
 }
@@ -258,14 +276,16 @@ bool GroupBuild::BuildChunk(Crew& crew, int stripe, int first, int last) {
   const OwnReads own;
   const Window& window = job_.window;
   const int y0 = window.y0 + topMaker_.FirstSourceRow(first), y1 = window.y0 + topMaker_.LastSourceRow(last);
-  const bool isJoint = !crew.read.empty();
-  if (isJoint && !XfnReadBands(sources_, window.x0, window.x1, y0, y1, nullptr, crew.read)) {
-    return Fail(PyramidResult::kReadFailed);
+  if (!crew.read.empty()) {
+    const bool areRead = XfnReadBands(sources_, window.x0, window.x1, y0, y1, nullptr, crew.read) &&
+                         std::ranges::all_of(crew.read, [&](const tagXArr2* read) {
+                           return HasShape(*read, window.Width(), y1 - y0 + 1);
+                         });
+    if (!areRead) return Fail(PyramidResult::kReadFailed);
   }
   for (std::size_t band = 0; band < crew.stripes.size(); ++band) {
-    const PyramidResult taken = !isJoint && TakesTiles(band, first, last) ? TakeTiles(crew, band, stripe, first, last)
-                                                                          : ReadChunk(crew, band, stripe, first, last);
-    if (taken != PyramidResult::kDone) return Fail(taken);
+    const PyramidResult built = BuildBand(crew, band, stripe, first, last);
+    if (built != PyramidResult::kDone) return Fail(built);
   }
   return true;
 }

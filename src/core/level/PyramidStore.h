@@ -107,6 +107,9 @@ class PlainStore : public PyramidStore {
   /// all are there. They are shown to `taker`, which may be null, as bytes of the file.
   const unsigned char* ReadTiles(const TileRun& run, std::vector<unsigned char>& room, Fingerprint* taker) const;
 
+  /// Whether samples lie at multiples of their size in the file, and so in what `ReadTiles` answers.
+  bool HasAlignedSamples() const { return offset_ % Layout().SampleBytes() == 0; }
+
   /// Whether the store lies in the file that goes by this name now.
   bool LiesIn(const std::string& path) const { return file_.File().GoesBy(path); }
 

@@ -12,6 +12,14 @@ namespace {
 
 /// About how much is read at once, so that it is still near the core when it is hashed and made smaller.
 constexpr std::int64_t kRunBytes = 512 << 10;
+/// Larger tiles are read in parts, through the band.
+constexpr std::int64_t kMaxSourceTileBytes = 4 << 20;
+
+/// Whether at least half of what whole tiles hold lies in the window.
+bool FillsItsTiles(const PyramidLayout& source, const Window& window) {
+  const std::int64_t xTile = source.Shape().xTile, numColumns = (window.Width() - 1) / xTile + 1;
+  return 2 * std::int64_t{window.Width()} >= numColumns * xTile;
+}
 
 bool HasWholeTiles(const PyramidLayout& source, const PyramidLayout& top, const Window& window, int scale) {
   const int xTile = source.Shape().xTile, yTile = source.Shape().yTile;
@@ -31,9 +39,10 @@ const PlainStore* FindTileStore(ZRMBand& band) {
 std::optional<TileSource> TileSource::Find(const PyramidBand& band, const TopMaker& top, const Window& window) {
   const PlainStore* const store = FindTileStore(*band.source);
   const int scale = top.GetBlockScale();
-  if (!store || !top.CanMakeBlocks() || !HasWholeTiles(store->Layout(), band.store->Layout(), window, scale)) {
-    return std::nullopt;
-  }
+  if (!store || !top.CanMakeBlocks() || !store->HasAlignedSamples()) return std::nullopt;
+  const PyramidLayout& source = store->Layout();
+  const bool isWorthIt = source.TileBytes() <= kMaxSourceTileBytes && FillsItsTiles(source, window);
+  if (!isWorthIt || !HasWholeTiles(source, band.store->Layout(), window, scale)) return std::nullopt;
   return TileSource(*store, band.fingerprint, scale);
 }
 

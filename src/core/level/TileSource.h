@@ -20,7 +20,8 @@ const PlainStore* FindTileStore(ZRMBand& band);
 class TileSource {
  public:
   /// None where the band has no such store, or where blocks of the top are not made of whole tiles of it: a caller can
-  /// give a band another size or type than its store has, and a window may begin within a tile.
+  /// give a band another size or type than its store has, and a window may begin within a tile. None either where tiles
+  /// are large, or mostly outside of the window, or where samples don't lie at multiples of their size.
   static std::optional<TileSource> Find(const PyramidBand& band, const TopMaker& top, const Window& window);
 
   /// The rows of the top that come of a row of tiles.
@@ -34,7 +35,8 @@ class TileSource {
     int width, rows;      ///< of the block
   };
   /// Reads the tiles under a window of the source, which begins with a tile. `take` is called for each of them. `room`
-  /// is room for the thread's use. False where tiles can't be read. Throws std::bad_alloc.
+  /// is room for the thread's use. False where whole tiles can't be read: the band may still have their samples, since
+  /// a file may end within the last tile behind the image, and else it tells the reason. Throws std::bad_alloc.
   bool Read(const Window& window, std::vector<unsigned char>& room, const std::function<void(const Part&)>& take) const;
 
  private:

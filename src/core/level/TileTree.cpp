@@ -163,7 +163,7 @@ bool TileTree::ReadPart(const Block& block, int firstTile, int endTile) {
   const int width = std::min((endTile - firstTile) * xTile, layout_.Width(0) - x);
   const Window part = {window_.x0 + scale * x, window_.x0 + scale * (x + width) - 1, window_.y0 + scale * y,
                        window_.y0 + scale * (y + RowsOf(block)) - 1};
-  return tileSource_ ? ReadTiles(part, firstTile) : ReadBand(part, firstTile);
+  return (tileSource_ && ReadTiles(part, firstTile)) || ReadBand(part, firstTile);
 }
 
 bool TileTree::ReadTiles(const Window& part, int firstTile) {

@@ -1,3 +1,4 @@
+#include "base/DataTypeVisit.h"
 #include "base/Window.h"
 #include "LevelDataset.h"
 #include "ReferencePyramid.h"
@@ -152,17 +153,24 @@ TYPED_TEST(LevelImagesOf, AreTheSameForAnyNumberOfRowsAndColumnsOfTiles) {
 }
 
 /// Null samples and classes make images of a native raster other than by means of four.
-class NativeImages : public testing::TestWithParam<std::pair<int, int>> {
+struct NativeKind {
+  int dataType, bandType;
+  double nullValue;
+};
+class NativeImages : public testing::TestWithParam<NativeKind> {
  protected:
   static constexpr int kWidth = 300, kHeight = 210;
 
   /// A dataset of a kind of bands over tiny classes, so that null samples are many.
-  void Fill(XRSFile& file, int bandType, double nullValue) {
-    auto samples = RandomSamples<std::uint8_t>(kWidth, kHeight);
-    for (std::uint8_t& sample : samples) sample %= 4;
-    auto& band = AddDirectBand(file, kWidth, kHeight, samples, kTile);
-    band.SetBandType(bandType);
-    band.SetNullValue(nullValue);
+  void Fill(XRSFile& file) {
+    const auto classes = RandomSamples<std::uint8_t>(kWidth, kHeight);
+    zrk::VisitDataType(GetParam().dataType, [&](auto zero) {
+      std::vector<decltype(zero)> samples;
+      for (const std::uint8_t number : classes) samples.push_back(static_cast<decltype(zero)>(number % 4));
+      auto& band = AddDirectBand(file, kWidth, kHeight, samples, kTile);
+      band.SetBandType(GetParam().bandType);
+      band.SetNullValue(GetParam().nullValue);
+    });
   }
   /// Saves a part of a dataset as a native raster with images.
   std::vector<unsigned char> Save(XRSFile& file, const char* name, const zrk::Window& part) {
@@ -179,7 +187,7 @@ class NativeImages : public testing::TestWithParam<std::pair<int, int>> {
 /// A native raster is read tile by tile, unless its part begins within a tile; memory is read by rows.
 TEST_P(NativeImages, AreTheSameFromANativeRasterAsFromMemory) {
   XRSFile memory, native;
-  Fill(memory, GetParam().first, GetParam().second);
+  Fill(memory);
   Save(memory, "all.zrm", {0, kWidth - 1, 0, kHeight - 1});
   XString err;
   ASSERT_TRUE(XRSFileIO::LoadFileZRM(&native, folder_.Path("all.zrm"), err, nullptr)) << err.GetText();
@@ -191,7 +199,9 @@ TEST_P(NativeImages, AreTheSameFromANativeRasterAsFromMemory) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEveryKind, NativeImages,
-                         testing::Values(std::pair(kBandTypeThematic, -1), std::pair(0, 0), std::pair(0, 1000)));
+                         testing::Values(NativeKind{kPint08, kBandTypeThematic, -1}, NativeKind{kPint08, 0, 0},
+                                         NativeKind{kPint08, 0, 1000}, NativeKind{kReal32, kBandTypeThematic, -1},
+                                         NativeKind{kReal32, 0, 0}, NativeKind{kReal64, 0, 1000}));
 
 TEST(LevelImages, OfABandThatIsLargerThanItsStoreFail) {
   TempFolder folder;

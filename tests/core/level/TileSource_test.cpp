@@ -3,13 +3,19 @@
 
 #include "LevelDataset.h"
 #include "TempFolder.h"
+#include "XFile.h"
+#include "XReadPolicy.h"
 #include "XRSFileIO.h"
 #include "XSystem.h"
+#include "ZRMBandEPOT.h"
 
 #include <gtest/gtest.h>
+#include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -60,8 +66,64 @@ class TileSourceOf : public testing::Test {
   XString err_;
 };
 
+/// A store in a file of its own, which ends with the last sample of the image and not with its tile.
+template <class Sample>
+class StoreFileOf : public testing::Test {
+ protected:
+  void Write(int side, std::int64_t offset) {
+    side_ = side;
+    offset_ = offset;
+    samples_ = RandomSamples<Sample>(side, side);
+    XFile file;
+    ASSERT_EQ(1, file.Open(folder_.Path("a.dat"), XFile::kReadWrite | XFile::kCreate));
+    tagXArr2 samples(side, side, sizeof(Sample));
+    std::memcpy(samples.data, samples_.data(), samples_.size() * sizeof(Sample));
+    ASSERT_EQ(1, OpenStore(file)->WriteSubset(&samples, 0, side - 1, 0, side - 1, false, 0.0));
+  }
+  void Cut() { std::filesystem::resize_file(folder_.Path("a.dat"), static_cast<std::uintmax_t>(offset_) + 1000); }
+
+  /// The levels, or the reason why there are none.
+  std::string BuildOfStore() {
+    XFile file;
+    EXPECT_EQ(1, file.Open(folder_.Path("a.dat"), XFile::kRead));
+    XRSFile dataset;
+    dataset.AddBand(OpenStore(file).release());
+    return Build(dataset);
+  }
+  std::string BuildOfMemory() {
+    XRSFile dataset;
+    AddDirectBand(dataset, side_, side_, samples_, kStoreTile);
+    return Build(dataset);
+  }
+
+ private:
+  static constexpr int kStoreTile = 64;
+
+  std::unique_ptr<ZRMBandEPOT> OpenStore(XFile& file) {
+    auto band = std::make_unique<ZRMBandEPOT>();
+    EXPECT_EQ(1, band->SetImage(&file, offset_, side_, side_, zrk::kDataTypeOf<Sample>, kStoreTile, kStoreTile, 1,
+                                kCompressionPlain));
+    band->SetBandName("Channel 1");
+    return band;
+  }
+  std::string Build(XRSFile& dataset) {
+    XString err, reason;
+    if (XRSFileIO::CreateFileXLD(&dataset, folder_.Path("a.zrm"), err, kLevelBuild, nullptr)) {
+      return LevelsIn(folder_.Path("a.xld"));
+    }
+    XfnGetLastReadError(reason);
+    return reason.AsStdString();
+  }
+
+  TempFolder folder_;
+  int side_ = 0;
+  std::int64_t offset_ = 0;
+  std::vector<Sample> samples_;
+};
+
 using StoredTypes = testing::Types<std::uint8_t, std::int16_t, std::uint32_t, std::int32_t, float, double>;
 TYPED_TEST_SUITE(TileSourceOf, StoredTypes);
+TYPED_TEST_SUITE(StoreFileOf, StoredTypes);
 
 }  // namespace
 
@@ -82,4 +144,20 @@ using WideTileSource = TileSourceOf<float>;
 TEST_F(WideTileSource, GivesTheLevelsOfTheSameSamplesInMemory) {
   const std::string ofMemory = OfMemory(70000, 66);
   EXPECT_TRUE(ofMemory == OfStore(70000, 66));
+}
+
+TYPED_TEST(StoreFileOf, MayEndWithinItsLastTile) {
+  this->Write(100, 16);
+  EXPECT_TRUE(this->BuildOfMemory() == this->BuildOfStore());
+}
+
+TYPED_TEST(StoreFileOf, MayBeginAtAnyOffset) {
+  this->Write(128, 17);
+  EXPECT_TRUE(this->BuildOfMemory() == this->BuildOfStore());
+}
+
+TYPED_TEST(StoreFileOf, TellsWhichTileCantBeRead) {
+  this->Write(128, 16);
+  this->Cut();
+  EXPECT_EQ("The tile in column 0 and row 0 of level 0 can't be read", this->BuildOfStore());
 }
