@@ -31,7 +31,7 @@ namespace zrk {
 namespace {
 
 constexpr std::size_t kPages = std::size_t{64} << 10;  // whole pages, of whatever size a kind of processor has them
-constexpr std::size_t kStart = 2048 + 64;  // of a block, from the edge of a page
+constexpr std::size_t kStart = 2048 + 64;              // of a block, from the edge of a page
 constexpr std::size_t kLeastAsked = std::size_t{1} << 20;
 constexpr std::size_t kMostAsked = PTRDIFF_MAX - 2 * kLargePage;
 constexpr std::size_t kMostKept = std::size_t{64} << 20;

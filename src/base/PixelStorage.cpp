@@ -26,8 +26,8 @@ void PixelRelease::operator()(unsigned char* taken) const {
 }
 
 /// A few bytes more than asked leave room for the alignment: allocators that are asked for an alignment cut pieces in
-/// three, and many small blocks then cost more than decoding. The system limits how many
-/// pieces of memory a process has, and the allocator may still have room where it refuses a large block.
+/// three, and many small blocks then cost more than decoding. The system limits how many pieces of memory a process
+/// has, and the allocator may still have room where it refuses a large block.
 PixelStorage::Taken PixelStorage::Take(std::size_t bytes) {
   const LargeBlock block = IsLargeBlock(bytes) ? TakeLargeBlock(bytes) : LargeBlock();
   if (block.bytes) return Taken(block.bytes, PixelRelease{block.count});

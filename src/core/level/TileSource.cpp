@@ -57,11 +57,11 @@ bool TileSource::Read(const Window& window, std::vector<unsigned char>& room,
   const int xTile = source.Shape().xTile, yTile = source.Shape().yTile;
   const int perRun = static_cast<int>(std::max<std::int64_t>(kRunBytes / source.TileBytes(), 1));
   const int first = window.x0 / xTile, end = window.x1 / xTile + 1;
-  for (int y = window.y0; y <= window.y1; y += yTile) {
-    const int top = (y - window.y0) / scale_, rows = std::min(yTile, window.y1 - y + 1) / scale_;
+  for (int row = window.y0 / yTile; row <= window.y1 / yTile; ++row) {
+    const int y = row * yTile, top = (y - window.y0) / scale_, rows = std::min(yTile, window.y1 - y + 1) / scale_;
     for (int column = first; column < end; column += perRun) {
       const int count = std::min(perRun, end - column);
-      const unsigned char* tile = store_->ReadTiles({0, column, y / yTile, count}, room, fingerprint_);
+      const unsigned char* tile = store_->ReadTiles({0, column, row, count}, room, fingerprint_);
       if (!tile) return false;
       for (int i = 0; i < count; ++i, tile += source.TileBytes()) {
         const int x = (column + i) * xTile;
